@@ -1,0 +1,49 @@
+# Language, warnings and sanitizers: the same for every target of the project.
+# `csm_target(<name>)` is the one call that a target needs.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+find_program(CSM_CCACHE ccache)
+if(CSM_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CSM_CCACHE})
+endif()
+
+add_library(csm_flags INTERFACE)
+target_compile_options(csm_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+  -Werror -ffp-contract=off -fno-fast-math)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # False positives of GCC 12 in inlined library code.
+  target_compile_options(csm_flags INTERFACE -Wno-error=maybe-uninitialized -Wno-error=stringop-overflow
+    -Wno-error=array-bounds -Wno-error=restrict -Wno-error=dangling-pointer)
+endif()
+target_compile_definitions(csm_flags INTERFACE
+  QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII
+  BOOST_BIND_GLOBAL_PLACEHOLDERS BOOST_THREAD_VERSION=4 BOOST_THREAD_PROVIDES_INTERRUPTIONS)
+
+if(CSM_SANITIZE STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+elseif(CSM_SANITIZE STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+elseif(CSM_SANITIZE)
+  message(FATAL_ERROR "CSM_SANITIZE is '${CSM_SANITIZE}'; it may be empty, 'address' or 'thread'")
+endif()
+
+function(csm_target name)
+  target_link_libraries(${name} PRIVATE csm_flags)
+endfunction()
