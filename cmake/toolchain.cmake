@@ -30,8 +30,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     -Wno-error=array-bounds -Wno-error=restrict -Wno-error=dangling-pointer)
 endif()
 target_compile_definitions(csm_flags INTERFACE
-  QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII
-  BOOST_BIND_GLOBAL_PLACEHOLDERS BOOST_THREAD_VERSION=4 BOOST_THREAD_PROVIDES_INTERRUPTIONS)
+  QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII BOOST_BIND_GLOBAL_PLACEHOLDERS)
 
 if(CSM_SANITIZE STREQUAL "address")
   add_compile_options(-fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer)

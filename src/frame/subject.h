@@ -1,0 +1,131 @@
+// Plain subjects, without a thread: `SubjectBase` for an object that one thread uses, `CBaseStockSubject` for the
+// one-shot services. The polled services stand on timer_subject.h instead.
+#pragma once
+
+#include <algorithm>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <boost/thread/mutex.hpp>
+#include <list>
+#include <utility>
+
+/// A subject that observers attach to and detach from.
+template <class Obs>
+class ISubject {
+ public:
+  /* 0 */ virtual void Attach(Obs* obs) = 0;
+  /* 1 */ virtual void Detach(Obs* obs) = 0;
+
+ protected:
+  ~ISubject() = default;
+};
+
+/// A list of observers behind a mutex of the policy type `Mutex`. With `boost::null_mutex` the list is unguarded
+/// and belongs to one thread, and an observer may detach itself or others from inside `Update`.
+template <class Obs, class Mutex>
+class SubjectBase : public ISubject<Obs> {
+ public:
+  /// Appends the observer, also when it is attached already: it is then told twice. Null is ignored.
+  void Attach(Obs* obs) override {
+    if (obs == nullptr) {
+      return;
+    }
+    boost::lock_guard<Mutex> lock(mutex_);
+    observers_.push_back(obs);
+  }
+
+  /// Removes the first entry of the observer; an unknown one is ignored.
+  void Detach(Obs* obs) override {
+    boost::lock_guard<Mutex> lock(mutex_);
+    const auto found = std::find(observers_.begin(), observers_.end(), obs);
+    if (found == observers_.end()) {
+      return;
+    }
+    if (walk_ != nullptr && walk_->next == found) {
+      ++walk_->next;
+    }
+    observers_.erase(found);
+  }
+
+ protected:
+  ~SubjectBase() = default;
+
+  /// Calls `Update(data)` on every entry in list order. An entry removed during the walk is not called any more.
+  template <class Data>
+  void Notify(const Data& data) {
+    boost::lock_guard<Mutex> lock(mutex_);
+    Walk walk{observers_.begin(), walk_};
+    struct Leave {
+      SubjectBase& subject;
+      ~Leave() { subject.walk_ = subject.walk_->outer; }
+    };
+    walk_ = &walk;
+    const Leave leave{*this};
+    while (walk.next != observers_.end()) {
+      Obs* const obs = *walk.next++;
+      obs->Update(data);
+    }
+  }
+
+ private:
+  struct Walk {
+    typename std::list<Obs*>::iterator next;
+    Walk* outer;
+  };
+
+  Mutex mutex_;               // guards the two members below
+  std::list<Obs*> observers_;
+  Walk* walk_ = nullptr;
+};
+
+/// The subject of a service that fetches once when asked: its observers and the last data. A service holds one as a
+/// member. Lock order: list, then data.
+template <class Obs, class Data>
+class CBaseStockSubject {
+ public:
+  CBaseStockSubject() = default;
+  CBaseStockSubject(const CBaseStockSubject&) = delete;
+  CBaseStockSubject& operator=(const CBaseStockSubject&) = delete;
+  virtual ~CBaseStockSubject() = default;
+
+  /// Appends the observer unless it is attached; nothing is delivered at once. Null is ignored.
+  void Attach(Obs* obs) {
+    if (obs == nullptr) {
+      return;
+    }
+    boost::lock_guard<boost::mutex> lock(list_mutex_);
+    if (std::find(observers_.begin(), observers_.end(), obs) == observers_.end()) {
+      observers_.push_back(obs);
+    }
+  }
+
+  /// Removes the observer. After the return no `Update` of it runs or will run on another thread.
+  void Detach(Obs* obs) {
+    boost::lock_guard<boost::mutex> lock(list_mutex_);
+    if (obs != nullptr) {
+      observers_.remove(obs);
+    }
+  }
+
+  /// Replaces the stored data.
+  void Store(Data data) {
+    boost::lock_guard<boost::mutex> lock(data_mutex_);
+    data_ = std::move(data);
+  }
+
+  /// Calls `Update` with the stored data on every observer, in the order in which they were attached. The list
+  /// mutex is held for the whole walk, the data mutex around each call.
+  void Notify() {
+    boost::lock_guard<boost::mutex> list_lock(list_mutex_);
+    for (Obs* const obs : observers_) {
+      boost::lock_guard<boost::mutex> data_lock(data_mutex_);
+      obs->Update(data_);
+    }
+  }
+
+ private:
+  boost::mutex list_mutex_;  // guards observers_
+  std::list<Obs*> observers_;
+  boost::mutex data_mutex_;  // guards data_
+  Data data_{};
+};
