@@ -1,0 +1,106 @@
+// The application's side of the host services: configure, start, stop, watch. The module's side is
+// host/host.h, which an application does not need. Every function may be called from any thread, except that
+// `Start` and `Stop` must not be called from a call-back, a task or a watch-list observer.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "host/export.h"
+
+namespace stock_host {
+
+/// What `Start` needs to know. Text is UTF-8. An empty member stands for its default.
+struct Settings {
+  std::string api_root;  ///< quote API server, "http://host:port" or with a path; empty: no request is signed
+  std::string static_root;       ///< static file server; default: `api_root` + "/static/"
+  std::string history_root;      ///< history query service; default: `api_root`
+  std::string key_id;            ///< 1 to 64 characters of A-Z a-z 0-9 . _ -
+  std::string key;               ///< the secret; never logged
+  std::string proxy;             ///< for all requests; empty: none, whatever the environment says
+  std::string ca_file;           ///< PEM file of trusted certificates; default: the system's
+  std::string data_directory;    ///< default: $XDG_DATA_HOME/csm or ~/.local/share/csm
+  std::string log_directory;     ///< default: $XDG_STATE_HOME/csm or ~/.local/state/csm
+  std::string config_directory;  ///< holds the watch list; default: $XDG_CONFIG_HOME/csm or ~/.config/csm
+  bool log_to_stderr = false;
+  std::string log_level = "info";  ///< "trace", "debug", "info", "warn", "error", "off"
+};
+
+/// The user's settings: `csm.ini` in the configuration directory, the key file, and the CSM_* environment
+/// variables on top (docs/host.md lists them). Whatever cannot be read is left at its default and named in
+/// the log once it runs.
+[[nodiscard]] STOCK_HOST_API Settings LoadSettings();
+
+/// Starts the threads and opens the log. Sends nothing. False, with a text for the user in `error` and
+/// nothing started, when a setting is wrong, the log cannot be opened, or the services already run.
+[[nodiscard]] STOCK_HOST_API bool Start(const Settings& settings, std::string& error);
+
+/// Fails every request under way (each call-back still comes, once, before the return), finishes the queued
+/// tasks, joins all threads and flushes the log. Afterwards requests fail, tasks and log lines wait for the
+/// next `Start`. Does nothing when the services do not run.
+STOCK_HOST_API void Stop();
+
+enum class Connection {
+  kIdle,     ///< no request has been completed since the start
+  kLive,     ///< the latest completed request succeeded
+  kFailing,  ///< the latest completed request failed
+};
+
+/// Failed requests by cause.
+struct Failures {
+  std::uint64_t invalid = 0;     ///< empty or unusable URL or header; nothing was sent
+  std::uint64_t connection = 0;  ///< no such host, refused, reset, no route
+  std::uint64_t security = 0;    ///< TLS: certificate, protocol
+  std::uint64_t timeout = 0;     ///< not complete within its time
+  std::uint64_t incomplete = 0;  ///< the answer ended early, or is no proper HTTP or gzip
+  std::uint64_t status = 0;      ///< complete, but the status is not 200
+  std::uint64_t too_large = 0;   ///< header or body above the limit
+  std::uint64_t stopped = 0;     ///< under way at `Stop`, or asked for while not running
+};
+
+/// Counts of one endpoint: "/pc/rt/stock_detail_list" and the like, "static", "history" or "other".
+struct EndpointCounters {
+  std::uint64_t requests = 0;  ///< completed or under way
+  std::uint64_t succeeded = 0;
+  std::uint64_t failed = 0;
+  std::uint64_t bytes_received = 0;  ///< of bodies, unpacked
+  std::int64_t last_success = 0;     ///< Unix seconds by the machine's clock; 0: never
+  std::string last_error;            ///< of the latest failure; empty: none yet
+};
+
+/// Counts since the latest `Start`.
+struct Counters {
+  std::uint64_t requests = 0;
+  std::uint64_t succeeded = 0;
+  std::uint64_t failed = 0;
+  std::uint64_t under_way = 0;
+  std::uint64_t bytes_received = 0;  ///< of bodies, unpacked
+  std::uint64_t connections = 0;     ///< opened; a reused one counts once
+  Failures failures;
+  std::map<std::string, EndpointCounters> endpoints;
+};
+
+[[nodiscard]] STOCK_HOST_API Connection ConnectionState();
+[[nodiscard]] STOCK_HOST_API Counters ReadCounters();
+
+/// The watch list in the user's order, symbols in lower case. Empty before the first `Start`.
+[[nodiscard]] STOCK_HOST_API std::vector<std::wstring> WatchList();
+
+/// Appends `symbol` ("sh" or "sz" and six digits, any case) and stores the list. True also when it was there
+/// already. False, with a text for the user in `error`, when the symbol is none, the list is full or it
+/// cannot be stored.
+[[nodiscard]] STOCK_HOST_API bool AddToWatchList(const std::wstring& symbol, std::string& error);
+
+/// Takes `symbol` out and stores the list. False, with `error`, when it is not in the list or the list cannot
+/// be stored.
+[[nodiscard]] STOCK_HOST_API bool RemoveFromWatchList(const std::wstring& symbol, std::string& error);
+
+/// Moves `symbol` to `position` (0 is the first; beyond the end is the last) and stores the list. False, with
+/// `error`, as for `RemoveFromWatchList`.
+[[nodiscard]] STOCK_HOST_API bool MoveInWatchList(const std::wstring& symbol, std::size_t position,
+                                                  std::string& error);
+
+}  // namespace stock_host
