@@ -1,0 +1,66 @@
+# What `cmake --install` puts into a prefix: the module, the host services, csm, the public headers, a CMake package
+# and a pkg-config file. Below include/c_stock_market the headers lie as in this tree, so that "c_stock_market.h",
+# "host/host.h" and "host_services/stock_host.h" resolve for others as they do here.
+if(NOT TARGET csm OR NOT TARGET stock_host)
+  return()
+endif()
+include(CMakePackageConfigHelpers)
+
+set(CSM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/c_stock_market)
+set(CSM_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/c_stock_market)
+
+# The headers that can be reached from the public ones: `headers` gets pairs "root|path below that root".
+function(csm_public_headers headers)
+  set(waiting "src|c_stock_market.h" "src|host/host.h" ".|host_services/stock_host.h")
+  set(found "")
+  while(waiting)
+    list(POP_FRONT waiting entry)
+    if(entry IN_LIST found)
+      continue()
+    endif()
+    list(APPEND found ${entry})
+    string(REPLACE "|" "/" file ${entry})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${file})
+    file(STRINGS ${PROJECT_SOURCE_DIR}/${file} lines REGEX "^[ \t]*#[ \t]*include[ \t]*\"")
+    foreach(line IN LISTS lines)
+      string(REGEX REPLACE "^[^\"]*\"([^\"]*)\".*" "\\1" target "${line}")
+      if(EXISTS ${PROJECT_SOURCE_DIR}/src/${target})
+        list(APPEND waiting "src|${target}")
+      else()
+        message(FATAL_ERROR "${file} is public, but \"${target}\", which it includes, is not below src/")
+      endif()
+    endforeach()
+  endwhile()
+  set(${headers} ${found} PARENT_SCOPE)
+endfunction()
+
+csm_public_headers(headers)
+foreach(entry IN LISTS headers)
+  string(REGEX REPLACE ".*\\|" "" path ${entry})
+  string(REPLACE "|" "/" file ${entry})
+  get_filename_component(folder ${path} DIRECTORY)
+  install(FILES ${PROJECT_SOURCE_DIR}/${file} DESTINATION ${CSM_INCLUDEDIR}/${folder})
+endforeach()
+
+# Beside each other in one prefix, wherever that prefix is.
+file(RELATIVE_PATH bin_to_lib /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+set_target_properties(csm PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+set_target_properties(c_stock_market stock_host PROPERTIES INSTALL_RPATH "$ORIGIN")
+
+install(TARGETS c_stock_market stock_host stock_market_headers EXPORT c_stock_market
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS csm RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(EXPORT c_stock_market NAMESPACE c_stock_market:: FILE c_stock_market-targets.cmake
+        DESTINATION ${CSM_CMAKEDIR})
+
+configure_package_config_file(cmake/c_stock_market-config.cmake.in
+  ${PROJECT_BINARY_DIR}/c_stock_market-config.cmake INSTALL_DESTINATION ${CSM_CMAKEDIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/c_stock_market-config-version.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/c_stock_market-config.cmake
+              ${PROJECT_BINARY_DIR}/c_stock_market-config-version.cmake DESTINATION ${CSM_CMAKEDIR})
+
+# The prefix of the pkg-config file follows from where the file lies.
+file(RELATIVE_PATH CSM_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+configure_file(cmake/c_stock_market.pc.in ${PROJECT_BINARY_DIR}/c_stock_market.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/c_stock_market.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

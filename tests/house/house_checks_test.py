@@ -1,0 +1,121 @@
+#!/usr/bin/env python3
+"""Plants mistakes in a small tree of its own and expects the house checks to find each of them, and nothing else."""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SCRIPTS = os.path.join(sys.argv.pop(1), "scripts")
+# Written in pieces, so that this file passes the check that it tests.
+PAPER = "sp" + "ec"
+
+
+class HouseChecks(unittest.TestCase):
+
+    def setUp(self):
+        self.root = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, self.root)
+        shutil.copytree(SCRIPTS, os.path.join(self.root, "scripts"))
+        self.git("init", "-q")
+        self.commit("start")
+
+    def git(self, *arguments):
+        subprocess.run(["git", "-c", "user.name=n", "-c", "user.email=e@example.org", *arguments], cwd=self.root,
+                       check=True, capture_output=True)
+
+    def commit(self, message):
+        self.git("commit", "-q", "--allow-empty", "-m", message)
+
+    def write(self, name, text):
+        path = os.path.join(self.root, name)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text)
+
+    def findings(self, script):
+        """The lines that the script prints; none exactly when it succeeds."""
+        made = subprocess.run([os.path.join(self.root, "scripts", script)], capture_output=True, text=True)
+        self.assertEqual(made.stderr, "")
+        self.assertEqual(made.returncode != 0, made.stdout != "", made.stdout)
+        return made.stdout.splitlines()
+
+    def test_words_leaves_honest_text_alone(self):
+        self.write("a.md", "A special, inspected timespec; specific parts of a section; RFC 3986, section 2.3.\n"
+                           "partition 3, XXXXXX, a todo list, ten minutes from now on, std::spectrum\n")
+        self.commit("host: say what is special")
+        self.assertEqual(self.findings("check-words"), [])
+
+    def test_words_finds_each_forbidden_word(self):
+        for text in [PAPER, f"the {PAPER.upper()}S", f"fault_{PAPER}", f"Fault{PAPER.title()}Row", f"{PAPER}ification",
+                     f"Open{PAPER.title()}ification", "Par" + "t 4.2", "par" + "ts 1", "sec" + "tion 3", "\u00a7 7",
+                     "see decis" + "ions.md", "/wo" + "rk/main", "/tmp/b" + "-x", "/home/" + "someone/file",
+                     "TO" + "DO", "FIX" + "ME", "XX" + "X", "HA" + "CK", "for n" + "ow,", "not yet implem" + "ented"]:
+            with self.subTest(text):
+                self.write("a.cpp", f"int a;\n// {text}\n")
+                self.assertEqual(len([line for line in self.findings("check-words") if line.startswith("a.cpp:2:")]), 1)
+
+    def test_words_finds_a_file_name(self):
+        self.write(f"docs/{PAPER}.md", "text\n")
+        self.assertTrue(self.findings("check-words")[0].startswith(f"docs/{PAPER}.md: file name"))
+
+    def test_words_finds_a_commit_message(self):
+        self.commit(f"frame: as the {PAPER} says")
+        self.commit("frame: fine")
+        self.assertTrue(self.findings("check-words")[0].startswith("commit "))
+
+    def test_words_finds_a_trailer(self):
+        self.commit("frame: fine\n\nCo-authored" + "-by: Somebody <s@example.org>")
+        self.assertTrue(self.findings("check-words")[0].startswith("commit "))
+
+    def test_includes_leaves_the_allowed_directions_alone(self):
+        self.write("src/c_stock_market.h", '#include "quotes/index_market.h"\n')
+        self.write("src/host/host.h", '#include <boost/function.hpp>\n#include "frame/observer.h"\n')
+        self.write("src/frame/observer.h", "#include <vector>\n")
+        self.write("src/frame/service_registry.cpp", '#include "quotes/index_market.h"\n')
+        self.write("src/quotes/index_market.h", '#include "frame/observer.h"\n#include "host/host.h"\n')
+        self.write("src/quotes/index_market.cpp", '#include <QJsonObject>\n#include <boost/thread.hpp>\n')
+        self.write("host_services/stock_host.h", '#include "host/host.h"\n')
+        self.write("host_services/http.cpp", '#include <unistd.h>\n#include "frame/observer.h"\n')
+        self.write("market_server/market_server.h", "#include <string>\n")
+        self.write("market_server/model/market.cpp", '#include <sys/socket.h>\n#include "market_server/market_server.h"\n')
+        self.write("cli/main.cpp", '#include "c_stock_market.h"\n#include "host_services/stock_host.h"\n'
+                                   '#include "market_server/market_server.h"\n')
+        self.write("tests/a.cpp", '#include "quotes/index_market.h"\n#include "market_server/market_server.h"\n')
+        self.assertEqual(self.findings("check-includes"), [])
+
+    def test_includes_finds_each_wrong_direction(self):
+        for name in ["src/c_stock_market.h", "src/frame/observer.h", "src/quotes/b.h", "src/reference/c.h",
+                     "host_services/inside.h", "market_server/model/market.h", "market_server/market_server.h"]:
+            self.write(name, "")
+        self.write("src/c_stock_market.h", '#include "frame/observer.h"\n')
+        for name, target in [("src/frame/a.cpp", "<unistd.h>"), ("src/frame/a.cpp", "<sys/stat.h>"),
+                             ("src/frame/a.cpp", "<windows.h>"), ("src/frame/a.cpp", "<pthread.h>"),
+                             ("src/frame/a.cpp", "<curl/curl.h>"), ("src/frame/a.cpp", '"quotes/b.h"'),
+                             ("src/reference/a.cpp", '"quotes/b.h"'), ("src/request/a.cpp", '"reference/c.h"'),
+                             ("src/host/a.h", '"quotes/b.h"'), ("src/frame/observer.h", "<QString>"),
+                             ("src/quotes/a.cpp", '"host_services/inside.h"'),
+                             ("src/quotes/a.cpp", '"market_server/market_server.h"'),
+                             ("host_services/a.cpp", '"quotes/b.h"'),
+                             ("host_services/a.cpp", '"market_server/market_server.h"'),
+                             ("market_server/a.cpp", '"frame/observer.h"'), ("market_server/a.cpp", "<quotes/b.h>"),
+                             ("market_server/a.cpp", '"host_services/inside.h"'),
+                             ("cli/a.cpp", '"host_services/inside.h"'), ("cli/a.cpp", '"quotes/b.h"'),
+                             ("cli/a.cpp", '"market_server/model/market.h"')]:
+            with self.subTest(f"{name} {target}"):
+                self.write(name, f"#include {target}\n")
+                self.assertEqual(len(self.findings("check-includes")), 1)
+                self.write(name, "")
+
+    def test_format_finds_an_unformatted_file(self):
+        shutil.copy(os.path.join(SCRIPTS, "..", ".clang-format"), self.root)
+        self.write("src/a.cpp", "int a;\n")
+        subprocess.run([os.path.join(self.root, "scripts/check-format")], check=True)
+        self.write("src/b.cpp", "int   a;\n")
+        made = subprocess.run([os.path.join(self.root, "scripts/check-format")], capture_output=True)
+        self.assertNotEqual(made.returncode, 0)
+
+
+unittest.main()

@@ -1,0 +1,45 @@
+# Installs the build into an empty prefix, moves the prefix, and builds and runs a program outside of the tree against
+# it: once with the CMake package, once with pkg-config. Fails with the output of the command that failed.
+function(must)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    list(JOIN ARGN " " command)
+    message(FATAL_ERROR "${command}\nended with ${result}:\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK}/host)
+must(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
+file(RENAME ${WORK}/first ${WORK}/prefix)
+set(prefix ${WORK}/prefix)
+
+foreach(file ${LIBDIR}/libc_stock_market.so ${LIBDIR}/libstock_host.so bin/csm ${INCLUDEDIR}/c_stock_market/c_stock_market.h
+             ${INCLUDEDIR}/c_stock_market/host/host.h ${INCLUDEDIR}/c_stock_market/host_services/stock_host.h
+             ${LIBDIR}/cmake/c_stock_market/c_stock_market-config.cmake ${LIBDIR}/pkgconfig/c_stock_market.pc)
+  if(NOT EXISTS ${prefix}/${file})
+    message(FATAL_ERROR "${file} is not installed")
+  endif()
+endforeach()
+
+# Nothing of the build or of the sources may be needed, or named, by what was installed.
+file(GLOB_RECURSE texts ${prefix}/*.cmake ${prefix}/*.pc)
+foreach(text ${texts})
+  file(READ ${text} content)
+  string(FIND "${content}" ${BUILD} place)
+  if(NOT place EQUAL -1)
+    message(FATAL_ERROR "${text} names the build directory")
+  endif()
+endforeach()
+must(${prefix}/bin/csm --help)
+
+must(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/consumer -G Ninja -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_PREFIX_PATH=${prefix}
+     -DCMAKE_BUILD_TYPE=Debug)
+must(${CMAKE_COMMAND} --build ${WORK}/consumer)
+must(${WORK}/consumer/consumer ${WORK}/host)
+
+must(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig pkg-config --cflags --libs c_stock_market)
+separate_arguments(flags UNIX_COMMAND "${output}")
+must(${CXX} -std=c++20 ${SOURCE}/consumer.cpp -o ${WORK}/by_pkg_config ${flags} -Wl,-rpath,${prefix}/${LIBDIR})
+must(${WORK}/by_pkg_config ${WORK}/host)
