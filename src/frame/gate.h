@@ -1,4 +1,5 @@
-// The gate between a service and whatever can outlive it: completions of requests, tasks, call-backs. Thread-safe.
+// The gate between a service and whatever can outlive it: completions of requests, tasks, call-backs.
+// Thread-safe.
 #pragma once
 
 #include <condition_variable>
@@ -8,8 +9,9 @@
 
 namespace frame {
 
-/// A service passes every function that it hands out through its gate. Once the gate is closed no such function gets in
-/// any more: calling it does nothing. Closing waits for those inside, never for those that have not come yet.
+/// A service passes every function that it hands out through its gate. Once the gate is closed no such
+/// function gets in any more: calling it does nothing. Closing waits for those inside, never for those that
+/// have not come yet.
 class CompletionGate {
  public:
   CompletionGate() : state_(std::make_shared<State>()) {}

@@ -1,5 +1,5 @@
-// Access to an object that may not exist, or may go at any moment. Nobody keeps a pointer to the reference data:
-// services run a function on it through this. Thread-safe.
+// Access to an object that may not exist, or may go at any moment. Nobody keeps a pointer to the reference
+// data: services run a function on it through this. Thread-safe.
 #pragma once
 
 #include <condition_variable>
@@ -25,7 +25,8 @@ class Guarded {
     left_.wait(lock, [this] { return users_ == 0; });
   }
 
-  /// Runs `function` on the object if there is one; the object stays until it returns. False when there is none.
+  /// Runs `function` on the object if there is one; the object stays until it returns. False when there is
+  /// none.
   template <class Function>
   bool Run(Function&& function) {
     T* object = nullptr;

@@ -1,5 +1,5 @@
-// Plain subjects, without a thread: `SubjectBase` for an object that one thread uses, `CBaseStockSubject` for the
-// one-shot services. The polled services stand on timer_subject.h instead.
+// Plain subjects, without a thread: `SubjectBase` for an object that one thread uses, `CBaseStockSubject` for
+// the one-shot services. The polled services stand on timer_subject.h instead.
 #pragma once
 
 #include <algorithm>
@@ -20,8 +20,8 @@ class ISubject {
   ~ISubject() = default;
 };
 
-/// A list of observers behind a mutex of the policy type `Mutex`. With `boost::null_mutex` the list is unguarded
-/// and belongs to one thread, and an observer may detach itself or others from inside `Update`.
+/// A list of observers behind a mutex of the policy type `Mutex`. With `boost::null_mutex` the list is
+/// unguarded and belongs to one thread, and an observer may detach itself or others from inside `Update`.
 template <class Obs, class Mutex>
 class SubjectBase : public ISubject<Obs> {
  public:
@@ -41,8 +41,10 @@ class SubjectBase : public ISubject<Obs> {
     if (found == observers_.end()) {
       return;
     }
-    if (walk_ != nullptr && walk_->next == found) {
-      ++walk_->next;
+    for (Walk* walk = walk_; walk != nullptr; walk = walk->outer) {
+      if (walk->next == found) {
+        ++walk->next;
+      }
     }
     observers_.erase(found);
   }
@@ -50,7 +52,8 @@ class SubjectBase : public ISubject<Obs> {
  protected:
   ~SubjectBase() = default;
 
-  /// Calls `Update(data)` on every entry in list order. An entry removed during the walk is not called any more.
+  /// Calls `Update(data)` on every entry in list order. An entry removed during the walk is not called any
+  /// more.
   template <class Data>
   void Notify(const Data& data) {
     boost::lock_guard<Mutex> lock(mutex_);
@@ -73,13 +76,13 @@ class SubjectBase : public ISubject<Obs> {
     Walk* outer;
   };
 
-  Mutex mutex_;               // guards the two members below
+  Mutex mutex_;  // guards the two members below
   std::list<Obs*> observers_;
   Walk* walk_ = nullptr;
 };
 
-/// The subject of a service that fetches once when asked: its observers and the last data. A service holds one as a
-/// member. Lock order: list, then data.
+/// The subject of a service that fetches once when asked: its observers and the last data. A service holds
+/// one as a member. Lock order: list, then data.
 template <class Obs, class Data>
 class CBaseStockSubject {
  public:
@@ -113,8 +116,8 @@ class CBaseStockSubject {
     data_ = std::move(data);
   }
 
-  /// Calls `Update` with the stored data on every observer, in the order in which they were attached. The list
-  /// mutex is held for the whole walk, the data mutex around each call.
+  /// Calls `Update` with the stored data on every observer, in the order in which they were attached. The
+  /// list mutex is held for the whole walk, the data mutex around each call.
   void Notify() {
     boost::lock_guard<boost::mutex> list_lock(list_mutex_);
     for (Obs* const obs : observers_) {

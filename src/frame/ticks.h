@@ -1,5 +1,5 @@
-// The tick clock of the frame: request stamps and cache ages are counted in ticks of 100 ns of the system clock.
-// Header-only; callable from any thread. Not the server's time, which is the host's.
+// The tick clock of the frame: request stamps and cache ages are counted in ticks of 100 ns of the system
+// clock. Header-only; callable from any thread. Not the server's time, which is the host's.
 #pragma once
 
 #include <atomic>
@@ -27,7 +27,8 @@ inline void SetTickSource(TickSource source) {
     return source();
   }
   using TickDuration = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
-  return std::chrono::duration_cast<TickDuration>(std::chrono::system_clock::now().time_since_epoch()).count();
+  return std::chrono::duration_cast<TickDuration>(std::chrono::system_clock::now().time_since_epoch())
+      .count();
 }
 
 /// The difference of two tick counts in whole milliseconds, rounded toward zero.

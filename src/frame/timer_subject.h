@@ -1,6 +1,7 @@
-// The subject that every polled service is: observers, the key that each of them shows, a cache of the last data per
-// key, and one thread that fetches again and again while an observer is active. A service adds its fetch, its
-// interval and its rule of delivery. Its thread is started and stopped by `frame::Polling`, never by the service.
+// The subject that every polled service is: observers, the key that each of them shows, a cache of the last
+// data per key, and one thread that fetches again and again while an observer is active. A service adds its
+// fetch, its interval and its rule of delivery. Its thread is started and stopped by `frame::Polling`, never
+// by the service.
 //
 // Lock order: list, target, cache. No lock is held across a call of the host.
 #pragma once
@@ -20,12 +21,12 @@
 #include "frame/observer.h"
 #include "frame/ticks.h"
 
-/// `Obs` is the observer type, `IUpdate1<Data>`. `Key` says what an observer shows; it has `==` and `<`. `Data` is
-/// what is delivered.
+/// `Obs` is the observer type, `IUpdate1<Data>`. `Key` says what an observer shows; it has `==` and `<`.
+/// `Data` is what is delivered.
 ///
-/// A view calls `Attach`, `SetTarget`, `Resume(obs, true)`; `SetTarget` whenever it shows something else; `Suspend`
-/// while it is hidden and `Resume(obs, true)` when it is shown again; `Detach` before it goes. All operations
-/// may be called from any thread, but not from inside `Update`.
+/// A view calls `Attach`, `SetTarget`, `Resume(obs, true)`; `SetTarget` whenever it shows something else;
+/// `Suspend` while it is hidden and `Resume(obs, true)` when it is shown again; `Detach` before it goes. All
+/// operations may be called from any thread, but not from inside `Update`.
 template <class Obs, class Key, class Data>
 class ITimerSubject {
  public:
@@ -35,8 +36,8 @@ class ITimerSubject {
 
   /* 0 */ virtual ~ITimerSubject() { StopPolling(); }
 
-  /// Adds the observer, suspended: it gets nothing and counts for nothing until `Resume`. An attached one is not
-  /// added twice, but an active one is suspended again. Null is ignored.
+  /// Adds the observer, suspended: it gets nothing and counts for nothing until `Resume`. An attached one is
+  /// not added twice, but an active one is suspended again. Null is ignored.
   /* 1 */ virtual void Attach(Obs* obs);
 
   /// Removes the observer and its key. After the return no `Update` of it runs or will run on another thread.
@@ -48,9 +49,9 @@ class ITimerSubject {
   /// Stops delivery to the observer until `Resume`. Null and unattached observers are ignored.
   /* 4 */ virtual void Suspend(Obs* obs);
 
-  /// Starts delivery to a suspended observer. With `deliver_now`, data of its key that is at most 300 ms old is
-  /// delivered inside this call; else a fetch is made in the caller's thread. Does nothing at all for an observer that
-  /// is active, unattached or null.
+  /// Starts delivery to a suspended observer. With `deliver_now`, data of its key that is at most 300 ms old
+  /// is delivered inside this call; else a fetch is made in the caller's thread. Does nothing at all for an
+  /// observer that is active, unattached or null.
   /* 5 */ virtual void Resume(Obs* obs, bool deliver_now);
 
   /// True for an attached observer that gets nothing at present.
@@ -69,7 +70,8 @@ class ITimerSubject {
   /// Appends the keys of the observers that are not suspended to `out`, each key once.
   /* 10 */ virtual void GetActiveTargets(std::vector<Key>& out);
 
-  /// One fetch of everything that active observers show. Asynchronous services return before the answer is there.
+  /// One fetch of everything that active observers show. Asynchronous services return before the answer is
+  /// there.
   /* 11 */ virtual void Fetch() {}
 
   /// What the polling thread does in a round with an active observer.
@@ -108,8 +110,8 @@ class ITimerSubject {
     }
   }
 
-  /// Stores `data` under `key` and tells every active observer with that key, in the order in which they attached.
-  /// The list mutex is held throughout.
+  /// Stores `data` under `key` and tells every active observer with that key, in the order in which they
+  /// attached. The list mutex is held throughout.
   void Deliver(const Key& key, const Data& data, CacheRule rule = CacheRule::kIfTargeted) {
     boost::lock_guard<boost::mutex> lock(list_mutex_);
     bool stored = false;
@@ -144,7 +146,8 @@ class ITimerSubject {
   /// The list mutex. A service may guard members of its own with it.
   boost::mutex& ListMutex() { return list_mutex_; }
 
-  /// All attached observers in the order in which they attached, suspended ones included. Needs the list mutex.
+  /// All attached observers in the order in which they attached, suspended ones included. Needs the list
+  /// mutex.
   const std::list<Obs*>& ObserversLocked() const { return observers_; }
 
   /// True for an attached observer. Needs the list mutex.

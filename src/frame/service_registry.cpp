@@ -1,0 +1,112 @@
+#include "frame/service_registry.h"
+
+#include <boost/thread/thread_only.hpp>
+
+#include "analytics/margin_trade.h"
+#include "analytics/money_effect.h"
+#include "analytics/stock_distribution.h"
+#include "analytics/stock_in_out.h"
+#include "analytics/stock_purchase.h"
+#include "analytics/stock_unusual_event.h"
+#include "analytics/strength_rating.h"
+#include "charts/stock_kline.h"
+#include "charts/stock_mline.h"
+#include "frame/reference_data.h"
+#include "quotes/index_market.h"
+#include "quotes/index_market_service.h"
+#include "quotes/optional_stock_market.h"
+#include "quotes/plate_market.h"
+#include "quotes/plate_stock_market.h"
+#include "quotes/single_stock_market.h"
+#include "quotes/stock_market.h"
+#include "ranking/plate_ranking.h"
+#include "ranking/stock_ranking.h"
+#include "reference/stock_common.h"
+
+namespace frame {
+namespace {
+
+template <class Service>
+void End(Service*& service) {
+  delete service;
+  service = nullptr;
+}
+
+template <class Service>
+void EndAll(std::map<int, Service*>& services) {
+  for (const auto& [id, service] : services) {
+    delete service;
+  }
+  services.clear();
+}
+
+}  // namespace
+
+IStockCommon* ServiceRegistry::StockCommon() {
+  if (stock_common_ == nullptr) {
+    ReferenceData().Set(First(stock_common_, makers_.stock_common));
+  }
+  return stock_common_;
+}
+
+IStockRanking* ServiceRegistry::StockRanking(int id, bool first, bool second) {
+  if (makers_.stock_ranking == nullptr) {
+    return nullptr;
+  }
+  auto& registry = stock_rankings_[first ? 1 : 0][second ? 1 : 0];
+  const auto found = registry.find(id);
+  return found != registry.end() ? found->second : registry[id] = makers_.stock_ranking(id, first);
+}
+
+IPlateRanking* ServiceRegistry::PlateRanking(int id, bool flag) {
+  if (makers_.plate_ranking == nullptr) {
+    return nullptr;
+  }
+  auto& registry = plate_rankings_[flag ? 1 : 0];
+  const auto found = registry.find(id);
+  return found != registry.end() ? found->second : registry[id] = makers_.plate_ranking(id);
+}
+
+void ServiceRegistry::Destroy() {
+  // Joining a polling thread is an interruption point of its caller, which must not cut the teardown short.
+  const boost::this_thread::disable_interruption uninterrupted;
+
+  ReferenceData().Clear();
+  End(stock_common_);
+  End(index_market_);
+  End(plate_market_);
+  End(plate_stock_market_);
+  End(stock_market_);
+  End(optional_stock_market_);
+  End(single_stock_market_);
+  End(stock_mline_);
+  End(stock_kline_);
+  End(stock_unusual_event_);
+  End(stock_purchase_);
+  End(margin_trade_);
+  End(stock_in_out_);
+  End(strength_rating_);
+  End(stock_distribution_);
+  End(money_effect_);
+
+  EndAll(stock_rankings_[0][0]);
+  EndAll(stock_rankings_[1][0]);
+  EndAll(plate_rankings_[0]);
+  EndAll(stock_rankings_[0][1]);
+  EndAll(stock_rankings_[1][1]);
+  EndAll(plate_rankings_[1]);
+}
+
+Guarded<IStockCommon>& ReferenceData() {
+  static auto* const reference_data = new Guarded<IStockCommon>;
+  return *reference_data;
+}
+
+ServiceRegistry& Services() {
+  static auto* const registry = new ServiceRegistry({
+      .index_market = &quotes::MakeIndexMarket,
+  });
+  return *registry;
+}
+
+}  // namespace frame

@@ -1,0 +1,22 @@
+// Makes a JSON text safe for the parser behind json.h, which leaks the earlier value of a repeated key when
+// that value is an object or an array: a hostile server could grow the process with every answer.
+// Thread-safe: pure functions.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace request::json {
+
+/// First character of a key that `SetRepeatedKeysApart` has renamed. Readers pass over members whose key
+/// begins with it.
+inline constexpr char kRepeatedKeyMark = '\x7f';
+
+/// Gives every earlier member of a repeated key whose value is an object or an array a key of its own, by
+/// putting a mark and a number in front of it. Nothing else changes, so the parser finds the same last
+/// member, and the same error if the text is no JSON. Nothing is returned when there is no such member, which
+/// is the rule.
+[[nodiscard]] std::optional<std::string> SetRepeatedKeysApart(std::string_view text);
+
+}  // namespace request::json
