@@ -1,0 +1,18 @@
+// The answer to an index request, from bytes to records: no input crashes, leaks or is undefined behaviour.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "quotes/index_market_table.h"
+#include "request/json.h"
+#include "request/record_reader.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const auto document = request::json::Document::Parse(reinterpret_cast<const char*>(data), size);
+  const auto list = document.Root().ObjectAt("data").ArrayAt("list");
+  const auto records = request::RecordReader<quotes::kIndexMarketSummaryTable>::ReadAll(list);
+  if (records.size() != list.Size()) {
+    std::abort();
+  }
+  return 0;
+}
