@@ -43,6 +43,10 @@ elseif(CSM_SANITIZE)
   message(FATAL_ERROR "CSM_SANITIZE is '${CSM_SANITIZE}'; it may be empty, 'address' or 'thread'")
 endif()
 
+if(CSM_BUILD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 function(csm_target name)
   target_link_libraries(${name} PRIVATE csm_flags)
 endfunction()
