@@ -1,0 +1,155 @@
+#include "instant_host.h"
+
+#include "host/host.h"
+
+namespace {
+
+std::string& TheAnswer() {
+  static auto* const answer = new std::string;
+  return *answer;
+}
+
+class EmptyWatchList final : public IUserOptionalStock {
+ public:
+  void Attach(IUpdate1<std::vector<std::wstring>>* /*observer*/) override {}
+  void Detach(IUpdate1<std::vector<std::wstring>>* /*observer*/) override {}
+};
+
+constexpr std::int64_t kMorning = 1'710'468'000;  // 2024-03-15 10:00 in China
+constexpr std::uint32_t kToday = 20240315;
+
+}  // namespace
+
+namespace instant_host {
+
+void SetAnswer(std::string body) {
+  TheAnswer() = std::move(body);
+}
+
+}  // namespace instant_host
+
+namespace common {
+
+std::int64_t GetCurrentServerTime() {
+  return kMorning;
+}
+std::uint32_t GetCurrentServerDate() {
+  return kToday;
+}
+std::uint32_t TimeToDate(std::int64_t /*seconds*/) {
+  return kToday;
+}
+std::int64_t DateToTime(std::uint32_t /*date*/, int hour, int minute, int second) {
+  return kMorning + (hour - 10) * 3600 + minute * 60 + second;
+}
+bool IsSameWeek(std::uint32_t date, std::uint32_t other) {
+  return date == other;
+}
+void LegalHoliday::SetHolidays(int /*year*/, const std::vector<unsigned long>& /*days*/) {}
+int Compare(const std::wstring& left, const std::wstring& right, bool /*ignore_case*/) {
+  const int order = left.compare(right);
+  return order < 0 ? -1 : (order > 0 ? 1 : 0);
+}
+// The benchmarks' texts are ASCII.
+std::wstring s2ws(const std::string& text, unsigned /*code_page*/) {
+  return {text.begin(), text.end()};
+}
+std::string ws2s(const std::wstring& text, unsigned /*code_page*/) {
+  std::string out;
+  for (const wchar_t character : text) {
+    out += static_cast<char>(character);
+  }
+  return out;
+}
+bool ForceRemoveFile(const wchar_t* /*path*/) {
+  return true;
+}
+
+}  // namespace common
+
+namespace stock {
+
+MarketStatus CheckMarketStatus(std::uint32_t /*time*/) {
+  return kMarketMorning;
+}
+std::int32_t TimeSpanToNextMarketStatus(std::uint32_t /*time*/) {
+  return 3600;
+}
+std::uint32_t GetLastTradingDate(std::uint32_t date) {
+  return date - 1;
+}
+SymbolType CheckSymbol(const wchar_t* /*symbol*/) {
+  return kSymbolStock;
+}
+StockStatus ConvertStockStatus(const std::wstring& /*text*/) {
+  return kStockNormal;
+}
+std::wstring GetKLineFilePath(const wchar_t* /*symbol*/) {
+  return {};
+}
+std::wstring GetKLineMetaFilePath() {
+  return {};
+}
+
+}  // namespace stock
+
+bool GZipExtract(const wchar_t* /*path*/, std::string& text) {
+  text.clear();
+  return false;
+}
+
+bool GetSync(const std::wstring& /*url*/, std::string& body,
+             const std::map<std::string, std::string>& /*headers*/, int /*seconds*/) {
+  body = TheAnswer();
+  return true;
+}
+
+void GetAsyn(const std::wstring& /*url*/, const AsynCallback& done,
+             const std::map<std::string, std::string>& /*headers*/, int /*seconds*/) {
+  done(true, TheAnswer().data(), TheAnswer().size());
+}
+
+bool DownloadFileSyncWithRetry(const std::wstring& /*url*/, const std::wstring& /*path*/, int /*retries*/,
+                               int /*seconds*/) {
+  return false;
+}
+
+std::wstring UrlHelper::GetSigniture(const std::wstring& path,
+                                     const std::map<std::string, std::string>& /*parameters*/) {
+  return L"http://bench.test" + path;
+}
+std::wstring UrlHelper::StaticRoot() {
+  return L"http://bench.test/static/";
+}
+std::wstring UrlHelper::HistoryRoot() {
+  return L"http://bench.test";
+}
+
+void WriteProgramLogString(unsigned /*mask*/, const wchar_t* /*text*/) {}
+void WriteProgramLogNoMask(const wchar_t* /*format*/, ...) {}
+
+namespace base {
+
+std::uint32_t TaskManager::AddTask(const boost::function<void()>& task) {
+  task();
+  return 1;
+}
+TaskManager* TaskManagerInstance() {
+  static auto* const tasks = new TaskManager;
+  return tasks;
+}
+
+}  // namespace base
+
+template <class T>
+T* pattern::CSingleton<T>::GetInstance() {
+  static auto* const instance = new T;
+  return instance;
+}
+template class pattern::CSingleton<UrlHelper>;
+template class pattern::CSingleton<common::LegalHoliday>;
+
+IUserOptionalStock* GetUserOptionalStock() {
+  static auto* const list = new EmptyWatchList;
+  return list;
+}
