@@ -79,14 +79,14 @@ Names Symbols(const std::string& options, const std::string& file) {
   return symbols;
 }
 
-// "common::s2ws" for the mangled form of common::s2ws(...): the name without return type and parameters.
+// "common::s2ws" for the mangled form of common::s2ws[abi:cxx11](...): the name without tags and parameters.
 std::string PlainName(const std::string& mangled) {
   int status = 0;
   const std::unique_ptr<char, void (*)(void*)> demangled(
       abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status), std::free);
   if (status != 0) return mangled;
   const std::string whole = demangled.get();
-  return whole.substr(0, whole.find('('));
+  return whole.substr(0, whole.find_first_of("(["));
 }
 
 // The value in brackets of every line of the dynamic section with this tag.
