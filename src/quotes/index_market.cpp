@@ -8,10 +8,10 @@
 
 #include "frame/phase_interval.h"
 #include "frame/polling.h"
-#include "host/network.h"
 #include "quotes/index_market_service.h"
 #include "quotes/index_market_table.h"
 #include "request/answer.h"
+#include "request/ask.h"
 #include "request/record_reader.h"
 #include "request/stamp.h"
 #include "request/urls.h"
@@ -29,8 +29,6 @@ class CIndexMarket : public IIndexMarket, protected frame::Gated {
   int GetInterval() override { return frame::PhaseInterval(); }
 
  private:
-  static constexpr int kTimeoutSeconds = 3;
-
   // Ask
   void FetchIndexMarkets();
   // Understand
@@ -58,14 +56,9 @@ void CIndexMarket::FetchIndexMarkets() {
     boost::lock_guard<boost::mutex> lock(ListMutex());
     stamp = latest_request_.Advance();
   }
-  const std::wstring url = request::StockDetailListUrl({L"sh000001", L"sz399001", L"sz399006"});
-  if (url.empty()) {
-    return;
-  }
-  GetAsyn(url, gate_.Guard([this, stamp](bool ok, const char* body, std::size_t length) {
-    OnAnswer(stamp, ok, body, length);
-  }),
-          {}, kTimeoutSeconds);
+  request::Ask(
+      request::StockDetailListUrl({L"sh000001", L"sz399001", L"sz399006"}), request::kQuickSeconds, gate_,
+      [this, stamp](bool ok, const char* body, std::size_t length) { OnAnswer(stamp, ok, body, length); });
 }
 
 void CIndexMarket::OnAnswer(std::int64_t stamp, bool ok, const char* body, std::size_t length) {
