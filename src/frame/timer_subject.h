@@ -87,6 +87,12 @@ class ITimerSubject {
     kAlways,
   };
 
+  /// Who of the observers with the key is told.
+  enum class Audience {
+    kActive,    ///< those that are not suspended
+    kAttached,  ///< suspended ones too
+  };
+
   /// Starts the polling thread. Called by `frame::Polling` as the last act of construction.
   void StartPolling() {
     thread_ = boost::thread([this] { PollThread(); });
@@ -127,7 +133,7 @@ class ITimerSubject {
         Store(key, data);
         stored = true;
       }
-      if (!Contains(suspended_, obs)) {
+      if (audience == Audience::kAttached || !Contains(suspended_, obs)) {
         obs->Update(data);
       }
     }
