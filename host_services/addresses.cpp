@@ -1,0 +1,203 @@
+#include "addresses.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
+namespace stock_host {
+namespace {
+
+struct Current {
+  std::mutex mutex;  // guards addresses
+  std::shared_ptr<const Addresses> addresses = std::make_shared<const Addresses>();
+};
+
+// Leaked: callable until the very end of the process.
+Current& State() {
+  static Current* const state = new Current;
+  return *state;
+}
+
+bool IsUnreserved(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
+         c == '_' || c == '~';
+}
+
+void LowerAscii(std::string& text) {
+  for (char& c : text) {
+    if (c >= 'A' && c <= 'Z') {
+      c = static_cast<char>(c + ('a' - 'A'));
+    }
+  }
+}
+
+class ParsedUrl {
+ public:
+  explicit ParsedUrl(const std::string& url)
+      : handle_(curl_url()),
+        good_(handle_ != nullptr &&
+              curl_url_set(handle_, CURLUPART_URL, url.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK) {}
+  ~ParsedUrl() { curl_url_cleanup(handle_); }
+  ParsedUrl(const ParsedUrl&) = delete;
+  ParsedUrl& operator=(const ParsedUrl&) = delete;
+
+  [[nodiscard]] bool good() const { return good_; }
+  [[nodiscard]] std::string Part(CURLUPart part) const {
+    char* text = nullptr;
+    if (!good_ || curl_url_get(handle_, part, &text, 0) != CURLUE_OK || text == nullptr) {
+      return {};
+    }
+    std::string copy = text;
+    curl_free(text);
+    return copy;
+  }
+
+ private:
+  CURLU* const handle_;
+  const bool good_;
+};
+
+// Scheme, authority and path of the root of a server. False when `root` is no such address.
+bool ParseRoot(const std::string& root, std::string& scheme, std::string& authority, std::string& path) {
+  const std::string sendable = SendableUrl(root);
+  if (sendable.empty() || sendable.find('?') != std::string::npos) {
+    return false;
+  }
+  const ParsedUrl url(sendable);
+  scheme = url.Part(CURLUPART_SCHEME);
+  LowerAscii(scheme);
+  authority = url.Part(CURLUPART_HOST);
+  LowerAscii(authority);
+  const std::string port = url.Part(CURLUPART_PORT);
+  if (!port.empty() && port != (scheme == "http" ? "80" : "443")) {
+    authority += ":" + port;
+  }
+  path = url.Part(CURLUPART_PATH);
+  while (!path.empty() && path.back() == '/') {
+    path.pop_back();
+  }
+  return true;
+}
+
+bool IsKeyId(const std::string& text) {
+  return !text.empty() && text.size() <= 64 &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c != '~' && IsUnreserved(c); });
+}
+
+}  // namespace
+
+std::shared_ptr<const Addresses> ParseAddresses(const Settings& settings, std::string& error) {
+  const auto refuse = [&](const std::string& what, const std::string& value) {
+    error = what + " \"" + value + "\" is no http or https address of a server";
+    return nullptr;
+  };
+  auto addresses = std::make_shared<Addresses>();
+  std::string api_root;
+  if (!settings.api_root.empty()) {
+    if (!ParseRoot(settings.api_root, addresses->scheme, addresses->authority, addresses->base_path)) {
+      return refuse("the quote API server", settings.api_root);
+    }
+    api_root = addresses->Origin() + addresses->base_path;
+    addresses->static_root = api_root + "/static/";
+    addresses->history_root = api_root;
+  }
+  std::string scheme;
+  std::string authority;
+  std::string path;
+  if (!settings.static_root.empty()) {
+    if (!ParseRoot(settings.static_root, scheme, authority, path)) {
+      return refuse("the static file server", settings.static_root);
+    }
+    addresses->static_root = scheme + "://" + authority + path + "/";
+  }
+  if (!settings.history_root.empty()) {
+    if (!ParseRoot(settings.history_root, scheme, authority, path)) {
+      return refuse("the history query service", settings.history_root);
+    }
+    addresses->history_root = scheme + "://" + authority + path;
+  }
+  if (settings.key_id.empty() != settings.key.empty()) {
+    error =
+        settings.key.empty() ? "a key id is configured, but no key" : "a key is configured, but no key id";
+    return nullptr;
+  }
+  if (!settings.key_id.empty() && !IsKeyId(settings.key_id)) {
+    error = "the key id is not 1 to 64 characters of A-Z a-z 0-9 . _ -";
+    return nullptr;
+  }
+  addresses->key_id = settings.key_id;
+  addresses->key = settings.key;
+  return addresses;
+}
+
+std::shared_ptr<const Addresses> CurrentAddresses() {
+  Current& state = State();
+  const std::lock_guard lock(state.mutex);
+  return state.addresses;
+}
+
+void SetAddresses(std::shared_ptr<const Addresses> addresses) {
+  Current& state = State();
+  const std::lock_guard lock(state.mutex);
+  state.addresses.swap(addresses);
+}
+
+std::string EndpointOf(const Addresses& addresses, std::string_view url) {
+  const auto under = [url](const std::string& root) { return !root.empty() && url.starts_with(root); };
+  if (under(addresses.static_root)) {
+    return "static";
+  }
+  const std::string api_root = addresses.Origin() + addresses.base_path;
+  if (under(api_root) && url.substr(api_root.size()).starts_with("/pc/")) {
+    const std::string_view path = url.substr(api_root.size());
+    return std::string(path.substr(0, std::min<std::size_t>(path.find('?'), 96)));
+  }
+  return under(addresses.history_root) ? "history" : "other";
+}
+
+std::string PercentEncoded(std::string_view text, std::string_view keep) {
+  static constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string encoded;
+  encoded.reserve(text.size());
+  for (const char c : text) {
+    if (IsUnreserved(c) || keep.find(c) != std::string_view::npos) {
+      encoded += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      encoded += '%';
+      encoded += kDigits[byte >> 4U];
+      encoded += kDigits[byte & 0xfU];
+    }
+  }
+  return encoded;
+}
+
+std::string SendableUrl(std::string_view url) {
+  std::string encoded;
+  encoded.reserve(url.size());
+  for (const char c : url) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7f || c == '#') {
+      return {};
+    }
+    if (byte > 0x7f || c == ' ') {
+      encoded += PercentEncoded(std::string_view(&c, 1));
+    } else {
+      encoded += c;
+    }
+  }
+  const ParsedUrl parsed(encoded);
+  std::string scheme = parsed.Part(CURLUPART_SCHEME);
+  LowerAscii(scheme);
+  const std::string host = parsed.Part(CURLUPART_HOST);
+  if (!parsed.good() || (scheme != "http" && scheme != "https") || host.empty() ||
+      host.find('%') != std::string::npos || encoded.find("://") == std::string::npos ||
+      !parsed.Part(CURLUPART_USER).empty() || !parsed.Part(CURLUPART_PASSWORD).empty()) {
+    return {};
+  }
+  return encoded;
+}
+
+}  // namespace stock_host

@@ -1,0 +1,152 @@
+// Start and stop of the host services, in the one order that lets every request, task and observer end well.
+#include <unistd.h>
+
+#include <cmath>
+#include <exception>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "addresses.h"
+#include "clock.h"
+#include "counters.h"
+#include "files.h"
+#include "host/tasks.h"
+#include "http.h"
+#include "log.h"
+#include "signing.h"
+#include "stock_host.h"
+#include "tasks.h"
+#include "watch_list.h"
+#include "worker_pool.h"
+
+namespace stock_host {
+namespace {
+
+struct Life {
+  std::mutex mutex;  // serialises Start and Stop; guards running
+  bool running = false;
+};
+
+// Leaked: callable until the very end of the process.
+Life& State() {
+  static Life* const life = new Life;
+  return *life;
+}
+
+// Keeps the clock with the quote API server's, and signs anew what was signed by a clock too far off.
+std::string FollowServer(const HttpHeaderReport& report) {
+  const auto addresses = CurrentAddresses();
+  const std::string origin = addresses->Origin();
+  if (origin.empty() || report.date < 0 || !report.url.starts_with(origin + "/")) {
+    return {};
+  }
+  const double speed = report.speed ? ParseSpeed(report.speed->c_str()).value_or(1) : 1;
+  const bool agreed = ServerClock().Learn(report.date, speed, report.received);
+  const auto signed_at = TimeOfSigning(*addresses, report.url);
+  if (!agreed || !signed_at) {
+    return {};
+  }
+  const double under_way = std::chrono::duration<double>(report.received - report.sent).count() * speed;
+  const double skew = static_cast<double>(report.date - *signed_at) - under_way;
+  if (std::abs(skew) <= ServerClockModel::kLargestSkew) {
+    return {};
+  }
+  Log(Severity::kInfo, "clock: a request was signed " + std::to_string(std::llround(skew)) +
+                           " seconds off the server's clock and is sent again");
+  const auto mark = NewSigningMark();
+  return mark ? SignedAnew(*addresses, report.url, *mark) : std::string();
+}
+
+// Undoes in the order of Stop what has been started.
+void StopParts() {
+  TheHttpClient().StopNetwork();  // waiting callers in tasks and call-backs come back
+  StopTasks();
+  TheHttpClient().FinishCompletions();
+  TheWatchList().Stop();
+}
+
+bool MakeDirectory(const std::string& directory, const char* what, std::string& error) {
+  std::error_code failure;
+  std::filesystem::create_directories(directory, failure);
+  if (failure || access(directory.c_str(), W_OK | X_OK) != 0) {
+    error = std::string("the ") + what + " directory \"" + directory + "\" cannot be made or written";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool Start(const Settings& settings, std::string& error) {
+  error.clear();
+  if (OnHostThread()) {
+    error = "the host services cannot be started from one of their own threads";
+    return false;
+  }
+  Life& life = State();
+  const std::lock_guard lock(life.mutex);
+  if (life.running) {
+    error = "the host services run already";
+    return false;
+  }
+  const auto addresses = ParseAddresses(settings, error);
+  if (!addresses) {
+    return false;
+  }
+  if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0) {
+    error = "the file of trusted certificates \"" + settings.ca_file + "\" cannot be read";
+    return false;
+  }
+  const auto chosen = [](const std::string& text, std::string (*standard)()) {
+    return text.empty() ? standard() : text;
+  };
+  const std::string data = chosen(settings.data_directory, &DefaultDataDirectory);
+  const std::string config = chosen(settings.config_directory, &DefaultConfigDirectory);
+  if (!MakeDirectory(data, "data", error) || !MakeDirectory(config, "configuration", error) ||
+      !OpenLog(chosen(settings.log_directory, &DefaultLogDirectory), settings.log_to_stderr,
+               settings.log_level.empty() ? "info" : settings.log_level, error)) {
+    return false;
+  }
+  ResetCounters();
+  ResetServerClock();
+  SetAddresses(addresses);
+  SetDataRoot(data);
+  Log(Severity::kInfo,
+      "started; quote API " + (addresses->scheme.empty() ? "none" : addresses->Origin()) + ", static files " +
+          (addresses->static_root.empty() ? "none" : addresses->static_root) + ", history " +
+          (addresses->history_root.empty() ? "none" : addresses->history_root) +
+          (addresses->key.empty() ? ", no key" : ", key id " + addresses->key_id) + ", data in " + data);
+  try {
+    StartTasks();
+    TheHttpClient().Start({settings.proxy, settings.ca_file, &FollowServer});
+    TheWatchList().Start(config);
+    base::TaskManagerInstance()->AddTask(&SweepLeftovers);
+  } catch (const std::exception& e) {
+    error = std::string("the host services cannot be started: ") + e.what();
+    StopParts();
+    CloseLog();
+    return false;
+  }
+  life.running = true;
+  return true;
+}
+
+void Stop() {
+  if (OnHostThread()) {
+    Log(Severity::kError, "a call-back, a task or a watch-list observer tried to stop the host services");
+    return;
+  }
+  Life& life = State();
+  const std::lock_guard lock(life.mutex);
+  if (!life.running) {
+    return;
+  }
+  StopParts();
+  life.running = false;
+  Log(Severity::kInfo, "stopped");
+  CloseLog();
+}
+
+}  // namespace stock_host

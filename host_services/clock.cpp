@@ -1,0 +1,123 @@
+#include "clock.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+#include "host/clock.h"
+
+namespace stock_host {
+namespace {
+
+constexpr std::int64_t kEarliest = 631152000;  // 1990-01-01
+constexpr std::int64_t kLatest = 4102444800;   // 2100-01-01
+
+double WallSeconds() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace
+
+double ServerClockModel::At(Steady now) const {
+  return base_ + std::chrono::duration<double>(now - base_at_).count() * speed_;
+}
+
+void ServerClockModel::Step(double time, Steady now) {
+  base_ = time;
+  base_at_ = now;
+  latest_told_ = 0;
+  stray_.reset();
+}
+
+void ServerClockModel::Reset(double wall, Steady now) {
+  const std::lock_guard lock(mutex_);
+  speed_ = 1;
+  learned_ = false;
+  Step(wall, now);
+}
+
+std::int64_t ServerClockModel::Now(Steady now) {
+  const std::lock_guard lock(mutex_);
+  const auto seconds = static_cast<std::int64_t>(std::floor(At(now)));
+  latest_told_ = std::max(latest_told_, seconds);
+  return latest_told_;
+}
+
+bool ServerClockModel::Learn(std::int64_t date, double speed, Steady now) {
+  if (date < kEarliest || date > kLatest) {
+    return false;
+  }
+  // The header carries whole seconds, cut off.
+  const double time = static_cast<double>(date) + 0.5;
+  const std::lock_guard lock(mutex_);
+  // At another speed the past samples say nothing.
+  if (!learned_ || std::abs(speed - speed_) > 1e-9 * speed_) {
+    learned_ = true;
+    speed_ = speed;
+    Step(time, now);
+    return true;
+  }
+  const double difference = time - At(now);
+  if (std::abs(difference) <= kLargestSkew) {
+    stray_.reset();
+    const double here = At(now);
+    const double bound = kLargestPull * std::max(1.0, speed_);
+    base_ = here + std::clamp(difference / 8, -bound, bound);
+    base_at_ = now;
+    return true;
+  }
+  if (stray_) {
+    const double expected = *stray_ + std::chrono::duration<double>(now - stray_at_).count() * speed_;
+    if (std::abs(time - expected) <= kLargestSkew) {
+      Step(time, now);
+      return true;
+    }
+  }
+  stray_ = time;
+  stray_at_ = now;
+  return false;
+}
+
+double ServerClockModel::Speed() {
+  const std::lock_guard lock(mutex_);
+  return speed_;
+}
+
+ServerClockModel& ServerClock() {
+  // Leaked: callable until the very end of the process.
+  static ServerClockModel* const clock = [] {
+    auto* made = new ServerClockModel;
+    made->Reset(WallSeconds(), std::chrono::steady_clock::now());
+    return made;
+  }();
+  return *clock;
+}
+
+std::optional<double> ParseSpeed(const char* text) {
+  const char* const end = text + std::strlen(text);
+  double speed = 0;
+  const auto [at, error] = std::from_chars(text, end, speed, std::chars_format::fixed);
+  if (error != std::errc() || at != end || !(speed >= 0.001 && speed <= 100000)) {
+    return std::nullopt;
+  }
+  return speed;
+}
+
+void ResetServerClock() {
+  ServerClock().Reset(WallSeconds(), std::chrono::steady_clock::now());
+}
+
+}  // namespace stock_host
+
+namespace common {
+
+std::int64_t GetCurrentServerTime() {
+  return stock_host::ServerClock().Now(std::chrono::steady_clock::now());
+}
+
+std::uint32_t GetCurrentServerDate() {
+  return TimeToDate(GetCurrentServerTime());
+}
+
+}  // namespace common

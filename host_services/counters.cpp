@@ -1,0 +1,118 @@
+#include "counters.h"
+
+#include <mutex>
+#include <utility>
+
+#include "stock_host.h"
+
+namespace stock_host {
+namespace {
+
+// A server that is asked for ever new paths does not make the table grow for ever.
+constexpr std::size_t kEndpoints = 200;
+
+struct CounterState {
+  std::mutex mutex;  // guards all members
+  Counters counters;
+  Connection connection = Connection::kIdle;
+};
+
+// Leaked: callable until the very end of the process.
+CounterState& State() {
+  static CounterState* const state = new CounterState;
+  return *state;
+}
+
+EndpointCounters& Endpoint(Counters& counters, const std::string& name) {
+  const auto found = counters.endpoints.find(name);
+  if (found != counters.endpoints.end()) {
+    return found->second;
+  }
+  return counters.endpoints[counters.endpoints.size() < kEndpoints ? name : "other"];
+}
+
+std::uint64_t& Count(Failures& failures, HttpError error) {
+  switch (error) {
+    case HttpError::kInvalid:
+      return failures.invalid;
+    case HttpError::kConnection:
+      return failures.connection;
+    case HttpError::kSecurity:
+      return failures.security;
+    case HttpError::kTimeout:
+      return failures.timeout;
+    case HttpError::kStatus:
+      return failures.status;
+    case HttpError::kTooLarge:
+      return failures.too_large;
+    case HttpError::kStopped:
+      return failures.stopped;
+    case HttpError::kNone:
+    case HttpError::kIncomplete:
+      break;
+  }
+  return failures.incomplete;
+}
+
+}  // namespace
+
+void ResetCounters() {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  state.counters = Counters();
+  state.connection = Connection::kIdle;
+}
+
+void CountStarted(const std::string& endpoint) {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  ++state.counters.requests;
+  ++state.counters.under_way;
+  ++Endpoint(state.counters, endpoint).requests;
+}
+
+void CountCompleted(const std::string& endpoint, HttpError error, const std::string& reason,
+                    std::uint64_t bytes, std::int64_t at) {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  Counters& counters = state.counters;
+  EndpointCounters& one = Endpoint(counters, endpoint);
+  counters.under_way -= counters.under_way > 0 ? 1 : 0;
+  counters.bytes_received += bytes;
+  one.bytes_received += bytes;
+  if (error == HttpError::kNone) {
+    ++counters.succeeded;
+    ++one.succeeded;
+    one.last_success = at;
+    state.connection = Connection::kLive;
+    return;
+  }
+  ++counters.failed;
+  ++one.failed;
+  ++Count(counters.failures, error);
+  one.last_error = reason;
+  // What never went to a server says nothing about the connection.
+  if (error != HttpError::kInvalid && error != HttpError::kStopped) {
+    state.connection = Connection::kFailing;
+  }
+}
+
+void CountConnections(std::uint64_t opened) {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  state.counters.connections += opened;
+}
+
+Connection ConnectionState() {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  return state.connection;
+}
+
+Counters ReadCounters() {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  return state.counters;
+}
+
+}  // namespace stock_host

@@ -1,0 +1,22 @@
+// What the requests came to, for the application (ReadCounters in stock_host.h). Callable from any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "http.h"
+
+namespace stock_host {
+
+void ResetCounters();
+
+/// A request was taken on. Exactly one `CountCompleted` follows.
+void CountStarted(const std::string& endpoint);
+
+/// `reason` names the failure; it is left alone after a success. `at` is the machine's time in Unix seconds.
+void CountCompleted(const std::string& endpoint, HttpError error, const std::string& reason,
+                    std::uint64_t bytes, std::int64_t at);
+
+void CountConnections(std::uint64_t opened);
+
+}  // namespace stock_host

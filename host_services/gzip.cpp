@@ -1,0 +1,109 @@
+#include "gzip.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include "host/files.h"
+#include "host/text.h"
+
+namespace stock_host {
+namespace {
+
+constexpr std::size_t kUnpackedLimit = 64U << 20;
+constexpr std::size_t kChunk = 64U << 10;
+constexpr int kGzipOnly = 15 + 16;
+
+}  // namespace
+
+Gunzip::Gunzip(std::size_t limit) : limit_(limit) {
+  if (inflateInit2(&stream_, kGzipOnly) != Z_OK) {
+    state_ = State::kCorrupt;
+  }
+}
+
+Gunzip::~Gunzip() {
+  inflateEnd(&stream_);
+}
+
+Gunzip::State Gunzip::Feed(std::string_view piece, std::string& out) {
+  while (state_ == State::kGood && !piece.empty()) {
+    if (between_members_) {
+      between_members_ = false;
+      inflateReset(&stream_);
+    }
+    const std::size_t offered = std::min<std::size_t>(piece.size(), std::numeric_limits<uInt>::max());
+    stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(piece.data()));
+    stream_.avail_in = static_cast<uInt>(offered);
+    bool room_left = false;
+    while (!room_left && !between_members_ && state_ == State::kGood) {
+      std::array<char, kChunk> chunk;
+      stream_.next_out = reinterpret_cast<Bytef*>(chunk.data());
+      stream_.avail_out = static_cast<uInt>(chunk.size());
+      const int result = inflate(&stream_, Z_NO_FLUSH);
+      const std::size_t got = chunk.size() - stream_.avail_out;
+      if (got > limit_ - unpacked_) {
+        state_ = State::kTooLarge;
+        break;
+      }
+      out.append(chunk.data(), got);
+      unpacked_ += got;
+      if (result == Z_STREAM_END) {
+        between_members_ = true;
+      } else if (result != Z_OK && result != Z_BUF_ERROR) {
+        state_ = State::kCorrupt;
+      } else {
+        // An output buffer that is not full: all of the input is used up.
+        room_left = stream_.avail_out > 0;
+      }
+    }
+    piece.remove_prefix(offered - stream_.avail_in);
+  }
+  return state_;
+}
+
+bool IsWholeGzip(std::string_view bytes) {
+  Gunzip gunzip(kUnpackedLimit);
+  std::string out;
+  while (!bytes.empty()) {
+    const std::string_view piece = bytes.substr(0, kChunk);
+    bytes.remove_prefix(piece.size());
+    if (gunzip.Feed(piece, out) != Gunzip::State::kGood) {
+      return false;
+    }
+    out.clear();
+  }
+  return gunzip.Whole();
+}
+
+}  // namespace stock_host
+
+bool GZipExtract(const wchar_t* path, std::string& text) {
+  text.clear();
+  if (path == nullptr) {
+    return false;
+  }
+  struct Close {
+    void operator()(std::FILE* f) const { std::fclose(f); }
+  };
+  const std::unique_ptr<std::FILE, Close> file(std::fopen(common::ws2s(path, common::kUtf8).c_str(), "rbe"));
+  if (!file) {
+    return false;
+  }
+  stock_host::Gunzip gunzip(stock_host::kUnpackedLimit);
+  std::string unpacked;
+  std::vector<char> chunk(stock_host::kChunk);
+  for (std::size_t got = 0; (got = std::fread(chunk.data(), 1, chunk.size(), file.get())) > 0;) {
+    if (gunzip.Feed(std::string_view(chunk.data(), got), unpacked) != stock_host::Gunzip::State::kGood) {
+      return false;
+    }
+  }
+  if (std::ferror(file.get()) != 0 || !gunzip.Whole()) {
+    return false;
+  }
+  text = std::move(unpacked);
+  return true;
+}

@@ -1,0 +1,14 @@
+// The key file, apart from the rest of the configuration for the sake of its rules. No state, callable from
+// any thread.
+#pragma once
+
+#include <string>
+
+namespace stock_host {
+
+/// Reads "key_id = ..." and "key = ..." from a file that is the user's own and that nobody else may read or
+/// write. False with `error` when it is not so or cannot be read; the key is never part of `error`.
+[[nodiscard]] bool ReadKeyFile(const std::string& path, std::string& key_id, std::string& key,
+                               std::string& error);
+
+}  // namespace stock_host

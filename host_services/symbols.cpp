@@ -1,0 +1,99 @@
+// Kinds of symbols and of trading status, by their texts. No state.
+#include "symbols.h"
+
+#include <array>
+#include <cwchar>
+#include <string_view>
+#include <utility>
+
+#include "host/calendar.h"
+
+namespace stock_host {
+namespace {
+
+bool IsDigit(wchar_t c) {
+  return c >= L'0' && c <= L'9';
+}
+wchar_t Lower(wchar_t c) {
+  return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + (L'a' - L'A')) : c;
+}
+
+std::wstring LowerText(std::wstring_view text) {
+  std::wstring lower(text);
+  for (wchar_t& c : lower) {
+    c = Lower(c);
+  }
+  return lower;
+}
+
+}  // namespace
+
+std::wstring SecuritySymbol(std::wstring_view text) {
+  if (text.size() != 8) {
+    return {};
+  }
+  std::wstring symbol = LowerText(text);
+  const bool market = symbol[0] == L's' && (symbol[1] == L'h' || symbol[1] == L'z');
+  for (std::size_t i = 2; i < symbol.size(); ++i) {
+    if (!IsDigit(symbol[i])) {
+      return {};
+    }
+  }
+  return market ? symbol : std::wstring();
+}
+
+}  // namespace stock_host
+
+namespace stock {
+
+SymbolType CheckSymbol(const wchar_t* symbol) {
+  if (symbol == nullptr) {
+    return kSymbolUnknown;
+  }
+  const std::wstring security = stock_host::SecuritySymbol(symbol);
+  if (!security.empty()) {
+    return security.starts_with(L"sh000") || security.starts_with(L"sz399") ? kSymbolIndex : kSymbolStock;
+  }
+  const std::wstring text = stock_host::LowerText(symbol);
+  if (text.size() <= 2 || !text.starts_with(L"bk")) {
+    return kSymbolUnknown;
+  }
+  for (const wchar_t c : text) {
+    if (!stock_host::IsDigit(c) && !(c >= L'a' && c <= L'z') && c != L'_') {
+      return kSymbolUnknown;
+    }
+  }
+  return kSymbolPlate;
+}
+
+StockStatus ConvertStockStatus(const std::wstring& text) {
+  if (text.size() == 1 && text[0] >= L'0' && text[0] <= L'7') {
+    return static_cast<StockStatus>(text[0] - L'0');
+  }
+  static constexpr std::array<std::pair<std::wstring_view, int>, 15> kWords{{
+      {L"normal", 0},
+      {L"正常", 0},
+      {L"suspended", 1},
+      {L"停牌", 1},
+      {L"halted", 2},
+      {L"临时停牌", 2},
+      {L"delisted", 3},
+      {L"退市", 3},
+      {L"unlisted", 4},
+      {L"未上市", 4},
+      {L"delisting", 5},
+      {L"退市整理", 5},
+      {L"paused", 6},
+      {L"暂停上市", 6},
+      {L"terminated", 7},
+  }};
+  const std::wstring lower = stock_host::LowerText(text);
+  for (const auto& [word, status] : kWords) {
+    if (lower == word) {
+      return static_cast<StockStatus>(status);
+    }
+  }
+  return kStockNormal;
+}
+
+}  // namespace stock
