@@ -89,7 +89,7 @@ std::string LogText(std::string_view text) {
       line += L"...";
       break;
     }
-    const auto code = static_cast<unsigned long>(c);
+    const unsigned long code = static_cast<char32_t>(c);
     if (!MustBeEscaped(code)) {
       line += c;
     } else if (c == L'\n') {
