@@ -24,13 +24,15 @@ struct IndexMarketSummary {
 
 /// Delivers the quotes of the indices sh000001, sz399001 and sz399006, in the order of the answer.
 ///
-/// Key: none. Targets may be set, but every observer gets the same list.
-/// Who is told: every attached observer, a suspended one included. `Attach` hands over the latest list, if
-/// there is one, before it returns. `Resume(observer, true)` always asks the server. When: at every change of
-/// the market's phase and at least once an hour, while any observer is active. A view that wants more calls
-/// `Refresh`. Threads: callable from any thread. `Update` runs on a thread of the host's network library, or
-/// inside `Attach`; it must not call this service. Failure: one line in the log; observers keep what they
-/// have. The answer to an older request is dropped. An empty list means that the answer held none. The module
-/// owns the object; it is valid until `DestroyStockMarket`.
+/// - Key: none. Targets may be set, but every observer gets the same list.
+/// - Who is told: every attached observer, a suspended one included. `Attach` hands over the latest list,
+///   if there is one, before it returns. `Resume(observer, true)` always asks the server.
+/// - When: at every change of the market's phase and at least once an hour, while any observer is active. A
+///   view that wants more calls `Refresh`.
+/// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
+///   `Attach`; it must not call this service.
+/// - Failure: one line in the log; observers keep what they have. The answer to an older request is
+///   dropped. An empty list means that the answer held none.
+/// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IIndexMarket : public ITimerSubject<IUpdate1<std::vector<IndexMarketSummary>>, std::wstring,
                                           std::vector<IndexMarketSummary>> {};

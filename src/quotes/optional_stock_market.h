@@ -1,0 +1,49 @@
+// Quotes of the user's watch list, sorted for each view. The watch list itself is the host's
+// (host/watch_list.h).
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "frame/field.h"
+#include "frame/observer.h"
+#include "frame/timer_subject.h"
+#include "quotes/stock_market_item.h"
+
+/// Column and direction by which one view wants the watch list.
+struct SortingTarget {
+  std::uint32_t sort_key =
+      0;  ///< 1 to 19 as in `StockRangeRankingTarget`, 24 plate; others keep the given order
+  std::uint32_t sort_type = 0;  ///< 1 ascending, 2 descending; others keep the given order
+
+  auto operator<=>(const SortingTarget&) const = default;
+};
+
+/// One row of the watch list.
+struct OptionalMarketItem : StockMarketItem {
+  std::wstring plate;  ///< name of the first plate that a stock belongs to; empty for anything else
+
+  bool operator==(const OptionalMarketItem&) const = default;
+};
+
+/// Delivers the quotes of the user's watch list, one request for all observers, each observer's list in the
+/// order of its own target. A row whose figure is absent comes after the others in both directions; figures
+/// within 0.001 of each other are equal.
+///
+/// - Key: `SortingTarget`. An observer without a target gets the list in the order of the answer.
+/// - Who is told: every active observer.
+/// - When: every 3 seconds while any observer is active, at `Refresh`, and when the user changes the watch
+///   list. An empty watch list asks for nothing and leaves the observers what they have. Threads: callable
+///   from any thread. `Update` runs on a thread of the host's network library; it must not call this
+///   service. `Resume(observer, true)` always asks the server. Failure: one line in the log; observers keep
+///   what they have. The module owns the object; it is valid until `DestroyStockMarket`.
+class IOptionalStockMarket : public ITimerSubject<IUpdate1<std::vector<OptionalMarketItem>>, SortingTarget,
+                                                  std::vector<OptionalMarketItem>> {
+ public:
+  /// Hands code and name of every row of the latest answer, in the order that the arguments name as
+  /// `SortingTarget` does, to `done` on a thread of the host's task pool. Sends no request; before the first
+  /// answer the list is empty. With an empty `done` nothing happens. Callable from any thread.
+  virtual void FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) = 0;
+};

@@ -1,0 +1,46 @@
+// Ranked, paged quotes of a whole board of stocks. Short top lists with trend marks are a matter of
+// ranking/stock_ranking.h, the members of one plate of quotes/plate_stock_market.h.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <vector>
+
+#include "frame/field.h"
+#include "frame/observer.h"
+#include "frame/timer_subject.h"
+#include "quotes/stock_market_item.h"
+
+/// Rows `start` to `end` of a board, ordered by one column.
+struct StockRangeRankingTarget {
+  std::uint32_t stock_type = 0;  ///< board: 1 all A shares, 2 Shanghai, 3 Shenzhen, 4 GEM, 5 SME; 0 not set
+  /// Column: 1 code, 2 name, 3 last, 4 change, 5 diff, 6 bid1, 7 ask1, 8 tr, 9 amt, 10 vol, 11 pe, 12 high,
+  /// 13 low, 14 open, 15 preclose, 16 amp, 17 qrr, 18 cr, 19 mc; 0 not set; any other number ranks by change.
+  std::uint32_t sort_key = 0;
+  std::uint32_t sort_type = 0;  ///< 1 ascending, 2 descending
+  std::uint32_t start = 0;      ///< first row, from 0
+  std::uint32_t end = 0;        ///< end of the range, sent as it is
+
+  auto operator<=>(const StockRangeRankingTarget&) const = default;
+};
+
+/// Delivers the quotes of the rows that each observer's target names, in the order of the answer, with the
+/// directions of `last`, `change`, `diff`, `bid1`, `ask1`, `tr`, `amt` and `vol` against the previous
+/// answer.
+///
+/// - Key: `StockRangeRankingTarget`. With `stock_type` or `sort_key` 0 nothing is asked.
+/// - Who is told: every active observer whose target equals the key.
+/// - When: every 3 seconds while any observer is active, and at `Refresh`.
+/// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
+///   `Resume` when it hands over a list fetched within the last 300 ms; it must not call this service.
+///   Failure: one line in the log; observers keep what they have. An empty list means that the range holds
+///   no row. The module owns the object; it is valid until `DestroyStockMarket`.
+class IStockMarket : public ITimerSubject<IUpdate1<std::vector<StockMarketItem>>, StockRangeRankingTarget,
+                                          std::vector<StockMarketItem>> {
+ public:
+  /// Asks once for code and name of every stock of a board, in an order; the arguments number as in
+  /// `StockRangeRankingTarget`. Returns at once; `done` is called on a thread of the host's network library,
+  /// at most once: never after a failure (one line in the log), and never when a later call of this operation
+  /// was made before the answer came. Callable from any thread.
+  virtual void FetchStockItems(int sort_key, int sort_type, int stock_type, const CodeNameCallback& done) = 0;
+};
