@@ -116,9 +116,10 @@ class ITimerSubject {
     }
   }
 
-  /// Stores `data` under `key` and tells every active observer with that key, in the order in which they
-  /// attached. The list mutex is held throughout.
-  void Deliver(const Key& key, const Data& data, CacheRule rule = CacheRule::kIfTargeted) {
+  /// Stores `data` under `key` and tells the observers of the audience with that key, in the order in which
+  /// they attached. The list mutex is held throughout.
+  void Deliver(const Key& key, const Data& data, CacheRule rule = CacheRule::kIfTargeted,
+               Audience audience = Audience::kActive) {
     boost::lock_guard<boost::mutex> lock(list_mutex_);
     bool stored = false;
     if (rule == CacheRule::kAlways) {

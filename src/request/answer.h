@@ -21,7 +21,7 @@ enum class Outcome {
   kResponseError,  ///< the answer carries an error number; the response line is written
 };
 
-/// The checked answer of one request.
+/// The checked answer of one request. Lives no longer than the bytes that it was made from.
 class Answer {
  public:
   explicit Answer(Outcome outcome) : outcome_(outcome) {}
@@ -31,7 +31,7 @@ class Answer {
   [[nodiscard]] explicit operator bool() const { return outcome_ == Outcome::kAccepted; }
 
   /// The outermost object, and its member "data" read as an object or an array. Empty unless accepted.
-  [[nodiscard]] const json::Object& Root() const { return document_.Root(); }
+  [[nodiscard]] json::Object Root() const { return document_.Root(); }
   [[nodiscard]] json::Object DataObject() const { return Root().ObjectAt("data"); }
   [[nodiscard]] json::Array DataArray() const { return Root().ArrayAt("data"); }
 

@@ -29,4 +29,20 @@ void Ask(const std::wstring& url, int seconds, const frame::CompletionGate& gate
           {}, seconds);
 }
 
+/// What came of a synchronous request.
+struct SyncAnswer {
+  bool ok = false;
+  std::string body;
+};
+
+/// Asks for `url` and waits for the answer, in the caller's thread. An empty URL sends nothing and is a
+/// failure.
+[[nodiscard]] inline SyncAnswer AskNow(const std::wstring& url) {
+  SyncAnswer answer;
+  if (!url.empty()) {
+    answer.ok = GetSync(url, answer.body, {}, kSynchronousSeconds);
+  }
+  return answer;
+}
+
 }  // namespace request

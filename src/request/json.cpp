@@ -1,15 +1,288 @@
 #include "request/json.h"
 
 #include <QByteArray>
+#include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QJsonParseError>
+#include <QJsonValue>
 #include <QString>
+#include <algorithm>
 #include <limits>
 #include <optional>
 
+#include "request/json_text.h"
+#include "request/plain_json.h"
+
 namespace request::json {
+namespace {
+
+using detail::Kind;
+using detail::Node;
+
+void AppendUtf8(std::string& out, std::uint32_t code) {
+  const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
+  if (code < 0x80) {
+    put(code);
+  } else if (code < 0x800) {
+    put(0xC0 | (code >> 6));
+    put(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    put(0xE0 | (code >> 12));
+    put(0x80 | ((code >> 6) & 0x3F));
+    put(0x80 | (code & 0x3F));
+  } else {
+    put(0xF0 | (code >> 18));
+    put(0x80 | ((code >> 12) & 0x3F));
+    put(0x80 | ((code >> 6) & 0x3F));
+    put(0x80 | (code & 0x3F));
+  }
+}
+
+bool IsSurrogate(std::uint32_t code) {
+  return code >= 0xD800 && code <= 0xDFFF;
+}
+
+// Reads one code point of UTF-8 that is known to be well-formed, lone surrogates aside.
+std::uint32_t NextCode(const char*& at) {
+  const auto byte = [&at](int place) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(at[place]));
+  };
+  const std::uint32_t lead = byte(0);
+  std::uint32_t code = lead;
+  int length = 1;
+  if (lead >= 0xF0) {
+    code = ((lead & 0x07) << 18) | ((byte(1) & 0x3F) << 12) | ((byte(2) & 0x3F) << 6) | (byte(3) & 0x3F);
+    length = 4;
+  } else if (lead >= 0xE0) {
+    code = ((lead & 0x0F) << 12) | ((byte(1) & 0x3F) << 6) | (byte(2) & 0x3F);
+    length = 3;
+  } else if (lead >= 0x80) {
+    code = ((lead & 0x1F) << 6) | (byte(1) & 0x3F);
+    length = 2;
+  }
+  at += length;
+  return code;
+}
+
+std::uint32_t Hex4(const char* at) {
+  std::uint32_t code = 0;
+  for (int place = 0; place < 4; ++place) {
+    const char digit = at[place];
+    code = code * 16 + static_cast<std::uint32_t>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10);
+  }
+  return code;
+}
+
+// Reads one escape sequence that is known to be right.
+std::uint32_t NextEscaped(const char*& at) {
+  const char escape = at[1];
+  at += 2;
+  switch (escape) {
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    case 'u': {
+      const std::uint32_t code = Hex4(at);
+      at += 4;
+      if (code < 0xD800 || code > 0xDBFF) {
+        return code;
+      }
+      const std::uint32_t low = Hex4(at + 2);
+      at += 6;
+      return 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+    }
+    default:
+      return static_cast<std::uint32_t>(static_cast<unsigned char>(escape));
+  }
+}
+
+std::wstring Wide(std::string_view text, bool escaped) {
+  std::wstring wide;
+  wide.reserve(text.size());
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    const std::uint32_t code = escaped && *at == '\\' ? NextEscaped(at) : NextCode(at);
+    wide += static_cast<wchar_t>(IsSurrogate(code) ? 0xFFFD : code);
+  }
+  return wide;
+}
+
+// Orders UTF-8 texts by their UTF-16 code units: as by bytes, but surrogates stand before what follows them
+// in the basic plane.
+bool Utf16Less(std::string_view left, std::string_view right) {
+  const auto [at_left, at_right] = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+  if (at_left == left.end() || at_right == right.end()) {
+    return at_left == left.end() && at_right != right.end();
+  }
+  const auto a = static_cast<unsigned char>(*at_left);
+  const auto b = static_cast<unsigned char>(*at_right);
+  if ((a >= 0xF0) != (b >= 0xF0) && a >= 0xEE && b >= 0xEE) {
+    return a >= 0xF0;
+  }
+  return a < b;
+}
+
+// Copies what Qt's parser found.
+class Copier {
+ public:
+  Copier(std::vector<Node>& nodes, std::string& texts) : nodes_(nodes), texts_(texts) {}
+
+  void Copy(const QJsonObject& object) {
+    const std::size_t place = Begin(Kind::kObject);
+    std::uint32_t count = 0;
+    for (auto member = object.begin(); member != object.end(); ++member) {
+      const QString key = member.key();
+      if (!key.isEmpty() && key.front() == QLatin1Char(kRepeatedKeyMark)) {
+        continue;
+      }
+      CopyText(key);
+      Copy(member.value());
+      ++count;
+    }
+    End(place, count);
+  }
+
+  void Copy(const QJsonArray& array) {
+    const std::size_t place = Begin(Kind::kArray);
+    for (const QJsonValue& element : array) {
+      Copy(element);
+    }
+    End(place, static_cast<std::uint32_t>(array.size()));
+  }
+
+ private:
+  void Copy(const QJsonValue& value) {
+    switch (value.type()) {
+      case QJsonValue::Object:
+        Copy(value.toObject());
+        break;
+      case QJsonValue::Array:
+        Copy(value.toArray());
+        break;
+      case QJsonValue::String:
+        CopyText(value.toString());
+        break;
+      case QJsonValue::Double: {
+        Node& node = nodes_.emplace_back();
+        node.kind = Kind::kNumber;
+        node.number = value.toDouble() + 0.0;
+        break;
+      }
+      case QJsonValue::Bool:
+        nodes_.emplace_back().kind = value.toBool() ? Kind::kTrue : Kind::kFalse;
+        break;
+      case QJsonValue::Null:
+        nodes_.emplace_back().kind = Kind::kNull;
+        break;
+      case QJsonValue::Undefined:
+        nodes_.emplace_back().kind = Kind::kUndefined;
+        break;
+    }
+  }
+
+  // Lone surrogates keep their three-byte form, so that different keys stay different.
+  void CopyText(const QString& text) {
+    const std::size_t begin = texts_.size();
+    for (int place = 0; place < text.size(); ++place) {
+      const QChar unit = text.at(place);
+      if (unit.isHighSurrogate() && place + 1 < text.size() && text.at(place + 1).isLowSurrogate()) {
+        AppendUtf8(texts_, QChar::surrogateToUcs4(unit, text.at(++place)));
+      } else {
+        AppendUtf8(texts_, unit.unicode());
+      }
+    }
+    Node& node = nodes_.emplace_back();
+    node.kind = Kind::kString;
+    node.text = {static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(texts_.size() - begin)};
+  }
+
+  std::size_t Begin(Kind kind) {
+    nodes_.emplace_back().kind = kind;
+    return nodes_.size() - 1;
+  }
+
+  void End(std::size_t place, std::uint32_t count) {
+    nodes_[place].count = count;
+    nodes_[place].extent = static_cast<std::uint32_t>(nodes_.size() - place);
+  }
+
+  std::vector<Node>& nodes_;
+  std::string& texts_;
+};
+
+}  // namespace
+
+std::wstring Value::Text() const {
+  if (kind() != Kind::kString) {
+    return {};
+  }
+  return Wide({text_ + node_->text.offset, node_->text.length}, node_->escaped);
+}
+
+int Value::Integer() const {
+  const double number = Number();
+  if (!(number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max())) {
+    return 0;
+  }
+  const int whole = static_cast<int>(number);
+  return static_cast<double>(whole) == number ? whole : 0;
+}
+
+Value Array::At(std::size_t index) const {
+  if (index >= Size()) {
+    return {};
+  }
+  const Node* element = node_ + 1;
+  for (; index > 0; --index) {
+    element += element->extent;
+  }
+  return {element, text_};
+}
+
+Value Object::Member(std::string_view key) const {
+  Value found;
+  ForEachUnordered([&](std::string_view name, const Value& value) {
+    if (name == key) {
+      found = value;
+    }
+  });
+  return found;
+}
+
+std::vector<Object::Entry> Object::Sorted() const {
+  std::vector<Entry> members;
+  ForEachUnordered([&members](std::string_view key, const Value& value) {
+    members.push_back({key, value.node_});
+  });
+  std::stable_sort(members.begin(), members.end(),
+                   [](const Entry& left, const Entry& right) { return Utf16Less(left.key, right.key); });
+  // The last of equal keys stays.
+  const auto kept = std::unique(members.rbegin(), members.rend(),
+                                [](const Entry& left, const Entry& right) { return left.key == right.key; });
+  members.erase(members.begin(), kept.base());
+  return members;
+}
 
 Document Document::Parse(const char* text, std::size_t length) {
+  Document document;
+  document.text_ = text;
+  if (detail::ReadPlain({text, length}, document.nodes_)) {
+    return document;
+  }
+  document.nodes_ = {};
+  return ParseByQt(text, length);
+}
+
+Document Document::ParseByQt(const char* text, std::size_t length) {
   Document document;
   const std::optional<std::string> apart = SetRepeatedKeysApart({text, length});
   const std::string_view bytes = apart ? std::string_view(*apart) : std::string_view(text, length);
@@ -21,16 +294,18 @@ Document Document::Parse(const char* text, std::size_t length) {
   const QJsonDocument parsed =
       QJsonDocument::fromJson(QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())), &error);
   document.error_ = error.error;
+  document.owned_ = true;
+  Copier copier(document.nodes_, document.texts_);
   if (parsed.isObject()) {
-    document.root_ = Object(parsed.object());
+    copier.Copy(parsed.object());
   } else if (parsed.isArray()) {
-    document.root_array_ = Array(parsed.array());
+    copier.Copy(parsed.array());
   }
   return document;
 }
 
-std::wstring WideKey(std::u16string_view key) {
-  return QString::fromUtf16(key.data(), static_cast<int>(key.size())).toStdWString();
+std::wstring WideKey(std::string_view key) {
+  return Wide(key, false);
 }
 
 }  // namespace request::json

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace request::json {
@@ -118,19 +119,16 @@ class Scanner {
   }
 
  private:
-  // A member whose value is an object or an array.
-  struct Container {
+  struct Member {
     std::string key;
     std::size_t position;  // of the key's first byte, behind the quote
   };
 
   struct Level {
     bool is_object = false;
-    std::size_t key_begin = kNowhere;  // the key of the member that is being read
-    std::size_t key_end = kNowhere;
-    bool value_begun = false;
-    std::vector<Container> containers;
-    std::unordered_map<std::string, std::size_t> index;  // key to place in containers, once they are many
+    bool has_key = false;                                // the present member's key has been read
+    std::vector<Member> members;                         // distinct keys, each at its latest place
+    std::unordered_map<std::string, std::size_t> index;  // key to place in members, once they are many
   };
 
   // False when nothing behind this place can matter.
@@ -144,7 +142,6 @@ class Scanner {
         if (levels_.size() == kDeepest) {
           return false;
         }
-        BeginValue(true);
         levels_.emplace_back();
         levels_.back().is_object = character == '{';
         break;
@@ -157,18 +154,11 @@ class Scanner {
         break;
       case ',':
         if (!levels_.empty()) {
-          levels_.back().key_begin = kNowhere;
-          levels_.back().value_begun = false;
+          levels_.back().has_key = false;
         }
         break;
-      case ' ':
-      case '\t':
-      case '\n':
-      case '\r':
-      case ':':
-        break;
       default:
-        BeginValue(false);
+        break;
     }
     ++at_;
     return true;
@@ -188,59 +178,46 @@ class Scanner {
       end += 2;
     }
     at_ = end + 1;
-    if (!levels_.empty() && levels_.back().is_object && levels_.back().key_begin == kNowhere) {
-      levels_.back().key_begin = begin;
-      levels_.back().key_end = end;
-    } else {
-      BeginValue(false);
+    if (!levels_.empty() && levels_.back().is_object && !levels_.back().has_key) {
+      levels_.back().has_key = true;
+      Key(begin, end);
     }
     return true;
   }
 
-  void BeginValue(bool is_container) {
-    if (levels_.empty() || !levels_.back().is_object || levels_.back().key_begin == kNowhere ||
-        levels_.back().value_begun) {
-      return;
-    }
+  void Key(std::size_t begin, std::size_t end) {
     Level& level = levels_.back();
-    level.value_begun = true;
-    if (level.containers.empty() && !is_container) {
-      return;
-    }
-    std::string key = Unescaped(text_.substr(level.key_begin, level.key_end - level.key_begin));
+    std::string key = Unescaped(text_.substr(begin, end - begin));
+    // The parser takes some keys for equal that differ behind a NUL only.
+    key.resize(std::min(key.find('\0'), key.size()));
     const std::size_t earlier = Find(level, key);
-    if (earlier != kNowhere) {
-      std::size_t& position = level.containers[earlier].position;
-      if (position != kNowhere) {
-        repeated_.push_back(position);
-      }
-      position = is_container ? level.key_begin : kNowhere;
-    } else if (is_container) {
-      Remember(level, std::move(key));
+    if (earlier == kNowhere) {
+      Remember(level, std::move(key), begin);
+    } else {
+      repeated_.push_back(std::exchange(level.members[earlier].position, begin));
     }
   }
 
   static constexpr std::size_t kFew = 16;
 
   static std::size_t Find(const Level& level, const std::string& key) {
-    if (level.containers.size() > kFew) {
+    if (level.members.size() > kFew) {
       const auto found = level.index.find(key);
       return found == level.index.end() ? kNowhere : found->second;
     }
-    const auto found = std::find_if(level.containers.begin(), level.containers.end(),
-                                    [&key](const Container& container) { return container.key == key; });
-    return found == level.containers.end() ? kNowhere
-                                           : static_cast<std::size_t>(found - level.containers.begin());
+    const auto found = std::find_if(level.members.begin(), level.members.end(),
+                                    [&key](const Member& member) { return member.key == key; });
+    return found == level.members.end() ? kNowhere : static_cast<std::size_t>(found - level.members.begin());
   }
 
-  static void Remember(Level& level, std::string key) {
-    level.containers.push_back({std::move(key), level.key_begin});
-    if (level.containers.size() == kFew + 1) {
-      for (std::size_t place = 0; place < level.containers.size(); ++place) {
-        level.index.emplace(level.containers[place].key, place);
+  static void Remember(Level& level, std::string key, std::size_t position) {
+    level.members.push_back({std::move(key), position});
+    if (level.members.size() == kFew + 1) {
+      for (std::size_t place = 0; place < level.members.size(); ++place) {
+        level.index.emplace(level.members[place].key, place);
       }
-    } else if (level.containers.size() > kFew) {
-      level.index.emplace(level.containers.back().key, level.containers.size() - 1);
+    } else if (level.members.size() > kFew) {
+      level.index.emplace(level.members.back().key, level.members.size() - 1);
     }
   }
 

@@ -13,10 +13,10 @@ namespace request::json {
 /// begins with it.
 inline constexpr char kRepeatedKeyMark = '\x7f';
 
-/// Gives every earlier member of a repeated key whose value is an object or an array a key of its own, by
-/// putting a mark and a number in front of it. Nothing else changes, so the parser finds the same last
-/// member, and the same error if the text is no JSON. Nothing is returned when there is no such member, which
-/// is the rule.
+/// Gives every earlier member of a repeated key a key of its own, by putting a mark and a number in front of
+/// it, so that the last one wins (the parser by itself keeps any of them in a large object). Nothing else
+/// changes, the parser's error included if the text is no JSON. Nothing is returned when no key is repeated,
+/// which is the rule.
 [[nodiscard]] std::optional<std::string> SetRepeatedKeysApart(std::string_view text);
 
 }  // namespace request::json

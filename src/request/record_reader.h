@@ -49,8 +49,11 @@ template <class Record>
 void Fill(const NullableNumber<Record>& how, Record& record, double Record::*member,
           const json::Value& value) {
   record.*member = value.Number();
+  // A repeated key counts with its last value only.
   if (value.IsNull()) {
     record.*(how.flags) |= how.bit;
+  } else {
+    record.*(how.flags) &= ~how.bit;
   }
 }
 
@@ -92,20 +95,13 @@ void Fill(const Level& how, Record& record, std::vector<BookLevel<Type>> Record:
   side[how.index].present = true;
 }
 
-// FNV-1a over the code units; the keys of the tables are ASCII, so narrow and UTF-16 texts hash alike.
-template <class Character>
-constexpr std::uint32_t HashOf(std::basic_string_view<Character> text) {
+// FNV-1a.
+constexpr std::uint32_t HashOf(std::string_view text) {
   std::uint32_t hash = 2166136261U;
-  for (const Character unit : text) {
-    hash = (hash ^ static_cast<std::uint32_t>(static_cast<char16_t>(unit))) * 16777619U;
+  for (const char character : text) {
+    hash = (hash ^ static_cast<unsigned char>(character)) * 16777619U;
   }
   return hash;
-}
-
-inline bool SameKey(std::string_view ascii, std::u16string_view key) {
-  return ascii.size() == key.size() &&
-         std::equal(ascii.begin(), ascii.end(), key.begin(),
-                    [](char left, char16_t right) { return static_cast<char16_t>(left) == right; });
 }
 
 }  // namespace detail
@@ -118,13 +114,13 @@ class RecordReader {
 
   /// Fills the members whose keys are there; the others keep what they hold.
   static void Fill(Record& record, const json::Object& object) {
-    object.ForEach([&record](std::u16string_view key, const json::Value& value) {
+    object.ForEachUnordered([&record](std::string_view key, const json::Value& value) {
       const std::uint32_t hash = detail::HashOf(key);
       auto line =
           std::lower_bound(kLines.begin(), kLines.end(), hash,
                            [](const Line& entry, std::uint32_t wanted) { return entry.hash < wanted; });
       for (; line != kLines.end() && line->hash == hash; ++line) {
-        if (detail::SameKey(line->key, key)) {
+        if (line->key == key) {
           line->fill(record, value);
         }
       }
@@ -134,9 +130,8 @@ class RecordReader {
   /// One record per element, in order; an element that is no object gives a default record.
   [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array) {
     std::vector<Record> records(array.Size());
-    for (std::size_t index = 0; index < records.size(); ++index) {
-      Fill(records[index], array.At(index).AsObject());
-    }
+    auto record = records.begin();
+    array.ForEach([&record](const json::Value& element) { Fill(*record++, element.AsObject()); });
     return records;
   }
 

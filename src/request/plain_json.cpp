@@ -1,0 +1,308 @@
+#include "request/plain_json.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#include "request/json_text.h"
+
+namespace request::json::detail {
+namespace {
+
+constexpr std::size_t kDeepest = 1024;
+
+bool IsDigit(char character) {
+  return character >= '0' && character <= '9';
+}
+
+int HexDigit(char character) {
+  if (IsDigit(character)) {
+    return character - '0';
+  }
+  const char lower = static_cast<char>(character | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+class Reader {
+ public:
+  Reader(std::string_view text, std::vector<Node>& nodes)
+      : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()), nodes_(nodes) {}
+
+  bool Read() {
+    SkipBlanks();
+    if (at_ == end_ || (*at_ != '{' && *at_ != '[')) {
+      return false;
+    }
+    if (!Open()) {
+      return false;
+    }
+    while (!open_.empty()) {
+      if (!Step()) {
+        return false;
+      }
+    }
+    SkipBlanks();
+    return at_ == end_;
+  }
+
+ private:
+  // Reads one element or member of the innermost container, or its end.
+  bool Step() {
+    Node& container = nodes_[open_.back()];
+    const bool is_object = container.kind == Kind::kObject;
+    SkipBlanks();
+    if (at_ == end_) {
+      return false;
+    }
+    if (*at_ == (is_object ? '}' : ']')) {
+      // Behind a comma an end is no JSON.
+      return !after_comma_ && Close();
+    }
+    if (container.count > 0 && !after_comma_) {
+      if (*at_ != ',') {
+        return false;
+      }
+      ++at_;
+      after_comma_ = true;
+      return true;
+    }
+    after_comma_ = false;
+    ++container.count;
+    return (!is_object || Key()) && AnyValue();
+  }
+
+  bool Key() {
+    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark || !String() || nodes_.back().escaped) {
+      return false;
+    }
+    SkipBlanks();
+    if (at_ == end_ || *at_ != ':') {
+      return false;
+    }
+    ++at_;
+    SkipBlanks();
+    return at_ != end_;
+  }
+
+  bool AnyValue() {
+    switch (*at_) {
+      case '{':
+      case '[':
+        return Open();
+      case '"':
+        return String();
+      case 'n':
+        return Word("null", Kind::kNull);
+      case 't':
+        return Word("true", Kind::kTrue);
+      case 'f':
+        return Word("false", Kind::kFalse);
+      default:
+        return Number();
+    }
+  }
+
+  bool Open() {
+    if (open_.size() == kDeepest) {
+      return false;
+    }
+    open_.push_back(static_cast<std::uint32_t>(nodes_.size()));
+    Node& node = nodes_.emplace_back();
+    node.kind = *at_ == '{' ? Kind::kObject : Kind::kArray;
+    node.count = 0;
+    ++at_;
+    return true;
+  }
+
+  bool Close() {
+    nodes_[open_.back()].extent = static_cast<std::uint32_t>(nodes_.size()) - open_.back();
+    open_.pop_back();
+    ++at_;
+    return true;
+  }
+
+  bool Word(std::string_view word, Kind kind) {
+    if (std::string_view(at_, static_cast<std::size_t>(end_ - at_)).substr(0, word.size()) != word) {
+      return false;
+    }
+    at_ += word.size();
+    nodes_.emplace_back().kind = kind;
+    return true;
+  }
+
+  bool Number() {
+    const char* const start = at_;
+    if (*at_ == '-') {
+      ++at_;
+    }
+    if (!Digits(*start == '-' ? start + 1 : start)) {
+      return false;
+    }
+    if (at_ != end_ && *at_ == '.') {
+      ++at_;
+      if (at_ == end_ || !IsDigit(*at_)) {
+        return false;
+      }
+      SkipDigits();
+    }
+    if (at_ != end_ && (*at_ == 'e' || *at_ == 'E')) {
+      ++at_;
+      if (at_ != end_ && (*at_ == '+' || *at_ == '-')) {
+        ++at_;
+      }
+      if (at_ == end_ || !IsDigit(*at_)) {
+        return false;
+      }
+      SkipDigits();
+    }
+    double number = 0;
+    const auto [stop, error] = std::from_chars(start, at_, number);
+    if (error != std::errc() || stop != at_) {
+      return false;
+    }
+    if (number != 0 && std::fabs(number) < std::numeric_limits<double>::min()) {
+      return false;
+    }
+    Node& node = nodes_.emplace_back();
+    node.kind = Kind::kNumber;
+    node.number = number + 0.0;  // no negative zero
+    return true;
+  }
+
+  // The whole part: no leading zero.
+  bool Digits(const char* first) {
+    at_ = first;
+    SkipDigits();
+    const auto count = at_ - first;
+    return count == 1 || (count > 1 && *first != '0');
+  }
+
+  void SkipDigits() {
+    while (at_ != end_ && IsDigit(*at_)) {
+      ++at_;
+    }
+  }
+
+  bool String() {
+    const char* const start = ++at_;
+    bool escaped = false;
+    for (;;) {
+      if (at_ == end_) {
+        return false;
+      }
+      const auto byte = static_cast<unsigned char>(*at_);
+      if (byte == '"') {
+        break;
+      }
+      if (byte < 0x20) {
+        return false;
+      }
+      if (byte == '\\') {
+        escaped = true;
+        if (!Escape()) {
+          return false;
+        }
+      } else if (byte < 0x80) {
+        ++at_;
+      } else if (!Multibyte()) {
+        return false;
+      }
+    }
+    Node& node = nodes_.emplace_back();
+    node.kind = Kind::kString;
+    node.escaped = escaped;
+    node.text = {static_cast<std::uint32_t>(start - begin_), static_cast<std::uint32_t>(at_ - start)};
+    ++at_;
+    return true;
+  }
+
+  bool Escape() {
+    if (end_ - at_ < 2) {
+      return false;
+    }
+    if (at_[1] != 'u') {
+      if (std::strchr("\"\\/bfnrt", at_[1]) == nullptr || at_[1] == '\0') {
+        return false;
+      }
+      at_ += 2;
+      return true;
+    }
+    const int code = CodeUnit();
+    if (code < 0 || (code >= 0xDC00 && code < 0xE000)) {
+      return false;
+    }
+    if (code >= 0xD800 && code < 0xDC00) {
+      const int low = CodeUnit();
+      return low >= 0xDC00 && low < 0xE000;
+    }
+    return true;
+  }
+
+  // Passes "\uXXXX"; its code unit, or -1.
+  int CodeUnit() {
+    if (end_ - at_ < 6 || at_[0] != '\\' || at_[1] != 'u') {
+      return -1;
+    }
+    int code = 0;
+    for (int place = 2; place < 6; ++place) {
+      const int digit = HexDigit(at_[place]);
+      if (digit < 0) {
+        return -1;
+      }
+      code = code * 16 + digit;
+    }
+    at_ += 6;
+    return code;
+  }
+
+  // Passes one well-formed UTF-8 sequence of two to four bytes.
+  bool Multibyte() {
+    const auto byte = [this](int place) { return static_cast<unsigned char>(at_[place]); };
+    const unsigned char lead = byte(0);
+    const int length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || end_ - at_ < length) {
+      return false;
+    }
+    for (int place = 1; place < length; ++place) {
+      if ((byte(place) & 0xC0) != 0x80) {
+        return false;
+      }
+    }
+    const unsigned char second = byte(1);
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+        (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
+      return false;
+    }
+    at_ += length;
+    return true;
+  }
+
+  void SkipBlanks() {
+    while (at_ != end_ && (*at_ == ' ' || *at_ == '\n' || *at_ == '\t' || *at_ == '\r')) {
+      ++at_;
+    }
+  }
+
+  const char* begin_;
+  const char* at_;
+  const char* end_;
+  std::vector<Node>& nodes_;
+  std::vector<std::uint32_t> open_;  // containers around the present place
+  bool after_comma_ = false;
+};
+
+}  // namespace
+
+bool ReadPlain(std::string_view text, std::vector<Node>& nodes) {
+  if (text.size() >= std::numeric_limits<std::uint32_t>::max()) {
+    return false;
+  }
+  // Answers run to some ten bytes a node; a guess that is too small costs one more growth.
+  nodes.reserve(text.size() / 12 + 8);
+  return Reader(text, nodes).Read();
+}
+
+}  // namespace request::json::detail

@@ -1,0 +1,17 @@
+// Reads plain JSON, which is what servers send: it takes only what it is certain that Qt's parser reads the
+// same way, and gives everything else up. Behind json.h; nobody else calls it. Thread-safe: no state.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "request/json.h"
+
+namespace request::json::detail {
+
+/// Fills `nodes` from `text`, an object or an array. False, with `nodes` in any state, when the text holds
+/// anything out of the plain: no JSON, escapes in a key, control characters, ill-formed UTF-8 or surrogates,
+/// numbers near the ends of the range, more than 1,024 levels.
+[[nodiscard]] bool ReadPlain(std::string_view text, std::vector<Node>& nodes);
+
+}  // namespace request::json::detail
