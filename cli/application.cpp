@@ -1,0 +1,82 @@
+#include "cli/application.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <exception>
+#include <map>
+#include <string>
+
+#include "cli/command.h"
+#include "cli/commands/live.h"
+#include "cli/format/text.h"
+#include "cli/output.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kAbout =
+    "Chinese A-share market data on the command line.\n"
+    "Without a command: a live view on a terminal, ten seconds of lines elsewhere. Without --server the data "
+    "come from a\n"
+    "simulated market inside csm: nothing to set up, and none of it is real.";
+constexpr const char* kExamples = R"(Examples:
+  csm                          the live view; q ends it
+  csm index --count 1          the indices once
+  csm index --json --for 60    for other programs
+  csm COMMAND --help           more about a command
+
+Exit codes: 0 fine, 1 failure, 2 wrong usage. Settings and keys: the CSM_* variables and csm.ini.)";
+
+// Options of the live view in front of a command would do nothing.
+void RefuseMisplaced(const CLI::App& app, const CLI::App& command) {
+  for (const CLI::Option* const option : app.get_options()) {
+    if (option->count() > 0) {
+      throw CLI::ValidationError(option->get_name(), "belongs behind the command: csm " + command.get_name() +
+                                                         " " + option->get_name());
+    }
+  }
+}
+
+Runner Understand(CLI::App& app, int argc, const char* const* argv) {
+  std::map<const CLI::App*, Runner> runners;
+  runners[&app] = SetUpLive(app);
+  for (const Command& command : Commands()) {
+    CLI::App* const sub = app.add_subcommand(std::string(command.name), std::string(command.summary));
+    runners[sub] = command.set_up(*sub);
+  }
+  app.parse(argc, argv);
+  const auto chosen = app.get_subcommands();
+  if (chosen.empty()) {
+    return runners[&app];
+  }
+  RefuseMisplaced(app, *chosen.front());
+  return runners[chosen.front()];
+}
+
+}  // namespace
+
+int RunApplication(int argc, const char* const* argv) {
+  CLI::App app{kAbout, "csm"};
+  app.footer(kExamples);
+  app.require_subcommand(0, 1);
+  app.get_formatter()->column_width(34);
+  app.set_version_flag("--version", "csm " CSM_VERSION);
+  try {
+    const Runner run = Understand(app, argc, argv);
+    return run();
+  } catch (const CLI::CallForHelp&) {
+    // exit() writes help and version to standard output.
+    return app.exit(CLI::CallForHelp());
+  } catch (const CLI::CallForVersion& version) {
+    return app.exit(version);
+  } catch (const CLI::ParseError& error) {
+    Say(Printable(std::string(error.what())) + " (csm --help tells more)");
+    return kUsage;
+  } catch (const std::exception& error) {
+    Say(Printable(std::string(error.what())));
+    return kFailure;
+  }
+}
+
+}  // namespace cli

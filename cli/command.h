@@ -1,0 +1,28 @@
+// What a command of csm is. A new one is a pair of files in commands/ and one line in command_table.cpp.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <functional>
+#include <string_view>
+#include <vector>
+
+namespace cli {
+
+/// Exit codes of csm.
+enum ExitCode : int { kFine = 0, kFailure = 1, kUsage = 2 };
+
+/// Does the work after the command line was understood, and returns an exit code. Throws std::exception with
+/// a text for a person for a failure.
+using Runner = std::function<int()>;
+
+struct Command {
+  std::string_view name;
+  std::string_view summary;
+  /// Adds the command's options to `app`. They may be written to until the runner is called.
+  Runner (*set_up)(CLI::App& app);
+};
+
+/// All commands, in the order of the help.
+[[nodiscard]] const std::vector<Command>& Commands();
+
+}  // namespace cli

@@ -1,0 +1,15 @@
+// csm index: a line for every quote of the headline indices. The live view shows them, too, in place
+// (live.h).
+#pragma once
+
+#include "cli/command.h"
+#include "cli/options.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpIndex(CLI::App& app);
+
+/// Prints the quotes until the options say that it is enough. Returns an exit code.
+[[nodiscard]] int PrintIndices(const WatchOptions& options);
+
+}  // namespace cli

@@ -1,0 +1,162 @@
+#include "cli/commands/serve.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "cli/format/table.h"
+#include "cli/main_loop.h"
+#include "cli/options.h"
+#include "cli/output.h"
+#include "cli/temporary_directory.h"
+#include "host_services/stock_host.h"
+#include "market_server/market_server.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  csm serve                                    on a free port of this machine
+  csm serve --port 8080 --access-log -         a line for every answer on standard error
+  csm serve --clock 09:10 --speed 60           a trading day in six minutes
+  csm serve --scenario crash --seed 7          another day
+  csm serve --faults 'errno::0.5'              every second answer carries an error number
+  csm serve --list                             scenarios and faults
+
+The first lines of the output say where the server listens and how a client gets the key; then comes "ready".
+Ctrl-C or SIGTERM ends the server.)";
+
+struct ServeOptions {
+  market_server::Options server;
+  std::string control_port;
+  bool unsigned_too = false;
+  bool list = false;
+};
+
+std::string CheckPort(const std::string& text) {
+  const bool digits = !text.empty() && text.size() <= 5 &&
+                      std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+  return digits && std::stoul(text) <= 65535 ? "" : "a port is a number from 0 to 65535";
+}
+
+bool IsLoopback(const std::string& address) {
+  return address.rfind("127.", 0) == 0 || address == "::1" || address == "localhost";
+}
+
+// A key file as clients read it, for this user alone.
+std::string WriteKeyFile(const TemporaryDirectory& directory, const market_server::Server& server) {
+  const std::string path = directory.path() + "/key";
+  const std::string text = "key_id = " + server.key_id() + "\nkey = " + server.key() + "\n";
+  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  const bool written = fd >= 0 && write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  const int error = errno;
+  if (fd >= 0) {
+    close(fd);
+  }
+  if (!written) {
+    throw std::runtime_error("cannot write the key file \"" + path +
+                             "\": " + std::generic_category().message(error));
+  }
+  return path;
+}
+
+void List(Output& output) {
+  const Palette palette(false);
+  const auto print = [&](const char* title, const Table& table) {
+    output.WriteLine(title);
+    for (const StyledLine& row : table.Rows()) {
+      output.WriteLine("  " + Render(row, palette));
+    }
+  };
+  Table scenarios({{"name"}, {"summary"}});
+  for (const market_server::ScenarioInfo& scenario : market_server::Scenarios()) {
+    scenarios.Add({{scenario.name}, {scenario.summary}});
+  }
+  print("Scenarios (--scenario NAME)", scenarios);
+  Table faults({{"name"}, {"stage"}, {"arguments"}, {"summary"}});
+  for (const market_server::FaultInfo& fault : market_server::Faults()) {
+    faults.Add({{fault.name}, {fault.stage}, {fault.arguments}, {fault.summary}});
+  }
+  print("\nFaults (--faults name[:endpoint[:probability[:arguments]]])", faults);
+}
+
+int Serve(const ServeOptions& options) {
+  MainLoop loop;
+  Output output(loop, STDOUT_FILENO);
+  if (options.list) {
+    List(output);
+    return kFine;
+  }
+  market_server::Options server_options = options.server;
+  server_options.check_signatures = !options.unsigned_too;
+  if (!options.control_port.empty()) {
+    server_options.control_port = static_cast<std::uint16_t>(std::stoul(options.control_port));
+  }
+  // With a key of the user's own, clients of the same user need to be told nothing.
+  const stock_host::Settings settings = stock_host::LoadSettings();
+  const bool has_key = !settings.key_id.empty() && !settings.key.empty();
+  if (has_key) {
+    server_options.keys = {{settings.key_id, settings.key}};
+  }
+  if (!IsLoopback(server_options.bind)) {
+    Say("warning: " + server_options.bind + " may be reached from other machines");
+  }
+
+  market_server::Server server(server_options);
+  server.Start();
+  output.WriteLine("listening on " + server.url());
+  if (server.control_port() != 0) {
+    output.WriteLine("control on 127.0.0.1:" + std::to_string(server.control_port()));
+  }
+  std::unique_ptr<TemporaryDirectory> directory;
+  if (has_key) {
+    output.WriteLine("key " + settings.key_id + " (configured); a client: csm --server " + server.url());
+  } else {
+    directory = std::make_unique<TemporaryDirectory>();
+    output.WriteLine("key of this run; a client: CSM_KEY_FILE=" + WriteKeyFile(*directory, server) +
+                     " csm --server " + server.url());
+  }
+  output.WriteLine("ready");
+  loop.Run();
+  server.Stop();
+  return kFine;
+}
+
+}  // namespace
+
+Runner SetUpServe(CLI::App& app) {
+  const auto options = std::make_shared<ServeOptions>();
+  app.add_option("--port", options->server.port, "port to listen on; 0: any free one")
+      ->type_name("PORT")
+      ->check(CLI::Validator(CheckPort, ""))
+      ->capture_default_str();
+  app.add_option("--bind", options->server.bind,
+                 "address to listen on; another one than this opens it to others")
+      ->type_name("ADDRESS")
+      ->capture_default_str();
+  app.add_option("--tls-cert", options->server.tls_cert, "certificate chain (PEM): HTTPS instead of HTTP")
+      ->type_name("FILE");
+  app.add_option("--tls-key", options->server.tls_key, "its private key (PEM)")->type_name("FILE");
+  app.get_option("--tls-cert")->needs("--tls-key");
+  app.get_option("--tls-key")->needs("--tls-cert");
+  app.add_option("--access-log", options->server.access_log,
+                 "file for a line per answer, - for standard error")
+      ->type_name("FILE");
+  app.add_option("--control-port", options->control_port,
+                 "port on 127.0.0.1 where faults and clock can be changed; 0: any free one. Default: none")
+      ->type_name("PORT")
+      ->check(CLI::Validator(CheckPort, ""));
+  app.add_flag("--unsigned", options->unsigned_too, "answer requests without a signature, too");
+  app.add_flag("--list", options->list, "name the scenarios and faults, and end");
+  AddSimulationOptions(app, options->server);
+  app.footer(kExamples);
+  return [options] { return Serve(*options); };
+}
+
+}  // namespace cli

@@ -1,0 +1,55 @@
+#include "cli/feed_health.h"
+
+#include "cli/format/china_time.h"
+#include "cli/format/text.h"
+
+namespace cli {
+
+FeedHealth::FeedHealth(std::chrono::milliseconds interval)
+    : fresh_for_(2 * interval + std::chrono::seconds(1)) {}
+
+void FeedHealth::OnUpdate(Clock::time_point now) {
+  updated_ = now;
+  failure_.clear();
+}
+
+void FeedHealth::OnCounters(const stock_host::EndpointCounters& counters) {
+  if (counters.failed > failed_) {
+    failure_ = Printable(counters.last_error);
+  }
+  failed_ = counters.failed;
+  under_way_ = counters.requests > counters.succeeded + counters.failed;
+}
+
+void FeedHealth::OnLog(std::uint64_t count, const std::string& newest) {
+  // What the request itself has to say explains more than the module's line about it.
+  if (count > log_count_ && failure_.empty()) {
+    failure_ = newest;
+  }
+  log_count_ = count;
+}
+
+std::optional<std::chrono::milliseconds> FeedHealth::Age(Clock::time_point now) const {
+  if (!updated_) {
+    return std::nullopt;
+  }
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now - *updated_);
+}
+
+FeedReport FeedHealth::Report(Clock::time_point now, stock::MarketStatus phase) const {
+  const std::optional<std::chrono::milliseconds> age = Age(now);
+  const std::string because = failure_.empty() ? "" : ": " + failure_;
+  if (!age) {
+    return failure_.empty() ? FeedReport{FeedState::kWaiting, "waiting for data"}
+                            : FeedReport{FeedState::kFailed, "no data" + because};
+  }
+  if (*age > fresh_for_) {
+    return {FeedState::kStale, "stale, " + Span(age->count() / 1000) + " old" + because};
+  }
+  if (IsClosed(phase)) {
+    return {FeedState::kClosed, "market closed, figures of its last session"};
+  }
+  return {FeedState::kLive, "live"};
+}
+
+}  // namespace cli

@@ -1,0 +1,53 @@
+// How a feed is doing, in words: waiting, live, stale, closed or failed, and why. Main thread only. Decides
+// nothing: requests go on whatever is said here.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/calendar.h"
+#include "host_services/stock_host.h"
+
+namespace cli {
+
+enum class FeedState { kWaiting, kLive, kStale, kClosed, kFailed };
+
+struct FeedReport {
+  FeedState state = FeedState::kWaiting;
+  std::string text;  ///< for a person, without the age while all is well
+};
+
+class FeedHealth {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// `interval`: how often the feed is asked. Data that is older than two intervals and a second is stale.
+  explicit FeedHealth(std::chrono::milliseconds interval);
+
+  /// Something arrived.
+  void OnUpdate(Clock::time_point now);
+  /// Counts of the feed's endpoint, as they are at this moment.
+  void OnCounters(const stock_host::EndpointCounters& counters);
+  /// Warnings in the log so far, and the newest of them.
+  void OnLog(std::uint64_t count, const std::string& newest);
+
+  [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const;
+  /// Of the newest data; absent before the first.
+  [[nodiscard]] std::optional<std::chrono::milliseconds> Age(Clock::time_point now) const;
+  /// What went wrong since the newest data; empty: nothing.
+  [[nodiscard]] const std::string& failure() const { return failure_; }
+  /// True while an answer is being waited for.
+  [[nodiscard]] bool under_way() const { return under_way_; }
+
+ private:
+  std::chrono::milliseconds fresh_for_;
+  std::optional<Clock::time_point> updated_;
+  std::uint64_t failed_ = 0;
+  std::uint64_t log_count_ = 0;
+  bool under_way_ = false;
+  std::string failure_;
+};
+
+}  // namespace cli

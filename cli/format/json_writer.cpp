@@ -1,0 +1,83 @@
+#include "cli/format/json_writer.h"
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "cli/format/text.h"
+
+namespace cli {
+
+class JsonWriter::Impl {
+ public:
+  void String(std::string_view utf8) {
+    writer.String(utf8.data(), static_cast<rapidjson::SizeType>(utf8.size()));
+  }
+
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
+};
+
+JsonWriter::JsonWriter() : impl_(std::make_unique<Impl>()) {}
+JsonWriter::~JsonWriter() = default;
+
+void JsonWriter::BeginObject() {
+  impl_->writer.StartObject();
+}
+
+void JsonWriter::EndObject() {
+  impl_->writer.EndObject();
+}
+
+void JsonWriter::BeginArray() {
+  impl_->writer.StartArray();
+}
+
+void JsonWriter::EndArray() {
+  impl_->writer.EndArray();
+}
+
+void JsonWriter::Key(std::string_view name) {
+  impl_->writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size()));
+}
+
+void JsonWriter::Null() {
+  impl_->writer.Null();
+}
+
+void JsonWriter::Value(std::wstring_view text) {
+  impl_->String(Utf8(text));
+}
+
+void JsonWriter::Value(std::string_view utf8) {
+  impl_->String(ValidUtf8(utf8));
+}
+
+void JsonWriter::Value(double number) {
+  if (!std::isfinite(number)) {
+    Null();
+    return;
+  }
+  // The shortest text that reads back as the same number.
+  std::array<char, 32> buffer{};
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
+  impl_->writer.RawValue(buffer.data(), static_cast<std::size_t>(end - buffer.data()),
+                         rapidjson::kNumberType);
+}
+
+void JsonWriter::Value(std::int64_t number) {
+  impl_->writer.Int64(number);
+}
+
+void JsonWriter::Value(std::uint64_t number) {
+  impl_->writer.Uint64(number);
+}
+
+std::string JsonWriter::Text() const {
+  return {impl_->buffer.GetString(), impl_->buffer.GetSize()};
+}
+
+}  // namespace cli

@@ -1,0 +1,43 @@
+// One line of JSON, always valid: UTF-8 whatever the text holds, null for what is no number, all digits of a
+// number. Used by one thread. How a record becomes an object is record_json.h's matter.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace cli {
+
+class JsonWriter {
+ public:
+  JsonWriter();
+  ~JsonWriter();
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
+
+  void BeginObject();
+  void EndObject();
+  void BeginArray();
+  void EndArray();
+  void Key(std::string_view name);
+
+  void Null();
+  void Value(std::wstring_view text);
+  void Value(const std::wstring& text) { Value(std::wstring_view(text)); }
+  void Value(std::string_view utf8);
+  void Value(double number);
+  void Value(std::int32_t number) { Value(std::int64_t{number}); }
+  void Value(std::uint32_t number) { Value(std::uint64_t{number}); }
+  void Value(std::int64_t number);
+  void Value(std::uint64_t number);
+
+  /// What was written, without a line feed.
+  [[nodiscard]] std::string Text() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace cli

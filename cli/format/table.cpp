@@ -1,0 +1,77 @@
+#include "cli/format/table.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace cli {
+namespace {
+
+constexpr std::string_view kGap = "  ";
+
+}  // namespace
+
+std::string Render(const StyledLine& line, const Palette& palette, int width) {
+  std::string text;
+  for (const Cell& cell : line) {
+    const std::string fitting = Clip(cell.text, width);
+    text += palette.Paint(fitting, cell.tone);
+    width -= DisplayWidth(fitting);
+    if (fitting.size() != cell.text.size()) {
+      break;
+    }
+  }
+  return text;
+}
+
+void Table::Add(std::vector<Cell> row) {
+  row.resize(columns_.size());
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    row[i].text = Clip(row[i].text, columns_[i].max_width);
+  }
+  rows_.push_back(std::move(row));
+}
+
+StyledLine Table::Header() const {
+  std::vector<Cell> titles;
+  for (const Column& column : columns_) {
+    titles.push_back({Clip(column.title, column.max_width), Tone::kDim});
+  }
+  return Line(titles, Widths());
+}
+
+std::vector<StyledLine> Table::Rows() const {
+  const std::vector<int> widths = Widths();
+  std::vector<StyledLine> lines;
+  for (const std::vector<Cell>& row : rows_) {
+    lines.push_back(Line(row, widths));
+  }
+  return lines;
+}
+
+std::vector<int> Table::Widths() const {
+  std::vector<int> widths;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    int width = std::max(columns_[i].min_width, DisplayWidth(Clip(columns_[i].title, columns_[i].max_width)));
+    for (const std::vector<Cell>& row : rows_) {
+      width = std::max(width, DisplayWidth(row[i].text));
+    }
+    widths.push_back(width);
+  }
+  return widths;
+}
+
+StyledLine Table::Line(const std::vector<Cell>& row, const std::vector<int>& widths) const {
+  StyledLine line;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    const bool is_last = i + 1 == row.size();
+    if (i > 0) {
+      line.push_back({std::string(kGap)});
+    }
+    // No blanks at the end of a line.
+    const int width = is_last && columns_[i].align == Align::kLeft ? 0 : widths[i];
+    line.push_back({Pad(row[i].text, width, columns_[i].align), row[i].tone});
+  }
+  return line;
+}
+
+}  // namespace cli

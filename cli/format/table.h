@@ -1,0 +1,52 @@
+// Rows under each other: cells padded to common widths in terminal columns, then painted. Used by one thread
+// at a time. A table knows nothing of what its cells mean; cells hold printable text already.
+#pragma once
+
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/format/palette.h"
+#include "cli/format/text.h"
+
+namespace cli {
+
+struct Cell {
+  std::string text;
+  Tone tone = Tone::kPlain;
+};
+
+/// Cells side by side, without anything between them.
+using StyledLine = std::vector<Cell>;
+
+/// `line` painted, in at most `width` columns.
+[[nodiscard]] std::string Render(const StyledLine& line, const Palette& palette,
+                                 int width = std::numeric_limits<int>::max());
+
+struct Column {
+  std::string title;
+  Align align = Align::kLeft;
+  int min_width = 0;  ///< keeps rows that are printed at different times under each other
+  int max_width = std::numeric_limits<int>::max();
+};
+
+class Table {
+ public:
+  explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
+
+  /// Adds a row; a missing cell is empty, a cell too many is dropped.
+  void Add(std::vector<Cell> row);
+
+  [[nodiscard]] StyledLine Header() const;
+  [[nodiscard]] std::vector<StyledLine> Rows() const;
+
+ private:
+  [[nodiscard]] std::vector<int> Widths() const;
+  [[nodiscard]] StyledLine Line(const std::vector<Cell>& row, const std::vector<int>& widths) const;
+
+  std::vector<Column> columns_;
+  std::vector<std::vector<Cell>> rows_;
+};
+
+}  // namespace cli

@@ -1,0 +1,68 @@
+#include "cli/log_tail.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "cli/format/text.h"
+
+namespace cli {
+
+LogTail::LogTail(std::string file) : file_(std::move(file)), fd_(open(file_.c_str(), O_RDONLY | O_CLOEXEC)) {
+  if (fd_ >= 0) {
+    lseek(fd_, 0, SEEK_END);
+  }
+}
+
+LogTail::~LogTail() {
+  if (fd_ >= 0) {
+    close(fd_);
+  }
+}
+
+void LogTail::Poll() {
+  ReadOn();
+  struct stat named {};
+  struct stat held {};
+  if (stat(file_.c_str(), &named) != 0 ||
+      (fd_ >= 0 && fstat(fd_, &held) == 0 && held.st_ino == named.st_ino && held.st_dev == named.st_dev)) {
+    return;
+  }
+  if (fd_ >= 0) {
+    close(fd_);
+  }
+  fd_ = open(file_.c_str(), O_RDONLY | O_CLOEXEC);
+  partial_.clear();
+  ReadOn();
+}
+
+void LogTail::ReadOn() {
+  std::array<char, 8192> buffer{};
+  ssize_t length = 0;
+  while (fd_ >= 0 && (length = read(fd_, buffer.data(), buffer.size())) > 0) {
+    partial_.append(buffer.data(), static_cast<std::size_t>(length));
+    std::size_t start = 0;
+    for (std::size_t end = 0; (end = partial_.find('\n', start)) != std::string::npos; start = end + 1) {
+      Take(std::string_view(partial_).substr(start, end - start));
+    }
+    partial_.erase(0, start);
+  }
+}
+
+void LogTail::Take(std::string_view line) {
+  for (const std::string_view level : {"[warning] ", "[error] ", "[critical] "}) {
+    // The level stands behind date, time and zone.
+    const std::size_t at = line.find(level);
+    if (at != std::string_view::npos && at < 40) {
+      last_ = Printable(line.substr(at + level.size()));
+      ++count_;
+      return;
+    }
+  }
+}
+
+}  // namespace cli

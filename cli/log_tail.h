@@ -1,0 +1,37 @@
+// The newest warning or error in the program log, read from its file: what went wrong inside the module
+// reaches a person only by the log. Main thread only. Counts of failed requests are stock_host's matter.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace cli {
+
+class LogTail {
+ public:
+  /// Lines that are in `file` already do not count; it may be missing.
+  explicit LogTail(std::string file);
+  ~LogTail();
+  LogTail(const LogTail&) = delete;
+  LogTail& operator=(const LogTail&) = delete;
+
+  /// Reads what was appended since, in a new file too if the log was rotated.
+  void Poll();
+
+  /// The newest line of a warning or an error, without time and level; empty when there was none.
+  [[nodiscard]] const std::string& last() const { return last_; }
+  /// How many of them there were.
+  [[nodiscard]] std::uint64_t count() const { return count_; }
+
+ private:
+  void ReadOn();
+  void Take(std::string_view line);
+
+  std::string file_;
+  int fd_ = -1;
+  std::string partial_;
+  std::string last_;
+  std::uint64_t count_ = 0;
+};
+
+}  // namespace cli

@@ -1,0 +1,5 @@
+#include "cli/application.h"
+
+int main(int argc, char** argv) {
+  return cli::RunApplication(argc, argv);
+}

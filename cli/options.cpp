@@ -1,0 +1,87 @@
+#include "cli/options.h"
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <cmath>
+#include <string>
+
+namespace cli {
+namespace {
+
+constexpr const char* kSimulation = "Simulated market";
+
+std::string CheckUrl(const std::string& text) {
+  const bool is_url = text.rfind("http://", 0) == 0 || text.rfind("https://", 0) == 0;
+  return is_url ? "" : "it must begin with http:// or https://";
+}
+
+// A number of seconds that a timer can be set to.
+std::string CheckSeconds(const std::string& text) {
+  double seconds = 0;
+  const bool is_number = CLI::detail::lexical_cast(text, seconds) && std::isfinite(seconds);
+  return is_number && seconds >= 0.1 && seconds <= 1e7
+             ? ""
+             : "it must be a number of seconds from 0.1 to 10000000";
+}
+
+}  // namespace
+
+std::chrono::milliseconds WatchOptions::Interval() const {
+  return std::chrono::milliseconds(std::llround(interval * 1000));
+}
+
+void AddSimulationOptions(CLI::App& app, market_server::Options& options) {
+  app.add_option("--seed", options.seed, "another number is another market")
+      ->type_name("NUMBER")
+      ->capture_default_str()
+      ->group(kSimulation);
+  app.add_option("--clock", options.clock,
+                 "the market's time (China): now, replay, HH:MM[:SS], YYYY-MM-DD HH:MM[:SS] or @SECONDS. "
+                 "Default: now "
+                 "while the market trades, else a replay of the last session")
+      ->type_name("TIME")
+      ->group(kSimulation);
+  app.add_option("--speed", options.speed, "seconds of the market's time in one second; 0 stops it")
+      ->type_name("FACTOR")
+      ->check(CLI::Range(0.0, 100000.0))
+      ->capture_default_str()
+      ->group(kSimulation);
+  app.add_option("--scenario", options.scenario, "a scripted day; csm serve --list names them")
+      ->type_name("NAME")
+      ->group(kSimulation);
+  app.add_option("--faults", options.faults,
+                 "name[:endpoint[:probability[:arguments]]], may be repeated; csm serve --list names them")
+      ->type_name("FAULT")
+      ->allow_extra_args(false)
+      ->take_all()
+      ->group(kSimulation);
+}
+
+void AddWatchOptions(CLI::App& app, WatchOptions& options) {
+  CLI::Option* const server = app.add_option("--server", options.session.server,
+                                             "market server to ask. Default: a simulated market inside csm. "
+                                             "Needs a key: CSM_KEY_ID and CSM_KEY, or "
+                                             "a key file named in CSM_KEY_FILE")
+                                  ->type_name("URL")
+                                  ->check(CLI::Validator(CheckUrl, ""));
+  app.add_option("--for", options.seconds, "end after so many seconds")
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(CheckSeconds, ""));
+  app.add_option("--count", options.count, "end after so many updates")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 62U).description(""));
+  app.add_option("--interval", options.interval, "seconds between two requests")
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(CheckSeconds, ""))
+      ->capture_default_str();
+  app.add_flag("--json", options.json, "one JSON object a line instead of a table");
+  app.add_flag("--no-color", options.no_color, "no colours (NO_COLOR is respected, too)");
+  AddSimulationOptions(app, options.session.simulation);
+  for (CLI::Option* const option : app.get_options()) {
+    if (option->get_group() == kSimulation) {
+      server->excludes(option);
+    }
+  }
+}
+
+}  // namespace cli

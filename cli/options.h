@@ -1,0 +1,31 @@
+// The options that commands share, each added to the help by one call. Values, without any locking.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+#include "cli/session.h"
+
+namespace cli {
+
+/// For a command that follows a feed.
+struct WatchOptions {
+  SessionOptions session;
+  bool json = false;
+  bool no_color = false;
+  std::optional<double> seconds;       ///< ends after so long
+  std::optional<std::uint64_t> count;  ///< ends after so many updates
+  double interval = 3;                 ///< seconds between two requests
+
+  [[nodiscard]] std::chrono::milliseconds Interval() const;
+};
+
+/// Adds what a simulated market can be told, to `app` as a group of its own.
+void AddSimulationOptions(CLI::App& app, market_server::Options& options);
+
+/// Adds --server, --json, --for, --count, --interval, --no-color and the simulation's options.
+void AddWatchOptions(CLI::App& app, WatchOptions& options);
+
+}  // namespace cli

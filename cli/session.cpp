@@ -1,0 +1,81 @@
+#include "cli/session.h"
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+#include "c_stock_market.h"
+#include "host_services/stock_host.h"
+
+namespace cli {
+namespace {
+
+// Where the log is when the settings leave it to the default. Named here because the log is read here, too.
+std::string DefaultLogDirectory() {
+  const char* const state = std::getenv("XDG_STATE_HOME");
+  if (state != nullptr && *state == '/') {
+    return std::string(state) + "/csm";
+  }
+  const char* const home = std::getenv("HOME");
+  return home != nullptr && *home == '/' ? std::string(home) + "/.local/state/csm" : std::string();
+}
+
+}  // namespace
+
+struct Session::HostServices {
+  explicit HostServices(const stock_host::Settings& settings) {
+    std::string error;
+    if (!stock_host::Start(settings, error)) {
+      throw std::runtime_error(error);
+    }
+  }
+  ~HostServices() { stock_host::Stop(); }
+  HostServices(const HostServices&) = delete;
+  HostServices& operator=(const HostServices&) = delete;
+};
+
+struct Session::Services {
+  Services() = default;
+  ~Services() { DestroyStockMarket(); }
+  Services(const Services&) = delete;
+  Services& operator=(const Services&) = delete;
+};
+
+Session::Session(const SessionOptions& options) {
+  stock_host::Settings settings = stock_host::LoadSettings();
+  settings.static_root.clear();
+  settings.history_root.clear();
+  settings.log_to_stderr = false;
+  if (options.server.empty()) {
+    directory_ = std::make_unique<TemporaryDirectory>();
+    simulation_ = std::make_unique<market_server::Server>(options.simulation);
+    simulation_->Start();
+    settings.api_root = simulation_->url();
+    settings.key_id = simulation_->key_id();
+    settings.key = simulation_->key();
+    settings.proxy.clear();
+    settings.data_directory = directory_->path() + "/data";
+    settings.log_directory = directory_->path() + "/log";
+    settings.log_level = "info";
+    server_text_ = settings.api_root + " (simulated market)";
+  } else {
+    settings.api_root = options.server;
+    if (settings.log_directory.empty()) {
+      settings.log_directory = DefaultLogDirectory();
+    }
+    server_text_ = settings.api_root;
+  }
+  log_ = std::make_unique<LogTail>(settings.log_directory + "/csm.log");
+  host_ = std::make_unique<HostServices>(settings);
+  if (settings.key_id.empty() || settings.key.empty()) {
+    log_->Poll();
+    throw std::runtime_error(
+        "no key to sign requests with: set CSM_KEY_ID and CSM_KEY, or name a key file in CSM_KEY_FILE" +
+        (log_->last().empty() ? "" : " (" + log_->last() + ")"));
+  }
+  services_ = std::make_unique<Services>();
+}
+
+Session::~Session() = default;
+
+}  // namespace cli

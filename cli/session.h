@@ -1,0 +1,51 @@
+// What every command that shows the market stands on: a server (this process's own simulated market, or one
+// that runs elsewhere), the host services, and the module's end. Made first and destroyed last, on the main
+// thread.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "cli/log_tail.h"
+#include "cli/temporary_directory.h"
+#include "market_server/market_server.h"
+
+namespace cli {
+
+struct SessionOptions {
+  std::string server;                 ///< URL; empty: a simulated market in this process
+  market_server::Options simulation;  ///< what that market is like
+};
+
+class Session {
+ public:
+  /// Starts what is needed; no request is sent. Throws std::runtime_error with a text for a person.
+  ///
+  /// With a simulated market, data and log go to a temporary directory, so that nothing of it gets among the
+  /// user's own.
+  explicit Session(const SessionOptions& options);
+  /// Ends the module's services, then the host services, then the simulated market, then the temporary
+  /// directory.
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// "http://127.0.0.1:40001 (simulated market)" and the like.
+  [[nodiscard]] const std::string& server_text() const { return server_text_; }
+  [[nodiscard]] LogTail& log() { return *log_; }
+  [[nodiscard]] const LogTail& log() const { return *log_; }
+
+ private:
+  struct HostServices;
+  struct Services;
+
+  // The order of the members is the order of the start, and backwards that of the end.
+  std::unique_ptr<TemporaryDirectory> directory_;
+  std::unique_ptr<market_server::Server> simulation_;
+  std::unique_ptr<LogTail> log_;
+  std::unique_ptr<HostServices> host_;
+  std::unique_ptr<Services> services_;
+  std::string server_text_;
+};
+
+}  // namespace cli

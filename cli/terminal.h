@@ -1,0 +1,39 @@
+// The screen of a live view: taken over, drawn, and given back as it was, however csm ends. One at a time,
+// main thread only. The only file that knows control sequences of the screen; colours are format/palette.h's.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cli {
+
+class Terminal {
+ public:
+  struct Size {
+    int columns = 80;
+    int rows = 24;
+  };
+
+  /// Switches `out` to a screen of its own and, if `in` is a terminal, takes keys one by one without echo.
+  /// Ctrl-C and its like go on making signals. A crash of the process gives the screen back, too.
+  Terminal(int in, int out);
+  ~Terminal();
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  /// Gives the screen back and takes it again, around a stop of the process.
+  void Leave();
+  void Enter();
+
+  [[nodiscard]] Size size() const;
+  /// The whole screen as one text: `lines` from the top, without line feeds, none wider than the screen, the
+  /// rest empty.
+  [[nodiscard]] static std::string Frame(const std::vector<std::string>& lines);
+
+ private:
+  const int in_;
+  const int out_;
+};
+
+}  // namespace cli
