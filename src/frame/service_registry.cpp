@@ -12,6 +12,8 @@
 #include "charts/stock_kline.h"
 #include "charts/stock_mline.h"
 #include "frame/reference_data.h"
+#include "quotes/current_stock.h"
+#include "quotes/current_stock_service.h"
 #include "quotes/index_market.h"
 #include "quotes/index_market_service.h"
 #include "quotes/optional_stock_market.h"
@@ -22,6 +24,9 @@
 #include "ranking/plate_ranking.h"
 #include "ranking/stock_ranking.h"
 #include "reference/stock_common.h"
+#include "reference/stock_common_service.h"
+#include "reference/stock_market_state.h"
+#include "reference/stock_market_state_service.h"
 
 namespace frame {
 namespace {
@@ -104,7 +109,10 @@ Guarded<IStockCommon>& ReferenceData() {
 
 ServiceRegistry& Services() {
   static auto* const registry = new ServiceRegistry({
+      .stock_common = &reference::MakeStockCommon,
+      .current_stock = &quotes::MakeCurrentStock,
       .index_market = &quotes::MakeIndexMarket,
+      .stock_market_state = &reference::MakeStockMarketState,
   });
   return *registry;
 }

@@ -1,0 +1,185 @@
+// The selected security and its place in the list that it was chosen from. One thread only; the lists are the
+// reference data's.
+#include "quotes/current_stock.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/thread/null_mutex.hpp>
+#include <cstddef>
+#include <optional>
+
+#include "frame/polling.h"
+#include "frame/service_registry.h"
+#include "frame/subject.h"
+#include "host/log.h"
+#include "host/text.h"
+#include "quotes/current_stock_service.h"
+
+namespace quotes {
+namespace {
+
+using Stocks = std::vector<BaseInfoItem>;
+
+// The list kinds: each family follows the one before it.
+constexpr int kIndexLists = 0;
+constexpr int kPlateLists = 2;
+constexpr int kStockLists = 4;
+constexpr int kShanghaiStocks = 6;
+constexpr int kGemStocks = 8;
+constexpr int kSmeStocks = 9;
+constexpr int kCustomList = 10;
+
+constexpr int kVariants = 2;
+constexpr int kCategories = 5;
+
+// Where a symbol is looked for when its own list does not hold it. GEM and SME stocks are in the exchanges'
+// lists.
+constexpr std::array<int, 7> kSearchOrder = {kShanghaiStocks, kStockLists + 3, kStockLists + 1,
+                                             kPlateLists + 1, kPlateLists + 2, kIndexLists + 1,
+                                             kIndexLists + 2};
+
+std::optional<int> PositionOf(const std::wstring& symbol, const Stocks& list) {
+  const auto found = std::find_if(list.begin(), list.end(),
+                                  [&symbol](const BaseInfoItem& item) { return item.code == symbol; });
+  return found != list.end() ? std::optional(static_cast<int>(found - list.begin())) : std::nullopt;
+}
+
+class CCurrentStock final : public ICurrentStock,
+                            public SubjectBase<IUpdate1<CurrentStockItem>, boost::null_mutex> {
+ public:
+  void Attach(IUpdate1<CurrentStockItem>* observer) override;
+  void Detach(IUpdate1<CurrentStockItem>* observer) override { SubjectBase::Detach(observer); }
+  bool EnsureStockCommon() override { return frame::Services().StockCommon() != nullptr; }
+  void SelectIndex(const std::wstring& symbol, int variant) override {
+    Select(symbol, kIndexLists, variant, kVariants);
+  }
+  void SelectStock(const std::wstring& symbol, int category) override {
+    Select(symbol, kStockLists, category, kCategories);
+  }
+  void SelectPlate(const std::wstring& symbol, int variant) override {
+    Select(symbol, kPlateLists, variant, kVariants);
+  }
+  void SetListKind(int kind) override { kind_ = kind; }
+  int SetCustomStocks(const Stocks& stocks) override;
+  void Previous() override;
+  void Next() override;
+  CurrentStockItem GetCurrentItem() override { return current_; }
+
+ private:
+  void Select(const std::wstring& symbol, int family, int number, int numbers);
+  bool SelectIn(int kind, const std::wstring& symbol);
+  void SetPosition(int kind, const Stocks& list, int position);
+
+  [[nodiscard]] const Stocks& List(int kind);
+  [[nodiscard]] bool CanStep() const;
+
+  Stocks custom_stocks_;
+  int kind_ = 0;
+  int position_ = 0;
+  CurrentStockItem current_;
+};
+
+void CCurrentStock::Attach(IUpdate1<CurrentStockItem>* observer) {
+  SubjectBase::Attach(observer);
+  if (observer != nullptr && !current_.symbol.empty()) {
+    const CurrentStockItem item = current_;
+    observer->Update(item);
+  }
+}
+
+void CCurrentStock::Select(const std::wstring& symbol, int family, int number, int numbers) {
+  if (common::Compare(symbol, current_.symbol, false) == 0) {
+    return;
+  }
+  if (number >= 1 && number <= numbers && SelectIn(family + number, symbol)) {
+    return;
+  }
+  static_cast<void>(std::any_of(kSearchOrder.begin(), kSearchOrder.end(),
+                                [&](int kind) { return SelectIn(kind, symbol); }));
+}
+
+bool CCurrentStock::SelectIn(int kind, const std::wstring& symbol) {
+  const Stocks& list = List(kind);
+  const std::optional<int> position = PositionOf(symbol, list);
+  if (position) {
+    SetPosition(kind, list, *position);
+  }
+  return position.has_value();
+}
+
+void CCurrentStock::SetPosition(int kind, const Stocks& list, int position) {
+  kind_ = kind;
+  position_ = position;
+  const BaseInfoItem& entry = list[static_cast<std::size_t>(position)];
+  current_ = {entry.code, entry.name};
+  if (!current_.symbol.empty() && !current_.name.empty()) {
+    const CurrentStockItem item = current_;
+    Notify(item);
+  }
+}
+
+int CCurrentStock::SetCustomStocks(const Stocks& stocks) {
+  custom_stocks_ = stocks;
+  if (kind_ == kCustomList) {
+    position_ = PositionOf(current_.symbol, custom_stocks_).value_or(position_);
+  }
+  if (custom_stocks_.empty()) {
+    WriteProgramLogNoMask(L"CCurrentStock::SetCustomStocks，待切换股票列表为空");
+  }
+  return static_cast<int>(custom_stocks_.size());
+}
+
+bool CCurrentStock::CanStep() const {
+  if (kind_ == kCustomList) {
+    return !custom_stocks_.empty();
+  }
+  return kind_ > kIndexLists && kind_ < kGemStocks;
+}
+
+void CCurrentStock::Previous() {
+  // Kept: the lists that cannot be stepped through lead to the first stock of Shanghai.
+  const int kind = CanStep() ? kind_ : kShanghaiStocks;
+  const Stocks& list = List(kind);
+  const int size = static_cast<int>(list.size());
+  if (size == 0) {
+    return;
+  }
+  const bool from_within = position_ > 0 && position_ < size;
+  SetPosition(kind, list, !CanStep() ? 0 : from_within ? position_ - 1 : size - 1);
+}
+
+void CCurrentStock::Next() {
+  const int kind = CanStep() ? kind_ : kShanghaiStocks;
+  const Stocks& list = List(kind);
+  const int size = static_cast<int>(list.size());
+  if (size == 0) {
+    return;
+  }
+  const bool has_next = position_ >= 0 && position_ < size - 1;
+  SetPosition(kind, list, CanStep() && has_next ? position_ + 1 : 0);
+}
+
+// An empty list when the kind has none, or when there is no reference data.
+const Stocks& CCurrentStock::List(int kind) {
+  static const auto* const kNothing = new Stocks;
+  if (kind == kCustomList) {
+    return custom_stocks_;
+  }
+  IStockCommon* const lists = frame::Services().StockCommon();
+  if (lists == nullptr || kind <= kIndexLists || kind > kSmeStocks) {
+    return *kNothing;
+  }
+  if (kind <= kPlateLists) {
+    return lists->GetIndexList(kind - kIndexLists);
+  }
+  return kind <= kStockLists ? lists->GetPlateList(kind - kPlateLists)
+                             : lists->GetStockList(kind - kStockLists);
+}
+
+}  // namespace
+
+ICurrentStock* MakeCurrentStock() {
+  return frame::MakeOrNull<CCurrentStock>();
+}
+
+}  // namespace quotes

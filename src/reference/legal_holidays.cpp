@@ -1,0 +1,73 @@
+#include "reference/legal_holidays.h"
+
+#include <optional>
+#include <string>
+
+#include "host/calendar.h"
+#include "host/clock.h"
+#include "host/log.h"
+#include "host/singleton.h"
+#include "request/answer.h"
+#include "request/ask.h"
+#include "request/urls.h"
+
+namespace reference {
+namespace {
+
+constexpr int kDateDigits = 8;
+
+std::optional<unsigned long> DateOf(const std::wstring& text) {
+  unsigned long date = 0;
+  int digits = 0;
+  for (const wchar_t character : text) {
+    if (character < L'0' || character > L'9') {
+      continue;
+    }
+    if (++digits > kDateDigits) {
+      return std::nullopt;
+    }
+    date = date * 10 + static_cast<unsigned long>(character - L'0');
+  }
+  const unsigned long month = date / 100 % 100;
+  const unsigned long day = date % 100;
+  if (digits != kDateDigits || month < 1 || month > 12 || day < 1 || day > 31) {
+    return std::nullopt;
+  }
+  return date;
+}
+
+}  // namespace
+
+HolidayList ReadHolidays(const request::json::Array& list) {
+  HolidayList holidays;
+  holidays.days.reserve(list.Size());
+  list.ForEach([&holidays](const request::json::Value& element) {
+    if (const auto date = DateOf(element.Text())) {
+      holidays.days.push_back(*date);
+    } else {
+      ++holidays.without_date;
+    }
+  });
+  return holidays;
+}
+
+void RequestLegalHolidays(const frame::CompletionGate& gate) {
+  const int year = static_cast<int>(common::GetCurrentServerDate() / 10000);
+  request::Ask(
+      request::TradeDateUrl(year), request::kSynchronousSeconds, gate,
+      [year](bool ok, const char* body, std::size_t length) { TakeLegalHolidays(year, ok, body, length); });
+}
+
+void TakeLegalHolidays(int year, bool ok, const char* body, std::size_t length) {
+  const request::Answer answer = request::CheckAnswer(request::Fetch::kLegalHolidays, ok, body, length);
+  if (!answer) {
+    return;
+  }
+  const HolidayList holidays = ReadHolidays(answer.DataList());
+  if (holidays.without_date > 0) {
+    WriteProgramLogNoMask(L"StockCommon::InitLegalHolidays Elements Without Date: %d", holidays.without_date);
+  }
+  pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
+}
+
+}  // namespace reference

@@ -1,0 +1,49 @@
+#include "reference/plate_membership.h"
+
+#include <QString>
+#include <algorithm>
+
+namespace reference {
+
+PlateMembership ReadPlateMembership(const request::json::Object& data) {
+  PlateMembership membership;
+  data.ForEach([&membership](std::string_view key, const request::json::Value& value) {
+    StockPlatesEntry& entry = membership.emplace_back();
+    entry.symbol = request::json::WideKey(key);
+    const request::json::Array plates = value.AsArray();
+    entry.plates.reserve(plates.Size());
+    plates.ForEach([&entry](const request::json::Value& plate) {
+      const request::json::Array pair = plate.AsArray();
+      entry.plates.emplace_back(pair.At(0).Text(), pair.At(1).Text());
+    });
+  });
+  return membership;
+}
+
+const PlateNames* FindPlates(const PlateMembership& membership, std::wstring_view symbol) {
+  const auto found = std::lower_bound(membership.begin(), membership.end(), symbol,
+                                      [](const StockPlatesEntry& entry, std::wstring_view wanted) {
+                                        return CompareUtf16(entry.symbol, wanted) < 0;
+                                      });
+  return found != membership.end() && found->symbol == symbol ? &found->plates : nullptr;
+}
+
+int CompareUtf16(std::wstring_view left, std::wstring_view right) {
+  constexpr char32_t kFirstSurrogate = 0xD800;
+  const auto [at_left, at_right] = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+  if (at_left == left.end() || at_right == right.end()) {
+    return static_cast<int>(at_left != left.end()) - static_cast<int>(at_right != right.end());
+  }
+  const auto unit_left = static_cast<char32_t>(*at_left);
+  const auto unit_right = static_cast<char32_t>(*at_right);
+  if (unit_left < kFirstSurrogate && unit_right < kFirstSurrogate) {
+    return unit_left < unit_right ? -1 : 1;
+  }
+  // Wide characters above the first plane are two units, and sort before U+E000 to U+FFFF.
+  const auto rest = [](auto from, auto to) {
+    return QString::fromWCharArray(&*from, static_cast<int>(to - from));
+  };
+  return rest(at_left, left.end()).compare(rest(at_right, right.end()));
+}
+
+}  // namespace reference
