@@ -1,0 +1,303 @@
+// The functions of the host contract. Each does what the live host's script says; with no live host they give
+// the plainest answer there is, and a request or a log line is held against the next host.
+#include <zlib.h>
+
+#include <cstdarg>
+#include <cwchar>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "host/host.h"
+#include "market_rules.h"
+#include "state.h"
+
+namespace {
+
+std::shared_ptr<ScriptedHost::State> Live() {
+  return ScriptedHost::State::Live();
+}
+
+std::wstring Format(const wchar_t* format, va_list arguments) {
+  for (std::size_t size = 256; size <= (1U << 20); size *= 4) {
+    std::vector<wchar_t> text(size);
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vswprintf(text.data(), text.size(), format, again);
+    va_end(again);
+    if (length >= 0) return {text.data(), static_cast<std::size_t>(length)};
+  }
+  return L"(cannot be formatted)";
+}
+
+class WatchList final : public IUserOptionalStock {
+ public:
+  void Attach(IUpdate1<std::vector<std::wstring>>* observer) override {
+    if (const auto live = Live(); live != nullptr && observer != nullptr) live->AttachWatcher(observer);
+  }
+  void Detach(IUpdate1<std::vector<std::wstring>>* observer) override {
+    if (const auto live = Live()) live->DetachWatcher(observer);
+  }
+};
+
+}  // namespace
+
+namespace common {
+
+std::int64_t GetCurrentServerTime() {
+  const auto live = Live();
+  if (live == nullptr) return 0;
+  const std::lock_guard<std::mutex> lock(live->mutex);
+  return live->now;
+}
+
+std::uint32_t GetCurrentServerDate() {
+  return TimeToDate(GetCurrentServerTime());
+}
+
+std::uint32_t TimeToDate(std::int64_t seconds) {
+  return market_rules::DateOfTime(seconds);
+}
+
+std::int64_t DateToTime(std::uint32_t date, int hour, int minute, int second) {
+  return market_rules::TimeOfDate(date, hour, minute, second);
+}
+
+bool IsSameWeek(std::uint32_t date, std::uint32_t other) {
+  return market_rules::SameWeek(date, other);
+}
+
+int Compare(const std::wstring& left, const std::wstring& right, bool ignore_case) {
+  const auto fold = [ignore_case](wchar_t c) {
+    return ignore_case && c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
+  };
+  for (std::size_t at = 0; at < left.size() && at < right.size(); ++at) {
+    if (fold(left[at]) != fold(right[at])) return fold(left[at]) < fold(right[at]) ? -1 : 1;
+  }
+  if (left.size() == right.size()) return 0;
+  return left.size() < right.size() ? -1 : 1;
+}
+
+std::wstring s2ws(const std::string& text, unsigned) {
+  return market_rules::Widen(text);
+}
+
+std::string ws2s(const std::wstring& text, unsigned) {
+  return market_rules::Narrow(text);
+}
+
+bool ForceRemoveFile(const wchar_t* path) {
+  if (const auto live = Live()) {
+    const std::lock_guard<std::mutex> lock(live->mutex);
+    if (live->fail_removing) return false;
+  }
+  std::error_code error;
+  std::filesystem::remove(market_rules::Narrow(path), error);
+  return !std::filesystem::exists(market_rules::Narrow(path), error);
+}
+
+void LegalHoliday::SetHolidays(int year, const std::vector<unsigned long>& days) {
+  const auto live = Live();
+  if (live == nullptr) return;
+  const std::lock_guard<std::mutex> lock(live->mutex);
+  std::set<std::uint32_t>& of_year = live->holidays[year];
+  of_year.clear();
+  for (const unsigned long day : days) of_year.insert(static_cast<std::uint32_t>(day));
+  live->holiday_calls.push_back({year, days});
+}
+
+}  // namespace common
+
+namespace stock {
+namespace {
+
+std::set<std::uint32_t> Holidays(ScriptedHost::State& live) {
+  std::set<std::uint32_t> days;
+  for (const auto& [year, of_year] : live.holidays) days.insert(of_year.begin(), of_year.end());
+  return days;
+}
+
+}  // namespace
+
+MarketStatus CheckMarketStatus(std::uint32_t time) {
+  const auto live = Live();
+  if (live == nullptr) return kMarketUnknown;
+  const std::lock_guard<std::mutex> lock(live->mutex);
+  return static_cast<MarketStatus>(live->status ? *live->status
+                                                : market_rules::PhaseAt(time, Holidays(*live)));
+}
+
+std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
+  const auto live = Live();
+  return live == nullptr ? 3600 : live->Span(time);
+}
+
+std::uint32_t GetLastTradingDate(std::uint32_t date) {
+  std::set<std::uint32_t> days;
+  if (const auto live = Live()) {
+    const std::lock_guard<std::mutex> lock(live->mutex);
+    days = Holidays(*live);
+  }
+  std::int64_t day = market_rules::DayOfDate(date) - 1;
+  for (int tries = 0; tries < 60 && !market_rules::IsTradingDay(day, days); ++tries) --day;
+  return market_rules::DateOfDay(day);
+}
+
+SymbolType CheckSymbol(const wchar_t* symbol) {
+  return static_cast<SymbolType>(symbol == nullptr ? 0 : market_rules::KindOfSymbol(symbol));
+}
+
+StockStatus ConvertStockStatus(const std::wstring& text) {
+  const auto live = Live();
+  if (live == nullptr) return kStockNormal;
+  const std::lock_guard<std::mutex> lock(live->mutex);
+  const auto found = live->status_words.find(text);
+  return found == live->status_words.end() ? kStockNormal : static_cast<StockStatus>(found->second);
+}
+
+std::wstring GetKLineFilePath(const wchar_t* symbol) {
+  const auto live = Live();
+  if (live == nullptr || symbol == nullptr || !market_rules::IsStockSymbol(symbol)) return {};
+  const std::string lower = market_rules::LowerAscii(market_rules::Narrow(symbol));
+  return market_rules::Widen(live->directory + "/kline/" + lower);
+}
+
+std::wstring GetKLineMetaFilePath() {
+  const auto live = Live();
+  return live == nullptr ? std::wstring() : market_rules::Widen(live->directory + "/meta");
+}
+
+}  // namespace stock
+
+namespace base {
+
+std::uint32_t TaskManager::AddTask(const boost::function<void()>& task) {
+  const auto live = Live();
+  return live == nullptr ? 0 : live->AddTask(task);
+}
+
+TaskManager* TaskManagerInstance() {
+  static TaskManager manager;
+  return &manager;
+}
+
+}  // namespace base
+
+namespace pattern {
+
+template <>
+STOCK_HOST_API UrlHelper* CSingleton<UrlHelper>::GetInstance() {
+  static UrlHelper helper;
+  return &helper;
+}
+
+template <>
+STOCK_HOST_API common::LegalHoliday* CSingleton<common::LegalHoliday>::GetInstance() {
+  static common::LegalHoliday holiday;
+  return &holiday;
+}
+
+}  // namespace pattern
+
+std::wstring UrlHelper::GetSigniture(const std::wstring& path,
+                                     const std::map<std::string, std::string>& parameters) {
+  const auto live = Live();
+  if (live == nullptr) return {};
+  {
+    const std::lock_guard<std::mutex> lock(live->mutex);
+    live->signings.push_back({path, parameters, std::this_thread::get_id()});
+    if (live->sign_nothing) return {};
+  }
+  std::string query;
+  for (const auto& [key, value] : parameters) {
+    query += query.empty() ? "?" : "&";
+    query += market_rules::PercentEncode(key) + "=" + market_rules::PercentEncode(value);
+  }
+  return L"http://api.test" + path + market_rules::Widen(query);
+}
+
+std::wstring UrlHelper::StaticRoot() {
+  return L"http://static.test/";
+}
+
+std::wstring UrlHelper::HistoryRoot() {
+  return L"http://history.test";
+}
+
+bool GetSync(const std::wstring& url, std::string& body, const std::map<std::string, std::string>& headers,
+             int seconds) {
+  if (const auto live = Live()) return live->GetNow(url, body, headers, seconds);
+  ScriptedHost::State::Stray("a request: " + market_rules::Narrow(url));
+  body.clear();
+  return false;
+}
+
+void GetAsyn(const std::wstring& url, const AsynCallback& done,
+             const std::map<std::string, std::string>& headers, int seconds) {
+  if (const auto live = Live()) {
+    live->Get(url, done, headers, seconds);
+  } else {
+    ScriptedHost::State::Stray("a request: " + market_rules::Narrow(url));
+  }
+}
+
+bool DownloadFileSyncWithRetry(const std::wstring& url, const std::wstring& path, int retries, int seconds) {
+  if (const auto live = Live()) return live->Download(url, path, retries, seconds);
+  ScriptedHost::State::Stray("a download: " + market_rules::Narrow(url));
+  return false;
+}
+
+bool GZipExtract(const wchar_t* path, std::string& text) {
+  constexpr std::size_t kLargest = std::size_t{64} << 20;
+  text.clear();
+  std::error_code error;
+  const std::string name = path == nullptr ? std::string() : market_rules::Narrow(path);
+  if (!std::filesystem::is_regular_file(name, error)) return false;
+  const gzFile file = gzopen(name.c_str(), "rb");
+  if (file == nullptr) return false;
+  std::vector<char> block(1 << 16);
+  int count = 0;
+  while (text.size() <= kLargest &&
+         (count = gzread(file, block.data(), static_cast<unsigned>(block.size()))) > 0) {
+    text.append(block.data(), static_cast<std::size_t>(count));
+  }
+  // A file without the gzip mark is handed through by zlib; one that is cut short ends with an error on
+  // closing.
+  const bool plain = gzdirect(file) != 0;
+  const bool whole = count == 0 && gzclose_r(file) == Z_OK;
+  if (count != 0) gzclose_r(file);
+  if (plain || !whole) text.clear();
+  return !plain && whole;
+}
+
+void WriteProgramLogString(unsigned mask, const wchar_t* text) {
+  LogLine line;
+  line.mask = mask;
+  line.format = text;
+  line.text = text;
+  if (const auto live = Live()) {
+    live->WriteLog(std::move(line));
+  } else {
+    ScriptedHost::State::Stray("a log line: " + market_rules::Narrow(text));
+  }
+}
+
+void WriteProgramLogNoMask(const wchar_t* format, ...) {
+  LogLine line;
+  line.writer = LogLine::Writer::kNoMask;
+  line.format = format;
+  va_list arguments;
+  va_start(arguments, format);
+  line.text = Format(format, arguments);
+  va_end(arguments);
+  if (const auto live = Live()) {
+    live->WriteLog(std::move(line));
+  } else {
+    ScriptedHost::State::Stray("a log line: " + market_rules::Narrow(line.text));
+  }
+}
+
+IUserOptionalStock* GetUserOptionalStock() {
+  static WatchList list;
+  return &list;
+}

@@ -1,0 +1,31 @@
+// The tick clock under the hand of a test: request stamps and the age of cached data are counted by it. Puts
+// the system's clock back when it goes. Only for tests that link the module's objects: the library has a
+// clock of its own. The server's time is the scripted host's.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "frame/ticks.h"
+
+class ScriptedTicks {
+ public:
+  /// Starts at a moment of the year 2024.
+  ScriptedTicks() {
+    Set(17'104'968'000'000'000);
+    frame::SetTickSource(&Read);
+  }
+  ~ScriptedTicks() { frame::SetTickSource(nullptr); }
+  ScriptedTicks(const ScriptedTicks&) = delete;
+  ScriptedTicks& operator=(const ScriptedTicks&) = delete;
+
+  void Set(std::int64_t ticks) { now_.store(ticks); }
+  void Advance(std::int64_t milliseconds) { AdvanceTicks(milliseconds * frame::kTicksPerMillisecond); }
+  void AdvanceTicks(std::int64_t ticks) { now_.fetch_add(ticks); }
+  [[nodiscard]] std::int64_t Now() const { return now_.load(); }
+
+ private:
+  static std::int64_t Read() { return now_.load(); }
+
+  static inline std::atomic<std::int64_t> now_{0};
+};
