@@ -37,7 +37,8 @@ struct Options {
   ///   "now"                       the real time
   ///   "replay"                    the last finished session, from 09:30:00 on
   ///   "HH:MM[:SS]"                that time of today, or of the last trading day when today is none
-  ///   "YYYY-MM-DD[ T]HH:MM[:SS]"  that instant (also YYYYMMDD)
+  ///   "YYYY-MM-DD[ HH:MM[:SS]]"  that instant, 09:30:00 without a time (also YYYYMMDD, also T in place of
+  ///   the blank)
   ///   "@SECONDS"                  that many seconds since 1970-01-01 UTC
   std::string clock;
   double speed = 1;  ///< seconds of the server's clock in one second; 0 stops the clock
@@ -57,6 +58,7 @@ struct Options {
   bool check_signatures = true;  ///< false: any request is answered, signed or not
 
   std::size_t threads = 2;  ///< threads that serve requests
+  std::size_t stocks = 0;   ///< about so many stocks, at least 200; 0: the full market
   Limits limits;
 };
 

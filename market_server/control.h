@@ -1,0 +1,22 @@
+// The control connection: a second, private listener on loopback through which a test or a person changes
+// faults and clock of a running server. Refuses browsers. Thread-safe as far as the Server is.
+#pragma once
+
+#include "http/listener.h"
+#include "market_server.h"
+
+namespace market_server {
+
+class Control : public http::Handler {
+ public:
+  explicit Control(Server& server) : server_(server) {}
+
+  http::Welcome OnConnect() override { return http::Welcome::kServe; }
+  /// GET /status, PUT /faults (one rule a line), DELETE /faults, PUT /clock, PUT /speed.
+  http::Delivery Handle(const http::Request& request) override;
+
+ private:
+  Server& server_;
+};
+
+}  // namespace market_server

@@ -1,0 +1,29 @@
+// Choosing and ordering rows of the board: which stocks a board holds, which plates are of a kind, and in
+// which order a column puts them. Used by the pages, the price lists and the rankings.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "model/market.h"
+
+namespace market_server::endpoints {
+
+using Rows = std::vector<const model::Quote*>;
+
+/// The rows of stocks on a board: "cn_a" (or empty) all, "sh_a", "sz_a", "gem", "sme".
+[[nodiscard]] Rows StocksOf(const model::BoardQuotes& board, std::string_view stock_type);
+
+/// The rows of plates of a kind: "hy", "gn", empty: both.
+[[nodiscard]] Rows PlatesOf(const model::BoardQuotes& board, std::string_view plate_type);
+
+/// Orders rows by the column of that name, "asc" or (anything else) descending. Rows that are equal in it
+/// stay in the order of their codes. A column that the rows do not have orders them by "change".
+void Sort(Rows& rows, std::string_view column, std::string_view direction);
+
+/// The rows from `start` up to and without `end`; a negative end is the end of the list.
+[[nodiscard]] Rows Page(const Rows& rows, std::int64_t start, std::int64_t end);
+
+}  // namespace market_server::endpoints

@@ -1,0 +1,221 @@
+#include "routes.h"
+
+#include <rapidjson/document.h>
+
+#include <algorithm>
+#include <charconv>
+
+#include "endpoints/endpoints.h"
+
+namespace market_server {
+namespace {
+
+using K = ParameterKind;
+using Word = std::string_view;
+
+constexpr Word kStockColumns[] = {"code",     "name", "last", "change", "diff", "b1p", "s1p",
+                                  "tr",       "amt",  "vol",  "pe",     "high", "low", "open",
+                                  "preclose", "amp",  "qrr",  "cr",     "mc"};
+constexpr Word kPlateColumns[] = {"code", "name", "last", "change", "diff",        "tr",       "amt",
+                                  "vol",  "pe",   "high", "low",    "open",        "preclose", "amp",
+                                  "qrr",  "cr",   "mc",   "lead",   "lead_change", "bpin",     "cud"};
+constexpr Word kStockTypes[] = {"cn_a", "sh_a", "sz_a", "gem", "sme"};
+constexpr Word kPlateTypes[] = {"hy", "gn"};
+constexpr Word kDirections[] = {"asc", "desc"};
+
+constexpr ParameterSpec kStockArr{"stock_arr", K::kSymbols};
+constexpr ParameterSpec kStockType{"stock_type", K::kStockType};
+constexpr ParameterSpec kStockSort{"sort_key", K::kStockSort};
+constexpr ParameterSpec kPlateType{"bk_type", K::kPlateType};
+constexpr ParameterSpec kPlateSort{"sort_key", K::kPlateSort};
+constexpr ParameterSpec kDirection{"sort_type", K::kDirection};
+constexpr ParameterSpec kStart{"start", K::kInteger};
+constexpr ParameterSpec kEnd{"end", K::kInteger};
+constexpr ParameterSpec kNum{"num", K::kInteger};
+constexpr ParameterSpec kDate{"date", K::kDate};
+constexpr ParameterSpec kStock{"stock", K::kSymbol};
+
+const std::vector<Route>& Table() {
+  using namespace endpoints;
+  // clang-format off
+  static const auto& table = *new std::vector<Route>{
+    {"/pc/rt/stock_detail_list", {kStockArr}, StockDetailList,
+     "Full quotes of the securities in the list, in its order; what is unknown or not yet listed is left out.",
+     R"(stock_arr=["sh000001","sh600000"])"},
+    {"/pc/rt/get", {kStockType, kStockSort, kDirection, kStart, kEnd}, StockPage,
+     "Full quotes of one page of a board.", "stock_type=cn_a&sort_key=change&sort_type=desc&start=0&end=1"},
+    {"/pc/rt/stock_price_list", {kStockType, kStockSort, kDirection}, StockPriceList,
+     "Every stock of a board in the order of a column.", "stock_type=gem&sort_key=code&sort_type=asc"},
+    {"/pc/rt/get_bk_detail", {kPlateType, kPlateSort, kDirection, kStart, kEnd}, PlatePage,
+     "One page of the plates of a kind.", "bk_type=hy&sort_key=change&sort_type=desc&start=0&end=1"},
+    {"/pc/rt/bk_price_list", {kPlateType, kPlateSort, kDirection}, PlatePriceList,
+     "Every plate of a kind in the order of a column.", "bk_type=hy&sort_key=code&sort_type=asc"},
+    {"/pc/rt/get_bk_zone_list", {{"bk_code", K::kSymbol}, kPlateSort, kDirection, kStart, kEnd}, PlateStocks,
+     "One page of the stocks of a plate; columns that stocks do not have order by change.",
+     "bk_code=bk1001&sort_key=change&sort_type=desc&start=0&end=2"},
+    {"/pc/rt/get_stock_rank", {kStockType, kStockSort, kDirection, kNum}, StockRank,
+     "The first stocks of a board by a column.", "stock_type=cn_a&sort_key=change&sort_type=desc&num=2"},
+    {"/pc/rt/stock_five_change", {kStockType, kStockSort, kDirection}, StockFiveChange,
+     "The first hundred stocks of a board; here \"change\" is that of the last five trading minutes.",
+     "stock_type=cn_a&sort_key=change&sort_type=desc"},
+    {"/pc/rt/get_bk_rank", {kPlateType, kPlateSort, kDirection, kNum}, PlateRank,
+     "The first plates of a kind by a column.", "bk_type=gn&sort_key=change&sort_type=desc&num=2"},
+    {"/pc/rt/get_day_time", {kStockArr}, DayMinutes,
+     "Today's minute line of every symbol, under the symbol as it was asked for.", R"(stock_arr=["sh600000"])"},
+    {"/pc/rt/get_day_htime", {kStock, kDate}, PastDayMinutes,
+     "The minute line of one symbol on one trading day.", "stock=sh600000&date=20240313"},
+    {"/pc/rt/get_choice_htime", {kStock, kDate, {"rn", K::kInteger}}, ChosenDaysMinutes,
+     "The minute lines of one symbol on the \"rn\" trading days that end with the date, oldest first; 1 to 250 days.",
+     "stock=sh600000&date=20240313&rn=2"},
+    {"/pc/rt/get_day_kline", {kStockArr}, DayCandle,
+     "Today's candle of every symbol, not adjusted; nothing for what did not trade.", R"(stock_arr=["sh600000"])"},
+    {"/pc/monitor/get_monitor", {{"date", K::kSeconds}}, MarketEvents,
+     "The events of the day of that instant up to that instant, newest first.", "date=1710468000"},
+    {"/pc/rt/stock_in_out", {kStockArr}, StockFlows,
+     "Capital flows in yuan through big and small orders over 1, 5 and 10 days.", R"(stock_arr=["sh600000"])"},
+    {"/pc/rt/stock_min_num", {kDate}, MinuteBreadth,
+     "Stocks up and down at each minute of a day.", "date=0"},
+    {"/pc/rt/stock_distribute_num", {kDate}, ChangeDistribution,
+     "Stocks up, unchanged and down, and the ten buckets from limit down to limit up.", "date=0"},
+    {"/pc/rt/stock_min_average", {kDate}, MinuteAverage,
+     "The average change of all stocks in percent at each minute of a day.", "date=0"},
+    {"/pc/rt/stock_trade", {}, MarginTrade,
+     "Margin balances of the two exchanges, newest day first.", ""},
+    {"/pc/rt/stock_buy", {}, NewShares,
+     "New shares to subscribe for, latest first.", ""},
+    {"/pc/rt/stock_version", {}, KLineVersion,
+     "The version of the candle packages; a greater text is newer.", ""},
+    {"/pc/rt/get_basic_info", {}, BasicInfo,
+     "All listed stocks by exchange: code, name, pinyin initials, board.", ""},
+    {"/pc/rt/get_bk_list", {}, PlateList,
+     "All plates; \"t\" is 1 for industries, 3 for concepts, 2 for regions.", ""},
+    {"/pc/rt/stock_index_list", {}, IndexList,
+     "All indices by exchange.", ""},
+    {"/pc/rt/stock_in_bk", {{"category", K::kPlateType}}, StockInPlates,
+     "The plates of every stock.", "category=hy"},
+    {"/pc/rt/trade_date", {{"date", K::kYear}}, TradeDate,
+     "The weekdays of a year on which the exchanges are closed.", "date=2024"},
+  };
+  // clang-format on
+  return table;
+}
+
+bool ReadInteger(std::string_view text, std::int64_t least, std::int64_t most, std::int64_t& number) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc{} && end == text.data() + text.size() && number >= least && number <= most;
+}
+
+/// Checks one value and puts it into the call; false when it is none of its kind.
+bool Accept(const ParameterSpec& parameter, const std::string& value, Call& call) {
+  const auto word = [&] {
+    const auto words = Words(parameter.kind);
+    if (!value.empty() && std::find(words.begin(), words.end(), value) == words.end()) return false;
+    call.texts[parameter.name] = value;
+    return true;
+  };
+  const auto number = [&](std::int64_t least, std::int64_t most) {
+    return ReadInteger(value, least, most, call.numbers[parameter.name]);
+  };
+  switch (parameter.kind) {
+    case K::kSymbols:
+      return ReadSymbolList(value, call.symbols);
+    case K::kSymbol:
+      call.texts[parameter.name] = value;
+      return !value.empty();
+    case K::kStockSort:
+    case K::kPlateSort:
+    case K::kStockType:
+    case K::kPlateType:
+    case K::kDirection:
+      return word();
+    case K::kInteger:
+      return number(INT32_MIN, INT32_MAX);
+    case K::kDate: {
+      if (!number(0, 99991231)) return false;
+      const auto date = static_cast<model::Date>(call.numbers[parameter.name]);
+      return date == 0 || model::is_date(date);
+    }
+    case K::kYear: {
+      if (!number(1900, 99991231)) return false;
+      std::int64_t& year = call.numbers[parameter.name];
+      if (year > 9999) {
+        if (!model::is_date(static_cast<model::Date>(year))) return false;
+        year /= 10000;
+      }
+      return true;
+    }
+    case K::kSeconds:
+      return number(0, 253'402'300'799);
+  }
+  return false;
+}
+
+}  // namespace
+
+std::span<const Word> Words(ParameterKind kind) {
+  switch (kind) {
+    case K::kStockSort:
+      return kStockColumns;
+    case K::kPlateSort:
+      return kPlateColumns;
+    case K::kStockType:
+      return kStockTypes;
+    case K::kPlateType:
+      return kPlateTypes;
+    case K::kDirection:
+      return kDirections;
+    default:
+      return {};
+  }
+}
+
+bool ReadSymbolList(const std::string& text, std::vector<std::string>& symbols) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
+  if (document.HasParseError() || !document.IsArray()) return false;
+  for (const auto& element : document.GetArray()) {
+    if (!element.IsString()) return false;
+    symbols.emplace_back(element.GetString(), element.GetStringLength());
+  }
+  return true;
+}
+
+std::span<const Route> Routes() {
+  return Table();
+}
+
+const Route* FindRoute(std::string_view path) {
+  const auto& table = Table();
+  const auto route = std::find_if(table.begin(), table.end(),
+                                  [path](const Route& candidate) { return candidate.path == path; });
+  return route == table.end() ? nullptr : &*route;
+}
+
+Answer AnswerRoute(const Route& route, const http::Parameters& parameters, const model::Market& market,
+                   model::Instant instant) {
+  Call call{market, instant};
+  for (const ParameterSpec& parameter : route.parameters) {
+    const std::string* value = nullptr;
+    for (const auto& [name, text] : parameters) {
+      if (name != parameter.name) continue;
+      if (value != nullptr) return MakeError(Error::kRepeatedParameter, parameter.name);
+      value = &text;
+    }
+    if (value == nullptr) return MakeError(Error::kMissingParameter, parameter.name);
+    if (!Accept(parameter, *value, call)) return MakeError(Error::kBadParameter, parameter.name);
+  }
+  if (call.symbols.size() > kMostSymbols) return MakeError(Error::kTooManySymbols);
+  try {
+    Answer answer;
+    JsonWriter json(answer.body);
+    json.BeginObject();
+    json.Member("errno", 0);
+    route.encode(call, json);
+    json.EndObject();
+    return answer;
+  } catch (const ApiError& error) {
+    return MakeError(error.error(), error.what());
+  }
+}
+
+}  // namespace market_server
