@@ -17,12 +17,19 @@
 #include "quotes/index_market.h"
 #include "quotes/index_market_service.h"
 #include "quotes/optional_stock_market.h"
+#include "quotes/optional_stock_market_service.h"
 #include "quotes/plate_market.h"
+#include "quotes/plate_market_service.h"
 #include "quotes/plate_stock_market.h"
+#include "quotes/plate_stock_market_service.h"
 #include "quotes/single_stock_market.h"
+#include "quotes/single_stock_market_service.h"
 #include "quotes/stock_market.h"
+#include "quotes/stock_market_service.h"
 #include "ranking/plate_ranking.h"
+#include "ranking/plate_ranking_service.h"
 #include "ranking/stock_ranking.h"
+#include "ranking/stock_ranking_service.h"
 #include "reference/stock_common.h"
 #include "reference/stock_common_service.h"
 #include "reference/stock_market_state.h"
@@ -112,7 +119,14 @@ ServiceRegistry& Services() {
       .stock_common = &reference::MakeStockCommon,
       .current_stock = &quotes::MakeCurrentStock,
       .index_market = &quotes::MakeIndexMarket,
+      .plate_market = &quotes::MakePlateMarket,
+      .plate_stock_market = &quotes::MakePlateStockMarket,
+      .stock_market = &quotes::MakeStockMarket,
+      .optional_stock_market = &quotes::MakeOptionalStockMarket,
+      .single_stock_market = &quotes::MakeSingleStockMarket,
       .stock_market_state = &reference::MakeStockMarketState,
+      .stock_ranking = &ranking::MakeStockRanking,
+      .plate_ranking = &ranking::MakePlateRanking,
   });
   return *registry;
 }

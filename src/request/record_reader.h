@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "frame/field.h"
+#include "host/calendar.h"
 #include "request/json.h"
 #include "request/numbers.h"
 #include "request/record_table.h"
@@ -70,6 +71,11 @@ void Fill(Truncated, Record& record, std::int32_t Record::*member, const json::V
 template <class Record>
 void Fill(Amount, Record& record, std::uint64_t Record::*member, const json::Value& value) {
   record.*member = ToUnsigned64(value.Number());
+}
+
+template <class Record>
+void Fill(StatusText, Record& record, stock::StockStatus Record::*member, const json::Value& value) {
+  record.*member = stock::ConvertStockStatus(value.Text());
 }
 
 template <class Record, class Shape>

@@ -39,6 +39,9 @@ struct Amount {};
 /// A figure of one of the shapes of frame/field.h. It is marked present because its key is there.
 struct Figure {};
 
+/// A status text, converted by the host. Into `stock::StockStatus`.
+struct StatusText {};
+
 /// Level `index` (0 is the best) of one side of the order book, which has `kBookLevels` levels once any key
 /// is there.
 struct Level {
@@ -81,6 +84,13 @@ template <class Record, class... Types, class... Hows>
 constexpr RecordTable<Record, Member<Record, Types, Hows>...> TableOf(
     Member<Record, Types, Hows>... members) {
   return {{members...}};
+}
+
+/// A table of all lines of several tables of one record.
+template <class Record, class... Left, class... Right>
+constexpr RecordTable<Record, Left..., Right...> Join(const RecordTable<Record, Left...>& left,
+                                                      const RecordTable<Record, Right...>& right) {
+  return {std::tuple_cat(left.members, right.members)};
 }
 
 /// Calls `visit(line)` for every line of the table, in order.

@@ -1,0 +1,74 @@
+// Finds rows by their code in time linear in the rows, with the result of a linear search for the first
+// match. Not thread-safe; made for one comparison of two answers and thrown away.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <vector>
+
+namespace request {
+
+/// An index of the codes of `rows`, records with a member `code`. The rows must outlive it.
+template <class Record>
+class CodeIndex {
+ public:
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+  explicit CodeIndex(const std::vector<Record>& rows) : rows_(rows), later_(rows.size(), kEnd) {
+    std::size_t capacity = 16;
+    while (capacity < rows.size() * 2) {
+      capacity *= 2;
+    }
+    slots_.resize(capacity);
+    // From the back, so that the first row of a code comes to stand in front.
+    for (std::size_t row = rows.size(); row-- > 0;) {
+      Slot& slot = slots_[Find(rows[row].code)];
+      later_[row] = slot.first;
+      slot.first = static_cast<std::uint32_t>(row);
+      slot.untaken = slot.first;
+    }
+  }
+
+  /// The first row with that code.
+  [[nodiscard]] std::size_t First(std::wstring_view code) const { return Row(slots_[Find(code)].first); }
+
+  /// The first row with that code that was not taken before; it is taken now.
+  [[nodiscard]] std::size_t Take(std::wstring_view code) {
+    Slot& slot = slots_[Find(code)];
+    const std::uint32_t row = slot.untaken;
+    if (row != kEnd) {
+      slot.untaken = later_[row];
+    }
+    return Row(row);
+  }
+
+ private:
+  static constexpr std::uint32_t kEnd = 0xFFFFFFFFU;
+
+  struct Slot {
+    std::uint32_t first = kEnd;
+    std::uint32_t untaken = kEnd;
+  };
+
+  static std::size_t Row(std::uint32_t row) { return row == kEnd ? kNone : row; }
+
+  // The slot of the code, or the free one where it belongs.
+  [[nodiscard]] std::size_t Find(std::wstring_view code) const {
+    std::size_t place = std::hash<std::wstring_view>()(code);
+    for (;; ++place) {
+      const std::size_t index = place & (slots_.size() - 1);
+      const std::uint32_t row = slots_[index].first;
+      if (row == kEnd || rows_[row].code == code) {
+        return index;
+      }
+    }
+  }
+
+  const std::vector<Record>& rows_;
+  std::vector<Slot> slots_;
+  std::vector<std::uint32_t> later_;  // the next row of the same code
+};
+
+}  // namespace request
