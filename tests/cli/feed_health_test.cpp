@@ -1,0 +1,111 @@
+// What is said about a feed, for every state that it can be in.
+#include "cli/feed_health.h"
+
+#include <gtest/gtest.h>
+
+namespace cli {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr FeedHealth::Clock::time_point kStart{seconds(1000)};
+constexpr stock::MarketStatus kOpen = stock::kMarketMorning;
+
+stock_host::EndpointCounters Counters(std::uint64_t requests, std::uint64_t succeeded, std::uint64_t failed,
+                                      const char* error = "") {
+  stock_host::EndpointCounters counters;
+  counters.requests = requests;
+  counters.succeeded = succeeded;
+  counters.failed = failed;
+  counters.last_error = error;
+  return counters;
+}
+
+TEST(FeedHealth, waitsUntilSomethingArrives) {
+  const FeedHealth health(seconds(3));
+  EXPECT_EQ(health.Report(kStart, kOpen).state, FeedState::kWaiting);
+  EXPECT_FALSE(health.Age(kStart).has_value());
+}
+
+TEST(FeedHealth, isLiveWhileTheDataAreFresh) {
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart);
+  EXPECT_EQ(health.Report(kStart + seconds(7), kOpen).state, FeedState::kLive);
+  EXPECT_EQ(health.Age(kStart + seconds(7)), milliseconds(7000));
+}
+
+TEST(FeedHealth, isStaleAfterTwoIntervalsAndASecond) {
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart);
+  const FeedReport report = health.Report(kStart + milliseconds(7001), kOpen);
+  EXPECT_EQ(report.state, FeedState::kStale);
+  EXPECT_EQ(report.text, "stale, 7 s old");
+}
+
+TEST(FeedHealth, saysWhyTheDataAreStale) {
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart);
+  health.OnCounters(Counters(2, 1, 1, "connection refused"));
+  EXPECT_EQ(health.Report(kStart + seconds(70), kOpen).text, "stale, 1 min old: connection refused");
+}
+
+TEST(FeedHealth, hasFailedWhenNothingEverArrived) {
+  FeedHealth health(seconds(3));
+  health.OnCounters(Counters(1, 0, 1, "timed out"));
+  const FeedReport report = health.Report(kStart, kOpen);
+  EXPECT_EQ(report.state, FeedState::kFailed);
+  EXPECT_EQ(report.text, "no data: timed out");
+}
+
+TEST(FeedHealth, takesTheReasonFromTheLogWhenTheRequestItselfWentWell) {
+  FeedHealth health(seconds(3));
+  health.OnCounters(Counters(1, 1, 0));
+  health.OnLog(1, "IndexMarket::FetchIndexMarkets Response Error Code: 1001");
+  EXPECT_EQ(health.Report(kStart, kOpen).text,
+            "no data: IndexMarket::FetchIndexMarkets Response Error Code: 1001");
+}
+
+TEST(FeedHealth, prefersTheReasonOfTheRequestToTheLog) {
+  FeedHealth health(seconds(3));
+  health.OnCounters(Counters(1, 0, 1, "timed out"));
+  health.OnLog(1, "IndexMarket::FetchIndexMarkets Failed.");
+  EXPECT_EQ(health.failure(), "timed out");
+}
+
+TEST(FeedHealth, forgetsAFailureWithTheNextData) {
+  FeedHealth health(seconds(3));
+  health.OnCounters(Counters(1, 0, 1, "timed out"));
+  health.OnLog(1, "a line");
+  health.OnUpdate(kStart);
+  health.OnCounters(Counters(2, 1, 1, "timed out"));
+  health.OnLog(1, "a line");
+  EXPECT_EQ(health.failure(), "");
+  EXPECT_EQ(health.Report(kStart, kOpen).state, FeedState::kLive);
+}
+
+TEST(FeedHealth, saysThatTheMarketIsClosed) {
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart);
+  EXPECT_EQ(health.Report(kStart, stock::kMarketClosed).state, FeedState::kClosed);
+  EXPECT_EQ(health.Report(kStart, stock::kMarketNotOpened).state, FeedState::kClosed);
+  EXPECT_EQ(health.Report(kStart, stock::kMarketLunchBreak).state, FeedState::kLive);
+}
+
+TEST(FeedHealth, escapesTheReason) {
+  FeedHealth health(seconds(3));
+  health.OnCounters(Counters(1, 0, 1, "bad \x1b[2J"));
+  EXPECT_EQ(health.failure(), "bad \\u{1b}[2J");
+}
+
+TEST(FeedHealth, knowsWhetherAnAnswerIsStillToCome) {
+  FeedHealth health(seconds(3));
+  EXPECT_FALSE(health.under_way());
+  health.OnCounters(Counters(3, 1, 1));
+  EXPECT_TRUE(health.under_way());
+  health.OnCounters(Counters(3, 2, 1));
+  EXPECT_FALSE(health.under_way());
+}
+
+}  // namespace
+}  // namespace cli

@@ -1,0 +1,112 @@
+// Tables, colours and the look of an index quote.
+#include "cli/format/table.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "cli/format/index_rows.h"
+
+namespace cli {
+namespace {
+
+const Palette kPlainText(false);
+const Palette kColours(true);
+
+Table TwoRows() {
+  Table table({{"name"}, {"last", Align::kRight}});
+  table.Add({{"上证指数"}, {"3,012.45"}});
+  table.Add({{"HS300"}, {"9.10"}});
+  return table;
+}
+
+TEST(Table, alignsColumnsByTheirWidestCell) {
+  const Table table = TwoRows();
+  EXPECT_EQ(Render(table.Header(), kPlainText), "name          last");
+  EXPECT_EQ(Render(table.Rows()[0], kPlainText), "上证指数  3,012.45");
+  EXPECT_EQ(Render(table.Rows()[1], kPlainText), "HS300         9.10");
+}
+
+TEST(Table, keepsAColumnAtLeastAsWideAsAsked) {
+  Table table({{"n", Align::kLeft, 4}, {"v", Align::kRight, 3}});
+  table.Add({{"a"}, {"1"}});
+  EXPECT_EQ(Render(table.Rows()[0], kPlainText), "a       1");
+}
+
+TEST(Table, clipsACellThatIsTooWide) {
+  Table table({{"name", Align::kLeft, 0, 5}, {"v"}});
+  table.Add({{"abcdefgh"}, {"1"}});
+  EXPECT_EQ(Render(table.Rows()[0], kPlainText), "abcd…  1");
+}
+
+TEST(Table, fillsUpAShortRowAndDropsACellTooMany) {
+  Table table({{"a"}, {"b", Align::kRight, 2}});
+  table.Add({{"x"}});
+  table.Add({{"x"}, {"y"}, {"z"}});
+  EXPECT_EQ(Render(table.Rows()[0], kPlainText), "x    ");
+  EXPECT_EQ(Render(table.Rows()[1], kPlainText), "x   y");
+}
+
+TEST(Render, paintsOnlyWhatHasATone) {
+  EXPECT_EQ(Render({{"a"}, {"b", Tone::kRise}}, kColours), "a\x1b[31mb\x1b[0m");
+  EXPECT_EQ(Render({{"a"}, {"b", Tone::kRise}}, kPlainText), "ab");
+}
+
+TEST(Render, cutsALineAtTheWidthOfTheScreen) {
+  EXPECT_EQ(Render({{"abc"}, {"def", Tone::kFall}, {"ghi"}}, kPlainText, 5), "abcd…");
+  EXPECT_EQ(Render({{"abc"}, {"def"}}, kPlainText, 6), "abcdef");
+  EXPECT_EQ(Render({{"abc"}}, kPlainText, 0), "");
+}
+
+TEST(Palette, paintsRisesRedAndFallsGreen) {
+  EXPECT_EQ(kColours.Paint("+1", ToneOf(1)), "\x1b[31m+1\x1b[0m");
+  EXPECT_EQ(kColours.Paint("-1", ToneOf(-1)), "\x1b[32m-1\x1b[0m");
+  EXPECT_EQ(kColours.Paint("0", ToneOf(0)), "0");
+}
+
+TEST(WantsColour, isFalseForWhatIsNoTerminal) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  setenv("TERM", "xterm", 1);
+  unsetenv("NO_COLOR");
+  EXPECT_FALSE(WantsColour(ends[1], false));
+  close(ends[0]);
+  close(ends[1]);
+}
+
+std::vector<std::string> TextsOf(const IndexMarketSummary& quote) {
+  std::vector<std::string> texts;
+  for (const Cell& cell : IndexCells(quote)) {
+    texts.push_back(cell.text);
+  }
+  return texts;
+}
+
+TEST(IndexCells, showTheFiguresOfAQuote) {
+  EXPECT_EQ(TextsOf({L"sh000001", L"上证指数", 3012.453, 0.411, 12.34, 0}),
+            (std::vector<std::string>{"sh000001", "上证指数", "3,012.45", "+12.34", "+0.41%"}));
+}
+
+TEST(IndexCells, showWhatTheServerSentAsNullAsMissing) {
+  EXPECT_EQ(TextsOf({L"sh000001", L"上证指数", 0, 0, 0, 7}),
+            (std::vector<std::string>{"sh000001", "上证指数", "--", "--", "--"}));
+  EXPECT_EQ(TextsOf({L"sh000001", L"上证指数", 0, 0.5, 1, 1})[2], "--");
+  EXPECT_EQ(TextsOf({L"sh000001", L"上证指数", 1, 0, 1, 2})[4], "--");
+  EXPECT_EQ(TextsOf({L"sh000001", L"上证指数", 1, 1, 0, 4})[3], "--");
+}
+
+TEST(IndexCells, haveTheToneOfTheChange) {
+  EXPECT_EQ(IndexCells({L"", L"", 10, 1, 0.1, 0})[2].tone, Tone::kRise);
+  EXPECT_EQ(IndexCells({L"", L"", 10, -1, -0.1, 0})[3].tone, Tone::kFall);
+  EXPECT_EQ(IndexCells({L"", L"", 10, 0, 0, 0})[4].tone, Tone::kPlain);
+}
+
+TEST(IndexCells, escapeWhatTheServerSays) {
+  EXPECT_EQ(TextsOf({L"sh\x1b]0;", L"\u202eabc", 1, 1, 1, 0})[0], "sh\\u{1b}]0;");
+  EXPECT_EQ(TextsOf({L"", L"\u202eabc", 1, 1, 1, 0})[1], "\\u{202e}abc");
+}
+
+}  // namespace
+}  // namespace cli
