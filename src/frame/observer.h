@@ -1,12 +1,12 @@
 // The observer interface of every service and of the host's watch list.
 #pragma once
 
-/// A view that receives records of type `T`. The view belongs to the host: whoever it is attached to holds a bare
-/// pointer, never deletes it, and must be told with `Detach` before it goes.
+/// A view that receives records of type `T`. The view belongs to the host: whoever it is attached to holds a
+/// bare pointer, never deletes it, and must be told with `Detach` before it goes.
 ///
-/// `Update` runs on the thread that brought the data: a thread of the host's network library, a polling thread,
-/// or the caller of `Attach` or `Resume`. The record is valid during the call only. `Update` must return soon,
-/// must not throw, and must not call back into the service that calls it.
+/// `Update` runs on the thread that brought the data: a thread of the host's network library, a polling
+/// thread, or the caller of `Attach` or `Resume`. The record is valid during the call only. `Update` must
+/// return soon, must not throw, and must not call back into the service that calls it.
 template <class T>
 class IUpdate1 {
  public:

@@ -1,4 +1,5 @@
-// Host contract: where the module's files live, and file operations. Every function may be called from any thread.
+// Host contract: where the module's files live, and file operations. Every function may be called from any
+// thread.
 #pragma once
 
 #include <string>

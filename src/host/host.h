@@ -1,5 +1,5 @@
-// Everything that the module imports from the program that loads it. The module leaves these symbols undefined;
-// the host services library defines them in earnest, a test defines them as it likes.
+// Everything that the module imports from the program that loads it. The module leaves these symbols
+// undefined; the host services library defines them in earnest, a test defines them as it likes.
 #pragma once
 
 #include "host/calendar.h"

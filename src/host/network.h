@@ -8,9 +8,9 @@
 
 #include "host/export.h"
 
-/// Completion of an asynchronous request. `ok` is true for a complete answer with status 200; on another status
-/// the body is handed over with `ok` false. `body` is null and `length` 0 when no answer came. The bytes belong
-/// to the host and are valid during the call only.
+/// Completion of an asynchronous request. `ok` is true for a complete answer with status 200; on another
+/// status the body is handed over with `ok` false. `body` is null and `length` 0 when no answer came. The
+/// bytes belong to the host and are valid during the call only.
 using AsynCallback = boost::function<void(bool ok, const char* body, std::size_t length)>;
 
 /// Performs a GET and returns when the answer is complete, or after `seconds` for the whole exchange. `body`
@@ -18,12 +18,12 @@ using AsynCallback = boost::function<void(bool ok, const char* body, std::size_t
 STOCK_HOST_API bool GetSync(const std::wstring& url, std::string& body,
                             const std::map<std::string, std::string>& headers, int seconds);
 
-/// Starts a GET and returns at once. `done` is called exactly once, on a thread of the host, never from inside
-/// this call, after `seconds` at the latest.
+/// Starts a GET and returns at once. `done` is called exactly once, on a thread of the host, never from
+/// inside this call, after `seconds` at the latest.
 STOCK_HOST_API void GetAsyn(const std::wstring& url, const AsynCallback& done,
                             const std::map<std::string, std::string>& headers, int seconds);
 
-/// Downloads `url` to the file `path`, which is replaced as a whole or not at all. Up to `retries` tries, each of
-/// at most `seconds`. True when the new file is in place, complete and a whole gzip file.
+/// Downloads `url` to the file `path`, which is replaced as a whole or not at all. Up to `retries` tries,
+/// each of at most `seconds`. True when the new file is in place, complete and a whole gzip file.
 STOCK_HOST_API bool DownloadFileSyncWithRetry(const std::wstring& url, const std::wstring& path, int retries,
                                               int seconds);

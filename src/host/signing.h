@@ -6,8 +6,8 @@
 
 #include "host/export.h"
 
-/// The one instance of the process comes from `pattern::CSingleton<UrlHelper>::GetInstance()`. Every operation
-/// may be called from any thread.
+/// The one instance of the process comes from `pattern::CSingleton<UrlHelper>::GetInstance()`. Every
+/// operation may be called from any thread.
 class STOCK_HOST_API UrlHelper {
  public:
   /// The complete signed URL of a quote API request: server address, `path`, and `parameters` (UTF-8) as the

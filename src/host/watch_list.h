@@ -10,8 +10,8 @@
 /// The user's own list of watched symbols, in the user's order, as an observed subject.
 class IUserOptionalStock {
  public:
-  /// Tells `observer` every change of the list from now on, and the present list once, on a thread of the host.
-  /// The host holds the bare pointer until `Detach`.
+  /// Tells `observer` every change of the list from now on, and the present list once, on a thread of the
+  /// host. The host holds the bare pointer until `Detach`.
   virtual void Attach(IUpdate1<std::vector<std::wstring>>* observer) = 0;
 
   /// After the return, no call of `observer` is running or will come (from other threads).

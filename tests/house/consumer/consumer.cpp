@@ -1,4 +1,5 @@
-// A client outside of the tree: sees all public headers, links both libraries, makes a service and ends it again.
+// A client outside of the tree: sees all public headers, links both libraries, makes a service and ends it
+// again.
 #include <cstdio>
 #include <string>
 
