@@ -3,12 +3,19 @@
 #include <boost/thread/thread_only.hpp>
 
 #include "analytics/margin_trade.h"
+#include "analytics/margin_trade_service.h"
 #include "analytics/money_effect.h"
+#include "analytics/money_effect_service.h"
 #include "analytics/stock_distribution.h"
+#include "analytics/stock_distribution_service.h"
 #include "analytics/stock_in_out.h"
+#include "analytics/stock_in_out_service.h"
 #include "analytics/stock_purchase.h"
+#include "analytics/stock_purchase_service.h"
 #include "analytics/stock_unusual_event.h"
+#include "analytics/stock_unusual_event_service.h"
 #include "analytics/strength_rating.h"
+#include "analytics/strength_rating_service.h"
 #include "charts/stock_kline.h"
 #include "charts/stock_mline.h"
 #include "frame/reference_data.h"
@@ -124,6 +131,13 @@ ServiceRegistry& Services() {
       .stock_market = &quotes::MakeStockMarket,
       .optional_stock_market = &quotes::MakeOptionalStockMarket,
       .single_stock_market = &quotes::MakeSingleStockMarket,
+      .stock_unusual_event = &analytics::MakeStockUnusualEvent,
+      .stock_purchase = &analytics::MakeStockPurchase,
+      .margin_trade = &analytics::MakeMarginTrade,
+      .stock_in_out = &analytics::MakeStockInOut,
+      .strength_rating = &analytics::MakeStrengthRating,
+      .stock_distribution = &analytics::MakeStockDistribution,
+      .money_effect = &analytics::MakeMoneyEffect,
       .stock_market_state = &reference::MakeStockMarketState,
       .stock_ranking = &ranking::MakeStockRanking,
       .plate_ranking = &ranking::MakePlateRanking,

@@ -150,6 +150,22 @@ class ITimerSubject {
     }
   }
 
+  /// Tells one observer that has a key, active or not, in the caller's thread and without any lock. Does
+  /// nothing once it is detached.
+  void TellAlone(Obs* obs, const Data& data) {
+    AloneEntry entry;
+    {
+      boost::lock_guard<boost::mutex> lock(list_mutex_);
+      boost::lock_guard<boost::mutex> target_lock(target_mutex_);
+      if (targets_.find(obs) == targets_.end()) {
+        return;
+      }
+      entry = told_alone_.emplace(told_alone_.end(), obs, boost::this_thread::get_id());
+    }
+    const LeaveAlone leave{*this, entry};
+    obs->Update(data);
+  }
+
   /// The list mutex. A service may guard members of its own with it.
   boost::mutex& ListMutex() { return list_mutex_; }
 
@@ -195,11 +211,25 @@ class ITimerSubject {
     return frame::MillisecondsBetween(last_update_, now);
   }
 
+  // An observer that is told outside the list mutex, and by which thread.
+  using AloneEntry = typename std::list<std::pair<Obs*, boost::thread::id>>::iterator;
+
+  // Ends such a telling, also when `Update` throws.
+  struct LeaveAlone {
+    ITimerSubject& subject;
+    AloneEntry entry;
+    ~LeaveAlone() {
+      boost::lock_guard<boost::mutex> lock(subject.list_mutex_);
+      subject.told_alone_.erase(entry);
+      subject.told_.notify_all();
+    }
+  };
+
   bool DeliverCached(Obs* obs, const Key& key);
   void PollThread();
 
   boost::thread thread_;
-  boost::mutex list_mutex_;  // guards observers_, suspended_ and resuming_
+  boost::mutex list_mutex_;  // guards observers_, suspended_ and told_alone_
   std::list<Obs*> observers_;
   std::list<Obs*> suspended_;  // a part of observers_
   boost::mutex target_mutex_;  // guards targets_
@@ -207,8 +237,8 @@ class ITimerSubject {
   boost::mutex cache_mutex_;  // guards cache_ and last_update_
   std::map<Key, Data> cache_;
   std::int64_t last_update_ = 0;
-  std::list<std::pair<Obs*, boost::thread::id>> resuming_;  // cached deliveries under way
-  boost::condition_variable resumed_;                       // one of them has ended
+  std::list<std::pair<Obs*, boost::thread::id>> told_alone_;  // tellings under way outside the list mutex
+  boost::condition_variable told_;                            // one of them has ended
 };
 
 template <class Obs, class Key, class Data>
@@ -237,15 +267,15 @@ void ITimerSubject<Obs, Key, Data>::Detach(Obs* obs) {
     observers_.remove(obs);
     suspended_.remove(obs);
   }
-  // Delivery holds the list mutex, so only a cached delivery inside `Resume` can still be running.
+  // Delivery holds the list mutex, so only a telling outside of it can still be running.
   const boost::thread::id self = boost::this_thread::get_id();
   const auto running_elsewhere = [&] {
-    return std::any_of(resuming_.begin(), resuming_.end(),
+    return std::any_of(told_alone_.begin(), told_alone_.end(),
                        [&](const auto& entry) { return entry.first == obs && entry.second != self; });
   };
   const boost::this_thread::disable_interruption uninterrupted;
   while (running_elsewhere()) {
-    resumed_.wait(lock);
+    told_.wait(lock);
   }
 }
 
@@ -284,24 +314,15 @@ void ITimerSubject<Obs, Key, Data>::Resume(Obs* obs, bool deliver_now) {
 // True when the observer got its cached data, or is gone.
 template <class Obs, class Key, class Data>
 bool ITimerSubject<Obs, Key, Data>::DeliverCached(Obs* obs, const Key& key) {
-  typename std::list<std::pair<Obs*, boost::thread::id>>::iterator entry;
+  AloneEntry entry;
   {
     boost::lock_guard<boost::mutex> lock(list_mutex_);
     if (!Contains(observers_, obs)) {
       return true;
     }
-    entry = resuming_.emplace(resuming_.end(), obs, boost::this_thread::get_id());
+    entry = told_alone_.emplace(told_alone_.end(), obs, boost::this_thread::get_id());
   }
-  struct Leave {
-    ITimerSubject& subject;
-    decltype(entry)& ended;
-    ~Leave() {
-      boost::lock_guard<boost::mutex> lock(subject.list_mutex_);
-      subject.resuming_.erase(ended);
-      subject.resumed_.notify_all();
-    }
-  };
-  const Leave leave{*this, entry};
+  const LeaveAlone leave{*this, entry};
   boost::lock_guard<boost::mutex> lock(cache_mutex_);
   const auto found = cache_.find(key);
   if (found == cache_.end()) {

@@ -1,0 +1,33 @@
+// The calendar of new-share subscriptions. Fetched when a view asks.
+#include "analytics/stock_purchase.h"
+
+#include <iterator>
+#include <list>
+
+#include "analytics/one_shot_service.h"
+#include "analytics/stock_purchase_service.h"
+#include "analytics/stock_purchase_table.h"
+#include "request/record_reader.h"
+#include "request/urls.h"
+
+namespace analytics {
+namespace {
+
+class CStockPurchase final : public OneShotService<IStockPurchase, StockPurchaseItem> {
+ public:
+  void FetchPurchaseInfo() override {
+    FetchList(request::Fetch::kStockPurchase, request::StockPurchaseUrl(),
+              [](const request::json::Array& issues) {
+                auto items = request::RecordReader<kStockPurchaseTable>::ReadAll(issues);
+                return List(std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
+              });
+  }
+};
+
+}  // namespace
+
+IStockPurchase* MakeStockPurchase() {
+  return frame::MakeOrNull<CStockPurchase>();
+}
+
+}  // namespace analytics
