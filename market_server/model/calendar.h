@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace market_server::model {
@@ -41,6 +42,11 @@ inline constexpr Date kLastTradingDay = 20351231;   // nor after
 [[nodiscard]] Date next_trading_day(Date date);      // strictly after
 
 [[nodiscard]] Phase phase_at(Instant time);
+
+// Every trading day from kFirstTradingDay to kLastTradingDay, ascending, and the position of one of them (-1:
+// none).
+[[nodiscard]] std::span<const Date> trading_days();
+[[nodiscard]] int day_number(Date date);
 
 // The trading day whose figures are shown at `time`: today from 09:15 of a trading day on, else the last one
 // before. Kept within kFirstTradingDay and kLastTradingDay.

@@ -1,0 +1,59 @@
+#include "logarithm.h"
+
+#include <cmath>
+
+#include "random.h"
+
+namespace market_server::model {
+namespace {
+
+constexpr double kLn2High = 6.93147180369123816490e-01;
+constexpr double kLn2Low = 1.90821492927058770002e-10;
+constexpr double kLog2E = 1.44269504088896338700;
+
+}  // namespace
+
+double exponential(double x) {
+  const double n = std::floor(x * kLog2E + 0.5);
+  const double r = (x - n * kLn2High) - n * kLn2Low;
+  // Taylor series: |r| is at most 0.35, the first term left out is below 1e-15.
+  double sum = 1.0;
+  for (int i = 12; i >= 1; --i) {
+    sum = 1.0 + sum * r / i;
+  }
+  return std::ldexp(sum, static_cast<int>(n));
+}
+
+double logarithm(double x) {
+  int exponent = 0;
+  double m = std::frexp(x, &exponent);  // in [0.5, 1)
+  if (m < 0.70710678118654752440) {
+    m *= 2;
+    --exponent;
+  }
+  const double s = (m - 1) / (m + 1);
+  const double z = s * s;
+  double sum = 0;
+  for (int i = 21; i >= 1; i -= 2) {
+    sum = sum * z + 1.0 / i;
+  }
+  return exponent * kLn2High + (exponent * kLn2Low + 2 * s * sum);
+}
+
+double smooth_noise(std::uint64_t key, double position, double period) {
+  const double x = position / period;
+  const double cell = std::floor(x);
+  const auto value = [key](double at) {
+    return unit(mix(key, static_cast<std::uint64_t>(static_cast<std::int64_t>(at)))) * 2 - 1;
+  };
+  const double t = x - cell;
+  const double eased = t * t * (3 - 2 * t);
+  const double low = value(cell);
+  return low + (value(cell + 1) - low) * eased;
+}
+
+std::int64_t nearest(double x) {
+  return static_cast<std::int64_t>(std::floor(x + 0.5));
+}
+
+}  // namespace market_server::model

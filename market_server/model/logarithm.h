@@ -1,0 +1,19 @@
+// Exponential, logarithm and smooth noise from the basic operations of IEEE doubles only: the platform's
+// mathematics library may round its functions differently, and prices must come out the same everywhere. Pure
+// functions.
+#pragma once
+
+#include <cstdint>
+
+namespace market_server::model {
+
+[[nodiscard]] double exponential(double x);  // |x| below 80
+[[nodiscard]] double logarithm(double x);    // positive, finite
+
+// Smooth noise in [-1, 1]: hashed values at the multiples of `period`, eased in between.
+[[nodiscard]] double smooth_noise(std::uint64_t key, double position, double period);
+
+// Nearest integer, halves upwards.
+[[nodiscard]] std::int64_t nearest(double x);
+
+}  // namespace market_server::model

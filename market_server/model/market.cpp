@@ -1,0 +1,520 @@
+#include "market.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "market_impl.h"
+#include "random.h"
+
+namespace market_server::model {
+namespace {
+
+constexpr std::array<std::string_view, 6> kScenarioNames{"none",     "calm",   "crash",
+                                                         "limit-up", "outage", "suspended"};
+
+constexpr int seconds(int hour, int minute) {
+  return hour * 3600 + minute * 60;
+}
+
+constexpr std::uint64_t kTickKey = 0x71c4;
+constexpr std::uint64_t kBookKey = 0xb00c;
+
+std::uint64_t tick_hash(std::uint64_t key, std::uint64_t purpose, const Moment& moment) {
+  return mix(mix(key ^ purpose, static_cast<std::uint64_t>(moment.day)),
+             static_cast<std::uint64_t>(moment.minute * 32 + moment.tick));
+}
+
+// How much of the minute under way is over, in 640ths: the ticks, each at a moment of its own within three
+// seconds.
+std::uint64_t part_of_minute(std::uint64_t key, const Moment& moment) {
+  return static_cast<std::uint64_t>(moment.tick) * 32 + (tick_hash(key, kTickKey, moment) & 31);
+}
+
+std::uint64_t volume(std::uint64_t lots) {
+  return lots * 100;
+}
+
+double share_of(double part, double whole) {
+  return whole > 0 ? to_hundredths(part * 100 / whole) : 0;
+}
+
+double ratio(double a, double b) {
+  return b != 0 ? to_hundredths(a / b) : 0;
+}
+
+// Prices of an index or a plate at a moment.
+void level_quote(const std::int32_t* prices, std::int32_t preclose, std::uint64_t key, const Moment& moment,
+                 Quote& out) {
+  std::int32_t last = preclose;
+  if (!moment.auction) {
+    const std::int32_t* const end = prices + moment.minute + 1;
+    last = prices[moment.minute];
+    std::int32_t high = *std::max_element(prices, end);
+    std::int32_t low = *std::min_element(prices, end);
+    if (moment.tick > 0) {
+      const auto part = static_cast<std::int64_t>(part_of_minute(key, moment));
+      last += static_cast<std::int32_t>((prices[moment.minute + 1] - last) * part / 640);
+      high = std::max(high, last);
+      low = std::min(low, last);
+    }
+    out.open = hundredths(prices[0]);
+    out.high = hundredths(high);
+    out.low = hundredths(low);
+    out.amp = share_of(high - low, preclose);
+  }
+  out.last = hundredths(last);
+  out.preclose = hundredths(preclose);
+  out.diff = hundredths(last - preclose);
+  out.change = hundredths(change_of(last, preclose));
+}
+
+void fill_sums(const MemberSums& sums, const Moment& moment, Quote& out) {
+  out.vol = volume(sums.lots);
+  out.amt = hundredths(sums.amount);
+  out.tr = share_of(static_cast<double>(volume(sums.lots)), static_cast<double>(sums.circulating));
+  out.mc = to_hundredths(sums.capitalisation);
+  out.cmc = to_hundredths(sums.circulating_capitalisation);
+  out.pe = ratio(sums.capitalisation * 100, sums.earnings);
+  out.pb = ratio(sums.capitalisation * 100, sums.book);
+  out.qrr = ratio(static_cast<double>(sums.lots), sums.usual_lots * moment.elapsed());
+  out.num_u = sums.up;
+  out.num_z = sums.unchanged;
+  out.num_d = sums.down;
+  if (sums.lead != nullptr) {
+    out.lead = sums.lead->security;
+    out.lead_change = sums.lead->change;
+  }
+}
+
+void add(const Quote& quote, const StockDay& figures, const Live& live, double big_net, MemberSums& sums) {
+  sums.capitalisation += quote.mc;
+  sums.circulating_capitalisation += quote.cmc;
+  sums.earnings += figures.earnings;
+  sums.book += figures.book;
+  sums.circulating += figures.circulating;
+  if (!trades(quote.status)) {
+    return;
+  }
+  sums.lots += live.lots;
+  sums.amount += live.amount;
+  sums.usual_lots += figures.usual_lots;
+  sums.big_net += big_net;
+  ++(quote.last > quote.preclose ? sums.up : quote.last < quote.preclose ? sums.down : sums.unchanged);
+  if (sums.lead == nullptr || quote.change > sums.lead->change) {
+    sums.lead = &quote;
+  }
+}
+
+}  // namespace
+
+std::span<const std::string_view> scenario_names() {
+  return kScenarioNames;
+}
+
+std::optional<Scenario> scenario_named(std::string_view name) {
+  const auto* const found = std::find(kScenarioNames.begin(), kScenarioNames.end(), name);
+  if (found == kScenarioNames.end()) {
+    return std::nullopt;
+  }
+  return static_cast<Scenario>(found - kScenarioNames.begin());
+}
+
+std::int32_t clock_of(int minute) {
+  const int clock = minute <= 120 ? seconds(9, 30) / 60 + minute : seconds(13, 0) / 60 + minute - 120;
+  return clock / 60 * 100 + clock % 60;
+}
+
+Market::Impl::Impl(const Options& options) : base(options) {
+  const Universe& universe = base.universe;
+  const auto pointers = [&](const std::vector<std::vector<std::uint32_t>>& lists) {
+    std::vector<std::vector<const Security*>> out;
+    for (const auto& list : lists) {
+      auto& members = out.emplace_back();
+      for (const std::uint32_t number : list) {
+        members.push_back(&universe.stock_securities[number]);
+      }
+    }
+    return out;
+  };
+  index_members = pointers(universe.index_members);
+  plate_members = pointers(universe.plate_members);
+  stock_indices.resize(universe.stocks.size());
+  for (std::uint32_t i = 0; i < universe.index_members.size(); ++i) {
+    for (const std::uint32_t member : universe.index_members[i]) {
+      stock_indices[member].push_back(i);
+    }
+  }
+  int week = 0;
+  for (int day = 0; day < base.days.count(); ++day) {
+    if (day > 0 && weekday(base.days.date(day)) <= weekday(base.days.date(day - 1))) {
+      ++week;
+    }
+    weeks.push_back(week);
+  }
+  totals.resize(static_cast<std::size_t>(base.days.count() / kBlock + 1));
+}
+
+Moment Market::Impl::moment(Instant time) const {
+  Moment out;
+  out.date = session_date(time);
+  out.day = base.days.number(out.date);
+  const Date today = date_of(time);
+  int second = second_of_day(time);
+  if (out.date < today) {
+    second = seconds(23, 59);
+  } else if (out.date > today) {
+    second = seconds(9, 15);  // before the first session
+  }
+  const auto at = [&](int of_day) { return instant_of(out.date, 0, 0, 0) + of_day; };
+  if (second < seconds(9, 25)) {
+    out.auction = true;
+    const int past = std::max(second - seconds(9, 15), 0) / 3 * 3;
+    out.auction_done = static_cast<double>(past) / 600;
+    out.tick = past / 3;
+    out.time = at(seconds(9, 15) + past);
+  } else if (second < seconds(9, 30)) {
+    out.time = at(seconds(9, 25));
+  } else if (second >= seconds(15, 0)) {
+    out.minute = kMinutes;
+    out.time = at(seconds(15, 0));
+  } else if (second >= seconds(11, 30) && second < seconds(13, 0)) {
+    out.minute = kMinutes / 2;
+    out.time = at(seconds(11, 30));
+  } else {
+    const bool morning = second < seconds(12, 0);
+    const int past = second - (morning ? seconds(9, 30) : seconds(13, 0));
+    out.minute = past / 60 + (morning ? 0 : kMinutes / 2);
+    out.tick = past % 60 / 3;
+    out.time = at(second - past % 3);
+  }
+  return out;
+}
+
+bool Market::Impl::moment_on(Date date, Instant time, Moment& out) const {
+  if (base.days.number(date) < base.days.first() || session_date(time) < date ||
+      (session_date(time) == date && date_of(time) < date)) {
+    return false;
+  }
+  out = moment(session_date(time) == date ? time : instant_of(date, 23, 0, 0));
+  return true;
+}
+
+std::shared_ptr<const MarketDay> Market::Impl::market_day(int day) {
+  return market_days.get(day, [&] { return std::make_shared<const MarketDay>(base, day); });
+}
+
+Live Market::Impl::live(const Stock& stock, const StockDay& figures, const MinuteView& minutes,
+                        const Moment& moment) const {
+  Live out;
+  const DayPrices& prices = figures.prices;
+  out.listed = moment.day >= stock.listed;
+  out.last = out.five_ago = prices.close;
+  if (!prices.traded) {
+    return out;
+  }
+  if (moment.auction) {
+    // The indicative price wanders from the last close to the open.
+    const std::int32_t noise = normal(kOne / 80, tick_hash(stock.key, kTickKey, moment));
+    const double done = moment.auction_done;
+    const double move = static_cast<double>(minutes.price[0] - prices.preclose) * done +
+                        static_cast<double>(noise) / kOne * prices.preclose * (1 - done) * 0.5;
+    const std::int32_t low = prices.limit_down > 0 ? prices.limit_down : 1;
+    const std::int32_t high = prices.limit_up > 0 ? prices.limit_up : prices.preclose * 8;
+    out.last = std::clamp(prices.preclose + static_cast<std::int32_t>(nearest(move)), low, high);
+    out.five_ago = out.last;
+    return out;
+  }
+  out.traded = true;
+  const auto m = static_cast<std::size_t>(moment.minute);
+  out.open = minutes.price[0];
+  out.last = minutes.price[m];
+  out.lots = minutes.lots[m];
+  out.amount = minutes.amount[m];
+  out.high = *std::max_element(minutes.price, minutes.price + m + 1);
+  out.low = *std::min_element(minutes.price, minutes.price + m + 1);
+  if (moment.tick > 0) {
+    const std::int64_t lots = minutes.lots[m + 1] - minutes.lots[m];
+    const std::int64_t done = lots * static_cast<std::int64_t>(part_of_minute(stock.key, moment)) / 640;
+    if (done > 0) {
+      const std::int32_t from = minutes.price[m];
+      const std::int32_t to = minutes.price[m + 1];
+      out.last = from + static_cast<std::int32_t>((to - from) * done / lots);
+      out.lots += static_cast<std::uint32_t>(done);
+      const std::int64_t rest = minutes.amount[m + 1] - minutes.amount[m] - lots * 50 * (from + to);
+      out.amount = std::clamp(minutes.amount[m] + done * 50 * (from + out.last) + rest * done / lots,
+                              minutes.amount[m], minutes.amount[m + 1]);
+      out.high = std::max(out.high, out.last);
+      out.low = std::min(out.low, out.last);
+    }
+  }
+  out.five_ago = minutes.price[std::max(moment.elapsed() - 5, 0)];
+  return out;
+}
+
+Quote Market::Impl::stock_quote(const Stock& stock, const StockDay& figures, const Live& live,
+                                const Moment& moment) const {
+  Quote out;
+  const DayPrices& prices = figures.prices;
+  out.security = stock.security;
+  out.date = moment.date;
+  out.time = moment.time;
+  out.status = prices.status;
+  if (!live.listed) {
+    return out;
+  }
+  const double last = hundredths(live.last);
+  out.last = last;
+  out.preclose = hundredths(prices.preclose);
+  out.diff = hundredths(live.last - prices.preclose);
+  out.change = hundredths(change_of(live.last, prices.preclose));
+  out.tso = figures.total;
+  out.shares = figures.circulating;
+  out.mc = to_hundredths(static_cast<double>(figures.total) * last);
+  out.cmc = to_hundredths(static_cast<double>(figures.circulating) * last);
+  out.pe = ratio(static_cast<double>(figures.total) * live.last, figures.earnings);
+  out.pb = ratio(static_cast<double>(figures.total) * live.last, figures.book);
+  out.limit_up = hundredths(prices.limit_up);
+  out.limit_down = hundredths(prices.limit_down);
+  if (live.traded) {
+    out.open = hundredths(live.open);
+    out.high = hundredths(live.high);
+    out.low = hundredths(live.low);
+    out.vol = volume(live.lots);
+    out.amt = hundredths(live.amount);
+    out.tr = share_of(static_cast<double>(out.vol), static_cast<double>(figures.circulating));
+    out.amp = share_of(live.high - live.low, prices.preclose);
+    out.qrr = ratio(live.lots, figures.usual_lots * moment.elapsed());
+    out.five_change = hundredths(change_of(live.last, live.five_ago));
+  }
+  if (prices.traded) {
+    order_book(stock, figures, live, moment, out);
+  }
+  return out;
+}
+
+void Market::Impl::order_book(const Stock& stock, const StockDay& figures, const Live& live,
+                              const Moment& moment, Quote& out) const {
+  const std::uint64_t hash = tick_hash(stock.key, kBookKey, moment);
+  Stream dice(hash);
+  const double usual = std::max(figures.usual_lots, 1.0);
+  const auto lots = [&](double times) {
+    const double wanted = usual * times * (0.1 + static_cast<double>(dice.next() >> 8) * 0x1p-24 * 1.4);
+    return static_cast<std::uint32_t>(std::clamp<std::int64_t>(nearest(wanted), 1, 30'000'000)) * 100;
+  };
+  const DayPrices& prices = figures.prices;
+  if (moment.auction) {
+    out.bids[0] = {hundredths(live.last), lots(4)};
+    out.asks[0] = {hundredths(live.last), out.bids[0].volume};
+  } else {
+    const std::int32_t high = prices.limit_up > 0 ? prices.limit_up : INT32_MAX;
+    const std::int32_t low = prices.limit_down > 0 ? prices.limit_down : 1;
+    const std::uint32_t widest = live.last >= 20000 ? 9 : live.last >= 5000 ? 3 : 1;
+    const auto gap = [&] {
+      const std::uint32_t die = dice.next();
+      return 1 + static_cast<std::int32_t>((die >> 8) % widest) + ((die & 7) == 0 ? 1 : 0);
+    };
+    // The last trade was at the best bid or at the best ask.
+    const bool sold = (hash & 1) != 0;
+    std::int32_t bid = 0;
+    std::int32_t ask = 0;
+    if (live.last >= high) {
+      bid = live.last;
+    } else if (live.last <= low) {
+      ask = live.last;
+    } else if (sold) {
+      bid = live.last;
+      ask = std::min(live.last + gap(), high);
+    } else {
+      ask = live.last;
+      bid = std::max(live.last - gap(), low);
+    }
+    const bool sealed = bid == 0 || ask == 0;
+    for (std::size_t level = 0; level < out.bids.size(); ++level) {
+      if (bid >= low && bid > 0) {
+        out.bids[level] = {hundredths(bid), lots(level == 0 && sealed ? 60 : 1)};
+        bid -= gap();
+      }
+      if (ask > 0 && ask <= high) {
+        out.asks[level] = {hundredths(ask), lots(level == 0 && sealed ? 60 : 1)};
+        ask += gap();
+      }
+    }
+  }
+  double bids = 0;
+  double asks = 0;
+  for (std::size_t level = 0; level < out.bids.size(); ++level) {
+    bids += out.bids[level].volume;
+    asks += out.asks[level].volume;
+  }
+  out.cr = share_of(bids - asks, bids + asks);
+}
+
+Quote Market::Impl::index_quote(std::uint32_t number, const MarketDay& day, const MemberSums& sums,
+                                const Moment& moment) const {
+  Quote out;
+  out.security = &base.universe.indices[number];
+  out.date = moment.date;
+  out.time = moment.time;
+  level_quote(day.index_prices(number), day.index_preclose(number), mix(base.options.seed, number), moment,
+              out);
+  fill_sums(sums, moment, out);
+  return out;
+}
+
+Quote Market::Impl::plate_quote(std::uint32_t number, const MarketDay& day, const MemberSums& sums,
+                                const Moment& moment) const {
+  Quote out;
+  out.security = &base.universe.plates[number];
+  out.date = moment.date;
+  out.time = moment.time;
+  level_quote(day.plate_prices(number), day.plate_preclose(number), mix(base.options.seed, 1000 + number),
+              moment, out);
+  fill_sums(sums, moment, out);
+  out.bpin = sums.big_net;
+  const int direction = out.diff > 0 ? 1 : out.diff < 0 ? -1 : 0;
+  const int before = day.plate_run(number);
+  out.cud = direction * before > 0 ? before + direction : direction;
+  return out;
+}
+
+std::shared_ptr<const BoardQuotes> Market::Impl::board(const Moment& moment) {
+  return boards.get(static_cast<std::int64_t>(moment.time), [&] {
+    const auto day = market_day(moment.day);
+    const Universe& universe = base.universe;
+    auto out = std::make_shared<BoardQuotes>();
+    out->date = moment.date;
+    out->time = moment.time;
+    out->stocks.reserve(universe.stocks.size());
+    std::vector<MemberSums> index_sums(universe.indices.size());
+    std::vector<MemberSums> plate_sums(universe.plates.size());
+    for (const Stock& stock : universe.stocks) {
+      if (moment.day < stock.listed) {
+        continue;
+      }
+      const std::uint32_t number = stock.security->number;
+      const StockDay& figures = day->stock(number);
+      const Live now = live(stock, figures, day->minutes(number), moment);
+      const Quote& quote = out->stocks.emplace_back(stock_quote(stock, figures, now, moment));
+      double big_net = 0;
+      if (now.traded) {
+        const FlowSum flow =
+            flow_shares(stock, moment.day, figures.prices).of(static_cast<std::uint64_t>(now.amount / 100));
+        big_net = static_cast<double>(flow.big_in) - static_cast<double>(flow.big_out);
+      }
+      for (const std::uint32_t index : stock_indices[number]) {
+        add(quote, figures, now, big_net, index_sums[index]);
+      }
+      for (const std::uint32_t plate : universe.stock_plates[number]) {
+        add(quote, figures, now, big_net, plate_sums[plate]);
+      }
+    }
+    for (std::uint32_t i = 0; i < universe.indices.size(); ++i) {
+      out->indices.push_back(index_quote(i, *day, index_sums[i], moment));
+    }
+    for (std::uint32_t i = 0; i < universe.plates.size(); ++i) {
+      out->plates.push_back(plate_quote(i, *day, plate_sums[i], moment));
+    }
+    return std::shared_ptr<const BoardQuotes>(std::move(out));
+  });
+}
+
+Market::Market(Options options) : impl_(std::make_unique<Impl>(options)) {}
+Market::~Market() = default;
+
+const Options& Market::options() const {
+  return impl_->base.options;
+}
+
+void Market::prepare(Instant time) const {
+  (void)impl_->market_day(impl_->moment(time).day);
+}
+
+const Security* Market::find(std::string_view code) const {
+  return impl_->base.universe.find(code);
+}
+
+std::vector<const Security*> Market::stocks(Instant time) const {
+  const int day = impl_->moment(time).day;
+  std::vector<const Security*> out;
+  out.reserve(impl_->base.universe.stocks.size());
+  for (const Stock& stock : impl_->base.universe.stocks) {
+    if (stock.listed <= day) {
+      out.push_back(stock.security);
+    }
+  }
+  return out;
+}
+
+std::span<const Security> Market::indices() const {
+  return impl_->base.universe.indices;
+}
+std::span<const Security> Market::plates() const {
+  return impl_->base.universe.plates;
+}
+
+std::span<const Security* const> Market::members(const Security& index_or_plate) const {
+  switch (index_or_plate.kind) {
+    case Kind::index:
+      return impl_->index_members[index_or_plate.number];
+    case Kind::plate:
+      return impl_->plate_members[index_or_plate.number];
+    case Kind::stock:
+      break;
+  }
+  return {};
+}
+
+std::vector<const Security*> Market::plates_of(const Security& stock, int plate_kind) const {
+  std::vector<const Security*> out;
+  if (stock.kind == Kind::stock) {
+    for (const std::uint32_t number : impl_->base.universe.stock_plates[stock.number]) {
+      const Security& plate = impl_->base.universe.plates[number];
+      if (plate.plate_kind == plate_kind) {
+        out.push_back(&plate);
+      }
+    }
+  }
+  return out;
+}
+
+bool Market::is_listed(const Security& security, Date date) const {
+  return security.kind != Kind::stock || security.listed <= date;
+}
+
+Quote Market::quote(const Security& security, Instant time) const {
+  const Moment moment = impl_->moment(time);
+  if (security.kind == Kind::stock) {
+    const Stock& stock = impl_->base.universe.stock(security);
+    Quote out;
+    if (moment.day < stock.listed) {
+      out.security = &security;
+      out.date = moment.date;
+      out.time = moment.time;
+      out.status = Status::awaiting;
+      return out;
+    }
+    impl_->with_stock_day(stock, moment.day, [&](const StockDay& figures, const MinuteView& minutes) {
+      out = impl_->stock_quote(stock, figures, impl_->live(stock, figures, minutes, moment), moment);
+    });
+    return out;
+  }
+  const auto board = impl_->board(moment);
+  return (security.kind == Kind::index ? board->indices : board->plates)[security.number];
+}
+
+std::shared_ptr<const BoardQuotes> Market::board(Instant time) const {
+  return impl_->board(impl_->moment(time));
+}
+
+bool Market::feed_down(Instant time) const {
+  const Options& options = impl_->base.options;
+  return options.scenario == Scenario::outage && date_of(time) == options.scenario_date &&
+         is_trading_day(options.scenario_date) && second_of_day(time) >= seconds(10, 0) &&
+         second_of_day(time) < seconds(13, 0);
+}
+
+Instant Market::feed_time(Instant time) const {
+  return feed_down(time) ? instant_of(impl_->base.options.scenario_date, 10, 0, 0) : time;
+}
+
+}  // namespace market_server::model

@@ -1,0 +1,485 @@
+#include "universe.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+#include <string>
+#include <unordered_set>
+
+#include "logarithm.h"
+#include "names.h"
+#include "random.h"
+
+namespace market_server::model {
+namespace {
+
+constexpr std::uint64_t kStructure = 0x5eed0fa11c0de5ULL;  // key of everything that no seed changes
+constexpr int kSuspensionSlot = 512;
+constexpr int kLongestSuspension = 12;
+constexpr int kScriptedPosition = 12;  // of the scripted day within its block
+
+// One range of codes, listed in the order of codes between two dates.
+struct CodeRange {
+  std::string_view prefix;  // exchange and the first three digits
+  Board board;
+  int count;
+  Date first_listing, last_listing;
+  double price;  // typical at listing or at the start
+};
+constexpr std::array kRanges{
+    CodeRange{"sh600", Board::shanghai_main, 850, 19910108, 20041220, 10},
+    CodeRange{"sh601", Board::shanghai_main, 190, 20060105, 20200930, 9},
+    CodeRange{"sh603", Board::shanghai_main, 600, 20140127, 20240930, 20},
+    CodeRange{"sh605", Board::shanghai_main, 130, 20200903, 20271126, 24},
+    CodeRange{"sh688", Board::star, 620, 20190722, 20271217, 36},
+    CodeRange{"sz000", Board::shenzhen_main, 400, 19910403, 20000928, 10},
+    CodeRange{"sz001", Board::shenzhen_main, 90, 20210412, 20271210, 22},
+    CodeRange{"sz002", Board::sme, 970, 20040625, 20210330, 13},
+    CodeRange{"sz300", Board::growth, 980, 20091030, 20210820, 17},
+    CodeRange{"sz301", Board::growth, 700, 20210915, 20271222, 28},
+};
+
+std::string_view text_of(Board board) {
+  switch (board) {
+    case Board::shanghai_main:
+    case Board::shenzhen_main:
+      return "MB";
+    case Board::sme:
+      return "SME";
+    case Board::growth:
+      return "GEM";
+    case Board::star:
+      return "STAR";
+    case Board::none:
+      break;
+  }
+  return "";
+}
+
+std::string three_digits(int n) {
+  return {static_cast<char>('0' + n / 100), static_cast<char>('0' + n / 10 % 10),
+          static_cast<char>('0' + n % 10)};
+}
+
+constexpr double kSecondsOfDay = 86400;
+
+Date shift(Date date, std::int64_t days) {
+  return date_of(instant_of(date, 12, 0, 0) + static_cast<double>(days) * kSecondsOfDay);
+}
+
+std::int64_t days_between(Date from, Date to) {
+  return static_cast<std::int64_t>((instant_of(to, 12, 0, 0) - instant_of(from, 12, 0, 0)) / kSecondsOfDay);
+}
+
+// A lognormal value from a hash.
+double spread(double middle, double deviation, std::uint64_t hash) {
+  const double x = static_cast<double>(normal(kOne, hash)) / kOne;
+  return middle * exponential(deviation * x);
+}
+
+std::uint64_t round_to_ten_thousand(double shares) {
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(nearest(shares / 1e4), 1000)) * 10000;
+}
+
+// Names in an order that the structure key fixes; each is given away once.
+class Namer {
+ public:
+  void name(Security& security, int industry, std::uint64_t key) {
+    for (std::uint64_t attempt = 0;; ++attempt) {
+      const std::uint64_t h = mix(key, attempt);
+      const auto all = syllables();
+      const auto count = static_cast<std::uint32_t>(all.size());
+      const Word& one = all[below(h, count)];
+      const Word& two = all[below(mix(h, 1), count)];
+      const Word& ending = industries()[static_cast<std::size_t>(industry)].endings[below(mix(h, 2), 2)];
+      const std::uint32_t form = below(mix(h, 3), 100);
+      std::string name(one.text);
+      std::string initials(one.initials);
+      if (form >= 14) {
+        if (one.text == two.text) {
+          continue;
+        }
+        name += two.text;
+        initials += two.initials;
+      }
+      if (form < 92) {
+        name += ending.text;
+        initials += ending.initials;
+      }
+      if (used_.insert(name).second) {
+        security.name = std::move(name);
+        security.pinyin = std::move(initials);
+        return;
+      }
+    }
+  }
+
+ private:
+  std::unordered_set<std::string> used_;
+};
+
+}  // namespace
+
+Days::Days(Date scripted) {
+  const int position = scripted == 0 ? -1 : day_number(scripted);
+  if (position >= 0) {
+    offset_ = ((kScriptedPosition - position) % kBlock + kBlock) % kBlock;
+    scripted_ = position + offset_;
+  }
+  count_ = static_cast<int>(trading_days().size()) + offset_;
+}
+
+int Days::number(Date date) const {
+  const int position = day_number(date);
+  return position < 0 ? -1 : position + offset_;
+}
+
+Date Days::date(int number) const {
+  return trading_days()[static_cast<std::size_t>(std::max(number - offset_, 0))];
+}
+
+const Suspension* Stock::suspended(int day) const {
+  for (const Suspension& s : suspensions) {
+    if (day < s.first) {
+      return nullptr;
+    }
+    if (day < s.first + s.length) {
+      return &s;
+    }
+  }
+  return nullptr;
+}
+
+const ExRights* Stock::ex_rights_on(int day) const {
+  for (const ExRights& e : ex_rights) {
+    if (e.day >= day) {
+      return e.day == day ? &e : nullptr;
+    }
+  }
+  return nullptr;
+}
+
+double Stock::split_factor(int day) const {
+  double factor = 1;
+  for (const ExRights& e : ex_rights) {
+    if (e.day > day) {
+      break;
+    }
+    factor = e.factor;
+  }
+  return factor;
+}
+
+namespace {
+
+std::uint64_t after_splits(std::uint64_t shares, const std::vector<ExRights>& ex_rights, int day) {
+  for (const ExRights& e : ex_rights) {
+    if (e.day > day) {
+      break;
+    }
+    shares = shares / 10 * static_cast<std::uint64_t>(10 + e.bonus);
+  }
+  return shares;
+}
+
+}  // namespace
+
+std::uint64_t Stock::total_on(int day) const {
+  return after_splits(total, ex_rights, day);
+}
+std::uint64_t Stock::circulating_on(int day) const {
+  return after_splits(circulating, ex_rights, day);
+}
+
+Universe::Universe(const Options& options, const Days& days) {
+  make_stocks(options, days);
+  make_history(options, days);
+  make_indices();
+  make_plates();
+  for (const auto* list : {&stock_securities, &indices, &plates}) {
+    for (const Security& security : *list) {
+      by_code_.emplace(security.code, &security);
+    }
+  }
+}
+
+const Security* Universe::find(std::string_view code) const {
+  std::string lower(code);
+  for (char& c : lower) {
+    c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  const auto found = by_code_.find(lower);
+  return found == by_code_.end() ? nullptr : found->second;
+}
+
+void Universe::make_stocks(const Options& options, const Days& days) {
+  int full = 0;
+  for (const CodeRange& range : kRanges) {
+    full += range.count;
+  }
+  const int wanted =
+      options.stocks == 0 ? full : static_cast<int>(std::clamp<std::size_t>(options.stocks, 200, 5550));
+  Namer namer;
+  const auto industry_count = static_cast<std::uint32_t>(industries().size());
+  for (const CodeRange& range : kRanges) {
+    const int count = std::max(range.count * wanted / full, 4);
+    const std::int64_t span = days_between(range.first_listing, range.last_listing);
+    for (int i = 0; i < count; ++i) {
+      Security security;
+      // Codes stand in the slots of 1000 / count, the first of a range at its beginning.
+      const int slot = i * 1000 / count;
+      const int width = (i + 1) * 1000 / count - slot;
+      const std::string prefix(range.prefix);
+      const std::uint64_t rough_key =
+          mix(kStructure, mix(static_cast<std::uint64_t>(range.prefix[2] - '0') * 100 +
+                                  static_cast<std::uint64_t>(range.prefix[3] - '0') * 10 +
+                                  static_cast<std::uint64_t>(range.prefix[4] - '0'),
+                              static_cast<std::uint64_t>(slot)));
+      const int first = prefix == "sz000" || prefix == "sz001" || prefix == "sz002" || prefix == "sz300" ||
+                                prefix == "sz301" || prefix == "sh688" || prefix == "sh605"
+                            ? 1
+                            : 0;
+      const int last_digits =
+          i == 0 ? first
+                 : slot + static_cast<int>(below(rough_key, static_cast<std::uint32_t>(std::max(width, 1))));
+      security.code = prefix + three_digits(std::max(last_digits, first));
+      if (!stock_securities.empty() && stock_securities.back().code >= security.code) {
+        security.code = prefix + three_digits(std::stoi(stock_securities.back().code.substr(5)) + 1);
+      }
+      const std::uint64_t key = mix(rough_key, 7);
+      security.board = range.board;
+      security.board_text = text_of(range.board);
+      security.number = static_cast<std::uint32_t>(stock_securities.size());
+
+      Stock stock;
+      stock.industry = static_cast<int>(below(mix(key, 1), industry_count));
+      namer.name(security, stock.industry, mix(key, 2));
+
+      Date listed = shift(range.first_listing, span * i / count);
+      while (!is_trading_day(listed)) {
+        listed = shift(listed, 1);
+      }
+      security.listed = listed;
+      stock.listed = listed < kFirstTradingDay ? 0 : days.number(listed);
+
+      const bool bank = stock.industry == 0;
+      const bool lively = range.board == Board::growth || range.board == Board::star;
+      double price = spread(range.price, 0.55, mix(key, 3));
+      double shares = spread(range.board == Board::shanghai_main ? 8e8 : 4e8, 0.9, mix(key, 4));
+      if (bank) {
+        price = spread(7, 0.3, mix(key, 3));
+        shares *= 12;
+      }
+      if (security.number == 0) {  // the headline stock of the market
+        price = 36;
+        shares = 2.8e10;
+      }
+      stock.base = logarithm(std::clamp(price, 3.2, 160.0));
+      stock.total = round_to_ten_thousand(std::min(shares, 3e11));
+      const double free =
+          listed < 20140101 ? 0.75 + 0.25 * unit(mix(key, 5)) : 0.25 + 0.6 * unit(mix(key, 5));
+      stock.circulating = round_to_ten_thousand(static_cast<double>(stock.total) * free);
+      stock.circulating = std::min(stock.circulating, stock.total);
+      const double size = static_cast<double>(stock.total) / 6e8;
+      stock.turnover = std::clamp(
+          spread(lively ? 0.022 : 0.013, 0.5, mix(key, 6)) / std::sqrt(std::max(size, 0.3)), 0.0008, 0.08);
+      stock.beta = static_cast<std::int32_t>((lively                      ? 1.27
+                                              : range.board == Board::sme ? 1.1
+                                                                          : 1.0) *
+                                             256) +
+                   normal(45, mix(key, 8));
+      stock.deviation =
+          static_cast<std::int32_t>((lively ? 0.019 : 0.015) * (0.7 + 0.7 * unit(mix(key, 9))) * kOne);
+      if (bank || security.number == 0) {
+        stock.deviation /= 2;
+      }
+      const std::uint64_t earnings = mix(key, 10);
+      stock.pe =
+          below(earnings, 8) == 0 ? -spread(60, 0.6, mix(key, 11)) : spread(bank ? 6 : 32, 0.5, mix(key, 11));
+      stock.pb = spread(bank ? 0.8 : 2.6, 0.4, mix(key, 12));
+      stock.key = mix(mix(options.seed, 0x570c4), key);
+      stock_securities.push_back(std::move(security));
+      stocks.push_back(std::move(stock));
+    }
+  }
+  for (std::size_t i = 0; i < stocks.size(); ++i) {
+    stocks[i].security = &stock_securities[i];
+  }
+}
+
+void Universe::make_history(const Options& options, const Days& days) {
+  constexpr std::array kStatuses{Status::suspended, Status::suspended,    Status::suspended,
+                                 Status::halted,    Status::investigated, Status::delisting};
+  for (Stock& stock : stocks) {
+    const int earliest = stock.listed == 0 ? 4 : stock.listed + 40;
+    for (int slot = 0; (slot + 1) * kSuspensionSlot <= days.count(); ++slot) {
+      const std::uint64_t h = mix(stock.key, 0x100000 + static_cast<std::uint64_t>(slot));
+      const int first = slot * kSuspensionSlot +
+                        static_cast<int>(below(mix(h, 1), kSuspensionSlot - 2 * kBlock - kLongestSuspension));
+      if (below(h, 100) >= 70 || first < earliest) {
+        continue;
+      }
+      const Status status = kStatuses[below(mix(h, 3), kStatuses.size())];
+      const int length = 1 + static_cast<int>(below(mix(h, 2), kLongestSuspension));
+      if (length > 1) {
+        stock.suspensions.push_back({first, length - 1, status});
+      }
+      stock.suspensions.push_back({first + length - 1, 1, Status::awaiting});
+    }
+    if (options.scenario == Scenario::suspended && days.scripted() >= 0 && stock.security->number == 0) {
+      // One day by itself, so that no block loses more days than it can do without.
+      std::erase_if(stock.suspensions, [&](const Suspension& s) {
+        return s.first > days.scripted() - kBlock && s.first < days.scripted() + kBlock;
+      });
+      stock.suspensions.push_back({days.scripted(), 1, Status::suspended});
+      std::sort(stock.suspensions.begin(), stock.suspensions.end(),
+                [](const Suspension& a, const Suspension& b) { return a.first < b.first; });
+    }
+
+    int bonuses = 0;
+    double factor = 1;
+    const Date last_year = kLastTradingDay / 10000;
+    for (Date year = kFirstTradingDay / 10000; year <= last_year; ++year) {
+      const std::uint64_t h = mix(stock.key, 0x200000 + std::uint64_t{year});
+      if (below(h, 100) >= 62) {
+        continue;
+      }
+      Date date = shift(year * 10000 + 506, static_cast<std::int64_t>(below(mix(h, 1), 75)));
+      while (!is_trading_day(date)) {
+        date = shift(date, 1);
+      }
+      int day = days.number(date);
+      // Never among the last days of a block, nor while suspended.
+      while (day % kBlock < 2 || day % kBlock > 17 || stock.suspended(day) != nullptr ||
+             day == days.scripted()) {
+        ++day;
+      }
+      if (day >= days.count() || day < stock.listed + 60) {
+        continue;
+      }
+      ExRights event;
+      event.day = day;
+      event.yield = 0.003 + 0.025 * unit(mix(h, 2));
+      if (bonuses < 4 && below(mix(h, 3), 100) < 11) {
+        constexpr std::array<int, 5> kBonus{2, 3, 4, 5, 10};
+        event.bonus = kBonus[below(mix(h, 4), kBonus.size())];
+        ++bonuses;
+      }
+      factor = factor * (10 + event.bonus) / 10;
+      event.factor = factor;
+      stock.ex_rights.push_back(event);
+    }
+  }
+}
+
+void Universe::make_indices() {
+  const auto in_scope = [](const Stock& stock, Scope scope) {
+    const Board board = stock.security->board;
+    switch (scope) {
+      case Scope::shanghai:
+        return board == Board::shanghai_main || board == Board::star;
+      case Scope::shanghai_main:
+        return board == Board::shanghai_main;
+      case Scope::star:
+        return board == Board::star;
+      case Scope::shenzhen:
+        return board == Board::shenzhen_main || board == Board::sme || board == Board::growth;
+      case Scope::sme:
+        return board == Board::sme;
+      case Scope::growth:
+        return board == Board::growth;
+    }
+    return false;
+  };
+  const auto size = [this](std::uint32_t number) {
+    const Stock& stock = stocks[number];
+    return exponential(stock.base) * static_cast<double>(stock.total);
+  };
+  for (const IndexRule& rule : index_rules()) {
+    Security security;
+    security.kind = Kind::index;
+    security.code = rule.code;
+    security.name = rule.name.text;
+    security.pinyin = rule.name.initials;
+    security.number = static_cast<std::uint32_t>(indices.size());
+    indices.push_back(std::move(security));
+    std::vector<std::uint32_t> members;
+    for (const Stock& stock : stocks) {
+      if (in_scope(stock, rule.scope) &&
+          (rule.first_industry < 0 ||
+           (stock.industry >= rule.first_industry && stock.industry <= rule.last_industry))) {
+        members.push_back(stock.security->number);
+      }
+    }
+    if (rule.largest > 0 && static_cast<std::size_t>(rule.largest) < members.size()) {
+      std::stable_sort(members.begin(), members.end(),
+                       [&](std::uint32_t a, std::uint32_t b) { return size(a) > size(b); });
+      members.resize(static_cast<std::size_t>(rule.largest));
+      std::sort(members.begin(), members.end());
+    }
+    index_members.push_back(std::move(members));
+  }
+}
+
+void Universe::make_plates() {
+  const auto add = [this](int kind, int number, std::string name, std::string pinyin) {
+    Security security;
+    security.kind = Kind::plate;
+    security.code = "bk" +
+                    std::string(1, static_cast<char>('0' + (kind == 1   ? 1
+                                                            : kind == 3 ? 2
+                                                                        : 3))) +
+                    three_digits(number);
+    security.name = std::move(name);
+    security.pinyin = std::move(pinyin);
+    security.plate_kind = kind;
+    security.number = static_cast<std::uint32_t>(plates.size());
+    plates.push_back(std::move(security));
+    plate_members.emplace_back();
+  };
+  int n = 0;
+  for (const Industry& industry : industries()) {
+    add(1, ++n, std::string(industry.name.text), std::string(industry.name.initials));
+  }
+  const std::size_t first_concept = plates.size();
+  n = 0;
+  for (const Word& topic : concept_topics()) {
+    for (const Word& form : concept_forms()) {
+      add(3, ++n, std::string(topic.text) + std::string(form.text),
+          std::string(topic.initials) + std::string(form.initials));
+    }
+  }
+  const std::size_t concepts = plates.size() - first_concept;
+  const std::size_t first_region = plates.size();
+  n = 0;
+  for (const Word& region : regions()) {
+    add(2, ++n, std::string(region.text), std::string(region.initials));
+  }
+  stock_plates.resize(stocks.size());
+  for (std::size_t i = 0; i < stocks.size(); ++i) {
+    const std::uint64_t key = mix(mix(kStructure, 0x91a7e), i);
+    std::vector<std::uint32_t>& held = stock_plates[i];
+    held.push_back(static_cast<std::uint32_t>(stocks[i].industry));
+    const std::uint32_t wanted = 2 + below(key, 5);
+    for (std::uint64_t k = 1; held.size() < wanted + 1; ++k) {
+      const auto plate = static_cast<std::uint32_t>(first_concept) +
+                         below(mix(key, k), static_cast<std::uint32_t>(concepts));
+      if (std::find(held.begin(), held.end(), plate) == held.end()) {
+        held.push_back(plate);
+      }
+    }
+    held.push_back(static_cast<std::uint32_t>(first_region) +
+                   below(mix(key, 99), static_cast<std::uint32_t>(regions().size())));
+    std::sort(held.begin(), held.end());
+    for (const std::uint32_t plate : held) {
+      plate_members[plate].push_back(static_cast<std::uint32_t>(i));
+    }
+  }
+}
+
+int limit_percent(Board board, Date date) {
+  return board == Board::star || (board == Board::growth && date >= 20200824) ? 20 : 10;
+}
+
+}  // namespace market_server::model
