@@ -59,7 +59,7 @@ void Factors::make_returns(int factor, const Options& options, const Days& days)
   const std::uint64_t key = mix(key_, static_cast<std::uint64_t>(factor));
   const auto anchor = [&](int block) {
     if (is_market) {
-      return 0.0045 * block + 0.07 * smooth_noise(mix(key, 1), block, 4) +
+      return 0.0022 * block + 0.07 * smooth_noise(mix(key, 1), block, 4) +
              0.13 * smooth_noise(mix(key, 2), block, 12) + 0.2 * smooth_noise(mix(key, 3), block, 40);
     }
     return 0.05 * smooth_noise(mix(key, 1), block, 4) + 0.17 * smooth_noise(mix(key, 2), block, 16);

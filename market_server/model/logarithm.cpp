@@ -1,6 +1,9 @@
 #include "logarithm.h"
 
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstddef>
 
 #include "random.h"
 
@@ -11,17 +14,29 @@ constexpr double kLn2High = 6.93147180369123816490e-01;
 constexpr double kLn2Low = 1.90821492927058770002e-10;
 constexpr double kLog2E = 1.44269504088896338700;
 
+constexpr std::array<double, 13> make_inverse_factorials() {
+  std::array<double, 13> out{};
+  double factorial = 1;
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    factorial *= i == 0 ? 1 : static_cast<double>(i);
+    out[i] = 1 / factorial;
+  }
+  return out;
+}
+constexpr std::array<double, 13> kInverseFactorials = make_inverse_factorials();
+
 }  // namespace
 
 double exponential(double x) {
-  const double n = std::floor(x * kLog2E + 0.5);
-  const double r = (x - n * kLn2High) - n * kLn2Low;
+  const std::int64_t n = nearest(x * kLog2E);
+  const auto whole = static_cast<double>(n);
+  const double r = (x - whole * kLn2High) - whole * kLn2Low;
   // Taylor series: |r| is at most 0.35, the first term left out is below 1e-15.
-  double sum = 1.0;
-  for (int i = 12; i >= 1; --i) {
-    sum = 1.0 + sum * r / i;
+  double sum = kInverseFactorials.back();
+  for (std::size_t i = kInverseFactorials.size() - 1; i-- > 0;) {
+    sum = sum * r + kInverseFactorials[i];
   }
-  return std::ldexp(sum, static_cast<int>(n));
+  return sum * std::bit_cast<double>(static_cast<std::uint64_t>(n + 1023) << 52);
 }
 
 double logarithm(double x) {
@@ -50,10 +65,6 @@ double smooth_noise(std::uint64_t key, double position, double period) {
   const double eased = t * t * (3 - 2 * t);
   const double low = value(cell);
   return low + (value(cell + 1) - low) * eased;
-}
-
-std::int64_t nearest(double x) {
-  return static_cast<std::int64_t>(std::floor(x + 0.5));
 }
 
 }  // namespace market_server::model

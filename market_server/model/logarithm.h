@@ -14,6 +14,10 @@ namespace market_server::model {
 [[nodiscard]] double smooth_noise(std::uint64_t key, double position, double period);
 
 // Nearest integer, halves upwards.
-[[nodiscard]] std::int64_t nearest(double x);
+[[nodiscard]] constexpr std::int64_t nearest(double x) {
+  const double raised = x + 0.5;
+  const auto cut = static_cast<std::int64_t>(raised);
+  return cut - (static_cast<double>(cut) > raised ? 1 : 0);
+}
 
 }  // namespace market_server::model

@@ -338,9 +338,11 @@ DayShape PricePath::shape(const Stock& stock, int day, const DayPrices& prices, 
   const std::uint32_t lots = day_lots(stock, day, prices);
   const std::uint32_t opening = std::max<std::uint32_t>(
       static_cast<std::uint32_t>(std::uint64_t{lots} * (5 + below(mix(h, 3), 20)) / 1000), 1);
-  for (std::size_t k = 0; k <= kSegments; ++k) {
-    out.lots[k] = opening + static_cast<std::uint32_t>((lots - opening) * sums[k] / sums[kSegments]);
+  const double for_weight = static_cast<double>(lots - opening) / static_cast<double>(sums[kSegments]);
+  for (std::size_t k = 0; k < kSegments; ++k) {
+    out.lots[k] = opening + static_cast<std::uint32_t>(for_weight * static_cast<double>(sums[k]));
   }
+  out.lots[kSegments] = lots;
   return out;
 }
 

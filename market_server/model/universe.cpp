@@ -273,7 +273,7 @@ void Universe::make_stocks(const Options& options, const Days& days) {
       }
       if (security.number == 0) {  // the headline stock of the market
         price = 36;
-        shares = 2.8e10;
+        shares = 1.6e10;
       }
       stock.base = logarithm(std::clamp(price, 3.2, 160.0));
       stock.total = round_to_ten_thousand(std::min(shares, 3e11));
