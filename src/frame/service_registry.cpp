@@ -17,7 +17,9 @@
 #include "analytics/strength_rating.h"
 #include "analytics/strength_rating_service.h"
 #include "charts/stock_kline.h"
+#include "charts/stock_kline_service.h"
 #include "charts/stock_mline.h"
+#include "charts/stock_mline_service.h"
 #include "frame/reference_data.h"
 #include "quotes/current_stock.h"
 #include "quotes/current_stock_service.h"
@@ -131,6 +133,8 @@ ServiceRegistry& Services() {
       .stock_market = &quotes::MakeStockMarket,
       .optional_stock_market = &quotes::MakeOptionalStockMarket,
       .single_stock_market = &quotes::MakeSingleStockMarket,
+      .stock_mline = &charts::MakeStockMLine,
+      .stock_kline = &charts::MakeStockKLine,
       .stock_unusual_event = &analytics::MakeStockUnusualEvent,
       .stock_purchase = &analytics::MakeStockPurchase,
       .margin_trade = &analytics::MakeMarginTrade,

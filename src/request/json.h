@@ -120,6 +120,9 @@ class Object {
   [[nodiscard]] Object ObjectAt(std::string_view key) const { return Member(key).AsObject(); }
   [[nodiscard]] Array ArrayAt(std::string_view key) const { return Member(key).AsArray(); }
 
+  /// This object as a value.
+  [[nodiscard]] Value Self() const { return Value(node_, text_); }
+
   /// Calls `visit(key, value)` for every member, the key in UTF-8, in no certain order. A key that the text
   /// repeats comes again, its last value last: fit for a visitor whose later calls replace its earlier ones.
   template <class Visitor>

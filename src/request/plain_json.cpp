@@ -26,6 +26,50 @@ int HexDigit(char character) {
   return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
+const char* SkipDigits(const char* at, const char* end) {
+  while (at != end && IsDigit(*at)) {
+    ++at;
+  }
+  return at;
+}
+
+// Passes one number. False for what is none, and for one that Qt's parser might read otherwise.
+bool PassNumber(const char*& at, const char* end, double& number) {
+  const char* const start = at;
+  const char* const whole = at != end && *at == '-' ? at + 1 : at;
+  at = SkipDigits(whole, end);
+  if (at == whole || (at - whole > 1 && *whole == '0')) {
+    return false;
+  }
+  if (at != end && *at == '.') {
+    const char* const fraction = ++at;
+    at = SkipDigits(fraction, end);
+    if (at == fraction) {
+      return false;
+    }
+  }
+  if (at != end && (*at == 'e' || *at == 'E')) {
+    ++at;
+    if (at != end && (*at == '+' || *at == '-')) {
+      ++at;
+    }
+    const char* const exponent = at;
+    at = SkipDigits(exponent, end);
+    if (at == exponent) {
+      return false;
+    }
+  }
+  const auto [stop, error] = std::from_chars(start, at, number);
+  if (error != std::errc() || stop != at) {
+    return false;
+  }
+  if (number != 0 && std::fabs(number) < std::numeric_limits<double>::min()) {
+    return false;
+  }
+  number += 0.0;  // no negative zero
+  return true;
+}
+
 class Reader {
  public:
   Reader(std::string_view text, std::vector<Node>& nodes)
@@ -134,56 +178,14 @@ class Reader {
   }
 
   bool Number() {
-    const char* const start = at_;
-    if (*at_ == '-') {
-      ++at_;
-    }
-    if (!Digits(*start == '-' ? start + 1 : start)) {
-      return false;
-    }
-    if (at_ != end_ && *at_ == '.') {
-      ++at_;
-      if (at_ == end_ || !IsDigit(*at_)) {
-        return false;
-      }
-      SkipDigits();
-    }
-    if (at_ != end_ && (*at_ == 'e' || *at_ == 'E')) {
-      ++at_;
-      if (at_ != end_ && (*at_ == '+' || *at_ == '-')) {
-        ++at_;
-      }
-      if (at_ == end_ || !IsDigit(*at_)) {
-        return false;
-      }
-      SkipDigits();
-    }
     double number = 0;
-    const auto [stop, error] = std::from_chars(start, at_, number);
-    if (error != std::errc() || stop != at_) {
-      return false;
-    }
-    if (number != 0 && std::fabs(number) < std::numeric_limits<double>::min()) {
+    if (!PassNumber(at_, end_, number)) {
       return false;
     }
     Node& node = nodes_.emplace_back();
     node.kind = Kind::kNumber;
-    node.number = number + 0.0;  // no negative zero
+    node.number = number;
     return true;
-  }
-
-  // The whole part: no leading zero.
-  bool Digits(const char* first) {
-    at_ = first;
-    SkipDigits();
-    const auto count = at_ - first;
-    return count == 1 || (count > 1 && *first != '0');
-  }
-
-  void SkipDigits() {
-    while (at_ != end_ && IsDigit(*at_)) {
-      ++at_;
-    }
   }
 
   bool String() {
@@ -303,6 +305,23 @@ bool ReadPlain(std::string_view text, std::vector<Node>& nodes) {
   // Answers run to some ten bytes a node; a guess that is too small costs one more growth.
   nodes.reserve(text.size() / 12 + 8);
   return Reader(text, nodes).Read();
+}
+
+bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  if (at == end || *at != '[') {
+    return false;
+  }
+  ++at;
+  for (std::size_t place = 0; place < numbers.size(); ++place) {
+    if (!PassNumber(at, end, numbers[place]) || at == end ||
+        *at != (place + 1 < numbers.size() ? ',' : ']')) {
+      return false;
+    }
+    ++at;
+  }
+  return at == end;
 }
 
 }  // namespace request::json::detail

@@ -2,6 +2,7 @@
 // same way, and gives everything else up. Behind json.h; nobody else calls it. Thread-safe: no state.
 #pragma once
 
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -13,5 +14,9 @@ namespace request::json::detail {
 /// anything out of the plain: no JSON, escapes in a key, control characters, ill-formed UTF-8 or surrogates,
 /// numbers near the ends of the range, more than 1,024 levels.
 [[nodiscard]] bool ReadPlain(std::string_view text, std::vector<Node>& nodes);
+
+/// Fills `numbers` from a text that is an array of exactly as many plain numbers, "[20240315,1.5,...]". False
+/// for everything else, JSON or not.
+[[nodiscard]] bool ReadPlainNumbers(std::string_view text, std::span<double> numbers);
 
 }  // namespace request::json::detail

@@ -1,0 +1,140 @@
+#include "charts/minute_line_reader.h"
+
+#include <cmath>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "host/calendar.h"
+#include "request/dates.h"
+#include "request/numbers.h"
+
+namespace charts {
+namespace {
+
+using request::json::Array;
+using request::json::Object;
+using request::json::Value;
+
+constexpr double kNearlyZero = 0.001;
+
+// Turns the cumulative figures of one day into those of its minutes.
+class DayReader {
+ public:
+  explicit DayReader(double preclose) : preclose_(preclose), price_(preclose) {}
+
+  MinutePoint Read(const Object& element) {
+    MinutePoint point;
+    point.time = element.Member("min").Integer();
+    if (point.time == 0) {
+      point.time = element.Member("time").Integer();
+    }
+    const std::uint64_t volume = request::ToUnsigned64(element.Member("vol").Number());
+    const double amount = element.Member("amt").Number();
+    point.volume = volume > volume_ ? volume - volume_ : 0;
+    point.amount = amount > amount_ + kNearlyZero ? amount - amount_ : 0.0;
+    // A minute without trades carries the last price and the last average on.
+    point.price = element.Member("last").Number();
+    if (std::fabs(point.price) < kNearlyZero) {
+      point.price = price_;
+    }
+    point.qrr = element.Member("qrr").Number();
+    if (volume > 0) {
+      point.avg_price = amount / static_cast<double>(volume);
+    } else {
+      point.avg_price = first_ ? point.price : average_;
+    }
+    point.change = point.price - preclose_;
+    point.change_rate = preclose_ == 0 ? 0.0 : point.change * 100.0 / preclose_;
+
+    first_ = false;
+    volume_ = volume;
+    amount_ = amount;
+    price_ = point.price;
+    average_ = point.avg_price;
+    return point;
+  }
+
+ private:
+  const double preclose_;
+  bool first_ = true;
+  std::uint64_t volume_ = 0;
+  double amount_ = 0;
+  double price_;
+  double average_ = 0;
+};
+
+// The record of one symbol in the making.
+class LineReader {
+ public:
+  explicit LineReader(StockMLineData& line) : line_(line) {}
+
+  void ReadEntry(const Value& entry) {
+    if (!entry.IsArray()) {
+      ReadDay(entry.AsObject());
+      return;
+    }
+    entry.AsArray().ForEach([this](const Value& day) { ReadDay(day.AsObject()); });
+  }
+
+ private:
+  void ReadDay(const Object& entry) {
+    MLineDay& day = line_.days.emplace_back();
+    day.date = request::DateFromText(entry.Member("date"));
+    const Array list = entry.ArrayAt("list");
+    day.points.reserve(list.Size());
+    std::vector<Object> elements;
+    elements.reserve(list.Size());
+    list.ForEach([&elements](const Value& element) {
+      if (!element.IsNull() && !element.IsUndefined()) {
+        elements.push_back(element.AsObject());
+      }
+    });
+    if (!has_preclose_ && !elements.empty()) {
+      line_.preclose = elements.front().Member("preclose").Number();
+      has_preclose_ = true;
+    }
+    DayReader reader(line_.preclose);
+    for (const Object& element : elements) {
+      day.points.push_back(reader.Read(element));
+    }
+  }
+
+  StockMLineData& line_;
+  bool has_preclose_ = false;  // it is read once, from the first element of all
+};
+
+}  // namespace
+
+std::vector<StockMLineData> ReadMinuteLines(const Object& data) {
+  std::vector<StockMLineData> lines;
+  data.ForEach([&lines](std::string_view key, const Value& entry) {
+    std::wstring symbol = request::json::WideKey(key);
+    if (stock::CheckSymbol(symbol.c_str()) == stock::kSymbolUnknown) {
+      return;
+    }
+    StockMLineData& line = lines.emplace_back();
+    line.symbol = std::move(symbol);
+    LineReader(line).ReadEntry(entry);
+  });
+  return lines;
+}
+
+bool ReadMinuteLine(const Object& data, const std::wstring& symbol, StockMLineData& line) {
+  for (StockMLineData& candidate : ReadMinuteLines(data)) {
+    if (candidate.symbol == symbol) {
+      line = std::move(candidate);
+      return true;
+    }
+  }
+  if (!data.Member("list").IsArray()) {
+    return false;
+  }
+  line = {};
+  line.symbol = symbol;
+  LineReader reader(line);
+  reader.ReadEntry(data.Self());
+  return true;
+}
+
+}  // namespace charts

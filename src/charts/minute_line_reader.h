@@ -1,0 +1,21 @@
+// Understands minute-line answers: what the feed sends is cumulative, what views get is per minute.
+// Thread-safe: pure functions of the answer.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "charts/stock_mline.h"
+#include "request/json.h"
+
+namespace charts {
+
+/// One record per symbol of "data", which maps each symbol to an object with "date" and "list", or to an
+/// array of them. Members that are no symbols are passed over.
+[[nodiscard]] std::vector<StockMLineData> ReadMinuteLines(const request::json::Object& data);
+
+/// The record of one symbol. "data" may also be that symbol's object itself. False when it has none.
+[[nodiscard]] bool ReadMinuteLine(const request::json::Object& data, const std::wstring& symbol,
+                                  StockMLineData& line);
+
+}  // namespace charts
