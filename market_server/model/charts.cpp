@@ -243,6 +243,10 @@ void Market::Impl::make_index_totals(int last_block) {
   }
 }
 
+void Market::prepare_history(Instant time) const {
+  impl_->make_index_totals(impl_->moment(time).day / kBlock);
+}
+
 std::shared_ptr<const IndexTotals> Market::Impl::index_totals(int block) {
   const std::lock_guard lock(totals_mutex);
   return totals[static_cast<std::size_t>(block)];

@@ -207,6 +207,10 @@ class Market {
   // Computes what `board(time)` needs, so that the first request of that day does not wait.
   void prepare(Instant time) const;
 
+  // Computes the volumes of all past days of the indices, which their first candles would otherwise wait for:
+  // a second or two, with helper threads.
+  void prepare_history(Instant time) const;
+
   // --- reference data ---
   [[nodiscard]] const Security* find(std::string_view code) const;  // null: unknown; case does not matter
   [[nodiscard]] std::vector<const Security*> stocks(

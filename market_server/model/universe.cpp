@@ -313,9 +313,12 @@ void Universe::make_history(const Options& options, const Days& days) {
                                  Status::halted,    Status::investigated, Status::delisting};
   for (Stock& stock : stocks) {
     const int earliest = stock.listed == 0 ? 4 : stock.listed + 40;
-    for (int slot = 0; (slot + 1) * kSuspensionSlot <= days.count(); ++slot) {
+    // Slots begin on a day of the stock's own, or no stock would be suspended towards the common end of a
+    // slot.
+    const int shift_back = static_cast<int>(below(mix(stock.key, 0x300000), kSuspensionSlot));
+    for (int slot = 0; slot * kSuspensionSlot < days.count(); ++slot) {
       const std::uint64_t h = mix(stock.key, 0x100000 + static_cast<std::uint64_t>(slot));
-      const int first = slot * kSuspensionSlot +
+      const int first = slot * kSuspensionSlot - shift_back +
                         static_cast<int>(below(mix(h, 1), kSuspensionSlot - 2 * kBlock - kLongestSuspension));
       if (below(h, 100) >= 70 || first < earliest) {
         continue;
