@@ -1,0 +1,155 @@
+// What may outlive a service: the completion gate, and the guarded pointer to an object of somebody else.
+#include "frame/gate.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <boost/function.hpp>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
+#include "frame/guarded.h"
+
+namespace {
+
+TEST(CompletionGate, letsAFunctionInWithItsArguments) {
+  frame::CompletionGate gate;
+  int sum = 0;
+  const boost::function<void(int, int)> guarded = gate.Guard([&](int a, int b) { sum = a + b; });
+  guarded(2, 3);
+  EXPECT_EQ(sum, 5);
+}
+
+TEST(CompletionGate, letsNobodyInAfterItWasClosed) {
+  frame::CompletionGate gate;
+  int calls = 0;
+  const std::function<void()> guarded = gate.Guard([&] { ++calls; });
+  guarded();
+  gate.Close();
+  guarded();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(CompletionGate, aFunctionMayComeAfterTheGateIsGone) {
+  auto gate = std::make_unique<frame::CompletionGate>();
+  int calls = 0;
+  const std::function<void()> guarded = gate->Guard([&] { ++calls; });
+  const std::function<void()> copy = guarded;
+  gate.reset();
+  guarded();
+  copy();
+  EXPECT_EQ(calls, 0);
+}
+
+TEST(CompletionGate, closingDoesNotWaitForThoseStillToCome) {
+  frame::CompletionGate gate;
+  const std::function<void()> never_called = gate.Guard([] {});
+  gate.Close();
+  gate.Close();
+}
+
+TEST(CompletionGate, closingWaitsForThoseInside) {
+  frame::CompletionGate gate;
+  std::atomic<bool> inside{false}, closing{false}, ended{false};
+  const std::function<void()> guarded = gate.Guard([&] {
+    inside = true;
+    while (!closing) std::this_thread::yield();
+    for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
+    ended = true;
+  });
+  std::thread thread(guarded);
+  while (!inside) std::this_thread::yield();
+  closing = true;
+  gate.Close();
+  EXPECT_TRUE(ended);
+  thread.join();
+}
+
+TEST(CompletionGate, letsSeveralInAtOnce) {
+  frame::CompletionGate gate;
+  std::atomic<int> inside{0};
+  const auto body = [&] {
+    ++inside;
+    while (inside < 2) std::this_thread::yield();
+  };
+  std::thread first(gate.Guard(body));
+  std::thread second(gate.Guard(body));
+  first.join();
+  second.join();
+  EXPECT_EQ(inside, 2);
+}
+
+TEST(CompletionGate, aFunctionThatThrowsHasLeft) {
+  frame::CompletionGate gate;
+  const std::function<void()> guarded = gate.Guard([] { throw std::runtime_error("a view that fails"); });
+  EXPECT_THROW(guarded(), std::runtime_error);
+  gate.Close();
+}
+
+TEST(CompletionGate, aFunctionMayPassTheGateFromInside) {
+  frame::CompletionGate gate;
+  int calls = 0;
+  const std::function<void()> inner = gate.Guard([&] { ++calls; });
+  const std::function<void()> outer = gate.Guard([&] { inner(); });
+  outer();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(GuardedPointer, runsNothingWithoutAnObject) {
+  frame::Guarded<int> guarded;
+  int calls = 0;
+  EXPECT_FALSE(guarded.Run([&](int&) { ++calls; }));
+  EXPECT_EQ(calls, 0);
+}
+
+TEST(GuardedPointer, runsOnTheObjectWhileItIsThere) {
+  frame::Guarded<int> guarded;
+  int object = 1;
+  guarded.Set(&object);
+  EXPECT_TRUE(guarded.Run([](int& value) { ++value; }));
+  EXPECT_EQ(object, 2);
+  guarded.Clear();
+  EXPECT_FALSE(guarded.Run([](int& value) { ++value; }));
+  EXPECT_EQ(object, 2);
+}
+
+TEST(GuardedPointer, mayBeUsedFromInside) {
+  frame::Guarded<int> guarded;
+  int object = 1;
+  guarded.Set(&object);
+  EXPECT_TRUE(guarded.Run([&](int&) { EXPECT_TRUE(guarded.Run([](int& value) { ++value; })); }));
+  EXPECT_EQ(object, 2);
+}
+
+TEST(GuardedPointer, clearingWaitsForThoseInside) {
+  frame::Guarded<int> guarded;
+  int object = 1;
+  guarded.Set(&object);
+  std::atomic<bool> inside{false}, clearing{false}, ended{false};
+  std::thread thread([&] {
+    EXPECT_TRUE(guarded.Run([&](int&) {
+      inside = true;
+      while (!clearing) std::this_thread::yield();
+      for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
+      ended = true;
+    }));
+  });
+  while (!inside) std::this_thread::yield();
+  clearing = true;
+  guarded.Clear();
+  EXPECT_TRUE(ended);
+  thread.join();
+}
+
+TEST(GuardedPointer, aFunctionThatThrowsHasLeft) {
+  frame::Guarded<int> guarded;
+  int object = 1;
+  guarded.Set(&object);
+  EXPECT_THROW(guarded.Run([](int&) { throw std::runtime_error("a reader that fails"); }),
+               std::runtime_error);
+  guarded.Clear();
+}
+
+}  // namespace

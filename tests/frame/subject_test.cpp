@@ -1,0 +1,181 @@
+// The plain subjects, which have no thread.
+#include "frame/subject.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/thread/null_mutex.hpp>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "frame_service.h"
+
+namespace {
+
+using Numbers = std::vector<int>;
+
+template <class Mutex>
+class OpenSubject final : public SubjectBase<FrameObserver, Mutex> {
+ public:
+  void Tell(int data) { this->Notify(data); }
+};
+
+using UnguardedSubject = OpenSubject<boost::null_mutex>;
+
+TEST(SubjectBase, tellsInTheOrderOfAttachment) {
+  UnguardedSubject subject;
+  std::string order;
+  FrameRecorder a([&](const int&) { order += 'a'; });
+  FrameRecorder b([&](const int&) { order += 'b'; });
+  subject.Attach(&b);
+  subject.Attach(&a);
+  subject.Tell(1);
+  EXPECT_EQ(order, "ba");
+}
+
+TEST(SubjectBase, tellsTwiceWhoIsAttachedTwice) {
+  UnguardedSubject subject;
+  FrameRecorder a;
+  subject.Attach(&a);
+  subject.Attach(&a);
+  subject.Tell(1);
+  EXPECT_EQ(a.Updates(), (Numbers{1, 1}));
+}
+
+TEST(SubjectBase, detachRemovesTheFirstEntryOnly) {
+  UnguardedSubject subject;
+  std::string order;
+  FrameRecorder a([&](const int&) { order += 'a'; });
+  FrameRecorder b([&](const int&) { order += 'b'; });
+  subject.Attach(&a);
+  subject.Attach(&b);
+  subject.Attach(&a);
+  subject.Detach(&a);
+  subject.Tell(1);
+  EXPECT_EQ(order, "ba");
+}
+
+TEST(SubjectBase, detachOfAnUnknownObserverIsIgnored) {
+  UnguardedSubject subject;
+  FrameRecorder a, b;
+  subject.Attach(&a);
+  subject.Detach(&b);
+  subject.Detach(nullptr);
+  subject.Tell(1);
+  EXPECT_EQ(a.Count(), 1u);
+}
+
+TEST(SubjectBase, nullIsNotAttached) {
+  UnguardedSubject subject;
+  subject.Attach(nullptr);
+  subject.Tell(1);
+}
+
+TEST(SubjectBase, anObserverMayDetachItselfInsideUpdate) {
+  UnguardedSubject subject;
+  FrameRecorder* self = nullptr;
+  FrameRecorder a([&](const int&) { subject.Detach(self); });
+  self = &a;
+  FrameRecorder b;
+  subject.Attach(&a);
+  subject.Attach(&b);
+  subject.Tell(1);
+  subject.Tell(2);
+  EXPECT_EQ(a.Updates(), Numbers{1});
+  EXPECT_EQ(b.Updates(), (Numbers{1, 2}));
+}
+
+TEST(SubjectBase, anObserverDetachedByAnotherIsNotToldAnyMore) {
+  UnguardedSubject subject;
+  auto victim = std::make_unique<FrameRecorder>();
+  FrameRecorder a([&](const int&) {
+    subject.Detach(victim.get());
+    victim.reset();
+  });
+  FrameRecorder c;
+  subject.Attach(&a);
+  subject.Attach(victim.get());
+  subject.Attach(&c);
+  subject.Tell(1);
+  EXPECT_EQ(c.Updates(), Numbers{1});
+}
+
+TEST(SubjectBase, aThrowingViewLeavesTheSubjectUsable) {
+  OpenSubject<boost::mutex> subject;
+  bool fail = true;
+  FrameRecorder a([&](const int&) {
+    if (fail) throw std::runtime_error("a view that fails");
+  });
+  subject.Attach(&a);
+  EXPECT_THROW(subject.Tell(1), std::runtime_error);
+  fail = false;
+  subject.Tell(2);
+  subject.Detach(&a);
+  subject.Tell(3);
+  EXPECT_EQ(a.Updates(), (Numbers{1, 2}));
+}
+
+using OneShotSubject = CBaseStockSubject<FrameObserver, int>;
+
+TEST(OneShotSubject, tellsTheStoredDataInTheOrderOfAttachment) {
+  OneShotSubject subject;
+  std::string order;
+  FrameRecorder a([&](const int&) { order += 'a'; });
+  FrameRecorder b([&](const int&) { order += 'b'; });
+  subject.Attach(&b);
+  subject.Attach(&a);
+  subject.Store(5);
+  subject.Notify();
+  EXPECT_EQ(order, "ba");
+  EXPECT_EQ(a.Updates(), Numbers{5});
+}
+
+TEST(OneShotSubject, attachDeliversNothingAtOnce) {
+  OneShotSubject subject;
+  FrameRecorder a;
+  subject.Store(5);
+  subject.Attach(&a);
+  EXPECT_EQ(a.Count(), 0u);
+}
+
+TEST(OneShotSubject, attachTwiceTellsOnce) {
+  OneShotSubject subject;
+  FrameRecorder a;
+  subject.Attach(&a);
+  subject.Attach(&a);
+  subject.Notify();
+  EXPECT_EQ(a.Count(), 1u);
+  subject.Detach(&a);
+  subject.Notify();
+  EXPECT_EQ(a.Count(), 1u);
+}
+
+TEST(OneShotSubject, ignoresNull) {
+  OneShotSubject subject;
+  subject.Attach(nullptr);
+  subject.Detach(nullptr);
+  subject.Notify();
+}
+
+TEST(OneShotSubject, detachOnAnEmptyListAndOfAnUnknownObserverAreIgnored) {
+  OneShotSubject subject;
+  FrameRecorder a, b;
+  subject.Detach(&a);
+  subject.Attach(&a);
+  subject.Detach(&b);
+  subject.Notify();
+  EXPECT_EQ(a.Count(), 1u);
+}
+
+TEST(OneShotSubject, aThrowingViewLeavesNoMutexLocked) {
+  OneShotSubject subject;
+  FrameRecorder a([](const int&) { throw std::runtime_error("a view that fails"); });
+  subject.Attach(&a);
+  EXPECT_THROW(subject.Notify(), std::runtime_error);
+  subject.Store(6);
+  subject.Detach(&a);
+  subject.Notify();
+  EXPECT_EQ(a.Count(), 1u);
+}
+
+}  // namespace

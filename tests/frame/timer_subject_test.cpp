@@ -1,0 +1,649 @@
+// Every operation of the polled subject, step by step, without a thread.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <thread>
+
+#include "frame_service.h"
+#include "scripted_ticks.h"
+
+namespace {
+
+using Keys = std::vector<std::wstring>;
+using Numbers = std::vector<int>;
+
+struct ThrowingObserver final : FrameObserver {
+  void Update(const int&) override { throw std::runtime_error("a view that fails"); }
+};
+
+class TimerSubject : public ::testing::Test {
+ protected:
+  void AttachActive(FrameObserver& observer, const std::wstring& key) {
+    service.Attach(&observer);
+    service.SetTarget(&observer, key);
+    service.Resume(&observer, false);
+  }
+  void AttachSuspended(FrameObserver& observer, const std::wstring& key) {
+    service.Attach(&observer);
+    service.SetTarget(&observer, key);
+  }
+
+  ScriptedTicks ticks;
+  FrameService service;
+  FrameRecorder a, b, c;
+};
+
+// --- Attach
+// -----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, attachLeavesTheObserverSuspended) {
+  service.Attach(&a);
+  EXPECT_TRUE(service.IsSuspended(&a));
+  EXPECT_EQ(a.Count(), 0u);
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, attachOfAnAttachedObserverAddsNoSecondEntry) {
+  service.Attach(&a);
+  service.Attach(&a);
+  service.SetTarget(&a, L"k");
+  service.Resume(&a, false);
+  EXPECT_FALSE(service.IsSuspended(&a));
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(a.Updates(), Numbers{1});
+}
+
+TEST_F(TimerSubject, attachOfAnActiveObserverSuspendsItAgain) {
+  AttachActive(a, L"k");
+  service.Attach(&a);
+  EXPECT_TRUE(service.IsSuspended(&a));
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(a.Count(), 0u);
+}
+
+TEST_F(TimerSubject, attachIgnoresNull) {
+  service.Attach(nullptr);
+  EXPECT_FALSE(service.IsSuspended(nullptr));
+  service.Deliver(L"", 1);
+  AttachActive(a, L"k");
+  service.PollOnce();
+  EXPECT_EQ(service.fetches, 1);
+}
+
+// --- Detach
+// -----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, detachTakesTheObserverItsTargetAndItsSuspension) {
+  AttachSuspended(a, L"k");
+  service.Detach(&a);
+  std::wstring key = L"before";
+  EXPECT_FALSE(service.IsSuspended(&a));
+  EXPECT_FALSE(service.GetTarget(&a, key));
+  EXPECT_EQ(key, L"before");
+  service.DeliverToAll(L"k", 1);
+  EXPECT_EQ(a.Count(), 0u);
+}
+
+TEST_F(TimerSubject, detachLeavesTheCacheAsItIs) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  service.Detach(&a);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, detachOfAnUnknownObserverAndOfNullDoNothing) {
+  AttachActive(a, L"k");
+  service.Detach(&b);
+  service.Detach(nullptr);
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(a.Updates(), Numbers{1});
+}
+
+TEST_F(TimerSubject, detachOfTheOnlyActiveObserverEndsPolling) {
+  AttachActive(a, L"k");
+  AttachSuspended(b, L"k");
+  service.Detach(&a);
+  service.PollOnce();
+  EXPECT_EQ(service.fetches, 0);
+}
+
+// --- Suspend, IsSuspended
+// ---------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, suspendStopsDelivery) {
+  AttachActive(a, L"k");
+  service.Suspend(&a);
+  EXPECT_TRUE(service.IsSuspended(&a));
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(a.Count(), 0u);
+}
+
+TEST_F(TimerSubject, suspendTwiceNeedsOneResume) {
+  AttachActive(a, L"k");
+  service.Suspend(&a);
+  service.Suspend(&a);
+  service.Resume(&a, false);
+  EXPECT_FALSE(service.IsSuspended(&a));
+}
+
+TEST_F(TimerSubject, suspendOfAnUnattachedObserverDoesNotStopPollingForOthers) {
+  AttachActive(a, L"k");
+  service.Suspend(&b);
+  service.Suspend(nullptr);
+  EXPECT_FALSE(service.IsSuspended(&b));
+  service.PollOnce();
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, anUnknownObserverIsNotSuspended) {
+  EXPECT_FALSE(service.IsSuspended(&a));
+  EXPECT_FALSE(service.IsSuspended(nullptr));
+}
+
+// --- Resume
+// -----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, resumeOfNullOrOfAnUnattachedOrActiveObserverDoesNothingAtAll) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 1);
+  service.Resume(nullptr, true);
+  service.Resume(&b, true);
+  service.Resume(&a, true);
+  EXPECT_EQ(service.fetches, 0);
+  EXPECT_EQ(a.Updates(), Numbers{1});
+  EXPECT_EQ(b.Count(), 0u);
+}
+
+TEST_F(TimerSubject, resumeWithoutDeliveryNeverDeliversAndNeverFetches) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 1);
+  AttachSuspended(b, L"k");
+  AttachSuspended(c, L"other");
+  service.Resume(&b, false);
+  service.Resume(&c, false);
+  EXPECT_FALSE(service.IsSuspended(&b));
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, resumeWithoutATargetFetchesInTheCallersThread) {
+  std::thread::id thread;
+  FrameService own([&thread] { thread = std::this_thread::get_id(); }, {});
+  own.Attach(&a);
+  own.Resume(&a, true);
+  EXPECT_EQ(own.fetches, 1);
+  EXPECT_EQ(thread, std::this_thread::get_id());
+  EXPECT_EQ(a.Count(), 0u);
+}
+
+TEST_F(TimerSubject, resumeDeliversFreshDataInsideTheCall) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  ticks.Advance(200);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+  EXPECT_EQ(b.Threads().at(0), std::this_thread::get_id());
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, resumeDeliversAtExactly300Milliseconds) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  ticks.Advance(300);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, resumeCountsWholeMillisecondsOnly) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  ticks.AdvanceTicks(3'009'999);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+}
+
+TEST_F(TimerSubject, resumeFetchesAt301Milliseconds) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  ticks.Advance(301);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, resumeTakesANegativeAgeForFresh) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  ticks.Advance(-3'600'000);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, resumeFetchesWhenTheKeyHasNoData) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  AttachSuspended(b, L"other");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, resumeFetchesBeforeAnythingWasStored) {
+  AttachSuspended(a, L"k");
+  service.Resume(&a, true);
+  EXPECT_EQ(service.fetches, 1);
+  EXPECT_FALSE(service.IsSuspended(&a));
+}
+
+TEST_F(TimerSubject, oneUpdateTimeServesAllKeys) {
+  AttachActive(a, L"old");
+  service.Deliver(L"old", 1);
+  ticks.Advance(1000);
+  AttachActive(b, L"new");
+  service.Deliver(L"new", 2);
+  service.Suspend(&a);
+  service.Resume(&a, true);
+  EXPECT_EQ(a.Updates(), (Numbers{1, 1}));
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, resumeDeliversToNobodyElse) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(a.Count(), 1u);
+}
+
+TEST_F(TimerSubject, resumeGoesThroughRefresh) {
+  class Refreshed : public FrameService {
+   public:
+    void Refresh() override { ++refreshes; }
+    int refreshes = 0;
+  } own;
+  own.Attach(&a);
+  own.Resume(&a, true);
+  EXPECT_EQ(own.refreshes, 1);
+  EXPECT_EQ(own.fetches, 0);
+}
+
+// --- targets
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, getTargetReadsWhatWasSetLast) {
+  service.SetTarget(&a, L"one");
+  service.SetTarget(&a, L"two");
+  std::wstring key;
+  EXPECT_TRUE(service.GetTarget(&a, key));
+  EXPECT_EQ(key, L"two");
+}
+
+TEST_F(TimerSubject, getTargetLeavesItsArgumentAloneWhenThereIsNone) {
+  std::wstring key = L"before";
+  EXPECT_FALSE(service.GetTarget(&a, key));
+  EXPECT_EQ(key, L"before");
+}
+
+TEST_F(TimerSubject, setTargetIgnoresNull) {
+  service.SetTarget(nullptr, L"k");
+  std::wstring key;
+  EXPECT_FALSE(service.GetTarget(nullptr, key));
+  EXPECT_EQ(service.ActiveTargets(), Keys{});
+}
+
+TEST_F(TimerSubject, setTargetToAnotherKeyDropsTheOldKeysDataForEverybody) {
+  AttachActive(a, L"k");
+  AttachActive(b, L"k");
+  service.Deliver(L"k", 7);
+  service.SetTarget(&a, L"other");
+  service.Suspend(&b);
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 1u);
+  EXPECT_EQ(service.fetches, 1);
+  EXPECT_EQ(service.ActiveTargets().size(), 2u);
+}
+
+TEST_F(TimerSubject, setTargetToTheSameKeyKeepsItsData) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  service.SetTarget(&a, L"k");
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+}
+
+TEST_F(TimerSubject, setTargetForTheFirstTimeKeepsTheKeysData) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  service.Attach(&b);
+  service.SetTarget(&b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+}
+
+TEST_F(TimerSubject, removeTargetDropsTheKeyAndItsData) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  service.RemoveTarget(&a);
+  std::wstring key;
+  EXPECT_FALSE(service.GetTarget(&a, key));
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, removeTargetWithoutATargetAndOfNullDoNothing) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  service.RemoveTarget(&b);
+  service.RemoveTarget(nullptr);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+}
+
+TEST_F(TimerSubject, removeTargetKeepsTheObserverAttached) {
+  AttachActive(a, L"k");
+  service.RemoveTarget(&a);
+  EXPECT_FALSE(service.IsSuspended(&a));
+  service.PollOnce();
+  EXPECT_EQ(service.fetches, 1);
+}
+
+// --- GetActiveTargets
+// -------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, activeTargetsNameEachKeyOnce) {
+  AttachActive(a, L"k");
+  AttachActive(b, L"k");
+  EXPECT_EQ(service.ActiveTargets(), Keys{L"k"});
+}
+
+TEST_F(TimerSubject, activeTargetsKeepASharedKeyWhenOneObserverSwitches) {
+  AttachActive(a, L"k");
+  AttachActive(b, L"k");
+  AttachActive(c, L"k");
+  service.SetTarget(&a, L"other");
+  Keys keys = service.ActiveTargets();
+  std::sort(keys.begin(), keys.end());
+  EXPECT_EQ(keys, (Keys{L"k", L"other"}));
+}
+
+TEST_F(TimerSubject, activeTargetsPassOverSuspendedObservers) {
+  AttachSuspended(a, L"k");
+  AttachSuspended(b, L"other");
+  EXPECT_EQ(service.ActiveTargets(), Keys{});
+  service.Resume(&b, false);
+  EXPECT_EQ(service.ActiveTargets(), Keys{L"other"});
+}
+
+TEST_F(TimerSubject, activeTargetsAreAppendedAndSkipWhatIsThere) {
+  AttachActive(a, L"k");
+  AttachActive(b, L"new");
+  Keys keys = {L"first", L"k"};
+  service.GetActiveTargets(keys);
+  EXPECT_EQ(keys, (Keys{L"first", L"k", L"new"}));
+}
+
+TEST_F(TimerSubject, activeTargetsComeInTheOrderOfTheObserversAddresses) {
+  FrameRecorder observers[3];
+  AttachActive(observers[2], L"third");
+  AttachActive(observers[0], L"first");
+  AttachActive(observers[1], L"second");
+  EXPECT_EQ(service.ActiveTargets(), (Keys{L"first", L"second", L"third"}));
+}
+
+TEST_F(TimerSubject, activeTargetsCountATargetWhoseObserverIsNotAttached) {
+  // The walk goes over the targets and asks for suspension only.
+  service.SetTarget(&a, L"k");
+  EXPECT_EQ(service.ActiveTargets(), Keys{L"k"});
+}
+
+// --- Refresh, Fetch, OnTimer, GetInterval
+// -----------------------------------------------------------------------
+
+TEST_F(TimerSubject, refreshFetchesAtOnceAlsoWithoutObservers) {
+  service.Refresh();
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, onTimerFetches) {
+  service.OnTimer();
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, asksEveryThreeSecondsUnlessAServiceSaysOtherwise) {
+  EXPECT_EQ(service.GetInterval(), 3);
+}
+
+TEST_F(TimerSubject, fetchOfTheBareSubjectDoesNothing) {
+  FrameSubject bare;
+  bare.Fetch();
+  bare.Refresh();
+  bare.OnTimer();
+  EXPECT_EQ(bare.GetInterval(), 3);
+}
+
+TEST_F(TimerSubject, aRoundCallsOnTimerAndRefreshCallsFetchDirectly) {
+  class Timed : public FrameService {
+   public:
+    void OnTimer() override { ++rounds; }
+    int rounds = 0;
+  } own;
+  own.Attach(&a);
+  own.Resume(&a, false);
+  own.PollOnce();
+  own.Refresh();
+  EXPECT_EQ(own.rounds, 1);
+  EXPECT_EQ(own.fetches, 1);
+}
+
+// --- a round
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, aRoundWithoutActiveObserversDoesNotFetch) {
+  service.PollOnce();
+  AttachSuspended(a, L"k");
+  service.PollOnce();
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, aRoundFetchesForAnActiveObserverWithoutATarget) {
+  service.Attach(&a);
+  service.Resume(&a, false);
+  service.PollOnce();
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, aRoundFetchesWhenOneOfSeveralIsActive) {
+  AttachSuspended(a, L"k");
+  AttachActive(b, L"k");
+  service.PollOnce();
+  EXPECT_EQ(service.fetches, 1);
+}
+
+// --- delivery
+// ---------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, deliveryReachesActiveObserversOfTheKeyOnly) {
+  AttachActive(a, L"k");
+  AttachSuspended(b, L"k");
+  AttachActive(c, L"other");
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(a.Updates(), Numbers{1});
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(c.Count(), 0u);
+}
+
+TEST_F(TimerSubject, deliveryGoesInTheOrderOfAttachment) {
+  std::vector<char> order;
+  FrameRecorder first([&](const int&) { order.push_back('1'); });
+  FrameRecorder second([&](const int&) { order.push_back('2'); });
+  FrameRecorder third([&](const int&) { order.push_back('3'); });
+  AttachActive(second, L"k");
+  AttachActive(third, L"k");
+  AttachActive(first, L"k");
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(order, (std::vector<char>{'2', '3', '1'}));
+}
+
+TEST_F(TimerSubject, deliveryPassesOverAnObserverWithoutATarget) {
+  service.Attach(&a);
+  service.Resume(&a, false);
+  service.Deliver(L"", 1);
+  EXPECT_EQ(a.Count(), 0u);
+}
+
+TEST_F(TimerSubject, deliveryFillsTheCacheForASuspendedObserver) {
+  AttachSuspended(a, L"k");
+  service.Deliver(L"k", 7);
+  EXPECT_EQ(a.Count(), 0u);
+  service.Resume(&a, true);
+  EXPECT_EQ(a.Updates(), Numbers{7});
+  EXPECT_EQ(service.fetches, 0);
+}
+
+TEST_F(TimerSubject, deliveryLeavesTheCacheAloneWhenNobodyHasTheKey) {
+  AttachActive(a, L"k");
+  service.Deliver(L"other", 7);
+  AttachSuspended(b, L"other");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, deliveryThatNobodyIsThereForDoesNotRenewTheUpdateTime) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  ticks.Advance(301);
+  service.Deliver(L"other", 8);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, deliveryDoesNotCountATargetWhoseObserverIsDetached) {
+  service.SetTarget(&a, L"k");
+  service.Deliver(L"k", 7);
+  EXPECT_EQ(a.Count(), 0u);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, deliveryReplacesCachedData) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 7);
+  service.Deliver(L"k", 8);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{8});
+}
+
+TEST_F(TimerSubject, alwaysCachedDeliveryIsKeptForWhoComesLater) {
+  service.DeliverAlwaysCached(L"k", 7);
+  AttachSuspended(a, L"k");
+  service.Resume(&a, true);
+  EXPECT_EQ(a.Updates(), Numbers{7});
+}
+
+TEST_F(TimerSubject, uncachedDeliveryTellsAndKeepsNothing) {
+  AttachActive(a, L"k");
+  AttachSuspended(b, L"k");
+  service.DeliverUncached(L"k", 7);
+  EXPECT_EQ(a.Updates(), Numbers{7});
+  EXPECT_EQ(b.Count(), 0u);
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Count(), 0u);
+  EXPECT_EQ(service.fetches, 1);
+}
+
+TEST_F(TimerSubject, deliveryToAllReachesSuspendedObserversOfTheKey) {
+  AttachSuspended(a, L"k");
+  AttachActive(b, L"k");
+  AttachSuspended(c, L"other");
+  service.DeliverToAll(L"k", 7);
+  EXPECT_EQ(a.Updates(), Numbers{7});
+  EXPECT_EQ(b.Updates(), Numbers{7});
+  EXPECT_EQ(c.Count(), 0u);
+}
+
+// --- a view that throws
+// -----------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, aThrowingViewLeavesNoMutexLockedAfterDelivery) {
+  ThrowingObserver thrower;
+  AttachActive(thrower, L"k");
+  EXPECT_THROW(service.Deliver(L"k", 1), std::runtime_error);
+  EXPECT_THROW(service.DeliverUncached(L"k", 1), std::runtime_error);
+  service.Detach(&thrower);
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 2);
+  EXPECT_EQ(a.Updates(), Numbers{2});
+}
+
+TEST_F(TimerSubject, aThrowingViewLeavesNoMutexLockedAfterResume) {
+  ThrowingObserver thrower;
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 1);
+  AttachSuspended(thrower, L"k");
+  EXPECT_THROW(service.Resume(&thrower, true), std::runtime_error);
+  service.SetTarget(&thrower, L"other");
+  service.RemoveTarget(&thrower);
+  service.Detach(&thrower);
+  service.Deliver(L"k", 2);
+  EXPECT_EQ(a.Updates(), (Numbers{1, 2}));
+}
+
+// --- detaching while an update runs
+// -----------------------------------------------------------------------------
+
+// Runs `tell` on another thread, whose `Update` stays inside until the detaching has begun, and detaches
+// meanwhile. True when the `Update` had ended when `Detach` returned.
+bool DetachWaitsFor(FrameService& service, const std::function<void(FrameObserver&)>& prepare,
+                    const std::function<void(FrameObserver&)>& tell) {
+  std::atomic<bool> inside{false}, detaching{false}, ended{false};
+  FrameRecorder observer([&](const int&) {
+    inside = true;
+    while (!detaching) std::this_thread::yield();
+    for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
+    ended = true;
+  });
+  prepare(observer);
+  std::thread teller([&] { tell(observer); });
+  while (!inside) std::this_thread::yield();
+  detaching = true;
+  service.Detach(&observer);
+  const bool had_ended = ended;
+  teller.join();
+  return had_ended;
+}
+
+TEST_F(TimerSubject, detachWaitsForADeliveryUnderWay) {
+  EXPECT_TRUE(DetachWaitsFor(
+      service, [&](FrameObserver& observer) { AttachActive(observer, L"k"); },
+      [&](FrameObserver&) { service.Deliver(L"k", 1); }));
+}
+
+TEST_F(TimerSubject, detachWaitsForACachedDeliveryUnderWay) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 1);
+  EXPECT_TRUE(DetachWaitsFor(
+      service, [&](FrameObserver& observer) { AttachSuspended(observer, L"k"); },
+      [&](FrameObserver& observer) { service.Resume(&observer, true); }));
+}
+
+}  // namespace
