@@ -125,8 +125,8 @@ std::string HttpDate(double time) {
 }
 
 ServerClock::ServerClock(std::string_view text, double speed) {
-  Set(text);
   SetSpeed(speed);
+  Set(text);
 }
 
 double ServerClock::Now() const {

@@ -173,13 +173,13 @@ Error Signatures::Check(const http::Request& request, double now) {
 Error Signatures::Remember(const Use& use, std::int64_t time, std::int64_t now) {
   const std::lock_guard lock(mutex_);
   if (time < floor_) return Error::kTooOld;
-  // A nonce can come back with another time, so every slice is asked. Few are ever held.
-  for (const auto& [number, slice] : slices_) {
-    if (slice.contains(use)) return Error::kReplayed;
-  }
   while (!slices_.empty() && (slices_.begin()->first + 1) * kSlice <= now - kMemory) {
     count_ -= slices_.begin()->second.size();
     slices_.erase(slices_.begin());
+  }
+  // A nonce can come back with another time, so every slice is asked. Few are ever held.
+  for (const auto& [number, slice] : slices_) {
+    if (slice.contains(use)) return Error::kReplayed;
   }
   if (count_ >= capacity_) {
     const auto oldest = slices_.begin();

@@ -1,0 +1,989 @@
+// Every endpoint over the wire: its answer, every value of its parameters, its refusals, and that answers of
+// different endpoints agree with each other.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "endpoints/packages.h"
+#include "gzip.h"
+#include "routes.h"
+#include "server_fixture.h"
+
+namespace market_server::testing {
+namespace {
+
+using rapidjson::Document;
+using rapidjson::Value;
+
+const std::vector<std::string> kStockColumns = {"code",     "name", "last", "change", "diff", "b1p", "s1p",
+                                                "tr",       "amt",  "vol",  "pe",     "high", "low", "open",
+                                                "preclose", "amp",  "qrr",  "cr",     "mc"};
+const std::vector<std::string> kPlateColumns = {
+    "code", "name",     "last", "change", "diff", "tr", "amt",  "vol",         "pe",   "high", "low",
+    "open", "preclose", "amp",  "qrr",    "cr",   "mc", "lead", "lead_change", "bpin", "cud"};
+const std::vector<std::string> kDirections = {"asc", "desc", ""};
+const std::vector<std::string> kStockTypes = {"cn_a", "sh_a", "sz_a", "gem", "sme", ""};
+const std::vector<std::string> kPlateTypes = {"hy", "gn", ""};
+
+std::string Text(const Value& row, const std::string& key) {
+  return row.HasMember(key.c_str()) && row[key.c_str()].IsString() ? row[key.c_str()].GetString() : "";
+}
+double Number(const Value& row, const std::string& key) {
+  return row.HasMember(key.c_str()) && row[key.c_str()].IsNumber() ? row[key.c_str()].GetDouble() : 0;
+}
+
+/// Whether rows are in the order of a column, which is under the same key in each row ("bk" for the code of
+/// plates).
+void ExpectOrdered(const Value& rows, const std::string& column, const std::string& direction,
+                   const std::string& what) {
+  for (rapidjson::SizeType i = 1; i < rows.Size(); ++i) {
+    const Value& before = direction == "asc" ? rows[i - 1] : rows[i];
+    const Value& after = direction == "asc" ? rows[i] : rows[i - 1];
+    if (column == "code" || column == "name" || column == "lead") {
+      const std::string key = column == "code" && rows[0].HasMember("bk") ? "bk" : column;
+      EXPECT_LE(Text(before, key), Text(after, key)) << what << " row " << i;
+    } else {
+      EXPECT_LE(Number(before, column), Number(after, column)) << what << " row " << i;
+    }
+  }
+}
+
+std::set<std::string> Codes(const Value& rows, const char* key = "code") {
+  std::set<std::string> codes;
+  for (const Value& row : rows.GetArray()) codes.insert(row[key].GetString());
+  return codes;
+}
+
+class Endpoint : public ::testing::Test {
+ protected:
+  Document Json(const std::string& path, const QueryMap& parameters = {}) {
+    Document answer = bench.Json(path, parameters);
+    EXPECT_TRUE(answer.HasMember("errno") && answer["errno"].IsInt() && answer["errno"].GetInt() == 0)
+        << path;
+    return answer;
+  }
+  Document Board(const std::string& type, const std::string& key = "code",
+                 const std::string& direction = "asc", const std::string& start = "0",
+                 const std::string& end = "-1") {
+    return Json(
+        "/pc/rt/get",
+        {{"stock_type", type}, {"sort_key", key}, {"sort_type", direction}, {"start", start}, {"end", end}});
+  }
+  std::string FirstPlate(const std::string& type) {
+    Document plates =
+        Json("/pc/rt/bk_price_list", {{"bk_type", type}, {"sort_key", "code"}, {"sort_type", "asc"}});
+    return plates["data"][0]["code"].GetString();
+  }
+  std::string List(const std::vector<std::string>& symbols) {
+    std::string text = "[";
+    for (const std::string& symbol : symbols) text += (text.size() > 1 ? ",\"" : "\"") + symbol + "\"";
+    return text + "]";
+  }
+  Bench bench;
+};
+
+// What every route has in common
+
+struct Given {
+  std::string path;
+  QueryMap parameters;
+};
+
+/// Good parameters for every route.
+std::vector<Given> GoodRequests() {
+  return {
+      {"/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh000001\"]"}}},
+      {"/pc/rt/get",
+       {{"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "9"}}},
+      {"/pc/rt/stock_price_list", {{"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", "desc"}}},
+      {"/pc/rt/get_bk_detail",
+       {{"bk_type", "hy"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "9"}}},
+      {"/pc/rt/bk_price_list", {{"bk_type", "hy"}, {"sort_key", "change"}, {"sort_type", "desc"}}},
+      {"/pc/rt/get_bk_zone_list",
+       {{"bk_code", "bk1001"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "9"}}},
+      {"/pc/rt/get_stock_rank",
+       {{"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"num", "5"}}},
+      {"/pc/rt/stock_five_change", {{"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", "desc"}}},
+      {"/pc/rt/get_bk_rank",
+       {{"bk_type", "hy"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"num", "5"}}},
+      {"/pc/rt/get_day_time", {{"stock_arr", "[\"sh600000\"]"}}},
+      {"/pc/rt/get_day_htime", {{"stock", "sh600000"}, {"date", "20240313"}}},
+      {"/pc/rt/get_choice_htime", {{"stock", "sh600000"}, {"date", "20240313"}, {"rn", "2"}}},
+      {"/pc/rt/get_day_kline", {{"stock_arr", "[\"sh600000\"]"}}},
+      {"/pc/monitor/get_monitor", {{"date", "1710469800"}}},
+      {"/pc/rt/stock_in_out", {{"stock_arr", "[\"sh600000\"]"}}},
+      {"/pc/rt/stock_min_num", {{"date", "0"}}},
+      {"/pc/rt/stock_distribute_num", {{"date", "0"}}},
+      {"/pc/rt/stock_min_average", {{"date", "0"}}},
+      {"/pc/rt/stock_trade", {}},
+      {"/pc/rt/stock_buy", {}},
+      {"/pc/rt/stock_version", {}},
+      {"/pc/rt/get_basic_info", {}},
+      {"/pc/rt/get_bk_list", {}},
+      {"/pc/rt/stock_index_list", {}},
+      {"/pc/rt/stock_in_bk", {{"category", "hy"}}},
+      {"/pc/rt/trade_date", {{"date", "2024"}}}};
+}
+
+TEST_F(Endpoint, theTableHasTwentySixSignedPaths) {
+  std::set<std::string> known;
+  for (const Given& given : GoodRequests()) known.insert(given.path);
+  std::set<std::string> routes;
+  for (const Route& route : Routes()) routes.insert(std::string(route.path));
+  EXPECT_EQ(routes, known);
+  EXPECT_EQ(routes.size(), 26U);
+}
+
+TEST_F(Endpoint, everyRouteAnswersAGoodRequest) {
+  for (const Given& given : GoodRequests())
+    EXPECT_EQ(bench.Errno(given.path, given.parameters), 0) << given.path;
+}
+
+TEST_F(Endpoint, everyRouteRefusesEachMissingParameter) {
+  for (const Given& given : GoodRequests()) {
+    for (const auto& [name, value] : given.parameters) {
+      QueryMap without = given.parameters;
+      without.erase(name);
+      const std::string body = bench.Get(given.path, without).body;
+      EXPECT_EQ(body, R"({"errno":1010,"errmsg":"missing parameter: )" + name + "\"}") << given.path;
+    }
+  }
+}
+
+TEST_F(Endpoint, everyRouteRefusesEachParameterOfNoValue) {
+  const std::map<std::string, std::vector<std::string>> bad = {
+      {"stock_arr", {"", "sh600000", "{}", "[1]", "[\"a\"", "[[\"a\"]]", "null"}},
+      {"stock_type", {"CN_A", "all", "1", " cn_a"}},
+      {"bk_type", {"HY", "dy", "2"}},
+      {"category", {"HY", "dy"}},
+      {"sort_type", {"up", "ASC", "1"}},
+      {"start", {"", "x", "1x", "1.5", "2147483648", "+1"}},
+      {"end", {"", "x", "99999999999999999999"}},
+      {"num", {"", "x", "2147483648"}},
+      {"rn", {"", "x"}},
+      {"bk_code", {""}},
+      {"stock", {""}}};
+  for (const Given& given : GoodRequests()) {
+    for (const auto& [name, value] : given.parameters) {
+      std::vector<std::string> values;
+      if (name == "sort_key") {
+        values = {"Change", "no_column", "4"};
+        values.emplace_back(given.path.find("bk") == std::string::npos ? "lead" : "b1p");
+      } else if (name == "date") {
+        values = {"", "x", "-1", "20240230x", "99999999999999999999"};
+        if (given.path != "/pc/monitor/get_monitor") values.insert(values.end(), {"20241301", "20240231"});
+      } else {
+        values = bad.at(name);
+      }
+      for (const std::string& text : values) {
+        QueryMap changed = given.parameters;
+        changed[name] = text;
+        EXPECT_EQ(bench.Errno(given.path, changed), 1011) << given.path << " " << name << "=" << text;
+      }
+    }
+  }
+}
+
+TEST_F(Endpoint, everyRouteRefusesARequestThatIsNotSigned) {
+  for (const Route& route : Routes()) {
+    EXPECT_NE(bench.Raw(std::string(route.path)).body.find("\"errno\":1020"), std::string::npos)
+        << route.path;
+  }
+}
+
+TEST_F(Endpoint, pathsThatAreNoneAreRefused) {
+  for (const char* path : {"/", "/pc", "/pc/", "/pc/rt/", "/pc/rt/Get", "/pc/rt/get/", "/pc/rt/nothing",
+                           "/pc/monitor/", "//pc/rt/get", "/pc/rt/../rt/get", "/kql/", "*"}) {
+    EXPECT_NE(bench.Raw(path).body.find("\"errno\":1001"), std::string::npos) << path;
+  }
+}
+
+TEST_F(Endpoint, aQueryWithBadEscapesIsRefused) {
+  EXPECT_NE(bench.Raw("/pc/rt/stock_version?a=%zz").body.find("\"errno\":1003"), std::string::npos);
+}
+
+TEST_F(Endpoint, aListOfTooManySymbolsIsRefused) {
+  std::string list = "[\"\"";
+  for (int i = 0; i < 4000; ++i) list += ",\"\"";
+  EXPECT_EQ(bench.Errno("/pc/rt/stock_detail_list", {{"stock_arr", list + "]"}}), 1013);
+}
+
+// Quotes
+
+TEST_F(Endpoint, detailListKeepsTheOrderAndLeavesOutWhatIsUnknown) {
+  Document answer = Json("/pc/rt/stock_detail_list",
+                         {{"stock_arr", R"(["sz399001","sh999999","","SH600000","bk0000","sh000001"])"}});
+  const Value& list = answer["data"]["list"];
+  ASSERT_EQ(list.Size(), 3U);
+  EXPECT_STREQ(list[0]["code"].GetString(), "sz399001");
+  EXPECT_STREQ(list[1]["code"].GetString(), "sh600000");
+  EXPECT_STREQ(list[2]["code"].GetString(), "sh000001");
+}
+
+TEST_F(Endpoint, detailListOfNothingIsEmpty) {
+  EXPECT_EQ(Json("/pc/rt/stock_detail_list", {{"stock_arr", "[]"}})["data"]["list"].Size(), 0U);
+}
+
+TEST_F(Endpoint, aStockHasAllItsKeys) {
+  const Document board = Board("cn_a", "vol", "desc", "0", "1");
+  const Value& row = board["data"][0];
+  for (const char* key :
+       {"last", "change",   "diff", "b1p", "s1p", "tr", "amt", "vol", "pe",     "high", "low",
+        "open", "preclose", "amp",  "qrr", "cr",  "mc", "pb",  "tso", "shares", "cmc"}) {
+    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
+  }
+  for (const char* key : {"code", "name", "status"}) EXPECT_NE(Text(row, key), "") << key;
+  EXPECT_STREQ(row["status"].GetString(), "0");
+}
+
+TEST_F(Endpoint, theOrderBookHasFiveLevelsAroundTheLastPrice) {
+  const Document board = Board("cn_a");
+  int whole = 0;
+  for (const Value& row : board["data"].GetArray()) {
+    for (const char side : {'b', 's'}) {
+      for (char level = '1'; level <= '5'; ++level) {
+        const std::string price = {side, level, 'p'};
+        const std::string volume = {side, level, 'v'};
+        EXPECT_EQ(row.HasMember(price.c_str()), row.HasMember(volume.c_str()));
+        if (row.HasMember(price.c_str())) {
+          EXPECT_GT(Number(row, price), 0);
+        }
+      }
+    }
+    if (!row.HasMember("b5p") || !row.HasMember("s5p")) continue;
+    ++whole;
+    EXPECT_LT(Number(row, "b1p"), Number(row, "s1p"));
+    EXPECT_GT(Number(row, "b1p"), Number(row, "b5p"));
+    EXPECT_LT(Number(row, "s1p"), Number(row, "s5p"));
+  }
+  EXPECT_GT(whole, 50);
+}
+
+TEST_F(Endpoint, anIndexHasCountsAndALead) {
+  Document answer = Json("/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh000001\"]"}});
+  const Value& row = answer["data"]["list"][0];
+  for (const char* key : {"last", "change", "diff", "open", "high", "low", "preclose", "vol", "amt", "num_u",
+                          "num_z", "num_d", "lead_change"}) {
+    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
+  }
+  EXPECT_NE(Text(row, "lead"), "");
+  EXPECT_GT(Number(row, "num_u") + Number(row, "num_z") + Number(row, "num_d"), 0);
+  EXPECT_FALSE(row.HasMember("b1p"));
+}
+
+TEST_F(Endpoint, boardsAreOrderedByEveryColumnInBothDirections) {
+  for (const std::string& column : kStockColumns) {
+    for (const std::string& direction : kDirections) {
+      const Document answer = Board("cn_a", column, direction);
+      ExpectOrdered(answer["data"], column, direction, column + " " + direction);
+    }
+  }
+  ExpectOrdered(Board("cn_a", "", "")["data"], "change", "desc", "empty words");
+}
+
+TEST_F(Endpoint, everyBoardHoldsItsStocks) {
+  std::map<std::string, std::set<std::string>> codes;
+  for (const std::string& type : kStockTypes) codes[type] = Codes(Board(type)["data"]);
+  EXPECT_EQ(codes[""], codes["cn_a"]);
+  for (const std::string& code : codes["sh_a"]) EXPECT_TRUE(code.starts_with("sh6")) << code;
+  for (const std::string& code : codes["sz_a"]) EXPECT_TRUE(code.starts_with("sz")) << code;
+  for (const std::string& code : codes["gem"]) EXPECT_TRUE(code.starts_with("sz30")) << code;
+  for (const std::string& code : codes["sme"]) EXPECT_TRUE(code.starts_with("sz002")) << code;
+  EXPECT_EQ(codes["sh_a"].size() + codes["sz_a"].size(), codes["cn_a"].size());
+  for (const char* type : {"sh_a", "gem", "sme"}) EXPECT_GT(codes[type].size(), 5U) << type;
+}
+
+TEST_F(Endpoint, pagesAreCutFromTheWholeBoard) {
+  const Document whole = Board("cn_a", "change", "desc");
+  const auto size = static_cast<int>(whole["data"].Size());
+  const auto page = [&](int start, int end) {
+    return Board("cn_a", "change", "desc", std::to_string(start), std::to_string(end));
+  };
+  const Document first = page(0, 10);
+  const Document second = page(10, 20);
+  ASSERT_EQ(first["data"].Size(), 10U);
+  ASSERT_EQ(second["data"].Size(), 10U);
+  for (rapidjson::SizeType i = 0; i < 10; ++i) {
+    EXPECT_EQ(first["data"][i], whole["data"][i]);
+    EXPECT_EQ(second["data"][i], whole["data"][i + 10]);
+  }
+  EXPECT_EQ(page(5, 5)["data"].Size(), 0U);
+  EXPECT_EQ(page(9, 3)["data"].Size(), 0U);
+  EXPECT_EQ(page(size - 2, size + 100)["data"].Size(), 2U);
+  EXPECT_EQ(page(size + 5, size + 10)["data"].Size(), 0U);
+  EXPECT_EQ(page(-5, 3)["data"].Size(), 3U);
+  EXPECT_EQ(page(size - 3, -1)["data"].Size(), 3U);
+}
+
+TEST_F(Endpoint, priceListsHaveTheOrderOfTheBoard) {
+  for (const std::string& type : kStockTypes) {
+    const Document board = Board(type, "change", "asc");
+    Document list =
+        Json("/pc/rt/stock_price_list", {{"stock_type", type}, {"sort_key", "change"}, {"sort_type", "asc"}});
+    ASSERT_EQ(list["data"].Size(), board["data"].Size()) << type;
+    for (rapidjson::SizeType i = 0; i < list["data"].Size(); ++i) {
+      EXPECT_EQ(list["data"][i]["code"], board["data"][i]["code"]);
+      EXPECT_EQ(list["data"][i]["name"], board["data"][i]["name"]);
+    }
+  }
+}
+
+TEST_F(Endpoint, quotesOfABoardAndOfAListAreTheSame) {
+  const Document board = Board("cn_a", "change", "desc", "0", "20");
+  for (const Value& row : board["data"].GetArray()) {
+    Document one = Json("/pc/rt/stock_detail_list", {{"stock_arr", List({row["code"].GetString()})}});
+    EXPECT_EQ(one["data"]["list"][0], row) << row["code"].GetString();
+  }
+}
+
+TEST_F(Endpoint, platesAreOrderedByEveryColumnInBothDirections) {
+  for (const std::string& column : kPlateColumns) {
+    for (const std::string& direction : kDirections) {
+      Document answer = Json(
+          "/pc/rt/get_bk_detail",
+          {{"bk_type", "hy"}, {"sort_key", column}, {"sort_type", direction}, {"start", "0"}, {"end", "-1"}});
+      ExpectOrdered(answer["data"], column, direction, column + " " + direction);
+    }
+  }
+}
+
+TEST_F(Endpoint, plateKindsAreKeptApart) {
+  std::map<std::string, std::set<std::string>> codes;
+  for (const std::string& type : kPlateTypes) {
+    const QueryMap all = {
+        {"bk_type", type}, {"sort_key", "code"}, {"sort_type", "asc"}, {"start", "0"}, {"end", "-1"}};
+    codes[type] = Codes(Json("/pc/rt/get_bk_detail", all)["data"], "bk");
+    QueryMap list = all;
+    list.erase("start");
+    list.erase("end");
+    EXPECT_EQ(Codes(Json("/pc/rt/bk_price_list", list)["data"]), codes[type]);
+  }
+  EXPECT_EQ(codes["hy"].size() + codes["gn"].size(), codes[""].size());
+  EXPECT_GT(codes["hy"].size(), 20U);
+  EXPECT_GT(codes["gn"].size(), 20U);
+}
+
+TEST_F(Endpoint, aPlateHasAllItsKeys) {
+  Document answer =
+      Json("/pc/rt/get_bk_detail",
+           {{"bk_type", "hy"}, {"sort_key", "vol"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "1"}});
+  const Value& row = answer["data"][0];
+  for (const char* key : {"last", "change", "diff", "tr", "amt", "pe", "high", "low", "open", "preclose",
+                          "amp", "qrr", "cr", "mc", "lead_change", "vol", "num_u", "num_z", "num_d"}) {
+    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
+  }
+  for (const char* key : {"bk", "name", "lead"}) EXPECT_NE(Text(row, key), "") << key;
+}
+
+TEST_F(Endpoint, thePagesOfAPlateAreItsMembers) {
+  const std::string plate = FirstPlate("hy");
+  const auto page = [&](const std::string& column, const std::string& direction, const std::string& start,
+                        const std::string& end) {
+    return Json(
+        "/pc/rt/get_bk_zone_list",
+        {{"bk_code", plate}, {"sort_key", column}, {"sort_type", direction}, {"start", start}, {"end", end}});
+  };
+  Document whole = page("code", "asc", "0", "-1");
+  EXPECT_EQ(whole["total_num"].GetUint(), whole["data"].Size());
+  Document membership = Json("/pc/rt/stock_in_bk", {{"category", "hy"}});
+  std::set<std::string> members;
+  for (const auto& stock : membership["data"].GetObject()) {
+    for (const Value& pair : stock.value.GetArray()) {
+      if (pair[0] == Value(plate.c_str(), static_cast<rapidjson::SizeType>(plate.size())))
+        members.insert(stock.name.GetString());
+    }
+  }
+  EXPECT_EQ(Codes(whole["data"]), members);
+  for (const std::string column : {"code", "name", "last", "change", "diff", "tr"}) {
+    for (const std::string& direction : kDirections)
+      ExpectOrdered(page(column, direction, "0", "-1")["data"], column, direction, column);
+  }
+  for (const char* column : {"lead", "lead_change", "bpin", "cud", ""}) {
+    ExpectOrdered(page(column, "desc", "0", "-1")["data"], "change", "desc", column);
+  }
+  const Document two = page("change", "desc", "1", "3");
+  EXPECT_EQ(two["total_num"].GetUint(), members.size());
+  EXPECT_LE(two["data"].Size(), 2U);
+}
+
+TEST_F(Endpoint, aPlateThatIsNoneIsRefused) {
+  for (const char* code : {"bk0000", "sh600000", "sh000001", "\xff"}) {
+    EXPECT_EQ(
+        bench.Errno(
+            "/pc/rt/get_bk_zone_list",
+            {{"bk_code", code}, {"sort_key", "change"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "9"}}),
+        1012)
+        << code;
+  }
+}
+
+// Rankings
+
+TEST_F(Endpoint, stockRankingsAreTheFirstRowsOfTheBoard) {
+  for (const std::string& type : kStockTypes) {
+    for (const std::string& column : kStockColumns) {
+      for (const std::string direction : {"asc", "desc"}) {
+        Document rank =
+            Json("/pc/rt/get_stock_rank",
+                 {{"stock_type", type}, {"sort_key", column}, {"sort_type", direction}, {"num", "4"}});
+        const Document board = Board(type, column, direction, "0", "4");
+        ASSERT_EQ(rank["data"].Size(), board["data"].Size());
+        for (rapidjson::SizeType i = 0; i < rank["data"].Size(); ++i) {
+          for (const char* key : {"code", "name", "last", "change", "diff", "tr"}) {
+            EXPECT_EQ(rank["data"][i][key], board["data"][i][key]) << type << " " << column << " " << key;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Endpoint, rankingsHaveTheRowsAskedFor) {
+  const auto rows = [&](const std::string& num) {
+    return Json("/pc/rt/get_stock_rank",
+                {{"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", ""}, {"num", num}})["data"]
+        .Size();
+  };
+  EXPECT_EQ(rows("0"), 0U);
+  EXPECT_EQ(rows("-3"), 0U);
+  EXPECT_EQ(rows("7"), 7U);
+  EXPECT_EQ(rows("100000"), Board("cn_a")["data"].Size());
+}
+
+TEST_F(Endpoint, theFiveMinuteListIsOrderedByItsOwnChange) {
+  for (const std::string& type : kStockTypes) {
+    for (const std::string& column : kStockColumns) {
+      for (const std::string& direction : kDirections) {
+        Document list = Json("/pc/rt/stock_five_change",
+                             {{"stock_type", type}, {"sort_key", column}, {"sort_type", direction}});
+        EXPECT_LE(list["data"].Size(), 100U);
+        if (column == "change" || column == "last" || column == "code")
+          ExpectOrdered(list["data"], column, direction, type + " " + column);
+      }
+    }
+  }
+}
+
+TEST_F(Endpoint, plateRankingsAreTheFirstPlates) {
+  for (const std::string& type : kPlateTypes) {
+    for (const std::string& column : kPlateColumns) {
+      for (const std::string& direction : kDirections) {
+        Document rank =
+            Json("/pc/rt/get_bk_rank",
+                 {{"bk_type", type}, {"sort_key", column}, {"sort_type", direction}, {"num", "5"}});
+        Document page = Json("/pc/rt/get_bk_detail", {{"bk_type", type},
+                                                      {"sort_key", column},
+                                                      {"sort_type", direction},
+                                                      {"start", "0"},
+                                                      {"end", "5"}});
+        ASSERT_EQ(rank["data"].Size(), 5U);
+        for (rapidjson::SizeType i = 0; i < 5; ++i) {
+          for (const char* key : {"bk", "name", "change", "bpin", "cud"})
+            EXPECT_EQ(rank["data"][i][key], page["data"][i][key]) << key;
+          EXPECT_EQ(Text(rank["data"][i], "lead"), Text(page["data"][i], "lead"));
+        }
+      }
+    }
+  }
+}
+
+// Charts
+
+TEST_F(Endpoint, aMinuteLineEndsWithTheQuote) {
+  const Document board = Board("cn_a", "vol", "desc", "0", "10");
+  for (const Value& row : board["data"].GetArray()) {
+    const std::string code = row["code"].GetString();
+    Document answer = Json("/pc/rt/get_day_time", {{"stock_arr", List({code})}});
+    const Value& day = answer["data"][code.c_str()];
+    EXPECT_STREQ(day["date"].GetString(), "2024-03-15");
+    const Value& list = day["list"];
+    ASSERT_GT(list.Size(), 50U) << code;
+    const Value& last = list[list.Size() - 1];
+    EXPECT_EQ(list[0]["preclose"], row["preclose"]) << code;
+    EXPECT_EQ(last["last"], row["last"]) << code;
+    EXPECT_EQ(last["vol"], row["vol"]) << code;
+    EXPECT_EQ(last["amt"], row["amt"]) << code;
+    for (rapidjson::SizeType i = 1; i < list.Size(); ++i) {
+      EXPECT_LT(list[i - 1]["min"].GetInt(), list[i]["min"].GetInt());
+      EXPECT_LE(Number(list[i - 1], "vol"), Number(list[i], "vol"));
+    }
+  }
+}
+
+TEST_F(Endpoint, minuteLinesStandUnderTheSymbolsAskedFor) {
+  Document answer =
+      Json("/pc/rt/get_day_time", {{"stock_arr", R"(["SH600000","sh000001","sh000001","nothing"])"}});
+  EXPECT_EQ(answer["data"].MemberCount(), 2U);
+  EXPECT_TRUE(answer["data"].HasMember("SH600000"));
+  EXPECT_TRUE(answer["data"].HasMember("sh000001"));
+  EXPECT_EQ(Json("/pc/rt/get_day_time", {{"stock_arr", "[]"}})["data"].MemberCount(), 0U);
+}
+
+TEST_F(Endpoint, aPastDayIsWholeAndADayWithoutTradingIsNotThere) {
+  const auto day = [&](const std::string& date) {
+    return Json("/pc/rt/get_day_htime", {{"stock", "sh000001"}, {"date", date}});
+  };
+  Document past = day("20240313");
+  EXPECT_STREQ(past["data"]["sh000001"]["date"].GetString(), "2024-03-13");
+  EXPECT_EQ(past["data"]["sh000001"]["list"].Size(), 241U);
+  EXPECT_EQ(day("20240316")["data"].MemberCount(), 0U);
+  Document today = day("0");
+  EXPECT_EQ(today["data"]["sh000001"]["date"], Value("2024-03-15"));
+  Document future = day("20240318");
+  if (future["data"].HasMember("sh000001")) {
+    EXPECT_EQ(future["data"]["sh000001"]["list"].Size(), 0U);
+  }
+}
+
+TEST_F(Endpoint, chosenDaysEndWithTheDateOldestFirst) {
+  const auto days = [&](const std::string& date, const std::string& rn) {
+    Document answer = Json("/pc/rt/get_choice_htime", {{"stock", "sh000001"}, {"date", date}, {"rn", rn}});
+    std::vector<std::string> dates;
+    for (const Value& day : answer["data"]["sh000001"].GetArray())
+      dates.emplace_back(day["date"].GetString());
+    return dates;
+  };
+  EXPECT_EQ(days("20240313", "3"), (std::vector<std::string>{"2024-03-11", "2024-03-12", "2024-03-13"}));
+  EXPECT_EQ(days("20240310", "2"), (std::vector<std::string>{"2024-03-07", "2024-03-08"}));
+  EXPECT_EQ(days("20240313", "0").size(), 1U);
+  EXPECT_EQ(days("20240313", "-7").size(), 1U);
+  EXPECT_EQ(days("0", "1"), std::vector<std::string>{"2024-03-15"});
+  Document unknown =
+      Json("/pc/rt/get_choice_htime", {{"stock", "nothing"}, {"date", "20240313"}, {"rn", "1"}});
+  EXPECT_EQ(unknown["data"].MemberCount(), 0U);
+}
+
+TEST_F(Endpoint, todaysCandleIsTheQuote) {
+  const Document board = Board("cn_a", "vol", "desc", "0", "10");
+  for (const Value& row : board["data"].GetArray()) {
+    const std::string code = row["code"].GetString();
+    Document answer = Json("/pc/rt/get_day_kline", {{"stock_arr", List({code})}});
+    const Value& candle = answer["data"][code.c_str()];
+    EXPECT_STREQ(candle["date"].GetString(), "2024-03-15");
+    for (const char* key : {"preclose", "open", "high", "last", "low", "vol", "amt", "tr"}) {
+      EXPECT_EQ(candle["list"][key], row[key]) << code << " " << key;
+    }
+  }
+}
+
+// Analytics
+
+TEST_F(Endpoint, eventsAreThoseOfTheDayUpToTheInstant) {
+  const auto events = [&](std::int64_t until) {
+    return Json("/pc/monitor/get_monitor", {{"date", std::to_string(until)}});
+  };
+  Document now = events(kMidMorning);
+  ASSERT_GT(now["data"]["list"].Size(), 0U);
+  for (const Value& event : now["data"]["list"].GetArray()) {
+    EXPECT_LE(std::string(event["time"].GetString()), "10:30:00");
+    EXPECT_NE(Text(event, "content"), "");
+  }
+  EXPECT_EQ(events(kMidMorning + 3600)["data"]["list"].Size(), now["data"]["list"].Size());
+  Document earlier = events(kMidMorning - 1800);
+  EXPECT_LE(earlier["data"]["list"].Size(), now["data"]["list"].Size());
+  for (const Value& event : earlier["data"]["list"].GetArray())
+    EXPECT_LE(std::string(event["time"].GetString()), "10:00:00");
+  Document yesterday = events(kMidMorning - 86400 + 13 * 3600 + 1799);
+  EXPECT_GT(yesterday["data"]["list"].Size(), now["data"]["list"].Size());
+  EXPECT_EQ(events(kMidMorning + 86400)["data"]["list"].Size(), 0U);
+}
+
+TEST_F(Endpoint, flowsOfADayAddUpToItsAmount) {
+  const Document board = Board("cn_a", "amt", "desc", "0", "5");
+  std::vector<std::string> symbols = {"nothing"};
+  for (const Value& row : board["data"].GetArray()) symbols.emplace_back(row["code"].GetString());
+  Document answer = Json("/pc/rt/stock_in_out", {{"stock_arr", List(symbols)}});
+  const Value& list = answer["data"]["list"];
+  ASSERT_EQ(list.Size(), 5U);
+  for (rapidjson::SizeType i = 0; i < 5; ++i) {
+    ASSERT_EQ(list[i].MemberCount(), 1U);
+    EXPECT_EQ(std::string(list[i].MemberBegin()->name.GetString()), symbols[i + 1]);
+    const Value& flows = list[i].MemberBegin()->value;
+    EXPECT_LE(flows["mtime"].GetInt64(), kMidMorning);
+    EXPECT_GT(flows["mtime"].GetInt64(), kMidMorning - 60);
+    std::map<std::string, std::uint64_t> total;
+    for (const char* direction : {"in", "out"}) {
+      for (const char* size : {"big", "small"}) {
+        for (const char* days : {"d1", "d5", "d10"}) total[days] += flows[direction][size][days].GetUint64();
+      }
+    }
+    EXPECT_NEAR(static_cast<double>(total["d1"]), Number(board["data"][i], "amt"), 1);
+    EXPECT_GE(total["d5"], total["d1"]);
+    EXPECT_GE(total["d10"], total["d5"]);
+  }
+}
+
+TEST_F(Endpoint, breadthDistributionAndAverageDescribeTheBoard) {
+  int up = 0;
+  int down = 0;
+  const Document board = Board("cn_a");
+  for (const Value& row : board["data"].GetArray()) {
+    up += Number(row, "change") > 0 ? 1 : 0;
+    down += Number(row, "change") < 0 ? 1 : 0;
+  }
+  for (const char* date : {"0", "20240315"}) {
+    Document breadth = Json("/pc/rt/stock_min_num", {{"date", date}});
+    const Value& minutes = breadth["data"]["list"];
+    ASSERT_GT(minutes.Size(), 50U);
+    EXPECT_EQ(minutes[minutes.Size() - 1]["up"].GetInt(), up);
+    EXPECT_EQ(minutes[minutes.Size() - 1]["down"].GetInt(), down);
+    Document distribution = Json("/pc/rt/stock_distribute_num", {{"date", date}});
+    EXPECT_EQ(distribution["data"]["up"].GetInt(), up);
+    EXPECT_EQ(distribution["data"]["down"].GetInt(), down);
+    ASSERT_EQ(distribution["data"]["list"].Size(), 10U);
+    int below = 0;
+    int above = 0;
+    for (rapidjson::SizeType i = 0; i < 10; ++i)
+      (i < 5 ? below : above) += distribution["data"]["list"][i].GetInt();
+    EXPECT_EQ(below, down);
+    EXPECT_EQ(above, up);
+    Document average = Json("/pc/rt/stock_min_average", {{"date", date}});
+    ASSERT_EQ(average["data"]["list"].Size(), minutes.Size());
+    for (rapidjson::SizeType i = 0; i < minutes.Size(); ++i)
+      EXPECT_EQ(average["data"]["list"][i]["time"], minutes[i]["min"]);
+  }
+}
+
+TEST_F(Endpoint, analyticsOfOtherDaysAreWholeOrEmpty) {
+  for (const char* path : {"/pc/rt/stock_min_num", "/pc/rt/stock_min_average"}) {
+    EXPECT_EQ(Json(path, {{"date", "20240313"}})["data"]["list"].Size(), 241U) << path;
+    EXPECT_EQ(Json(path, {{"date", "20240316"}})["data"]["list"].Size(), 0U) << path;
+    EXPECT_EQ(Json(path, {{"date", "20240318"}})["data"]["list"].Size(), 0U) << path;
+  }
+  EXPECT_GT(Json("/pc/rt/stock_distribute_num", {{"date", "20240313"}})["data"]["up"].GetInt(), 0);
+  EXPECT_EQ(Json("/pc/rt/stock_distribute_num", {{"date", "20240316"}})["data"]["up"].GetInt(), 0);
+}
+
+TEST_F(Endpoint, marginBalancesRunBackFromTheDayBefore) {
+  Document answer = Json("/pc/rt/stock_trade");
+  const Value& list = answer["data"]["list"];
+  ASSERT_GT(list.Size(), 20U);
+  EXPECT_EQ(list[0]["sh"]["date"].GetUint(), 20240314U);
+  for (rapidjson::SizeType i = 0; i < list.Size(); ++i) {
+    EXPECT_EQ(list[i]["sh"]["date"], list[i]["sz"]["date"]);
+    EXPECT_GT(Number(list[i]["sh"], "close"), 0);
+    EXPECT_GT(Number(list[i]["sz"]["meta"], "bsta"), 0);
+    if (i > 0) {
+      EXPECT_GT(list[i - 1]["sh"]["date"].GetUint(), list[i]["sh"]["date"].GetUint());
+    }
+  }
+}
+
+TEST_F(Endpoint, newSharesHaveAllTheirKeys) {
+  Document answer = Json("/pc/rt/stock_buy");
+  const Value& list = answer["data"]["list"];
+  ASSERT_GT(list.Size(), 0U);
+  for (const Value& row : list.GetArray()) {
+    for (const char* key : {"code", "name", "publish_time", "publish_online_time", "buy_code"})
+      EXPECT_NE(Text(row, key), "") << key;
+    for (const char* key :
+         {"publish_num", "publish_online_num", "publish_price", "pe", "buy_limit", "total_price", "chance"}) {
+      EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
+    }
+    EXPECT_EQ(Text(row, "publish_time").size(), 10U);
+  }
+}
+
+// Reference data
+
+TEST_F(Endpoint, basicInfoListsTheStocksOfTheBoard) {
+  Document answer = Json("/pc/rt/get_basic_info");
+  std::set<std::string> codes;
+  std::set<std::string> boards;
+  for (const char* exchange : {"sh", "sz"}) {
+    for (const Value& stock : answer[exchange].GetArray()) {
+      EXPECT_TRUE(std::string(stock["c"].GetString()).starts_with(exchange));
+      EXPECT_NE(Text(stock, "n"), "");
+      EXPECT_NE(Text(stock, "py"), "");
+      codes.insert(stock["c"].GetString());
+      boards.insert(stock["b"].GetString());
+    }
+  }
+  EXPECT_EQ(codes, Codes(Board("cn_a")["data"]));
+  for (const char* board : {"MB", "GEM", "SME"}) EXPECT_TRUE(boards.contains(board)) << board;
+}
+
+TEST_F(Endpoint, plateListHoldsEveryKind) {
+  Document answer = Json("/pc/rt/get_bk_list");
+  std::map<int, int> kinds;
+  for (const Value& plate : answer["bk_lists"].GetArray()) {
+    ++kinds[plate["t"].GetInt()];
+    for (const char* key : {"n", "bk", "py"}) EXPECT_NE(Text(plate, key), "") << key;
+  }
+  for (const int kind : {1, 2, 3}) EXPECT_GT(kinds[kind], 0) << kind;
+}
+
+TEST_F(Endpoint, indexListHoldsBothExchanges) {
+  Document answer = Json("/pc/rt/stock_index_list");
+  EXPECT_GE(answer["data"]["sh"].Size(), 20U);
+  EXPECT_GE(answer["data"]["sz"].Size(), 20U);
+  EXPECT_TRUE(Codes(answer["data"]["sh"], "c").contains("sh000001"));
+  EXPECT_TRUE(Codes(answer["data"]["sz"], "c").contains("sz399001"));
+  EXPECT_TRUE(Codes(answer["data"]["sz"], "c").contains("sz399006"));
+}
+
+TEST_F(Endpoint, everyStockIsInOneIndustryAndSomeConcepts) {
+  const auto membership = [&](const std::string& category) {
+    return Json("/pc/rt/stock_in_bk", {{"category", category}});
+  };
+  Document industries = membership("hy");
+  Document concepts = membership("gn");
+  Document both = membership("");
+  EXPECT_EQ(industries["data"].MemberCount(), Board("cn_a")["data"].Size());
+  std::size_t in_concepts = 0;
+  for (const auto& stock : industries["data"].GetObject()) {
+    ASSERT_EQ(stock.value.Size(), 1U) << stock.name.GetString();
+    ASSERT_EQ(stock.value[0].Size(), 2U);
+    in_concepts += concepts["data"][stock.name].Size();
+    EXPECT_EQ(both["data"][stock.name].Size(), 1 + concepts["data"][stock.name].Size());
+  }
+  EXPECT_GT(in_concepts, industries["data"].MemberCount());
+}
+
+TEST_F(Endpoint, holidaysAreThoseOfTheYear) {
+  const auto days = [&](const std::string& date) {
+    Document answer = Json("/pc/rt/trade_date", {{"date", date}});
+    std::vector<std::string> texts;
+    for (const Value& day : answer["data"]["list"].GetArray()) texts.emplace_back(day.GetString());
+    return texts;
+  };
+  const std::vector<std::string> year = days("2024");
+  EXPECT_EQ(days("20240315"), year);
+  ASSERT_FALSE(year.empty());
+  EXPECT_EQ(year.front(), "2024-01-01");
+  EXPECT_TRUE(std::is_sorted(year.begin(), year.end()));
+  EXPECT_TRUE(std::find(year.begin(), year.end(), "2024-10-01") != year.end());
+  for (int date = 2015; date <= 2027; ++date) EXPECT_FALSE(days(std::to_string(date)).empty()) << date;
+}
+
+// Static files and history
+
+class Packages : public Endpoint {
+ protected:
+  std::string Version() { return Json("/pc/rt/stock_version")["version"].GetString(); }
+  std::string File(const std::string& symbol, const std::string& period, const std::string& adjustment,
+                   const std::string& version) {
+    return "/static/kline." + symbol + "." + period + "." + adjustment + "." + version + ".gzip";
+  }
+  /// The rows of a package; empty when there is none.
+  std::vector<std::string> Rows(const std::string& symbol, const std::string& period,
+                                const std::string& adjustment) {
+    const RawAnswer answer = bench.Raw(File(symbol, period, adjustment, Version()));
+    std::vector<std::string> rows;
+    if (answer.status != 200) return rows;
+    const std::string text = Gunzip(answer.body);
+    for (std::size_t at = 0; at < text.size();) {
+      const std::size_t end = text.find('\n', at);
+      rows.push_back(text.substr(at, end - at));
+      at = end + 1;
+    }
+    return rows;
+  }
+  std::map<std::string, std::string> Metadata() {
+    const RawAnswer answer = bench.Raw("/static/kline.meta.gzip");
+    EXPECT_EQ(answer.status, 200);
+    const std::string text = Gunzip(answer.body);
+    std::map<std::string, std::string> lines;
+    for (std::size_t at = 0; at < text.size();) {
+      const std::size_t end = text.find('\n', at);
+      const std::size_t colon = text.find(':', at);
+      lines[text.substr(at, colon - at)] = text.substr(colon + 1, end - colon - 1);
+      at = end + 1;
+    }
+    return lines;
+  }
+  Document History(const std::string& symbol, const std::string& series, const std::string& adjustment,
+                   const std::string& offset, const std::string& limit) {
+    // As a client puts it together: braces and commas stay as they are.
+    const RawAnswer answer = bench.Raw("/kql?q={%22foo%22:[%22" + series + "%22,{%22symbol%22:%22" + symbol +
+                                       "%22,%22mtime%22:0,%22type%22:%22" + adjustment +
+                                       "%22,%22offset%22:" + offset + ",%22limit%22:" + limit + "}]}");
+    Document document;
+    document.Parse<rapidjson::kParseFullPrecisionFlag>(answer.body.c_str());
+    EXPECT_FALSE(document.HasParseError()) << answer.body.substr(0, 200);
+    return document;
+  }
+};
+
+TEST_F(Packages, metadataHasTheVersionOfTheApi) {
+  auto lines = Metadata();
+  EXPECT_EQ(lines["version"], Version());
+  EXPECT_EQ(Version(), "20240314");
+  EXPECT_FALSE(lines["p"].empty());
+  EXPECT_GT(lines.size(), 200U);
+}
+
+TEST_F(Packages, countsAreTheRowsOfEveryPackage) {
+  auto lines = Metadata();
+  for (const char* symbol : {"sh600000", "sz000001", "sh000001"}) {
+    ASSERT_TRUE(lines.contains(symbol)) << symbol;
+    Document counts;
+    counts.Parse(lines[symbol].c_str());
+    const std::pair<const char*, const char*> periods[] = {{"d", "day"}, {"w", "week"}, {"m", "month"}};
+    const std::pair<const char*, const char*> adjustments[] = {{"b", "bfq"}, {"q", "qfq"}, {"h", "hfq"}};
+    for (const auto& [period, period_word] : periods) {
+      for (const auto& [adjustment, adjustment_word] : adjustments) {
+        EXPECT_EQ(counts[period][adjustment].GetUint(), Rows(symbol, period_word, adjustment_word).size())
+            << symbol << period << adjustment;
+      }
+    }
+  }
+}
+
+TEST_F(Packages, linesAreNineNumbersInTheOrderOfDays) {
+  for (const char* period : {"day", "week", "month"}) {
+    double last = 0;
+    for (const std::string& line : Rows("sh600000", period, "qfq")) {
+      Document row;
+      row.Parse(line.c_str());
+      ASSERT_TRUE(row.IsArray() && row.Size() == 9) << line;
+      EXPECT_GT(row[0].GetDouble(), last);
+      last = row[0].GetDouble();
+      EXPECT_GE(row[3].GetDouble(), row[5].GetDouble()) << line;
+      EXPECT_GE(row[3].GetDouble(), row[4].GetDouble()) << line;
+      EXPECT_LE(row[5].GetDouble(), row[4].GetDouble()) << line;
+    }
+    EXPECT_EQ(last, 20240314);
+  }
+}
+
+TEST_F(Packages, anOlderVersionEndsEarlierAndALaterOneIsNotThere) {
+  const RawAnswer older = bench.Raw(File("sh600000", "day", "bfq", "20240313"));
+  ASSERT_EQ(older.status, 200);
+  const std::string text = Gunzip(older.body);
+  EXPECT_NE(text.find("[20240313,"), std::string::npos);
+  EXPECT_EQ(text.find("[20240314,"), std::string::npos);
+  EXPECT_EQ(bench.Raw(File("sh600000", "day", "bfq", "20240315")).status, 404);
+  bench.server().SetClock("2024-03-15 18:00:00");
+  EXPECT_EQ(bench.Raw(File("sh600000", "day", "bfq", "20240315")).status, 200);
+  bench.server().SetClock("2024-03-15 17:59:59");
+  EXPECT_EQ(bench.Raw(File("sh600000", "day", "bfq", "20240315")).status, 404)
+      << "made before, by a later clock";
+}
+
+TEST_F(Packages, filesThatAreNoneAreNotFound) {
+  for (const char* path :
+       {"/static/", "/static/kline.meta", "/static/kline..day.bfq.20240314.gzip",
+        "/static/kline.sh600000.day.bfq.gzip", "/static/kline.sh600000.year.bfq.20240314.gzip",
+        "/static/kline.sh600000.day.xfq.20240314.gzip", "/static/kline.SH600000.day.bfq.20240314.gzip",
+        "/static/kline.nothing.day.bfq.20240314.gzip", "/static/kline.sh600000.day.bfq.x.gzip",
+        "/static/kline.sh600000.day.bfq.20240314.gzip.gzip", "/static/../etc/passwd", "/static/%2e%2e/x",
+        "/static/kline.gzip"}) {
+    EXPECT_EQ(bench.Raw(path).status, 404) << path;
+  }
+}
+
+TEST_F(Packages, historyIsThePackage) {
+  for (const char* period : {"day", "week", "month"}) {
+    for (const char* adjustment : {"bfq", "qfq", "hfq"}) {
+      const std::vector<std::string> rows = Rows("sh600000", period, adjustment);
+      Document answer =
+          History("sh600000", std::string("kline.") + period, adjustment, "0", std::to_string(rows.size()));
+      const Value& list = answer["data"]["foo"]["list"];
+      ASSERT_EQ(list.Size(), rows.size()) << period << adjustment;
+      for (rapidjson::SizeType i = 0; i < list.Size(); ++i) {
+        Document row;
+        row.Parse<rapidjson::kParseFullPrecisionFlag>(rows[i].c_str());
+        EXPECT_EQ(list[i], row) << rows[i];
+      }
+    }
+  }
+}
+
+TEST_F(Packages, historyIsCountedFromTheNewestRow) {
+  const auto dates = [&](const std::string& offset, const std::string& limit) {
+    Document answer = History("sh600000", "kline.day", "bfq", offset, limit);
+    std::vector<unsigned> days;
+    for (const Value& row : answer["data"]["foo"]["list"].GetArray()) days.push_back(row[0].GetUint());
+    return days;
+  };
+  EXPECT_EQ(dates("0", "3"), (std::vector<unsigned>{20240312, 20240313, 20240314}));
+  EXPECT_EQ(dates("2", "2"), (std::vector<unsigned>{20240311, 20240312}));
+  EXPECT_EQ(dates("0", "0").size(), 0U);
+  EXPECT_EQ(dates("4000000000", "5").size(), 0U);
+  EXPECT_EQ(dates("0", "4294967295").size(), Rows("sh600000", "day", "bfq").size());
+}
+
+TEST_F(Packages, historyReachesTheLastSessionThatIsOver) {
+  const auto last = [&](const char* clock) {
+    bench.server().SetClock(clock);
+    Document answer = History("sh600000", "kline.day", "bfq", "0", "1");
+    return answer["data"]["foo"]["list"][0][0].GetUint();
+  };
+  EXPECT_EQ(last("2024-03-15 08:00:00"), 20240314U);
+  EXPECT_EQ(last("2024-03-15 14:59:59"), 20240314U);
+  EXPECT_EQ(last("2024-03-15 15:00:00"), 20240315U);
+  EXPECT_EQ(last("2024-03-17 12:00:00"), 20240315U);
+}
+
+TEST_F(Packages, historyOfAnUnknownSymbolIsEmptyAndBadQueriesAreRefused) {
+  EXPECT_EQ(History("nothing", "kline.day", "bfq", "0", "5")["data"]["foo"]["list"].Size(), 0U);
+  EXPECT_NE(bench.Raw("/kql").body.find("\"errno\":1010"), std::string::npos);
+  for (const char* q : {"", "x", "[]", "{%22foo%22:[]}", "{%22foo%22:[%22kline.day%22,[]]}",
+                        "{%22foo%22:[%22kline.year%22,{}]}",
+                        "{%22foo%22:[%22kline.day%22,{%22symbol%22:%22sh600000%22,%22type%22:%22bfq%22,%"
+                        "22offset%22:-1,%22limit%22:5}]}",
+                        "{%22foo%22:[%22kline.day%22,{%22symbol%22:%22sh600000%22,%22type%22:%22no%22,%"
+                        "22offset%22:0,%22limit%22:5}]}"}) {
+    EXPECT_NE(bench.Raw(std::string("/kql?q=") + q).body.find("\"errno\":1011"), std::string::npos) << q;
+  }
+}
+
+// Agreement at any time
+
+TEST_F(Endpoint, answersAgreeAtEveryPhaseOfTheDay) {
+  for (const char* clock :
+       {"2024-03-15 08:00:00", "2024-03-15 09:05:00", "2024-03-15 09:20:00", "2024-03-15 09:27:00",
+        "2024-03-15 09:30:03", "2024-03-15 12:00:00", "2024-03-15 14:59:57", "2024-03-15 16:00:00",
+        "2024-03-16 11:00:00", "2024-10-03 10:00:00"}) {
+    bench.server().SetClock(clock);
+    for (const Given& given : GoodRequests())
+      EXPECT_EQ(bench.Errno(given.path, given.parameters), 0) << clock << given.path;
+    const Document board = Board("cn_a", "change", "desc", "0", "3");
+    for (const Value& row : board["data"].GetArray()) {
+      const std::string code = row["code"].GetString();
+      Document detail = Json("/pc/rt/stock_detail_list", {{"stock_arr", List({code})}});
+      EXPECT_EQ(detail["data"]["list"][0], row) << clock;
+      Document line = Json("/pc/rt/get_day_time", {{"stock_arr", List({code})}});
+      const Value& points = line["data"][code.c_str()]["list"];
+      if (points.Empty()) continue;
+      EXPECT_EQ(points[points.Size() - 1]["vol"], row["vol"]) << clock;
+      EXPECT_EQ(points[points.Size() - 1]["last"], row["last"]) << clock;
+    }
+  }
+}
+
+TEST(EndpointScenario, eachScenarioAnswersEverything) {
+  for (const ScenarioInfo& scenario : Scenarios()) {
+    Options options = SmallMarket();
+    options.scenario = scenario.name;
+    Bench bench(options);
+    for (const Given& given : GoodRequests())
+      EXPECT_EQ(bench.Errno(given.path, given.parameters), 0) << scenario.name << given.path;
+  }
+}
+
+TEST(EndpointScenario, anInterruptedFeedStandsStill) {
+  Options options = SmallMarket();
+  options.scenario = "outage";
+  Bench bench(options);
+  const QueryMap page = {
+      {"stock_type", "cn_a"}, {"sort_key", "code"}, {"sort_type", "asc"}, {"start", "0"}, {"end", "20"}};
+  std::set<std::string> morning;
+  std::set<std::string> whole_day;
+  for (const char* clock : {"09:45", "10:15", "10:45", "11:15", "13:15", "13:45", "14:15", "14:45"}) {
+    bench.server().SetClock(std::string("2024-03-15 ") + clock);
+    whole_day.insert(bench.Get("/pc/rt/get", page).body);
+  }
+  EXPECT_LT(whole_day.size(), 8U);
+  EXPECT_GT(whole_day.size(), 1U);
+}
+
+}  // namespace
+}  // namespace market_server::testing

@@ -1,0 +1,721 @@
+// Every fault of the table, seen on a raw socket; and how rules are read and chosen.
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <functional>
+#include <map>
+#include <regex>
+#include <set>
+
+#include "server_fixture.h"
+
+namespace market_server::testing {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kQuiet{250};  // nothing for so long counts as silence
+const QueryMap kIndices = {{"stock_arr", R"(["sh000001","sz399001","sz399006"])"}};
+
+/// Unpacks one gzip member and all that follow it; none when the file is not whole.
+std::optional<std::string> Unpack(const std::string& file) {
+  std::string text;
+  std::string_view rest = file;
+  while (!rest.empty()) {
+    z_stream stream{};
+    inflateInit2(&stream, 15 + 16);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(rest.data()));
+    stream.avail_in = static_cast<uInt>(rest.size());
+    int result = Z_OK;
+    std::string block(1 << 16, '\0');
+    while (result == Z_OK) {
+      stream.next_out = reinterpret_cast<Bytef*>(block.data());
+      stream.avail_out = static_cast<uInt>(block.size());
+      result = inflate(&stream, Z_NO_FLUSH);
+      text.append(block, 0, block.size() - stream.avail_out);
+      if (result == Z_BUF_ERROR || stream.avail_in == 0) break;
+    }
+    const std::size_t used = rest.size() - stream.avail_in;
+    inflateEnd(&stream);
+    if (result != Z_STREAM_END) return std::nullopt;
+    rest.remove_prefix(used);
+  }
+  return text;
+}
+
+/// A server with one rule in force, and what a test asks of it.
+class World {
+ public:
+  explicit World(const std::string& rule) { bench.server().SetFaults({rule}); }
+
+  RawAnswer Index() { return bench.Get("/pc/rt/stock_detail_list", kIndices); }
+  std::string Body() { return Index().body; }
+  std::string Good() {
+    const std::vector<std::string> rules = bench.server().ActiveFaults();
+    bench.server().SetFaults({});
+    std::string body = Body();
+    bench.server().SetFaults(rules);
+    return body;
+  }
+  /// All bytes of an answer to an index request on a connection of its own, and how it ended.
+  std::pair<std::string, End> Wire(milliseconds quiet = kQuiet, std::size_t most = std::size_t{1} << 26) {
+    RawClient client(bench.server().port());
+    client.SendGet(bench.Sign("/pc/rt/stock_detail_list", kIndices));
+    std::string text = client.ReadAll(quiet, most);
+    return {std::move(text), client.end()};
+  }
+  std::string PackagePath(const std::string& symbol = "sh600000") {
+    const std::vector<std::string> rules = bench.server().ActiveFaults();
+    bench.server().SetFaults({});
+    const std::string version = bench.Json("/pc/rt/stock_version")["version"].GetString();
+    bench.server().SetFaults(rules);
+    return "/static/kline." + symbol + ".day.bfq." + version + ".gzip";
+  }
+  std::string GoodPackage(const std::string& symbol = "sh600000") {
+    const std::vector<std::string> rules = bench.server().ActiveFaults();
+    bench.server().SetFaults({});
+    const std::string body = bench.Raw(PackagePath(symbol)).body;
+    bench.server().SetFaults(rules);
+    return *Unpack(body);
+  }
+  RawAnswer Package() { return bench.Raw(PackagePath()); }
+
+  Bench bench;
+};
+
+void ExpectSilence(const std::pair<std::string, End>& wire, const std::string& pattern) {
+  EXPECT_EQ(wire.second, End::kOpen);
+  EXPECT_TRUE(std::regex_search(wire.first, std::regex(pattern))) << wire.first.substr(0, 200);
+  EXPECT_FALSE(ParseAnswer(wire.first).complete);
+}
+
+void ExpectCut(const std::pair<std::string, End>& wire, End end) {
+  EXPECT_EQ(wire.second, end);
+  EXPECT_FALSE(ParseAnswer(wire.first).complete);
+}
+
+bool HeadIsWhole(const std::string& text) {
+  return text.find("\r\n\r\n") != std::string::npos;
+}
+
+using Check = std::function<void()>;
+
+const std::map<std::string, Check>& Checks() {
+  static const auto& checks = *new std::map<std::string, Check>{
+      {"refuse",
+       [] {
+         World world("refuse");
+         EXPECT_EQ(RawClient(world.bench.server().port()).end(), End::kRefused);
+         world.bench.server().SetFaults({});
+         EXPECT_EQ(world.Index().status, 200);
+       }},
+      {"reset_on_connect",
+       [] {
+         World world("reset_on_connect");
+         const auto wire = world.Wire();
+         EXPECT_EQ(wire.first, "");
+         EXPECT_NE(wire.second, End::kOpen);
+       }},
+      {"close_on_connect",
+       [] {
+         World world("close_on_connect");
+         RawClient client(world.bench.server().port());
+         EXPECT_EQ(client.ReadAll(), "");
+         EXPECT_EQ(client.end(), End::kClosed);
+       }},
+      {"silence_on_connect",
+       [] {
+         World world("silence_on_connect");
+         const auto wire = world.Wire();
+         EXPECT_EQ(wire.first, "");
+         EXPECT_EQ(wire.second, End::kOpen);
+       }},
+      {"clock_wrong",
+       [] {
+         World world("clock_wrong::1:86400");
+         world.bench.signer().time = kMidMorning;
+         const std::string target = world.bench.signer().Sign("/pc/rt/stock_version", {});
+         const RawAnswer answer = world.bench.Raw(target);
+         EXPECT_EQ(answer.Field("Date"), "Sat, 16 Mar 2024 02:30:00 GMT");
+         EXPECT_NE(answer.body.find("\"errno\":1025"), std::string::npos) << answer.body;
+       }},
+      {"old_answer",
+       [] {
+         World world("old_answer::1:86400");
+         const std::string first = world.Body();
+         const std::string second = world.Body();
+         EXPECT_EQ(first, world.Good());
+         EXPECT_NE(first, second);
+         EXPECT_EQ(world.Body(), first);
+       }},
+      {"date_wrong",
+       [] {
+         World world("date_wrong::1:-3600");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.Field("Date"), "Fri, 15 Mar 2024 01:30:00 GMT");
+         EXPECT_EQ(answer.body, world.Good());
+       }},
+      {"date_missing",
+       [] {
+         World world("date_missing");
+         EXPECT_EQ(world.Index().Field("Date"), "");
+       }},
+      {"date_malformed",
+       [] {
+         World world("date_malformed");
+         EXPECT_EQ(world.Index().Field("Date"), "yesterday");
+       }},
+      {"package_other_symbol",
+       [] {
+         World world("package_other_symbol");
+         EXPECT_EQ(*Unpack(world.Package().body), world.GoodPackage("sz000001"));
+         EXPECT_NE(world.GoodPackage("sz000001"), world.GoodPackage());
+       }},
+      {"package_missing",
+       [] {
+         World world("package_missing");
+         EXPECT_EQ(world.Package().status, 404);
+       }},
+      {"package_not_gzip",
+       [] {
+         World world("package_not_gzip");
+         EXPECT_EQ(world.Package().body, world.GoodPackage());
+       }},
+      {"package_odd_lines",
+       [] {
+         World world("package_odd_lines");
+         const std::string text = *Unpack(world.Package().body);
+         for (const char* line : {"\n\n", "\n[]\n", "\n{}\n", "\n[1,2,3]\n", "\nnot json\n", "8]\r\n"}) {
+           EXPECT_NE(text.find(line), std::string::npos) << line;
+         }
+         const std::string good = world.GoodPackage();
+         EXPECT_NE(text.find(good.substr(good.size() - 200)), std::string::npos);
+       }},
+      {"package_concatenated",
+       [] {
+         World world("package_concatenated");
+         const std::string file = world.Package().body;
+         EXPECT_EQ(*Unpack(file), world.GoodPackage());
+         EXPECT_NE(file.find("\x1f\x8b\x08", 1), std::string::npos);
+       }},
+      {"package_bomb",
+       [] {
+         World world("package_bomb::1:70");
+         const std::string file = world.Package().body;
+         EXPECT_LT(file.size(), 1'000'000U);
+         EXPECT_EQ(Unpack(file)->size(), std::size_t{70} << 20);
+       }},
+      {"package_empty",
+       [] {
+         World world("package_empty");
+         EXPECT_EQ(*Unpack(world.Package().body), "");
+       }},
+      {"package_wrong_sum",
+       [] {
+         World world("package_wrong_sum");
+         EXPECT_FALSE(Unpack(world.Package().body).has_value());
+       }},
+      {"package_wrong_size",
+       [] {
+         World world("package_wrong_size");
+         EXPECT_FALSE(Unpack(world.Package().body).has_value());
+       }},
+      {"package_truncated",
+       [] {
+         World world("package_truncated");
+         const RawAnswer answer = world.Package();
+         EXPECT_TRUE(answer.complete);
+         EXPECT_FALSE(Unpack(answer.body).has_value());
+         world.bench.server().SetFaults({"package_truncated::1:100"});
+         EXPECT_EQ(world.Package().body.size(), 100U);
+       }},
+      {"package_trailing",
+       [] {
+         World world("package_trailing");
+         EXPECT_TRUE(world.Package().body.ends_with("trailing garbage"));
+       }},
+      {"errno",
+       [] {
+         World world("errno");
+         EXPECT_TRUE(world.Body().starts_with("{\"errno\":1001,\"data\":{"));
+         for (const char* value : {"-1", "5.5", "\"7\"", "true", "null", "3000000000", "{}"}) {
+           world.bench.server().SetFaults({std::string("errno::1:") + value});
+           EXPECT_TRUE(world.Body().starts_with(std::string("{\"errno\":") + value + ",")) << value;
+         }
+       }},
+      {"rows",
+       [] {
+         World world("rows::1:5000");
+         const rapidjson::Document answer = world.bench.Json("/pc/rt/stock_detail_list", kIndices);
+         ASSERT_EQ(answer["data"]["list"].Size(), 5000U);
+         EXPECT_EQ(answer["data"]["list"][0], answer["data"]["list"][3]);
+       }},
+      {"no_rows",
+       [] {
+         World world("no_rows");
+         EXPECT_EQ(world.Body(), R"({"errno":0,"data":{"list":[]}})");
+       }},
+      {"wrong_type",
+       [] {
+         World world("wrong_type::1:data/list/*/last");
+         const rapidjson::Document answer = world.bench.Json("/pc/rt/stock_detail_list", kIndices);
+         for (const auto& row : answer["data"]["list"].GetArray()) EXPECT_TRUE(row["last"].IsString());
+         world.bench.server().SetFaults({"wrong_type"});
+         EXPECT_EQ(world.Body(), R"({"errno":0,"data":[]})");
+       }},
+      {"null",
+       [] {
+         World world("null::1:data/list/1/change");
+         const rapidjson::Document answer = world.bench.Json("/pc/rt/stock_detail_list", kIndices);
+         EXPECT_TRUE(answer["data"]["list"][0]["change"].IsNumber());
+         EXPECT_TRUE(answer["data"]["list"][1]["change"].IsNull());
+       }},
+      {"missing",
+       [] {
+         World world("missing::1:data/list/*/name");
+         const rapidjson::Document answer = world.bench.Json("/pc/rt/stock_detail_list", kIndices);
+         for (const auto& row : answer["data"]["list"].GetArray()) EXPECT_FALSE(row.HasMember("name"));
+         world.bench.server().SetFaults({"missing"});
+         EXPECT_EQ(world.Body(), R"({"errno":0})");
+       }},
+      {"hostile_numbers",
+       [] {
+         World world("hostile_numbers");
+         const std::string body = world.Body();
+         EXPECT_TRUE(body.starts_with("{\"errno\":0,")) << body;
+         for (const char* number : {":1e400", ":-0.0", ":18446744073709551616", ":4.9e-324"}) {
+           EXPECT_NE(body.find(number), std::string::npos) << number;
+         }
+       }},
+      {"hostile_texts",
+       [] {
+         World world("hostile_texts");
+         std::string body = world.Body();
+         for (const char* text : {"forged line", "%s%s%n%d", "\\ud800", "\\u202e", "../../"}) {
+           EXPECT_NE(body.find(text), std::string::npos) << text;
+         }
+       }},
+      {"duplicate_keys",
+       [] {
+         World world("duplicate_keys");
+         EXPECT_TRUE(world.Body().starts_with(
+             R"({"errno":{"first":[1,{"of":"two"},[[]]]},"errno":0,"data":{"first")"));
+       }},
+      {"deep_nesting",
+       [] {
+         World world("deep_nesting::1:5000");
+         EXPECT_EQ(world.Body(),
+                   "{\"errno\":0,\"data\":" + std::string(5000, '[') + std::string(5000, ']') + "}");
+       }},
+      {"empty_object",
+       [] {
+         World world("empty_object");
+         EXPECT_EQ(world.Body(), "{}");
+       }},
+      {"array_root",
+       [] {
+         World world("array_root");
+         EXPECT_EQ(world.Body(), "[]");
+       }},
+      {"not_json",
+       [] {
+         World world("not_json");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.status, 200);
+         EXPECT_EQ(answer.Field("Content-Type"), "text/html");
+         EXPECT_TRUE(answer.body.starts_with("<!DOCTYPE html>"));
+       }},
+      {"trailing",
+       [] {
+         World world("trailing");
+         EXPECT_EQ(world.Body(), world.Good() + "}garbage");
+       }},
+      {"invalid_utf8",
+       [] {
+         World world("invalid_utf8");
+         EXPECT_NE(world.Body().find("\xff\xc0\xaf\xed\xa0\x80"), std::string::npos);
+       }},
+      {"truncated",
+       [] {
+         World world("truncated::1:40");
+         const RawAnswer answer = world.Index();
+         EXPECT_TRUE(answer.complete);
+         EXPECT_EQ(answer.body, world.Good().substr(0, 40));
+         world.bench.server().SetFaults({"truncated"});
+         EXPECT_EQ(world.Body().size(), world.Good().size() / 2);
+       }},
+      {"empty_body",
+       [] {
+         World world("empty_body");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.status, 200);
+         EXPECT_EQ(answer.Field("Content-Length"), "0");
+       }},
+      {"status",
+       [] {
+         for (const int status : {500, 502, 503, 404, 204, 304}) {
+           World world("status::1:" + std::to_string(status));
+           const RawAnswer answer = world.Index();
+           EXPECT_EQ(answer.status, status);
+           EXPECT_EQ(answer.body.empty(), status == 204 || status == 304) << status;
+           EXPECT_EQ(world.Index().status, status) << "on the same connection";
+         }
+       }},
+      {"status_good_body",
+       [] {
+         World world("status_good_body::1:502");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.status, 502);
+         EXPECT_EQ(answer.body, world.Good());
+       }},
+      {"redirect",
+       [] {
+         World world("redirect::1:http://127.0.0.1:9/elsewhere");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.status, 302);
+         EXPECT_EQ(answer.Field("Location"), "http://127.0.0.1:9/elsewhere");
+       }},
+      {"redirect_loop",
+       [] {
+         World world("redirect_loop");
+         EXPECT_EQ(world.bench.Raw("/a/b?c=d").Field("Location"), "/a/b?c=d");
+       }},
+      {"bad_status_line",
+       [] {
+         World world("bad_status_line");
+         EXPECT_TRUE(world.Wire().first.starts_with("HTP/1 2xx\r\n"));
+       }},
+      {"bad_header",
+       [] {
+         World world("bad_header");
+         EXPECT_NE(world.Wire().first.find("\r\nThis line has no colon\r\n"), std::string::npos);
+       }},
+      {"nul_in_header",
+       [] {
+         World world("nul_in_header");
+         EXPECT_NE(world.Wire().first.find(std::string("X-Zero: a\0b", 11)), std::string::npos);
+       }},
+      {"long_header",
+       [] {
+         World world("long_header::1:200");
+         EXPECT_EQ(world.Index().Field("X-Long").size(), 200U << 10);
+       }},
+      {"gzip",
+       [] {
+         World world("gzip");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.Field("Content-Encoding"), "gzip");
+         EXPECT_EQ(*Unpack(answer.body), world.Good());
+       }},
+      {"gzip_wrong",
+       [] {
+         World world("gzip_wrong");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.Field("Content-Encoding"), "gzip");
+         EXPECT_EQ(answer.body, world.Good());
+       }},
+      {"gzip_bomb",
+       [] {
+         World world("gzip_bomb::1:64");
+         const RawAnswer answer = world.Index();
+         EXPECT_EQ(answer.Field("Content-Encoding"), "gzip");
+         EXPECT_LT(answer.body.size(), 1'000'000U);
+         EXPECT_EQ(Unpack(answer.body)->size(), std::size_t{64} << 20);
+       }},
+      {"length_missing",
+       [] {
+         World world("length_missing");
+         const auto wire = world.Wire();
+         const RawAnswer answer = ParseAnswer(wire.first);
+         EXPECT_EQ(answer.Field("Content-Length"), "");
+         EXPECT_EQ(answer.body, world.Good());
+         EXPECT_EQ(wire.second, End::kClosed);
+       }},
+      {"length_short",
+       [] {
+         World world("length_short");
+         const auto wire = world.Wire();
+         const RawAnswer answer = ParseAnswer(wire.first);
+         EXPECT_EQ(answer.Field("Content-Length"), std::to_string(answer.body.size() / 2));
+       }},
+      {"length_long",
+       [] {
+         World world("length_long");
+         const auto wire = world.Wire();
+         ExpectCut(wire, End::kClosed);
+         EXPECT_EQ(ParseAnswer(wire.first).body, world.Good());
+       }},
+      {"length_wrong",
+       [] {
+         for (const char* text : {"-1", "99999999999999999999", "12x"}) {
+           World world(std::string("length_wrong::1:") + text);
+           EXPECT_EQ(ParseAnswer(world.Wire().first).Field("Content-Length"), text);
+         }
+       }},
+      {"length_twice",
+       [] {
+         World world("length_twice");
+         std::multiset<std::string> lengths;
+         for (const auto& [name, value] : ParseAnswer(world.Wire().first).fields) {
+           if (name == "Content-Length") lengths.insert(value);
+         }
+         const std::size_t length = world.Good().size();
+         EXPECT_EQ(lengths, (std::multiset<std::string>{std::to_string(length), std::to_string(length + 5)}));
+       }},
+      {"chunked",
+       [] {
+         World world("chunked::1:100");
+         const RawAnswer answer = ParseAnswer(world.Wire().first);
+         EXPECT_EQ(answer.Field("Transfer-Encoding"), "chunked");
+         EXPECT_EQ(answer.Field("Content-Length"), "");
+         EXPECT_TRUE(answer.body.starts_with("64\r\n" + world.Good().substr(0, 100) + "\r\n64\r\n"));
+         EXPECT_TRUE(answer.body.ends_with("\r\n0\r\n\r\n"));
+       }},
+      {"chunked_cut",
+       [] {
+         World world("chunked_cut");
+         const auto wire = world.Wire();
+         EXPECT_EQ(wire.second, End::kClosed);
+         EXPECT_EQ(ParseAnswer(wire.first).Field("Transfer-Encoding"), "chunked");
+         EXPECT_FALSE(wire.first.ends_with("0\r\n\r\n"));
+       }},
+      {"chunked_wrong",
+       [] {
+         World world("chunked_wrong");
+         EXPECT_TRUE(ParseAnswer(world.Wire().first).body.starts_with("zz\r\n"));
+       }},
+      {"chunked_endless",
+       [] {
+         World world("chunked_endless");
+         const auto wire = world.Wire(milliseconds(5000), 20'000'000);
+         EXPECT_GE(wire.first.size(), 20'000'000U);
+         EXPECT_EQ(wire.second, End::kOpen);
+         EXPECT_TRUE(ParseAnswer(wire.first).body.starts_with("4000\r\n"));
+       }},
+      {"oversize",
+       [] {
+         World world("oversize::1:9");
+         const RawAnswer answer = world.Index();
+         EXPECT_TRUE(answer.complete);
+         EXPECT_EQ(answer.body, std::string(std::size_t{9} << 20, ' ') + world.Good());
+       }},
+      {"headers_endless",
+       [] {
+         World world("headers_endless");
+         const auto wire = world.Wire(milliseconds(5000), 5'000'000);
+         EXPECT_GE(wire.first.size(), 5'000'000U);
+         EXPECT_FALSE(HeadIsWhole(wire.first));
+       }},
+      {"body_only",
+       [] {
+         World world("body_only");
+         EXPECT_EQ(world.Wire().first, world.Good());
+       }},
+      {"silence",
+       [] {
+         World world("silence");
+         ExpectSilence(world.Wire(), "^$");
+       }},
+      {"stall_in_header",
+       [] {
+         World world("stall_in_header");
+         const auto wire = world.Wire();
+         ExpectSilence(wire, "^HTTP/1.1 200 OK");
+         EXPECT_FALSE(HeadIsWhole(wire.first));
+       }},
+      {"stall_in_body",
+       [] {
+         World world("stall_in_body");
+         const auto wire = world.Wire();
+         ExpectSilence(wire, "^HTTP/1.1 200 OK");
+         EXPECT_EQ(ParseAnswer(wire.first).body, world.Good().substr(0, world.Good().size() / 2));
+       }},
+      {"drip_header",
+       [] {
+         World world("drip_header::1:1");
+         EXPECT_EQ(world.Body(), world.Good());
+         world.bench.server().SetFaults({"drip_header::1:60000"});
+         EXPECT_EQ(world.Wire().first, "H");
+       }},
+      {"drip_body",
+       [] {
+         World world("drip_body:/x:1:1");
+         EXPECT_EQ(world.bench.Raw("/x").body, R"({"errno":1001,"errmsg":"unknown path"})");
+         world.bench.server().SetFaults({"drip_body::1:60000"});
+         EXPECT_EQ(ParseAnswer(world.Wire().first).body, "{");
+       }},
+      {"close_before_answer",
+       [] {
+         World world("close_before_answer");
+         EXPECT_EQ(world.Wire(), (std::pair<std::string, End>("", End::kClosed)));
+       }},
+      {"close_in_header",
+       [] {
+         World world("close_in_header");
+         const auto wire = world.Wire();
+         ExpectCut(wire, End::kClosed);
+         EXPECT_FALSE(HeadIsWhole(wire.first));
+       }},
+      {"close_in_body",
+       [] {
+         World world("close_in_body");
+         const auto wire = world.Wire();
+         ExpectCut(wire, End::kClosed);
+         EXPECT_TRUE(HeadIsWhole(wire.first));
+       }},
+      {"reset_before_answer",
+       [] {
+         World world("reset_before_answer");
+         EXPECT_EQ(world.Wire(), (std::pair<std::string, End>("", End::kReset)));
+       }},
+      {"reset_in_header",
+       [] {
+         World world("reset_in_header");
+         const auto wire = world.Wire();
+         ExpectCut(wire, End::kReset);
+         EXPECT_FALSE(HeadIsWhole(wire.first));
+       }},
+      {"reset_in_body",
+       [] {
+         World world("reset_in_body");
+         const auto wire = world.Wire();
+         ExpectCut(wire, End::kReset);
+         EXPECT_TRUE(HeadIsWhole(wire.first));
+       }},
+      {"close_after_answer",
+       [] {
+         World world("close_after_answer");
+         const auto wire = world.Wire();
+         EXPECT_TRUE(ParseAnswer(wire.first).complete);
+         EXPECT_EQ(ParseAnswer(wire.first).Field("Connection"), "keep-alive");
+         EXPECT_EQ(wire.second, End::kClosed);
+       }},
+      {"close_on_reuse",
+       [] {
+         World world("close_on_reuse");
+         RawClient client(world.bench.server().port());
+         EXPECT_EQ(client.Get("/x").status, 200);
+         client.SendGet("/x");
+         EXPECT_EQ(client.ReadAll(), "");
+         EXPECT_EQ(client.end(), End::kClosed);
+       }},
+      {"latency",
+       [] {
+         World world("latency::1:60000");
+         EXPECT_EQ(world.Wire(), (std::pair<std::string, End>("", End::kOpen)));
+         world.bench.server().SetFaults({"latency::1:20"});
+         EXPECT_EQ(world.Body(), world.Good());
+       }},
+      {"jitter",
+       [] {
+         World world("jitter::1:5");
+         EXPECT_EQ(world.Body(), world.Good());
+         world.bench.server().SetFaults({"jitter::1:3600000"});
+         EXPECT_EQ(world.Wire(), (std::pair<std::string, End>("", End::kOpen)));
+       }},
+      {"reorder",
+       [] {
+         World world("reorder::1:300");
+         RawClient first(world.bench.server().port());
+         RawClient second(world.bench.server().port());
+         first.SendGet("/first");
+         // The second answer arrives although the first, asked for before, does not yet.
+         EXPECT_EQ(first.ReadAll(milliseconds(50)), "");
+         EXPECT_EQ(second.Get("/second").status, 200);
+         EXPECT_EQ(first.ReadAnswer().status, 200);
+       }},
+  };
+  return checks;
+}
+
+class EachFault : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(EachFault, isSeenOnTheWire) {
+  const auto check = Checks().find(GetParam());
+  ASSERT_NE(check, Checks().end()) << "no test looks at this fault";
+  check->second();
+}
+
+std::vector<std::string> Names() {
+  std::vector<std::string> names;
+  for (const FaultInfo& fault : Faults()) names.push_back(fault.name);
+  return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, EachFault, ::testing::ValuesIn(Names()),
+                         [](const auto& param) { return param.param; });
+
+TEST(FaultTable, namesAreUniqueAndEverythingIsDescribed) {
+  std::set<std::string> names;
+  const std::set<std::string> stages = {"connect", "clock", "package", "json", "http", "answer"};
+  for (const FaultInfo& fault : Faults()) {
+    EXPECT_TRUE(names.insert(fault.name).second) << fault.name;
+    EXPECT_TRUE(stages.contains(fault.stage)) << fault.name;
+    EXPECT_FALSE(fault.summary.empty()) << fault.name;
+  }
+  EXPECT_GE(names.size(), 50U);
+  EXPECT_EQ(names.size(), Checks().size());
+}
+
+TEST(FaultRules, actOnTheirEndpointsOnly) {
+  Bench bench;
+  bench.server().SetFaults({"status:/pc/rt/get*:1:503"});
+  EXPECT_EQ(bench.Raw("/pc/rt/get_bk_list").status, 503);
+  EXPECT_EQ(bench.Raw("/pc/rt/get").status, 503);
+  EXPECT_EQ(bench.Raw("/pc/rt/stock_version").status, 200);
+}
+
+std::string Pattern(Bench& bench, int count) {
+  std::string pattern;
+  for (int i = 0; i < count; ++i) pattern += bench.Raw("/x").status == 503 ? '!' : '.';
+  return pattern;
+}
+
+TEST(FaultRules, hitWithTheirProbabilityAndTheSameForTheSameSeed) {
+  Bench first;
+  Bench second;
+  Options options = SmallMarket();
+  options.seed = 8;
+  Bench other(options);
+  const std::vector<std::string> rules = {"status:/x:0.3:503"};
+  for (Bench* bench : {&first, &second, &other}) bench->server().SetFaults(rules);
+  const std::string pattern = Pattern(first, 400);
+  const auto hits = std::count(pattern.begin(), pattern.end(), '!');
+  EXPECT_GT(hits, 80);
+  EXPECT_LT(hits, 160);
+  EXPECT_EQ(Pattern(second, 400), pattern);
+  EXPECT_NE(Pattern(other, 400), pattern);
+}
+
+TEST(FaultRules, actTogether) {
+  Bench bench;
+  bench.server().SetFaults({"latency::1:1", "empty_object", "status_good_body::1:500", "date_missing"});
+  const RawAnswer answer = bench.Raw("/x");
+  EXPECT_EQ(answer.status, 500);
+  EXPECT_EQ(answer.body, "{}");
+  EXPECT_EQ(answer.Field("Date"), "");
+}
+
+TEST(FaultRules, thatMakeNoSenseAreRefusedAndChangeNothing) {
+  Bench bench;
+  bench.server().SetFaults({"empty_object:/x"});
+  for (const char* text :
+       {"", "nonsense", "silence:pc", "silence::2", "silence::x", "silence::1:5", "latency::1:slow",
+        "refuse:/x", "refuse::0.5", "rows::1:many", "silence::-0.1", "reset_on_connect:/pc/*"}) {
+    EXPECT_THROW(bench.server().SetFaults({text}), std::runtime_error) << text;
+  }
+  EXPECT_EQ(bench.server().ActiveFaults(), std::vector<std::string>{"empty_object:/x"});
+  EXPECT_EQ(bench.Raw("/x").body, "{}");
+}
+
+TEST(FaultRules, areCounted) {
+  Bench bench;
+  bench.server().SetFaults({"empty_object:/x"});
+  (void)bench.Raw("/x");
+  (void)bench.Raw("/y");
+  EXPECT_EQ(bench.server().ReadCounters().faults, 1U);
+  EXPECT_EQ(bench.server().ReadCounters().errors, 2U);
+}
+
+}  // namespace
+}  // namespace market_server::testing

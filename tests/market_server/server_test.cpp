@@ -1,0 +1,553 @@
+// The server as a client on a socket meets it: start and stop, keep-alive, headers, limits, HTTPS,
+// signatures, log.
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "server_fixture.h"
+
+namespace market_server::testing {
+namespace {
+
+using std::chrono::milliseconds;
+
+const QueryMap kIndices = {{"stock_arr", R"(["sh000001","sz399001","sz399006"])"}};
+
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory() {
+    std::string name = (std::filesystem::temp_directory_path() / "market-server-XXXXXX").string();
+    path_ = mkdtemp(name.data());
+  }
+  ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  [[nodiscard]] std::string File(const std::string& name) const { return (path_ / name).string(); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+std::string Content(const std::string& file) {
+  std::ostringstream text;
+  text << std::ifstream(file).rdbuf();
+  return text.str();
+}
+
+TEST(Server, answersAnIndexQuote) {
+  Bench bench;
+  const rapidjson::Document answer = bench.Json("/pc/rt/stock_detail_list", kIndices);
+  ASSERT_EQ(answer["errno"].GetInt(), 0);
+  const auto& list = answer["data"]["list"];
+  ASSERT_EQ(list.Size(), 3U);
+  EXPECT_STREQ(list[0]["code"].GetString(), "sh000001");
+  EXPECT_STREQ(list[0]["name"].GetString(), "上证指数");
+  EXPECT_STREQ(list[1]["code"].GetString(), "sz399001");
+  EXPECT_STREQ(list[2]["code"].GetString(), "sz399006");
+  EXPECT_GT(list[0]["last"].GetDouble(), 0);
+}
+
+TEST(Server, keepsAConnectionForManyRequests) {
+  Bench bench;
+  RawClient client(bench.server().port());
+  for (int i = 0; i < 20; ++i) {
+    const RawAnswer answer = client.Get(bench.Sign("/pc/rt/stock_version"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.Field("Connection"), "keep-alive");
+  }
+  EXPECT_EQ(client.end(), End::kOpen);
+  EXPECT_EQ(bench.server().ReadCounters().connections, 1U);
+  EXPECT_EQ(bench.server().ReadCounters().requests, 20U);
+}
+
+TEST(Server, answersPipelinedRequestsInOrder) {
+  Bench bench;
+  RawClient client(bench.server().port());
+  client.SendGet(bench.Sign("/pc/rt/stock_version"));
+  client.SendGet("/no/such/path");
+  client.SendGet(bench.Sign("/pc/rt/stock_version"));
+  EXPECT_NE(client.ReadAnswer().body.find("\"version\""), std::string::npos);
+  EXPECT_NE(client.ReadAnswer().body.find("1001"), std::string::npos);
+  EXPECT_NE(client.ReadAnswer().body.find("\"version\""), std::string::npos);
+}
+
+TEST(Server, closesWhenAskedTo) {
+  Bench bench;
+  RawClient client(bench.server().port());
+  client.Send("GET /x HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n");
+  EXPECT_EQ(ParseAnswer(client.ReadAll()).Field("Connection"), "close");
+  EXPECT_EQ(client.end(), End::kClosed);
+}
+
+TEST(Server, closesAfterAnHttp10Request) {
+  Bench bench;
+  RawClient client(bench.server().port());
+  client.Send("GET /x HTTP/1.0\r\n\r\n");
+  client.ReadAll();
+  EXPECT_EQ(client.end(), End::kClosed);
+}
+
+TEST(Server, sendsTheDateOfItsOwnClock) {
+  Bench bench;
+  EXPECT_EQ(bench.Raw("/x").Field("Date"), "Fri, 15 Mar 2024 02:30:00 GMT");
+}
+
+TEST(Server, announcesASpeedThatIsNotOne) {
+  Bench bench;
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "0");
+  bench.server().SetSpeed(60);
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "60");
+  bench.server().SetSpeed(0.5);
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "0.5");
+  bench.server().SetSpeed(1);
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "");
+}
+
+TEST(Server, refusesUnsignedRequestsWithAnErrorNumber) {
+  Bench bench;
+  const RawAnswer answer = bench.Raw("/pc/rt/stock_version");
+  EXPECT_EQ(answer.status, 200);
+  EXPECT_EQ(answer.body, R"({"errno":1020,"errmsg":"not signed"})");
+}
+
+TEST(Server, refusesReplaysOldAndFutureRequests) {
+  Bench bench;
+  const std::string target = bench.Sign("/pc/rt/stock_version");
+  EXPECT_NE(bench.Raw(target).body.find("\"errno\":0"), std::string::npos);
+  EXPECT_NE(bench.Raw(target).body.find("\"errno\":1027"), std::string::npos);
+  bench.signer().time = kMidMorning - 301;
+  EXPECT_NE(bench.Raw(bench.signer().Sign("/pc/rt/stock_version", {})).body.find("1025"), std::string::npos);
+  bench.signer().time = kMidMorning + 301;
+  EXPECT_NE(bench.Raw(bench.signer().Sign("/pc/rt/stock_version", {})).body.find("1026"), std::string::npos);
+}
+
+TEST(Server, measuresSigningTimesByTheClockThatWasSet) {
+  Bench bench;
+  bench.server().SetClock("2024-03-14 14:00:00");
+  bench.signer().time = kMidMorning;
+  EXPECT_NE(bench.Raw(bench.signer().Sign("/pc/rt/stock_version", {})).body.find("1026"), std::string::npos);
+  EXPECT_EQ(bench.Errno("/pc/rt/stock_version"), 0);
+}
+
+TEST(Server, answersUnsignedRequestsWhenToldTo) {
+  Options options = SmallMarket();
+  options.check_signatures = false;
+  Bench bench(options);
+  EXPECT_NE(bench.Raw("/pc/rt/stock_version").body.find("\"errno\":0"), std::string::npos);
+}
+
+TEST(Server, makesARandomKeyWhenNoneIsGiven) {
+  Options options = SmallMarket();
+  options.keys.clear();
+  Bench first(options);
+  Bench second(options);
+  EXPECT_NE(first.server().key(), second.server().key());
+  EXPECT_EQ(first.server().key().size(), 64U);
+  EXPECT_EQ(first.Errno("/pc/rt/stock_version"), 0);
+}
+
+TEST(Server, allowsOnlyGet) {
+  Bench bench;
+  for (const char* method : {"POST", "PUT", "DELETE", "OPTIONS", "TRACE"}) {
+    RawClient client(bench.server().port());
+    client.Send(std::string(method) +
+                " /pc/rt/stock_version HTTP/1.1\r\nHost: a\r\nContent-Length: 0\r\n\r\n");
+    const RawAnswer answer = client.ReadAnswer();
+    EXPECT_EQ(answer.status, 405) << method;
+    EXPECT_EQ(answer.Field("Allow"), "GET") << method;
+    EXPECT_NE(answer.body.find("\"errno\":1002"), std::string::npos) << method;
+  }
+}
+
+TEST(Server, answersWhatIsNoHttpWithStatus400) {
+  Bench bench;
+  for (const char* text :
+       {"hello\r\n\r\n", "GET\r\n\r\n", "GET / HTTP/9.9\r\n\r\n", "GET / HTTP/1.1\r\nno colon\r\n\r\n",
+        "\x16\x03\x01\x02\x00\x01\x00\r\n\r\n", "GET / HTTP/1.1\r\nContent-Length: -1\r\n\r\n"}) {
+    RawClient client(bench.server().port());
+    client.Send(text);
+    EXPECT_EQ(ParseAnswer(client.ReadAll()).status, 400) << text;
+    EXPECT_EQ(client.end(), End::kClosed) << text;
+  }
+  EXPECT_EQ(bench.Raw("/x").status, 200);
+}
+
+TEST(Server, limitsTheHeader) {
+  Options options = SmallMarket();
+  options.limits.header_bytes = 4096;
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  client.Send("GET /x HTTP/1.1\r\nX: " + std::string(8192, 'x') + "\r\n\r\n");
+  EXPECT_EQ(ParseAnswer(client.ReadAll()).status, 431);
+  EXPECT_EQ(client.end(), End::kClosed);
+}
+
+TEST(Server, limitsTheBody) {
+  Options options = SmallMarket();
+  options.limits.body_bytes = 1000;
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nContent-Length: 2000\r\n\r\n" + std::string(2000, 'x'));
+  EXPECT_EQ(ParseAnswer(client.ReadAll()).status, 413);
+  EXPECT_EQ(client.end(), End::kClosed);
+}
+
+TEST(Server, limitsTheNumberOfConnections) {
+  Options options = SmallMarket();
+  options.limits.connections = 3;
+  Bench bench(options);
+  std::vector<std::unique_ptr<RawClient>> clients;
+  for (int i = 0; i < 3; ++i) {
+    clients.push_back(std::make_unique<RawClient>(bench.server().port()));
+    EXPECT_EQ(clients.back()->Get("/x").status, 200);
+  }
+  RawClient fourth(bench.server().port());
+  fourth.ReadAll();
+  EXPECT_NE(fourth.end(), End::kOpen);
+  EXPECT_EQ(bench.server().ReadCounters().refused, 1U);
+  EXPECT_EQ(clients[0]->Get("/x").status, 200);
+}
+
+TEST(Server, dropsAClientThatSendsItsRequestTooSlowly) {
+  Options options = SmallMarket();
+  options.limits.request_time = milliseconds(100);
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  client.Send("GET /x HTT");
+  EXPECT_EQ(client.ReadAll(), "");
+  EXPECT_NE(client.end(), End::kOpen);
+}
+
+TEST(Server, dropsAnIdleConnection) {
+  Options options = SmallMarket();
+  options.limits.idle_time = milliseconds(100);
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  EXPECT_EQ(client.Get("/x").status, 200);
+  client.ReadAll();
+  EXPECT_NE(client.end(), End::kOpen);
+}
+
+TEST(Server, dropsAClientThatTakesItsAnswerTooSlowly) {
+  Options options = SmallMarket();
+  options.limits.answer_time = milliseconds(200);
+  options.faults = {"chunked_endless"};
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  client.SendGet("/x");
+  while (bench.server().ReadCounters().requests == 0) std::this_thread::yield();
+  // Nothing is read until the server has given up; what had left by then can still be read.
+  while (bench.server().ReadCounters().open > 0) std::this_thread::yield();
+  client.ReadAll();
+  EXPECT_NE(client.end(), End::kOpen);
+}
+
+TEST(Server, closesAnOldConnectionAfterItsAnswer) {
+  Options options = SmallMarket();
+  options.limits.connection_time = milliseconds(0);
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  EXPECT_EQ(client.Get("/x").status, 200);
+  client.ReadAll();
+  EXPECT_EQ(client.end(), End::kClosed);
+}
+
+TEST(Server, stopsWithConnectionsOpenInEveryState) {
+  Options options = SmallMarket();
+  options.faults = {"silence:/silence", "drip_body:/drip:1:50", "chunked_endless:/endless",
+                    "latency:/late:1:60000"};
+  Bench bench(options);
+  std::vector<std::unique_ptr<RawClient>> clients;
+  for (const char* target : {"", "/silence", "/drip", "/endless", "/late", "/x"}) {
+    clients.push_back(std::make_unique<RawClient>(bench.server().port()));
+    if (*target != '\0') clients.back()->SendGet(target);
+  }
+  EXPECT_EQ(clients.back()->ReadAnswer().status, 200);
+  bench.server().Stop();
+  for (const auto& client : clients) {
+    client->ReadAll();
+    EXPECT_NE(client->end(), End::kOpen);
+  }
+  EXPECT_EQ(bench.server().ReadCounters().open, 0U);
+  EXPECT_EQ(RawClient(bench.server().port()).end(), End::kRefused);
+}
+
+TEST(Server, startsAgainAfterAStop) {
+  Bench bench;
+  const std::uint16_t before = bench.server().port();
+  EXPECT_NE(before, 0);
+  bench.server().Stop();
+  bench.server().Stop();
+  EXPECT_FALSE(bench.server().running());
+  EXPECT_EQ(bench.server().port(), 0);
+  bench.server().Start();
+  EXPECT_TRUE(bench.server().running());
+  bench.signer().host = "127.0.0.1:" + std::to_string(bench.server().port());
+  RawClient client(bench.server().port());
+  EXPECT_EQ(client.Get("/x").status, 200);
+}
+
+TEST(Server, doesNotStartTwice) {
+  Bench bench;
+  EXPECT_THROW(bench.server().Start(), std::runtime_error);
+  EXPECT_EQ(bench.Raw("/x").status, 200);
+}
+
+TEST(Server, saysWhyItCannotStart) {
+  const auto refuses = [](const auto& change, const std::string& word) {
+    Options options = SmallMarket();
+    change(options);
+    Server server(options);
+    try {
+      server.Start();
+      ADD_FAILURE() << "started: " << word;
+    } catch (const std::runtime_error& error) {
+      EXPECT_NE(std::string(error.what()).find(word), std::string::npos) << error.what();
+    }
+    EXPECT_FALSE(server.running());
+  };
+  Bench other;
+  refuses([](Options& o) { o.bind = "nowhere"; }, "nowhere");
+  refuses([&](Options& o) { o.port = other.server().port(); }, std::to_string(other.server().port()));
+  refuses([](Options& o) { o.clock = "later"; }, "later");
+  refuses([](Options& o) { o.speed = -1; }, "speed");
+  refuses([](Options& o) { o.scenario = "boom"; }, "boom");
+  refuses([](Options& o) { o.faults = {"nonsense"}; }, "nonsense");
+  refuses([](Options& o) { o.tls_cert = "/no/such/file"; }, "private key");
+  refuses([](Options& o) { o.tls_cert = o.tls_key = "/no/such/file"; }, "/no/such/file");
+  refuses([](Options& o) { o.access_log = "/no/such/directory/log"; }, "/no/such/directory/log");
+}
+
+TEST(Server, servesManyConnectionsAtOnce) {
+  Bench bench;
+  std::vector<std::string> targets;
+  for (int i = 0; i < 200; ++i) targets.push_back(bench.Sign("/pc/rt/stock_detail_list", kIndices));
+  std::atomic<int> good{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      RawClient client(bench.server().port());
+      for (std::size_t i = static_cast<std::size_t>(t); i < targets.size(); i += 4) {
+        if (client.Get(targets[i]).body.find("\"errno\":0") != std::string::npos) ++good;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(good, 200);
+}
+
+TEST(Server, givesEqualAnswersForEqualSeeds) {
+  Bench first;
+  Bench second;
+  Options options = SmallMarket();
+  options.seed = 8;
+  Bench other(options);
+  const QueryMap page = {
+      {"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "50"}};
+  const std::string body = first.Get("/pc/rt/get", page).body;
+  EXPECT_EQ(second.Get("/pc/rt/get", page).body, body);
+  EXPECT_NE(other.Get("/pc/rt/get", page).body, body);
+}
+
+TEST(AccessLogFile, hasOneLineForEachAnswerWithoutSignatures) {
+  const TemporaryDirectory directory;
+  Options options = SmallMarket();
+  options.access_log = directory.File("access.log");
+  options.faults = {"status:/bad:1:503"};
+  Bench bench(options);
+  (void)bench.Get("/pc/rt/stock_version");
+  (void)bench.Raw("/no%0apath");
+  (void)bench.Raw("/bad");
+  bench.server().Stop();
+  const std::string log = Content(directory.File("access.log"));
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 3) << log;
+  EXPECT_NE(log.find(" 2024-03-15T10:30:00 127.0.0.1:"), std::string::npos) << log;
+  EXPECT_NE(log.find("GET /pc/rt/stock_version?_k=test-key"), std::string::npos) << log;
+  EXPECT_EQ(log.find("_s="), std::string::npos) << log;
+  EXPECT_NE(log.find(" /no%0apath 200 1001 "), std::string::npos) << log;
+  EXPECT_NE(log.find(" 503 "), std::string::npos) << log;
+  EXPECT_NE(log.find(" status\n"), std::string::npos) << log;
+}
+
+// HTTPS
+
+/// Writes a self-signed certificate for 127.0.0.1 and its key.
+void WriteCertificate(const std::string& certificate_file, const std::string& key_file) {
+  EVP_PKEY* key = EVP_EC_gen("P-256");
+  X509* certificate = X509_new();
+  ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
+  X509_gmtime_adj(X509_getm_notBefore(certificate), -3600);
+  X509_gmtime_adj(X509_getm_notAfter(certificate), 3600);
+  X509_set_pubkey(certificate, key);
+  X509_NAME* name = X509_get_subject_name(certificate);
+  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("127.0.0.1"),
+                             -1, -1, 0);
+  X509_set_issuer_name(certificate, name);
+  X509_sign(certificate, key, EVP_sha256());
+  FILE* file = std::fopen(certificate_file.c_str(), "w");
+  PEM_write_X509(file, certificate);
+  std::fclose(file);
+  file = std::fopen(key_file.c_str(), "w");
+  PEM_write_PrivateKey(file, key, nullptr, nullptr, 0, nullptr, nullptr);
+  std::fclose(file);
+  X509_free(certificate);
+  EVP_PKEY_free(key);
+}
+
+class Tls : public ::testing::Test {
+ protected:
+  Tls() {
+    WriteCertificate(directory.File("cert.pem"), directory.File("key.pem"));
+    options.tls_cert = directory.File("cert.pem");
+    options.tls_key = directory.File("key.pem");
+  }
+
+  /// One request over TLS that trusts just that certificate; empty when there is no connection.
+  std::string Fetch(std::uint16_t port, const std::string& target, int highest_version) {
+    SSL_CTX* context = SSL_CTX_new(TLS_client_method());
+    SSL_CTX_load_verify_locations(context, options.tls_cert.c_str(), nullptr);
+    SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
+    SSL_CTX_set_min_proto_version(context, TLS1_VERSION);
+    SSL_CTX_set_security_level(context, 0);
+    SSL_CTX_set_max_proto_version(context, highest_version);
+    std::string text;
+    BIO* connection = BIO_new_ssl_connect(context);
+    const std::string where = "127.0.0.1:" + std::to_string(port);
+    BIO_set_conn_hostname(connection, where.c_str());
+    if (BIO_do_connect(connection) == 1) {
+      const std::string request =
+          "GET " + target + " HTTP/1.1\r\nHost: " + where + "\r\nConnection: close\r\n\r\n";
+      BIO_write(connection, request.data(), static_cast<int>(request.size()));
+      char bytes[4096];
+      int length = 0;
+      while ((length = BIO_read(connection, bytes, sizeof bytes)) > 0)
+        text.append(bytes, static_cast<std::size_t>(length));
+    }
+    BIO_free_all(connection);
+    SSL_CTX_free(context);
+    return text;
+  }
+
+  TemporaryDirectory directory;
+  Options options = SmallMarket();
+};
+
+TEST_F(Tls, answersOverHttps) {
+  Bench bench(options);
+  EXPECT_TRUE(bench.server().url().starts_with("https://127.0.0.1:"));
+  const std::string text = Fetch(bench.server().port(), bench.Sign("/pc/rt/stock_version"), 0);
+  EXPECT_EQ(ParseAnswer(text).status, 200);
+  EXPECT_NE(text.find("\"errno\":0"), std::string::npos) << text;
+}
+
+TEST_F(Tls, refusesProtocolsBelowTls12) {
+  Bench bench(options);
+  EXPECT_EQ(Fetch(bench.server().port(), "/x", TLS1_1_VERSION), "");
+  EXPECT_NE(Fetch(bench.server().port(), "/x", TLS1_2_VERSION), "");
+}
+
+TEST_F(Tls, survivesAClientThatSpeaksPlainHttp) {
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  client.SendGet("/x");
+  client.ReadAll();
+  EXPECT_NE(client.end(), End::kOpen);
+  EXPECT_NE(Fetch(bench.server().port(), "/x", 0), "");
+}
+
+TEST_F(Tls, stopsDuringAHandshake) {
+  Bench bench(options);
+  RawClient client(bench.server().port());
+  client.Send("\x16\x03\x01");
+  bench.server().Stop();
+  client.ReadAll();
+  EXPECT_NE(client.end(), End::kOpen);
+}
+
+// The control connection
+
+std::string Call(std::uint16_t port, const std::string& method, const std::string& path,
+                 const std::string& body, const std::string& fields = {}) {
+  RawClient client(port);
+  client.Send(method + " " + path + " HTTP/1.1\r\nHost: " + client.host() + "\r\n" + fields +
+              "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+  const RawAnswer answer = client.ReadAnswer();
+  return std::to_string(answer.status) + " " + answer.body;
+}
+
+class ControlConnection : public ::testing::Test {
+ protected:
+  static Options WithControl() {
+    Options options = SmallMarket();
+    options.control_port = 0;
+    return options;
+  }
+  std::string Control(const std::string& method, const std::string& path, const std::string& body = {},
+                      const std::string& fields = {}) {
+    return Call(bench.server().control_port(), method, path, body, fields);
+  }
+  Bench bench{WithControl()};
+};
+
+TEST(ControlPort, isOffUnlessAskedFor) {
+  Bench bench;
+  EXPECT_EQ(bench.server().control_port(), 0);
+}
+
+TEST_F(ControlConnection, setsAndClearsFaults) {
+  EXPECT_TRUE(Control("PUT", "/faults", "status:/x:1:503\nempty_body:/y\r\n").starts_with("200 "));
+  EXPECT_EQ(bench.Raw("/x").status, 503);
+  EXPECT_EQ(bench.Raw("/y").body, "");
+  EXPECT_NE(Control("GET", "/status").find(R"("faults":["status:/x:1:503","empty_body:/y"])"),
+            std::string::npos);
+  EXPECT_TRUE(Control("DELETE", "/faults").starts_with("200 "));
+  EXPECT_EQ(bench.Raw("/x").status, 200);
+}
+
+TEST_F(ControlConnection, saysWhatIsWrongWithAFaultAndKeepsTheOldOnes) {
+  EXPECT_TRUE(Control("PUT", "/faults", "status:/x:1:503").starts_with("200 "));
+  EXPECT_TRUE(Control("PUT", "/faults", "nonsense").starts_with("400 fault \"nonsense\""));
+  EXPECT_EQ(bench.Raw("/x").status, 503);
+}
+
+TEST_F(ControlConnection, setsClockAndSpeed) {
+  EXPECT_TRUE(Control("PUT", "/clock", "2024-03-18 13:30:00\n").starts_with("200 "));
+  EXPECT_EQ(bench.Raw("/x").Field("Date"), "Mon, 18 Mar 2024 05:30:00 GMT");
+  EXPECT_TRUE(Control("PUT", "/speed", "60").starts_with("200 "));
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "60");
+  EXPECT_TRUE(Control("PUT", "/clock", "later").starts_with("400 "));
+  EXPECT_TRUE(Control("PUT", "/speed", "fast").starts_with("400 "));
+}
+
+TEST_F(ControlConnection, refusesBrowsers) {
+  EXPECT_TRUE(Control("DELETE", "/faults", "", "Origin: http://example.com\r\n").starts_with("403 "));
+  RawClient client(bench.server().control_port());
+  client.Send("GET /status HTTP/1.1\r\nHost: example.com\r\n\r\n");
+  EXPECT_EQ(client.ReadAnswer().status, 403);
+}
+
+TEST_F(ControlConnection, knowsNothingElse) {
+  EXPECT_TRUE(Control("GET", "/pc/rt/stock_version").starts_with("404 "));
+  EXPECT_TRUE(Control("POST", "/faults", "silence").starts_with("404 "));
+}
+
+TEST_F(ControlConnection, worksWhileTheServerRefusesConnections) {
+  EXPECT_TRUE(Control("PUT", "/faults", "refuse").starts_with("200 "));
+  EXPECT_EQ(RawClient(bench.server().port()).end(), End::kRefused);
+  EXPECT_TRUE(Control("DELETE", "/faults").starts_with("200 "));
+  EXPECT_EQ(bench.Raw("/x").status, 200);
+}
+
+}  // namespace
+}  // namespace market_server::testing
