@@ -42,7 +42,13 @@ class JsonWriter {
       out_ += "null";
       return;
     }
-    Digits(number == 0 ? 0.0 : number);  // no negative zero
+    // Whole numbers are written out: no negative zero, no 1.6e+12 for an amount.
+    constexpr double kWholeLimit = 1e15;
+    if (number == std::trunc(number) && std::abs(number) < kWholeLimit) {
+      Digits(static_cast<std::int64_t>(number));
+    } else {
+      Digits(number);
+    }
   }
 
   template <std::integral Integer>
