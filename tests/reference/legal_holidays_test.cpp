@@ -1,0 +1,131 @@
+// The holidays of a year, from the request to the host's calendar.
+#include "reference/legal_holidays.h"
+
+#include <gtest/gtest.h>
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <string>
+
+#include "answers.h"
+#include "frame/gate.h"
+
+namespace {
+
+constexpr const wchar_t* kParseLine = L"StockCommon::InitLegalHolidays Json Parse Error Code: %d";
+constexpr const wchar_t* kResponseLine = L"StockCommon::InitLegalHolidays Response Error Code: %d";
+constexpr const wchar_t* kNoDateLine = L"StockCommon::InitLegalHolidays Elements Without Date: %d";
+
+class LegalHolidays : public ::testing::Test {
+ protected:
+  // One request, answered at once.
+  void Ask(const Answer& answer) {
+    host.Expect(Script(answers::kHolidayPath).Inline(answer));
+    reference::RequestLegalHolidays(gate);
+  }
+  void AskForList(const std::string& list) {
+    Ask(Answer::Body(R"({"errno":0,"data":{"list":)" + list + "}}"));
+  }
+  std::vector<unsigned long> Days() {
+    const auto calls = host.HolidayCalls();
+    EXPECT_EQ(calls.size(), 1U);
+    return calls.empty() ? std::vector<unsigned long>() : calls[0].days;
+  }
+
+  ScriptedHost host;
+  frame::CompletionGate gate;
+};
+
+TEST_F(LegalHolidays, areAskedForTheYearOfTheServersDate) {
+  host.SetTime(20251231, 23, 59, 59);
+  AskForList("[]");
+  const Request request = host.Requests().at(0);
+  EXPECT_EQ(request.kind, Request::Kind::kAsync);
+  EXPECT_EQ(request.parameters, (NameValues{{"date", "2025"}}));
+  EXPECT_EQ(request.setting, 8);
+  EXPECT_EQ(host.HolidayCalls().at(0).year, 2025);
+}
+
+TEST_F(LegalHolidays, reachTheCalendarInTheOrderOfTheAnswer) {
+  AskForList(R"(["20240501","20240101"])");
+  EXPECT_EQ(Days(), (std::vector<unsigned long>{20240501, 20240101}));
+}
+
+TEST_F(LegalHolidays, areReadFromTheDigitsOfAnyForm) {
+  AskForList(R"(["2024-01-01","2024/02/10","2024年05月01日"," 2024.10.01 "])");
+  EXPECT_EQ(Days(), (std::vector<unsigned long>{20240101, 20240210, 20240501, 20241001}));
+}
+
+TEST_F(LegalHolidays, belongToTheYearThatWasAskedFor) {
+  host.SetTime(20241231, 23, 59, 59);
+  host.Expect(Script(answers::kHolidayPath).Held());
+  reference::RequestLegalHolidays(gate);
+  host.SetTime(20250101, 0, 0, 1);
+  host.Complete(0, Answer::Body(answers::kHolidays));
+  EXPECT_EQ(host.HolidayCalls().at(0).year, 2024);
+}
+
+TEST_F(LegalHolidays, areEmptiedByAnEmptyList) {
+  AskForList("[]");
+  EXPECT_TRUE(Days().empty());
+}
+
+TEST_F(LegalHolidays, areEmptiedByAnAnswerWithoutAList) {
+  Ask(Answer::Body(R"({"errno":0})"));
+  EXPECT_TRUE(Days().empty());
+}
+
+TEST_F(LegalHolidays, passOverWhatIsNoDate) {
+  host.ExpectCodeLine(kNoDateLine, 9);
+  AskForList(
+      R"(["20240101","",null,20240102,"holiday","2024-1-1","20241301","20240100","99999999999999999999",
+                 "20240101 09:00:00","20240501"])");
+  EXPECT_EQ(Days(), (std::vector<unsigned long>{20240101, 20240501}));
+}
+
+TEST_F(LegalHolidays, logATransportFailure) {
+  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
+  Ask(Answer::Failed());
+  EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+TEST_F(LegalHolidays, logATransportFailureEvenWithABody) {
+  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
+  Ask(Answer::Failed(answers::kHolidays));
+  EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+TEST_F(LegalHolidays, stayAsTheyAreOnAnEmptyBody) {
+  Ask(Answer::Body(""));
+  EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+TEST_F(LegalHolidays, logAParseError) {
+  QJsonParseError error{};
+  QJsonDocument::fromJson(QByteArray("{\"errno\":0,"), &error);
+  host.ExpectCodeLine(kParseLine, error.error);
+  Ask(Answer::Body("{\"errno\":0,"));
+  EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+TEST_F(LegalHolidays, logAnErrorNumber) {
+  host.ExpectCodeLine(kResponseLine, 1001);
+  Ask(Answer::Body(R"({"errno":1001,"data":{"list":["20240101"]}})"));
+  EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+TEST_F(LegalHolidays, areNotAskedForWithoutASignature) {
+  host.SignNothing(true);
+  reference::RequestLegalHolidays(gate);
+  EXPECT_EQ(host.RequestCount(), 0U);
+}
+
+TEST_F(LegalHolidays, areDroppedAfterTheEndOfTheService) {
+  host.Expect(Script(answers::kHolidayPath).Held());
+  reference::RequestLegalHolidays(gate);
+  gate.Close();
+  host.Complete(0, Answer::Body(answers::kHolidays));
+  EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+}  // namespace

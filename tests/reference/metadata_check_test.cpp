@@ -1,0 +1,257 @@
+// Every branch of the check that keeps the K-line metadata current.
+#include "reference/metadata_check.h"
+
+#include <gtest/gtest.h>
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "answers.h"
+
+namespace {
+
+constexpr const wchar_t* kResponseLine = L"StockCommon::InitStockInPlates Response Error Code: %d";
+constexpr const wchar_t* kParseLine = L"StockCommon::InitStockInPlates Json Parse Error Code: %d";
+
+std::string File(const std::string& version) {
+  return Gzip("version:" + version + "\nsh600000:{\"d\":{\"b\":1}}\n");
+}
+
+class MetadataCheck : public ::testing::Test {
+ protected:
+  std::string Path() const { return host.Directory() + "/meta/kline.meta.gzip"; }
+
+  void WriteLocalFile(const std::string& bytes) {
+    std::filesystem::create_directories(host.Directory() + "/meta");
+    std::ofstream(Path(), std::ios::binary) << bytes;
+  }
+  std::string ReadLocalFile() {
+    std::ifstream file(Path(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  void ServerHas(const std::string& version) {
+    host.Expect(
+        Script(answers::kVersionPath).Inline(Answer::Body(R"({"errno":0,"version":")" + version + R"("})")));
+  }
+  void ExpectDownload(const Answer& answer) { host.Expect(Script(answers::kMetadataPath).Inline(answer)); }
+
+  reference::MetadataCheck Check(const std::string& held) {
+    return reference::CheckMetadata([&] { return std::optional(held); });
+  }
+
+  ScriptedHost host;
+};
+
+// --- The server's version ---
+
+TEST_F(MetadataCheck, asksForTheVersionSynchronously) {
+  ServerHas("7");
+  EXPECT_EQ(reference::FetchMetadataVersion(), "7");
+  const Request request = host.Requests().at(0);
+  EXPECT_EQ(request.kind, Request::Kind::kSync);
+  EXPECT_EQ(request.setting, 8);
+  EXPECT_TRUE(request.parameters.empty());
+  EXPECT_TRUE(request.headers.empty());
+}
+
+TEST_F(MetadataCheck, failsSilentlyWithoutAnAnswer) {
+  host.Expect(Script(answers::kVersionPath).Inline(Answer::Failed()));
+  EXPECT_FALSE(Check("1").ok);
+}
+
+TEST_F(MetadataCheck, failsSilentlyOnAnEmptyBody) {
+  host.Expect(Script(answers::kVersionPath).Inline(Answer::Body("")));
+  EXPECT_FALSE(Check("1").ok);
+}
+
+TEST_F(MetadataCheck, failsSilentlyOnAnEmptyVersion) {
+  ServerHas("");
+  EXPECT_FALSE(Check("").ok);
+}
+
+TEST_F(MetadataCheck, failsSilentlyWithoutAVersion) {
+  host.Expect(Script(answers::kVersionPath).Inline(Answer::Body(R"({"errno":0,"version":20240315})")));
+  EXPECT_FALSE(Check("").ok);
+}
+
+TEST_F(MetadataCheck, logsTheErrorNumberWithTheTextOfTheMembershipLoad) {
+  host.ExpectCodeLine(kResponseLine, 1001);
+  host.Expect(Script(answers::kVersionPath).Inline(Answer::Body(R"({"errno":1001,"version":"7"})")));
+  EXPECT_FALSE(Check("").ok);
+}
+
+TEST_F(MetadataCheck, logsTheParseErrorWithTheTextOfTheMembershipLoad) {
+  QJsonParseError error{};
+  QJsonDocument::fromJson(QByteArray("<html>"), &error);
+  host.ExpectCodeLine(kParseLine, error.error);
+  host.Expect(Script(answers::kVersionPath).Inline(Answer::Body("<html>")));
+  EXPECT_FALSE(Check("").ok);
+}
+
+TEST_F(MetadataCheck, takesAVersionThatCannotBeOneForAFailure) {
+  for (const char* const version :
+       {R"(1\",count=(select 1),version=\"2)", "../../etc", "a b?", "rowid", "版本", "1%"}) {
+    ServerHas(version);
+    EXPECT_FALSE(Check("").ok) << version;
+  }
+  ServerHas(std::string(65, '1'));
+  EXPECT_FALSE(Check("").ok) << "too long";
+}
+
+TEST_F(MetadataCheck, asksNothingWithoutASignature) {
+  host.SignNothing(true);
+  EXPECT_FALSE(Check("").ok);
+  EXPECT_EQ(host.RequestCount(), 0U);
+}
+
+// --- Nothing is held ---
+
+TEST_F(MetadataCheck, loadsALocalFileThatIsAsNew) {
+  WriteLocalFile(File("20240315"));
+  ServerHas("20240315");
+  const auto check = Check("");
+  ASSERT_TRUE(check.ok);
+  ASSERT_NE(check.loaded, nullptr);
+  EXPECT_EQ(check.loaded->Version(), "20240315");
+}
+
+TEST_F(MetadataCheck, loadsALocalFileThatIsNewer) {
+  WriteLocalFile(File("20240316"));
+  ServerHas("20240315");
+  const auto check = Check("");
+  ASSERT_TRUE(check.ok && check.loaded != nullptr);
+  EXPECT_EQ(check.loaded->Version(), "20240316");
+}
+
+TEST_F(MetadataCheck, comparesVersionsByTheirCharacters) {
+  WriteLocalFile(File("9"));
+  ServerHas("10");
+  const auto check = Check("");
+  ASSERT_TRUE(check.ok && check.loaded != nullptr);
+  EXPECT_EQ(check.loaded->Version(), "9") << "\"10\" is not greater than \"9\"";
+}
+
+TEST_F(MetadataCheck, downloadsOverALocalFileThatIsOlder) {
+  WriteLocalFile(File("20240314"));
+  ServerHas("20240315");
+  ExpectDownload(Answer::Body(File("20240315")));
+  const auto check = Check("");
+  ASSERT_TRUE(check.ok && check.loaded != nullptr);
+  EXPECT_EQ(check.loaded->Version(), "20240315");
+  EXPECT_EQ(ReadLocalFile(), File("20240315"));
+}
+
+TEST_F(MetadataCheck, downloadsOverALocalFileWithoutVersion) {
+  WriteLocalFile(Gzip("version:\nsh600000:{}\n"));
+  ServerHas("1");
+  ExpectDownload(Answer::Body(File("1")));
+  EXPECT_TRUE(Check("").ok);
+}
+
+TEST_F(MetadataCheck, downloadsOverADamagedLocalFile) {
+  std::string damaged = File("20240315");
+  damaged.resize(damaged.size() - 5);
+  for (const std::string& bytes : {damaged, std::string("version:20240315\n"), std::string()}) {
+    WriteLocalFile(bytes);
+    ServerHas("20240315");
+    ExpectDownload(Answer::Body(File("20240315")));
+    EXPECT_TRUE(Check("").ok);
+    EXPECT_EQ(ReadLocalFile(), File("20240315"));
+  }
+}
+
+TEST_F(MetadataCheck, downloadsWithoutALocalFile) {
+  ServerHas("1");
+  ExpectDownload(Answer::Body(File("1")));
+  const auto check = Check("");
+  ASSERT_TRUE(check.ok);
+  EXPECT_NE(check.loaded, nullptr);
+  const Request request = host.Requests().at(1);
+  EXPECT_EQ(request.kind, Request::Kind::kDownload);
+  EXPECT_EQ(request.url, L"http://static.test/kline.meta.gzip");
+  EXPECT_EQ(request.retries, 3);
+  EXPECT_EQ(request.setting, 30);
+  const std::string path = Path();
+  EXPECT_EQ(request.destination, std::wstring(path.begin(), path.end()));
+}
+
+TEST_F(MetadataCheck, makesTheDirectoryBeforeTheDownload) {
+  ASSERT_FALSE(std::filesystem::exists(host.Directory() + "/meta"));
+  ServerHas("1");
+  bool there = false;
+  host.Expect(Script(answers::kMetadataPath).Inline([&](const Request&) {
+    there = std::filesystem::is_directory(host.Directory() + "/meta");
+    return Answer::Body(File("1"));
+  }));
+  EXPECT_TRUE(Check("").ok);
+  EXPECT_TRUE(there);
+}
+
+// --- Something is held ---
+
+TEST_F(MetadataCheck, hasNothingToDoWhenTheHeldOneIsAsNew) {
+  ServerHas("20240315");
+  const auto check = Check("20240315");
+  EXPECT_TRUE(check.ok);
+  EXPECT_EQ(check.loaded, nullptr);
+}
+
+TEST_F(MetadataCheck, hasNothingToDoWhenTheHeldOneIsNewer) {
+  ServerHas("20240314");
+  const auto check = Check("20240315");
+  EXPECT_TRUE(check.ok);
+  EXPECT_EQ(check.loaded, nullptr);
+}
+
+TEST_F(MetadataCheck, downloadsOverAnOlderHeldOneWhateverTheLocalFileIs) {
+  WriteLocalFile(File("20240399"));
+  ServerHas("20240316");
+  ExpectDownload(Answer::Body(File("20240316")));
+  const auto check = Check("20240315");
+  ASSERT_TRUE(check.ok && check.loaded != nullptr);
+  EXPECT_EQ(check.loaded->Version(), "20240316");
+}
+
+// --- The download ---
+
+TEST_F(MetadataCheck, failsWhenTheDownloadFails) {
+  WriteLocalFile(File("1"));
+  ServerHas("2");
+  ExpectDownload(Answer::Failed());
+  const auto check = Check("");
+  EXPECT_FALSE(check.ok);
+  EXPECT_EQ(check.loaded, nullptr);
+  EXPECT_EQ(ReadLocalFile(), File("1"));
+}
+
+TEST_F(MetadataCheck, failsWhenTheDownloadedFileIsNoMetadata) {
+  for (const std::string& text : {std::string("not found"), std::string("version:a\"b\nsh600000:{}\n")}) {
+    ServerHas("2");
+    ExpectDownload(Answer::Body(Gzip(text)));
+    const auto check = Check("1");
+    EXPECT_FALSE(check.ok);
+    EXPECT_EQ(check.loaded, nullptr);
+  }
+}
+
+TEST_F(MetadataCheck, holdsTheVersionOfTheFileWhateverWasAnnounced) {
+  ServerHas("3");
+  ExpectDownload(Answer::Body(File("2")));
+  const auto check = Check("1");
+  ASSERT_TRUE(check.ok && check.loaded != nullptr);
+  EXPECT_EQ(check.loaded->Version(), "2");
+}
+
+TEST_F(MetadataCheck, endsWhenItIsNoLongerWanted) {
+  WriteLocalFile(File("1"));
+  ServerHas("2");
+  const auto check = reference::CheckMetadata([]() -> std::optional<std::string> { return std::nullopt; });
+  EXPECT_FALSE(check.ok);
+  EXPECT_EQ(host.RequestCount(), 1U);
+}
+
+}  // namespace
