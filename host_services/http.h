@@ -87,7 +87,7 @@ class HttpClient {
   class Network;
   struct Impl;
 
-  void Submit(HttpRequest request, Done done, bool on_network_thread);
+  void Submit(HttpRequest request, Done done, bool wakes_caller);
   const std::unique_ptr<Impl> impl_;
 };
 
