@@ -27,7 +27,7 @@ bool StartHost(market_server::Server& simulated_market) {
   return true;
 }
 
-class Ticker : public IUpdate1<std::vector<IndexMarketSummary>> {
+class Ticker final : public IUpdate1<std::vector<IndexMarketSummary>> {
  public:
   // On a thread of the network library. A view with a window would hand a copy to its own thread here.
   void Update(const std::vector<IndexMarketSummary>& quotes) override {
