@@ -144,12 +144,13 @@ Market::Impl::Impl(const Options& options) : base(options) {
       stock_indices[member].push_back(i);
     }
   }
-  int week = 0;
+  int calendar_week = 0;
   for (int day = 0; day < base.days.count(); ++day) {
-    if (day > 0 && weekday(base.days.date(day)) <= weekday(base.days.date(day - 1))) {
-      ++week;
-    }
-    weeks.push_back(week);
+    // 1970-01-05 was a Monday.
+    const double since = (instant_of(base.days.date(day), 12, 0, 0) - instant_of(19700105, 0, 0, 0)) / 86400;
+    const int own = static_cast<int>(since) / 7;
+    weeks.push_back(weeks.empty() ? 0 : weeks.back() + (own != calendar_week ? 1 : 0));
+    calendar_week = own;
   }
   totals.resize(static_cast<std::size_t>(base.days.count() / kBlock + 1));
 }

@@ -107,7 +107,7 @@ struct Market::Impl {
   Foundation base;
   std::vector<std::vector<const Security*>> index_members, plate_members;
   std::vector<std::vector<std::uint32_t>> stock_indices;  // numbers of the indices that hold a stock
-  std::vector<int> weeks;  // by day: a number that grows by one each week with trading
+  std::vector<int> weeks;  // by day: the number of its week among those with trading
 
   Memo<int, MarketDay> market_days{2};
   Memo<std::int64_t, BoardQuotes> boards{3};

@@ -353,10 +353,15 @@ void Universe::make_history(const Options& options, const Days& days) {
         date = shift(date, 1);
       }
       int day = days.number(date);
-      // Never among the last days of a block, nor while suspended.
-      while (day % kBlock < 2 || day % kBlock > 17 || stock.suspended(day) != nullptr ||
-             day == days.scripted()) {
-        ++day;
+      // Never on the last days of a block, nor with a suspension between it and the block's end.
+      const auto unfit = [&](int d) {
+        const int end = d / kBlock * kBlock + kBlock;
+        return d % kBlock == 0 || d % kBlock > 27 || d == days.scripted() ||
+               std::any_of(stock.suspensions.begin(), stock.suspensions.end(),
+                           [&](const Suspension& s) { return s.first < end && s.first + s.length > d; });
+      };
+      for (std::uint64_t attempt = 0; unfit(day); ++attempt) {
+        day = day / kBlock * kBlock + kBlock + static_cast<int>(below(mix(h, 10 + attempt), kBlock));
       }
       if (day >= days.count() || day < stock.listed + 60) {
         continue;

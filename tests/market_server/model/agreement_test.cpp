@@ -1,0 +1,343 @@
+// One market behind every question: whatever is asked for an instant agrees with whatever else is asked for
+// it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "small_market.h"
+
+namespace market_server::model {
+namespace {
+
+class Agreement : public testing::TestWithParam<std::uint64_t> {
+ protected:
+  Market market_{small(GetParam())};
+
+  [[nodiscard]] std::vector<const Security*> some_securities(Instant time) const {
+    auto out = some_stocks(market_, time);
+    for (const char* code : {"sh000001", "sz399006", "sh000688", "bk1008", "bk2017", "bk3002"}) {
+      out.push_back(market_.find(code));
+    }
+    return out;
+  }
+};
+
+TEST_P(Agreement, aSingleQuoteIsTheRowOfTheBoard) {
+  for (const Instant time : instants_of_all_kinds()) {
+    // Asked for before the board, when the day is not at hand, and after.
+    std::map<const Security*, Quote> before;
+    for (const Security* security : some_stocks(market_, time)) {
+      before[security] = market_.quote(*security, time);
+    }
+    const auto board = market_.board(time);
+    for (const auto* rows : {&board->stocks, &board->indices, &board->plates}) {
+      for (const Quote& row : *rows) {
+        EXPECT_EQ(market_.quote(*row.security, time), row) << at(*row.security, time);
+        if (before.contains(row.security)) {
+          EXPECT_EQ(before[row.security], row) << at(*row.security, time);
+        }
+      }
+    }
+  }
+}
+
+TEST_P(Agreement, theBoardHoldsEveryListedStockInOrder) {
+  for (const Instant time : instants_of_all_kinds()) {
+    const auto board = market_.board(time);
+    const auto stocks = market_.stocks(time);
+    ASSERT_EQ(board->stocks.size(), stocks.size());
+    for (std::size_t i = 0; i < stocks.size(); ++i) {
+      EXPECT_EQ(board->stocks[i].security, stocks[i]);
+    }
+    EXPECT_EQ(board->indices.size(), market_.indices().size());
+    EXPECT_EQ(board->plates.size(), market_.plates().size());
+    EXPECT_EQ(board->date, session_date(time));
+  }
+}
+
+TEST_P(Agreement, theMinuteLineEndsAtTheQuote) {
+  for (const Instant time : instants_of_all_kinds()) {
+    for (const Security* security : some_securities(time)) {
+      const Quote quote = market_.quote(*security, time);
+      const MinuteLine line = market_.minute_line(*security, quote.date, time);
+      EXPECT_EQ(line.preclose, quote.preclose) << at(*security, time);
+      if (quote.open == 0) {
+        EXPECT_TRUE(line.points.empty()) << at(*security, time);
+        continue;
+      }
+      ASSERT_FALSE(line.points.empty()) << at(*security, time);
+      EXPECT_EQ(line.points.front().last, quote.open) << at(*security, time);
+      EXPECT_EQ(line.points.back().last, quote.last) << at(*security, time);
+      EXPECT_EQ(line.points.back().vol, quote.vol) << at(*security, time);
+      EXPECT_EQ(line.points.back().amt, quote.amt) << at(*security, time);
+      EXPECT_EQ(line.points.back().qrr, quote.qrr) << at(*security, time);
+      double high = 0;
+      double low = 1e9;
+      for (const MinutePoint& point : line.points) {
+        high = std::max(high, point.last);
+        low = std::min(low, point.last);
+      }
+      EXPECT_EQ(high, quote.high) << at(*security, time);
+      EXPECT_EQ(low, quote.low) << at(*security, time);
+    }
+  }
+}
+
+TEST_P(Agreement, theMinuteLineOfAPastDayEndsAtItsClose) {
+  const Instant now = instant_of(20261120, 10, 0, 0);
+  for (const Date date : {20150105u, 20190604u, 20261118u}) {
+    for (const Security* security : some_securities(instant_of(date, 16, 0, 0))) {
+      const Quote close = market_.quote(*security, instant_of(date, 16, 0, 0));
+      const MinuteLine line = market_.minute_line(*security, date, now);
+      if (!trades(close.status)) {
+        EXPECT_TRUE(line.points.empty());
+        continue;
+      }
+      ASSERT_EQ(line.points.size(), 241u) << at(*security, now);
+      EXPECT_EQ(line.points.back().last, close.last) << at(*security, now);
+      EXPECT_EQ(line.points.back().vol, close.vol) << at(*security, now);
+      EXPECT_EQ(line.points.back().amt, close.amt) << at(*security, now);
+    }
+  }
+}
+
+TEST_P(Agreement, aMinuteOfTheLineIsTheQuoteAtItsEnd) {
+  const Date date = 20261120;
+  for (const Security* security : some_securities(instant_of(date, 16, 0, 0))) {
+    const MinuteLine line = market_.minute_line(*security, date, instant_of(date, 16, 0, 0));
+    for (std::size_t i = 0; i < line.points.size(); i += 17) {
+      const MinutePoint& point = line.points[i];
+      const Quote quote =
+          market_.quote(*security, instant_of(date, point.minute / 100, point.minute % 100, 0));
+      EXPECT_EQ(quote.last, point.last) << security->code << " " << point.minute;
+      EXPECT_EQ(quote.vol, point.vol) << security->code << " " << point.minute;
+      EXPECT_EQ(quote.amt, point.amt) << security->code << " " << point.minute;
+      EXPECT_EQ(quote.qrr, point.qrr) << security->code << " " << point.minute;
+    }
+  }
+}
+
+TEST_P(Agreement, theCandleOfTheDayIsTheQuote) {
+  for (const Instant time : instants_of_all_kinds()) {
+    for (const Security* security : some_securities(time)) {
+      const Quote quote = market_.quote(*security, time);
+      const auto candle = market_.day_candle(*security, time);
+      ASSERT_EQ(candle.has_value(), trades(quote.status) && quote.open > 0) << at(*security, time);
+      if (candle) {
+        EXPECT_EQ(*candle, (Candle{quote.date, quote.preclose, quote.open, quote.high, quote.last, quote.low,
+                                   quote.vol, quote.amt, quote.tr}))
+            << at(*security, time);
+      }
+    }
+  }
+}
+
+TEST_P(Agreement, everyPastCandleIsTheQuoteAtThatClose) {
+  for (const char* code :
+       {"sh600000", "sh688001", "sz000001", "sz300001", "sh000001", "sz399006", "sh000038"}) {
+    const Security& security = *market_.find(code);
+    const auto candles = market_.candles(security, Period::day, Adjustment::none, 20261119);
+    ASSERT_GT(candles.size(), 500u) << code;
+    for (std::size_t i = 0; i < candles.size();
+         i += candles.size() / (security.kind == Kind::index ? 5 : 40)) {
+      const auto whole = market_.day_candle(security, instant_of(candles[i].date, 20, 0, 0));
+      ASSERT_TRUE(whole.has_value()) << code << " " << candles[i].date;
+      EXPECT_EQ(candles[i], *whole) << code << " " << candles[i].date;
+    }
+  }
+}
+
+TEST_P(Agreement, aDayBeginsAtTheCloseOfTheDayBefore) {
+  int ex_rights = 0;
+  for (const Date date : {20150106u, 20170619u, 20170627u, 20200608u, 20200617u, 20261120u}) {
+    const auto before = market_.board(instant_of(previous_trading_day(date), 15, 0, 0));
+    const auto board = market_.board(instant_of(date, 15, 0, 0));
+    std::map<const Security*, const Quote*> closes;
+    for (const auto* rows : {&before->stocks, &before->indices, &before->plates}) {
+      for (const Quote& row : *rows) {
+        closes[row.security] = &row;
+      }
+    }
+    for (const auto* rows : {&board->stocks, &board->indices, &board->plates}) {
+      for (const Quote& row : *rows) {
+        if (row.status == Status::new_listing) {
+          EXPECT_FALSE(closes.contains(row.security));
+          continue;
+        }
+        ASSERT_TRUE(closes.contains(row.security)) << row.security->code;
+        if (row.status == Status::ex_rights) {
+          EXPECT_LT(row.preclose, closes[row.security]->last) << row.security->code << " " << date;
+          ++ex_rights;
+        } else {
+          EXPECT_EQ(row.preclose, closes[row.security]->last) << row.security->code << " " << date;
+        }
+      }
+    }
+  }
+  EXPECT_GT(ex_rights, 0);
+}
+
+TEST_P(Agreement, indexAndPlateCountsAreThoseOfTheirMembers) {
+  for (const Instant time : instants_of_all_kinds()) {
+    const auto board = market_.board(time);
+    std::map<const Security*, const Quote*> quotes;
+    for (const Quote& row : board->stocks) {
+      quotes[row.security] = &row;
+    }
+    for (const auto* rows : {&board->indices, &board->plates}) {
+      for (const Quote& row : *rows) {
+        std::int32_t up = 0;
+        std::int32_t unchanged = 0;
+        std::int32_t down = 0;
+        std::uint64_t volume = 0;
+        double amount = 0;
+        double capitalisation = 0;
+        double best = -1e9;
+        for (const Security* member : market_.members(*row.security)) {
+          const auto found = quotes.find(member);
+          if (found == quotes.end()) {
+            continue;  // not listed yet
+          }
+          const Quote& quote = *found->second;
+          capitalisation += quote.mc;
+          if (!trades(quote.status)) {
+            continue;
+          }
+          ++(quote.last > quote.preclose ? up : quote.last < quote.preclose ? down : unchanged);
+          volume += quote.vol;
+          amount += quote.amt;
+          best = std::max(best, quote.change);
+        }
+        EXPECT_EQ(row.num_u, up) << at(*row.security, time);
+        EXPECT_EQ(row.num_z, unchanged) << at(*row.security, time);
+        EXPECT_EQ(row.num_d, down) << at(*row.security, time);
+        EXPECT_EQ(row.vol, volume) << at(*row.security, time);
+        EXPECT_NEAR(row.amt, amount, 0.01 + amount * 1e-12) << at(*row.security, time);
+        EXPECT_NEAR(row.mc, capitalisation, 0.1 + capitalisation * 1e-12) << at(*row.security, time);
+        if (up + unchanged + down > 0) {
+          ASSERT_NE(row.lead, nullptr) << at(*row.security, time);
+          EXPECT_EQ(row.lead_change, best) << at(*row.security, time);
+          EXPECT_EQ(quotes.at(row.lead)->change, best) << at(*row.security, time);
+        }
+      }
+    }
+  }
+}
+
+TEST_P(Agreement, theLineOfAnIndexCountsItsMembers) {
+  const Date date = 20261120;
+  const Instant time = instant_of(date, 16, 0, 0);
+  for (const char* code : {"sh000001", "sz399006", "bk1005"}) {
+    const Security& security = *market_.find(code);
+    const MinuteLine line = market_.minute_line(security, date, time);
+    std::vector<std::uint64_t> sums(line.points.size());
+    for (const Security* member : market_.members(security)) {
+      if (market_.is_listed(*member, date)) {
+        const MinuteLine own = market_.minute_line(*member, date, time);
+        for (std::size_t i = 0; i < own.points.size(); ++i) {
+          sums[i] += own.points[i].vol;
+        }
+      }
+    }
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+      EXPECT_EQ(line.points[i].vol, sums[i]) << code << " " << line.points[i].minute;
+    }
+  }
+}
+
+TEST_P(Agreement, aPlateMovesAsTheCapitalisationOfItsMembers) {
+  const Date date = 20261120;
+  const auto early = market_.board(instant_of(date, 9, 45, 0));
+  const auto late = market_.board(instant_of(date, 14, 30, 0));
+  int checked = 0;
+  for (std::size_t i = 0; i < early->plates.size(); ++i) {
+    const auto members = market_.members(*early->plates[i].security);
+    if (members.empty() || !std::all_of(members.begin(), members.end(),
+                                        [&](const Security* s) { return market_.is_listed(*s, date); })) {
+      continue;
+    }
+    const double moved = late->plates[i].last / early->plates[i].last;
+    EXPECT_NEAR(moved, late->plates[i].mc / early->plates[i].mc, 0.011 / early->plates[i].last)
+        << early->plates[i].security->code;
+    ++checked;
+  }
+  EXPECT_GT(checked, 10);
+}
+
+TEST_P(Agreement, anIndexMovesWithItsMembers) {
+  for (const Instant time : trading_instants()) {
+    const auto board = market_.board(time);
+    double sum = 0;
+    double weight = 0;
+    for (const Quote& row : board->stocks) {
+      if (row.security->code[1] == 'h' && row.status == Status::trading) {
+        sum += row.change;
+        ++weight;
+      }
+    }
+    EXPECT_NEAR(board->indices[0].change, sum / weight, 1.2) << at(*board->indices[0].security, time);
+  }
+}
+
+TEST_P(Agreement, derivedFiguresFollowFromTheOthers) {
+  for (const Instant time : instants_of_all_kinds()) {
+    const auto board = market_.board(time);
+    for (const Quote& q : board->stocks) {
+      EXPECT_NEAR(q.diff, q.last - q.preclose, 1e-9) << at(*q.security, time);
+      EXPECT_NEAR(q.change, q.diff * 100 / q.preclose, 0.0051) << at(*q.security, time);
+      EXPECT_NEAR(q.tr, static_cast<double>(q.vol) * 100 / static_cast<double>(q.shares), 0.0051)
+          << at(*q.security, time);
+      EXPECT_NEAR(q.amp, (q.high - q.low) * 100 / q.preclose, 0.0051) << at(*q.security, time);
+      EXPECT_NEAR(q.mc, static_cast<double>(q.tso) * q.last, 1 + q.mc * 1e-12) << at(*q.security, time);
+      EXPECT_NEAR(q.cmc, static_cast<double>(q.shares) * q.last, 1 + q.cmc * 1e-12) << at(*q.security, time);
+      double bids = 0;
+      double asks = 0;
+      for (std::size_t level = 0; level < 5; ++level) {
+        bids += q.bids[level].volume;
+        asks += q.asks[level].volume;
+      }
+      EXPECT_NEAR(q.cr, bids + asks > 0 ? (bids - asks) * 100 / (bids + asks) : 0, 0.0051)
+          << at(*q.security, time);
+    }
+  }
+}
+
+TEST_P(Agreement, theFiveMinuteChangeComparesWithTheLine) {
+  const Instant time = instant_of(20261120, 10, 20, 0);
+  for (const Security* stock : some_stocks(market_, time)) {
+    const Quote quote = market_.quote(*stock, time);
+    const MinuteLine line = market_.minute_line(*stock, 20261120, time);
+    if (line.points.empty()) {
+      EXPECT_EQ(quote.five_change, 0);
+      continue;
+    }
+    const double ago = line.points[line.points.size() - 6].last;
+    EXPECT_NEAR(quote.five_change, (quote.last - ago) * 100 / ago, 0.0051) << at(*stock, time);
+  }
+}
+
+TEST_P(Agreement, outsideTradingTheLastCloseStands) {
+  const auto close = market_.board(instant_of(20261120, 15, 0, 0));
+  for (const Instant time :
+       {instant_of(20261120, 15, 0, 1), instant_of(20261120, 23, 59, 59), instant_of(20261121, 10, 0, 0),
+        instant_of(20261122, 14, 0, 0), instant_of(20261123, 9, 14, 59)}) {
+    const auto board = market_.board(time);
+    EXPECT_EQ(board->stocks, close->stocks);
+    EXPECT_EQ(board->indices, close->indices);
+    EXPECT_EQ(board->plates, close->plates);
+  }
+  EXPECT_EQ(market_.board(instant_of(20261123, 9, 15, 0))->date, 20261123u);
+}
+
+TEST_P(Agreement, nothingMovesAtLunch) {
+  const auto noon = market_.board(instant_of(20261120, 11, 30, 0));
+  EXPECT_EQ(market_.board(instant_of(20261120, 12, 59, 59))->stocks, noon->stocks);
+  EXPECT_EQ(market_.board(instant_of(20261120, 12, 0, 0))->indices, noon->indices);
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, Agreement, testing::Values(1, 20261121));
+
+}  // namespace
+}  // namespace market_server::model
