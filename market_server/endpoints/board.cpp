@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
 
 namespace market_server::endpoints {
 namespace {
@@ -57,17 +58,30 @@ const Column& FindColumn(std::string_view name, bool plates) {
   return *fallback;
 }
 
-/// Sorts (key, row) pairs, so that each key is made once; equal keys keep the order of codes in both
-/// directions.
+/// Each key is made once, and only the rows up to `last` are put in order. Equal keys keep the order of codes
+/// in both directions.
 template <class Key, class Get>
-void SortBy(Rows& rows, bool ascending, Get&& get) {
-  std::vector<std::pair<Key, const Quote*>> pairs;
-  pairs.reserve(rows.size());
-  for (const Quote* row : rows) pairs.emplace_back(get(*row), row);
-  std::stable_sort(pairs.begin(), pairs.end(), [ascending](const auto& a, const auto& b) {
-    return ascending ? a.first < b.first : b.first < a.first;
-  });
-  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = pairs[i].second;
+Rows OrderBy(const Rows& rows, bool ascending, Get&& get, std::size_t first, std::size_t last) {
+  struct Entry {
+    Key key;
+    std::uint32_t row;
+  };
+  std::vector<Entry> entries;
+  entries.reserve(rows.size());
+  for (const Quote* row : rows) entries.push_back({get(*row), static_cast<std::uint32_t>(entries.size())});
+  const auto before = [ascending](const Entry& a, const Entry& b) {
+    if (a.key < b.key) return ascending;
+    if (b.key < a.key) return !ascending;
+    return a.row < b.row;
+  };
+  const auto end = entries.begin() + static_cast<std::ptrdiff_t>(last);
+  std::partial_sort(entries.begin(), end, entries.end(), before);
+  Rows ordered;
+  ordered.reserve(last - first);
+  for (auto entry = entries.begin() + static_cast<std::ptrdiff_t>(first); entry != end; ++entry) {
+    ordered.push_back(rows[entry->row]);
+  }
+  return ordered;
 }
 
 }  // namespace
@@ -102,22 +116,18 @@ Rows PlatesOf(const model::BoardQuotes& board, std::string_view plate_type) {
   return rows;
 }
 
-void Sort(Rows& rows, std::string_view column_name, std::string_view direction) {
-  if (rows.empty()) return;
-  const Column& column = FindColumn(column_name, rows.front()->security->kind == model::Kind::plate);
-  const bool ascending = direction == "asc";
-  if (column.text != nullptr) {
-    SortBy<std::string_view>(rows, ascending, column.text);
-  } else {
-    SortBy<double>(rows, ascending, column.number);
-  }
-}
-
-Rows Page(const Rows& rows, std::int64_t start, std::int64_t end) {
+Rows Page(const Rows& rows, std::string_view column_name, std::string_view direction, std::int64_t start,
+          std::int64_t end) {
+  if (rows.empty()) return {};
   const auto size = static_cast<std::int64_t>(rows.size());
   const std::int64_t first = std::clamp<std::int64_t>(start, 0, size);
   const std::int64_t last = end < 0 ? size : std::clamp<std::int64_t>(end, first, size);
-  return {rows.begin() + first, rows.begin() + last};
+  const Column& column = FindColumn(column_name, rows.front()->security->kind == model::Kind::plate);
+  const bool ascending = direction == "asc";
+  const auto from = static_cast<std::size_t>(first);
+  const auto to = static_cast<std::size_t>(last);
+  return column.text != nullptr ? OrderBy<std::string_view>(rows, ascending, column.text, from, to)
+                                : OrderBy<double>(rows, ascending, column.number, from, to);
 }
 
 }  // namespace market_server::endpoints

@@ -19,11 +19,10 @@ using Rows = std::vector<const model::Quote*>;
 /// The rows of plates of a kind: "hy", "gn", empty: both.
 [[nodiscard]] Rows PlatesOf(const model::BoardQuotes& board, std::string_view plate_type);
 
-/// Orders rows by the column of that name, "asc" or (anything else) descending. Rows that are equal in it
-/// stay in the order of their codes. A column that the rows do not have orders them by "change".
-void Sort(Rows& rows, std::string_view column, std::string_view direction);
-
-/// The rows from `start` up to and without `end`; a negative end is the end of the list.
-[[nodiscard]] Rows Page(const Rows& rows, std::int64_t start, std::int64_t end);
+/// The rows from `start` up to and without `end` (negative: the end of the list) when they are ordered by the
+/// column of that name, "asc" or (anything else) descending. Rows that are equal in it stay in the order of
+/// their codes. A column that the rows do not have orders them by "change".
+[[nodiscard]] Rows Page(const Rows& rows, std::string_view column, std::string_view direction,
+                        std::int64_t start = 0, std::int64_t end = -1);
 
 }  // namespace market_server::endpoints

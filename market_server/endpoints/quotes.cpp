@@ -92,6 +92,10 @@ void NameRow(JsonWriter& json, const Quote& q) {
   json.EndObject();
 }
 
+Rows PageAskedFor(const Call& call, const Rows& rows) {
+  return Page(rows, call.Text("sort_key"), call.Text("sort_type"), call.Number("start"), call.Number("end"));
+}
+
 template <class Write>
 void DataRows(JsonWriter& json, const Rows& rows, Write&& write) {
   json.Key("data");
@@ -129,30 +133,24 @@ void StockDetailList(const Call& call, JsonWriter& json) {
 
 void StockPage(const Call& call, JsonWriter& json) {
   const auto board = call.market.board(call.instant);
-  Rows rows = StocksOf(*board, call.Text("stock_type"));
-  Sort(rows, call.Text("sort_key"), call.Text("sort_type"));
-  DataRows(json, Page(rows, call.Number("start"), call.Number("end")), StockRow);
+  DataRows(json, PageAskedFor(call, StocksOf(*board, call.Text("stock_type"))), StockRow);
 }
 
 void StockPriceList(const Call& call, JsonWriter& json) {
   const auto board = call.market.board(call.instant);
-  Rows rows = StocksOf(*board, call.Text("stock_type"));
-  Sort(rows, call.Text("sort_key"), call.Text("sort_type"));
-  DataRows(json, rows, NameRow);
+  const Rows rows = StocksOf(*board, call.Text("stock_type"));
+  DataRows(json, Page(rows, call.Text("sort_key"), call.Text("sort_type")), NameRow);
 }
 
 void PlatePage(const Call& call, JsonWriter& json) {
   const auto board = call.market.board(call.instant);
-  Rows rows = PlatesOf(*board, call.Text("bk_type"));
-  Sort(rows, call.Text("sort_key"), call.Text("sort_type"));
-  DataRows(json, Page(rows, call.Number("start"), call.Number("end")), PlateRow);
+  DataRows(json, PageAskedFor(call, PlatesOf(*board, call.Text("bk_type"))), PlateRow);
 }
 
 void PlatePriceList(const Call& call, JsonWriter& json) {
   const auto board = call.market.board(call.instant);
-  Rows rows = PlatesOf(*board, call.Text("bk_type"));
-  Sort(rows, call.Text("sort_key"), call.Text("sort_type"));
-  DataRows(json, rows, NameRow);
+  const Rows rows = PlatesOf(*board, call.Text("bk_type"));
+  DataRows(json, Page(rows, call.Text("sort_key"), call.Text("sort_type")), NameRow);
 }
 
 void PlateStocks(const Call& call, JsonWriter& json) {
@@ -164,9 +162,8 @@ void PlateStocks(const Call& call, JsonWriter& json) {
   for (const Quote& quote : board->stocks) {
     if (std::find(members.begin(), members.end(), quote.security) != members.end()) rows.push_back(&quote);
   }
-  Sort(rows, call.Text("sort_key"), call.Text("sort_type"));
   json.Member("total_num", rows.size());
-  DataRows(json, Page(rows, call.Number("start"), call.Number("end")), [](JsonWriter& out, const Quote& q) {
+  DataRows(json, PageAskedFor(call, rows), [](JsonWriter& out, const Quote& q) {
     out.BeginObject();
     out.Member("code", q.security->code);
     out.Member("name", q.security->name);

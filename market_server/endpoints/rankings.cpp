@@ -1,4 +1,6 @@
 // Rankings: the first rows of a board by one column, in short form.
+#include <algorithm>
+
 #include "endpoints/board.h"
 #include "endpoints/endpoints.h"
 
@@ -20,43 +22,42 @@ void StockRow(JsonWriter& json, const Quote& q, double change) {
   json.EndObject();
 }
 
-/// "num" rows; a negative number is none.
-Rows First(const Rows& rows, std::int64_t count) {
-  return Page(rows, 0, count < 0 ? 0 : count);
+/// The "num" first rows; a negative number is none.
+Rows First(const Call& call, const Rows& rows) {
+  return Page(rows, call.Text("sort_key"), call.Text("sort_type"), 0,
+              std::max<std::int64_t>(0, call.Number("num")));
 }
 
 }  // namespace
 
 void StockRank(const Call& call, JsonWriter& json) {
   const auto board = call.market.board(call.instant);
-  Rows rows = StocksOf(*board, call.Text("stock_type"));
-  Sort(rows, call.Text("sort_key"), call.Text("sort_type"));
+  const Rows rows = StocksOf(*board, call.Text("stock_type"));
   json.Key("data");
   json.BeginArray();
-  for (const Quote* row : First(rows, call.Number("num"))) StockRow(json, *row, row->change);
+  for (const Quote* row : First(call, rows)) StockRow(json, *row, row->change);
   json.EndArray();
 }
 
 void StockFiveChange(const Call& call, JsonWriter& json) {
   const auto board = call.market.board(call.instant);
-  Rows rows = StocksOf(*board, call.Text("stock_type"));
+  const Rows rows = StocksOf(*board, call.Text("stock_type"));
   // In this list "change" is that of the last five minutes, as column and as figure.
-  const std::string& column = call.Text("sort_key");
-  Sort(rows, column == "change" ? std::string_view("five_change") : std::string_view(column),
-       call.Text("sort_type"));
+  std::string_view column = call.Text("sort_key");
+  if (column.empty() || column == "change") column = "five_change";
   json.Key("data");
   json.BeginArray();
-  for (const Quote* row : First(rows, kFiveChangeRows)) StockRow(json, *row, row->five_change);
+  for (const Quote* row : Page(rows, column, call.Text("sort_type"), 0, kFiveChangeRows))
+    StockRow(json, *row, row->five_change);
   json.EndArray();
 }
 
 void PlateRank(const Call& call, JsonWriter& json) {
   const auto board = call.market.board(call.instant);
-  Rows rows = PlatesOf(*board, call.Text("bk_type"));
-  Sort(rows, call.Text("sort_key"), call.Text("sort_type"));
+  const Rows rows = PlatesOf(*board, call.Text("bk_type"));
   json.Key("data");
   json.BeginArray();
-  for (const Quote* row : First(rows, call.Number("num"))) {
+  for (const Quote* row : First(call, rows)) {
     json.BeginObject();
     json.Member("bk", row->security->code);
     json.Member("name", row->security->name);

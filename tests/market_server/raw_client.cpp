@@ -106,22 +106,22 @@ std::string RawClient::ReadAll(std::chrono::milliseconds quiet, std::size_t most
 }
 
 RawAnswer RawClient::ReadAnswer(std::chrono::milliseconds quiet) {
-  while (true) {
-    RawAnswer answer = ParseAnswer(received_);
-    const bool no_body = answer.status == 204 || answer.status == 304;
-    if (answer.complete || (no_body && !answer.status_line.empty())) {
-      std::size_t length = 0;
-      const std::string announced = answer.Field("Content-Length");
-      std::from_chars(announced.data(), announced.data() + announced.size(), length);
-      received_ = answer.body.substr(length);
-      answer.body.resize(length);
-      return answer;
-    }
-    if (!ReadSome(quiet)) {
-      received_.clear();
-      return answer;
-    }
+  static constexpr std::string_view kHeadEnd = "\r\n\r\n";
+  std::size_t head = received_.find(kHeadEnd);
+  while (head == std::string::npos) {
+    if (!ReadSome(quiet)) return ParseAnswer(std::exchange(received_, {}));
+    head = received_.find(kHeadEnd);
   }
+  const RawAnswer begun = ParseAnswer(std::string_view(received_).substr(0, head + kHeadEnd.size()));
+  const std::string announced = begun.Field("Content-Length");
+  std::size_t length = 0;
+  std::from_chars(announced.data(), announced.data() + announced.size(), length);
+  const std::size_t end = head + kHeadEnd.size() + length;
+  while (received_.size() < end && ReadSome(quiet)) {
+  }
+  RawAnswer answer = ParseAnswer(std::string_view(received_).substr(0, end));
+  received_.erase(0, end);
+  return answer;
 }
 
 RawAnswer RawClient::Get(const std::string& target) {
