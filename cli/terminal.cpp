@@ -40,14 +40,17 @@ void GiveBack() {
   }
 }
 
-// Gives the screen back and the crash to whoever handled it before: on return the faulting instruction runs
-// again.
-void OnCrash(int number) {
+// Gives the screen back, and the crash to whoever handled it before.
+void OnCrash(int number, siginfo_t* info, void*) {
   GiveBack();
   for (std::size_t i = 0; i < kCrashes.size(); ++i) {
     if (kCrashes[i] == number) {
       sigaction(number, &taken.actions[i], nullptr);
     }
+  }
+  // On return a faulting instruction runs again; what another process or abort() sent has to be sent again.
+  if (info->si_code <= 0) {
+    raise(number);
   }
 }
 
@@ -55,7 +58,8 @@ void OnCrash(int number) {
 
 Terminal::Terminal(int in, int out) : in_(in), out_(out) {
   struct sigaction action {};
-  action.sa_handler = &OnCrash;
+  action.sa_sigaction = &OnCrash;
+  action.sa_flags = SA_SIGINFO;
   for (std::size_t i = 0; i < kCrashes.size(); ++i) {
     sigaction(kCrashes[i], &action, &taken.actions[i]);
   }
