@@ -153,6 +153,13 @@ HttpAnswer Exchange::Outcome(CURLcode code) {
     return FailedAnswer(HttpError::kIncomplete, trouble_);
   }
   if (code != CURLE_OK) {
+    // The library has one code for a connection that broke and for chunks that are none; only the first comes
+    // from the system.
+    long system_error = 0;
+    curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &system_error);
+    if (code == CURLE_RECV_ERROR && chunked_ && system_error == 0) {
+      return FailedAnswer(HttpError::kIncomplete, "the chunks of the answer are damaged");
+    }
     return FailedAnswer(ErrorOf(code), curl_easy_strerror(code));
   }
   curl_off_t length = -1;
