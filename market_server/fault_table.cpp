@@ -207,7 +207,7 @@ void TwoMembers(Exchange& ex, const FaultCall&) {
 }
 
 void OldAnswer(Exchange& ex, const FaultCall& call) {
-  if (call.ordinal % 2 == 1) ex.instant -= call.number;
+  if (call.ordinal % 2 == 1) ex.data_offset -= std::clamp(call.number, -3e8, 3e8);
 }
 
 void Reorder(Exchange& ex, const FaultCall& call) {
@@ -222,7 +222,7 @@ const std::vector<FaultSpec>& Table() {
   // clang-format off
   static const auto& table = *new std::vector<FaultSpec>{
     // Connections, whatever is asked for on them.
-    {"refuse", "connect", P::kConnect, kNone, "", "", "nobody listens: connections are refused", nullptr},
+    {"refuse", "connect", P::kConnect, kNone, "", "", "nobody listens: connections are refused, open ones end with their next request", nullptr},
     {"reset_on_connect", "connect", P::kConnect, kNone, "", "", "a connection is reset as soon as it stands", nullptr},
     {"close_on_connect", "connect", P::kConnect, kNone, "", "", "a connection is closed as soon as it stands", nullptr},
     {"silence_on_connect", "connect", P::kConnect, kNone, "", "", "a connection stands and nothing is ever read from it", nullptr},
@@ -230,7 +230,7 @@ const std::vector<FaultSpec>& Table() {
     // The server's idea of the time.
     {"clock_wrong", "clock", P::kRequest, kNumber, "3600", "seconds (3600)", "the server's clock is that far ahead (behind, if negative): Date, data and the check of signing times",
      [](Exchange& ex, const FaultCall& call) { ex.instant += std::clamp(call.number, -3e8, 3e8); }},
-    {"old_answer", "clock", P::kRequest, kNumber, "60", "seconds (60)", "every other answer is that many seconds older than the one before",
+    {"old_answer", "clock", P::kRequest, kNumber, "60", "seconds (60)", "every other answer has the figures of that many seconds ago",
      OldAnswer},
     {"date_wrong", "clock", P::kRequest, kNumber, "3600", "seconds (3600)", "only the Date header is that far ahead (behind, if negative)",
      [](Exchange& ex, const FaultCall& call) { ex.date_offset += std::clamp(call.number, -3e8, 3e8); }},

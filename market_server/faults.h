@@ -24,6 +24,7 @@ namespace market_server {
 struct Exchange {
   http::Request request;
   double instant = 0;      ///< server time for which it is answered
+  double data_offset = 0;  ///< added for the figures alone
   double date_offset = 0;  ///< added to the Date header alone
   Answer answer;
   // The head, made from the answer.

@@ -30,6 +30,10 @@ http::Welcome Service::OnConnect() {
 }
 
 http::Delivery Service::Handle(const http::Request& request) {
+  if (rules_.refusing()) {
+    ++counters_.faults;
+    return {{{http::Step::Kind::kClose, {}, 1, {}}}, false};
+  }
   const auto began = std::chrono::steady_clock::now();
   Exchange exchange;
   exchange.request = request;
@@ -37,7 +41,7 @@ http::Delivery Service::Handle(const http::Request& request) {
   const FaultRules::Hits hits = rules_.Choose(request.path);
   hits.Apply(FaultPhase::kRequest, exchange);
   try {
-    exchange.answer = MakeAnswer(exchange.request, exchange.instant);
+    exchange.answer = MakeAnswer(exchange);
   } catch (const std::exception&) {
     exchange.answer = MakeError(Error::kInternal);
   }
@@ -55,7 +59,9 @@ http::Delivery Service::Handle(const http::Request& request) {
   return delivery;
 }
 
-Answer Service::MakeAnswer(const http::Request& request, double instant) {
+Answer Service::MakeAnswer(const Exchange& exchange) {
+  const http::Request& request = exchange.request;
+  const model::Instant instant = exchange.instant + exchange.data_offset;
   if (request.method != "GET") {
     Answer answer = MakeError(Error::kMethod);
     answer.status = 405;
@@ -70,7 +76,7 @@ Answer Service::MakeAnswer(const http::Request& request, double instant) {
   const Route* route = FindRoute(request.path);
   if (route == nullptr) return MakeError(Error::kUnknownPath);
   if (signatures_ != nullptr && request.path.starts_with(kApiRoot)) {
-    const Error error = signatures_->Check(request, instant);
+    const Error error = signatures_->Check(request, exchange.instant);
     if (error != Error::kNone) return MakeError(error);
   }
   return AnswerRoute(*route, request.parameters, market_, figures);

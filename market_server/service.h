@@ -31,7 +31,7 @@ class Service : public http::Handler {
   http::Delivery Handle(const http::Request& request) override;
 
  private:
-  [[nodiscard]] Answer MakeAnswer(const http::Request& request, double instant);
+  [[nodiscard]] Answer MakeAnswer(const Exchange& exchange);
 
   const model::Market& market_;
   const ServerClock& clock_;

@@ -104,7 +104,10 @@ const std::map<std::string, Check>& Checks() {
   static const auto& checks = *new std::map<std::string, Check>{
       {"refuse",
        [] {
-         World world("refuse");
+         World world("status:/none");
+         EXPECT_EQ(world.Index().status, 200);
+         world.bench.server().SetFaults({"refuse"});
+         EXPECT_EQ(world.bench.Raw("/x").status, 0) << "the open connection";
          EXPECT_EQ(RawClient(world.bench.server().port()).end(), End::kRefused);
          world.bench.server().SetFaults({});
          EXPECT_EQ(world.Index().status, 200);
@@ -145,6 +148,7 @@ const std::map<std::string, Check>& Checks() {
          const std::string first = world.Body();
          const std::string second = world.Body();
          EXPECT_EQ(first, world.Good());
+         EXPECT_TRUE(second.starts_with("{\"errno\":0,")) << second;
          EXPECT_NE(first, second);
          EXPECT_EQ(world.Body(), first);
        }},
