@@ -360,6 +360,9 @@ TEST_F(IndexQuotesTest, survivesHostServicesThatStopFirst) {
   GetIndexMarket()->Refresh();
   DestroyStockMarket();
   EXPECT_TRUE(view.lists().empty());
+  // What could not be written any more is in the log of the next start.
+  StartHost();
+  ExpectNothingBut(kFailedLine, WaitForWarnings(1));
 }
 
 TEST_F(IndexQuotesTest, runsAgainAfterEverythingWasStopped) {
