@@ -192,8 +192,10 @@ std::string SendableUrl(std::string_view url) {
   std::string scheme = parsed.Part(CURLUPART_SCHEME);
   LowerAscii(scheme);
   const std::string host = parsed.Part(CURLUPART_HOST);
+  const std::size_t authority = encoded.find("://");
   if (!parsed.good() || (scheme != "http" && scheme != "https") || host.empty() ||
-      host.find('%') != std::string::npos || encoded.find("://") == std::string::npos ||
+      host.find('%') != std::string::npos || authority == std::string::npos ||
+      encoded.compare(authority, 4, ":///") == 0 ||  // the library would take the path for the host
       !parsed.Part(CURLUPART_USER).empty() || !parsed.Part(CURLUPART_PASSWORD).empty()) {
     return {};
   }

@@ -1,0 +1,322 @@
+// Starting and stopping: nothing is lost, nothing comes twice, nothing hangs, whatever is under way.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "answers.h"
+#include "host/host.h"
+#include "loopback_server.h"
+#include "running_host.h"
+#include "stock_host.h"
+
+namespace {
+
+using host_test::Answering;
+using host_test::Answers;
+using host_test::LoopbackServer;
+using host_test::RunningHost;
+using host_test::SettingsIn;
+using host_test::TemporaryDirectory;
+
+constexpr int kLimit = 30;
+
+std::size_t ThreadsOfThisProcess() {
+  const auto all = std::filesystem::directory_iterator("/proc/self/task");
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+std::size_t OpenFilesOfThisProcess() {
+  const auto all = std::filesystem::directory_iterator("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+LoopbackServer::Handler Silent() {
+  return [](LoopbackServer::Connection& connection) { connection.WaitForClose(); };
+}
+
+TEST(Lifetime, hundredStartsAndStopsLeaveNoThreadAndNoFileBehind) {
+  const TemporaryDirectory directory;
+  LoopbackServer server(Answering("well"));
+  std::size_t threads = 0;
+  std::size_t files = 0;
+  for (int i = 0; i < 100; ++i) {
+    std::string error;
+    ASSERT_TRUE(stock_host::Start(SettingsIn(directory), error)) << error;
+    Answers answers;
+    GetAsyn(server.WideUrl(), answers.Callback(), {}, kLimit);
+    // With the request finished in some rounds and under way in others.
+    if (i % 2 == 0) {
+      EXPECT_TRUE(answers.Wait());
+    }
+    stock_host::Stop();
+    ASSERT_EQ(answers.Given().size(), 1U) << "round " << i;
+    if (i == 9) {
+      threads = ThreadsOfThisProcess();
+      files = OpenFilesOfThisProcess();
+    }
+  }
+  // The server on the other side of the loopback has threads of its own, one for each connection it still
+  // has.
+  EXPECT_LE(ThreadsOfThisProcess(), threads + 3);
+  EXPECT_LE(OpenFilesOfThisProcess(), files + 6);
+}
+
+TEST(Lifetime, requestsUnderWayFailAtTheStopEachOnce) {
+  LoopbackServer silent(Silent());
+  Answers answers;
+  {
+    const RunningHost host;
+    for (int i = 0; i < 100; ++i) {
+      GetAsyn(silent.WideUrl(), answers.Callback(), {}, kLimit);
+    }
+  }
+  // No wait: they have come before the stop has returned.
+  const auto given = answers.Given();
+  ASSERT_EQ(given.size(), 100U);
+  for (const auto& one : given) {
+    EXPECT_FALSE(one.ok);
+    EXPECT_EQ(one.body, std::nullopt);
+  }
+  EXPECT_EQ(stock_host::ReadCounters().failures.stopped, 100U);
+  EXPECT_EQ(stock_host::ReadCounters().under_way, 0U);
+}
+
+TEST(Lifetime, waitingCallersComeBackAtTheStop) {
+  LoopbackServer silent(Silent());
+  std::vector<std::thread> callers;
+  std::atomic<int> failed{0};
+  {
+    const RunningHost host;
+    for (int i = 0; i < 10; ++i) {
+      callers.emplace_back([&] {
+        std::string body;
+        failed += GetSync(silent.WideUrl(), body, {}, kLimit) ? 0 : 1;
+      });
+    }
+    while (stock_host::ReadCounters().under_way < 10) {
+      std::this_thread::yield();
+    }
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+  EXPECT_EQ(failed, 10);
+}
+
+TEST(Lifetime, callbackThatAsksAgainDuringTheStopIsAnsweredWithAFailure) {
+  LoopbackServer silent(Silent());
+  Answers outer;
+  Answers inner;
+  std::atomic<int> inner_ok{0};
+  const AsynCallback collect = outer.Callback();
+  {
+    const RunningHost host;
+    for (int i = 0; i < 10; ++i) {
+      GetAsyn(
+          silent.WideUrl(),
+          [&](bool ok, const char* body, std::size_t length) {
+            std::string text;
+            inner_ok += GetSync(silent.WideUrl(), text, {}, kLimit) ? 1 : 0;
+            GetAsyn(silent.WideUrl(), inner.Callback(), {}, kLimit);
+            collect(ok, body, length);
+          },
+          {}, kLimit);
+    }
+  }
+  EXPECT_EQ(outer.Given().size(), 10U);
+  ASSERT_TRUE(inner.Wait(10));
+  EXPECT_EQ(inner_ok, 0);
+  for (const auto& one : inner.Given()) {
+    EXPECT_FALSE(one.ok);
+  }
+}
+
+TEST(Lifetime, tasksUnderWayAndQueuedRunBeforeTheStopReturns) {
+  std::atomic<int> done{0};
+  {
+    const RunningHost host;
+    for (int i = 0; i < 200; ++i) {
+      base::TaskManagerInstance()->AddTask([&] { ++done; });
+    }
+  }
+  EXPECT_EQ(done, 200);
+}
+
+TEST(Lifetime, taskThatWaitsForAnAnswerDoesNotHoldUpTheStop) {
+  LoopbackServer silent(Silent());
+  std::atomic<int> failed{0};
+  {
+    const RunningHost host;
+    for (int i = 0; i < 8; ++i) {
+      base::TaskManagerInstance()->AddTask([&] {
+        std::string body;
+        failed += GetSync(silent.WideUrl(), body, {}, kLimit) ? 0 : 1;
+      });
+    }
+  }
+  EXPECT_EQ(failed, 8);
+}
+
+TEST(Lifetime, everythingIsSafeBeforeTheFirstStart) {
+  Answers answers;
+  GetAsyn(L"http://127.0.0.1:1/", answers.Callback(), {}, kLimit);
+  ASSERT_TRUE(answers.Wait());
+  EXPECT_FALSE(answers.Given()[0].ok);
+  EXPECT_NE(answers.Given()[0].thread, std::this_thread::get_id());
+  std::string text = "before";
+  EXPECT_FALSE(GetSync(L"http://127.0.0.1:1/", text, {}, kLimit));
+  EXPECT_EQ(text, "");
+  EXPECT_FALSE(DownloadFileSyncWithRetry(L"http://127.0.0.1:1/", L"/tmp/host_test.none", 3, 1));
+  EXPECT_EQ(pattern::CSingleton<UrlHelper>::GetInstance()->GetSigniture(L"/pc/rt/stock_trade", {}), L"");
+  EXPECT_EQ(pattern::CSingleton<UrlHelper>::GetInstance()->StaticRoot(), L"");
+  EXPECT_GT(common::GetCurrentServerTime(), 1700000000);
+  WriteProgramLogString(0xffffffffU, L"before the start");
+  EXPECT_TRUE(stock_host::WatchList().empty());
+  EXPECT_FALSE(stock_host::AddToWatchList(L"sh600000", text));
+  stock_host::Stop();
+}
+
+TEST(Lifetime, tasksOfTheTimeWithoutServicesRunAtTheStart) {
+  Answers answers;
+  const AsynCallback collect = answers.Callback();
+  const std::uint32_t number = base::TaskManagerInstance()->AddTask([&] { collect(true, "", 0); });
+  EXPECT_GT(number, 0U);
+  EXPECT_TRUE(answers.Given().empty());
+  const RunningHost host;
+  EXPECT_TRUE(answers.Wait());
+}
+
+TEST(Lifetime, servicesThatRunCannotBeStartedTwice) {
+  const RunningHost host;
+  const TemporaryDirectory directory;
+  std::string error;
+  EXPECT_FALSE(stock_host::Start(SettingsIn(directory), error));
+  EXPECT_EQ(error, "the host services run already");
+  LoopbackServer server(Answering("well"));
+  std::string body;
+  EXPECT_TRUE(GetSync(server.WideUrl(), body, {}, kLimit));
+}
+
+TEST(Lifetime, servicesCanBeStoppedByManyThreadsAtOnce) {
+  const TemporaryDirectory directory;
+  std::string error;
+  ASSERT_TRUE(stock_host::Start(SettingsIn(directory), error)) << error;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([] { stock_host::Stop(); });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_TRUE(stock_host::Start(SettingsIn(directory), error)) << error;
+  stock_host::Stop();
+}
+
+TEST(Lifetime, stopFromInsideACallbackIsRefused) {
+  const RunningHost host;
+  LoopbackServer server(Answering("well"));
+  Answers answers;
+  const AsynCallback collect = answers.Callback();
+  std::string error;
+  bool started = true;
+  GetAsyn(
+      server.WideUrl(),
+      [&](bool ok, const char* body, std::size_t length) {
+        stock_host::Stop();
+        started = stock_host::Start({}, error);
+        collect(ok, body, length);
+      },
+      {}, kLimit);
+  ASSERT_TRUE(answers.Wait());
+  EXPECT_FALSE(started);
+  EXPECT_EQ(error, "the host services cannot be started from one of their own threads");
+  std::string body;
+  EXPECT_TRUE(GetSync(server.WideUrl(), body, {}, kLimit)) << "the services were stopped";
+}
+
+TEST(Lifetime, startSendsNothing) {
+  LoopbackServer server(Answering("well"));
+  stock_host::Settings settings;
+  settings.api_root = server.Url("");
+  settings.key_id = "id";
+  settings.key = "secret";
+  { const RunningHost host(settings); }
+  EXPECT_EQ(server.connections(), 0);
+}
+
+TEST(Lifetime, startRefusesWhatCannotWork) {
+  const TemporaryDirectory directory;
+  host_test::WriteFile(directory.Path("file"), "");
+  struct Case {
+    const char* name;
+    void (*spoil)(stock_host::Settings&, const TemporaryDirectory&);
+  };
+  const std::vector<Case> cases{
+      {"address", [](auto& settings, const auto&) { settings.api_root = "not an address"; }},
+      {"scheme", [](auto& settings, const auto&) { settings.api_root = "ftp://127.0.0.1"; }},
+      {"query", [](auto& settings, const auto&) { settings.api_root = "http://127.0.0.1/?a=b"; }},
+      {"static root", [](auto& settings, const auto&) { settings.static_root = "file:///etc/"; }},
+      {"history root", [](auto& settings, const auto&) { settings.history_root = "x"; }},
+      {"key without id", [](auto& settings, const auto&) { settings.key = "secret"; }},
+      {"id without key", [](auto& settings, const auto&) { settings.key_id = "id"; }},
+      {"wrong id",
+       [](auto& settings, const auto&) {
+         settings.key_id = "a b";
+         settings.key = "secret";
+       }},
+      {"level", [](auto& settings, const auto&) { settings.log_level = "loud"; }},
+      {"certificates", [](auto& settings, const auto& place) { settings.ca_file = place.Path("none.pem"); }},
+      {"data directory",
+       [](auto& settings, const auto& place) { settings.data_directory = place.Path("file/data"); }},
+      {"log directory",
+       [](auto& settings, const auto& place) { settings.log_directory = place.Path("file/log"); }},
+      {"configuration directory",
+       [](auto& settings, const auto& place) { settings.config_directory = place.Path("file/config"); }},
+  };
+  for (const Case& one : cases) {
+    stock_host::Settings settings = SettingsIn(directory);
+    one.spoil(settings, directory);
+    const std::size_t threads = ThreadsOfThisProcess();
+    std::string error;
+    EXPECT_FALSE(stock_host::Start(settings, error)) << one.name;
+    EXPECT_FALSE(error.empty()) << one.name;
+    EXPECT_EQ(error.find("secret"), std::string::npos) << one.name;
+    EXPECT_LE(ThreadsOfThisProcess(), threads) << one.name;
+  }
+  std::string error;
+  EXPECT_TRUE(stock_host::Start(SettingsIn(directory), error)) << error;
+  EXPECT_EQ(error, "");
+  stock_host::Stop();
+}
+
+// The process may end while everything runs: exit() must neither crash nor hang.
+TEST(LifetimeDeathTest, exitWithServicesRunningEndsWell) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(
+      {
+        const TemporaryDirectory directory;
+        std::string error;
+        static LoopbackServer* const silent = new LoopbackServer(Silent());
+        static Answers* const answers = new Answers;
+        if (!stock_host::Start(SettingsIn(directory), error)) {
+          std::_Exit(9);
+        }
+        for (int i = 0; i < 10; ++i) {
+          GetAsyn(silent->WideUrl(), answers->Callback(), {}, kLimit);
+          base::TaskManagerInstance()->AddTask([] {
+            std::string body;
+            (void)GetSync(silent->WideUrl(), body, {}, kLimit);
+          });
+        }
+        std::exit(7);
+      },
+      testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
