@@ -1,0 +1,152 @@
+// The model of the server's clock, with a clock that the test moves. Over the wire: server_clock_test.cpp.
+#include "clock.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using stock_host::ParseSpeed;
+using stock_host::ServerClockModel;
+
+constexpr std::int64_t kStart = 1710466200;
+
+class ServerClock : public testing::Test {
+ protected:
+  ServerClock() { clock_.Reset(static_cast<double>(kStart), now_); }
+  [[nodiscard]] std::int64_t Now() { return clock_.Now(now_); }
+  bool Learn(std::int64_t date, double speed = 1) { return clock_.Learn(date, speed, now_); }
+
+  std::chrono::steady_clock::time_point now_{std::chrono::hours(1000)};
+  ServerClockModel clock_;
+};
+
+TEST_F(ServerClock, runsFromTheMachinesTimeAtFirst) {
+  EXPECT_EQ(Now(), kStart);
+  now_ += seconds(90);
+  EXPECT_EQ(Now(), kStart + 90);
+}
+
+TEST_F(ServerClock, firstSampleSetsIt) {
+  EXPECT_TRUE(Learn(kStart - 86400));
+  EXPECT_EQ(Now(), kStart - 86400);
+  now_ += seconds(10);
+  EXPECT_EQ(Now(), kStart - 86400 + 10);
+}
+
+TEST_F(ServerClock, laterSamplePullsItBySteps) {
+  (void)Learn(kStart);
+  // Eight seconds ahead: an eighth of it, at most two seconds.
+  EXPECT_TRUE(Learn(kStart + 8));
+  EXPECT_EQ(Now(), kStart + 1);
+}
+
+TEST_F(ServerClock, noSampleWithinTheLimitPullsItFurtherThanTheBound) {
+  (void)Learn(kStart);
+  EXPECT_TRUE(Learn(kStart + 240));
+  EXPECT_EQ(Now(), kStart + 2);
+}
+
+TEST_F(ServerClock, manySamplesBringItThere) {
+  (void)Learn(kStart);
+  for (int i = 0; i < 300; ++i) {
+    EXPECT_TRUE(Learn(kStart + 100));
+  }
+  EXPECT_NEAR(static_cast<double>(Now()), static_cast<double>(kStart + 100), 1);
+}
+
+TEST_F(ServerClock, neverGoesBackWhileItIsPulledBack) {
+  (void)Learn(kStart);
+  std::int64_t before = Now();
+  for (int i = 0; i < 500; ++i) {
+    now_ += milliseconds(100);
+    (void)Learn(kStart - 200);
+    const std::int64_t now = Now();
+    EXPECT_GE(now, before);
+    before = now;
+  }
+}
+
+TEST_F(ServerClock, oneSampleFarOffIsNotBelieved) {
+  (void)Learn(kStart);
+  EXPECT_FALSE(Learn(kStart + 10000));
+  EXPECT_EQ(Now(), kStart);
+}
+
+TEST_F(ServerClock, secondSampleThatAgreesWithOneFarOffIsBelieved) {
+  (void)Learn(kStart);
+  EXPECT_FALSE(Learn(kStart - 10000));
+  now_ += seconds(5);
+  EXPECT_TRUE(Learn(kStart - 10000 + 5));
+  EXPECT_EQ(Now(), kStart - 10000 + 5);
+}
+
+TEST_F(ServerClock, samplesFarOffThatDisagreeAreNotBelieved) {
+  (void)Learn(kStart);
+  EXPECT_FALSE(Learn(kStart + 10000));
+  EXPECT_FALSE(Learn(kStart - 10000));
+  EXPECT_FALSE(Learn(kStart + 20000));
+  EXPECT_EQ(Now(), kStart);
+}
+
+TEST_F(ServerClock, goodSampleBetweenForgetsTheStrayOne) {
+  (void)Learn(kStart);
+  EXPECT_FALSE(Learn(kStart + 10000));
+  EXPECT_TRUE(Learn(kStart));
+  EXPECT_FALSE(Learn(kStart + 10000));
+  EXPECT_EQ(Now(), kStart);
+}
+
+TEST_F(ServerClock, impossibleDateIsLeftOut) {
+  for (const std::int64_t date : {std::int64_t{-1}, std::int64_t{0}, std::int64_t{631151999},
+                                  std::int64_t{4102444801}, std::int64_t{1} << 62}) {
+    EXPECT_FALSE(Learn(date)) << date;
+  }
+  EXPECT_EQ(Now(), kStart);
+}
+
+TEST_F(ServerClock, runsAtTheSpeedThatItIsTold) {
+  EXPECT_TRUE(Learn(kStart, 60));
+  EXPECT_EQ(clock_.Speed(), 60);
+  now_ += seconds(10);
+  EXPECT_EQ(Now(), kStart + 600);
+}
+
+TEST_F(ServerClock, anotherSpeedStartsItAnew) {
+  (void)Learn(kStart, 60);
+  now_ += seconds(100);
+  EXPECT_TRUE(Learn(kStart + 50000, 1));
+  EXPECT_EQ(clock_.Speed(), 1);
+  EXPECT_EQ(Now(), kStart + 50000);
+  now_ += seconds(10);
+  EXPECT_EQ(Now(), kStart + 50010);
+}
+
+TEST_F(ServerClock, resetForgetsEverything) {
+  (void)Learn(kStart + 5000, 60);
+  clock_.Reset(static_cast<double>(kStart), now_);
+  EXPECT_EQ(clock_.Speed(), 1);
+  EXPECT_EQ(Now(), kStart);
+}
+
+TEST(ParseSpeed, takesNumbers) {
+  EXPECT_EQ(ParseSpeed("1"), 1);
+  EXPECT_EQ(ParseSpeed("60"), 60);
+  EXPECT_EQ(ParseSpeed("0.5"), 0.5);
+  EXPECT_EQ(ParseSpeed("100000"), 100000);
+  EXPECT_EQ(ParseSpeed("0.001"), 0.001);
+}
+
+TEST(ParseSpeed, refusesEverythingElse) {
+  for (const char* text : {"", "0", "-1", "nan", "inf", "1e3", "0x10", "1 ", " 1", "1x", "100001", "0.0001",
+                           "1,5", "+1", "999999999999999999999999999999999999999999999999999"}) {
+    EXPECT_EQ(ParseSpeed(text), std::nullopt) << text;
+  }
+}
+
+}  // namespace
