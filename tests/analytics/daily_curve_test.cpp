@@ -1,0 +1,197 @@
+// The two curves of a day, breadth and money effect: which days are asked for when, and what becomes of the
+// answer.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "analytics/money_effect_service.h"
+#include "analytics/strength_rating_service.h"
+#include "recording_observer.h"
+#include "scripted_host.h"
+
+namespace {
+
+constexpr std::uint32_t kToday = 20240315;
+constexpr std::uint32_t kYesterday = 20240314;
+
+struct Strength {
+  using Interface = IStrengthRating;
+  using Item = StrengthRatingItem;
+  static Interface* Make() { return analytics::MakeStrengthRating(); }
+  static constexpr const char* kPath = "/pc/rt/stock_min_num";
+  static constexpr const wchar_t* kName = L"StrengthRating::FetchStrengthRating";
+  static constexpr const char* kAnswer =
+      R"({"errno":0,"data":{"list":[{"min":930,"up":2,"down":1,"more":7},{"min":931,"up":3},{"min":"932"}]}})";
+  static std::vector<Item> Expected() { return {{930, 2, 1}, {931, 3, 0}, {0, 0, 0}}; }
+};
+
+struct Effect {
+  using Interface = IMoneyEffect;
+  using Item = MoneyEffectItem;
+  static Interface* Make() { return analytics::MakeMoneyEffect(); }
+  static constexpr const char* kPath = "/pc/rt/stock_min_average";
+  static constexpr const wchar_t* kName = L"MoneyEffect::FetchMoneyEffect";
+  static constexpr const char* kAnswer =
+      R"({"errno":0,"data":{"list":[{"time":930,"average":-0.25},{"time":"931","average":1.5},{}]}})";
+  static std::vector<Item> Expected() { return {{930, -0.25}, {0, 1.5}, {0, 0.0}}; }
+};
+
+template <class Curve>
+class DailyCurve : public ::testing::Test {
+ protected:
+  using Recorder = RecordingObserver<std::vector<typename Curve::Item>>;
+
+  void Show(Recorder& view, std::uint32_t date) {
+    service->Attach(&view);
+    service->SetTarget(&view, date);
+    service->Resume(&view, false);
+  }
+  static Script Asked(const char* date) { return Script(Curve::kPath).With({{"date", date}}).Setting(3); }
+  std::wstring Line(const wchar_t* ending) const { return std::wstring(Curve::kName) + ending; }
+
+  ScriptedHost host;
+  std::unique_ptr<typename Curve::Interface> service{Curve::Make()};
+};
+
+using Curves = ::testing::Types<Strength, Effect>;
+TYPED_TEST_SUITE(DailyCurve, Curves);
+
+TYPED_TEST(DailyCurve, deliversOneRowPerElement) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->service->Refresh();
+  EXPECT_EQ(view.Last(), TypeParam::Expected());
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, deliversAnEmptyList) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(R"({"errno":0,"data":{"list":[]}})")));
+  this->service->Refresh();
+  EXPECT_TRUE(view.Last().empty());
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, asksForAPastDayOnResumeAndNeverPollsIt) {
+  typename TestFixture::Recorder view;
+  this->service->Attach(&view);
+  this->service->SetTarget(&view, kYesterday);
+  this->host.Expect(this->Asked("20240314").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->service->Resume(&view, true);
+  EXPECT_EQ(view.Count(), 1U);
+  this->service->OnTimer();
+  EXPECT_EQ(this->host.RequestCount(), 1U);
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, pollsTodayUnderEitherName) {
+  typename TestFixture::Recorder zero;
+  typename TestFixture::Recorder today;
+  this->Show(zero, 0);
+  this->Show(today, kToday);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->host.Expect(this->Asked("20240315").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->service->OnTimer();
+  EXPECT_EQ(zero.Count(), 1U);
+  EXPECT_EQ(today.Count(), 1U);
+  this->service->Detach(&zero);
+  this->service->Detach(&today);
+}
+
+TYPED_TEST(DailyCurve, keepsTheDateAsItWasSet) {
+  typename TestFixture::Recorder view;
+  this->service->Attach(&view);
+  this->service->SetTarget(&view, kToday);
+  std::uint32_t date = 1;
+  EXPECT_TRUE(this->service->GetTarget(&view, date));
+  EXPECT_EQ(date, kToday);
+  EXPECT_EQ(view.Count(), 0U);
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, tellsActiveObserversOfTheDayOnly) {
+  typename TestFixture::Recorder shown;
+  typename TestFixture::Recorder suspended;
+  typename TestFixture::Recorder other;
+  this->Show(shown, 0);
+  this->service->Attach(&suspended);
+  this->service->SetTarget(&suspended, 0);
+  this->Show(other, kYesterday);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->service->OnTimer();
+  EXPECT_EQ(shown.Count(), 1U);
+  EXPECT_EQ(suspended.Count(), 0U);
+  EXPECT_EQ(other.Count(), 0U);
+  this->service->Detach(&shown);
+  this->service->Detach(&suspended);
+  this->service->Detach(&other);
+}
+
+TYPED_TEST(DailyCurve, servesASecondViewFromTheCache) {
+  typename TestFixture::Recorder first;
+  typename TestFixture::Recorder second;
+  this->Show(first, 0);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->service->Refresh();
+  this->service->Attach(&second);
+  this->service->SetTarget(&second, 0);
+  this->service->Resume(&second, true);
+  EXPECT_EQ(second.Last(), TypeParam::Expected());
+  EXPECT_EQ(this->host.RequestCount(), 1U);
+  this->service->Detach(&first);
+  this->service->Detach(&second);
+}
+
+TYPED_TEST(DailyCurve, logsATransportFailureAndTellsNobody) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.ExpectFailureLine(this->Line(L" Failed."));
+  this->host.Expect(this->Asked("0").Inline(Answer::Failed()));
+  this->service->Refresh();
+  EXPECT_EQ(view.Count(), 0U);
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, isSilentAboutAnEmptyBody) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body("")));
+  this->service->Refresh();
+  EXPECT_EQ(view.Count(), 0U);
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, logsAnErrorNumberAndTellsNobody) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.ExpectCodeLine(this->Line(L" Response Error Code: %d"), 7);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(R"({"errno":7})")));
+  this->service->Refresh();
+  EXPECT_EQ(view.Count(), 0U);
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, logsAParseErrorAndTellsNobody) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.ExpectCodeLine(this->Line(L" Json Parse Error Code: %d"), 5);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body("nothing")));
+  this->service->Refresh();
+  EXPECT_EQ(view.Count(), 0U);
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, sendsNothingWithoutAUrl) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.SignNothing(true);
+  this->service->Refresh();
+  EXPECT_EQ(this->host.RequestCount(), 0U);
+  this->service->Detach(&view);
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+// Margin balances: from the newest day first to the oldest change first, told to all attached observers.
+#include <gtest/gtest.h>
+
+#include <list>
+#include <memory>
+#include <string>
+
+#include "analytics/margin_trade_service.h"
+#include "recording_observer.h"
+#include "scripted_host.h"
+
+namespace {
+
+using Days = std::list<MarginTradeItem>;
+
+constexpr const char* kPath = "/pc/rt/stock_trade";
+
+std::string Day(int date, const char* sh, const char* sz) {
+  return R"({"sh":{"date":)" + std::to_string(date) + R"(,"close":3054.99,"meta":{"bsta":)" + sh +
+         R"(}},"sz":{"close":-9612.75,"meta":{"bsta":)" + sz + "}}}";
+}
+
+class MarginTrade : public ::testing::Test {
+ protected:
+  void SetUp() override { service->Attach(&view); }
+  void TearDown() override { service->Detach(&view); }
+  void Fetch(const std::string& list) {
+    host.Expect(Script(kPath).With({}).Setting(30).Inline(
+        Answer::Body(R"({"errno":0,"data":{"list":[)" + list + "]}}")));
+    service->FetchMarginTradeInfo();
+  }
+
+  ScriptedHost host;
+  RecordingObserver<Days> view;
+  std::unique_ptr<IMarginTrade> service{analytics::MakeMarginTrade()};
+};
+
+TEST_F(MarginTrade, runsFromTheOldestChangeToTheNewest) {
+  Fetch(Day(20240315, "70", "30") + "," + Day(20240314, "100", "50") + "," + Day(20240313, "60", "20"));
+  EXPECT_EQ(view.Last(), (Days{{20240314, 3054, -9612, 150, 70}, {20240315, 3054, -9612, 100, -50}}));
+}
+
+TEST_F(MarginTrade, ofOneDayIsAnEmptyList) {
+  Fetch(Day(20240315, "1", "1"));
+  EXPECT_TRUE(view.Last().empty());
+}
+
+TEST_F(MarginTrade, ofNoDayIsAnEmptyList) {
+  Fetch("");
+  EXPECT_TRUE(view.Last().empty());
+}
+
+TEST_F(MarginTrade, readsWhatIsMissingAsZero) {
+  Fetch("{}," + Day(20240314, "5", "5"));
+  EXPECT_EQ(view.Last(), (Days{{0, 0, 0, 0, -10}}));
+}
+
+TEST_F(MarginTrade, keepsTheWholeRangeOfABalance) {
+  Fetch(Day(20240315, "1e19", "0") + "," + Day(20240314, "0", "0"));
+  EXPECT_EQ(view.Last().front().balance, 10'000'000'000'000'000'000U);
+}
+
+TEST_F(MarginTrade, isToldToAllInTheOrderOfAttachment) {
+  std::string order;
+  RecordingObserver<Days> second([&order](const Days&) { order += "2"; });
+  RecordingObserver<Days> third([&order](const Days&) { order += "3"; });
+  service->Attach(&third);
+  service->Attach(&second);
+  service->Attach(&third);
+  service->Attach(nullptr);
+  Fetch("");
+  EXPECT_EQ(order, "32");
+  service->Detach(&second);
+  service->Detach(&third);
+  service->Detach(nullptr);
+}
+
+TEST_F(MarginTrade, deliversNothingInAttach) {
+  Fetch("");
+  RecordingObserver<Days> late;
+  service->Attach(&late);
+  EXPECT_EQ(late.Count(), 0U);
+  service->Detach(&late);
+}
+
+TEST_F(MarginTrade, writesItsThreeLines) {
+  host.ExpectFailureLine(L"CMarginTrade::FetchMarginTradeInfo Failed.");
+  host.ExpectCodeLine(L"CMarginTrade::FetchMarginTradeInfo Response Error Code: %d", 2);
+  host.ExpectCodeLine(L"CMarginTrade::FetchMarginTradeInfo Json Parse Error Code: %d", 5);
+  for (const Answer& answer :
+       {Answer::Failed(), Answer::Body(R"({"errno":2})"), Answer::Body("?"), Answer::Body("")}) {
+    host.Expect(Script(kPath).Inline(answer));
+    service->FetchMarginTradeInfo();
+  }
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+TEST_F(MarginTrade, sendsNothingWithoutAUrl) {
+  host.SignNothing(true);
+  service->FetchMarginTradeInfo();
+  EXPECT_EQ(host.RequestCount(), 0U);
+}
+
+TEST_F(MarginTrade, mayGoBeforeItsAnswer) {
+  host.Expect(Script(kPath).Held());
+  service->FetchMarginTradeInfo();
+  service->Detach(&view);
+  service.reset(analytics::MakeMarginTrade());
+  host.Complete(0, Answer::Body(R"({"errno":9})"));
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+}  // namespace

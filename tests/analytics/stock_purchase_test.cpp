@@ -1,0 +1,65 @@
+// New issues: twelve fields, in the order of the answer.
+#include <gtest/gtest.h>
+
+#include <list>
+#include <memory>
+
+#include "analytics/stock_purchase_service.h"
+#include "recording_observer.h"
+#include "scripted_host.h"
+
+namespace {
+
+using Issues = std::list<StockPurchaseItem>;
+
+constexpr const char* kPath = "/pc/rt/stock_buy";
+
+class Purchase : public ::testing::Test {
+ protected:
+  void SetUp() override { service->Attach(&view); }
+  void TearDown() override { service->Detach(&view); }
+  void Fetch(const char* body) {
+    host.Expect(Script(kPath).With({}).Setting(30).Inline(Answer::Body(body)));
+    service->FetchPurchaseInfo();
+  }
+
+  ScriptedHost host;
+  RecordingObserver<Issues> view;
+  std::unique_ptr<IStockPurchase> service{analytics::MakeStockPurchase()};
+};
+
+TEST_F(Purchase, readsEveryField) {
+  Fetch(R"({"errno":0,"data":{"list":[{"code":"603001","name":"新股","publish_time":"2024-03-01",)"
+        R"("publish_online_time":"2024-03-02","buy_code":"732001","publish_num":1,"publish_online_num":2,)"
+        R"("publish_price":12.345678,"pe":4,"buy_limit":5,"total_price":6,"chance":0.07}]}})");
+  EXPECT_EQ(view.Last(), (Issues{{L"603001", L"新股", L"2024-03-01", L"2024-03-02", L"732001", 1.0F, 2.0F,
+                                  12.345678F, 4.0F, 5.0F, 6.0F, 0.07F}}));
+}
+
+TEST_F(Purchase, keepsTheOrderAndReadsWhatIsMissingAsEmpty) {
+  Fetch(R"({"data":{"list":[{"code":"2","pe":"x"},{"code":"1","buy_code":3},null]}})");
+  ASSERT_EQ(view.Last().size(), 3U);
+  EXPECT_EQ(view.Last().front().code, L"2");
+  EXPECT_EQ(view.Last().front().pe, 0.0F);
+  EXPECT_EQ(std::next(view.Last().begin())->buy_code, L"");
+  EXPECT_EQ(view.Last().back(), StockPurchaseItem{});
+}
+
+TEST_F(Purchase, deliversAnEmptyList) {
+  Fetch(R"({"errno":0,"data":{"list":[]}})");
+  EXPECT_TRUE(view.Last().empty());
+}
+
+TEST_F(Purchase, writesItsThreeLines) {
+  host.ExpectFailureLine(L"CStockPurchase::FetchPurchaseInfo Failed.");
+  host.ExpectCodeLine(L"CStockPurchase::FetchPurchaseInfo Response Error Code: %d", 2);
+  host.ExpectCodeLine(L"CStockPurchase::FetchPurchaseInfo Json Parse Error Code: %d", 5);
+  for (const Answer& answer :
+       {Answer::Failed(), Answer::Body(R"({"errno":2})"), Answer::Body("?"), Answer::Body("")}) {
+    host.Expect(Script(kPath).Inline(answer));
+    service->FetchPurchaseInfo();
+  }
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+}  // namespace
