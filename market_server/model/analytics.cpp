@@ -1,5 +1,6 @@
 // Flows, breadth, distribution, events, margin balances and new shares of Market.
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "market_impl.h"
@@ -304,7 +305,7 @@ std::vector<NewShare> Market::new_shares(Instant time) const {
     row.buy_code = shanghai ? prefix + digits.substr(3) : digits;
     row.publish = base.days.date(online - kDaysOfNotice);
     row.publish_online = base.days.date(online);
-    row.publish_num = static_cast<double>(stock.total / 10000 / 4);
+    row.publish_num = std::floor(static_cast<double>(stock.total) / 40000);
     row.publish_online_num = static_cast<double>(nearest(row.publish_num * (0.25 + 0.5 * unit(h))));
     const std::int32_t issue = base.issue_prices[security.number];
     row.publish_price = hundredths(issue);
@@ -320,6 +321,7 @@ std::vector<NewShare> Market::new_shares(Instant time) const {
   std::stable_sort(found.begin(), found.end(),
                    [](const auto& a, const auto& b) { return a.first > b.first; });
   std::vector<NewShare> out;
+  out.reserve(found.size());
   for (auto& [online, row] : found) {
     out.push_back(std::move(row));
   }

@@ -1,6 +1,9 @@
 // Minute lines, candles and K-line packages of Market.
 #include <algorithm>
+#include <atomic>
 #include <charconv>
+#include <exception>
+#include <system_error>
 #include <thread>
 
 #include "market_impl.h"
@@ -225,21 +228,35 @@ void Market::Impl::make_index_totals(int last_block) {
     const std::lock_guard lock(totals_mutex);
     totals[static_cast<std::size_t>(block)] = std::move(out);
   };
-  // Blocks are independent of each other; a handful of threads shares a long row of them.
+  // Blocks are independent of each other; a handful of threads shares a long row of them. A block that fails
+  // is left for the next time, and the first failure is the caller's.
   std::atomic<std::size_t> next{0};
+  std::mutex failure_mutex;  // guards failure
+  std::exception_ptr failure;
   const auto work = [&] {
-    for (std::size_t i = next++; i < wanted.size(); i = next++) {
-      make(wanted[i]);
+    try {
+      for (std::size_t i = next++; i < wanted.size(); i = next++) {
+        make(wanted[i]);
+      }
+    } catch (...) {
+      const std::lock_guard lock(failure_mutex);
+      failure = failure == nullptr ? std::current_exception() : failure;
     }
   };
-  std::vector<std::thread> helpers;
-  const std::size_t most = std::min<std::size_t>({std::thread::hardware_concurrency(), 4, wanted.size()});
-  for (std::size_t i = 1; i < most; ++i) {
-    helpers.emplace_back(work);
+  {
+    std::vector<std::jthread> helpers;
+    const std::size_t most = std::min<std::size_t>({std::thread::hardware_concurrency(), 4, wanted.size()});
+    try {
+      for (std::size_t i = 1; i < most; ++i) {
+        helpers.emplace_back(work);
+      }
+    } catch (const std::system_error&) {
+      // No thread to be had: this one does the work alone.
+    }
+    work();
   }
-  work();
-  for (std::thread& helper : helpers) {
-    helper.join();
+  if (failure != nullptr) {
+    std::rethrow_exception(failure);
   }
 }
 

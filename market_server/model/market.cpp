@@ -21,7 +21,7 @@ constexpr std::uint64_t kBookKey = 0xb00c;
 
 std::uint64_t tick_hash(std::uint64_t key, std::uint64_t purpose, const Moment& moment) {
   return mix(mix(key ^ purpose, static_cast<std::uint64_t>(moment.day)),
-             static_cast<std::uint64_t>(moment.minute * 32 + moment.tick));
+             static_cast<std::uint64_t>(moment.minute) * 32 + static_cast<std::uint64_t>(moment.tick));
 }
 
 // How much of the minute under way is over, in 640ths: the ticks, each at a moment of its own within three
@@ -152,7 +152,8 @@ Market::Impl::Impl(const Options& options) : base(options) {
     weeks.push_back(weeks.empty() ? 0 : weeks.back() + (own != calendar_week ? 1 : 0));
     calendar_week = own;
   }
-  totals.resize(static_cast<std::size_t>(base.days.count() / kBlock + 1));
+  const int blocks = base.days.count() / kBlock + 1;
+  totals.resize(static_cast<std::size_t>(blocks));
 }
 
 Moment Market::Impl::moment(Instant time) const {

@@ -25,7 +25,7 @@ Foundation::Foundation(const Options& chosen)
       days(chosen.scenario == Scenario::none ? 0 : chosen.scenario_date),
       universe(chosen, days),
       factors(chosen, days),
-      paths(chosen, days, universe, factors) {
+      paths(chosen, days, factors) {
   issue_prices.reserve(universe.stocks.size());
   for (const Stock& stock : universe.stocks) {
     issue_prices.push_back(paths.issue_price(stock));

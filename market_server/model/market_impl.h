@@ -2,8 +2,8 @@
 // at it, and the caches. Included by the sources of Market only.
 #pragma once
 
+#include <algorithm>
 #include <array>
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>

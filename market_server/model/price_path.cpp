@@ -87,13 +87,8 @@ std::int64_t DayShape::amount() const {
   return sum;
 }
 
-PricePath::PricePath(const Options& options, const Days& days, const Universe& universe,
-                     const Factors& factors)
-    : days_(days),
-      universe_(universe),
-      factors_(factors),
-      scenario_(options.scenario),
-      index_key_(mix(options.seed, 0x1d3c5)) {}
+PricePath::PricePath(const Options& options, const Days& days, const Factors& factors)
+    : days_(days), factors_(factors), scenario_(options.scenario), index_key_(mix(options.seed, 0x1d3c5)) {}
 
 // Logarithm of the price, splits undone, at the end of the day before the block.
 std::int32_t PricePath::anchor(const Stock& stock, int block) const {

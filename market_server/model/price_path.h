@@ -41,7 +41,7 @@ inline constexpr std::size_t kPoints = kMinutes + 1;
 
 class PricePath {
  public:
-  PricePath(const Options& options, const Days& days, const Universe& universe, const Factors& factors);
+  PricePath(const Options& options, const Days& days, const Factors& factors);
 
   [[nodiscard]] BlockPrices block(const Stock& stock, int number) const;
   [[nodiscard]] DayPrices day(const Stock& stock, int day) const {
@@ -69,7 +69,6 @@ class PricePath {
   [[nodiscard]] std::int32_t intraday_deviation(const Stock& stock, int day) const;
 
   const Days& days_;
-  const Universe& universe_;
   const Factors& factors_;
   Scenario scenario_;
   std::uint64_t index_key_;

@@ -17,7 +17,7 @@ const std::map<std::string, std::string>& readings() {
   static const std::map<std::string, std::string> table{
       {"澜", "lan"},    {"珩", "heng"},  {"栩", "xu"},    {"翊", "yi"},     {"昀", "yun"},   {"熠", "yi"},
       {"岚", "lan"},    {"嵘", "rong"},  {"沐", "mu"},    {"泓", "hong"},   {"湛", "zhan"},  {"朔", "shuo"},
-      {"霁", "ji"},     {"昕", "xin"},   {"晗", "han"},   {"煦", "xu"},     {"璟", "jing"},  {"瑄", "xuan"},
+      {"霁", "ji"},     {"昕", "xin"},   {"晗", "han"},   {"煦", "xu"},     {"珺", "jun"},   {"瑄", "xuan"},
       {"琮", "cong"},   {"翎", "ling"},  {"鹭", "lu"},    {"鸢", "yuan"},   {"枫", "feng"},  {"楠", "nan"},
       {"樾", "yue"},    {"桐", "tong"},  {"梧", "wu"},    {"茗", "ming"},   {"荻", "di"},    {"芷", "zhi"},
       {"苒", "ran"},    {"珞", "luo"},   {"琅", "lang"},  {"霖", "lin"},    {"澄", "cheng"}, {"溪", "xi"},
