@@ -34,8 +34,7 @@ struct StockInOutItem {
 ///   item with the new symbol and zeros, inside the call, so that the view clears the old figures.
 /// - Who is told: every active observer whose target is the symbol.
 /// - When: at every change of the market's phase, 20 seconds after the round before at the earliest and an
-/// hour
-///   at the latest, while any observer is active, and at `Refresh`.
+///   hour at the latest, while any observer is active, and at `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
 ///   `Resume` (an item fetched within the last 300 ms) and `SetTarget`; it must not call this service.
 /// - Failure: a request that fails leaves two lines in the log, any other failure one; observers keep what

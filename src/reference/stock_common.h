@@ -34,8 +34,8 @@ struct KLineMetaInfo {
 ///   stock list not loaded since 09:14 today, first asks the server in the caller's thread and so may block
 ///   for seconds.
 /// - Failure: a failed load leaves the lists as they were; a look-up never fails, it finds nothing. An
-///   empty list means that nothing could be loaded. The getters hand out references to the lists held: copy
-///   at once, a later load replaces them.
+///   empty list means that nothing could be loaded.
+/// - Lists: the getters hand out references to what is held. Copy at once: a later load replaces it.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IStockCommon {
  public:
