@@ -248,7 +248,7 @@ class NeutralLocale {
 
 bool Print(std::wstring& text, const wchar_t* format, va_list arguments) {
   const NeutralLocale neutral;
-  for (std::size_t size = 512; size <= kLongestLine + 1; size = size * 8) {
+  for (const std::size_t size : {std::size_t{512}, kLongestLine + 1}) {
     std::vector<wchar_t> buffer(size, L'\0');
     va_list copy;
     va_copy(copy, arguments);

@@ -89,6 +89,19 @@ void ReadIni(const std::string& path, Settings& settings, std::string& key_file)
 
 }  // namespace
 
+const char* RefusalOfKeyFile(mode_t mode, uid_t owner, uid_t reader) {
+  if (!S_ISREG(mode)) {
+    return "is no regular file";
+  }
+  if (owner != reader && owner != 0) {
+    return "belongs to another user; it is not read";
+  }
+  if ((mode & 077U) != 0) {
+    return "can be read or written by others; it is not read. Its mode must be 0600";
+  }
+  return nullptr;
+}
+
 bool ReadKeyFile(const std::string& path, std::string& key_id, std::string& key, std::string& error) {
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   const auto failed = [&](const std::string& what) {
@@ -102,14 +115,11 @@ bool ReadKeyFile(const std::string& path, std::string& key_id, std::string& key,
     return failed("cannot be read: " + std::generic_category().message(errno));
   }
   struct stat info {};
-  if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-    return failed("is no regular file");
+  if (fstat(fd, &info) != 0) {
+    return failed("cannot be read: " + std::generic_category().message(errno));
   }
-  if (info.st_uid != geteuid() && info.st_uid != 0) {
-    return failed("belongs to another user; it is not read");
-  }
-  if ((info.st_mode & 077U) != 0) {
-    return failed("can be read or written by others; it is not read. Its mode must be 0600");
+  if (const char* const refusal = RefusalOfKeyFile(info.st_mode, info.st_uid, geteuid())) {
+    return failed(refusal);
   }
   std::string text(kLargestKeyFile + 1, '\0');
   const ssize_t size = read(fd, text.data(), text.size());

@@ -2,6 +2,8 @@
 // any thread.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace stock_host {
@@ -10,5 +12,9 @@ namespace stock_host {
 /// write. False with `error` when it is not so or cannot be read; the key is never part of `error`.
 [[nodiscard]] bool ReadKeyFile(const std::string& path, std::string& key_id, std::string& key,
                                std::string& error);
+
+/// Why `reader` does not read a key file of this mode and owner; null when nothing is against it. The owner
+/// may be the superuser.
+[[nodiscard]] const char* RefusalOfKeyFile(mode_t mode, uid_t owner, uid_t reader);
 
 }  // namespace stock_host

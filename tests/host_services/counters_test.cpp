@@ -1,0 +1,132 @@
+// What the application reads about the connection.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+#include "answers.h"
+#include "counters.h"
+#include "host/network.h"
+#include "loopback_server.h"
+#include "running_host.h"
+#include "stock_host.h"
+
+namespace {
+
+using host_test::Answering;
+using host_test::Answers;
+using host_test::Gzipped;
+using host_test::LoopbackServer;
+using host_test::RunningHost;
+using stock_host::Connection;
+using stock_host::ConnectionState;
+using stock_host::ReadCounters;
+
+bool Ask(const std::wstring& url) {
+  std::string body;
+  return GetSync(url, body, {}, 20);
+}
+
+TEST(Counters, beginAtNothingWithEachStart) {
+  LoopbackServer server(Answering("well"));
+  for (int i = 0; i < 2; ++i) {
+    const RunningHost host;
+    EXPECT_EQ(ReadCounters().requests, 0U);
+    EXPECT_TRUE(ReadCounters().endpoints.empty());
+    EXPECT_EQ(ConnectionState(), Connection::kIdle);
+    EXPECT_TRUE(Ask(server.WideUrl()));
+  }
+}
+
+TEST(Counters, tellEndpointsApart) {
+  LoopbackServer server(Answering("0123456789"));
+  stock_host::Settings settings;
+  settings.api_root = server.Url("");
+  const RunningHost host(settings);
+  const auto before = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+  EXPECT_TRUE(Ask(server.WideUrl("/pc/rt/one?a=b")));
+  EXPECT_TRUE(Ask(server.WideUrl("/pc/rt/one?c=d")));
+  EXPECT_TRUE(Ask(server.WideUrl("/pc/rt/two")));
+  EXPECT_TRUE(Ask(server.WideUrl("/static/x.dat")));
+  EXPECT_TRUE(Ask(server.WideUrl("/query?q=%22")));
+  const auto counters = ReadCounters();
+  EXPECT_EQ(counters.requests, 5U);
+  EXPECT_EQ(counters.succeeded, 5U);
+  EXPECT_EQ(counters.failed, 0U);
+  EXPECT_EQ(counters.under_way, 0U);
+  EXPECT_EQ(counters.bytes_received, 50U);
+  EXPECT_EQ(counters.endpoints.size(), 4U);
+  EXPECT_EQ(counters.endpoints.at("/pc/rt/one").succeeded, 2U);
+  EXPECT_EQ(counters.endpoints.at("/pc/rt/one").bytes_received, 20U);
+  EXPECT_GE(counters.endpoints.at("/pc/rt/one").last_success, before);
+  EXPECT_EQ(counters.endpoints.at("/pc/rt/two").requests, 1U);
+  EXPECT_EQ(counters.endpoints.at("static").requests, 1U);
+  EXPECT_EQ(counters.endpoints.at("history").requests, 1U);
+}
+
+TEST(Counters, bytesAreCountedUnpacked) {
+  const RunningHost host;
+  LoopbackServer server(Answering(Gzipped(std::string(5000, 'x')), "Content-Encoding: gzip\r\n"));
+  EXPECT_TRUE(Ask(server.WideUrl()));
+  EXPECT_EQ(ReadCounters().bytes_received, 5000U);
+}
+
+TEST(Counters, latestFailureIsNamedAndStaysNamed) {
+  const RunningHost host;
+  LoopbackServer server([](LoopbackServer::Connection& connection) {
+    while (!connection.ReadRequest().empty()) {
+      if (connection.requests_before == 0) {
+        connection.Write("HTTP/1.1 503 Busy\r\nContent-Length: 0\r\n\r\n");
+      } else {
+        connection.Answer("well");
+      }
+    }
+  });
+  EXPECT_FALSE(Ask(server.WideUrl()));
+  EXPECT_EQ(ConnectionState(), Connection::kFailing);
+  EXPECT_EQ(ReadCounters().failures.status, 1U);
+  EXPECT_EQ(ReadCounters().endpoints["other"].last_success, 0);
+  EXPECT_TRUE(Ask(server.WideUrl()));
+  EXPECT_EQ(ConnectionState(), Connection::kLive);
+  const auto other = ReadCounters().endpoints["other"];
+  EXPECT_EQ(other.last_error, "HTTP status 503");
+  EXPECT_EQ(other.requests, 2U);
+  EXPECT_EQ(other.succeeded, 1U);
+  EXPECT_EQ(other.failed, 1U);
+}
+
+TEST(Counters, requestsUnderWayAreCounted) {
+  const RunningHost host;
+  LoopbackServer silent([](LoopbackServer::Connection& connection) { connection.WaitForClose(); });
+  Answers answers;
+  for (int i = 0; i < 5; ++i) {
+    GetAsyn(silent.WideUrl(), answers.Callback(), {}, 30);
+  }
+  EXPECT_EQ(ReadCounters().under_way, 5U);
+  EXPECT_EQ(ReadCounters().requests, 5U);
+  EXPECT_EQ(ConnectionState(), Connection::kIdle);
+  stock_host::Stop();
+  EXPECT_EQ(ReadCounters().under_way, 0U);
+  EXPECT_EQ(ReadCounters().failures.stopped, 5U);
+  EXPECT_EQ(ConnectionState(), Connection::kIdle);
+}
+
+TEST(Counters, tableOfEndpointsHasAnEnd) {
+  stock_host::ResetCounters();
+  for (int i = 0; i < 5000; ++i) {
+    const std::string name = "/pc/rt/" + std::to_string(i);
+    stock_host::CountStarted(name);
+    stock_host::CountCompleted(name, stock_host::HttpError::kNone, "", 1, 1);
+  }
+  const auto counters = ReadCounters();
+  EXPECT_LE(counters.endpoints.size(), 201U);
+  EXPECT_EQ(counters.succeeded, 5000U);
+  std::uint64_t sum = 0;
+  for (const auto& [name, one] : counters.endpoints) {
+    sum += one.requests;
+    EXPECT_EQ(one.requests, one.succeeded) << name;
+  }
+  EXPECT_EQ(sum, 5000U);
+}
+
+}  // namespace

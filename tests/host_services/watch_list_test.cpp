@@ -1,0 +1,423 @@
+// The watch list: its file, what observers are told, and what other processes do to the file.
+#include "watch_list.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/watch_list.h"
+#include "running_host.h"
+#include "stock_host.h"
+
+namespace {
+
+using host_test::ReadFile;
+using host_test::RunningHost;
+using host_test::TemporaryDirectory;
+using stock_host::AddToWatchList;
+using stock_host::MoveInWatchList;
+using stock_host::RemoveFromWatchList;
+using stock_host::WatchListFile;
+using Symbols = std::vector<std::wstring>;
+
+class Watcher final : public IUpdate1<Symbols> {
+ public:
+  void Update(const Symbols& symbols) override {
+    const std::lock_guard lock(mutex_);
+    told_.push_back(symbols);
+    changed_.notify_all();
+  }
+  bool Wait(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return told_.size() >= count; });
+  }
+  bool WaitForLatest(const Symbols& symbols) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(30),
+                             [&] { return !told_.empty() && told_.back() == symbols; });
+  }
+  std::vector<Symbols> Told() {
+    const std::lock_guard lock(mutex_);
+    return told_;
+  }
+
+ private:
+  std::mutex mutex_;  // guards told_
+  std::condition_variable changed_;
+  std::vector<Symbols> told_;
+};
+
+class WatchList : public testing::Test {
+ protected:
+  WatchList() { list_.Start(directory_.Path()); }
+  ~WatchList() override { list_.Stop(); }
+
+  std::string Text() { return ReadFile(directory_.Path("watchlist.txt")); }
+  bool Set(const Symbols& symbols) {
+    std::string error;
+    return list_.Edit(
+        [&](Symbols& present) {
+          present = symbols;
+          return std::string();
+        },
+        error);
+  }
+
+  const TemporaryDirectory directory_;
+  WatchListFile list_;
+};
+
+TEST_F(WatchList, attachedObserverIsToldThePresentListOnce) {
+  ASSERT_TRUE(Set({L"sh600000"}));
+  Watcher watcher;
+  list_.Attach(&watcher);
+  list_.Attach(&watcher);
+  ASSERT_TRUE(watcher.Wait(1));
+  ASSERT_TRUE(Set({L"sh600000", L"sz000001"}));
+  ASSERT_TRUE(watcher.Wait(2));
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told(), (std::vector<Symbols>{{L"sh600000"}, {L"sh600000", L"sz000001"}}));
+}
+
+TEST_F(WatchList, emptyListIsToldToo) {
+  Watcher watcher;
+  list_.Attach(&watcher);
+  ASSERT_TRUE(watcher.Wait(1));
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told(), std::vector<Symbols>{Symbols{}});
+}
+
+TEST_F(WatchList, everyChangeIsToldInOrder) {
+  Watcher watcher;
+  list_.Attach(&watcher);
+  std::vector<Symbols> all{{}};
+  for (int i = 0; i < 50; ++i) {
+    all.push_back({L"sh6000" + std::to_wstring(10 + i)});
+    ASSERT_TRUE(Set(all.back()));
+  }
+  ASSERT_TRUE(watcher.Wait(all.size()));
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told(), all);
+}
+
+TEST_F(WatchList, editWithoutChangeIsNotTold) {
+  ASSERT_TRUE(Set({L"sh600000"}));
+  Watcher watcher;
+  list_.Attach(&watcher);
+  ASSERT_TRUE(watcher.Wait(1));
+  ASSERT_TRUE(Set({L"sh600000"}));
+  ASSERT_TRUE(Set({L"sz000001"}));
+  ASSERT_TRUE(watcher.Wait(2));
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told(), (std::vector<Symbols>{{L"sh600000"}, {L"sz000001"}}));
+}
+
+TEST_F(WatchList, detachedObserverIsToldNothing) {
+  Watcher watcher;
+  Watcher other;
+  list_.Attach(&watcher);
+  ASSERT_TRUE(watcher.Wait(1));
+  list_.Detach(&watcher);
+  list_.Attach(&other);
+  ASSERT_TRUE(Set({L"sh600000"}));
+  ASSERT_TRUE(other.WaitForLatest({L"sh600000"}));
+  list_.Detach(&other);
+  EXPECT_EQ(watcher.Told().size(), 1U);
+}
+
+TEST_F(WatchList, nullAndStrangersAreNoCrash) {
+  Watcher stranger;
+  list_.Attach(nullptr);
+  list_.Detach(nullptr);
+  list_.Detach(&stranger);
+  EXPECT_TRUE(Set({L"sh600000"}));
+  EXPECT_TRUE(stranger.Told().empty());
+}
+
+// Deleting an observer right behind Detach is what the contract allows.
+TEST_F(WatchList, noCallRunsOnceDetachHasReturned) {
+  std::atomic<bool> go_on{true};
+  std::thread editor([&] {
+    for (int i = 0; go_on; ++i) {
+      (void)Set({i % 2 == 0 ? L"sh600000" : L"sz000001"});
+    }
+  });
+  struct Guarded final : IUpdate1<Symbols> {
+    void Update(const Symbols&) override {
+      EXPECT_TRUE(alive);
+      std::this_thread::yield();
+      EXPECT_TRUE(alive);
+    }
+    std::atomic<bool> alive{true};
+  };
+  std::vector<std::unique_ptr<Guarded>> graveyard;
+  for (int i = 0; i < 300; ++i) {
+    graveyard.push_back(std::make_unique<Guarded>());
+    list_.Attach(graveyard.back().get());
+    if (i % 3 == 0) {
+      std::this_thread::yield();
+    }
+    list_.Detach(graveyard.back().get());
+    graveyard.back()->alive = false;
+  }
+  go_on = false;
+  editor.join();
+}
+
+TEST_F(WatchList, observerMayDetachItselfInsideItsCall) {
+  struct Once final : IUpdate1<Symbols> {
+    void Update(const Symbols&) override {
+      ++calls;
+      list->Detach(this);
+    }
+    WatchListFile* list = nullptr;
+    std::atomic<int> calls{0};
+  } once;
+  once.list = &list_;
+  Watcher watcher;
+  list_.Attach(&once);
+  list_.Attach(&watcher);
+  ASSERT_TRUE(Set({L"sh600000"}));
+  ASSERT_TRUE(watcher.WaitForLatest({L"sh600000"}));
+  list_.Detach(&watcher);
+  EXPECT_EQ(once.calls, 1);
+}
+
+TEST_F(WatchList, observerMayEditTheListInsideItsCall) {
+  struct Adding final : IUpdate1<Symbols> {
+    void Update(const Symbols& symbols) override {
+      if (symbols.empty()) {
+        std::string error;
+        EXPECT_TRUE(list->Edit(
+            [](Symbols& present) {
+              present.push_back(L"sh600000");
+              return std::string();
+            },
+            error))
+            << error;
+      }
+    }
+    WatchListFile* list = nullptr;
+  } adding;
+  adding.list = &list_;
+  Watcher watcher;
+  list_.Attach(&adding);
+  list_.Attach(&watcher);
+  EXPECT_TRUE(watcher.WaitForLatest({L"sh600000"}));
+  list_.Detach(&adding);
+  list_.Detach(&watcher);
+}
+
+TEST_F(WatchList, throwingObserverDoesNotKeepOthersFromBeingTold) {
+  struct Throwing final : IUpdate1<Symbols> {
+    void Update(const Symbols&) override { throw std::runtime_error("thrown on purpose"); }
+  } throwing;
+  Watcher watcher;
+  list_.Attach(&throwing);
+  list_.Attach(&watcher);
+  EXPECT_TRUE(watcher.Wait(1));
+  list_.Detach(&throwing);
+  list_.Detach(&watcher);
+}
+
+TEST_F(WatchList, changeByAnotherProcessIsSeen) {
+  Watcher watcher;
+  list_.Attach(&watcher);
+  ASSERT_TRUE(watcher.Wait(1));
+  host_test::WriteFile(directory_.Path("new"), "SZ000001\nsh600000\n");
+  std::filesystem::rename(directory_.Path("new"), directory_.Path("watchlist.txt"));
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), (Symbols{L"sz000001", L"sh600000"}));
+  EXPECT_TRUE(watcher.WaitForLatest({L"sz000001", L"sh600000"}));
+  list_.Detach(&watcher);
+}
+
+TEST_F(WatchList, changeByAnotherProcessIsSeenWithoutAnybodyAsking) {
+  Watcher watcher;
+  list_.Attach(&watcher);
+  ASSERT_TRUE(watcher.Wait(1));
+  host_test::WriteFile(directory_.Path("watchlist.txt"), "sh600000\n");
+  EXPECT_TRUE(watcher.WaitForLatest({L"sh600000"}));
+  list_.Detach(&watcher);
+}
+
+TEST_F(WatchList, editStandsOnWhatAnotherProcessHasWritten) {
+  ASSERT_TRUE(Set({L"sh600000"}));
+  host_test::WriteFile(directory_.Path("watchlist.txt"), "sz000002\n");
+  std::string error;
+  ASSERT_TRUE(list_.Edit(
+      [](Symbols& symbols) {
+        symbols.push_back(L"sz000003");
+        return std::string();
+      },
+      error));
+  EXPECT_EQ(Text(), "sz000002\nsz000003\n");
+  EXPECT_EQ(list_.Get(), (Symbols{L"sz000002", L"sz000003"}));
+}
+
+TEST_F(WatchList, linesThatAreNoSymbolsAreLeftOutAndKept) {
+  host_test::WriteFile(directory_.Path("watchlist.txt"),
+                       "# mine\n\nnonsense\n  SH600000 \r\nsh600000\n../../etc\n");
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600000"});
+  ASSERT_TRUE(Set({L"sh600000", L"sz000001"}));
+  EXPECT_EQ(Text(), "# mine\nnonsense\n../../etc\nsh600000\nsz000001\n");
+}
+
+TEST_F(WatchList, fileThatIsTooLargeLeavesTheListAsItWas) {
+  ASSERT_TRUE(Set({L"sh600000"}));
+  host_test::WriteFile(directory_.Path("watchlist.txt"), std::string(300000, 'x'));
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600000"});
+  EXPECT_FALSE(Set({L"sz000001"}));
+  EXPECT_EQ(Text().size(), 300000U);
+}
+
+TEST_F(WatchList, moreThanTheLongestListIsCut) {
+  std::string text;
+  for (int i = 0; i < 1100; ++i) {
+    text += "sh" + std::to_string(600000 + i) + "\n";
+  }
+  host_test::WriteFile(directory_.Path("watchlist.txt"), text);
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get().size(), 1000U);
+}
+
+TEST_F(WatchList, fileThatVanishesIsAnEmptyList) {
+  ASSERT_TRUE(Set({L"sh600000"}));
+  std::filesystem::remove(directory_.Path("watchlist.txt"));
+  list_.LookAtFile();
+  EXPECT_TRUE(list_.Get().empty());
+}
+
+TEST_F(WatchList, editWaitsForAnotherProcessAndGivesUpInTheEnd) {
+  const int lock = open(directory_.Path("watchlist.txt.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  ASSERT_EQ(flock(lock, LOCK_EX), 0);
+  std::string error;
+  EXPECT_FALSE(list_.Edit([](Symbols&) { return std::string(); }, error));
+  EXPECT_NE(error.find("cannot lock"), std::string::npos);
+  close(lock);
+  EXPECT_TRUE(Set({L"sh600000"}));
+}
+
+TEST_F(WatchList, editsOfManyThreadsAllCount) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this, i] {
+      for (int k = 0; k < 20; ++k) {
+        std::string error;
+        EXPECT_TRUE(list_.Edit(
+            [&](Symbols& symbols) {
+              symbols.push_back(L"sh" + std::to_wstring(600000 + i * 100 + k));
+              return std::string();
+            },
+            error))
+            << error;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(list_.Get().size(), 80U);
+}
+
+TEST_F(WatchList, whatWasNotToldIsToldAfterTheNextStart) {
+  Watcher watcher;
+  list_.Stop();
+  list_.Attach(&watcher);
+  host_test::WriteFile(directory_.Path("watchlist.txt"), "sh600000\n");
+  EXPECT_TRUE(watcher.Told().empty());
+  list_.Start(directory_.Path());
+  ASSERT_TRUE(watcher.Wait(1));
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told(), std::vector<Symbols>{Symbols{L"sh600000"}});
+}
+
+// Through the functions of the application.
+TEST(WatchListOfTheApplication, addsRemovesAndMoves) {
+  const RunningHost host;
+  std::string error;
+  for (const wchar_t* symbol : {L"SH600000", L"sz000001", L"sh600519", L"sz300750"}) {
+    EXPECT_TRUE(AddToWatchList(symbol, error)) << error;
+  }
+  EXPECT_TRUE(AddToWatchList(L"sh600000", error)) << error;
+  EXPECT_EQ(stock_host::WatchList(), (Symbols{L"sh600000", L"sz000001", L"sh600519", L"sz300750"}));
+  EXPECT_TRUE(MoveInWatchList(L"SZ300750", 0, error)) << error;
+  EXPECT_EQ(stock_host::WatchList(), (Symbols{L"sz300750", L"sh600000", L"sz000001", L"sh600519"}));
+  EXPECT_TRUE(MoveInWatchList(L"sz300750", 2, error)) << error;
+  EXPECT_EQ(stock_host::WatchList(), (Symbols{L"sh600000", L"sz000001", L"sz300750", L"sh600519"}));
+  EXPECT_TRUE(MoveInWatchList(L"sh600000", 99, error)) << error;
+  EXPECT_EQ(stock_host::WatchList(), (Symbols{L"sz000001", L"sz300750", L"sh600519", L"sh600000"}));
+  EXPECT_TRUE(RemoveFromWatchList(L"SZ300750", error)) << error;
+  EXPECT_EQ(stock_host::WatchList(), (Symbols{L"sz000001", L"sh600519", L"sh600000"}));
+  EXPECT_EQ(ReadFile(host.directory().Path("config/watchlist.txt")), "sz000001\nsh600519\nsh600000\n");
+}
+
+TEST(WatchListOfTheApplication, refusesWhatIsNoSymbol) {
+  const RunningHost host;
+  std::string error;
+  EXPECT_FALSE(AddToWatchList(L"bk0475", error));
+  EXPECT_FALSE(AddToWatchList(L"sh60000\n", error));
+  EXPECT_EQ(error, R"("sh60000\n" is no symbol: sh or sz and six digits)");
+  EXPECT_FALSE(RemoveFromWatchList(L"sh600000", error));
+  EXPECT_EQ(error, R"("sh600000" is not in the watch list)");
+  EXPECT_FALSE(RemoveFromWatchList(L"", error));
+  EXPECT_FALSE(MoveInWatchList(L"sh600000", 0, error));
+  EXPECT_TRUE(stock_host::WatchList().empty());
+}
+
+TEST(WatchListOfTheApplication, refusesMoreThanItsLimit) {
+  const RunningHost host;
+  std::string text;
+  for (int i = 0; i < 1000; ++i) {
+    text += "sh" + std::to_string(600000 + i) + "\n";
+  }
+  host_test::WriteFile(host.directory().Path("config/watchlist.txt"), text);
+  std::string error;
+  EXPECT_FALSE(AddToWatchList(L"sz000001", error));
+  EXPECT_EQ(error, "the watch list is full");
+}
+
+TEST(WatchListOfTheApplication, outlivesAStop) {
+  const TemporaryDirectory directory;
+  std::string error;
+  ASSERT_TRUE(stock_host::Start(host_test::SettingsIn(directory), error)) << error;
+  EXPECT_TRUE(AddToWatchList(L"sh600000", error)) << error;
+  stock_host::Stop();
+  ASSERT_TRUE(stock_host::Start(host_test::SettingsIn(directory), error)) << error;
+  EXPECT_EQ(stock_host::WatchList(), Symbols{L"sh600000"});
+  stock_host::Stop();
+}
+
+TEST(WatchListOfTheApplication, isTheOneOfTheContract) {
+  const RunningHost host;
+  Watcher watcher;
+  GetUserOptionalStock()->Attach(&watcher);
+  ASSERT_TRUE(watcher.Wait(1));
+  std::string error;
+  EXPECT_TRUE(AddToWatchList(L"sh600000", error)) << error;
+  EXPECT_TRUE(watcher.WaitForLatest({L"sh600000"}));
+  GetUserOptionalStock()->Detach(&watcher);
+}
+
+TEST(WatchListOfTheApplication, directoryThatCannotBeWrittenIsAnError) {
+  const RunningHost host;
+  std::string error;
+  ASSERT_TRUE(AddToWatchList(L"sh600000", error)) << error;
+  std::filesystem::remove_all(host.directory().Path("config"));
+  host_test::WriteFile(host.directory().Path("config"), "a file in its place");
+  EXPECT_FALSE(AddToWatchList(L"sz000001", error));
+  EXPECT_FALSE(error.empty());
+}
+
+}  // namespace
