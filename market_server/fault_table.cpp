@@ -8,10 +8,9 @@
 namespace market_server {
 namespace {
 
-using http::Delivery;
 using http::Step;
 using std::chrono::milliseconds;
-using Argument = FaultSpec::Argument;
+using Argument = FaultEntry::Argument;
 
 constexpr std::string_view kStatic = "/static/";
 constexpr std::uint64_t kForever = UINT64_MAX;
@@ -214,13 +213,13 @@ void Reorder(Exchange& ex, const FaultCall& call) {
   if (call.ordinal % 2 == 0) ex.delay += Milliseconds(call.number);
 }
 
-const std::vector<FaultSpec>& Table() {
+const std::vector<FaultEntry>& Table() {
   using P = FaultPhase;
   constexpr auto kNone = Argument::kNone;
   constexpr auto kNumber = Argument::kNumber;
   constexpr auto kText = Argument::kText;
   // clang-format off
-  static const auto& table = *new std::vector<FaultSpec>{
+  static const auto& table = *new std::vector<FaultEntry>{
     // Connections, whatever is asked for on them.
     {"refuse", "connect", P::kConnect, kNone, "", "", "nobody listens: connections are refused, open ones end with their next request", nullptr},
     {"reset_on_connect", "connect", P::kConnect, kNone, "", "", "a connection is reset as soon as it stands", nullptr},
@@ -377,15 +376,15 @@ const std::vector<FaultSpec>& Table() {
 
 }  // namespace
 
-const std::vector<FaultSpec>& FaultTable() {
+const std::vector<FaultEntry>& FaultTable() {
   return Table();
 }
 
 std::vector<FaultInfo> Faults() {
   std::vector<FaultInfo> faults;
-  for (const FaultSpec& spec : Table()) {
-    faults.push_back({std::string(spec.name), std::string(spec.stage), std::string(spec.argument_help),
-                      std::string(spec.summary)});
+  for (const FaultEntry& entry : Table()) {
+    faults.push_back({std::string(entry.name), std::string(entry.stage), std::string(entry.argument_help),
+                      std::string(entry.summary)});
   }
   return faults;
 }

@@ -112,18 +112,18 @@ void FaultRules::Set(const std::vector<std::string>& texts) {
     auto rule = std::make_unique<Rule>();
     rule->text = text;
     const std::string name(TakePart(rest));
-    for (const FaultSpec& spec : FaultTable()) {
-      if (spec.name == name) rule->spec = &spec;
+    for (const FaultEntry& entry : FaultTable()) {
+      if (entry.name == name) rule->entry = &entry;
     }
-    if (rule->spec == nullptr) throw refuse("there is no fault of the name \"" + name + "\"");
-    const FaultSpec& spec = *rule->spec;
+    if (rule->entry == nullptr) throw refuse("there is no fault of the name \"" + name + "\"");
+    const FaultEntry& entry = *rule->entry;
 
     rule->paths = TakePart(rest);
     if (rule->paths.empty()) rule->paths = "*";
     if (rule->paths.front() != '/' && rule->paths.front() != '*') {
       throw refuse("the endpoint \"" + rule->paths + "\" begins neither with / nor with *");
     }
-    if (spec.phase == FaultPhase::kConnect && rule->paths != "*") {
+    if (entry.phase == FaultPhase::kConnect && rule->paths != "*") {
       throw refuse("it concerns connections and knows no endpoint");
     }
     const std::string_view probability = TakePart(rest);
@@ -131,13 +131,13 @@ void FaultRules::Set(const std::vector<std::string>& texts) {
         (!ReadNumber(probability, rule->probability) || rule->probability < 0 || rule->probability > 1)) {
       throw refuse("the probability is a number from 0 to 1");
     }
-    if (spec.name == "refuse" && rule->probability != 1 && rule->probability != 0) {
+    if (entry.name == "refuse" && rule->probability != 1 && rule->probability != 0) {
       throw refuse("it is there or not: the probability is 0 or 1");
     }
-    rule->argument = rest.empty() ? std::string(spec.fallback) : std::string(rest);
+    rule->argument = rest.empty() ? std::string(entry.fallback) : std::string(rest);
     double number = 0;
-    if (spec.argument == FaultSpec::Argument::kNone && !rest.empty()) throw refuse("it takes no argument");
-    if (spec.argument == FaultSpec::Argument::kNumber && !ReadNumber(rule->argument, number)) {
+    if (entry.argument == FaultEntry::Argument::kNone && !rest.empty()) throw refuse("it takes no argument");
+    if (entry.argument == FaultEntry::Argument::kNumber && !ReadNumber(rule->argument, number)) {
       throw refuse("the argument is a number");
     }
     // A fault counts its own meetings whatever other rules there are: the salt hangs on name and position.
@@ -162,17 +162,17 @@ std::vector<std::string> FaultRules::Texts() const {
 bool FaultRules::refusing() const {
   const auto rules = Current();
   return std::any_of(rules->begin(), rules->end(),
-                     [](const auto& rule) { return rule->spec->name == "refuse" && rule->probability > 0; });
+                     [](const auto& rule) { return rule->entry->name == "refuse" && rule->probability > 0; });
 }
 
 http::Welcome FaultRules::OnConnect() const {
   for (const auto& rule : *Current()) {
-    if (rule->spec->phase != FaultPhase::kConnect) continue;
+    if (rule->entry->phase != FaultPhase::kConnect) continue;
     const std::uint64_t random = Mix(rule->salt + rule->met++);
     if (static_cast<double>(random >> 11) * 0x1p-53 >= rule->probability) continue;
-    if (rule->spec->name == "reset_on_connect") return http::Welcome::kReset;
-    if (rule->spec->name == "close_on_connect") return http::Welcome::kClose;
-    if (rule->spec->name == "silence_on_connect") return http::Welcome::kIgnore;
+    if (rule->entry->name == "reset_on_connect") return http::Welcome::kReset;
+    if (rule->entry->name == "close_on_connect") return http::Welcome::kClose;
+    if (rule->entry->name == "silence_on_connect") return http::Welcome::kIgnore;
   }
   return http::Welcome::kServe;
 }
@@ -180,12 +180,12 @@ http::Welcome FaultRules::OnConnect() const {
 FaultRules::Hits FaultRules::Choose(std::string_view path) const {
   Hits hits;
   for (const auto& rule : *Current()) {
-    if (rule->spec->phase == FaultPhase::kConnect || !MatchesPattern(rule->paths, path)) continue;
+    if (rule->entry->phase == FaultPhase::kConnect || !MatchesPattern(rule->paths, path)) continue;
     const std::uint64_t ordinal = rule->met++;
     const std::uint64_t random = Mix(rule->salt + ordinal);
     if (static_cast<double>(random >> 11) * 0x1p-53 >= rule->probability) continue;
     Hits::Hit hit;
-    hit.spec = rule->spec;
+    hit.entry = rule->entry;
     hit.argument = rule->argument;
     hit.call.random = Mix(random);
     hit.call.ordinal = ordinal;
@@ -194,18 +194,18 @@ FaultRules::Hits FaultRules::Choose(std::string_view path) const {
   }
   // The order of the table, so that a delay survives a fault that remakes the wire.
   std::stable_sort(hits.hits_.begin(), hits.hits_.end(),
-                   [](const Hits::Hit& a, const Hits::Hit& b) { return a.spec < b.spec; });
+                   [](const Hits::Hit& a, const Hits::Hit& b) { return a.entry < b.entry; });
   return hits;
 }
 
 void FaultRules::Hits::Apply(FaultPhase phase, Exchange& exchange) const {
   for (const Hit& hit : hits_) {
-    if (hit.spec->phase != phase) continue;
+    if (hit.entry->phase != phase) continue;
     FaultCall call = hit.call;
     call.argument = hit.argument;
-    hit.spec->act(exchange, call);
+    hit.entry->act(exchange, call);
     if (!exchange.faults.empty()) exchange.faults += ',';
-    exchange.faults += hit.spec->name;
+    exchange.faults += hit.entry->name;
   }
 }
 

@@ -48,7 +48,7 @@ struct FaultCall {
   std::uint64_t ordinal = 0;  ///< how often the rule met its paths before
 };
 
-struct FaultSpec {
+struct FaultEntry {
   std::string_view name;
   std::string_view stage;
   FaultPhase phase;
@@ -59,7 +59,7 @@ struct FaultSpec {
   void (*act)(Exchange&, const FaultCall&);  ///< null for those of kConnect
 };
 
-[[nodiscard]] const std::vector<FaultSpec>& FaultTable();
+[[nodiscard]] const std::vector<FaultEntry>& FaultTable();
 
 /// The rules in force.
 class FaultRules {
@@ -84,7 +84,7 @@ class FaultRules {
    private:
     friend class FaultRules;
     struct Hit {
-      const FaultSpec* spec = nullptr;
+      const FaultEntry* entry = nullptr;
       std::string argument{};
       FaultCall call{};
     };
@@ -95,7 +95,7 @@ class FaultRules {
  private:
   struct Rule {
     std::string text;
-    const FaultSpec* spec = nullptr;
+    const FaultEntry* entry = nullptr;
     std::string paths;  // a pattern with "*"
     double probability = 1;
     std::string argument;

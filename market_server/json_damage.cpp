@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <utility>
 #include <vector>
 
 namespace market_server {
@@ -111,16 +112,16 @@ void PatchAt(Value& value, std::string_view path, JsonPatch patch) {
   const std::string_view rest = slash == std::string_view::npos ? std::string_view{} : path.substr(slash + 1);
   const bool remove_here = rest.empty() && patch == JsonPatch::kRemove;
   if (value.IsObject()) {
-    for (auto member = value.MemberBegin(); member != value.MemberEnd();) {
+    for (SizeType i = 0; i < value.MemberCount();) {
+      const auto member = value.MemberBegin() + static_cast<std::ptrdiff_t>(i);
       const std::string_view name(member->name.GetString(), member->name.GetStringLength());
-      if (part != "*" && part != name) {
-        ++member;
-      } else if (remove_here) {
-        member = value.EraseMember(member);
-      } else {
-        PatchAt(member->value, rest, patch);
-        ++member;
+      const bool chosen = part == "*" || part == name;
+      if (chosen && remove_here) {
+        value.EraseMember(member);
+        continue;
       }
+      if (chosen) PatchAt(member->value, rest, patch);
+      ++i;
     }
   } else if (value.IsArray()) {
     SizeType index = 0;
@@ -151,7 +152,9 @@ Value* LongestArray(Value& value) {
     longest = &value;
     for (Value& element : value.GetArray()) consider(LongestArray(element));
   } else if (value.IsObject()) {
-    for (auto& member : value.GetObject()) consider(LongestArray(member.value));
+    for (SizeType i = 0; i < value.MemberCount(); ++i) {
+      consider(LongestArray((value.MemberBegin() + static_cast<std::ptrdiff_t>(i))->value));
+    }
   }
   return longest;
 }
@@ -232,7 +235,7 @@ std::string ReplaceRootMember(const std::string& text, std::string_view member, 
   document.Parse(text.data(), text.size());
   std::string out = "{\"" + std::string(member) + "\":" + std::string(value);
   if (!document.HasParseError() && document.IsObject()) {
-    for (const auto& other : document.GetObject()) {
+    for (const auto& other : std::as_const(document).GetObject()) {
       const std::string_view name(other.name.GetString(), other.name.GetStringLength());
       if (name == member) continue;
       out += "," + Serialize(other.name) + ":" + Serialize(other.value);

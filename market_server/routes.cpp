@@ -23,17 +23,17 @@ constexpr Word kStockTypes[] = {"cn_a", "sh_a", "sz_a", "gem", "sme"};
 constexpr Word kPlateTypes[] = {"hy", "gn"};
 constexpr Word kDirections[] = {"asc", "desc"};
 
-constexpr ParameterSpec kStockArr{"stock_arr", K::kSymbols};
-constexpr ParameterSpec kStockType{"stock_type", K::kStockType};
-constexpr ParameterSpec kStockSort{"sort_key", K::kStockSort};
-constexpr ParameterSpec kPlateType{"bk_type", K::kPlateType};
-constexpr ParameterSpec kPlateSort{"sort_key", K::kPlateSort};
-constexpr ParameterSpec kDirection{"sort_type", K::kDirection};
-constexpr ParameterSpec kStart{"start", K::kInteger};
-constexpr ParameterSpec kEnd{"end", K::kInteger};
-constexpr ParameterSpec kNum{"num", K::kInteger};
-constexpr ParameterSpec kDate{"date", K::kDate};
-constexpr ParameterSpec kStock{"stock", K::kSymbol};
+constexpr ParameterRule kStockArr{"stock_arr", K::kSymbols};
+constexpr ParameterRule kStockType{"stock_type", K::kStockType};
+constexpr ParameterRule kStockSort{"sort_key", K::kStockSort};
+constexpr ParameterRule kPlateType{"bk_type", K::kPlateType};
+constexpr ParameterRule kPlateSort{"sort_key", K::kPlateSort};
+constexpr ParameterRule kDirection{"sort_type", K::kDirection};
+constexpr ParameterRule kStart{"start", K::kInteger};
+constexpr ParameterRule kEnd{"end", K::kInteger};
+constexpr ParameterRule kNum{"num", K::kInteger};
+constexpr ParameterRule kDate{"date", K::kDate};
+constexpr ParameterRule kStock{"stock", K::kSymbol};
 
 const std::vector<Route>& Table() {
   using namespace endpoints;
@@ -106,7 +106,7 @@ bool ReadInteger(std::string_view text, std::int64_t least, std::int64_t most, s
 }
 
 /// Checks one value and puts it into the call; false when it is none of its kind.
-bool Accept(const ParameterSpec& parameter, const std::string& value, Call& call) {
+bool Accept(const ParameterRule& parameter, const std::string& value, Call& call) {
   const auto word = [&] {
     const auto words = Words(parameter.kind);
     if (!value.empty() && std::find(words.begin(), words.end(), value) == words.end()) return false;
@@ -194,7 +194,7 @@ const Route* FindRoute(std::string_view path) {
 Answer AnswerRoute(const Route& route, const http::Parameters& parameters, const model::Market& market,
                    model::Instant instant) {
   Call call{market, instant};
-  for (const ParameterSpec& parameter : route.parameters) {
+  for (const ParameterRule& parameter : route.parameters) {
     const std::string* value = nullptr;
     for (const auto& [name, text] : parameters) {
       if (name != parameter.name) continue;

@@ -35,7 +35,7 @@ enum class ParameterKind {
   kSeconds     ///< seconds since 1970-01-01 UTC
 };
 
-struct ParameterSpec {
+struct ParameterRule {
   std::string_view name;
   ParameterKind kind;
 };
@@ -67,7 +67,7 @@ struct Call {
 
 struct Route {
   std::string_view path;
-  std::vector<ParameterSpec> parameters;
+  std::vector<ParameterRule> parameters;
   /// Writes the members that follow "errno" in the root object.
   void (*encode)(const Call&, JsonWriter&);
   std::string_view summary;

@@ -128,10 +128,11 @@ std::size_t Signatures::UseHash::operator()(const Use& use) const noexcept {
   return static_cast<std::size_t>((high ^ (low * 0x9E3779B97F4A7C15U)) + use.key);
 }
 
-Signatures::Signatures(std::map<std::string, std::string> keys, std::size_t nonces) : capacity_(nonces) {
-  for (auto& [id, secret] : keys) {
+Signatures::Signatures(const std::map<std::string, std::string>& keys, std::size_t nonces)
+    : capacity_(nonces) {
+  for (const auto& [id, secret] : keys) {
     const std::size_t number = keys_.size();
-    keys_.emplace(id, KeyEntry{number, std::move(secret)});
+    keys_.emplace(id, KeyEntry{number, secret});
   }
 }
 

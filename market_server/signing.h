@@ -23,7 +23,8 @@ namespace market_server {
 class Signatures {
  public:
   /// At most `nonces` nonces are remembered.
-  explicit Signatures(std::map<std::string, std::string> keys, std::size_t nonces = std::size_t{1} << 19);
+  explicit Signatures(const std::map<std::string, std::string>& keys,
+                      std::size_t nonces = std::size_t{1} << 19);
 
   /// kNone when the request is signed as it should be at server time `now`, seconds since 1970; its nonce is
   /// used up then.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "endpoints/series.h"
@@ -75,7 +76,7 @@ Answer AnswerHistory(const http::Parameters& parameters, const model::Market& ma
     return MakeError(Error::kBadParameter, "q");
   }
   std::vector<Query> queries;
-  for (const auto& member : document.GetObject()) {
+  for (const auto& member : std::as_const(document).GetObject()) {
     Query query;
     query.name = Text(member.name);
     if (!Read(member.value, market, query)) return MakeError(Error::kBadParameter, "q");

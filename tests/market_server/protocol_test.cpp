@@ -142,7 +142,7 @@ std::string Endpoints(Bench& bench) {
       text += "No parameters.\n\n";
     } else {
       text += "| parameter | value |\n|---|---|\n";
-      for (const ParameterSpec& parameter : route.parameters) {
+      for (const ParameterRule& parameter : route.parameters) {
         text += "| `" + std::string(parameter.name) + "` | " + KindText(parameter.kind) + " |\n";
       }
       text += "\n";
