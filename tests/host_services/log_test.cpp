@@ -201,8 +201,9 @@ TEST_F(Log, linesOfManyThreadsStayWhole) {
 }
 
 TEST_F(Log, filesAreRotatedAndNoMoreThanFourAreKept) {
-  const std::wstring line(8000, L'x');
-  for (int i = 0; i < 4000; ++i) {
+  // Three bytes for each character: 48 KiB a line, 24 MiB in all.
+  const std::wstring line(16384, L'\u4e2d');
+  for (int i = 0; i < 512; ++i) {
     WriteProgramLogString(kAll, line.c_str());
   }
   std::size_t files = 0;
