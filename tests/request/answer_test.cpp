@@ -1,0 +1,227 @@
+// What every answer goes through before a service reads it, and in which order.
+#include "request/answer.h"
+
+#include <gtest/gtest.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonParseError>
+
+#include "scripted_host.h"
+
+namespace {
+
+using request::CheckAnswer;
+using request::Fetch;
+using request::Outcome;
+
+constexpr wchar_t kFailed[] = L"IndexMarket::FetchIndexMarkets Failed.";
+constexpr wchar_t kResponse[] = L"IndexMarket::FetchIndexMarkets Response Error Code: %d";
+constexpr wchar_t kParse[] = L"IndexMarket::FetchIndexMarkets Json Parse Error Code: %d";
+
+int QtCode(const std::string& text) {
+  QJsonParseError error{};
+  QJsonDocument::fromJson(QByteArray(text.data(), static_cast<int>(text.size())), &error);
+  return error.error;
+}
+
+int QtErrno(const std::string& text) {
+  const QJsonDocument document =
+      QJsonDocument::fromJson(QByteArray(text.data(), static_cast<int>(text.size())));
+  return document.object().value(QLatin1String("errno")).toInt(0);
+}
+
+class CheckedAnswer : public ::testing::Test {
+ protected:
+  Outcome Check(const std::string& body, const request::StaleTest& is_latest = {}) {
+    return CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size(), is_latest).outcome();
+  }
+  Outcome CheckFailed(const std::string& body, const request::StaleTest& is_latest = {}) {
+    return CheckAnswer(Fetch::kIndexQuotes, false, body.data(), body.size(), is_latest).outcome();
+  }
+
+  ScriptedHost host;
+};
+
+TEST_F(CheckedAnswer, isAcceptedWhenNothingIsWrong) {
+  EXPECT_EQ(Check(R"({"errno":0,"data":{"list":[]}})"), Outcome::kAccepted);
+  EXPECT_TRUE(host.Log().empty());
+}
+
+TEST_F(CheckedAnswer, writesTheFailureLineAndStopsWhenTheFlagIsFalse) {
+  host.ExpectFailureLine(kFailed);
+  EXPECT_EQ(CheckFailed(R"({"errno":0})"), Outcome::kFailed);
+}
+
+TEST_F(CheckedAnswer, doesNotParseAFailedAnswersBody) {
+  host.ExpectFailureLine(kFailed, 2);
+  EXPECT_EQ(CheckFailed("no json"), Outcome::kFailed);
+  EXPECT_EQ(CheckFailed(R"({"errno":5})"), Outcome::kFailed);
+}
+
+TEST_F(CheckedAnswer, failsWithoutABodyToo) {
+  host.ExpectFailureLine(kFailed);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, false, nullptr, 0).outcome(), Outcome::kFailed);
+}
+
+TEST_F(CheckedAnswer, asksForStalenessAfterTheFailureLine) {
+  host.ExpectFailureLine(kFailed);
+  int asked = 0;
+  std::size_t lines_before = 0;
+  CheckFailed("{}", [&] {
+    ++asked;
+    lines_before = host.Log().size();
+    return true;
+  });
+  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(lines_before, 1u);
+}
+
+TEST_F(CheckedAnswer, ofAFailedStaleRequestStillWritesTheFailureLine) {
+  host.ExpectFailureLine(kFailed);
+  EXPECT_EQ(CheckFailed("{}", [] { return false; }), Outcome::kFailed);
+}
+
+TEST_F(CheckedAnswer, isDroppedSilentlyWhenStaleWhateverItHolds) {
+  for (const char* body : {"{}", "no json", R"({"errno":5})", ""}) {
+    EXPECT_FALSE(CheckAnswer(Fetch::kIndexQuotes, true, body, std::string(body).size(), [] { return false; }))
+        << body;
+  }
+  EXPECT_TRUE(host.Log().empty());
+}
+
+TEST_F(CheckedAnswer, asksForStalenessExactlyOnce) {
+  int asked = 0;
+  const request::StaleTest is_latest = [&asked] {
+    ++asked;
+    return true;
+  };
+  Check("{}", is_latest);
+  EXPECT_EQ(asked, 1);
+}
+
+TEST_F(CheckedAnswer, isDroppedSilentlyWithoutABody) {
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, nullptr, 0).outcome(), Outcome::kEmpty);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, nullptr, 7).outcome(), Outcome::kEmpty);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, "x", 0).outcome(), Outcome::kEmpty);
+  EXPECT_TRUE(host.Log().empty());
+}
+
+TEST_F(CheckedAnswer, writesTheParseLineWithTheParsersOwnCode) {
+  for (const std::string body :
+       {"no json", "{", "[", "{\"a\"}", "{\"a\":}", "{\"a\":1,}", "[1 2]", "\"text\"", "5", " ",
+        "{\"a\":\"\\u00\"}", "{\"a\":\"b", "{} x", "{\"a\":01}", "{\"a\":\"\xFF\"}", "<html></html>"}) {
+    const int code = QtCode(body);
+    ASSERT_NE(code, 0) << body;
+    host.ExpectCodeLine(kParse, code);
+    EXPECT_EQ(Check(body), Outcome::kParseError) << body;
+  }
+}
+
+TEST_F(CheckedAnswer, writesTheParseLineForTooDeepATextToo) {
+  const std::string deep = std::string(5000, '[') + std::string(5000, ']');
+  ASSERT_EQ(QtCode(deep), QJsonParseError::DeepNesting);
+  host.ExpectCodeLine(kParse, QJsonParseError::DeepNesting);
+  EXPECT_EQ(Check(deep), Outcome::kParseError);
+}
+
+TEST_F(CheckedAnswer, writesTheResponseLineWithTheNumber) {
+  for (const int number : {1001, 1, -1, 2147483647, -2147483647 - 1}) {
+    host.ExpectCodeLine(kResponse, number);
+    EXPECT_EQ(Check("{\"errno\":" + std::to_string(number) + "}"), Outcome::kResponseError);
+  }
+}
+
+TEST_F(CheckedAnswer, readsAnErrorNumberThatIsNoWholeNumberAsSuccess) {
+  for (const std::string value :
+       {"5.5", "\"7\"", "true", "3000000000", "-3000000000", "null", "[1]", "{}", "1e40"}) {
+    const std::string body = "{\"errno\":" + value + "}";
+    ASSERT_EQ(QtErrno(body), 0) << value;
+    EXPECT_EQ(Check(body), Outcome::kAccepted) << value;
+  }
+  EXPECT_EQ(Check("{}"), Outcome::kAccepted);
+}
+
+TEST_F(CheckedAnswer, readsAWholeNumberHoweverItIsWritten) {
+  for (const std::string value : {"5.0", "5e0", "50e-1", "500000e-5"}) {
+    const std::string body = "{\"errno\":" + value + "}";
+    ASSERT_EQ(QtErrno(body), 5) << value;
+    host.ExpectCodeLine(kResponse, 5);
+    EXPECT_EQ(Check(body), Outcome::kResponseError) << value;
+  }
+}
+
+TEST_F(CheckedAnswer, readsTheLastErrorNumber) {
+  host.ExpectCodeLine(kResponse, 7);
+  EXPECT_EQ(Check(R"({"errno":0,"errno":7})"), Outcome::kResponseError);
+  EXPECT_EQ(Check(R"({"errno":7,"errno":0})"), Outcome::kAccepted);
+}
+
+TEST_F(CheckedAnswer, thatIsAnArrayIsAnEmptyOne) {
+  const std::string body = R"([{"errno":5}])";
+  const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size());
+  EXPECT_EQ(answer.outcome(), Outcome::kAccepted);
+  EXPECT_EQ(answer.DataList().Size(), 0u);
+  EXPECT_EQ(answer.DataArray().Size(), 0u);
+}
+
+TEST_F(CheckedAnswer, withoutPayloadHasAnEmptyOne) {
+  for (const std::string body :
+       {"{}", R"({"data":{}})", R"({"data":null})", R"({"data":[]})", R"({"data":"list"})",
+        R"({"data":{"list":{}}})", R"({"data":{"list":5}})", R"({"Data":{"list":[1]}})"}) {
+    const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size());
+    EXPECT_TRUE(answer) << body;
+    EXPECT_EQ(answer.DataList().Size(), 0u) << body;
+  }
+}
+
+TEST_F(CheckedAnswer, givesItsPayloadInEveryForm) {
+  const std::string list = R"({"data":{"list":[1,2]},"total_num":3})";
+  const request::Answer with_list = CheckAnswer(Fetch::kIndexQuotes, true, list.data(), list.size());
+  EXPECT_EQ(with_list.DataList().Size(), 2u);
+  EXPECT_EQ(with_list.DataArray().Size(), 0u);
+  EXPECT_EQ(with_list.Root().Member("total_num").Integer(), 3);
+  const std::string array = R"({"data":[1,2,3]})";
+  const request::Answer with_array = CheckAnswer(Fetch::kIndexQuotes, true, array.data(), array.size());
+  EXPECT_EQ(with_array.DataArray().Size(), 3u);
+  EXPECT_EQ(with_array.DataList().Size(), 0u);
+}
+
+TEST_F(CheckedAnswer, givesNothingUnlessItWasAccepted) {
+  host.ExpectCodeLine(kResponse, 5);
+  const std::string body = R"({"errno":5,"data":{"list":[1]}})";
+  const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size());
+  EXPECT_FALSE(answer);
+  EXPECT_EQ(answer.DataList().Size(), 0u);
+}
+
+TEST_F(CheckedAnswer, toleratesBlanksAroundTheText) {
+  EXPECT_EQ(Check(" \r\n\t{ \"errno\" : 0 } \n"), Outcome::kAccepted);
+}
+
+TEST_F(CheckedAnswer, readsExactlyTheBytesGiven) {
+  const std::string body = R"({"errno":0}garbage)";
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, body.data(), 11).outcome(), Outcome::kAccepted);
+}
+
+TEST_F(CheckedAnswer, ofAFeedThatGoesOnIsParsedAfterAFailure) {
+  host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
+  const std::string body = R"({"data":{"list":[1]}})";
+  const request::Answer answer =
+      CheckAnswer(Fetch::kStockInOut, false, body.data(), body.size(), {}, request::Incomplete::kParsed);
+  EXPECT_TRUE(answer);
+  EXPECT_EQ(answer.DataList().Size(), 1u);
+}
+
+TEST_F(CheckedAnswer, ofAFeedThatGoesOnLogsTheParseErrorOfAnEmptyBody) {
+  const int code = QtCode("");
+  ASSERT_NE(code, 0);
+  host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
+  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Json Parse Error Code: %d", code, 2);
+  EXPECT_EQ(CheckAnswer(Fetch::kStockInOut, false, nullptr, 0, {}, request::Incomplete::kParsed).outcome(),
+            Outcome::kParseError);
+  EXPECT_EQ(CheckAnswer(Fetch::kStockInOut, true, "", 0, {}, request::Incomplete::kParsed).outcome(),
+            Outcome::kParseError);
+}
+
+}  // namespace

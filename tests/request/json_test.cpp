@@ -1,0 +1,289 @@
+// The door to the JSON parser. What a text means, and which code it has when it is no JSON, is what Qt says.
+#include "request/json.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "qt_reference.h"
+
+namespace {
+
+using request::json::Document;
+using request::json::Object;
+using request::json::Value;
+
+Document Parsed(const std::string& text) {
+  return Document::Parse(text.data(), text.size());
+}
+
+const std::vector<std::string>& Texts() {
+  static const std::vector<std::string> texts = {
+      "",
+      " ",
+      "{}",
+      "[]",
+      "[[]]",
+      "{\"a\":{}}",
+      "null",
+      "true",
+      "5",
+      "\"text\"",
+      "{\"errno\":0,\"data\":{\"list\":[{\"code\":\"sh000001\",\"last\":3054.64,\"change\":null,\"diff\":-1e-"
+      "3}]}}",
+      "[null,true,false,0,-0,-0.0,1,-1,1.5,1e3,1E+3,1e-3,123456789012345678901234567890,2147483647,"
+      "2147483648,"
+      "-2147483648,-2147483649,9007199254740993,0.1,1e308,5e-324,2.2250738585072014e-308]",
+      "[1e309]",
+      "[-1e400]",
+      "[1e-400]",
+      "[01]",
+      "[+1]",
+      "[.5]",
+      "[5.]",
+      "[1e]",
+      "[1e+]",
+      "[-]",
+      "[0x10]",
+      "[NaN]",
+      "[Infinity]",
+      "[nul]",
+      "[tru",
+      "[truex]",
+      "[1,]",
+      "[,1]",
+      "[1 2]",
+      "[1",
+      "[1}",
+      "{\"a\":1]",
+      "{\"a\"1}",
+      "{\"a\":}",
+      "{\"a\":1,}",
+      "{,}",
+      "{a:1}",
+      "{1:1}",
+      "{\"a\":1",
+      "{\"a\":1}x",
+      "{\"a\":1} {}",
+      "[\"\\u0041\\u00e9\\u4e2d\\ud83d\\ude00\"]",
+      "[\"\\ud83d\"]",
+      "[\"\\ude00\"]",
+      "[\"\\ud83dx\"]",
+      "[\"\\u12\"]",
+      "[\"\\u12G4\"]",
+      "[\"\\b\\f\\n\\r\\t\\/\\\\\\\"\"]",
+      "[\"\\x\"]",
+      "[\"\\\"]",
+      "[\"open",
+      "[\"\xE4\xB8\xAD\xE6\x96\x87\xF0\x9F\x98\x80\"]",
+      "[\"\xFF\"]",
+      "[\"\xC0\x80\"]",
+      "[\"\xED\xA0\x80\"]",
+      "[\"\xE4\xB8\"]",
+      "[\"\xF4\x90\x80\x80\"]",
+      std::string("[\"a\0b\"]", 7),
+      std::string("[\"a\x01\x1F\"]"),
+      std::string("[1]\0", 4),
+      std::string("\0[1]", 4),
+      "[\"tab\there\"]",
+      "\xEF\xBB\xBF{\"a\":1}",
+      " \t\r\n{ \"a\" : [ 1 , 2 ] } \n",
+      "\f[1]",
+      "/* c */ [1]",
+      "{\"b\":1,\"a\":2,\"C\":3,\"\":4,\"\xE4\xB8\xAD\":5,\"\xC3\xA9\":6,\"\xEF\xBC\x81\":7,\"ab\":8}",
+      "{\"l\\u0061st\":1,\"na\\\"me\":2}",
+      "{\"a\":{\"b\":[{\"c\":[[],{},null]}]}}",
+      std::string(1024, '[') + std::string(1024, ']'),
+      std::string(1025, '[') + std::string(1025, ']'),
+      std::string(100000, '['),
+      "{\"a\":" + std::string(2000, '[') + std::string(2000, ']') + "}",
+      "[" + std::string(400, '1') + "]",
+      "[0." + std::string(400, '3') + "]",
+  };
+  return texts;
+}
+
+TEST(JsonDoor, readsEveryTextAsQtDoes) {
+  for (const std::string& text : Texts()) {
+    EXPECT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text.substr(0, 100);
+  }
+}
+
+TEST(JsonDoor, itsSlowWayReadsEveryTextAsQtDoes) {
+  for (const std::string& text : Texts()) {
+    EXPECT_EQ(qt_reference::Same(Document::ParseByQt(text.data(), text.size()), qt_reference::Parse(text)),
+              "")
+        << text.substr(0, 100);
+  }
+}
+
+// Damages a text in one to three places, always in the same way for one seed.
+std::string Damaged(std::string text, std::mt19937& random) {
+  static const std::string kBytes = "{}[]\",:0123456789.eE+-ntfalsu\\/ \x01\xE4\xFF";
+  const auto below = [&random](std::size_t limit) { return static_cast<std::size_t>(random() % limit); };
+  for (std::size_t blow = 0, blows = 1 + below(3); blow < blows && !text.empty(); ++blow) {
+    const std::size_t place = below(text.size());
+    switch (below(4)) {
+      case 0:
+        text.erase(place, 1);
+        break;
+      case 1:
+        text.insert(place, 1, kBytes[below(kBytes.size())]);
+        break;
+      case 2:
+        text[place] = kBytes[below(kBytes.size())];
+        break;
+      default:
+        text.resize(place);
+    }
+  }
+  return text;
+}
+
+TEST(JsonDoor, readsDamagedTextsAsQtDoes) {
+  const std::vector<std::string> whole = {
+      "{\"errno\":0,\"data\":{\"list\":[{\"code\":\"sh000001\",\"name\":\"\xE4\xB8\x8A\xE8\xAF\x81\","
+      "\"last\":3054.64,"
+      "\"change\":null,\"diff\":-0.5e-3,\"open\":true},{\"code\":\"\\u4e2d\",\"last\":12}],\"num\":2}}",
+      "[[1,2.5,-3e7],[\"a\",\"b\\n\"],{},[],[null,false]]",
+      "{\"first\":1,\"second\":{\"third\":[],\"fourth\":{\"fifth\":\"x\"}}}",
+  };
+  std::mt19937 random(20240315);
+  for (int round = 0; round < 30'000; ++round) {
+    const std::string text = Damaged(whole[static_cast<std::size_t>(round) % whole.size()], random);
+    ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "")
+        << "round " << round << ": " << text;
+  }
+}
+
+TEST(JsonDoor, givesTheCodesOfQt) {
+  const std::vector<std::pair<std::string, QJsonParseError::ParseError>> codes = {
+      {"{}", QJsonParseError::NoError},
+      {"{\"a\":{}", QJsonParseError::UnterminatedObject},
+      {"{\"a\" 1}", QJsonParseError::MissingNameSeparator},
+      {"[{}", QJsonParseError::UnterminatedArray},
+      {"[1", QJsonParseError::TerminationByNumber},
+      {"[1 2]", QJsonParseError::MissingValueSeparator},
+      {"[tru]", QJsonParseError::IllegalValue},
+      {"[-]", QJsonParseError::IllegalNumber},
+      {"[\"\\u00\"]", QJsonParseError::IllegalEscapeSequence},
+      {"[\"\xFF\"]", QJsonParseError::IllegalUTF8String},
+      {"[\"a", QJsonParseError::UnterminatedString},
+      {"{\"a\":1,}", QJsonParseError::MissingObject},
+      {std::string(2000, '['), QJsonParseError::DeepNesting},
+      {"{} x", QJsonParseError::GarbageAtEnd},
+  };
+  for (const auto& [text, code] : codes) {
+    EXPECT_EQ(qt_reference::Parse(text).code, code) << text.substr(0, 40);
+    EXPECT_EQ(Parsed(text).Error(), code) << text.substr(0, 40);
+  }
+}
+
+TEST(JsonValue, isConvertedAsTheServicesNeedIt) {
+  const std::string text =
+      R"({"text":"x","number":5.5,"whole":7,"big":3000000000,"true":true,"null":null,"array":[1],
+    "object":{"a":1},"digits":"7"})";
+  const Document document = Parsed(text);
+  const Object root = document.Root();
+  EXPECT_EQ(root.Member("text").Text(), L"x");
+  EXPECT_EQ(root.Member("number").Text(), L"");
+  EXPECT_EQ(root.Member("null").Text(), L"");
+  EXPECT_EQ(root.Member("number").Number(), 5.5);
+  EXPECT_EQ(root.Member("digits").Number(), 0.0);
+  EXPECT_EQ(root.Member("true").Number(), 0.0);
+  EXPECT_EQ(root.Member("whole").Integer(), 7);
+  EXPECT_EQ(root.Member("number").Integer(), 0);
+  EXPECT_EQ(root.Member("big").Integer(), 0);
+  EXPECT_EQ(root.Member("big").Number(), 3e9);
+  EXPECT_EQ(root.Member("digits").Integer(), 0);
+  EXPECT_EQ(root.Member("true").Integer(), 0);
+  EXPECT_TRUE(root.Member("null").IsNull());
+  EXPECT_FALSE(root.Member("missing").IsNull());
+  EXPECT_TRUE(root.Member("missing").IsUndefined());
+  EXPECT_EQ(root.Member("array").AsArray().Size(), 1u);
+  EXPECT_EQ(root.Member("object").AsArray().Size(), 0u);
+  EXPECT_EQ(root.Member("object").AsObject().Member("a").Integer(), 1);
+  EXPECT_TRUE(root.Member("array").AsObject().Member("a").IsUndefined());
+}
+
+TEST(JsonValue, ofADefaultedObjectOrArrayIsUndefined) {
+  EXPECT_TRUE(Object().Member("a").IsUndefined());
+  EXPECT_TRUE(request::json::Array().At(0).IsUndefined());
+  EXPECT_EQ(Document().Error(), 0);
+  EXPECT_TRUE(Document().Root().Member("a").IsUndefined());
+}
+
+TEST(JsonArray, givesItsElementsByPlace) {
+  const std::string text = R"([[1,2],{"a":[3]},"x",4])";
+  const Document document = Parsed(text);
+  EXPECT_EQ(document.RootArray().At(0).AsArray().At(1).Integer(), 2);
+  EXPECT_EQ(document.RootArray().At(2).Text(), L"x");
+  EXPECT_EQ(document.RootArray().At(3).Integer(), 4);
+  EXPECT_TRUE(document.RootArray().At(4).IsUndefined());
+}
+
+TEST(JsonObject, walksItsMembersByKey) {
+  const std::string text = R"({"b":1,"a":2,"B":3,"":4,"ab":5})";
+  const Document document = Parsed(text);
+  std::vector<std::string> keys;
+  document.Root().ForEach([&](std::string_view key, const Value&) { keys.emplace_back(key); });
+  EXPECT_EQ(keys, (std::vector<std::string>{"", "B", "a", "ab", "b"}));
+}
+
+// --- repeated keys
+// ----------------------------------------------------------------------------------------------
+
+TEST(RepeatedKeys, theLastOneWins) {
+  const std::vector<std::pair<std::string, int>> texts = {
+      {R"({"a":1,"a":2})", 2},      {R"({"a":[1,[2]],"a":3})", 3}, {R"({"a":{"b":1},"b":9,"a":4})", 4},
+      {R"({"a":1,"\u0061":5})", 5}, {R"({"\u0061":1,"a":6})", 6},  {R"({"a":[[[]]],"a":{"x":[1]},"a":7})", 7},
+  };
+  for (const auto& [text, value] : texts) {
+    const Document document = Parsed(text);
+    EXPECT_EQ(document.Error(), 0) << text;
+    EXPECT_EQ(document.Root().Member("a").Integer(), value) << text;
+  }
+}
+
+TEST(RepeatedKeys, theLastOneWinsInALargeObject) {
+  std::string text = "{";
+  for (int number = 0; number < 3000; ++number) {
+    text += "\"k" + std::to_string(number % 1000) + "\":" + std::to_string(number) + ",";
+  }
+  text += "\"end\":[]}";
+  const Document document = Parsed(text);
+  std::size_t members = 0;
+  document.Root().ForEach([&](std::string_view, const Value&) { ++members; });
+  EXPECT_EQ(members, 1001u);
+  for (int number = 0; number < 1000; ++number) {
+    EXPECT_EQ(document.Root().Member("k" + std::to_string(number)).Integer(), 2000 + number);
+  }
+}
+
+TEST(RepeatedKeys, areToldApartOnEachLevel) {
+  const std::string text = R"({"a":{"a":{"a":1}},"b":[{"a":2},{"a":3}]})";
+  const Document document = Parsed(text);
+  EXPECT_EQ(document.Root().ObjectAt("a").ObjectAt("a").Member("a").Integer(), 1);
+  EXPECT_EQ(document.Root().ArrayAt("b").At(1).AsObject().Member("a").Integer(), 3);
+}
+
+TEST(RepeatedKeys, doNotChangeTheErrorOfATextThatIsNoJson) {
+  for (const std::string text : {R"({"a":[1],"a":2,})", R"({"a":[1],"a":})", R"({"a":[1],"a":2)",
+                                 R"({"a":[1],"a":2}])", R"({"a":[1],"a":"\q"})",
+                                 R"({"a":[1)"
+                                 R"(,"a":2})"}) {
+    EXPECT_EQ(Parsed(text).Error(), qt_reference::Parse(text).code) << text;
+  }
+}
+
+TEST(RepeatedKeys, keepUnusualKeysReadable) {
+  const std::string text =
+      "{\"\x7F\":1,\"\x7F"
+      "0\x7F"
+      "a\":2,\"plain\":3}";
+  const Document document = Parsed(text);
+  EXPECT_EQ(document.Error(), 0);
+  EXPECT_EQ(document.Root().Member("plain").Integer(), 3);
+}
+
+}  // namespace
