@@ -107,7 +107,7 @@ TEST_F(Files, readOnlyFileIsRemoved) {
 
 class UserDirectories : public testing::Test {
  protected:
-  UserDirectories() { setenv("HOME", "/home/somebody", 1); }
+  UserDirectories() { setenv("HOME", "/srv/somebody", 1); }
   ~UserDirectories() override {
     unsetenv("XDG_DATA_HOME");
     unsetenv("XDG_STATE_HOME");
@@ -120,9 +120,9 @@ class UserDirectories : public testing::Test {
 };
 
 TEST_F(UserDirectories, lieBelowTheHomeDirectory) {
-  EXPECT_EQ(stock_host::DefaultDataDirectory(), "/home/somebody/.local/share/csm");
-  EXPECT_EQ(stock_host::DefaultLogDirectory(), "/home/somebody/.local/state/csm");
-  EXPECT_EQ(stock_host::DefaultConfigDirectory(), "/home/somebody/.config/csm");
+  EXPECT_EQ(stock_host::DefaultDataDirectory(), "/srv/somebody/.local/share/csm");
+  EXPECT_EQ(stock_host::DefaultLogDirectory(), "/srv/somebody/.local/state/csm");
+  EXPECT_EQ(stock_host::DefaultConfigDirectory(), "/srv/somebody/.config/csm");
 }
 
 TEST_F(UserDirectories, followTheEnvironment) {
@@ -137,8 +137,8 @@ TEST_F(UserDirectories, followTheEnvironment) {
 TEST_F(UserDirectories, relativePathOfTheEnvironmentIsIgnored) {
   setenv("XDG_DATA_HOME", "relative", 1);
   setenv("XDG_STATE_HOME", "", 1);
-  EXPECT_EQ(stock_host::DefaultDataDirectory(), "/home/somebody/.local/share/csm");
-  EXPECT_EQ(stock_host::DefaultLogDirectory(), "/home/somebody/.local/state/csm");
+  EXPECT_EQ(stock_host::DefaultDataDirectory(), "/srv/somebody/.local/share/csm");
+  EXPECT_EQ(stock_host::DefaultLogDirectory(), "/srv/somebody/.local/state/csm");
 }
 
 }  // namespace
