@@ -69,7 +69,7 @@ TEST_F(Calendar, timeOfADateIsThatOfChina) {
 
 TEST_F(Calendar, zoneOfTheMachineDoesNotMatter) {
   for (const char* zone : {"America/New_York", "Pacific/Kiritimati", "Pacific/Pago_Pago", "Asia/Kathmandu",
-                           "XXX-13:37", "EST5EDT,M3.2.0,M11.1.0", "nonsense", ":"}) {
+                           "ABC-13:37", "EST5EDT,M3.2.0,M11.1.0", "nonsense", ":"}) {
     setenv("TZ", zone, 1);
     tzset();
     EXPECT_EQ(TimeToDate(1710518399), 20240315U) << zone;
