@@ -26,15 +26,17 @@ enum class Kind : std::uint8_t { kUndefined, kNull, kFalse, kTrue, kNumber, kStr
 // One value, or one key, of a document. A container is followed by its contents: values, or keys and values
 // by turns.
 struct Node {
+  struct Range {
+    std::uint32_t offset;
+    std::uint32_t length;
+  };
+
   Kind kind = Kind::kUndefined;
   bool escaped = false;      // a string that holds escape sequences
   std::uint32_t extent = 1;  // nodes from this one to the next of the same container
   union {
     double number = 0;
-    struct {
-      std::uint32_t offset;  // in the document's text
-      std::uint32_t length;
-    } text;
+    Range text;           // in the document's text
     std::uint32_t count;  // elements of an array, members of an object
   };
 };
