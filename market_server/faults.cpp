@@ -154,8 +154,9 @@ std::shared_ptr<const FaultRules::Rules> FaultRules::Current() const {
 }
 
 std::vector<std::string> FaultRules::Texts() const {
+  const auto rules = Current();
   std::vector<std::string> texts;
-  for (const auto& rule : *Current()) texts.push_back(rule->text);
+  for (const auto& rule : *rules) texts.push_back(rule->text);
   return texts;
 }
 
@@ -166,7 +167,8 @@ bool FaultRules::refusing() const {
 }
 
 http::Welcome FaultRules::OnConnect() const {
-  for (const auto& rule : *Current()) {
+  const auto rules = Current();
+  for (const auto& rule : *rules) {
     if (rule->entry->phase != FaultPhase::kConnect) continue;
     const std::uint64_t random = Mix(rule->salt + rule->met++);
     if (static_cast<double>(random >> 11) * 0x1p-53 >= rule->probability) continue;
@@ -178,8 +180,9 @@ http::Welcome FaultRules::OnConnect() const {
 }
 
 FaultRules::Hits FaultRules::Choose(std::string_view path) const {
+  const auto rules = Current();
   Hits hits;
-  for (const auto& rule : *Current()) {
+  for (const auto& rule : *rules) {
     if (rule->entry->phase == FaultPhase::kConnect || !MatchesPattern(rule->paths, path)) continue;
     const std::uint64_t ordinal = rule->met++;
     const std::uint64_t random = Mix(rule->salt + ordinal);

@@ -2,10 +2,13 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
+#include <atomic>
 #include <functional>
 #include <map>
 #include <regex>
 #include <set>
+#include <thread>
 
 #include "server_fixture.h"
 
@@ -710,6 +713,22 @@ TEST(FaultRules, thatMakeNoSenseAreRefusedAndChangeNothing) {
   }
   EXPECT_EQ(bench.server().ActiveFaults(), std::vector<std::string>{"empty_object:/x"});
   EXPECT_EQ(bench.Raw("/x").body, "{}");
+}
+
+TEST(FaultRules, canBeReplacedWhileRequestsAreAnswered) {
+  Bench bench;
+  std::atomic<bool> done{false};
+  std::thread asking([&] {
+    RawClient client(bench.server().port());
+    while (!done) EXPECT_EQ(client.Get("/x").status, 200);
+  });
+  for (int i = 0; i < 500; ++i) {
+    bench.server().SetFaults({"trailing:/x", "empty_object:/x:0.5", "date_missing"});
+    bench.server().SetFaults({});
+    (void)bench.server().ActiveFaults();
+  }
+  done = true;
+  asking.join();
 }
 
 TEST(FaultRules, areCounted) {
