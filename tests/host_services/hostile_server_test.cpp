@@ -60,6 +60,11 @@ std::function<void(Connection&)> Saying(std::string bytes) {
   return [bytes = std::move(bytes)](Connection& connection) { connection.Write(bytes); };
 }
 
+// Made when it is sent: the large ones would slow down the start of every test.
+std::function<void(Connection&)> SayingMade(std::string (*make)()) {
+  return [make](Connection& connection) { connection.Write(make()); };
+}
+
 std::function<void(Connection&)> StallingAfter(std::string bytes) {
   return [bytes = std::move(bytes)](Connection& connection) {
     connection.Write(bytes);
@@ -90,12 +95,15 @@ std::string Gzip(std::string_view packed) {
          "\r\n\r\n" + std::string(packed);
 }
 
+std::string AboveTheLimit() {
+  return std::string((std::size_t{8} << 20) + 1, '0');
+}
+
 std::vector<Misbehaviour> Misbehaviours() {
   using F = stock_host::Failures;
   const std::string good = R"({"errno":0,"data":[]})";
   const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
   const std::string packed = Gzipped(std::string(100'000, 'x') + good);
-  const std::string above(std::size_t{8} * 1024 * 1024 + 1, '0');
   std::string damaged = packed;
   damaged[damaged.size() / 2] = static_cast<char>(damaged[damaged.size() / 2] ^ 0x55);
   std::string wrong_sum = packed;
@@ -159,8 +167,10 @@ std::vector<Misbehaviour> Misbehaviours() {
       {"endlessInterimAnswers", &F::too_large, Endless("", "HTTP/1.1 100 Continue\r\n\r\n")},
       {"endlessTrailer", &F::too_large,
        Endless(chunked + Chunk(good) + "0\r\n", "X-More: " + std::string(100, 'x') + "\r\n")},
-      {"bodyAboveTheLimit", &F::too_large,
-       Saying("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(above.size()) + "\r\n\r\n" + above)},
+      {"bodyAboveTheLimit", &F::too_large, SayingMade([] {
+         const std::string above = AboveTheLimit();
+         return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(above.size()) + "\r\n\r\n" + above;
+       })},
       {"endlessBody", &F::too_large,
        Endless("HTTP/1.1 200 OK\r\nContent-Length: 9000000000000\r\n\r\n", std::string(65536, 'x'))},
       {"endlessBodyWithoutLength", &F::too_large,
@@ -174,18 +184,20 @@ std::vector<Misbehaviour> Misbehaviours() {
       {"gzipWithWrongSum", &F::incomplete, Saying(Gzip(wrong_sum))},
       {"gzipWithMoreBehind", &F::incomplete, Saying(Gzip(packed + "more"))},
       {"gzipThatIsNone", &F::incomplete, Saying(Gzip(good))},
-      {"gzipBomb", &F::too_large, Saying(Gzip(Gzipped(above)))},
-      {"gzipBombInChunks", &F::too_large,
-       Saying("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\n" +
-              Chunk(Gzipped(above)) + "0\r\n\r\n")},
+      {"gzipBomb", &F::too_large, SayingMade([] { return Gzip(Gzipped(AboveTheLimit())); })},
+      {"gzipBombInChunks", &F::too_large, SayingMade([] {
+         return "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\n" +
+                Chunk(Gzipped(AboveTheLimit())) + "0\r\n\r\n";
+       })},
       {"endlessEmptyGzip", &F::too_large,
-       Endless("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\n", Chunk([] {
-                 std::string members;
-                 for (int i = 0; i < 2000; ++i) {
-                   members += Gzipped("");
-                 }
-                 return members;
-               }()))},
+       [](Connection& connection) {
+         std::string members;
+         for (int i = 0; i < 2000; ++i) {
+           members += Gzipped("");
+         }
+         Endless("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\n",
+                 Chunk(members))(connection);
+       }},
 
       {"certificateOfAnotherHost", &F::security, Saying(""), Transport::kOtherHost},
       {"certificateOfThePast", &F::security, Saying(""), Transport::kExpired},
