@@ -1,5 +1,6 @@
 // The server put together: market, clock, faults, service and listeners, and the threads that run them.
 #include <openssl/rand.h>
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
 
@@ -127,7 +128,11 @@ class Server::Impl {
     const std::lock_guard lock(mutex_);
     running_ = std::move(run);
     for (std::size_t i = 0; i < std::max<std::size_t>(1, options_.threads); ++i) {
-      running_->threads.emplace_back([&io = *running_->io] { io.run(); });
+      running_->threads.emplace_back([&io = *running_->io] {
+        // Keeps the threads while nobody is connected and, with the fault "refuse", nobody can be.
+        const auto work = asio::make_work_guard(io);
+        io.run();
+      });
     }
   }
 
