@@ -8,6 +8,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "endpoints/packages.h"
@@ -393,7 +394,7 @@ TEST_F(Endpoint, thePagesOfAPlateAreItsMembers) {
   EXPECT_EQ(whole["total_num"].GetUint(), whole["data"].Size());
   Document membership = Json("/pc/rt/stock_in_bk", {{"category", "hy"}});
   std::set<std::string> members;
-  for (const auto& stock : membership["data"].GetObject()) {
+  for (const auto& stock : std::as_const(membership)["data"].GetObject()) {
     for (const Value& pair : stock.value.GetArray()) {
       if (pair[0] == Value(plate.c_str(), static_cast<rapidjson::SizeType>(plate.size())))
         members.insert(stock.name.GetString());
@@ -737,7 +738,7 @@ TEST_F(Endpoint, everyStockIsInOneIndustryAndSomeConcepts) {
   Document both = membership("");
   EXPECT_EQ(industries["data"].MemberCount(), Board("cn_a")["data"].Size());
   std::size_t in_concepts = 0;
-  for (const auto& stock : industries["data"].GetObject()) {
+  for (const auto& stock : std::as_const(industries)["data"].GetObject()) {
     ASSERT_EQ(stock.value.Size(), 1U) << stock.name.GetString();
     ASSERT_EQ(stock.value[0].Size(), 2U);
     in_concepts += concepts["data"][stock.name].Size();
