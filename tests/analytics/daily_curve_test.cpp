@@ -10,6 +10,7 @@
 #include "analytics/strength_rating_service.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "sleeping_threads.h"
 
 namespace {
 
@@ -50,6 +51,8 @@ class DailyCurve : public ::testing::Test {
   }
   static Script Asked(const char* date) { return Script(Curve::kPath).With({{"date", date}}).Setting(3); }
   std::wstring Line(const wchar_t* ending) const { return std::wstring(Curve::kName) + ending; }
+
+  DailyCurve() { AwaitSleepingThreads(); }
 
   ScriptedHost host;
   std::unique_ptr<typename Curve::Interface> service{Curve::Make()};

@@ -6,6 +6,7 @@
 #include "analytics/stock_distribution_service.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "sleeping_threads.h"
 
 namespace {
 
@@ -20,6 +21,8 @@ class Distribution : public ::testing::Test {
     service->Refresh();
     service->Detach(&view);
   }
+
+  Distribution() { AwaitSleepingThreads(); }
 
   ScriptedHost host;
   RecordingObserver<DistributionItem> view;

@@ -8,6 +8,7 @@
 #include "analytics/stock_in_out_service.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "sleeping_threads.h"
 
 namespace {
 
@@ -20,6 +21,8 @@ class InOut : public ::testing::Test {
     service->SetTarget(&observer, symbol);
     service->Resume(&observer, false);
   }
+
+  InOut() { AwaitSleepingThreads(); }
 
   ScriptedHost host;
   RecordingObserver<StockInOutItem> view;

@@ -9,6 +9,7 @@
 #include "host/clock.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "sleeping_threads.h"
 
 namespace {
 
@@ -26,6 +27,8 @@ class UnusualEvents : public ::testing::Test {
     service->Resume(&observer, false);
   }
   static std::string Now() { return std::to_string(common::GetCurrentServerTime()); }
+
+  UnusualEvents() { AwaitSleepingThreads(); }
 
   ScriptedHost host;
   RecordingObserver<Events> view;

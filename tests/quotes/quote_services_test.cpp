@@ -14,6 +14,7 @@
 #include "quotes/stock_market_service.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "sleeping_threads.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ using WatchList = std::vector<OptionalMarketItem>;
 template <class Service, class Data, class Key>
 class ServiceTest : public ::testing::Test {
  protected:
-  explicit ServiceTest(Service* made) : service(made) {}
+  explicit ServiceTest(Service* made) : service(made) { AwaitSleepingThreads(); }
 
   void Show(RecordingObserver<Data>& observer, const Key& target) {
     service->Attach(&observer);
@@ -247,7 +248,10 @@ TEST_F(SingleQuote, writesItsThreeLines) {
 class WatchListQuotes : public ::testing::Test {
  protected:
   static constexpr const char* kPath = "/pc/rt/stock_detail_list";
-  void Make() { service.reset(quotes::MakeOptionalStockMarket()); }
+  void Make() {
+    service.reset(quotes::MakeOptionalStockMarket());
+    AwaitSleepingThreads();
+  }
 
   ScriptedHost host;
   std::unique_ptr<IOptionalStockMarket> service;

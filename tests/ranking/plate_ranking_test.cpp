@@ -8,6 +8,7 @@
 #include "ranking/plate_ranking_service.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "sleeping_threads.h"
 
 namespace {
 
@@ -23,6 +24,8 @@ class PlateRanking : public ::testing::Test {
     service->Resume(&view, false);
   }
   void TearDown() override { service->Detach(&view); }
+
+  PlateRanking() { AwaitSleepingThreads(); }
 
   ScriptedHost host;
   RecordingObserver<Rows> view;
@@ -41,6 +44,7 @@ TEST_F(PlateRanking, asksForAFallBackColumnInTheGap) {
 
 TEST_F(PlateRanking, ofAnUnknownKindSendsAnEmptyValue) {
   service.reset(ranking::MakePlateRanking(3));
+  AwaitSleepingThreads();
   Show({23, 1, -1});
   host.Expect(Script(kPath)
                   .With({{"bk_type", ""}, {"sort_key", "cud"}, {"sort_type", "asc"}, {"num", "-1"}})

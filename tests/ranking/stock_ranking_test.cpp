@@ -11,6 +11,7 @@
 #include "ranking/trends.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "sleeping_threads.h"
 
 namespace {
 
@@ -39,6 +40,8 @@ class StockRanking : public ::testing::Test {
     service->Refresh();
   }
 
+  StockRanking() { AwaitSleepingThreads(); }
+
   ScriptedHost host;
   RecordingObserver<Rows> view;
   std::unique_ptr<IStockRanking> service{ranking::MakeStockRanking(4, false)};
@@ -57,6 +60,7 @@ TEST_F(StockRanking, asksForTheBoardAndTheTarget) {
 
 TEST_F(StockRanking, ofFiveMinutesSendsNoCountAndStillCuts) {
   service.reset(ranking::MakeStockRanking(1, true));
+  AwaitSleepingThreads();
   Show(view, {4, 2, 2});
   host.Expect(Script(kFiveMinutes)
                   .With({{"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", "desc"}})
