@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -100,26 +101,35 @@ std::vector<std::string> DynamicEntries(const std::string& tag) {
   return values;
 }
 
+// In a sanitizer build the runtime stands in the program that loads the library, not all of it in sight of
+// dlsym.
+bool IsSanitizers(const std::string& symbol) {
+  const char* const prefixes[] = {"__asan_", "__ubsan_", "__sanitizer_", "__lsan_", "__tsan_"};
+  return std::any_of(std::begin(prefixes), std::end(prefixes),
+                     [&symbol](const char* prefix) { return symbol.rfind(prefix, 0) == 0; });
+}
+
 TEST(ModuleLibrary, exportsExactlyTheTwentyOneFunctions) {
   EXPECT_EQ(kExports.size(), 21u);
   EXPECT_EQ(Symbols("--defined-only", MODULE_FILE), kExports);
 }
 
 TEST(ModuleLibrary, importsOnlyTheHostContractAndSystemLibraries) {
-  std::vector<void*> libraries;
+  std::vector<void*> libraries = {
+      dlopen(nullptr, RTLD_LAZY)};  // a sanitizer's functions stand in the program
   for (const std::string& needed : DynamicEntries("NEEDED")) {
     void* library = dlopen(needed.c_str(), RTLD_LAZY | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();
     libraries.push_back(library);
   }
-  ASSERT_FALSE(libraries.empty());
+  ASSERT_GT(libraries.size(), 1u);
   std::size_t from_host = 0;
   for (const std::string& symbol : Symbols("--undefined-only", MODULE_FILE)) {
     const std::string bare = symbol.substr(0, symbol.find('@'));
     const bool in_system = std::any_of(libraries.begin(), libraries.end(), [&](void* library) {
       return dlsym(library, bare.c_str()) != nullptr;
     });
-    const bool optional = bare == "__gmon_start__" || bare.rfind("_ITM_", 0) == 0;
+    const bool optional = bare == "__gmon_start__" || bare.rfind("_ITM_", 0) == 0 || IsSanitizers(bare);
     const bool in_contract = kHostContract.count(PlainName(bare)) > 0;
     EXPECT_TRUE(in_system || optional || in_contract) << PlainName(bare);
     from_host += in_contract ? 1 : 0;
