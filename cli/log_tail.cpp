@@ -57,7 +57,7 @@ void LogTail::Take(std::string_view line) {
   for (const std::string_view level : {"[warning] ", "[error] ", "[critical] "}) {
     // The level stands behind date, time and zone.
     const std::size_t at = line.find(level);
-    if (at != std::string_view::npos && at < 40) {
+    if (at < 40) {  // not so when there is none
       last_ = Printable(line.substr(at + level.size()));
       ++count_;
       return;

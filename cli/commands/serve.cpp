@@ -51,7 +51,7 @@ bool IsLoopback(const std::string& address) {
 
 // A key file as clients read it, for this user alone.
 std::string WriteKeyFile(const TemporaryDirectory& directory, const market_server::Server& server) {
-  const std::string path = directory.path() + "/key";
+  std::string path = directory.path() + "/key";
   const std::string text = "key_id = " + server.key_id() + "\nkey = " + server.key() + "\n";
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   const bool written = fd >= 0 && write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
