@@ -55,6 +55,21 @@ std::string ClockTime(std::int64_t seconds) {
   return text.data();
 }
 
+std::string DateText(std::uint32_t date) {
+  std::array<char, 48> text{};
+  std::snprintf(text.data(), text.size(), "%04u-%02u-%02u", date / 10000, date / 100 % 100, date % 100);
+  return text.data();
+}
+
+std::string MinuteText(std::int32_t minute) {
+  if (minute < 0 || minute >= 2400 || minute % 100 >= 60) {
+    return std::to_string(minute);
+  }
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%02d:%02d", minute / 100, minute % 100);
+  return text.data();
+}
+
 std::string PhaseName(stock::MarketStatus phase) {
   switch (phase) {
     case stock::kMarketNotOpened:

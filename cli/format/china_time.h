@@ -18,6 +18,12 @@ namespace cli {
 /// "09:30:00".
 [[nodiscard]] std::string ClockTime(std::int64_t seconds);
 
+/// "2024-03-15" for 20240315.
+[[nodiscard]] std::string DateText(std::uint32_t date);
+
+/// "09:31" for 931, as feeds write minutes; other numbers as they are.
+[[nodiscard]] std::string MinuteText(std::int32_t minute);
+
 /// "morning session" and the like.
 [[nodiscard]] std::string PhaseName(stock::MarketStatus phase);
 

@@ -19,4 +19,11 @@ inline constexpr const char* kNoFigure = "--";
 /// A rate given in percent: "+0.41%".
 [[nodiscard]] std::string SignedPercent(double value, int decimals);
 
+/// An amount or a volume in the units that people count in: "9,876", "12.35万", "1.29亿", "3.41万亿". Three
+/// digits and more keep fewer decimals: "123.5万", "1,235万".
+[[nodiscard]] std::string ShortAmount(double value);
+
+/// The same with its sign: "+1.29亿".
+[[nodiscard]] std::string SignedShortAmount(double value);
+
 }  // namespace cli

@@ -55,5 +55,19 @@ TEST(Span, usesTheLargestUnitThatFits) {
   EXPECT_EQ(Span(7300), "2 h");
 }
 
+TEST(DateText, separatesADate) {
+  EXPECT_EQ(DateText(20240315), "2024-03-15");
+  EXPECT_EQ(DateText(0), "0000-00-00");
+}
+
+TEST(MinuteText, readsMinutesAsFeedsWriteThem) {
+  EXPECT_EQ(MinuteText(930), "09:30");
+  EXPECT_EQ(MinuteText(1500), "15:00");
+  EXPECT_EQ(MinuteText(0), "00:00");
+  EXPECT_EQ(MinuteText(93000), "93000");
+  EXPECT_EQ(MinuteText(-5), "-5");
+  EXPECT_EQ(MinuteText(975), "975");
+}
+
 }  // namespace
 }  // namespace cli

@@ -52,5 +52,35 @@ TEST(Signed, hasNoSignForWhatRoundsToZero) {
   EXPECT_EQ(Signed(-0.0, 0), "0");
 }
 
+TEST(ShortAmount, countsInTenThousandsAndHundredMillions) {
+  EXPECT_EQ(ShortAmount(0), "0");
+  EXPECT_EQ(ShortAmount(9876), "9,876");
+  EXPECT_EQ(ShortAmount(10000), "1.00万");
+  EXPECT_EQ(ShortAmount(123456), "12.35万");
+  EXPECT_EQ(ShortAmount(1234567), "123.5万");
+  EXPECT_EQ(ShortAmount(12345678), "1,235万");
+  EXPECT_EQ(ShortAmount(129e6), "1.29亿");
+  EXPECT_EQ(ShortAmount(1.5e12), "1.50万亿");
+  EXPECT_EQ(ShortAmount(-129e6), "-1.29亿");
+}
+
+TEST(ShortAmount, takesTheUnitThatTheRoundedFigureFills) {
+  EXPECT_EQ(ShortAmount(9999), "9,999");
+  EXPECT_EQ(ShortAmount(9999.9), "1.00万");
+  EXPECT_EQ(ShortAmount(99994999), "9,999万");
+  EXPECT_EQ(ShortAmount(99999999), "1.00亿");
+  EXPECT_EQ(ShortAmount(999949), "99.99万");
+  EXPECT_EQ(ShortAmount(999950), "100.0万");
+}
+
+TEST(ShortAmount, showsSignAndAbsence) {
+  EXPECT_EQ(SignedShortAmount(129e6), "+1.29亿");
+  EXPECT_EQ(SignedShortAmount(-129e6), "-1.29亿");
+  EXPECT_EQ(SignedShortAmount(0.2), "0");
+  EXPECT_EQ(ShortAmount(-0.2), "0");
+  EXPECT_EQ(ShortAmount(kNaN), kNoFigure);
+  EXPECT_EQ(SignedShortAmount(kInfinity), kNoFigure);
+}
+
 }  // namespace
 }  // namespace cli

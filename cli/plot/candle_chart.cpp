@@ -1,0 +1,118 @@
+#include "cli/plot/candle_chart.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "cli/format/china_time.h"
+#include "cli/format/figures.h"
+
+namespace cli {
+namespace {
+
+constexpr int kLeastColumns = 40;
+constexpr int kLeastRows = 12;
+constexpr int kGutter = 12;  // labels of prices and the line behind them
+constexpr int kBelow = 2;    // rows of the axis and its labels
+constexpr int kDateColumns = 13;
+
+enum class Ink { kNone, kWick, kBody };
+
+// One cell of a candle from what stands in its halves.
+const char* CellOf(Ink upper, Ink lower, bool hollow) {
+  if (upper == Ink::kBody && lower == Ink::kBody) {
+    return hollow ? "║" : "┃";
+  }
+  if (upper == Ink::kBody) {
+    return lower == Ink::kWick ? "╿" : "╹";
+  }
+  if (lower == Ink::kBody) {
+    return upper == Ink::kWick ? "╽" : "╻";
+  }
+  if (upper == Ink::kWick) {
+    return lower == Ink::kWick ? "│" : "╵";
+  }
+  return lower == Ink::kWick ? "╷" : " ";
+}
+
+bool IsRise(const KLineCandle& candle) {
+  return candle.close > candle.open || (candle.close == candle.open && candle.close >= candle.preclose);
+}
+
+void DrawCandle(Canvas& canvas, const Area& area, int column, const Scale& scale, const KLineCandle& candle) {
+  const bool rise = IsRise(candle);
+  const int high = scale.HalfAt(candle.high);
+  const int low = scale.HalfAt(candle.low);
+  const int top = scale.HalfAt(std::max(candle.open, candle.close));
+  const int bottom = scale.HalfAt(std::min(candle.open, candle.close));
+  const auto ink = [&](int half) {
+    if (half >= top && half <= bottom) {
+      return Ink::kBody;
+    }
+    return half >= high && half <= low ? Ink::kWick : Ink::kNone;
+  };
+  for (int row = std::min(high, top) / 2; row <= std::max(low, bottom) / 2; ++row) {
+    canvas.Put(column, area.row + row, CellOf(ink(2 * row), ink(2 * row + 1), rise),
+               rise ? Tone::kRise : Tone::kFall);
+  }
+}
+
+Area PriceArea(const ChartSize& size) {
+  const int rows = std::max(size.rows, kLeastRows) - 1 - kBelow;
+  return {kGutter, 1, std::max(size.columns, kLeastColumns) - kGutter, rows * 3 / 4};
+}
+
+}  // namespace
+
+std::size_t CandlesThatFit(const ChartSize& size) {
+  return static_cast<std::size_t>((PriceArea(size).columns + 1) / 2);
+}
+
+std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, const StyledLine& title,
+                                    const ChartSize& size) {
+  const Area prices = PriceArea(size);
+  Canvas canvas(prices.column + prices.columns, std::max(size.rows, kLeastRows));
+  const Area volumes{prices.column, prices.row + prices.rows + 1, prices.columns,
+                     canvas.rows() - kBelow - prices.row - prices.rows - 1};
+  const auto columns = static_cast<std::size_t>(prices.columns);
+  const std::size_t count = std::min(candles.size(), columns);
+  const auto first = candles.end() - static_cast<std::ptrdiff_t>(count);
+  const int step = count == 0 ? 1 : std::clamp(static_cast<int>((columns + 1) / count), 1, 4);
+
+  double low = std::numeric_limits<double>::infinity();
+  double high = -low;
+  std::uint64_t most = 0;
+  for (auto candle = first; candle != candles.end(); ++candle) {
+    low = std::min({low, candle->low, candle->open, candle->close});
+    high = std::max({high, candle->high, candle->open, candle->close});
+    most = std::max(most, candle->volume);
+  }
+  const Scale scale(low, high, prices.rows);
+  std::vector<BottomLabel> dates;
+  int column = prices.column;
+  int labelled_until = 0;
+  for (auto candle = first; candle != candles.end(); ++candle, column += step) {
+    DrawCandle(canvas, prices, column, scale, *candle);
+    if (most > 0) {
+      DrawBar(canvas, volumes, column, static_cast<double>(candle->volume) / static_cast<double>(most),
+              IsRise(*candle) ? Tone::kRise : Tone::kFall);
+    }
+    if (column >= labelled_until) {
+      dates.push_back({column, DateText(candle->date)});
+      labelled_until = column + kDateColumns;
+    }
+  }
+  std::vector<SideLabel> labels;
+  for (const int row : LabelledRows(prices)) {
+    labels.push_back({row, count > 0 ? Fixed(scale.ValueAt(row - prices.row), 2) : kNoFigure});
+  }
+  DrawLeftAxis(canvas, prices, labels);
+  DrawLeftAxis(canvas, volumes, {{volumes.row, ShortAmount(static_cast<double>(most))}});
+  DrawBottomAxis(canvas, volumes, dates);
+  std::vector<StyledLine> lines = canvas.Lines();
+  lines.front() = title;
+  return lines;
+}
+
+}  // namespace cli

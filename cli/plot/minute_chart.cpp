@@ -1,0 +1,260 @@
+#include "cli/plot/minute_chart.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "cli/format/china_time.h"
+#include "cli/format/figures.h"
+
+namespace cli {
+namespace {
+
+constexpr int kLeastColumns = 40;
+constexpr int kLeastRows = 12;
+constexpr int kLeastDayColumns = 6;
+constexpr int kBelow = 2;  // rows of the axis and its labels
+
+// Smallest and largest of what is drawn.
+struct Range {
+  double low = std::numeric_limits<double>::infinity();
+  double high = -std::numeric_limits<double>::infinity();
+
+  void Add(double value) {
+    if (std::isfinite(value)) {
+      low = std::min(low, value);
+      high = std::max(high, value);
+    }
+  }
+  [[nodiscard]] bool empty() const { return low > high; }
+};
+
+Range RangeOf(const std::vector<MLineDay>& days, bool average) {
+  Range range;
+  for (const MLineDay& day : days) {
+    for (const MinutePoint& point : day.points) {
+      range.Add(point.price);
+      if (average) {
+        range.Add(point.avg_price);
+      }
+    }
+  }
+  return range;
+}
+
+// An odd number of rows, four of them between labels of equal distance where there is room.
+int RowsOfPrices(int rows) {
+  return std::max(rows - (rows - 1) % 4, 5);
+}
+
+ChartSize AtLeast(const ChartSize& size) {
+  return {std::max(size.columns, kLeastColumns), std::max(size.rows, kLeastRows)};
+}
+
+// The places of prices and volumes.
+struct Layout {
+  Area prices;
+  Area volumes;
+};
+
+Layout LayOut(const ChartSize& size, int left, int right) {
+  const int columns = size.columns - left - 2 - (right > 0 ? right + 2 : 0);
+  const int rows = size.rows - 1 - kBelow;
+  const int prices = RowsOfPrices(rows * 3 / 4);
+  const int volumes = std::max(rows - prices - 1, 1);
+  return {{left + 2, 1, columns, prices}, {left + 2, 1 + prices + 1, columns, volumes}};
+}
+
+class DayChart {
+ public:
+  DayChart(Canvas& canvas, const Layout& layout, const Scale& scale, std::uint64_t most)
+      : canvas_(canvas), layout_(layout), scale_(scale), most_(most) {}
+
+  void Draw(const MLineDay& day, double preclose, bool average) {
+    if (average) {
+      Curve curve{{}, Tone::kWarning, true};
+      for (const MinutePoint& point : day.points) {
+        curve.points.push_back({SessionMinute(point.time), point.avg_price});
+      }
+      DrawCurve(canvas_, layout_.prices, scale_, curve);
+    }
+    Curve curve{{}, Tone::kStrong, false};
+    for (const MinutePoint& point : day.points) {
+      curve.points.push_back({SessionMinute(point.time), point.price});
+    }
+    DrawCurve(canvas_, layout_.prices, scale_, curve);
+    DrawVolumes(day, preclose);
+  }
+
+  /// The largest volume of a column of a day that is `columns` wide.
+  static std::uint64_t MostIn(const MLineDay& day, int columns) {
+    const std::vector<Volume> volumes = VolumesOf(day, 0, columns);
+    std::uint64_t most = 0;
+    for (const Volume& volume : volumes) {
+      most = std::max(most, volume.Mean());
+    }
+    return most;
+  }
+
+ private:
+  // The minutes that share a column.
+  struct Volume {
+    std::uint64_t sum = 0;
+    std::uint64_t minutes = 0;
+    Tone tone = Tone::kPlain;
+
+    [[nodiscard]] std::uint64_t Mean() const { return minutes == 0 ? 0 : sum / minutes; }
+  };
+
+  static std::vector<Volume> VolumesOf(const MLineDay& day, double preclose, int columns) {
+    std::vector<Volume> volumes(static_cast<std::size_t>(std::max(columns, 1)));
+    double before = preclose;
+    for (const MinutePoint& point : day.points) {
+      const int minute = SessionMinute(point.time);
+      if (minute >= 0) {
+        Volume& volume = volumes[static_cast<std::size_t>(minute * (columns - 1) / kSessionMinutes)];
+        volume.sum += point.volume;
+        ++volume.minutes;
+        volume.tone = point.price < before ? Tone::kFall : Tone::kRise;
+      }
+      before = point.price;
+    }
+    return volumes;
+  }
+
+  void DrawVolumes(const MLineDay& day, double preclose) {
+    const std::vector<Volume> volumes = VolumesOf(day, preclose, layout_.volumes.columns);
+    for (std::size_t i = 0; i < volumes.size() && most_ > 0; ++i) {
+      DrawBar(canvas_, layout_.volumes, layout_.volumes.column + static_cast<int>(i),
+              static_cast<double>(volumes[i].Mean()) / static_cast<double>(most_), volumes[i].tone);
+    }
+  }
+
+  Canvas& canvas_;
+  const Layout& layout_;
+  const Scale& scale_;
+  const std::uint64_t most_;
+};
+
+std::vector<StyledLine> WithTitle(const StyledLine& title, const Canvas& canvas) {
+  std::vector<StyledLine> lines = canvas.Lines();
+  if (!lines.empty()) {
+    lines.front() = title;
+  }
+  return lines;
+}
+
+Layout DayLayout(const Layout& layout, int day, int days) {
+  const int begin = layout.prices.columns * day / days;
+  const int columns = layout.prices.columns * (day + 1) / days - begin - (day + 1 < days ? 1 : 0);
+  Layout part = layout;
+  part.prices.column += begin;
+  part.prices.columns = columns;
+  part.volumes.column += begin;
+  part.volumes.columns = columns;
+  return part;
+}
+
+}  // namespace
+
+std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChartLook& look) {
+  const ChartSize size = AtLeast(look.size);
+  std::vector<MLineDay> days = line.days;
+  const auto most_days = static_cast<std::size_t>(size.columns / 2 / kLeastDayColumns);
+  if (days.size() > most_days) {
+    days.erase(days.begin(), days.end() - static_cast<std::ptrdiff_t>(most_days));
+  }
+  const bool has_preclose = line.preclose > 0;
+  Range range = RangeOf(days, look.average);
+  if (range.empty()) {
+    range.Add(line.preclose);
+  }
+  if (has_preclose && days.size() <= 1) {
+    const double farthest = std::max(range.high - line.preclose, line.preclose - range.low);
+    range = {line.preclose - farthest, line.preclose + farthest};
+  }
+
+  // The gutters are as wide as their labels, which need the scale: rows are known beforehand.
+  const Area rows = LayOut(size, 0, 0).prices;
+  const Scale scale(range.low, range.high, rows.rows);
+  std::vector<SideLabel> prices;
+  std::vector<SideLabel> rates;
+  for (const int row : LabelledRows(rows)) {
+    const double value = scale.ValueAt(row - rows.row);
+    const Tone tone = has_preclose ? ToneOf(std::round((value - line.preclose) * 1000)) : Tone::kDim;
+    prices.push_back({row, Fixed(value, 2), tone});
+    if (has_preclose) {
+      rates.push_back({row, SignedPercent((value - line.preclose) / line.preclose * 100, 2), tone});
+    }
+  }
+  const int left = std::max(WidestLabel(prices), 8);
+  const Layout layout = LayOut(size, left, WidestLabel(rates));
+
+  Canvas canvas(size.columns, size.rows);
+  const int count = static_cast<int>(days.size());
+  std::uint64_t most = 0;
+  for (int i = 0; i < count; ++i) {
+    most = std::max(most, DayChart::MostIn(days[static_cast<std::size_t>(i)],
+                                           DayLayout(layout, i, count).volumes.columns));
+  }
+  std::vector<BottomLabel> labels = count <= 1 ? SessionLabels(layout.volumes) : std::vector<BottomLabel>();
+  for (int i = 0; i < count; ++i) {
+    const MLineDay& day = days[static_cast<std::size_t>(i)];
+    const Layout part = DayLayout(layout, i, count);
+    DayChart(canvas, part, scale, most).Draw(day, line.preclose, look.average);
+    if (count > 1) {
+      labels.push_back({part.volumes.column + part.volumes.columns / 2, DateText(day.date).substr(5)});
+    }
+    if (i + 1 < count) {
+      for (int row = layout.prices.row; row < layout.volumes.row + layout.volumes.rows; ++row) {
+        canvas.PutBehind(part.prices.column + part.prices.columns, row, "┊", Tone::kDim);
+      }
+    }
+  }
+  if (has_preclose) {
+    DrawBaseline(canvas, layout.prices,
+                 layout.prices.row + static_cast<int>(std::lround(scale.Place(line.preclose))));
+  }
+  DrawLeftAxis(canvas, layout.prices, prices);
+  DrawLeftAxis(canvas, layout.volumes,
+               {{layout.volumes.row, ShortAmount(static_cast<double>(most)), Tone::kDim}});
+  if (has_preclose) {
+    DrawRightAxis(canvas, layout.prices, rates);
+    DrawRightAxis(canvas, layout.volumes, {});
+  }
+  DrawBottomAxis(canvas, layout.volumes, labels);
+  return WithTitle(look.title, canvas);
+}
+
+std::vector<StyledLine> SessionChart(const std::vector<Curve>& curves, int decimals, const StyledLine& title,
+                                     const ChartSize& wanted) {
+  const ChartSize size = AtLeast(wanted);
+  Range range;
+  for (const Curve& curve : curves) {
+    for (const SessionPoint& point : curve.points) {
+      range.Add(point.value);
+    }
+  }
+  Area area{0, 1, 0, RowsOfPrices(size.rows - 1 - kBelow)};
+  const Scale scale(range.low, range.high, area.rows);
+  std::vector<SideLabel> labels;
+  for (const int row : LabelledRows(area)) {
+    labels.push_back({row, Fixed(scale.ValueAt(row - area.row), decimals), Tone::kDim});
+  }
+  area.column = WidestLabel(labels) + 2;
+  area.columns = size.columns - area.column;
+  Canvas canvas(size.columns, area.row + area.rows + kBelow);
+  for (const Curve& curve : curves) {
+    DrawCurve(canvas, area, scale, curve);
+  }
+  if (range.low < 0 && range.high > 0) {
+    DrawBaseline(canvas, area, area.row + static_cast<int>(std::lround(scale.Place(0))));
+  }
+  DrawLeftAxis(canvas, area, labels);
+  DrawBottomAxis(canvas, area, SessionLabels(area));
+  return WithTitle(title, canvas);
+}
+
+}  // namespace cli

@@ -1,0 +1,44 @@
+// How values become places on a chart: a linear scale from the top down, and the axis of a trading day. Pure
+// functions and values.
+#pragma once
+
+#include <cstdint>
+
+namespace cli {
+
+/// Maps values to rows of cells: `high` is the middle of row 0, `low` that of the last one.
+class Scale {
+ public:
+  /// A range without height is widened a little; one that is not finite becomes 0 to 1.
+  Scale(double low, double high, int rows);
+
+  /// The row with its fraction. A value outside of the range has the place of its end, what is no number that
+  /// of `low`.
+  [[nodiscard]] double Place(double value) const;
+  /// The dot from the top, of four to a row.
+  [[nodiscard]] int DotAt(double value) const;
+  /// The half of a row from the top.
+  [[nodiscard]] int HalfAt(double value) const;
+  /// The value in the middle of a row.
+  [[nodiscard]] double ValueAt(int row) const;
+
+ private:
+  double low_;
+  double high_;
+  int rows_;
+};
+
+/// Trading minutes of a day: 09:30 to 11:30 and 13:00 to 15:00.
+inline constexpr int kSessionMinutes = 240;
+
+/// The position of a clock time HHMM on the axis of a day, lunch left out: 930 is 0, 1130 and 1300 are 120,
+/// 1500 is 240. What lies before the opening, in the lunch break or behind the close has the position of the
+/// nearest trading minute before it, or 0. Negative for what is no clock time.
+[[nodiscard]] int SessionMinute(std::int32_t clock);
+
+/// The bar of a height between 0 and 1 in one cell, in eighths: " ", "▁" … "█".
+[[nodiscard]] const char* EighthFromBelow(double part);
+/// The same from the left: " ", "▏" … "█".
+[[nodiscard]] const char* EighthFromLeft(double part);
+
+}  // namespace cli

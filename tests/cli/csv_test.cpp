@@ -1,0 +1,57 @@
+// Comma-separated values.
+#include "cli/format/csv.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "cli/format/chart_tables.h"
+
+namespace cli {
+namespace {
+
+TEST(CsvField, quotesOnlyWhatMustBeQuoted) {
+  EXPECT_EQ(CsvField(std::string_view("浦发 银行")), "浦发 银行");
+  EXPECT_EQ(CsvField(std::string_view("")), "");
+  EXPECT_EQ(CsvField(std::string_view("a,b")), "\"a,b\"");
+  EXPECT_EQ(CsvField(std::string_view("a\nb")), "\"a\nb\"");
+  EXPECT_EQ(CsvField(std::string_view("a\rb")), "\"a\rb\"");
+  EXPECT_EQ(CsvField(std::wstring_view(L"a,上")), "\"a,上\"");
+}
+
+TEST(CsvField, doublesQuotes) {
+  EXPECT_EQ(CsvField(std::string_view("\"")), "\"\"\"\"");
+  EXPECT_EQ(CsvField(std::string_view("say \"hi\"")), "\"say \"\"hi\"\"\"");
+  EXPECT_EQ(CsvField(std::string_view("\"\"")), "\"\"\"\"\"\"");
+}
+
+TEST(CsvField, replacesWhatIsNoText) {
+  EXPECT_EQ(CsvField(std::string_view("a\xff")), "a\xef\xbf\xbd");
+}
+
+TEST(CsvField, keepsEveryDigitOfANumber) {
+  EXPECT_EQ(CsvField(0.1), "0.1");
+  EXPECT_EQ(CsvField(-3.5), "-3.5");
+  EXPECT_EQ(std::stod(CsvField(1.0 / 3)), 1.0 / 3);
+  EXPECT_EQ(CsvField(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
+  EXPECT_EQ(CsvField(std::int32_t{-7}), "-7");
+}
+
+TEST(CsvField, isEmptyForWhatIsNoNumber) {
+  EXPECT_EQ(CsvField(std::numeric_limits<double>::quiet_NaN()), "");
+  EXPECT_EQ(CsvField(std::numeric_limits<double>::infinity()), "");
+}
+
+TEST(CsvLine, hasAFieldForEachMember) {
+  EXPECT_EQ(CsvHeader(kKLineCandleTable), "date,preclose,open,high,close,low,volume,amount,turnover");
+  EXPECT_EQ(CsvLine(kKLineCandleTable, {20240315, 10.1, 10.2, 10.9, 10.5, 10, 123, 1290.5, 0.25}),
+            "20240315,10.1,10.2,10.9,10.5,10,123,1290.5,0.25");
+  EXPECT_EQ(CsvHeader(kMinutePointTable), "time,price,volume,amount,qrr,change,change_rate,avg_price");
+  EXPECT_EQ(CsvLine(kMinutePointTable, {931, 10.5, 7, 73.5, 1.2, 0.4, 3.96, 10.49}),
+            "931,10.5,7,73.5,1.2,0.4,3.96,10.49");
+}
+
+}  // namespace
+}  // namespace cli
