@@ -191,6 +191,14 @@ TEST_F(MetadataCheck, makesTheDirectoryBeforeTheDownload) {
   EXPECT_TRUE(there);
 }
 
+TEST_F(MetadataCheck, failsWithoutADirectoryForTheFile) {
+  std::ofstream(host.Directory() + "/meta") << "a file where the directory should be";
+  ServerHas("1");
+  const auto check = Check("");
+  EXPECT_FALSE(check.ok);
+  EXPECT_EQ(host.RequestCount(), 1U) << "nothing is downloaded to nowhere";
+}
+
 // --- Something is held ---
 
 TEST_F(MetadataCheck, hasNothingToDoWhenTheHeldOneIsAsNew) {

@@ -105,7 +105,8 @@ TEST_F(VersionStore, keepsExtremes) {
 
 TEST_F(VersionStore, keepsVersionsThatLookLikeSql) {
   PackageVersionStore store(kSymbol);
-  for (const wchar_t* const version : {L"a'b", L"1; drop table kline_pkg_info; --", L"null", L"(select 1)"}) {
+  for (const wchar_t* const version : {L"a'b", L"1; drop table kline_pkg_info; --", L"null", L"(select 1)",
+                                       L"true", L"current_timestamp", L"kline_pkg_info", L"a b"}) {
     store.Set(kDay, {version, 1});
     EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{version, 1}));
   }

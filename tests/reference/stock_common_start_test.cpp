@@ -68,6 +68,22 @@ TEST_F(StockCommonStart, worksWithTasksThatRunAtOnce) {
   EXPECT_EQ(outcomes, std::vector<bool>{true});
 }
 
+TEST_F(StockCommonStart, tellsOnAThreadOfThePoolBeforeItsRefreshBegins) {
+  answers::Allow(host);
+  host.SetTaskMode(ScriptedHost::TaskMode::kWorker, 1);
+  std::thread::id teller;
+  bool refreshing = true;
+  service->Init([&](bool) {
+    teller = std::this_thread::get_id();
+    refreshing = service->HasRefreshThread();
+  });
+  host.Settle();
+  EXPECT_NE(teller, std::thread::id());
+  EXPECT_NE(teller, std::this_thread::get_id());
+  EXPECT_FALSE(refreshing);
+  EXPECT_TRUE(service->HasRefreshThread());
+}
+
 TEST_F(StockCommonStart, worksWithoutACallBack) {
   answers::Allow(host);
   service->Init({});
@@ -98,6 +114,30 @@ TEST_F(StockCommonStart, failsWithAnyOneLoad) {
     EXPECT_EQ(outcomes, std::vector<bool>{false}) << path;
     EXPECT_FALSE(service->HasRefreshThread()) << path;
     EXPECT_TRUE(host.TakeProblems().empty());
+  }
+}
+
+TEST_F(StockCommonStart, failsWithAnyErrorNumberAndAnyEmptyAnswer) {
+  const std::vector<std::pair<const char*, std::wstring>> loads = {
+      {answers::kBasicInfoPath, L"InitBaseInfo"},
+      {answers::kPlateListPath, L"InitPlateItem"},
+      {answers::kIndexListPath, L"InitIndexItem"},
+      {answers::kVersionPath, L"InitStockInPlates"},
+      {answers::kInPlatesPath, L"InitStockInPlates"}};
+  for (const auto& [path, operation] : loads) {
+    for (const bool empty : {false, true}) {
+      service = std::make_unique<reference::CStockCommon>();
+      outcomes.clear();
+      host.Expect(Script(path).Inline(Answer::Body(empty ? "" : R"({"errno":3})")));
+      answers::Allow(host, path);
+      if (!empty) {
+        host.ExpectLine(L"StockCommon::" + operation + L" Response Error Code: 3");
+      }
+      Init();
+      host.RunTasks();
+      EXPECT_EQ(outcomes, std::vector<bool>{false}) << path;
+      EXPECT_TRUE(host.TakeProblems().empty()) << path;
+    }
   }
 }
 
