@@ -197,4 +197,75 @@ TYPED_TEST(DailyCurve, sendsNothingWithoutAUrl) {
   this->service->Detach(&view);
 }
 
+TYPED_TEST(DailyCurve, asksForEveryActiveDayOnRefresh) {
+  typename TestFixture::Recorder today;
+  typename TestFixture::Recorder past;
+  this->Show(today, 0);
+  this->Show(past, kYesterday);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->host.Expect(this->Asked("20240314").Inline(Answer::Body(R"({"data":{"list":[{}]}})")));
+  this->service->Refresh();
+  EXPECT_EQ(today.Last(), TypeParam::Expected());
+  EXPECT_EQ(past.Last().size(), 1U);
+  this->service->Detach(&today);
+  this->service->Detach(&past);
+}
+
+TYPED_TEST(DailyCurve, followsZeroAfterMidnightAndLeavesTheDateBehind) {
+  typename TestFixture::Recorder zero;
+  typename TestFixture::Recorder date;
+  this->Show(zero, 0);
+  this->Show(date, kToday);
+  this->host.SetTime(20240318, 10, 0, 0);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->service->OnTimer();
+  EXPECT_EQ(zero.Count(), 1U);
+  EXPECT_EQ(date.Count(), 0U);
+  this->service->Detach(&zero);
+  this->service->Detach(&date);
+}
+
+TYPED_TEST(DailyCurve, sleepsUntilThePhaseChangesWithoutAFloor) {
+  this->host.ScriptSpans({7200, 10, 9});
+  EXPECT_EQ(this->service->GetInterval(), 3600);
+  EXPECT_EQ(this->service->GetInterval(), 9);
+}
+
+TYPED_TEST(DailyCurve, hasOneRowPerElementWhateverItIs) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(R"({"data":{"list":[null,7,"x",[1]]}})")));
+  this->service->Refresh();
+  EXPECT_EQ(view.Last(), std::vector<typename TypeParam::Item>(4));
+  this->service->Detach(&view);
+}
+
+TYPED_TEST(DailyCurve, keepsItsRowsAfterAFailure) {
+  typename TestFixture::Recorder first;
+  typename TestFixture::Recorder second;
+  this->Show(first, 0);
+  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
+  this->service->Refresh();
+  this->host.ExpectFailureLine(this->Line(L" Failed."));
+  this->host.Expect(this->Asked("0").Inline(Answer::Failed(R"({"data":{"list":[]}})")));
+  this->service->Refresh();
+  EXPECT_EQ(first.Count(), 1U);
+  this->service->Attach(&second);
+  this->service->SetTarget(&second, 0);
+  this->service->Resume(&second, true);
+  EXPECT_EQ(second.Last(), TypeParam::Expected());
+  this->service->Detach(&first);
+  this->service->Detach(&second);
+}
+
+TYPED_TEST(DailyCurve, dropsAnAnswerThatComesAfterItsEnd) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 0);
+  this->host.Expect(this->Asked("0").Held());
+  this->service->Refresh();
+  this->service.reset();
+  this->host.Complete(0, Answer::Body("?"));
+  EXPECT_EQ(view.Count(), 0U);
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 // Margin balances: from the newest day first to the oldest change first, told to all attached observers.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <list>
 #include <memory>
 #include <string>
@@ -107,6 +108,39 @@ TEST_F(MarginTrade, mayGoBeforeItsAnswer) {
   service->Detach(&view);
   service.reset(analytics::MakeMarginTrade());
   host.Complete(0, Answer::Body(R"({"errno":9})"));
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+TEST_F(MarginTrade, truncatesTowardZeroWithinItsRange) {
+  Fetch(R"({"sh":{"date":20240315.9,"close":1e12},"sz":{"close":-0.9}},{})");
+  EXPECT_EQ(view.Last(), (Days{{20240315, std::numeric_limits<std::int32_t>::min(), 0, 0, 0}}));
+}
+
+TEST_F(MarginTrade, addsAndSubtractsModuloTwoToThe64) {
+  Fetch(Day(20240315, "-5", "2") + "," + Day(20240314, "1e19", "1e19"));
+  const std::uint64_t before = 10'000'000'000'000'000'000U * 2;
+  const std::uint64_t now = std::uint64_t{0} - 3;
+  EXPECT_EQ(view.Last(), (Days{{20240315, 3054, -9612, now, static_cast<std::int64_t>(now - before)}}));
+}
+
+TEST_F(MarginTrade, countsAnElementThatIsNoObjectAsADay) {
+  Fetch("7," + Day(20240314, "5", "5") + ",null");
+  EXPECT_EQ(view.Last(), (Days{{20240314, 3054, -9612, 10, 10}, {0, 0, 0, 0, -10}}));
+}
+
+TEST_F(MarginTrade, tellsWhatIsStoredAndNothingAfterAFailure) {
+  Fetch(Day(20240315, "1", "1") + "," + Day(20240314, "1", "1"));
+  host.ExpectFailureLine(L"CMarginTrade::FetchMarginTradeInfo Failed.");
+  host.Expect(Script(kPath).Inline(Answer::Failed(R"({"data":{"list":[]}})")));
+  service->FetchMarginTradeInfo();
+  EXPECT_EQ(view.Count(), 1U);
+}
+
+TEST_F(MarginTrade, tellsNobodyWhoLeftBeforeTheAnswer) {
+  host.Expect(Script(kPath).Held());
+  service->FetchMarginTradeInfo();
+  service->Detach(&view);
+  host.Complete(0, Answer::Body(R"({"data":{"list":[]}})"));
   EXPECT_EQ(view.Count(), 0U);
 }
 

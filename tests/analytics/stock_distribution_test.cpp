@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <thread>
+#include <vector>
 
 #include "analytics/stock_distribution_service.h"
 #include "recording_observer.h"
@@ -112,6 +114,85 @@ TEST_F(Distribution, asksForAPastDayOnlyWhenAViewResumes) {
   host.Expect(Script("/pc/rt/stock_distribute_num").With({{"date", "20240314"}}).Held());
   service->Refresh();
   EXPECT_EQ(host.RequestCount(), 1U);
+  service->Detach(&view);
+}
+
+TEST_F(Distribution, hasNoSharesWhenTheCountsCancelOut) {
+  Answer200(R"({"errno":0,"data":{"up":9,"nochange":9,"down":9,"list":[-4,4]}})");
+  EXPECT_EQ(view.Last().first_half, (std::vector<DistributionBucket>{{-4, 0.0}}));
+  EXPECT_EQ(view.Last().second_half, (std::vector<DistributionBucket>{{4, 0.0}}));
+}
+
+TEST_F(Distribution, countsItsSharesFromTheListAlone) {
+  Answer200(R"({"errno":0,"data":{"up":1000,"nochange":1000,"down":1000,"list":[1,3]}})");
+  EXPECT_EQ(view.Last().first_half, (std::vector<DistributionBucket>{{1, 0.25}}));
+}
+
+TEST_F(Distribution, ofNothingIsDeliveredAllTheSame) {
+  Answer200(R"({"errno":0})");
+  EXPECT_EQ(view.Count(), 1U);
+  EXPECT_EQ(view.Last(), DistributionItem{});
+}
+
+TEST_F(Distribution, isSilentAboutAnEmptyBody) {
+  Answer200("");
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+TEST_F(Distribution, clearsASuspendedObserverInTheCallersThread) {
+  service->Attach(&view);
+  service->SetTarget(&view, 0);
+  EXPECT_TRUE(service->IsSuspended(&view));
+  service->SetTarget(&view, 0);
+  EXPECT_EQ(view.Threads(), std::vector<std::thread::id>{std::this_thread::get_id()});
+  service->RemoveTarget(&view);
+  service->SetTarget(&view, 0);
+  EXPECT_EQ(view.Count(), 1U) << "its date was taken away before";
+  service->Detach(&view);
+}
+
+TEST_F(Distribution, keepsTheItemOfADateThatIsSetAgain) {
+  Answer200(R"({"data":{"up":7}})");
+  service->Attach(&view);
+  service->SetTarget(&view, 0);
+  service->SetTarget(&view, 0);
+  service->Resume(&view, true);
+  EXPECT_EQ(view.Last().up, 7);
+  EXPECT_EQ(host.RequestCount(), 1U);
+  service->Detach(&view);
+}
+
+TEST_F(Distribution, pollsTodayUnderEitherName) {
+  RecordingObserver<DistributionItem> today;
+  service->Attach(&view);
+  service->SetTarget(&view, 0);
+  service->Resume(&view, false);
+  service->Attach(&today);
+  service->SetTarget(&today, 20240315);
+  service->Resume(&today, false);
+  for (const char* date : {"0", "20240315"}) {
+    host.Expect(Script("/pc/rt/stock_distribute_num").With({{"date", date}}).Inline(Answer::Body("{}")));
+  }
+  service->OnTimer();
+  EXPECT_EQ(view.Count(), 1U);
+  EXPECT_EQ(today.Count(), 1U);
+  service->Detach(&view);
+  service->Detach(&today);
+}
+
+TEST_F(Distribution, sleepsUntilThePhaseChangesWithoutAFloor) {
+  host.ScriptSpans({7200, 10, 9});
+  EXPECT_EQ(service->GetInterval(), 3600);
+  EXPECT_EQ(service->GetInterval(), 9);
+}
+
+TEST_F(Distribution, sendsNothingWithoutAUrl) {
+  service->Attach(&view);
+  service->SetTarget(&view, 0);
+  service->Resume(&view, false);
+  host.SignNothing(true);
+  service->Refresh();
+  EXPECT_EQ(host.RequestCount(), 0U);
   service->Detach(&view);
 }
 

@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "analytics/stock_in_out_service.h"
 #include "recording_observer.h"
@@ -158,6 +160,122 @@ TEST_F(InOut, keepsAFloorOfTwentySeconds) {
     host.SetSpan(span);
     EXPECT_EQ(service->GetInterval(), interval) << span;
   }
+}
+
+TEST_F(InOut, asksTheHostForItsIntervalOnce) {
+  const std::size_t before = host.SpanCalls().size();
+  host.ScriptSpans({7200, 5});
+  EXPECT_EQ(service->GetInterval(), 3600);
+  EXPECT_EQ(host.SpanCalls().size(), before + 1);
+}
+
+TEST_F(InOut, sendsNothingWithoutAUrl) {
+  Show(view, L"A");
+  host.SignNothing(true);
+  service->Refresh();
+  EXPECT_EQ(host.RequestCount(), 0U);
+  service->Detach(&view);
+}
+
+TEST_F(InOut, checksTheErrorNumberOfABodyThatCameWithAFailure) {
+  Show(view, L"A");
+  host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
+  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Response Error Code: %d", 503);
+  host.Expect(Script(kPath).Inline(Answer::Failed(R"({"errno":503,"data":{"list":[{"A":{}}]}})")));
+  service->Refresh();
+  EXPECT_EQ(view.Count(), 0U);
+  service->Detach(&view);
+}
+
+TEST_F(InOut, givesAnElementThatIsNoObjectZerosWithoutASymbol) {
+  Show(view, L"");
+  host.Expect(Script(kPath).Inline(Answer::Body(R"({"data":{"list":[7]}})")));
+  service->Refresh();
+  EXPECT_EQ(view.Last(), StockInOutItem{});
+  service->Detach(&view);
+}
+
+TEST_F(InOut, readsAMissingLevelAsZeros) {
+  Show(view, L"A");
+  host.Expect(Script(kPath).Inline(
+      Answer::Body(R"({"data":{"list":[{"A":{"mtime":"1","in":{"small":{"d5":3}},"out":null}}]}})")));
+  service->Refresh();
+  EXPECT_EQ(view.Last(), (StockInOutItem{L"A", 0, {}, {0, 0, 3, 0}, {}}));
+  service->Detach(&view);
+}
+
+TEST_F(InOut, deliversEveryItemInTheOrderOfTheAnswer) {
+  std::string order;
+  RecordingObserver<StockInOutItem> a([&order](const auto& item) { order += std::to_string(item.mtime); });
+  RecordingObserver<StockInOutItem> b([&order](const auto& item) { order += std::to_string(item.mtime); });
+  Show(a, L"A");
+  Show(b, L"B");
+  host.Expect(Script(kPath).Inline(
+      Answer::Body(R"({"data":{"list":[{"B":{"mtime":1}},{"A":{"mtime":2}},{"B":{"mtime":3}}]}})")));
+  service->Refresh();
+  EXPECT_EQ(order, "123");
+  service->Detach(&a);
+  service->Detach(&b);
+}
+
+TEST_F(InOut, keepsWhatItHoldsAfterAFailure) {
+  Show(view, L"A");
+  host.Expect(Script(kPath).Inline(Answer::Body(R"({"data":{"list":[{"A":{"mtime":9}}]}})")));
+  service->Refresh();
+  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Response Error Code: %d", 1);
+  host.Expect(Script(kPath).Inline(Answer::Body(R"({"errno":1})")));
+  service->Refresh();
+  RecordingObserver<StockInOutItem> second;
+  service->Attach(&second);
+  service->SetTarget(&second, L"A");
+  service->Resume(&second, true);
+  EXPECT_EQ(second.Last().mtime, 9U);
+  service->Detach(&view);
+  service->Detach(&second);
+}
+
+TEST_F(InOut, cachesAnAnswerThatComesWhenNobodyIsLeft) {
+  Show(view, L"A");
+  host.Expect(Script(kPath).Held());
+  service->Refresh();
+  service->Detach(&view);
+  host.Complete(0, Answer::Body(R"({"data":{"list":[{"A":{"mtime":9}}]}})"));
+  EXPECT_EQ(view.Count(), 0U);
+  service->Attach(&view);
+  service->SetTarget(&view, L"A");
+  service->Resume(&view, true);
+  EXPECT_EQ(view.Last().mtime, 9U);
+  service->Detach(&view);
+}
+
+TEST_F(InOut, clearsASuspendedViewToo) {
+  service->Attach(&view);
+  service->SetTarget(&view, L"A");
+  EXPECT_TRUE(service->IsSuspended(&view));
+  service->SetTarget(&view, L"B");
+  EXPECT_EQ(view.Count(), 1U);
+  service->Detach(&view);
+}
+
+TEST_F(InOut, clearsInTheCallersThreadBeforeTheTargetChanges) {
+  std::wstring during;
+  RecordingObserver<StockInOutItem> observer(
+      [&](const StockInOutItem&) { service->GetTarget(&observer, during); });
+  service->Attach(&observer);
+  service->SetTarget(&observer, L"A");
+  service->SetTarget(&observer, L"B");
+  EXPECT_EQ(during, L"A");
+  EXPECT_EQ(observer.Threads(), std::vector<std::thread::id>{std::this_thread::get_id()});
+  service->Detach(&observer);
+}
+
+TEST_F(InOut, clearsNothingAfterItsTargetWasRemoved) {
+  service->Attach(&view);
+  service->SetTarget(&view, L"A");
+  service->RemoveTarget(&view);
+  service->SetTarget(&view, L"B");
+  EXPECT_EQ(view.Count(), 0U);
+  service->Detach(&view);
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // New issues: twelve fields, in the order of the answer.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <list>
 #include <memory>
+#include <string>
 
 #include "analytics/stock_purchase_service.h"
 #include "recording_observer.h"
@@ -59,6 +61,47 @@ TEST_F(Purchase, writesItsThreeLines) {
     host.Expect(Script(kPath).Inline(answer));
     service->FetchPurchaseInfo();
   }
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+TEST_F(Purchase, narrowsEveryNumberToTheNearestFloat) {
+  Fetch(R"({"data":{"list":[{"publish_price":12.345678,"publish_num":1e300,"pe":-1e-300,"chance":0.1}]}})");
+  const StockPurchaseItem item = view.Last().front();
+  EXPECT_EQ(item.publish_price, static_cast<float>(12.345678));
+  EXPECT_EQ(item.publish_num, std::numeric_limits<float>::infinity());
+  EXPECT_EQ(item.pe, 0.0F);
+  EXPECT_EQ(item.chance, static_cast<float>(0.1));
+}
+
+TEST_F(Purchase, readsNullMembersAsEmpty) {
+  Fetch(R"({"data":{"list":[{"code":null,"name":null,"publish_num":null,"chance":null}]}})");
+  EXPECT_EQ(view.Last(), Issues(1));
+}
+
+TEST_F(Purchase, sendsNothingWithoutAUrl) {
+  host.SignNothing(true);
+  service->FetchPurchaseInfo();
+  EXPECT_EQ(host.RequestCount(), 0U);
+}
+
+TEST_F(Purchase, isToldToAllInTheOrderOfAttachment) {
+  std::string order;
+  RecordingObserver<Issues> second([&order](const Issues&) { order += "2"; });
+  RecordingObserver<Issues> third([&order](const Issues&) { order += "3"; });
+  service->Attach(&third);
+  service->Attach(&second);
+  Fetch(R"({"data":{"list":[]}})");
+  EXPECT_EQ(order, "32");
+  service->Detach(&second);
+  service->Detach(&third);
+}
+
+TEST_F(Purchase, dropsAnAnswerThatComesAfterItsEnd) {
+  host.Expect(Script(kPath).Held());
+  service->FetchPurchaseInfo();
+  service->Detach(&view);
+  service.reset(analytics::MakeStockPurchase());
+  host.Complete(0, Answer::Body("?"));
   EXPECT_EQ(view.Count(), 0U);
 }
 

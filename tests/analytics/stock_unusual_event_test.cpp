@@ -128,4 +128,109 @@ TEST_F(UnusualEvents, keepAFloorOfThirtySeconds) {
   }
 }
 
+TEST_F(UnusualEvents, askTheHostForTheirIntervalOnce) {
+  const std::size_t before = host.SpanCalls().size();
+  host.ScriptSpans({7200, 5});
+  EXPECT_EQ(service->GetInterval(), 3600);
+  EXPECT_EQ(host.SpanCalls().size(), before + 1);
+}
+
+TEST_F(UnusualEvents, ofADateThatHasBecomeTodayArePolled) {
+  Show(view, 20240318);
+  service->OnTimer();
+  EXPECT_EQ(host.RequestCount(), 0U);
+  host.SetTime(20240318, 10, 0, 0);
+  host.Expect(Script(kPath)
+                  .With({{"date", std::to_string(common::DateToTime(20240318, 23, 59, 59))}})
+                  .Inline(Answer::Body(R"({"data":{"list":[{"time":"a"}]}})")));
+  service->OnTimer();
+  EXPECT_EQ(view.Last().size(), 1U);
+  service->Detach(&view);
+}
+
+TEST_F(UnusualEvents, areToldToActiveViewsOfThatDayOnly) {
+  RecordingObserver<Events> past;
+  RecordingObserver<Events> suspended;
+  Show(view, 0);
+  Show(past, kYesterday);
+  Show(suspended, 0);
+  service->Suspend(&suspended);
+  host.Expect(Script(kPath).Inline(Answer::Body("{}")));
+  service->OnTimer();
+  EXPECT_EQ(view.Count(), 1U);
+  EXPECT_EQ(past.Count(), 0U);
+  EXPECT_EQ(suspended.Count(), 0U);
+  for (auto* const observer : {&view, &past, &suspended}) service->Detach(observer);
+}
+
+TEST_F(UnusualEvents, ofAPastDayAreNotEvenAskedForOnResume) {
+  service->Attach(&view);
+  service->SetTarget(&view, kYesterday);
+  service->Resume(&view, true);
+  EXPECT_EQ(host.RequestCount(), 0U);
+  service->Detach(&view);
+}
+
+TEST_F(UnusualEvents, thatCameWithAFailureAreNotRead) {
+  Show(view, 0);
+  host.ExpectFailureLine(L"StockUnusualEvent::FetchUnusualEvent Failed.");
+  host.Expect(Script(kPath).Inline(Answer::Failed(R"({"data":{"list":[{"time":"a"}]}})")));
+  service->Refresh();
+  EXPECT_EQ(view.Count(), 1U);
+  EXPECT_TRUE(view.Last().empty());
+  service->Detach(&view);
+}
+
+TEST_F(UnusualEvents, askedForDirectlyEndInOneCallAfterEveryFailure) {
+  host.ExpectFailureLine(L"StockUnusualEvent::FetchUnusualEvent Failed.");
+  host.ExpectCodeLine(L"StockUnusualEvent::FetchUnusualEvent Response Error Code: %d", 5);
+  host.ExpectCodeLine(L"StockUnusualEvent::FetchUnusualEvent Json Parse Error Code: %d", 5);
+  std::size_t calls = 0;
+  for (const Answer& answer : {Answer::Failed(), Answer::Body(R"({"errno":5,"data":{"list":[{}]}})"),
+                               Answer::Body("?"), Answer::Body(""), Answer::Null()}) {
+    host.Expect(Script(kPath).Setting(30).Inline(answer));
+    Events got(1);
+    const std::size_t before = calls;
+    service->FetchUnusualEvent(kYesterday, [&](const Events& events) {
+      ++calls;
+      got = events;
+    });
+    EXPECT_EQ(calls, before + 1);
+    EXPECT_TRUE(got.empty());
+  }
+}
+
+TEST_F(UnusualEvents, askedForDirectlyReachNoView) {
+  Show(view, 0);
+  host.Expect(Script(kPath).Inline(Answer::Body(R"({"data":{"list":[{}]}})")));
+  service->FetchUnusualEvent(0, [](const Events&) {});
+  EXPECT_EQ(view.Count(), 0U);
+  service->Detach(&view);
+}
+
+TEST_F(UnusualEvents, areNotAskedForWithoutAUrl) {
+  host.SignNothing(true);
+  int calls = 0;
+  service->FetchUnusualEvent(0, [&calls](const Events&) { ++calls; });
+  EXPECT_EQ(host.RequestCount(), 0U);
+  EXPECT_EQ(calls, 0);
+}
+
+TEST_F(UnusualEvents, haveOneItemPerElementWhateverItIs) {
+  Show(view, 0);
+  host.Expect(Script(kPath).Inline(Answer::Body(R"({"data":{"list":[null,7,{"time":null,"content":[]}]}})")));
+  service->Refresh();
+  EXPECT_EQ(view.Last(), Events(3));
+  service->Detach(&view);
+}
+
+TEST_F(UnusualEvents, areDroppedWhenTheServiceIsGone) {
+  host.Expect(Script(kPath).Held());
+  int calls = 0;
+  service->FetchUnusualEvent(0, [&calls](const Events&) { ++calls; });
+  service.reset();
+  host.Complete(0, Answer::Body("?"));
+  EXPECT_EQ(calls, 0);
+}
+
 }  // namespace
