@@ -1,18 +1,42 @@
 #include "instant_host.h"
 
+#include <memory>
+#include <mutex>
+
 #include "host/host.h"
 
 namespace {
 
-std::string& TheAnswer() {
-  static auto* const answer = new std::string;
-  return *answer;
+using Symbols = std::vector<std::wstring>;
+
+// What a test sets and polling threads read.
+struct Scripted {
+  std::mutex mutex;  // guards the members below
+  std::shared_ptr<const std::string> answer = std::make_shared<const std::string>();
+  Symbols watch_list;
+};
+
+Scripted& TheScripted() {
+  static auto* const scripted = new Scripted;
+  return *scripted;
 }
 
-class EmptyWatchList final : public IUserOptionalStock {
+std::shared_ptr<const std::string> TheAnswer() {
+  const std::lock_guard<std::mutex> lock(TheScripted().mutex);
+  return TheScripted().answer;
+}
+
+class FixedWatchList final : public IUserOptionalStock {
  public:
-  void Attach(IUpdate1<std::vector<std::wstring>>* /*observer*/) override {}
-  void Detach(IUpdate1<std::vector<std::wstring>>* /*observer*/) override {}
+  void Attach(IUpdate1<Symbols>* observer) override {
+    Symbols symbols;
+    {
+      const std::lock_guard<std::mutex> lock(TheScripted().mutex);
+      symbols = TheScripted().watch_list;
+    }
+    observer->Update(symbols);
+  }
+  void Detach(IUpdate1<Symbols>* /*observer*/) override {}
 };
 
 constexpr std::int64_t kMorning = 1'710'468'000;  // 2024-03-15 10:00 in China
@@ -23,7 +47,14 @@ constexpr std::uint32_t kToday = 20240315;
 namespace instant_host {
 
 void SetAnswer(std::string body) {
-  TheAnswer() = std::move(body);
+  auto answer = std::make_shared<const std::string>(std::move(body));
+  const std::lock_guard<std::mutex> lock(TheScripted().mutex);
+  TheScripted().answer.swap(answer);
+}
+
+void SetWatchList(Symbols symbols) {
+  const std::lock_guard<std::mutex> lock(TheScripted().mutex);
+  TheScripted().watch_list = std::move(symbols);
 }
 
 }  // namespace instant_host
@@ -46,21 +77,6 @@ bool IsSameWeek(std::uint32_t date, std::uint32_t other) {
   return date == other;
 }
 void LegalHoliday::SetHolidays(int /*year*/, const std::vector<unsigned long>& /*days*/) {}
-int Compare(const std::wstring& left, const std::wstring& right, bool /*ignore_case*/) {
-  const int order = left.compare(right);
-  return order < 0 ? -1 : (order > 0 ? 1 : 0);
-}
-// The benchmarks' texts are ASCII.
-std::wstring s2ws(const std::string& text, unsigned /*code_page*/) {
-  return {text.begin(), text.end()};
-}
-std::string ws2s(const std::wstring& text, unsigned /*code_page*/) {
-  std::string out;
-  for (const wchar_t character : text) {
-    out += static_cast<char>(character);
-  }
-  return out;
-}
 bool ForceRemoveFile(const wchar_t* /*path*/) {
   return true;
 }
@@ -78,12 +94,6 @@ std::int32_t TimeSpanToNextMarketStatus(std::uint32_t /*time*/) {
 std::uint32_t GetLastTradingDate(std::uint32_t date) {
   return date - 1;
 }
-SymbolType CheckSymbol(const wchar_t* /*symbol*/) {
-  return kSymbolStock;
-}
-StockStatus ConvertStockStatus(const std::wstring& /*text*/) {
-  return kStockNormal;
-}
 std::wstring GetKLineFilePath(const wchar_t* /*symbol*/) {
   return {};
 }
@@ -100,13 +110,14 @@ bool GZipExtract(const wchar_t* /*path*/, std::string& text) {
 
 bool GetSync(const std::wstring& /*url*/, std::string& body,
              const std::map<std::string, std::string>& /*headers*/, int /*seconds*/) {
-  body = TheAnswer();
+  body = *TheAnswer();
   return true;
 }
 
 void GetAsyn(const std::wstring& /*url*/, const AsynCallback& done,
              const std::map<std::string, std::string>& /*headers*/, int /*seconds*/) {
-  done(true, TheAnswer().data(), TheAnswer().size());
+  const auto answer = TheAnswer();
+  done(true, answer->data(), answer->size());
 }
 
 bool DownloadFileSyncWithRetry(const std::wstring& /*url*/, const std::wstring& /*path*/, int /*retries*/,
@@ -150,6 +161,6 @@ template class pattern::CSingleton<UrlHelper>;
 template class pattern::CSingleton<common::LegalHoliday>;
 
 IUserOptionalStock* GetUserOptionalStock() {
-  static auto* const list = new EmptyWatchList;
+  static auto* const list = new FixedWatchList;
   return list;
 }

@@ -2,8 +2,10 @@
 // for.
 #include "quotes/optional_stock_market.h"
 
+#include <algorithm>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -60,8 +62,10 @@ class COptionalStockMarket : public IOptionalStockMarket, protected frame::Gated
   std::shared_ptr<const Items> Remember(Items items);
   // Tell
   void Publish(const Items& items);
+  Items SpareCopyLocked();
 
-  boost::mutex lock_;  // guards the three members below
+  std::vector<Items> spare_copies_;  // of the answer before, for their memory; guarded by the list mutex
+  boost::mutex lock_;                // guards the three members below
   Codes watch_list_;
   bool watch_list_received_ = false;
   std::shared_ptr<const Items> previous_ = std::make_shared<Items>();
@@ -149,10 +153,24 @@ void COptionalStockMarket::Publish(const Items& items) {
     auto order = std::find_if(orders.begin(), orders.end(),
                               [&target](const auto& entry) { return entry.first == target; });
     if (order == orders.end()) {
-      order = orders.insert(orders.end(), {target, Ordered(items, target)});
+      order = orders.insert(orders.end(), {target, SpareCopyLocked()});
+      OrderInto(order->second, items, target);
     }
     obs->Update(order->second);
   }
+  spare_copies_.clear();
+  for (auto& entry : orders) {
+    spare_copies_.push_back(std::move(entry.second));
+  }
+}
+
+Items COptionalStockMarket::SpareCopyLocked() {
+  if (spare_copies_.empty()) {
+    return {};
+  }
+  Items copy = std::move(spare_copies_.back());
+  spare_copies_.pop_back();
+  return copy;
 }
 
 void COptionalStockMarket::FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) {
@@ -167,8 +185,8 @@ void COptionalStockMarket::FetchStockItems(int sort_key, int sort_type, const Co
       items = previous_;
     }
     CodeNameList list;
-    for (const OptionalMarketItem& item : Ordered(*items, target)) {
-      list.emplace_back(item.code, item.name);
+    for (const std::uint32_t place : OrderOf(*items, target)) {
+      list.emplace_back((*items)[place].code, (*items)[place].name);
     }
     done(list);
   }));

@@ -42,6 +42,7 @@ void MergeSort(Order& order, Before before) {
 
 std::wstring DigitsOf(const std::wstring& text) {
   std::wstring digits;
+  digits.reserve(text.size());
   std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
                [](wchar_t character) { return character >= L'0' && character <= L'9'; });
   return digits;
@@ -194,20 +195,23 @@ void SortByColumn(const Items& items, Order& order, std::uint32_t column, bool a
 
 }  // namespace
 
-std::vector<OptionalMarketItem> Ordered(const std::vector<OptionalMarketItem>& items,
-                                        const SortingTarget& target) {
-  if (target.sort_type != kAscending && target.sort_type != kDescending) {
-    return items;
-  }
+std::vector<std::uint32_t> OrderOf(const std::vector<OptionalMarketItem>& items,
+                                   const SortingTarget& target) {
   Order order(items.size());
   std::iota(order.begin(), order.end(), 0U);
-  SortByColumn(items, order, target.sort_key, target.sort_type == kAscending);
-  std::vector<OptionalMarketItem> sorted;
-  sorted.reserve(items.size());
-  for (const std::uint32_t place : order) {
-    sorted.push_back(items[place]);
+  if (target.sort_type == kAscending || target.sort_type == kDescending) {
+    SortByColumn(items, order, target.sort_key, target.sort_type == kAscending);
   }
-  return sorted;
+  return order;
+}
+
+void OrderInto(std::vector<OptionalMarketItem>& sorted, const std::vector<OptionalMarketItem>& items,
+               const SortingTarget& target) {
+  const Order order = OrderOf(items, target);
+  sorted.resize(items.size());
+  for (std::size_t place = 0; place < order.size(); ++place) {
+    sorted[place] = items[order[place]];
+  }
 }
 
 }  // namespace quotes

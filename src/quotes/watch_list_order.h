@@ -3,15 +3,21 @@
 // and stays in bounds whatever the comparison says. Thread-safe: pure functions.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "quotes/optional_stock_market.h"
 
 namespace quotes {
 
-/// A copy of `items` in the order that `target` names; in the given order for a column or a direction that
-/// says nothing. Stable.
-[[nodiscard]] std::vector<OptionalMarketItem> Ordered(const std::vector<OptionalMarketItem>& items,
-                                                      const SortingTarget& target);
+/// The places of `items` in the order that `target` names; in the given order for a column or a direction
+/// that says nothing. Stable.
+[[nodiscard]] std::vector<std::uint32_t> OrderOf(const std::vector<OptionalMarketItem>& items,
+                                                 const SortingTarget& target);
+
+/// Makes `sorted` a copy of `items` in that order. Rows that `sorted` holds already lend their memory: an
+/// answer like the one before allocates next to nothing.
+void OrderInto(std::vector<OptionalMarketItem>& sorted, const std::vector<OptionalMarketItem>& items,
+               const SortingTarget& target);
 
 }  // namespace quotes

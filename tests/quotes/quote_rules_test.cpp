@@ -20,7 +20,12 @@
 
 namespace {
 
-using quotes::Ordered;
+std::vector<OptionalMarketItem> Ordered(const std::vector<OptionalMarketItem>& items,
+                                        const SortingTarget& target) {
+  std::vector<OptionalMarketItem> sorted;
+  quotes::OrderInto(sorted, items, target);
+  return sorted;
+}
 
 StockMarketItem AllShown() {
   StockMarketItem item;

@@ -1,0 +1,60 @@
+// Times work on an answer against the lower bound of the JSON parser alone on the same bytes, turn by turn in
+// one run, so that the ratio does not depend on the machine and hardly on what else runs on it.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <QJsonDocument>
+#include <algorithm>
+#include <cstddef>
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// Processor time of the calling thread that `work` takes, in seconds.
+template <class Work>
+[[nodiscard]] double ProcessorSeconds(Work&& work) {
+  const auto now = [] {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+  };
+  const double start = now();
+  work();
+  return now() - start;
+}
+
+[[nodiscard]] inline double Median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+/// Reads `answer` by the parser alone.
+inline void ParseAlone(const std::string& answer) {
+  benchmark::DoNotOptimize(
+      QJsonDocument::fromJson(QByteArray::fromRawData(answer.data(), static_cast<int>(answer.size()))));
+}
+
+/// Runs `work` once a round; its processor time is the benchmark's (register with `UseManualTime`). The
+/// counter "of_parser" is the median of `work`, divided by `parts`, over the median of the parser alone.
+template <class Work>
+void AgainstParser(benchmark::State& state, const std::string& answer, Work work, double parts = 1) {
+  constexpr std::size_t kParserRounds = 9;
+  std::vector<double> parser;
+  std::vector<double> worked;
+  for ([[maybe_unused]] auto round : state) {
+    if (parser.size() < kParserRounds) {
+      parser.push_back(ProcessorSeconds([&answer] { ParseAlone(answer); }));
+    }
+    worked.push_back(ProcessorSeconds(work));
+    state.SetIterationTime(worked.back());
+  }
+  if (!worked.empty()) {
+    state.counters["of_parser"] = Median(worked) / parts / Median(parser);
+  }
+}
+
+}  // namespace bench

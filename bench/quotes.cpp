@@ -1,0 +1,358 @@
+// What the quotes of a whole market cost, from the bytes of an answer to the views: a board of 5,400 stocks,
+// and a watch list of 500 that ten views want in ten orders. Counters: "of_parser" is the ratio to the JSON
+// parser alone on the same bytes.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "c_stock_market.h"
+#include "host/clock.h"
+#include "instant_host.h"
+#include "parser_ratio.h"
+#include "quote_answers.h"
+#include "quotes/directions.h"
+#include "quotes/presence.h"
+#include "quotes/stock_market_item_table.h"
+#include "quotes/watch_list_order.h"
+#include "request/answer.h"
+#include "request/record_reader.h"
+
+namespace {
+
+// What operator new handed out so far.
+std::atomic<std::int64_t> allocated_bytes{0};
+std::atomic<std::int64_t> allocations{0};
+
+void* Allocate(std::size_t size) {
+  allocated_bytes.fetch_add(static_cast<std::int64_t>(size), std::memory_order_relaxed);
+  allocations.fetch_add(1, std::memory_order_relaxed);
+  if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+    return memory;
+  }
+  throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return Allocate(size);
+}
+void* operator new[](std::size_t size) {
+  return Allocate(size);
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+using Board = std::vector<StockMarketItem>;
+using WatchList = std::vector<OptionalMarketItem>;
+using BoardReader = request::RecordReader<quotes::kBoardTable>;
+
+constexpr std::size_t kMarket = 5400;
+constexpr std::size_t kWatched = 500;
+constexpr StockRangeRankingTarget kTarget{1, 4, 2, 0, 0xFFFFFFFFU};
+
+Board Decode(const std::string& answer) {
+  const auto checked = request::CheckAnswer(request::Fetch::kStockQuotes, true, answer.data(), answer.size());
+  return BoardReader::ReadAll(checked.DataArray());
+}
+
+bool HoldsTick(const Board& board, std::size_t rows, int tick) {
+  return board.size() == rows && board.front().code == bench::CodeOf(0) &&
+         board.front().last.value == bench::LastOf(0, tick) && board.back().code == bench::CodeOf(rows - 1) &&
+         board.back().last.value == bench::LastOf(rows - 1, tick) && board.back().bid_prices.size() == 5 &&
+         board.back().ask_volumes[4].present;
+}
+
+// Counts what it is told and looks whether it is the board of the answer.
+class BoardView final : public IUpdate1<Board> {
+ public:
+  explicit BoardView(std::size_t rows) : rows_(rows) {}
+  void Update(const Board& board) override {
+    ++updates;
+    right = right && (HoldsTick(board, rows_, 0) || HoldsTick(board, rows_, 1));
+  }
+  std::atomic<int> updates{0};
+  std::atomic<bool> right{true};
+
+ private:
+  const std::size_t rows_;
+};
+
+// One view on the board service, which ends with it.
+class ShownBoard {
+ public:
+  explicit ShownBoard(std::size_t rows) : view(rows) {
+    service_->Attach(&view);
+    service_->SetTarget(&view, kTarget);
+    service_->Resume(&view, false);
+  }
+  ShownBoard(const ShownBoard&) = delete;
+  ShownBoard& operator=(const ShownBoard&) = delete;
+  ~ShownBoard() {
+    service_->Detach(&view);
+    DestroyStockMarket();
+  }
+
+  void Refresh() { service_->Refresh(); }
+  [[nodiscard]] bool Right() const { return view.updates > 0 && view.right; }
+
+  BoardView view;
+
+ private:
+  IStockMarket* const service_ = GetStockMarket();
+};
+
+void ParseBoardAlone(benchmark::State& state) {
+  const std::string answer = bench::BoardAnswer(kMarket);
+  for ([[maybe_unused]] auto round : state) {
+    bench::ParseAlone(answer);
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(answer.size()));
+  state.counters["answer_bytes"] = static_cast<double>(answer.size());
+}
+BENCHMARK(ParseBoardAlone)->Unit(benchmark::kMillisecond);
+
+void DecodeBoard(benchmark::State& state) {
+  const auto rows = static_cast<std::size_t>(state.range(0));
+  const std::string answer = bench::BoardAnswer(rows);
+  if (!HoldsTick(Decode(answer), rows, 0)) {
+    state.SkipWithError("the answer decodes to something else");
+    return;
+  }
+  bench::AgainstParser(state, answer, [&answer] { benchmark::DoNotOptimize(Decode(answer)); });
+}
+BENCHMARK(DecodeBoard)->Arg(kMarket)->Arg(10 * kMarket)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+void CompareBoards(benchmark::State& state) {
+  const auto rows = static_cast<std::size_t>(state.range(0));
+  const std::string answer = bench::BoardAnswer(rows, 1);
+  const Board earlier = Decode(bench::BoardAnswer(rows, 0));
+  Board now = Decode(answer);
+  bench::AgainstParser(state, answer, [&] { quotes::SetDirections(now, earlier); });
+  for (const StockMarketItem& item : now) {
+    if (item.last.direction != 1 || item.change.direction != 0) {
+      state.SkipWithError("a direction is wrong");
+    }
+  }
+}
+BENCHMARK(CompareBoards)->Arg(kMarket)->Arg(10 * kMarket)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// A subject with nothing of its own: cache and delivery, as the board service has them.
+class Subject final : public ITimerSubject<IUpdate1<Board>, StockRangeRankingTarget, Board> {
+ public:
+  using ITimerSubject::Deliver;
+};
+
+void FixAndDeliverBoard(benchmark::State& state) {
+  const auto rows = static_cast<std::size_t>(state.range(0));
+  const std::string answer = bench::BoardAnswer(rows);
+  Board board = Decode(answer);
+  BoardView view(rows);
+  Subject subject;
+  subject.Attach(&view);
+  subject.SetTarget(&view, kTarget);
+  subject.Resume(&view, false);
+  bench::AgainstParser(state, answer, [&] {
+    for (StockMarketItem& item : board) {
+      quotes::HideZeros(item);
+      quotes::HideBeforeOpening(
+          item, stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime())));
+    }
+    subject.Deliver(kTarget, board);
+  });
+  if (view.updates == 0 || !view.right) {
+    state.SkipWithError("the view did not get the board");
+  }
+  subject.Detach(&view);
+}
+BENCHMARK(FixAndDeliverBoard)
+    ->Arg(kMarket)
+    ->Arg(10 * kMarket)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+void BoardToView(benchmark::State& state) {
+  const auto rows = static_cast<std::size_t>(state.range(0));
+  const std::string answer = bench::BoardAnswer(rows);
+  instant_host::SetAnswer(answer);
+  ShownBoard shown(rows);
+  shown.Refresh();
+  const std::int64_t bytes_before = allocated_bytes;
+  const std::int64_t allocations_before = allocations;
+  shown.Refresh();
+  const auto per_row = [rows](std::int64_t now, std::int64_t before) {
+    return static_cast<double>(now - before) / static_cast<double>(rows);
+  };
+  state.counters["bytes_a_row"] = per_row(allocated_bytes, bytes_before);
+  state.counters["allocations_a_row"] = per_row(allocations, allocations_before);
+  bench::AgainstParser(state, answer, [&shown] { shown.Refresh(); });
+  if (!shown.Right()) {
+    state.SkipWithError("the view did not get the board");
+  }
+}
+BENCHMARK(BoardToView)->Arg(kMarket)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// Ten times the rows must not cost much more than ten times as much.
+void TenMarketsToView(benchmark::State& state) {
+  const std::string one = bench::BoardAnswer(kMarket);
+  const std::string ten = bench::BoardAnswer(10 * kMarket);
+  std::vector<double> small;
+  std::vector<double> large;
+  const auto time = [&state](const std::string& answer, std::size_t rows) {
+    instant_host::SetAnswer(answer);
+    ShownBoard shown(rows);
+    for (int warm = 0; warm < 3; ++warm) {
+      shown.Refresh();
+    }
+    const double seconds = bench::ProcessorSeconds([&shown] { shown.Refresh(); });
+    if (!shown.Right()) {
+      state.SkipWithError("the view did not get the board");
+    }
+    return seconds;
+  };
+  for ([[maybe_unused]] auto round : state) {
+    small.push_back(time(one, kMarket));
+    large.push_back(time(ten, 10 * kMarket));
+    state.SetIterationTime(large.back());
+  }
+  state.counters["of_one_market"] = bench::Median(large) / bench::Median(small);
+}
+BENCHMARK(TenMarketsToView)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+double ResidentMebibytes() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("VmRSS:")) {
+      return std::stod(line.substr(6)) / 1024;
+    }
+  }
+  return 0;
+}
+
+void HundredBoardsInMemory(benchmark::State& state) {
+  const std::array<std::string, 2> answers{bench::BoardAnswer(kMarket, 0), bench::BoardAnswer(kMarket, 1)};
+  for ([[maybe_unused]] auto round : state) {
+    const double start = ResidentMebibytes();
+    ShownBoard shown(kMarket);
+    for (std::size_t board = 0; board < 100; ++board) {
+      instant_host::SetAnswer(answers.at(board % 2));
+      shown.Refresh();
+    }
+    state.counters["grown_MiB"] = ResidentMebibytes() - start;
+    if (!shown.Right() || shown.view.updates < 100) {
+      state.SkipWithError("the view did not get the boards");
+    }
+  }
+}
+BENCHMARK(HundredBoardsInMemory)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// --- The watch list ---
+
+constexpr std::array<SortingTarget, 10> kOrders{
+    {{1, 1}, {2, 2}, {3, 1}, {4, 2}, {9, 2}, {10, 1}, {11, 1}, {17, 1}, {19, 2}, {24, 1}}};
+
+class WatchListView final : public IUpdate1<WatchList> {
+ public:
+  void Update(const WatchList& list) override {
+    ++updates;
+    right = right && list.size() == kWatched;
+    ascends = true;
+    for (std::size_t row = 1; row < list.size(); ++row) {
+      ascends = ascends && list[row].code > list[row - 1].code;
+    }
+  }
+  std::atomic<int> updates{0};
+  std::atomic<bool> right{true};
+  std::atomic<bool> ascends{true};
+};
+
+// A whole answer with ten views in ten orders, less one without any view, by ten.
+void OrderWatchListForTenViews(benchmark::State& state) {
+  const std::string answer = bench::WatchListAnswer(kWatched);
+  instant_host::SetAnswer(answer);
+  std::vector<std::wstring> codes;
+  for (std::size_t row = kWatched; row-- > 0;) {
+    codes.push_back(bench::CodeOf(row));
+  }
+  instant_host::SetWatchList(codes);
+  IOptionalStockMarket* const service = GetOptionalStockMarket();
+  std::array<WatchListView, kOrders.size()> views;
+  std::vector<double> parser;
+  std::vector<double> without;
+  std::vector<double> with;
+  for ([[maybe_unused]] auto round : state) {
+    parser.push_back(bench::ProcessorSeconds([&answer] { bench::ParseAlone(answer); }));
+    service->Refresh();
+    without.push_back(bench::ProcessorSeconds([service] { service->Refresh(); }));
+    for (std::size_t view = 0; view < views.size(); ++view) {
+      service->Attach(&views.at(view));
+      service->SetTarget(&views.at(view), kOrders.at(view));
+      service->Resume(&views.at(view), false);
+    }
+    service->Refresh();
+    with.push_back(bench::ProcessorSeconds([service] { service->Refresh(); }));
+    for (WatchListView& view : views) {
+      service->Detach(&view);
+    }
+    state.SetIterationTime(with.back());
+  }
+  DestroyStockMarket();
+  for (const WatchListView& view : views) {
+    if (view.updates == 0 || !view.right) {
+      state.SkipWithError("a view did not get the list");
+      return;
+    }
+  }
+  if (!views[0].ascends || views[3].ascends) {
+    state.SkipWithError("a view did not get its order");
+    return;
+  }
+  const double order = (bench::Median(with) - bench::Median(without)) / static_cast<double>(views.size());
+  state.counters["order_of_parser"] = order / bench::Median(parser);
+}
+BENCHMARK(OrderWatchListForTenViews)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// One order after the other, alone.
+void OrderWatchList(benchmark::State& state) {
+  const SortingTarget target = kOrders.at(static_cast<std::size_t>(state.range(0)));
+  const std::string answer = bench::WatchListAnswer(kWatched);
+  const auto checked =
+      request::CheckAnswer(request::Fetch::kOptionalStocks, true, answer.data(), answer.size());
+  WatchList list(checked.DataList().Size());
+  auto item = list.begin();
+  checked.DataList().ForEach([&item](const request::json::Value& element) {
+    request::RecordReader<quotes::kWatchListTable>::Fill(*item++, element.AsObject());
+  });
+  WatchList sorted;
+  quotes::OrderInto(sorted, list, target);
+  if (sorted.size() != kWatched || (target == SortingTarget{1, 1} && sorted != list)) {
+    state.SkipWithError("the order is wrong");
+    return;
+  }
+  bench::AgainstParser(state, answer, [&] { quotes::OrderInto(sorted, list, target); });
+  state.SetLabel("column " + std::to_string(target.sort_key));
+}
+BENCHMARK(OrderWatchList)->DenseRange(0, kOrders.size() - 1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+}  // namespace
