@@ -49,16 +49,40 @@ void CreateTable(CppSQLite3DB& database) {
   database.execDML(create.Text());
 }
 
+[[noreturn]] void ThrowDamaged(const char* what) {
+  throw CppSQLite3Exception(SQLITE_CORRUPT, what);
+}
+
 // Throws when the table, its index or its columns are not what `CreateTable` makes. Reading alone would not
 // find that, and the store would stay useless for good.
 void CheckTable(CppSQLite3DB& database) {
   CppSQLite3Query verdict = database.execQuery("pragma integrity_check(1);");
   if (verdict.eof() || verdict.getStringField(0) != "ok") {
-    throw CppSQLite3Exception(SQLITE_CORRUPT, "integrity check");
+    ThrowDamaged("integrity check");
   }
   verdict.finalize();
-  const Statement columns("select id,version,count from \"%s\" where id=0;", kTable);
-  static_cast<void>(database.execScalar(columns.Text()));
+
+  // Rows are read by position and inserted without names.
+  const Statement columns("pragma table_info(\"%s\");", kTable);
+  CppSQLite3Query column = database.execQuery(columns.Text());
+  for (const char* const name : {"id", "version", "count"}) {
+    if (column.eof() || column.getStringField(1) != name) {
+      ThrowDamaged("columns");
+    }
+    column.nextRow();
+  }
+  if (!column.eof()) {
+    ThrowDamaged("columns");
+  }
+  column.finalize();
+
+  // A trigger or an index of somebody else's could refuse every row.
+  const Statement others(
+      "select count(*) from sqlite_master where lower(tbl_name)='%s' and type<>'table' and sql is not null;",
+      kTable);
+  if (database.execScalar(others.Text()) != 0) {
+    ThrowDamaged("schema");
+  }
 }
 
 // Whether an error at opening says that the file itself is bad. A lock, a full disk or a missing permission

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "reference/package_key.h"
 #include "scripted_host.h"
@@ -227,6 +228,32 @@ TEST_F(VersionStore, replacesATableOfAnotherShape) {
   EXPECT_FALSE(PackageVersionStore(kSymbol).IsOpen());
   PackageVersionStore(kSymbol).Set(kDay, {L"1", 1});
   EXPECT_EQ(Stored(kDay), (KLineMetaInfo{L"1", 1}));
+}
+
+// Each of these could be read, but would never take a row.
+TEST_F(VersionStore, replacesATableThatRefusesEveryRow) {
+  const std::string table = "create table kline_pkg_info ";
+  const std::string usual =
+      table + "(id int primary key not null, version char(20) not null, count int not null)";
+  const std::vector<std::vector<std::string>> schemas = {
+      {table + "(id int primary key not null, version char(20) not null, count int not null, more int)"},
+      {table + "(count int not null, version char(20) not null, id int primary key not null)"},
+      {usual, "create trigger no before insert on kline_pkg_info begin select raise(abort, 'no'); end"},
+      {usual, "create unique index one on KLINE_pkg_info (count)"},
+      {"create table t (id int)",
+       "create view kline_pkg_info as select id, id as version, id as count from t"}};
+  for (const auto& schema : schemas) {
+    std::filesystem::remove_all(Directory());
+    for (const std::string& statement : schema) {
+      Run(statement);
+    }
+    EXPECT_FALSE(PackageVersionStore(kSymbol).IsOpen()) << schema.back();
+    PackageVersionStore store(kSymbol);
+    store.Set(kDay, {L"1", 1});
+    store.Set(kWeek, {L"2", 1});
+    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"1", 1})) << schema.back();
+    EXPECT_EQ(store.Get(kWeek), (KLineMetaInfo{L"2", 1})) << schema.back();
+  }
 }
 
 TEST_F(VersionStore, takesAnEmptyFileForANewOne) {
