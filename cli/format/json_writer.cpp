@@ -17,6 +17,18 @@ class JsonWriter::Impl {
     writer.String(utf8.data(), static_cast<rapidjson::SizeType>(utf8.size()));
   }
 
+  // The shortest text that reads back as the same number.
+  template <class Real>
+  void Number(Real number) {
+    if (!std::isfinite(number)) {
+      writer.Null();
+      return;
+    }
+    std::array<char, 32> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
+    writer.RawValue(text.data(), static_cast<std::size_t>(end - text.data()), rapidjson::kNumberType);
+  }
+
   rapidjson::StringBuffer buffer;
   rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
 };
@@ -57,15 +69,11 @@ void JsonWriter::Value(std::string_view utf8) {
 }
 
 void JsonWriter::Value(double number) {
-  if (!std::isfinite(number)) {
-    Null();
-    return;
-  }
-  // The shortest text that reads back as the same number.
-  std::array<char, 32> buffer{};
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
-  impl_->writer.RawValue(buffer.data(), static_cast<std::size_t>(end - buffer.data()),
-                         rapidjson::kNumberType);
+  impl_->Number(number);
+}
+
+void JsonWriter::Value(float number) {
+  impl_->Number(number);
 }
 
 void JsonWriter::Value(std::int64_t number) {

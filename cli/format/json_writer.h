@@ -27,6 +27,8 @@ class JsonWriter {
   void Value(const std::wstring& text) { Value(std::wstring_view(text)); }
   void Value(std::string_view utf8);
   void Value(double number);
+  /// The shortest text that reads back as the same float.
+  void Value(float number);
   void Value(std::int32_t number) { Value(std::int64_t{number}); }
   void Value(std::uint32_t number) { Value(std::uint64_t{number}); }
   void Value(std::int64_t number);

@@ -1,0 +1,56 @@
+#include "cli/choices.h"
+
+#include <CLI/Config.hpp>
+#include <CLI/Error.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <utility>
+
+#include "cli/format/text.h"
+
+namespace cli {
+namespace {
+
+constexpr int kNameWidth = 14;
+
+}  // namespace
+
+std::string_view NameOf(Choices choices, int number) {
+  const auto found =
+      std::find_if(choices.begin(), choices.end(), [&](const Choice& c) { return c.number == number; });
+  return found == choices.end() ? std::string_view() : found->name;
+}
+
+int NumberOf(Choices choices, std::string_view name, const std::string& option) {
+  std::string names;
+  for (const Choice& choice : choices) {
+    if (choice.name == name) {
+      return choice.number;
+    }
+    names += (names.empty() ? "" : ", ") + std::string(choice.name);
+  }
+  throw CLI::ValidationError(option, "\"" + std::string(name) + "\" is none of " + names);
+}
+
+std::string ListOf(std::string_view title, Choices choices) {
+  std::string text = std::string(title) + ":";
+  for (const Choice& choice : choices) {
+    text += "\n  " + Pad(choice.name, kNameWidth, Align::kLeft) + (choice.help.empty() ? "" : " ") +
+            std::string(choice.help);
+  }
+  return text;
+}
+
+CLI::Option* AddChoice(CLI::App& app, const std::string& option, Choices choices,
+                       const std::string& description, std::function<void(int)> take) {
+  return app
+      .add_option_function<std::string>(
+          option,
+          [choices, option, take = std::move(take)](const std::string& name) {
+            take(NumberOf(choices, name, option));
+          },
+          description)
+      ->type_name("NAME");
+}
+
+}  // namespace cli
