@@ -1,15 +1,15 @@
 #include "cli/application.h"
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <exception>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "cli/command.h"
 #include "cli/commands/live.h"
 #include "cli/format/text.h"
+#include "cli/help_format.h"
 #include "cli/output.h"
 
 namespace cli {
@@ -43,6 +43,7 @@ Runner Understand(CLI::App& app, int argc, const char* const* argv) {
   runners[&app] = SetUpLive(app);
   for (const Command& command : Commands()) {
     CLI::App* const sub = app.add_subcommand(std::string(command.name), std::string(command.summary));
+    sub->group("Commands");
     runners[sub] = command.set_up(*sub);
   }
   app.parse(argc, argv);
@@ -60,8 +61,9 @@ int RunApplication(int argc, const char* const* argv) {
   CLI::App app{kAbout, "csm"};
   app.footer(kExamples);
   app.require_subcommand(0, 1);
-  app.get_formatter()->column_width(34);
-  app.set_version_flag("--version", "csm " CSM_VERSION);
+  app.formatter(std::make_shared<HelpFormat>());
+  app.set_help_flag("-h,--help", "this text");
+  app.set_version_flag("--version", "csm " CSM_VERSION, "its version");
   try {
     const Runner run = Understand(app, argc, argv);
     return run();

@@ -63,6 +63,7 @@ void LineRun::TellState() {
 int LineRun::Run(std::function<void()> refresh) {
   TellState();
   loop_.Every(std::chrono::milliseconds(500), [this] {
+    output_.LookForReader();
     Observe();
     TellState();
   });

@@ -2,8 +2,10 @@
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <charconv>
 #include <cmath>
 #include <string>
+#include <system_error>
 
 namespace cli {
 namespace {
@@ -24,6 +26,28 @@ std::string CheckSeconds(const std::string& text) {
              : "it must be a number of seconds from 0.1 to 10000000";
 }
 
+std::string CheckSpeed(const std::string& text) {
+  double speed = 0;
+  const bool is_number = CLI::detail::lexical_cast(text, speed);
+  return is_number && speed >= 0 && speed <= 100000 ? "" : "it must be a number from 0 to 100000";
+}
+
+bool IsWhole(const std::string& text, std::uint64_t& number) {
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && rest == end;
+}
+
+std::string CheckSeed(const std::string& text) {
+  std::uint64_t seed = 0;
+  return IsWhole(text, seed) ? "" : "it must be a whole number from 0 to 18446744073709551615";
+}
+
+std::string CheckCount(const std::string& text) {
+  std::uint64_t count = 0;
+  return IsWhole(text, count) && count >= 1 ? "" : "it must be a whole number above 0";
+}
+
 }  // namespace
 
 std::chrono::milliseconds WatchOptions::Interval() const {
@@ -33,6 +57,7 @@ std::chrono::milliseconds WatchOptions::Interval() const {
 void AddSimulationOptions(CLI::App& app, market_server::Options& options) {
   app.add_option("--seed", options.seed, "another number is another market")
       ->type_name("NUMBER")
+      ->check(CLI::Validator(CheckSeed, ""))
       ->capture_default_str()
       ->group(kSimulation);
   app.add_option("--clock", options.clock,
@@ -43,7 +68,7 @@ void AddSimulationOptions(CLI::App& app, market_server::Options& options) {
       ->group(kSimulation);
   app.add_option("--speed", options.speed, "seconds of the market's time in one second; 0 stops it")
       ->type_name("FACTOR")
-      ->check(CLI::Range(0.0, 100000.0))
+      ->check(CLI::Validator(CheckSpeed, ""))
       ->capture_default_str()
       ->group(kSimulation);
   app.add_option("--scenario", options.scenario, "a scripted day; csm serve --list names them")
@@ -57,23 +82,13 @@ void AddSimulationOptions(CLI::App& app, market_server::Options& options) {
       ->group(kSimulation);
 }
 
-void AddWatchOptions(CLI::App& app, WatchOptions& options) {
+void AddQueryOptions(CLI::App& app, QueryOptions& options) {
   CLI::Option* const server = app.add_option("--server", options.session.server,
                                              "market server to ask. Default: a simulated market inside csm. "
                                              "Needs a key: CSM_KEY_ID and CSM_KEY, or "
                                              "a key file named in CSM_KEY_FILE")
                                   ->type_name("URL")
                                   ->check(CLI::Validator(CheckUrl, ""));
-  app.add_option("--for", options.seconds, "end after so many seconds")
-      ->type_name("SECONDS")
-      ->check(CLI::Validator(CheckSeconds, ""));
-  app.add_option("--count", options.count, "end after so many updates")
-      ->type_name("N")
-      ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 62U).description(""));
-  app.add_option("--interval", options.interval, "seconds between two requests")
-      ->type_name("SECONDS")
-      ->check(CLI::Validator(CheckSeconds, ""))
-      ->capture_default_str();
   app.add_flag("--json", options.json, "one JSON object a line instead of a table");
   app.add_flag("--no-color", options.no_color, "no colours (NO_COLOR is respected, too)");
   AddSimulationOptions(app, options.session.simulation);
@@ -82,6 +97,20 @@ void AddWatchOptions(CLI::App& app, WatchOptions& options) {
       server->excludes(option);
     }
   }
+}
+
+void AddWatchOptions(CLI::App& app, WatchOptions& options) {
+  AddQueryOptions(app, options);
+  app.add_option("--for", options.seconds, "end after so many seconds")
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(CheckSeconds, ""));
+  app.add_option("--count", options.count, "end after so many updates")
+      ->type_name("N")
+      ->check(CLI::Validator(CheckCount, ""));
+  app.add_option("--interval", options.interval, "seconds between two requests")
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(CheckSeconds, ""))
+      ->capture_default_str();
 }
 
 }  // namespace cli

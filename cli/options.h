@@ -10,11 +10,15 @@
 
 namespace cli {
 
-/// For a command that follows a feed.
-struct WatchOptions {
+/// For a command that shows something once.
+struct QueryOptions {
   SessionOptions session;
   bool json = false;
   bool no_color = false;
+};
+
+/// For a command that follows a feed.
+struct WatchOptions : QueryOptions {
   std::optional<double> seconds;       ///< ends after so long
   std::optional<std::uint64_t> count;  ///< ends after so many updates
   double interval = 3;                 ///< seconds between two requests
@@ -24,6 +28,9 @@ struct WatchOptions {
 
 /// Adds what a simulated market can be told, to `app` as a group of its own.
 void AddSimulationOptions(CLI::App& app, market_server::Options& options);
+
+/// Adds --server, --json, --no-color and the simulation's options.
+void AddQueryOptions(CLI::App& app, QueryOptions& options);
 
 /// Adds --server, --json, --for, --count, --interval, --no-color and the simulation's options.
 void AddWatchOptions(CLI::App& app, WatchOptions& options);

@@ -1,6 +1,7 @@
 #include "cli/output.h"
 
 #include <limits.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,6 +25,14 @@ void Output::Write(std::string_view text) {
     } else if (written < 0 && errno != EINTR && errno != EAGAIN) {
       throw std::system_error(errno, std::generic_category(), "cannot write");
     }
+  }
+}
+
+void Output::LookForReader() {
+  pollfd out{fd_, 0, 0};
+  if (poll(&out, 1, 0) == 1 && (out.revents & (POLLERR | POLLHUP)) != 0) {
+    closed_ = true;
+    loop_.End();
   }
 }
 

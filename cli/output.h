@@ -17,6 +17,9 @@ class Output {
   /// Writes `text` as it stands. When the reader is gone (EPIPE, a terminal hung up) the loop is ended and
   /// nothing more is written. Throws std::system_error for any other failure.
   void Write(std::string_view text);
+  /// Ends the loop, too, when the reader is gone although nothing is written. For those who may be silent for
+  /// long.
+  void LookForReader();
   /// `text` and a line feed, in one piece.
   void WriteLine(std::string_view text);
 

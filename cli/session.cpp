@@ -54,6 +54,7 @@ Session::Session(const SessionOptions& options) {
     settings.key_id = simulation_->key_id();
     settings.key = simulation_->key();
     settings.proxy.clear();
+    settings.ca_file.clear();
     settings.data_directory = directory_->path() + "/data";
     settings.log_directory = directory_->path() + "/log";
     settings.log_level = "info";

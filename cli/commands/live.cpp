@@ -6,6 +6,8 @@
 #include <array>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -29,6 +31,12 @@ using IndexList = std::vector<IndexMarketSummary>;
 constexpr Feed kFeed{"index_market", "/pc/rt/stock_detail_list"};
 constexpr double kSecondsWithoutTerminal = 10;
 constexpr char kEndOfInput = '\x04';
+
+// Not every terminal is a screen: the one of an editor's shell may only take lines.
+bool CanBeRedrawn() {
+  const char* const kind = std::getenv("TERM");
+  return kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0;
+}
 
 std::pair<const char*, Tone> MarkOf(FeedState state) {
   switch (state) {
@@ -206,10 +214,11 @@ Runner SetUpLive(CLI::App& app) {
   const auto options = std::make_shared<WatchOptions>();
   AddWatchOptions(app, *options);
   return [options] {
-    if (isatty(STDOUT_FILENO) == 1 && !options->json) {
+    const bool is_terminal = isatty(STDOUT_FILENO) == 1;
+    if (is_terminal && CanBeRedrawn() && !options->json) {
       return LiveView(*options).Run();
     }
-    if (isatty(STDOUT_FILENO) != 1 && !options->seconds) {
+    if (!is_terminal && !options->seconds) {
       options->seconds = kSecondsWithoutTerminal;
     }
     return PrintIndices(*options);

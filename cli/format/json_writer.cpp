@@ -60,6 +60,10 @@ void JsonWriter::Null() {
   impl_->writer.Null();
 }
 
+void JsonWriter::Bool(bool value) {
+  impl_->writer.Bool(value);
+}
+
 void JsonWriter::Value(std::wstring_view text) {
   impl_->String(Utf8(text));
 }

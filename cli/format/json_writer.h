@@ -23,6 +23,7 @@ class JsonWriter {
   void Key(std::string_view name);
 
   void Null();
+  void Bool(bool value);
   void Value(std::wstring_view text);
   void Value(const std::wstring& text) { Value(std::wstring_view(text)); }
   void Value(std::string_view utf8);

@@ -80,6 +80,7 @@ TEST(CommandLine, refusesNumbersThatMakeNoSense) {
   ExpectUsageError({"index", "--for", "0"}, "--for");
   ExpectUsageError({"index", "--for", "nan"}, "--for");
   ExpectUsageError({"index", "--interval", "1e300"}, "--interval");
+  ExpectUsageError({"index", "--seed", "-1"}, "--seed");
   ExpectUsageError({"serve", "--port", "65536"}, "--port");
   ExpectUsageError({"serve", "--speed", "-1"}, "--speed");
 }
@@ -187,6 +188,13 @@ TEST(Index, endsQuietlyWhenTheReaderHasEnough) {
   csm.CloseOutput();
   EXPECT_EQ(csm.Wait(), 0);
   EXPECT_EQ(csm.errors().find("rror"), std::string::npos) << csm.errors();
+}
+
+TEST(Index, endsQuietlyWhenTheReaderHasEnoughAndNothingArrives) {
+  ChildProcess csm(Csm({"index", "--server", "http://127.0.0.1:1"}), kKey);
+  ASSERT_TRUE(csm.ReadUntilErrors("csm: no data: "));
+  csm.CloseOutput();
+  EXPECT_EQ(csm.Wait(), 0);
 }
 
 TEST(Index, saysThatTooFewUpdatesArrived) {

@@ -189,7 +189,7 @@ TEST_F(LiveViewTest, paintsRisesRedAndFallsGreen) {
 TEST_F(LiveViewTest, hasNoColoursWhenNoneAreWanted) {
   for (const auto& [arguments, environment] :
        std::vector<std::pair<std::vector<std::string>, std::map<std::string, std::string>>>{
-           {{"--no-color"}, {}}, {{}, {{"NO_COLOR", "1"}}}, {{}, {{"TERM", "dumb"}}}}) {
+           {{"--no-color"}, {}}, {{}, {{"NO_COLOR", "1"}}}}) {
     Start(arguments, environment);
     ASSERT_TRUE(csm_->ReadUntil([this] { return Row(5).find("sz399006") == 0; })) << csm_->output();
     csm_->Type("q");
@@ -198,6 +198,13 @@ TEST_F(LiveViewTest, hasNoColoursWhenNoneAreWanted) {
       EXPECT_EQ(csm_->output().find(colour), std::string::npos);
     }
   }
+}
+
+TEST_F(LiveViewTest, printsLinesOnATerminalThatIsNoScreen) {
+  Start({"--count", "1"}, {{"TERM", "dumb"}});
+  EXPECT_EQ(csm_->Wait(), 0);
+  EXPECT_NE(csm_->output().find("sz399006"), std::string::npos);
+  EXPECT_EQ(csm_->output().find('\x1b'), std::string::npos);
 }
 
 TEST_F(LiveViewTest, printsJsonLinesWhenAskedForThem) {

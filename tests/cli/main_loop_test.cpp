@@ -159,6 +159,19 @@ TEST(Output, endsTheLoopQuietlyWhenTheReaderIsGone) {
   close(ends[1]);
 }
 
+TEST(Output, noticesThatTheReaderIsGoneWithoutWriting) {
+  MainLoop loop;
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  Output output(loop, ends[1]);
+  output.LookForReader();
+  EXPECT_FALSE(loop.ended());
+  close(ends[0]);
+  output.LookForReader();
+  EXPECT_TRUE(loop.ended());
+  close(ends[1]);
+}
+
 TEST(Output, givesUpAWriteThatWaitsWhenASignalEndsTheLoop) {
   MainLoop loop;
   const Pipe pipe;

@@ -1,0 +1,10 @@
+// csm lists: the stocks, plates or indices of the market.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpLists(CLI::App& app);
+
+}  // namespace cli

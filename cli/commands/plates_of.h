@@ -1,0 +1,10 @@
+// csm plates-of: the plates that a stock belongs to.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpPlatesOf(CLI::App& app);
+
+}  // namespace cli

@@ -1,0 +1,10 @@
+// csm state: the phase of the market, told again and again.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpState(CLI::App& app);
+
+}  // namespace cli

@@ -1,0 +1,104 @@
+#include "cli/reference_run.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "cli/command.h"
+#include "cli/format/text.h"
+#include "host/clock.h"
+#include "host_services/stock_host.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kCalendarEndpoint = "/pc/rt/trade_date";
+constexpr std::chrono::milliseconds kLook(20);
+constexpr std::chrono::milliseconds kCalendarPatience(9000);
+
+std::uint32_t ServerYear() {
+  return common::GetCurrentServerDate() / 10000;
+}
+
+// Calls `done` when the calendar was answered, with false when it was not.
+void AwaitCalendar(MainLoop& loop, std::chrono::milliseconds patience, std::function<void(bool ok)> done) {
+  const stock_host::EndpointCounters counters = stock_host::ReadCounters().endpoints[kCalendarEndpoint];
+  const bool answered = counters.requests > 0 && counters.requests == counters.succeeded + counters.failed;
+  if (answered || patience <= patience.zero()) {
+    // An answer is counted before its completion runs.
+    loop.After(kLook, [ok = answered && counters.failed == 0, done = std::move(done)] { done(ok); });
+    return;
+  }
+  loop.After(kLook,
+             [&loop, patience, done = std::move(done)] { AwaitCalendar(loop, patience - kLook, done); });
+}
+
+}  // namespace
+
+void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
+                       std::function<void(bool ok)> done) {
+  const std::uint32_t year = ServerYear();
+  reference.Init([&loop, &reference, needs, year, done = std::move(done)](bool ok) {
+    loop.Post([&loop, &reference, needs, year, ok, done] {
+      if (needs == Needs::kLists) {
+        done(ok);
+        return;
+      }
+      // The first answers bring the server's clock: it may stand in another year than this machine's.
+      if (ServerYear() != year) {
+        reference.Init({});
+      }
+      AwaitCalendar(loop, kCalendarPatience, done);
+    });
+  });
+}
+
+std::string LoadFailure() {
+  for (const auto& [name, counters] : stock_host::ReadCounters().endpoints) {
+    if (counters.failed > 0) {
+      return Printable(name + ": " + counters.last_error);
+    }
+  }
+  return {};
+}
+
+ReferenceRun::ReferenceRun(const QueryOptions& options)
+    : output_(loop_, STDOUT_FILENO),
+      palette_(WantsColour(STDOUT_FILENO, options.no_color)),
+      session_(options.session) {}
+
+int ReferenceRun::Run(Needs needs, const std::function<int(IStockCommon&)>& show) {
+  IStockCommon* const reference = GetStockCommon();
+  if (reference == nullptr) {
+    throw std::runtime_error("the service of reference data cannot be made");
+  }
+  int result = kFailure;
+  LoadReferenceData(loop_, *reference, needs, [&](bool ok) {
+    if (ok) {
+      result = show(*reference);
+    } else {
+      session_.log().Poll();
+      const std::string request = LoadFailure();
+      const std::string reason = request.empty() ? session_.log().last() : request;
+      Say("cannot load the reference data from " + session_.server_text() +
+          (reason.empty() ? "" : ": " + reason));
+    }
+    loop_.End();
+  });
+  loop_.Run();
+  return result;
+}
+
+void ReferenceRun::Print(const Table& table) {
+  std::string text = Render(table.Header(), palette_) + "\n";
+  for (const StyledLine& row : table.Rows()) {
+    text += Render(row, palette_) + "\n";
+  }
+  output_.Write(text);
+}
+
+}  // namespace cli
