@@ -1,0 +1,336 @@
+// Reference data and the phase of the market from the simulated market to the module's own threads: real
+// HTTP, the real host services, the library, and the server's clock at the instants that matter.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "c_stock_market.h"
+#include "cli/temporary_directory.h"
+#include "host/host.h"
+#include "host_services/stock_host.h"
+#include "market_server/market_server.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr seconds kPatience(30);
+
+bool IsLongRun() {
+  const char* const value = std::getenv("CSM_LONG");
+  return value != nullptr && std::string_view(value) == "1";
+}
+
+// Keeps every state that it is told, with the server's time of its arrival.
+class StateView final : public IUpdate1<StockMarketState> {
+ public:
+  struct Arrival {
+    StockMarketState state;
+    std::int64_t at = 0;
+  };
+
+  void Update(const StockMarketState& state) override {
+    const std::int64_t now = common::GetCurrentServerTime();
+    const std::lock_guard lock(mutex_);
+    arrivals_.push_back({state, now});
+    arrived_.notify_all();
+  }
+
+  // The first arrival with this caption after `from`; a caption of its own when none comes in time.
+  Arrival WaitFor(const std::wstring& text, std::int64_t from, seconds limit = kPatience) {
+    Arrival found{{L"(none)", 0, false}, 0};
+    std::unique_lock lock(mutex_);
+    arrived_.wait_for(lock, limit, [&] {
+      for (const Arrival& arrival : arrivals_) {
+        if (arrival.at >= from && arrival.state.text == text) {
+          found = arrival;
+          return true;
+        }
+      }
+      return false;
+    });
+    return found;
+  }
+
+ private:
+  std::mutex mutex_;  // guards arrivals_
+  std::condition_variable arrived_;
+  std::vector<Arrival> arrivals_;
+};
+
+class ReferenceDataTest : public testing::Test {
+ protected:
+  ReferenceDataTest() { options_.keys = {{"tester", "a secret of the test"}}; }
+  ~ReferenceDataTest() override {
+    DestroyStockMarket();
+    stock_host::Stop();
+  }
+
+  void StartAll(const std::string& clock, double speed = 1) {
+    options_.clock = clock;
+    options_.speed = speed;
+    server_ = std::make_unique<market_server::Server>(options_);
+    server_->Start();
+    stock_host::Settings settings;
+    settings.api_root = server_->url();
+    settings.key_id = "tester";
+    settings.key = "a secret of the test";
+    settings.data_directory = directory_.path() + "/data";
+    settings.log_directory = directory_.path() + "/log";
+    settings.config_directory = directory_.path() + "/config";
+    std::string error;
+    ASSERT_TRUE(stock_host::Start(settings, error)) << error;
+    // One answer brings the server's clock.
+    std::string body;
+    ASSERT_TRUE(
+        GetSync(pattern::CSingleton<UrlHelper>::GetInstance()->GetSigniture(L"/pc/rt/stock_version", {}),
+                body, {}, 8));
+  }
+
+  // Starts the reference data and waits for its call-back.
+  bool Load() {
+    std::mutex mutex;
+    std::condition_variable told;
+    int outcome = -1;
+    GetStockCommon()->Init([&](bool ok) {
+      const std::lock_guard lock(mutex);
+      outcome = ok ? 1 : 0;
+      told.notify_all();
+    });
+    std::unique_lock lock(mutex);
+    told.wait_for(lock, kPatience, [&] { return outcome >= 0; });
+    return outcome == 1;
+  }
+
+  static std::uint64_t Succeeded(const std::string& endpoint) {
+    return stock_host::ReadCounters().endpoints[endpoint].succeeded;
+  }
+
+  // Waits until as many requests to `endpoint` have succeeded.
+  static bool AwaitSucceeded(const std::string& endpoint, std::uint64_t count) {
+    const auto end = SteadyClock::now() + kPatience;
+    while (Succeeded(endpoint) < count) {
+      if (SteadyClock::now() > end) {
+        return false;
+      }
+      std::this_thread::sleep_for(milliseconds(20));
+    }
+    return true;
+  }
+
+  std::vector<std::string> Warnings() const {
+    std::vector<std::string> warnings;
+    std::ifstream log(directory_.path() + "/log/csm.log");
+    for (std::string line; std::getline(log, line);) {
+      if (line.find("[warning]") != std::string::npos || line.find("[error]") != std::string::npos) {
+        warnings.push_back(line);
+      }
+    }
+    return warnings;
+  }
+
+  cli::TemporaryDirectory directory_;
+  market_server::Options options_;
+  std::unique_ptr<market_server::Server> server_;
+};
+
+constexpr const char* kStocks = "/pc/rt/get_basic_info";
+constexpr const char* kVersion = "/pc/rt/stock_version";
+
+TEST_F(ReferenceDataTest, loadsTheWholeMarket) {
+  StartAll("2024-03-15 10:30:00");
+  ASSERT_TRUE(Load());
+  IStockCommon& reference = *GetStockCommon();
+  const auto all = reference.GetStockList(1);
+  EXPECT_GT(all.size(), 4000U);
+  EXPECT_EQ(all.size(), reference.GetStockList(2).size() + reference.GetStockList(3).size());
+  EXPECT_FALSE(reference.GetStockList(4).empty());
+  EXPECT_FALSE(reference.GetStockList(5).empty());
+  EXPECT_FALSE(reference.GetPlateList(1).empty());
+  EXPECT_FALSE(reference.GetPlateList(2).empty());
+  EXPECT_FALSE(reference.GetIndexList(1).empty());
+  EXPECT_FALSE(reference.GetIndexList(2).empty());
+  std::size_t with_plates = 0;
+  std::size_t with_packages = 0;
+  for (const BaseInfoItem& stock : all) {
+    EXPECT_FALSE(stock.code.empty() || stock.name.empty() || stock.pinyin.empty());
+    EXPECT_EQ(stock::CheckSymbol(stock.code.c_str()), stock::kSymbolStock);
+    std::vector<std::pair<std::wstring, std::wstring>> plates;
+    with_plates += reference.GetPlatesOfStock(stock.code, plates) ? 1U : 0U;
+    const KLineMetaInfo info = reference.GetKLineMetaInfo(stock.code, 1, 1);
+    EXPECT_EQ(info.version, L"20240314") << "the packages hold the session before";
+    with_packages += info.count > 0 ? 1U : 0U;
+  }
+  EXPECT_EQ(with_plates, all.size());
+  EXPECT_GT(with_packages, all.size() * 9 / 10);
+  EXPECT_TRUE(Warnings().empty()) << Warnings().front();
+}
+
+TEST_F(ReferenceDataTest, knowsTheHolidaysOfTheYear) {
+  StartAll("2024-05-01 10:30:00");
+  ASSERT_TRUE(Load());
+  ASSERT_TRUE(AwaitSucceeded("/pc/rt/trade_date", 1));
+  const auto now = static_cast<std::uint32_t>(common::GetCurrentServerTime());
+  const auto end = SteadyClock::now() + kPatience;
+  // The answer is counted a moment before it reaches the calendar.
+  while (stock::CheckMarketStatus(now) != stock::kMarketNotOpened && SteadyClock::now() < end) {
+    std::this_thread::sleep_for(milliseconds(5));
+  }
+  EXPECT_EQ(stock::CheckMarketStatus(now), stock::kMarketNotOpened) << "Labour Day is a Wednesday in 2024";
+}
+
+TEST_F(ReferenceDataTest, isLoadedAnewAtFourteenPastNine) {
+  StartAll("2024-03-15 09:13:56");
+  ASSERT_TRUE(Load());
+  EXPECT_EQ(Succeeded(kStocks), 1U);
+  ASSERT_TRUE(AwaitSucceeded(kStocks, 2));
+  EXPECT_GE(common::GetCurrentServerTime(), common::DateToTime(20240315, 9, 14, 0));
+  EXPECT_TRUE(AwaitSucceeded("/pc/rt/get_bk_list", 2));
+  EXPECT_TRUE(AwaitSucceeded("/pc/rt/stock_index_list", 2));
+  EXPECT_TRUE(AwaitSucceeded("/pc/rt/stock_in_bk", 2));
+  EXPECT_TRUE(AwaitSucceeded("/pc/rt/trade_date", 2));
+  // The first answer to the version question was that of the test itself.
+  EXPECT_TRUE(AwaitSucceeded(kVersion, 3));
+  const std::uint64_t asked = Succeeded(kStocks);
+  EXPECT_GT(GetStockCommon()->GetStockList(1).size(), 4000U);
+  EXPECT_EQ(Succeeded(kStocks), asked) << "the list of the morning holds for the day";
+}
+
+TEST_F(ReferenceDataTest, checksTheMetadataAtHalfPastSix) {
+  StartAll("2024-03-15 18:29:56");
+  ASSERT_TRUE(Load());
+  EXPECT_EQ(GetStockCommon()->GetKLineMetaInfo(L"sh600000", 1, 1).version, L"20240315");
+  ASSERT_TRUE(AwaitSucceeded(kVersion, 3));
+  EXPECT_GE(common::GetCurrentServerTime(), common::DateToTime(20240315, 18, 30, 0));
+  EXPECT_EQ(Succeeded(kStocks), 1U) << "the lists are loaded in the morning only";
+}
+
+TEST_F(ReferenceDataTest, movesToTheNewMetadata) {
+  StartAll("2024-03-15 09:13:55");
+  ASSERT_TRUE(Load());
+  const KLineMetaInfo before = GetStockCommon()->GetKLineMetaInfo(L"sh600000", 1, 1);
+  EXPECT_EQ(before.version, L"20240314");
+  // What the server offers changes before the thread's next look.
+  server_->SetClock("2024-03-15 18:00:01");
+  const auto end = SteadyClock::now() + kPatience;
+  KLineMetaInfo after = before;
+  while (after.version == before.version && SteadyClock::now() < end) {
+    std::this_thread::sleep_for(milliseconds(20));
+    after = GetStockCommon()->GetKLineMetaInfo(L"sh600000", 1, 1);
+  }
+  EXPECT_EQ(after.version, L"20240315");
+  EXPECT_EQ(after.count, before.count + 1);
+}
+
+TEST_F(ReferenceDataTest, loadsTheLocalMetadataOfAnEarlierRun) {
+  StartAll("2024-03-15 10:30:00");
+  ASSERT_TRUE(Load());
+  DestroyStockMarket();
+  const std::uint64_t downloads = Succeeded("static");
+  EXPECT_EQ(downloads, 1U);
+  ASSERT_TRUE(Load());
+  EXPECT_EQ(Succeeded("static"), downloads);
+  EXPECT_EQ(GetStockCommon()->GetKLineMetaInfo(L"sh600000", 1, 1).version, L"20240314");
+}
+
+TEST_F(ReferenceDataTest, failsAndComesBack) {
+  StartAll("2024-03-15 10:30:00");
+  server_->SetFaults({"errno:/pc/rt/get_bk_list:1:4711"});
+  EXPECT_FALSE(Load());
+  const auto warnings = Warnings();
+  ASSERT_EQ(warnings.size(), 1U);
+  EXPECT_NE(warnings[0].find("StockCommon::InitPlateItem Response Error Code: 4711"), std::string::npos);
+  server_->SetFaults({});
+  EXPECT_TRUE(Load());
+  EXPECT_FALSE(GetStockCommon()->GetPlateList(1).empty());
+}
+
+TEST_F(ReferenceDataTest, endsAtOnceWithLoadsUnderWay) {
+  StartAll("2024-03-15 10:30:00");
+  server_->SetFaults({"silence"});
+  for (int round = 0; round < 3; ++round) {
+    GetStockCommon()->Init([](bool) { ADD_FAILURE() << "called although the service was ended"; });
+    std::this_thread::sleep_for(milliseconds(50));
+    const auto start = SteadyClock::now();
+    DestroyStockMarket();
+    EXPECT_LT(SteadyClock::now() - start, seconds(1));
+  }
+  const auto start = SteadyClock::now();
+  stock_host::Stop();
+  EXPECT_LT(SteadyClock::now() - start, seconds(2));
+}
+
+// --- The phase ---
+
+TEST_F(ReferenceDataTest, publishesTheCallAuctionAtItsInstant) {
+  StartAll("2024-03-15 09:14:57");
+  StateView view;
+  IStockMarketState& state = *GetStockMarketState();
+  state.Attach(&view);
+  state.Resume(&view, true);
+  const std::int64_t instant = common::DateToTime(20240315, 9, 15, 0);
+  EXPECT_EQ(view.WaitFor(L"开盘准备", 0).state.text, L"开盘准备");
+  const auto arrival = view.WaitFor(L"集合竞价", 0);
+  EXPECT_GE(arrival.at, instant);
+  EXPECT_LE(arrival.at, instant + 2);
+  EXPECT_EQ(arrival.state.time, static_cast<std::int32_t>(arrival.at));
+  state.Detach(&view);
+}
+
+TEST_F(ReferenceDataTest, publishesTheCloseAtItsInstant) {
+  StartAll("2024-03-15 14:59:57");
+  StateView view;
+  IStockMarketState& state = *GetStockMarketState();
+  state.Attach(&view);
+  state.Resume(&view, true);
+  const std::int64_t instant = common::DateToTime(20240315, 15, 0, 0);
+  const auto arrival = view.WaitFor(L"已收盘", 0);
+  EXPECT_GE(arrival.at, instant);
+  EXPECT_LE(arrival.at, instant + 2);
+  EXPECT_EQ(arrival.state.time, static_cast<std::int32_t>(instant));
+  state.Detach(&view);
+}
+
+// A fast day: the morning by default, the whole of it at sixty times the speed in a long run.
+TEST_F(ReferenceDataTest, publishesEveryPhaseOfAFastDay) {
+  const double speed = IsLongRun() ? 60 : 600;
+  StartAll("2024-03-15 08:55:00", speed);
+  StateView view;
+  IStockMarketState& state = *GetStockMarketState();
+  state.Attach(&view);
+  state.Resume(&view, true);
+  struct Phase {
+    int hour;
+    int minute;
+    const wchar_t* text;
+  };
+  std::vector<Phase> phases = {
+      {9, 0, L"开盘准备"}, {9, 15, L"集合竞价"}, {9, 30, L"开盘"}, {11, 30, L"午盘休息"}};
+  if (IsLongRun()) {
+    phases.push_back({13, 0, L"开盘"});
+    phases.push_back({15, 0, L"已收盘"});
+  }
+  // The thread sleeps whole seconds, and the clock is known to about one.
+  const auto slack = static_cast<std::int64_t>(2 * speed);
+  for (const Phase& phase : phases) {
+    const std::int64_t instant = common::DateToTime(20240315, phase.hour, phase.minute, 0);
+    const auto arrival = view.WaitFor(phase.text, instant, seconds(150));
+    EXPECT_EQ(arrival.state.text, phase.text);
+    EXPECT_LE(arrival.at, instant + slack) << phase.hour << ":" << phase.minute;
+  }
+  state.Detach(&view);
+}
+
+}  // namespace
