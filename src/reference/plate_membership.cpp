@@ -17,6 +17,13 @@ PlateMembership ReadPlateMembership(const request::json::Object& data) {
       entry.plates.emplace_back(pair.At(0).Text(), pair.At(1).Text());
     });
   });
+  // Keys that are no text (half a surrogate pair) come changed, and then not in their order.
+  const auto before = [](const StockPlatesEntry& left, const StockPlatesEntry& right) {
+    return CompareUtf16(left.symbol, right.symbol) < 0;
+  };
+  if (!std::is_sorted(membership.begin(), membership.end(), before)) {
+    std::stable_sort(membership.begin(), membership.end(), before);
+  }
   return membership;
 }
 
