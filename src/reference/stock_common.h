@@ -41,9 +41,10 @@ class IStockCommon {
  public:
   /// Starts to load everything on the host's task pool, and the trading calendar. `done`, which may be empty,
   /// is called once on a thread of the pool: with true when everything was loaded within about ten seconds,
-  /// else with false; not at all when the service is ended first. After a success the lists are loaded anew
-  /// every morning. A call while one is under way only asks for the calendar; its `done` is never called.
-  /// After a failure it may be called again.
+  /// else with false; not at all once `DestroyStockMarket` has begun, which waits for a `done` that is
+  /// running. After a success the lists are loaded anew every trading morning. A call while a start is under
+  /// way only asks for the calendar; its `done` is never called. After a failure it may be called again, but
+  /// not from inside `done`.
   virtual void Init(const boost::function<void(bool)>& done) = 0;
 
   /// Stocks: `kind` 2 Shanghai, 3 Shenzhen, 4 GEM, 5 SME, any other value all.

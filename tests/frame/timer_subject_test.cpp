@@ -646,4 +646,80 @@ TEST_F(TimerSubject, detachWaitsForACachedDeliveryUnderWay) {
       [&](FrameObserver& observer) { service.Resume(&observer, true); }));
 }
 
+// --- what is held while a view is told
+// --------------------------------------------------------------------------
+
+// Tells an observer through `tell` and calls `other` on another thread meanwhile. True when `other` returned
+// only after the `Update` had ended.
+bool WaitsForAnUpdate(const std::function<void(FrameObserver&)>& tell, const std::function<void()>& other) {
+  std::atomic<bool> calling{false}, ended{false}, had_ended{false};
+  std::thread caller;
+  FrameRecorder observer([&](const int&) {
+    caller = std::thread([&] {
+      calling = true;
+      other();
+      had_ended = ended.load();
+    });
+    while (!calling) std::this_thread::yield();
+    for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
+    ended = true;
+  });
+  tell(observer);
+  if (!caller.joinable()) return false;
+  caller.join();
+  return had_ended;
+}
+
+TEST_F(TimerSubject, deliveryHoldsTheListOfObservers) {
+  EXPECT_TRUE(WaitsForAnUpdate(
+      [&](FrameObserver& observer) {
+        AttachActive(observer, L"k");
+        service.Deliver(L"k", 1);
+      },
+      [&] { service.Attach(&b); }));
+}
+
+TEST_F(TimerSubject, resumeHoldsTheCacheWhileItDelivers) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 1);
+  EXPECT_TRUE(WaitsForAnUpdate(
+      [&](FrameObserver& observer) {
+        AttachSuspended(observer, L"k");
+        service.Resume(&observer, true);
+      },
+      [&] { service.RemoveTarget(&a); }));
+}
+
+TEST_F(TimerSubject, resumeDoesNotHoldTheListWhileItDelivers) {
+  AttachActive(a, L"k");
+  service.Deliver(L"k", 1);
+  FrameRecorder observer([&](const int&) {
+    // From another thread, and waited for: would never end if the list were held.
+    std::thread([&] { service.Attach(&b); }).join();
+  });
+  AttachSuspended(observer, L"k");
+  service.Resume(&observer, true);
+  EXPECT_TRUE(service.IsSuspended(&b));
+}
+
+TEST_F(TimerSubject, fetchesHoldNoLock) {
+  FrameService* self = nullptr;
+  FrameService own(
+      [&] {
+        std::thread([&] {
+          self->Attach(&b);
+          self->SetTarget(&b, L"other");
+          self->RemoveTarget(&b);
+        }).join();
+      },
+      {});
+  self = &own;
+  own.Attach(&a);
+  own.SetTarget(&a, L"k");
+  own.Resume(&a, true);
+  own.Refresh();
+  own.PollOnce();
+  EXPECT_EQ(own.fetches, 3);
+}
+
 }  // namespace
