@@ -3,14 +3,14 @@
 // Thread-safe; its calls wait for the disk and the network, so they belong into tasks.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "charts/kline_package.h"
 #include "reference/stock_common.h"
@@ -20,29 +20,34 @@ namespace charts {
 /// Shared by the service and its tasks, and outlives whichever goes first.
 class KLineHistory {
  public:
-  /// All candles before today of one package. Empty when neither disk nor network has any. Two loads of one
-  /// package follow each other.
-  [[nodiscard]] Candles Load(const std::wstring& symbol, int period, int adjustment);
+  using Use = std::function<void(const Candles&)>;
+
+  /// Hands all candles before today of one package to `use`; none when neither disk nor network has any.
+  /// Usually before it returns, in the caller's thread. While another thread loads the same package nobody
+  /// waits: `use` gets that thread's candles, in a task of its own.
+  void Load(const std::wstring& symbol, int period, int adjustment, const Use& use);
 
  private:
   using Package = std::pair<std::wstring, std::uint16_t>;  // symbol and package key
+  using Shared = std::shared_ptr<const Candles>;
 
   // A package in memory, of one version and loaded on one day.
   struct Held {
     std::wstring version;
     std::uint32_t date = 0;
-    std::shared_ptr<const Candles> candles;
+    Shared candles;
+    bool has_tail = false;  // it reaches the last trading day as far as the server knows
   };
-
+  // What one load is about.
+  struct Wanted;
   class Turn;
 
-  [[nodiscard]] std::shared_ptr<const Candles> Find(const Package& package,
-                                                    const std::wstring& version) const;
-  void Hold(const Package& package, const std::wstring& version, const Candles& candles);
+  [[nodiscard]] Shared LoadNow(const Package& package, const Wanted& wanted);
+  [[nodiscard]] Held Find(const Package& package, const Wanted& wanted) const;
+  void Hold(const Package& package, const Held& held);
 
-  mutable std::mutex mutex_;  // guards the members below
-  std::condition_variable turn_ended_;
-  std::set<Package> loading_;
+  mutable std::mutex mutex_;                     // guards the members below
+  std::map<Package, std::vector<Use>> loading_;  // packages that a thread loads, and who waits for them
   std::map<Package, Held> held_;
 };
 

@@ -36,7 +36,7 @@ void MergeTail(int period, Candles& candles, const Candles& tail) {
   }
 }
 
-void MergeToday(int period, Candles& candles, const KLineCandle& today) {
+void MergeToday(int period, std::list<KLineCandle>& candles, const KLineCandle& today) {
   if (candles.empty()) {
     candles.push_back(today);
     return;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <list>
 
 #include "charts/kline_package.h"
 
@@ -18,6 +19,6 @@ void MergeTail(int period, Candles& candles, const Candles& tail);
 /// Adds today. A day's candle of the same date is replaced. Into the candle of the same week or month today
 /// is merged: highest high, lowest low, today's close and date, volume, amount and turnover added; never
 /// twice for one day. A later period is appended, an earlier one ignored.
-void MergeToday(int period, Candles& candles, const KLineCandle& today);
+void MergeToday(int period, std::list<KLineCandle>& candles, const KLineCandle& today);
 
 }  // namespace charts

@@ -52,7 +52,9 @@ KLineCandle CandleOf(const Array& row) {
 template <class ReadLine>
 Candles ReadLines(std::string_view text, ReadLine read_line) {
   Candles candles;
-  candles.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
+  // A candle's line has this many characters at least; there may be shorter ones, and nothing but line ends.
+  constexpr std::size_t kShortestPlainLine = 26;
+  candles.reserve(std::min(CountLines(text), text.size() / kShortestPlainLine + 1));
   while (!text.empty()) {
     const std::size_t end = std::min(text.find('\n'), text.size());
     const std::string_view line = text.substr(0, end);
@@ -72,6 +74,10 @@ void ReadAnyLine(std::string_view line, Candles& candles) {
 }
 
 }  // namespace
+
+std::size_t CountLines(std::string_view text) {
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
+}
 
 Candles ReadPackage(std::string_view text) {
   return ReadLines(text, [](std::string_view line, Candles& candles) {

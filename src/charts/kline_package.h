@@ -2,6 +2,7 @@
 // pure functions.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,9 @@ using Candles = std::vector<KLineCandle>;
 /// Date of a candle whose line is JSON but holds fewer than nine numbers; all its figures are 0 (kept: views
 /// know it).
 inline constexpr std::uint32_t kShortLineDate = 20160101;
+
+/// Lines of an unpacked package, empty ones included.
+[[nodiscard]] std::size_t CountLines(std::string_view text);
 
 /// One candle per line that is JSON; other lines are skipped.
 [[nodiscard]] Candles ReadPackage(std::string_view text);

@@ -42,8 +42,8 @@ class CStockKLine : public IStockKLine, protected frame::Gated {
   // Understand
   void OnDay(const std::wstring& symbol, const Series& series, const KLineCallback& done, bool ok,
              const char* body, std::size_t length);
-  static StockKLineData Assemble(KLineHistory& history, const std::wstring& symbol, const Series& series,
-                                 const std::vector<KLineCandle>& today);
+  static StockKLineData Assemble(const std::wstring& symbol, const Series& series, const Candles& history,
+                                 const Candles& today);
 
   boost::mutex lock_;                      // guards series_
   std::map<std::wstring, Series> series_;  // last asked for without a call-back, by symbol
@@ -92,35 +92,39 @@ void CStockKLine::OnDay(const std::wstring& symbol, const Series& series, const 
   if (!answer) {
     return;
   }
-  std::vector<KLineCandle> today;
+  Candles today;
   answer.DataObject().ForEach([&](std::string_view key, const request::json::Value& entry) {
     KLineCandle candle;
     if (request::json::WideKey(key) == symbol && ReadDayCandle(entry.AsObject(), candle)) {
       today.push_back(candle);
     }
   });
+  auto tell = gate_.Guard([this, done](const StockKLineData& data) {
+    if (done) {
+      done(data);
+    } else {
+      Deliver(data.symbol, data);
+    }
+  });
   // The history waits for disk and network: outside the gate, which is closed without waiting for either.
-  base::TaskManagerInstance()->AddTask([history = history_, symbol, series, today,
-                                        tell = gate_.Guard([this, done](const StockKLineData& data) {
-                                          if (done) {
-                                            done(data);
-                                          } else {
-                                            Deliver(data.symbol, data);
-                                          }
-                                        })]() mutable { tell(Assemble(*history, symbol, series, today)); });
+  base::TaskManagerInstance()->AddTask([history = history_, symbol, series, today, tell] {
+    history->Load(symbol, series.period, series.adjustment,
+                  [symbol, series, today, tell](const Candles& candles) mutable {
+                    tell(Assemble(symbol, series, candles, today));
+                  });
+  });
 }
 
-StockKLineData CStockKLine::Assemble(KLineHistory& history, const std::wstring& symbol, const Series& series,
-                                     const std::vector<KLineCandle>& today) {
-  Candles candles = history.Load(symbol, series.period, series.adjustment);
-  for (const KLineCandle& candle : today) {
-    MergeToday(series.period, candles, candle);
-  }
+StockKLineData CStockKLine::Assemble(const std::wstring& symbol, const Series& series, const Candles& history,
+                                     const Candles& today) {
   StockKLineData data;
   data.symbol = symbol;
   data.period = series.period;
   data.adjustment = series.adjustment;
-  data.candles.assign(candles.begin(), candles.end());
+  data.candles.assign(history.begin(), history.end());
+  for (const KLineCandle& candle : today) {
+    MergeToday(series.period, data.candles, candle);
+  }
   return data;
 }
 

@@ -1,0 +1,310 @@
+// Lines of packages, rows of history answers, today's candle; and the fast reader against Qt's.
+#include "charts/kline_package.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "scripted_host.h"
+
+namespace {
+
+using charts::Candles;
+using charts::kShortLineDate;
+using charts::ReadDayCandle;
+using charts::ReadHistory;
+using charts::ReadPackage;
+using charts::ReadPackageByQt;
+
+const KLineCandle kWorked{20170227, 1, 2, 3, 4, 5, 6, 7, 8};
+const KLineCandle kShort{kShortLineDate, 0, 0, 0, 0, 0, 0, 0, 0};
+
+// Both readers on one text; the plain one's candles.
+Candles Read(const std::string& text) {
+  const Candles candles = ReadPackage(text);
+  EXPECT_EQ(candles, ReadPackageByQt(text)) << text.substr(0, 300);
+  return candles;
+}
+
+TEST(KLinePackage, readsTheNineNumbersInTheirOrder) {
+  EXPECT_EQ(Read("[20170227,1,2,3,4,5,6,7,8]"), (Candles{kWorked}));
+  const KLineCandle candle = kWorked;
+  EXPECT_EQ(candle.preclose, 1);
+  EXPECT_EQ(candle.open, 2);
+  EXPECT_EQ(candle.high, 3);
+  EXPECT_EQ(candle.close, 4) << "close stands before low";
+  EXPECT_EQ(candle.low, 5);
+  EXPECT_EQ(candle.volume, 6U);
+  EXPECT_EQ(candle.amount, 7);
+  EXPECT_EQ(candle.turnover, 8);
+}
+
+TEST(KLinePackage, keepsTheOrderOfTheLines) {
+  EXPECT_EQ(Read("[20170227,1,2,3,4,5,6,7,8]\n[20160101,9,8,7,6,5,4,3,2]\n[20170227,1,2,3,4,5,6,7,8]\n"),
+            (Candles{kWorked, {20160101, 9, 8, 7, 6, 5, 4, 3, 2}, kWorked}));
+}
+
+TEST(KLinePackage, skipsEmptyLines) {
+  EXPECT_EQ(Read("").size(), 0U);
+  EXPECT_EQ(Read("\n").size(), 0U);
+  EXPECT_EQ(Read("\n\n[20170227,1,2,3,4,5,6,7,8]\n\n\n[20170227,1,2,3,4,5,6,7,8]").size(), 2U);
+}
+
+TEST(KLinePackage, skipsLinesThatAreNoJson) {
+  for (const char* line :
+       {"not json", "[20170227,1,2,3,4,5,6,7,8", "20170227,1,2,3,4,5,6,7,8]", "[20170227,1,2,3,4,5,6,7,]",
+        "[,]", "20170227", "\"text\"", "null", "true", " ", "\r", "[20170227,1,2,3,4,5,6,7,8]x",
+
+        "[1,2,3,4,5,6,7,8,NaN]", "[1 2 3 4 5 6 7 8 9]", "['a']", "{\"a\":}", "[[[[", "\xFF"}) {
+    EXPECT_EQ(Read(line).size(), 0U) << line;
+  }
+}
+
+TEST(KLinePackage, makesTheCandleOf2016OfAShortLine) {
+  for (const char* line : {"[]", "{}", "[20170227,1,2]", "[20170227,1,2,3,4,5,6,7]", "[[1,2,3,4,5,6,7,8,9]]",
+                           "{\"date\":20170227}", " [ ] ", "[\"1,2,3,4,5,6,7,8,9\"]"}) {
+    EXPECT_EQ(Read(line), (Candles{kShort})) << line;
+  }
+}
+
+TEST(KLinePackage, takesTheFirstNineOfALongerLine) {
+  EXPECT_EQ(Read("[20170227,1,2,3,4,5,6,7,8,9,10,11]"), (Candles{kWorked}));
+  EXPECT_EQ(Read("[20170227,1,2,3,4,5,6,7,8,\"more\",{},[]]"), (Candles{kWorked}));
+}
+
+TEST(KLinePackage, acceptsBlanksAndCarriageReturns) {
+  EXPECT_EQ(Read("  [20170227, 1, 2, 3,\t4, 5, 6, 7, 8]  "), (Candles{kWorked}));
+  EXPECT_EQ(Read("[20170227,1,2,3,4,5,6,7,8]\r\n[20170227,1,2,3,4,5,6,7,8]\r\n"),
+            (Candles{kWorked, kWorked}));
+}
+
+TEST(KLinePackage, readsWhatIsNoNumberAsZero) {
+  EXPECT_EQ(Read("[\"20170227\",null,true,{},[],\"1\",false,7,8]"), (Candles{{0, 0, 0, 0, 0, 0, 0, 7, 8}}));
+}
+
+TEST(KLinePackage, convertsHostileNumbersWithoutHarm) {
+  EXPECT_EQ(Read("[-1,1e308,-1e308,0.1,-0.0,1e-300,-5,1.5,2]"),
+            (Candles{{0xFFFFFFFF, 1e308, -1e308, 0.1, 0, 1e-300,
+                      std::numeric_limits<std::uint64_t>::max() - 4, 1.5, 2}}));
+  EXPECT_EQ(Read("[20170227.9,1,2,3,4,5,6.9,7,8]"), (Candles{kWorked}));
+  EXPECT_EQ(Read("[24465137523,1,2,3,4,5,1e30,7,8]"),
+            (Candles{{24465137523ULL & 0xFFFFFFFF, 1, 2, 3, 4, 5, 0, 7, 8}}));
+  EXPECT_EQ(Read("[20170227,1,2,3,4,5,18446744073709549568,7,8]")[0].volume, 18446744073709549568ULL);
+  Read("[20170227,1e400,-1e400,1e-400,4,5,6,7,8]");
+  Read("[20170227,0.000000000000000000000000000000000000000000001,2,3,4,5,99999999999999999999999,7,8]");
+  Read("[20170227,5e-324,2.2250738585072014e-308,1.7976931348623157e308,4,5,6,7,8]");
+  Read("[20170227,01,-,1.,1e,1e+,4,5,6]");
+}
+
+TEST(KLinePackage, readsALineWithANulAsQtDoes) {
+  Read(std::string("[20170227,1,2,3,4,5,6,7,8]\0", 27));
+  Read(std::string("[20170227,1,2,3\0,4,5,6,7,8]", 27));
+  Read(std::string("\0\n\0\0", 4));
+}
+
+// A text of line ends only is small on the wire: it must not make room for as many candles.
+TEST(KLinePackage, makesNoRoomForEmptyLines) {
+  const Candles candles = ReadPackage(std::string(std::size_t{1} << 20, '\n'));
+  EXPECT_EQ(candles.size(), 0U);
+  EXPECT_LE(candles.capacity(), std::size_t{1} << 16);
+}
+
+TEST(KLinePackage, countsLines) {
+  EXPECT_EQ(charts::CountLines("a\nb\n\nc"), 4U);
+}
+
+// --- The fast reader against Qt's ---
+
+class LineMaker {
+ public:
+  explicit LineMaker(unsigned seed) : random_(seed) {}
+
+  std::string Plain() {
+    std::string line = "[";
+    for (int place = 0; place < 9; ++place) line += (place == 0 ? "" : ",") + Number();
+    return line + "]";
+  }
+
+  // A plain line, damaged.
+  std::string Hostile() {
+    static const std::vector<std::string> kPieces = {"[",
+                                                     "]",
+                                                     ",",
+                                                     " ",
+                                                     "\t",
+                                                     "\r",
+                                                     "-",
+                                                     "+",
+                                                     ".",
+                                                     "e",
+                                                     "E",
+                                                     "0",
+                                                     "00",
+                                                     "1e9",
+                                                     "null",
+                                                     "true",
+                                                     "\"",
+                                                     "\"a\"",
+                                                     "{}",
+                                                     "[]",
+                                                     "{",
+                                                     "}",
+                                                     ":",
+                                                     "1e999",
+                                                     "-0",
+                                                     "-0.0",
+                                                     "\\",
+                                                     "\xFF",
+                                                     "\xE4\xB8\xAD",
+                                                     "NaN",
+                                                     "inf",
+                                                     "0x10",
+                                                     "1e-320",
+                                                     "1e+05",
+                                                     "9007199254740993",
+                                                     "0.1e1",
+                                                     "18446744073709551615",
+                                                     "18446744073709551616",
+                                                     "340282366920938463463374607431768211456"};
+    std::string line = Plain();
+    for (int change = Below(4); change >= 0; --change) {
+      const std::size_t at = static_cast<std::size_t>(Below(static_cast<int>(line.size()) + 1));
+      switch (Below(4)) {
+        case 0:
+          line.insert(at, kPieces[static_cast<std::size_t>(Below(static_cast<int>(kPieces.size())))]);
+          break;
+        case 1:
+          line.erase(at, static_cast<std::size_t>(Below(6)));
+          break;
+        case 2:
+          if (at < line.size()) line[at] = static_cast<char>(Below(256));
+          break;
+        default:
+          line = line.substr(0, at) + Number() + line.substr(at);
+      }
+    }
+    return line;
+  }
+
+ private:
+  int Below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random_); }
+
+  std::string Number() {
+    std::array<char, 64> text{};
+    const double value = std::uniform_real_distribution<double>(-1, 1)(random_);
+    switch (Below(7)) {
+      case 0:
+        std::snprintf(text.data(), text.size(), "%d", 20240000 + Below(1231));
+        break;
+      case 1:
+        std::snprintf(text.data(), text.size(), "%.2f", value * 5000);
+        break;
+      case 2:
+        std::snprintf(text.data(), text.size(), "%.17g", value * 1e10);
+        break;
+      case 3:
+        std::snprintf(text.data(), text.size(), "%.17g", std::bit_cast<double>(random_()));
+        break;
+      case 4:
+        std::snprintf(text.data(), text.size(), "%llu", static_cast<unsigned long long>(random_()));
+        break;
+      case 5:
+        std::snprintf(text.data(), text.size(), "%.*f", Below(25), value);
+        break;
+      default:
+        std::snprintf(text.data(), text.size(), "%.3e", value * 1e5);
+    }
+    return text.data();
+  }
+
+  std::mt19937_64 random_;
+};
+
+TEST(KLinePackage, readsEveryLineAsQtDoes) {
+  LineMaker maker(20240315);
+  for (int round = 0; round < 200; ++round) {
+    std::string text;
+    for (int line = 0; line < 50; ++line) {
+      text += (line % 3 == 0 ? maker.Plain() : maker.Hostile()) + "\n";
+    }
+    ASSERT_EQ(ReadPackage(text), ReadPackageByQt(text)) << text;
+  }
+}
+
+// --- History answers ---
+
+Candles History(const std::string& body) {
+  const auto document = request::json::Document::Parse(body.data(), body.size());
+  return ReadHistory(document.Root());
+}
+
+TEST(KLineHistoryAnswer, readsItsRowsInTheirOrder) {
+  EXPECT_EQ(History(R"({"data":{"foo":{"list":[[20170227,1,2,3,4,5,6,7,8],[20160104,8,7,6,5,4,3,2,1]]}}})"),
+            (Candles{kWorked, {20160104, 8, 7, 6, 5, 4, 3, 2, 1}}));
+}
+
+TEST(KLineHistoryAnswer, readsOddRowsAsAPackageReadsLines) {
+  EXPECT_EQ(History(R"({"data":{"foo":{"list":[[],{},[1,2],null,7,["20170227",1,2,3,4,5,6,7,8,9]]}}})"),
+            (Candles{kShort, kShort, kShort, kShort, kShort, {0, 1, 2, 3, 4, 5, 6, 7, 8}}));
+}
+
+TEST(KLineHistoryAnswer, hasNoRowsWithoutAList) {
+  for (const char* body :
+       {"{}", "[]", R"({"data":[]})", R"({"data":{"foo":[]}})", R"({"data":{"foo":{"list":{}}}})",
+        R"({"data":{"bar":{"list":[[1,2,3,4,5,6,7,8,9]]}}})", ""}) {
+    EXPECT_TRUE(History(body).empty()) << body;
+  }
+}
+
+// --- Today's candle ---
+
+bool Day(const std::string& entry, KLineCandle& candle) {
+  const auto document = request::json::Document::Parse(entry.data(), entry.size());
+  EXPECT_EQ(document.Error(), 0) << entry;
+  return ReadDayCandle(document.Root(), candle);
+}
+
+TEST(KLineDay, readsItsMembersByName) {
+  KLineCandle candle;
+  ASSERT_TRUE(Day(R"({"date":"2017-02-27","list":{"tr":8,"amt":7,"vol":6,"low":5,"last":4,"high":3,"open":2,
+                      "preclose":1,"other":9}})",
+                  candle));
+  EXPECT_EQ(candle, kWorked);
+  ASSERT_TRUE(
+      Day(R"({"date":20170227,"list":[{"preclose":1,"open":2,"high":3,"last":4,"low":5,"vol":6,"amt":7,
+                      "tr":8},{"open":9}]})",
+          candle));
+  EXPECT_EQ(candle, kWorked) << "a number is a date, and a list holds the candle first";
+}
+
+TEST(KLineDay, readsMissingFiguresAsZero) {
+  KLineCandle candle = kWorked;
+  ASSERT_TRUE(Day(R"({"date":"20240315","list":{"vol":0,"last":"5","open":null}})", candle));
+  EXPECT_EQ(candle, (KLineCandle{20240315}));
+  ASSERT_TRUE(Day(R"({"list":[7]})", candle));
+  EXPECT_EQ(candle, KLineCandle());
+}
+
+TEST(KLineDay, readsTheVolumeAsAnUnsignedNumber) {
+  KLineCandle candle;
+  ASSERT_TRUE(Day(R"({"list":{"vol":1.8e19}})", candle));
+  EXPECT_EQ(candle.volume, 18000000000000000000ULL);
+}
+
+TEST(KLineDay, isMissingWithoutAList) {
+  KLineCandle candle = kWorked;
+  for (const char* entry :
+       {"{}", R"({"date":"20240315"})", R"({"list":[]})", R"({"list":null})", R"({"list":7})"}) {
+    EXPECT_FALSE(Day(entry, candle)) << entry;
+  }
+  EXPECT_EQ(candle, kWorked);
+}
+
+}  // namespace

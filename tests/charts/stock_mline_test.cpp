@@ -1,0 +1,342 @@
+// Minute lines from request to view.
+#include "charts/stock_mline.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "charts/stock_mline_service.h"
+#include "scripted_ticks.h"
+#include "service_fixture.h"
+
+namespace {
+
+constexpr const char* kToday = "/pc/rt/get_day_time";
+constexpr const char* kPastDay = "/pc/rt/get_day_htime";
+constexpr const char* kPastDays = "/pc/rt/get_choice_htime";
+
+// The entry of one symbol: a single point.
+std::string Entry(const std::string& date, double last) {
+  return R"({"date":")" + date + R"(","list":[{"min":930,"last":)" + std::to_string(last) +
+         R"(,"preclose":10}]})";
+}
+
+Answer Data(const std::string& members) {
+  return Answer::Body(R"({"errno":0,"data":{)" + members + "}}");
+}
+
+Answer Line(const std::string& symbol, double last, const std::string& date = "20240315") {
+  return Data("\"" + symbol + "\":" + Entry(date, last));
+}
+
+double Price(const StockMLineData& line) {
+  if (line.days.empty() || line.days[0].points.empty()) {
+    ADD_FAILURE() << "a line without points";
+    return 0;
+  }
+  return line.days[0].points[0].price;
+}
+
+class StockMLine : public ChartServiceTest<IStockMLine, StockMLineData> {
+ protected:
+  StockMLine() : ChartServiceTest(charts::MakeStockMLine) {}
+
+  MLineCallback Keep() {
+    return [this](const StockMLineData& line) { got.push_back(line); };
+  }
+
+  ScriptedTicks ticks;
+  std::vector<StockMLineData> got;
+};
+
+TEST_F(StockMLine, asksForNothingWhenNobodyLooks) {
+  service->Attach(&view);
+  service->SetTarget(&view, L"sh600000");
+  service->Fetch();
+  EXPECT_EQ(host.RequestCount(), 0U);
+}
+
+TEST_F(StockMLine, asksForAllShownSymbolsAtOnce) {
+  RecordingObserver<StockMLineData> second;
+  RecordingObserver<StockMLineData> same;
+  RecordingObserver<StockMLineData> hidden;
+  Show(view, L"sh600000");
+  Show(second, L"sz399001");
+  Show(same, L"sh600000");
+  Show(hidden, L"sh600003");
+  service->Suspend(&hidden);
+  host.Expect(Script(kToday).Setting(30).Inline(Data("\"sh600000\":" + Entry("20240315", 1) +
+                                                     ",\"sz399001\":" + Entry("20240315", 2) +
+                                                     ",\"sh600003\":" + Entry("20240315", 3))));
+  service->OnTimer();
+  ASSERT_EQ(host.RequestCount(), 1U);
+  const Request request = host.Requests()[0];
+  EXPECT_EQ(request.kind, Request::Kind::kAsync);
+  // The order of the symbols is that of the observers' addresses.
+  const std::string list = request.parameters.at("stock_arr");
+  EXPECT_TRUE(list == R"(["sh600000","sz399001"])" || list == R"(["sz399001","sh600000"])") << list;
+  EXPECT_EQ(request.parameters.size(), 1U);
+  EXPECT_EQ(Price(view.Last()), 1.0);
+  EXPECT_EQ(Price(same.Last()), 1.0);
+  EXPECT_EQ(Price(second.Last()), 2.0);
+  EXPECT_EQ(hidden.Count(), 0U);
+  for (auto* observer : {&second, &same, &hidden}) service->Detach(observer);
+}
+
+TEST_F(StockMLine, keepsTheLineForThoseWhoComeBackSoon) {
+  Show(view, L"sh600000");
+  host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
+  service->Refresh();
+  service->Suspend(&view);
+  ticks.Advance(300);
+  service->Resume(&view, true);
+  EXPECT_EQ(view.Count(), 2U);
+  EXPECT_EQ(view.Updates()[0], view.Updates()[1]);
+  service->Suspend(&view);
+  ticks.Advance(1);
+  host.Expect(Script(kToday).Inline(Line("sh600000", 2)));
+  service->Resume(&view, true);
+  EXPECT_EQ(Price(view.Last()), 2.0);
+}
+
+TEST_F(StockMLine, forgetsTheLineOfASymbolThatIsLeft) {
+  Show(view, L"sh600000");
+  RecordingObserver<StockMLineData> second;
+  Show(second, L"sh600000");
+  host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
+  service->Refresh();
+  service->SetTarget(&second, L"sh600001");
+  service->Suspend(&view);
+  host.Expect(Script(kToday).Inline(Line("sh600000", 2)));
+  service->Resume(&view, true);
+  EXPECT_EQ(Price(view.Last()), 2.0);
+  service->RemoveTarget(&view);
+  service->SetTarget(&view, L"sh600000");
+  service->Suspend(&view);
+  host.Expect(Script(kToday).Inline(Line("sh600000", 3)));
+  service->Resume(&view, true);
+  EXPECT_EQ(Price(view.Last()), 3.0);
+  service->Detach(&second);
+}
+
+TEST_F(StockMLine, writesItsThreeLinesAndKeepsWhatViewsHave) {
+  Show(view, L"sh600000");
+  host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
+  service->Refresh();
+  host.ExpectFailureLine(L"StockMLine::FetchMLine Failed.", 2);
+  host.ExpectCodeLine(L"StockMLine::FetchMLine Response Error Code: %d", 1001);
+  host.ExpectCodeLine(L"StockMLine::FetchMLine Json Parse Error Code: %d", 5);
+  for (const Answer& answer :
+       {Answer::Failed(), Answer::Failed(R"({"errno":0,"data":{}})"),
+        Answer::Body(R"({"errno":1001,"data":{}})"), Answer::Body("?"), Answer::Body(""), Answer::Null()}) {
+    host.Expect(Script(kToday).Inline(answer));
+    service->Refresh();
+  }
+  EXPECT_EQ(view.Count(), 1U);
+  service->Suspend(&view);
+  service->Resume(&view, true);
+  EXPECT_EQ(view.Count(), 2U) << "the line held before is there still";
+  EXPECT_EQ(Price(view.Last()), 1.0);
+}
+
+TEST_F(StockMLine, tellsNobodyOfAnAnswerWithoutLines) {
+  Show(view, L"sh600000");
+  for (const char* body : {R"({"errno":0})", R"({"data":{}})", R"({"data":[]})", R"({"data":null})", "[]",
+                           R"({"data":{"sh600001":{"date":"20240315","list":[]}}})"}) {
+    host.Expect(Script(kToday).Inline(Answer::Body(body)));
+    service->Refresh();
+  }
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+TEST_F(StockMLine, tellsOfADayWithoutPoints) {
+  Show(view, L"sh600000");
+  host.Expect(Script(kToday).Inline(Data(R"("sh600000":{"date":"2024-03-15","list":[]})")));
+  service->Refresh();
+  EXPECT_EQ(view.Last(), (StockMLineData{L"sh600000", 0, {{20240315, {}}}}));
+}
+
+TEST_F(StockMLine, deliversEveryAnswerOfSeveralUnderWay) {
+  Show(view, L"sh600000");
+  host.Expect(Script(kToday).Times(2).Held());
+  service->Refresh();
+  service->Refresh();
+  host.Complete(1, Line("sh600000", 2));
+  host.Complete(0, Line("sh600000", 1));
+  ASSERT_EQ(view.Count(), 2U);
+  EXPECT_EQ(Price(view.Updates()[0]), 2.0);
+  EXPECT_EQ(Price(view.Updates()[1]), 1.0);
+}
+
+TEST_F(StockMLine, handsTodaysLineToACallback) {
+  Show(view, L"sh600000");
+  host.Expect(Script(kToday).With({{"stock_arr", R"(["sh600000"])"}}).Setting(8).Inline(Line("sh600000", 1)));
+  service->FetchMLine(L"sh600000", 0, Keep());
+  EXPECT_EQ(host.RequestCount(), 0U) << "the request belongs into a task";
+  EXPECT_EQ(host.RunTasks(), 1U);
+  EXPECT_EQ(host.Requests()[0].kind, Request::Kind::kSync);
+  ASSERT_EQ(got.size(), 1U);
+  EXPECT_EQ(Price(got[0]), 1.0);
+  EXPECT_EQ(got[0].preclose, 10.0);
+  EXPECT_EQ(view.Count(), 0U);
+  // It is not kept either.
+  host.Expect(Script(kToday).Inline(Line("sh600000", 2)));
+  service->Suspend(&view);
+  service->Resume(&view, true);
+  EXPECT_EQ(Price(view.Last()), 2.0);
+}
+
+TEST_F(StockMLine, callsBackOnlyWithALine) {
+  host.ExpectFailureLine(L"StockMLine::FetchMLine Failed.");
+  host.ExpectCodeLine(L"StockMLine::FetchMLine Response Error Code: %d", -7);
+  host.ExpectCodeLine(L"StockMLine::FetchMLine Json Parse Error Code: %d", 5);
+  for (const Answer& answer : {Answer::Failed(), Answer::Body(R"({"errno":-7})"), Answer::Body("?"),
+                               Answer::Body(""), Line("sh600001", 1)}) {
+    host.Expect(Script(kToday).Inline(answer));
+    service->FetchMLine(L"sh600000", 0, Keep());
+    host.RunTasks();
+  }
+  EXPECT_TRUE(got.empty());
+}
+
+TEST_F(StockMLine, sendsAnAnswerWithoutCallbackTheWayOfAPolledOne) {
+  Show(view, L"sh600000");
+  for (const int argument : {0, 5, -1}) {
+    host.Expect(Script(kToday)
+                    .With({{"stock_arr", R"(["sh600000"])"}})
+                    .Setting(30)
+                    .Inline(Line("sh600000", argument + 9)));
+    service->FetchMLine(L"sh600000", argument, {});
+    EXPECT_EQ(Price(view.Last()), argument + 9);
+  }
+  service->Suspend(&view);
+  service->Resume(&view, true);
+  EXPECT_EQ(view.Count(), 4U) << "it was kept";
+}
+
+TEST_F(StockMLine, asksForOnePastDay) {
+  host.Expect(Script(kPastDay)
+                  .With({{"stock", "sh600000"}, {"date", "20240314"}})
+                  .Setting(30)
+                  .Times(3)
+                  .Inline(Line("sh600000", 5, "2024-03-14")));
+  for (const int days : {0, -1, -2147483647}) {
+    service->FetchHistoryMLine(L"sh600000", 20240314, days, Keep());
+  }
+  ASSERT_EQ(got.size(), 3U);
+  EXPECT_EQ(host.Requests()[0].kind, Request::Kind::kAsync);
+  EXPECT_EQ(got[0].days[0].date, 20240314U);
+}
+
+TEST_F(StockMLine, readsAPastDayThatStandsWithoutItsSymbol) {
+  host.Expect(Script(kPastDay).Inline(Answer::Body(R"({"errno":0,"data":)" + Entry("20240314", 5) + "}")));
+  service->FetchHistoryMLine(L"sh600000", 20240314, 0, Keep());
+  ASSERT_EQ(got.size(), 1U);
+  EXPECT_EQ(got[0].symbol, L"sh600000");
+  EXPECT_EQ(Price(got[0]), 5.0);
+}
+
+TEST_F(StockMLine, asksForSeveralPastDaysInATask) {
+  host.Expect(Script(kPastDays)
+                  .With({{"stock", "sh600000"}, {"date", "20240314"}, {"rn", "2"}})
+                  .Setting(8)
+                  .Inline(Data("\"sh600000\":[" + Entry("20240313", 4) + "," + Entry("20240314", 5) + "]")));
+  service->FetchHistoryMLine(L"sh600000", 20240314, 2, Keep());
+  EXPECT_EQ(host.RequestCount(), 0U);
+  EXPECT_EQ(host.RunTasks(), 1U);
+  EXPECT_EQ(host.Requests()[0].kind, Request::Kind::kSync);
+  ASSERT_EQ(got.size(), 1U);
+  ASSERT_EQ(got[0].days.size(), 2U);
+  EXPECT_EQ(got[0].days[1].date, 20240314U);
+}
+
+TEST_F(StockMLine, tellsActiveViewsOfAPastDayWithoutKeepingIt) {
+  Show(view, L"sh600000");
+  RecordingObserver<StockMLineData> hidden;
+  Show(hidden, L"sh600000");
+  service->Suspend(&hidden);
+  RecordingObserver<StockMLineData> other;
+  Show(other, L"sh600001");
+  host.Expect(Script(kPastDay).Inline(Line("sh600000", 5, "20240314")));
+  service->FetchHistoryMLine(L"sh600000", 20240314, 0, {});
+  host.Expect(Script(kPastDays).Inline(Line("sh600000", 6, "20240314")));
+  service->FetchHistoryMLine(L"sh600000", 20240314, 1, {});
+  host.RunTasks();
+  EXPECT_EQ(view.Count(), 2U);
+  EXPECT_EQ(hidden.Count() + other.Count(), 0U);
+  host.Expect(Script(kToday).Inline(Line("sh600000", 7)));
+  service->Resume(&hidden, true);
+  EXPECT_EQ(Price(hidden.Last()), 7.0);
+  service->Detach(&hidden);
+  service->Detach(&other);
+}
+
+TEST_F(StockMLine, writesTheLinesOfThePastForBothWaysOfAsking) {
+  Show(view, L"sh600000");
+  host.ExpectFailureLine(L"StockMLine::FetchHistoryMLine Failed.", 2);
+  host.ExpectCodeLine(L"StockMLine::FetchHistoryMLine Response Error Code: %d", 9, 2);
+  host.ExpectCodeLine(L"StockMLine::FetchHistoryMLine Json Parse Error Code: %d", 5, 2);
+  for (const int days : {0, 3}) {
+    for (const Answer& answer :
+         {Answer::Failed(), Answer::Body(R"({"errno":9})"), Answer::Body("?"), Answer::Body("")}) {
+      host.Expect(Script(days == 0 ? kPastDay : kPastDays).Inline(answer));
+      service->FetchHistoryMLine(L"sh600000", 20240314, days, days == 0 ? MLineCallback() : Keep());
+      host.RunTasks();
+    }
+  }
+  EXPECT_TRUE(got.empty());
+  EXPECT_EQ(view.Count(), 0U);
+}
+
+TEST_F(StockMLine, ignoresANullSymbol) {
+  service->FetchMLine(nullptr, 0, Keep());
+  service->FetchMLine(nullptr, 0, {});
+  service->FetchHistoryMLine(nullptr, 20240314, 0, Keep());
+  service->FetchHistoryMLine(nullptr, 20240314, 5, Keep());
+  EXPECT_EQ(host.RunTasks() + host.RequestCount(), 0U);
+}
+
+TEST_F(StockMLine, sendsNothingThatIsNotSigned) {
+  Show(view, L"sh600000");
+  host.SignNothing(true);
+  service->Refresh();
+  service->FetchMLine(L"sh600000", 0, Keep());
+  service->FetchHistoryMLine(L"sh600000", 20240314, 0, Keep());
+  service->FetchHistoryMLine(L"sh600000", 20240314, 5, Keep());
+  host.RunTasks();
+  EXPECT_EQ(host.RequestCount(), 0U);
+  EXPECT_TRUE(got.empty());
+}
+
+TEST_F(StockMLine, dropsWhatComesAfterItsEnd) {
+  service->Attach(&view);
+  service->SetTarget(&view, L"sh600000");
+  service->Resume(&view, false);
+  host.Expect(Script(kToday).Held());
+  host.Expect(Script(kPastDay).Held());
+  service->Refresh();
+  service->FetchHistoryMLine(L"sh600000", 20240314, 0, Keep());
+  host.Expect(Script(kPastDays).Inline(Line("sh600000", 1)));
+  service->FetchHistoryMLine(L"sh600000", 20240314, 5, Keep());
+  service.reset();
+  host.Complete(0, Line("sh600000", 1));
+  host.Complete(1, Line("sh600000", 1));
+  host.RunTasks();
+  EXPECT_EQ(view.Count(), 0U);
+  EXPECT_TRUE(got.empty());
+  service.reset(charts::MakeStockMLine());
+}
+
+TEST_F(StockMLine, wakesAtTheNextPhaseAndHourly) {
+  host.SetTime(20240315, 10, 0, 0);
+  EXPECT_EQ(service->GetInterval(), 3600);
+  host.SetTime(20240315, 11, 29, 50);
+  EXPECT_EQ(service->GetInterval(), 10);
+  host.SetSpan(3601);
+  EXPECT_EQ(service->GetInterval(), 3600);
+  host.SetSpan(3600);
+  EXPECT_EQ(service->GetInterval(), 3600);
+}
+
+}  // namespace
