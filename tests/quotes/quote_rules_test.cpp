@@ -20,13 +20,6 @@
 
 namespace {
 
-std::vector<OptionalMarketItem> Ordered(const std::vector<OptionalMarketItem>& items,
-                                        const SortingTarget& target) {
-  std::vector<OptionalMarketItem> sorted;
-  quotes::OrderInto(sorted, items, target);
-  return sorted;
-}
-
 StockMarketItem AllShown() {
   StockMarketItem item;
   for (auto* const field :
@@ -104,6 +97,52 @@ TEST(HideZeros, hidesEveryFigureBelowTheTolerance) {
   EXPECT_TRUE(item.lead_change.present && item.num_u.present && item.bid_prices[0].present);
 }
 
+// Every figure that a rule may hide, with its name.
+template <class Visit>
+void ForEachFigure(StockMarketItem& item, Visit visit) {
+  visit("last", item.last);
+  visit("change", item.change);
+  visit("diff", item.diff);
+  visit("bid1", item.bid1);
+  visit("ask1", item.ask1);
+  visit("tr", item.tr);
+  visit("amt", item.amt);
+  visit("vol", item.vol);
+  visit("pe", item.pe);
+  visit("high", item.high);
+  visit("low", item.low);
+  visit("open", item.open);
+  visit("preclose", item.preclose);
+  visit("amp", item.amp);
+  visit("qrr", item.qrr);
+  visit("cr", item.cr);
+  visit("mc", item.mc);
+  visit("pb", item.pb);
+  visit("tso", item.tso);
+  visit("shares", item.shares);
+  visit("cmc", item.cmc);
+  visit("limit_up", item.limit_up);
+  visit("limit_down", item.limit_down);
+  visit("avg_price", item.avg_price);
+}
+
+TEST(HideZeros, hidesAZeroAloneUnderEveryStatusButTheNormalOne) {
+  StockMarketItem names = AllShown();
+  ForEachFigure(names, [](const std::string& zero, auto&) {
+    for (int status = 0; status <= 7; ++status) {
+      StockMarketItem item = AllShown();
+      item.status = static_cast<stock::StockStatus>(status);
+      ForEachFigure(item, [&zero](const std::string& name, auto& field) {
+        if (name == zero) field.value = 0;
+      });
+      quotes::HideZeros(item);
+      ForEachFigure(item, [&](const std::string& name, auto& field) {
+        EXPECT_EQ(field.present, status == 0 || name != zero) << name << ", status " << status;
+      });
+    }
+  });
+}
+
 TEST(HideZeros, keepsFiguresAtTheTolerance) {
   StockMarketItem item = AllShown();
   item.status = static_cast<stock::StockStatus>(1);
@@ -131,40 +170,33 @@ TEST(HideBeforeOpening, leavesTheLastPriceAloneInPhasesTwoAndThree) {
 // The rules as a list, applied in order to flags by name; written apart from the code.
 struct Flags {
   bool last, change, diff, bid1, ask1, tr, amt, vol, pe, high, low, open, preclose, amp, qrr, cr, mc, pb, tso,
-      shares, cmc, limit_up, limit_down, avg_price, lead_change, num_u, num_z, num_d, book;
+      shares, cmc, limit_up, limit_down, avg_price, lead_change, num_u, num_z, num_d;
+  bool book;  // all levels of the four sides; a mixture is a failure
   bool operator==(const Flags&) const = default;
 };
 
+bool BookShown(const StockMarketItem& item) {
+  int shown = 0;
+  const auto count = [&shown](const auto& side) {
+    for (const auto& level : side) shown += level.present ? 1 : 0;
+  };
+  count(item.bid_prices);
+  count(item.ask_prices);
+  count(item.bid_volumes);
+  count(item.ask_volumes);
+  EXPECT_TRUE(shown == 0 || shown == 20) << shown << " levels of the book are shown";
+  return shown == 20;
+}
+
 Flags FlagsOf(const StockMarketItem& item) {
-  return {item.last.present,
-          item.change.present,
-          item.diff.present,
-          item.bid1.present,
-          item.ask1.present,
-          item.tr.present,
-          item.amt.present,
-          item.vol.present,
-          item.pe.present,
-          item.high.present,
-          item.low.present,
-          item.open.present,
-          item.preclose.present,
-          item.amp.present,
-          item.qrr.present,
-          item.cr.present,
-          item.mc.present,
-          item.pb.present,
-          item.tso.present,
-          item.shares.present,
-          item.cmc.present,
-          item.limit_up.present,
-          item.limit_down.present,
-          item.avg_price.present,
-          item.lead_change.present,
-          item.num_u.present,
-          item.num_z.present,
-          item.num_d.present,
-          item.bid_prices[0].present && item.ask_volumes[4].present};
+  return {item.last.present,        item.change.present,   item.diff.present,       item.bid1.present,
+          item.ask1.present,        item.tr.present,       item.amt.present,        item.vol.present,
+          item.pe.present,          item.high.present,     item.low.present,        item.open.present,
+          item.preclose.present,    item.amp.present,      item.qrr.present,        item.cr.present,
+          item.mc.present,          item.pb.present,       item.tso.present,        item.shares.present,
+          item.cmc.present,         item.limit_up.present, item.limit_down.present, item.avg_price.present,
+          item.lead_change.present, item.num_u.present,    item.num_z.present,      item.num_d.present,
+          BookShown(item)};
 }
 
 void ApplyByTheBook(Flags& f, int phase, int status, bool is_stock) {
@@ -227,6 +259,48 @@ TEST(Directions, knowATolerance) {
     quotes::SetDirections(items, One(L"a", before));
     EXPECT_EQ(items[0].last.direction, direction) << now;
   }
+}
+
+TEST(Directions, areToldOfEachTickFieldAlone) {
+  const auto ticks = [](StockMarketItem& item) {
+    return std::vector<TickField<double>*>{&item.last, &item.change, &item.diff, &item.bid1,
+                                           &item.ask1, &item.tr,     &item.amt};
+  };
+  for (std::size_t moved = 0; moved < 7; ++moved) {
+    std::vector<StockMarketItem> earlier{AllShown()};
+    std::vector<StockMarketItem> items{AllShown()};
+    ticks(items[0])[moved]->value = 1.5;
+    quotes::SetDirections(items, earlier);
+    for (std::size_t field = 0; field < 7; ++field) {
+      EXPECT_EQ(ticks(items[0])[field]->direction, field == moved ? 1 : 0) << field << " of " << moved;
+    }
+    EXPECT_EQ(items[0].vol.direction, 0);
+    quotes::SetDirections(earlier[0], items[0]);
+    EXPECT_EQ(ticks(earlier[0])[moved]->direction, -1) << "of a single quote " << moved;
+  }
+}
+
+TEST(Directions, areThoseOfTheValuesWhetherShownOrNot) {
+  std::vector<StockMarketItem> earlier{AllHidden()};
+  std::vector<StockMarketItem> items{AllShown()};
+  items[0].last = {0, false, 0};
+  items[0].vol.value = 2;
+  quotes::SetDirections(items, earlier);
+  EXPECT_EQ(items[0].last.direction, -1);
+  EXPECT_EQ(items[0].vol.direction, 1);
+}
+
+TEST(Directions, leaveAnItemAloneWithoutAnswerBefore) {
+  std::vector<StockMarketItem> items{AllShown()};
+  items[0].last.direction = 1;
+  quotes::SetDirections(items, {});
+  EXPECT_EQ(items[0].last.direction, 1);
+}
+
+TEST(Directions, compareCodesExactly) {
+  auto items = One(L"sh600000", 9);
+  quotes::SetDirections(items, One(L"SH600000", 1));
+  EXPECT_EQ(items[0].last.direction, 0);
 }
 
 TEST(Directions, compareVolumesExactly) {
@@ -293,144 +367,6 @@ TEST(Directions, ofASingleStockIncludeLevelsPresentInBoth) {
   EXPECT_EQ(index.bid_prices[0].direction, 0);
 }
 
-// --- Orders of the watch list ---
-
-class WatchListOrder : public ::testing::Test {
- protected:
-  using Items = std::vector<OptionalMarketItem>;
-
-  static std::wstring Codes(const Items& items) {
-    std::wstring codes;
-    for (const OptionalMarketItem& item : items) codes += item.code;
-    return codes;
-  }
-  static OptionalMarketItem Item(const wchar_t* code) {
-    OptionalMarketItem item;
-    item.code = code;
-    return item;
-  }
-  // Four rows a, b, c, d with these figures; a NaN is an absent one whose stored value is 0.
-  template <class Field>
-  static Items Figures(Field StockMarketItem::*field, std::initializer_list<double> values) {
-    Items items;
-    wchar_t code = L'a';
-    for (const double value : values) {
-      OptionalMarketItem item = Item(std::wstring(1, code++).c_str());
-      if (!std::isnan(value)) {
-        (item.*field).value = static_cast<decltype((item.*field).value)>(value);
-        (item.*field).present = true;
-      }
-      items.push_back(item);
-    }
-    return items;
-  }
-
-  ScriptedHost host;
-};
-
-const double kAbsent = std::nan("");
-
-TEST_F(WatchListOrder, ofCodesComparesDigitsAsText) {
-  const Items items{Item(L"sz9"), Item(L"sh10"), Item(L"xx10"), Item(L"sh2")};
-  EXPECT_EQ(Codes(Ordered(items, {1, 1})), L"sh10xx10sh2sz9");
-  EXPECT_EQ(Codes(Ordered(items, {1, 2})), L"sz9sh2sh10xx10");
-}
-
-TEST_F(WatchListOrder, ofNamesComparesBytes) {
-  Items items{Item(L"a"), Item(L"b"), Item(L"c")};
-  items[0].name = L"中国";
-  items[1].name = L"AB";
-  items[2].name = L"A";
-  EXPECT_EQ(Codes(Ordered(items, {2, 1})), L"cba");
-  EXPECT_EQ(Codes(Ordered(items, {2, 2})), L"abc");
-}
-
-TEST_F(WatchListOrder, ofFiguresPutsAbsentOnesLastInBothDirections) {
-  const auto check = [](std::uint32_t column, const Items& items) {
-    EXPECT_EQ(Codes(Ordered(items, {column, 1})), L"cadb") << column;
-    EXPECT_EQ(Codes(Ordered(items, {column, 2})), L"dacb") << column;
-  };
-  const std::initializer_list<double> values{2, kAbsent, 1, 3};
-  check(3, Figures(&StockMarketItem::last, values));
-  check(4, Figures(&StockMarketItem::change, values));
-  check(5, Figures(&StockMarketItem::diff, values));
-  check(6, Figures(&StockMarketItem::bid1, values));
-  check(7, Figures(&StockMarketItem::ask1, values));
-  check(8, Figures(&StockMarketItem::tr, values));
-  check(9, Figures(&StockMarketItem::amt, values));
-  check(10, Figures(&StockMarketItem::vol, values));
-  check(11, Figures(&StockMarketItem::pe, values));
-  check(12, Figures(&StockMarketItem::high, values));
-  check(13, Figures(&StockMarketItem::low, values));
-  check(14, Figures(&StockMarketItem::open, values));
-  check(15, Figures(&StockMarketItem::preclose, values));
-  check(16, Figures(&StockMarketItem::amp, values));
-  check(18, Figures(&StockMarketItem::cr, values));
-  check(19, Figures(&StockMarketItem::mc, values));
-}
-
-TEST_F(WatchListOrder, ofVolumeRatiosForgetsPresenceWhenItAscends) {
-  const Items items = Figures(&StockMarketItem::qrr, {1.5, kAbsent, 0.5});
-  EXPECT_EQ(Codes(Ordered(items, {17, 1})), L"bca");
-  EXPECT_EQ(Codes(Ordered(items, {17, 2})), L"acb");
-}
-
-TEST_F(WatchListOrder, keepsValuesWithinTheToleranceInTheirOrder) {
-  const Items items = Figures(&StockMarketItem::last, {1.001, 1.0, 1.0005});
-  EXPECT_EQ(Codes(Ordered(items, {3, 1})), L"abc");
-  EXPECT_EQ(Codes(Ordered(items, {3, 2})), L"abc");
-}
-
-TEST_F(WatchListOrder, ofPlatesPutsStocksWithoutPlateLast) {
-  Items items{Item(L"a"), Item(L"b"), Item(L"c")};
-  items[0].plate = L"银行";
-  items[2].plate = L"钢铁";
-  EXPECT_EQ(Codes(Ordered(items, {24, 1})), items[0].plate < items[2].plate ? L"acb" : L"cab");
-  EXPECT_EQ(Codes(Ordered(items, {24, 2})), items[0].plate < items[2].plate ? L"cab" : L"acb");
-}
-
-TEST_F(WatchListOrder, isTheAnswersWhenColumnOrDirectionSaysNothing) {
-  const Items items = Figures(&StockMarketItem::last, {2, 1, 3});
-  for (const SortingTarget& target :
-       {SortingTarget{0, 2}, {3, 0}, {3, 3}, {20, 1}, {25, 2}, {0xFFFFFFFF, 1}}) {
-    EXPECT_EQ(Codes(Ordered(items, target)), L"abc") << target.sort_key << " " << target.sort_type;
-  }
-}
-
-TEST_F(WatchListOrder, givesAPermutationWhateverTheFigures) {
-  std::mt19937 random(11);
-  const double hostile[] = {0,
-                            -0.0,
-                            0.001,
-                            0.0005,
-                            1,
-                            1e308,
-                            -1e308,
-                            std::numeric_limits<double>::infinity(),
-                            -std::numeric_limits<double>::infinity(),
-                            std::nan(""),
-                            5e-324};
-  for (int round = 0; round < 3000; ++round) {
-    Items items(random() % 70);
-    for (std::size_t place = 0; place < items.size(); ++place) {
-      OptionalMarketItem& item = items[place];
-      item.code = std::to_wstring(place);
-      item.last = {hostile[random() % std::size(hostile)], random() % 2 == 0, 0};
-      item.qrr = {hostile[random() % std::size(hostile)], random() % 2 == 0};
-      item.vol = {random(), random() % 2 == 0, 0};
-    }
-    const std::uint32_t columns[] = {1, 3, 10, 17};
-    auto sorted = Ordered(items, {columns[random() % 4], random() % 2 == 0 ? 1U : 2U});
-    ASSERT_EQ(sorted.size(), items.size());
-    std::vector<bool> seen(items.size());
-    for (const OptionalMarketItem& item : sorted) {
-      const auto place = static_cast<std::size_t>(std::stoul(item.code));
-      ASSERT_FALSE(seen[place]);
-      seen[place] = true;
-    }
-  }
-}
-
 // --- The record's table ---
 
 StockMarketItem ReadBoardRow(const char* text) {
@@ -479,6 +415,99 @@ TEST_F(BoardRow, readsNoMembersOfAnIndex) {
 TEST_F(BoardRow, convertsTheStatus) {
   EXPECT_EQ(ReadBoardRow(R"({"status":"3"})").status, 3);
   EXPECT_EQ(ReadBoardRow(R"({"status":3})").status, 0) << "a number is no text";
+}
+
+// Every key of a quote with a value of its own.
+constexpr const char* kWholeRow =
+    R"({"code":"sh600000","name":"浦发","last":1.5,"change":2.5,"diff":3.5,"b1p":4.5,"s1p":5.5,"tr":6.5,)"
+    R"("amt":7.5,"vol":8,"pe":9.5,"high":10.5,"low":11.5,"open":12.5,"preclose":13.5,"amp":14.5,"qrr":15.5,)"
+    R"("cr":16.5,"mc":17.5,"pb":18.5,"tso":19,"shares":20,"cmc":21.5,"status":"5",)"
+    R"("b2p":22.5,"b3p":23.5,"b4p":24.5,"b5p":25.5,"s2p":26.5,"s3p":27.5,"s4p":28.5,"s5p":29.5,)"
+    R"("b1v":30,"b2v":31,"b3v":32,"b4v":33,"b5v":34,"s1v":35,"s2v":36,"s3v":37,"s4v":38,"s5v":39,)"
+    R"("lead":"甲","lead_change":40.5,"num_u":41,"num_z":42,"num_d":43,)"
+    R"("limit_up":1,"limit_down":1,"avg_price":1,"symbol_type":2,"LAST":9,"last ":9})";
+
+StockMarketItem WholeFigures() {
+  StockMarketItem item;
+  item.code = L"sh600000";
+  item.name = L"浦发";
+  item.last = {1.5, true, 0};
+  item.change = {2.5, true, 0};
+  item.diff = {3.5, true, 0};
+  item.bid1 = {4.5, true, 0};
+  item.ask1 = {5.5, true, 0};
+  item.tr = {6.5, true, 0};
+  item.amt = {7.5, true, 0};
+  item.vol = {8, true, 0};
+  item.pe = {9.5, true};
+  item.high = {10.5, true};
+  item.low = {11.5, true};
+  item.open = {12.5, true};
+  item.preclose = {13.5, true};
+  item.amp = {14.5, true};
+  item.qrr = {15.5, true};
+  item.cr = {16.5, true};
+  item.mc = {17.5, true};
+  item.pb = {18.5, true};
+  item.tso = {19, true};
+  item.shares = {20, true};
+  item.cmc = {21.5, true};
+  item.status = static_cast<stock::StockStatus>(5);
+  return item;
+}
+
+void AddBook(StockMarketItem& item) {
+  item.bid_prices = {{4.5F, true, 0}, {22.5F, true, 0}, {23.5F, true, 0}, {24.5F, true, 0}, {25.5F, true, 0}};
+  item.ask_prices = {{5.5F, true, 0}, {26.5F, true, 0}, {27.5F, true, 0}, {28.5F, true, 0}, {29.5F, true, 0}};
+  item.bid_volumes = {{30, true, 0}, {31, true, 0}, {32, true, 0}, {33, true, 0}, {34, true, 0}};
+  item.ask_volumes = {{35, true, 0}, {36, true, 0}, {37, true, 0}, {38, true, 0}, {39, true, 0}};
+}
+
+void AddMembers(StockMarketItem& item) {
+  item.lead = L"甲";
+  item.lead_change = {40.5, true};
+  item.num_u = {41, true};
+  item.num_z = {42, true};
+  item.num_d = {43, true};
+}
+
+template <const auto& kTable>
+StockMarketItem ReadWholeRow() {
+  const auto document = request::json::Document::Parse(kWholeRow, std::char_traits<char>::length(kWholeRow));
+  EXPECT_EQ(document.Error(), 0);
+  StockMarketItem item;
+  request::RecordReader<kTable>::Fill(item, document.Root());
+  return item;
+}
+
+TEST_F(BoardRow, readsEveryKeyOfFiguresAndBook) {
+  StockMarketItem expected = WholeFigures();
+  AddBook(expected);
+  EXPECT_EQ(ReadWholeRow<quotes::kBoardTable>(), expected);
+}
+
+TEST_F(BoardRow, ofTheWatchListReadsTheMembersToo) {
+  StockMarketItem expected = WholeFigures();
+  AddBook(expected);
+  AddMembers(expected);
+  EXPECT_EQ(ReadWholeRow<quotes::kWatchListTable>(), expected);
+}
+
+TEST_F(BoardRow, ofASingleIndexReadsMembersAndNoBook) {
+  StockMarketItem expected = WholeFigures();
+  AddMembers(expected);
+  EXPECT_EQ(ReadWholeRow<quotes::kSingleIndexTable>(), expected);
+}
+
+TEST_F(BoardRow, ofAPlateReadsFewerKeys) {
+  StockMarketItem expected = WholeFigures();
+  AddMembers(expected);
+  expected.code.clear();  // it stands under another key
+  expected.bid1 = expected.ask1 = {};
+  expected.pb = expected.cmc = {};
+  expected.tso = expected.shares = {};
+  expected.status = stock::kStockNormal;
+  EXPECT_EQ(ReadWholeRow<quotes::kPlateTable>(), expected);
 }
 
 }  // namespace

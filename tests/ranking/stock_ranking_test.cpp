@@ -159,6 +159,38 @@ TEST_F(StockRanking, writesItsThreeLinesAndKeepsWhatItHas) {
   service->Detach(&view);
 }
 
+TEST_F(StockRanking, sendsWordsForNumbersBeyondItsTables) {
+  service.reset(ranking::MakeStockRanking(6, false));
+  AwaitSleepingThreads();
+  Show(view, {20, 3, -4});
+  host.Expect(Script(kPlain)
+                  .With({{"stock_type", ""}, {"sort_key", "change"}, {"sort_type", ""}, {"num", "-4"}})
+                  .Inline(Answer::Body(Body(Row("a", "1")))));
+  service->Refresh();
+  EXPECT_TRUE(view.Last().empty()) << "fewer than no rows are none";
+  service->Detach(&view);
+}
+
+TEST_F(StockRanking, marksAllFourFigures) {
+  Show(view, {4, 2, 10});
+  Answer200(R"({"code":"a","last":1,"change":1,"diff":1,"tr":1})");
+  Answer200(R"({"code":"a","last":2,"change":0.5,"diff":1,"tr":1.0000001})");
+  const StockMarketSummary row = view.Last()[0];
+  EXPECT_EQ(row.last.trend, 1);
+  EXPECT_EQ(row.change.trend, -1);
+  EXPECT_EQ(row.diff.trend, 0);
+  EXPECT_EQ(row.tr.trend, 1);
+  service->Detach(&view);
+}
+
+TEST_F(StockRanking, comparesWithTheRowsThatWereKept) {
+  Show(view, {4, 2, 1});
+  Answer200(Row("a", "1") + "," + Row("b", "1"));
+  Answer200(Row("b", "2"));
+  EXPECT_EQ(view.Last()[0].last.trend, 0) << "the row was beyond the wanted number";
+  service->Detach(&view);
+}
+
 TEST_F(StockRanking, isPolledAtPhaseChanges) {
   host.SetSpan(3601);
   EXPECT_EQ(service->GetInterval(), 3600);
