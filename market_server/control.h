@@ -12,6 +12,7 @@ class Control : public http::Handler {
   explicit Control(Server& server) : server_(server) {}
 
   http::Welcome OnConnect() override { return http::Welcome::kServe; }
+  bool TakesLong(const http::Request&) const override { return false; }
   /// GET /status, PUT /faults (one rule a line), DELETE /faults, PUT /clock, PUT /speed.
   http::Delivery Handle(const http::Request& request) override;
 

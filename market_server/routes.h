@@ -65,6 +65,9 @@ struct Call {
   [[nodiscard]] std::int64_t Number(std::string_view name) const { return numbers.at(name); }
 };
 
+/// What an answer is made from, as far as it takes time: the market of one moment, or that of whole days.
+enum class Cost { kMoment, kDays };
+
 struct Route {
   std::string_view path;
   std::vector<ParameterRule> parameters;
@@ -72,6 +75,7 @@ struct Route {
   void (*encode)(const Call&, JsonWriter&);
   std::string_view summary;
   std::string_view example;  ///< a query for the documentation, decoded
+  Cost cost = Cost::kMoment;
 };
 
 [[nodiscard]] std::span<const Route> Routes();

@@ -3,6 +3,7 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
+#include <boost/asio/thread_pool.hpp>
 
 #include <algorithm>
 #include <map>
@@ -28,6 +29,7 @@ namespace {
 namespace asio = boost::asio;
 
 constexpr std::string_view kControlAddress = "127.0.0.1";
+constexpr std::size_t kWorkers = 2;
 
 std::string RandomHex(std::size_t bytes) {
   static constexpr char kDigits[] = "0123456789abcdef";
@@ -77,6 +79,7 @@ struct Running {
   std::unique_ptr<model::Market> market;
   std::unique_ptr<Service> service;
   std::unique_ptr<asio::io_context> io;
+  std::unique_ptr<asio::thread_pool> workers;
   std::unique_ptr<http::Listener> listener;
   std::unique_ptr<http::Listener> control;
   std::vector<std::thread> threads;
@@ -115,12 +118,13 @@ class Server::Impl {
                                              options_.check_signatures ? &signatures_ : nullptr, *run->log,
                                              service_counters_);
     run->io = std::make_unique<asio::io_context>();
-    run->listener =
-        std::make_unique<http::Listener>(*run->io, *run->service, traffic_, options_.limits, run->tls.get());
+    run->workers = std::make_unique<asio::thread_pool>(kWorkers);
+    run->listener = std::make_unique<http::Listener>(*run->io, *run->workers, *run->service, traffic_,
+                                                     options_.limits, run->tls.get());
     run->listener->Open(options_.bind, options_.port);
     if (options_.control_port) {
-      run->control =
-          std::make_unique<http::Listener>(*run->io, control_, control_traffic_, options_.limits, nullptr);
+      run->control = std::make_unique<http::Listener>(*run->io, *run->workers, control_, control_traffic_,
+                                                      options_.limits, nullptr);
       run->control->Open(std::string(kControlAddress), *options_.control_port);
     }
     run->listener->SetListening(!faults_.refusing());
@@ -147,6 +151,8 @@ class Server::Impl {
     if (run->control) run->control->Close();
     run->io->stop();
     for (std::thread& thread : run->threads) thread.join();
+    run->workers->stop();
+    run->workers->join();
   }
 
   bool running() const {

@@ -29,6 +29,13 @@ http::Welcome Service::OnConnect() {
   return welcome;
 }
 
+bool Service::TakesLong(const http::Request& request) const {
+  if (request.path.starts_with(endpoints::kStaticRoot) || request.path == endpoints::kHistoryPath)
+    return true;
+  const Route* route = FindRoute(request.path);
+  return route != nullptr && route->cost == Cost::kDays;
+}
+
 http::Delivery Service::Handle(const http::Request& request) {
   if (rules_.refusing()) {
     ++counters_.faults;

@@ -28,6 +28,7 @@ class Service : public http::Handler {
           Signatures* signatures, const AccessLog& log, ServiceCounters& counters);
 
   http::Welcome OnConnect() override;
+  bool TakesLong(const http::Request& request) const override;
   http::Delivery Handle(const http::Request& request) override;
 
  private:

@@ -65,7 +65,7 @@ void PastDayMinutes(const Call& call, JsonWriter& json) {
   const model::Date date = SessionDate(call);
   json.Key("data");
   json.BeginObject();
-  if (security != nullptr && model::is_trading_day(date)) {
+  if (security != nullptr && model::is_trading_day(date) && date <= model::session_date(call.instant)) {
     json.Key(symbol);
     Day(json, call.market.minute_line(*security, date, call.instant));
   }

@@ -27,6 +27,7 @@ constexpr std::chrono::milliseconds kAcceptRetry{50};
 
 /// What every connection of one listener shares.
 struct Context {
+  asio::thread_pool& workers;
   Handler& handler;
   Traffic& traffic;
   Limits limits;
@@ -107,7 +108,6 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
   }
 
   void ReadRequest() {
-    request_began_ = SteadyClock::now();
     parser_.emplace();
     parser_->header_limit(static_cast<std::uint32_t>(context_->limits.header_bytes));
     parser_->body_limit(context_->limits.body_bytes);
@@ -140,10 +140,25 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
       request.peer = peer_;
       request.keep_alive = message.keep_alive();
       request.number = ++served_;
-      request.took =
-          std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - request_began_);
       ReadTarget(request);
-      Deliver(context_->handler.Handle(request));
+      if (context_->handler.TakesLong(request)) {
+        // The session waits for the worker with nothing pending; then it goes on in its own strand.
+        asio::post(context_->workers, [self = this->shared_from_this(), request = std::move(request)] {
+          asio::post(self->Executor(),
+                     [self, delivery = self->Ask(request)]() mutable { self->Deliver(std::move(delivery)); });
+        });
+      } else {
+        Deliver(Ask(request));
+      }
+    }
+  }
+
+  /// The handler's delivery; a handler that throws has run out of memory and costs one connection.
+  Delivery Ask(const Request& request) {
+    try {
+      return context_->handler.Handle(request);
+    } catch (const std::exception&) {
+      return {{{Step::Kind::kClose, {}, 1, {}}}, false};
     }
   }
 
@@ -283,7 +298,6 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
   std::uint64_t served_ = 0;
   std::string peer_;
   SteadyClock::time_point born_;
-  SteadyClock::time_point request_began_{};
   SteadyClock::time_point deadline_{};
 };
 
@@ -426,10 +440,10 @@ class Listener::Acceptor : public std::enable_shared_from_this<Acceptor> {
   bool listening_ = false;
 };
 
-Listener::Listener(asio::io_context& io, Handler& handler, Traffic& traffic, const Limits& limits,
-                   asio::ssl::context* tls)
+Listener::Listener(asio::io_context& io, asio::thread_pool& workers, Handler& handler, Traffic& traffic,
+                   const Limits& limits, asio::ssl::context* tls)
     : acceptor_(std::make_shared<Acceptor>(
-          io, std::make_shared<Context>(Context{handler, traffic, limits, tls}))) {}
+          io, std::make_shared<Context>(Context{workers, handler, traffic, limits, tls}))) {}
 
 Listener::~Listener() {
   Close();

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,12 +20,15 @@ namespace market_server::http {
 /// What becomes of a connection at the moment it is accepted.
 enum class Welcome { kServe, kClose, kReset, kIgnore };
 
-/// Answers requests. Called on the threads of the io_context, for several connections at once.
+/// Answers requests, for several connections at once. OnConnect and TakesLong are called on the threads of
+/// the io_context, Handle on those or, when the request takes long, on those of the workers.
 class Handler {
  public:
   virtual ~Handler() = default;
   /// A new connection. kIgnore keeps it open and never reads from it.
   virtual Welcome OnConnect() = 0;
+  /// Whether the answer may take so long to make that other connections would notice.
+  virtual bool TakesLong(const Request& request) const = 0;
   virtual Delivery Handle(const Request& request) = 0;
 };
 
@@ -39,9 +43,9 @@ struct Traffic {
 
 class Listener {
  public:
-  /// `tls` null: plain HTTP. Handler, traffic and tls outlive the io_context.
-  Listener(boost::asio::io_context& io, Handler& handler, Traffic& traffic, const Limits& limits,
-           boost::asio::ssl::context* tls);
+  /// `tls` null: plain HTTP. Handler, traffic and tls outlive the io_context, which outlives the workers.
+  Listener(boost::asio::io_context& io, boost::asio::thread_pool& workers, Handler& handler, Traffic& traffic,
+           const Limits& limits, boost::asio::ssl::context* tls);
   ~Listener();
   Listener(const Listener&) = delete;
   Listener& operator=(const Listener&) = delete;

@@ -25,9 +25,8 @@ struct Request {
   std::string body;
   std::string peer;  ///< address and port of the client
   bool keep_alive = true;
-  bool well_formed = true;           ///< false: the query holds a bad percent escape
-  std::uint64_t number = 1;          ///< 1 for the first request of its connection
-  std::chrono::milliseconds took{};  ///< from the first byte to the last
+  bool well_formed = true;   ///< false: the query holds a bad percent escape
+  std::uint64_t number = 1;  ///< 1 for the first request of its connection
 };
 
 /// One step of sending an answer. A step that takes longer than the limits allow ends the connection.
