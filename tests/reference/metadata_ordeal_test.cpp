@@ -52,6 +52,8 @@ TEST(MetadataOrdeal, isRepairedByTheNextLoadWhateverTheDamage) {
     ASSERT_EQ(service.GetKLineMetaInfo(L"sh600123", 1, 1), (KLineMetaInfo{L"20240315", 600123}))
         << "file " << file;
   }
+  Note("damaged files", files);
+  Note("of them downloaded again", static_cast<int>(host.RequestsTo(answers::kMetadataPath).size()));
 }
 
 }  // namespace

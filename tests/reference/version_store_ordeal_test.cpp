@@ -1,12 +1,15 @@
 // The version store under races of threads and of processes, under damage, and under sudden death. With
 // CSM_LONG=1 in the environment every test runs its full count.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <barrier>
+#include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -40,15 +43,20 @@ class VersionStoreOrdeal : public ::testing::Test {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
   }
 
-  // Two rows, one by each of two who opened one new stock at once.
-  void ExpectBothRows(int race) {
-    PackageVersionStore store(Symbol(race).c_str());
-    EXPECT_TRUE(store.IsOpen()) << race;
-    for (int side = 0; side < 2; ++side) {
-      EXPECT_EQ(store.Get(static_cast<std::uint16_t>(257 + side)),
-                (KLineMetaInfo{std::to_wstring(race), side + 1}))
-          << "race " << race << ", side " << side;
+  // Two rows in each race, one by each of two who opened one new stock at once.
+  void ExpectBothRows(int races) {
+    int lost = 0;
+    for (int race = 0; race < races; ++race) {
+      PackageVersionStore store(Symbol(race).c_str());
+      EXPECT_TRUE(store.IsOpen()) << race;
+      for (int side = 0; side < 2; ++side) {
+        const KLineMetaInfo expected{std::to_wstring(race), side + 1};
+        lost += store.Get(static_cast<std::uint16_t>(257 + side)) == expected ? 0 : 1;
+      }
     }
+    EXPECT_EQ(lost, 0);
+    Note("races", races);
+    Note("rows lost", lost);
   }
   static bool SetRow(int race, int side) {
     PackageVersionStore store(Symbol(race).c_str());
@@ -72,9 +80,7 @@ TEST_F(VersionStoreOrdeal, losesNoRowWhenTwoThreadsOpenOneNewStock) {
   std::thread other(side, 1);
   side(0);
   other.join();
-  for (int race = 0; race < races; ++race) {
-    ExpectBothRows(race);
-  }
+  ExpectBothRows(races);
 }
 
 TEST_F(VersionStoreOrdeal, losesNoRowWhenTwoProcessesOpenOneNewStock) {
@@ -100,8 +106,8 @@ TEST_F(VersionStoreOrdeal, losesNoRowWhenTwoProcessesOpenOneNewStock) {
       ASSERT_EQ(waitpid(child, &status, 0), child);
       EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "race " << race;
     }
-    ExpectBothRows(race);
   }
+  ExpectBothRows(races);
 }
 
 // The same row from two sides: one of them wins, neither is refused.
@@ -137,6 +143,7 @@ TEST_F(VersionStoreOrdeal, isRepairedByTheNextLoadWhateverTheDamage) {
     return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
   };
   const int files = Rounds(500, 5000);
+  int deleted = 0;
   for (int file = 0; file < files; ++file) {
     std::string bytes = whole;
     switch (file % 5) {
@@ -172,7 +179,11 @@ TEST_F(VersionStoreOrdeal, isRepairedByTheNextLoadWhateverTheDamage) {
     ASSERT_TRUE(store.IsOpen()) << "file " << file;
     store.Set(259, {L"2", 2});
     ASSERT_EQ(store.Get(259), (KLineMetaInfo{L"2", 2})) << "file " << file;
+    deleted += store.Get(265) == KLineMetaInfo() ? 1 : 0;
   }
+  Note("damaged files", files);
+  Note("of them made anew", deleted);
+  EXPECT_GT(deleted, files / 4) << "the damage is hardly ever one";
 }
 
 // A process that brings packages to disk and notes each in the store, package first, is killed at some
@@ -183,6 +194,7 @@ TEST_F(VersionStoreOrdeal, isNeverAheadOfItsPackageWhenTheProcessIsKilled) {
   const std::string package = std::filesystem::path(Path(1)).parent_path() / "day.bfq.dat";
   Write(package, "0");
   int newest = 0;
+  int cut_short = 0;
   for (int death = 0; death < deaths; ++death) {
     const int first = std::stoi(Read(package));
     const pid_t child = fork();
@@ -199,6 +211,7 @@ TEST_F(VersionStoreOrdeal, isNeverAheadOfItsPackageWhenTheProcessIsKilled) {
     ASSERT_EQ(kill(child, SIGKILL), 0);
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
 
+    cut_short += std::filesystem::exists(Path(1) + "-journal") ? 1 : 0;
     PackageVersionStore store(Symbol(1).c_str());
     ASSERT_TRUE(store.IsOpen());
     const KLineMetaInfo info = store.Get(257);
@@ -210,7 +223,114 @@ TEST_F(VersionStoreOrdeal, isNeverAheadOfItsPackageWhenTheProcessIsKilled) {
     store.Set(258, {L"1", death});
     EXPECT_FALSE(std::filesystem::exists(Path(1) + "-journal"));
   }
+  Note("deaths", deaths);
+  Note("in the middle of an update", cut_short);
+  Note("updates finished", newest);
   EXPECT_GT(newest, 0) << "no update was ever finished";
+}
+
+// The end of a process that counts the operations of SQLite on its files.
+class DeathAtOperation {
+ public:
+  // From now on this process dies at operation number `operation`: before it, or when half of it is done.
+  static void Arm(int operation, bool halfway) {
+    left_ = operation;
+    halfway_ = halfway;
+    sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
+    const auto replace = [vfs](const char* name, auto* function) {
+      return vfs->xSetSystemCall(vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(function)) == SQLITE_OK;
+    };
+    if (!replace("pwrite", &Write) || !replace("pwrite64", &Write) || !replace("unlink", &Unlink) ||
+        !replace("ftruncate", &Truncate)) {
+      _exit(2);
+    }
+  }
+
+ private:
+  static ssize_t Write(int file, const void* data, std::size_t size, off_t at) {
+    if (IsDue()) {
+      if (halfway_) {
+        static_cast<void>(pwrite(file, data, size / 2, at));
+      }
+      Die();
+    }
+    return pwrite(file, data, size, at);
+  }
+  static int Unlink(const char* path) {
+    if (IsDue()) {
+      if (halfway_) {
+        unlink(path);
+      }
+      Die();
+    }
+    return unlink(path);
+  }
+  static int Truncate(int file, off_t size) {
+    if (IsDue()) {
+      Die();
+    }
+    return ftruncate(file, size);
+  }
+  static bool IsDue() { return left_-- == 0; }
+  [[noreturn]] static void Die() {
+    raise(SIGKILL);
+    _exit(3);
+  }
+
+  static inline int left_ = 0;
+  static inline bool halfway_ = false;
+};
+
+// The same at every operation of an update in turn: of the first one of a new store, which makes the table,
+// and of a later one.
+TEST_F(VersionStoreOrdeal, isWholeAtWhicheverOperationAnUpdateIsKilled) {
+  int deaths = 0;
+  int hot_journals = 0;
+  for (const bool is_new : {true, false}) {
+    for (const bool halfway : {false, true}) {
+      for (int operation = 0;; ++operation) {
+        std::filesystem::remove_all(std::filesystem::path(Path(1)).parent_path());
+        const KLineMetaInfo before = is_new ? KLineMetaInfo() : KLineMetaInfo{L"20240314", 99};
+        if (!is_new) {
+          PackageVersionStore store(Symbol(1).c_str());
+          store.Set(257, before);
+          store.Set(258, {L"other", 7});
+        }
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+          DeathAtOperation::Arm(operation, halfway);
+          PackageVersionStore(Symbol(1).c_str()).Set(257, {L"20240315", 100});
+          _exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        const bool finished = WIFEXITED(status);
+        ASSERT_TRUE(!finished || WEXITSTATUS(status) == 0) << status;
+        deaths += finished ? 0 : 1;
+        hot_journals += std::filesystem::exists(Path(1) + "-journal") ? 1 : 0;
+
+        PackageVersionStore store(Symbol(1).c_str());
+        ASSERT_TRUE(store.IsOpen()) << "operation " << operation;
+        const KLineMetaInfo after = store.Get(257);
+        EXPECT_TRUE(after == before || after == (KLineMetaInfo{L"20240315", 100}))
+            << "operation " << operation;
+        EXPECT_TRUE(!finished || after != before);
+        if (!is_new) {
+          EXPECT_EQ(store.Get(258), (KLineMetaInfo{L"other", 7})) << "operation " << operation;
+        }
+        store.Set(257, {L"20240316", 101});
+        EXPECT_EQ(store.Get(257), (KLineMetaInfo{L"20240316", 101})) << "operation " << operation;
+        EXPECT_FALSE(std::filesystem::exists(Path(1) + "-journal")) << "operation " << operation;
+        if (finished) {
+          break;
+        }
+      }
+    }
+  }
+  Note("deaths", deaths);
+  Note("with a journal left", hot_journals);
+  EXPECT_GT(hot_journals, 4);
 }
 
 }  // namespace
