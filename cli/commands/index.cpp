@@ -1,5 +1,6 @@
 #include "cli/commands/index.h"
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -54,34 +55,53 @@ Table TableOf(const Delivery<IndexList>& delivery) {
   return table;
 }
 
-}  // namespace
-
-int PrintIndices(const WatchOptions& options) {
-  LineRun run(options, kFeed);
+// Runs until the options say that it is enough, and calls `show` for every update.
+int Follow(const WatchOptions& options, LineRun& run,
+           const std::function<void(const Delivery<IndexList>&)>& show) {
   IIndexMarket* const market = GetIndexMarket();
   if (market == nullptr) {
     throw std::runtime_error("the service of index quotes cannot be made");
   }
-  bool has_header = options.json;
-  const Subscription<IIndexMarket, IndexList> subscription(
-      *market, run.loop(), [&](const Delivery<IndexList>& delivery) {
-        if (options.json) {
-          run.OnUpdate(JsonLine(delivery));
-          return;
-        }
-        const Table table = TableOf(delivery);
-        std::string lines;
-        if (!has_header) {
-          lines = Render(table.Header(), run.palette()) + "\n";
-          has_header = true;
-        }
-        for (const StyledLine& row : table.Rows()) {
-          lines += Render(row, run.palette()) + "\n";
-        }
-        lines.pop_back();
-        run.OnUpdate(lines);
-      });
+  const Subscription<IIndexMarket, IndexList> subscription(*market, run.loop(),
+                                                           [&](const Delivery<IndexList>& delivery) {
+                                                             if (options.json) {
+                                                               run.OnUpdate(JsonLine(delivery));
+                                                             } else {
+                                                               show(delivery);
+                                                             }
+                                                           });
   return run.Run([market] { market->Refresh(); });
+}
+
+}  // namespace
+
+int PrintIndices(const WatchOptions& options) {
+  LineRun run(options, kFeed);
+  bool has_header = false;
+  return Follow(options, run, [&](const Delivery<IndexList>& delivery) {
+    const Table table = TableOf(delivery);
+    std::string lines;
+    if (!has_header) {
+      lines = Render(table.Header(), run.palette()) + "\n";
+      has_header = true;
+    }
+    for (const StyledLine& row : table.Rows()) {
+      lines += Render(row, run.palette()) + "\n";
+    }
+    lines.pop_back();
+    run.OnUpdate(lines);
+  });
+}
+
+int ShowIndices(const WatchOptions& options) {
+  LineRun run(options, kFeed, "A-share indices");
+  return Follow(options, run, [&](const Delivery<IndexList>& delivery) {
+    Table table(IndexColumns());
+    for (const IndexMarketSummary& quote : delivery.data) {
+      table.Add(IndexCells(quote));
+    }
+    run.OnPicture(table.Lines());
+  });
 }
 
 Runner SetUpIndex(CLI::App& app) {

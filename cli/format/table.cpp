@@ -48,6 +48,12 @@ std::vector<StyledLine> Table::Rows() const {
   return lines;
 }
 
+std::vector<StyledLine> Table::Lines() const {
+  std::vector<StyledLine> lines = Rows();
+  lines.insert(lines.begin(), Header());
+  return lines;
+}
+
 std::vector<int> Table::Widths() const {
   std::vector<int> widths;
   for (std::size_t i = 0; i < columns_.size(); ++i) {

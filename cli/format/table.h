@@ -40,6 +40,8 @@ class Table {
 
   [[nodiscard]] StyledLine Header() const;
   [[nodiscard]] std::vector<StyledLine> Rows() const;
+  /// Header and rows.
+  [[nodiscard]] std::vector<StyledLine> Lines() const;
 
  private:
   [[nodiscard]] std::vector<int> Widths() const;

@@ -96,6 +96,13 @@ TEST_F(LiveViewTest, leavesTheTerminalCleanWhenQIsTyped) {
   ExpectCleanTerminal();
 }
 
+TEST_F(LiveViewTest, leavesTheNewestQuotesOnTheTerminal) {
+  StartAndWaitForQuotes();
+  csm_->Type("q");
+  EXPECT_EQ(csm_->Wait(), 0);
+  EXPECT_NE(csm_->output().find("sz399006", csm_->output().rfind(kLeave)), std::string::npos);
+}
+
 TEST_F(LiveViewTest, leavesTheTerminalCleanOnControlC) {
   StartAndWaitForQuotes();
   csm_->Type("\x03");
