@@ -16,7 +16,8 @@ foreach(entry IN LISTS headers)
   string(REGEX REPLACE ".*\\|" "" path ${entry})
   string(REPLACE "|" "/" file ${entry})
   get_filename_component(folder ${path} DIRECTORY)
-  install(FILES ${PROJECT_SOURCE_DIR}/${file} DESTINATION ${CSM_INCLUDEDIR}/${folder})
+  install(FILES ${PROJECT_SOURCE_DIR}/${file} DESTINATION ${CSM_INCLUDEDIR}/${folder}
+          COMPONENT development)
 endforeach()
 
 # Beside each other in one prefix, wherever that prefix is.
@@ -25,19 +26,21 @@ set_target_properties(csm PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
 set_target_properties(c_stock_market stock_host PROPERTIES INSTALL_RPATH "$ORIGIN")
 
 install(TARGETS c_stock_market stock_host stock_market_headers EXPORT c_stock_market
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS csm RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
+install(TARGETS csm RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(EXPORT c_stock_market NAMESPACE c_stock_market:: FILE c_stock_market-targets.cmake
-        DESTINATION ${CSM_CMAKEDIR})
+        DESTINATION ${CSM_CMAKEDIR} COMPONENT development)
 
 configure_package_config_file(cmake/c_stock_market-config.cmake.in
   ${PROJECT_BINARY_DIR}/c_stock_market-config.cmake INSTALL_DESTINATION ${CSM_CMAKEDIR})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/c_stock_market-config-version.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/c_stock_market-config.cmake
-              ${PROJECT_BINARY_DIR}/c_stock_market-config-version.cmake DESTINATION ${CSM_CMAKEDIR})
+              ${PROJECT_BINARY_DIR}/c_stock_market-config-version.cmake DESTINATION ${CSM_CMAKEDIR}
+        COMPONENT development)
 
 # The prefix of the pkg-config file follows from where the file lies.
 file(RELATIVE_PATH CSM_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/c_stock_market.pc.in ${PROJECT_BINARY_DIR}/c_stock_market.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/c_stock_market.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/c_stock_market.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)

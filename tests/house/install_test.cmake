@@ -1,5 +1,6 @@
-# Installs the build into an empty prefix, moves the prefix, and builds and runs a program outside of the tree against
-# it: once with the CMake package, once with pkg-config. Fails with the output of the command that failed.
+# Brings the build into an empty prefix, and builds and runs a program outside of the tree against it: once with the
+# CMake package, once with pkg-config. FROM says how: "install" installs and then moves the prefix; "packages" unpacks
+# the Debian packages. Fails with the output of the command that failed.
 function(must)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(NOT result EQUAL 0)
@@ -11,9 +12,26 @@ endfunction()
 
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK}/host)
-must(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
-file(RENAME ${WORK}/first ${WORK}/prefix)
-set(prefix ${WORK}/prefix)
+if(FROM STREQUAL "packages")
+  must(${CPACK} --config ${BUILD}/CPackConfig.cmake -B ${WORK}/packages)
+  file(GLOB packages ${WORK}/packages/*.deb)
+  list(LENGTH packages count)
+  if(NOT count EQUAL 2)
+    message(FATAL_ERROR "not two packages but: ${packages}")
+  endif()
+  foreach(package ${packages})
+    must(dpkg-deb --extract ${package} ${WORK}/unpacked)
+    must(dpkg-deb --field ${package} Depends)
+    if(output STREQUAL "")
+      message(FATAL_ERROR "${package} depends on nothing")
+    endif()
+  endforeach()
+  set(prefix ${WORK}/unpacked/usr)
+else()
+  must(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
+  file(RENAME ${WORK}/first ${WORK}/prefix)
+  set(prefix ${WORK}/prefix)
+endif()
 
 foreach(file ${LIBDIR}/libc_stock_market.so ${LIBDIR}/libstock_host.so bin/csm ${INCLUDEDIR}/c_stock_market/c_stock_market.h
              ${INCLUDEDIR}/c_stock_market/host/host.h ${INCLUDEDIR}/c_stock_market/host_services/stock_host.h
