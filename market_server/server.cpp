@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -83,6 +84,7 @@ struct Running {
   std::unique_ptr<http::Listener> listener;
   std::unique_ptr<http::Listener> control;
   std::vector<std::thread> threads;
+  std::thread history;  ///< makes what the first index candles need; ends by itself
 };
 
 }  // namespace
@@ -138,6 +140,7 @@ class Server::Impl {
         io.run();
       });
     }
+    PrepareHistory();
   }
 
   void Stop() {
@@ -150,7 +153,9 @@ class Server::Impl {
     run->listener->Close();
     if (run->control) run->control->Close();
     run->io->stop();
+    run->market->cease();
     for (std::thread& thread : run->threads) thread.join();
+    if (run->history.joinable()) run->history.join();
     run->workers->stop();
     run->workers->join();
   }
@@ -202,6 +207,20 @@ class Server::Impl {
   const FaultRules& faults() const { return faults_; }
 
  private:
+  /// Never in the way: requests make what is still missing when they need it.
+  void PrepareHistory() {
+    try {
+      running_->history = std::thread([&market = *running_->market, now = clock_.Now()] {
+        try {
+          market.prepare_history(now);
+        } catch (const std::exception&) {
+          return;
+        }
+      });
+    } catch (const std::system_error&) {
+      return;
+    }
+  }
   static std::map<std::string, std::string> MakeKeys(const std::map<std::string, std::string>& given) {
     if (!given.empty()) return given;
     return {{"local-" + RandomHex(4), RandomHex(32)}};

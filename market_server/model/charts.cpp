@@ -1,6 +1,5 @@
 // Minute lines, candles and K-line packages of Market.
 #include <algorithm>
-#include <atomic>
 #include <charconv>
 #include <exception>
 #include <system_error>
@@ -171,97 +170,124 @@ std::optional<Candle> Market::day_candle(const Security& security, Instant time)
   return out;
 }
 
-void Market::Impl::make_index_totals(int last_block) {
-  const std::lock_guard making(totals_making);
-  std::vector<int> wanted;
-  {
-    const std::lock_guard lock(totals_mutex);
-    for (int block = base.days.first() / kBlock; block <= last_block; ++block) {
-      if (totals[static_cast<std::size_t>(block)] == nullptr) {
-        wanted.push_back(block);
-      }
+std::shared_ptr<const IndexTotals> Market::Impl::new_index_totals(int block) const {
+  auto out = std::make_shared<IndexTotals>();
+  out->indices.resize(base.universe.indices.size());
+  const int market = base.factors.market();
+  std::vector<std::array<HalfHours, kBlock>> half_hours(static_cast<std::size_t>(base.factors.count()));
+  const int days = std::min(kBlock, base.days.count() - block * kBlock);
+  for (int f = 0; f < base.factors.count(); ++f) {
+    for (int i = 0; i < days; ++i) {
+      half_hours[static_cast<std::size_t>(f)][static_cast<std::size_t>(i)] =
+          base.factors.half_hours(f, block * kBlock + i);
     }
   }
-  if (wanted.empty()) {
-    return;
-  }
-  const auto make = [this](int block) {
-    auto out = std::make_shared<IndexTotals>();
-    out->indices.resize(base.universe.indices.size());
-    const int market = base.factors.market();
-    std::vector<std::array<HalfHours, kBlock>> half_hours(static_cast<std::size_t>(base.factors.count()));
-    const int days = std::min(kBlock, base.days.count() - block * kBlock);
-    for (int f = 0; f < base.factors.count(); ++f) {
-      for (int i = 0; i < days; ++i) {
-        half_hours[static_cast<std::size_t>(f)][static_cast<std::size_t>(i)] =
-            base.factors.half_hours(f, block * kBlock + i);
-      }
+  for (const Stock& stock : base.universe.stocks) {
+    if (ceased) {
+      throw Ceased();
     }
-    for (const Stock& stock : base.universe.stocks) {
-      const auto& indices = stock_indices[stock.security->number];
-      if (stock.listed / kBlock > block || indices.empty()) {
+    const auto& indices = stock_indices[stock.security->number];
+    if (stock.listed / kBlock > block || indices.empty()) {
+      continue;
+    }
+    const BlockPrices prices = base.paths.block(stock, block);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(days); ++i) {
+      const int day = block * kBlock + static_cast<int>(i);
+      if (day < stock.listed) {
         continue;
       }
-      const BlockPrices prices = base.paths.block(stock, block);
-      for (std::size_t i = 0; i < static_cast<std::size_t>(days); ++i) {
-        const int day = block * kBlock + static_cast<int>(i);
-        if (day < stock.listed) {
-          continue;
-        }
-        IndexTotals::Day one;
-        one.circulating = stock.circulating_on(day);
-        if (prices[i].traded) {
-          const DayShape shape =
-              base.paths.shape(stock, day, prices[i], half_hours[static_cast<std::size_t>(market)][i],
-                               half_hours[static_cast<std::size_t>(stock.industry)][i]);
-          one.lots = shape.lots[kSegments];
-          one.amount = shape.amount();
-        }
-        for (const std::uint32_t index : indices) {
-          IndexTotals::Day& sum = out->indices[index][i];
-          sum.lots += one.lots;
-          sum.amount += one.amount;
-          sum.circulating += one.circulating;
-        }
+      IndexTotals::Day one;
+      one.circulating = stock.circulating_on(day);
+      if (prices[i].traded) {
+        const DayShape shape =
+            base.paths.shape(stock, day, prices[i], half_hours[static_cast<std::size_t>(market)][i],
+                             half_hours[static_cast<std::size_t>(stock.industry)][i]);
+        one.lots = shape.lots[kSegments];
+        one.amount = shape.amount();
+      }
+      for (const std::uint32_t index : indices) {
+        IndexTotals::Day& sum = out->indices[index][i];
+        sum.lots += one.lots;
+        sum.amount += one.amount;
+        sum.circulating += one.circulating;
       }
     }
-    const std::lock_guard lock(totals_mutex);
-    totals[static_cast<std::size_t>(block)] = std::move(out);
-  };
-  // Blocks are independent of each other; a handful of threads shares a long row of them. A block that fails
-  // is left for the next time, and the first failure is the caller's.
-  std::atomic<std::size_t> next{0};
-  std::mutex failure_mutex;  // guards failure
-  std::exception_ptr failure;
-  const auto work = [&] {
-    try {
-      for (std::size_t i = next++; i < wanted.size(); i = next++) {
-        make(wanted[i]);
+  }
+  return out;
+}
+
+std::optional<int> Market::Impl::claim_index_totals(int last_block) {
+  std::unique_lock lock(totals_mutex);
+  for (;;) {
+    bool complete = true;
+    for (int block = base.days.first() / kBlock; block <= last_block; ++block) {
+      const auto at = static_cast<std::size_t>(block);
+      if (totals[at] != nullptr) {
+        continue;
       }
-    } catch (...) {
-      const std::lock_guard lock(failure_mutex);
-      failure = failure == nullptr ? std::current_exception() : failure;
+      complete = false;
+      if (!totals_claimed[at]) {
+        totals_claimed[at] = true;
+        return block;
+      }
     }
-  };
+    if (complete) {
+      return std::nullopt;
+    }
+    totals_changed.wait(lock);
+  }
+}
+
+void Market::Impl::settle_index_totals(int block, std::shared_ptr<const IndexTotals> made) {
   {
-    std::vector<std::jthread> helpers;
-    const std::size_t most = std::min<std::size_t>({std::thread::hardware_concurrency(), 4, wanted.size()});
+    const std::lock_guard lock(totals_mutex);
+    totals[static_cast<std::size_t>(block)] = std::move(made);
+    totals_claimed[static_cast<std::size_t>(block)] = false;
+  }
+  totals_changed.notify_all();
+}
+
+void Market::Impl::work_on_index_totals(int last_block) {
+  while (const auto block = claim_index_totals(last_block)) {
     try {
-      for (std::size_t i = 1; i < most; ++i) {
-        helpers.emplace_back(work);
+      settle_index_totals(*block, new_index_totals(*block));
+    } catch (...) {
+      settle_index_totals(*block, nullptr);  // for the next who needs it
+      throw;
+    }
+  }
+}
+
+void Market::Impl::make_index_totals(int last_block) {
+  // Blocks are independent of each other; a handful of threads shares a long row of them.
+  const auto help = [this, last_block] {
+    try {
+      work_on_index_totals(last_block);
+    } catch (const std::exception&) {
+      // This helper ends; the thread that was asked goes on, or fails by itself.
+    }
+  };
+  std::vector<std::jthread> helpers;
+  if (std::unique_lock lock(totals_mutex); totals[static_cast<std::size_t>(last_block)] == nullptr) {
+    lock.unlock();
+    const unsigned most = std::min(std::thread::hardware_concurrency(), 4U);
+    try {
+      for (unsigned i = 1; i < most; ++i) {
+        helpers.emplace_back(help);
       }
     } catch (const std::system_error&) {
       // No thread to be had: this one does the work alone.
     }
-    work();
   }
-  if (failure != nullptr) {
-    std::rethrow_exception(failure);
-  }
+  work_on_index_totals(last_block);
 }
 
 void Market::prepare_history(Instant time) const {
-  impl_->make_index_totals(impl_->moment(time).day / kBlock);
+  impl_->work_on_index_totals(impl_->moment(time).day / kBlock);
+}
+
+void Market::cease() const {
+  impl_->ceased = true;
 }
 
 std::shared_ptr<const IndexTotals> Market::Impl::index_totals(int block) {

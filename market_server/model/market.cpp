@@ -154,6 +154,7 @@ Market::Impl::Impl(const Options& options) : base(options) {
   }
   const int blocks = base.days.count() / kBlock + 1;
   totals.resize(static_cast<std::size_t>(blocks));
+  totals_claimed.resize(static_cast<std::size_t>(blocks));
 }
 
 Moment Market::Impl::moment(Instant time) const {

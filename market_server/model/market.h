@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -195,6 +196,12 @@ struct KLineMetadata {
   std::vector<KLineCounts> counts;  // every listed stock and every index that has rows
 };
 
+// Thrown by long computations after Market::cease.
+class Ceased : public std::runtime_error {
+ public:
+  Ceased() : std::runtime_error("the market is being taken down") {}
+};
+
 class Market {
  public:
   explicit Market(Options options = {});
@@ -208,8 +215,11 @@ class Market {
   void prepare(Instant time) const;
 
   // Computes the volumes of all past days of the indices, which their first candles would otherwise wait for:
-  // a second or two, with helper threads.
+  // some seconds on this thread alone. Who asks for such candles meanwhile shares the work.
   void prepare_history(Instant time) const;
+
+  // From any thread, once: what takes seconds, under way or yet to come, ends at once by throwing Ceased.
+  void cease() const;
 
   // --- reference data ---
   [[nodiscard]] const Security* find(std::string_view code) const;  // null: unknown; case does not matter

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -97,7 +100,14 @@ struct Market::Impl {
   void with_stock_day(const Stock& stock, int day, const Use& use);
 
   [[nodiscard]] std::shared_ptr<const IndexTotals> index_totals(int block);
+  // Makes what is missing of the totals up to a block: with helper threads, or on this thread alone. Several
+  // callers share the work.
   void make_index_totals(int last_block);
+  void work_on_index_totals(int last_block);
+  // A block that nobody makes yet; none when all are made. Waits while others make the rest.
+  [[nodiscard]] std::optional<int> claim_index_totals(int last_block);
+  void settle_index_totals(int block, std::shared_ptr<const IndexTotals> made);
+  [[nodiscard]] std::shared_ptr<const IndexTotals> new_index_totals(int block) const;
   [[nodiscard]] std::shared_ptr<const DaySeries> day_series(const Security& security, int through);
   [[nodiscard]] KLineCounts kline_counts(const Security& security, int through) const;
 
@@ -115,9 +125,12 @@ struct Market::Impl {
   Memo<int, std::vector<Breadth>> breadths{32};
   Memo<int, std::vector<MarketEvent>> events{32};
 
-  std::mutex totals_making;  // one thread makes totals at a time; taken before totals_mutex
-  std::mutex totals_mutex;   // guards totals
+  std::atomic<bool> ceased{false};
+
+  std::mutex totals_mutex;  // guards totals and totals_claimed
+  std::condition_variable totals_changed;
   std::vector<std::shared_ptr<const IndexTotals>> totals;  // by block; null: not made yet
+  std::vector<bool> totals_claimed;                        // by block: a thread is at it
 };
 
 // A value in cents, hundredths or ten-thousandths as the double that endpoints send.

@@ -129,5 +129,52 @@ TEST(Determinism, manyThreadsSeeOneMarket) {
   EXPECT_EQ(wrong, 0);
 }
 
+TEST(Determinism, manyThreadsShareTheHistoryOfTheIndices) {
+  const Instant time = instant_of(20261120, 16, 0, 0);
+  const Market alone(small(13));
+  const auto expected = alone.candles(*alone.find("sh000016"), Period::week, Adjustment::none, 20261120);
+  const Market market(small(13));
+  std::thread history([&] { market.prepare_history(time); });
+  std::vector<std::vector<Candle>> seen(3);
+  std::vector<std::thread> threads;
+  for (auto& candles : seen) {
+    threads.emplace_back([&] {
+      candles = market.candles(*market.find("sh000016"), Period::week, Adjustment::none, 20261120);
+    });
+  }
+  history.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  for (const auto& candles : seen) {
+    EXPECT_EQ(candles, expected);
+  }
+}
+
+TEST(Determinism, allThreadsThatMakeHistoryEndWhenTheMarketCeases) {
+  Options whole;
+  whole.seed = 14;
+  const Market market(whole);
+  const Instant time = instant_of(20261120, 16, 0, 0);
+  std::atomic<int> ended{0};
+  const auto make = [&](const auto& work) {
+    try {
+      work();
+    } catch (const Ceased&) {
+      ++ended;
+    }
+  };
+  std::thread history([&] { make([&] { market.prepare_history(time); }); });
+  std::thread request([&] {
+    make([&] { (void)market.candles(*market.find("sz399001"), Period::day, Adjustment::none, 20261120); });
+  });
+  market.cease();
+  history.join();
+  request.join();
+  EXPECT_EQ(ended, 2);
+  EXPECT_THROW(market.prepare_history(time), Ceased);
+  EXPECT_GT(market.quote(*market.find("sh000001"), time).last, 0) << "what is quick is answered still";
+}
+
 }  // namespace
 }  // namespace market_server::model
