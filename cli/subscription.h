@@ -22,7 +22,7 @@ struct Delivery {
   std::chrono::steady_clock::time_point at;
 };
 
-/// An observer that is attached to `Service` and resumed for as long as it lives.
+/// An observer that is attached to `Service` for as long as it lives, and resumed if the service polls.
 template <class Service, class Data>
 class Subscription final : public IUpdate1<Data> {
  public:
@@ -32,7 +32,9 @@ class Subscription final : public IUpdate1<Data> {
   Subscription(Service& service, MainLoop& loop, Handler on_update)
       : service_(service), loop_(loop), on_update_(std::make_shared<Handler>(std::move(on_update))) {
     service_.Attach(this);
-    service_.Resume(this, true);
+    if constexpr (requires { service_.Resume(this, true); }) {
+      service_.Resume(this, true);
+    }
   }
 
   /// The same for one `key` of a service that has keys.

@@ -93,9 +93,9 @@ void Terminal::Leave() {
   GiveBack();
 }
 
-Terminal::Size Terminal::size() const {
+Terminal::Size Terminal::SizeOf(int fd) {
   winsize window{};
-  if (ioctl(out_, TIOCGWINSZ, &window) != 0 || window.ws_col == 0 || window.ws_row == 0) {
+  if (ioctl(fd, TIOCGWINSZ, &window) != 0 || window.ws_col == 0 || window.ws_row == 0) {
     return {};
   }
   return {window.ws_col, window.ws_row};

@@ -26,7 +26,9 @@ class Terminal {
   void Leave();
   void Enter();
 
-  [[nodiscard]] Size size() const;
+  [[nodiscard]] Size size() const { return SizeOf(out_); }
+  /// Of the terminal `fd`; 80 by 24 for what is none.
+  [[nodiscard]] static Size SizeOf(int fd);
   /// The whole screen as one text: `lines` from the top, without line feeds, none wider than the screen, the
   /// rest empty.
   [[nodiscard]] static std::string Frame(const std::vector<std::string>& lines);

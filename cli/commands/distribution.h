@@ -1,0 +1,10 @@
+// csm distribution: how the stocks of the market spread over ranges of change.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpDistribution(CLI::App& app);
+
+}  // namespace cli

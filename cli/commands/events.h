@@ -1,0 +1,10 @@
+// csm events: what was unusual in the market on a day.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpEvents(CLI::App& app);
+
+}  // namespace cli

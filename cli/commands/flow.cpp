@@ -1,0 +1,182 @@
+#include "cli/commands/flow.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/format/china_time.h"
+#include "cli/format/figures.h"
+#include "cli/format/record_json.h"
+#include "cli/options.h"
+#include "cli/query_run.h"
+#include "cli/securities.h"
+#include "cli/subscription.h"
+#include "cli/trading_days.h"
+
+namespace cli {
+namespace {
+
+constexpr Feed kFeed{"stock_in_out", "/pc/rt/stock_in_out"};
+constexpr const char* kExamples = R"(Examples:
+  csm flow sh600000                  one, five and ten days
+  csm flow sh600000 000001           several stocks; the market may be left out
+  csm flow sh600000 --json           one JSON line a stock
+
+Amounts in yuan, through big and through small orders; "net" is what came in less what went out.)";
+
+struct FlowOptions {
+  QueryOptions query;
+  std::vector<std::string> symbols;
+};
+
+using Period = std::pair<const char*, FlowAmounts StockInOutItem::*>;
+constexpr Period kPeriods[] = {
+    {"d1", &StockInOutItem::d1}, {"d5", &StockInOutItem::d5}, {"d10", &StockInOutItem::d10}};
+
+// Amounts below zero arrive wrapped around.
+double Yuan(std::uint64_t amount) {
+  return static_cast<double>(static_cast<std::int64_t>(amount));
+}
+
+void WriteAmounts(JsonWriter& json, const FlowAmounts& amounts) {
+  json.BeginObject();
+  json.Key("big_in");
+  json.Value(amounts.big_in);
+  json.Key("big_out");
+  json.Value(amounts.big_out);
+  json.Key("small_in");
+  json.Value(amounts.small_in);
+  json.Key("small_out");
+  json.Value(amounts.small_out);
+  json.EndObject();
+}
+
+std::string JsonLine(const Delivery<StockInOutItem>& delivery) {
+  const StockInOutItem& item = delivery.data;
+  JsonWriter json;
+  BeginJsonLine(json, kFeed.name, item.symbol, delivery.server_time);
+  json.BeginObject();
+  json.Key("symbol");
+  json.Value(item.symbol);
+  json.Key("mtime");
+  json.Value(item.mtime);
+  for (const auto& [name, amounts] : kPeriods) {
+    json.Key(name);
+    WriteAmounts(json, item.*amounts);
+  }
+  json.EndObject();
+  json.EndObject();
+  return json.Text();
+}
+
+class FlowQuery {
+ public:
+  explicit FlowQuery(const FlowOptions& options) : options_(options), run_(options.query, kFeed) {}
+
+  int Run() {
+    return run_.Run(QueryRun::First::kLists, [this](IStockCommon& reference) { Ask(reference); });
+  }
+
+ private:
+  using Flows = Subscription<IStockInOut, StockInOutItem>;
+
+  struct Line {
+    Security stock;
+    std::optional<Delivery<StockInOutItem>> delivery;
+  };
+
+  void Ask(IStockCommon& reference) {
+    for (const std::string& symbol : options_.symbols) {
+      Security stock = FindSecurity(reference, symbol);
+      if (stock.type != stock::kSymbolStock) {
+        throw std::runtime_error("flows are told of stocks only, and " + Printable(stock.code) + " " +
+                                 Printable(stock.name) + " is none");
+      }
+      lines_.push_back({std::move(stock), {}});
+    }
+    IStockInOut* const service = GetStockInOut();
+    if (service == nullptr) {
+      throw std::runtime_error("the service of flows cannot be made");
+    }
+    for (const Line& line : lines_) {
+      subscriptions_.push_back(
+          std::make_unique<Flows>(*service, line.stock.code, run_.loop(),
+                                  [this](const Delivery<StockInOutItem>& delivery) { OnUpdate(delivery); }));
+    }
+  }
+
+  void OnUpdate(const Delivery<StockInOutItem>& delivery) {
+    for (Line& line : lines_) {
+      if (line.stock.code == delivery.data.symbol) {
+        line.delivery = delivery;
+      }
+    }
+    const bool all =
+        std::all_of(lines_.begin(), lines_.end(), [](const Line& line) { return line.delivery; });
+    if (!all || run_.loop().ended()) {
+      return;
+    }
+    if (options_.query.json) {
+      for (const Line& line : lines_) {
+        run_.output().WriteLine(JsonLine(*line.delivery));
+      }
+    } else {
+      run_.Print(TableOf());
+    }
+    run_.TellClosed(SessionDate(delivery.server_time));
+    run_.Finish();
+  }
+
+  [[nodiscard]] Table TableOf() const {
+    Table table({{"code"},
+                 {"name"},
+                 {"days", Align::kRight},
+                 {"big in", Align::kRight},
+                 {"big out", Align::kRight},
+                 {"big net", Align::kRight},
+                 {"small in", Align::kRight},
+                 {"small out", Align::kRight},
+                 {"small net", Align::kRight}});
+    const auto net = [](std::uint64_t in, std::uint64_t out) {
+      const double amount = Yuan(in - out);
+      return Cell{SignedShortAmount(amount), ToneOf(amount)};
+    };
+    for (const Line& line : lines_) {
+      for (const auto& [name, member] : kPeriods) {
+        const FlowAmounts& amounts = line.delivery->data.*member;
+        table.Add({{Printable(line.stock.code)},
+                   {Printable(line.stock.name)},
+                   {name + 1},
+                   {ShortAmount(Yuan(amounts.big_in))},
+                   {ShortAmount(Yuan(amounts.big_out))},
+                   net(amounts.big_in, amounts.big_out),
+                   {ShortAmount(Yuan(amounts.small_in))},
+                   {ShortAmount(Yuan(amounts.small_out))},
+                   net(amounts.small_in, amounts.small_out)});
+      }
+    }
+    return table;
+  }
+
+  const FlowOptions& options_;
+  QueryRun run_;
+  std::vector<Line> lines_;
+  std::vector<std::unique_ptr<Flows>> subscriptions_;
+};
+
+}  // namespace
+
+Runner SetUpFlow(CLI::App& app) {
+  const auto options = std::make_shared<FlowOptions>();
+  app.add_option("SYMBOL", options->symbols, "stocks: sh600000, 600000 or a name")->required();
+  AddQueryOptions(app, options->query);
+  app.footer(kExamples);
+  return [options] { return FlowQuery(*options).Run(); };
+}
+
+}  // namespace cli

@@ -1,0 +1,10 @@
+// csm flow: money that flows into and out of stocks.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpFlow(CLI::App& app);
+
+}  // namespace cli

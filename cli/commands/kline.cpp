@@ -1,0 +1,211 @@
+#include "cli/commands/kline.h"
+
+#include <CLI/Validators.hpp>
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/format/chart_tables.h"
+#include "cli/format/china_time.h"
+#include "cli/format/csv.h"
+#include "cli/format/figures.h"
+#include "cli/format/record_json.h"
+#include "cli/plot/candle_chart.h"
+#include "cli/plot_options.h"
+#include "cli/query_run.h"
+#include "cli/securities.h"
+#include "host/clock.h"
+
+namespace cli {
+namespace {
+
+constexpr Feed kFeed{"stock_kline", "/pc/rt/get_day_kline"};
+constexpr std::array<const char*, 3> kPeriods = {"day", "week", "month"};
+constexpr std::array<const char*, 3> kAdjustments = {"none", "forward", "backward"};
+constexpr std::size_t kRowsOfATable = 60;
+
+constexpr const char* kExamples = R"(Examples:
+  csm kline sh600000 --plot                       the days that fit the terminal, today's candle last
+  csm kline 600000 --period week --last 20        the last twenty weeks
+  csm kline sh600000 --adjust forward --json      every day in one JSON line
+  csm kline sh000001 --period month --csv         for spreadsheets
+
+Adjusted prices leave the jumps of dividends and splits out: "forward" keeps today's prices and changes those of the
+past, "backward" keeps the first ones. Without --last a table has the last 60 candles, a chart those that fit, JSON and
+comma-separated values all.)";
+
+struct KLineOptions {
+  QueryOptions query;
+  PlotOptions plot;
+  std::string symbol;
+  std::string period = kPeriods[0];
+  std::string adjust = kAdjustments[0];
+  std::optional<std::size_t> last;
+  bool csv = false;
+};
+
+// The number of a word, from 1.
+int NumberOf(const std::array<const char*, 3>& words, const std::string& word) {
+  return static_cast<int>(std::find(words.begin(), words.end(), word) - words.begin()) + 1;
+}
+
+class KLineQuery {
+ public:
+  explicit KLineQuery(const KLineOptions& options) : options_(options), run_(options.query, kFeed) {}
+
+  int Run() {
+    return run_.Run(QueryRun::First::kLists, [this](IStockCommon& reference) { Ask(reference); });
+  }
+
+ private:
+  void Ask(IStockCommon& reference) {
+    security_ = FindSecurity(reference, options_.symbol);
+    if (security_.type == stock::kSymbolPlate) {
+      throw std::runtime_error("there are no candles of plates; " + Printable(security_.code) + " " +
+                               Printable(security_.name) + " is one");
+    }
+    IStockKLine* const service = GetStockKLine();
+    if (service == nullptr) {
+      throw std::runtime_error("the service of candles cannot be made");
+    }
+    service->FetchKLine(
+        security_.code.c_str(), NumberOf(kPeriods, options_.period), NumberOf(kAdjustments, options_.adjust),
+        [this](const StockKLineData& data) {
+          run_.loop().Post([this, data, time = common::GetCurrentServerTime()] { Show(data, time); });
+        });
+  }
+
+  void Show(const StockKLineData& data, std::int64_t time) {
+    const std::vector<KLineCandle> candles = Chosen(data);
+    if (options_.query.json) {
+      run_.output().WriteLine(JsonLine(data, candles, time));
+    } else if (options_.csv) {
+      std::string text = CsvHeader(kKLineCandleTable) + "\n";
+      for (const KLineCandle& candle : candles) {
+        text += CsvLine(kKLineCandleTable, candle) + "\n";
+      }
+      run_.output().Write(text);
+    } else if (!candles.empty() && options_.plot.plot) {
+      run_.Print(CandleChart(candles, Title(candles.back()), options_.plot.Size()));
+    } else if (!candles.empty()) {
+      run_.Print(TableOf(candles));
+    }
+    if (candles.empty()) {
+      Say("there are no candles of " + Printable(security_.code) + " " + Printable(security_.name) +
+          ": it has not traded yet, or the server has none");
+      run_.Finish(kFailure);
+      return;
+    }
+    run_.TellClosed(candles.back().date);
+    run_.Finish();
+  }
+
+  [[nodiscard]] std::vector<KLineCandle> Chosen(const StockKLineData& data) const {
+    std::size_t most = data.candles.size();
+    if (options_.last) {
+      most = *options_.last;
+    } else if (options_.plot.plot) {
+      most = CandlesThatFit(options_.plot.Size());
+    } else if (!options_.query.json && !options_.csv) {
+      most = kRowsOfATable;
+    }
+    const std::size_t left_out = data.candles.size() - std::min(most, data.candles.size());
+    return {std::next(data.candles.begin(), static_cast<std::ptrdiff_t>(left_out)), data.candles.end()};
+  }
+
+  [[nodiscard]] StyledLine Title(const KLineCandle& last) const {
+    const std::string adjusted = options_.adjust == kAdjustments[0] ? "" : ", adjusted " + options_.adjust;
+    const double change = last.close - last.preclose;
+    StyledLine title = {{Printable(security_.code) + " " + Printable(security_.name), Tone::kStrong},
+                        {"  by " + options_.period + adjusted + "  " + DateText(last.date) + "  "},
+                        {Fixed(last.close, 2), ToneOf(change)}};
+    if (last.preclose > 0) {
+      title.push_back({" " + SignedPercent(change / last.preclose * 100, 2), ToneOf(change)});
+    }
+    title.push_back({"  amount " + ShortAmount(last.amount)});
+    return title;
+  }
+
+  static Table TableOf(const std::vector<KLineCandle>& candles) {
+    Table table({{"date"},
+                 {"open", Align::kRight},
+                 {"high", Align::kRight},
+                 {"low", Align::kRight},
+                 {"close", Align::kRight},
+                 {"change", Align::kRight},
+                 {"volume", Align::kRight},
+                 {"amount", Align::kRight},
+                 {"turnover", Align::kRight}});
+    for (const KLineCandle& candle : candles) {
+      const auto price = [&candle](double value) {
+        return Cell{Fixed(value, 2), candle.preclose > 0 ? ToneOf(value - candle.preclose) : Tone::kPlain};
+      };
+      const double change = candle.preclose > 0 ? (candle.close / candle.preclose - 1) * 100 : 0;
+      table.Add({{DateText(candle.date), Tone::kDim},
+                 price(candle.open),
+                 price(candle.high),
+                 price(candle.low),
+                 price(candle.close),
+                 {candle.preclose > 0 ? SignedPercent(change, 2) : kNoFigure, ToneOf(change)},
+                 {ShortAmount(static_cast<double>(candle.volume))},
+                 {ShortAmount(candle.amount)},
+                 {Fixed(candle.turnover, 2) + "%"}});
+    }
+    return table;
+  }
+
+  [[nodiscard]] std::string JsonLine(const StockKLineData& data, const std::vector<KLineCandle>& candles,
+                                     std::int64_t time) const {
+    JsonWriter json;
+    BeginJsonLine(json, kFeed.name, security_.code, time);
+    json.BeginObject();
+    json.Key("symbol");
+    json.Value(data.symbol);
+    json.Key("period");
+    json.Value(data.period);
+    json.Key("adjustment");
+    json.Value(data.adjustment);
+    json.Key("candles");
+    WriteRecords(json, kKLineCandleTable, candles);
+    json.EndObject();
+    json.EndObject();
+    return json.Text();
+  }
+
+  const KLineOptions& options_;
+  QueryRun run_;
+  Security security_;
+};
+
+}  // namespace
+
+Runner SetUpKLine(CLI::App& app) {
+  const auto options = std::make_shared<KLineOptions>();
+  app.add_option("SYMBOL", options->symbol, "sh600000, 600000 or a name")->required();
+  app.add_option("--period", options->period, "what one candle stands for: day, week or month")
+      ->type_name("PERIOD")
+      ->check(CLI::IsMember(std::vector<std::string>(kPeriods.begin(), kPeriods.end())).description(""))
+      ->capture_default_str();
+  app.add_option("--adjust", options->adjust,
+                 "prices adjusted for dividends and splits: none, forward or backward")
+      ->type_name("WAY")
+      ->check(
+          CLI::IsMember(std::vector<std::string>(kAdjustments.begin(), kAdjustments.end())).description(""))
+      ->capture_default_str();
+  app.add_option("--last", options->last, "the newest so many candles")
+      ->type_name("N")
+      ->check(CLI::Range(1, 100000).description(""));
+  AddQueryOptions(app, options->query);
+  AddPlotOptions(app, options->plot);
+  app.add_flag("--csv", options->csv, "comma-separated values instead of a table")
+      ->excludes(app.get_option("--json"), app.get_option("--plot"));
+  app.footer(kExamples);
+  return [options] { return KLineQuery(*options).Run(); };
+}
+
+}  // namespace cli

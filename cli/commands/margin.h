@@ -1,0 +1,10 @@
+// csm margin: margin trading of both exchanges, day by day.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpMargin(CLI::App& app);
+
+}  // namespace cli

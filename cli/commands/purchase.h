@@ -1,0 +1,10 @@
+// csm purchase: the calendar of new shares to subscribe to.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpPurchase(CLI::App& app);
+
+}  // namespace cli

@@ -1,0 +1,18 @@
+// Dates on the command line. Pure functions, but for the option that writes to its value.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// YYYYMMDD for "20240315" or "2024-03-15"; nothing for a text that is no day of the calendar from 1990 to
+/// 2099.
+[[nodiscard]] std::optional<std::uint32_t> ParseDate(const std::string& text);
+
+/// Adds --date to `app`. `date` stays 0, today, unless it is given.
+CLI::Option* AddDateOption(CLI::App& app, std::uint32_t& date, const std::string& help);
+
+}  // namespace cli

@@ -1,0 +1,16 @@
+// The spread of the market's stocks over ranges of change as lying bars. Pure functions.
+#pragma once
+
+#include <vector>
+
+#include "analytics/stock_distribution.h"
+#include "cli/format/table.h"
+
+namespace cli {
+
+/// One line for each range: its name if the feed's ranges are the usual ten, how many stocks, their share,
+/// and a bar. The longest bar ends at `columns`; every range that has a stock has a trace of one. Falls come
+/// first, in green.
+[[nodiscard]] std::vector<StyledLine> DistributionBars(const DistributionItem& item, int columns);
+
+}  // namespace cli
