@@ -7,6 +7,7 @@
 
 #include "cli/format/china_time.h"
 #include "cli/reference_run.h"
+#include "host/clock.h"
 
 namespace cli {
 namespace {
@@ -37,11 +38,7 @@ int QueryRun::Run(First first, std::function<void(IStockCommon&)> ask) {
     const Needs needs = first == First::kLists ? Needs::kLists : Needs::kCalendar;
     LoadReferenceData(loop_, *reference, needs, [this, reference, first](bool ok) {
       if (!ok && first == First::kLists) {
-        session_.log().Poll();
-        const std::string request = LoadFailure();
-        const std::string reason = request.empty() ? session_.log().last() : request;
-        throw std::runtime_error("cannot load the reference data from " + session_.server_text() +
-                                 (reason.empty() ? "" : ": " + reason));
+        throw std::runtime_error(NotLoadedText(session_));
       }
       Ask(*reference);
     });
@@ -97,24 +94,17 @@ void QueryRun::Finish(ExitCode code) {
 }
 
 void QueryRun::TellClosed(std::uint32_t session_date) const {
-  const stock::MarketStatus phase = CurrentPhase();
-  if (IsClosed(phase)) {
-    Say("the market is " + PhaseName(phase) + "; these are the figures of " + DateText(session_date));
+  if (IsClosed(CurrentPhase()) || session_date != common::GetCurrentServerDate()) {
+    Say("the market is closed; these are the figures of " + DateText(session_date));
   }
 }
 
 void QueryRun::Print(const Table& table) {
-  std::vector<StyledLine> lines = table.Rows();
-  lines.insert(lines.begin(), table.Header());
-  Print(lines);
+  output_.Write(TextOf(table, palette_));
 }
 
 void QueryRun::Print(const std::vector<StyledLine>& lines) {
-  std::string text;
-  for (const StyledLine& line : lines) {
-    text += Render(line, palette_) + "\n";
-  }
-  output_.Write(text);
+  output_.Write(TextOf(lines, palette_));
 }
 
 }  // namespace cli

@@ -47,7 +47,7 @@ class QueryRun {
   /// Throws std::runtime_error with what went wrong.
   [[noreturn]] void Fail();
 
-  /// Says that the market is closed and whose figures are shown.
+  /// Says so when the market is closed, or has not begun today, and what day's figures are shown.
   void TellClosed(std::uint32_t session_date) const;
 
   /// Header and rows.

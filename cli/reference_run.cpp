@@ -66,6 +66,14 @@ std::string LoadFailure() {
   return {};
 }
 
+std::string NotLoadedText(Session& session) {
+  session.log().Poll();
+  const std::string request = LoadFailure();
+  const std::string reason = request.empty() ? session.log().last() : request;
+  return "cannot load the reference data from " + session.server_text() +
+         (reason.empty() ? "" : ": " + reason);
+}
+
 ReferenceRun::ReferenceRun(const QueryOptions& options)
     : output_(loop_, STDOUT_FILENO),
       palette_(WantsColour(STDOUT_FILENO, options.no_color)),
@@ -81,11 +89,7 @@ int ReferenceRun::Run(Needs needs, const std::function<int(IStockCommon&)>& show
     if (ok) {
       result = show(*reference);
     } else {
-      session_.log().Poll();
-      const std::string request = LoadFailure();
-      const std::string reason = request.empty() ? session_.log().last() : request;
-      Say("cannot load the reference data from " + session_.server_text() +
-          (reason.empty() ? "" : ": " + reason));
+      Say(NotLoadedText(session_));
     }
     loop_.End();
   });
@@ -94,11 +98,7 @@ int ReferenceRun::Run(Needs needs, const std::function<int(IStockCommon&)>& show
 }
 
 void ReferenceRun::Print(const Table& table) {
-  std::string text = Render(table.Header(), palette_) + "\n";
-  for (const StyledLine& row : table.Rows()) {
-    text += Render(row, palette_) + "\n";
-  }
-  output_.Write(text);
+  output_.Write(TextOf(table, palette_));
 }
 
 }  // namespace cli

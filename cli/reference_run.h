@@ -29,6 +29,9 @@ void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
 /// What went wrong with the requests of a load, for a person: "/pc/rt/get_bk_list: timed out".
 [[nodiscard]] std::string LoadFailure();
 
+/// "cannot load the reference data from …", with the reason as far as it is known.
+[[nodiscard]] std::string NotLoadedText(Session& session);
+
 class ReferenceRun {
  public:
   explicit ReferenceRun(const QueryOptions& options);

@@ -10,7 +10,7 @@
 #include "cli/format/table.h"
 #include "cli/options.h"
 #include "cli/reference_run.h"
-#include "host/calendar.h"
+#include "cli/trading_days.h"
 #include "host/clock.h"
 
 namespace cli {
@@ -35,19 +35,6 @@ struct Month {
   int trading_days = 0;
   std::vector<std::uint32_t> holidays;
 };
-
-bool IsWeekend(std::uint32_t date) {
-  // Two days after a Saturday, or one after a Sunday, the same week has not yet ended a Monday.
-  const std::int64_t noon = common::DateToTime(date, 12, 0, 0);
-  const std::uint32_t tomorrow = common::TimeToDate(noon + kDay);
-  const std::uint32_t after = common::TimeToDate(noon + 2 * kDay);
-  return !common::IsSameWeek(date, tomorrow) || !common::IsSameWeek(date, after);
-}
-
-bool IsTradingDay(std::uint32_t date) {
-  const std::uint32_t tomorrow = common::TimeToDate(common::DateToTime(date, 12, 0, 0) + kDay);
-  return stock::GetLastTradingDate(tomorrow) == date;
-}
 
 std::vector<Month> MonthsOf(std::uint32_t year) {
   std::vector<Month> months;

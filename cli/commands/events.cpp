@@ -39,8 +39,7 @@ std::string JsonLine(const Events& events, std::uint32_t date, std::int64_t time
     json.BeginObject();
     json.Key("symbol");
     json.Value(event.symbol);
-    request::ForEachMember(analytics::kStockUnusualEventTable,
-                           [&](const auto& member) { WriteMember(json, event, member); });
+    WriteMembers(json, analytics::kStockUnusualEventTable, event);
     json.EndObject();
   }
   json.EndArray();

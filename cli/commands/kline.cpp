@@ -2,7 +2,6 @@
 
 #include <CLI/Validators.hpp>
 #include <algorithm>
-#include <array>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -10,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/choices.h"
 #include "cli/format/chart_tables.h"
 #include "cli/format/china_time.h"
 #include "cli/format/csv.h"
@@ -25,8 +25,12 @@ namespace cli {
 namespace {
 
 constexpr Feed kFeed{"stock_kline", "/pc/rt/get_day_kline"};
-constexpr std::array<const char*, 3> kPeriods = {"day", "week", "month"};
-constexpr std::array<const char*, 3> kAdjustments = {"none", "forward", "backward"};
+constexpr Choice kPeriods[] = {
+    {"day", 1, "a trading day"}, {"week", 2, "Monday to Friday"}, {"month", 3, "a calendar month"}};
+constexpr int kUnadjusted = 1;
+constexpr Choice kAdjustments[] = {{"none", kUnadjusted, "prices as they were traded at"},
+                                   {"forward", 2, "today's prices stay, those of the past are changed"},
+                                   {"backward", 3, "the first prices stay, later ones are changed"}};
 constexpr std::size_t kRowsOfATable = 60;
 
 constexpr const char* kExamples = R"(Examples:
@@ -35,24 +39,18 @@ constexpr const char* kExamples = R"(Examples:
   csm kline sh600000 --adjust forward --json      every day in one JSON line
   csm kline sh000001 --period month --csv         for spreadsheets
 
-Adjusted prices leave the jumps of dividends and splits out: "forward" keeps today's prices and changes those of the
-past, "backward" keeps the first ones. Without --last a table has the last 60 candles, a chart those that fit, JSON and
-comma-separated values all.)";
+Adjusted prices leave the jumps of dividends and splits out. Without --last a table has the last 60
+candles, a chart those that fit, JSON and comma-separated values all. In the chart a rise is hollow.)";
 
 struct KLineOptions {
   QueryOptions query;
   PlotOptions plot;
   std::string symbol;
-  std::string period = kPeriods[0];
-  std::string adjust = kAdjustments[0];
+  int period = 1;
+  int adjustment = kUnadjusted;
   std::optional<std::size_t> last;
   bool csv = false;
 };
-
-// The number of a word, from 1.
-int NumberOf(const std::array<const char*, 3>& words, const std::string& word) {
-  return static_cast<int>(std::find(words.begin(), words.end(), word) - words.begin()) + 1;
-}
 
 class KLineQuery {
  public:
@@ -74,8 +72,7 @@ class KLineQuery {
       throw std::runtime_error("the service of candles cannot be made");
     }
     service->FetchKLine(
-        security_.code.c_str(), NumberOf(kPeriods, options_.period), NumberOf(kAdjustments, options_.adjust),
-        [this](const StockKLineData& data) {
+        security_.code.c_str(), options_.period, options_.adjustment, [this](const StockKLineData& data) {
           run_.loop().Post([this, data, time = common::GetCurrentServerTime()] { Show(data, time); });
         });
   }
@@ -119,10 +116,13 @@ class KLineQuery {
   }
 
   [[nodiscard]] StyledLine Title(const KLineCandle& last) const {
-    const std::string adjusted = options_.adjust == kAdjustments[0] ? "" : ", adjusted " + options_.adjust;
+    const std::string adjusted = options_.adjustment == kUnadjusted
+                                     ? ""
+                                     : ", adjusted " + std::string(NameOf(kAdjustments, options_.adjustment));
     const double change = last.close - last.preclose;
     StyledLine title = {{Printable(security_.code) + " " + Printable(security_.name), Tone::kStrong},
-                        {"  by " + options_.period + adjusted + "  " + DateText(last.date) + "  "},
+                        {"  by " + std::string(NameOf(kPeriods, options_.period)) + adjusted + "  " +
+                         DateText(last.date) + "  "},
                         {Fixed(last.close, 2), ToneOf(change)}};
     if (last.preclose > 0) {
       title.push_back({" " + SignedPercent(change / last.preclose * 100, 2), ToneOf(change)});
@@ -187,16 +187,8 @@ class KLineQuery {
 Runner SetUpKLine(CLI::App& app) {
   const auto options = std::make_shared<KLineOptions>();
   app.add_option("SYMBOL", options->symbol, "sh600000, 600000 or a name")->required();
-  app.add_option("--period", options->period, "what one candle stands for: day, week or month")
-      ->type_name("PERIOD")
-      ->check(CLI::IsMember(std::vector<std::string>(kPeriods.begin(), kPeriods.end())).description(""))
-      ->capture_default_str();
-  app.add_option("--adjust", options->adjust,
-                 "prices adjusted for dividends and splits: none, forward or backward")
-      ->type_name("WAY")
-      ->check(
-          CLI::IsMember(std::vector<std::string>(kAdjustments.begin(), kAdjustments.end())).description(""))
-      ->capture_default_str();
+  AddChoice(app, "--period", kPeriods, "what one candle stands for", options->period);
+  AddChoice(app, "--adjust", kAdjustments, "prices adjusted for dividends and splits", options->adjustment);
   app.add_option("--last", options->last, "the newest so many candles")
       ->type_name("N")
       ->check(CLI::Range(1, 100000).description(""));
@@ -204,7 +196,7 @@ Runner SetUpKLine(CLI::App& app) {
   AddPlotOptions(app, options->plot);
   app.add_flag("--csv", options->csv, "comma-separated values instead of a table")
       ->excludes(app.get_option("--json"), app.get_option("--plot"));
-  app.footer(kExamples);
+  app.footer(kExamples + ("\n\n" + ListOf("Adjustments", kAdjustments)));
   return [options] { return KLineQuery(*options).Run(); };
 }
 

@@ -19,6 +19,7 @@ namespace {
 
 using Days = std::list<MarginTradeItem>;
 
+constexpr double kHundredMillion = 1e8;  // days differ in the fifth digit
 constexpr Feed kFeed{"margin_trade", "/pc/rt/stock_trade"};
 constexpr const char* kExamples = R"(Examples:
   csm margin               every day that the server tells, the newest last
@@ -58,7 +59,7 @@ Table TableOf(const Days& days) {
     table.Add({{DateText(static_cast<std::uint32_t>(day.date)), Tone::kDim},
                {Fixed(day.sh_close, 0)},
                {Fixed(day.sz_close, 0)},
-               {ShortAmount(static_cast<double>(day.balance))},
+               {Fixed(static_cast<double>(day.balance) / kHundredMillion, 2) + "亿"},
                {SignedShortAmount(change), ToneOf(change)}});
   }
   return table;

@@ -22,8 +22,9 @@ constexpr const char* kExamples = R"(Examples:
   csm purchase             the latest online subscription first
   csm purchase --json      one JSON line
 
-"issued" and "online" are ten thousands of shares, "limit" the most of them that one account may subscribe to, "raised"
-hundred millions of yuan, "chance" percent of the subscriptions; it is known after the draw.)";
+"issued" and "online" are ten thousands of shares, "limit" the most of them that one account may
+subscribe to, "raised" hundred millions of yuan, "chance" percent of the subscriptions; it is known after
+the draw.)";
 
 std::string JsonLine(const Delivery<Issues>& delivery) {
   JsonWriter json;

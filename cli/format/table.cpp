@@ -80,4 +80,16 @@ StyledLine Table::Line(const std::vector<Cell>& row, const std::vector<int>& wid
   return line;
 }
 
+std::string TextOf(const std::vector<StyledLine>& lines, const Palette& palette) {
+  std::string text;
+  for (const StyledLine& line : lines) {
+    text += Render(line, palette) + "\n";
+  }
+  return text;
+}
+
+std::string TextOf(const Table& table, const Palette& palette) {
+  return Render(table.Header(), palette) + "\n" + TextOf(table.Rows(), palette);
+}
+
 }  // namespace cli

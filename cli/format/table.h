@@ -51,4 +51,9 @@ class Table {
   std::vector<std::vector<Cell>> rows_;
 };
 
+/// Each line painted and ended by a line feed.
+[[nodiscard]] std::string TextOf(const std::vector<StyledLine>& lines, const Palette& palette);
+/// The same for header and rows.
+[[nodiscard]] std::string TextOf(const Table& table, const Palette& palette);
+
 }  // namespace cli

@@ -26,6 +26,10 @@ void DrawSideLine(Canvas& canvas, const Area& area, int column, const std::vecto
 
 }  // namespace
 
+int EvenRows(int rows) {
+  return std::max(rows - (rows - 1) % (kLabelledRows - 1), kLabelledRows);
+}
+
 std::vector<int> LabelledRows(const Area& area) {
   std::vector<int> rows;
   const int count = std::clamp(area.rows, 0, kLabelledRows);

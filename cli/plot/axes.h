@@ -37,6 +37,9 @@ struct BottomLabel {
   std::string text;
 };
 
+/// At most `rows`, and so many that five labels have equal distances; at least five.
+[[nodiscard]] int EvenRows(int rows);
+
 /// Five rows from the top of an area to its end, as evenly as it goes; fewer when it is lower than that.
 [[nodiscard]] std::vector<int> LabelledRows(const Area& area);
 

@@ -60,7 +60,7 @@ void DrawCandle(Canvas& canvas, const Area& area, int column, const Scale& scale
 
 Area PriceArea(const ChartSize& size) {
   const int rows = std::max(size.rows, kLeastRows) - 1 - kBelow;
-  return {kGutter, 1, std::max(size.columns, kLeastColumns) - kGutter, rows * 3 / 4};
+  return {kGutter, 1, std::max(size.columns, kLeastColumns) - kGutter, EvenRows(rows * 3 / 4)};
 }
 
 }  // namespace

@@ -44,11 +44,6 @@ Range RangeOf(const std::vector<MLineDay>& days, bool average) {
   return range;
 }
 
-// An odd number of rows, four of them between labels of equal distance where there is room.
-int RowsOfPrices(int rows) {
-  return std::max(rows - (rows - 1) % 4, 5);
-}
-
 ChartSize AtLeast(const ChartSize& size) {
   return {std::max(size.columns, kLeastColumns), std::max(size.rows, kLeastRows)};
 }
@@ -62,7 +57,7 @@ struct Layout {
 Layout LayOut(const ChartSize& size, int left, int right) {
   const int columns = size.columns - left - 2 - (right > 0 ? right + 2 : 0);
   const int rows = size.rows - 1 - kBelow;
-  const int prices = RowsOfPrices(rows * 3 / 4);
+  const int prices = EvenRows(rows * 3 / 4);
   const int volumes = std::max(rows - prices - 1, 1);
   return {{left + 2, 1, columns, prices}, {left + 2, 1 + prices + 1, columns, volumes}};
 }
@@ -237,7 +232,7 @@ std::vector<StyledLine> SessionChart(const std::vector<Curve>& curves, int decim
       range.Add(point.value);
     }
   }
-  Area area{0, 1, 0, RowsOfPrices(size.rows - 1 - kBelow)};
+  Area area{0, 1, 0, EvenRows(size.rows - 1 - kBelow)};
   const Scale scale(range.low, range.high, area.rows);
   std::vector<SideLabel> labels;
   for (const int row : LabelledRows(area)) {
