@@ -5,12 +5,15 @@
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -327,6 +330,42 @@ TEST(Server, saysWhyItCannotStart) {
   refuses([](Options& o) { o.tls_cert = "/no/such/file"; }, "private key");
   refuses([](Options& o) { o.tls_cert = o.tls_key = "/no/such/file"; }, "/no/such/file");
   refuses([](Options& o) { o.access_log = "/no/such/directory/log"; }, "/no/such/directory/log");
+}
+
+/// Raises the limit of open files of this process; false when that is not allowed.
+bool AllowFiles(rlim_t count) {
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  if (files.rlim_cur >= count) return true;
+  files.rlim_cur = std::min(count, files.rlim_max);
+  return files.rlim_cur >= count && setrlimit(RLIMIT_NOFILE, &files) == 0;
+}
+
+TEST(Server, aThousandSlowConnectionsDoNotKeepItFromAnswering) {
+  constexpr std::size_t kSlow = 1000;
+  ASSERT_TRUE(AllowFiles(2 * kSlow + 200));  // both ends are in this process
+  Options options = SmallMarket();
+  options.limits.request_time = std::chrono::minutes(10);
+  Bench bench(options);
+  bench.server().SetFaults({"drip_body:/slow:1:1000"});
+  std::vector<std::unique_ptr<RawClient>> slow;
+  for (std::size_t i = 0; i < kSlow; ++i) {
+    auto& client = *slow.emplace_back(std::make_unique<RawClient>(bench.server().port()));
+    ASSERT_TRUE(client.connected()) << i;
+    if (i % 4 == 0) client.Send("GET /pc/rt/stock_version HTTP/1.1\r\nHost: ");
+    if (i % 4 == 1) client.SendGet("/slow");
+    if (i % 4 == 2) EXPECT_EQ(client.Get("/x").status, 200) << i;
+    // Every fourth says nothing at all.
+  }
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_EQ(bench.Errno("/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh000001\"]"}}), 0);
+  }
+  EXPECT_GE(bench.server().ReadCounters().open, kSlow) << "the slow ones were let go";
+  EXPECT_EQ(bench.server().ReadCounters().refused, 0U);
+  // Those that were patient are answered still.
+  slow[0]->Send(slow[0]->host() + "\r\n\r\n");
+  EXPECT_EQ(slow[0]->ReadAnswer().status, 200);
+  EXPECT_EQ(slow[3]->Get("/x").status, 200);
 }
 
 TEST(Server, servesManyConnectionsAtOnce) {
