@@ -3,16 +3,15 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
+#include <cstdio>
 #include <filesystem>
-#include <map>
-#include <memory>
 #include <random>
 #include <set>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -20,6 +19,7 @@
 #include "cli/temporary_directory.h"
 #include "host/host.h"
 #include "host_services/stock_host.h"
+#include "long_run.h"
 #include "market_server/market_server.h"
 #include "reference/kline_metadata.h"
 #include "reference/package_key.h"
@@ -109,64 +109,118 @@ TEST_F(ReferenceHardship, survivesEveryFaultOfAnswersAndPackages) {
   }
 }
 
-TEST_F(ReferenceHardship, leavesNoTornFileAndNoRowAheadOfItsFileWhenKilled) {
-  const char* const value = std::getenv("CSM_LONG");
-  const int deaths = value != nullptr && std::string_view(value) == "1" ? 500 : 15;
-  std::mt19937 random{20240315};  // NOLINT(cert-msc51-cpp): the same moments in every run
-  const std::set<std::string> known = {"metadata/kline.meta.gzip", "kline/sh600000/day.bfq.dat",
-                                       "kline/sh600000/trace.db"};
-  int with_row = 0;
-  std::chrono::microseconds update{};  // how long one takes on this machine
-  for (int death = 0; death < deaths; ++death) {
-    {
-      tests::ChildProcess child({REFERENCE_CHILD, server_.url(), Data()},
-                                {{"CSM_KEY_ID", kKeyId}, {"CSM_KEY", kKey}});
-      ASSERT_TRUE(child.ReadUntilOutput("ready")) << child.errors();
-      if (death == 0) {
-        const auto began = std::chrono::steady_clock::now();
-        ASSERT_TRUE(child.ReadUntilOutput("updated")) << child.errors();
-        update =
-            std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - began);
-      } else {
-        std::this_thread::sleep_for(std::chrono::microseconds(
-            std::uniform_int_distribution<std::int64_t>(0, 2 * update.count())(random)));
-      }
-      child.Signal(SIGKILL);
-      ASSERT_EQ(child.Wait(), 128 + SIGKILL);
+// --- Sudden death ---
+
+// A client works on its files while the server has something new every day, and is killed.
+class ReferenceDeath : public ReferenceHardship {
+ protected:
+  static int Deaths() { return Rounds(10, 500); }
+
+  // The evening of a day, when the server has new packages if it was a trading day.
+  void SetEvening(int day) {
+    const std::chrono::year_month_day date(std::chrono::sys_days(std::chrono::January / 4 / 2022) +
+                                           std::chrono::days(day));
+    std::array<char, 32> clock{};
+    std::snprintf(clock.data(), clock.size(), "%04d-%02u-%02u 18:00:01", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
+    server_.SetClock(clock.data());
+  }
+
+  // Lets a client work and kills it at some moment of its first two updates. True when it left something
+  // unfinished.
+  bool WorkAndDie(const std::string& work) {
+    tests::ChildProcess child({REFERENCE_CHILD, server_.url(), Data(), work},
+                              {{"CSM_KEY_ID", kKeyId}, {"CSM_KEY", kKey}});
+    EXPECT_TRUE(child.ReadUntilOutput("ready")) << child.errors();
+    if (update_.count() == 0) {
+      const auto began = std::chrono::steady_clock::now();
+      EXPECT_TRUE(child.ReadUntilOutput("updated")) << child.errors();
+      update_ =
+          std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - began);
+    } else {
+      std::this_thread::sleep_for(std::chrono::microseconds(
+          std::uniform_int_distribution<std::int64_t>(0, 2 * update_.count())(random_)));
     }
+    child.Signal(SIGKILL);
+    EXPECT_EQ(child.Wait(), 128 + SIGKILL);
+    return !OnlyFinishedFiles();
+  }
+
+  bool OnlyFinishedFiles() const {
+    static const std::set<std::string> kFinished = {"metadata/kline.meta.gzip", "kline/sh600000/day.bfq.dat",
+                                                    "kline/sh600000/trace.db"};
+    const std::set<std::string> files = FilesOnDisk();
+    return std::includes(kFinished.begin(), kFinished.end(), files.begin(), files.end());
+  }
+
+  // What a file unpacks to; empty when there is none. A torn one fails the test.
+  static std::string Unpacked(const std::wstring& path) {
+    std::string text;
+    if (fs::exists(path)) {
+      EXPECT_TRUE(GZipExtract(path.c_str(), text)) << "torn";
+    }
+    return text;
+  }
+
+ private:
+  std::mt19937 random_{20240315};       // NOLINT(cert-msc51-cpp): the same moments in every run
+  std::chrono::microseconds update_{};  // how long one takes on this machine
+};
+
+TEST_F(ReferenceDeath, leavesNoTornMetadata) {
+  int unfinished = 0;
+  int found = 0;
+  for (int death = 0; death < Deaths(); ++death) {
+    SetEvening(death);
+    unfinished += WorkAndDie("metadata") ? 1 : 0;
     // The next start; its tasks, the sweep among them, are finished by its end.
     StartHost();
-    const std::wstring metadata = stock::GetKLineMetaFilePath() + L"/kline.meta.gzip";
-    std::string text;
-    if (fs::exists(metadata)) {
-      ASSERT_TRUE(GZipExtract(metadata.c_str(), text)) << "death " << death;
-      const auto read = reference::KLineMetadata::FromText(std::move(text));
-      ASSERT_NE(read, nullptr);
-      EXPECT_EQ(read->Version(), "20240314");
+    if (std::string text = Unpacked(stock::GetKLineMetaFilePath() + L"/kline.meta.gzip"); !text.empty()) {
+      ++found;
+      const auto metadata = reference::KLineMetadata::FromText(std::move(text));
+      ASSERT_NE(metadata, nullptr) << "death " << death;
+      EXPECT_GT(metadata->Size(), 300U) << "death " << death;
     }
-    reference::PackageVersionStore store(kSymbol);
-    ASSERT_TRUE(store.IsOpen()) << "death " << death;
-    const KLineMetaInfo row = store.Get(reference::PackageKey(1, 1));
-    const std::wstring package = stock::GetKLineFilePath(kSymbol) + L"/day.bfq.dat";
-    if (fs::exists(package)) {
-      EXPECT_TRUE(GZipExtract(package.c_str(), text)) << "death " << death;
-    }
-    if (row.count > 0) {
-      ++with_row;
-      EXPECT_EQ(row.version, L"20240314");
-      EXPECT_TRUE(fs::exists(package)) << "a row without its file, death " << death;
-    }
-    // The next update takes the journal of the one that was cut short with it.
-    store.Set(reference::PackageKey(2, 1), {L"1", death});
+    reference::CStockCommon service;
+    service.FinishRound({1, false});
+    EXPECT_GT(service.GetKLineMetaInfo(kSymbol, 1, 1).count, 0) << "death " << death;
     stock_host::Stop();
-    for (const std::string& file : FilesOnDisk()) {
-      EXPECT_TRUE(known.contains(file)) << "left behind: " << file;
-    }
-    // Every other round begins without anything.
-    if (death % 2 == 1) {
-      fs::remove_all(Data());
-    }
+    EXPECT_TRUE(OnlyFinishedFiles()) << "death " << death;
   }
+  Note("deaths", Deaths());
+  Note("with a download unfinished", unfinished);
+  Note("with a whole file", found);
+  EXPECT_GT(found, 0) << "no download was ever finished";
+}
+
+TEST_F(ReferenceDeath, leavesNoRowAheadOfItsPackage) {
+  int unfinished = 0;
+  int with_row = 0;
+  int newest = 0;
+  for (int death = 0; death < Deaths(); ++death) {
+    SetEvening(death);
+    unfinished += WorkAndDie("package") ? 1 : 0;
+    StartHost();
+    const std::string package = Unpacked(stock::GetKLineFilePath(kSymbol) + L"/day.bfq.dat");
+    const auto candles = std::count(package.begin(), package.end(), '\n');
+    {
+      reference::PackageVersionStore store(kSymbol);
+      ASSERT_TRUE(store.IsOpen()) << "death " << death;
+      const KLineMetaInfo row = store.Get(reference::PackageKey(1, 1));
+      EXPECT_LE(row.count, candles) << "the row is ahead of its file, death " << death;
+      EXPECT_GE(row.count, newest) << "a row went back, death " << death;
+      newest = row.count;
+      with_row += row.count > 0 ? 1 : 0;
+      // The next update takes the journal of the one that was cut short with it.
+      store.Set(reference::PackageKey(2, 1), {L"1", death});
+      EXPECT_EQ(store.Get(reference::PackageKey(2, 1)), (KLineMetaInfo{L"1", death}));
+    }
+    stock_host::Stop();
+    EXPECT_TRUE(OnlyFinishedFiles()) << "death " << death;
+  }
+  Note("deaths", Deaths());
+  Note("with a file or a row unfinished", unfinished);
+  Note("with a row", with_row);
   EXPECT_GT(with_row, 0) << "no update was ever finished";
 }
 
