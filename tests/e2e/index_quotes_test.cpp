@@ -10,18 +10,13 @@
 #include <condition_variable>
 #include <fstream>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "c_stock_market.h"
-#include "cli/temporary_directory.h"
-#include "host/host.h"
-#include "host_services/stock_host.h"
-#include "market_server/market_server.h"
+#include "live_market.h"
 
 namespace {
 
@@ -64,40 +59,9 @@ class Collector final : public IUpdate1<IndexList> {
   std::vector<IndexList> lists_;
 };
 
-class IndexQuotesTest : public testing::Test {
+class IndexQuotesTest : public LiveMarketTest {
  protected:
-  IndexQuotesTest() {
-    options_.clock = kMorning;
-    options_.keys = {{"tester", "a secret of the test"}};
-  }
-
-  ~IndexQuotesTest() override {
-    DestroyStockMarket();
-    stock_host::Stop();
-  }
-
-  void StartServer() {
-    server_ = std::make_unique<market_server::Server>(options_);
-    server_->Start();
-    options_.port = server_->port();  // the next one takes its place
-  }
-
-  void StartHost() {
-    stock_host::Settings settings;
-    settings.api_root = "http://127.0.0.1:" + std::to_string(options_.port);
-    settings.key_id = "tester";
-    settings.key = "a secret of the test";
-    settings.data_directory = directory_.path() + "/data";
-    settings.log_directory = directory_.path() + "/log";
-    settings.config_directory = directory_.path() + "/config";
-    std::string error;
-    ASSERT_TRUE(stock_host::Start(settings, error)) << error;
-  }
-
-  void StartAll() {
-    StartServer();
-    StartHost();
-  }
+  IndexQuotesTest() { options_.clock = kMorning; }
 
   // Attaches and resumes `view`, and waits for its first list.
   void Show(Collector& view) {
@@ -107,12 +71,8 @@ class IndexQuotesTest : public testing::Test {
   }
 
   // What the server answers to the service's own request at this moment.
-  std::string AnswerOfTheServer() {
-    std::string body;
-    const std::wstring url = pattern::CSingleton<UrlHelper>::GetInstance()->GetSigniture(
-        L"/pc/rt/stock_detail_list", {{"stock_arr", R"(["sh000001","sz399001","sz399006"])"}});
-    EXPECT_TRUE(GetSync(url, body, {}, 8));
-    return body;
+  static std::string AnswerOfTheServer() {
+    return Ask(L"/pc/rt/stock_detail_list", {{"stock_arr", R"(["sh000001","sz399001","sz399006"])"}});
   }
 
   // The warnings and errors in the log so far, without time and level.
@@ -138,10 +98,6 @@ class IndexQuotesTest : public testing::Test {
     }
     return Warnings();
   }
-
-  const cli::TemporaryDirectory directory_;
-  market_server::Options options_;
-  std::unique_ptr<market_server::Server> server_;
 };
 
 // The polling thread's first round may ask beside the view: how many requests there were is not the tests' to
