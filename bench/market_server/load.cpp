@@ -8,9 +8,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "market_server/market_server.h"
@@ -19,12 +21,20 @@
 
 namespace {
 
-using market_server::testing::End;
+using market_server::testing::QueryMap;
 using market_server::testing::RawClient;
 using market_server::testing::Signer;
 using Clock = std::chrono::steady_clock;
 
 constexpr double kLimitMilliseconds = 50;
+
+/// What a client with a few views asks for, by turns.
+const std::pair<std::string, QueryMap> kAsked[] = {
+    {"/pc/rt/stock_detail_list", {{"stock_arr", R"(["sh000001","sz399001","sz399006"])"}}},
+    {"/pc/rt/stock_detail_list", {{"stock_arr", R"(["sh600000"])"}}},
+    {"/pc/rt/get",
+     {{"stock_type", "cn_a"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "50"}}},
+    {"/pc/rt/get_day_time", {{"stock_arr", R"(["sh600000"])"}}}};
 
 long Argument(int count, char** values, int index, long fallback, long most) {
   if (index >= count) return fallback;
@@ -78,8 +88,8 @@ int main(int count, char** values) {
   const auto end = Clock::now() + std::chrono::seconds(seconds);
   while (Clock::now() < end) {
     signer.time = static_cast<std::int64_t>(server.Now());
-    const std::string target =
-        signer.Sign("/pc/rt/stock_detail_list", {{"stock_arr", R"(["sh000001","sz399001","sz399006"])"}});
+    const auto& [path, parameters] = kAsked[times.size() % std::size(kAsked)];
+    const std::string target = signer.Sign(path, parameters);
     const auto begin = Clock::now();
     good = good && client.Get(target).body.starts_with("{\"errno\":0,");
     times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());

@@ -1,6 +1,6 @@
 // How quickly the market server starts and answers, and how much memory it takes: the full market, one
 // serving thread, one client on one connection, over loopback. Each benchmark checks its answer before it
-// times it.
+// times it. The CPU column is that of the whole process, client included: what one core would need.
 #include <benchmark/benchmark.h>
 
 #include <fstream>
@@ -32,8 +32,18 @@ Options FullMarket(double speed) {
 class Site {
  public:
   static Site& Get() {
-    static auto& site = *new Site(0);
+    static auto& site = *[] {
+      auto* const made = new Site(0);
+      // The history of the indices, which the server prepares by itself, would be measured otherwise.
+      (void)made->AskUnsigned(HistoryOf("sh000001"));
+      return made;
+    }();
     return site;
+  }
+
+  static std::string HistoryOf(const std::string& symbol) {
+    return "/kql?q={%22foo%22:[%22kline.day%22,{%22symbol%22:%22" + symbol +
+           "%22,%22mtime%22:0,%22type%22:%22bfq%22,%22offset%22:0,%22limit%22:1000}]}";
   }
 
   explicit Site(double speed) : server_(FullMarket(speed)) {
@@ -97,18 +107,18 @@ void StartToReady(benchmark::State& state) {
     if (!Site::Good(site.Ask("/pc/rt/stock_version", {}))) state.SkipWithError("no answer");
   }
 }
-BENCHMARK(StartToReady)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(StartToReady)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void QuoteOfOneStock(benchmark::State& state) {
   TimeRequests(state, Site::Get(), "/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh600000\"]"}}, 300);
 }
-BENCHMARK(QuoteOfOneStock)->UseRealTime();
+BENCHMARK(QuoteOfOneStock)->MeasureProcessCPUTime()->UseRealTime();
 
 void QuotesOfThreeIndices(benchmark::State& state) {
   TimeRequests(state, Site::Get(), "/pc/rt/stock_detail_list",
                {{"stock_arr", R"(["sh000001","sz399001","sz399006"])"}}, 500);
 }
-BENCHMARK(QuotesOfThreeIndices)->UseRealTime();
+BENCHMARK(QuotesOfThreeIndices)->MeasureProcessCPUTime()->UseRealTime();
 
 QueryMap Page(const std::string& end, const std::string& column = "change") {
   return {{"stock_type", "cn_a"}, {"sort_key", column}, {"sort_type", "desc"}, {"start", "0"}, {"end", end}};
@@ -117,24 +127,24 @@ QueryMap Page(const std::string& end, const std::string& column = "change") {
 void PageOfFiftyRows(benchmark::State& state) {
   TimeRequests(state, Site::Get(), "/pc/rt/get", Page("50"), 20'000);
 }
-BENCHMARK(PageOfFiftyRows)->UseRealTime();
+BENCHMARK(PageOfFiftyRows)->MeasureProcessCPUTime()->UseRealTime();
 
 void WholeBoard(benchmark::State& state) {
   TimeRequests(state, Site::Get(), "/pc/rt/get", Page("-1"), 2'000'000);
 }
-BENCHMARK(WholeBoard)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(WholeBoard)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void WholeBoardOfANewMoment(benchmark::State& state) {
   // A fast clock: every request falls into another tick, so nothing that was computed can be used again.
   static auto& site = *new Site(1000);
   TimeRequests(state, site, "/pc/rt/get", Page("-1"), 2'000'000);
 }
-BENCHMARK(WholeBoardOfANewMoment)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(WholeBoardOfANewMoment)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void MinuteLineOfAStock(benchmark::State& state) {
   TimeRequests(state, Site::Get(), "/pc/rt/get_day_time", {{"stock_arr", "[\"sh600000\"]"}}, 2000);
 }
-BENCHMARK(MinuteLineOfAStock)->UseRealTime();
+BENCHMARK(MinuteLineOfAStock)->MeasureProcessCPUTime()->UseRealTime();
 
 void PackageOfDays(benchmark::State& state) {
   Site& site = Site::Get();
@@ -149,7 +159,7 @@ void PackageOfDays(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
   state.counters["bytes"] = static_cast<double>(first.body.size());
 }
-BENCHMARK(PackageOfDays)->UseRealTime();
+BENCHMARK(PackageOfDays)->MeasureProcessCPUTime()->UseRealTime();
 
 /// Every endpoint for five hundred stocks; the counter is what the process holds then, this client included.
 void MemoryAfterFiveHundredStocks(benchmark::State& state) {
@@ -182,16 +192,32 @@ void MemoryAfterFiveHundredStocks(benchmark::State& state) {
                                "/pc/rt/stock_in_out"}) {
         ask(path, one);
       }
+      ask("/pc/rt/get_day_htime", {{"stock", code}, {"date", "20240313"}});
       ask("/pc/rt/get_choice_htime", {{"stock", code}, {"date", "20240314"}, {"rn", "5"}});
       for (const char* period : {"day", "week", "month"}) {
         fetch("/static/kline." + code + "." + period + ".qfq." + version + ".gzip");
       }
+      fetch(Site::HistoryOf(code));
+    }
+    const QueryMap stocks = {{"stock_type", ""}, {"sort_key", "tr"}, {"sort_type", ""},
+                             {"start", "0"},     {"end", "-1"},      {"num", "50"}};
+    for (const char* path :
+         {"/pc/rt/get", "/pc/rt/stock_price_list", "/pc/rt/get_stock_rank", "/pc/rt/stock_five_change"}) {
+      ask(path, stocks);
+    }
+    QueryMap plates = stocks;
+    plates["bk_type"] = "";
+    plates["bk_code"] = "bk1001";
+    for (const char* path :
+         {"/pc/rt/get_bk_detail", "/pc/rt/bk_price_list", "/pc/rt/get_bk_zone_list", "/pc/rt/get_bk_rank"}) {
+      ask(path, plates);
     }
     for (const char* path : {"/pc/rt/get_basic_info", "/pc/rt/get_bk_list", "/pc/rt/stock_index_list",
                              "/pc/rt/stock_trade", "/pc/rt/stock_buy"}) {
       ask(path, {});
     }
     ask("/pc/rt/stock_in_bk", {{"category", ""}});
+    ask("/pc/rt/trade_date", {{"date", "2024"}});
     for (const char* date : {"0", "20240313", "20230313"}) {
       ask("/pc/rt/stock_min_num", {{"date", date}});
       ask("/pc/rt/stock_min_average", {{"date", date}});
@@ -199,12 +225,14 @@ void MemoryAfterFiveHundredStocks(benchmark::State& state) {
     }
     ask("/pc/monitor/get_monitor", {{"date", "1710469800"}});
     fetch("/static/kline.meta.gzip");
-    ask("/pc/rt/get_bk_rank",
-        {{"bk_type", "hy"}, {"sort_key", "change"}, {"sort_type", "desc"}, {"num", "10"}});
   }
   state.counters["MiB"] = ResidentMebibytes();
 }
-BENCHMARK(MemoryAfterFiveHundredStocks)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(MemoryAfterFiveHundredStocks)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 }  // namespace
 }  // namespace market_server
