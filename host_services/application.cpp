@@ -1,9 +1,11 @@
 // Start and stop of the host services, in the one order that lets every request, task and observer end well.
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -15,6 +17,8 @@
 #include "host/tasks.h"
 #include "http.h"
 #include "log.h"
+#include "recorder.h"
+#include "replayer.h"
 #include "signing.h"
 #include "stock_host.h"
 #include "tasks.h"
@@ -77,9 +81,20 @@ bool MakeDirectory(const std::string& directory, const char* what, std::string& 
   return true;
 }
 
+// A replay sends nothing: any server and any key will do, and the user's own have no place there.
+void LeaveNetworkOut(Settings& settings) {
+  settings.api_root = "http://replay.invalid";
+  settings.static_root.clear();
+  settings.history_root.clear();
+  settings.proxy.clear();
+  settings.ca_file.clear();
+  settings.key_id = "replay";
+  settings.key = "replay";
+}
+
 }  // namespace
 
-bool Start(const Settings& settings, std::string& error) {
+bool Start(const Settings& wanted, std::string& error) {
   error.clear();
   if (OnHostThread()) {
     error = "the host services cannot be started from one of their own threads";
@@ -90,6 +105,19 @@ bool Start(const Settings& settings, std::string& error) {
   if (life.running) {
     error = "the host services run already";
     return false;
+  }
+  Settings settings = wanted;
+  std::shared_ptr<Replayer> replayer;
+  if (!settings.replay_directory.empty()) {
+    if (!settings.record_directory.empty()) {
+      error = "a replay cannot be recorded";
+      return false;
+    }
+    replayer = Replayer::Open(settings.replay_directory, settings.replay_speed, error);
+    if (!replayer) {
+      return false;
+    }
+    LeaveNetworkOut(settings);
   }
   const auto addresses = ParseAddresses(settings, error);
   if (!addresses) {
@@ -110,7 +138,22 @@ bool Start(const Settings& settings, std::string& error) {
     return false;
   }
   ResetCounters();
+  std::shared_ptr<Recorder> recorder;
+  if (!settings.record_directory.empty()) {
+    recorder = Recorder::Open(settings.record_directory, error);
+    if (!recorder) {
+      CloseLog();
+      return false;
+    }
+    Log(Severity::kInfo, "every exchange is recorded in " + settings.record_directory);
+  }
   ResetServerClock();
+  if (replayer) {
+    const auto now = std::chrono::steady_clock::now();
+    ServerClock().Reset(replayer->start(), now);
+    replayer->Begin(now);
+    Log(Severity::kInfo, "every request is answered from the record in " + settings.replay_directory);
+  }
   SetAddresses(addresses);
   SetDataRoot(data);
   Log(Severity::kInfo,
@@ -120,7 +163,7 @@ bool Start(const Settings& settings, std::string& error) {
           (addresses->key.empty() ? ", no key" : ", key id " + addresses->key_id) + ", data in " + data);
   try {
     StartTasks();
-    TheHttpClient().Start({settings.proxy, settings.ca_file, &FollowServer});
+    TheHttpClient().Start({settings.proxy, settings.ca_file, &FollowServer, recorder, replayer});
     TheWatchList().Start(config);
     base::TaskManagerInstance()->AddTask(&SweepLeftovers);
   } catch (const std::exception& e) {

@@ -103,6 +103,18 @@ void CountConnections(std::uint64_t opened) {
   state.counters.connections += opened;
 }
 
+void CountRecorded() {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  ++state.counters.recorded;
+}
+
+void CountRecordingFailure(const std::string& reason) {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  state.counters.recording_failure = reason;
+}
+
 Connection ConnectionState() {
   CounterState& state = State();
   const std::lock_guard lock(state.mutex);

@@ -19,4 +19,9 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
 
 void CountConnections(std::uint64_t opened);
 
+/// An exchange stands in the record.
+void CountRecorded();
+/// The recording has ended for this reason.
+void CountRecordingFailure(const std::string& reason);
+
 }  // namespace stock_host

@@ -44,6 +44,7 @@ class Exchange {
   HttpClient::Done done;
   bool wakes_caller = false;  ///< `done` does no more than that, and needs no thread of its own
   std::string endpoint;
+  const Steady::time_point asked = Steady::now();
   Steady::time_point deadline;
   bool asked_again = false;
 

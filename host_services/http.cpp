@@ -15,8 +15,11 @@
 #include <vector>
 
 #include "addresses.h"
+#include "clock.h"
 #include "counters.h"
 #include "exchange.h"
+#include "recorder.h"
+#include "replayer.h"
 #include "worker_pool.h"
 
 namespace stock_host {
@@ -115,15 +118,24 @@ class HttpClient::Network {
       curl_multi_perform(multi_, &active);
       Collect();
       Expire();
+      Play();
       curl_multi_poll(multi_, nullptr, 0, MillisecondsToDeadline(), nullptr);
     }
     while (!exchanges_.empty()) {
       Complete(exchanges_.begin()->first,
                FailedAnswer(HttpError::kStopped, "the host services were stopped"));
     }
+    for (auto& [due, played] : played_) {
+      Finish(std::move(played.exchange), FailedAnswer(HttpError::kStopped, "the host services were stopped"));
+    }
   }
 
  private:
+  struct Played {
+    std::unique_ptr<Exchange> exchange;
+    HttpAnswer answer;
+  };
+
   // False when the client was stopped.
   bool TakeArrived() {
     std::vector<std::unique_ptr<Exchange>> arrived;
@@ -134,6 +146,10 @@ class HttpClient::Network {
       running = impl_.running;
     }
     for (auto& exchange : arrived) {
+      if (settings_.replayer) {
+        Schedule(std::move(exchange));
+        continue;
+      }
       if (!exchange->SetUp(settings_) || curl_multi_add_handle(multi_, exchange->handle()) != CURLM_OK) {
         Finish(std::move(exchange), FailedAnswer(HttpError::kInvalid, "the request cannot be set up"));
         continue;
@@ -144,6 +160,31 @@ class HttpClient::Network {
     }
     return running;
   }
+
+  // An answer from the record takes its time, as far as the limit allows.
+  void Schedule(std::unique_ptr<Exchange> exchange) {
+    Replayer::Answer given = settings_.replayer->AnswerTo(exchange->request.url, exchange->asked);
+    Steady::time_point due = exchange->asked + given.after;
+    if (due > exchange->deadline) {
+      due = exchange->deadline;
+      given.answer = LateAnswer();
+    }
+    played_.emplace(due, Played{std::move(exchange), std::move(given.answer)});
+  }
+
+  void Play() {
+    const auto now = Steady::now();
+    while (!played_.empty() && played_.begin()->first <= now) {
+      Played played = std::move(played_.begin()->second);
+      played_.erase(played_.begin());
+      if (played.answer.error == HttpError::kNone || played.answer.error == HttpError::kStatus) {
+        settings_.replayer->Teach(ServerClock(), now);
+      }
+      Finish(std::move(played.exchange), std::move(played.answer));
+    }
+  }
+
+  static HttpAnswer LateAnswer() { return FailedAnswer(HttpError::kTimeout, "not complete in time"); }
 
   void Collect() {
     int left = 0;
@@ -180,16 +221,20 @@ class HttpClient::Network {
   void Expire() {
     const auto now = Steady::now();
     while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
-      Complete(deadlines_.begin()->second, FailedAnswer(HttpError::kTimeout, "not complete in time"));
+      Complete(deadlines_.begin()->second, LateAnswer());
     }
   }
 
   int MillisecondsToDeadline() const {
     constexpr std::chrono::milliseconds kLongest{60000};
-    if (deadlines_.empty()) {
-      return static_cast<int>(kLongest.count());
+    auto next = Steady::now() + kLongest;
+    if (!deadlines_.empty()) {
+      next = std::min(next, deadlines_.begin()->first);
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadlines_.begin()->first - Steady::now());
+    if (!played_.empty()) {
+      next = std::min(next, played_.begin()->first);
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Steady::now());
     return static_cast<int>(std::clamp(left, std::chrono::milliseconds{0}, kLongest).count());
   }
 
@@ -209,6 +254,10 @@ class HttpClient::Network {
   }
 
   void Finish(std::unique_ptr<Exchange> exchange, HttpAnswer answer) {
+    if (settings_.recorder) {
+      settings_.recorder->Record(exchange->request, exchange->endpoint, exchange->asked, Steady::now(),
+                                 exchange->Report(), answer);
+    }
     CountCompleted(exchange->endpoint, answer.error, answer.reason, answer.body.size(),
                    std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
     Done done = std::move(exchange->done);
@@ -225,6 +274,7 @@ class HttpClient::Network {
   const HttpSettings settings_;
   std::map<CURL*, std::unique_ptr<Exchange>> exchanges_;
   std::set<std::pair<Steady::time_point, CURL*>> deadlines_;
+  std::multimap<Steady::time_point, Played> played_;
 };
 
 HttpClient::HttpClient() : impl_(std::make_unique<Impl>()) {}
@@ -273,6 +323,7 @@ void HttpClient::StopNetwork() {
   network.join();
   const std::lock_guard lock(impl_->mutex);
   curl_multi_cleanup(std::exchange(impl_->multi, nullptr));
+  impl_->settings = {};  // closes the record
 }
 
 void HttpClient::FinishCompletions() {
@@ -288,7 +339,7 @@ void HttpClient::FinishCompletions() {
 
 void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
   auto exchange = std::make_unique<Exchange>(std::move(request));
-  exchange->deadline = Steady::now() + exchange->request.limit;
+  exchange->deadline = exchange->asked + exchange->request.limit;
   exchange->endpoint = EndpointOf(*CurrentAddresses(), exchange->request.url);
   exchange->wakes_caller = wakes_caller;
   std::string url = SendableUrl(exchange->request.url);

@@ -50,12 +50,17 @@ struct HttpHeaderReport {
   std::chrono::steady_clock::time_point received;
 };
 
+class Recorder;
+class Replayer;
+
 struct HttpSettings {
   std::string proxy;
   std::string ca_file;
   /// Called for each complete answer, whatever its status, on the network thread. A URL that it gives is
   /// asked instead, once for each request and within the same limit.
   std::function<std::string(const HttpHeaderReport&)> correct;
+  std::shared_ptr<Recorder> recorder;  ///< told of each exchange that ends; may be null
+  std::shared_ptr<Replayer> replayer;  ///< answers in place of any server, if not null
 };
 
 class HttpClient {

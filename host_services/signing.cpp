@@ -36,10 +36,6 @@ std::string Hex(const unsigned char* bytes, std::size_t size) {
   return text;
 }
 
-bool IsReserved(std::string_view name) {
-  return std::find(kReserved.begin(), kReserved.end(), name) != kReserved.end();
-}
-
 // `pairs` are encoded and hold no reserved name; `path` is encoded.
 std::string Sign(const Addresses& addresses, const std::string& path, std::vector<Pair> pairs,
                  const SigningMark& mark) {
@@ -94,6 +90,10 @@ std::optional<SignedParts> Split(const Addresses& addresses, std::string_view ur
 
 }  // namespace
 
+bool IsSigningParameter(std::string_view name) {
+  return std::find(kReserved.begin(), kReserved.end(), name) != kReserved.end();
+}
+
 std::string HmacSha256(std::string_view key, std::string_view text) {
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned size = 0;
@@ -109,7 +109,7 @@ std::string SignedUrl(const Addresses& addresses, std::string_view path,
                       const std::map<std::string, std::string>& parameters, const SigningMark& mark) {
   std::vector<Pair> pairs;
   for (const auto& [name, value] : parameters) {
-    if (IsReserved(name)) {
+    if (IsSigningParameter(name)) {
       return {};
     }
     pairs.emplace_back(PercentEncoded(name), PercentEncoded(value));
@@ -137,7 +137,7 @@ std::string SignedAnew(const Addresses& addresses, std::string_view url, const S
   if (!parts) {
     return {};
   }
-  std::erase_if(parts->pairs, [](const Pair& pair) { return IsReserved(pair.first); });
+  std::erase_if(parts->pairs, [](const Pair& pair) { return IsSigningParameter(pair.first); });
   return Sign(addresses, parts->path, std::move(parts->pairs), mark);
 }
 

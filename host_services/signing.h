@@ -33,6 +33,9 @@ struct SigningMark {
 [[nodiscard]] std::string SignedAnew(const Addresses& addresses, std::string_view url,
                                      const SigningMark& mark);
 
+/// True for the name of a parameter that belongs to a signature.
+[[nodiscard]] bool IsSigningParameter(std::string_view name);
+
 /// Now by the server's clock, and a fresh nonce. Nothing when the machine has no random numbers.
 [[nodiscard]] std::optional<SigningMark> NewSigningMark();
 

@@ -25,6 +25,15 @@ struct Settings {
   std::string data_directory;    ///< default: $XDG_DATA_HOME/csm or ~/.local/share/csm
   std::string log_directory;     ///< default: $XDG_STATE_HOME/csm or ~/.local/state/csm
   std::string config_directory;  ///< holds the watch list; default: $XDG_CONFIG_HOME/csm or ~/.config/csm
+  /// Every exchange is kept in a record in this directory, without key, key id and signature. The directory
+  /// must be missing, empty or hold a record, which is continued. Empty: nothing is recorded.
+  std::string record_directory;
+  /// Requests are answered from the record in this directory and nothing is sent; addresses, key and proxy do
+  /// not matter. The recorded time begins at the record's start with `Start`; a request gets the latest
+  /// answer recorded at or before its moment, else the first, after the time that this one took; one that was
+  /// never recorded gets status 404. The server's clock follows the recorded Date headers.
+  std::string replay_directory;
+  double replay_speed = 1;  ///< seconds of recorded time in a second, 0.001 to 100,000
   bool log_to_stderr = false;
   std::string log_level = "info";  ///< "trace", "debug", "info", "warn", "error", "off"
 };
@@ -79,6 +88,8 @@ struct Counters {
   std::uint64_t under_way = 0;
   std::uint64_t bytes_received = 0;  ///< of bodies, unpacked
   std::uint64_t connections = 0;     ///< opened; a reused one counts once
+  std::uint64_t recorded = 0;        ///< exchanges written to `Settings::record_directory`
+  std::string recording_failure;     ///< why no more of them are; empty: nothing is wrong
   Failures failures;
   std::map<std::string, EndpointCounters> endpoints;
 };

@@ -1,0 +1,176 @@
+#include "replayer.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "addresses.h"
+#include "clock.h"
+#include "log.h"
+#include "recorded_exchange.h"
+
+namespace stock_host {
+namespace {
+
+constexpr std::size_t kNamedMisses = 1000;
+
+// The latest element that is not after `time`, else the first.
+template <class Elements, class TimeOf>
+auto ElementAt(const Elements& elements, std::int64_t time, TimeOf time_of) {
+  const auto after =
+      std::upper_bound(elements.begin(), elements.end(), time,
+                       [&](std::int64_t moment, const auto& element) { return moment < time_of(element); });
+  return after == elements.begin() ? after : std::prev(after);
+}
+
+bool ReadAt(int fd, std::int64_t at, std::size_t size, std::string& bytes) {
+  bytes.resize(size);
+  std::size_t have = 0;
+  while (have < size) {
+    const ssize_t got = pread(fd, bytes.data() + have, size - have, at + static_cast<std::int64_t>(have));
+    if (got < 0 && errno == EINTR) {
+      continue;
+    }
+    if (got <= 0) {
+      return false;
+    }
+    have += static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+HttpAnswer NotThere() {
+  HttpAnswer answer;
+  answer.error = HttpError::kStatus;
+  answer.status = 404;
+  answer.reason = "HTTP status 404";
+  return answer;
+}
+
+}  // namespace
+
+Replayer::~Replayer() {
+  close(fd_);
+}
+
+std::shared_ptr<Replayer> Replayer::Open(const std::string& directory, double speed, std::string& error) {
+  if (!(speed >= 0.001 && speed <= 100000)) {
+    error = "the speed of a replay is a number from 0.001 to 100000";
+    return nullptr;
+  }
+  const int fd = open(RecordFile(directory).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    const int number = errno;
+    error = "there is no record in \"" + directory + "\": " + std::generic_category().message(number);
+    return nullptr;
+  }
+  std::shared_ptr<Replayer> replayer(new Replayer(fd, speed));
+  return replayer->Read(directory, error) ? replayer : nullptr;
+}
+
+bool Replayer::Read(const std::string& directory, std::string& error) {
+  using Found = RecordReader::Found;
+  const auto reader = RecordReader::Open(directory, error);
+  if (!reader) {
+    return false;
+  }
+  const std::string file = "\"" + RecordFile(directory) + "\"";
+  std::optional<std::int64_t> start;
+  std::size_t damaged = 0;
+  Found found = Found::kEnd;
+  while ((found = reader->Next()) != Found::kEnd && found != Found::kTorn && found != Found::kLost) {
+    if (found == Found::kDamaged) {
+      ++damaged;
+      continue;
+    }
+    if (found == Found::kStart) {
+      start = std::min(start.value_or(reader->start()), reader->start());
+      continue;
+    }
+    RecordedExchange& exchange = reader->exchange();
+    start = std::min(start.value_or(exchange.asked), exchange.asked);
+    if (exchange.date >= 0) {
+      samples_.push_back({exchange.ended(), exchange.date, exchange.speed});
+    }
+    entries_[exchange.request].push_back({exchange.asked, exchange.duration, std::move(exchange.answer),
+                                          reader->body_at(), reader->body_size()});
+  }
+  if (damaged > 0) {
+    Log(Severity::kWarning,
+        "replay: " + std::to_string(damaged) + " damaged entries of " + file + " are left out");
+  }
+  if (found == Found::kTorn) {
+    Log(Severity::kWarning, "replay: the last entry of " + file + " was cut short; it is dropped");
+  }
+  if (found == Found::kLost) {
+    Log(Severity::kError, "replay: " + file + " is damaged; what stands behind the damage is left out");
+  }
+  if (entries_.empty()) {
+    error = "the record in \"" + directory + "\" holds no exchange";
+    return false;
+  }
+  start_ = *start;
+  for (auto& [request, entries] : entries_) {
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const Entry& a, const Entry& b) { return a.asked < b.asked; });
+  }
+  std::stable_sort(samples_.begin(), samples_.end(),
+                   [](const Sample& a, const Sample& b) { return a.at < b.at; });
+  return true;
+}
+
+void Replayer::Begin(Steady::time_point now) {
+  begun_ = now;
+}
+
+std::int64_t Replayer::RecordedTime(Steady::time_point now) const {
+  const double passed = std::chrono::duration<double, std::micro>(now - begun_).count() * speed_;
+  return start_ + std::llround(passed);
+}
+
+Replayer::Answer Replayer::AnswerTo(const std::string& url, Steady::time_point now) {
+  const std::string request = RequestText(*CurrentAddresses(), url);
+  const auto found = entries_.find(request);
+  if (found == entries_.end()) {
+    if (missed_.size() < kNamedMisses && missed_.insert(request).second) {
+      Log(Severity::kWarning, "replay: never recorded: " + request);
+    }
+    return {NotThere(), {}};
+  }
+  const auto entry =
+      ElementAt(found->second, RecordedTime(now), [](const Entry& candidate) { return candidate.asked; });
+  Answer given{entry->answer,
+               std::chrono::duration_cast<Steady::duration>(
+                   std::chrono::duration<double, std::micro>(static_cast<double>(entry->duration) / speed_))};
+  if (!ReadAt(fd_, entry->body_at, entry->body_size, given.answer.body)) {
+    given.answer = {HttpError::kIncomplete, "the record cannot be read", 0, {}};
+  }
+  return given;
+}
+
+void Replayer::Teach(ServerClockModel& clock, Steady::time_point now) const {
+  if (samples_.empty()) {
+    return;
+  }
+  const std::int64_t time = RecordedTime(now);
+  const auto sample = ElementAt(samples_, time, [](const Sample& candidate) { return candidate.at; });
+  const double passed = std::max(0.0, static_cast<double>(time - sample->at) / 1e6);
+  // A clock that stood still is announced by 0, which is no speed that a clock can follow.
+  const double ran = sample->speed == "0" ? 0 : ParseSpeed(sample->speed.c_str()).value_or(1);
+  const double followed = ParseSpeed(sample->speed.c_str()).value_or(1);
+  (void)clock.Learn(sample->date + static_cast<std::int64_t>(std::floor(passed * ran)), followed * speed_,
+                    now);
+}
+
+double Replayer::start() const {
+  return static_cast<double>(start_) / 1e6;
+}
+
+}  // namespace stock_host

@@ -1,0 +1,77 @@
+// Answers requests from a record. Used by one thread at a time; http.cpp's network thread once it runs.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "http.h"
+
+namespace stock_host {
+
+class ServerClockModel;
+
+class Replayer {
+ public:
+  using Steady = std::chrono::steady_clock;
+
+  /// Reads the record in `directory`; answers stay on the disk. `speed` is seconds of recorded time in a
+  /// second, from 0.001 to 100,000. Null with `error` when there is no record or it holds no exchange. An
+  /// entry that is damaged or cut short is left out with a line in the log.
+  [[nodiscard]] static std::shared_ptr<Replayer> Open(const std::string& directory, double speed,
+                                                      std::string& error);
+  ~Replayer();
+  Replayer(const Replayer&) = delete;
+  Replayer& operator=(const Replayer&) = delete;
+
+  /// From `now` on the recorded time runs, beginning at the record's start.
+  void Begin(Steady::time_point now);
+
+  struct Answer {
+    HttpAnswer answer;
+    Steady::duration after{};  ///< how long it takes
+  };
+  /// What the request, asked at `now`, is answered: the latest recorded answer to the same request that was
+  /// asked at or before this moment of the recorded time, else the first. One that was never recorded gets
+  /// status 404 and, once, a line in the log.
+  [[nodiscard]] Answer AnswerTo(const std::string& url, Steady::time_point now);
+
+  /// Tells `clock` what the recorded Date headers say of this moment.
+  void Teach(ServerClockModel& clock, Steady::time_point now) const;
+
+  /// The machine's clock when the record was begun, Unix seconds.
+  [[nodiscard]] double start() const;
+
+ private:
+  struct Entry {
+    std::int64_t asked = 0;
+    std::int64_t duration = 0;
+    HttpAnswer answer;  // its body is in the file
+    std::int64_t body_at = 0;
+    std::size_t body_size = 0;
+  };
+  struct Sample {
+    std::int64_t at = 0;
+    std::int64_t date = 0;
+    std::string speed;
+  };
+
+  Replayer(int fd, double speed) : fd_(fd), speed_(speed) {}
+  [[nodiscard]] bool Read(const std::string& directory, std::string& error);
+  [[nodiscard]] std::int64_t RecordedTime(Steady::time_point now) const;
+
+  const int fd_;
+  const double speed_;
+  std::map<std::string, std::vector<Entry>> entries_;  // by request, in the order of their times
+  std::vector<Sample> samples_;                        // in the order of their times
+  std::int64_t start_ = 0;
+  Steady::time_point begun_{};
+  std::set<std::string> missed_;
+};
+
+}  // namespace stock_host
