@@ -66,7 +66,8 @@ bool KLineHistory::Wanted::Download(const std::wstring& path, reference::Package
     return false;
   }
   common::ForceRemoveFile(path.c_str());
-  if (!DownloadFileSyncWithRetry(url, path, kDownloadTries, kDownloadSeconds) || !ReadFile(path, candles)) {
+  if (!DownloadFileSyncWithRetry(url, path, kDownloadTries, kDownloadSeconds) || !ReadFile(path, candles) ||
+      (candles.empty() && announced.count > 0)) {
     return false;
   }
   store.Set(reference::PackageKey(period, adjustment), announced);

@@ -285,6 +285,15 @@ TEST_F(KLinePackages, asksForAThousandRowsOfTailAtMost) {
   EXPECT_EQ(Load().size(), 4U);
 }
 
+// An empty file in place of a package left the chart empty until the next version.
+TEST_F(KLinePackages, doesNotTrustAnEmptyDownloadWhereCandlesAreAnnounced) {
+  packages.Count(L"sh600000", 1, 1, 3);
+  host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip("\n"))));
+  host.Expect(Script(kHistoryPath).Inline(History(kDays)));
+  EXPECT_EQ(Load(), kSeries);
+  EXPECT_EQ(Stored(), KLineMetaInfo());
+}
+
 TEST_F(KLinePackages, takesAnEmptyPackageAsItIs) {
   host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip(""))));
   EXPECT_TRUE(Load().empty());

@@ -1,0 +1,412 @@
+// Minute lines and K-lines of the simulated market, through real HTTP, the real host services and the
+// library, against the market's own series.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <list>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "long_run.h"
+#include "running_market.h"
+
+namespace {
+
+namespace model = market_server::model;
+using Series = std::vector<KLineCandle>;
+
+constexpr const char* kFriday = "2024-03-15 10:30:00";
+constexpr const char* kFridayEvening = "2024-03-15 16:00:00";
+constexpr const char* kFridayNight = "2024-03-15 19:00:00";
+constexpr const char* kMonday = "2024-03-18 10:30:00";
+
+KLineCandle CandleOf(const model::Candle& candle) {
+  return {candle.date, candle.preclose, candle.open, candle.high, candle.close,
+          candle.low,  candle.vol,      candle.amt,  candle.tr};
+}
+
+bool Near(double left, double right) {
+  return std::fabs(left - right) <= 1e-9 * std::max(std::fabs(left), std::fabs(right));
+}
+
+// Equal, but for the rounding of sums.
+bool SameCandle(const KLineCandle& left, const KLineCandle& right) {
+  KLineCandle other = right;
+  other.amount = left.amount;
+  other.turnover = left.turnover;
+  return left == other && Near(left.amount, right.amount) && Near(left.turnover, right.turnover);
+}
+
+void ExpectSame(const Series& delivered, const Series& expected) {
+  ASSERT_EQ(delivered.size(), expected.size());
+  for (std::size_t place = 0; place < expected.size(); ++place) {
+    ASSERT_TRUE(SameCandle(delivered[place], expected[place]))
+        << "candle " << place << " of " << expected.size() << ": " << delivered[place].date << " with volume "
+        << delivered[place].volume << ", expected " << expected[place].date << " with volume "
+        << expected[place].volume;
+  }
+}
+
+class ChartsTest : public RunningMarket {
+ protected:
+  ChartsTest() { options_.stocks = 200; }
+
+  // Starts everything, with announced packages.
+  void Open(const std::string& clock) {
+    StartAll(clock, 0);
+    LoadReferenceData();
+  }
+
+  static void LoadReferenceData() {
+    auto loaded = std::make_shared<std::promise<bool>>();
+    GetStockCommon()->Init([loaded](bool ok) { loaded->set_value(ok); });
+    auto outcome = loaded->get_future();
+    ASSERT_EQ(outcome.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    ASSERT_TRUE(outcome.get());
+  }
+
+  // As a program that is started anew: nothing is in memory, the files are there.
+  static void StartAgain() {
+    DestroyStockMarket();
+    LoadReferenceData();
+  }
+
+  template <class Data, class Ask>
+  static Data AskFor(Ask ask) {
+    auto got = std::make_shared<std::promise<Data>>();
+    ask([got](const Data& data) { got->set_value(data); });
+    auto record = got->get_future();
+    if (record.wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+      ADD_FAILURE() << "no record came";
+      return {};
+    }
+    return record.get();
+  }
+
+  static Series Load(const model::Security& security, int period, int adjustment) {
+    const std::wstring symbol(security.code.begin(), security.code.end());
+    const auto data = AskFor<StockKLineData>([&](const KLineCallback& done) {
+      GetStockKLine()->FetchKLine(symbol.c_str(), period, adjustment, done);
+    });
+    EXPECT_EQ(data.symbol, symbol);
+    EXPECT_EQ(data.period, period);
+    EXPECT_EQ(data.adjustment, adjustment);
+    return {data.candles.begin(), data.candles.end()};
+  }
+
+  // The market's candles up to a day.
+  Series Past(const model::Security& security, int period, int adjustment, model::Date through) const {
+    Series series;
+    for (const model::Candle& candle :
+         market_->candles(security, static_cast<model::Period>(period),
+                          static_cast<model::Adjustment>(adjustment), through)) {
+      series.push_back(CandleOf(candle));
+    }
+    return series;
+  }
+
+  // The market's series as a view must see it now: past sessions, and the one under way in its own figures.
+  Series Expected(const model::Security& security, int period, int adjustment) const {
+    const model::Date session = model::session_date(Now());
+    const bool packed = market_->kline_version(Now()) == std::to_string(session);
+    Series series =
+        Past(security, period, adjustment, packed ? session : model::previous_trading_day(session));
+    const auto today = market_->day_candle(security, Now());
+    if (!today) {
+      return series;
+    }
+    const KLineCandle candle = CandleOf(*today);
+    if (period == 1 && !series.empty() && series.back().date == candle.date) {
+      series.back() = candle;
+    } else if (series.empty() ||
+               (series.back().date != candle.date && !Shares(period, series.back().date, candle.date))) {
+      series.push_back(candle);
+    } else if (series.back().date != candle.date) {
+      KLineCandle& last = series.back();
+      last.date = candle.date;
+      last.high = std::max(last.high, candle.high);
+      last.low = std::min(last.low, candle.low);
+      last.close = candle.close;
+      last.volume += candle.volume;
+      last.amount += candle.amount;
+      last.turnover += candle.turnover;
+    }
+    return series;
+  }
+
+  void ExpectTheMarketsSeries(const model::Security& security, int period, int adjustment) {
+    SCOPED_TRACE(security.code + " period " + std::to_string(period) + " adjustment " +
+                 std::to_string(adjustment));
+    ExpectSame(Load(security, period, adjustment), Expected(security, period, adjustment));
+  }
+
+  const model::Security& AnyStock() {
+    const auto stocks = market_->stocks(Now());
+    return *stocks[std::uniform_int_distribution<std::size_t>(0, stocks.size() - 1)(random_)];
+  }
+  const model::Security& AnyIndex() {
+    const auto indices = market_->indices();
+    return indices[std::uniform_int_distribution<std::size_t>(0, indices.size() - 1)(random_)];
+  }
+  int AnyOfThree() { return std::uniform_int_distribution<int>(1, 3)(random_); }
+
+  static std::string FileOf(const model::Security& security, int period, int adjustment) {
+    const std::wstring symbol(security.code.begin(), security.code.end());
+    return common::ws2s(stock::GetKLineFilePath(symbol.c_str()), common::kUtf8) + "/" +
+           std::to_string(period) + "." + std::to_string(adjustment) + ".dat";
+  }
+
+  std::mt19937 random_{20240315};  // NOLINT(cert-msc51-cpp): the same choice in every run
+
+ private:
+  static bool Shares(int period, model::Date one, model::Date other) {
+    if (period == 3) return one / 100 == other / 100;
+    // Monday and Sunday of one week lie less than seven days apart, and the weekday rises.
+    const double days = (model::instant_of(other, 0, 0, 0) - model::instant_of(one, 0, 0, 0)) / 86400;
+    return period == 2 && days < 7 && model::weekday(one) < model::weekday(other);
+  }
+};
+
+// --- K-lines ---
+
+TEST_F(ChartsTest, deliverTheSameCandlesFromServerAndDiskAndOnTheNextDay) {
+  Open(kFriday);
+  std::vector<std::tuple<const model::Security*, int, int>> charts;
+  const model::Security& stock = AnyStock();
+  for (int package = 0; package < 9; ++package) charts.emplace_back(&stock, package / 3 + 1, package % 3 + 1);
+  for (int chart = Rounds(12, 200); chart > 0; --chart) {
+    charts.emplace_back(chart % 8 == 0 ? &AnyIndex() : &AnyStock(), AnyOfThree(), AnyOfThree());
+  }
+  const auto expect_all = [&](const char* when) {
+    SCOPED_TRACE(when);
+    for (const auto& [security, period, adjustment] : charts)
+      ExpectTheMarketsSeries(*security, period, adjustment);
+  };
+  const auto packages = [&] {
+    auto distinct = charts;
+    std::sort(distinct.begin(), distinct.end());
+    return static_cast<std::uint64_t>(std::unique(distinct.begin(), distinct.end()) - distinct.begin());
+  };
+
+  const std::uint64_t before = Succeeded("static");
+  expect_all("first load");
+  EXPECT_EQ(Succeeded("static"), before + packages());
+  StartAgain();
+  expect_all("from disk");
+  EXPECT_EQ(Succeeded("static"), before + packages()) << "nothing that is current is downloaded";
+  MoveTo(kMonday);
+  expect_all("next day, nothing announced yet");
+  EXPECT_EQ(Succeeded("static"), before + packages());
+  EXPECT_GT(Succeeded("history"), 0U) << "Friday came as the tail";
+  StartAgain();  // and the metadata with it
+  expect_all("next day, new version");
+  EXPECT_EQ(Succeeded("static"), before + 2 * packages() + 1) << "the metadata and each package";
+  EXPECT_EQ(Warnings(), std::vector<std::string>());
+}
+
+TEST_F(ChartsTest, deliverTheDaysOwnSeriesAfterTheClose) {
+  Open(kFridayEvening);
+  for (int chart = Rounds(6, 100); chart > 0; --chart) {
+    const model::Security& stock = AnyStock();
+    for (int period = 1; period <= 3; ++period) {
+      SCOPED_TRACE(stock.code + " period " + std::to_string(period));
+      ExpectSame(Load(stock, period, 1), Past(stock, period, 1, 20240315));
+    }
+  }
+}
+
+TEST_F(ChartsTest, countTheDayOnceWhenItsPackageIsOut) {
+  Open(kFridayNight);
+  for (int chart = Rounds(6, 100); chart > 0; --chart) {
+    const model::Security& stock = AnyStock();
+    for (int period = 1; period <= 3; ++period) {
+      SCOPED_TRACE(stock.code + " period " + std::to_string(period));
+      ExpectSame(Load(stock, period, 1), Past(stock, period, 1, 20240315));
+    }
+  }
+}
+
+TEST_F(ChartsTest, deliverTheSeriesWithoutTheStaticServer) {
+  Open(kFriday);
+  server_->SetFaults({"package_missing"});
+  const model::Security& stock = AnyStock();
+  for (int package = 0; package < 9; ++package) {
+    ExpectTheMarketsSeries(stock, package / 3 + 1, package % 3 + 1);
+    EXPECT_FALSE(std::filesystem::exists(FileOf(stock, package / 3 + 1, package % 3 + 1)));
+  }
+  EXPECT_EQ(Succeeded("history"), 9U);
+  EXPECT_EQ(Warnings().size(), 27U) << "three tries for each package";
+  server_->SetFaults({});
+  ExpectTheMarketsSeries(stock, 1, 1);
+  EXPECT_TRUE(std::filesystem::exists(FileOf(stock, 1, 1))) << "the next load has the package";
+}
+
+TEST_F(ChartsTest, deliverTheSeriesWhateverIsWrongWithThePackage) {
+  Open(kFriday);
+  for (const std::string fault : {"package_not_gzip", "package_truncated", "package_wrong_sum",
+                                  "package_wrong_size", "package_trailing", "package_bomb", "package_empty",
+                                  "package_concatenated", "empty_body", "status::1:503"}) {
+    SCOPED_TRACE(fault);
+    const std::size_t name_end = fault.find(':');
+    server_->SetFaults({fault.substr(0, name_end) + ":/static/*" +
+                        (name_end == std::string::npos ? "" : fault.substr(name_end + 1))});
+    const model::Security& stock = AnyStock();
+    const int period = AnyOfThree();
+    const int adjustment = AnyOfThree();
+    ExpectTheMarketsSeries(stock, period, adjustment);
+    server_->SetFaults({});
+    ExpectTheMarketsSeries(stock, period, adjustment);
+  }
+}
+
+TEST_F(ChartsTest, deliverTheSeriesThoughTheFileIsDamaged) {
+  Open(kFriday);
+  const model::Security& stock = AnyStock();
+  ExpectTheMarketsSeries(stock, 1, 2);
+  const std::string path = FileOf(stock, 1, 2);
+  std::string whole;
+  {
+    std::ifstream file(path, std::ios::binary);
+    whole.assign(std::istreambuf_iterator<char>(file), {});
+  }
+  ASSERT_GT(whole.size(), 1000U);
+  for (const int damage : {0, 1, 2, 3}) {
+    SCOPED_TRACE(damage);
+    std::string bytes = whole;
+    if (damage == 0) bytes.resize(bytes.size() / 2);
+    if (damage == 1) bytes[bytes.size() / 3] ^= 0x10;
+    if (damage == 2) bytes.clear();
+    if (damage == 3) bytes.assign(5000, 'x');
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+    StartAgain();
+    const std::uint64_t downloads = Succeeded("static");
+    ExpectTheMarketsSeries(stock, 1, 2);
+    EXPECT_EQ(Succeeded("static"), downloads + 1);
+  }
+}
+
+TEST_F(ChartsTest, followASymbolAsTheViewAsks) {
+  Open(kFriday);
+  const model::Security& stock = AnyStock();
+  const std::wstring symbol(stock.code.begin(), stock.code.end());
+  Collector<StockKLineData> view;
+  GetStockKLine()->Attach(&view);
+  GetStockKLine()->SetTarget(&view, symbol);
+  GetStockKLine()->Resume(&view, true);
+  const auto shows = [&](int period, int adjustment) {
+    const Series expected = Expected(stock, period, adjustment);
+    return [=](const StockKLineData& data) {
+      return data.period == period && data.adjustment == adjustment &&
+             std::equal(data.candles.begin(), data.candles.end(), expected.begin(), expected.end(),
+                        SameCandle);
+    };
+  };
+  EXPECT_TRUE(view.WaitForLast(shows(1, 1)));
+  GetStockKLine()->FetchKLine(symbol.c_str(), 2, 2, {});
+  EXPECT_TRUE(view.WaitForLast(shows(2, 2)));
+  MoveTo("2024-03-15 14:00:00");
+  GetStockKLine()->Refresh();
+  EXPECT_TRUE(view.WaitForLast(shows(2, 2))) << "the day has moved on within its week";
+  GetStockKLine()->Detach(&view);
+}
+
+// --- Minute lines ---
+
+// The market's line in the figures of each minute.
+MLineDay DayOf(const model::MinuteLine& line, double preclose) {
+  MLineDay day{line.date, {}};
+  model::MinutePoint before;
+  before.last = preclose;
+  double average = 0;
+  for (const model::MinutePoint& point : line.points) {
+    MinutePoint minute;
+    minute.time = point.minute;
+    minute.price = point.last == 0 ? before.last : point.last;
+    minute.volume = point.vol - before.vol;
+    minute.amount = point.amt - before.amt > 0.001 ? point.amt - before.amt : 0;
+    minute.qrr = point.qrr;
+    minute.change = minute.price - preclose;
+    minute.change_rate = minute.change * 100.0 / preclose;
+    minute.avg_price = point.vol > 0 ? point.amt / static_cast<double>(point.vol)
+                                     : (day.points.empty() ? minute.price : average);
+    average = minute.avg_price;
+    before = point;
+    before.last = minute.price;
+    day.points.push_back(minute);
+  }
+  return day;
+}
+
+StockMLineData LineOf(const model::Security& security, const std::vector<model::MinuteLine>& lines) {
+  StockMLineData data;
+  data.symbol.assign(security.code.begin(), security.code.end());
+  for (const model::MinuteLine& line : lines) {
+    if (data.preclose == 0 && !line.points.empty()) data.preclose = line.preclose;
+    data.days.push_back(DayOf(line, data.preclose));
+  }
+  return data;
+}
+
+TEST_F(ChartsTest, deliverTheMarketsMinuteLines) {
+  Open(kFriday);
+  constexpr std::size_t kViews = 10;
+  std::vector<const model::Security*> shown;
+  std::vector<Collector<StockMLineData>> views(kViews);
+  for (std::size_t view = 0; view < kViews; ++view) {
+    shown.push_back(view == 0 ? &AnyIndex() : &AnyStock());
+    GetStockMLine()->Attach(&views[view]);
+    GetStockMLine()->SetTarget(&views[view],
+                               std::wstring(shown[view]->code.begin(), shown[view]->code.end()));
+    GetStockMLine()->Resume(&views[view], false);
+  }
+  for (const char* clock :
+       {kFriday, "2024-03-15 09:29:59", "2024-03-15 12:00:00", kFridayEvening, "2024-03-16 12:00:00"}) {
+    SCOPED_TRACE(clock);
+    MoveTo(clock);
+    GetStockMLine()->Refresh();
+    for (std::size_t view = 0; view < kViews; ++view) {
+      EXPECT_TRUE(views[view].WaitForLast(
+          LineOf(*shown[view], {market_->minute_line(*shown[view], model::session_date(Now()), Now())})))
+          << shown[view]->code;
+    }
+  }
+  for (auto& view : views) GetStockMLine()->Detach(&view);
+  EXPECT_EQ(Warnings(), std::vector<std::string>());
+}
+
+TEST_F(ChartsTest, deliverMinuteLinesOfOneSymbolAtCall) {
+  Open(kFriday);
+  for (int round = Rounds(5, 50); round > 0; --round) {
+    const model::Security& stock = AnyStock();
+    SCOPED_TRACE(stock.code);
+    const std::wstring symbol(stock.code.begin(), stock.code.end());
+    EXPECT_EQ(AskFor<StockMLineData>(
+                  [&](const MLineCallback& done) { GetStockMLine()->FetchMLine(symbol.c_str(), 0, done); }),
+              LineOf(stock, {market_->minute_line(stock, 20240315, Now())}));
+    EXPECT_EQ(AskFor<StockMLineData>([&](const MLineCallback& done) {
+                GetStockMLine()->FetchHistoryMLine(symbol.c_str(), 20240312, 0, done);
+              }),
+              LineOf(stock, {market_->minute_line(stock, 20240312, Now())}));
+    std::vector<model::MinuteLine> days;
+    for (const model::Date date : {20240311U, 20240312U, 20240313U, 20240314U, 20240315U}) {
+      const model::MinuteLine line = market_->minute_line(stock, date, Now());
+      if (!line.points.empty()) days.push_back(line);
+    }
+    EXPECT_EQ(AskFor<StockMLineData>([&](const MLineCallback& done) {
+                GetStockMLine()->FetchHistoryMLine(symbol.c_str(), 20240315, 5, done);
+              }),
+              LineOf(stock, days));
+  }
+}
+
+}  // namespace
