@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <filesystem>
 #include <memory>
@@ -14,6 +15,7 @@
 #include "host/host.h"
 #include "host_services/stock_host.h"
 #include "market_server/market_server.h"
+#include "parser_ratio.h"
 #include "reference/kline_metadata.h"
 #include "reference/package_version_store.h"
 #include "reference/plate_membership.h"
@@ -85,7 +87,8 @@ class World {
     }
     directory_ = name;
     market_server::Options options;
-    options.clock = "2024-03-15 10:30:00";
+    // Late enough for the full count of listed stocks.
+    options.clock = "2027-06-15 10:30:00";
     options.speed = 0;
     server_ = std::make_unique<market_server::Server>(options);
     server_->Start();
@@ -107,94 +110,178 @@ class World {
   std::unique_ptr<reference::CStockCommon> service_;
 };
 
+// The client's own work in a start: every answer from bytes to lists, and the metadata file to its table.
+class OwnWork {
+ public:
+  OwnWork()
+      : metadata_path_(World::Get().MetadataPath()),
+        stocks_(World::Fetch(request::BasicInfoUrl())),
+        plates_(World::Fetch(request::PlateListUrl())),
+        indices_(World::Fetch(request::IndexListUrl())),
+        membership_(World::Fetch(request::StockInPlatesUrl(1))) {}
+
+  static const OwnWork& Get() {
+    static const OwnWork work;
+    return work;
+  }
+
+  [[nodiscard]] const std::string& StocksAnswer() const { return stocks_; }
+  [[nodiscard]] const std::string& PlatesAnswer() const { return plates_; }
+  [[nodiscard]] const std::string& MembershipAnswer() const { return membership_; }
+
+  // Rows read.
+  [[nodiscard]] std::size_t Stocks() const {
+    return Decode(stocks_, [](const auto& root) {
+      const auto lists = reference::ReadStockLists(root);
+      return lists.shanghai.size() + lists.shenzhen.size();
+    });
+  }
+  [[nodiscard]] std::size_t Plates() const {
+    return Decode(plates_, [](const auto& root) {
+      const auto lists = reference::ReadPlateLists(root);
+      return lists.kind1.size() + lists.kind2.size();
+    });
+  }
+  [[nodiscard]] std::size_t Indices() const {
+    return Decode(indices_, [](const auto& root) {
+      const auto lists = reference::ReadIndexLists(root.ObjectAt("data"));
+      return lists.shanghai->size() + lists.shenzhen->size();
+    });
+  }
+  [[nodiscard]] std::size_t Membership() const {
+    return Decode(membership_, [](const auto& root) {
+      return reference::ReadPlateMembership(root.ObjectAt("data")).size();
+    });
+  }
+
+  // Length of the text.
+  [[nodiscard]] std::size_t Inflate() const {
+    std::string text;
+    return GZipExtract(metadata_path_.c_str(), text) ? text.size() : 0;
+  }
+  // Symbols read.
+  [[nodiscard]] std::size_t Metadata() const {
+    std::string text;
+    if (!GZipExtract(metadata_path_.c_str(), text)) {
+      return 0;
+    }
+    const auto metadata = reference::KLineMetadata::FromText(std::move(text));
+    return metadata != nullptr ? metadata->Size() : 0;
+  }
+
+  // All of it once, in milliseconds of processor time: the median of nine.
+  [[nodiscard]] double Milliseconds() const {
+    std::vector<double> rounds;
+    for (int round = 0; round < 9; ++round) {
+      rounds.push_back(bench::ProcessorSeconds(
+          [this] { benchmark::DoNotOptimize(Stocks() + Plates() + Indices() + Membership() + Metadata()); }));
+    }
+    return bench::Median(rounds) * 1e3;
+  }
+
+ private:
+  template <class Read>
+  static std::size_t Decode(const std::string& body, const Read& read) {
+    const auto document = request::json::Document::Parse(body.data(), body.size());
+    return read(document.Root());
+  }
+
+  std::wstring metadata_path_;
+  std::string stocks_, plates_, indices_, membership_;
+};
+
+// Splits the time of a round, all in all `seconds`, into the client's own work and waiting.
+void SplitTime(benchmark::State& state, const std::vector<double>& seconds) {
+  const double own = OwnWork::Get().Milliseconds();
+  state.counters["own_ms"] = own;
+  state.counters["waiting_ms"] = bench::Median(seconds) * 1e3 - own;
+}
+
+template <class Work>
+double WallSeconds(Work&& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 // From `Init` to its call-back; the metadata file is downloaded each time. The monitor looks every 300 ms.
 void StartFromLoopback(benchmark::State& state) {
-  for ([[maybe_unused]] auto round : state) {
-    state.PauseTiming();
-    World::Get();
-    common::ForceRemoveFile((stock::GetKLineMetaFilePath() + L"/kline.meta.gzip").c_str());
-    auto service = std::make_unique<reference::CStockCommon>();
-    state.ResumeTiming();
-    World::Load(*service);
-    state.PauseTiming();
-    service.reset();
-    state.ResumeTiming();
+  if (OwnWork::Get().Stocks() < 5000 || OwnWork::Get().Plates() < 200) {
+    state.SkipWithError("the market is too small");
+    return;
   }
+  std::vector<double> seconds;
+  for ([[maybe_unused]] auto round : state) {
+    common::ForceRemoveFile((stock::GetKLineMetaFilePath() + L"/kline.meta.gzip").c_str());
+    reference::CStockCommon service;
+    seconds.push_back(WallSeconds([&service] { World::Load(service); }));
+    state.SetIterationTime(seconds.back());
+  }
+  SplitTime(state, seconds);
+  state.counters["stocks"] = static_cast<double>(OwnWork::Get().Stocks());
+  state.counters["plates"] = static_cast<double>(OwnWork::Get().Plates());
 }
-BENCHMARK(StartFromLoopback)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(StartFromLoopback)->Unit(benchmark::kMillisecond)->UseManualTime();
 
-// The same five loads one after another on one thread, without the monitor: waiting for the server included.
+// The same five loads one after another on one thread, without the monitor.
 void LoadOneAfterAnother(benchmark::State& state) {
   World::Get();
+  std::vector<double> seconds;
   for ([[maybe_unused]] auto round : state) {
+    common::ForceRemoveFile((stock::GetKLineMetaFilePath() + L"/kline.meta.gzip").c_str());
     reference::CStockCommon service;
-    service.FinishRound({1, true});
+    seconds.push_back(WallSeconds([&service] { service.FinishRound({1, true}); }));
+    state.SetIterationTime(seconds.back());
     if (service.GetPlateList(1).empty()) {
       state.SkipWithError("nothing was loaded");
     }
   }
+  SplitTime(state, seconds);
 }
-BENCHMARK(LoadOneAfterAnother)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(LoadOneAfterAnother)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 // --- The client's own work in it ---
 
-template <class Read>
-void Decode(benchmark::State& state, const std::wstring& url, const Read& read) {
-  const std::string body = World::Fetch(url);
-  for ([[maybe_unused]] auto round : state) {
-    const auto document = request::json::Document::Parse(body.data(), body.size());
-    benchmark::DoNotOptimize(read(document.Root()));
-  }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(body.size()));
-}
-
 void DecodeStocks(benchmark::State& state) {
-  World::Get();
-  Decode(state, request::BasicInfoUrl(), [](const auto& root) { return reference::ReadStockLists(root); });
+  const OwnWork& work = OwnWork::Get();
+  bench::AgainstParser(state, work.StocksAnswer(), [&work] { benchmark::DoNotOptimize(work.Stocks()); });
 }
-BENCHMARK(DecodeStocks)->Unit(benchmark::kMicrosecond);
+BENCHMARK(DecodeStocks)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 void DecodePlates(benchmark::State& state) {
-  World::Get();
-  Decode(state, request::PlateListUrl(), [](const auto& root) { return reference::ReadPlateLists(root); });
+  const OwnWork& work = OwnWork::Get();
+  bench::AgainstParser(state, work.PlatesAnswer(), [&work] { benchmark::DoNotOptimize(work.Plates()); });
 }
-BENCHMARK(DecodePlates)->Unit(benchmark::kMicrosecond);
+BENCHMARK(DecodePlates)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 void DecodeMembership(benchmark::State& state) {
-  World::Get();
-  Decode(state, request::StockInPlatesUrl(1),
-         [](const auto& root) { return reference::ReadPlateMembership(root.ObjectAt("data")); });
+  const OwnWork& work = OwnWork::Get();
+  bench::AgainstParser(state, work.MembershipAnswer(),
+                       [&work] { benchmark::DoNotOptimize(work.Membership()); });
 }
-BENCHMARK(DecodeMembership)->Unit(benchmark::kMicrosecond);
+BENCHMARK(DecodeMembership)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
-void InflateMetadata(benchmark::State& state) {
-  const std::wstring path = World::Get().MetadataPath();
-  std::string text;
-  for ([[maybe_unused]] auto round : state) {
-    benchmark::DoNotOptimize(GZipExtract(path.c_str(), text));
-  }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
-}
-BENCHMARK(InflateMetadata)->Unit(benchmark::kMicrosecond);
-
+// The metadata file from disk to its table, against inflating it alone, turn by turn.
 void LoadMetadata(benchmark::State& state) {
-  const std::wstring path = World::Get().MetadataPath();
-  std::size_t symbols = 0;
-  for ([[maybe_unused]] auto round : state) {
-    std::string text;
-    if (!GZipExtract(path.c_str(), text)) {
-      state.SkipWithError("the metadata file cannot be read");
-      break;
-    }
-    const auto metadata = reference::KLineMetadata::FromText(std::move(text));
-    symbols = metadata->Size();
-  }
-  if (symbols < 4000) {
+  const OwnWork& work = OwnWork::Get();
+  if (work.Metadata() < 5000) {
     state.SkipWithError("the metadata file holds too little");
+    return;
   }
-  state.counters["symbols"] = static_cast<double>(symbols);
+  std::vector<double> inflated;
+  std::vector<double> loaded;
+  for ([[maybe_unused]] auto round : state) {
+    inflated.push_back(bench::ProcessorSeconds([&work] { benchmark::DoNotOptimize(work.Inflate()); }));
+    loaded.push_back(bench::ProcessorSeconds([&work] { benchmark::DoNotOptimize(work.Metadata()); }));
+    state.SetIterationTime(loaded.back());
+  }
+  if (!loaded.empty()) {
+    state.counters["of_inflating"] = bench::Median(loaded) / bench::Median(inflated);
+  }
+  state.counters["symbols"] = static_cast<double>(work.Metadata());
+  state.counters["bytes"] = static_cast<double>(work.Inflate());
 }
-BENCHMARK(LoadMetadata)->Unit(benchmark::kMicrosecond);
+BENCHMARK(LoadMetadata)->Unit(benchmark::kMicrosecond)->UseManualTime();
 
 // --- Look-ups ---
 

@@ -17,11 +17,12 @@ namespace {
 
 constexpr const wchar_t* kSymbol = L"sh600000";
 
+// The first time because the server has a newer version, then over the file that is there.
 bool UpdateMetadata() {
-  common::ForceRemoveFile((stock::GetKLineMetaFilePath() + L"/kline.meta.gzip").c_str());
   reference::CStockCommon service;
   service.FinishRound({1, false});
-  return !service.GetKLineMetaInfo(kSymbol, 1, 1).version.empty();
+  return DownloadFileSyncWithRetry(request::KLineMetadataUrl(),
+                                   stock::GetKLineMetaFilePath() + L"/kline.meta.gzip", 3, 30);
 }
 
 bool UpdatePackage() {

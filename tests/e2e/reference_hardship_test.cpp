@@ -22,6 +22,7 @@
 #include "long_run.h"
 #include "market_server/market_server.h"
 #include "reference/kline_metadata.h"
+#include "reference/metadata_check.h"
 #include "reference/package_key.h"
 #include "reference/package_version_store.h"
 #include "reference/stock_common_service.h"
@@ -169,28 +170,38 @@ class ReferenceDeath : public ReferenceHardship {
 
 TEST_F(ReferenceDeath, leavesNoTornMetadata) {
   int unfinished = 0;
-  int found = 0;
+  int moved = 0;
+  std::string newest;
   for (int death = 0; death < Deaths(); ++death) {
     SetEvening(death);
     unfinished += WorkAndDie("metadata") ? 1 : 0;
     // The next start; its tasks, the sweep among them, are finished by its end.
     StartHost();
-    if (std::string text = Unpacked(stock::GetKLineMetaFilePath() + L"/kline.meta.gzip"); !text.empty()) {
-      ++found;
+    const std::wstring path = stock::GetKLineMetaFilePath() + L"/kline.meta.gzip";
+    if (std::string text = Unpacked(path); !text.empty()) {
       const auto metadata = reference::KLineMetadata::FromText(std::move(text));
       ASSERT_NE(metadata, nullptr) << "death " << death;
       EXPECT_GT(metadata->Size(), 300U) << "death " << death;
+      EXPECT_GE(metadata->Version(), newest) << "an older file came back, death " << death;
+      moved += metadata->Version() > newest ? 1 : 0;
+      newest = metadata->Version();
     }
     reference::CStockCommon service;
     service.FinishRound({1, false});
-    EXPECT_GT(service.GetKLineMetaInfo(kSymbol, 1, 1).count, 0) << "death " << death;
+    EXPECT_EQ(common::ws2s(service.GetKLineMetaInfo(kSymbol, 1, 1).version, common::kUtf8),
+              reference::FetchMetadataVersion())
+        << "death " << death;
+    // Every third client begins with nothing.
+    if (death % 3 == 2) {
+      common::ForceRemoveFile(path.c_str());
+    }
     stock_host::Stop();
     EXPECT_TRUE(OnlyFinishedFiles()) << "death " << death;
   }
   Note("deaths", Deaths());
   Note("with a download unfinished", unfinished);
-  Note("with a whole file", found);
-  EXPECT_GT(found, 0) << "no download was ever finished";
+  Note("with a newer file", moved);
+  EXPECT_GT(moved, 0) << "no download was ever finished";
 }
 
 TEST_F(ReferenceDeath, leavesNoRowAheadOfItsPackage) {
