@@ -72,7 +72,7 @@ HttpAnswer FailedAnswer(HttpError error, std::string reason) {
   return answer;
 }
 
-Exchange::Exchange(HttpRequest asked) : request(std::move(asked)) {}
+Exchange::Exchange(HttpRequest wanted) : request(std::move(wanted)) {}
 
 Exchange::~Exchange() {
   curl_easy_cleanup(easy_);
