@@ -17,7 +17,7 @@ namespace market_server {
 
 /// What a server refuses to exceed. Whoever goes beyond one of these is disconnected.
 struct Limits {
-  std::size_t header_bytes = 64 * 1024;            ///< request line and header fields together
+  std::size_t header_bytes = 96 * 1024;            ///< request line and header fields together
   std::size_t body_bytes = 64 * 1024;              ///< body of one request
   std::size_t connections = 4096;                  ///< open at the same time; one more is closed at once
   std::chrono::milliseconds request_time{15'000};  ///< from the first byte of a request to its last

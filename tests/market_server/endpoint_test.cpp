@@ -132,6 +132,12 @@ TEST_F(Endpoint, aListOfTooManySymbolsIsRefused) {
   EXPECT_EQ(bench.Errno("/pc/rt/stock_detail_list", {{"stock_arr", list + "]"}}), 1013);
 }
 
+TEST_F(Endpoint, asManySymbolsAsAListMayHaveFitIntoARequest) {
+  Document answer =
+      Json("/pc/rt/stock_detail_list", {{"stock_arr", List(std::vector<std::string>(4000, "sh600000"))}});
+  EXPECT_EQ(answer["data"]["list"].Size(), 4000U);
+}
+
 // Quotes
 
 TEST_F(Endpoint, detailListKeepsTheOrderAndLeavesOutWhatIsUnknown) {

@@ -2,6 +2,8 @@
 // server. With CSM_UPDATE_DOCS set in the environment the page is brought up to date instead.
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -201,6 +203,14 @@ std::string Head(const std::string& text, int lines) {
   return "```\n" + text.substr(0, end) + "\n```\n";
 }
 
+constexpr const char* kPage = CSM_DOCS "/protocol.md";
+
+std::string ReadPage() {
+  std::ostringstream page;
+  page << std::ifstream(kPage).rdbuf();
+  return page.str();
+}
+
 TEST(ProtocolPage, agreesWithTheServer) {
   Bench bench;
   const std::string version = bench.Json("/pc/rt/stock_version")["version"].GetString();
@@ -217,10 +227,7 @@ TEST(ProtocolPage, agreesWithTheServer) {
       {"package", Head(Gunzip(bench.Raw("/static/kline.sh600000.day.bfq." + version + ".gzip").body), 2)},
       {"history", "```\n" + Readable(bench.Raw(history).body) + "\n```\n"}};
 
-  const std::string file = CSM_DOCS "/protocol.md";
-  std::ostringstream page;
-  page << std::ifstream(file).rdbuf();
-  std::string text = page.str();
+  std::string text = ReadPage();
   const bool update = std::getenv("CSM_UPDATE_DOCS") != nullptr;
   for (const auto& [name, block] : blocks) {
     const std::string begin = "<!-- " + name + " -->\n";
@@ -236,7 +243,22 @@ TEST(ProtocolPage, agreesWithTheServer) {
           << "docs/protocol.md, " << name << ": run this test with CSM_UPDATE_DOCS=1 and read what changed";
     }
   }
-  if (update) std::ofstream(file) << text;
+  if (update) std::ofstream(kPage) << text;
+}
+
+TEST(ProtocolPage, namesTheLimits) {
+  const std::string text = ReadPage();
+  const Limits limits;
+  const auto kibibytes = [](std::size_t bytes) { return std::to_string(bytes / 1024) + " KiB"; };
+  const auto seconds = [](std::chrono::milliseconds time) {
+    return std::to_string(time.count() / 1000) + " s";
+  };
+  for (const std::string& words :
+       {kibibytes(limits.header_bytes) + " of header", kibibytes(limits.body_bytes) + " of body",
+        seconds(limits.request_time) + " for a request", seconds(limits.idle_time) + " between requests",
+        seconds(limits.answer_time) + " for an answer"}) {
+    EXPECT_NE(text.find(words), std::string::npos) << words;
+  }
 }
 
 }  // namespace
