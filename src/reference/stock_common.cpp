@@ -232,7 +232,10 @@ void CStockCommon::FinishRound(const RefreshRound& round) {
       }
       LoadNow(*load);
     }
-    RequestLegalHolidays(gate_);
+    Succeeds([this] {
+      RequestLegalHolidays(gate_);
+      return true;
+    });
     if (ended()) {
       return;
     }

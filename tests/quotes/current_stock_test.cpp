@@ -149,6 +149,17 @@ TEST_F(CurrentStock, isTakenOverWithoutANameButNotTold) {
   EXPECT_TRUE(view.items.empty());
 }
 
+TEST_F(CurrentStock, isTakenOverWithoutASymbolButNeverTold) {
+  stock->SetCustomStocks({{L"a", L"A", L"", 0}, {L"", L"without a symbol", L"", 0}});
+  stock->SetListKind(10);
+  stock->Next();
+  EXPECT_EQ(stock->GetCurrentItem(), (CurrentStockItem{L"", L"without a symbol"}));
+  EXPECT_TRUE(view.items.empty());
+  View late;
+  stock->Attach(&late);
+  EXPECT_TRUE(late.items.empty());
+}
+
 // --- Observers ---
 
 TEST_F(CurrentStock, isToldToANewObserverAtOnce) {

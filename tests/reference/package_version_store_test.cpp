@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -266,6 +269,25 @@ TEST_F(VersionStore, livesWithAFileThatCannotBeDeleted) {
   host.FailRemoving(true);
   EXPECT_FALSE(PackageVersionStore(kSymbol).IsOpen());
   EXPECT_FALSE(PackageVersionStore(kSymbol).IsOpen());
+}
+
+// Where the user's directory has a name that is not ASCII, as Chinese ones have.
+TEST(VersionStoreBelowAnyDirectory, keepsWhatIsSet) {
+  const char* const set = std::getenv("TMPDIR");
+  const std::optional<std::string> before = set != nullptr ? std::optional<std::string>(set) : std::nullopt;
+  const std::string directory =
+      std::filesystem::temp_directory_path() / ("csm 行情's-" + std::to_string(getpid()));
+  std::filesystem::create_directories(directory);
+  ASSERT_EQ(setenv("TMPDIR", directory.c_str(), 1), 0);
+  {
+    ScriptedHost host;
+    ASSERT_EQ(host.Directory().rfind(directory, 0), 0U);
+    PackageVersionStore(L"sh600000").Set(kDay, {L"1", 2});
+    EXPECT_TRUE(std::filesystem::exists(host.Directory() + "/kline/sh600000/trace.db"));
+    EXPECT_EQ(PackageVersionStore(L"sh600000").Get(kDay), (KLineMetaInfo{L"1", 2}));
+  }
+  before ? setenv("TMPDIR", before->c_str(), 1) : unsetenv("TMPDIR");
+  std::filesystem::remove_all(directory);
 }
 
 }  // namespace
