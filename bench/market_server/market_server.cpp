@@ -109,6 +109,23 @@ void StartToReady(benchmark::State& state) {
 }
 BENCHMARK(StartToReady)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
+void CandlesOfAnIndexRightAfterTheStart(benchmark::State& state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto site = std::make_unique<Site>(0);
+    state.ResumeTiming();
+    const RawAnswer answer = site->AskUnsigned(Site::HistoryOf("sh000001"));
+    if (!Site::Good(answer) || answer.body.size() < 50'000) state.SkipWithError("no candles");
+    state.PauseTiming();
+    site.reset();
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(CandlesOfAnIndexRightAfterTheStart)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+
 void QuoteOfOneStock(benchmark::State& state) {
   TimeRequests(state, Site::Get(), "/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh600000\"]"}}, 300);
 }
