@@ -13,12 +13,20 @@ namespace {
 
 constexpr int kNameWidth = 14;
 
+Choice Find(Choices choices, int number) {
+  const auto found =
+      std::find_if(choices.begin(), choices.end(), [&](const Choice& c) { return c.number == number; });
+  return found == choices.end() ? Choice{} : *found;
+}
+
 }  // namespace
 
 std::string_view NameOf(Choices choices, int number) {
-  const auto found =
-      std::find_if(choices.begin(), choices.end(), [&](const Choice& c) { return c.number == number; });
-  return found == choices.end() ? std::string_view() : found->name;
+  return Find(choices, number).name;
+}
+
+std::string_view HelpOf(Choices choices, int number) {
+  return Find(choices, number).help;
 }
 
 int NumberOf(Choices choices, std::string_view name, const std::string& option) {

@@ -13,7 +13,7 @@ namespace cli {
 /// One value of an option.
 struct Choice {
   std::string_view name;
-  int number;             ///< what the service calls it
+  int number = 0;         ///< what the service calls it
   std::string_view help;  ///< for a person, a few words
 };
 
@@ -21,6 +21,9 @@ using Choices = std::span<const Choice>;
 
 /// The name of `number`; empty when there is none.
 [[nodiscard]] std::string_view NameOf(Choices choices, int number);
+
+/// What is said about `number`; empty when there is none.
+[[nodiscard]] std::string_view HelpOf(Choices choices, int number);
 
 /// The number of `name`. Throws CLI::ValidationError in the name of `option`, with all right names, when
 /// there is none.

@@ -22,6 +22,9 @@ struct Command {
   Runner (*set_up)(CLI::App& app);
 };
 
+/// Adds `commands` to a command that is nothing without one of them. The runner is that of the chosen one.
+[[nodiscard]] Runner SetUpSubcommands(CLI::App& app, const std::vector<Command>& commands);
+
 /// All commands, in the order of the help.
 [[nodiscard]] const std::vector<Command>& Commands();
 

@@ -1,4 +1,5 @@
 #include "cli/command.h"
+#include "cli/commands/board.h"
 #include "cli/commands/calendar.h"
 #include "cli/commands/distribution.h"
 #include "cli/commands/effect.h"
@@ -6,21 +7,34 @@
 #include "cli/commands/find.h"
 #include "cli/commands/flow.h"
 #include "cli/commands/index.h"
+#include "cli/commands/items.h"
 #include "cli/commands/kline.h"
 #include "cli/commands/lists.h"
 #include "cli/commands/margin.h"
 #include "cli/commands/mline.h"
+#include "cli/commands/plate.h"
+#include "cli/commands/plates.h"
 #include "cli/commands/plates_of.h"
 #include "cli/commands/purchase.h"
+#include "cli/commands/quote.h"
+#include "cli/commands/rank.h"
 #include "cli/commands/serve.h"
 #include "cli/commands/state.h"
 #include "cli/commands/strength.h"
+#include "cli/commands/watchlist.h"
 
 namespace cli {
 
 const std::vector<Command>& Commands() {
   static const std::vector<Command> commands = {
       {"index", "Quotes of the three headline indices", &SetUpIndex},
+      {"quote", "Figures and order book of single securities", &SetUpQuote},
+      {"board", "A page of a board of stocks", &SetUpBoard},
+      {"plates", "A page of the plates of a kind", &SetUpPlates},
+      {"plate", "A page of the stocks of a plate", &SetUpPlate},
+      {"rank", "The first stocks or plates by a column", &SetUpRank},
+      {"watchlist", "The user's own list, shown and edited", &SetUpWatchList},
+      {"items", "Code and name of a whole board, in an order", &SetUpItems},
       {"state", "The phase of the market", &SetUpState},
       {"calendar", "Trading days and holidays of a year", &SetUpCalendar},
       {"lists", "Stocks, plates or indices", &SetUpLists},

@@ -57,7 +57,10 @@ class LineRun {
 
   [[nodiscard]] MainLoop& loop() { return loop_; }
   [[nodiscard]] Output& output() { return output_; }
+  [[nodiscard]] Session& session() { return session_; }
   [[nodiscard]] const Palette& palette() const { return palette_; }
+  /// True when updates are wanted as JSON lines.
+  [[nodiscard]] bool json() const { return options_.json; }
   /// True when pictures are drawn in place.
   [[nodiscard]] bool on_screen() const { return on_screen_; }
 

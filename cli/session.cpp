@@ -46,8 +46,12 @@ Session::Session(const SessionOptions& options) {
   settings.static_root.clear();
   settings.history_root.clear();
   settings.log_to_stderr = false;
-  if (options.server.empty()) {
-    directory_ = std::make_unique<TemporaryDirectory>();
+  if (!options.has_server) {
+    UseTemporaryDirectory(settings);
+    settings.api_root.clear();
+    server_text_ = "no server";
+  } else if (options.server.empty()) {
+    UseTemporaryDirectory(settings);
     simulation_ = std::make_unique<market_server::Server>(options.simulation);
     simulation_->Start();
     settings.api_root = simulation_->url();
@@ -55,9 +59,6 @@ Session::Session(const SessionOptions& options) {
     settings.key = simulation_->key();
     settings.proxy.clear();
     settings.ca_file.clear();
-    settings.data_directory = directory_->path() + "/data";
-    settings.log_directory = directory_->path() + "/log";
-    settings.log_level = "info";
     server_text_ = settings.api_root + " (simulated market)";
   } else {
     settings.api_root = options.server;
@@ -68,6 +69,9 @@ Session::Session(const SessionOptions& options) {
   }
   log_ = std::make_unique<LogTail>(settings.log_directory + "/csm.log");
   host_ = std::make_unique<HostServices>(settings);
+  if (!options.has_server) {
+    return;
+  }
   if (settings.key_id.empty() || settings.key.empty()) {
     log_->Poll();
     throw std::runtime_error(
@@ -78,5 +82,12 @@ Session::Session(const SessionOptions& options) {
 }
 
 Session::~Session() = default;
+
+void Session::UseTemporaryDirectory(stock_host::Settings& settings) {
+  directory_ = std::make_unique<TemporaryDirectory>();
+  settings.data_directory = directory_->path() + "/data";
+  settings.log_directory = directory_->path() + "/log";
+  settings.log_level = "info";
+}
 
 }  // namespace cli

@@ -8,12 +8,14 @@
 
 #include "cli/log_tail.h"
 #include "cli/temporary_directory.h"
+#include "host_services/stock_host.h"
 #include "market_server/market_server.h"
 
 namespace cli {
 
 struct SessionOptions {
   std::string server;                 ///< URL; empty: a simulated market in this process
+  bool has_server = true;             ///< false: neither; for what the host services do by themselves
   market_server::Options simulation;  ///< what that market is like
 };
 
@@ -21,8 +23,8 @@ class Session {
  public:
   /// Starts what is needed; no request is sent. Throws std::runtime_error with a text for a person.
   ///
-  /// With a simulated market, data and log go to a temporary directory, so that nothing of it gets among the
-  /// user's own.
+  /// With a simulated market, and without any server, data and log go to a temporary directory, so that
+  /// nothing of it gets among the user's own. The watch list is the user's own in any case.
   explicit Session(const SessionOptions& options);
   /// Ends the module's services, then the host services, then the simulated market, then the temporary
   /// directory.
@@ -38,6 +40,8 @@ class Session {
  private:
   struct HostServices;
   struct Services;
+
+  void UseTemporaryDirectory(stock_host::Settings& settings);
 
   // The order of the members is the order of the start, and backwards that of the end.
   std::unique_ptr<TemporaryDirectory> directory_;

@@ -37,13 +37,13 @@ class Subscription final : public IUpdate1<Data> {
     }
   }
 
-  /// The same for one `key` of a service that has keys.
+  /// The same for one `key` of a service that has keys. With `ask` false nothing is asked for at once.
   template <class Key>
-  Subscription(Service& service, const Key& key, MainLoop& loop, Handler on_update)
+  Subscription(Service& service, const Key& key, MainLoop& loop, Handler on_update, bool ask = true)
       : service_(service), loop_(loop), on_update_(std::make_shared<Handler>(std::move(on_update))) {
     service_.Attach(this);
     service_.SetTarget(this, key);
-    service_.Resume(this, true);
+    service_.Resume(this, ask);
   }
 
   ~Subscription() { service_.Detach(this); }

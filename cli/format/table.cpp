@@ -23,6 +23,41 @@ std::string Render(const StyledLine& line, const Palette& palette, int width) {
   return text;
 }
 
+void TrimEnd(StyledLine& line) {
+  while (!line.empty()) {
+    std::string& text = line.back().text;
+    text.erase(text.find_last_not_of(' ') + 1);
+    if (!text.empty()) {
+      return;
+    }
+    line.pop_back();
+  }
+}
+
+int DisplayWidth(const StyledLine& line) {
+  int width = 0;
+  for (const Cell& cell : line) {
+    width += DisplayWidth(cell.text);
+  }
+  return width;
+}
+
+std::vector<StyledLine> SideBySide(const std::vector<StyledLine>& left, const std::vector<StyledLine>& right,
+                                   int gap) {
+  int widest = 0;
+  for (const StyledLine& line : left) {
+    widest = std::max(widest, DisplayWidth(line));
+  }
+  std::vector<StyledLine> lines = left;
+  lines.resize(std::max(left.size(), right.size()));
+  for (std::size_t i = 0; i < right.size(); ++i) {
+    const int blanks = widest + gap - DisplayWidth(lines[i]);
+    lines[i].push_back({std::string(static_cast<std::size_t>(std::max(blanks, 0)), ' ')});
+    lines[i].insert(lines[i].end(), right[i].begin(), right[i].end());
+  }
+  return lines;
+}
+
 void Table::Add(std::vector<Cell> row) {
   row.resize(columns_.size());
   for (std::size_t i = 0; i < row.size(); ++i) {
@@ -69,14 +104,12 @@ std::vector<int> Table::Widths() const {
 StyledLine Table::Line(const std::vector<Cell>& row, const std::vector<int>& widths) const {
   StyledLine line;
   for (std::size_t i = 0; i < row.size(); ++i) {
-    const bool is_last = i + 1 == row.size();
     if (i > 0) {
       line.push_back({std::string(kGap)});
     }
-    // No blanks at the end of a line.
-    const int width = is_last && columns_[i].align == Align::kLeft ? 0 : widths[i];
-    line.push_back({Pad(row[i].text, width, columns_[i].align), row[i].tone});
+    line.push_back({Pad(row[i].text, widths[i], columns_[i].align), row[i].tone});
   }
+  TrimEnd(line);
   return line;
 }
 

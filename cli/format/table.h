@@ -24,6 +24,16 @@ using StyledLine = std::vector<Cell>;
 [[nodiscard]] std::string Render(const StyledLine& line, const Palette& palette,
                                  int width = std::numeric_limits<int>::max());
 
+/// Takes the blanks at the end of `line` away.
+void TrimEnd(StyledLine& line);
+
+/// Columns that a terminal needs for `line`.
+[[nodiscard]] int DisplayWidth(const StyledLine& line);
+
+/// `right` beside `left`, `gap` columns behind the widest line of `left`.
+[[nodiscard]] std::vector<StyledLine> SideBySide(const std::vector<StyledLine>& left,
+                                                 const std::vector<StyledLine>& right, int gap);
+
 struct Column {
   std::string title;
   Align align = Align::kLeft;

@@ -1,0 +1,11 @@
+// csm items: code and name of every stock of a board, or of every plate of a kind, in an order; asked for
+// once.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpItems(CLI::App& app);
+
+}  // namespace cli

@@ -1,0 +1,10 @@
+// csm plate: a page of the stocks of one plate, ranked by a column.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpPlate(CLI::App& app);
+
+}  // namespace cli

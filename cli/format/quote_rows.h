@@ -1,0 +1,59 @@
+// Lists of quotes as tables: which columns they have, and the rows. Pure functions. One quote as a whole
+// sheet is quote_sheet.h's matter.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/format/record_rows.h"
+#include "cli/format/table.h"
+#include "quotes/optional_stock_market.h"
+#include "quotes/plate_stock_market.h"
+#include "quotes/stock_market_item.h"
+#include "ranking/plate_ranking.h"
+
+namespace cli {
+
+/// The figures of a list that its columns are chosen from.
+class ListLook {
+ public:
+  /// `all` can be shown; those in `usual` are, unless the user chooses.
+  ListLook(std::vector<MemberColumn> all, std::vector<std::string_view> usual);
+
+  /// The columns of a list that is ordered by `sorted_by`: the usual ones and that one.
+  [[nodiscard]] std::vector<MemberColumn> Usual(std::string_view sorted_by) const;
+  /// Those that `names` says: "code,name,pe", or "all". Throws CLI::ValidationError, with the right names,
+  /// for a wrong one.
+  [[nodiscard]] std::vector<MemberColumn> Chosen(const std::string& names) const;
+
+ private:
+  std::vector<MemberColumn> all_;
+  std::vector<std::string_view> usual_;
+};
+
+/// Of a board, of plates, of the watch list.
+[[nodiscard]] const ListLook& BoardLook();
+[[nodiscard]] const ListLook& PlatesLook();
+[[nodiscard]] const ListLook& WatchListLook();
+
+/// Header and rows; a line that says so when there is no row.
+[[nodiscard]] std::vector<StyledLine> BoardLines(const std::vector<StockMarketItem>& quotes,
+                                                 const std::vector<MemberColumn>& columns);
+[[nodiscard]] std::vector<StyledLine> PlateLines(const std::vector<StockMarketItem>& plates,
+                                                 const std::vector<MemberColumn>& columns);
+[[nodiscard]] std::vector<StyledLine> WatchListLines(const std::vector<OptionalMarketItem>& quotes,
+                                                     const std::vector<MemberColumn>& columns);
+/// How the rows of a list are numbered.
+struct Numbering {
+  std::string title = "#";
+  std::size_t first = 1;
+};
+
+/// Of short ranked rows.
+[[nodiscard]] std::vector<StyledLine> RankedStockLines(const std::vector<StockMarketSummary>& stocks,
+                                                       const Numbering& numbering);
+[[nodiscard]] std::vector<StyledLine> RankedPlateLines(const std::vector<PlateMarketSummary>& plates);
+
+}  // namespace cli

@@ -1,0 +1,23 @@
+// One quote as people know it from a terminal: the price large and alone, the figures, and beside them the
+// order book of a stock (offers above, bids below) or the members of an index. Pure functions.
+#pragma once
+
+#include <vector>
+
+#include "cli/format/table.h"
+#include "quotes/stock_market_item.h"
+
+namespace cli {
+
+/// The sheet, line by line.
+[[nodiscard]] std::vector<StyledLine> QuoteSheet(const StockMarketItem& quote);
+
+/// The order book alone: five offers, the best at the bottom, a line, five bids, the best at the top; each
+/// with price and volume. Prices have the colour of their difference to the previous close, volumes that of
+/// their movement; both have a mark when they moved against the answer before.
+[[nodiscard]] std::vector<StyledLine> BookLines(const StockMarketItem& quote);
+
+/// "suspended" and the like; empty for normal trading.
+[[nodiscard]] std::string StatusText(stock::StockStatus status);
+
+}  // namespace cli

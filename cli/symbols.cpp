@@ -1,0 +1,93 @@
+#include "cli/symbols.h"
+
+#include <CLI/Config.hpp>
+#include <CLI/Error.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <utility>
+
+namespace cli {
+namespace {
+
+constexpr const char* kSymbol = "SYMBOL";
+constexpr std::size_t kDigits = 6;
+
+bool AreDigits(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') {
+      c = static_cast<char>(c - 'A' + 'a');
+    }
+  }
+  return lower;
+}
+
+std::string MarketOf(char first_digit) {
+  switch (first_digit) {
+    case '0':
+    case '1':
+    case '2':
+    case '3':
+      return "sz";
+    case '5':
+    case '6':
+    case '9':
+      return "sh";
+    default:
+      return "";
+  }
+}
+
+std::wstring Checked(const std::string& text) {
+  auto symbol = ParseSymbol(text);
+  if (!symbol) {
+    throw CLI::ValidationError(kSymbol, "\"" + text + "\" is no symbol: sh or sz and six digits");
+  }
+  return *std::move(symbol);
+}
+
+}  // namespace
+
+std::optional<std::wstring> ParseSymbol(std::string_view text) {
+  std::string symbol = Lower(text);
+  if (symbol.size() == kDigits && AreDigits(symbol)) {
+    symbol.insert(0, MarketOf(symbol.front()));
+  }
+  const std::string_view market = std::string_view(symbol).substr(0, 2);
+  if (symbol.size() != kDigits + 2 || (market != "sh" && market != "sz") || !AreDigits(symbol.substr(2))) {
+    return std::nullopt;
+  }
+  return std::wstring(symbol.begin(), symbol.end());
+}
+
+CLI::Option* AddSymbol(CLI::App& app, std::wstring& symbol) {
+  return app
+      .add_option_function<std::string>(
+          kSymbol, [&symbol](const std::string& text) { symbol = Checked(text); },
+          "a stock or an index, sh600000 or 600000")
+      ->required()
+      ->type_name("");
+}
+
+CLI::Option* AddSymbols(CLI::App& app, std::vector<std::wstring>& symbols) {
+  return app
+      .add_option_function<std::vector<std::string>>(
+          kSymbol,
+          [&symbols](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) {
+              std::wstring symbol = Checked(text);
+              if (std::find(symbols.begin(), symbols.end(), symbol) == symbols.end()) {
+                symbols.push_back(std::move(symbol));
+              }
+            }
+          },
+          "stocks or indices, sh600000 or 600000")
+      ->required()
+      ->type_name("");
+}
+
+}  // namespace cli

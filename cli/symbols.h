@@ -1,0 +1,21 @@
+// Symbols as users type them, understood without asking anybody. Pure functions. What the market knows is a
+// matter of securities.h.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cli {
+
+/// The symbol of a stock or an index, "sh600000": market and six digits in any case, or six digits alone,
+/// whose first one tells the market (0 to 3 Shenzhen, 5, 6 and 9 Shanghai). Nothing for anything else.
+[[nodiscard]] std::optional<std::wstring> ParseSymbol(std::string_view text);
+
+/// Adds the positional argument SYMBOL, or with `symbols` one or more of them (a repeated one counts once).
+CLI::Option* AddSymbol(CLI::App& app, std::wstring& symbol);
+CLI::Option* AddSymbols(CLI::App& app, std::vector<std::wstring>& symbols);
+
+}  // namespace cli
