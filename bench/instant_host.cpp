@@ -1,7 +1,10 @@
 #include "instant_host.h"
 
+#include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <thread>
 
 #include "host/host.h"
 
@@ -14,6 +17,9 @@ struct Scripted {
   std::mutex mutex;  // guards the members below
   std::shared_ptr<const std::string> answer = std::make_shared<const std::string>();
   Symbols watch_list;
+  std::optional<std::thread::id> only;  // the thread that is not held; none: none is
+  int held = 0;
+  std::condition_variable never;
 };
 
 Scripted& TheScripted() {
@@ -24,6 +30,15 @@ Scripted& TheScripted() {
 std::shared_ptr<const std::string> TheAnswer() {
   const std::lock_guard<std::mutex> lock(TheScripted().mutex);
   return TheScripted().answer;
+}
+
+void HoldOthers() {
+  Scripted& scripted = TheScripted();
+  std::unique_lock<std::mutex> lock(scripted.mutex);
+  if (scripted.only && *scripted.only != std::this_thread::get_id()) {
+    ++scripted.held;
+    scripted.never.wait(lock, [] { return false; });
+  }
 }
 
 class FixedWatchList final : public IUserOptionalStock {
@@ -55,6 +70,16 @@ void SetAnswer(std::string body) {
 void SetWatchList(Symbols symbols) {
   const std::lock_guard<std::mutex> lock(TheScripted().mutex);
   TheScripted().watch_list = std::move(symbols);
+}
+
+void HoldOtherThreads() {
+  const std::lock_guard<std::mutex> lock(TheScripted().mutex);
+  TheScripted().only = std::this_thread::get_id();
+}
+
+int HeldThreads() {
+  const std::lock_guard<std::mutex> lock(TheScripted().mutex);
+  return TheScripted().held;
 }
 
 }  // namespace instant_host
@@ -127,6 +152,7 @@ bool DownloadFileSyncWithRetry(const std::wstring& /*url*/, const std::wstring& 
 
 std::wstring UrlHelper::GetSigniture(const std::wstring& path,
                                      const std::map<std::string, std::string>& /*parameters*/) {
+  HoldOthers();
   return L"http://bench.test" + path;
 }
 std::wstring UrlHelper::StaticRoot() {
