@@ -27,7 +27,7 @@ constexpr std::size_t kMostLines = 1'000'000;
 
 bool ReadFile(const std::wstring& path, Candles& candles) {
   std::string text;
-  if (!GZipExtract(path.c_str(), text) || CountLines(text) > kMostLines) {
+  if (!GZipExtract(path.c_str(), text) || (text.size() > kMostLines && CountLines(text) > kMostLines)) {
     return false;
   }
   candles = ReadPackage(text);

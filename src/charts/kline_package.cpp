@@ -76,7 +76,11 @@ void ReadAnyLine(std::string_view line, Candles& candles) {
 }  // namespace
 
 std::size_t CountLines(std::string_view text) {
-  return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
+  std::size_t lines = 1;
+  for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1)) {
+    ++lines;
+  }
+  return lines;
 }
 
 Candles ReadPackage(std::string_view text) {

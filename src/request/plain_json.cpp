@@ -1,6 +1,7 @@
 #include "request/plain_json.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -34,20 +35,46 @@ const char* SkipDigits(const char* at, const char* end) {
   return at;
 }
 
+// Passes digits and appends them to `number`, which wraps.
+const char* TakeDigits(const char* at, const char* end, std::uint64_t& number) {
+  while (at != end && IsDigit(*at)) {
+    number = number * 10 + static_cast<std::uint64_t>(*at - '0');
+    ++at;
+  }
+  return at;
+}
+
+// Digits that a double holds exactly, and the powers of ten up to as many of them, which it holds as well:
+// the quotient of two such numbers is the double nearest to the decimal.
+constexpr std::ptrdiff_t kExactDigits = 15;
+constexpr std::array<double, kExactDigits + 1> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                               1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
 // Passes one number. False for what is none, and for one that Qt's parser might read otherwise.
 bool PassNumber(const char*& at, const char* end, double& number) {
   const char* const start = at;
-  const char* const whole = at != end && *at == '-' ? at + 1 : at;
-  at = SkipDigits(whole, end);
+  const bool negative = at != end && *at == '-';
+  const char* const whole = negative ? at + 1 : at;
+  std::uint64_t digits = 0;
+  at = TakeDigits(whole, end, digits);
   if (at == whole || (at - whole > 1 && *whole == '0')) {
     return false;
   }
+  std::ptrdiff_t count = at - whole;
+  std::ptrdiff_t decimals = 0;
   if (at != end && *at == '.') {
     const char* const fraction = ++at;
-    at = SkipDigits(fraction, end);
+    at = TakeDigits(fraction, end, digits);
     if (at == fraction) {
       return false;
     }
+    decimals = at - fraction;
+    count += decimals;
+  }
+  if (count <= kExactDigits && (at == end || (*at != 'e' && *at != 'E'))) {
+    const double magnitude = static_cast<double>(digits) / kPowersOfTen[static_cast<std::size_t>(decimals)];
+    number = (negative ? -magnitude : magnitude) + 0.0;  // no negative zero
+    return true;
   }
   if (at != end && (*at == 'e' || *at == 'E')) {
     ++at;

@@ -238,6 +238,36 @@ TEST(KLinePackage, readsEveryLineAsQtDoes) {
   }
 }
 
+// Short numbers are put together from their digits, longer ones are not.
+TEST(KLinePackage, readsNumbersOfEveryLengthAsQtDoes) {
+  std::mt19937 random(20240315);  // NOLINT(cert-msc51-cpp): the same numbers in every run
+  const auto below = [&random](int limit) {
+    return std::uniform_int_distribution<int>(0, limit - 1)(random);
+  };
+  for (int round = 0; round < 100; ++round) {
+    std::string text;
+    for (int digits = 1; digits <= 20; ++digits) {
+      text += "[";
+      for (int place = 0; place < 9; ++place) {
+        std::string number(1, static_cast<char>('1' + below(9)));
+        while (static_cast<int>(number.size()) < digits) number += static_cast<char>('0' + below(10));
+        if (const int point = below(digits + 1); point < digits) {
+          number.insert(static_cast<std::size_t>(point), point == 0 ? "0." : ".");
+        }
+        text += (place == 0 ? "" : ",") + std::string(below(4) == 0 ? "-" : "") + number;
+      }
+      text += "]\n";
+    }
+    ASSERT_EQ(ReadPackage(text), ReadPackageByQt(text)) << text;
+    ASSERT_EQ(ReadPackage(text).size(), 20U);
+  }
+  for (const char* number :
+       {"999999999999999", "0.999999999999999", "9999999999999.99", "0.000000000000001", "-0", "-0.0", "0.00",
+        "1.00000000000000", "9007199254740993", "0.1", "0.3", "2.675"}) {
+    Read("[1,2,3,4,5,6,7,8," + std::string(number) + "]");
+  }
+}
+
 // --- History answers ---
 
 Candles History(const std::string& body) {
