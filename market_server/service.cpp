@@ -49,6 +49,8 @@ http::Delivery Service::Handle(const http::Request& request) {
   hits.Apply(FaultPhase::kRequest, exchange);
   try {
     exchange.answer = MakeAnswer(exchange);
+  } catch (const model::Ceased&) {
+    throw;  // the server ends: the connection does, too, without an answer
   } catch (const std::exception&) {
     exchange.answer = MakeError(Error::kInternal);
   }

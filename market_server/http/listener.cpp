@@ -153,7 +153,8 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
     }
   }
 
-  /// The handler's delivery; a handler that throws has run out of memory and costs one connection.
+  /// The handler's delivery; a handler that throws has run out of memory, or is being stopped, and costs one
+  /// connection.
   Delivery Ask(const Request& request) {
     try {
       return context_->handler.Handle(request);

@@ -78,8 +78,9 @@ Flows Market::flows(const Security& security, Instant time) const {
   return out;
 }
 
-std::vector<Breadth> Market::Impl::whole_breadth(int day) {
-  const auto whole = market_day(day);
+std::vector<Breadth> Market::Impl::whole_breadth(const Moment& moment) {
+  const int day = moment.day;
+  const auto whole = market_day(moment);
   std::vector<BreadthCount> counts(kPoints);
   for (const Stock& stock : base.universe.stocks) {
     const std::uint32_t number = stock.security->number;
@@ -105,9 +106,8 @@ std::vector<Breadth> Market::breadth(Date date, Instant time) const {
   if (!impl_->moment_on(date, time, moment) || moment.auction) {
     return {};
   }
-  const auto whole = impl_->breadths.get(moment.day, [&] {
-    return std::make_shared<const std::vector<Breadth>>(impl_->whole_breadth(moment.day));
-  });
+  const auto whole = impl_->breadths.get(
+      moment.day, [&] { return std::make_shared<const std::vector<Breadth>>(impl_->whole_breadth(moment)); });
   std::vector<Breadth> out(whole->begin(), whole->begin() + moment.minute + 1);
   if (moment.tick > 0) {
     const auto board = impl_->board(moment);
@@ -148,8 +148,9 @@ Distribution Market::distribution(Date date, Instant time) const {
   return out;
 }
 
-std::vector<MarketEvent> Market::Impl::whole_events(int day) {
-  const auto whole = market_day(day);
+std::vector<MarketEvent> Market::Impl::whole_events(const Moment& moment) {
+  const int day = moment.day;
+  const auto whole = market_day(moment);
   const Date date = base.days.date(day);
   std::vector<std::vector<std::string>> by_minute(kPoints);
   const auto report = [&](int minute, std::string text) {
@@ -220,7 +221,7 @@ std::vector<MarketEvent> Market::Impl::whole_events(int day) {
       }
     }
   }
-  const std::vector<Breadth> breadth = whole_breadth(day);
+  const std::vector<Breadth> breadth = whole_breadth(moment);
   for (const int m : {kMinutes / 2, kMinutes}) {
     const Breadth& row = breadth[static_cast<std::size_t>(m)];
     report(m, std::string(m == kMinutes ? "收盘：" : "午间收盘：") + "上涨" + std::to_string(row.up) +
@@ -243,7 +244,7 @@ std::vector<MarketEvent> Market::events(Date date, Instant time) const {
     return {};
   }
   const auto whole = impl_->events.get(moment.day, [&] {
-    return std::make_shared<const std::vector<MarketEvent>>(impl_->whole_events(moment.day));
+    return std::make_shared<const std::vector<MarketEvent>>(impl_->whole_events(moment));
   });
   const auto first = std::find_if(whole->begin(), whole->end(),
                                   [&](const MarketEvent& event) { return event.time <= moment.time; });

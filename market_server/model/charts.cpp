@@ -109,7 +109,7 @@ MinuteLine Market::minute_line(const Security& security, Date date, Instant time
     return out;
   }
 
-  const auto day = impl_->market_day(moment.day);
+  const auto day = impl_->market_day(moment);
   const bool index = security.kind == Kind::index;
   const std::int32_t* const prices =
       index ? day->index_prices(security.number) : day->plate_prices(security.number);

@@ -198,12 +198,24 @@ bool Market::Impl::moment_on(Date date, Instant time, Moment& out) const {
       (session_date(time) == date && date_of(time) < date)) {
     return false;
   }
-  out = moment(session_date(time) == date ? time : instant_of(date, 23, 0, 0));
+  const bool past = session_date(time) != date;
+  out = moment(past ? instant_of(date, 23, 0, 0) : time);
+  out.past = past;
   return true;
 }
 
-std::shared_ptr<const MarketDay> Market::Impl::market_day(int day) {
-  return market_days.get(day, [&] { return std::make_shared<const MarketDay>(base, day); });
+std::shared_ptr<const MarketDay> Market::Impl::market_day(const Moment& moment) {
+  if (moment.past) {
+    if (auto held = market_days.find(moment.day)) {
+      return held;
+    }
+  }
+  return (moment.past ? past_days : market_days).get(moment.day, [&] {
+    if (ceased) {
+      throw Ceased();
+    }
+    return std::make_shared<const MarketDay>(base, moment.day);
+  });
 }
 
 Live Market::Impl::live(const Stock& stock, const StockDay& figures, const MinuteView& minutes,
@@ -381,8 +393,8 @@ Quote Market::Impl::plate_quote(std::uint32_t number, const MarketDay& day, cons
 }
 
 std::shared_ptr<const BoardQuotes> Market::Impl::board(const Moment& moment) {
-  return boards.get(static_cast<std::int64_t>(moment.time), [&] {
-    const auto day = market_day(moment.day);
+  return (moment.past ? past_boards : boards).get(static_cast<std::int64_t>(moment.time), [&] {
+    const auto day = market_day(moment);
     const Universe& universe = base.universe;
     auto out = std::make_shared<BoardQuotes>();
     out->date = moment.date;
@@ -429,7 +441,7 @@ const Options& Market::options() const {
 }
 
 void Market::prepare(Instant time) const {
-  (void)impl_->market_day(impl_->moment(time).day);
+  (void)impl_->market_day(impl_->moment(time));
 }
 
 const Security* Market::find(std::string_view code) const {

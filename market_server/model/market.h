@@ -218,7 +218,8 @@ class Market {
   // some seconds on this thread alone. Who asks for such candles meanwhile shares the work.
   void prepare_history(Instant time) const;
 
-  // From any thread, once: what takes seconds, under way or yet to come, ends at once by throwing Ceased.
+  // From any thread, once: what is made of whole days, under way or yet to come, ends at the next day by
+  // throwing Ceased.
   void cease() const;
 
   // --- reference data ---

@@ -29,6 +29,7 @@ struct Moment {
   int minute = 0;           // minutes complete, 0 to 240
   int tick = 0;             // ticks within the next one, 0 to 19
   Instant time = 0;         // of the tick
+  bool past = false;        // the whole of a day before the session of the instant that was asked for
 
   // Minutes with trading, the one under way included; at least 1.
   [[nodiscard]] int elapsed() const { return std::max(minute + (tick > 0 ? 1 : 0), 1); }
@@ -81,7 +82,9 @@ struct Market::Impl {
   // session.
   [[nodiscard]] bool moment_on(Date date, Instant time, Moment& out) const;
 
-  [[nodiscard]] std::shared_ptr<const MarketDay> market_day(int day);
+  // Days and boards of the past are kept apart, so that who reads of many days does not push out the session
+  // that everybody watches.
+  [[nodiscard]] std::shared_ptr<const MarketDay> market_day(const Moment& moment);
   [[nodiscard]] std::shared_ptr<const BoardQuotes> board(const Moment& moment);
 
   [[nodiscard]] Live live(const Stock& stock, const StockDay& figures, const MinuteView& minutes,
@@ -111,16 +114,16 @@ struct Market::Impl {
   [[nodiscard]] std::shared_ptr<const DaySeries> day_series(const Security& security, int through);
   [[nodiscard]] KLineCounts kline_counts(const Security& security, int through) const;
 
-  [[nodiscard]] std::vector<Breadth> whole_breadth(int day);
-  [[nodiscard]] std::vector<MarketEvent> whole_events(int day);
+  [[nodiscard]] std::vector<Breadth> whole_breadth(const Moment& moment);
+  [[nodiscard]] std::vector<MarketEvent> whole_events(const Moment& moment);
 
   Foundation base;
   std::vector<std::vector<const Security*>> index_members, plate_members;
   std::vector<std::vector<std::uint32_t>> stock_indices;  // numbers of the indices that hold a stock
   std::vector<int> weeks;  // by day: the number of its week among those with trading
 
-  Memo<int, MarketDay> market_days{2};
-  Memo<std::int64_t, BoardQuotes> boards{3};
+  Memo<int, MarketDay> market_days{2}, past_days{2};
+  Memo<std::int64_t, BoardQuotes> boards{3}, past_boards{2};
   Memo<std::pair<int, std::uint32_t>, DaySeries> series{24};  // (kind, number)
   Memo<int, std::vector<Breadth>> breadths{32};
   Memo<int, std::vector<MarketEvent>> events{32};
@@ -149,9 +152,11 @@ struct Market::Impl {
 template <class Use>
 void Market::Impl::with_stock_day(const Stock& stock, int day, const Use& use) {
   const std::uint32_t number = stock.security->number;
-  if (const auto whole = market_days.find(day)) {
-    use(whole->stock(number), whole->minutes(number));
-    return;
+  for (auto* const days : {&market_days, &past_days}) {
+    if (const auto whole = days->find(day)) {
+      use(whole->stock(number), whole->minutes(number));
+      return;
+    }
   }
   PastCapitalisations past{};
   const DayFactors factors(base, day, stock.industry);

@@ -129,6 +129,26 @@ TEST(Determinism, manyThreadsSeeOneMarket) {
   EXPECT_EQ(wrong, 0);
 }
 
+TEST(Determinism, readingOfThePastChangesNothing) {
+  const Instant time = instant_of(20261120, 10, 0, 3);
+  const Market market(small(15));
+  const auto board = market.board(time);
+  const auto breadth = market.breadth(20261120, time);
+  const Market reader(small(15));
+  for (const Date date : {20261119u, 20261118u, 20261117u, 20261119u}) {
+    for (const char* code : {"sh000001", "bk1005", "sz300001"}) {
+      const MinuteLine line = reader.minute_line(*reader.find(code), date, time);
+      EXPECT_EQ(line.points, market.minute_line(*market.find(code), date, instant_of(date, 16, 0, 0)).points)
+          << code << " " << date;
+    }
+    EXPECT_EQ(reader.distribution(date, time), market.distribution(date, instant_of(date, 16, 0, 0))) << date;
+    EXPECT_EQ(reader.breadth(date, time), market.breadth(date, instant_of(date, 16, 0, 0))) << date;
+    EXPECT_EQ(reader.events(date, time), market.events(date, instant_of(date, 16, 0, 0))) << date;
+    EXPECT_EQ(checksum(*reader.board(time)), checksum(*board)) << date;
+    EXPECT_EQ(reader.breadth(20261120, time), breadth) << date;
+  }
+}
+
 TEST(Determinism, manyThreadsShareTheHistoryOfTheIndices) {
   const Instant time = instant_of(20261120, 16, 0, 0);
   const Market alone(small(13));
@@ -173,7 +193,8 @@ TEST(Determinism, allThreadsThatMakeHistoryEndWhenTheMarketCeases) {
   request.join();
   EXPECT_EQ(ended, 2);
   EXPECT_THROW(market.prepare_history(time), Ceased);
-  EXPECT_GT(market.quote(*market.find("sh000001"), time).last, 0) << "what is quick is answered still";
+  EXPECT_THROW((void)market.minute_line(*market.find("sh000001"), 20261119, time), Ceased);
+  EXPECT_GT(market.quote(*market.find("sh600000"), time).last, 0) << "what is quick is answered still";
 }
 
 }  // namespace
