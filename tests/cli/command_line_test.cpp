@@ -44,14 +44,16 @@ void ExpectUsageError(const std::vector<std::string>& arguments, const std::stri
 TEST(CommandLine, helpNamesEveryCommandAndGivesExamples) {
   ChildProcess csm(Csm({"--help"}));
   EXPECT_EQ(csm.Wait(), 0);
-  for (const char* text : {"index", "serve", "Examples:", "--server", "--json", "Exit codes"}) {
+  for (const char* text : {"index", "serve", "mline", "kline", "distribution", "Examples:", "--server",
+                           "--json", "Exit codes"}) {
     EXPECT_NE(csm.output().find(text), std::string::npos) << text;
   }
   EXPECT_EQ(csm.errors(), "");
 }
 
 TEST(CommandLine, everyCommandHasHelpWithExamples) {
-  for (const char* command : {"index", "serve"}) {
+  for (const char* command : {"index", "serve", "mline", "kline", "events", "flow", "strength",
+                              "distribution", "effect", "margin", "purchase"}) {
     ChildProcess csm(Csm({command, "--help"}));
     EXPECT_EQ(csm.Wait(), 0);
     EXPECT_NE(csm.output().find("Examples:"), std::string::npos) << command;
