@@ -104,10 +104,11 @@ class FlowQuery {
       throw std::runtime_error("the service of flows cannot be made");
     }
     for (const Line& line : lines_) {
-      subscriptions_.push_back(
-          std::make_unique<Flows>(*service, line.stock.code, run_.loop(),
-                                  [this](const Delivery<StockInOutItem>& delivery) { OnUpdate(delivery); }));
+      subscriptions_.push_back(std::make_unique<Flows>(
+          *service, line.stock.code, run_.loop(),
+          [this](const Delivery<StockInOutItem>& delivery) { OnUpdate(delivery); }, false));
     }
+    service->Refresh();  // one request for all of them
   }
 
   void OnUpdate(const Delivery<StockInOutItem>& delivery) {
