@@ -53,15 +53,17 @@ void CreateTable(CppSQLite3DB& database) {
   throw CppSQLite3Exception(SQLITE_CORRUPT, what);
 }
 
-// Throws when the table, its index or its columns are not what `CreateTable` makes. Reading alone would not
-// find that, and the store would stay useless for good.
-void CheckTable(CppSQLite3DB& database) {
-  CppSQLite3Query verdict = database.execQuery("pragma integrity_check(1);");
+// Throws when any page of the file is not what it should be. Reading alone would not find that, and the store
+// would stay useless for good.
+void CheckPages(CppSQLite3DB& database) {
+  const CppSQLite3Query verdict = database.execQuery("pragma integrity_check(1);");
   if (verdict.eof() || verdict.getStringField(0) != "ok") {
     ThrowDamaged("integrity check");
   }
-  verdict.finalize();
+}
 
+// Throws when the table is not what `CreateTable` makes.
+void CheckTable(CppSQLite3DB& database) {
   // Rows are read by position and inserted without names.
   const Statement columns("pragma table_info(\"%s\");", kTable);
   CppSQLite3Query column = database.execQuery(columns.Text());
@@ -117,6 +119,8 @@ void PackageVersionStore::Open(const std::wstring& path) {
     database_.open(common::ws2s(path, common::kUtf8));
     // Test and creation are one step: of two stores that open a new file at once, one makes the table.
     CppSQLite3Transaction transaction(database_);
+    // A table is not made in a damaged file either.
+    CheckPages(database_);
     if (database_.tableExists(kTable)) {
       CheckTable(database_);
     } else {

@@ -190,6 +190,11 @@ class Scanner {
     std::string key = Unescaped(text_.substr(begin, end - begin));
     // The parser takes some keys for equal that differ behind a NUL only.
     key.resize(std::min(key.find('\0'), key.size()));
+    if (!key.empty() && key.front() == kRepeatedKeyMark) {
+      // Renamed as well, or it could be the new name of another key.
+      repeated_.push_back(begin);
+      return;
+    }
     const std::size_t earlier = Find(level, key);
     if (earlier == kNowhere) {
       Remember(level, std::move(key), begin);

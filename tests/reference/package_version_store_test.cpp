@@ -225,6 +225,20 @@ TEST_F(VersionStore, findsDamageBehindTheFirstPage) {
   EXPECT_TRUE(PackageVersionStore(kSymbol).IsOpen());
 }
 
+// The table was made in the damaged file, and the damage found one load later only.
+TEST_F(VersionStore, findsDamageWhereThereIsNoTableYet) {
+  Run("create table other (x int)");
+  Run("create table gone (x int)");
+  Run("drop table gone");
+  {
+    std::fstream file(Path(), std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(33);  // the first free page
+    file.put('\x7F');
+  }
+  EXPECT_FALSE(PackageVersionStore(kSymbol).IsOpen());
+  EXPECT_TRUE(PackageVersionStore(kSymbol).IsOpen());
+}
+
 TEST_F(VersionStore, replacesATableOfAnotherShape) {
   Run("create table kline_pkg_info (id int primary key not null, edition char(20) not null, count int not "
       "null)");

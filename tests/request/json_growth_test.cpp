@@ -66,7 +66,13 @@ std::vector<std::pair<std::string, std::string>> HostileBodies() {
   for (int depth = 0; depth < 500; ++depth) {
     nested = "{\"a\":[[" + std::to_string(depth) + "]],\"a\":{\"b\":[1]},\"a\":" + nested + "}";
   }
+  std::string forged = "{";
+  for (int number = 0; forged.size() < kBodySize; ++number) {
+    forged += "\"last\":[1,[2]],\"\x7f" + std::to_string(number) + "\x7f" + "last\":[1,[2]],";
+  }
+  forged += "\"last\":1}";
   return {
+      {"keys that look renamed", forged},
       {"arrays", Repeated("last", "last", "[1,[2],[[3]]]")},
       {"objects", Repeated("last", "last", "{\"x\":{\"y\":[1]}}")},
       {"keys written in two ways", Repeated("last", "l\\u0061st", "[1,[2],[[3]]]")},
