@@ -12,6 +12,10 @@ namespace cli {
 namespace {
 
 constexpr int kGap = 4;
+// Of the order book.
+constexpr int kNameWidth = 4;
+constexpr int kPriceWidth = 10;
+constexpr int kVolumeWidth = 13;
 
 constexpr MemberColumn kPrices[] = {{"open", Writing::kPrice},       {"high", Writing::kPrice},
                                     {"low", Writing::kPrice},        {"preclose", Writing::kPrice},
@@ -143,7 +147,8 @@ std::string StatusText(stock::StockStatus status) {
 
 std::vector<StyledLine> BookLines(const StockMarketItem& quote) {
   constexpr std::size_t kLevels = request::kBookLevels;
-  Table table({{"", Align::kLeft, 4}, {"", Align::kRight, 10}, {"", Align::kRight, 13}});
+  Table table(
+      {{"", Align::kLeft, kNameWidth}, {"", Align::kRight, kPriceWidth}, {"", Align::kRight, kVolumeWidth}});
   for (std::size_t level = kLevels; level-- > 0;) {
     table.Add(BookRow(quote, "ask" + std::to_string(level + 1), LevelOf(quote.ask_prices, level),
                       LevelOf(quote.ask_volumes, level)));
@@ -153,11 +158,7 @@ std::vector<StyledLine> BookLines(const StockMarketItem& quote) {
                       LevelOf(quote.bid_volumes, level)));
   }
   std::vector<StyledLine> lines = table.Rows();
-  const int width = DisplayWidth(lines.front());
-  std::string rule;
-  for (int i = 0; i < width; ++i) {
-    rule += "-";
-  }
+  const std::string rule(kNameWidth + kPriceWidth + kVolumeWidth + 2 * kColumnGap, '-');
   lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(kLevels), {{rule, Tone::kDim}});
   return lines;
 }

@@ -4,11 +4,6 @@
 #include <utility>
 
 namespace cli {
-namespace {
-
-constexpr std::string_view kGap = "  ";
-
-}  // namespace
 
 std::string Render(const StyledLine& line, const Palette& palette, int width) {
   std::string text;
@@ -105,7 +100,7 @@ StyledLine Table::Line(const std::vector<Cell>& row, const std::vector<int>& wid
   StyledLine line;
   for (std::size_t i = 0; i < row.size(); ++i) {
     if (i > 0) {
-      line.push_back({std::string(kGap)});
+      line.push_back({std::string(kColumnGap, ' ')});
     }
     line.push_back({Pad(row[i].text, widths[i], columns_[i].align), row[i].tone});
   }

@@ -41,6 +41,9 @@ struct Column {
   int max_width = std::numeric_limits<int>::max();
 };
 
+/// Between the columns of a table.
+inline constexpr int kColumnGap = 2;
+
 class Table {
  public:
   explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}

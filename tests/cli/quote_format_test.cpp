@@ -1,0 +1,309 @@
+// Quotes for people: the sheet of one with its order book, lists and the columns that they have.
+#include <gtest/gtest.h>
+
+#include <CLI/Config.hpp>
+#include <CLI/Error.hpp>
+#include <CLI/Formatter.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/format/quote_rows.h"
+#include "cli/format/quote_sheet.h"
+#include "cli/list_options.h"
+#include "cli/symbols.h"
+#include "cli/vocabulary.h"
+
+namespace cli {
+namespace {
+
+const Palette kPlainText(false);
+
+std::vector<std::string> TextsOf(const std::vector<StyledLine>& lines) {
+  std::vector<std::string> texts;
+  for (const StyledLine& line : lines) {
+    texts.push_back(Render(line, kPlainText));
+  }
+  return texts;
+}
+
+std::string TextOf(const std::vector<StyledLine>& lines) {
+  return cli::TextOf(lines, kPlainText);
+}
+
+// The tone of the first cell that holds `text`.
+Tone ToneOfText(const std::vector<StyledLine>& lines, const std::string& text) {
+  for (const StyledLine& line : lines) {
+    for (const Cell& cell : line) {
+      if (cell.text.find(text) != std::string::npos) {
+        return cell.tone;
+      }
+    }
+  }
+  ADD_FAILURE() << "nowhere: " << text;
+  return Tone::kWarning;
+}
+
+StockMarketItem Stock() {
+  StockMarketItem quote;
+  quote.symbol_type = stock::kSymbolStock;
+  quote.code = L"sh600000";
+  quote.name = L"浦发银行";
+  quote.last = {10.02, true, 1};
+  quote.diff = {0.02, true, 0};
+  quote.change = {0.2, true, 0};
+  quote.preclose = {10, true};
+  quote.high = {10.05, true};
+  quote.low = {9.95, true};
+  quote.vol = {123456789, true, 1};
+  quote.bid_prices.resize(5);
+  quote.ask_prices.resize(5);
+  quote.bid_volumes.resize(5);
+  quote.ask_volumes.resize(5);
+  for (std::size_t level = 0; level < 5; ++level) {
+    const auto step = 0.01F * static_cast<float>(level);
+    quote.ask_prices[level] = {10.02F + step, true, 0};
+    quote.bid_prices[level] = {10.01F - step, true, 0};
+    quote.ask_volumes[level] = {static_cast<std::uint32_t>(1000 * (level + 1)), true, 0};
+    quote.bid_volumes[level] = {static_cast<std::uint32_t>(100 * (level + 1)), true, 0};
+  }
+  return quote;
+}
+
+TEST(BookLines, haveTheOffersAboveTheBids) {
+  EXPECT_EQ(TextsOf(BookLines(Stock())),
+            (std::vector<std::string>{"ask5      10.06          5,000", "ask4      10.05          4,000",
+                                      "ask3      10.04          3,000", "ask2      10.03          2,000",
+                                      "ask1      10.02          1,000", "-------------------------------",
+                                      "bid1      10.01            100", "bid2      10.00            200",
+                                      "bid3       9.99            300", "bid4       9.98            400",
+                                      "bid5       9.97            500"}));
+}
+
+TEST(BookLines, paintPricesByTheirDifferenceToThePreviousClose) {
+  const auto lines = BookLines(Stock());
+  EXPECT_EQ(ToneOfText(lines, "10.06"), Tone::kRise);
+  EXPECT_EQ(ToneOfText(lines, "10.00"), Tone::kPlain);
+  EXPECT_EQ(ToneOfText(lines, "9.97"), Tone::kFall);
+  StockMarketItem quote = Stock();
+  quote.preclose.present = false;
+  EXPECT_EQ(ToneOfText(BookLines(quote), "10.06"), Tone::kPlain);
+}
+
+TEST(BookLines, markAndPaintWhatMoved) {
+  StockMarketItem quote = Stock();
+  quote.ask_prices[4].direction = -1;
+  quote.ask_volumes[4].direction = 1;
+  quote.bid_volumes[0].direction = -1;
+  const auto lines = BookLines(quote);
+  EXPECT_EQ(Render(lines[0], kPlainText), "ask5      10.06▾         5,000▴");
+  EXPECT_EQ(Render(lines[6], kPlainText), "bid1      10.01            100▾");
+  EXPECT_EQ(ToneOfText(lines, "5,000"), Tone::kRise);
+  EXPECT_EQ(ToneOfText(lines, "100▾"), Tone::kFall);
+  EXPECT_EQ(ToneOfText(lines, "4,000"), Tone::kPlain);
+}
+
+TEST(BookLines, showAbsentLevelsAsSuch) {
+  StockMarketItem quote = Stock();
+  quote.ask_prices[1].present = false;
+  quote.ask_volumes[1].present = false;
+  quote.bid_prices.clear();
+  quote.bid_volumes.clear();
+  const auto texts = TextsOf(BookLines(quote));
+  ASSERT_EQ(texts.size(), 11U);
+  EXPECT_EQ(texts[3], "ask2         --             --");
+  EXPECT_EQ(texts[6], "bid1         --             --");
+}
+
+TEST(QuoteSheet, beginsWithNamePriceAndChange) {
+  EXPECT_EQ(TextsOf(QuoteSheet(Stock())).front(), "sh600000  浦发银行   10.02▴  +0.02   +0.20%");
+  EXPECT_EQ(ToneOfText(QuoteSheet(Stock()), "+0.20%"), Tone::kRise);
+}
+
+TEST(QuoteSheet, showsFiguresAndBookOfAStockSideBySide) {
+  const auto texts = TextsOf(QuoteSheet(Stock()));
+  ASSERT_EQ(texts.size(), 12U);
+  EXPECT_EQ(texts[1], "open               --    vol            1.23亿▴    ask5      10.06          5,000");
+  EXPECT_EQ(texts[2], "high            10.05    amt                --     ask4      10.05          4,000");
+  for (const std::string& text : texts) {
+    EXPECT_LE(DisplayWidth(text), 100) << text;
+    EXPECT_FALSE(text.ends_with(' ')) << text;
+  }
+}
+
+TEST(QuoteSheet, saysThatAStockIsSuspended) {
+  StockMarketItem quote = Stock();
+  for (const int suspended : {1, 2, 3, 4, 7}) {
+    quote.status = static_cast<stock::StockStatus>(suspended);
+    EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("suspended"), std::string::npos) << suspended;
+  }
+  quote.status = static_cast<stock::StockStatus>(5);
+  EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("status 5"), std::string::npos);
+}
+
+TEST(QuoteSheet, showsTheMembersOfAnIndexInPlaceOfABook) {
+  StockMarketItem quote;
+  quote.symbol_type = stock::kSymbolIndex;
+  quote.code = L"sh000001";
+  quote.num_u = {1200, true};
+  quote.num_d = {800, true};
+  quote.lead = L"龙头股";
+  quote.lead_change = {-1.5, true};
+  const auto sheet = QuoteSheet(quote);
+  const std::string text = TextOf(sheet);
+  EXPECT_EQ(text.find("ask1"), std::string::npos) << text;
+  EXPECT_EQ(text.find("limit_up"), std::string::npos) << text;
+  EXPECT_EQ(ToneOfText(sheet, "1,200"), Tone::kRise);
+  EXPECT_EQ(ToneOfText(sheet, "800"), Tone::kFall);
+  EXPECT_NE(text.find("unchanged          --"), std::string::npos) << text;
+  EXPECT_NE(text.find("龙头股"), std::string::npos);
+  EXPECT_EQ(ToneOfText(sheet, "-1.50%"), Tone::kFall);
+}
+
+TEST(QuoteSheet, escapesWhatTheServerSays) {
+  StockMarketItem quote = Stock();
+  quote.name = L"\x1b[2J";
+  EXPECT_EQ(TextOf(QuoteSheet(quote)).find('\x1b'), std::string::npos);
+}
+
+TEST(BoardLines, standUnderEachOtherWhateverTheNamesAre) {
+  StockMarketItem wide = Stock();
+  StockMarketItem narrow = Stock();
+  narrow.name = L"ST A";
+  narrow.last.present = false;
+  const auto texts = TextsOf(BoardLines({wide, narrow}, BoardLook().Usual("change")));
+  ASSERT_EQ(texts.size(), 3U);
+  EXPECT_EQ(texts[0], "code      name           last      diff    change       tr        vol        amt");
+  EXPECT_EQ(texts[1], "sh600000  浦发银行     10.02▴    +0.02    +0.20%       --     1.23亿▴        --");
+  EXPECT_EQ(texts[2], "sh600000  ST A            --     +0.02    +0.20%       --     1.23亿▴        --");
+}
+
+TEST(BoardLines, sayWhenThereIsNoRow) {
+  EXPECT_EQ(TextsOf(BoardLines({}, BoardLook().Usual("change"))), (std::vector<std::string>{"(no row)"}));
+}
+
+std::vector<std::string> NamesOf(const std::vector<MemberColumn>& columns) {
+  std::vector<std::string> names;
+  for (const MemberColumn& column : columns) {
+    names.emplace_back(column.member);
+  }
+  return names;
+}
+
+TEST(ListLook, addsTheColumnThatTheListIsOrderedBy) {
+  EXPECT_EQ(NamesOf(BoardLook().Usual("change")).size(), 8U);
+  EXPECT_EQ(NamesOf(BoardLook().Usual("pe")).size(), 9U);
+  EXPECT_EQ(NamesOf(BoardLook().Usual("pe")).back(), "pe");
+}
+
+TEST(ListLook, hasAColumnForEveryOrder) {
+  for (const Choice& column : StockColumns()) {
+    EXPECT_NO_THROW(static_cast<void>(BoardLook().Chosen(std::string(column.name)))) << column.name;
+    EXPECT_NO_THROW(static_cast<void>(WatchListLook().Chosen(std::string(column.name)))) << column.name;
+  }
+  EXPECT_NO_THROW(static_cast<void>(WatchListLook().Chosen("plate")));
+}
+
+TEST(ListLook, takesTheColumnsThatTheUserChooses) {
+  EXPECT_EQ(NamesOf(BoardLook().Chosen("pe,code")), (std::vector<std::string>{"pe", "code"}));
+  EXPECT_EQ(NamesOf(BoardLook().Chosen("all")).size(), 24U);
+  try {
+    static_cast<void>(BoardLook().Chosen("code,prize"));
+    FAIL() << "prize is no column";
+  } catch (const CLI::ValidationError& error) {
+    EXPECT_EQ(std::string(error.what()).rfind("--columns: \"prize\" is none of all, code, name, last", 0), 0U)
+        << error.what();
+  }
+}
+
+TEST(WatchListLines, showTheirPlate) {
+  OptionalMarketItem quote;
+  static_cast<StockMarketItem&>(quote) = Stock();
+  quote.plate = L"银行";
+  EXPECT_NE(TextOf(WatchListLines({quote}, WatchListLook().Usual(""))).find("  银行\n"), std::string::npos);
+}
+
+TEST(RankedStockLines, numberTheirRowsAndMarkWhatMoved) {
+  StockMarketSummary row;
+  row.code = L"sh600000";
+  row.name = L"浦发银行";
+  row.last = {10.02, true, -1};
+  row.change = {1.5, true, 1};
+  const auto texts = TextsOf(RankedStockLines({row}, {"row", 20}));
+  EXPECT_EQ(texts[0].rfind("row  code", 0), 0U) << texts[0];
+  EXPECT_EQ(texts[1].rfind(" 20  sh600000  浦发银行     10.02▾", 0), 0U) << texts[1];
+  EXPECT_NE(texts[1].find("+1.50%▴"), std::string::npos) << texts[1];
+}
+
+TEST(RankedPlateLines, showTheirLeader) {
+  PlateMarketSummary row;
+  row.bk = L"bk1001";
+  row.name = L"银行";
+  row.change = -0.5;
+  row.bpin = -123456;
+  row.cud = -3;
+  row.lead = L"浦发银行";
+  row.lead_change = 2;
+  const auto texts = TextsOf(RankedPlateLines({row}));
+  EXPECT_EQ(texts[1], "1  bk1001    银行        -0.50%   -12.35万    -3  浦发银行       +2.00%");
+}
+
+TEST(Vocabulary, numbersItsWordsAsTheServicesDo) {
+  EXPECT_EQ(NumberOf(Boards(), "all", ""), 1);
+  EXPECT_EQ(NumberOf(Boards(), "sme", ""), 5);
+  EXPECT_EQ(NumberOf(PlateKinds(), "concept", ""), 2);
+  int expected = 1;
+  for (const char* name : {"code", "name", "last", "change", "diff", "bid1", "ask1", "tr", "amt", "vol", "pe",
+                           "high", "low", "open", "preclose", "amp", "qrr", "cr", "mc"}) {
+    EXPECT_EQ(NumberOf(StockColumns(), name, ""), expected) << name;
+    EXPECT_EQ(NumberOf(WatchListColumns(), name, ""), expected) << name;
+    if (expected != 6 && expected != 7) {
+      EXPECT_EQ(NumberOf(PlateColumns(), name, ""), expected) << name;
+    }
+    ++expected;
+  }
+  EXPECT_EQ(NumberOf(PlateColumns(), "cud", ""), 23);
+  EXPECT_EQ(NumberOf(WatchListColumns(), "plate", ""), 24);
+  EXPECT_THROW(static_cast<void>(NumberOf(PlateColumns(), "bid1", "")), CLI::ValidationError);
+}
+
+TEST(SortOptions, areReadFromTheCommandLine) {
+  CLI::App app;
+  ListOptions options;
+  options.sort.columns = StockColumns();
+  AddPageOptions(app, options);
+  app.parse("--sort tr --asc --rows 20:40");
+  EXPECT_EQ(options.sort.column, 8);
+  EXPECT_EQ(options.sort.direction, kAscending);
+  EXPECT_EQ(options.Key(L"gem"), L"gem tr asc 20:40");
+  EXPECT_EQ(options.Title("all A shares"), "all A shares by tr, ascending, rows 20:40");
+}
+
+TEST(SortOptions, refuseBothDirections) {
+  CLI::App app;
+  ListOptions options;
+  options.sort.columns = StockColumns();
+  AddPageOptions(app, options);
+  EXPECT_THROW(app.parse("--asc --desc"), CLI::ParseError);
+}
+
+TEST(Symbols, mayBeTypedWithoutTheirMarket) {
+  EXPECT_EQ(ParseSymbol("sh600000"), L"sh600000");
+  EXPECT_EQ(ParseSymbol("SZ000002"), L"sz000002");
+  EXPECT_EQ(ParseSymbol("600000"), L"sh600000");
+  EXPECT_EQ(ParseSymbol("900901"), L"sh900901");
+  EXPECT_EQ(ParseSymbol("510300"), L"sh510300");
+  EXPECT_EQ(ParseSymbol("000002"), L"sz000002");
+  EXPECT_EQ(ParseSymbol("159915"), L"sz159915");
+  EXPECT_EQ(ParseSymbol("200002"), L"sz200002");
+  EXPECT_EQ(ParseSymbol("300001"), L"sz300001");
+}
+
+TEST(Symbols, areRefusedWhenTheyAreNone) {
+  for (const char* text : {"", "6", "60000", "6000000", "sh60000", "sh6000000", "bj600000", "430047",
+                           "800000", "bk1001", "sh60000a", "sh 60000", "../etc", "ｓｈ600000"}) {
+    EXPECT_EQ(ParseSymbol(text), std::nullopt) << text;
+  }
+}
+
+}  // namespace
+}  // namespace cli
