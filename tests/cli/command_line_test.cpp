@@ -52,8 +52,8 @@ TEST(CommandLine, helpNamesEveryCommandAndGivesExamples) {
 }
 
 TEST(CommandLine, everyCommandHasHelpWithExamples) {
-  for (const char* command : {"index", "serve", "mline", "kline", "events", "flow", "strength",
-                              "distribution", "effect", "margin", "purchase"}) {
+  for (const char* command : {"index", "quote", "board", "plates", "plate", "serve", "mline", "kline",
+                              "events", "flow", "strength", "distribution", "effect", "margin", "purchase"}) {
     ChildProcess csm(Csm({command, "--help"}));
     EXPECT_EQ(csm.Wait(), 0);
     EXPECT_NE(csm.output().find("Examples:"), std::string::npos) << command;

@@ -1,7 +1,5 @@
 // The commands that show charts and market analytics, as a person or a script starts them: against a market
 // that this process serves and knows the figures of, and against the one inside csm.
-#include <gtest/gtest.h>
-#include <rapidjson/document.h>
 #include <signal.h>
 
 #include <algorithm>
@@ -9,80 +7,21 @@
 #include <map>
 #include <memory>
 #include <regex>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "child_process.h"
 #include "cli/format/text.h"
-#include "market_server/market_server.h"
-#include "market_server/model/market.h"
+#include "csm_market.h"
 
 namespace tests {
 namespace {
 
 namespace model = market_server::model;
-using Arguments = std::vector<std::string>;
 
-constexpr std::uint64_t kSeed = 11;
-constexpr std::size_t kStocks = 220;
-constexpr const char* kMorning = "2024-03-15 10:30:00";
-constexpr model::Date kDay = 20240315;
-
-// A small market that stands still, and what it ought to show.
-class CsmCharts : public testing::Test {
+class CsmCharts : public CsmMarket {
  protected:
-  static market_server::Options Settings() {
-    market_server::Options options;
-    options.seed = kSeed;
-    options.stocks = kStocks;
-    options.clock = kMorning;
-    options.speed = 0;
-    return options;
-  }
-
-  CsmCharts() : server_(Settings()), market_({kSeed, model::Scenario::none, 0, kStocks}) {
-    server_.Start();
-    stock_ = market_.stocks(Now()).front();
-  }
-
-  [[nodiscard]] model::Instant Now() const { return model::instant_of(kDay, 10, 30, 0); }
-
-  [[nodiscard]] ChildProcess Run(Arguments arguments) const {
-    arguments.insert(arguments.end(), {"--server", server_.url()});
-    return ChildProcess(Csm(arguments), {{"CSM_KEY_ID", server_.key_id()}, {"CSM_KEY", server_.key()}});
-  }
-
-  [[nodiscard]] rapidjson::Document JsonOf(Arguments arguments) const {
-    arguments.emplace_back("--json");
-    ChildProcess csm = Run(arguments);
-    EXPECT_EQ(csm.Wait(), 0) << csm.errors();
-    rapidjson::Document record;
-    record.Parse<rapidjson::kParseValidateEncodingFlag>(csm.output().c_str(), csm.output().size());
-    EXPECT_EQ(LinesOf(csm.output()).size(), 1U);
-    if (record.HasParseError()) {
-      throw std::runtime_error("no record: " + csm.output() + csm.errors());
-    }
-    // The client's clock runs on while the server's stands.
-    EXPECT_TRUE(
-        std::regex_match(record["time"].GetString(), std::regex(R"(2024-03-15T\d\d:\d\d:\d\d\+08:00)")))
-        << record["time"].GetString();
-    return record;
-  }
-
-  [[nodiscard]] std::vector<std::string> LinesOfRun(const Arguments& arguments) const {
-    ChildProcess csm = Run(arguments);
-    EXPECT_EQ(csm.Wait(), 0) << csm.errors();
-    return LinesOf(csm.output());
-  }
-
-  void ExpectFailure(const Arguments& arguments, const std::string& mention, int code = 1) const {
-    ChildProcess csm = Run(arguments);
-    EXPECT_EQ(csm.Wait(), code) << arguments[0] << ": " << mention;
-    EXPECT_EQ(csm.output(), "") << arguments[0];
-    EXPECT_NE(csm.errors().find(mention), std::string::npos) << arguments[0] << ": " << csm.errors();
-  }
+  CsmCharts() : stock_(market_.stocks(Now()).front()) {}
 
   void ExpectMinutes(const rapidjson::Value& day, const model::MinuteLine& line) const {
     EXPECT_EQ(day["date"].GetUint(), line.date);
@@ -98,9 +37,7 @@ class CsmCharts : public testing::Test {
     }
   }
 
-  market_server::Server server_;
-  const model::Market market_;
-  const model::Security* stock_ = nullptr;
+  const model::Security* const stock_;
 };
 
 // --- minute lines ---

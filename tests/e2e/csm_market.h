@@ -7,8 +7,10 @@
 
 #include <cstdint>
 #include <map>
+#include <regex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "child_process.h"
@@ -17,14 +19,15 @@
 
 namespace tests {
 
+using Arguments = std::vector<std::string>;
+
+constexpr const char* kMorning = "2024-03-15 10:30:00";
+constexpr market_server::model::Date kDay = 20240315;
+
 class CsmMarket : public testing::Test {
  protected:
-  using Arguments = std::vector<std::string>;
-
   static constexpr std::uint64_t kSeed = 11;
   static constexpr std::size_t kStocks = 220;
-  static constexpr const char* kMorning = "2024-03-15 10:30:00";
-  static constexpr market_server::model::Date kDay = 20240315;
 
   static market_server::Options Settings() {
     market_server::Options options;
@@ -47,6 +50,10 @@ class CsmMarket : public testing::Test {
     return {{"CSM_KEY_ID", server_.key_id()}, {"CSM_KEY", server_.key()}};
   }
 
+  [[nodiscard]] ChildProcess Run(Arguments arguments) const {
+    return ChildProcess(Asking(std::move(arguments)), Environment());
+  }
+
   /// csm with the server's address at the end of its arguments.
   [[nodiscard]] Arguments Asking(Arguments arguments) const {
     arguments.insert(arguments.end(), {"--server", server_.url()});
@@ -67,6 +74,10 @@ class CsmMarket : public testing::Test {
       if (record.HasParseError()) {
         throw std::runtime_error("no JSON: " + line);
       }
+      // The client's clock runs on while the server's stands.
+      EXPECT_TRUE(
+          std::regex_match(record["time"].GetString(), std::regex(R"(2024-03-15T\d\d:\d\d:\d\d\+08:00)")))
+          << record["time"].GetString();
     }
     if (records.empty()) {
       throw std::runtime_error("no record: " + csm.errors());
@@ -84,13 +95,13 @@ class CsmMarket : public testing::Test {
 
   /// The lines of a run, which ends well.
   [[nodiscard]] std::vector<std::string> LinesOfRun(const Arguments& arguments) const {
-    ChildProcess csm(Asking(arguments), Environment());
+    ChildProcess csm = Run(arguments);
     EXPECT_EQ(csm.Wait(), 0) << csm.errors();
     return LinesOf(csm.output());
   }
 
   void ExpectFailure(const Arguments& arguments, const std::string& mention, int code = 1) const {
-    ChildProcess csm(Asking(arguments), Environment());
+    ChildProcess csm = Run(arguments);
     EXPECT_EQ(csm.Wait(), code) << arguments[0] << ": " << mention;
     EXPECT_EQ(csm.output(), "") << arguments[0];
     EXPECT_NE(csm.errors().find(mention), std::string::npos) << arguments[0] << ": " << csm.errors();
