@@ -4,6 +4,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,8 +37,9 @@ class CSingleStockMarket : public ISingleStockMarket, protected frame::Gated {
   static void ReadIndex(StockMarketItem& item, const request::json::Object& object);
   void Remember(StockMarketItem& item);
 
-  boost::mutex lock_;         // guards previous_
-  StockMarketItem previous_;  // of whichever code was answered last (kept: one memory for all codes)
+  boost::mutex lock_;  // guards previous_
+  // Of whichever code was answered last (kept: one memory for all codes); none before the first answer.
+  std::optional<StockMarketItem> previous_;
 };
 
 void CSingleStockMarket::Fetch() {
@@ -102,8 +104,8 @@ void CSingleStockMarket::ReadIndex(StockMarketItem& item, const request::json::O
 
 void CSingleStockMarket::Remember(StockMarketItem& item) {
   const boost::lock_guard<boost::mutex> guard(lock_);
-  if (previous_.code == item.code) {
-    SetDirections(item, previous_);
+  if (previous_ && previous_->code == item.code) {
+    SetDirections(item, *previous_);
   }
   previous_ = item;
 }

@@ -24,7 +24,9 @@ class CodeIndex {
     slots_.resize(capacity);
     // From the back, so that the first row of a code comes to stand in front.
     for (std::size_t row = rows.size(); row-- > 0;) {
-      Slot& slot = slots_[Find(rows[row].code)];
+      const std::uint32_t hash = HashOf(rows[row].code);
+      Slot& slot = slots_[Find(rows[row].code, hash)];
+      slot.hash = hash;
       later_[row] = slot.first;
       slot.first = static_cast<std::uint32_t>(row);
       slot.untaken = slot.first;
@@ -32,11 +34,13 @@ class CodeIndex {
   }
 
   /// The first row with that code.
-  [[nodiscard]] std::size_t First(std::wstring_view code) const { return Row(slots_[Find(code)].first); }
+  [[nodiscard]] std::size_t First(std::wstring_view code) const {
+    return Row(slots_[Find(code, HashOf(code))].first);
+  }
 
   /// The first row with that code that was not taken before; it is taken now.
   [[nodiscard]] std::size_t Take(std::wstring_view code) {
-    Slot& slot = slots_[Find(code)];
+    Slot& slot = slots_[Find(code, HashOf(code))];
     const std::uint32_t row = slot.untaken;
     if (row != kEnd) {
       slot.untaken = later_[row];
@@ -50,17 +54,22 @@ class CodeIndex {
   struct Slot {
     std::uint32_t first = kEnd;
     std::uint32_t untaken = kEnd;
+    std::uint32_t hash = 0;  // so that rows are looked at only when they are most likely the ones
   };
+
+  static std::uint32_t HashOf(std::wstring_view code) {
+    const std::uint64_t hash = std::hash<std::wstring_view>()(code);
+    return static_cast<std::uint32_t>(hash ^ (hash >> 32U));
+  }
 
   static std::size_t Row(std::uint32_t row) { return row == kEnd ? kNone : row; }
 
   // The slot of the code, or the free one where it belongs.
-  [[nodiscard]] std::size_t Find(std::wstring_view code) const {
-    std::size_t place = std::hash<std::wstring_view>()(code);
-    for (;; ++place) {
+  [[nodiscard]] std::size_t Find(std::wstring_view code, std::uint32_t hash) const {
+    for (std::size_t place = hash;; ++place) {
       const std::size_t index = place & (slots_.size() - 1);
-      const std::uint32_t row = slots_[index].first;
-      if (row == kEnd || rows_[row].code == code) {
+      const Slot& slot = slots_[index];
+      if (slot.first == kEnd || (slot.hash == hash && rows_[slot.first].code == code)) {
         return index;
       }
     }

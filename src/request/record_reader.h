@@ -135,9 +135,10 @@ class RecordReader {
 
   /// One record per element, in order; an element that is no object gives a default record.
   [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array) {
-    std::vector<Record> records(array.Size());
-    auto record = records.begin();
-    array.ForEach([&record](const json::Value& element) { Fill(*record++, element.AsObject()); });
+    std::vector<Record> records;
+    records.reserve(array.Size());
+    array.ForEach(
+        [&records](const json::Value& element) { Fill(records.emplace_back(), element.AsObject()); });
     return records;
   }
 

@@ -72,6 +72,12 @@ TEST_F(SingleQuote, comparesOnlyConsecutiveAnswersOfOneCode) {
   EXPECT_EQ(Quote(L"sh600000", R"("last":3)").last.direction, 0);
 }
 
+// The first answer was compared with an empty record when its code was empty as well.
+TEST_F(SingleQuote, hasNoDirectionsBeforeASecondAnswerWhateverTheCode) {
+  EXPECT_EQ(Quote(L"", R"("last":5)").last.direction, 0);
+  EXPECT_EQ(Quote(L"", R"("last":6)").last.direction, 1);
+}
+
 TEST_F(SingleQuote, isSilentAboutAnEmptyList) {
   Show(view, L"sh600000");
   for (const char* body : {R"({"data":{"list":[]}})", R"({"data":{}})", R"({})"}) {
