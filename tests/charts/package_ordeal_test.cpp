@@ -255,8 +255,8 @@ INSTANTIATE_TEST_SUITE_P(Disk, FailingDisk,
                                            Failure{"broken", watched_disk::Failing::kFromThen, EIO},
                                            Failure{"full", watched_disk::Failing::kWriting, ENOSPC},
                                            Failure{"readonly", watched_disk::Failing::kChanging, EROFS}),
-                         [](const ::testing::TestParamInfo<Failure>& info) {
-                           return std::string(info.param.name);
+                         [](const ::testing::TestParamInfo<Failure>& failure) {
+                           return std::string(failure.param.name);
                          });
 
 }  // namespace
