@@ -502,7 +502,7 @@ class MinuteOfTrading : public QuotesTest {
       const auto state = std::find(states.begin(), states.end(), still);
       ASSERT_NE(state, states.end()) << "the market was never so";
       EXPECT_EQ(update, before == nullptr ? still : telling.after(still, *before));
-      moved += update == still ? 0 : 1;
+      if (!(update == still)) ++moved;
       seen.insert(static_cast<std::size_t>(state - states.begin()));
       before = &*state;
     }
