@@ -89,13 +89,16 @@ void CheckTable(CppSQLite3DB& database) {
 
 // Whether an error at opening says that the file itself is bad. A lock, a full disk or a missing permission
 // does not. The statements of the opening are right, so a plain error comes from what the file says of
-// itself; and so does a refusal to write to a file that could be written.
+// itself; and so do a refusal to write to a file that could be written, and a store of a few pages that wants
+// more memory than there is.
 bool IsDamage(int code, const QFileInfo& file) {
   switch (code) {
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
     case SQLITE_ERROR:
     case SQLITE_FORMAT:
+    case SQLITE_NOMEM:
+    case SQLITE_TOOBIG:
       return true;
     case SQLITE_READONLY:
       return file.isWritable() && QFileInfo(file.path()).isWritable();
