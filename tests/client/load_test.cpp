@@ -1,0 +1,180 @@
+// Everything live at once, and hundreds of keys asked for without a pause: no answer is lost or told twice,
+// and nothing grows. CSM_LONG=1: ten minutes. The server is a process of its own, so that what is measured is
+// the client.
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "child_process.h"
+#include "whole_client.h"
+
+namespace client_test {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+#else
+constexpr bool kSanitized = false;
+#endif
+
+constexpr std::size_t kKeys = 500;
+constexpr std::size_t kViewsOfOneKey = 50;
+constexpr const char* kEndpoint = "/pc/rt/stock_detail_list";
+
+struct Footprint {
+  std::size_t threads;
+  std::size_t descriptors;
+  long resident_kib;
+};
+
+std::size_t EntriesOf(const char* directory) {
+  const auto entries = std::filesystem::directory_iterator(directory);
+  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+Footprint Measure() {
+  malloc_trim(0);
+  Footprint footprint{EntriesOf("/proc/self/task"), EntriesOf("/proc/self/fd"), 0};
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.rfind("VmRSS:", 0) == 0) {
+      footprint.resident_kib = std::stol(line.substr(6));
+    }
+  }
+  return footprint;
+}
+
+/// Codes of the board, as many as wanted.
+std::vector<std::wstring> Codes() {
+  std::mutex mutex;
+  std::vector<std::wstring> codes;
+  GetStockMarket()->FetchStockItems(1, 1, 1, [&](const CodeNameList& list) {
+    const std::lock_guard lock(mutex);
+    for (std::size_t i = 0; i < list.size() && i < kKeys; ++i) {
+      codes.push_back(list[i].first);
+    }
+  });
+  EXPECT_TRUE(Await([&] {
+    const std::lock_guard lock(mutex);
+    return codes.size() == kKeys;
+  }));
+  EXPECT_TRUE(WholeClient::AwaitQuiet());
+  return codes;
+}
+
+TEST(Load, losesNothingDoublesNothingAndGrowsByNothing) {
+  tests::ChildProcess server(tests::Csm({"serve", "--port", "0", "--clock", "2024-03-15 10:30:00"}),
+                             {{"CSM_KEY_ID", kKeyId}, {"CSM_KEY", kKey}});
+  ASSERT_TRUE(server.ReadUntilOutput("ready")) << server.errors();
+  const std::string first = tests::LinesOf(server.output()).front();
+  WholeClient client(first.substr(first.find("http")));
+  client.Open(true);
+  ASSERT_TRUE(client.AwaitAll(std::vector<std::uint64_t>(client.feeds().size()), 1));
+
+  using Singles = PolledFeed<ISingleStockMarket, StockMarketItem, std::wstring>;
+  Singles keys("keys", kEndpoint, GetSingleStockMarket());
+  Singles crowd("crowd", kEndpoint, GetSingleStockMarket());
+  const std::vector<std::wstring> codes = Codes();
+  ASSERT_EQ(codes.size(), kKeys);
+  for (const std::wstring& code : codes) {
+    keys.Show(code, false);
+  }
+  for (std::size_t i = 0; i < kViewsOfOneKey; ++i) {
+    crowd.Show(codes.front(), false);
+  }
+  const Feed& own = client.FeedNamed("single stock");
+  const Feed& index = client.FeedNamed("index quotes");
+  const Feed& watch_list = client.FeedNamed("watch list");
+  const bool shown_twice = std::find(codes.begin(), codes.end(), L"sh600000") != codes.end();
+  // What the views of different keys were told, and what the endpoint answered.
+  const auto told = [&] {
+    return keys.updates() + (shown_twice ? 0 : own.updates()) + index.updates() + watch_list.updates();
+  };
+  const auto answered = [] { return stock_host::ReadCounters().endpoints.at(kEndpoint).succeeded; };
+  // An answer is counted before it is told.
+  const auto settle = [&](std::uint64_t missing) {
+    return Await([&] {
+      const std::uint64_t before = answered();
+      return stock_host::ReadCounters().under_way == 0 && told() + missing == before && before == answered();
+    });
+  };
+
+  // Some rounds to warm up. Before them answers came with nobody to tell them to.
+  for (int round = 0; round < 12; ++round) {
+    const std::uint64_t before = keys.updates();
+    GetSingleStockMarket()->Refresh();
+    ASSERT_TRUE(Await([&] { return keys.updates() >= before + kKeys; }));
+  }
+  ASSERT_TRUE(WholeClient::AwaitQuiet());
+  std::this_thread::sleep_for(milliseconds(100));
+  const std::uint64_t missing = answered() - told();
+  ASSERT_TRUE(settle(missing));
+  const Footprint warm = Measure();
+  const std::uint64_t first_answers = answered();
+  const auto begin = steady_clock::now();
+
+  const seconds duration(IsLongRun() ? 600 : 8);
+  while (steady_clock::now() - begin < duration) {
+    const auto round = steady_clock::now();
+    const std::uint64_t before = keys.updates();
+    GetSingleStockMarket()->Refresh();
+    client.FeedNamed("stock quotes").Refresh();
+    client.FeedNamed("minute line").Refresh();
+    client.FeedNamed("distribution").Refresh();
+    ASSERT_TRUE(Await([&] { return keys.updates() >= before + kKeys; }));
+    std::this_thread::sleep_until(round + milliseconds(2000));  // 250 answers a second
+  }
+  EXPECT_TRUE(settle(missing)) << "answered " << answered() << ", told " << told()
+                               << ", before the load missing " << missing;
+  const std::uint64_t answers = answered() - first_answers;
+  const std::uint64_t each = keys.views().front().updates();
+  for (const auto& view : crowd.views()) {
+    EXPECT_EQ(view.updates(), each) << "two views of one key were told different numbers of times";
+  }
+  for (const auto& view : keys.views()) {
+    EXPECT_EQ(view.updates(), each) << "a key was asked for more often than another";
+  }
+  const Footprint end = Measure();
+  const double passed = std::chrono::duration<double>(steady_clock::now() - begin).count();
+  std::printf(
+      "%llu answers in %.0f s (%.0f a second); threads %zu, then %zu; descriptors %zu, then %zu; resident "
+      "%ld KiB, "
+      "then %ld KiB\n",
+      static_cast<unsigned long long>(answers), passed, static_cast<double>(answers) / passed, warm.threads,
+      end.threads, warm.descriptors, end.descriptors, warm.resident_kib, end.resident_kib);
+  EXPECT_EQ(end.threads, warm.threads);
+  EXPECT_LE(end.descriptors, warm.descriptors);
+  if (!kSanitized) {
+    EXPECT_LE(end.resident_kib, warm.resident_kib + 1024);
+  }
+
+  keys.Detach();
+  crowd.Detach();
+  client.Close();
+  server.Signal(SIGTERM);
+  EXPECT_EQ(server.Wait(), 0);
+}
+
+}  // namespace
+}  // namespace client_test

@@ -1,0 +1,82 @@
+// The server goes away and comes back: nobody asks more than the interval allows meanwhile, and everybody is
+// fresh again soon after. CSM_LONG=1: a hundred times.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "market_server/market_server.h"
+#include "whole_client.h"
+
+namespace client_test {
+namespace {
+
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+constexpr seconds kInterval(3);
+/// The services that poll every three seconds, each with an endpoint of its own.
+const std::vector<std::string> kPolled = {"stock quotes", "plate quotes", "plate stocks"};
+
+TEST(Outage, isOverOneIntervalAfterTheServerIsBack) {
+  market_server::Options options;
+  options.clock = "2024-03-15 10:30:00";
+  options.stocks = 200;
+  options.keys = {{kKeyId, kKey}};
+  auto server = std::make_unique<market_server::Server>(options);
+  server->Start();
+  options.port = server->port();
+  WholeClient client(server->url());
+  client.Open(true);
+  ASSERT_TRUE(client.AwaitAll(std::vector<std::uint64_t>(client.feeds().size()), 1));
+
+  const int outages = IsLongRun() ? 100 : 2;
+  milliseconds slowest{};
+  std::uint64_t asked_in_vain = 0;
+  for (int outage = 0; outage < outages; ++outage) {
+    SCOPED_TRACE(outage);
+    server.reset();
+    const auto counters_before = stock_host::ReadCounters();
+    const auto gone = steady_clock::now();
+    // Long enough for one round, and for some not.
+    std::this_thread::sleep_for(milliseconds(200 + 700 * (outage % 7)));
+    const auto counters_after = stock_host::ReadCounters();
+    const auto rounds = static_cast<std::uint64_t>((steady_clock::now() - gone) / kInterval) +
+                        1;  // one may stand at the border
+    for (const std::string& name : kPolled) {
+      const std::string& endpoint = client.FeedNamed(name).endpoint();
+      const std::uint64_t asked =
+          counters_after.endpoints.at(endpoint).requests - counters_before.endpoints.at(endpoint).requests;
+      EXPECT_LE(asked, rounds) << name;
+      asked_in_vain += asked;
+    }
+    server = std::make_unique<market_server::Server>(options);
+    server->Start();
+    const auto back = steady_clock::now();
+    const auto before = client.Updates();
+    EXPECT_TRUE(Await(
+        [&] {
+          for (std::size_t i = 0; i < before.size(); ++i) {
+            const Feed& feed = *client.feeds()[i];
+            if (std::find(kPolled.begin(), kPolled.end(), feed.name()) != kPolled.end() &&
+                feed.updates() == before[i]) {
+              return false;
+            }
+          }
+          return true;
+        },
+        kInterval + seconds(3)));
+    slowest = std::max(slowest, duration_cast<milliseconds>(steady_clock::now() - back));
+  }
+  std::printf("%d outages: fresh again after %lld ms at the latest, %llu requests in vain\n", outages,
+              static_cast<long long>(slowest.count()), static_cast<unsigned long long>(asked_in_vain));
+}
+
+}  // namespace
+}  // namespace client_test
