@@ -14,9 +14,9 @@ namespace request::json {
 inline constexpr char kRepeatedKeyMark = '\x7f';
 
 /// Gives every earlier member of a repeated key a key of its own, by putting a mark and a number in front of
-/// it, so that the last one wins (the parser by itself keeps any of them in a large object). A key that begins
-/// with the mark already gets another, so that no two are alike. Nothing else changes, the parser's error
-/// included if the text is no JSON. Nothing is returned when there is no such key, which is the rule.
+/// it, so that the last one wins (the parser by itself keeps any of them in a large object). A key that
+/// begins with the mark already gets another, so that no two are alike. Nothing else changes, the parser's
+/// error included if the text is no JSON. Nothing is returned when there is no such key, which is the rule.
 [[nodiscard]] std::optional<std::string> SetRepeatedKeysApart(std::string_view text);
 
 }  // namespace request::json
