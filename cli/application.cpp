@@ -1,10 +1,14 @@
 #include "cli/application.h"
 
 #include <CLI/App.hpp>
+#include <algorithm>
+#include <cstddef>
 #include <exception>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "cli/command.h"
 #include "cli/commands/live.h"
@@ -24,6 +28,8 @@ constexpr const char* kExamples = R"(Examples:
   csm                          the live view; q ends it
   csm index --count 1          the indices once
   csm index --json --for 60    for other programs
+  csm doctor                   looks at everything that csm stands on, and says what to do
+  csm --replay DIR index       from what "csm record DIR" has kept, without any server
   csm COMMAND --help           more about a command
 
 Exit codes: 0 fine, 1 failure, 2 wrong usage. Settings and keys: the CSM_* variables and csm.ini.)";
@@ -55,9 +61,29 @@ Runner Understand(CLI::App& app, int argc, const char* const* argv) {
   return runners[chosen.front()];
 }
 
+// "csm --replay DIR --speed 5 index --json" is understood like "csm index --replay DIR --speed 5 --json".
+std::vector<const char*> InOrder(int argc, const char* const* argv) {
+  std::vector<const char*> arguments(argv, argv + argc);
+  const auto is = [&](std::size_t at, std::string_view option) {
+    return at < arguments.size() && std::string_view(arguments[at]) == option;
+  };
+  std::size_t at = 1;
+  bool replays = false;
+  while (is(at, "--replay") || is(at, "--speed")) {
+    replays = replays || is(at, "--replay");
+    at += 2;
+  }
+  if (replays && at < arguments.size() && arguments[at][0] != '-') {
+    std::rotate(arguments.begin() + 1, arguments.begin() + static_cast<std::ptrdiff_t>(at),
+                arguments.begin() + static_cast<std::ptrdiff_t>(at) + 1);
+  }
+  return arguments;
+}
+
 }  // namespace
 
 int RunApplication(int argc, const char* const* argv) {
+  const std::vector<const char*> arguments = InOrder(argc, argv);
   CLI::App app{kAbout, "csm"};
   app.footer(kExamples);
   app.require_subcommand(0, 1);
@@ -65,7 +91,7 @@ int RunApplication(int argc, const char* const* argv) {
   app.set_help_flag("-h,--help", "this text");
   app.set_version_flag("--version", "csm " CSM_VERSION, "its version");
   try {
-    const Runner run = Understand(app, argc, argv);
+    const Runner run = Understand(app, argc, arguments.data());
     return run();
   } catch (const CLI::CallForHelp&) {
     // exit() writes help and version to standard output.

@@ -2,6 +2,7 @@
 #include "cli/commands/board.h"
 #include "cli/commands/calendar.h"
 #include "cli/commands/distribution.h"
+#include "cli/commands/doctor.h"
 #include "cli/commands/effect.h"
 #include "cli/commands/events.h"
 #include "cli/commands/find.h"
@@ -18,6 +19,7 @@
 #include "cli/commands/purchase.h"
 #include "cli/commands/quote.h"
 #include "cli/commands/rank.h"
+#include "cli/commands/record.h"
 #include "cli/commands/serve.h"
 #include "cli/commands/state.h"
 #include "cli/commands/strength.h"
@@ -49,6 +51,8 @@ const std::vector<Command>& Commands() {
       {"effect", "The money-making effect in the course of a day", &SetUpEffect},
       {"margin", "Margin trading, day by day", &SetUpMargin},
       {"purchase", "New shares to subscribe to", &SetUpPurchase},
+      {"record", "Keeps every exchange with a server, for --replay", &SetUpRecord},
+      {"doctor", "Looks at settings, key, directories and server, and says what to do", &SetUpDoctor},
       {"serve", "A simulated market for other programs to ask", &SetUpServe},
   };
   return commands;

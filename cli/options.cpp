@@ -82,16 +82,14 @@ void AddSimulationOptions(CLI::App& app, market_server::Options& options) {
       ->group(kSimulation);
 }
 
-void AddQueryOptions(CLI::App& app, QueryOptions& options) {
-  CLI::Option* const server = app.add_option("--server", options.session.server,
+void AddMarketOptions(CLI::App& app, SessionOptions& options) {
+  CLI::Option* const server = app.add_option("--server", options.server,
                                              "market server to ask. Default: a simulated market inside csm. "
                                              "Needs a key: CSM_KEY_ID and CSM_KEY, or "
                                              "a key file named in CSM_KEY_FILE")
                                   ->type_name("URL")
                                   ->check(CLI::Validator(CheckUrl, ""));
-  app.add_flag("--json", options.json, "one JSON object a line instead of a table");
-  app.add_flag("--no-color", options.no_color, "no colours (NO_COLOR is respected, too)");
-  AddSimulationOptions(app, options.session.simulation);
+  AddSimulationOptions(app, options.simulation);
   for (CLI::Option* const option : app.get_options()) {
     if (option->get_group() == kSimulation) {
       server->excludes(option);
@@ -99,18 +97,52 @@ void AddQueryOptions(CLI::App& app, QueryOptions& options) {
   }
 }
 
-void AddWatchOptions(CLI::App& app, WatchOptions& options) {
-  AddQueryOptions(app, options);
-  app.add_option("--for", options.seconds, "end after so many seconds")
+void AddOutputOptions(CLI::App& app, QueryOptions& options) {
+  app.add_flag("--json", options.json, "one JSON object a line instead of a table");
+  app.add_flag("--no-color", options.no_color, "no colours (NO_COLOR is respected, too)");
+}
+
+void AddQueryOptions(CLI::App& app, QueryOptions& options) {
+  AddMarketOptions(app, options.session);
+  CLI::Option* const replay =
+      app.add_option("--replay", options.session.replay,
+                     "directory of a record (csm record) to answer from instead of a server; --speed is that "
+                     "of the recorded time, from 0.001")
+          ->type_name("DIR");
+  for (CLI::Option* const option : app.get_options()) {
+    if (option->get_group() == kSimulation ? !option->check_name("--speed")
+                                           : option->check_name("--server")) {
+      replay->excludes(option);
+    }
+  }
+  AddOutputOptions(app, options);
+  app.final_callback([&session = options.session] {
+    if (!session.replay.empty() && session.simulation.speed < 0.001) {
+      throw CLI::ValidationError("--speed", "a replay cannot stand still: 0.001 is its least speed");
+    }
+  });
+}
+
+void AddForOption(CLI::App& app, std::optional<double>& seconds) {
+  app.add_option("--for", seconds, "end after so many seconds")
       ->type_name("SECONDS")
       ->check(CLI::Validator(CheckSeconds, ""));
-  app.add_option("--count", options.count, "end after so many updates")
-      ->type_name("N")
-      ->check(CLI::Validator(CheckCount, ""));
-  app.add_option("--interval", options.interval, "seconds between two requests")
+}
+
+void AddIntervalOption(CLI::App& app, double& interval) {
+  app.add_option("--interval", interval, "seconds between two requests")
       ->type_name("SECONDS")
       ->check(CLI::Validator(CheckSeconds, ""))
       ->capture_default_str();
+}
+
+void AddWatchOptions(CLI::App& app, WatchOptions& options) {
+  AddQueryOptions(app, options);
+  AddForOption(app, options.seconds);
+  app.add_option("--count", options.count, "end after so many updates")
+      ->type_name("N")
+      ->check(CLI::Validator(CheckCount, ""));
+  AddIntervalOption(app, options.interval);
 }
 
 }  // namespace cli

@@ -29,10 +29,19 @@ struct WatchOptions : QueryOptions {
 /// Adds what a simulated market can be told, to `app` as a group of its own.
 void AddSimulationOptions(CLI::App& app, market_server::Options& options);
 
-/// Adds --server, --json, --no-color and the simulation's options.
+/// Adds --server and the simulation's options, which exclude each other.
+void AddMarketOptions(CLI::App& app, SessionOptions& options);
+
+/// Adds --json and --no-color.
+void AddOutputOptions(CLI::App& app, QueryOptions& options);
+
+/// Adds --server, --replay, --json, --no-color and the simulation's options.
 void AddQueryOptions(CLI::App& app, QueryOptions& options);
 
-/// Adds --server, --json, --for, --count, --interval, --no-color and the simulation's options.
+void AddForOption(CLI::App& app, std::optional<double>& seconds);
+void AddIntervalOption(CLI::App& app, double& interval);
+
+/// Adds --server, --replay, --json, --for, --count, --interval, --no-color and the simulation's options.
 void AddWatchOptions(CLI::App& app, WatchOptions& options);
 
 }  // namespace cli

@@ -24,8 +24,7 @@ std::uint32_t ServerYear() {
   return common::GetCurrentServerDate() / 10000;
 }
 
-// Calls `done` when the calendar was answered, with false when it was not.
-void AwaitCalendar(MainLoop& loop, std::chrono::milliseconds patience, std::function<void(bool ok)> done) {
+void AwaitCalendarFor(std::chrono::milliseconds patience, MainLoop& loop, std::function<void(bool ok)> done) {
   const stock_host::EndpointCounters counters = stock_host::ReadCounters().endpoints[kCalendarEndpoint];
   const bool answered = counters.requests > 0 && counters.requests == counters.succeeded + counters.failed;
   if (answered || patience <= patience.zero()) {
@@ -34,10 +33,14 @@ void AwaitCalendar(MainLoop& loop, std::chrono::milliseconds patience, std::func
     return;
   }
   loop.After(kLook,
-             [&loop, patience, done = std::move(done)] { AwaitCalendar(loop, patience - kLook, done); });
+             [&loop, patience, done = std::move(done)] { AwaitCalendarFor(patience - kLook, loop, done); });
 }
 
 }  // namespace
+
+void AwaitCalendar(MainLoop& loop, std::function<void(bool ok)> done) {
+  AwaitCalendarFor(kCalendarPatience, loop, std::move(done));
+}
 
 void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done) {
@@ -52,7 +55,7 @@ void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
       if (ServerYear() != year) {
         reference.Init({});
       }
-      AwaitCalendar(loop, kCalendarPatience, done);
+      AwaitCalendar(loop, done);
     });
   });
 }

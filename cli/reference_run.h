@@ -26,6 +26,10 @@ enum class Needs {
 void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done);
 
+/// After the load of the lists was begun: calls `done` on the main thread when the calendar was answered,
+/// too, with false when it could not be loaded within about ten seconds.
+void AwaitCalendar(MainLoop& loop, std::function<void(bool ok)> done);
+
 /// What went wrong with the requests of a load, for a person: "/pc/rt/get_bk_list: timed out".
 [[nodiscard]] std::string LoadFailure();
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "c_stock_market.h"
+#include "cli/format/text.h"
 #include "host_services/stock_host.h"
 
 namespace cli {
@@ -20,7 +21,16 @@ std::string DefaultLogDirectory() {
   return home != nullptr && *home == '/' ? std::string(home) + "/.local/state/csm" : std::string();
 }
 
+std::string& RecordDirectory() {
+  static std::string* const directory = new std::string;
+  return *directory;
+}
+
 }  // namespace
+
+void RecordSessions(const std::string& directory) {
+  RecordDirectory() = directory;
+}
 
 struct Session::HostServices {
   explicit HostServices(const stock_host::Settings& settings) {
@@ -46,10 +56,18 @@ Session::Session(const SessionOptions& options) {
   settings.static_root.clear();
   settings.history_root.clear();
   settings.log_to_stderr = false;
+  if (options.has_server) {
+    settings.record_directory = RecordDirectory();
+  }
   if (!options.has_server) {
     UseTemporaryDirectory(settings);
     settings.api_root.clear();
     server_text_ = "no server";
+  } else if (!options.replay.empty()) {
+    UseTemporaryDirectory(settings);
+    settings.replay_directory = options.replay;
+    settings.replay_speed = options.simulation.speed;
+    server_text_ = "the record in " + Printable(options.replay);
   } else if (options.server.empty()) {
     UseTemporaryDirectory(settings);
     simulation_ = std::make_unique<market_server::Server>(options.simulation);
@@ -70,6 +88,10 @@ Session::Session(const SessionOptions& options) {
   log_ = std::make_unique<LogTail>(settings.log_directory + "/csm.log");
   host_ = std::make_unique<HostServices>(settings);
   if (!options.has_server) {
+    return;
+  }
+  if (!options.replay.empty()) {
+    services_ = std::make_unique<Services>();
     return;
   }
   if (settings.key_id.empty() || settings.key.empty()) {

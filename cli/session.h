@@ -16,8 +16,12 @@ namespace cli {
 struct SessionOptions {
   std::string server;                 ///< URL; empty: a simulated market in this process
   bool has_server = true;             ///< false: neither; for what the host services do by themselves
-  market_server::Options simulation;  ///< what that market is like
+  std::string replay;                 ///< directory of a record that answers instead; empty: none
+  market_server::Options simulation;  ///< what that market is like; its speed is also that of a replay
 };
+
+/// Every session made from now on is recorded in `directory`; a replay then throws.
+void RecordSessions(const std::string& directory);
 
 class Session {
  public:

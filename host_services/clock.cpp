@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "host/clock.h"
+#include "stock_host.h"
 
 namespace stock_host {
 namespace {
@@ -79,6 +80,11 @@ bool ServerClockModel::Learn(std::int64_t date, double speed, Steady now) {
   return false;
 }
 
+bool ServerClockModel::Learned() {
+  const std::lock_guard lock(mutex_);
+  return learned_;
+}
+
 double ServerClockModel::Speed() {
   const std::lock_guard lock(mutex_);
   return speed_;
@@ -102,6 +108,13 @@ std::optional<double> ParseSpeed(const char* text) {
     return std::nullopt;
   }
   return speed;
+}
+
+ServerClockState ReadServerClock() {
+  ServerClockModel& clock = ServerClock();
+  const double ahead = static_cast<double>(clock.Now(std::chrono::steady_clock::now())) - WallSeconds() + 0.5;
+  const bool known = clock.Learned();
+  return {known, known ? ahead : 0, clock.Speed()};
 }
 
 void ResetServerClock() {

@@ -29,6 +29,9 @@ class ServerClockModel {
   /// sample now agree within `kLargestSkew`.
   bool Learn(std::int64_t date, double speed, Steady now);
 
+  /// True once a sample has set the clock.
+  [[nodiscard]] bool Learned();
+
   /// Seconds of server time in a real second.
   [[nodiscard]] double Speed();
 

@@ -1,5 +1,8 @@
 #include "counters.h"
 
+#include <algorithm>
+#include <chrono>
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -8,6 +11,8 @@
 namespace stock_host {
 namespace {
 
+using Steady = std::chrono::steady_clock;
+
 // A server that is asked for ever new paths does not make the table grow for ever.
 constexpr std::size_t kEndpoints = 200;
 
@@ -15,6 +20,7 @@ struct CounterState {
   std::mutex mutex;  // guards all members
   Counters counters;
   Connection connection = Connection::kIdle;
+  std::map<const EndpointCounters*, Steady::time_point> succeeded_at;  // entries of a map stay where they are
 };
 
 // Leaked: callable until the very end of the process.
@@ -59,6 +65,7 @@ std::uint64_t& Count(Failures& failures, HttpError error) {
 void ResetCounters() {
   CounterState& state = State();
   const std::lock_guard lock(state.mutex);
+  state.succeeded_at.clear();
   state.counters = Counters();
   state.connection = Connection::kIdle;
 }
@@ -72,7 +79,7 @@ void CountStarted(const std::string& endpoint) {
 }
 
 void CountCompleted(const std::string& endpoint, HttpError error, const std::string& reason,
-                    std::uint64_t bytes, std::int64_t at) {
+                    std::uint64_t bytes, std::int64_t at, std::chrono::duration<double> took) {
   CounterState& state = State();
   const std::lock_guard lock(state.mutex);
   Counters& counters = state.counters;
@@ -84,6 +91,8 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
     ++counters.succeeded;
     ++one.succeeded;
     one.last_success = at;
+    one.answer_seconds = took.count();
+    state.succeeded_at[&one] = Steady::now();
     state.connection = Connection::kLive;
     return;
   }
@@ -123,8 +132,17 @@ Connection ConnectionState() {
 
 Counters ReadCounters() {
   CounterState& state = State();
+  const auto now = Steady::now();
   const std::lock_guard lock(state.mutex);
-  return state.counters;
+  Counters counters = state.counters;
+  for (auto& [name, one] : counters.endpoints) {
+    const auto succeeded = state.succeeded_at.find(&state.counters.endpoints.at(name));
+    if (succeeded != state.succeeded_at.end()) {
+      // A success may have come while the lock was waited for.
+      one.success_age = std::max(0.0, std::chrono::duration<double>(now - succeeded->second).count());
+    }
+  }
+  return counters;
 }
 
 }  // namespace stock_host

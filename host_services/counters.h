@@ -1,6 +1,7 @@
 // What the requests came to, for the application (ReadCounters in stock_host.h). Callable from any thread.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -13,9 +14,10 @@ void ResetCounters();
 /// A request was taken on. Exactly one `CountCompleted` follows.
 void CountStarted(const std::string& endpoint);
 
-/// `reason` names the failure; it is left alone after a success. `at` is the machine's time in Unix seconds.
+/// `reason` names the failure; it is left alone after a success. `at` is the machine's time in Unix seconds,
+/// `took` the time from the request to its end.
 void CountCompleted(const std::string& endpoint, HttpError error, const std::string& reason,
-                    std::uint64_t bytes, std::int64_t at);
+                    std::uint64_t bytes, std::int64_t at, std::chrono::duration<double> took = {});
 
 void CountConnections(std::uint64_t opened);
 

@@ -259,7 +259,8 @@ class HttpClient::Network {
                                  exchange->Report(), answer);
     }
     CountCompleted(exchange->endpoint, answer.error, answer.reason, answer.body.size(),
-                   std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
+                   std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()),
+                   Steady::now() - exchange->asked);
     Done done = std::move(exchange->done);
     if (exchange->wakes_caller) {
       done(answer);

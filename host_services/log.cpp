@@ -107,6 +107,11 @@ std::string LogText(std::string_view text) {
   return common::ws2s(line, common::kUtf8);
 }
 
+bool IsLogLevel(const std::string& text) {
+  spdlog::level::level_enum ignored{};
+  return ParseLevel(text, ignored);
+}
+
 bool OpenLog(const std::string& directory, bool to_stderr, const std::string& level, std::string& error) {
   spdlog::level::level_enum threshold{};
   if (!ParseLevel(level, threshold)) {

@@ -15,6 +15,9 @@ enum class Severity { kDebug, kInfo, kWarning, kError };
 [[nodiscard]] bool OpenLog(const std::string& directory, bool to_stderr, const std::string& level,
                            std::string& error);
 
+/// True for a text that `OpenLog` takes as `level`.
+[[nodiscard]] bool IsLogLevel(const std::string& text);
+
 /// Flushes and closes. Does nothing when closed.
 void CloseLog();
 

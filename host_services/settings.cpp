@@ -9,6 +9,7 @@
 #include <QSettings>
 #include <QString>
 #include <QStringList>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -49,12 +50,15 @@ std::string Environment(const char* name) {
   return value == nullptr ? std::string() : value;
 }
 
+bool IsFlag(const std::string& text, bool& flag) {
+  const bool yes = text == "1" || text == "true" || text == "yes" || text == "on";
+  const bool no = text == "0" || text == "false" || text == "no" || text == "off";
+  flag = yes || (flag && !no);
+  return yes || no;
+}
+
 void ReadFlag(const std::string& text, const std::string& name, bool& flag) {
-  if (text == "1" || text == "true" || text == "yes" || text == "on") {
-    flag = true;
-  } else if (text == "0" || text == "false" || text == "no" || text == "off") {
-    flag = false;
-  } else if (!text.empty()) {
+  if (!text.empty() && !IsFlag(text, flag)) {
     Log(Severity::kWarning, "settings: " + name + " is neither true nor false: " + text);
   }
 }
@@ -157,6 +161,64 @@ bool ReadKeyFile(const std::string& path, std::string& key_id, std::string& key,
   key_id = found_id;
   key = found_key;
   return true;
+}
+
+SettingsReview ReviewSettings() {
+  SettingsReview review;
+  std::string config = Environment("CSM_CONFIG_DIRECTORY");
+  config = config.empty() ? DefaultConfigDirectory() : config;
+  review.ini = config + "/csm.ini";
+  const QString name = QString::fromStdString(review.ini);
+  review.has_ini = QFile::exists(name);
+  bool ignored = false;
+  const auto look_at_flag = [&](const std::string& flag, const std::string& text) {
+    if (!text.empty() && !IsFlag(text, ignored)) {
+      review.odd_flags.push_back(flag + "=" + text);
+    }
+  };
+  if (review.has_ini) {
+    QFile file(name);
+    QSettings ini(name, QSettings::IniFormat);
+    ini.setIniCodec("UTF-8");
+    if (!file.open(QIODevice::ReadOnly)) {
+      review.trouble = file.errorString().toStdString();
+    } else if (ini.status() != QSettings::NoError) {
+      review.trouble = "it is no ini file";
+    } else {
+      for (const QString& key : ini.allKeys()) {
+        const std::string text = key.toStdString();
+        const bool known = text == "log/stderr" || text == "key/file" ||
+                           std::any_of(kTexts.begin(), kTexts.end(),
+                                       [&](const TextSetting& setting) { return text == setting.ini; });
+        if (text == "key/key" || text == "server/key") {
+          review.misplaced_keys.push_back(text);
+        } else if (!known) {
+          review.unknown_keys.push_back(text);
+        }
+      }
+      look_at_flag("log/stderr", IniText(ini, "log/stderr"));
+      review.key_file = IniText(ini, "key/file");
+    }
+  }
+  look_at_flag("CSM_LOG_TO_STDERR", Environment("CSM_LOG_TO_STDERR"));
+  for (const char* const* variable = environ; *variable != nullptr; ++variable) {
+    const std::string text = *variable;
+    const std::string variable_name = text.substr(0, text.find('='));
+    if (text.starts_with("CSM_") && variable_name != "CSM_LOG_TO_STDERR" && variable_name != "CSM_KEY_FILE" &&
+        std::none_of(kTexts.begin(), kTexts.end(),
+                     [&](const TextSetting& setting) { return variable_name == setting.environment; })) {
+      review.unknown_variables.push_back(variable_name);
+    }
+  }
+  if (!Environment("CSM_KEY_FILE").empty()) {
+    review.key_file = Environment("CSM_KEY_FILE");
+  }
+  review.key_file_named = !review.key_file.empty();
+  if (!review.key_file_named) {
+    review.key_file = config + "/key";
+  }
+  review.key_in_environment = !Environment("CSM_KEY").empty();
+  return review;
 }
 
 Settings LoadSettings() {

@@ -77,6 +77,8 @@ struct EndpointCounters {
   std::uint64_t failed = 0;
   std::uint64_t bytes_received = 0;  ///< of bodies, unpacked
   std::int64_t last_success = 0;     ///< Unix seconds by the machine's clock; 0: never
+  double success_age = -1;           ///< seconds since then, when the counters were read; -1: never
+  double answer_seconds = 0;         ///< from the request to its end, of the latest success
   std::string last_error;            ///< of the latest failure; empty: none yet
 };
 
@@ -96,6 +98,28 @@ struct Counters {
 
 [[nodiscard]] STOCK_HOST_API Connection ConnectionState();
 [[nodiscard]] STOCK_HOST_API Counters ReadCounters();
+
+/// What is known of the quote API server's clock.
+struct ServerClockState {
+  bool known = false;  ///< an answer has told it since the start
+  double ahead = 0;    ///< seconds before the machine's clock, to about a second; negative: behind it
+  double speed = 1;    ///< seconds of the server's clock in a second
+};
+[[nodiscard]] STOCK_HOST_API ServerClockState ReadServerClock();
+
+/// One thing that the services stand on, as it was found.
+struct Finding {
+  enum class State { kGood, kWarning, kFailed };
+  State state = State::kGood;
+  std::string subject;  ///< "settings", "environment", "server address", "key", "data directory" and so on
+  std::string text;     ///< what was looked at and how it is; never a key
+  std::string advice;   ///< what to do; empty when nothing is wrong
+};
+
+/// Looks at what `LoadSettings` and `Start` stand on: csm.ini and the environment, the key, the directories
+/// (which are made if missing, as `Start` would, and written to), the watch list. Sends nothing. The services
+/// may run or not.
+[[nodiscard]] STOCK_HOST_API std::vector<Finding> ExamineSetup();
 
 /// The watch list in the user's order, symbols in lower case. Empty before the first `Start`.
 [[nodiscard]] STOCK_HOST_API std::vector<std::wstring> WatchList();

@@ -25,6 +25,16 @@ class WatchListFile final : public IUserOptionalStock {
 
   static constexpr std::size_t kLongestList = 1000;
 
+  /// The file's text: the symbols, and lines that are none, which are kept as they are.
+  struct Content {
+    std::vector<std::string> other_lines;
+    Symbols symbols;
+    std::vector<std::string> refused;  ///< of `other_lines`, those that are no comment
+  };
+
+  /// A missing file is an empty list. Nothing, with `error`, when it cannot be read.
+  [[nodiscard]] static std::optional<Content> Read(const std::string& path, std::string& error);
+
   WatchListFile() = default;
   ~WatchListFile();
   WatchListFile(const WatchListFile&) = delete;
@@ -68,15 +78,7 @@ class WatchListFile final : public IUserOptionalStock {
     std::int64_t nanoseconds = 0;
     bool operator==(const Stamp&) const = default;
   };
-  // The file's text: the symbols, and lines that are none, which are kept as they are.
-  struct Content {
-    std::vector<std::string> other_lines;
-    Symbols symbols;
-    std::vector<std::string> refused;
-  };
-
   [[nodiscard]] static Stamp StampOf(const std::string& path);
-  [[nodiscard]] static std::optional<Content> Read(const std::string& path, std::string& error);
   void PublishLocked(Symbols symbols, const Stamp& stamp);
   void QueueLocked();
   void Run();

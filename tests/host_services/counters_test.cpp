@@ -64,6 +64,35 @@ TEST(Counters, tellEndpointsApart) {
   EXPECT_EQ(counters.endpoints.at("history").requests, 1U);
 }
 
+TEST(Counters, tellTheAgeAndTheDurationOfTheLatestSuccess) {
+  const RunningHost host;
+  LoopbackServer server([](LoopbackServer::Connection& connection) {
+    while (!connection.ReadRequest().empty()) {
+      if (connection.requests_before == 1) {
+        connection.Write("HTTP/1.1 503 Busy\r\nContent-Length: 0\r\n\r\n");
+      } else if (connection.Pause(std::chrono::milliseconds(20))) {
+        connection.Answer("well");
+      }
+    }
+  });
+  const auto before = std::chrono::steady_clock::now();
+  EXPECT_TRUE(Ask(server.WideUrl()));
+  const auto first = ReadCounters().endpoints.at("other");
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - before;
+  EXPECT_GE(first.answer_seconds, 0.02);
+  EXPECT_LE(first.answer_seconds + first.success_age, passed.count());
+  EXPECT_FALSE(Ask(server.WideUrl()));
+  const auto second = ReadCounters().endpoints.at("other");
+  EXPECT_EQ(second.answer_seconds, first.answer_seconds);
+  EXPECT_GT(second.success_age, first.success_age);
+}
+
+TEST(Counters, haveNoAgeBeforeASuccess) {
+  const RunningHost host;
+  EXPECT_FALSE(Ask(L"http://127.0.0.1:" + std::to_wstring(host_test::ClosedPort())));
+  EXPECT_EQ(ReadCounters().endpoints.at("other").success_age, -1);
+}
+
 TEST(Counters, bytesAreCountedUnpacked) {
   const RunningHost host;
   LoopbackServer server(Answering(Gzipped(std::string(5000, 'x')), "Content-Encoding: gzip\r\n"));

@@ -1,0 +1,346 @@
+#include "cli/commands/doctor.h"
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "c_stock_market.h"
+#include "cli/format/china_time.h"
+#include "cli/format/figures.h"
+#include "cli/format/json_writer.h"
+#include "cli/format/table.h"
+#include "cli/line_run.h"
+#include "cli/main_loop.h"
+#include "cli/options.h"
+#include "cli/output.h"
+#include "cli/reference_run.h"
+#include "cli/server_examination.h"
+#include "cli/temporary_directory.h"
+#include "host/clock.h"
+#include "host_services/stock_host.h"
+
+namespace cli {
+namespace {
+
+using stock_host::Finding;
+using State = Finding::State;
+
+constexpr const char* kExamples = R"(Examples:
+  csm doctor                      settings, key, directories, and the configured server or a simulated one
+  csm doctor --server URL         the same with that server
+  csm doctor --json               for other programs
+
+A line for each thing: ok, warning or FAILED, what was looked at and, when something is wrong, what to do. Then what the
+requests of this look came to, endpoint by endpoint. The exit code is 1 when anything FAILED.)";
+
+std::string_view NameOf(State state) {
+  switch (state) {
+    case State::kGood:
+      return "ok";
+    case State::kWarning:
+      return "warning";
+    case State::kFailed:
+      break;
+  }
+  return "FAILED";
+}
+
+std::string_view NameOf(stock_host::Connection connection) {
+  switch (connection) {
+    case stock_host::Connection::kIdle:
+      return "idle";
+    case stock_host::Connection::kLive:
+      return "live";
+    case stock_host::Connection::kFailing:
+      break;
+  }
+  return "failing";
+}
+
+struct FailureKind {
+  const char* name;
+  std::uint64_t stock_host::Failures::*count;
+};
+constexpr FailureKind kFailureKinds[] = {
+    {"invalid", &stock_host::Failures::invalid},       {"connection", &stock_host::Failures::connection},
+    {"security", &stock_host::Failures::security},     {"timeout", &stock_host::Failures::timeout},
+    {"incomplete", &stock_host::Failures::incomplete}, {"status", &stock_host::Failures::status},
+    {"too_large", &stock_host::Failures::too_large},   {"stopped", &stock_host::Failures::stopped},
+};
+
+class Report {
+ public:
+  Report(Output& output, const QueryOptions& options)
+      : output_(output), json_(options.json), palette_(WantsColour(STDOUT_FILENO, options.no_color)) {}
+
+  void Tell(const Finding& finding) {
+    failed_ = failed_ || finding.state == State::kFailed;
+    if (json_) {
+      JsonWriter json;
+      json.BeginObject();
+      const std::pair<const char*, std::string_view> members[] = {{"check", finding.subject},
+                                                                  {"state", NameOf(finding.state)},
+                                                                  {"text", finding.text},
+                                                                  {"advice", finding.advice}};
+      for (const auto& [name, text] : members) {
+        json.Key(name);
+        json.Value(text);
+      }
+      json.EndObject();
+      output_.WriteLine(json.Text());
+      return;
+    }
+    StyledLine line = {{Pad(NameOf(finding.state), 9, Align::kLeft),
+                        finding.state == State::kGood ? Tone::kPlain : Tone::kWarning},
+                       {Pad(finding.subject, 25, Align::kLeft), Tone::kStrong},
+                       {Printable(finding.text)}};
+    if (!finding.advice.empty()) {
+      line.push_back({". What to do: " + Printable(finding.advice)});
+    }
+    output_.WriteLine(Render(line, palette_));
+  }
+
+  /// The last thing to be told.
+  void TellCounters(const stock_host::Counters& counters, stock_host::Connection connection) {
+    complete_ = true;
+    if (json_) {
+      WriteCounters(counters, connection);
+      return;
+    }
+    std::string failures;
+    for (const FailureKind& kind : kFailureKinds) {
+      if (counters.failures.*kind.count > 0) {
+        failures += (failures.empty() ? " (" : ", ") + std::string(kind.name) + " " +
+                    std::to_string(counters.failures.*kind.count);
+      }
+    }
+    output_.WriteLine("\nconnection " + std::string(NameOf(connection)) + ", requests " +
+                      std::to_string(counters.requests) + ", failed " + std::to_string(counters.failed) +
+                      failures + (failures.empty() ? "" : ")") + ", KiB " +
+                      Fixed(static_cast<double>(counters.bytes_received) / 1024, 1) + ", connections " +
+                      std::to_string(counters.connections));
+    if (counters.endpoints.empty()) {
+      return;
+    }
+    Table table({{"endpoint"},
+                 {"requests", Align::kRight},
+                 {"ok", Align::kRight},
+                 {"failed", Align::kRight},
+                 {"KiB", Align::kRight},
+                 {"answer ms", Align::kRight},
+                 {"age s", Align::kRight},
+                 {"last success"},
+                 {"last failure"}});
+    for (const auto& [name, one] : counters.endpoints) {
+      const bool ever = one.succeeded > 0;
+      table.Add({{Printable(name)},
+                 {std::to_string(one.requests)},
+                 {std::to_string(one.succeeded)},
+                 {std::to_string(one.failed)},
+                 {Fixed(static_cast<double>(one.bytes_received) / 1024, 1)},
+                 {ever ? Fixed(one.answer_seconds * 1000, 1) : kNoFigure},
+                 {ever ? Fixed(one.success_age, 1) : kNoFigure},
+                 {ever ? DateAndTime(one.last_success) : kNoFigure},
+                 {Printable(one.last_error)}});
+    }
+    output_.Write(TextOf(table, palette_));
+  }
+
+  [[nodiscard]] bool failed() const { return failed_; }
+  /// False when the look was broken off.
+  [[nodiscard]] bool is_complete() const { return complete_; }
+
+ private:
+  void WriteCounters(const stock_host::Counters& counters, stock_host::Connection connection) {
+    JsonWriter total;
+    total.BeginObject();
+    total.Key("connection");
+    total.Value(NameOf(connection));
+    const std::pair<const char*, std::uint64_t> numbers[] = {{"requests", counters.requests},
+                                                             {"succeeded", counters.succeeded},
+                                                             {"failed", counters.failed},
+                                                             {"bytes_received", counters.bytes_received},
+                                                             {"connections", counters.connections}};
+    for (const auto& [name, number] : numbers) {
+      total.Key(name);
+      total.Value(number);
+    }
+    total.Key("failures");
+    total.BeginObject();
+    for (const FailureKind& kind : kFailureKinds) {
+      total.Key(kind.name);
+      total.Value(counters.failures.*kind.count);
+    }
+    total.EndObject();
+    total.EndObject();
+    output_.WriteLine(total.Text());
+    for (const auto& [name, one] : counters.endpoints) {
+      JsonWriter json;
+      json.BeginObject();
+      json.Key("endpoint");
+      json.Value(std::string_view(name));
+      const std::pair<const char*, std::uint64_t> counts[] = {{"requests", one.requests},
+                                                              {"succeeded", one.succeeded},
+                                                              {"failed", one.failed},
+                                                              {"bytes_received", one.bytes_received}};
+      for (const auto& [member, count] : counts) {
+        json.Key(member);
+        json.Value(count);
+      }
+      json.Key("last_success");
+      json.Value(one.last_success);
+      json.Key("success_age");
+      json.Value(one.success_age);
+      json.Key("answer_seconds");
+      json.Value(one.answer_seconds);
+      json.Key("last_error");
+      json.Value(std::string_view(one.last_error));
+      json.EndObject();
+      output_.WriteLine(json.Text());
+    }
+  }
+
+  Output& output_;
+  const bool json_;
+  const Palette palette_;
+  bool failed_ = false;
+  bool complete_ = false;
+};
+
+// The services for the time of the look, in directories of their own: those of the user may be what is
+// wrong.
+class Services {
+ public:
+  explicit Services(stock_host::Settings settings) {
+    settings.data_directory = directory_.path() + "/data";
+    settings.log_directory = directory_.path() + "/log";
+    settings.config_directory = directory_.path() + "/config";
+    settings.log_level = "info";
+    settings.log_to_stderr = false;
+    runs_ = stock_host::Start(settings, error_);
+  }
+  ~Services() { End(); }
+  Services(const Services&) = delete;
+  Services& operator=(const Services&) = delete;
+
+  /// Requests under way fail.
+  void End() {
+    if (runs_) {
+      DestroyStockMarket();
+      stock_host::Stop();
+      runs_ = false;
+    }
+  }
+  /// Why they do not run; empty when they do.
+  [[nodiscard]] const std::string& error() const { return error_; }
+
+ private:
+  const TemporaryDirectory directory_;
+  std::string error_;
+  bool runs_ = false;
+};
+
+void Finish(MainLoop& loop, Report& report) {
+  report.TellCounters(stock_host::ReadCounters(), stock_host::ConnectionState());
+  loop.End();  // nothing is written any more
+}
+
+void ExamineReferenceData(MainLoop& loop, Report& report) {
+  IStockCommon* const reference = GetStockCommon();
+  if (reference == nullptr) {
+    report.Tell({State::kFailed, "reference data", "the service cannot be made", "look at the program log"});
+    Finish(loop, report);
+    return;
+  }
+  LoadReferenceData(loop, *reference, Needs::kLists, [&loop, &report, reference](bool loaded) {
+    if (loaded) {
+      report.Tell({State::kGood,
+                   "reference data",
+                   std::to_string(reference->GetStockList(1).size()) + " stocks, " +
+                       std::to_string(reference->GetPlateList(1).size() + reference->GetPlateList(2).size()) +
+                       " plates",
+                   {}});
+    } else {
+      report.Tell({State::kFailed, "reference data", "not loaded: " + LoadFailure(),
+                   "the lines above and the table below say what failed"});
+    }
+    AwaitCalendar(loop, [&loop, &report](bool known) {
+      const std::string now = DateAndTime(common::GetCurrentServerTime()) + ", " + PhaseName(CurrentPhase());
+      if (known) {
+        report.Tell({State::kGood, "phase", now, {}});
+      } else {
+        report.Tell({State::kWarning, "phase", now + "; the holidays are not known, only weekends",
+                     "look at /pc/rt/trade_date in the table below"});
+      }
+      Finish(loop, report);
+    });
+  });
+}
+
+int Examine(const QueryOptions& options) {
+  MainLoop loop;
+  Output output(loop, STDOUT_FILENO);
+  Report report(output, options);
+  for (const Finding& finding : stock_host::ExamineSetup()) {
+    report.Tell(finding);
+  }
+
+  stock_host::Settings settings = stock_host::LoadSettings();
+  ExaminedServer server{settings.api_root, settings.proxy, {}, false};
+  std::unique_ptr<market_server::Server> simulation;
+  if (!options.session.server.empty()) {
+    server.url = options.session.server;
+    settings.static_root.clear();
+    settings.history_root.clear();
+  } else if (server.url.empty()) {
+    simulation = std::make_unique<market_server::Server>(options.session.simulation);
+    simulation->Start();
+    server = {simulation->url(), {}, {}, true};
+    settings = {};
+    settings.key_id = simulation->key_id();
+    settings.key = simulation->key();
+  }
+  settings.api_root = server.url;
+  if (settings.key.empty() || settings.key_id.empty()) {
+    settings.key.clear();  // what is missing was told above
+    settings.key_id.clear();
+  }
+  server.key_id = settings.key_id;
+
+  Services services(settings);
+  if (!services.error().empty()) {
+    report.Tell({State::kFailed, "services", services.error(), "correct it; the server was not looked at"});
+    return kFailure;
+  }
+  std::jthread requests([&] {
+    const bool reached = ExamineServer(
+        server, [&](const Finding& finding) { loop.Post([&report, finding] { report.Tell(finding); }); });
+    loop.Post([&, reached] {
+      if (reached && !server.key_id.empty()) {
+        ExamineReferenceData(loop, report);
+      } else {
+        Finish(loop, report);
+      }
+    });
+  });
+  loop.Run();
+  services.End();  // a request that is still waited for comes to its end
+  requests.join();
+  return report.is_complete() && !report.failed() ? kFine : kFailure;
+}
+
+}  // namespace
+
+Runner SetUpDoctor(CLI::App& app) {
+  const auto options = std::make_shared<QueryOptions>();
+  AddMarketOptions(app, options->session);
+  AddOutputOptions(app, *options);
+  app.footer(kExamples);
+  return [options] { return Examine(*options); };
+}
+
+}  // namespace cli

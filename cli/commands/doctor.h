@@ -1,0 +1,10 @@
+// csm doctor: everything that csm stands on, looked at in one go.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpDoctor(CLI::App& app);
+
+}  // namespace cli

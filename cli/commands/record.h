@@ -1,0 +1,10 @@
+// csm record: one command, or the usual services, with every exchange kept.
+#pragma once
+
+#include "cli/command.h"
+
+namespace cli {
+
+[[nodiscard]] Runner SetUpRecord(CLI::App& app);
+
+}  // namespace cli

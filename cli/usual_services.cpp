@@ -1,0 +1,104 @@
+#include "cli/usual_services.h"
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace cli {
+namespace {
+
+constexpr std::uint32_t kChange = 4;      // the column of the lists
+constexpr std::uint32_t kDescending = 2;  // and their direction
+constexpr std::uint32_t kRows = 20;
+constexpr std::uint32_t kToday = 0;
+constexpr int kAllShares = 1;
+constexpr int kIndustries = 1;
+
+template <class Service>
+Service& Made(Service* service) {
+  if (service == nullptr) {
+    throw std::runtime_error("a service of the module cannot be made");
+  }
+  return *service;
+}
+
+template <class Data>
+class BlindView final : public IUpdate1<Data> {
+ public:
+  void Update(const Data& /*data*/) override {}
+};
+
+}  // namespace
+
+template <class Data, class Service, class Key>
+void UsualServices::Show(Service* service, const Key& key, Polls polls) {
+  Made(service);
+  const auto view = std::make_shared<BlindView<Data>>();
+  service->Attach(view.get());
+  detach_.emplace_back([service, view] { service->Detach(view.get()); });
+  service->SetTarget(view.get(), key);
+  service->Resume(view.get(), true);
+  if (polls == Polls::kByPhase) {
+    refresh_.emplace_back([service] { service->Refresh(); });
+  }
+}
+
+UsualServices::UsualServices(MainLoop& loop) {
+  using Quotes = std::vector<StockMarketItem>;
+  IStockCommon& reference = Made(GetStockCommon());
+  reference.Init([this, &loop, &reference](bool ok) {
+    if (ok) {
+      loop.Post([this, &reference] { ShowMembersOfAPlate(reference); });
+    }
+  });
+  Show<std::vector<IndexMarketSummary>>(GetIndexMarket(), std::wstring(), Polls::kByPhase);
+  Show<Quotes>(GetStockMarket(), StockRangeRankingTarget{kAllShares, kChange, kDescending, 0, kRows},
+               Polls::kInSeconds);
+  Show<Quotes>(GetPlateMarket(), PlateRangeRankingTarget{kIndustries, kChange, kDescending, 0, kRows},
+               Polls::kInSeconds);
+  Show<std::vector<OptionalMarketItem>>(GetOptionalStockMarket(), SortingTarget{}, Polls::kInSeconds);
+  const RankingTarget top{static_cast<std::int32_t>(kChange)};
+  for (const bool five_minutes : {false, true}) {
+    Show<std::vector<StockMarketSummary>>(GetStockRanking(kAllShares, five_minutes, false), top,
+                                          Polls::kByPhase);
+  }
+  Show<std::vector<PlateMarketSummary>>(GetPlateRanking(kIndustries, false), top, Polls::kByPhase);
+  const std::wstring stock = L"sh600000";
+  Show<StockMarketItem>(GetSingleStockMarket(), stock, Polls::kInSeconds);
+  Show<StockMLineData>(GetStockMLine(), stock, Polls::kByPhase);
+  Show<StockKLineData>(GetStockKLine(), stock, Polls::kByPhase);
+  Show<StockInOutItem>(GetStockInOut(), stock, Polls::kByPhase);
+  Show<std::list<StockUnusualEventItem>>(GetStockUnusualEvent(), kToday, Polls::kByPhase);
+  Show<std::vector<StrengthRatingItem>>(GetStrengthRating(), kToday, Polls::kByPhase);
+  Show<DistributionItem>(GetStockDistribution(), kToday, Polls::kByPhase);
+  Show<std::vector<MoneyEffectItem>>(GetMoneyEffect(), kToday, Polls::kByPhase);
+  Made(GetMarginTrade()).FetchMarginTradeInfo();
+  Made(GetStockPurchase()).FetchPurchaseInfo();
+}
+
+UsualServices::~UsualServices() {
+  for (const auto& detach : detach_) {
+    detach();
+  }
+}
+
+// Which plates there are is known only now.
+void UsualServices::ShowMembersOfAPlate(IStockCommon& reference) {
+  const std::vector<BaseInfoItem> plates = reference.GetPlateList(kIndustries);
+  if (!plates.empty()) {
+    Show<PlateStockMarketData>(GetPlateStockMarket(),
+                               PlateStockRankingTarget{plates.front().code, kChange, kDescending, 0, kRows},
+                               Polls::kInSeconds);
+  }
+}
+
+void UsualServices::Refresh() const {
+  for (const auto& refresh : refresh_) {
+    refresh();
+  }
+}
+
+}  // namespace cli

@@ -1,0 +1,179 @@
+// `csm record` and `--replay`: what was seen once is seen again, without a server.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "market_server/market_server.h"
+
+namespace tests {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+// A market that stands still, so that an answer does not depend on its moment.
+const Arguments kStill = {"--clock", "2024-03-15 10:30:00", "--speed", "0"};
+
+Arguments Joined(Arguments first, const Arguments& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+struct Ended {
+  int code = -1;
+  std::string output;
+  std::string errors;
+};
+
+Ended RunCsm(const Arguments& arguments, const std::map<std::string, std::string>& environment = {}) {
+  ChildProcess csm(Csm(arguments), environment);
+  Ended ended;
+  ended.code = csm.Wait(std::chrono::seconds(120));
+  ended.output = csm.output();
+  ended.errors = csm.errors();
+  return ended;
+}
+
+// JSON lines without the moment at which they were made.
+std::string Data(const Ended& ended) {
+  EXPECT_EQ(ended.code, 0) << ended.errors;
+  EXPECT_NE(ended.output, "") << ended.errors;
+  return std::regex_replace(ended.output, std::regex(R"("time":"[^"]*")"), "");
+}
+
+const std::map<std::string, std::string> kKey = {{"CSM_KEY_ID", "desk-of-the-test"},
+                                                 {"CSM_KEY", "hush-a-secret"}};
+
+class CsmRecord : public testing::Test {
+ protected:
+  // A small one, that stands still, too.
+  static market_server::Options SmallMarket() {
+    market_server::Options options;
+    options.stocks = 200;
+    options.keys = {{kKey.at("CSM_KEY_ID"), kKey.at("CSM_KEY")}};
+    options.clock = kStill[1];
+    options.speed = 0;
+    return options;
+  }
+  [[nodiscard]] Arguments OfServer(const Arguments& command) const {
+    return Joined(command, {"--server", server_.url()});
+  }
+  [[nodiscard]] Arguments Replaying(const Arguments& command, const Arguments& more = {}) const {
+    return Joined(Joined(command, {"--replay", record_}), more);
+  }
+  const cli::TemporaryDirectory directory_;
+  const std::string record_ = directory_.path() + "/record";
+  market_server::Server server_{SmallMarket()};
+};
+
+TEST_F(CsmRecord, commandsAreReplayedAsTheyWere) {
+  server_.Start();
+  const std::vector<Arguments> commands = {
+      {"index", "--json", "--count", "2", "--interval", "0.2"},
+      {"calendar", "--json"},
+      {"find", "6000", "--json"},
+      {"kline", "sh600000", "--json"},
+  };
+  std::vector<std::string> recorded;
+  for (const Arguments& command : commands) {
+    recorded.push_back(Data(RunCsm(Joined({"record", record_}, OfServer(command)), kKey)));
+  }
+  server_.Stop();
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    EXPECT_EQ(Data(RunCsm(Replaying(commands[i]))), recorded[i]) << commands[i].front();
+  }
+  EXPECT_EQ(Data(RunCsm(Replaying(commands[0], {"--speed", "50"}))), recorded[0]);
+  EXPECT_EQ(Data(RunCsm(Joined({"--replay", record_}, commands[0]))), recorded[0]);
+  EXPECT_EQ(Data(RunCsm(Joined({"--speed", "9", "--replay", record_}, commands[0]))), recorded[0]);
+}
+
+TEST_F(CsmRecord, theUsualServicesServeTheUsualCommands) {
+  server_.Start();
+  const Ended ended = RunCsm(OfServer({"record", record_, "--for", "4", "--interval", "1"}), kKey);
+  ASSERT_EQ(ended.code, 0) << ended.errors;
+  EXPECT_TRUE(std::regex_search(ended.errors, std::regex("csm: [1-9][0-9]* exchanges recorded in ")))
+      << ended.errors;
+  for (const Arguments& command : {Arguments{"index", "--json", "--count", "1"},
+                                   {"lists", "stocks", "--json"},
+                                   {"board", "--json", "--count", "1"},
+                                   {"plates", "--json", "--count", "1"},
+                                   {"rank", "stocks", "--json", "--count", "1"},
+                                   {"mline", "sh600000", "--json"}}) {
+    const std::string from_market = Data(RunCsm(OfServer(command), kKey));
+    EXPECT_EQ(Data(RunCsm(Replaying(command))), from_market) << command.front();
+  }
+}
+
+TEST_F(CsmRecord, holdsNeitherKeyNorKeyId) {
+  server_.Start();
+  const Ended ended = RunCsm({"record", record_, "index", "--count", "1", "--server", server_.url()}, kKey);
+  ASSERT_EQ(ended.code, 0) << ended.errors;
+  std::ifstream file(record_ + "/exchanges.csm", std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  EXPECT_NE(bytes.find("/pc/rt/stock_detail_list"), std::string::npos);
+  for (const char* secret : {"desk-of-the-test", "hush-a-secret", "_s=", "_n=", "_k="}) {
+    EXPECT_EQ(bytes.find(secret), std::string::npos) << secret;
+  }
+}
+
+TEST_F(CsmRecord, ofAKilledClientIsReplayed) {
+  ChildProcess csm(
+      Csm(Joined({"record", record_}, Joined({"index", "--json", "--interval", "0.1"}, kStill))));
+  ASSERT_TRUE(csm.ReadUntil([&] { return LinesOf(csm.output()).size() >= 3; })) << csm.errors();
+  csm.Signal(SIGKILL);
+  EXPECT_EQ(csm.Wait(), 128 + SIGKILL);
+  EXPECT_EQ(RunCsm({"index", "--json", "--count", "1", "--replay", record_}).code, 0);
+}
+
+TEST_F(CsmRecord, whatWasNeverRecordedFails) {
+  ASSERT_EQ(RunCsm(Joined({"record", record_, "index", "--count", "1"}, kStill)).code, 0);
+  const Ended ended = RunCsm({"find", "6000", "--replay", record_});
+  EXPECT_EQ(ended.code, 1);
+  EXPECT_NE(ended.errors.find("cannot load the reference data from the record in"), std::string::npos)
+      << ended.errors;
+  EXPECT_NE(ended.errors.find("404"), std::string::npos) << ended.errors;
+}
+
+TEST_F(CsmRecord, refusesADirectoryOfSomethingElse) {
+  std::ofstream(directory_.path() + "/letter.txt") << "dear";
+  const Ended ended = RunCsm(Joined({"record", directory_.path(), "index", "--count", "1"}, kStill));
+  EXPECT_EQ(ended.code, 1);
+  EXPECT_NE(ended.errors.find("it holds something else"), std::string::npos) << ended.errors;
+  EXPECT_FALSE(std::filesystem::exists(directory_.path() + "/exchanges.csm"));
+}
+
+TEST_F(CsmRecord, refusesToReplayWhatIsNoRecord) {
+  const Ended ended = RunCsm({"index", "--replay", record_});
+  EXPECT_EQ(ended.code, 1);
+  EXPECT_NE(ended.errors.find("there is no record in"), std::string::npos) << ended.errors;
+}
+
+TEST_F(CsmRecord, refusesCombinationsThatMakeNoSense) {
+  for (const Arguments& arguments : {Arguments{"index", "--replay", "x", "--server", "http://127.0.0.1:1"},
+                                     {"index", "--replay", "x", "--seed", "2"},
+                                     {"index", "--replay", "x", "--clock", "now"},
+                                     {"index", "--replay", "x", "--speed", "0"},
+                                     {"record"},
+                                     {"record", record_, "--bogus"},
+                                     {"record", record_, "bogus"},
+                                     {"record", record_, "record", "y"},
+                                     {"record", record_, "serve"},
+                                     {"record", record_, "--seed", "2", "index"},
+                                     {"record", record_, "calendar", "--for", "x"}}) {
+    const Ended ended = RunCsm(arguments);
+    EXPECT_EQ(ended.code, 2) << arguments.back() << ": " << ended.errors;
+    EXPECT_EQ(ended.output, "") << arguments.back();
+    EXPECT_FALSE(std::filesystem::exists(record_)) << arguments.back();
+  }
+  ASSERT_EQ(RunCsm(Joined({"record", record_, "index", "--count", "1"}, kStill)).code, 0);
+  EXPECT_EQ(RunCsm({"record", record_ + "2", "index", "--count", "1", "--replay", record_}).code, 1);
+}
+
+}  // namespace
+}  // namespace tests
