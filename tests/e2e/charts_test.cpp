@@ -251,6 +251,23 @@ TEST_F(ChartsTest, deliverTheSeriesWithoutTheStaticServer) {
   EXPECT_TRUE(std::filesystem::exists(FileOf(stock, 1, 1))) << "the next load has the package";
 }
 
+TEST_F(ChartsTest, deliverTheSeriesWhileNobodyListensWherePackagesAre) {
+  market_server::Options options = options_;
+  options.clock = kFriday;
+  options.speed = 0;
+  market_server::Server files(options);
+  files.Start();
+  static_root_ = files.static_url();
+  Open(kFriday);
+  files.Stop();
+  const model::Security& stock = AnyStock();
+  const int period = AnyOfThree();
+  const int adjustment = AnyOfThree();
+  ExpectTheMarketsSeries(stock, period, adjustment);
+  EXPECT_EQ(Succeeded("history"), 1U);
+  EXPECT_FALSE(std::filesystem::exists(FileOf(stock, period, adjustment)));
+}
+
 TEST_F(ChartsTest, deliverTheSeriesWhateverIsWrongWithThePackage) {
   Open(kFriday);
   for (const std::string fault : {"package_not_gzip", "package_truncated", "package_wrong_sum",

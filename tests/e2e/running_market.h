@@ -80,6 +80,7 @@ class RunningMarket : public testing::Test {
         market_server::model::Options{.seed = options_.seed, .stocks = options_.stocks});
     stock_host::Settings settings;
     settings.api_root = server_->url();
+    settings.static_root = static_root_;
     settings.key_id = "tester";
     settings.key = "a secret of the test";
     settings.data_directory = directory_.path() + "/data";
@@ -118,6 +119,7 @@ class RunningMarket : public testing::Test {
   }
 
   market_server::Options options_;
+  std::string static_root_;  ///< of the static files; empty: the server's own
   std::unique_ptr<market_server::Server> server_;
   std::unique_ptr<market_server::model::Market> market_;
 
