@@ -1,5 +1,5 @@
-# `ninja -C build/release reference`: HTML pages of the public headers in build/<preset>/reference/html, made by Doxygen.
-# A warning fails it.
+# `ninja -C build/release reference`: HTML pages of the public headers and the documentation, made by Doxygen, in
+# build/<preset>/reference/html. A warning fails it.
 find_program(CSM_DOXYGEN doxygen)
 if(NOT CSM_DOXYGEN)
   message(STATUS "doxygen is not installed: no target `reference`")
@@ -9,7 +9,7 @@ include(cmake/public_headers.cmake)
 
 set(CSM_REFERENCE ${PROJECT_BINARY_DIR}/reference)
 csm_public_headers(headers)
-set(files ${PROJECT_SOURCE_DIR}/docs/use.md)
+file(GLOB files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md)
 foreach(entry IN LISTS headers)
   string(REPLACE "|" "/" file ${entry})
   get_filename_component(file ${PROJECT_SOURCE_DIR}/${file} ABSOLUTE)
