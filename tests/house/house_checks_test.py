@@ -117,5 +117,68 @@ class HouseChecks(unittest.TestCase):
         made = subprocess.run([os.path.join(self.root, "scripts/check-format")], capture_output=True)
         self.assertNotEqual(made.returncode, 0)
 
+    def plant_documentation(self):
+        """A tree whose documentation is right."""
+        for name, text in [("check", "#!/bin/sh\necho docs\n"), ("build/release/bin/csm", "#!/bin/sh\nexit 0\n")]:
+            self.write(name, text)
+            os.chmod(os.path.join(self.root, name), 0o755)
+        self.write(".gitignore", "/build/\n")
+        self.write("CMakePresets.json", '{"configurePresets": [{"name": "release"}]}\n')
+        self.write("src/c_stock_market.map", "{ global: DestroyStockMarket; GetOne; GetOther; local: *; };\n")
+        self.write("examples/services/all.cpp", "bool ShowOne() {\n  GetOne();\n}\n\nbool ShowOther() {\n  GetOther();\n}\n")
+        for page in ["CHANGELOG.md", "CONTRIBUTING.md", "docs/design.md"]:
+            self.write(page, "# Title\n\nText.\n")
+        self.write("README.md", "# Title\n\n[uses](docs/use.md)\n\n```cpp\nGetOne();\n```\n")
+        self.write_use("bool ShowOne() {\n  GetOne();\n}\n```\n\n```cpp\nbool ShowOther() {\n  GetOther();\n}")
+
+    def write_use(self, code, rest=""):
+        self.write("docs/use.md", f"# Title\n\n```cpp\n{code}\n```\n{rest}")
+
+    def doc_findings(self):
+        made = subprocess.run([os.path.join(self.root, "scripts/check-docs")], capture_output=True, text=True)
+        self.assertEqual(made.stderr, "")
+        lines = made.stdout.splitlines()
+        self.assertRegex(lines[-1], rf"^\d+ pages, \d+ commands, {len(lines) - 1} problems$")
+        self.assertEqual(made.returncode != 0, len(lines) > 1)
+        return lines[:-1]
+
+    def test_docs_leaves_a_right_page_alone(self):
+        self.plant_documentation()
+        self.assertEqual(self.doc_findings(), [])
+
+    def test_docs_finds_what_no_example_says(self):
+        self.plant_documentation()
+        both = "GetOne();\n```\n\n```cpp\nGetOther();\n```\n\n```cpp\n"
+        for code in ["GetOne(1);", "GetOne()", "etOne();", "GetOne();\n}\n\nbool ShowNone() {"]:
+            with self.subTest(code):
+                self.write_use(both + code)
+                self.assertEqual(len([line for line in self.doc_findings() if "stands in no program" in line]), 1)
+
+    def test_docs_finds_a_service_without_an_example(self):
+        self.plant_documentation()
+        self.write_use("GetOne();")
+        self.assertEqual(self.doc_findings(), ["docs/use.md:1: no example calls GetOther"])
+
+    def test_docs_finds_a_readme_without_an_example(self):
+        self.plant_documentation()
+        self.write("README.md", "# Title\n\nText.\n")
+        self.assertEqual(self.doc_findings(), ["README.md quotes no example"])
+
+    def test_docs_finds_each_other_mistake(self):
+        self.plant_documentation()
+        for text in ["[x](gone.md)", "## Empty\n\n## Full\n\ntext", "```sh\nno-such-program-at-all\n```",
+                     "```sh\nscripts/gone\n```", "```sh\n./check gone\n```", "```sh\ncmake --preset gone\n```"]:
+            with self.subTest(text):
+                self.write("docs/design.md", f"# Title\n\n{text}\n")
+                findings = self.doc_findings()
+                self.assertEqual(len(findings), 1, findings)
+                self.assertTrue(findings[0].startswith("docs/design.md:"), findings)
+
+    def test_docs_finds_a_command_that_fails(self):
+        self.plant_documentation()
+        self.write("build/release/bin/csm", "#!/bin/sh\nexit 3\n")
+        self.write("docs/design.md", "# Title\n\n```sh\ncsm index\n```\n")
+        self.assertEqual(self.doc_findings(), ["docs/design.md:4: csm index ended with 3: "])
+
 
 unittest.main()

@@ -1,0 +1,37 @@
+// Short top lists of stocks and of plates.
+#include <cstdio>
+#include <vector>
+
+#include "c_stock_market.h"
+#include "services.h"
+#include "view.h"
+
+bool ShowStockRanking() {
+  View<std::vector<StockMarketSummary>> view;
+  IStockRanking* const ranking = GetStockRanking(1, false, false);  // all A shares, the plain list
+  ranking->Attach(&view);
+  ranking->SetTarget(&view, {.sort_key = 4, .sort_type = 2, .num = 3});
+  ranking->Resume(&view, true);
+  const std::vector<StockMarketSummary> rows = view.Wait();
+  for (const StockMarketSummary& row : rows) {
+    std::printf("%ls %.2f %+.2f%%  ", row.code.c_str(), row.last.value, row.change.value);
+  }
+  std::puts("");
+  ranking->Detach(&view);
+  return !rows.empty();
+}
+
+bool ShowPlateRanking() {
+  View<std::vector<PlateMarketSummary>> view;
+  IPlateRanking* const ranking = GetPlateRanking(2, false);  // concept plates
+  ranking->Attach(&view);
+  ranking->SetTarget(&view, {.sort_key = 4, .sort_type = 2, .num = 3});
+  ranking->Resume(&view, true);
+  const std::vector<PlateMarketSummary> rows = view.Wait();
+  for (const PlateMarketSummary& row : rows) {
+    std::printf("%ls %+.2f%%, led by %ls  ", row.name.c_str(), row.change, row.lead.c_str());
+  }
+  std::puts("");
+  ranking->Detach(&view);
+  return !rows.empty();
+}
