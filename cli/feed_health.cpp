@@ -1,15 +1,25 @@
 #include "cli/feed_health.h"
 
+#include <utility>
+
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
 
 namespace cli {
 
-FeedHealth::FeedHealth(std::chrono::milliseconds interval)
-    : fresh_for_(2 * interval + std::chrono::seconds(1)) {}
+FeedHealth::FeedHealth(std::chrono::milliseconds interval, std::chrono::milliseconds closed_interval)
+    : fresh_for_(2 * interval + std::chrono::seconds(1)),
+      fresh_when_closed_for_(2 * closed_interval + std::chrono::seconds(1)) {}
 
-void FeedHealth::OnUpdate(Clock::time_point now) {
+void FeedHealth::OnUpdate(Clock::time_point now, std::string nothing) {
   updated_ = now;
+  nothing_ = std::move(nothing);
+  failure_.clear();
+}
+
+void FeedHealth::Restart() {
+  updated_.reset();
+  nothing_.clear();
   failure_.clear();
 }
 
@@ -36,15 +46,28 @@ std::optional<std::chrono::milliseconds> FeedHealth::Age(Clock::time_point now) 
   return std::chrono::duration_cast<std::chrono::milliseconds>(now - *updated_);
 }
 
+bool FeedHealth::IsStale(std::chrono::milliseconds age, bool closed) const {
+  if (!closed) {
+    return age > fresh_for_;
+  }
+  const bool asked_seldom = fresh_when_closed_for_ > fresh_for_;
+  return age > fresh_when_closed_for_ || (asked_seldom && !failure_.empty());
+}
+
 FeedReport FeedHealth::Report(Clock::time_point now, stock::MarketStatus phase) const {
   const std::optional<std::chrono::milliseconds> age = Age(now);
   const std::string because = failure_.empty() ? "" : ": " + failure_;
-  if (!age) {
-    return failure_.empty() ? FeedReport{FeedState::kWaiting, "waiting for data"}
-                            : FeedReport{FeedState::kFailed, "no data" + because};
+  if (!failure_.empty() && (!age || !nothing_.empty())) {
+    return {FeedState::kFailed, "no data" + because};
   }
-  if (*age > fresh_for_) {
+  if (!age) {
+    return {FeedState::kWaiting, "waiting for data"};
+  }
+  if (IsStale(*age, IsClosed(phase))) {
     return {FeedState::kStale, "stale, " + Span(age->count() / 1000) + " old" + because};
+  }
+  if (!nothing_.empty()) {
+    return {FeedState::kEmpty, nothing_};
   }
   if (IsClosed(phase)) {
     return {FeedState::kClosed, "market closed, figures of its last session"};

@@ -1,5 +1,5 @@
-// How a feed is doing, in words: waiting, live, stale, closed or failed, and why. Main thread only. Decides
-// nothing: requests go on whatever is said here.
+// How a feed is doing, in words: waiting, live, stale, closed, empty or failed, and why. Main thread only.
+// Decides nothing: requests go on whatever is said here.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,14 @@
 
 namespace cli {
 
-enum class FeedState { kWaiting, kLive, kStale, kClosed, kFailed };
+enum class FeedState {
+  kWaiting,  ///< asked, nothing has arrived yet
+  kLive,
+  kStale,   ///< older than they should be; the text tells the age and the reason
+  kClosed,  ///< the market is closed: figures of its last session
+  kEmpty,   ///< the answer arrived and has nothing in it
+  kFailed,  ///< no data at all; the text tells the reason
+};
 
 struct FeedReport {
   FeedState state = FeedState::kWaiting;
@@ -24,10 +31,15 @@ class FeedHealth {
   using Clock = std::chrono::steady_clock;
 
   /// `interval`: how often the feed is asked. Data that is older than two intervals and a second is stale.
-  explicit FeedHealth(std::chrono::milliseconds interval);
+  explicit FeedHealth(std::chrono::milliseconds interval) : FeedHealth(interval, interval) {}
+  /// The same for a feed that is asked every `closed_interval` while the market is closed. Is that seldom, a
+  /// failure then makes the data stale at once.
+  FeedHealth(std::chrono::milliseconds interval, std::chrono::milliseconds closed_interval);
 
-  /// Something arrived.
-  void OnUpdate(Clock::time_point now);
+  /// Something arrived. `nothing` tells a person why there is nothing in it; empty: there is.
+  void OnUpdate(Clock::time_point now, std::string nothing = {});
+  /// Something else is asked for from now on: nothing of it has arrived, nothing has failed yet. Counts stay.
+  void Restart();
   /// Counts of the feed's endpoint, as they are at this moment.
   void OnCounters(const stock_host::EndpointCounters& counters);
   /// Warnings in the log so far, and the newest of them.
@@ -42,8 +54,12 @@ class FeedHealth {
   [[nodiscard]] bool under_way() const { return under_way_; }
 
  private:
+  [[nodiscard]] bool IsStale(std::chrono::milliseconds age, bool closed) const;
+
   std::chrono::milliseconds fresh_for_;
+  std::chrono::milliseconds fresh_when_closed_for_;
   std::optional<Clock::time_point> updated_;
+  std::string nothing_;
   std::uint64_t failed_ = 0;
   std::uint64_t log_count_ = 0;
   bool under_way_ = false;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/feed_health.h"
+#include "cli/feeds.h"
 #include "cli/format/palette.h"
 #include "cli/format/table.h"
 #include "cli/live_screen.h"
@@ -22,17 +23,6 @@
 #include "cli/session.h"
 
 namespace cli {
-
-/// A service as csm knows it.
-struct Feed {
-  std::string_view name;      ///< in JSON: "index_market"
-  std::string_view endpoint;  ///< under which its requests are counted: "/pc/rt/stock_detail_list"
-  /// How often the service asks by itself; 0: only by phase, so that every update is asked for here.
-  std::chrono::milliseconds polls{0};
-};
-
-/// Of the services that poll in seconds.
-inline constexpr std::chrono::milliseconds kQuotePolling{3000};
 
 /// The counts of the feed's endpoint at this moment.
 [[nodiscard]] stock_host::EndpointCounters CountersOf(const Feed& feed);

@@ -24,6 +24,7 @@ std::pair<const char*, Tone> MarkOf(FeedState state) {
     case FeedState::kLive:
       return {"* ", Tone::kStrong};
     case FeedState::kClosed:
+    case FeedState::kEmpty:
       return {"- ", Tone::kDim};
     case FeedState::kStale:
     case FeedState::kFailed:

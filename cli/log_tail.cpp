@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cctype>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -53,6 +56,24 @@ void LogTail::ReadOn() {
   }
 }
 
+LogTail::Lines LogTail::Of(std::string_view writer) const {
+  const auto found = writers_.find(writer);
+  return found == writers_.end() ? Lines() : found->second;
+}
+
+// Writers are classes of the module: nothing that a server sends adds one.
+void LogTail::CountWriter() {
+  const std::size_t end = last_.find("::");
+  const auto is_letter = [](unsigned char c) { return std::isalnum(c) != 0; };
+  if (end == std::string::npos ||
+      !std::all_of(last_.begin(), last_.begin() + static_cast<std::ptrdiff_t>(end), is_letter)) {
+    return;
+  }
+  Lines& lines = writers_[last_.substr(0, end)];
+  ++lines.count;
+  lines.last = last_;
+}
+
 void LogTail::Take(std::string_view line) {
   for (const std::string_view level : {"[warning] ", "[error] ", "[critical] "}) {
     // The level stands behind date, time and zone.
@@ -60,6 +81,7 @@ void LogTail::Take(std::string_view line) {
     if (at < 40) {  // not so when there is none
       last_ = Printable(line.substr(at + level.size()));
       ++count_;
+      CountWriter();
       return;
     }
   }

@@ -3,7 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
+#include <string_view>
 
 namespace cli {
 
@@ -23,15 +26,24 @@ class LogTail {
   /// How many of them there were.
   [[nodiscard]] std::uint64_t count() const { return count_; }
 
+  struct Lines {
+    std::uint64_t count = 0;
+    std::string last;
+  };
+  /// The same of the lines of one writer, "StockRanking" for "StockRanking::FetchStockRanking Failed.".
+  [[nodiscard]] Lines Of(std::string_view writer) const;
+
  private:
   void ReadOn();
   void Take(std::string_view line);
+  void CountWriter();
 
   std::string file_;
   int fd_ = -1;
   std::string partial_;
   std::string last_;
   std::uint64_t count_ = 0;
+  std::map<std::string, Lines, std::less<>> writers_;
 };
 
 }  // namespace cli

@@ -13,7 +13,6 @@
 namespace cli {
 namespace {
 
-constexpr Feed kFeed{"stock_distribution", "/pc/rt/stock_distribute_num"};
 constexpr const char* kExamples = R"(Examples:
   csm distribution                        how many stocks rose and fell how far, drawn as bars
   csm distribution --date 2024-03-13      at the end of another day
@@ -36,7 +35,7 @@ void WriteBuckets(JsonWriter& json, const char* name, const std::vector<Distribu
 std::string JsonLine(const Delivery<DistributionItem>& delivery, std::uint32_t date) {
   const DistributionItem& item = delivery.data;
   JsonWriter json;
-  BeginJsonLine(json, kFeed.name, std::to_wstring(date), delivery.server_time);
+  BeginJsonLine(json, kDistributionFeed.name, std::to_wstring(date), delivery.server_time);
   json.BeginObject();
   json.Key("up");
   json.Value(item.up);
@@ -66,7 +65,7 @@ bool HasFigures(const DistributionItem& item) {
 
 int PrintDistribution(const DailyOptions& options) {
   return RunDaily<DistributionItem>(
-      options, kFeed, &GetStockDistribution,
+      options, kDistributionFeed, &GetStockDistribution,
       [&](QueryRun& run, const Delivery<DistributionItem>& delivery, std::uint32_t date) {
         if (options.query.json) {
           run.output().WriteLine(JsonLine(delivery, date));

@@ -15,7 +15,6 @@ namespace {
 
 using Rows = std::vector<MoneyEffectItem>;
 
-constexpr Feed kFeed{"money_effect", "/pc/rt/stock_min_average"};
 constexpr const char* kExamples = R"(Examples:
   csm effect                        the average change of all stocks at every minute of today
   csm effect --plot                 the curve as a chart
@@ -24,7 +23,7 @@ constexpr const char* kExamples = R"(Examples:
 
 std::string JsonLine(const Delivery<Rows>& delivery, std::uint32_t date) {
   JsonWriter json;
-  BeginJsonLine(json, kFeed.name, std::to_wstring(date), delivery.server_time);
+  BeginJsonLine(json, kEffectFeed.name, std::to_wstring(date), delivery.server_time);
   WriteRecords(json, analytics::kMoneyEffectTable, delivery.data);
   json.EndObject();
   return json.Text();
@@ -50,7 +49,7 @@ std::vector<StyledLine> Chart(const Rows& rows, std::uint32_t date, const ChartS
 }
 
 int PrintEffect(const DailyOptions& options) {
-  return RunDaily<Rows>(options, kFeed, &GetMoneyEffect,
+  return RunDaily<Rows>(options, kEffectFeed, &GetMoneyEffect,
                         [&](QueryRun& run, const Delivery<Rows>& delivery, std::uint32_t date) {
                           if (options.query.json) {
                             run.output().WriteLine(JsonLine(delivery, date));

@@ -16,7 +16,6 @@ namespace {
 
 using Events = std::list<StockUnusualEventItem>;
 
-constexpr Feed kFeed{"stock_unusual_event", "/pc/monitor/get_monitor"};
 // A failure delivers an empty list, too; its line in the log may come a moment later.
 constexpr std::chrono::milliseconds kUntilLogged(600);
 
@@ -33,7 +32,7 @@ struct EventsOptions {
 
 std::string JsonLine(const Events& events, std::uint32_t date, std::int64_t time) {
   JsonWriter json;
-  BeginJsonLine(json, kFeed.name, std::to_wstring(date), time);
+  BeginJsonLine(json, kEventsFeed.name, std::to_wstring(date), time);
   json.BeginArray();
   for (const StockUnusualEventItem& event : events) {
     json.BeginObject();
@@ -49,7 +48,8 @@ std::string JsonLine(const Events& events, std::uint32_t date, std::int64_t time
 
 class EventsQuery {
  public:
-  explicit EventsQuery(const EventsOptions& options) : options_(options), run_(options.daily.query, kFeed) {}
+  explicit EventsQuery(const EventsOptions& options)
+      : options_(options), run_(options.daily.query, kEventsFeed) {}
 
   int Run() {
     return run_.Run(QueryRun::First::kCalendar, [this](IStockCommon&) { Ask(); });

@@ -21,7 +21,6 @@
 namespace cli {
 namespace {
 
-constexpr Feed kFeed{"stock_in_out", "/pc/rt/stock_in_out"};
 constexpr const char* kExamples = R"(Examples:
   csm flow sh600000                  one, five and ten days
   csm flow sh600000 000001           several stocks; the market may be left out
@@ -59,7 +58,7 @@ void WriteAmounts(JsonWriter& json, const FlowAmounts& amounts) {
 std::string JsonLine(const Delivery<StockInOutItem>& delivery) {
   const StockInOutItem& item = delivery.data;
   JsonWriter json;
-  BeginJsonLine(json, kFeed.name, item.symbol, delivery.server_time);
+  BeginJsonLine(json, kFlowFeed.name, item.symbol, delivery.server_time);
   json.BeginObject();
   json.Key("symbol");
   json.Value(item.symbol);
@@ -76,7 +75,7 @@ std::string JsonLine(const Delivery<StockInOutItem>& delivery) {
 
 class FlowQuery {
  public:
-  explicit FlowQuery(const FlowOptions& options) : options_(options), run_(options.query, kFeed) {}
+  explicit FlowQuery(const FlowOptions& options) : options_(options), run_(options.query, kFlowFeed) {}
 
   int Run() {
     return run_.Run(QueryRun::First::kLists, [this](IStockCommon& reference) { Ask(reference); });

@@ -24,7 +24,6 @@
 namespace cli {
 namespace {
 
-constexpr Feed kFeed{"stock_kline", "/pc/rt/get_day_kline"};
 constexpr Choice kPeriods[] = {
     {"day", 1, "a trading day"}, {"week", 2, "Monday to Friday"}, {"month", 3, "a calendar month"}};
 constexpr int kUnadjusted = 1;
@@ -54,7 +53,7 @@ struct KLineOptions {
 
 class KLineQuery {
  public:
-  explicit KLineQuery(const KLineOptions& options) : options_(options), run_(options.query, kFeed) {}
+  explicit KLineQuery(const KLineOptions& options) : options_(options), run_(options.query, kKLineFeed) {}
 
   int Run() {
     return run_.Run(QueryRun::First::kLists, [this](IStockCommon& reference) { Ask(reference); });
@@ -162,7 +161,7 @@ class KLineQuery {
   [[nodiscard]] std::string JsonLine(const StockKLineData& data, const std::vector<KLineCandle>& candles,
                                      std::int64_t time) const {
     JsonWriter json;
-    BeginJsonLine(json, kFeed.name, security_.code, time);
+    BeginJsonLine(json, kKLineFeed.name, security_.code, time);
     json.BeginObject();
     json.Key("symbol");
     json.Value(data.symbol);

@@ -23,7 +23,6 @@
 namespace cli {
 namespace {
 
-constexpr Feed kToday{"stock_mline", "/pc/rt/get_day_time"};
 constexpr Feed kPastDay{"stock_mline", "/pc/rt/get_day_htime"};
 constexpr Feed kDays{"stock_mline", "/pc/rt/get_choice_htime"};
 
@@ -51,7 +50,7 @@ const Feed& FeedFor(const MinuteLineOptions& options) {
   if (options.days > 1) {
     return kDays;
   }
-  return options.date == 0 ? kToday : kPastDay;
+  return options.date == 0 ? kMinuteLineFeed : kPastDay;
 }
 
 class MinuteLineQuery {
@@ -172,7 +171,7 @@ class MinuteLineQuery {
 
   [[nodiscard]] std::string JsonLine(const StockMLineData& line, std::int64_t time) const {
     JsonWriter json;
-    BeginJsonLine(json, kToday.name, security_.code, time);
+    BeginJsonLine(json, kMinuteLineFeed.name, security_.code, time);
     json.BeginObject();
     json.Key("symbol");
     json.Value(line.symbol);

@@ -21,9 +21,6 @@
 namespace cli {
 namespace {
 
-constexpr Feed kStockFeed{"stock_ranking", "/pc/rt/get_stock_rank"};
-constexpr Feed kFiveMinutesFeed{"stock_ranking", "/pc/rt/stock_five_change"};
-constexpr Feed kPlateFeed{"plate_ranking", "/pc/rt/get_bk_rank"};
 constexpr std::int32_t kMostRows = 10000;
 constexpr const char* kStockExamples = R"(Examples:
   csm rank stocks                          the ten stocks that rose most
@@ -57,7 +54,7 @@ struct RankOptions {
 
 int RankStocks(const RankOptions& options) {
   using Stocks = std::vector<StockMarketSummary>;
-  const Feed& feed = options.five_minutes ? kFiveMinutesFeed : kStockFeed;
+  const Feed& feed = options.five_minutes ? kFiveMinutesFeed : kStockRankingFeed;
   LineRun run(options.watch, feed, options.Title(std::string(HelpOf(Boards(), options.which))));
   return FollowKey<Stocks>(
       run, Made(GetStockRanking(options.which, options.five_minutes, false), feed), options.Target(),
@@ -71,11 +68,12 @@ int RankStocks(const RankOptions& options) {
 int RankPlates(const RankOptions& options) {
   using Plates = std::vector<PlateMarketSummary>;
   const std::string kind(NameOf(PlateKinds(), options.which));
-  LineRun run(options.watch, kPlateFeed, options.Title(kind + " plates"));
+  LineRun run(options.watch, kPlateRankingFeed, options.Title(kind + " plates"));
   return FollowKey<Plates>(
-      run, Made(GetPlateRanking(options.which, false), kPlateFeed), options.Target(),
+      run, Made(GetPlateRanking(options.which, false), kPlateRankingFeed), options.Target(),
       [&](const Delivery<Plates>& delivery) {
-        return RecordsLine(kPlateFeed.name, options.Key(kind), delivery, ranking::kPlateMarketSummaryTable);
+        return RecordsLine(kPlateRankingFeed.name, options.Key(kind), delivery,
+                           ranking::kPlateMarketSummaryTable);
       },
       [](const Delivery<Plates>& delivery) { return RankedPlateLines(delivery.data); });
 }

@@ -15,7 +15,6 @@ namespace {
 
 using Rows = std::vector<StrengthRatingItem>;
 
-constexpr Feed kFeed{"strength_rating", "/pc/rt/stock_min_num"};
 constexpr const char* kExamples = R"(Examples:
   csm strength                        stocks up and down at every minute of today
   csm strength --plot                 both curves as a chart
@@ -24,7 +23,7 @@ constexpr const char* kExamples = R"(Examples:
 
 std::string JsonLine(const Delivery<Rows>& delivery, std::uint32_t date) {
   JsonWriter json;
-  BeginJsonLine(json, kFeed.name, std::to_wstring(date), delivery.server_time);
+  BeginJsonLine(json, kStrengthFeed.name, std::to_wstring(date), delivery.server_time);
   WriteRecords(json, analytics::kStrengthRatingTable, delivery.data);
   json.EndObject();
   return json.Text();
@@ -56,7 +55,7 @@ std::vector<StyledLine> Chart(const Rows& rows, std::uint32_t date, const ChartS
 }
 
 int PrintStrength(const DailyOptions& options) {
-  return RunDaily<Rows>(options, kFeed, &GetStrengthRating,
+  return RunDaily<Rows>(options, kStrengthFeed, &GetStrengthRating,
                         [&](QueryRun& run, const Delivery<Rows>& delivery, std::uint32_t date) {
                           if (options.query.json) {
                             run.output().WriteLine(JsonLine(delivery, date));

@@ -27,7 +27,6 @@ namespace {
 
 using Quotes = std::vector<OptionalMarketItem>;
 
-constexpr Feed kFeed{"optional_stock_market", "/pc/rt/stock_detail_list", kQuotePolling};
 constexpr const char* kEmpty = "the watch list is empty; csm watchlist add SYMBOL puts something in";
 constexpr const char* kExamples = R"(Examples:
   csm watchlist add sh600000 000002      at the end of the list
@@ -63,7 +62,7 @@ void WriteJson(JsonWriter& json, const OptionalMarketItem& quote) {
 std::string QuotesLine(const ShowOptions& options, const Quotes& quotes, std::int64_t server_time) {
   const std::string key = options.sort.Key();
   JsonWriter json;
-  BeginJsonLine(json, kFeed.name, std::wstring(key.begin(), key.end()), server_time);
+  BeginJsonLine(json, kWatchListFeed.name, std::wstring(key.begin(), key.end()), server_time);
   json.BeginArray();
   for (const OptionalMarketItem& quote : quotes) {
     WriteJson(json, quote);
@@ -97,7 +96,7 @@ std::vector<StyledLine> Picture(const Quotes& quotes, const std::vector<MemberCo
 
 int ShowWatchList(const ShowOptions& options) {
   const std::string order = options.sort.Title();
-  LineRun run(options.watch, kFeed, order.empty() ? "watch list" : "watch list " + order);
+  LineRun run(options.watch, kWatchListFeed, order.empty() ? "watch list" : "watch list " + order);
   if (stock_host::WatchList().empty()) {
     if (options.watch.json) {
       run.output().WriteLine(QuotesLine(options, {}, common::GetCurrentServerTime()));
@@ -108,7 +107,7 @@ int ShowWatchList(const ShowOptions& options) {
   const std::vector<MemberColumn> columns = options.Columns(WatchListLook());
   // The plates of the stocks come from the reference data; without them the column stays empty.
   return FollowKeyAfterLists<Quotes>(
-      run, Made(GetOptionalStockMarket(), kFeed),
+      run, Made(GetOptionalStockMarket(), kWatchListFeed),
       [&](IStockCommon&, bool) {
         return SortingTarget{static_cast<std::uint32_t>(options.sort.column),
                              static_cast<std::uint32_t>(options.sort.direction)};

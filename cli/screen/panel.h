@@ -9,7 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/feed_health.h"
 #include "cli/format/table.h"
+#include "cli/log_tail.h"
 #include "cli/main_loop.h"
 #include "cli/plot/axes.h"
 #include "cli/screen/key.h"
@@ -19,19 +21,8 @@
 namespace cli {
 
 /// How a panel's data are. Nothing on the screen is empty without one of these saying why.
-enum class PanelState {
-  kWaiting,  ///< asked, nothing has arrived yet
-  kLive,
-  kStale,   ///< older than they should be; the text tells the age and the reason
-  kClosed,  ///< the market is closed: figures of its last session
-  kEmpty,   ///< the answer arrived and has nothing in it
-  kFailed,  ///< no data at all; the text tells the reason
-};
-
-struct PanelReport {
-  PanelState state = PanelState::kWaiting;
-  std::string text;  ///< for a person
-};
+using PanelState = FeedState;
+using PanelReport = FeedReport;
 
 /// "s" "next column to order by" and the like, for the line of keys.
 struct KeyHint {
@@ -45,6 +36,8 @@ struct PanelContext {
   std::function<void()> redraw;                 ///< something of the picture has changed
   std::function<void(const Security&)> select;  ///< makes it the current security
   std::function<void(std::string)> tell;        ///< a line for the person at the screen
+  const LogTail* log = nullptr;                 ///< read by the screen; null: there is none
+  std::chrono::milliseconds interval{3000};     ///< at which the screen refreshes while the market is open
 };
 
 class Panel {

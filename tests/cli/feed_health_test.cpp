@@ -92,6 +92,41 @@ TEST(FeedHealth, saysThatTheMarketIsClosed) {
   EXPECT_EQ(health.Report(kStart, stock::kMarketLunchBreak).state, FeedState::kLive);
 }
 
+TEST(FeedHealth, saysWhyThereIsNothingInTheData) {
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart, "no event today");
+  const FeedReport report = health.Report(kStart, stock::kMarketClosed);
+  EXPECT_EQ(report.state, FeedState::kEmpty);
+  EXPECT_EQ(report.text, "no event today");
+  EXPECT_EQ(health.Report(kStart + seconds(9), kOpen).state, FeedState::kStale);
+  health.OnCounters(Counters(1, 0, 1, "timed out"));
+  EXPECT_EQ(health.Report(kStart, kOpen).state, FeedState::kFailed);
+  EXPECT_EQ(health.Report(kStart, kOpen).text, "no data: timed out");
+  health.OnUpdate(kStart);
+  EXPECT_EQ(health.Report(kStart, kOpen).state, FeedState::kLive);
+}
+
+TEST(FeedHealth, waitsAgainAfterARestart) {
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart, "no event today");
+  health.OnCounters(Counters(2, 1, 1, "timed out"));
+  health.Restart();
+  EXPECT_EQ(health.Report(kStart, kOpen).text, "waiting for data");
+  health.OnCounters(Counters(2, 1, 1, "timed out"));
+  EXPECT_EQ(health.Report(kStart, kOpen).text, "waiting for data");
+}
+
+TEST(FeedHealth, knowsThatAClosedMarketIsAskedAboutSeldom) {
+  FeedHealth health(seconds(3), seconds(3600));
+  health.OnUpdate(kStart);
+  EXPECT_EQ(health.Report(kStart + seconds(7201), stock::kMarketClosed).state, FeedState::kClosed);
+  EXPECT_EQ(health.Report(kStart + seconds(7202), stock::kMarketClosed).state, FeedState::kStale);
+  EXPECT_EQ(health.Report(kStart + seconds(8), kOpen).state, FeedState::kStale);
+  health.OnCounters(Counters(1, 0, 1, "timed out"));
+  EXPECT_EQ(health.Report(kStart + seconds(1), stock::kMarketClosed).text, "stale, 1 s old: timed out");
+  EXPECT_EQ(health.Report(kStart + seconds(1), kOpen).state, FeedState::kLive);
+}
+
 TEST(FeedHealth, escapesTheReason) {
   FeedHealth health(seconds(3));
   health.OnCounters(Counters(1, 0, 1, "bad \x1b[2J"));

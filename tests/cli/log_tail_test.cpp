@@ -43,6 +43,18 @@ TEST_F(LogTailTest, findsWarningsAndErrorsOnly) {
   EXPECT_EQ(tail.count(), 2U);
 }
 
+TEST_F(LogTailTest, knowsWhoWroteALine) {
+  LogTail tail(file_);
+  Append(std::string(kWarning) + "2026-11-20 09:30:00.200 +0800 [warning] StockMLine::FetchMLine Failed.\n" +
+         "2026-11-20 09:30:00.300 +0800 [warning] cannot write: a b::c\n" + kWarning);
+  tail.Poll();
+  EXPECT_EQ(tail.count(), 4U);
+  EXPECT_EQ(tail.Of("IndexMarket").count, 2U);
+  EXPECT_EQ(tail.Of("StockMLine").last, "StockMLine::FetchMLine Failed.");
+  EXPECT_EQ(tail.Of("StockKLine").count, 0U);
+  EXPECT_EQ(tail.Of("cannot write: a b").count, 0U);
+}
+
 TEST_F(LogTailTest, leavesOutWhatWasThereBefore) {
   Append(kWarning);
   LogTail tail(file_);

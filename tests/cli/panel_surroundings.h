@@ -1,0 +1,42 @@
+// What panels of the live screen stand on in tests: a main loop that is run as far as there is work, and a
+// screen that only keeps what it is told.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/screen/panel.h"
+
+namespace tests {
+
+struct PanelSurroundings {
+  cli::MainLoop loop;
+  int redraws = 0;
+  std::vector<cli::Security> selected;
+  std::vector<std::string> told;
+  cli::PanelContext context{.loop = loop,
+                            .redraw = [this] { ++redraws; },
+                            .select = [this](const cli::Security& security) { selected.push_back(security); },
+                            .tell = [this](std::string text) { told.push_back(std::move(text)); }};
+
+  /// Does the work that was handed to the loop so far.
+  void RunPosted() {
+    struct Done {};
+    loop.Post([] { throw Done(); });
+    try {
+      loop.Run();
+    } catch (const Done&) {
+    }
+  }
+};
+
+/// The lines of a picture without colours.
+inline std::vector<std::string> TextsOf(const std::vector<cli::StyledLine>& lines) {
+  std::vector<std::string> texts;
+  for (const cli::StyledLine& line : lines) {
+    texts.push_back(cli::Render(line, cli::Palette(false)));
+  }
+  return texts;
+}
+
+}  // namespace tests
