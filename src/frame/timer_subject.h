@@ -396,14 +396,17 @@ template <class Obs, class Key, class Data>
 void ITimerSubject<Obs, Key, Data>::PollThread() {
   for (;;) {
     boost::this_thread::interruption_point();
-    int seconds = 0;
+    // Interruption is seen between the steps and in the wait only: a fetch under way is finished.
     {
-      // Interruption is seen in the wait only: a fetch under way is finished.
       const boost::this_thread::disable_interruption uninterrupted;
       PollOnce();
-      seconds = GetInterval();
     }
     boost::this_thread::interruption_point();
+    int seconds = 0;
+    {
+      const boost::this_thread::disable_interruption uninterrupted;
+      seconds = GetInterval();
+    }
     boost::this_thread::sleep(boost::posix_time::seconds(std::max(seconds, 0)));
   }
 }

@@ -159,6 +159,27 @@ TEST(PollingThread, finishesAFetchUnderWayBeforeDestructionReturns) {
   EXPECT_FALSE(interruption_seen) << "a fetch under way is not cut short";
 }
 
+TEST(PollingThread, asksForNoIntervalAfterTheFetchInWhichItWasStopped) {
+  std::atomic<bool> fetching{false};
+  std::atomic<int> intervals{0}, intervals_before{0};
+  auto service = std::make_unique<PolledService>(
+      [&] {
+        intervals_before = intervals.load();
+        fetching = true;
+        while (!boost::this_thread::interruption_requested()) std::this_thread::yield();
+      },
+      [&intervals] {
+        ++intervals;
+        return 0;
+      });
+  FrameRecorder observer;
+  service->Attach(&observer);
+  service->Resume(&observer, false);
+  while (!fetching) std::this_thread::yield();
+  service.reset();
+  EXPECT_EQ(intervals, intervals_before);
+}
+
 TEST(PollingThread, isJoinedByAThreadThatIsItselfInterrupted) {
   std::atomic<bool> fetching{false}, go_on{false}, ended{false}, joined_in_time{false};
   auto service = std::make_unique<PolledService>(
