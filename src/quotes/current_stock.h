@@ -65,7 +65,7 @@ class ICurrentStock {
   virtual void Next() = 0;
 
   /// A copy of the selection.
-  [[nodiscard]] virtual CurrentStockItem GetCurrentItem() = 0;
+  virtual CurrentStockItem GetCurrentItem() = 0;
 
   virtual ~ICurrentStock() = default;
 };

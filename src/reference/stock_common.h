@@ -48,21 +48,20 @@ class IStockCommon {
   virtual void Init(const boost::function<void(bool)>& done) = 0;
 
   /// Stocks: `kind` 2 Shanghai, 3 Shenzhen, 4 GEM, 5 SME, any other value all.
-  [[nodiscard]] virtual const std::vector<BaseInfoItem>& GetStockList(int kind) = 0;
+  virtual const std::vector<BaseInfoItem>& GetStockList(int kind) = 0;
 
   /// Plates: `kind` 2 those of kind 2, any other value those of kind 1.
-  [[nodiscard]] virtual const std::vector<BaseInfoItem>& GetPlateList(int kind) = 0;
+  virtual const std::vector<BaseInfoItem>& GetPlateList(int kind) = 0;
 
   /// Indices: `kind` 2 Shenzhen, any other value Shanghai.
-  [[nodiscard]] virtual const std::vector<BaseInfoItem>& GetIndexList(int kind) = 0;
+  virtual const std::vector<BaseInfoItem>& GetIndexList(int kind) = 0;
 
   /// Does nothing; keeps its place.
   virtual void Placeholder(int, int) = 0;
 
   /// Version and size of the package of `symbol`. `period`: 1 day, 2 week, 3 month. `adjust`: 1 none, 2
   /// forward, 3 backward. Never blocks on the network.
-  [[nodiscard]] virtual KLineMetaInfo GetKLineMetaInfo(const std::wstring& symbol, int period,
-                                                       int adjust) = 0;
+  virtual KLineMetaInfo GetKLineMetaInfo(const std::wstring& symbol, int period, int adjust) = 0;
 
   /// Replaces `out` by the plates of a stock, (code, name) each. True when there are any.
   virtual bool GetPlatesOfStock(const std::wstring& symbol,

@@ -143,6 +143,15 @@ TEST(OneShotServices, declareTheirOperationsInOrder) {
       kIs<void (IStockPurchase::*)(Observer<std::list<StockPurchaseItem>>*), &IStockPurchase::Detach>);
 }
 
+/// A getter may be called for its load alone; an unused result is an error in this build.
+[[maybe_unused]] void DropResults(IStockCommon& lists, ICurrentStock& current) {
+  lists.GetStockList(1);
+  lists.GetPlateList(1);
+  lists.GetIndexList(1);
+  lists.GetKLineMetaInfo(L"sh600000", 1, 1);
+  current.GetCurrentItem();
+}
+
 /// An accessor's type; not evaluated, since this program does not load the library.
 template <class Service, class... Arguments>
 using Accessor = Service* (*)(Arguments...);
