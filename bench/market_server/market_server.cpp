@@ -6,6 +6,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "market_server/market_server.h"
@@ -27,6 +28,9 @@ Options FullMarket(double speed) {
   options.threads = 1;
   return options;
 }
+
+/// What a row of quotes begins with.
+constexpr std::string_view kCode = "\"code\":\"";
 
 /// The server that all benchmarks but the first use, and a client of it.
 class Site {
@@ -99,6 +103,9 @@ void TimeRequests(benchmark::State& state, Site& site, const std::string& path, 
   }
   state.SetItemsProcessed(state.iterations());
   state.counters["bytes"] = static_cast<double>(first.body.size());
+  std::size_t rows = 0;
+  for (std::size_t at = 0; (at = first.body.find(kCode, at)) != std::string::npos; at += kCode.size()) ++rows;
+  state.counters["rows"] = static_cast<double>(rows);
 }
 
 void StartToReady(benchmark::State& state) {
@@ -184,7 +191,6 @@ void MemoryAfterFiveHundredStocks(benchmark::State& state) {
     Site& site = Site::Get();
     const std::string board = site.Ask("/pc/rt/get", Page("520", "mc")).body;
     std::vector<std::string> codes;
-    static constexpr std::string_view kCode = "\"code\":\"";
     for (std::size_t at = board.find(kCode); at != std::string::npos && codes.size() < 500;) {
       const std::size_t next = board.find(kCode, at + 1);
       const std::string row = board.substr(at, next - at);

@@ -56,6 +56,10 @@ class Feed {
   [[nodiscard]] virtual std::uint64_t updates() const = 0;
   /// Whether every view has been told at least `count` times.
   [[nodiscard]] virtual bool AllHave(std::uint64_t count) const = 0;
+  /// Hides its views and shows them again; neither asks. A service that asks only when told knows no
+  /// difference.
+  virtual void Hide() {}
+  virtual void Show() {}
   virtual void Detach() = 0;
 
  private:
@@ -95,6 +99,17 @@ class PolledFeed final : public Feed {
       }
     }
     return true;
+  }
+
+  void Hide() override {
+    for (CountingView<Data>& view : views_) {
+      service_->Suspend(&view);
+    }
+  }
+  void Show() override {
+    for (CountingView<Data>& view : views_) {
+      service_->Resume(&view, false);
+    }
   }
 
   void Detach() override {
