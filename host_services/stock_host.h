@@ -33,8 +33,8 @@ struct Settings {
   /// answer recorded at or before its moment, else the first, after the time that this one took; one that was
   /// never recorded gets status 404. The server's clock follows the recorded Date headers.
   std::string replay_directory;
-  double replay_speed = 1;  ///< seconds of recorded time in a second, 0.001 to 100,000
-  bool log_to_stderr = false;
+  double replay_speed = 1;         ///< seconds of recorded time in a second, 0.001 to 100,000
+  bool log_to_stderr = false;      ///< the log goes to standard error as well
   std::string log_level = "info";  ///< "trace", "debug", "info", "warn", "error", "off"
 };
 
@@ -52,6 +52,7 @@ struct Settings {
 /// next `Start`. Does nothing when the services do not run.
 STOCK_HOST_API void Stop();
 
+/// Whether requests succeed at present.
 enum class Connection {
   kIdle,     ///< no request has been completed since the start
   kLive,     ///< the latest completed request succeeded
@@ -72,8 +73,8 @@ struct Failures {
 
 /// Counts of one endpoint: "/pc/rt/stock_detail_list" and the like, "static", "history" or "other".
 struct EndpointCounters {
-  std::uint64_t requests = 0;  ///< completed or under way
-  std::uint64_t succeeded = 0;
+  std::uint64_t requests = 0;   ///< completed or under way
+  std::uint64_t succeeded = 0;  ///< complete, with status 200
   std::uint64_t failed = 0;
   std::uint64_t bytes_received = 0;  ///< of bodies, unpacked
   std::int64_t last_success = 0;     ///< Unix seconds by the machine's clock; 0: never
@@ -84,19 +85,22 @@ struct EndpointCounters {
 
 /// Counts since the latest `Start`.
 struct Counters {
-  std::uint64_t requests = 0;
-  std::uint64_t succeeded = 0;
-  std::uint64_t failed = 0;
-  std::uint64_t under_way = 0;
-  std::uint64_t bytes_received = 0;  ///< of bodies, unpacked
-  std::uint64_t connections = 0;     ///< opened; a reused one counts once
-  std::uint64_t recorded = 0;        ///< exchanges written to `Settings::record_directory`
-  std::string recording_failure;     ///< why no more of them are; empty: nothing is wrong
-  Failures failures;
-  std::map<std::string, EndpointCounters> endpoints;
+  std::uint64_t requests = 0;                         ///< completed or under way
+  std::uint64_t succeeded = 0;                        ///< complete, with status 200
+  std::uint64_t failed = 0;                           ///< all others that have ended; `failures` says of what
+  std::uint64_t under_way = 0;                        ///< at this moment
+  std::uint64_t bytes_received = 0;                   ///< of bodies, unpacked
+  std::uint64_t connections = 0;                      ///< opened; a reused one counts once
+  std::uint64_t recorded = 0;                         ///< exchanges written to `Settings::record_directory`
+  std::string recording_failure;                      ///< why no more of them are; empty: nothing is wrong
+  Failures failures;                                  ///< by cause
+  std::map<std::string, EndpointCounters> endpoints;  ///< by endpoint, those that were asked
 };
 
+/// How the connection is doing, for a status bar.
 [[nodiscard]] STOCK_HOST_API Connection ConnectionState();
+
+/// A copy of the counters as they stand. Those of the run before stay until the next `Start`.
 [[nodiscard]] STOCK_HOST_API Counters ReadCounters();
 
 /// What is known of the quote API server's clock.
@@ -109,7 +113,12 @@ struct ServerClockState {
 
 /// One thing that the services stand on, as it was found.
 struct Finding {
-  enum class State { kGood, kWarning, kFailed };
+  /// How it was found.
+  enum class State {
+    kGood,
+    kWarning,  ///< it works, but not as it should
+    kFailed,   ///< it will not work
+  };
   State state = State::kGood;
   std::string subject;  ///< "settings", "environment", "server address", "key", "data directory" and so on
   std::string text;     ///< what was looked at and how it is; never a key
@@ -134,7 +143,8 @@ struct Finding {
 [[nodiscard]] STOCK_HOST_API bool RemoveFromWatchList(const std::wstring& symbol, std::string& error);
 
 /// Moves `symbol` to `position` (0 is the first; beyond the end is the last) and stores the list. False, with
-/// `error`, as for `RemoveFromWatchList`.
+/// `error`, as for `RemoveFromWatchList`. Every change of the list is told to its observers, and so asked for
+/// by the module, on a thread of the host services.
 [[nodiscard]] STOCK_HOST_API bool MoveInWatchList(const std::wstring& symbol, std::size_t position,
                                                   std::string& error);
 

@@ -113,10 +113,11 @@ STOCK_MARKET_API IMoneyEffect* GetMoneyEffect();
 STOCK_MARKET_API IStockMarketState* GetStockMarketState();
 
 /// Ends every service but the current stock and the market state. Returns when the polling threads have
-/// ended; a fetch that one of them is in is finished first, so that this can take as long as one exchange
-/// with a server. An answer that comes later touches nothing. Must not run while another thread is inside a
-/// service, nor inside an `Update`. Without any service it does nothing; it may be called again, and services
-/// may be made again afterwards.
+/// ended; a fetch that one of them is in is finished first. It can take as long as one exchange with a
+/// server (8 seconds), or, while the reference data bring the K-line metadata, one download (three tries of
+/// 30). An answer that comes later touches nothing. Observers are not told. Must not run while another thread
+/// is inside a service, nor inside an `Update`. Without any service it does nothing; it may be called again,
+/// and services may be made again afterwards.
 STOCK_MARKET_API void DestroyStockMarket();
 
 }  // extern "C"

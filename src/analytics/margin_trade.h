@@ -11,7 +11,7 @@ struct MarginTradeItem {
   std::int32_t date = 0;      ///< YYYYMMDD
   std::int32_t sh_close = 0;  ///< close of the Shanghai index, without its fraction
   std::int32_t sz_close = 0;  ///< close of the Shenzhen index, without its fraction
-  std::uint64_t balance = 0;  ///< margin balance of both exchanges together
+  std::uint64_t balance = 0;  ///< margin balance of both exchanges together, in yuan
   std::int64_t change = 0;    ///< `balance` minus that of the trading day before
 
   bool operator==(const MarginTradeItem&) const = default;
@@ -30,10 +30,12 @@ class IMarginTrade {
   /// Adds `observer` unless it is attached already. Nothing is delivered at once. Null is ignored.
   virtual void Attach(IUpdate1<std::list<MarginTradeItem>>* observer) = 0;
 
-  /// After the return no `Update` of `observer` runs or will run on another thread.
+  /// Removes `observer`. After the return no `Update` of it runs or will run on another thread; waits for one
+  /// that is running. Null and unattached observers are ignored.
   virtual void Detach(IUpdate1<std::list<MarginTradeItem>>* observer) = 0;
 
-  /// Asks once. Returns at once; the answer goes to all observers in the order in which they attached.
+  /// Asks once. Returns at once; the answer goes to all observers that are attached when it comes, in the
+  /// order in which they attached.
   virtual void FetchMarginTradeInfo() = 0;
 
   virtual ~IMarginTrade() = default;

@@ -9,8 +9,8 @@
 
 /// One point of the curve.
 struct MoneyEffectItem {
-  std::int32_t time = 0;  ///< the minute as the feed writes it
-  double average = 0;     ///< the feed's average over the market
+  std::int32_t time = 0;  ///< the minute as the feed writes it: 931 is 09:31
+  double average = 0;     ///< the feed's average change over the market, in percent
 
   bool operator==(const MoneyEffectItem&) const = default;
 };

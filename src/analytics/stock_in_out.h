@@ -7,7 +7,7 @@
 #include "frame/observer.h"
 #include "frame/timer_subject.h"
 
-/// Amounts of one period, in the feed's unit. A negative amount of the feed wraps around.
+/// Amounts of one period, in the feed's unit (yuan). A negative amount of the feed wraps around.
 struct FlowAmounts {
   std::uint64_t big_in = 0;     ///< in by big orders
   std::uint64_t big_out = 0;    ///< out by big orders

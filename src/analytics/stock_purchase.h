@@ -37,10 +37,12 @@ class IStockPurchase {
   /// Adds `observer` unless it is attached already. Nothing is delivered at once. Null is ignored.
   virtual void Attach(IUpdate1<std::list<StockPurchaseItem>>* observer) = 0;
 
-  /// After the return no `Update` of `observer` runs or will run on another thread.
+  /// Removes `observer`. After the return no `Update` of it runs or will run on another thread; waits for one
+  /// that is running. Null and unattached observers are ignored.
   virtual void Detach(IUpdate1<std::list<StockPurchaseItem>>* observer) = 0;
 
-  /// Asks once. Returns at once; the answer goes to all observers in the order in which they attached.
+  /// Asks once. Returns at once; the answer goes to all observers that are attached when it comes, in the
+  /// order in which they attached.
   virtual void FetchPurchaseInfo() = 0;
 
   virtual ~IStockPurchase() = default;

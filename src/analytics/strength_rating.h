@@ -10,7 +10,7 @@
 
 /// One minute.
 struct StrengthRatingItem {
-  std::int32_t min = 0;   ///< the minute as the feed writes it
+  std::int32_t min = 0;   ///< the minute as the feed writes it: 931 is 09:31
   std::int32_t up = 0;    ///< stocks that are up
   std::int32_t down = 0;  ///< stocks that are down
 

@@ -9,7 +9,7 @@
 #include "frame/observer.h"
 #include "frame/timer_subject.h"
 
-/// One candle. (Close stands before low: the order of the packages.)
+/// One candle, prices in yuan (of an index in points). Close stands before low: the order of the packages.
 struct KLineCandle {
   std::uint32_t date = 0;  ///< YYYYMMDD
   double preclose = 0;     ///< previous close
@@ -17,9 +17,9 @@ struct KLineCandle {
   double high = 0;
   double close = 0;
   double low = 0;
-  std::uint64_t volume = 0;
-  double amount = 0;
-  double turnover = 0;  ///< turnover rate
+  std::uint64_t volume = 0;  ///< in shares
+  double amount = 0;         ///< in yuan
+  double turnover = 0;       ///< turnover rate in percent
 
   bool operator==(const KLineCandle&) const = default;
 };
@@ -54,8 +54,10 @@ using KLineCallback = boost::function<void(const StockKLineData&)>;
 class IStockKLine : public ITimerSubject<IUpdate1<StockKLineData>, std::wstring, StockKLineData> {
  public:
   /// Asks once for the K-line of `symbol`; `period` and `adjustment` as in `StockKLineData`, other numbers
-  /// mean 1. `done` is called on a thread of the host's task pool, and only when the answer is there. With an
-  /// empty `done` the answer goes the way of a polled one, and polling keeps to this period and adjustment.
-  /// Returns at once. Callable from any thread; a null symbol is ignored.
+  /// mean 1. `done` is called on a thread of the host's task pool, at most once and only when the answer is
+  /// there: not after a failure of the quote server (one line in the log), and not once `DestroyStockMarket`
+  /// has begun. With an empty `done` the answer goes the way of a polled one, and polling keeps to this
+  /// period and adjustment. Returns at once; a package that has to be downloaded may take a minute and more.
+  /// Callable from any thread; a null symbol is ignored.
   virtual void FetchKLine(const wchar_t* symbol, int period, int adjustment, const KLineCallback& done) = 0;
 };

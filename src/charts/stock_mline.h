@@ -13,10 +13,10 @@
 /// One trading minute. A minute without a trade repeats the last price and average and has no volume or
 /// amount.
 struct MinutePoint {
-  std::int32_t time = 0;  ///< the minute as the feed writes it
-  double price = 0;
-  std::uint64_t volume = 0;  ///< traded within this minute
-  double amount = 0;         ///< traded within this minute
+  std::int32_t time = 0;     ///< the minute as the feed writes it: 931 is 09:31
+  double price = 0;          ///< in yuan; of an index in points
+  std::uint64_t volume = 0;  ///< shares traded within this minute
+  double amount = 0;         ///< yuan traded within this minute
   double qrr = 0;            ///< volume ratio
   double change = 0;         ///< `price` minus the previous close
   double change_rate = 0;    ///< `change` in percent of the previous close
@@ -58,16 +58,17 @@ using MLineCallback = boost::function<void(const StockMLineData&)>;
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IStockMLine : public ITimerSubject<IUpdate1<StockMLineData>, std::wstring, StockMLineData> {
  public:
-  /// Asks once for today's minute line of `symbol`. `done` is called on a thread of the host's task pool, and
-  /// only when the line is there. With an empty `done` the answer goes the way of a polled one. `arg` is
+  /// Asks once for today's minute line of `symbol`. `done` is called on a thread of the host's task pool, at
+  /// most once and only when the line is there: not after a failure (one line in the log), and not once
+  /// `DestroyStockMarket` has begun. With an empty `done` the answer goes the way of a polled one. `arg` is
   /// reserved: pass 0. Returns at once. Callable from any thread; a null symbol is ignored.
   virtual void FetchMLine(const wchar_t* symbol, int arg, const MLineCallback& done) = 0;
 
   /// Asks once for minute lines of the past: with `rn` 0 or less of the day `date` (YYYYMMDD), else of the
-  /// `rn` trading days that end with it. `done` is called, only when the answer is there, on a thread of the
-  /// host's network library for one day and of its task pool for several. With an empty `done` the answer
-  /// goes to the active observers of the symbol. Nothing of it is kept. Returns at once. Callable from any
-  /// thread; a null symbol is ignored.
+  /// `rn` trading days that end with it. `done` is called, under the conditions of `FetchMLine`, on a thread
+  /// of the host's network library for one day and of its task pool for several. With an empty `done` the
+  /// answer goes to the active observers of the symbol. Nothing of it is kept. Returns at once. Callable from
+  /// any thread; a null symbol is ignored.
   virtual void FetchHistoryMLine(const wchar_t* symbol, std::uint32_t date, int rn,
                                  const MLineCallback& done) = 0;
 };

@@ -26,7 +26,10 @@
 ///
 /// A view calls `Attach`, `SetTarget`, `Resume(obs, true)`; `SetTarget` whenever it shows something else;
 /// `Suspend` while it is hidden and `Resume(obs, true)` when it is shown again; `Detach` before it goes. All
-/// operations may be called from any thread, but not from inside `Update`.
+/// operations may be called from any thread, but not from inside `Update`. None of them reports a failure:
+/// what a fetch meets is a matter of the service.
+///
+/// The observers stay the caller's; the subject holds bare pointers from `Attach` to `Detach`.
 template <class Obs, class Key, class Data>
 class ITimerSubject {
  public:
@@ -40,13 +43,17 @@ class ITimerSubject {
   /// not added twice, but an active one is suspended again. Null is ignored.
   /* 1 */ virtual void Attach(Obs* obs);
 
-  /// Removes the observer and its key. After the return no `Update` of it runs or will run on another thread.
+  /// Removes the observer and its key. After the return no `Update` of it runs or will run on another thread,
+  /// so that it may be deleted; waits for one that is running. Null and unattached observers are ignored.
   /* 2 */ virtual void Detach(Obs* obs);
 
-  /// Fetches now, in the caller's thread.
+  /// Fetches now, in the caller's thread, whatever the polling thread does. The answer comes later, to all
+  /// whom the service tells.
   /* 3 */ virtual void Refresh() { Fetch(); }
 
-  /// Stops delivery to the observer until `Resume`. Null and unattached observers are ignored.
+  /// Stops delivery to the observer until `Resume`; its key stays. An `Update` that another thread makes
+  /// inside `Resume` or `SetTarget` may still be running afterwards. Null and unattached observers are
+  /// ignored.
   /* 4 */ virtual void Suspend(Obs* obs);
 
   /// Starts delivery to a suspended observer. With `deliver_now`, data of its key that is at most 300 ms old
@@ -57,8 +64,8 @@ class ITimerSubject {
   /// True for an attached observer that gets nothing at present.
   /* 6 */ virtual bool IsSuspended(Obs* obs);
 
-  /// Sets what the observer shows. Data held for its old key is dropped, also when others still show it; they
-  /// get new data at the next round. Null is ignored.
+  /// Sets what the observer shows, from the next round on; `Refresh` asks for it at once. Data held for its
+  /// old key is dropped, also when others still show it; they get new data at the next round. Null is ignored.
   /* 7 */ virtual void SetTarget(Obs* obs, const Key& key);
 
   /// Reads what the observer shows. False, with `out` untouched, when nothing was set.
@@ -77,7 +84,7 @@ class ITimerSubject {
   /// What the polling thread does in a round with an active observer.
   /* 12 */ virtual void OnTimer() { Fetch(); }
 
-  /// Seconds from one round of the polling thread to the next.
+  /// Seconds from one round of the polling thread to the next; 0 or less means at once.
   /* 13 */ virtual int GetInterval() { return 3; }
 
  protected:

@@ -10,6 +10,7 @@ namespace pattern {
 template <class T>
 class STOCK_HOST_API CSingleton {
  public:
+  /// The object; never null, never deleted. Callable from any thread.
   static T* GetInstance();
 };
 

@@ -8,6 +8,7 @@
 
 namespace base {
 
+/// The host's worker pool. The module keeps no task number and waits for no task.
 class STOCK_HOST_API TaskManager {
  public:
   /// Queues `task` on the pool and returns its number. Tasks start in the order in which they were added.

@@ -23,6 +23,9 @@ struct CurrentStockItem {
 /// - Threads: one thread only, the host's user interface thread; there is no lock. `Update` runs inside the
 ///   operation that changed the selection. An observer may detach itself, or attach others, inside
 ///   `Update`.
+/// - Waiting: to select and to step are look-ups in the lists of `IStockCommon`, which is made if there is
+///   none. A list that is not loaded is asked for in this thread, for 8 seconds at most: call
+///   `IStockCommon::Init` first.
 /// - Failure: what cannot be found changes nothing and tells nobody.
 /// - Owner: the module; unlike most services it survives `DestroyStockMarket`.
 class ICurrentStock {
@@ -57,11 +60,12 @@ class ICurrentStock {
   /// the log.
   virtual int SetCustomStocks(const std::vector<BaseInfoItem>& stocks) = 0;
 
-  /// Selects the entry before (after) the current one, from the first on to the last (from the last on to the
-  /// first), and tells every observer. In a list of kind 8 or 9, before the first
-  /// selection, and in an empty custom list both select the first entry of kind 6. An empty list changes
-  /// nothing.
+  /// Selects the entry before the current one, from the first on to the last, and tells every observer. In a
+  /// list of kind 8 or 9, before the first selection, and in an empty custom list it selects the first entry
+  /// of kind 6. An empty list changes nothing.
   virtual void Previous() = 0;
+
+  /// Selects the entry after the current one, from the last on to the first; else as `Previous`.
   virtual void Next() = 0;
 
   /// A copy of the selection.

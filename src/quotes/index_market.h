@@ -13,8 +13,8 @@
 struct IndexMarketSummary {
   std::wstring code;  ///< "sh000001", "sz399001" or "sz399006"
   std::wstring name;
-  double last = 0;    ///< latest value
-  double change = 0;  ///< change rate
+  double last = 0;    ///< latest value, in points
+  double change = 0;  ///< change rate in percent, as the feed sends it
   double diff = 0;    ///< change in points
   /// Figures that the server sent as null, and that read 0.0: bit 0 `last`, bit 1 `change`, bit 2 `diff`.
   std::uint32_t null_flags = 0;

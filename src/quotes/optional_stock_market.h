@@ -14,9 +14,9 @@
 
 /// Column and direction by which one view wants the watch list.
 struct SortingTarget {
-  std::uint32_t sort_key =
-      0;  ///< 1 to 19 as in `StockRangeRankingTarget`, 24 plate; others keep the given order
-  std::uint32_t sort_type = 0;  ///< 1 ascending, 2 descending; others keep the given order
+  /// 1 to 19 as in `StockRangeRankingTarget`, 24 plate; any other number keeps the order of the answer.
+  std::uint32_t sort_key = 0;
+  std::uint32_t sort_type = 0;  ///< 1 ascending, 2 descending; any other number keeps the order of the answer
 
   auto operator<=>(const SortingTarget&) const = default;
 };
@@ -35,15 +35,19 @@ struct OptionalMarketItem : StockMarketItem {
 /// - Key: `SortingTarget`. An observer without a target gets the list in the order of the answer.
 /// - Who is told: every active observer.
 /// - When: every 3 seconds while any observer is active, at `Refresh`, and when the user changes the watch
-///   list. An empty watch list asks for nothing and leaves the observers what they have. Threads: callable
-///   from any thread. `Update` runs on a thread of the host's network library; it must not call this
-///   service. `Resume(observer, true)` always asks the server. Failure: one line in the log; observers keep
-///   what they have. The module owns the object; it is valid until `DestroyStockMarket`.
+///   list. `Resume(observer, true)` always asks the server. An empty watch list asks for nothing and leaves
+///   the observers what they have.
+/// - Threads: callable from any thread. `Update` runs on a thread of the host's network library; it must not
+///   call this service. To name plates, that thread may first have to ask for those of all stocks, if
+///   `GetStockCommon` was called and has not loaded them.
+/// - Failure: one line in the log; observers keep what they have.
+/// - Owner: the module; the object is valid until `DestroyStockMarket`, and so must the host's watch list be.
 class IOptionalStockMarket : public ITimerSubject<IUpdate1<std::vector<OptionalMarketItem>>, SortingTarget,
                                                   std::vector<OptionalMarketItem>> {
  public:
   /// Hands code and name of every row of the latest answer, in the order that the arguments name as
   /// `SortingTarget` does, to `done` on a thread of the host's task pool. Sends no request; before the first
-  /// answer the list is empty. With an empty `done` nothing happens. Callable from any thread.
+  /// answer the list is empty. With an empty `done` nothing happens; after `DestroyStockMarket` has begun it
+  /// is not called. Callable from any thread.
   virtual void FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) = 0;
 };

@@ -20,7 +20,7 @@ struct PlateRangeRankingTarget {
   std::uint32_t sort_key = 0;
   std::uint32_t sort_type = 0;  ///< 1 ascending, 2 descending
   std::uint32_t start = 0;      ///< first row, from 0
-  std::uint32_t end = 0;        ///< end of the range, sent as it is
+  std::uint32_t end = 0;        ///< end of the range, sent as it is: the row after the last one
 
   auto operator<=>(const PlateRangeRankingTarget&) const = default;
 };
@@ -34,14 +34,16 @@ struct PlateRangeRankingTarget {
 /// - When: every 3 seconds while any observer is active, and at `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
 ///   `Resume` when it hands over a list fetched within the last 300 ms; it must not call this service.
-///   Failure: one line in the log; observers keep what they have. An empty list means that the range holds
-///   no row. The module owns the object; it is valid until `DestroyStockMarket`.
+/// - Failure: one line in the log; observers keep what they have. An empty list means that the range holds
+///   no row.
+/// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IPlateMarket : public ITimerSubject<IUpdate1<std::vector<StockMarketItem>>, PlateRangeRankingTarget,
                                           std::vector<StockMarketItem>> {
  public:
   /// Asks once for code and name of every plate of a kind, in an order; the arguments number as in
   /// `PlateRangeRankingTarget`. Returns at once; `done` is called on a thread of the host's network library,
   /// at most once: never after a failure (one line in the log), and never when a later call of this operation
-  /// was made before the answer came. Callable from any thread.
+  /// was made before the answer came. The list is not kept. Callable from any thread; an empty `done` is
+  /// never called.
   virtual void FetchPlateItems(int sort_key, int sort_type, int bk_type, const CodeNameCallback& done) = 0;
 };

@@ -17,7 +17,7 @@ struct PlateStockRankingTarget {
   std::uint32_t sort_key = 0;   ///< column as in `PlateRangeRankingTarget`; 0 not set
   std::uint32_t sort_type = 0;  ///< 1 ascending, 2 descending
   std::uint32_t start = 0;      ///< first row, from 0
-  std::uint32_t end = 0;        ///< end of the range, sent as it is
+  std::uint32_t end = 0;        ///< end of the range, sent as it is: the row after the last one
 
   auto operator<=>(const PlateStockRankingTarget&) const = default;
 };
@@ -35,17 +35,19 @@ struct PlateStockMarketData {
 /// - Key: `PlateStockRankingTarget`. With an empty `bk_code` or `sort_key` 0 nothing is asked.
 /// - Who is told: every active observer whose target equals the key. Only the answer to the latest request
 ///   counts, whatever it asked for: with several targets and slow answers only the last target of a round
-///   is refreshed. When: every 3 seconds while any observer is active, and at `Refresh`. Threads: callable
-///   from any thread. `Update` runs on a thread of the host's network library, or inside `Resume` when it
-///   hands over a page fetched within the last 300 ms; it must not call this service. Failure: one line in
-///   the log; observers keep what they have. An empty page means that the range holds no row. The module
-///   owns the object; it is valid until `DestroyStockMarket`.
+///   is refreshed.
+/// - When: every 3 seconds while any observer is active, and at `Refresh`.
+/// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
+///   `Resume` when it hands over a page fetched within the last 300 ms; it must not call this service.
+/// - Failure: one line in the log; observers keep what they have. An empty page means that the range holds
+///   no row.
+/// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IPlateStockMarket
     : public ITimerSubject<IUpdate1<PlateStockMarketData>, PlateStockRankingTarget, PlateStockMarketData> {
  public:
   /// Asks for one page at once, for example after a target was changed; the answer goes the way of a polled
-  /// one, to the active observers whose target equals the arguments. Returns at once. Callable from any
-  /// thread.
+  /// one, to the active observers whose target equals the arguments. Nothing checks whether they are set.
+  /// Returns at once. Callable from any thread.
   virtual void FetchStockMarkets(const std::wstring& bk_code, std::uint32_t start, std::uint32_t end,
                                  std::uint32_t sort_key, std::uint32_t sort_type) = 0;
 };

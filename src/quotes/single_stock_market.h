@@ -20,5 +20,6 @@
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
 ///   `Resume` when it hands over a quote fetched within the last 300 ms; it must not call this service.
 /// - Failure: one line in the log; observers keep what they have. A symbol unknown to the server delivers
-///   nothing. The module owns the object; it is valid until `DestroyStockMarket`.
+///   nothing.
+/// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class ISingleStockMarket : public ITimerSubject<IUpdate1<StockMarketItem>, std::wstring, StockMarketItem> {};

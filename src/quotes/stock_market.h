@@ -19,7 +19,7 @@ struct StockRangeRankingTarget {
   std::uint32_t sort_key = 0;
   std::uint32_t sort_type = 0;  ///< 1 ascending, 2 descending
   std::uint32_t start = 0;      ///< first row, from 0
-  std::uint32_t end = 0;        ///< end of the range, sent as it is
+  std::uint32_t end = 0;        ///< end of the range, sent as it is: the row after the last one
 
   auto operator<=>(const StockRangeRankingTarget&) const = default;
 };
@@ -33,14 +33,16 @@ struct StockRangeRankingTarget {
 /// - When: every 3 seconds while any observer is active, and at `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
 ///   `Resume` when it hands over a list fetched within the last 300 ms; it must not call this service.
-///   Failure: one line in the log; observers keep what they have. An empty list means that the range holds
-///   no row. The module owns the object; it is valid until `DestroyStockMarket`.
+/// - Failure: one line in the log; observers keep what they have. An empty list means that the range holds
+///   no row.
+/// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IStockMarket : public ITimerSubject<IUpdate1<std::vector<StockMarketItem>>, StockRangeRankingTarget,
                                           std::vector<StockMarketItem>> {
  public:
   /// Asks once for code and name of every stock of a board, in an order; the arguments number as in
   /// `StockRangeRankingTarget`. Returns at once; `done` is called on a thread of the host's network library,
   /// at most once: never after a failure (one line in the log), and never when a later call of this operation
-  /// was made before the answer came. Callable from any thread.
+  /// was made before the answer came. The list is not kept. Callable from any thread; an empty `done` is
+  /// never called.
   virtual void FetchStockItems(int sort_key, int sort_type, int stock_type, const CodeNameCallback& done) = 0;
 };

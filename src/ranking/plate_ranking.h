@@ -14,11 +14,11 @@
 struct PlateMarketSummary {
   std::wstring bk;  ///< code of the plate
   std::wstring name;
-  double change = 0;       ///< change rate of the plate
-  double bpin = 0;         ///< the feed's figure "bpin", passed through
-  std::int32_t cud = 0;    ///< the feed's count "cud", passed through
-  std::wstring lead;       ///< its leading stock
-  double lead_change = 0;  ///< change rate of the leading stock
+  double change = 0;       ///< change rate of the plate in percent
+  double bpin = 0;         ///< the feed's figure "bpin", passed through: net inflow of big orders, in yuan
+  std::int32_t cud = 0;    ///< the feed's count "cud", passed through: days up in a row, negative down
+  std::wstring lead;       ///< name of its leading stock
+  double lead_change = 0;  ///< change rate of the leading stock in percent
 
   bool operator==(const PlateMarketSummary&) const = default;
 };

@@ -9,7 +9,7 @@
 struct RankingTarget {
   std::int32_t sort_key = 0;   ///< column; its numbers are the ranking service's; 0: no target yet
   std::int32_t sort_type = 2;  ///< 1 ascending, 2 descending
-  std::int32_t num = 10;       ///< rows wanted
+  std::int32_t num = 10;       ///< rows wanted; below 1: none
 
   auto operator<=>(const RankingTarget&) const = default;
 };

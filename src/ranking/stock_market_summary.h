@@ -6,7 +6,7 @@
 
 #include "frame/field.h"
 
-/// One ranked stock.
+/// One ranked stock, in the units of `StockMarketItem`.
 struct StockMarketSummary {
   std::wstring code;
   std::wstring name;

@@ -47,7 +47,8 @@ class IStockCommon {
   /// not from inside `done`.
   virtual void Init(const boost::function<void(bool)>& done) = 0;
 
-  /// Stocks: `kind` 2 Shanghai, 3 Shenzhen, 4 GEM, 5 SME, any other value all.
+  /// Stocks in the order of the answer, those of Shanghai first: `kind` 2 Shanghai, 3 Shenzhen, 4 GEM, 5 SME,
+  /// any other value all.
   virtual const std::vector<BaseInfoItem>& GetStockList(int kind) = 0;
 
   /// Plates: `kind` 2 those of kind 2, any other value those of kind 1.
@@ -63,7 +64,8 @@ class IStockCommon {
   /// forward, 3 backward. Never blocks on the network.
   virtual KLineMetaInfo GetKLineMetaInfo(const std::wstring& symbol, int period, int adjust) = 0;
 
-  /// Replaces `out` by the plates of a stock, (code, name) each. True when there are any.
+  /// Replaces `out` by the plates of a stock, (code, name) each. True when there are any. Belongs to those
+  /// that ask the server when nothing is loaded.
   virtual bool GetPlatesOfStock(const std::wstring& symbol,
                                 std::vector<std::pair<std::wstring, std::wstring>>& out) = 0;
 

@@ -33,8 +33,8 @@ class CStockCommon final : public IStockCommon {
   CStockCommon& operator=(const CStockCommon&) = delete;
 
   /// Ends the refresh thread and the monitor of a start under way, whose call-back is then not called. Waits
-  /// for what runs inside, and for the one exchange with the server that the refresh thread may be in; not
-  /// for the exchanges of a start.
+  /// for what runs inside, and for the one exchange or download that the refresh thread may be in; not for
+  /// those of a start.
   ~CStockCommon() override;
 
   void Init(const boost::function<void(bool)>& done) override;

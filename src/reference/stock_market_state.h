@@ -27,5 +27,6 @@ struct StockMarketState {
 ///   `Refresh`; also when nothing has changed.
 /// - Threads: callable from any thread. `Update` runs on the service's own thread, or inside `Refresh` and
 ///   `Resume`; it must not call this service.
+/// - Failure: there is none; an unknown phase is delivered like any other, empty and not `valid`.
 /// - Owner: the module; unlike most services it survives `DestroyStockMarket`.
 class IStockMarketState : public ITimerSubject<IUpdate1<StockMarketState>, std::wstring, StockMarketState> {};
