@@ -65,7 +65,8 @@ class ITimerSubject {
   /* 6 */ virtual bool IsSuspended(Obs* obs);
 
   /// Sets what the observer shows, from the next round on; `Refresh` asks for it at once. Data held for its
-  /// old key is dropped, also when others still show it; they get new data at the next round. Null is ignored.
+  /// old key is dropped, also when others still show it; they get new data at the next round. Null is
+  /// ignored.
   /* 7 */ virtual void SetTarget(Obs* obs, const Key& key);
 
   /// Reads what the observer shows. False, with `out` untouched, when nothing was set.
