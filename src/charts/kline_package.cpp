@@ -117,7 +117,8 @@ bool ReadDayCandle(const Object& entry, KLineCandle& candle) {
     return false;
   }
   candle = {};
-  candle.date = request::DateFromTextOrNumber(entry.Member("date"));
+  const Value date = entry.Member("date");
+  candle.date = request::DateFromTextOrNumber(date.IsUndefined() ? day.Member("date") : date);
   candle.preclose = day.Member("preclose").Number();
   candle.open = day.Member("open").Number();
   candle.high = day.Member("high").Number();
@@ -127,6 +128,18 @@ bool ReadDayCandle(const Object& entry, KLineCandle& candle) {
   candle.amount = day.Member("amt").Number();
   candle.turnover = day.Member("tr").Number();
   return true;
+}
+
+bool ReadDayCandle(const Object& data, const std::wstring& symbol, KLineCandle& candle) {
+  bool named = false;
+  bool has_candle = false;
+  data.ForEach([&](std::string_view key, const Value& entry) {
+    if (request::json::WideKey(key) == symbol) {
+      named = true;
+      has_candle = ReadDayCandle(entry.AsObject(), candle);
+    }
+  });
+  return named ? has_candle : ReadDayCandle(data, candle);
 }
 
 }  // namespace charts

@@ -30,7 +30,13 @@ inline constexpr std::uint32_t kShortLineDate = 20160101;
 /// One candle per row of "data"/"foo"/"list".
 [[nodiscard]] Candles ReadHistory(const request::json::Object& root);
 
-/// Today's candle from the entry of a symbol. False when it has none.
+/// Today's candle from the entry of a symbol. The date stands beside "list" or, when it is missing there,
+/// among the candle's figures. False, with `candle` untouched, when the entry has none.
 [[nodiscard]] bool ReadDayCandle(const request::json::Object& entry, KLineCandle& candle);
+
+/// The same of one symbol in "data", which maps symbols to entries or, without a member of that name, is the
+/// symbol's entry itself.
+[[nodiscard]] bool ReadDayCandle(const request::json::Object& data, const std::wstring& symbol,
+                                 KLineCandle& candle);
 
 }  // namespace charts

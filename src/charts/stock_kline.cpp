@@ -93,12 +93,9 @@ void CStockKLine::OnDay(const std::wstring& symbol, const Series& series, const 
     return;
   }
   Candles today;
-  answer.DataObject().ForEach([&](std::string_view key, const request::json::Value& entry) {
-    KLineCandle candle;
-    if (request::json::WideKey(key) == symbol && ReadDayCandle(entry.AsObject(), candle)) {
-      today.push_back(candle);
-    }
-  });
+  if (KLineCandle candle; ReadDayCandle(answer.DataObject(), symbol, candle)) {
+    today.push_back(candle);
+  }
   auto tell = gate_.Guard([this, done](const StockKLineData& data) {
     if (done) {
       done(data);

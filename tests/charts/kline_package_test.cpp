@@ -328,6 +328,24 @@ TEST(KLineDay, readsTheVolumeAsAnUnsignedNumber) {
   EXPECT_EQ(candle.volume, 18000000000000000000ULL);
 }
 
+TEST(KLineDay, hasItsDateBesideItsFiguresOrAmongThem) {
+  KLineCandle candle;
+  ASSERT_TRUE(Day(R"({"list":[{"date":"2024-03-15","last":4}]})", candle));
+  EXPECT_EQ(candle.date, 20240315U);
+  ASSERT_TRUE(Day(R"({"date":"2024-03-14","list":[{"date":"2024-03-15","last":4}]})", candle));
+  EXPECT_EQ(candle.date, 20240314U) << "the one beside the list counts";
+}
+TEST(KLineDay, isFoundUnderItsSymbolOrWithoutOne) {
+  const auto last = [](const std::string& data) {
+    const auto document = request::json::Document::Parse(data.data(), data.size());
+    KLineCandle candle;
+    return ReadDayCandle(document.Root(), L"sh600000", candle) ? candle.close : -1.0;
+  };
+  EXPECT_EQ(last(R"({"sh600000":{"list":{"last":4}},"sh600001":{"list":{"last":5}},"list":{"last":6}})"), 4);
+  EXPECT_EQ(last(R"({"date":"20240315","list":[{"last":6}]})"), 6);
+  EXPECT_EQ(last(R"({"sh600001":{"list":{"last":5}}})"), -1) << "another symbol's";
+  EXPECT_EQ(last(R"({"sh600000":null,"list":{"last":6}})"), -1) << "the symbol is there, without a candle";
+}
 TEST(KLineDay, isMissingWithoutAList) {
   KLineCandle candle = kWorked;
   for (const char* entry :
