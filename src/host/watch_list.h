@@ -21,5 +21,5 @@ class IUserOptionalStock {
   ~IUserOptionalStock() = default;
 };
 
-/// The watch list of the process; never null.
+/// The watch list of the process; null when the host has none.
 STOCK_HOST_API IUserOptionalStock* GetUserOptionalStock();

@@ -38,19 +38,26 @@ class COptionalStockMarket : public IOptionalStockMarket, protected frame::Gated
   void FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) override;
 
  private:
-  // Follows the host's watch list while it lives.
+  // Follows the host's watch list, if it has one, while it lives.
   class Follower final : public IUpdate1<Codes> {
    public:
-    explicit Follower(COptionalStockMarket& service) : service_(service) {
-      GetUserOptionalStock()->Attach(this);
+    explicit Follower(COptionalStockMarket& service) : service_(service), list_(GetUserOptionalStock()) {
+      if (list_ != nullptr) {
+        list_->Attach(this);
+      }
     }
     Follower(const Follower&) = delete;
     Follower& operator=(const Follower&) = delete;
-    ~Follower() { GetUserOptionalStock()->Detach(this); }
+    ~Follower() {
+      if (list_ != nullptr) {
+        list_->Detach(this);
+      }
+    }
     void Update(const Codes& codes) override { service_.OnWatchList(codes); }
 
    private:
     COptionalStockMarket& service_;
+    IUserOptionalStock* const list_;
   };
 
   void OnWatchList(const Codes& codes);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frame/reference_data.h"
+#include "no_watch_list.h"
 #include "quote_service.h"
 #include "quotes/optional_stock_market_service.h"
 #include "reference/stock_common.h"
@@ -33,6 +34,18 @@ TEST_F(WatchListQuotes, followTheHostsListWhileTheyLive) {
   EXPECT_EQ(host.WatchListObservers(), 1U);
   service.reset();
   EXPECT_EQ(host.WatchListObservers(), 0U);
+}
+
+TEST_F(WatchListQuotes, areEmptyWhereTheHostHasNoWatchList) {
+  const NoWatchList none;
+  Make();
+  ASSERT_NE(service, nullptr);
+  RecordingObserver<WatchList> view;
+  service->Attach(&view);
+  service->Resume(&view, true);
+  service->Detach(&view);
+  EXPECT_EQ(host.RequestCount(), 0U);
+  service.reset();
 }
 
 TEST_F(WatchListQuotes, askNothingForAnEmptyList) {

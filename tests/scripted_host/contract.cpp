@@ -2,6 +2,7 @@
 // the plainest answer there is, and a request or a log line is held against the next host.
 #include <zlib.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cwchar>
 #include <filesystem>
@@ -10,6 +11,7 @@
 
 #include "host/host.h"
 #include "market_rules.h"
+#include "no_watch_list.h"
 #include "state.h"
 
 namespace {
@@ -29,6 +31,8 @@ std::wstring Format(const wchar_t* format, va_list arguments) {
   }
   return L"(cannot be formatted)";
 }
+
+std::atomic<bool> has_watch_list{true};
 
 class WatchList final : public IUserOptionalStock {
  public:
@@ -299,5 +303,13 @@ void WriteProgramLogNoMask(const wchar_t* format, ...) {
 
 IUserOptionalStock* GetUserOptionalStock() {
   static WatchList list;
-  return &list;
+  return has_watch_list.load() ? &list : nullptr;
+}
+
+NoWatchList::NoWatchList() {
+  has_watch_list.store(false);
+}
+
+NoWatchList::~NoWatchList() {
+  has_watch_list.store(true);
 }
