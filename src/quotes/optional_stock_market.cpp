@@ -32,6 +32,14 @@ using Codes = std::vector<std::wstring>;
 using Items = std::vector<OptionalMarketItem>;
 using Observer = IUpdate1<Items>;
 
+// The name of the first plate of a stock; empty when none is known. A look-up may wait for the server, so
+// each is one use of the reference data: whoever ends it waits for one of them, not for a whole list.
+std::wstring FirstPlateOf(const std::wstring& code) {
+  std::vector<std::pair<std::wstring, std::wstring>> plates;
+  frame::WithReferenceData([&](IStockCommon& reference) { reference.GetPlatesOfStock(code, plates); });
+  return plates.empty() ? std::wstring() : plates.front().second;
+}
+
 class COptionalStockMarket : public IOptionalStockMarket, protected frame::Gated {
  public:
   void Fetch() override;
@@ -124,15 +132,11 @@ Items COptionalStockMarket::ReadItems(const request::json::Array& list) {
     request::RecordReader<kWatchListTable>::Fill(item, element.AsObject());
     item.symbol_type = stock::CheckSymbol(item.code.c_str());
   });
-  frame::WithReferenceData([&items](IStockCommon& reference) {
-    std::vector<std::pair<std::wstring, std::wstring>> plates;
-    for (OptionalMarketItem& item : items) {
-      if (item.symbol_type == stock::kSymbolStock && reference.GetPlatesOfStock(item.code, plates) &&
-          !plates.empty()) {
-        item.plate = plates.front().second;
-      }
+  for (OptionalMarketItem& item : items) {
+    if (item.symbol_type == stock::kSymbolStock) {
+      item.plate = FirstPlateOf(item.code);
     }
-  });
+  }
   return items;
 }
 

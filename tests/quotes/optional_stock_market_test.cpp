@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -109,7 +110,7 @@ TEST_F(WatchListQuotes, writeTheirThreeLines) {
 }
 
 // Reference data that knows the plates of some stocks.
-class KnownPlates final : public IStockCommon {
+class KnownPlates : public IStockCommon {
  public:
   using Plates = std::vector<std::pair<std::wstring, std::wstring>>;
 
@@ -172,6 +173,33 @@ TEST_F(ShownWatchList, namesTheFirstPlateOfEachStock) {
   EXPECT_EQ(list[2].plate, L"") << "an index has none";
   EXPECT_EQ(plates.asked, (std::vector<std::wstring>{L"sh600000", L"sz000002"}))
       << "only stocks are looked up";
+}
+
+// Reference data that somebody ends while it looks up the first stock.
+class EndingPlates final : public KnownPlates {
+ public:
+  EndingPlates() : KnownPlates({{L"sh600000", {{L"bk1001", L"银行"}}}, {L"sz000002", {{L"bk1002", L"x"}}}}) {}
+  ~EndingPlates() override { end_.join(); }
+
+  bool GetPlatesOfStock(const std::wstring& symbol, Plates& out) override {
+    if (asked.empty()) {
+      end_ = std::thread([] { frame::ReferenceData().Clear(); });
+      while (frame::WithReferenceData([](IStockCommon&) {})) std::this_thread::yield();
+    }
+    return KnownPlates::GetPlatesOfStock(symbol, out);
+  }
+
+ private:
+  std::thread end_;
+};
+
+// A teardown waited for the look-ups of the whole list, eight seconds for each stock.
+TEST_F(ShownWatchList, asksForNoFurtherPlateOnceTheReferenceDataEnds) {
+  EndingPlates plates;
+  const WatchList list = Told(R"({"code":"sh600000"},{"code":"sz000002"})");
+  EXPECT_EQ(plates.asked, (std::vector<std::wstring>{L"sh600000"}));
+  EXPECT_EQ(list[0].plate, L"银行");
+  EXPECT_EQ(list[1].plate, L"");
 }
 
 TEST_F(ShownWatchList, hasNoPlatesWithoutReferenceData) {
