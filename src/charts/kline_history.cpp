@@ -45,7 +45,7 @@ struct KLineHistory::Wanted {
 
   // The package on disk; empty for a symbol that may have none.
   [[nodiscard]] std::wstring Path() const {
-    const std::wstring directory = stock::GetKLineFilePath(symbol.c_str());
+    const std::wstring directory = reference::PackageDirectory(symbol.c_str());
     if (directory.empty()) {
       return {};
     }

@@ -109,8 +109,15 @@ bool IsDamage(int code, const QFileInfo& file) {
 
 }  // namespace
 
+std::wstring PackageDirectory(const wchar_t* symbol) {
+  if (symbol == nullptr || !request::IsPlainSymbol(symbol)) {
+    return {};
+  }
+  return stock::GetKLineFilePath(symbol);
+}
+
 PackageVersionStore::PackageVersionStore(const wchar_t* symbol) {
-  const std::wstring directory = stock::GetKLineFilePath(symbol);
+  const std::wstring directory = PackageDirectory(symbol);
   if (!directory.empty() && QDir().mkpath(QString::fromStdWString(directory))) {
     Open(directory + L"/trace.db");
   }

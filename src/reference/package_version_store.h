@@ -5,11 +5,16 @@
 
 #include <cstdint>
 #include <mutex>
+#include <string>
 
 #include "reference/sqlite_database.h"
 #include "reference/stock_common.h"
 
 namespace reference {
+
+/// The directory of a symbol's packages and of their store. Empty, without a question to the host, for null
+/// and for what is no "sh" or "sz" and six digits: texts of servers and views do not become paths.
+[[nodiscard]] std::wstring PackageDirectory(const wchar_t* symbol);
 
 /// Opened for one load of K-lines, and closed with it. Errors never leave it: a store that cannot be opened
 /// reads as empty and takes nothing. A file that is damaged, or no store, is deleted when it is opened; the

@@ -1,6 +1,8 @@
 // Where a K-line's history comes from: disk, package, history query; and what is left on disk.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "kline_fixture.h"
 
 namespace {
@@ -318,6 +320,7 @@ TEST_F(KLinePackages, refusesAPackageOfTooManyLines) {
 }
 
 TEST_F(KLinePackages, mayHaveNoPlaceOnDisk) {
+  host.GiveEveryTextADirectory();
   for (const wchar_t* symbol : {L"", L"bk0001", L"../../etc", L"sh60000", L"hello"}) {
     got.clear();
     host.Expect(Script(kDayPath).Inline(NoToday()));
@@ -326,6 +329,7 @@ TEST_F(KLinePackages, mayHaveNoPlaceOnDisk) {
     EXPECT_TRUE(got[0].candles.empty());
   }
   EXPECT_EQ(host.RequestCount(), 5U);
+  EXPECT_FALSE(std::filesystem::exists(host.Directory() + "/kline"));
 }
 
 }  // namespace

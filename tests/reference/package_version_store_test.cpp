@@ -159,7 +159,9 @@ TEST_F(VersionStore, mayBeOpenTwice) {
 
 // --- What cannot be opened ---
 
+// Also where the host would make a path of anything.
 TEST_F(VersionStore, staysClosedForWhatIsNoSymbol) {
+  host.GiveEveryTextADirectory();
   for (const wchar_t* const symbol : {L"", L"../evil", L"sh60000", L"bk0001"}) {
     PackageVersionStore store(symbol);
     EXPECT_FALSE(store.IsOpen());

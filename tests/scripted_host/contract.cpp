@@ -161,7 +161,11 @@ StockStatus ConvertStockStatus(const std::wstring& text) {
 
 std::wstring GetKLineFilePath(const wchar_t* symbol) {
   const auto live = Live();
-  if (live == nullptr || symbol == nullptr || !market_rules::IsStockSymbol(symbol)) return {};
+  if (live == nullptr || symbol == nullptr) return {};
+  {
+    const std::lock_guard<std::mutex> lock(live->mutex);
+    if (!live->every_text_has_directory && !market_rules::IsStockSymbol(symbol)) return {};
+  }
   const std::string lower = market_rules::LowerAscii(market_rules::Narrow(symbol));
   return market_rules::Widen(live->directory + "/kline/" + lower);
 }

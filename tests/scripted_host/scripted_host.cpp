@@ -288,6 +288,11 @@ const std::string& ScriptedHost::Directory() const {
   return state_->directory;
 }
 
+void ScriptedHost::GiveEveryTextADirectory() {
+  const std::lock_guard<std::mutex> lock(state_->mutex);
+  state_->every_text_has_directory = true;
+}
+
 void ScriptedHost::FailRemoving(bool fail) {
   const std::lock_guard<std::mutex> lock(state_->mutex);
   state_->fail_removing = fail;

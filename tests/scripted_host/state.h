@@ -133,6 +133,7 @@ class ScriptedHost::State {
 
   std::map<std::wstring, int> status_words;
   std::string directory;
+  bool every_text_has_directory = false;
   bool fail_removing = false;
 
   std::vector<std::string> problems;
