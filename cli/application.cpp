@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
-#include <map>
+#include <iostream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,21 +45,16 @@ void RefuseMisplaced(const CLI::App& app, const CLI::App& command) {
   }
 }
 
-Runner Understand(CLI::App& app, int argc, const char* const* argv) {
-  std::map<const CLI::App*, Runner> runners;
-  runners[&app] = SetUpLive(app);
-  for (const Command& command : Commands()) {
-    CLI::App* const sub = app.add_subcommand(std::string(command.name), std::string(command.summary));
-    sub->group("Commands");
-    runners[sub] = command.set_up(*sub);
-  }
+Runner Parse(CLI::App& app, int argc, const char* const* argv) {
+  Runner live = SetUpLive(app);
+  const std::shared_ptr<const Runner> command = AddCommands(app, Commands());
   app.parse(argc, argv);
   const auto chosen = app.get_subcommands();
   if (chosen.empty()) {
-    return runners[&app];
+    return live;
   }
   RefuseMisplaced(app, *chosen.front());
-  return runners[chosen.front()];
+  return *command;
 }
 
 // "csm --replay DIR --speed 5 index --json" is understood like "csm index --replay DIR --speed 5 --json".
@@ -82,25 +78,37 @@ std::vector<const char*> InOrder(int argc, const char* const* argv) {
 
 }  // namespace
 
-int RunApplication(int argc, const char* const* argv) {
+UnderstoodLine Understand(int argc, const char* const* argv) {
   const std::vector<const char*> arguments = InOrder(argc, argv);
-  CLI::App app{kAbout, "csm"};
-  app.footer(kExamples);
-  app.require_subcommand(0, 1);
-  app.formatter(std::make_shared<HelpFormat>());
-  app.set_help_flag("-h,--help", "this text");
-  app.set_version_flag("--version", "csm " CSM_VERSION, "its version");
+  const auto app = std::make_shared<CLI::App>(kAbout, "csm");
+  app->footer(kExamples);
+  app->require_subcommand(0, 1);
+  app->formatter(std::make_shared<HelpFormat>());
+  app->set_help_flag("-h,--help", "this text");
+  app->set_version_flag("--version", "csm " CSM_VERSION, "its version");
   try {
-    const Runner run = Understand(app, argc, arguments.data());
-    return run();
-  } catch (const CLI::CallForHelp&) {
-    // exit() writes help and version to standard output.
-    return app.exit(CLI::CallForHelp());
-  } catch (const CLI::CallForVersion& version) {
-    return app.exit(version);
+    return {[app, run = Parse(*app, argc, arguments.data())] { return run(); }, kFine, ""};
+  } catch (const CLI::Success& wish) {
+    std::ostringstream text;
+    app->exit(wish, text, text);
+    return {{}, kFine, text.str()};
   } catch (const CLI::ParseError& error) {
-    Say(Printable(std::string(error.what())) + " (csm --help tells more)");
-    return kUsage;
+    return {{}, kUsage, Printable(std::string(error.what())) + " (csm --help tells more)"};
+  }
+}
+
+int RunApplication(int argc, const char* const* argv) {
+  try {
+    const UnderstoodLine line = Understand(argc, argv);
+    if (line.run) {
+      return line.run();
+    }
+    if (line.code == kFine) {
+      std::cout << line.text << std::flush;
+    } else {
+      Say(line.text);
+    }
+    return line.code;
   } catch (const std::exception& error) {
     Say(Printable(std::string(error.what())));
     return kFailure;

@@ -1,8 +1,23 @@
 // The command line as a whole: understands it, runs what it asks for, turns every outcome into an exit code.
-// Called once, by `main`. Commands are found in command_table.cpp.
+// Main thread only. Commands are found in command_table.cpp.
 #pragma once
 
+#include <string>
+
+#include "cli/command.h"
+
 namespace cli {
+
+/// A command line that was understood, and of which nothing has been done yet.
+struct UnderstoodLine {
+  Runner run;             ///< does what is asked for; empty when `text` is all there is to it
+  ExitCode code = kFine;  ///< without a runner: how the program ends
+  std::string text;  ///< without a runner: help or version, or, with kUsage, what makes no sense in one line
+};
+
+/// Reads a command line; touches neither files, network nor environment. What a line holds makes it throw
+/// nothing.
+[[nodiscard]] UnderstoodLine Understand(int argc, const char* const* argv);
 
 /// 0 fine, 1 failure (with one line on standard error), 2 a command line that makes no sense (with a line,
 /// too).

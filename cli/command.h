@@ -3,6 +3,7 @@
 
 #include <CLI/App.hpp>
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -21,6 +22,10 @@ struct Command {
   /// Adds the command's options to `app`. They may be written to until the runner is called.
   Runner (*set_up)(CLI::App& app);
 };
+
+/// Adds `commands` to `app`, each without its options: those are made when the command is met. Once `app` was
+/// parsed the result is the runner of the chosen one, empty if there is none.
+[[nodiscard]] std::shared_ptr<const Runner> AddCommands(CLI::App& app, const std::vector<Command>& commands);
 
 /// Adds `commands` to a command that is nothing without one of them. The runner is that of the chosen one.
 [[nodiscard]] Runner SetUpSubcommands(CLI::App& app, const std::vector<Command>& commands);

@@ -36,6 +36,7 @@ struct RecordOptions {
   std::optional<double> seconds;
   double interval = 3;
   SessionOptions session;
+  std::vector<std::string> command;  // that is to be recorded, with its options; empty: all services
 };
 
 std::chrono::milliseconds Milliseconds(double seconds) {
@@ -64,8 +65,13 @@ void RefuseMisplaced(const CLI::App& app, const std::string& command) {
   }
 }
 
-int RecordCommand(const CLI::App& app, const RecordOptions& options, std::vector<std::string> command) {
+// What stands behind the options of `record`, as a command line of its own.
+std::vector<std::string> CommandOf(const CLI::App& app, const RecordOptions& options) {
   static constexpr std::string_view kNotThese[] = {"record", "serve", "doctor"};
+  std::vector<std::string> command = app.remaining();
+  if (command.empty()) {
+    return command;
+  }
   if (command.front().rfind('-', 0) == 0) {
     throw CLI::ExtrasError("record", {command.front()});
   }
@@ -76,6 +82,10 @@ int RecordCommand(const CLI::App& app, const RecordOptions& options, std::vector
   if (options.seconds) {
     command.insert(command.begin() + 1, {"--for", std::to_string(*options.seconds)});
   }
+  return command;
+}
+
+int RecordCommand(const std::vector<std::string>& command) {
   std::vector<const char*> arguments = {"csm"};
   for (const std::string& argument : command) {
     arguments.push_back(argument.c_str());
@@ -83,14 +93,13 @@ int RecordCommand(const CLI::App& app, const RecordOptions& options, std::vector
   return RunApplication(static_cast<int>(arguments.size()), arguments.data());
 }
 
-int Record(const CLI::App& app, const RecordOptions& options) {
+int Record(const RecordOptions& options) {
   RecordSessions(options.directory);
   int code = kFine;
-  const std::vector<std::string> command = app.remaining();
-  if (command.empty()) {
+  if (options.command.empty()) {
     RecordUsualServices(options);
   } else {
-    code = RecordCommand(app, options, command);
+    code = RecordCommand(options.command);
   }
   const stock_host::Counters counters = stock_host::ReadCounters();
   if (code != kUsage) {
@@ -113,7 +122,8 @@ Runner SetUpRecord(CLI::App& app) {
   AddIntervalOption(app, options->interval);
   app.prefix_command();
   app.footer(kExamples);
-  return [&app, options] { return Record(app, *options); };
+  app.final_callback([&app, options] { options->command = CommandOf(app, *options); });
+  return [options] { return Record(*options); };
 }
 
 }  // namespace cli

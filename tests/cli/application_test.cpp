@@ -1,0 +1,73 @@
+// The command line as csm understands it, before anything is done.
+#include "cli/application.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "cli/temporary_directory.h"
+
+namespace cli {
+namespace {
+
+UnderstoodLine Understood(const std::vector<std::string>& words) {
+  std::vector<const char*> arguments = {"csm"};
+  for (const std::string& word : words) {
+    arguments.push_back(word.c_str());
+  }
+  return Understand(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(Understand, makesARunnerAndRunsNothing) {
+  const TemporaryDirectory directory;
+  const std::string record = directory.path() + "/record";
+  for (const auto& words : std::vector<std::vector<std::string>>{{},
+                                                                 {"index"},
+                                                                 {"serve", "--port", "1"},
+                                                                 {"watchlist", "add", "600000"},
+                                                                 {"record", record, "index"}}) {
+    const UnderstoodLine line = Understood(words);
+    EXPECT_TRUE(line.run);
+    EXPECT_EQ(line.text, "");
+  }
+  EXPECT_FALSE(std::filesystem::exists(record));
+}
+
+TEST(Understand, givesHelpAndVersionAsText) {
+  for (const auto& words : std::vector<std::vector<std::string>>{
+           {"--help"}, {"--version"}, {"kline", "--help"}, {"watchlist", "show", "-h"}}) {
+    const UnderstoodLine line = Understood(words);
+    EXPECT_FALSE(line.run);
+    EXPECT_EQ(line.code, kFine);
+    EXPECT_EQ(line.text.back(), '\n');
+  }
+  EXPECT_NE(Understood({"watchlist", "show", "-h"}).text.find("csm watchlist show"), std::string::npos);
+}
+
+TEST(Understand, refusesInOneLine) {
+  for (const auto& words : std::vector<std::vector<std::string>>{{"bogus\n"},
+                                                                 {"index", "index"},
+                                                                 {"watchlist"},
+                                                                 {"watchlist", "show", "add", "600000"},
+                                                                 {"kline", "600000", "--period", "hour"},
+                                                                 {"record", "x", "--seed", "2", "index"},
+                                                                 {"record", "x", "record", "y"}}) {
+    const UnderstoodLine line = Understood(words);
+    EXPECT_FALSE(line.run) << words.front();
+    EXPECT_EQ(line.code, kUsage) << words.front();
+    EXPECT_NE(line.text, "");
+    EXPECT_EQ(line.text.find('\n'), std::string::npos) << line.text;
+  }
+}
+
+// Options of one command are unknown to another, whichever stands first.
+TEST(Understand, knowsTheOptionsOfTheChosenCommandOnly) {
+  EXPECT_TRUE(Understood({"serve", "--port", "1"}).run);
+  EXPECT_FALSE(Understood({"index", "--port", "1"}).run);
+  EXPECT_FALSE(Understood({"--port", "1", "serve"}).run);
+}
+
+}  // namespace
+}  // namespace cli
