@@ -402,10 +402,12 @@ void ITimerSubject<Obs, Key, Data>::GetActiveTargets(std::vector<Key>& out) {
 
 template <class Obs, class Key, class Data>
 void ITimerSubject<Obs, Key, Data>::PollThread() {
-  for (;;) {
+  for (bool first = true;; first = false) {
     boost::this_thread::interruption_point();
     // Interruption is seen between the steps and in the wait only: a fetch under way is finished.
-    {
+    // The first round belongs to a subject without observers and fetches nothing. A thread that starts late
+    // would find a view that was resumed meanwhile, which has fetched by itself or did not want to.
+    if (!first) {
       const boost::this_thread::disable_interruption uninterrupted;
       PollOnce();
     }

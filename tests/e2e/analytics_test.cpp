@@ -259,7 +259,7 @@ TEST_F(AnalyticsTest, clearAndFailAsEachOfThemDoes) {
     GetStockPurchase()->FetchPurchaseInfo();
   };
   // The different lines of the log, once they are those or do not become them in time. How often a line is
-  // there is not said: a polling thread's first round may ask beside the view.
+  // there is not said: a round of a polling thread may ask beside the view.
   const auto await = [this](const std::vector<std::string>& wanted) {
     std::vector<std::string> lines;
     for (int wait = 0; wait < 3000 && lines != wanted; ++wait) {

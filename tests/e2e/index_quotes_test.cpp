@@ -100,7 +100,7 @@ class IndexQuotesTest : public LiveMarketTest {
   }
 };
 
-// The polling thread's first round may ask beside the view: how many requests there were is not the tests' to
+// A round of the polling thread may ask beside the view: how many requests there were is not the tests' to
 // say, what each of them leads to is.
 void ExpectNothingBut(const std::string& line, const std::vector<std::string>& warnings) {
   EXPECT_FALSE(warnings.empty());

@@ -105,6 +105,26 @@ TEST(PollingThread, fetchesOnceARoundWhileAnObserverIsActive) {
   rounds.Open();
 }
 
+// A service whose observer is active before its thread takes the first look: as if the thread had been late.
+struct LateThread : FrameService {
+  LateThread(FrameRecorder& observer, std::function<int()> interval) : FrameService([] {}, interval) {
+    Attach(&observer);
+    Resume(&observer, false);
+  }
+};
+
+TEST(PollingThread, fetchesNothingInItsFirstRoundHoweverLate) {
+  Rounds rounds;
+  FrameRecorder observer;
+  const frame::Polling<LateThread> service(observer, [&rounds] { return rounds.Arrive(); });
+  rounds.AwaitEndOf(1);
+  EXPECT_EQ(service.fetches, 0);
+  rounds.SendOn(0);
+  rounds.AwaitEndOf(2);
+  EXPECT_EQ(service.fetches, 1);
+  rounds.Open();
+}
+
 TEST(PollingThread, doesNotPauseOnANegativeInterval) {
   Rounds rounds;
   PolledService service([] {}, [&rounds] { return rounds.Arrive(); });

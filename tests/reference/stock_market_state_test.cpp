@@ -213,7 +213,7 @@ TEST_F(MarketState, isPublishedByItsThreadAtAChangeOfPhase) {
   View view;
   service->Attach(&view);
   service->Resume(&view, false);
-  // The first round of the thread saw no observer, or sees this one: either way the next one does.
+  // The first round of the thread sees no observer, the next one does.
   ASSERT_TRUE(host.AwaitHeldSpan());
   host.SetTime(kFriday, 11, 30, 0);
   host.ReleaseSpan(0);

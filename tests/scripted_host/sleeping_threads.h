@@ -1,5 +1,5 @@
-// A polled service looks at its observers once when its thread starts, and sleeps then. A test that makes a
-// view active waits here first, or a thread that starts late would find it and send a request of its own.
+// A polled service asks for its interval when its thread starts, and sleeps then. A test that counts such
+// questions or moves the clock waits here first, or a thread that starts late would ask in between.
 #pragma once
 
 #include <gtest/gtest.h>
