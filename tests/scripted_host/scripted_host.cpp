@@ -168,14 +168,21 @@ std::vector<Request> ScriptedHost::RequestsTo(const std::string& path) const {
 
 std::size_t ScriptedHost::RequestCount() const {
   const std::lock_guard<std::mutex> lock(state_->mutex);
-  return state_->requests.size();
+  return state_->RequestCount();
 }
 
 Request ScriptedHost::AwaitRequest(std::size_t number) {
   std::unique_lock<std::mutex> lock(state_->mutex);
   const bool came = state_->Await(
-      lock, [this, number] { return state_->requests.size() > number; }, "request " + std::to_string(number));
-  return came ? state_->requests[number] : Request();
+      lock, [this, number] { return state_->RequestCount() > number; }, "request " + std::to_string(number));
+  return came ? state_->requests.at(number - state_->forgotten) : Request();
+}
+
+void ScriptedHost::ForgetRequests() {
+  const std::lock_guard<std::mutex> lock(state_->mutex);
+  state_->forgotten = state_->RequestCount();
+  state_->requests.clear();
+  state_->signings.clear();
 }
 
 std::vector<std::size_t> ScriptedHost::HeldRequests() const {

@@ -187,6 +187,9 @@ class ScriptedHost {
   std::size_t RequestCount() const;
   /// Request `number`; waits until it has come. Fails the test and returns an empty record when it does not.
   Request AwaitRequest(std::size_t number);
+  /// Forgets what is recorded of the requests and signings so far; numbers and `RequestCount` go on. For runs
+  /// of very many.
+  void ForgetRequests();
   /// Numbers of the asynchronous requests that are held and not answered yet.
   std::vector<std::size_t> HeldRequests() const;
   /// Waits until every worker has nothing left to do.

@@ -122,6 +122,23 @@ TEST_F(ScriptedHostTest, recordsWhatARequestWas) {
   EXPECT_EQ(request.thread, std::this_thread::get_id());
 }
 
+TEST_F(ScriptedHostTest, countsOnAfterItForgotRequests) {
+  host.Allow(Script("/pc/rt/get"));
+  Completion first;
+  Completion second;
+  GetAsyn(Url(L"/pc/rt/get"), first.Receiver(), {}, 30);
+  host.ForgetRequests();
+  EXPECT_TRUE(host.Requests().empty());
+  EXPECT_TRUE(host.Signings().empty());
+  GetAsyn(Url(L"/pc/rt/get"), second.Receiver(), {}, 3);
+  EXPECT_EQ(host.RequestCount(), 2U);
+  EXPECT_EQ(host.AwaitRequest(1).setting, 3);
+  host.Complete(0, Answer::Body("{}"));
+  EXPECT_EQ(first.calls, 1);
+  host.Complete(1, Answer::Body("{}"));
+  EXPECT_EQ(second.calls, 1);
+}
+
 TEST_F(ScriptedHostTest, matchesParametersAndSettingWhereTheScriptNamesThem) {
   host.Expect(Script("/a").With({{"k", "1"}}).Inline(Answer::Body("one")));
   host.Expect(Script("/a").Setting(8).Inline(Answer::Body("eight")));

@@ -161,7 +161,7 @@ ScriptedHost::State::Taken ScriptedHost::State::Take(Request request, const Asyn
   Taken taken;
   {
     const std::lock_guard<std::mutex> lock(mutex);
-    request.number = requests.size();
+    request.number = RequestCount();
     requests.push_back(request);
     for (Rule& rule : rules) {
       const Script& script = rule.script;

@@ -110,7 +110,10 @@ class ScriptedHost::State {
   std::map<int, std::set<std::uint32_t>> holidays;
   std::vector<HolidayCall> holiday_calls;
 
+  [[nodiscard]] std::size_t RequestCount() const { return forgotten + requests.size(); }
+
   std::vector<Rule> rules;
+  std::size_t forgotten = 0;  // requests before the first of those below
   std::vector<Request> requests;
   std::map<std::size_t, AsynCallback> held;                            // asynchronous ones
   std::map<std::size_t, std::shared_ptr<HeldAnswer>> held_callers_of;  // blocked callers of the others
