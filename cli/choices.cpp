@@ -4,6 +4,7 @@
 #include <CLI/Error.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "cli/format/text.h"
@@ -23,6 +24,14 @@ Choice Find(Choices choices, int number) {
 
 std::string_view NameOf(Choices choices, int number) {
   return Find(choices, number).name;
+}
+
+int StepFrom(Choices choices, int number, int step) {
+  const auto found =
+      std::find_if(choices.begin(), choices.end(), [&](const Choice& c) { return c.number == number; });
+  const auto count = static_cast<int>(choices.size());
+  const auto place = static_cast<int>(found - choices.begin());
+  return choices[static_cast<std::size_t>(((place + step) % count + count) % count)].number;
 }
 
 std::string_view HelpOf(Choices choices, int number) {

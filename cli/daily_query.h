@@ -44,8 +44,7 @@ inline std::uint32_t DayOf(std::uint32_t asked) {
 
 /// Says why there is nothing of `date`, and ends the run as a failure.
 inline void EndWithNothing(QueryRun& run, std::uint32_t date) {
-  const std::string why = WhyNoFigures(date, common::GetCurrentServerTime());
-  Say(why.empty() ? "the server has no figures of " + DateText(date) : why);
+  Say(NoFiguresText(date, common::GetCurrentServerTime()));
   run.Finish(kFailure);
 }
 

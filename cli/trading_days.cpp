@@ -46,4 +46,9 @@ std::string WhyNoFigures(std::uint32_t date, std::int64_t now) {
   return {};
 }
 
+std::string NoFiguresText(std::uint32_t date, std::int64_t now) {
+  const std::string why = WhyNoFigures(date, now);
+  return why.empty() ? "the server has no figures of " + DateText(date) : why;
+}
+
 }  // namespace cli

@@ -16,4 +16,7 @@ namespace cli {
 /// Why a day has no figures, for a person: "2024-05-01 is a holiday". Empty when nothing speaks against them.
 [[nodiscard]] std::string WhyNoFigures(std::uint32_t date, std::int64_t now);
 
+/// What is said at `now` about a day that a server has nothing of.
+[[nodiscard]] std::string NoFiguresText(std::uint32_t date, std::int64_t now);
+
 }  // namespace cli

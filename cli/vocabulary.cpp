@@ -69,6 +69,12 @@ constexpr auto kWatchListColumns = [] {
   return columns;
 }();
 
+constexpr Choice kPeriods[] = {
+    {"day", kByDay, "a trading day"}, {"week", 2, "Monday to Friday"}, {"month", 3, "a calendar month"}};
+constexpr Choice kAdjustments[] = {{"none", kUnadjusted, "prices as they were traded at"},
+                                   {"forward", 2, "today's prices stay, those of the past are changed"},
+                                   {"backward", 3, "the first prices stay, later ones are changed"}};
+
 }  // namespace
 
 Choices Boards() {
@@ -89,6 +95,20 @@ Choices PlateColumns() {
 
 Choices WatchListColumns() {
   return kWatchListColumns;
+}
+
+Choices Periods() {
+  return kPeriods;
+}
+
+Choices Adjustments() {
+  return kAdjustments;
+}
+
+std::string SeriesText(int period, int adjustment) {
+  const std::string adjusted =
+      adjustment == kUnadjusted ? "" : ", adjusted " + std::string(NameOf(kAdjustments, adjustment));
+  return "by " + std::string(NameOf(kPeriods, period)) + adjusted;
 }
 
 }  // namespace cli

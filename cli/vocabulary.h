@@ -2,6 +2,8 @@
 // the services know them by. Constants.
 #pragma once
 
+#include <string>
+
 #include "cli/choices.h"
 
 namespace cli {
@@ -20,5 +22,17 @@ namespace cli {
 
 /// Columns by which the watch list can be ordered.
 [[nodiscard]] Choices WatchListColumns();
+
+/// What a candle stands for: day, week, month.
+[[nodiscard]] Choices Periods();
+
+/// How the prices of candles are adjusted: none, forward, backward.
+[[nodiscard]] Choices Adjustments();
+
+inline constexpr int kByDay = 1;
+inline constexpr int kUnadjusted = 1;
+
+/// "by week, adjusted forward".
+[[nodiscard]] std::string SeriesText(int period, int adjustment);
 
 }  // namespace cli

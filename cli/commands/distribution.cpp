@@ -4,11 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "analytics/stock_distribution.h"
 #include "cli/daily_query.h"
-#include "cli/format/figures.h"
 #include "cli/format/record_json.h"
-#include "cli/plot/distribution_bars.h"
+#include "cli/plot/market_charts.h"
 
 namespace cli {
 namespace {
@@ -50,19 +48,6 @@ std::string JsonLine(const Delivery<DistributionItem>& delivery, std::uint32_t d
   return json.Text();
 }
 
-std::vector<StyledLine> Bars(const DistributionItem& item, std::uint32_t date, int columns) {
-  std::vector<StyledLine> lines = DistributionBars(item, columns);
-  lines.insert(lines.begin(), {{DateText(date) + "  ", Tone::kDim},
-                               {"up " + Fixed(item.up, 0), Tone::kRise},
-                               {"  unchanged " + Fixed(item.nochange, 0) + "  "},
-                               {"down " + Fixed(item.down, 0), Tone::kFall}});
-  return lines;
-}
-
-bool HasFigures(const DistributionItem& item) {
-  return item.up != 0 || item.down != 0 || item.nochange != 0;
-}
-
 int PrintDistribution(const DailyOptions& options) {
   return RunDaily<DistributionItem>(
       options, kDistributionFeed, &GetStockDistribution,
@@ -70,7 +55,7 @@ int PrintDistribution(const DailyOptions& options) {
         if (options.query.json) {
           run.output().WriteLine(JsonLine(delivery, date));
         } else if (HasFigures(delivery.data)) {
-          run.Print(Bars(delivery.data, date, options.plot.Size().columns));
+          run.Print(DistributionChart(delivery.data, date, options.plot.Size().columns));
         }
         return HasFigures(delivery.data);
       });

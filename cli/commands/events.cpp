@@ -9,6 +9,7 @@
 
 #include "analytics/stock_unusual_event_table.h"
 #include "cli/daily_query.h"
+#include "cli/format/event_rows.h"
 #include "cli/format/record_json.h"
 
 namespace cli {
@@ -79,11 +80,7 @@ class EventsQuery {
     if (options_.daily.query.json) {
       run_.output().WriteLine(JsonLine(events, date_, time));
     } else {
-      Table table({{"time"}, {"event"}});
-      for (const StockUnusualEventItem& event : events) {
-        table.Add({{Printable(event.time), Tone::kDim}, {Printable(event.content)}});
-      }
-      run_.Print(table);
+      run_.Print(EventTable(events));
     }
     if (options_.daily.date == 0) {
       run_.TellClosed(date_);
@@ -98,8 +95,7 @@ class EventsQuery {
     if (options_.daily.query.json) {
       run_.output().WriteLine(JsonLine({}, date_, time));
     }
-    const std::string why = WhyNoFigures(date_, time);
-    Say("no unusual event on " + DateText(date_) + (why.empty() ? "" : ": " + why));
+    Say(NoEventText(date_, time));
     run_.Finish();
   }
 

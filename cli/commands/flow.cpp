@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "cli/format/china_time.h"
-#include "cli/format/figures.h"
+#include "cli/format/flow_rows.h"
 #include "cli/format/record_json.h"
 #include "cli/options.h"
 #include "cli/query_run.h"
@@ -32,15 +32,6 @@ struct FlowOptions {
   QueryOptions query;
   std::vector<std::string> symbols;
 };
-
-using Period = std::pair<const char*, FlowAmounts StockInOutItem::*>;
-constexpr Period kPeriods[] = {
-    {"d1", &StockInOutItem::d1}, {"d5", &StockInOutItem::d5}, {"d10", &StockInOutItem::d10}};
-
-// Amounts below zero arrive wrapped around.
-double Yuan(std::uint64_t amount) {
-  return static_cast<double>(static_cast<std::int64_t>(amount));
-}
 
 void WriteAmounts(JsonWriter& json, const FlowAmounts& amounts) {
   json.BeginObject();
@@ -64,7 +55,7 @@ std::string JsonLine(const Delivery<StockInOutItem>& delivery) {
   json.Value(item.symbol);
   json.Key("mtime");
   json.Value(item.mtime);
-  for (const auto& [name, amounts] : kPeriods) {
+  for (const auto& [name, amounts] : kFlowPeriods) {
     json.Key(name);
     WriteAmounts(json, item.*amounts);
   }
@@ -93,8 +84,7 @@ class FlowQuery {
     for (const std::string& symbol : options_.symbols) {
       Security stock = FindSecurity(reference, symbol);
       if (stock.type != stock::kSymbolStock) {
-        throw std::runtime_error("flows are told of stocks only, and " + Printable(stock.code) + " " +
-                                 Printable(stock.name) + " is none");
+        throw std::runtime_error(NoFlowsText(stock));
       }
       lines_.push_back({std::move(stock), {}});
     }
@@ -133,31 +123,13 @@ class FlowQuery {
   }
 
   [[nodiscard]] Table TableOf() const {
-    Table table({{"code"},
-                 {"name"},
-                 {"days", Align::kRight},
-                 {"big in", Align::kRight},
-                 {"big out", Align::kRight},
-                 {"big net", Align::kRight},
-                 {"small in", Align::kRight},
-                 {"small out", Align::kRight},
-                 {"small net", Align::kRight}});
-    const auto net = [](std::uint64_t in, std::uint64_t out) {
-      const double amount = Yuan(in - out);
-      return Cell{SignedShortAmount(amount), ToneOf(amount)};
-    };
+    std::vector<Column> columns = FlowColumns();
+    columns.insert(columns.begin(), {{"code"}, {"name"}});
+    Table table(columns);
     for (const Line& line : lines_) {
-      for (const auto& [name, member] : kPeriods) {
-        const FlowAmounts& amounts = line.delivery->data.*member;
-        table.Add({{Printable(line.stock.code)},
-                   {Printable(line.stock.name)},
-                   {name + 1},
-                   {ShortAmount(Yuan(amounts.big_in))},
-                   {ShortAmount(Yuan(amounts.big_out))},
-                   net(amounts.big_in, amounts.big_out),
-                   {ShortAmount(Yuan(amounts.small_in))},
-                   {ShortAmount(Yuan(amounts.small_out))},
-                   net(amounts.small_in, amounts.small_out)});
+      for (std::vector<Cell>& row : FlowRows(line.delivery->data)) {
+        row.insert(row.begin(), {{Printable(line.stock.code)}, {Printable(line.stock.name)}});
+        table.Add(std::move(row));
       }
     }
     return table;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/choices.h"
+#include "cli/format/chart_headings.h"
 #include "cli/format/chart_tables.h"
 #include "cli/format/china_time.h"
 #include "cli/format/csv.h"
@@ -19,17 +20,12 @@
 #include "cli/plot_options.h"
 #include "cli/query_run.h"
 #include "cli/securities.h"
+#include "cli/vocabulary.h"
 #include "host/clock.h"
 
 namespace cli {
 namespace {
 
-constexpr Choice kPeriods[] = {
-    {"day", 1, "a trading day"}, {"week", 2, "Monday to Friday"}, {"month", 3, "a calendar month"}};
-constexpr int kUnadjusted = 1;
-constexpr Choice kAdjustments[] = {{"none", kUnadjusted, "prices as they were traded at"},
-                                   {"forward", 2, "today's prices stay, those of the past are changed"},
-                                   {"backward", 3, "the first prices stay, later ones are changed"}};
 constexpr std::size_t kRowsOfATable = 60;
 
 constexpr const char* kExamples = R"(Examples:
@@ -45,7 +41,7 @@ struct KLineOptions {
   QueryOptions query;
   PlotOptions plot;
   std::string symbol;
-  int period = 1;
+  int period = kByDay;
   int adjustment = kUnadjusted;
   std::optional<std::size_t> last;
   bool csv = false;
@@ -63,8 +59,7 @@ class KLineQuery {
   void Ask(IStockCommon& reference) {
     security_ = FindSecurity(reference, options_.symbol);
     if (security_.type == stock::kSymbolPlate) {
-      throw std::runtime_error("there are no candles of plates; " + Printable(security_.code) + " " +
-                               Printable(security_.name) + " is one");
+      throw std::runtime_error("there are no candles of plates; " + NameText(security_) + " is one");
     }
     IStockKLine* const service = GetStockKLine();
     if (service == nullptr) {
@@ -92,8 +87,7 @@ class KLineQuery {
       run_.Print(TableOf(candles));
     }
     if (candles.empty()) {
-      Say("there are no candles of " + Printable(security_.code) + " " + Printable(security_.name) +
-          ": it has not traded yet, or the server has none");
+      Say(NoCandlesText(security_));
       run_.Finish(kFailure);
       return;
     }
@@ -115,18 +109,9 @@ class KLineQuery {
   }
 
   [[nodiscard]] StyledLine Title(const KLineCandle& last) const {
-    const std::string adjusted = options_.adjustment == kUnadjusted
-                                     ? ""
-                                     : ", adjusted " + std::string(NameOf(kAdjustments, options_.adjustment));
-    const double change = last.close - last.preclose;
-    StyledLine title = {{Printable(security_.code) + " " + Printable(security_.name), Tone::kStrong},
-                        {"  by " + std::string(NameOf(kPeriods, options_.period)) + adjusted + "  " +
-                         DateText(last.date) + "  "},
-                        {Fixed(last.close, 2), ToneOf(change)}};
-    if (last.preclose > 0) {
-      title.push_back({" " + SignedPercent(change / last.preclose * 100, 2), ToneOf(change)});
-    }
-    title.push_back({"  amount " + ShortAmount(last.amount)});
+    StyledLine title = CandleHeading(last);
+    title.insert(title.begin(), {{NameText(security_), Tone::kStrong},
+                                 {"  " + SeriesText(options_.period, options_.adjustment) + "  "}});
     return title;
   }
 
@@ -186,8 +171,8 @@ class KLineQuery {
 Runner SetUpKLine(CLI::App& app) {
   const auto options = std::make_shared<KLineOptions>();
   app.add_option("SYMBOL", options->symbol, "sh600000, 600000 or a name")->required();
-  AddChoice(app, "--period", kPeriods, "what one candle stands for", options->period);
-  AddChoice(app, "--adjust", kAdjustments, "prices adjusted for dividends and splits", options->adjustment);
+  AddChoice(app, "--period", Periods(), "what one candle stands for", options->period);
+  AddChoice(app, "--adjust", Adjustments(), "prices adjusted for dividends and splits", options->adjustment);
   app.add_option("--last", options->last, "the newest so many candles")
       ->type_name("N")
       ->check(CLI::Range(1, 100000).description(""));
@@ -195,7 +180,7 @@ Runner SetUpKLine(CLI::App& app) {
   AddPlotOptions(app, options->plot);
   app.add_flag("--csv", options->csv, "comma-separated values instead of a table")
       ->excludes(app.get_option("--json"), app.get_option("--plot"));
-  app.footer(kExamples + ("\n\n" + ListOf("Adjustments", kAdjustments)));
+  app.footer(kExamples + ("\n\n" + ListOf("Adjustments", Adjustments())));
   return [options] { return KLineQuery(*options).Run(); };
 }
 

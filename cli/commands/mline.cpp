@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/date_option.h"
+#include "cli/format/chart_headings.h"
 #include "cli/format/chart_tables.h"
 #include "cli/format/china_time.h"
 #include "cli/format/csv.h"
@@ -97,16 +98,12 @@ class MinuteLineQuery {
     } else if (options_.csv) {
       run_.output().Write(Csv(line));
     } else if (last != nullptr && options_.plot.plot) {
-      run_.Print(MinuteChart(line, {options_.plot.Size(), Title(line, *last), HasAverage()}));
+      run_.Print(MinuteChart(line, {options_.plot.Size(), Title(line), HasAverage(security_)}));
     } else if (last != nullptr) {
       run_.Print(TableOf(line));
     }
     if (last == nullptr) {
-      const std::uint32_t date = line.days.empty() ? SessionDate(time) : line.days.back().date;
-      const std::string why = WhyNoFigures(date, time);
-      Say(why.empty() ? Printable(security_.code) + " " + Printable(security_.name) + " did not trade on " +
-                            DateText(date) + ": suspended, or not listed then"
-                      : why);
+      Say(WhyNoPoint(line, security_, time));
       run_.Finish(kFailure);
       return;
     }
@@ -116,29 +113,10 @@ class MinuteLineQuery {
     run_.Finish();
   }
 
-  static const MinutePoint* LastPoint(const StockMLineData& line) {
-    const MinutePoint* last = nullptr;
-    for (const MLineDay& day : line.days) {
-      last = day.points.empty() ? last : &day.points.back();
-    }
-    return last;
-  }
-
-  // What an index trades are the shares of its members.
-  [[nodiscard]] bool HasAverage() const { return security_.type == stock::kSymbolStock; }
-
-  [[nodiscard]] StyledLine Title(const StockMLineData& line, const MinutePoint& last) const {
-    const Tone tone = ToneOf(last.change);
-    double amount = 0;
-    for (const MinutePoint& point : line.days.back().points) {
-      amount += point.amount;
-    }
-    const std::string first = line.days.size() > 1 ? DateText(line.days.front().date) + " to " : "";
-    return {{Printable(security_.code) + " " + Printable(security_.name), Tone::kStrong},
-            {"  " + first + DateText(line.days.back().date) + " " + MinuteText(last.time) + "  "},
-            {Fixed(last.price, 2) + " " + Signed(last.change, 2) + " " + SignedPercent(last.change_rate, 2),
-             tone},
-            {"  amount " + ShortAmount(amount)}};
+  [[nodiscard]] StyledLine Title(const StockMLineData& line) const {
+    StyledLine title = MinuteHeading(line);
+    title.insert(title.begin(), {{NameText(security_), Tone::kStrong}, {"  "}});
+    return title;
   }
 
   [[nodiscard]] Table TableOf(const StockMLineData& line) const {
@@ -160,7 +138,7 @@ class MinuteLineQuery {
                    {Fixed(point.price, 2), tone},
                    {Signed(point.change, 2), tone},
                    {SignedPercent(point.change_rate, 2), tone},
-                   {HasAverage() ? Fixed(point.avg_price, 2) : kNoFigure},
+                   {HasAverage(security_) ? Fixed(point.avg_price, 2) : kNoFigure},
                    {ShortAmount(static_cast<double>(point.volume))},
                    {ShortAmount(point.amount)},
                    {Fixed(point.qrr, 2)}});

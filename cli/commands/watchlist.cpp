@@ -72,22 +72,9 @@ std::string QuotesLine(const ShowOptions& options, const Quotes& quotes, std::in
   return json.Text();
 }
 
-// Symbols of the list that the answer does not have.
-std::string Missing(const Quotes& quotes) {
-  std::string missing;
-  for (const std::wstring& symbol : stock_host::WatchList()) {
-    const bool is_there = std::any_of(quotes.begin(), quotes.end(),
-                                      [&](const OptionalMarketItem& quote) { return quote.code == symbol; });
-    if (!is_there) {
-      missing += (missing.empty() ? "" : " ") + Printable(symbol);
-    }
-  }
-  return missing;
-}
-
 std::vector<StyledLine> Picture(const Quotes& quotes, const std::vector<MemberColumn>& columns) {
   std::vector<StyledLine> lines = WatchListLines(quotes, columns);
-  const std::string missing = Missing(quotes);
+  const std::string missing = MissingFrom(quotes, stock_host::WatchList());
   if (!missing.empty()) {
     lines.push_back({{"unknown to the server: " + missing, Tone::kDim}});
   }

@@ -191,6 +191,19 @@ std::vector<StyledLine> WatchListLines(const std::vector<OptionalMarketItem>& qu
   });
 }
 
+std::string MissingFrom(const std::vector<OptionalMarketItem>& quotes,
+                        const std::vector<std::wstring>& list) {
+  std::string missing;
+  for (const std::wstring& symbol : list) {
+    const bool is_there = std::any_of(quotes.begin(), quotes.end(),
+                                      [&](const OptionalMarketItem& quote) { return quote.code == symbol; });
+    if (!is_there) {
+      missing += (missing.empty() ? "" : " ") + Printable(symbol);
+    }
+  }
+  return missing;
+}
+
 std::vector<StyledLine> RankedStockLines(const std::vector<StockMarketSummary>& stocks,
                                          const Numbering& numbering) {
   static constexpr MemberColumn kColumns[] = {kCode, kName, kLast, kDiff, kChange, kTr};

@@ -45,6 +45,10 @@ class ListLook {
                                                  const std::vector<MemberColumn>& columns);
 [[nodiscard]] std::vector<StyledLine> WatchListLines(const std::vector<OptionalMarketItem>& quotes,
                                                      const std::vector<MemberColumn>& columns);
+/// The symbols of the watch list `list` that `quotes` do not have: "sh600000 sz000002".
+[[nodiscard]] std::string MissingFrom(const std::vector<OptionalMarketItem>& quotes,
+                                      const std::vector<std::wstring>& list);
+
 /// How the rows of a list are numbered.
 struct Numbering {
   std::string title = "#";

@@ -16,6 +16,9 @@ struct ChartSize {
   int rows = 24;
 };
 
+/// What a chart takes at least, however small it may be.
+inline constexpr ChartSize kLeastChart{40, 12};
+
 /// Cells of a canvas.
 struct Area {
   int column = 0;

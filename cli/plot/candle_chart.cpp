@@ -11,8 +11,6 @@
 namespace cli {
 namespace {
 
-constexpr int kLeastColumns = 40;
-constexpr int kLeastRows = 12;
 constexpr int kGutter = 12;  // labels of prices and the line behind them
 constexpr int kBelow = 2;    // rows of the axis and its labels
 constexpr int kDateColumns = 13;
@@ -59,8 +57,8 @@ void DrawCandle(Canvas& canvas, const Area& area, int column, const Scale& scale
 }
 
 Area PriceArea(const ChartSize& size) {
-  const int rows = std::max(size.rows, kLeastRows) - 1 - kBelow;
-  return {kGutter, 1, std::max(size.columns, kLeastColumns) - kGutter, EvenRows(rows * 3 / 4)};
+  const int rows = std::max(size.rows, kLeastChart.rows) - 1 - kBelow;
+  return {kGutter, 1, std::max(size.columns, kLeastChart.columns) - kGutter, EvenRows(rows * 3 / 4)};
 }
 
 }  // namespace
@@ -72,7 +70,7 @@ std::size_t CandlesThatFit(const ChartSize& size) {
 std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, const StyledLine& title,
                                     const ChartSize& size) {
   const Area prices = PriceArea(size);
-  Canvas canvas(prices.column + prices.columns, std::max(size.rows, kLeastRows));
+  Canvas canvas(prices.column + prices.columns, std::max(size.rows, kLeastChart.rows));
   const Area volumes{prices.column, prices.row + prices.rows + 1, prices.columns,
                      canvas.rows() - kBelow - prices.row - prices.rows - 1};
   const auto columns = static_cast<std::size_t>(prices.columns);

@@ -12,8 +12,6 @@
 namespace cli {
 namespace {
 
-constexpr int kLeastColumns = 40;
-constexpr int kLeastRows = 12;
 constexpr int kLeastDayColumns = 6;
 constexpr int kBelow = 2;  // rows of the axis and its labels
 
@@ -45,7 +43,7 @@ Range RangeOf(const std::vector<MLineDay>& days, bool average) {
 }
 
 ChartSize AtLeast(const ChartSize& size) {
-  return {std::max(size.columns, kLeastColumns), std::max(size.rows, kLeastRows)};
+  return {std::max(size.columns, kLeastChart.columns), std::max(size.rows, kLeastChart.rows)};
 }
 
 // The places of prices and volumes.

@@ -1,5 +1,6 @@
 #include "cli/screen/feed_panel.h"
 
+#include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
 #include "cli/line_run.h"
 
@@ -16,6 +17,10 @@ FeedHealth HealthOf(const Feed& feed, std::chrono::milliseconds interval) {
 }
 
 }  // namespace
+
+std::string TitleOf(const std::string& what, const Security& security) {
+  return security.code.empty() ? what : what + " of " + NameText(security);
+}
 
 FeedPanelCourse::FeedPanelCourse(PanelContext& context, const Feed& feed)
     : context_(context), feed_(feed), health_(HealthOf(feed, context.interval)) {}

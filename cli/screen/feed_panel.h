@@ -18,6 +18,12 @@
 
 namespace cli {
 
+/// Said by panels of the current security as long as there is none.
+inline constexpr const char* kNothingSelected = "no security is selected; / looks for one";
+
+/// "minute line of sh600000 浦发银行", or without a security `what` alone.
+[[nodiscard]] std::string TitleOf(const std::string& what, const Security& security);
+
 /// The course of such a panel, whatever its service.
 class FeedPanelCourse : public Panel {
  public:

@@ -400,9 +400,10 @@ TEST(View, handsNothingOfAnOldKeyOver) {
     while (!ended) {
       service.TellOf("one");
       service.TellOf("two");
+      std::this_thread::yield();
     }
   });
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 60; ++round) {
     view.SetTarget(std::string(round % 2 == 0 ? "one" : "two"));
     arrived.clear();
     view.Resume(false);

@@ -2,7 +2,10 @@
 // screen that only keeps what it is told.
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/screen/panel.h"
@@ -27,6 +30,26 @@ struct PanelSurroundings {
       loop.Run();
     } catch (const Done&) {
     }
+  }
+
+  /// Does the loop's work until `reached`, looked at every few milliseconds; false after a minute.
+  bool RunUntil(const std::function<bool()>& reached) {
+    struct Done {};
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    bool is_reached = false;
+    const std::function<void()> look = [&] {
+      is_reached = reached();
+      if (is_reached || std::chrono::steady_clock::now() > patience) {
+        throw Done();
+      }
+      loop.After(std::chrono::milliseconds(5), look);
+    };
+    loop.Post(look);
+    try {
+      loop.Run();
+    } catch (const Done&) {
+    }
+    return is_reached;
   }
 };
 

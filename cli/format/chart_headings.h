@@ -1,0 +1,35 @@
+// The figures above a chart, without the name of the security. Pure functions.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "charts/stock_kline.h"
+#include "charts/stock_mline.h"
+#include "cli/format/table.h"
+#include "cli/securities.h"
+
+namespace cli {
+
+/// The newest point of the line; null: it has none.
+[[nodiscard]] const MinutePoint* LastPoint(const StockMLineData& line);
+
+/// Day and minute, price, change and the amount of the last day of a line that has a point.
+[[nodiscard]] StyledLine MinuteHeading(const StockMLineData& line);
+
+/// False for an index: what it trades are the shares of its members.
+[[nodiscard]] bool HasAverage(const Security& security);
+
+/// Why `line`, which arrived at `time`, has no point: seconds since 1970-01-01 UTC.
+[[nodiscard]] std::string WhyNoPoint(const StockMLineData& line, const Security& security, std::int64_t time);
+
+/// Day, close, change and amount of a candle.
+[[nodiscard]] StyledLine CandleHeading(const KLineCandle& candle);
+
+/// What is said about a security without candles.
+[[nodiscard]] std::string NoCandlesText(const Security& security);
+
+/// "sh600000 浦发银行".
+[[nodiscard]] std::string NameText(const Security& security);
+
+}  // namespace cli

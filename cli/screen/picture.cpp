@@ -1,0 +1,44 @@
+#include "cli/screen/picture.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+namespace cli {
+namespace {
+
+void CutLine(StyledLine& line, int width) {
+  for (Cell& cell : line) {
+    cell.text = Clip(cell.text, std::max(width, 0));
+    width -= DisplayWidth(cell.text);
+  }
+  TrimEnd(line);
+}
+
+}  // namespace
+
+std::vector<StyledLine> CutTo(std::vector<StyledLine> lines, const ChartSize& size) {
+  lines.resize(std::min(lines.size(), static_cast<std::size_t>(std::max(size.rows, 0))));
+  for (StyledLine& line : lines) {
+    CutLine(line, size.columns);
+  }
+  return lines;
+}
+
+std::vector<StyledLine> ChartIn(const ChartSize& size,
+                                const std::function<std::vector<StyledLine>(const ChartSize&)>& draw) {
+  if (size.columns >= kLeastChart.columns && size.rows >= kLeastChart.rows) {
+    return CutTo(draw(size), size);
+  }
+  std::vector<StyledLine> lines = draw(kLeastChart);
+  lines.resize(std::min<std::size_t>(lines.size(), 1));
+  if (!lines.empty()) {
+    lines.push_back({{"the chart takes " + std::to_string(kLeastChart.columns) + " columns and " +
+                          std::to_string(kLeastChart.rows) + " rows",
+                      Tone::kDim}});
+  }
+  return CutTo(std::move(lines), size);
+}
+
+}  // namespace cli

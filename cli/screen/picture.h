@@ -1,0 +1,20 @@
+// Pictures of panels in the room that there is. Pure functions.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "cli/format/table.h"
+#include "cli/plot/axes.h"
+
+namespace cli {
+
+/// `lines` cut to at most `size`.
+[[nodiscard]] std::vector<StyledLine> CutTo(std::vector<StyledLine> lines, const ChartSize& size);
+
+/// What `draw` draws in `size`; where there is no room for a chart, its first line alone, and below it how
+/// much room it takes.
+[[nodiscard]] std::vector<StyledLine> ChartIn(
+    const ChartSize& size, const std::function<std::vector<StyledLine>(const ChartSize&)>& draw);
+
+}  // namespace cli

@@ -1,0 +1,398 @@
+// The panels of the live screen over the simulated market: what they ask for and when, what they draw of it,
+// and what their keys do.
+#include <algorithm>
+#include <future>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/line_run.h"
+#include "cli/screen/panels/breadth_panels.h"
+#include "cli/screen/panels/events_panel.h"
+#include "cli/screen/panels/flow_panel.h"
+#include "cli/screen/panels/kline_panel.h"
+#include "cli/screen/panels/minute_line_panel.h"
+#include "cli/screen/panels/ranking_panels.h"
+#include "cli/screen/panels/watch_list_panel.h"
+#include "panel_surroundings.h"
+#include "running_market.h"
+
+namespace {
+
+using cli::ChartSize;
+using cli::KeyKind;
+using cli::Panel;
+using cli::PanelState;
+using cli::Security;
+using cli::Typed;
+using tests::TextsOf;
+
+constexpr const char* kFriday = "2024-03-15 14:30:00";
+constexpr const char* kFridayEvening = "2024-03-15 16:00:00";
+constexpr const char* kMondayBeforeOpening = "2024-03-18 09:05:00";
+constexpr ChartSize kScreen{80, 24};
+
+struct PanelCase {
+  const char* name;
+  std::unique_ptr<Panel> (*make)(cli::PanelContext&);
+  const char* endpoint;
+  const char* mention;  // stands in its picture
+};
+
+constexpr PanelCase kPanels[] = {
+    {"minute line", &cli::MakeMinuteLinePanel, "/pc/rt/get_day_time", "14:30"},
+    {"candles", &cli::MakeKLinePanel, "/pc/rt/get_day_kline", "2024-03-15"},
+    {"flows", &cli::MakeFlowPanel, "/pc/rt/stock_in_out", "big net"},
+    {"stock ranking", &cli::MakeStockRankingPanel, "/pc/rt/get_stock_rank", "change"},
+    {"plate ranking", &cli::MakePlateRankingPanel, "/pc/rt/get_bk_rank", "bpin"},
+    {"watch list", &cli::MakeWatchListPanel, "/pc/rt/stock_detail_list", "change"},
+    {"events", &cli::MakeEventsPanel, "/pc/monitor/get_monitor", "event"},
+    {"strength", &cli::MakeStrengthPanel, "/pc/rt/stock_min_num", "Strength  2024-03-15 14:30"},
+    {"distribution", &cli::MakeDistributionPanel, "/pc/rt/stock_distribute_num", "limit up"},
+    {"money effect", &cli::MakeMoneyEffectPanel, "/pc/rt/stock_min_average", "effect  2024-03-15 14:30"}};
+
+class PanelsTest : public RunningMarket {
+ protected:
+  PanelsTest() { options_.stocks = 300; }
+
+  void Open(const std::string& clock) {
+    ASSERT_NO_FATAL_FAILURE(StartAll(clock, 0));
+    auto loaded = std::make_shared<std::promise<bool>>();
+    GetStockCommon()->Init([loaded](bool ok) { loaded->set_value(ok); });
+    auto outcome = loaded->get_future();
+    ASSERT_EQ(outcome.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    ASSERT_TRUE(outcome.get());
+    const auto now = static_cast<market_server::model::Instant>(Now());
+    for (const auto* const security : market_->stocks(now)) {
+      if (stocks_.size() < 3 && market_->day_candle(*security, now)) {
+        stocks_.push_back({common::s2ws(security->code, common::kUtf8),
+                           common::s2ws(security->name, common::kUtf8), stock::kSymbolStock});
+      }
+    }
+    ASSERT_EQ(stocks_.size(), 3U);
+    std::string error;
+    ASSERT_TRUE(stock_host::AddToWatchList(stocks_[0].code, error)) << error;
+    ASSERT_TRUE(stock_host::AddToWatchList(stocks_[1].code, error)) << error;
+  }
+
+  // A panel of the first stock, hidden.
+  std::unique_ptr<Panel> Make(std::unique_ptr<Panel> (*make)(cli::PanelContext&)) {
+    std::unique_ptr<Panel> panel = make(around_.context);
+    panel->Select(stocks_[0]);
+    return panel;
+  }
+
+  static cli::PanelReport ReportOf(const Panel& panel) {
+    return panel.Report(Panel::Clock::now(), cli::CurrentPhase());
+  }
+
+  // Runs the main loop until the panel is in that state.
+  void Await(const Panel& panel, PanelState state) {
+    EXPECT_TRUE(around_.RunUntil([&] { return ReportOf(panel).state == state; }))
+        << panel.Title() << " is " << static_cast<int>(ReportOf(panel).state) << ", " << ReportOf(panel).text;
+  }
+
+  static std::string TextOf(Panel& panel, const ChartSize& size = kScreen) {
+    std::string text;
+    for (const std::string& line : TextsOf(panel.Picture(size))) {
+      text += line + "\n";
+    }
+    return text;
+  }
+
+  static std::uint64_t RequestsTo(const std::string& endpoint) {
+    return stock_host::ReadCounters().endpoints[endpoint].requests;
+  }
+
+  static void Press(Panel& panel, const cli::Key& key) { EXPECT_TRUE(panel.OnKey(key)); }
+
+  tests::PanelSurroundings around_;
+  std::vector<Security> stocks_;
+};
+
+TEST_F(PanelsTest, askOnceTheyAreShownAndDrawWhatCame) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  for (const PanelCase& one : kPanels) {
+    SCOPED_TRACE(one.name);
+    const std::uint64_t before = RequestsTo(one.endpoint);
+    const std::unique_ptr<Panel> panel = Make(one.make);
+    panel->Refresh();
+    EXPECT_EQ(RequestsTo(one.endpoint), before);
+    EXPECT_EQ(ReportOf(*panel).state, PanelState::kWaiting);
+    EXPECT_TRUE(panel->Picture(kScreen).empty());
+    panel->Show();
+    Await(*panel, PanelState::kLive);
+    EXPECT_GT(RequestsTo(one.endpoint), before);
+    EXPECT_NE(TextOf(*panel).find(one.mention), std::string::npos) << TextOf(*panel);
+    EXPECT_FALSE(panel->Title().empty());
+  }
+}
+
+TEST_F(PanelsTest, drawIntoAnyRoom) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  for (const PanelCase& one : kPanels) {
+    const std::unique_ptr<Panel> panel = Make(one.make);
+    panel->Show();
+    Await(*panel, PanelState::kLive);
+    for (const int columns : {-1, 0, 1, 7, 39, 40, 80, 133, 400}) {
+      for (const int rows : {-1, 0, 1, 2, 11, 12, 24, 70}) {
+        const std::vector<cli::StyledLine> lines = panel->Picture({columns, rows});
+        EXPECT_LE(std::ssize(lines), std::max(rows, 0)) << one.name;
+        for (const cli::StyledLine& line : lines) {
+          EXPECT_LE(cli::DisplayWidth(line), std::max(columns, 0))
+              << one.name << " " << columns << " " << rows;
+        }
+      }
+    }
+  }
+}
+
+TEST_F(PanelsTest, askForNothingWhileTheyAreHidden) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  std::vector<std::unique_ptr<Panel>> panels;
+  for (const PanelCase& one : kPanels) {
+    panels.push_back(Make(one.make));
+    panels.back()->Show();
+    Await(*panels.back(), PanelState::kLive);
+  }
+  for (const auto& panel : panels) {
+    panel->Hide();
+  }
+  const auto all_answered = [] { return stock_host::ReadCounters().under_way == 0; };
+  ASSERT_TRUE(around_.RunUntil(all_answered));
+  const std::uint64_t before = stock_host::ReadCounters().requests;
+  for (const auto& panel : panels) {
+    panel->Refresh();
+    panel->Select(stocks_[1]);
+  }
+  // Longer than the interval of those that poll.
+  const auto end = Panel::Clock::now() + std::chrono::seconds(4);
+  ASSERT_TRUE(around_.RunUntil([&] { return Panel::Clock::now() >= end; }));
+  EXPECT_EQ(stock_host::ReadCounters().requests, before);
+  for (std::size_t i = 0; i < panels.size(); ++i) {
+    SCOPED_TRACE(kPanels[i].name);
+    const std::uint64_t requests = RequestsTo(kPanels[i].endpoint);
+    panels[i]->Show();
+    EXPECT_TRUE(around_.RunUntil([&] { return RequestsTo(kPanels[i].endpoint) > requests; }));
+    Await(*panels[i], PanelState::kLive);
+  }
+}
+
+TEST_F(PanelsTest, followTheCurrentSecurity) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  for (const auto make : {&cli::MakeMinuteLinePanel, &cli::MakeKLinePanel, &cli::MakeFlowPanel}) {
+    const std::unique_ptr<Panel> panel = Make(make);
+    panel->Show();
+    Await(*panel, PanelState::kLive);
+    const std::string first = TextOf(*panel);
+    panel->Select(stocks_[1]);
+    EXPECT_TRUE(panel->Picture(kScreen).empty());
+    EXPECT_NE(panel->Title().find(cli::Printable(stocks_[1].code)), std::string::npos);
+    Await(*panel, PanelState::kLive);
+    EXPECT_NE(TextOf(*panel), first);
+  }
+}
+
+TEST_F(PanelsTest, saySoWhenThereIsNothingOfTheCurrentSecurity) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const Security index{L"sh000001", L"上证指数", stock::kSymbolIndex};
+  const BaseInfoItem item = std::vector<BaseInfoItem>(GetStockCommon()->GetPlateList(1)).at(0);
+  const Security plate{item.code, item.name, stock::kSymbolPlate};
+  const std::unique_ptr<Panel> flows = Make(&cli::MakeFlowPanel);
+  const std::unique_ptr<Panel> candles = Make(&cli::MakeKLinePanel);
+  flows->Show();
+  candles->Show();
+  Await(*flows, PanelState::kLive);
+  Await(*candles, PanelState::kLive);
+  flows->Select(index);
+  candles->Select(plate);
+  for (const auto& panel : {flows.get(), candles.get()}) {
+    EXPECT_EQ(ReportOf(*panel).state, PanelState::kEmpty);
+    EXPECT_TRUE(panel->Picture(kScreen).empty());
+  }
+  EXPECT_EQ(ReportOf(*flows).text, "flows are told of stocks only, and sh000001 上证指数 is none");
+  EXPECT_EQ(ReportOf(*candles).text, "there are no candles of plates");
+  candles->Select(index);
+  Await(*candles, PanelState::kLive);
+  const std::unique_ptr<Panel> line = cli::MakeMinuteLinePanel(around_.context);
+  line->Show();
+  EXPECT_EQ(ReportOf(*line).text, "no security is selected; / looks for one");
+}
+
+TEST_F(PanelsTest, showTheLastSessionWhileTheMarketIsClosed) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFridayEvening));
+  std::vector<std::unique_ptr<Panel>> panels;
+  for (const PanelCase& one : kPanels) {
+    panels.push_back(Make(one.make));
+    panels.back()->Show();
+    Await(*panels.back(), PanelState::kClosed);
+    EXPECT_EQ(ReportOf(*panels.back()).text, "market closed, figures of 2024-03-15") << one.name;
+    EXPECT_FALSE(panels.back()->Picture(kScreen).empty()) << one.name;
+  }
+  MoveTo(kMondayBeforeOpening);
+  for (const PanelCase& one : kPanels) {
+    const std::unique_ptr<Panel> panel = Make(one.make);
+    panel->Show();
+    // Of today's unusual events there is none yet.
+    const bool is_empty = std::string(one.name) == "events";
+    Await(*panel, is_empty ? PanelState::kEmpty : PanelState::kClosed);
+    EXPECT_NE(ReportOf(*panel).text.find("2024-03-15"), std::string::npos)
+        << one.name << ": " << ReportOf(*panel).text;
+  }
+}
+
+TEST_F(PanelsTest, tellWhyTheyHaveNothing) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  server_->SetFaults({"status:/pc/rt/get_stock_rank:1:503", "status:/pc/monitor/get_monitor:1:503"});
+  for (const auto make : {&cli::MakeStockRankingPanel, &cli::MakeEventsPanel}) {
+    const std::unique_ptr<Panel> panel = Make(make);
+    panel->Show();
+    Await(*panel, PanelState::kFailed);
+    EXPECT_NE(ReportOf(*panel).text.find("503"), std::string::npos) << ReportOf(*panel).text;
+  }
+}
+
+TEST_F(PanelsTest, ofRankingsChangeOrderAndGroupByKeys) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeStockRankingPanel);
+  EXPECT_EQ(panel->Title(), "first stocks of all A shares by change, descending");
+  panel->Show();
+  Await(*panel, PanelState::kLive);
+  const std::string rising = TextOf(*panel);
+  Press(*panel, Typed(U'd'));
+  EXPECT_EQ(panel->Title(), "first stocks of all A shares by change, ascending");
+  EXPECT_TRUE(panel->Picture(kScreen).empty());
+  Await(*panel, PanelState::kLive);
+  EXPECT_NE(TextOf(*panel), rising);
+  const std::uint64_t before = RequestsTo("/pc/rt/stock_five_change");
+  Press(*panel, Typed(U'v'));
+  EXPECT_NE(panel->Title().find("within five minutes"), std::string::npos);
+  Await(*panel, PanelState::kLive);
+  EXPECT_GT(RequestsTo("/pc/rt/stock_five_change"), before);
+  for (const char32_t key : {U'b', U's', U'S', U'B'}) {
+    const std::string title = panel->Title();
+    Press(*panel, Typed(key));
+    EXPECT_NE(panel->Title(), title);
+    Await(*panel, PanelState::kLive);
+  }
+  EXPECT_FALSE(panel->OnKey(Typed(U'x')));
+}
+
+TEST_F(PanelsTest, ofRankingsSelectTheRowAtTheCursor) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  for (const auto make : {&cli::MakeStockRankingPanel, &cli::MakePlateRankingPanel}) {
+    around_.selected.clear();
+    const std::unique_ptr<Panel> panel = Make(make);
+    Press(*panel, {KeyKind::kEnter});
+    EXPECT_TRUE(around_.selected.empty());
+    panel->Show();
+    Await(*panel, PanelState::kLive);
+    Press(*panel, {KeyKind::kDown});
+    Press(*panel, {KeyKind::kEnter});
+    ASSERT_EQ(around_.selected.size(), 1U);
+    const std::string row = TextsOf(panel->Picture(kScreen)).at(2);
+    EXPECT_EQ(row.find("▸"), 0U) << row;
+    EXPECT_NE(row.find(cli::Printable(around_.selected[0].code)), std::string::npos) << row;
+    EXPECT_EQ(around_.selected[0].type, stock::CheckSymbol(around_.selected[0].code.c_str()));
+  }
+}
+
+TEST_F(PanelsTest, ofCandlesChangePeriodAndAdjustmentByKeys) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeKLinePanel);
+  panel->Show();
+  Await(*panel, PanelState::kLive);
+  std::vector<std::string> pictures = {TextOf(*panel)};
+  for (const auto& [key, words] :
+       {std::pair(U't', "by week of"), std::pair(U't', "by month of"),
+        std::pair(U'a', "by month, adjusted forward of"), std::pair(U'T', "by week, adjusted forward of"),
+        std::pair(U'A', "by week of")}) {
+    Press(*panel, Typed(key));
+    EXPECT_NE(panel->Title().find(words), std::string::npos) << panel->Title();
+    EXPECT_TRUE(panel->Picture(kScreen).empty());
+    Await(*panel, PanelState::kLive);
+    pictures.push_back(TextOf(*panel));
+  }
+  EXPECT_NE(pictures[0], pictures[1]);
+  EXPECT_NE(pictures[1], pictures[2]);
+  EXPECT_EQ(pictures[1], pictures[5]);
+  EXPECT_FALSE(panel->OnKey(Typed(U's')));
+  // Shown again it goes on with the series that was chosen.
+  panel->Hide();
+  panel->Show();
+  panel->Refresh();
+  Await(*panel, PanelState::kLive);
+  EXPECT_EQ(TextOf(*panel), pictures[1]);
+}
+
+TEST_F(PanelsTest, ofEventsScroll) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeEventsPanel);
+  panel->Show();
+  Await(*panel, PanelState::kLive);
+  const std::vector<std::string> all = TextsOf(panel->Picture({200, 100000}));
+  ASSERT_GT(all.size(), 6U);
+  const ChartSize small{200, 4};
+  const auto row = [&] { return TextsOf(panel->Picture(small)).at(1); };
+  EXPECT_EQ(row(), all[1]);
+  Press(*panel, {KeyKind::kUp});
+  EXPECT_EQ(row(), all[1]);
+  Press(*panel, {KeyKind::kDown});
+  EXPECT_EQ(row(), all[2]);
+  Press(*panel, {KeyKind::kPageDown});
+  EXPECT_EQ(row(), all[5]);
+  Press(*panel, {KeyKind::kEnd});
+  EXPECT_EQ(row(), all[all.size() - 3]);
+  Press(*panel, {KeyKind::kHome});
+  EXPECT_EQ(row(), all[1]);
+}
+
+TEST_F(PanelsTest, ofTheWatchListAddAndRemove) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeWatchListPanel);
+  panel->Show();
+  Await(*panel, PanelState::kLive);
+  const auto has = [&](const Security& security) {
+    return TextOf(*panel).find(cli::Printable(security.code)) != std::string::npos;
+  };
+  panel->Select(stocks_[2]);
+  EXPECT_FALSE(has(stocks_[2]));
+  Press(*panel, Typed(U'+'));
+  EXPECT_TRUE(around_.RunUntil([&] { return has(stocks_[2]); })) << TextOf(*panel);
+  Press(*panel, Typed(U'-'));
+  EXPECT_TRUE(around_.RunUntil([&] { return !has(stocks_[2]); })) << TextOf(*panel);
+  Press(*panel, Typed(U'-'));
+  ASSERT_EQ(around_.told.size(), 3U);
+  EXPECT_NE(around_.told[2].find("is not in the watch list"), std::string::npos) << around_.told[2];
+  Press(*panel, {KeyKind::kDown});
+  Press(*panel, {KeyKind::kEnter});
+  EXPECT_EQ(around_.selected.back().code, stocks_[1].code);
+  Press(*panel, {KeyKind::kDelete});
+  EXPECT_TRUE(around_.RunUntil([&] { return !has(stocks_[1]); })) << TextOf(*panel);
+  panel->Select(stocks_[0]);
+  Press(*panel, Typed(U'-'));
+  EXPECT_EQ(ReportOf(*panel).state, PanelState::kEmpty);
+  EXPECT_EQ(ReportOf(*panel).text, "the watch list is empty; + puts the current security in");
+  EXPECT_TRUE(panel->Picture(kScreen).empty());
+}
+
+TEST_F(PanelsTest, ofTheWatchListChangeOrderByKeys) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeWatchListPanel);
+  EXPECT_EQ(panel->Title(), "watch list");
+  panel->Show();
+  Await(*panel, PanelState::kLive);
+  const auto first = [&] { return TextsOf(panel->Picture(kScreen)).at(1); };
+  for (const char32_t key : {U's', U'd'}) {
+    Press(*panel, Typed(key));
+    Await(*panel, PanelState::kLive);
+  }
+  EXPECT_EQ(panel->Title(), "watch list by code, ascending");
+  const std::string ascending = first();
+  Press(*panel, Typed(U'd'));
+  Await(*panel, PanelState::kLive);
+  EXPECT_NE(first(), ascending);
+}
+
+}  // namespace
