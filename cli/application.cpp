@@ -22,11 +22,10 @@ namespace {
 
 constexpr const char* kAbout =
     "Chinese A-share market data on the command line.\n"
-    "Without a command: a live view on a terminal, ten seconds of lines elsewhere. Without --server the data "
-    "come from a\n"
-    "simulated market inside csm: nothing to set up, and none of it is real.";
+    "Without a command: the live screen on a terminal, ten seconds of lines elsewhere. Without --server the\n"
+    "data come from a simulated market inside csm: nothing to set up, and none of it is real.";
 constexpr const char* kExamples = R"(Examples:
-  csm                          the live view; q ends it
+  csm                          the live screen; ? lists its keys, q ends it
   csm index --count 1          the indices once
   csm index --json --for 60    for other programs
   csm doctor                   looks at everything that csm stands on, and says what to do
@@ -35,7 +34,7 @@ constexpr const char* kExamples = R"(Examples:
 
 Exit codes: 0 fine, 1 failure, 2 wrong usage. Settings and keys: the CSM_* variables and csm.ini.)";
 
-// Options of the live view in front of a command would do nothing.
+// Options of the live screen in front of a command would do nothing.
 void RefuseMisplaced(const CLI::App& app, const CLI::App& command) {
   for (const CLI::Option* const option : app.get_options()) {
     if (option->count() > 0) {

@@ -1,6 +1,5 @@
 #include "cli/live_screen.h"
 
-#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -11,33 +10,20 @@
 #include <utility>
 
 #include "cli/format/china_time.h"
+#include "cli/state_line.h"
 
 namespace cli {
 namespace {
 
 constexpr char kEndOfInput = '\x04';
 
-std::pair<const char*, Tone> MarkOf(FeedState state) {
-  switch (state) {
-    case FeedState::kWaiting:
-      return {"… ", Tone::kDim};
-    case FeedState::kLive:
-      return {"* ", Tone::kStrong};
-    case FeedState::kClosed:
-    case FeedState::kEmpty:
-      return {"- ", Tone::kDim};
-    case FeedState::kStale:
-    case FeedState::kFailed:
-      break;
-  }
-  return {"! ", Tone::kWarning};
-}
-
 StyledLine StateOf(const ScreenFrame& frame) {
-  const auto [mark, tone] = MarkOf(frame.report.state);
+  FeedReport report = frame.report;
   // A stale state tells its age itself.
-  const bool adds_age = !frame.age.empty() && frame.report.state != FeedState::kStale;
-  return {{mark, tone}, {frame.report.text + (adds_age ? ", " + frame.age + " old" : ""), tone}};
+  if (!frame.age.empty() && report.state != FeedState::kStale) {
+    report.text += ", " + frame.age + " old";
+  }
+  return StateLine(report);
 }
 
 std::vector<StyledLine> FootOf(const ScreenFrame& frame) {
@@ -118,15 +104,7 @@ void LiveScreen::Draw() {
 
 void LiveScreen::Leave() {
   terminal_.reset();
-  std::string text;
-  for (const StyledLine& line : picture_) {
-    text += Render(line, palette_) + "\n";
-  }
-  // The loop has ended: nothing waits for a terminal that is held up.
-  pollfd out{STDOUT_FILENO, POLLOUT, 0};
-  if (poll(&out, 1, 0) == 1) {
-    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
-  }
+  WriteLast(STDOUT_FILENO, TextOf(picture_, palette_));
 }
 
 bool LiveScreen::OnKeys() {

@@ -40,6 +40,13 @@ void Output::WriteLine(std::string_view text) {
   Write(std::string(text) + "\n");
 }
 
+void WriteLast(int fd, std::string_view text) {
+  pollfd out{fd, POLLOUT, 0};
+  if (poll(&out, 1, 0) == 1) {
+    [[maybe_unused]] const ssize_t written = write(fd, text.data(), text.size());
+  }
+}
+
 void Say(std::string_view text) {
   const std::string line = "csm: " + std::string(text) + "\n";
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());

@@ -29,6 +29,10 @@ class Output {
   bool closed_ = false;
 };
 
+/// Writes what is to be left on the terminal `fd` when all is over, unless it is held up. A failure is
+/// ignored.
+void WriteLast(int fd, std::string_view text);
+
 /// Writes "csm: `text`" to standard error. A failure is ignored: there is nobody to tell.
 void Say(std::string_view text);
 

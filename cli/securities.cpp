@@ -1,10 +1,8 @@
 #include "cli/securities.h"
 
 #include <stdexcept>
-#include <vector>
 
 #include "cli/format/text.h"
-#include "cli/type_ahead.h"
 #include "host/text.h"
 
 namespace cli {
@@ -20,19 +18,29 @@ bool IsMeant(const BaseInfoItem& item, const std::wstring& text) {
 
 }  // namespace
 
+Security SecurityOf(const std::wstring& code, const std::wstring& name) {
+  return {code, name, stock::CheckSymbol(code.c_str())};
+}
+
+SecurityLists::SecurityLists(IStockCommon& reference)
+    : lists_{reference.GetStockList(1), reference.GetIndexList(1), reference.GetIndexList(2),
+             reference.GetPlateList(1), reference.GetPlateList(2)} {}
+
+std::vector<Match> SecurityLists::Find(std::wstring_view text, std::size_t limit) const {
+  static constexpr std::string_view kNames[] = {"stock", "index", "index", "plate", "plate"};
+  std::vector<NamedList> named;
+  for (std::size_t i = 0; i < lists_.size(); ++i) {
+    named.push_back({kNames[i], &lists_[i]});
+  }
+  return FindByText(named, text, limit);
+}
+
 Security FindSecurity(IStockCommon& reference, const std::string& text) {
   const std::wstring wanted = common::s2ws(text, common::kUtf8);
-  const std::vector<BaseInfoItem> lists[] = {reference.GetStockList(1), reference.GetIndexList(1),
-                                             reference.GetIndexList(2), reference.GetPlateList(1),
-                                             reference.GetPlateList(2)};
-  std::vector<NamedList> named;
-  for (const std::vector<BaseInfoItem>& list : lists) {
-    named.push_back({"", &list});
-  }
-  const std::vector<Match> matches = FindByText(named, wanted, kMostMatches);
+  const SecurityLists lists(reference);
+  const std::vector<Match> matches = lists.Find(wanted, kMostMatches);
   if (!matches.empty() && IsMeant(*matches.front().item, wanted)) {
-    const BaseInfoItem& item = *matches.front().item;
-    return {item.code, item.name, stock::CheckSymbol(item.code.c_str())};
+    return SecurityOf(matches.front().item->code, matches.front().item->name);
   }
   std::string close;
   for (const Match& match : matches) {

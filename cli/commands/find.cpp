@@ -10,7 +10,7 @@
 #include "cli/format/record_json.h"
 #include "cli/options.h"
 #include "cli/reference_run.h"
-#include "cli/type_ahead.h"
+#include "cli/securities.h"
 #include "host/clock.h"
 #include "host/text.h"
 
@@ -51,15 +51,8 @@ int Find(const FindOptions& options) {
   ReferenceRun run(options.query);
   const std::wstring text = common::s2ws(options.text, common::kUtf8);
   return run.Run(Needs::kLists, [&](IStockCommon& reference) {
-    const std::vector<BaseInfoItem> stocks = reference.GetStockList(1);
-    const std::vector<BaseInfoItem> indices[] = {reference.GetIndexList(1), reference.GetIndexList(2)};
-    const std::vector<BaseInfoItem> plates[] = {reference.GetPlateList(1), reference.GetPlateList(2)};
-    const std::vector<Match> matches = FindByText({{"stock", &stocks},
-                                                   {"index", &indices[0]},
-                                                   {"index", &indices[1]},
-                                                   {"plate", &plates[0]},
-                                                   {"plate", &plates[1]}},
-                                                  text, options.limit);
+    const SecurityLists lists(reference);
+    const std::vector<Match> matches = lists.Find(text, options.limit);
     if (options.query.json) {
       run.output().WriteLine(JsonLine(text, matches));
     } else if (!matches.empty()) {

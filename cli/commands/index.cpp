@@ -1,17 +1,14 @@
 #include "cli/commands/index.h"
 
-#include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "c_stock_market.h"
+#include "cli/follow.h"
 #include "cli/format/china_time.h"
 #include "cli/format/index_rows.h"
 #include "cli/format/record_json.h"
-#include "cli/line_run.h"
-#include "cli/subscription.h"
 #include "quotes/index_market_table.h"
 
 namespace cli {
@@ -55,53 +52,29 @@ Table TableOf(const Delivery<IndexList>& delivery) {
   return table;
 }
 
-// Runs until the options say that it is enough, and calls `show` for every update.
-int Follow(const WatchOptions& options, LineRun& run,
-           const std::function<void(const Delivery<IndexList>&)>& show) {
-  IIndexMarket* const market = GetIndexMarket();
-  if (market == nullptr) {
-    throw std::runtime_error("the service of index quotes cannot be made");
-  }
-  const Subscription<IIndexMarket, IndexList> subscription(*market, run.loop(),
-                                                           [&](const Delivery<IndexList>& delivery) {
-                                                             if (options.json) {
-                                                               run.OnUpdate(JsonLine(delivery));
-                                                             } else {
-                                                               show(delivery);
-                                                             }
-                                                           });
-  return run.Run([market] { market->Refresh(); });
-}
-
 }  // namespace
 
 int PrintIndices(const WatchOptions& options) {
   LineRun run(options, kFeed);
+  IIndexMarket& market = Made(GetIndexMarket(), kFeed);
   bool has_header = false;
-  return Follow(options, run, [&](const Delivery<IndexList>& delivery) {
+  const auto text_of = [&](const Delivery<IndexList>& delivery) {
+    if (options.json) {
+      return JsonLine(delivery);
+    }
     const Table table = TableOf(delivery);
     std::string lines;
     if (!has_header) {
       lines = Render(table.Header(), run.palette()) + "\n";
       has_header = true;
     }
-    for (const StyledLine& row : table.Rows()) {
-      lines += Render(row, run.palette()) + "\n";
-    }
+    lines += TextOf(table.Rows(), run.palette());
     lines.pop_back();
-    run.OnUpdate(lines);
-  });
-}
-
-int ShowIndices(const WatchOptions& options) {
-  LineRun run(options, kFeed, "A-share indices");
-  return Follow(options, run, [&](const Delivery<IndexList>& delivery) {
-    Table table(IndexColumns());
-    for (const IndexMarketSummary& quote : delivery.data) {
-      table.Add(IndexCells(quote));
-    }
-    run.OnPicture(table.Lines());
-  });
+    return lines;
+  };
+  const Subscription<IIndexMarket, IndexList> subscription(
+      market, run.loop(), [&](const Delivery<IndexList>& delivery) { run.OnUpdate(text_of(delivery)); });
+  return run.Run([&market] { market.Refresh(); });
 }
 
 Runner SetUpIndex(CLI::App& app) {

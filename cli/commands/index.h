@@ -1,5 +1,4 @@
-// csm index: a line for every quote of the headline indices, or all of them in place for the live view
-// (live.h).
+// csm index: a line for every quote of the headline indices.
 #pragma once
 
 #include "cli/command.h"
@@ -11,8 +10,5 @@ namespace cli {
 
 /// Prints the quotes until the options say that it is enough. Returns an exit code.
 [[nodiscard]] int PrintIndices(const WatchOptions& options);
-
-/// The same on a screen that is redrawn in place.
-[[nodiscard]] int ShowIndices(const WatchOptions& options);
 
 }  // namespace cli

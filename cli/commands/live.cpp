@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "cli/commands/index.h"
-#include "cli/live_screen.h"
 #include "cli/options.h"
+#include "cli/screen/live_run.h"
 
 namespace cli {
 namespace {
@@ -22,7 +22,8 @@ Runner SetUpLive(CLI::App& app) {
     if (isatty(STDOUT_FILENO) != 1 && !options->seconds) {
       options->seconds = kSecondsWithoutTerminal;
     }
-    return options->json || !CanBeRedrawn() ? PrintIndices(*options) : ShowIndices(*options);
+    return options->json || options->count || !CanShowLiveScreen() ? PrintIndices(*options)
+                                                                   : RunLiveScreen(*options);
   };
 }
 

@@ -1,4 +1,4 @@
-// csm without a command: on a terminal one screen that is redrawn in place, elsewhere ten seconds of lines.
+// csm without a command: on a terminal the live screen, elsewhere ten seconds of lines.
 #pragma once
 
 #include "cli/command.h"

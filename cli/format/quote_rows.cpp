@@ -130,6 +130,42 @@ std::vector<MemberColumn> ListLook::Usual(std::string_view sorted_by) const {
   return columns;
 }
 
+std::vector<MemberColumn> ListLook::Fitting(std::string_view sorted_by, int width) const {
+  constexpr std::size_t kAlways = 3;
+  std::vector<std::string_view> wanted(
+      usual_.begin(), usual_.begin() + static_cast<std::ptrdiff_t>(std::min(kAlways, usual_.size())));
+  const auto want = [&wanted](std::string_view name) {
+    if (std::find(wanted.begin(), wanted.end(), name) == wanted.end()) {
+      wanted.push_back(name);
+    }
+  };
+  want(sorted_by);
+  std::for_each(usual_.begin(), usual_.end(), want);
+  for (const MemberColumn& column : all_) {
+    want(column.member);
+  }
+  std::vector<bool> fits(all_.size());
+  for (const std::string_view name : wanted) {
+    const auto found = std::find_if(all_.begin(), all_.end(),
+                                    [&](const MemberColumn& column) { return column.member == name; });
+    if (found == all_.end()) {
+      continue;
+    }
+    width -= std::max(found->min_width, DisplayWidth(std::string(name))) + kColumnGap;
+    if (width + kColumnGap < 0) {
+      break;
+    }
+    fits[static_cast<std::size_t>(found - all_.begin())] = true;
+  }
+  std::vector<MemberColumn> columns;
+  for (std::size_t i = 0; i < all_.size(); ++i) {
+    if (fits[i]) {
+      columns.push_back(all_[i]);
+    }
+  }
+  return columns;
+}
+
 std::vector<MemberColumn> ListLook::Chosen(const std::string& names) const {
   if (names == "all") {
     return all_;

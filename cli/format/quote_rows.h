@@ -24,6 +24,9 @@ class ListLook {
 
   /// The columns of a list that is ordered by `sorted_by`: the usual ones and that one.
   [[nodiscard]] std::vector<MemberColumn> Usual(std::string_view sorted_by) const;
+  /// As many as fit into `width` columns of a terminal: the first three and that one, then the usual ones,
+  /// then the others.
+  [[nodiscard]] std::vector<MemberColumn> Fitting(std::string_view sorted_by, int width) const;
   /// Those that `names` says: "code,name,pe", or "all". Throws CLI::ValidationError, with the right names,
   /// for a wrong one.
   [[nodiscard]] std::vector<MemberColumn> Chosen(const std::string& names) const;

@@ -109,23 +109,51 @@ std::vector<StyledLine> MemberLines(const StockMarketItem& quote) {
   return table.Rows();
 }
 
-StyledLine Headline(const StockMarketItem& quote) {
+StyledLine NameLine(const StockMarketItem& quote) {
+  return {{Printable(quote.code) + "  "}, {Printable(quote.name), Tone::kStrong}};
+}
+
+StyledLine PriceLine(const StockMarketItem& quote) {
   const auto cell = [&](const char* member, Writing writing, const char* toned_by) {
     const MemberColumn column{member, writing, 0, toned_by};
     return CellsOf(kSingleQuoteTable, quote, std::span(&column, 1)).front();
   };
-  StyledLine line = {{Printable(quote.code) + "  "}, {Printable(quote.name), Tone::kStrong}, {"   "}};
-  line.push_back(cell("last", Writing::kPrice, "diff"));
+  StyledLine line = {cell("last", Writing::kPrice, "diff")};
   line.push_back({"  "});
   line.push_back(cell("diff", Writing::kSignedPrice, ""));
   line.push_back({"  "});
   line.push_back(cell("change", Writing::kSignedPercent, ""));
+  return line;
+}
+
+void AddStatus(StyledLine& line, const StockMarketItem& quote) {
   const std::string status = StatusText(quote.status);
   if (!status.empty()) {
     line.push_back({"  " + status, Tone::kWarning});
   }
+}
+
+StyledLine Headline(const StockMarketItem& quote) {
+  StyledLine line = NameLine(quote);
+  line.push_back({"   "});
+  const StyledLine price = PriceLine(quote);
+  line.insert(line.end(), price.begin(), price.end());
+  AddStatus(line, quote);
   TrimEnd(line);
   return line;
+}
+
+struct Figures {
+  std::vector<StyledLine> prices;
+  std::vector<StyledLine> trade;
+  std::vector<StyledLine> beside;  // book or members
+};
+
+Figures FiguresOf(const StockMarketItem& quote) {
+  if (quote.symbol_type == stock::kSymbolStock) {
+    return {Names(quote, kPrices), Names(quote, kTrade), BookLines(quote)};
+  }
+  return {Names(quote, kIndexPrices), Names(quote, kIndexTrade), MemberLines(quote)};
 }
 
 }  // namespace
@@ -164,12 +192,21 @@ std::vector<StyledLine> BookLines(const StockMarketItem& quote) {
 }
 
 std::vector<StyledLine> QuoteSheet(const StockMarketItem& quote) {
-  const bool is_stock = quote.symbol_type == stock::kSymbolStock;
-  const auto prices = is_stock ? Names(quote, kPrices) : Names(quote, kIndexPrices);
-  const auto trade = is_stock ? Names(quote, kTrade) : Names(quote, kIndexTrade);
-  const auto right = is_stock ? BookLines(quote) : MemberLines(quote);
-  std::vector<StyledLine> lines = SideBySide(SideBySide(prices, trade, kGap), right, kGap);
+  const Figures figures = FiguresOf(quote);
+  std::vector<StyledLine> lines =
+      SideBySide(SideBySide(figures.prices, figures.trade, kGap), figures.beside, kGap);
   lines.insert(lines.begin(), Headline(quote));
+  return lines;
+}
+
+std::vector<StyledLine> NarrowQuoteSheet(const StockMarketItem& quote) {
+  const Figures figures = FiguresOf(quote);
+  std::vector<StyledLine> lines = {NameLine(quote), PriceLine(quote)};
+  AddStatus(lines.front(), quote);
+  TrimEnd(lines.back());
+  for (const auto* const block : {&figures.beside, &figures.trade, &figures.prices}) {
+    lines.insert(lines.end(), block->begin(), block->end());
+  }
   return lines;
 }
 

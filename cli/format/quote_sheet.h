@@ -12,6 +12,9 @@ namespace cli {
 /// The sheet, line by line.
 [[nodiscard]] std::vector<StyledLine> QuoteSheet(const StockMarketItem& quote);
 
+/// The same in one column: price, then book or members, then the other figures.
+[[nodiscard]] std::vector<StyledLine> NarrowQuoteSheet(const StockMarketItem& quote);
+
 /// The order book alone: five offers, the best at the bottom, a line, five bids, the best at the top; each
 /// with price and volume. Prices have the colour of their difference to the previous close, volumes that of
 /// their movement; both have a mark when they moved against the answer before.

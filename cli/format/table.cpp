@@ -29,6 +29,19 @@ void TrimEnd(StyledLine& line) {
   }
 }
 
+StyledLine Fitted(const StyledLine& line, int width) {
+  StyledLine fitted;
+  for (const Cell& cell : line) {
+    fitted.push_back({Clip(cell.text, width), cell.tone});
+    width -= DisplayWidth(fitted.back().text);
+    if (fitted.back().text.size() != cell.text.size()) {
+      break;
+    }
+  }
+  fitted.push_back({std::string(static_cast<std::size_t>(std::max(width, 0)), ' ')});
+  return fitted;
+}
+
 int DisplayWidth(const StyledLine& line) {
   int width = 0;
   for (const Cell& cell : line) {

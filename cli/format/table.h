@@ -27,6 +27,9 @@ using StyledLine = std::vector<Cell>;
 /// Takes the blanks at the end of `line` away.
 void TrimEnd(StyledLine& line);
 
+/// `line` in exactly `width` columns: cut, or with blanks behind it.
+[[nodiscard]] StyledLine Fitted(const StyledLine& line, int width);
+
 /// Columns that a terminal needs for `line`.
 [[nodiscard]] int DisplayWidth(const StyledLine& line);
 

@@ -17,6 +17,9 @@ namespace cli {
 /// For the line of keys.
 inline constexpr KeyHint kCursorHint{"↑↓ PgUp PgDn Home End", "row"};
 
+/// Columns of the mark in front of a row.
+inline constexpr int kMarkColumns = 2;
+
 class ListCursor {
  public:
   /// The list has these codes now. Once it was moved the cursor goes with its row, else it stays at its

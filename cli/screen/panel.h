@@ -38,6 +38,8 @@ struct PanelContext {
   std::function<void(std::string)> tell;        ///< a line for the person at the screen
   const LogTail* log = nullptr;                 ///< read by the screen; null: there is none
   std::chrono::milliseconds interval{3000};     ///< at which the screen refreshes while the market is open
+  /// What "next" and "previous" step through from now on: the list that the panel shows, in its order.
+  std::function<void(std::vector<BaseInfoItem>)> step_through = [](auto) {};
 };
 
 class Panel {

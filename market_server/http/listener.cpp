@@ -1,5 +1,7 @@
 #include "http/listener.h"
 
+#include <fcntl.h>
+
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -302,6 +304,13 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
   SteadyClock::time_point deadline_{};
 };
 
+// A program that this one starts would go on listening, and hold connections open, when the server has
+// stopped.
+template <class Socket>
+void KeepFromChildren(Socket& socket) {
+  fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);
+}
+
 }  // namespace
 
 class Listener::Acceptor : public std::enable_shared_from_this<Acceptor> {
@@ -361,6 +370,7 @@ class Listener::Acceptor : public std::enable_shared_from_this<Acceptor> {
  private:
   void Bind(error_code& error) {
     socket_.open(endpoint_.protocol(), error);
+    if (!error) KeepFromChildren(socket_);
     if (!error) socket_.set_option(asio::socket_base::reuse_address(true), error);
     if (!error) socket_.bind(endpoint_, error);
   }
@@ -388,6 +398,7 @@ class Listener::Acceptor : public std::enable_shared_from_this<Acceptor> {
   }
 
   void Welcome(tcp::socket socket) {
+    KeepFromChildren(socket);
     Traffic& traffic = context_->traffic;
     ++traffic.connections;
     error_code error;

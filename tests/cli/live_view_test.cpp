@@ -1,13 +1,13 @@
-// The live view under a terminal: what it shows, and that the terminal is left as it was however the view
-// ends.
+// A command that follows one feed, under a terminal: what its screen shows, and that the terminal is left as
+// it was however the command ends. The screen of csm without a command is live_program_test.cpp's matter.
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "child_process.h"
+#include "clean_terminal.h"
 #include "cli/format/text.h"
 
 namespace tests {
@@ -15,7 +15,6 @@ namespace {
 
 const std::string kEnter = "\x1b[?1049h";
 const std::string kLeave = "\x1b[?1049l";
-const std::string kShowCursor = "\x1b[?25h";
 
 // The newest whole screen, line by line, without control sequences.
 std::vector<std::string> ScreenOf(const std::string& output) {
@@ -39,14 +38,17 @@ std::vector<std::string> ScreenOf(const std::string& output) {
 
 class LiveViewTest : public testing::Test {
  protected:
-  void Start(const std::vector<std::string>& arguments, std::map<std::string, std::string> environment = {}) {
+  // A board, whose rows keep their order.
+  void Start(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {}) {
+    arguments.insert(arguments.begin(), {"board", "--sort", "code", "--asc", "--rows", "0:3", "--columns",
+                                         "code,name,last,diff,change"});
     csm_ = std::make_unique<ChildProcess>(Csm(arguments), std::move(environment),
                                           ChildProcess::Around::kTerminal);
   }
 
   void StartAndWaitForQuotes(std::vector<std::string> arguments = {"--clock", "10:30", "--interval", "0.2"}) {
     Start(arguments);
-    ASSERT_TRUE(csm_->ReadUntil([this] { return Row(5).find("sz399006") == 0; })) << csm_->output();
+    ASSERT_TRUE(csm_->ReadUntil([this] { return Row(3).find("sh600000") == 0; })) << csm_->output();
   }
 
   // A row of the newest whole screen; empty when there is none.
@@ -55,30 +57,19 @@ class LiveViewTest : public testing::Test {
     return row < screen.size() ? screen[row] : "";
   }
 
-  void ExpectCleanTerminal() {
-    const std::string& output = csm_->output();
-    EXPECT_NE(output.rfind(kLeave), std::string::npos);
-    EXPECT_GT(output.rfind(kLeave), output.rfind(kEnter));
-    EXPECT_GT(output.rfind(kShowCursor), output.rfind("\x1b[?25l"));
-    EXPECT_GT(output.rfind("\x1b[?7h"), output.rfind("\x1b[?7l"));
-    const termios after = csm_->Modes();
-    EXPECT_EQ(after.c_lflag, csm_->first_modes().c_lflag);
-    EXPECT_EQ(after.c_iflag, csm_->first_modes().c_iflag);
-    EXPECT_EQ(after.c_oflag, csm_->first_modes().c_oflag);
-    EXPECT_EQ(std::memcmp(after.c_cc, csm_->first_modes().c_cc, sizeof after.c_cc), 0);
-  }
+  void ExpectCleanTerminal() { tests::ExpectCleanTerminal(*csm_); }
 
   std::unique_ptr<ChildProcess> csm_;
 };
 
-TEST_F(LiveViewTest, showsTheIndicesThePhaseAndTheStateOfTheData) {
+TEST_F(LiveViewTest, showsTheQuotesThePhaseAndTheStateOfTheData) {
   StartAndWaitForQuotes();
   ASSERT_TRUE(csm_->ReadUntil([this] { return Row(7).find("live, 0 s old") != std::string::npos; }))
       << csm_->output();
   EXPECT_NE(Row(0).find(" 10:30:"), std::string::npos) << Row(0);
   EXPECT_NE(Row(0).find("morning session"), std::string::npos) << Row(0);
-  EXPECT_EQ(Row(3).rfind("sh000001  上证指数", 0), 0U) << Row(3);
-  EXPECT_EQ(Row(5).rfind("sz399006  创业板指", 0), 0U) << Row(5);
+  EXPECT_EQ(Row(3).rfind("sh600000  ", 0), 0U) << Row(3);
+  EXPECT_EQ(Row(4).rfind("sh600001  ", 0), 0U) << Row(4);
   csm_->Type("q");
   EXPECT_EQ(csm_->Wait(), 0);
 }
@@ -100,7 +91,7 @@ TEST_F(LiveViewTest, leavesTheNewestQuotesOnTheTerminal) {
   StartAndWaitForQuotes();
   csm_->Type("q");
   EXPECT_EQ(csm_->Wait(), 0);
-  EXPECT_NE(csm_->output().find("sz399006", csm_->output().rfind(kLeave)), std::string::npos);
+  EXPECT_NE(csm_->output().find("sh600001", csm_->output().rfind(kLeave)), std::string::npos);
 }
 
 TEST_F(LiveViewTest, leavesTheTerminalCleanOnControlC) {
@@ -146,7 +137,7 @@ TEST_F(LiveViewTest, showsTheReasonWhileNothingArrives) {
   Start({"--server", "http://127.0.0.1:1", "--interval", "0.2"},
         {{"CSM_KEY_ID", "tester"}, {"CSM_KEY", "secret"}});
   EXPECT_TRUE(csm_->ReadUntilOutput("no data: ")) << csm_->output();
-  EXPECT_TRUE(csm_->ReadUntilOutput("last warning: IndexMarket::FetchIndexMarkets Failed."))
+  EXPECT_TRUE(csm_->ReadUntilOutput("last warning: StockMarket::FetchStockMarkets Failed."))
       << csm_->output();
 }
 
@@ -184,7 +175,7 @@ TEST_F(LiveViewTest, paintsRisesRedAndFallsGreen) {
   const std::size_t end = output.rfind("\x1b[J");
   const std::string frame = output.substr(output.rfind("\x1b[H", end), end);
   for (const std::string& line : LinesOf(frame)) {
-    if (line.find("sh000001") == std::string::npos) {
+    if (line.find("sh60000") == std::string::npos) {
       continue;
     }
     const bool rises = line.find('+') != std::string::npos;
@@ -198,7 +189,7 @@ TEST_F(LiveViewTest, hasNoColoursWhenNoneAreWanted) {
        std::vector<std::pair<std::vector<std::string>, std::map<std::string, std::string>>>{
            {{"--no-color"}, {}}, {{}, {{"NO_COLOR", "1"}}}}) {
     Start(arguments, environment);
-    ASSERT_TRUE(csm_->ReadUntil([this] { return Row(5).find("sz399006") == 0; })) << csm_->output();
+    ASSERT_TRUE(csm_->ReadUntil([this] { return Row(3).find("sh600000") == 0; })) << csm_->output();
     csm_->Type("q");
     EXPECT_EQ(csm_->Wait(), 0);
     for (const char* colour : {"\x1b[31m", "\x1b[32m", "\x1b[1m", "\x1b[2m"}) {
@@ -210,7 +201,7 @@ TEST_F(LiveViewTest, hasNoColoursWhenNoneAreWanted) {
 TEST_F(LiveViewTest, printsLinesOnATerminalThatIsNoScreen) {
   Start({"--count", "1"}, {{"TERM", "dumb"}});
   EXPECT_EQ(csm_->Wait(), 0);
-  EXPECT_NE(csm_->output().find("sz399006"), std::string::npos);
+  EXPECT_NE(csm_->output().find("sh600001"), std::string::npos);
   EXPECT_EQ(csm_->output().find('\x1b'), std::string::npos);
 }
 
@@ -218,7 +209,7 @@ TEST_F(LiveViewTest, printsJsonLinesWhenAskedForThem) {
   Start({"--json", "--count", "1"});
   EXPECT_EQ(csm_->Wait(), 0);
   EXPECT_EQ(csm_->output().find(kEnter), std::string::npos);
-  EXPECT_NE(csm_->output().find("{\"service\":\"index_market\""), std::string::npos);
+  EXPECT_NE(csm_->output().find("{\"service\":\"stock_market\""), std::string::npos);
 }
 
 }  // namespace

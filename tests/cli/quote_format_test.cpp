@@ -4,6 +4,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Error.hpp>
 #include <CLI/Formatter.hpp>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -302,6 +303,54 @@ TEST(Symbols, areRefusedWhenTheyAreNone) {
   for (const char* text : {"", "6", "60000", "6000000", "sh60000", "sh6000000", "bj600000", "430047",
                            "800000", "bk1001", "sh60000a", "sh 60000", "../etc", "ｓｈ600000"}) {
     EXPECT_EQ(ParseSymbol(text), std::nullopt) << text;
+  }
+}
+
+TEST(NarrowQuoteSheet, putsTheBookBelowThePriceAndTheFiguresBelowThat) {
+  const std::vector<std::string> texts = TextsOf(NarrowQuoteSheet(Stock()));
+  EXPECT_EQ(texts[0], "sh600000  浦发银行");
+  EXPECT_EQ(texts[1].rfind("10.02▴", 0), 0U) << texts[1];
+  EXPECT_EQ(texts[2].rfind("ask5 ", 0), 0U) << texts[2];
+  EXPECT_EQ(texts[12].rfind("bid5 ", 0), 0U) << texts[12];
+  EXPECT_EQ(texts[13].rfind("vol ", 0), 0U) << texts[13];
+  for (const std::string& text : texts) {
+    EXPECT_LE(DisplayWidth(text), 31) << text;
+  }
+}
+
+TEST(NarrowQuoteSheet, showsTheMembersOfAnIndexAndTheStatusOfAStock) {
+  StockMarketItem index = Stock();
+  index.symbol_type = stock::kSymbolIndex;
+  EXPECT_EQ(TextsOf(NarrowQuoteSheet(index))[2].rfind("up ", 0), 0U);
+  StockMarketItem suspended = Stock();
+  suspended.status = static_cast<stock::StockStatus>(1);
+  EXPECT_EQ(TextsOf(NarrowQuoteSheet(suspended))[0], "sh600000  浦发银行  suspended");
+}
+
+std::string JoinedNames(const std::vector<MemberColumn>& columns) {
+  std::string names;
+  for (const MemberColumn& column : columns) {
+    names += (names.empty() ? "" : ",") + std::string(column.member);
+  }
+  return names;
+}
+
+TEST(ListLook, choosesTheColumnsThatFit) {
+  EXPECT_EQ(JoinedNames(BoardLook().Fitting("change", 29)), "code,name,last");
+  EXPECT_EQ(JoinedNames(BoardLook().Fitting("change", 39)), "code,name,last,change");
+  EXPECT_EQ(JoinedNames(BoardLook().Fitting("pe", 39)), "code,name,last,pe");
+  EXPECT_EQ(JoinedNames(BoardLook().Fitting("change", 49)), "code,name,last,diff,change");
+  EXPECT_EQ(JoinedNames(BoardLook().Fitting("change", 1000)), JoinedNames(BoardLook().Chosen("all")));
+  EXPECT_EQ(JoinedNames(BoardLook().Fitting("change", 0)), "");
+}
+
+TEST(ListLook, choosesColumnsThatDoNotExceedTheWidth) {
+  for (int width = 0; width < 250; ++width) {
+    int used = 0;
+    for (const Column& column : ColumnsOf(BoardLook().Fitting("mc", width))) {
+      used += std::max(column.min_width, DisplayWidth(column.title)) + kColumnGap;
+    }
+    EXPECT_LE(used, width + kColumnGap);
   }
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli/format/index_rows.h"
+#include "cli/screen/index_bar.h"
 
 namespace cli {
 namespace {
@@ -106,6 +107,28 @@ TEST(IndexCells, haveTheToneOfTheChange) {
 TEST(IndexCells, escapeWhatTheServerSays) {
   EXPECT_EQ(TextsOf({L"sh\x1b]0;", L"\u202eabc", 1, 1, 1, 0})[0], "sh\\u{1b}]0;");
   EXPECT_EQ(TextsOf({L"", L"\u202eabc", 1, 1, 1, 0})[1], "\\u{202e}abc");
+}
+
+TEST(Fitted, cutsAndFills) {
+  const StyledLine line = {{"上证", Tone::kRise}, {"abc"}};
+  EXPECT_EQ(Render(Fitted(line, 9), Palette(false)), "上证abc  ");
+  EXPECT_EQ(Render(Fitted(line, 7), Palette(false)), "上证abc");
+  EXPECT_EQ(Render(Fitted(line, 6), Palette(false)), "上证a…");
+  EXPECT_EQ(Render(Fitted(line, 3), Palette(false)), "上…");
+  EXPECT_EQ(Render(Fitted(line, 0), Palette(false)), "");
+  EXPECT_EQ(Render(Fitted({}, 2), Palette(false)), "  ");
+}
+
+TEST(IndexLine, showsWhatThereIsRoomFor) {
+  const std::vector<IndexMarketSummary> indices = {{L"sh000001", L"上证指数", 3012.45, 0.41, 12.34, 0},
+                                                   {L"sz399006", L"创业板指", 1800.5, -0.1, -1.8, 0}};
+  const auto text = [&](int columns) { return Render(IndexLine(indices, columns), Palette(false)); };
+  EXPECT_EQ(text(80), "上证指数 3,012.45 +12.34 +0.41%   创业板指 1,800.50 -1.80 -0.10%");
+  EXPECT_EQ(text(60), "上证指数 3,012.45 +0.41%   创业板指 1,800.50 -0.10%");
+  EXPECT_EQ(text(50), "上证 3,012.45 +0.41%   创业 1,800.50 -0.10%");
+  for (int columns = 0; columns < 80; ++columns) {
+    EXPECT_LE(DisplayWidth(IndexLine(indices, columns)), columns);
+  }
 }
 
 }  // namespace

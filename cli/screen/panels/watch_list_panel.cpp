@@ -86,7 +86,8 @@ class WatchListPanel final : public FeedPanel<IOptionalStockMarket, Quotes, Sort
     std::vector<StyledLine> lines;
     if (!newest()->data.empty()) {
       lines = cursor_.Picture(
-          WatchListLines(newest()->data, WatchListLook().Usual(NameOf(sort_.columns, sort_.column))),
+          WatchListLines(newest()->data, WatchListLook().Fitting(NameOf(sort_.columns, sort_.column),
+                                                                 room.columns - kMarkColumns)),
           current_.code, room);
     }
     if (!missing.empty()) {
@@ -106,10 +107,15 @@ class WatchListPanel final : public FeedPanel<IOptionalStockMarket, Quotes, Sort
   }
   void OnData() override {
     std::vector<std::wstring> codes;
+    std::vector<BaseInfoItem> list;
     for (const OptionalMarketItem& quote : newest()->data) {
       codes.push_back(quote.code);
+      list.push_back({quote.code, quote.name, L"", 0});
     }
     cursor_.SetRows(std::move(codes));
+    if (shown()) {
+      context().step_through(std::move(list));
+    }
   }
   [[nodiscard]] std::string WhyEmpty(const Delivery<Quotes>& delivery) const override {
     return delivery.data.empty() ? "the server knows nothing of the watch list" : "";

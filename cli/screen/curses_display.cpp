@@ -1,0 +1,291 @@
+#include "cli/screen/curses_display.h"
+
+#include <curses.h>
+#include <locale.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
+
+#include "cli/screen/terminal_kind.h"
+#include "host/text.h"
+
+namespace cli {
+namespace {
+
+// A lone escape is the key of that name when nothing follows within so many milliseconds.
+constexpr int kEscapeDelay = 25;
+
+constexpr short kRisePair = 1;
+constexpr short kFallPair = 2;
+constexpr short kWarningPair = 3;
+
+// What terminals send besides what is said about them, as long as nobody has switched their keys over.
+constexpr std::array<std::pair<const char*, int>, 8> kUsualKeys = {{{"\x1b[A", KEY_UP},
+                                                                    {"\x1b[B", KEY_DOWN},
+                                                                    {"\x1b[C", KEY_RIGHT},
+                                                                    {"\x1b[D", KEY_LEFT},
+                                                                    {"\x1b[H", KEY_HOME},
+                                                                    {"\x1b[F", KEY_END},
+                                                                    {"\x1b[1~", KEY_HOME},
+                                                                    {"\x1b[4~", KEY_END}}};
+
+std::optional<KeyKind> KindOf(wint_t code) {
+  switch (code) {
+    case KEY_UP:
+      return KeyKind::kUp;
+    case KEY_DOWN:
+      return KeyKind::kDown;
+    case KEY_LEFT:
+      return KeyKind::kLeft;
+    case KEY_RIGHT:
+      return KeyKind::kRight;
+    case KEY_PPAGE:
+      return KeyKind::kPageUp;
+    case KEY_NPAGE:
+      return KeyKind::kPageDown;
+    case KEY_HOME:
+      return KeyKind::kHome;
+    case KEY_END:
+      return KeyKind::kEnd;
+    case KEY_BTAB:
+      return KeyKind::kBackTab;
+    case KEY_ENTER:
+      return KeyKind::kEnter;
+    case KEY_BACKSPACE:
+      return KeyKind::kBackspace;
+    case KEY_DC:
+      return KeyKind::kDelete;
+    default:
+      return std::nullopt;
+  }
+}
+
+Key KeyOf(wint_t character) {
+  switch (character) {
+    case L'\t':
+      return {KeyKind::kTab};
+    case L'\r':
+    case L'\n':
+      return {KeyKind::kEnter};
+    case L'\x1b':
+      return {KeyKind::kEscape};
+    case L'\b':
+    case L'\x7f':
+      return {KeyKind::kBackspace};
+    default:
+      return Typed(static_cast<char32_t>(character));
+  }
+}
+
+// The library takes signals that have an owner already; this gives them back.
+class SignalsKept {
+ public:
+  SignalsKept() {
+    for (std::size_t i = 0; i < kNumbers.size(); ++i) {
+      sigaction(kNumbers[i], nullptr, &actions_[i]);
+    }
+    // One that has a handler when it first looks is left alone. Else it would ignore SIGTSTP during every
+    // update, and so drop one that waits for the main loop.
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGTSTP, &action, nullptr);
+  }
+  ~SignalsKept() {
+    for (std::size_t i = 0; i < kNumbers.size(); ++i) {
+      sigaction(kNumbers[i], &actions_[i], nullptr);
+    }
+  }
+  SignalsKept(const SignalsKept&) = delete;
+  SignalsKept& operator=(const SignalsKept&) = delete;
+
+ private:
+  static constexpr std::array kNumbers = {SIGINT, SIGTERM, SIGTSTP, SIGWINCH};
+
+  std::array<struct sigaction, kNumbers.size()> actions_{};
+};
+
+}  // namespace
+
+// ncurses writes into a file without a name, from where its text is taken: a terminal that is held up must
+// not hold up the process with it.
+struct CursesDisplay::Curses {
+  Curses(int in, bool wants_colour) : written(memfd_create("screen", MFD_CLOEXEC)) {
+    const SignalsKept signals;
+    if (!KnowsTerminalKind()) {
+      close(written);
+      throw std::runtime_error("the kind of this terminal is not known");
+    }
+    utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t());
+    if (utf8 != locale_t()) {
+      before = uselocale(utf8);
+    }
+    out_file = fdopen(written, "w+");
+    const int keys = dup(in);
+    in_file = fdopen(keys, "r");
+    if (out_file == nullptr || in_file == nullptr ||
+        (screen = newterm(nullptr, out_file, in_file)) == nullptr) {
+      Close();
+      throw std::runtime_error("the screen cannot be made");
+    }
+    set_escdelay(kEscapeDelay);
+    has_colour = wants_colour && has_colors() && start_color() == OK && use_default_colors() == OK;
+    has_tones = wants_colour;
+    if (has_colour) {
+      init_pair(kRisePair, COLOR_RED, -1);
+      init_pair(kFallPair, COLOR_GREEN, -1);
+      init_pair(kWarningPair, COLOR_YELLOW, -1);
+    }
+    typed = newpad(1, 1);
+    keypad(typed, TRUE);
+    nodelay(typed, TRUE);
+    for (const auto& [bytes, key] : kUsualKeys) {
+      define_key(bytes, key);
+    }
+    // The screen was taken over by its owner; so are the modes.
+    static_cast<void>(Take());
+  }
+
+  ~Curses() {
+    const SignalsKept signals;
+    delwin(typed);
+    endwin();
+    delscreen(screen);
+    Close();
+  }
+
+  Curses(const Curses&) = delete;
+  Curses& operator=(const Curses&) = delete;
+
+  void Close() {
+    for (FILE* const file : {out_file, in_file}) {
+      if (file != nullptr) {
+        fclose(file);
+      }
+    }
+    if (utf8 != locale_t()) {
+      uselocale(before);
+      freelocale(utf8);
+    }
+  }
+
+  // What was written since the last time.
+  [[nodiscard]] std::string Take() const {
+    fflush(out_file);
+    std::string text(static_cast<std::size_t>(std::max<off_t>(lseek(written, 0, SEEK_END), 0)), '\0');
+    const ssize_t length = pread(written, text.data(), text.size(), 0);
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    if (ftruncate(written, 0) != 0 || lseek(written, 0, SEEK_SET) != 0) {
+      throw std::runtime_error("the picture of the screen cannot be kept");
+    }
+    return text;
+  }
+
+  [[nodiscard]] attr_t AttributesOf(Tone tone) const {
+    if (!has_tones) {
+      return A_NORMAL;
+    }
+    switch (tone) {
+      case Tone::kStrong:
+        return A_BOLD;
+      case Tone::kDim:
+        return A_DIM;
+      case Tone::kPlain:
+      case Tone::kRise:
+      case Tone::kFall:
+      case Tone::kWarning:
+        break;
+    }
+    return A_NORMAL;
+  }
+
+  [[nodiscard]] short PairOf(Tone tone) const {
+    if (!has_colour) {
+      return 0;
+    }
+    switch (tone) {
+      case Tone::kRise:
+        return kRisePair;
+      case Tone::kFall:
+        return kFallPair;
+      case Tone::kWarning:
+        return kWarningPair;
+      case Tone::kPlain:
+      case Tone::kStrong:
+      case Tone::kDim:
+        break;
+    }
+    return 0;
+  }
+
+  void Put(int row, const StyledLine& line, int columns) const {
+    wmove(stdscr, row, 0);
+    for (const Cell& cell : line) {
+      const std::string fitting = Clip(cell.text, columns);
+      columns -= DisplayWidth(fitting);
+      wattr_set(stdscr, AttributesOf(cell.tone), PairOf(cell.tone), nullptr);
+      waddwstr(stdscr, common::s2ws(fitting, common::kUtf8).c_str());
+      if (fitting.size() != cell.text.size()) {
+        break;
+      }
+    }
+    wattr_set(stdscr, A_NORMAL, 0, nullptr);
+  }
+
+  const int written;
+  FILE* out_file = nullptr;
+  FILE* in_file = nullptr;
+  locale_t utf8 = locale_t();
+  locale_t before = locale_t();
+  SCREEN* screen = nullptr;
+  WINDOW* typed = nullptr;
+  bool has_colour = false;
+  bool has_tones = false;
+};
+
+CursesDisplay::CursesDisplay(int in, bool colour) : in_(in), curses_(std::make_unique<Curses>(in, colour)) {}
+
+CursesDisplay::~CursesDisplay() = default;
+
+std::string CursesDisplay::Difference(const std::vector<StyledLine>& lines, const ChartSize& size) {
+  if (size.columns != size_.columns || size.rows != size_.rows || forgotten_) {
+    resize_term(size.rows, size.columns);
+    clearok(curscr, TRUE);
+    size_ = size;
+    forgotten_ = false;
+  }
+  werase(stdscr);
+  const int rows = std::min(static_cast<int>(lines.size()), size.rows);
+  for (int row = 0; row < rows; ++row) {
+    curses_->Put(row, lines[static_cast<std::size_t>(row)], size.columns);
+  }
+  wnoutrefresh(stdscr);
+  doupdate();
+  return curses_->Take();
+}
+
+std::optional<std::vector<Key>> CursesDisplay::ReadKeys() {
+  int bytes = 0;
+  if (ioctl(in_, FIONREAD, &bytes) != 0 || bytes == 0) {
+    return std::nullopt;
+  }
+  std::vector<Key> keys;
+  wint_t code = 0;
+  for (int kind = wget_wch(curses_->typed, &code); kind != ERR; kind = wget_wch(curses_->typed, &code)) {
+    if (kind != KEY_CODE_YES) {
+      keys.push_back(KeyOf(code));
+    } else if (const auto known = KindOf(code)) {
+      keys.push_back({*known});
+    }
+  }
+  return keys;
+}
+
+}  // namespace cli

@@ -1,0 +1,15 @@
+// The live screen in the course of csm: session, terminal, panels, reference data, requests at the interval,
+// and the end by key, time or signal. Main thread only.
+#pragma once
+
+#include "cli/options.h"
+
+namespace cli {
+
+/// True when standard output is a terminal that the live screen can be drawn on.
+[[nodiscard]] bool CanShowLiveScreen();
+
+/// Runs the live screen until the person has had enough. Returns an exit code.
+[[nodiscard]] int RunLiveScreen(const WatchOptions& options);
+
+}  // namespace cli

@@ -1,0 +1,313 @@
+#include "cli/screen/screen.h"
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+#include "cli/format/china_time.h"
+#include "cli/format/text.h"
+#include "cli/state_line.h"
+
+namespace cli {
+namespace {
+
+constexpr int kHeadRows = 2;
+constexpr int kFootRows = 2;
+constexpr int kAroundPicture = 2;  // title and state
+constexpr int kFinderRows = 12;
+constexpr int kHelpKeysWidth = 22;
+constexpr char32_t kEndOfInput = U'\x04';
+
+constexpr KeyHint kOwnKeys[] = {{"1 to 9", "page"},
+                                {"Tab, Shift-Tab", "the next panel, the one before: it has the keys"},
+                                {"n, p", "next and previous security of the list"},
+                                {"/", "look for a security by code, name or pinyin"},
+                                {"r", "ask again now"},
+                                {"?", "these keys; any key closes them"},
+                                {"q, Ctrl-C", "quit"}};
+
+StyledLine TitleLine(const std::string& title, bool has_keys, int columns) {
+  StyledLine line = {{has_keys ? "▸ " : "  ", Tone::kStrong},
+                     {title, has_keys ? Tone::kStrong : Tone::kPlain}};
+  std::string rule = " ";
+  for (int width = DisplayWidth(line) + 1; width < columns; ++width) {
+    rule += "─";
+  }
+  line.push_back({rule, Tone::kDim});
+  return line;
+}
+
+void AddHints(std::vector<StyledLine>& lines, const std::string& title, std::span<const KeyHint> hints) {
+  lines.push_back({{title, Tone::kStrong}});
+  for (const KeyHint& hint : hints) {
+    lines.push_back({{"  " + Pad(hint.keys, kHelpKeysWidth, Align::kLeft)}, {std::string(hint.effect)}});
+  }
+}
+
+}  // namespace
+
+Screen::Screen(std::vector<std::unique_ptr<Panel>> panels, std::vector<Page> pages, ScreenActions actions)
+    : panels_(std::move(panels)), pages_(std::move(pages)), actions_(std::move(actions)) {}
+
+void Screen::Resize(const ChartSize& size) {
+  if (size.columns != size_.columns || size.rows != size_.rows) {
+    size_ = size;
+    Arrange();
+  }
+}
+
+void Screen::Turn(std::size_t page) {
+  if (page < pages_.size()) {
+    page_ = page;
+    Arrange();
+  }
+}
+
+void Screen::Select(const Security& security) {
+  for (const std::unique_ptr<Panel>& panel : panels_) {
+    panel->Select(security);
+  }
+}
+
+Area Screen::Room() const {
+  return {0, kHeadRows, size_.columns, size_.rows - kHeadRows - kFootRows};
+}
+
+// Hidden before shown: a panel that comes into sight finds nobody left who asks in vain.
+void Screen::Arrange() {
+  placed_.clear();
+  if (!is_too_small() && !helps_) {
+    placed_ = Place(pages_[page_], Room());
+  }
+  std::set<std::size_t> seen;
+  for (const PlacedPart& part : placed_) {
+    seen.insert(part.panel);
+  }
+  for (const std::size_t panel : shown_) {
+    if (seen.count(panel) == 0) {
+      panels_[panel]->Hide();
+    }
+  }
+  const std::set<std::size_t> before = std::exchange(shown_, seen);
+  for (const PlacedPart& part : placed_) {
+    if (before.count(part.panel) == 0) {
+      panels_[part.panel]->Show();
+    }
+  }
+  if (!placed_.empty() && seen.count(focus_) == 0) {
+    focus_ = placed_.front().panel;
+  }
+}
+
+void Screen::Refresh() {
+  for (const std::size_t panel : shown_) {
+    panels_[panel]->Refresh();
+  }
+  actions_.refresh();
+}
+
+void Screen::OnInterval(stock::MarketStatus phase) {
+  if (IsClosed(phase)) {
+    return;
+  }
+  for (const std::size_t panel : shown_) {
+    if (!panels_[panel]->PollsItself()) {
+      panels_[panel]->Refresh();
+    }
+  }
+  actions_.refresh();
+}
+
+void Screen::MoveFocus(int step) {
+  const auto found = std::find_if(placed_.begin(), placed_.end(),
+                                  [&](const PlacedPart& part) { return part.panel == focus_; });
+  if (found == placed_.end()) {
+    return;
+  }
+  const auto count = static_cast<int>(placed_.size());
+  const auto position = static_cast<int>(found - placed_.begin());
+  focus_ = placed_[static_cast<std::size_t>((position + step + count) % count)].panel;
+}
+
+void Screen::OnKey(const Key& key) {
+  told_.clear();
+  if (is_too_small()) {
+    OnOwnKey(key);
+    return;
+  }
+  if (OnOverlayKey(key)) {
+    return;
+  }
+  if (shown_.count(focus_) == 0 || !panels_[focus_]->OnKey(key)) {
+    OnOwnKey(key);
+  }
+}
+
+bool Screen::OnOverlayKey(const Key& key) {
+  if (helps_) {
+    helps_ = false;
+    Arrange();
+    return true;
+  }
+  if (!finder_) {
+    return false;
+  }
+  switch (finder_->OnKey(key)) {
+    case Finder::Outcome::kOpen:
+      break;
+    case Finder::Outcome::kChosen: {
+      const Security chosen = finder_->chosen();
+      finder_.reset();
+      actions_.select(chosen);
+      break;
+    }
+    case Finder::Outcome::kCancelled:
+      finder_.reset();
+      break;
+  }
+  return true;
+}
+
+void Screen::OnOwnKey(const Key& key) {
+  if (key.kind == KeyKind::kTab || key.kind == KeyKind::kBackTab) {
+    MoveFocus(key.kind == KeyKind::kTab ? 1 : -1);
+    return;
+  }
+  if (key.kind != KeyKind::kCharacter) {
+    return;
+  }
+  switch (key.character) {
+    case U'q':
+    case U'Q':
+    case kEndOfInput:
+      actions_.quit();
+      break;
+    case U'n':
+      actions_.next();
+      break;
+    case U'p':
+      actions_.previous();
+      break;
+    case U'r':
+    case U'R':
+      Refresh();
+      break;
+    case U'/':
+      if (!is_too_small()) {
+        finder_.emplace(actions_.find);
+      }
+      break;
+    case U'?':
+      helps_ = !is_too_small();
+      Arrange();
+      break;
+    default:
+      if (key.character >= U'1' && key.character <= U'9') {
+        Turn(key.character - U'1');
+      }
+      break;
+  }
+}
+
+std::vector<StyledLine> Screen::PartOf(const PlacedPart& part, Panel::Clock::time_point now,
+                                       stock::MarketStatus phase) {
+  Panel& panel = *panels_[part.panel];
+  const ChartSize inside{part.area.columns, std::max(part.area.rows - kAroundPicture, 0)};
+  std::vector<StyledLine> lines = panel.Picture(inside);
+  lines.resize(static_cast<std::size_t>(inside.rows));
+  lines.insert(lines.begin(), TitleLine(panel.Title(), part.panel == focus_, part.area.columns));
+  lines.push_back(StateLine(panel.Report(now, phase)));
+  for (StyledLine& line : lines) {
+    line = Fitted(line, part.area.columns);
+  }
+  return lines;
+}
+
+std::vector<StyledLine> Screen::Body(Panel::Clock::time_point now, stock::MarketStatus phase) {
+  const Area room = Room();
+  std::vector<StyledLine> body(static_cast<std::size_t>(room.rows));
+  for (const PlacedPart& part : placed_) {
+    const std::vector<StyledLine> lines = PartOf(part, now, phase);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      StyledLine& row = body[static_cast<std::size_t>(part.area.row - room.row) + i];
+      if (part.area.column > 0) {
+        row = Fitted(row, part.area.column - kPageGap);
+        row.push_back({" │ ", Tone::kDim});
+      }
+      row.insert(row.end(), lines[i].begin(), lines[i].end());
+    }
+  }
+  if (finder_) {
+    const ChartSize size{room.columns, std::min(kFinderRows, room.rows)};
+    std::vector<StyledLine> lines = finder_->Picture(size);
+    lines.push_back(TitleLine("", false, room.columns));
+    std::copy(lines.begin(), lines.begin() + std::min<std::ptrdiff_t>(std::ssize(lines), room.rows),
+              body.begin());
+  }
+  return body;
+}
+
+std::vector<StyledLine> Screen::Help() const {
+  std::vector<StyledLine> lines;
+  AddHints(lines, "Keys", kOwnKeys);
+  const std::vector<KeyHint> keys = panels_[focus_]->Keys();
+  if (!keys.empty()) {
+    AddHints(lines, panels_[focus_]->Title(), keys);
+  }
+  lines.resize(static_cast<std::size_t>(Room().rows));
+  return lines;
+}
+
+StyledLine Screen::HintLine() const {
+  if (!told_.empty()) {
+    return {{told_, Tone::kWarning}};
+  }
+  if (finder_) {
+    return {{"Enter selects   ↑ ↓ another one   Esc back", Tone::kDim}};
+  }
+  StyledLine line;
+  if (shown_.count(focus_) > 0) {
+    for (const KeyHint& hint : panels_[focus_]->Keys()) {
+      line.push_back({(line.empty() ? "" : "   ") + std::string(hint.keys)});
+      line.push_back({" " + std::string(hint.effect), Tone::kDim});
+    }
+  }
+  return line;
+}
+
+StyledLine Screen::PageLine() const {
+  StyledLine line;
+  for (std::size_t i = 0; i < pages_.size(); ++i) {
+    const std::string page = std::to_string(i + 1) + " " + std::string(pages_[i].name);
+    line.push_back(i == page_ ? Cell{"[" + page + "]", Tone::kStrong} : Cell{" " + page, Tone::kDim});
+  }
+  for (const std::string keys : {"/ find  ? keys  q quit", "? keys  q quit", "? keys"}) {
+    const int blanks = size_.columns - DisplayWidth(line) - DisplayWidth(keys);
+    if (blanks > 0) {
+      line.push_back({std::string(static_cast<std::size_t>(blanks), ' ')});
+      line.push_back({keys, Tone::kDim});
+      break;
+    }
+  }
+  return line;
+}
+
+std::vector<StyledLine> Screen::Picture(const ScreenHead& head, Panel::Clock::time_point now,
+                                        stock::MarketStatus phase) {
+  if (is_too_small()) {
+    return {{{"too small: " + std::to_string(size_.columns) + " by " + std::to_string(size_.rows) +
+                  ", at least " + std::to_string(kLeast.columns) + " by " + std::to_string(kLeast.rows),
+              Tone::kWarning}},
+            {{"q quit", Tone::kDim}}};
+  }
+  std::vector<StyledLine> lines = helps_ ? Help() : Body(now, phase);
+  lines.insert(lines.begin(), {head.indices, head.state});
+  lines.push_back(HintLine());
+  lines.push_back(PageLine());
+  for (StyledLine& line : lines) {
+    line = Fitted(line, size_.columns);
+  }
+  return lines;
+}
+
+}  // namespace cli
