@@ -332,18 +332,25 @@ TEST_F(PanelsTest, ofEventsScroll) {
   panel->Show();
   Await(*panel, PanelState::kLive);
   const std::vector<std::string> all = TextsOf(panel->Picture({200, 100000}));
-  ASSERT_GT(all.size(), 6U);
-  const ChartSize small{200, 4};
+  ASSERT_GT(all.size(), 2U);
+  // A row below the header.
+  const ChartSize small{200, 2};
   const auto row = [&] { return TextsOf(panel->Picture(small)).at(1); };
   EXPECT_EQ(row(), all[1]);
   Press(*panel, {KeyKind::kUp});
   EXPECT_EQ(row(), all[1]);
   Press(*panel, {KeyKind::kDown});
   EXPECT_EQ(row(), all[2]);
+  Press(*panel, {KeyKind::kUp});
+  EXPECT_EQ(row(), all[1]);
   Press(*panel, {KeyKind::kPageDown});
-  EXPECT_EQ(row(), all[5]);
+  EXPECT_EQ(row(), all[2]);
+  Press(*panel, {KeyKind::kPageUp});
+  EXPECT_EQ(row(), all[1]);
   Press(*panel, {KeyKind::kEnd});
-  EXPECT_EQ(row(), all[all.size() - 3]);
+  EXPECT_EQ(row(), all.back());
+  Press(*panel, {KeyKind::kDown});
+  EXPECT_EQ(row(), all.back());
   Press(*panel, {KeyKind::kHome});
   EXPECT_EQ(row(), all[1]);
 }

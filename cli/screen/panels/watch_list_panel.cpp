@@ -121,6 +121,9 @@ class WatchListPanel final : public FeedPanel<IOptionalStockMarket, Quotes, Sort
     return delivery.data.empty() ? "the server knows nothing of the watch list" : "";
   }
 
+  // Others ask the same endpoint: its answers say nothing about this list.
+  [[nodiscard]] std::string NothingText() const override { return {}; }
+
   [[nodiscard]] const OptionalMarketItem* AtCursor() const {
     return newest() != nullptr && cursor_.row() ? &newest()->data[*cursor_.row()] : nullptr;
   }
