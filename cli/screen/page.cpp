@@ -41,6 +41,7 @@ std::vector<int> Divide(const std::vector<Extent>& extents, int room, int gap) {
 template <class Items, class Min>
 std::vector<Extent> ExtentsOf(const Items& items, Min&& min) {
   std::vector<Extent> extents;
+  extents.reserve(items.size());
   for (const auto& item : items) {
     extents.push_back({min(item), item.share});
   }
