@@ -44,16 +44,28 @@ void RefuseMisplaced(const CLI::App& app, const CLI::App& command) {
   }
 }
 
+// The parser lets several pass when texts without meaning stand in front.
+void RefuseSeveral(const CLI::App& app) {
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  if (chosen.size() > 1) {
+    throw CLI::ExtrasError(app.get_name(), {chosen[1]->get_name()});
+  }
+  if (!chosen.empty()) {
+    RefuseSeveral(*chosen.front());
+  }
+}
+
 Runner Parse(CLI::App& app, int argc, const char* const* argv) {
   Runner live = SetUpLive(app);
-  const std::shared_ptr<const Runner> command = AddCommands(app, Commands());
+  const std::shared_ptr<const Runners> runners = AddCommands(app, Commands());
   app.parse(argc, argv);
+  RefuseSeveral(app);
   const auto chosen = app.get_subcommands();
   if (chosen.empty()) {
     return live;
   }
   RefuseMisplaced(app, *chosen.front());
-  return *command;
+  return runners->at(chosen.front());
 }
 
 // "csm --replay DIR --speed 5 index --json" is understood like "csm index --replay DIR --speed 5 --json".

@@ -3,6 +3,7 @@
 
 #include <CLI/App.hpp>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -23,9 +24,12 @@ struct Command {
   Runner (*set_up)(CLI::App& app);
 };
 
-/// Adds `commands` to `app`, each without its options: those are made when the command is met. Once `app` was
-/// parsed the result is the runner of the chosen one, empty if there is none.
-[[nodiscard]] std::shared_ptr<const Runner> AddCommands(CLI::App& app, const std::vector<Command>& commands);
+/// Of the commands that were met, each with its options.
+using Runners = std::map<const CLI::App*, Runner>;
+
+/// Adds `commands` to `app`, each without its options: those are made, with the runner, when the command is
+/// met. A line that is refused in the end may have met several.
+[[nodiscard]] std::shared_ptr<const Runners> AddCommands(CLI::App& app, const std::vector<Command>& commands);
 
 /// Adds `commands` to a command that is nothing without one of them. The runner is that of the chosen one.
 [[nodiscard]] Runner SetUpSubcommands(CLI::App& app, const std::vector<Command>& commands);

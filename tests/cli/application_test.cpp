@@ -62,6 +62,11 @@ TEST(Understand, refusesInOneLine) {
   }
 }
 
+// The options of the first command were gone when their values were read.
+TEST(Understand, refusesASecondCommandBehindTextsWithoutMeaning) {
+  EXPECT_EQ(Understood({"a", "--", "b", "flow", "600000", "index"}).code, kUsage);
+}
+
 // Options of one command are unknown to another, whichever stands first.
 TEST(Understand, knowsTheOptionsOfTheChosenCommandOnly) {
   EXPECT_TRUE(Understood({"serve", "--port", "1"}).run);
