@@ -165,14 +165,14 @@ class Subject final : public ITimerSubject<IUpdate1<Board>, StockRangeRankingTar
 
 void FixAndDeliverBoard(benchmark::State& state) {
   const std::string answer = bench::BoardAnswer(kMarket);
-  Board board = Decode(answer);
+  const auto board = std::make_shared<Board>(Decode(answer));
   BoardView view(kMarket);
   Subject subject;
   subject.Attach(&view);
   subject.SetTarget(&view, kTarget);
   subject.Resume(&view, false);
   bench::AgainstParser(state, answer, [&] {
-    for (StockMarketItem& item : board) {
+    for (StockMarketItem& item : *board) {
       quotes::HideZeros(item);
       quotes::HideBeforeOpening(
           item, stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime())));

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -128,24 +129,15 @@ class ITimerSubject {
   /// they attached. The list mutex is held throughout.
   void Deliver(const Key& key, const Data& data, CacheRule rule = CacheRule::kIfTargeted,
                Audience audience = Audience::kActive) {
-    boost::lock_guard<boost::mutex> lock(list_mutex_);
-    bool stored = false;
-    if (rule == CacheRule::kAlways) {
-      Store(key, data);
-      stored = true;
-    }
-    for (Obs* const obs : observers_) {
-      if (!HasTarget(obs, key)) {
-        continue;
-      }
-      if (!stored) {
-        Store(key, data);
-        stored = true;
-      }
-      if (audience == Audience::kAttached || !Contains(suspended_, obs)) {
-        obs->Update(data);
-      }
-    }
+    StoreAndTell(
+        key, data, [&data] { return std::make_shared<const Data>(data); }, rule, audience);
+  }
+
+  /// The same without a copy: the cache shares `data`, which is not null and which nobody changes any more.
+  void Deliver(const Key& key, const std::shared_ptr<const Data>& data,
+               CacheRule rule = CacheRule::kIfTargeted, Audience audience = Audience::kActive) {
+    StoreAndTell(
+        key, *data, [&data] { return data; }, rule, audience);
   }
 
   /// Tells every active observer with that key; the cache is left alone. The list mutex is held throughout.
@@ -205,9 +197,33 @@ class ITimerSubject {
     return found != targets_.end() && found->second == key;
   }
 
-  void Store(const Key& key, const Data& data) {
+  // `share` makes the pointer for the cache, when it is wanted.
+  template <class Share>
+  void StoreAndTell(const Key& key, const Data& data, Share share, CacheRule rule, Audience audience) {
+    boost::lock_guard<boost::mutex> lock(list_mutex_);
+    bool stored = false;
+    if (rule == CacheRule::kAlways) {
+      Store(key, share());
+      stored = true;
+    }
+    for (Obs* const obs : observers_) {
+      if (!HasTarget(obs, key)) {
+        continue;
+      }
+      if (!stored) {
+        Store(key, share());
+        stored = true;
+      }
+      if (audience == Audience::kAttached || !Contains(suspended_, obs)) {
+        obs->Update(data);
+      }
+    }
+  }
+
+  // What stood there before is let go behind the lock.
+  void Store(const Key& key, std::shared_ptr<const Data> data) {
     boost::lock_guard<boost::mutex> lock(cache_mutex_);
-    cache_.insert_or_assign(key, data);
+    cache_[key].swap(data);
     last_update_ = Now();
   }
 
@@ -243,7 +259,7 @@ class ITimerSubject {
   boost::mutex target_mutex_;  // guards targets_
   std::map<Obs*, Key> targets_;
   boost::mutex cache_mutex_;  // guards cache_ and last_update_
-  std::map<Key, Data> cache_;
+  std::map<Key, std::shared_ptr<const Data>> cache_;
   std::int64_t last_update_ = 0;
   std::list<std::pair<Obs*, boost::thread::id>> told_alone_;  // tellings under way outside the list mutex
   boost::condition_variable told_;                            // one of them has ended
@@ -336,7 +352,7 @@ bool ITimerSubject<Obs, Key, Data>::DeliverCached(Obs* obs, const Key& key) {
   if (found == cache_.end()) {
     return false;
   }
-  obs->Update(found->second);
+  obs->Update(*found->second);
   return true;
 }
 

@@ -5,10 +5,10 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "frame/polling.h"
+#include "frame/recycler.h"
 #include "host/clock.h"
 #include "quotes/directions.h"
 #include "quotes/presence.h"
@@ -37,8 +37,9 @@ class CStockMarket : public IStockMarket, protected frame::Gated {
   void FetchStockMarkets(const StockRangeRankingTarget& target);
   // Understand
   void OnAnswer(const StockRangeRankingTarget& target, bool ok, const char* body, std::size_t length);
-  std::shared_ptr<const Board> Remember(Board board);
+  void Remember(const std::shared_ptr<Board>& board);
 
+  frame::Recycler<Board> boards_;
   boost::mutex lock_;  // guards previous_ and the stamp of items_
   std::shared_ptr<const Board> previous_ = std::make_shared<Board>();
   request::ItemRequest items_{request::Fetch::kStockItems, lock_, gate_};
@@ -69,22 +70,23 @@ void CStockMarket::OnAnswer(const StockRangeRankingTarget& target, bool ok, cons
   if (!answer) {
     return;
   }
-  Board board = request::RecordReader<kBoardTable>::ReadAll(answer.DataArray());
-  for (StockMarketItem& item : board) {
+  const std::shared_ptr<Board> board = boards_.Take();
+  request::RecordReader<kBoardTable>::ReadInto(*board, answer.DataArray());
+  for (StockMarketItem& item : *board) {
     HideZeros(item);
     HideBeforeOpening(item,
                       stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime())));
   }
-  Deliver(target, *Remember(std::move(board)));
+  Remember(board);
+  Deliver(target, board);
 }
 
 // Sets the directions against the previous answer, whichever target it was for, and takes its place.
-std::shared_ptr<const Board> CStockMarket::Remember(Board board) {
-  const auto shared = std::make_shared<Board>(std::move(board));
+void CStockMarket::Remember(const std::shared_ptr<Board>& board) {
+  std::shared_ptr<const Board> earlier = board;  // in the end the one before, let go behind the lock
   const boost::lock_guard<boost::mutex> guard(lock_);
-  SetDirections(*shared, *previous_);
-  previous_ = shared;
-  return shared;
+  SetDirections(*board, *previous_);
+  previous_.swap(earlier);
 }
 
 }  // namespace

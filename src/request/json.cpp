@@ -8,6 +8,7 @@
 #include <QJsonValue>
 #include <QString>
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -17,8 +18,7 @@
 namespace request::json {
 namespace {
 
-using detail::Kind;
-using detail::Node;
+using detail::Token;
 
 void AppendUtf8(std::string& out, std::uint32_t code) {
   const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
@@ -104,16 +104,40 @@ std::uint32_t NextEscaped(const char*& at) {
   }
 }
 
-std::wstring Wide(std::string_view text, bool escaped) {
-  std::wstring wide;
-  wide.reserve(text.size());
+// A string of a document as it stands in the text.
+struct WrittenText {
+  std::string_view text;
+  bool escaped;
+};
+
+WrittenText TextAt(const char* at) {
+  if (*at == detail::kOwnText) {
+    return {detail::OwnTextAt(at), false};
+  }
+  const char* const begin = ++at;
+  bool escaped = false;
+  for (; *at != '"'; ++at) {
+    if (*at == '\\') {
+      escaped = true;
+      ++at;
+    }
+  }
+  return {{begin, static_cast<std::size_t>(at - begin)}, escaped};
+}
+
+void WidenInto(std::wstring& wide, const WrittenText& written) {
+  const std::string_view text = written.text;
+  // At most so many characters: every byte that does not continue another begins one.
+  wide.resize(static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; })));
   const char* at = text.data();
   const char* const end = at + text.size();
+  std::size_t length = 0;
   while (at != end) {
-    const std::uint32_t code = escaped && *at == '\\' ? NextEscaped(at) : NextCode(at);
-    wide += static_cast<wchar_t>(IsSurrogate(code) ? 0xFFFD : code);
+    const std::uint32_t code = written.escaped && *at == '\\' ? NextEscaped(at) : NextCode(at);
+    wide[length++] = static_cast<wchar_t>(IsSurrogate(code) ? 0xFFFD : code);
   }
-  return wide;
+  wide.resize(length);
 }
 
 // Orders UTF-8 texts by their UTF-16 code units: as by bytes, but surrogates stand before what follows them
@@ -131,14 +155,14 @@ bool Utf16Less(std::string_view left, std::string_view right) {
   return a < b;
 }
 
-// Copies what Qt's parser found.
+// Writes what Qt's parser found as a text of our own.
 class Copier {
  public:
-  Copier(std::vector<Node>& nodes, std::string& texts) : nodes_(nodes), texts_(texts) {}
+  Copier(std::vector<Token>& tokens, std::string& text) : tokens_(tokens), text_(text) {}
 
   void Copy(const QJsonObject& object) {
-    const std::size_t place = Begin(Kind::kObject);
-    std::uint32_t count = 0;
+    const std::size_t container = Begin('{');
+    Token count = 0;
     for (auto member = object.begin(); member != object.end(); ++member) {
       const QString key = member.key();
       if (!key.isEmpty() && key.front() == QLatin1Char(kRepeatedKeyMark)) {
@@ -148,15 +172,15 @@ class Copier {
       Copy(member.value());
       ++count;
     }
-    End(place, count);
+    End(container, count);
   }
 
   void Copy(const QJsonArray& array) {
-    const std::size_t place = Begin(Kind::kArray);
+    const std::size_t container = Begin('[');
     for (const QJsonValue& element : array) {
       Copy(element);
     }
-    End(place, static_cast<std::uint32_t>(array.size()));
+    End(container, static_cast<Token>(array.size()));
   }
 
  private:
@@ -171,61 +195,88 @@ class Copier {
       case QJsonValue::String:
         CopyText(value.toString());
         break;
-      case QJsonValue::Double: {
-        Node& node = nodes_.emplace_back();
-        node.kind = Kind::kNumber;
-        node.number = value.toDouble() + 0.0;
+      case QJsonValue::Double:
+        CopyNumber(value.toDouble() + 0.0);
         break;
-      }
       case QJsonValue::Bool:
-        nodes_.emplace_back().kind = value.toBool() ? Kind::kTrue : Kind::kFalse;
+        Put(value.toBool() ? 't' : 'f');
         break;
       case QJsonValue::Null:
-        nodes_.emplace_back().kind = Kind::kNull;
-        break;
       case QJsonValue::Undefined:
-        nodes_.emplace_back().kind = Kind::kUndefined;
+        Put('n');
         break;
     }
   }
 
   // Lone surrogates keep their three-byte form, so that different keys stay different.
   void CopyText(const QString& text) {
-    const std::size_t begin = texts_.size();
+    Put(detail::kOwnText);
+    const std::size_t begin = text_.size() + sizeof(Token);
+    text_.resize(begin);
     for (int place = 0; place < text.size(); ++place) {
       const QChar unit = text.at(place);
       if (unit.isHighSurrogate() && place + 1 < text.size() && text.at(place + 1).isLowSurrogate()) {
-        AppendUtf8(texts_, QChar::surrogateToUcs4(unit, text.at(++place)));
+        AppendUtf8(text_, QChar::surrogateToUcs4(unit, text.at(++place)));
       } else {
-        AppendUtf8(texts_, unit.unicode());
+        AppendUtf8(text_, unit.unicode());
       }
     }
-    Node& node = nodes_.emplace_back();
-    node.kind = Kind::kString;
-    node.text = {static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(texts_.size() - begin)};
+    const auto length = static_cast<Token>(text_.size() - begin);
+    std::memcpy(text_.data() + begin - sizeof(Token), &length, sizeof(length));
   }
 
-  std::size_t Begin(Kind kind) {
-    nodes_.emplace_back().kind = kind;
-    return nodes_.size() - 1;
+  void CopyNumber(double number) {
+    Put(detail::kOwnNumber);
+    text_.append(reinterpret_cast<const char*>(&number), sizeof(number));
   }
 
-  void End(std::size_t place, std::uint32_t count) {
-    nodes_[place].count = count;
-    nodes_[place].extent = static_cast<std::uint32_t>(nodes_.size() - place);
+  void Put(char lead) {
+    tokens_.push_back(static_cast<Token>(text_.size()));
+    text_ += lead;
   }
 
-  std::vector<Node>& nodes_;
-  std::string& texts_;
+  std::size_t Begin(char lead) {
+    const std::size_t container = tokens_.size();
+    Put(lead);
+    tokens_.resize(container + detail::kContents);
+    return container;
+  }
+
+  void End(std::size_t container, Token count) {
+    tokens_[container + detail::kCount] = count;
+    tokens_[container + detail::kExtent] = static_cast<Token>(tokens_.size() - container);
+  }
+
+  std::vector<Token>& tokens_;
+  std::string& text_;
 };
 
 }  // namespace
 
 std::wstring Value::Text() const {
-  if (kind() != Kind::kString) {
-    return {};
+  std::wstring text;
+  TextInto(text);
+  return text;
+}
+
+void Value::TextInto(std::wstring& out) const {
+  if (const char lead = Lead(); lead == '"' || lead == detail::kOwnText) {
+    WidenInto(out, TextAt(text_.data() + *token_));
+  } else {
+    out.clear();
   }
-  return Wide({text_ + node_->text.offset, node_->text.length}, node_->escaped);
+}
+
+double Value::Number() const {
+  const char lead = Lead();
+  if (lead == '-' || (lead >= '0' && lead <= '9')) {
+    return detail::PlainNumberAt(text_.substr(*token_));
+  }
+  double number = 0;
+  if (lead == detail::kOwnNumber) {
+    std::memcpy(&number, text_.data() + *token_ + 1, sizeof(number));
+  }
+  return number;
 }
 
 int Value::Integer() const {
@@ -241,17 +292,17 @@ Value Array::At(std::size_t index) const {
   if (index >= Size()) {
     return {};
   }
-  const Node* element = node_ + 1;
+  const Token* element = token_ + detail::kContents;
   for (; index > 0; --index) {
-    element += element->extent;
+    element = detail::Behind(element, text_);
   }
   return {element, text_};
 }
 
 Value Object::Member(std::string_view key) const {
   Value found;
-  ForEachUnordered([&](std::string_view name, const Value& value) {
-    if (name == key) {
+  ForEachUnordered([&](const Key& name, const Value& value) {
+    if (name.Is(key)) {
       found = value;
     }
   });
@@ -260,8 +311,8 @@ Value Object::Member(std::string_view key) const {
 
 std::vector<Object::Entry> Object::Sorted() const {
   std::vector<Entry> members;
-  ForEachUnordered([&members](std::string_view key, const Value& value) {
-    members.push_back({key, value.node_});
+  ForEachUnordered([&members](const Key& key, const Value& value) {
+    members.push_back({key.Text(), value.token_});
   });
   std::stable_sort(members.begin(), members.end(),
                    [](const Entry& left, const Entry& right) { return Utf16Less(left.key, right.key); });
@@ -274,12 +325,18 @@ std::vector<Object::Entry> Object::Sorted() const {
 
 Document Document::Parse(const char* text, std::size_t length) {
   Document document;
-  document.text_ = text;
-  if (detail::ReadPlain({text, length}, document.nodes_)) {
+  document.text_ = {text, length};
+  if (detail::ReadPlain(document.text_, document.tokens_)) {
     return document;
   }
-  document.nodes_ = {};
+  document.tokens_ = {};
   return ParseByQt(text, length);
+}
+
+Document Document::TooLarge() {
+  Document document;
+  document.error_ = QJsonParseError::DocumentTooLarge;
+  return document;
 }
 
 Document Document::ParseByQt(const char* text, std::size_t length) {
@@ -287,25 +344,29 @@ Document Document::ParseByQt(const char* text, std::size_t length) {
   const std::optional<std::string> apart = SetRepeatedKeysApart({text, length});
   const std::string_view bytes = apart ? std::string_view(*apart) : std::string_view(text, length);
   if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    document.error_ = QJsonParseError::DocumentTooLarge;
-    return document;
+    return TooLarge();
   }
   QJsonParseError error{};
   const QJsonDocument parsed =
       QJsonDocument::fromJson(QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())), &error);
   document.error_ = error.error;
   document.owned_ = true;
-  Copier copier(document.nodes_, document.texts_);
+  Copier copier(document.tokens_, document.own_text_);
   if (parsed.isObject()) {
     copier.Copy(parsed.object());
   } else if (parsed.isArray()) {
     copier.Copy(parsed.array());
   }
+  if (document.own_text_.size() > std::numeric_limits<Token>::max()) {
+    return TooLarge();
+  }
   return document;
 }
 
 std::wstring WideKey(std::string_view key) {
-  return Wide(key, false);
+  std::wstring wide;
+  WidenInto(wide, {key, false});
+  return wide;
 }
 
 }  // namespace request::json

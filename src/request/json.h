@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,25 +22,34 @@ class Object;
 
 namespace detail {
 
-enum class Kind : std::uint8_t { kUndefined, kNull, kFalse, kTrue, kNumber, kString, kArray, kObject };
+// A document is its text and a row of tokens in the order of the text. A token is the place in the text where
+// a value or a key begins; what stands there says what it is. A container has two tokens more, its extent and
+// its count, and is followed by its contents: values, or keys and values by turns.
+using Token = std::uint32_t;
 
-// One value, or one key, of a document. A container is followed by its contents: values, or keys and values
-// by turns.
-struct Node {
-  struct Range {
-    std::uint32_t offset;
-    std::uint32_t length;
-  };
+inline constexpr std::size_t kExtent = 1;    // tokens from the container to the next of the same outer one
+inline constexpr std::size_t kCount = 2;     // elements of an array, members of an object
+inline constexpr std::size_t kContents = 3;  // where they begin
 
-  Kind kind = Kind::kUndefined;
-  bool escaped = false;      // a string that holds escape sequences
-  std::uint32_t extent = 1;  // nodes from this one to the next of the same container
-  union {
-    double number = 0;
-    Range text;           // in the document's text
-    std::uint32_t count;  // elements of an array, members of an object
-  };
-};
+// What strings, keys and numbers begin with in a text of our own: there follow the length (a Token) and the
+// bytes, or the bytes of a double. No JSON begins so.
+inline constexpr char kOwnText = '\x01';
+inline constexpr char kOwnNumber = '\x02';
+
+[[nodiscard]] inline bool BeginsContainer(char lead) {
+  return lead == '{' || lead == '[';
+}
+
+[[nodiscard]] inline const Token* Behind(const Token* value, std::string_view text) {
+  return value + (BeginsContainer(text[*value]) ? value[kExtent] : 1);
+}
+
+/// The text that `kOwnText` begins at `at`.
+[[nodiscard]] inline std::string_view OwnTextAt(const char* at) {
+  Token length = 0;
+  std::memcpy(&length, at + 1, sizeof(length));
+  return {at + 1 + sizeof(length), length};
+}
 
 }  // namespace detail
 
@@ -48,16 +58,19 @@ class Value {
   /// No value: what a missing member reads as.
   Value() = default;
 
-  [[nodiscard]] bool IsUndefined() const { return node_ == nullptr; }
-  [[nodiscard]] bool IsNull() const { return kind() == detail::Kind::kNull; }
-  [[nodiscard]] bool IsArray() const { return kind() == detail::Kind::kArray; }
-  [[nodiscard]] bool IsObject() const { return kind() == detail::Kind::kObject; }
+  [[nodiscard]] bool IsUndefined() const { return token_ == nullptr; }
+  [[nodiscard]] bool IsNull() const { return Lead() == 'n'; }
+  [[nodiscard]] bool IsArray() const { return Lead() == '['; }
+  [[nodiscard]] bool IsObject() const { return Lead() == '{'; }
 
   /// The text of a string; empty for anything else.
   [[nodiscard]] std::wstring Text() const;
 
+  /// The same into a text whose memory is used again.
+  void TextInto(std::wstring& out) const;
+
   /// The number; 0.0 for anything else.
-  [[nodiscard]] double Number() const { return kind() == detail::Kind::kNumber ? node_->number : 0.0; }
+  [[nodiscard]] double Number() const;
 
   /// The number if it is a whole one that fits; 0 for anything else, 5.5 and 3000000000 included.
   [[nodiscard]] int Integer() const;
@@ -70,14 +83,39 @@ class Value {
   friend class Array;
   friend class Document;
   friend class Object;
-  Value(const detail::Node* node, const char* text) : node_(node), text_(text) {}
+  Value(const detail::Token* token, std::string_view text) : token_(token), text_(text) {}
 
-  [[nodiscard]] detail::Kind kind() const {
-    return node_ == nullptr ? detail::Kind::kUndefined : node_->kind;
+  // The first character of what it is in the text.
+  [[nodiscard]] char Lead() const { return token_ == nullptr ? '\0' : text_[*token_]; }
+
+  const detail::Token* token_ = nullptr;
+  std::string_view text_;
+};
+
+/// The key of a member.
+class Key {
+ public:
+  [[nodiscard]] bool Is(std::string_view name) const {
+    if (rest_.front() == detail::kOwnText) {
+      return Text() == name;
+    }
+    return rest_.size() > name.size() + 1 && rest_[name.size() + 1] == '"' &&
+           rest_.substr(1, name.size()) == name;
   }
 
-  const detail::Node* node_ = nullptr;
-  const char* text_ = nullptr;
+  /// In UTF-8.
+  [[nodiscard]] std::string_view Text() const {
+    if (rest_.front() == detail::kOwnText) {
+      return detail::OwnTextAt(rest_.data());
+    }
+    return rest_.substr(1, rest_.find('"', 1) - 1);  // a key holds no escapes
+  }
+
+ private:
+  friend class Object;
+  explicit Key(std::string_view rest) : rest_(rest) {}
+
+  std::string_view rest_;  // of the text, from the key on
 };
 
 class Array {
@@ -85,7 +123,7 @@ class Array {
   /// An empty array.
   Array() = default;
 
-  [[nodiscard]] std::size_t Size() const { return node_ == nullptr ? 0 : node_->count; }
+  [[nodiscard]] std::size_t Size() const { return token_ == nullptr ? 0 : token_[detail::kCount]; }
 
   /// Element `index`; undefined beyond the end. Walks there from the front: for a few elements of a short
   /// array.
@@ -94,22 +132,22 @@ class Array {
   /// Calls `visit(value)` for every element, in order.
   template <class Visitor>
   void ForEach(Visitor&& visit) const {
-    if (node_ == nullptr) {
+    if (token_ == nullptr) {
       return;
     }
-    const detail::Node* element = node_ + 1;
-    for (std::size_t left = node_->count; left > 0; --left) {
+    const detail::Token* element = token_ + detail::kContents;
+    for (std::size_t left = Size(); left > 0; --left) {
       visit(Value(element, text_));
-      element += element->extent;
+      element = detail::Behind(element, text_);
     }
   }
 
  private:
   friend class Value;
-  Array(const detail::Node* node, const char* text) : node_(node), text_(text) {}
+  Array(const detail::Token* token, std::string_view text) : token_(token), text_(text) {}
 
-  const detail::Node* node_ = nullptr;
-  const char* text_ = nullptr;
+  const detail::Token* token_ = nullptr;
+  std::string_view text_;
 };
 
 class Object {
@@ -123,25 +161,25 @@ class Object {
   [[nodiscard]] Array ArrayAt(std::string_view key) const { return Member(key).AsArray(); }
 
   /// This object as a value.
-  [[nodiscard]] Value Self() const { return Value(node_, text_); }
+  [[nodiscard]] Value Self() const { return Value(token_, text_); }
 
-  /// Calls `visit(key, value)` for every member, the key in UTF-8, in no certain order. A key that the text
+  /// Calls `visit(key, value)` for every member, the key as a `Key`, in no certain order. A key that the text
   /// repeats comes again, its last value last: fit for a visitor whose later calls replace its earlier ones.
   template <class Visitor>
   void ForEachUnordered(Visitor&& visit) const {
-    if (node_ == nullptr) {
+    if (token_ == nullptr) {
       return;
     }
-    const detail::Node* key = node_ + 1;
-    for (std::size_t left = node_->count; left > 0; --left) {
-      const detail::Node* const value = key + 1;
-      visit(std::string_view(text_ + key->text.offset, key->text.length), Value(value, text_));
-      key = value + value->extent;
+    const detail::Token* key = token_ + detail::kContents;
+    for (std::size_t left = token_[detail::kCount]; left > 0; --left) {
+      const detail::Token* const value = key + 1;
+      visit(Key(text_.substr(*key)), Value(value, text_));
+      key = detail::Behind(value, text_);
     }
   }
 
-  /// Calls `visit(key, value)` for every distinct key, ascending by its UTF-16 code units, with its last
-  /// value.
+  /// Calls `visit(key, value)` for every distinct key, in UTF-8, ascending by its UTF-16 code units, with its
+  /// last value.
   template <class Visitor>
   void ForEach(Visitor&& visit) const {
     for (const Entry& member : Sorted()) {
@@ -155,14 +193,14 @@ class Object {
 
   struct Entry {
     std::string_view key;
-    const detail::Node* value;
+    const detail::Token* value;
   };
 
-  Object(const detail::Node* node, const char* text) : node_(node), text_(text) {}
+  Object(const detail::Token* token, std::string_view text) : token_(token), text_(text) {}
   [[nodiscard]] std::vector<Entry> Sorted() const;
 
-  const detail::Node* node_ = nullptr;
-  const char* text_ = nullptr;
+  const detail::Token* token_ = nullptr;
+  std::string_view text_;
 };
 
 /// A parsed text.
@@ -191,23 +229,24 @@ class Document {
   [[nodiscard]] Array RootArray() const { return Outermost().AsArray(); }
 
  private:
+  [[nodiscard]] static Document TooLarge();
   [[nodiscard]] Value Outermost() const {
-    return nodes_.empty() ? Value() : Value(nodes_.data(), owned_ ? texts_.data() : text_);
+    return tokens_.empty() ? Value() : Value(tokens_.data(), owned_ ? own_text_ : text_);
   }
 
   int error_ = 0;
-  std::vector<detail::Node> nodes_;
-  const char* text_ = nullptr;  // the caller's bytes
-  bool owned_ = false;          // the strings stand in texts_ instead
-  std::string texts_;
+  std::vector<detail::Token> tokens_;
+  std::string_view text_;  // the caller's bytes
+  bool owned_ = false;     // the tokens are of own_text_ instead
+  std::string own_text_;
 };
 
 inline Object Value::AsObject() const {
-  return IsObject() ? Object(node_, text_) : Object();
+  return IsObject() ? Object(token_, text_) : Object();
 }
 
 inline Array Value::AsArray() const {
-  return IsArray() ? Array(node_, text_) : Array();
+  return IsArray() ? Array(token_, text_) : Array();
 }
 
 /// A key as wide text.

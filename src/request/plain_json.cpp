@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -35,8 +36,69 @@ const char* SkipDigits(const char* at, const char* end) {
   return at;
 }
 
+// Characters are looked at eight at a time where there are as many, the first in the lowest byte of a word:
+// short texts of changing length are passed without a branch for each.
+constexpr std::ptrdiff_t kWord = 8;
+
+bool HasWord(const char* at, const char* end) {
+  return std::endian::native == std::endian::little && end - at >= kWord;
+}
+
+std::uint64_t WordAt(const char* at) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, at, sizeof(word));
+  return word;
+}
+
+constexpr std::uint64_t EightTimes(char character) {
+  return 0x0101010101010101U * static_cast<unsigned char>(character);
+}
+
+constexpr std::uint64_t kTopBits = EightTimes('\x80');
+
+// Sets the top bits of the bytes that are no digits; all other bits are clear.
+std::uint64_t MarkOthersThanDigits(std::uint64_t word) {
+  const std::uint64_t values = word ^ EightTimes('0');
+  return (((values & ~kTopBits) + EightTimes(0x80 - 10)) | values) & kTopBits;
+}
+
+// Sets the top bit of the first byte that a string cannot hold as it is, or that is not ASCII. Behind that
+// one nothing is certain.
+std::uint64_t MarkOthersThanPlain(std::uint64_t word) {
+  const auto zeros = [](std::uint64_t bytes) { return bytes - EightTimes(1); };
+  return ((word - EightTimes(' ')) | zeros(word ^ EightTimes('"')) | zeros(word ^ EightTimes('\\')) | word) &
+         kTopBits;
+}
+
+std::ptrdiff_t BytesBeforeMark(std::uint64_t marks) {
+  return std::countr_zero(marks) / 8;
+}
+
+// The number that eight digits make, whose values the bytes of a word hold.
+std::uint64_t NumberOf(std::uint64_t values) {
+  values = (values * (1 + (10U << 8U))) >> 8U;
+  values = ((values & 0x00FF00FF00FF00FFU) * (1 + (100U << 16U))) >> 16U;
+  return ((values & 0x0000FFFF0000FFFFU) * (1 + (std::uint64_t{10000} << 32U))) >> 32U;
+}
+
+constexpr std::array<std::uint64_t, kWord + 1> kWholePowersOfTen = {
+    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+
 // Passes digits and appends them to `number`, which wraps.
 const char* TakeDigits(const char* at, const char* end, std::uint64_t& number) {
+  while (HasWord(at, end)) {
+    const std::uint64_t word = WordAt(at);
+    const std::ptrdiff_t count = BytesBeforeMark(MarkOthersThanDigits(word));
+    if (count == 0) {
+      return at;
+    }
+    const std::uint64_t values = (word ^ EightTimes('0')) << static_cast<unsigned>(8 * (kWord - count));
+    number = number * kWholePowersOfTen[static_cast<std::size_t>(count)] + NumberOf(values);
+    at += count;
+    if (count < kWord) {
+      return at;
+    }
+  }
   while (at != end && IsDigit(*at)) {
     number = number * 10 + static_cast<std::uint64_t>(*at - '0');
     ++at;
@@ -50,33 +112,79 @@ constexpr std::ptrdiff_t kExactDigits = 15;
 constexpr std::array<double, kExactDigits + 1> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                                1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
-// Passes one number. False for what is none, and for one that Qt's parser might read otherwise.
-bool PassNumber(const char*& at, const char* end, double& number) {
-  const char* const start = at;
-  const bool negative = at != end && *at == '-';
-  const char* const whole = negative ? at + 1 : at;
-  std::uint64_t digits = 0;
-  at = TakeDigits(whole, end, digits);
+// A number of fewer characters than a word, as most are, that a comma or bracket follows.
+struct BriefDecimal {
+  std::ptrdiff_t length = 0;  // 0: there is no such number
+  std::ptrdiff_t decimals = 0;
+  std::uint64_t word = 0;
+
+  BriefDecimal(const char* at, const char* end) {
+    if (!HasWord(at, end)) {
+      return;
+    }
+    word = WordAt(at);
+    std::uint64_t marks = MarkOthersThanDigits(word);
+    const std::ptrdiff_t whole = BytesBeforeMark(marks);
+    std::ptrdiff_t stop = whole;
+    if (whole < kWord && at[whole] == '.') {
+      marks &= marks - 1;
+      stop = BytesBeforeMark(marks);
+      decimals = stop - whole - 1;
+    }
+    const bool has_figures = whole > 0 && (whole == 1 || *at != '0') && (stop == whole || decimals > 0);
+    if (has_figures && stop < kWord && (at[stop] == ',' || at[stop] == '}' || at[stop] == ']')) {
+      length = stop;
+    }
+  }
+
+  [[nodiscard]] double Number() const {
+    const auto bits = [](std::ptrdiff_t bytes) { return static_cast<unsigned>(8 * bytes); };
+    std::uint64_t values = (word ^ EightTimes('0')) << bits(kWord - length);  // zeros in front
+    if (decimals > 0) {
+      // What stands in front of the point moves over it.
+      const std::uint64_t behind = ~std::uint64_t{0} << bits(kWord - decimals);
+      const std::uint64_t front = (values << 8U) & ~behind;
+      values = (values & behind) | front;
+    }
+    return static_cast<double>(NumberOf(values)) / kPowersOfTen[static_cast<std::size_t>(decimals)];
+  }
+};
+
+// A number as it is written.
+struct Decimal {
+  const char* begin = nullptr;
+  const char* end = nullptr;
+  std::uint64_t digits = 0;  // all of them as one number, which wraps
+  std::ptrdiff_t count = 0;
+  std::ptrdiff_t decimals = 0;
+  bool negative = false;
+  bool has_exponent = false;
+
+  // Any parser reads it as the same double.
+  [[nodiscard]] bool IsShort() const { return count <= kExactDigits && !has_exponent; }
+};
+
+// Passes one number. False for what is none.
+inline bool PassDecimal(const char*& at, const char* end, Decimal& decimal) {
+  decimal.begin = at;
+  decimal.negative = at != end && *at == '-';
+  const char* const whole = decimal.negative ? at + 1 : at;
+  at = TakeDigits(whole, end, decimal.digits);
   if (at == whole || (at - whole > 1 && *whole == '0')) {
     return false;
   }
-  std::ptrdiff_t count = at - whole;
-  std::ptrdiff_t decimals = 0;
+  decimal.count = at - whole;
   if (at != end && *at == '.') {
     const char* const fraction = ++at;
-    at = TakeDigits(fraction, end, digits);
+    at = TakeDigits(fraction, end, decimal.digits);
     if (at == fraction) {
       return false;
     }
-    decimals = at - fraction;
-    count += decimals;
-  }
-  if (count <= kExactDigits && (at == end || (*at != 'e' && *at != 'E'))) {
-    const double magnitude = static_cast<double>(digits) / kPowersOfTen[static_cast<std::size_t>(decimals)];
-    number = (negative ? -magnitude : magnitude) + 0.0;  // no negative zero
-    return true;
+    decimal.decimals = at - fraction;
+    decimal.count += decimal.decimals;
   }
   if (at != end && (*at == 'e' || *at == 'E')) {
+    decimal.has_exponent = true;
     ++at;
     if (at != end && (*at == '+' || *at == '-')) {
       ++at;
@@ -87,28 +195,37 @@ bool PassNumber(const char*& at, const char* end, double& number) {
       return false;
     }
   }
-  const auto [stop, error] = std::from_chars(start, at, number);
-  if (error != std::errc() || stop != at) {
+  decimal.end = at;
+  return true;
+}
+
+// False for a number that Qt's parser might read otherwise. No number is a negative zero.
+inline bool Convert(const Decimal& decimal, double& number) {
+  if (decimal.IsShort()) {
+    const double magnitude =
+        static_cast<double>(decimal.digits) / kPowersOfTen[static_cast<std::size_t>(decimal.decimals)];
+    number = (decimal.negative ? -magnitude : magnitude) + 0.0;
+    return true;
+  }
+  const auto [stop, error] = std::from_chars(decimal.begin, decimal.end, number);
+  if (error != std::errc() || stop != decimal.end) {
     return false;
   }
   if (number != 0 && std::fabs(number) < std::numeric_limits<double>::min()) {
     return false;
   }
-  number += 0.0;  // no negative zero
+  number += 0.0;
   return true;
 }
 
 class Reader {
  public:
-  Reader(std::string_view text, std::vector<Node>& nodes)
-      : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()), nodes_(nodes) {}
+  Reader(std::string_view text, std::vector<Token>& tokens)
+      : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()), tokens_(tokens) {}
 
   bool Read() {
     SkipBlanks();
-    if (at_ == end_ || (*at_ != '{' && *at_ != '[')) {
-      return false;
-    }
-    if (!Open()) {
+    if (at_ == end_ || !BeginsContainer(*at_) || !Open()) {
       return false;
     }
     while (!open_.empty()) {
@@ -121,42 +238,51 @@ class Reader {
   }
 
  private:
+  struct Container {
+    std::size_t token;
+    Token count;
+    bool is_object;
+  };
+
   // Reads one element or member of the innermost container, or its end.
   bool Step() {
-    Node& container = nodes_[open_.back()];
-    const bool is_object = container.kind == Kind::kObject;
+    Container& container = open_.back();
     SkipBlanks();
     if (at_ == end_) {
       return false;
     }
-    if (*at_ == (is_object ? '}' : ']')) {
-      // Behind a comma an end is no JSON.
-      return !after_comma_ && Close();
+    if (*at_ == (container.is_object ? '}' : ']')) {
+      return Close();
     }
-    if (container.count > 0 && !after_comma_) {
+    if (container.count > 0) {
       if (*at_ != ',') {
         return false;
       }
       ++at_;
-      after_comma_ = true;
-      return true;
+      SkipBlanks();
     }
-    after_comma_ = false;
     ++container.count;
-    return (!is_object || Key()) && AnyValue();
+    return (!container.is_object || Key()) && at_ != end_ && AnyValue();
   }
 
+  // Passes a key without escapes and the colon.
   bool Key() {
-    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark || !String() || nodes_.back().escaped) {
+    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark) {
       return false;
     }
+    AddToken();
+    ++at_;
+    if (!Characters() || *at_ != '"') {
+      return false;
+    }
+    ++at_;
     SkipBlanks();
     if (at_ == end_ || *at_ != ':') {
       return false;
     }
     ++at_;
     SkipBlanks();
-    return at_ != end_;
+    return true;
   }
 
   bool AnyValue() {
@@ -167,11 +293,11 @@ class Reader {
       case '"':
         return String();
       case 'n':
-        return Word("null", Kind::kNull);
+        return Word("null");
       case 't':
-        return Word("true", Kind::kTrue);
+        return Word("true");
       case 'f':
-        return Word("false", Kind::kFalse);
+        return Word("false");
       default:
         return Number();
     }
@@ -181,72 +307,83 @@ class Reader {
     if (open_.size() == kDeepest) {
       return false;
     }
-    open_.push_back(static_cast<std::uint32_t>(nodes_.size()));
-    Node& node = nodes_.emplace_back();
-    node.kind = *at_ == '{' ? Kind::kObject : Kind::kArray;
-    node.count = 0;
+    open_.push_back({tokens_.size(), 0, *at_ == '{'});
+    AddToken();
+    tokens_.resize(tokens_.size() + kContents - 1);
     ++at_;
     return true;
   }
 
   bool Close() {
-    nodes_[open_.back()].extent = static_cast<std::uint32_t>(nodes_.size()) - open_.back();
+    const Container& container = open_.back();
+    tokens_[container.token + kExtent] = static_cast<Token>(tokens_.size() - container.token);
+    tokens_[container.token + kCount] = container.count;
     open_.pop_back();
     ++at_;
     return true;
   }
 
-  bool Word(std::string_view word, Kind kind) {
+  bool Word(std::string_view word) {
     if (std::string_view(at_, static_cast<std::size_t>(end_ - at_)).substr(0, word.size()) != word) {
       return false;
     }
+    AddToken();
     at_ += word.size();
-    nodes_.emplace_back().kind = kind;
     return true;
   }
 
   bool Number() {
-    double number = 0;
-    if (!PassNumber(at_, end_, number)) {
-      return false;
+    AddToken();
+    if (const BriefDecimal brief(at_, end_); brief.length > 0) {
+      at_ += brief.length;
+      return true;
     }
-    Node& node = nodes_.emplace_back();
-    node.kind = Kind::kNumber;
-    node.number = number;
-    return true;
+    Decimal decimal;
+    double number = 0;
+    return PassDecimal(at_, end_, decimal) && (decimal.IsShort() || Convert(decimal, number));
   }
 
   bool String() {
-    const char* const start = ++at_;
-    bool escaped = false;
+    AddToken();
+    ++at_;
+    while (Characters()) {
+      if (*at_ == '"') {
+        ++at_;
+        return true;
+      }
+      if (!Escape()) {
+        return false;
+      }
+    }
+    return false;
+  }
+
+  void AddToken() { tokens_.push_back(static_cast<Token>(at_ - begin_)); }
+
+  // Passes characters of a string up to a quote or an escape. False for the end and for what no string holds.
+  bool Characters() {
     for (;;) {
+      if (HasWord(at_, end_)) {
+        const std::ptrdiff_t plain = BytesBeforeMark(MarkOthersThanPlain(WordAt(at_)));
+        at_ += plain;
+        if (plain == kWord) {
+          continue;
+        }
+      }
       if (at_ == end_) {
         return false;
       }
       const auto byte = static_cast<unsigned char>(*at_);
-      if (byte == '"') {
-        break;
-      }
-      if (byte < 0x20) {
-        return false;
-      }
-      if (byte == '\\') {
-        escaped = true;
-        if (!Escape()) {
+      if (byte >= 0x80) {
+        if (!Multibyte()) {
           return false;
         }
-      } else if (byte < 0x80) {
+      } else if (byte < 0x20 || byte == '"' || byte == '\\') {
+        return byte >= 0x20;
+      } else {
         ++at_;
-      } else if (!Multibyte()) {
-        return false;
       }
     }
-    Node& node = nodes_.emplace_back();
-    node.kind = Kind::kString;
-    node.escaped = escaped;
-    node.text = {static_cast<std::uint32_t>(start - begin_), static_cast<std::uint32_t>(at_ - start)};
-    ++at_;
-    return true;
   }
 
   bool Escape() {
@@ -319,34 +456,53 @@ class Reader {
   const char* begin_;
   const char* at_;
   const char* end_;
-  std::vector<Node>& nodes_;
-  std::vector<std::uint32_t> open_;  // containers around the present place
-  bool after_comma_ = false;
+  std::vector<Token>& tokens_;
+  std::vector<Container> open_;  // around the present place
 };
 
-// How many nodes a text will come to, by the marks in its first part: answers repeat the same rows. A guess
-// that is too small costs growth, which copies all nodes.
-std::size_t ExpectedNodes(std::string_view text) {
+// How many tokens a text will come to, by the marks in its first part: answers repeat the same rows. A guess
+// that is too small costs growth, which copies all tokens.
+std::size_t ExpectedTokens(std::string_view text) {
   constexpr std::size_t kSampleBytes = 32 * 1024;
   const std::string_view sample = text.substr(0, kSampleBytes);
   if (sample.empty()) {
     return 1;
   }
-  const auto marks = static_cast<std::size_t>(std::count_if(
-      sample.begin(), sample.end(), [](char c) { return c == ',' || c == ':' || c == '{' || c == '['; }));
+  std::size_t tokens = 0;
+  for (const char character : sample) {
+    if (BeginsContainer(character)) {
+      tokens += kContents;
+    } else if (character == ',' || character == ':') {
+      ++tokens;
+    }
+  }
   const double all =
-      static_cast<double>(marks) * static_cast<double>(text.size()) / static_cast<double>(sample.size());
+      static_cast<double>(tokens) * static_cast<double>(text.size()) / static_cast<double>(sample.size());
   return static_cast<std::size_t>(all * 1.05) + 8;
 }
 
 }  // namespace
 
-bool ReadPlain(std::string_view text, std::vector<Node>& nodes) {
-  if (text.size() >= std::numeric_limits<std::uint32_t>::max()) {
+bool ReadPlain(std::string_view text, std::vector<Token>& tokens) {
+  // Qt takes no longer text either, and the tokens of one of this length can still be counted by a token.
+  if (text.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
     return false;
   }
-  nodes.reserve(ExpectedNodes(text));
-  return Reader(text, nodes).Read();
+  tokens.reserve(ExpectedTokens(text));
+  return Reader(text, tokens).Read();
+}
+
+double PlainNumberAt(std::string_view text) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  if (const BriefDecimal brief(at, end); brief.length > 0) {
+    return brief.Number();
+  }
+  Decimal decimal;
+  double number = 0;
+  // Both hold, because the number was read before.
+  static_cast<void>(PassDecimal(at, end, decimal) && Convert(decimal, number));
+  return number;
 }
 
 bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
@@ -357,7 +513,8 @@ bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
   }
   ++at;
   for (std::size_t place = 0; place < numbers.size(); ++place) {
-    if (!PassNumber(at, end, numbers[place]) || at == end ||
+    Decimal decimal;
+    if (!PassDecimal(at, end, decimal) || !Convert(decimal, numbers[place]) || at == end ||
         *at != (place + 1 < numbers.size() ? ',' : ']')) {
       return false;
     }

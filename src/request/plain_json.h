@@ -10,10 +10,13 @@
 
 namespace request::json::detail {
 
-/// Fills `nodes` from `text`, an object or an array. False, with `nodes` in any state, when the text holds
+/// Fills `tokens` from `text`, an object or an array. False, with `tokens` in any state, when the text holds
 /// anything out of the plain: no JSON, escapes in a key, control characters, ill-formed UTF-8 or surrogates,
 /// numbers near the ends of the range, more than 1,024 levels.
-[[nodiscard]] bool ReadPlain(std::string_view text, std::vector<Node>& nodes);
+[[nodiscard]] bool ReadPlain(std::string_view text, std::vector<Token>& tokens);
+
+/// The number that `text` begins with, the rest of a text that `ReadPlain` has taken.
+[[nodiscard]] double PlainNumberAt(std::string_view text);
 
 /// Fills `numbers` from a text that is an array of exactly as many plain numbers, "[20240315,1.5,...]". False
 /// for everything else, JSON or not.

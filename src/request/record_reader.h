@@ -38,7 +38,7 @@ inline void Convert(const json::Value& value, std::int32_t& out) {
 
 template <class Record>
 void Fill(Text, Record& record, std::wstring Record::*member, const json::Value& value) {
-  record.*member = value.Text();
+  value.TextInto(record.*member);
 }
 
 template <class Record, class Type>
@@ -120,26 +120,37 @@ class RecordReader {
 
   /// Fills the members whose keys are there; the others keep what they hold.
   static void Fill(Record& record, const json::Object& object) {
-    object.ForEachUnordered([&record](std::string_view key, const json::Value& value) {
-      const std::uint32_t hash = detail::HashOf(key);
-      auto line =
-          std::lower_bound(kLines.begin(), kLines.end(), hash,
-                           [](const Line& entry, std::uint32_t wanted) { return entry.hash < wanted; });
-      for (; line != kLines.end() && line->hash == hash; ++line) {
-        if (line->key == key) {
-          line->fill(record, value);
-        }
-      }
-    });
+    Order order{};
+    Fill(record, object, order);
   }
 
   /// One record per element, in order; an element that is no object gives a default record.
   [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array) {
     std::vector<Record> records;
-    records.reserve(array.Size());
-    array.ForEach(
-        [&records](const json::Value& element) { Fill(records.emplace_back(), element.AsObject()); });
+    ReadInto(records, array);
     return records;
+  }
+
+  /// The same into records that are no longer wanted, whose memory is used again unless it is far too much.
+  static void ReadInto(std::vector<Record>& records, const json::Array& array) {
+    constexpr std::size_t kTooMuch = 4;
+    const std::size_t size = array.Size();
+    if (records.capacity() / kTooMuch > size) {
+      records = {};
+    }
+    const std::size_t used = std::min(records.size(), size);
+    records.resize(used);
+    records.reserve(size);
+    Order order{};
+    std::size_t place = 0;
+    array.ForEach([&](const json::Value& element) {
+      if (place < used) {
+        Clear(records[place]);
+      } else {
+        records.emplace_back();
+      }
+      Fill(records[place++], element.AsObject(), order);
+    });
   }
 
  private:
@@ -151,6 +162,57 @@ class RecordReader {
     void (*fill)(Record&, const json::Value&) = nullptr;
   };
 
+  // Makes it a default record; its texts and lists keep their memory.
+  static void Clear(Record& record) {
+    Record empty{};
+    ForEachMember(kTable, [&record, &empty](const auto& line) {
+      auto& used = record.*line.member;
+      auto& kept = empty.*line.member;
+      if constexpr (requires { used.capacity(); }) {
+        // Several lines may name one member: it is taken once.
+        if (used.capacity() > kept.capacity()) {
+          used = std::as_const(kept);
+          kept.swap(used);
+        }
+      }
+    });
+    record = std::move(empty);
+  }
+
+  // Rows of one answer are alike: which line was the next behind a line, or at the front (behind kSize), when
+  // it was last looked for.
+  using Order = std::array<std::size_t, kSize + 1>;
+
+  static void Fill(Record& record, const json::Object& object, Order& order) {
+    std::size_t before = kSize;
+    object.ForEachUnordered([&](const json::Key& key, const json::Value& value) {
+      if (!key.Is(kLines[order[before]].key)) {
+        const std::size_t found = FirstLine(key.Text());
+        if (found == kSize) {
+          return;
+        }
+        order[before] = found;
+      }
+      const std::size_t first = order[before];
+      before = first;
+      for (std::size_t line = first; line < kSize && kLines[line].key == kLines[first].key; ++line) {
+        kLines[line].fill(record, value);
+      }
+    });
+  }
+
+  // The first of the lines with that key; kSize for none.
+  static std::size_t FirstLine(std::string_view key) {
+    const std::uint32_t hash = detail::HashOf(key);
+    auto line = std::lower_bound(kLines.begin(), kLines.end(), hash,
+                                 [](const Line& entry, std::uint32_t wanted) { return entry.hash < wanted; });
+    while (line != kLines.end() && line->hash == hash && line->key != key) {
+      ++line;
+    }
+    return line != kLines.end() && line->hash == hash ? static_cast<std::size_t>(line - kLines.begin())
+                                                      : kSize;
+  }
+
   template <std::size_t kIndex>
   static void FillMember(Record& record, const json::Value& value) {
     constexpr const auto& kLine = std::get<kIndex>(kTable.members);
@@ -161,8 +223,9 @@ class RecordReader {
   static constexpr std::array<Line, kSize> MakeLines(std::index_sequence<kIndices...>) {
     std::array<Line, kSize> lines{Line{detail::HashOf(std::get<kIndices>(kTable.members).key),
                                        std::get<kIndices>(kTable.members).key, &FillMember<kIndices>}...};
-    std::sort(lines.begin(), lines.end(),
-              [](const Line& left, const Line& right) { return left.hash < right.hash; });
+    std::sort(lines.begin(), lines.end(), [](const Line& left, const Line& right) {
+      return left.hash != right.hash ? left.hash < right.hash : left.key < right.key;
+    });
     return lines;
   }
 

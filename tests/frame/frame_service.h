@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "frame/polling.h"
@@ -29,6 +30,9 @@ class FrameService : public FrameSubject {
   using FrameSubject::DeliverUncached;
   using FrameSubject::PollOnce;
   void Deliver(const std::wstring& key, int data) { FrameSubject::Deliver(key, data); }
+  void DeliverShared(const std::wstring& key, const std::shared_ptr<const int>& data) {
+    FrameSubject::Deliver(key, data);
+  }
   void DeliverAlwaysCached(const std::wstring& key, int data) {
     FrameSubject::Deliver(key, data, CacheRule::kAlways);
   }

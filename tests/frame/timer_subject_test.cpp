@@ -190,6 +190,21 @@ TEST_F(TimerSubject, resumeDeliversFreshDataInsideTheCall) {
   EXPECT_EQ(service.fetches, 0);
 }
 
+TEST_F(TimerSubject, holdsSharedDataInTheCacheUntilTheNext) {
+  const auto data = std::make_shared<const int>(7);
+  service.DeliverShared(L"k", data);
+  EXPECT_EQ(data.use_count(), 1) << "nobody has the key";
+  AttachActive(a, L"k");
+  service.DeliverShared(L"k", data);
+  EXPECT_EQ(a.Updates(), Numbers{7});
+  EXPECT_EQ(data.use_count(), 2);
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{7});
+  service.Deliver(L"k", 8);
+  EXPECT_EQ(data.use_count(), 1);
+}
+
 TEST_F(TimerSubject, resumeDeliversAtExactly300Milliseconds) {
   AttachActive(a, L"k");
   service.Deliver(L"k", 7);

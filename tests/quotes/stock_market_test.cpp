@@ -152,6 +152,30 @@ TEST_F(StockBoard, forgetsAllRowsWithAnEmptyAnswer) {
   EXPECT_EQ(view.Last()[0].last.direction, 0);
 }
 
+// The memory of a board goes to the one after the next: nothing of it may be seen there.
+TEST_F(StockBoard, showsNothingOfEarlierAnswers) {
+  Show(view, {1, 4, 2, 0, 49});
+  const std::string full =
+      R"({"code":"sh600000","name":"a longer name","last":10,"vol":5,"pe":3,"status":"1","b1p":9,"s5v":7})";
+  for (const std::string& rows : {full + "," + full, full, full + "," + full, std::string("{},{\"last\":9}"),
+                                  std::string("{\"b2p\":1}"), std::string("5,{}")}) {
+    host.Expect(Script("/pc/rt/get").Inline(Answer::Body(R"({"data":[)" + rows + "]}")));
+    service->Refresh();
+  }
+  const std::vector<Board> boards = view.Updates();
+  ASSERT_EQ(boards.size(), 6U);
+  EXPECT_EQ(boards[2], boards[0]);
+  StockMarketItem second;
+  second.last = {9, true, 0};
+  EXPECT_EQ(boards[3], (Board{{}, second}));
+  ASSERT_EQ(boards[4].size(), 1U);
+  EXPECT_EQ(boards[4][0].code, L"");
+  EXPECT_EQ(boards[4][0].bid_prices.size(), 5U);
+  EXPECT_FALSE(boards[4][0].bid_prices[0].present);
+  EXPECT_TRUE(boards[4][0].bid_prices[1].present && boards[4][0].ask_volumes.empty());
+  EXPECT_EQ(boards[5], Board(2));
+}
+
 TEST_F(StockBoard, comparesWithTheLatestGoodAnswer) {
   Show(view, {1, 4, 2, 0, 49});
   host.ExpectCodeLine(L"StockMarket::FetchStockMarkets Response Error Code: %d", 7);

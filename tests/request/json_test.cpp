@@ -156,6 +156,48 @@ TEST(JsonDoor, readsDamagedTextsAsQtDoes) {
   }
 }
 
+// Numbers of every length about the words that the plain reader looks at, with every end.
+TEST(JsonDoor, readsNumbersOfEveryLengthAsQtDoes) {
+  const std::string digits = "7382915604738291";
+  std::vector<std::string> numbers = {"00", "00.5",     "0.0",       "1..2", "1.2.3",
+                                      ".1", "1234567.", "12345678.", "-",    "--1"};
+  for (std::size_t whole = 0; whole <= digits.size(); ++whole) {
+    for (std::size_t decimals = 0; decimals <= digits.size(); ++decimals) {
+      const std::string number = digits.substr(0, whole) + "." + digits.substr(0, decimals);
+      for (const std::string& text : {number, "-" + number, "0" + number, number + "e3", number + "x"}) {
+        numbers.push_back(text);
+      }
+    }
+    numbers.push_back(digits.substr(0, whole));
+    numbers.push_back("-" + digits.substr(0, whole));
+    numbers.push_back(digits.substr(0, whole) + "E-2");
+  }
+  for (const std::string& number : numbers) {
+    for (const char* const end : {"]", ",1]", " ]", ",\"behind it\"]", "}", "", "    \n    ]", "]       x"}) {
+      const std::string text = "[" + number + end;
+      ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+    }
+    const std::string member = "{\"a\":" + number + "}";
+    ASSERT_EQ(qt_reference::Same(Parsed(member), qt_reference::Parse(member)), "") << member;
+  }
+}
+
+// Each byte that is out of the plain, at each place about a word, in a value and in a key.
+TEST(JsonDoor, readsStringsOfEveryLengthAsQtDoes) {
+  const std::vector<std::string> odd = {"",     "\"",       "\\",   "\\n",          "\x1F",    " ",
+                                        "\x7F", "\xC3\xA9", "\xFF", "\xE4\xB8\xAD", "\xE4\xB8"};
+  for (std::size_t before = 0; before <= 17; ++before) {
+    for (std::size_t behind = 0; behind <= 9; ++behind) {
+      for (const std::string& one : odd) {
+        const std::string string = "\"" + std::string(before, 'a') + one + std::string(behind, '!') + "\"";
+        for (const std::string& text : {"[" + string + "]", "{" + string + ":1}", "[" + string}) {
+          ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+        }
+      }
+    }
+  }
+}
+
 TEST(JsonDoor, givesTheCodesOfQt) {
   const std::vector<std::pair<std::string, QJsonParseError::ParseError>> codes = {
       {"{}", QJsonParseError::NoError},
@@ -204,6 +246,18 @@ TEST(JsonValue, isConvertedAsTheServicesNeedIt) {
   EXPECT_EQ(root.Member("object").AsArray().Size(), 0u);
   EXPECT_EQ(root.Member("object").AsObject().Member("a").Integer(), 1);
   EXPECT_TRUE(root.Member("array").AsObject().Member("a").IsUndefined());
+}
+
+TEST(JsonValue, writesItsTextIntoOneThatIsUsedAgain) {
+  const Document document = Parsed(R"(["sh600000","",5,"\u4e2d"])");
+  std::wstring text = L"something longer than any of them";
+  const wchar_t* const memory = text.data();
+  std::size_t place = 0;
+  for (const wchar_t* const expected : {L"sh600000", L"", L"", L"\x4E2D"}) {
+    document.RootArray().At(place++).TextInto(text);
+    EXPECT_EQ(text, expected);
+    EXPECT_EQ(text.data(), memory);
+  }
 }
 
 TEST(JsonValue, ofADefaultedObjectOrArrayIsUndefined) {

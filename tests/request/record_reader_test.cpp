@@ -23,6 +23,9 @@ struct Row {
   TrendValue trend;
   std::vector<BookLevel<float>> prices;
   std::vector<BookLevel<std::uint32_t>> volumes;
+  int unread = 5;  // by no line of the table
+
+  bool operator==(const Row&) const = default;
 };
 
 constexpr auto kRowTable = request::TableOf<Row>(
@@ -150,6 +153,71 @@ TEST(RecordReader, makesOneRecordPerElement) {
   EXPECT_EQ(rows[0].last, 1);
   for (const std::size_t index : {1U, 2U, 3U, 4U}) EXPECT_EQ(rows[index].last, -1) << index;
   EXPECT_EQ(rows[5].last, 3);
+}
+
+// Rows that are alike are read by a short cut, which no row may be led astray by.
+TEST(RecordReader, readsRowsOfOtherMembersAndOrdersAsEachAlone) {
+  const std::vector<std::string> texts = {
+      R"({"code":"a","last":1,"p1":2,"tick":3})",
+      R"({"code":"b","last":4,"p1":5,"tick":6})",
+      R"({"tick":7,"p1":8,"last":9,"code":"c"})",
+      R"({"code":"d","new":[{"last":1}],"last":10,"p5":11,"tick":12,"v2":13})",
+      R"({"code":"e","code":"f","last":14,"last":15})",
+      R"({})",
+      R"({"last":16,"l\u0061st":17,"code":"g"})",
+      R"({"las":18,"lastt":19,"last":20,"cod":"h"})",
+      R"({"code":"a","last":1,"p1":2,"tick":3})",
+  };
+  std::string all;
+  for (const std::string& text : texts) all += (all.empty() ? "[" : ",") + text;
+  all += "]";
+  const auto document = request::json::Document::Parse(all.data(), all.size());
+  const std::vector<Row> rows = request::RecordReader<kRowTable>::ReadAll(document.RootArray());
+  ASSERT_EQ(rows.size(), texts.size());
+  for (std::size_t row = 0; row < rows.size(); ++row) EXPECT_EQ(rows[row], RowOf(texts[row])) << texts[row];
+}
+
+TEST(RecordReader, leavesNothingOfRecordsThatAreUsedAgain) {
+  const std::vector<std::string> answers = {
+      R"([{"code":"a longer text","nullable":null,"p1":1,"v2":2,"tick":3},{"code":"another text","count":4}])",
+      R"([{},{"last":5,"p5":6},{"code":"third"}])",
+      R"([{"v2":7},5])",
+      R"([{"p1":8}])",
+      R"([])",
+      R"([{"code":"back"}])",
+  };
+  std::vector<Row> rows;
+  for (const std::string& text : answers) {
+    const auto document = request::json::Document::Parse(text.data(), text.size());
+    for (Row& row : rows) row.unread = 7;
+    request::RecordReader<kRowTable>::ReadInto(rows, document.RootArray());
+    EXPECT_EQ(rows, request::RecordReader<kRowTable>::ReadAll(document.RootArray())) << text;
+  }
+}
+
+TEST(RecordReader, usesTheMemoryOfRecordsAgainUnlessItIsFarTooMuch) {
+  const auto read = [](std::vector<Row>& rows, std::size_t count) {
+    std::string text;
+    for (std::size_t row = 0; row < count; ++row) {
+      text += std::string(row == 0 ? "[" : ",") + R"({"code":"a longer text","p1":1,"v2":2})";
+    }
+    text += "]";
+    const auto document = request::json::Document::Parse(text.data(), text.size());
+    request::RecordReader<kRowTable>::ReadInto(rows, document.RootArray());
+  };
+  std::vector<Row> rows;
+  read(rows, 100);
+  const Row* const first = rows.data();
+  const wchar_t* const code = rows[49].code.data();
+  const BookLevel<float>* const prices = rows[49].prices.data();
+  const BookLevel<std::uint32_t>* const volumes = rows[49].volumes.data();
+  read(rows, 50);
+  EXPECT_EQ(rows.data(), first);
+  EXPECT_EQ(rows[49].code.data(), code);
+  EXPECT_EQ(rows[49].prices.data(), prices);
+  EXPECT_EQ(rows[49].volumes.data(), volumes);
+  read(rows, 10);
+  EXPECT_LE(rows.capacity(), 40u);
 }
 
 TEST(RecordTable, isWalkedInItsOrder) {
