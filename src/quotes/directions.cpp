@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "request/code_index.h"
-
 namespace quotes {
 namespace {
+
+using request::CodeHashes;
 
 constexpr double kTolerance = 0.001;
 
@@ -39,16 +39,21 @@ void SetTicks(StockMarketItem& item, const StockMarketItem& earlier) {
 }
 
 template <class Item>
-void SetAll(std::vector<Item>& items, const std::vector<Item>& earlier) {
-  if (earlier.empty()) {
-    return;
-  }
-  const request::CodeIndex<Item> index(earlier);
-  for (Item& item : items) {
-    const std::size_t row = index.First(item.code);
+void SetAll(std::vector<Item>& items, const CodeHashes& hashes, const std::vector<Item>& earlier,
+            const CodeHashes& earlier_hashes) {
+  const request::CodeIndex<Item> index(earlier, earlier_hashes);
+  for (std::size_t place = 0; place < items.size(); ++place) {
+    const std::size_t row = index.First(items[place].code, hashes[place]);
     if (row != request::CodeIndex<Item>::kNone) {
-      SetTicks(item, earlier[row]);
+      SetTicks(items[place], earlier[row]);
     }
+  }
+}
+
+template <class Item>
+void SetAll(std::vector<Item>& items, const std::vector<Item>& earlier) {
+  if (!earlier.empty()) {
+    SetAll(items, request::HashesOfCodes(items), earlier, request::HashesOfCodes(earlier));
   }
 }
 
@@ -70,6 +75,13 @@ void SetDirections(std::vector<StockMarketItem>& items, const std::vector<StockM
 
 void SetDirections(std::vector<OptionalMarketItem>& items, const std::vector<OptionalMarketItem>& earlier) {
   SetAll(items, earlier);
+}
+
+void SetDirections(std::vector<StockMarketItem>& items, const CodeHashes& hashes,
+                   const std::vector<StockMarketItem>& earlier, const CodeHashes& earlier_hashes) {
+  if (!earlier.empty()) {
+    SetAll(items, hashes, earlier, earlier_hashes);
+  }
 }
 
 void SetDirections(StockMarketItem& item, const StockMarketItem& earlier) {

@@ -6,6 +6,7 @@
 
 #include "quotes/optional_stock_market.h"
 #include "quotes/stock_market_item.h"
+#include "request/code_index.h"
 
 namespace quotes {
 
@@ -13,6 +14,10 @@ namespace quotes {
 /// without one keep their directions.
 void SetDirections(std::vector<StockMarketItem>& items, const std::vector<StockMarketItem>& earlier);
 void SetDirections(std::vector<OptionalMarketItem>& items, const std::vector<OptionalMarketItem>& earlier);
+
+/// The same with the hashes of both sides' codes, which were taken while the rows were at hand.
+void SetDirections(std::vector<StockMarketItem>& items, const request::CodeHashes& hashes,
+                   const std::vector<StockMarketItem>& earlier, const request::CodeHashes& earlier_hashes);
 
 /// The same for a single quote and the quote before of the same code; for a stock also those of the levels of
 /// the order book that are present in both.

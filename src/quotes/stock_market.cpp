@@ -16,6 +16,7 @@
 #include "quotes/stock_market_service.h"
 #include "request/answer.h"
 #include "request/ask.h"
+#include "request/code_index.h"
 #include "request/item_request.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
@@ -24,6 +25,12 @@ namespace quotes {
 namespace {
 
 using Board = std::vector<StockMarketItem>;
+
+// A board as it was read.
+struct ReadBoard {
+  Board rows;
+  request::CodeHashes hashes;  // of the rows' codes
+};
 
 class CStockMarket : public IStockMarket, protected frame::Gated {
  public:
@@ -37,11 +44,11 @@ class CStockMarket : public IStockMarket, protected frame::Gated {
   void FetchStockMarkets(const StockRangeRankingTarget& target);
   // Understand
   void OnAnswer(const StockRangeRankingTarget& target, bool ok, const char* body, std::size_t length);
-  void Remember(const std::shared_ptr<Board>& board);
+  void Remember(const std::shared_ptr<ReadBoard>& board);
 
-  frame::Recycler<Board> boards_;
+  frame::Recycler<ReadBoard> boards_;
   boost::mutex lock_;  // guards previous_ and the stamp of items_
-  std::shared_ptr<const Board> previous_ = std::make_shared<Board>();
+  std::shared_ptr<const ReadBoard> previous_ = std::make_shared<ReadBoard>();
   request::ItemRequest items_{request::Fetch::kStockItems, lock_, gate_};
 };
 
@@ -70,22 +77,24 @@ void CStockMarket::OnAnswer(const StockRangeRankingTarget& target, bool ok, cons
   if (!answer) {
     return;
   }
-  const std::shared_ptr<Board> board = boards_.Take();
-  request::RecordReader<kBoardTable>::ReadInto(*board, answer.DataArray());
-  for (StockMarketItem& item : *board) {
-    HideZeros(item);
-    HideBeforeOpening(item,
-                      stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime())));
-  }
+  const std::shared_ptr<ReadBoard> board = boards_.Take();
+  board->hashes.clear();
+  request::RecordReader<kBoardTable>::ReadInto(
+      board->rows, answer.DataArray(), [&hashes = board->hashes](StockMarketItem& item) {
+        HideZeros(item);
+        HideBeforeOpening(
+            item, stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime())));
+        hashes.push_back(request::HashOfCode(item.code));
+      });
   Remember(board);
-  Deliver(target, board);
+  Deliver(target, std::shared_ptr<const Board>(board, &board->rows));
 }
 
 // Sets the directions against the previous answer, whichever target it was for, and takes its place.
-void CStockMarket::Remember(const std::shared_ptr<Board>& board) {
-  std::shared_ptr<const Board> earlier = board;  // in the end the one before, let go behind the lock
+void CStockMarket::Remember(const std::shared_ptr<ReadBoard>& board) {
+  std::shared_ptr<const ReadBoard> earlier = board;  // in the end the one before, let go behind the lock
   const boost::lock_guard<boost::mutex> guard(lock_);
-  SetDirections(*board, *previous_);
+  SetDirections(board->rows, board->hashes, previous_->rows, previous_->hashes);
   previous_.swap(earlier);
 }
 

@@ -2,6 +2,7 @@
 // match. Not thread-safe; made for one comparison of two answers and thrown away.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -10,13 +11,34 @@
 
 namespace request {
 
+/// What an index finds a code by.
+[[nodiscard]] inline std::uint32_t HashOfCode(std::wstring_view code) {
+  const std::uint64_t hash = std::hash<std::wstring_view>()(code);
+  return static_cast<std::uint32_t>(hash ^ (hash >> 32U));
+}
+
+/// The hashes of the codes of rows, in their order.
+using CodeHashes = std::vector<std::uint32_t>;
+
+template <class Record>
+[[nodiscard]] CodeHashes HashesOfCodes(const std::vector<Record>& rows) {
+  CodeHashes hashes(rows.size());
+  std::transform(rows.begin(), rows.end(), hashes.begin(),
+                 [](const Record& row) { return HashOfCode(row.code); });
+  return hashes;
+}
+
 /// An index of the codes of `rows`, records with a member `code`. The rows must outlive it.
 template <class Record>
 class CodeIndex {
  public:
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
-  explicit CodeIndex(const std::vector<Record>& rows) : rows_(rows), later_(rows.size(), kEnd) {
+  explicit CodeIndex(const std::vector<Record>& rows) : CodeIndex(rows, HashesOfCodes(rows)) {}
+
+  /// The same when the hashes of the rows' codes are known: the rows are hardly looked at.
+  CodeIndex(const std::vector<Record>& rows, const CodeHashes& hashes)
+      : rows_(rows), later_(rows.size(), kEnd) {
     std::size_t capacity = 16;
     while (capacity < rows.size() * 2) {
       capacity *= 2;
@@ -24,7 +46,7 @@ class CodeIndex {
     slots_.resize(capacity);
     // From the back, so that the first row of a code comes to stand in front.
     for (std::size_t row = rows.size(); row-- > 0;) {
-      const std::uint32_t hash = HashOf(rows[row].code);
+      const std::uint32_t hash = hashes[row];
       Slot& slot = slots_[Find(rows[row].code, hash)];
       slot.hash = hash;
       later_[row] = slot.first;
@@ -33,14 +55,15 @@ class CodeIndex {
     }
   }
 
-  /// The first row with that code.
-  [[nodiscard]] std::size_t First(std::wstring_view code) const {
-    return Row(slots_[Find(code, HashOf(code))].first);
+  /// The first row with that code, whose hash may be known.
+  [[nodiscard]] std::size_t First(std::wstring_view code) const { return First(code, HashOfCode(code)); }
+  [[nodiscard]] std::size_t First(std::wstring_view code, std::uint32_t hash) const {
+    return Row(slots_[Find(code, hash)].first);
   }
 
   /// The first row with that code that was not taken before; it is taken now.
   [[nodiscard]] std::size_t Take(std::wstring_view code) {
-    Slot& slot = slots_[Find(code, HashOf(code))];
+    Slot& slot = slots_[Find(code, HashOfCode(code))];
     const std::uint32_t row = slot.untaken;
     if (row != kEnd) {
       slot.untaken = later_[row];
@@ -56,11 +79,6 @@ class CodeIndex {
     std::uint32_t untaken = kEnd;
     std::uint32_t hash = 0;  // so that rows are looked at only when they are most likely the ones
   };
-
-  static std::uint32_t HashOf(std::wstring_view code) {
-    const std::uint64_t hash = std::hash<std::wstring_view>()(code);
-    return static_cast<std::uint32_t>(hash ^ (hash >> 32U));
-  }
 
   static std::size_t Row(std::uint32_t row) { return row == kEnd ? kNone : row; }
 

@@ -218,6 +218,17 @@ inline bool Convert(const Decimal& decimal, double& number) {
   return true;
 }
 
+// Passes one number. False for what is none, and for one that Qt's parser might read otherwise.
+bool PassNumber(const char*& at, const char* end, double& number) {
+  if (const BriefDecimal brief(at, end); brief.length > 0) {
+    at += brief.length;
+    number = brief.Number();
+    return true;
+  }
+  Decimal decimal;
+  return PassDecimal(at, end, decimal) && Convert(decimal, number);
+}
+
 class Reader {
  public:
   Reader(std::string_view text, std::vector<Token>& tokens)
@@ -494,14 +505,8 @@ bool ReadPlain(std::string_view text, std::vector<Token>& tokens) {
 
 double PlainNumberAt(std::string_view text) {
   const char* at = text.data();
-  const char* const end = at + text.size();
-  if (const BriefDecimal brief(at, end); brief.length > 0) {
-    return brief.Number();
-  }
-  Decimal decimal;
   double number = 0;
-  // Both hold, because the number was read before.
-  static_cast<void>(PassDecimal(at, end, decimal) && Convert(decimal, number));
+  static_cast<void>(PassNumber(at, at + text.size(), number));  // as it was passed before
   return number;
 }
 
@@ -513,8 +518,7 @@ bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
   }
   ++at;
   for (std::size_t place = 0; place < numbers.size(); ++place) {
-    Decimal decimal;
-    if (!PassDecimal(at, end, decimal) || !Convert(decimal, numbers[place]) || at == end ||
+    if (!PassNumber(at, end, numbers[place]) || at == end ||
         *at != (place + 1 < numbers.size() ? ',' : ']')) {
       return false;
     }

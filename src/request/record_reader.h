@@ -133,6 +133,12 @@ class RecordReader {
 
   /// The same into records that are no longer wanted, whose memory is used again unless it is far too much.
   static void ReadInto(std::vector<Record>& records, const json::Array& array) {
+    ReadInto(records, array, [](Record&) {});
+  }
+
+  /// And calls `on_record(record)` for each while it is at hand.
+  template <class OnRecord>
+  static void ReadInto(std::vector<Record>& records, const json::Array& array, OnRecord on_record) {
     constexpr std::size_t kTooMuch = 4;
     const std::size_t size = array.Size();
     if (records.capacity() / kTooMuch > size) {
@@ -149,7 +155,9 @@ class RecordReader {
       } else {
         records.emplace_back();
       }
-      Fill(records[place++], element.AsObject(), order);
+      Record& record = records[place++];
+      Fill(record, element.AsObject(), order);
+      on_record(record);
     });
   }
 
