@@ -142,7 +142,7 @@ class RecordReader {
     constexpr std::size_t kTooMuch = 4;
     const std::size_t size = array.Size();
     if (records.capacity() / kTooMuch > size) {
-      records = {};
+      records = std::vector<Record>();
     }
     const std::size_t used = std::min(records.size(), size);
     records.resize(used);
