@@ -95,7 +95,8 @@ class FaultMatrix : public testing::TestWithParam<market_server::FaultInfo> {
 
   void StartFault(const WholeClient& client) {
     const std::string name = GetParam().name;
-    const std::string pause = name.rfind("drip_", 0) == 0 ? "1000" : "";  // between two bytes
+    // Between two bytes: long enough that the shortest answer is not whole when its time is over.
+    const std::string pause = name.rfind("drip_", 0) == 0 ? (IsLongRun() ? "5000" : "1000") : "";
     if (GetParam().stage == "connect" || GetParam().stage == "clock") {
       server_.SetFaults({name});
       return;

@@ -413,10 +413,15 @@ TEST_F(QuotesTest, rankPlates) {
 
 // --- The latest request wins ---
 
+// Every answer comes so late that all has been asked by then, and every other one later still.
+std::vector<std::string> Overtaking(const std::string& path) {
+  return {"latency:" + path + ":1:1000", "reorder:" + path + ":1:150"};
+}
+
 TEST_F(QuotesTest, handOutTheLatestListOfItemsWhenAnswersOvertakeEachOther) {
   constexpr std::uint64_t kCalls = 8;
   const std::string path = "/pc/rt/stock_price_list";
-  options_.faults = {"reorder:" + path + ":1:150"};
+  options_.faults = Overtaking(path);
   StartAt(10, 30);
   const auto called = Receiver<std::uint64_t>();
   for (std::uint64_t call = 1; call <= kCalls; ++call) {
@@ -432,7 +437,7 @@ TEST_F(QuotesTest, handOutTheLatestListOfItemsWhenAnswersOvertakeEachOther) {
 TEST_F(QuotesTest, tellTheLatestPageOfAPlateWhenAnswersOvertakeEachOther) {
   constexpr std::uint32_t kPages = 8;
   const std::string path = "/pc/rt/get_bk_zone_list";
-  options_.faults = {"reorder:" + path + ":1:150"};
+  options_.faults = Overtaking(path);
   StartAt(10, 30);
   const std::wstring plate = expected::Wide(Plates(1).at(5)->security->code);
   // Once more when a round of the polling thread came in between.
