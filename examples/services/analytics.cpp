@@ -24,6 +24,14 @@ bool ShowUnusualEvents() {
   return !events.empty();
 }
 
+bool ShowPastEvents() {
+  const Once<std::list<StockUnusualEventItem>> events;
+  GetStockUnusualEvent()->FetchUnusualEvent(20240313, events);
+  const std::list<StockUnusualEventItem> day = events.Wait();
+  std::printf("%zu events on 2024-03-13\n", day.size());
+  return !day.empty();
+}
+
 bool ShowFlows() {
   View<StockInOutItem> view;
   IStockInOut* const flows = GetStockInOut();

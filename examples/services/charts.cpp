@@ -22,6 +22,19 @@ bool ShowMinuteLine() {
   return drawn;
 }
 
+bool ShowPastMinuteLines() {
+  const Once<StockMLineData> three_days;
+  GetStockMLine()->FetchHistoryMLine(L"sh600000", 20240313, 3, three_days);  // those that end with that day
+  const StockMLineData line = three_days.Wait();
+  for (const MLineDay& day : line.days) {
+    if (!day.points.empty()) {  // it was traded
+      std::printf("%u %zu minutes to %.2f  ", day.date, day.points.size(), day.points.back().price);
+    }
+  }
+  std::puts("");
+  return !line.days.empty();
+}
+
 bool ShowCandles() {
   View<StockKLineData> view;
   IStockKLine* const candles = GetStockKLine();
@@ -35,5 +48,16 @@ bool ShowCandles() {
                 today.date, today.open, today.close);
   }
   candles->Detach(&view);
+  return !line.candles.empty();
+}
+
+bool ShowMonths() {
+  const Once<StockKLineData> months;
+  GetStockKLine()->FetchKLine(L"sh600000", 3, 2, months);  // months, adjusted forward
+  const StockKLineData line = months.Wait();
+  if (!line.candles.empty()) {
+    std::printf("%zu months, the first %u, the last %u at %.2f\n", line.candles.size(),
+                line.candles.front().date, line.candles.back().date, line.candles.back().close);
+  }
   return !line.candles.empty();
 }

@@ -15,7 +15,7 @@
 namespace {
 
 struct Example {
-  const char* accessor;
+  const char* name;  // of the accessor, or of the operation that asks once
   bool (*show)();
 };
 
@@ -25,6 +25,7 @@ constexpr std::array kExamples{
     Example{"GetStockMarketState", ShowMarketState},
     Example{"GetIndexMarket", ShowIndexQuotes},
     Example{"GetStockMarket", ShowBoard},
+    Example{"FetchStockItems", ShowNamesOfABoard},
     Example{"GetSingleStockMarket", ShowSingleQuote},
     Example{"GetOptionalStockMarket", ShowWatchList},
     Example{"GetPlateMarket", ShowPlates},
@@ -33,8 +34,11 @@ constexpr std::array kExamples{
     Example{"GetStockRanking", ShowStockRanking},
     Example{"GetPlateRanking", ShowPlateRanking},
     Example{"GetStockMLine", ShowMinuteLine},
+    Example{"FetchHistoryMLine", ShowPastMinuteLines},
     Example{"GetStockKLine", ShowCandles},
+    Example{"FetchKLine", ShowMonths},
     Example{"GetStockUnusualEvent", ShowUnusualEvents},
+    Example{"FetchUnusualEvent", ShowPastEvents},
     Example{"GetStockInOut", ShowFlows},
     Example{"GetStrengthRating", ShowStrength},
     Example{"GetStockDistribution", ShowDistribution},
@@ -94,8 +98,8 @@ int main() {
     return 1;
   }
   int failures = 0;
-  for (const auto& [accessor, show] : kExamples) {
-    std::printf("%-23s ", accessor);
+  for (const auto& [name, show] : kExamples) {
+    std::printf("%-23s ", name);
     if (!show()) {
       std::puts("nothing came");
       ++failures;

@@ -38,6 +38,17 @@ bool ShowBoard() {
   return !rows.empty();
 }
 
+bool ShowNamesOfABoard() {
+  const Once<CodeNameList> names;
+  GetStockMarket()->FetchStockItems(1, 1, 4, names);  // by code, ascending, the growth board
+  const CodeNameList list = names.Wait();
+  if (!list.empty()) {
+    std::printf("%zu stocks, the first %ls %ls\n", list.size(), list[0].first.c_str(),
+                list[0].second.c_str());
+  }
+  return !list.empty();
+}
+
 bool ShowSingleQuote() {
   View<StockMarketItem> view;
   ISingleStockMarket* const market = GetSingleStockMarket();

@@ -1,11 +1,13 @@
 // One example for each service of the module, one page for each folder of src/. Each of them attaches a view,
-// says what it shows, gets one record, prints one line of it and detaches; it returns false when nothing
-// came. They run on the main thread, one after the other; docs/use.md quotes them.
+// says what it shows, gets one record, prints one line of it and detaches; those with a call-back ask once.
+// Each returns false when nothing came. They run on the main thread, one after the other; docs/use.md quotes
+// them.
 #pragma once
 
 // quotes.cpp
 bool ShowIndexQuotes();
 bool ShowBoard();
+bool ShowNamesOfABoard();
 bool ShowSingleQuote();
 bool ShowWatchList();
 bool ShowPlates();
@@ -18,10 +20,13 @@ bool ShowPlateRanking();
 
 // charts.cpp
 bool ShowMinuteLine();
+bool ShowPastMinuteLines();
 bool ShowCandles();
+bool ShowMonths();
 
 // analytics.cpp
 bool ShowUnusualEvents();
+bool ShowPastEvents();
 bool ShowFlows();
 bool ShowStrength();
 bool ShowDistribution();

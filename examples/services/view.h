@@ -1,8 +1,9 @@
-// The view of the examples: what a window would draw, it keeps until the main thread asks for it.
+// What the examples receive with. What a window would draw, they keep until the main thread asks for it.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -29,4 +30,15 @@ class View final : public IUpdate1<Data> {
   std::mutex mutex_;  // guards newest_
   std::condition_variable arrived_;
   std::optional<Data> newest_;
+};
+
+/// A call-back for what is asked for once. Its copies share the record, so that a late call finds its place.
+template <class Data>
+class Once {
+ public:
+  void operator()(const Data& data) const { view_->Update(data); }
+  [[nodiscard]] Data Wait() const { return view_->Wait(); }
+
+ private:
+  std::shared_ptr<View<Data>> view_ = std::make_shared<View<Data>>();
 };

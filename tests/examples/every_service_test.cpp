@@ -52,7 +52,7 @@ TEST_F(EveryServiceExample, endsWellAndLeavesNothingBehind) {
   EXPECT_EQ(exit_code_, 0) << errors_;
   EXPECT_EQ(errors_, "");
   EXPECT_FALSE(left_behind_);
-  EXPECT_EQ(lines_.size(), 20U);
+  EXPECT_EQ(lines_.size(), 24U);
 }
 
 TEST_F(EveryServiceExample, showsTheThreeIndices) {
@@ -81,6 +81,7 @@ TEST_F(EveryServiceExample, showsOnePriceOfOneStockEverywhere) {
   Figures("GetStockMLine", "sh600000 20240314 211 minutes, the last 1430 at " + last + ", average " + kPrice);
   Figures("GetStockKLine", "sh600000 \\d+ days, the last 20240314 from " + kPrice + " to " + last);
   EXPECT_EQ(lines_["GetCurrentStock"], quote[1]);
+  Figures("FetchKLine", "\\d+ months, the first \\d{8}, the last 20240314 at " + last);
 }
 
 TEST_F(EveryServiceExample, showsTheWatchListWithPlatesTheCheapestFirst) {
@@ -113,6 +114,13 @@ TEST_F(EveryServiceExample, showsEventsFlowsAndAPastDay) {
 TEST_F(EveryServiceExample, showsWhatIsAskedForOnce) {
   Figures("GetMarginTrade", R"([1-9]\d* days, the last 20240313: balance [1-9]\d{11,}, change [+-][1-9]\d*)");
   Figures("GetStockPurchase", R"([1-9]\d* issues, \S+ on 20\d\d-\d\d-\d\d at [1-9]\d*\.\d\d)");
+}
+
+TEST_F(EveryServiceExample, showsWhatACallbackGets) {
+  Figures("FetchStockItems", R"([1-9]\d* stocks, the first sz30\d{4} \S+)");
+  Figures("FetchHistoryMLine", "20240311 241 minutes to " + kPrice + "  20240312 241 minutes to " + kPrice +
+                                   "  20240313 241 minutes to " + kPrice + " *");
+  Figures("FetchUnusualEvent", "[1-9]\\d* events on 2024-03-13");
 }
 
 TEST_F(EveryServiceExample, showsTheListsAndThePhase) {
