@@ -225,20 +225,14 @@ TEST_F(Download, manyAtOnceToOnePathLeaveOneWholeFile) {
 class KilledReplacement : public testing::TestWithParam<ReplaceStep> {};
 
 TEST_P(KilledReplacement, leavesOldOrNewAndWhatIsLeftIsSwept) {
-  const TemporaryDirectory directory;
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const TemporaryDirectory directory("HOST_TEST_REPLACED");
   const std::string path = directory.Path("kline/sh600000/day.bfq.dat");
   host_test::WriteFile(path, "old");
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
-  // The child of a threadsafe death test runs this body anew, in a directory of its own.
-  const char* const shared = std::getenv("HOST_TEST_REPLACED");
-  if (shared == nullptr) {
-    setenv("HOST_TEST_REPLACED", path.c_str(), 1);
-  }
-  const std::string target = shared == nullptr ? path : shared;
   EXPECT_EXIT(
       {
         std::string error;
-        const bool replaced = ReplaceFile(target, "new", error, [](ReplaceStep step) {
+        const bool replaced = ReplaceFile(path, "new", error, [](ReplaceStep step) {
           if (step == GetParam()) {
             std::_Exit(5);
           }
@@ -246,7 +240,6 @@ TEST_P(KilledReplacement, leavesOldOrNewAndWhatIsLeftIsSwept) {
         std::_Exit(replaced ? 6 : 7);
       },
       testing::ExitedWithCode(5), "");
-  unsetenv("HOST_TEST_REPLACED");
 
   const bool renamed = GetParam() == ReplaceStep::kRenamed;
   EXPECT_EQ(ReadFile(path), renamed ? "new" : "old");

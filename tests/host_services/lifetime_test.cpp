@@ -298,9 +298,9 @@ TEST(Lifetime, startRefusesWhatCannotWork) {
 // The process may end while everything runs: exit() must neither crash nor hang.
 TEST(LifetimeDeathTest, exitWithServicesRunningEndsWell) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const TemporaryDirectory directory("HOST_TEST_ENDED");
   EXPECT_EXIT(
       {
-        const TemporaryDirectory directory;
         std::string error;
         static LoopbackServer* const silent = new LoopbackServer(Silent());
         static Answers* const answers = new Answers;

@@ -10,14 +10,37 @@
 
 namespace host_test {
 
-TemporaryDirectory::TemporaryDirectory()
-    : path_(std::filesystem::temp_directory_path().string() + "/host_test.XXXXXX") {
-  if (mkdtemp(path_.data()) == nullptr) {
+namespace {
+
+std::string MakeDirectory() {
+  std::string path = std::filesystem::temp_directory_path().string() + "/host_test.XXXXXX";
+  if (mkdtemp(path.data()) == nullptr) {
     throw std::runtime_error("no temporary directory");
   }
+  return path;
+}
+
+}  // namespace
+
+TemporaryDirectory::TemporaryDirectory() : path_(MakeDirectory()) {}
+
+TemporaryDirectory::TemporaryDirectory(const char* shared_through) : shared_through_(shared_through) {
+  if (const char* const parents = std::getenv(shared_through)) {
+    path_ = parents;
+    owned_ = false;
+    return;
+  }
+  path_ = MakeDirectory();
+  setenv(shared_through, path_.c_str(), 1);
 }
 
 TemporaryDirectory::~TemporaryDirectory() {
+  if (!owned_) {
+    return;
+  }
+  if (shared_through_ != nullptr) {
+    unsetenv(shared_through_);
+  }
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
 }

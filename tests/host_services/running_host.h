@@ -11,6 +11,9 @@ namespace host_test {
 class TemporaryDirectory {
  public:
   TemporaryDirectory();
+  /// For a "threadsafe" death test, whose child runs the body anew and ends without destructors: the child gets the
+  /// parent's directory, named by the environment variable `shared_through`, and leaves it to the parent.
+  explicit TemporaryDirectory(const char* shared_through);
   ~TemporaryDirectory();
   TemporaryDirectory(const TemporaryDirectory&) = delete;
   TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
@@ -18,6 +21,8 @@ class TemporaryDirectory {
 
  private:
   std::string path_;
+  const char* shared_through_ = nullptr;
+  bool owned_ = true;
 };
 
 [[nodiscard]] std::string ReadFile(const std::string& path);
