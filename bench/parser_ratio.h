@@ -38,35 +38,57 @@ inline void ParseAlone(const std::string& answer) {
       QJsonDocument::fromJson(QByteArray::fromRawData(answer.data(), static_cast<int>(answer.size()))));
 }
 
+/// Rounds of the parser alone and of `worked`, which gives the processor seconds of its own `runs` runs, turn
+/// by turn.
+template <class Worked>
+void CompareRounds(benchmark::State& state, const std::string& answer, std::size_t runs, Worked worked,
+                   double parts) {
+  constexpr std::size_t kParserRounds = 9;
+  std::vector<double> parser;
+  std::vector<double> rounds;
+  for ([[maybe_unused]] auto round : state) {
+    if (parser.size() < kParserRounds) {
+      parser.push_back(ProcessorSeconds([&] {
+        for (std::size_t run = 0; run < runs; ++run) {
+          ParseAlone(answer);
+        }
+      }));
+    }
+    rounds.push_back(worked());
+    state.SetIterationTime(rounds.back());
+  }
+  if (!rounds.empty()) {
+    state.counters["of_parser"] = Median(rounds) / parts / Median(parser);
+    state.counters["runs_a_round"] = static_cast<double>(runs);
+  }
+}
+
 /// Runs `work` in rounds, whose processor time is the benchmark's (register with `UseManualTime`): one run a
 /// round, for a short answer many, so that reading the clock does not count. The counter "of_parser" is the
 /// median of `work`, divided by `parts`, over the median of the parser alone.
 template <class Work>
 void AgainstParser(benchmark::State& state, const std::string& answer, Work work, double parts = 1) {
-  constexpr std::size_t kParserRounds = 9;
   constexpr std::size_t kRoundBytes = 50'000;
   const std::size_t runs = 1 + kRoundBytes / answer.size();
-  const auto seconds_of = [runs](auto&& one) {
+  const auto worked = [&work, runs] {
     return ProcessorSeconds([&] {
-             for (std::size_t run = 0; run < runs; ++run) {
-               one();
-             }
-           }) /
-           static_cast<double>(runs);
+      for (std::size_t run = 0; run < runs; ++run) {
+        work();
+      }
+    });
   };
-  std::vector<double> parser;
-  std::vector<double> worked;
-  for ([[maybe_unused]] auto round : state) {
-    if (parser.size() < kParserRounds) {
-      parser.push_back(seconds_of([&answer] { ParseAlone(answer); }));
-    }
-    worked.push_back(seconds_of(work));
-    state.SetIterationTime(worked.back() * static_cast<double>(runs));
-  }
-  if (!worked.empty()) {
-    state.counters["of_parser"] = Median(worked) / parts / Median(parser);
-    state.counters["runs_a_round"] = static_cast<double>(runs);
-  }
+  CompareRounds(state, answer, runs, worked, parts);
+}
+
+/// The same for work on a long answer that needs a fresh object each time: `prepare` makes it and is not
+/// counted.
+template <class Prepare, class Work>
+void AgainstParserPrepared(benchmark::State& state, const std::string& answer, Prepare prepare, Work work) {
+  const auto worked = [&prepare, &work] {
+    prepare();
+    return ProcessorSeconds(work);
+  };
+  CompareRounds(state, answer, 1, worked, 1);
 }
 
 }  // namespace bench
