@@ -32,8 +32,11 @@ class CPlateStockMarket : public IPlateStockMarket, protected frame::Gated {
   void OnAnswer(const PlateStockRankingTarget& target, std::int64_t stamp, bool ok, const char* body,
                 std::size_t length);
 
-  boost::mutex lock_;  // guards the two members below
+  boost::mutex lock_;  // guards the member below
   request::Stamp latest_request_;
+  boost::mutex
+      order_;  // guards the two members below; answers are told one at a time. Taken before the list mutex.
+  std::int64_t published_request_ = 0;
   PlateStockMarketData latest_answer_;
 };
 
@@ -77,11 +80,14 @@ void CPlateStockMarket::OnAnswer(const PlateStockRankingTarget& target, std::int
   PlateStockMarketData data;
   data.total_num = answer.Root().Member("total_num").Integer();
   data.stocks = request::RecordReader<ranking::kStockMarketSummaryTable>::ReadAll(answer.DataArray());
-  {
-    const boost::lock_guard<boost::mutex> guard(lock_);
-    latest_answer_ = data;
+  // Two answers may be read at once: the newer one is not taken back by the older.
+  const boost::lock_guard<boost::mutex> guard(order_);
+  if (stamp < published_request_) {
+    return;
   }
-  Deliver(target, data);
+  published_request_ = stamp;
+  latest_answer_ = std::move(data);
+  Deliver(target, latest_answer_);
 }
 
 }  // namespace

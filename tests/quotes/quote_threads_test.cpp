@@ -123,6 +123,35 @@ TEST_F(QuotesUnderLoad, stocksOfAPlate) {
                                           Keys<PlateStockRankingTarget>{key(1), key(2), key(3), key(4)});
 }
 
+// The page of an older request, which takes long to read, against that of a newer one on another thread.
+TEST_F(QuotesUnderLoad, theNewestPageOfAPlateStaysTheLast) {
+  const std::unique_ptr<IPlateStockMarket> service(quotes::MakePlateStockMarket());
+  RecordingObserver<PlateStockMarketData> view;
+  service->Attach(&view);
+  service->SetTarget(&view, {L"bk1001", 4, 2, 0, 9});
+  service->Resume(&view, false);
+  std::string rows = "{}";
+  for (int row = 1; row < 3000; ++row) rows += ",{}";
+  const Answer older = Answer::Body(R"({"total_num":1,"data":[)" + rows + "]}");
+  const Answer newer = Answer::Body(R"({"total_num":2,"data":[]})");
+  for (int cycle = 0; cycle < kCycles; ++cycle) {
+    std::atomic<bool> reads{false};
+    host.Expect(Script("/pc/rt/get_bk_zone_list").OnWorker(0, [&](const Request&) {
+      reads = true;
+      return older;
+    }));
+    service->Refresh();
+    while (!reads) std::this_thread::yield();
+    // Now and then the older answer has been found to be the latest by now, and is being read.
+    for (int turn = 0; turn < cycle % 50; ++turn) std::this_thread::yield();
+    host.Expect(Script("/pc/rt/get_bk_zone_list").OnWorker(1, newer));
+    service->Refresh();
+    host.Settle();
+    ASSERT_EQ(view.Last().total_num, 2) << cycle;
+  }
+  service->Detach(&view);
+}
+
 TEST_F(QuotesUnderLoad, watchListsThatChange) {
   host.SetTaskMode(ScriptedHost::TaskMode::kWorker, 1);
   host.SetWatchList({L"sh600000"});
