@@ -3,6 +3,7 @@
 #include "quotes/optional_stock_market.h"
 
 #include <algorithm>
+#include <atomic>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <cstdint>
@@ -43,6 +44,9 @@ std::wstring FirstPlateOf(const std::wstring& code) {
 class COptionalStockMarket : public IOptionalStockMarket, protected frame::Gated {
  public:
   void Fetch() override;
+  /// A round is left out while the rows of an answer are read: that may wait for the plates, and rounds that
+  /// went on asking would take one of the host's threads after the other.
+  void OnTimer() override;
   void FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) override;
 
  private:
@@ -73,12 +77,13 @@ class COptionalStockMarket : public IOptionalStockMarket, protected frame::Gated
   void FetchStockMarkets(const Codes& codes);
   // Understand
   void OnAnswer(bool ok, const char* body, std::size_t length);
-  static Items ReadItems(const request::json::Array& list);
+  Items ReadItems(const request::json::Array& list);
   std::shared_ptr<const Items> Remember(Items items);
   // Tell
   void Publish(const Items& items);
   Items SpareCopyLocked();
 
+  std::atomic<int> reading_ = 0;     // answers whose rows are being read
   std::vector<Items> spare_copies_;  // of the answer before, for their memory; guarded by the list mutex
   boost::mutex lock_;                // guards the three members below
   Codes watch_list_;
@@ -109,6 +114,12 @@ void COptionalStockMarket::Fetch() {
   FetchStockMarkets(codes);
 }
 
+void COptionalStockMarket::OnTimer() {
+  if (reading_ == 0) {
+    Fetch();
+  }
+}
+
 void COptionalStockMarket::FetchStockMarkets(const Codes& codes) {
   if (codes.empty()) {
     return;
@@ -125,6 +136,12 @@ void COptionalStockMarket::OnAnswer(bool ok, const char* body, std::size_t lengt
 }
 
 Items COptionalStockMarket::ReadItems(const request::json::Array& list) {
+  ++reading_;
+  struct Done {
+    std::atomic<int>& reading;
+    ~Done() { --reading; }
+  };
+  const Done done{reading_};
   Items items(list.Size());
   auto next = items.begin();
   list.ForEach([&next](const request::json::Value& element) {

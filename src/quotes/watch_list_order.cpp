@@ -207,7 +207,11 @@ std::vector<std::uint32_t> OrderOf(const std::vector<OptionalMarketItem>& items,
 
 void OrderInto(std::vector<OptionalMarketItem>& sorted, const std::vector<OptionalMarketItem>& items,
                const SortingTarget& target) {
+  constexpr std::size_t kTooMuch = 4;
   const Order order = OrderOf(items, target);
+  if (sorted.capacity() / kTooMuch > items.size()) {
+    sorted = Items();
+  }
   sorted.resize(items.size());
   for (std::size_t place = 0; place < order.size(); ++place) {
     sorted[place] = items[order[place]];

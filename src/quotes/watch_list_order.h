@@ -16,7 +16,7 @@ namespace quotes {
                                                  const SortingTarget& target);
 
 /// Makes `sorted` a copy of `items` in that order. Rows that `sorted` holds already lend their memory: an
-/// answer like the one before allocates next to nothing.
+/// answer like the one before allocates next to nothing. Far too much of it is let go.
 void OrderInto(std::vector<OptionalMarketItem>& sorted, const std::vector<OptionalMarketItem>& items,
                const SortingTarget& target);
 

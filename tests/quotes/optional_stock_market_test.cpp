@@ -12,6 +12,7 @@
 #include "no_watch_list.h"
 #include "quote_service.h"
 #include "quotes/optional_stock_market_service.h"
+#include "quotes/watch_list_order.h"
 #include "reference/stock_common.h"
 
 namespace {
@@ -202,6 +203,30 @@ TEST_F(ShownWatchList, asksForNoFurtherPlateOnceTheReferenceDataEnds) {
   EXPECT_EQ(list[1].plate, L"");
 }
 
+// Reference data whose look-up lasts until the polling thread has had another round.
+class SlowPlates final : public KnownPlates {
+ public:
+  explicit SlowPlates(IOptionalStockMarket& service) : KnownPlates({}), service_(service) {}
+  bool GetPlatesOfStock(const std::wstring& symbol, Plates& out) override {
+    service_.OnTimer();
+    return KnownPlates::GetPlatesOfStock(symbol, out);
+  }
+
+ private:
+  IOptionalStockMarket& service_;
+};
+
+// Else a server that keeps silent about the plates would take one of the host's threads a round.
+TEST_F(ShownWatchList, leavesOutRoundsWhileAnAnswerIsRead) {
+  SlowPlates plates(*service);
+  Told(R"({"code":"sh600000"},{"code":"sz000002"})");
+  EXPECT_EQ(plates.asked.size(), 2U);
+  EXPECT_EQ(host.RequestCount(), 1U);
+  host.Expect(Script(kPath).Inline(Answer::Body(R"({"data":{"list":[]}})")));
+  service->OnTimer();
+  EXPECT_EQ(host.RequestCount(), 2U);
+}
+
 TEST_F(ShownWatchList, hasNoPlatesWithoutReferenceData) {
   EXPECT_EQ(Told(R"({"code":"sh600000"})")[0].plate, L"");
 }
@@ -227,6 +252,13 @@ TEST_F(ShownWatchList, hidesAndDerivesNothing) {
         << "phase " << phase;
     EXPECT_EQ(item.status, 1);
   }
+}
+
+TEST(WatchListCopy, letsGoOfFarTooMuchMemory) {
+  WatchList sorted(1000);
+  quotes::OrderInto(sorted, WatchList(3), {3, 1});
+  EXPECT_EQ(sorted, WatchList(3));
+  EXPECT_LT(sorted.capacity(), 1000U);
 }
 
 TEST_F(ShownWatchList, emptiedAsksForNothingAndLeavesViewsWhatTheyHave) {
