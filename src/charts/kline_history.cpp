@@ -191,8 +191,8 @@ KLineHistory::Shared KLineHistory::LoadNow(const Package& package, const Wanted&
   }
   held.has_tail = true;
   const std::uint32_t last_trading_date = stock::GetLastTradingDate(wanted.today);
-  if (!candles.empty() && candles.back().date < last_trading_date) {
-    const auto tail = wanted.QueryHistory(RowsBetween(candles.back().date, last_trading_date));
+  if (!candles.empty() && LastDate(candles) < last_trading_date) {
+    const auto tail = wanted.QueryHistory(RowsBetween(LastDate(candles), last_trading_date));
     held.has_tail = tail.has_value();
     MergeTail(wanted.period, candles, tail.value_or(Candles()));
   }

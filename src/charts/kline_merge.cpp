@@ -1,6 +1,7 @@
 #include "charts/kline_merge.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "host/clock.h"
 
@@ -9,6 +10,14 @@ namespace {
 
 constexpr int kWeek = 2;
 constexpr int kMonth = 3;
+
+// The last candle that has a date of its own; the end if there is none.
+template <class Series>
+auto LastDated(Series& candles) {
+  const auto found = std::find_if(candles.rbegin(), candles.rend(),
+                                  [](const KLineCandle& candle) { return candle.date != kShortLineDate; });
+  return found == candles.rend() ? candles.end() : std::prev(found.base());
+}
 
 }  // namespace
 
@@ -23,13 +32,19 @@ bool IsSamePeriod(int period, std::uint32_t date, std::uint32_t other) {
   }
 }
 
+std::uint32_t LastDate(const Candles& candles) {
+  const auto last = LastDated(candles);
+  return last == candles.end() ? kShortLineDate : last->date;
+}
+
 void MergeTail(int period, Candles& candles, const Candles& tail) {
   for (const KLineCandle& row : tail) {
-    if (!candles.empty() && row.date <= candles.back().date) {
+    const auto last = LastDated(candles);
+    if (last != candles.end() && row.date <= last->date) {
       continue;
     }
-    if (!candles.empty() && IsSamePeriod(period, row.date, candles.back().date)) {
-      candles.back() = row;
+    if (last != candles.end() && IsSamePeriod(period, row.date, last->date)) {
+      *last = row;
     } else {
       candles.push_back(row);
     }
@@ -37,11 +52,12 @@ void MergeTail(int period, Candles& candles, const Candles& tail) {
 }
 
 void MergeToday(int period, std::list<KLineCandle>& candles, const KLineCandle& today) {
-  if (candles.empty()) {
+  const auto found = LastDated(candles);
+  if (found == candles.end()) {
     candles.push_back(today);
     return;
   }
-  KLineCandle& last = candles.back();
+  KLineCandle& last = *found;
   if (today.date < last.date) {
     return;
   }

@@ -12,6 +12,10 @@ namespace charts {
 /// True when two dates belong to one candle of the period (1 day, 2 week, 3 month).
 [[nodiscard]] bool IsSamePeriod(int period, std::uint32_t date, std::uint32_t other);
 
+/// The date that a series reaches: that of its last candle, leaving aside candles of short lines where there
+/// are others. The series is not empty.
+[[nodiscard]] std::uint32_t LastDate(const Candles& candles);
+
 /// Adds the rows that are later than the series. A row of the same week or month as the last candle takes its
 /// place, because that candle was not complete.
 void MergeTail(int period, Candles& candles, const Candles& tail);

@@ -14,6 +14,7 @@ namespace {
 
 using charts::Candles;
 using charts::IsSamePeriod;
+using charts::LastDate;
 using charts::MergeTail;
 using charts::MergeToday;
 
@@ -144,6 +145,34 @@ TEST(KLineMerge, replacesAnUnfinishedWeekOrMonthByTheRowOfTheTail) {
       (Candles{Candle(20240308, 1), Candle(20240314, 3)}));
   EXPECT_EQ(WithTail(kMonth, {Candle(20240312, 2)}, {Candle(20240329, 3), Candle(20240402, 4)}),
             (Candles{Candle(20240329, 3), Candle(20240402, 4)}));
+}
+
+// A short line of a package stands where it stood, also at its end, and says nothing of where the series
+// ends.
+TEST(KLineMerge, looksPastShortLines) {
+  const KLineCandle odd{20160101};
+  EXPECT_EQ(LastDate({Candle(20240311, 1), Candle(20240312, 2), odd, odd}), 20240312U);
+  EXPECT_EQ(LastDate({odd, Candle(20240312, 2)}), 20240312U);
+  EXPECT_EQ(LastDate({odd}), 20160101U);
+
+  EXPECT_EQ(WithTail(kDay, {Candle(20240312, 1), odd}, {Candle(20240312, 8), Candle(20240313, 2)}),
+            (Candles{Candle(20240312, 1), odd, Candle(20240313, 2)}));
+  EXPECT_EQ(WithTail(kWeek, {Candle(20240312, 1), odd}, {Candle(20240314, 3)}),
+            (Candles{Candle(20240314, 3), odd}));
+  EXPECT_EQ(WithTail(kDay, {odd}, {Candle(20240314, 3)}), (Candles{odd, Candle(20240314, 3)}));
+
+  EXPECT_EQ(Merged(kDay, {Candle(20240314, 9), odd}, {Candle(20240314, 11)}),
+            (std::list{Candle(20240314, 11), odd}));
+  EXPECT_EQ(Merged(kDay, {Candle(20240314, 9), odd}, {Candle(20240315, 11)}),
+            (std::list{Candle(20240314, 9), odd, Candle(20240315, 11)}));
+  EXPECT_EQ(Merged(kDay, {odd}, {Candle(20240315, 11)}), (std::list{odd, Candle(20240315, 11)}));
+  for (const int period : {kWeek, kMonth}) {
+    const auto merged = Merged(period, {Candle(20240314, 9), odd}, {Candle(20240315, 10)});
+    ASSERT_EQ(merged.size(), 2U);
+    EXPECT_EQ(merged.front().date, 20240315U);
+    EXPECT_EQ(merged.front().volume, 1900U);
+    EXPECT_EQ(merged.back(), odd);
+  }
 }
 
 TEST(KLineMerge, passesOverRowsThatAreOutOfOrder) {

@@ -309,6 +309,13 @@ TEST_F(KLinePackages, keepsTheOddLinesOfAPackage) {
   EXPECT_EQ(Load(), List({odd, odd, odd, kTuesday, kWednesday, kThursday}));
 }
 
+TEST_F(KLinePackages, reachesTheLastTradingDayWhateverLineIsTheLast) {
+  Keep(L"20240314", kDays);
+  Write(File(), Gzip(Package(kDays) + "[1,2,3]\nno json\n"));
+  EXPECT_EQ(Load(), List({kTuesday, kWednesday, kThursday, KLineCandle{20160101}}));
+  EXPECT_EQ(host.RequestCount(), 1U) << "the day's candle alone";
+}
+
 // Some kilobytes on the wire, gigabytes as candles.
 TEST_F(KLinePackages, refusesAPackageOfTooManyLines) {
   std::string text;
