@@ -1,6 +1,8 @@
 #include "frame/service_registry.h"
 
 #include <boost/thread/thread_only.hpp>
+#include <map>
+#include <new>
 
 #include "analytics/margin_trade.h"
 #include "analytics/margin_trade_service.h"
@@ -53,6 +55,20 @@ void End(Service*& service) {
   service = nullptr;
 }
 
+// The service of the number. It is made when its place in the registry is there, so that it cannot get lost.
+template <class Service, class Make>
+Service* OfNumber(std::map<int, Service*>& services, int id, Make make) {
+  try {
+    const auto [place, is_new] = services.try_emplace(id, nullptr);
+    if (is_new) {
+      place->second = make();
+    }
+    return place->second;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 template <class Service>
 void EndAll(std::map<int, Service*>& services) {
   for (const auto& [id, service] : services) {
@@ -74,18 +90,15 @@ IStockRanking* ServiceRegistry::StockRanking(int id, bool first, bool second) {
   if (makers_.stock_ranking == nullptr) {
     return nullptr;
   }
-  auto& registry = stock_rankings_[first ? 1 : 0][second ? 1 : 0];
-  const auto found = registry.find(id);
-  return found != registry.end() ? found->second : registry[id] = makers_.stock_ranking(id, first);
+  return OfNumber(stock_rankings_[first ? 1 : 0][second ? 1 : 0], id,
+                  [&] { return makers_.stock_ranking(id, first); });
 }
 
 IPlateRanking* ServiceRegistry::PlateRanking(int id, bool flag) {
   if (makers_.plate_ranking == nullptr) {
     return nullptr;
   }
-  auto& registry = plate_rankings_[flag ? 1 : 0];
-  const auto found = registry.find(id);
-  return found != registry.end() ? found->second : registry[id] = makers_.plate_ranking(id);
+  return OfNumber(plate_rankings_[flag ? 1 : 0], id, [&] { return makers_.plate_ranking(id); });
 }
 
 void ServiceRegistry::Destroy() {

@@ -6,6 +6,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
+#include <cstdint>
 #include <list>
 #include <utility>
 
@@ -31,13 +32,14 @@ class SubjectBase : public ISubject<Obs> {
       return;
     }
     boost::lock_guard<Mutex> lock(mutex_);
-    observers_.push_back(obs);
+    observers_.push_back({obs, ++latest_});
   }
 
   /// Removes the first entry of the observer; an unknown one is ignored.
   void Detach(Obs* obs) override {
     boost::lock_guard<Mutex> lock(mutex_);
-    const auto found = std::find(observers_.begin(), observers_.end(), obs);
+    const auto found = std::find_if(observers_.begin(), observers_.end(),
+                                    [obs](const Entry& entry) { return entry.obs == obs; });
     if (found == observers_.end()) {
       return;
     }
@@ -53,7 +55,7 @@ class SubjectBase : public ISubject<Obs> {
   ~SubjectBase() = default;
 
   /// Calls `Update(data)` on every entry in list order. An entry removed during the walk is not called any
-  /// more.
+  /// more, one that is added not before the next walk.
   template <class Data>
   void Notify(const Data& data) {
     boost::lock_guard<Mutex> lock(mutex_);
@@ -64,20 +66,27 @@ class SubjectBase : public ISubject<Obs> {
     };
     walk_ = &walk;
     const Leave leave{*this};
-    while (walk.next != observers_.end()) {
-      Obs* const obs = *walk.next++;
+    const std::uint64_t last = latest_;
+    while (walk.next != observers_.end() && walk.next->number <= last) {
+      Obs* const obs = walk.next->obs;
+      ++walk.next;
       obs->Update(data);
     }
   }
 
  private:
+  struct Entry {
+    Obs* obs;
+    std::uint64_t number;  // in the order of attaching
+  };
   struct Walk {
-    typename std::list<Obs*>::iterator next;
+    typename std::list<Entry>::iterator next;
     Walk* outer;
   };
 
-  Mutex mutex_;  // guards the two members below
-  std::list<Obs*> observers_;
+  Mutex mutex_;  // guards the members below
+  std::list<Entry> observers_;
+  std::uint64_t latest_ = 0;  // number of the newest entry
   Walk* walk_ = nullptr;
 };
 

@@ -21,10 +21,10 @@ struct CurrentStockItem {
 /// `IStockCommon`), 10 the custom list.
 ///
 /// - Threads: one thread only, the host's user interface thread; there is no lock. `Update` runs inside the
-///   operation that changed the selection. An observer may detach itself, or attach others, inside
-///   `Update`.
+///   operation that changed the selection. An observer may detach itself inside `Update`, or attach others:
+///   those are told by `Attach`, and not once more by the change under way.
 /// - Waiting: to select and to step are look-ups in the lists of `IStockCommon`, which is made if there is
-///   none. A list that is not loaded is asked for in this thread, for 8 seconds at most: call
+///   none. Each list that is not loaded is asked for in this thread, for 8 seconds at most: call
 ///   `IStockCommon::Init` first.
 /// - Failure: what cannot be found changes nothing and tells nobody.
 /// - Owner: the module; unlike most services it survives `DestroyStockMarket`.

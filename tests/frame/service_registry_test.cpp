@@ -289,6 +289,16 @@ TEST_F(ServiceRegistry, remembersARankingThatCouldNotBeMade) {
   EXPECT_NE(registry.PlateRanking(5, true), nullptr);
 }
 
+TEST(ShortOfMemory, givesNullForARanking) {
+  frame::ServiceMakers makers;
+  makers.stock_ranking = [](int, bool) -> IStockRanking* { throw std::bad_alloc(); };
+  makers.plate_ranking = [](int) -> IPlateRanking* { throw std::bad_alloc(); };
+  frame::ServiceRegistry registry(makers);
+  EXPECT_EQ(registry.StockRanking(5, true, false), nullptr);
+  EXPECT_EQ(registry.PlateRanking(5, true), nullptr);
+  registry.Destroy();
+}
+
 TEST_F(ServiceRegistry, endsTheServicesInOneFixedOrder) {
   // Asked for the other way round.
   registry.PlateRanking(2, true);

@@ -100,6 +100,44 @@ TEST(SubjectBase, anObserverDetachedByAnotherIsNotToldAnyMore) {
   EXPECT_EQ(c.Updates(), Numbers{1});
 }
 
+// The same wherever the one who attaches stands in the list.
+TEST(SubjectBase, anObserverAttachedInsideUpdateIsToldFromTheNextTimeOn) {
+  for (const bool attaches_last : {false, true}) {
+    UnguardedSubject subject;
+    FrameRecorder newcomer;
+    bool attached = false;
+    FrameRecorder a([&](const int&) {
+      if (!attached) subject.Attach(&newcomer);
+      attached = true;
+    });
+    FrameRecorder other;
+    if (attaches_last) subject.Attach(&other);
+    subject.Attach(&a);
+    if (!attaches_last) subject.Attach(&other);
+    subject.Tell(1);
+    EXPECT_EQ(newcomer.Count(), 0U) << attaches_last;
+    EXPECT_EQ(other.Updates(), Numbers{1});
+    subject.Tell(2);
+    EXPECT_EQ(newcomer.Updates(), Numbers{2}) << attaches_last;
+    EXPECT_EQ(other.Updates(), (Numbers{1, 2}));
+  }
+}
+
+TEST(SubjectBase, anObserverThatMovesToTheEndInsideUpdateIsToldOnce) {
+  UnguardedSubject subject;
+  FrameRecorder* self = nullptr;
+  FrameRecorder a([&](const int&) {
+    subject.Detach(self);
+    subject.Attach(self);
+  });
+  self = &a;
+  subject.Attach(&a);
+  subject.Tell(1);
+  EXPECT_EQ(a.Updates(), Numbers{1});
+  subject.Tell(2);
+  EXPECT_EQ(a.Updates(), (Numbers{1, 2}));
+}
+
 TEST(SubjectBase, aThrowingViewLeavesTheSubjectUsable) {
   OpenSubject<boost::mutex> subject;
   bool fail = true;
