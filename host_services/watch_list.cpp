@@ -140,8 +140,8 @@ void WatchListFile::Start(const std::string& directory) {
   const SignalsBlocked blocked;
   const std::lock_guard lock(mutex_);
   QueueLocked();
-  running_ = true;
   thread_ = std::thread([this] { Run(); });
+  running_ = true;  // not if there is no thread
 }
 
 void WatchListFile::Stop() {
