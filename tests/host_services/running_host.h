@@ -11,8 +11,9 @@ namespace host_test {
 class TemporaryDirectory {
  public:
   TemporaryDirectory();
-  /// For a "threadsafe" death test, whose child runs the body anew and ends without destructors: the child gets the
-  /// parent's directory, named by the environment variable `shared_through`, and leaves it to the parent.
+  /// For a "threadsafe" death test, whose child runs the body anew and ends without destructors: the child
+  /// gets the parent's directory, named by the environment variable `shared_through`, and leaves it to the
+  /// parent.
   explicit TemporaryDirectory(const char* shared_through);
   ~TemporaryDirectory();
   TemporaryDirectory(const TemporaryDirectory&) = delete;
