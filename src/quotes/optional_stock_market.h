@@ -39,7 +39,7 @@ struct OptionalMarketItem : StockMarketItem {
 ///   the observers what they have.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library; it must not
 ///   call this service. To name plates, that thread may first have to ask for those of all stocks, if
-///   `GetStockCommon` was called and has not loaded them.
+///   `GetStockCommon` was called and has not loaded them. The polling leaves out its rounds meanwhile.
 /// - Failure: one line in the log; observers keep what they have.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`, and so must the host's watch list be.
 class IOptionalStockMarket : public ITimerSubject<IUpdate1<std::vector<OptionalMarketItem>>, SortingTarget,
