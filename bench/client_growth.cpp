@@ -144,7 +144,8 @@ class Subject final : public ITimerSubject<IUpdate1<Board>, StockRangeRankingTar
 
 void KeepAndTellBoard(benchmark::State& state) {
   const std::string answer = bench::BoardAnswer(kMarket);
-  const auto checked = request::CheckAnswer(request::Fetch::kStockQuotes, true, answer.data(), answer.size());
+  const auto checked =
+      request::CheckAnswer(request::Fetch::kStockQuotes, {true, answer.data(), answer.size()});
   const Board board = request::RecordReader<quotes::kBoardTable>::ReadAll(checked.DataArray());
   BoardView view(kMarket);
   Subject subject;

@@ -39,7 +39,7 @@ void DecodeAnswer(benchmark::State& state) {
   const std::string answer = kAnswer;
   const auto decode = [&answer] {
     const auto checked =
-        request::CheckAnswer(request::Fetch::kIndexQuotes, true, answer.data(), answer.size());
+        request::CheckAnswer(request::Fetch::kIndexQuotes, {true, answer.data(), answer.size()});
     return IndexReader::ReadAll(checked.DataList());
   };
   if (!IsRight(decode())) {

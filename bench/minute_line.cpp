@@ -51,7 +51,7 @@ void DecodeLines(benchmark::State& state) {
   const std::string answer = MakeAnswer();
   const auto decode = [&answer] {
     const auto checked =
-        request::CheckAnswer(request::Fetch::kMinuteLine, true, answer.data(), answer.size());
+        request::CheckAnswer(request::Fetch::kMinuteLine, {true, answer.data(), answer.size()});
     return charts::ReadMinuteLines(checked.DataObject());
   };
   const auto lines = decode();

@@ -74,7 +74,8 @@ constexpr std::size_t kWatched = 500;
 constexpr StockRangeRankingTarget kTarget{1, 4, 2, 0, 0xFFFFFFFFU};
 
 Board Decode(const std::string& answer) {
-  const auto checked = request::CheckAnswer(request::Fetch::kStockQuotes, true, answer.data(), answer.size());
+  const auto checked =
+      request::CheckAnswer(request::Fetch::kStockQuotes, {true, answer.data(), answer.size()});
   return BoardReader::ReadAll(checked.DataArray());
 }
 
@@ -342,7 +343,7 @@ void OrderWatchList(benchmark::State& state) {
   const SortingTarget target = kOrders.at(static_cast<std::size_t>(state.range(0)));
   const std::string answer = bench::WatchListAnswer(kWatched);
   const auto checked =
-      request::CheckAnswer(request::Fetch::kOptionalStocks, true, answer.data(), answer.size());
+      request::CheckAnswer(request::Fetch::kOptionalStocks, {true, answer.data(), answer.size()});
   WatchList list(checked.DataList().Size());
   auto item = list.begin();
   checked.DataList().ForEach([&item](const request::json::Value& element) {

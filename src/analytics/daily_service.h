@@ -3,43 +3,39 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+#include <memory>
+#include <string>
 
 #include "frame/phase_interval.h"
-#include "frame/polling.h"
-#include "host/clock.h"
+#include "frame/running.h"
+#include "request/dates.h"
+#include "request/keyed_service.h"
+#include "request/record_reader.h"
+#include "services.h"
 
 namespace analytics {
 
 /// Base of the services whose key is a date, 0 standing for today.
-template <class Interface>
-class DailyService : public Interface, protected frame::Gated {
+template <class Interface, request::Fetch kFetch, std::wstring (*kUrl)(std::uint32_t)>
+class DailyService : public request::KeyedService<Interface> {
  public:
-  void Fetch() override {
-    for (const std::uint32_t date : ActiveDates()) {
-      FetchDay(date);
-    }
-  }
+  DailyService() : request::KeyedService<Interface>(kFetch) {}
 
-  void OnTimer() override {
-    const std::uint32_t today = common::GetCurrentServerDate();
-    for (const std::uint32_t date : ActiveDates()) {
-      if (date == 0 || date == today) {
-        FetchDay(date);
-      }
-    }
-  }
-
+  void OnTimer() override { this->AskForEach(&request::IsToday); }
   int GetInterval() override { return frame::PhaseInterval(); }
 
  private:
-  /// Sends the request for one day.
-  virtual void FetchDay(std::uint32_t date) = 0;
+  std::wstring UrlOf(const std::uint32_t& date) override { return kUrl(date); }
+};
 
-  std::vector<std::uint32_t> ActiveDates() {
-    std::vector<std::uint32_t> dates;
-    this->GetActiveTargets(dates);
-    return dates;
+/// The curves: one row per minute of a day. They differ in endpoint, record and log texts only.
+template <class Interface, const auto& kTable, request::Fetch kFetch, std::wstring (*kUrl)(std::uint32_t)>
+class DailyCurve : public DailyService<Interface, kFetch, kUrl> {
+ private:
+  using Data = typename Interface::Told;
+
+  std::shared_ptr<Data> Read(const std::uint32_t& /*date*/, const request::Answer& answer) override {
+    return request::Share(request::RecordReader<kTable>::ReadAll(answer.DataList()));
   }
 };
 

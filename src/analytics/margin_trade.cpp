@@ -6,7 +6,6 @@
 #include <list>
 #include <vector>
 
-#include "analytics/margin_trade_service.h"
 #include "analytics/one_shot_service.h"
 #include "request/numbers.h"
 #include "request/urls.h"
@@ -18,7 +17,7 @@ using request::json::Array;
 using request::json::Object;
 using request::json::Value;
 
-class CMarginTrade final : public OneShotService<IMarginTrade, MarginTradeItem> {
+class CMarginTrade : public OneShotService<IMarginTrade, MarginTradeItem> {
  public:
   void FetchMarginTradeInfo() override;
 
@@ -28,7 +27,7 @@ class CMarginTrade final : public OneShotService<IMarginTrade, MarginTradeItem> 
 };
 
 void CMarginTrade::FetchMarginTradeInfo() {
-  FetchList(request::Fetch::kMarginTrade, request::MarginTradeUrl(), &ReadDays);
+  FetchList(request::Fetch::kMarginTrade, &request::MarginTradeUrl, &ReadDays);
 }
 
 MarginTradeItem CMarginTrade::ReadDay(const Object& day) {
@@ -62,7 +61,7 @@ std::list<MarginTradeItem> CMarginTrade::ReadDays(const Array& days) {
 }  // namespace
 
 IMarginTrade* MakeMarginTrade() {
-  return frame::MakeOrNull<CMarginTrade>();
+  return frame::MakeOrNull<frame::Running<CMarginTrade>>();
 }
 
 }  // namespace analytics

@@ -1,8 +1,7 @@
 // The money-making effect of a day, minute by minute.
 #include "analytics/money_effect.h"
 
-#include "analytics/daily_curve.h"
-#include "analytics/money_effect_service.h"
+#include "analytics/daily_service.h"
 #include "analytics/money_effect_table.h"
 #include "request/urls.h"
 
@@ -15,7 +14,7 @@ using CMoneyEffect =
 }  // namespace
 
 IMoneyEffect* MakeMoneyEffect() {
-  return frame::MakeOrNull<frame::Polling<CMoneyEffect>>();
+  return frame::MakeOrNull<frame::Running<CMoneyEffect>>();
 }
 
 }  // namespace analytics

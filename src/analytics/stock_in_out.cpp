@@ -1,20 +1,18 @@
 // The capital flows of single stocks. All symbols that views follow travel in one request.
 #include "analytics/stock_in_out.h"
 
-#include <algorithm>
-#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "analytics/stock_in_out_service.h"
 #include "frame/phase_interval.h"
-#include "frame/polling.h"
-#include "request/answer.h"
+#include "frame/polled_subject.h"
+#include "frame/running.h"
 #include "request/ask.h"
 #include "request/numbers.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace analytics {
 namespace {
@@ -22,20 +20,35 @@ namespace {
 using request::json::Object;
 using request::json::Value;
 
+constexpr auto kFetch = request::Fetch::kStockInOut;
 constexpr int kShortestInterval = 20;
 
-class CStockInOut : public IStockInOut, protected frame::Gated {
+using Items = std::vector<std::shared_ptr<const StockInOutItem>>;
+
+class CStockInOut : public frame::PolledSubject<IStockInOut> {
  public:
-  void SetTarget(IUpdate1<StockInOutItem>* obs, const std::wstring& symbol) override;
+  void SetTarget(Observer* obs, const std::wstring& symbol) override;
   void Fetch() override;
-  int GetInterval() override {
-    return std::clamp(frame::SecondsToNextPhase(), kShortestInterval, frame::kLongestInterval);
-  }
+  int GetInterval() override { return frame::PhaseInterval(kShortestInterval); }
 
  private:
-  // Understand and tell
-  void OnAnswer(bool ok, const char* body, std::size_t length);
+  bool TellAll(frame::Stamp stamp, const Items& items);
+
+  frame::Stamps stamps_;
 };
+
+// A view that turns to another stock is cleared first.
+void CStockInOut::SetTarget(Observer* obs, const std::wstring& symbol) {
+  std::wstring old;
+  if (obs != nullptr && GetTarget(obs, old) && old != symbol) {
+    StockInOutItem cleared;
+    cleared.symbol = symbol;
+    TellAlone(obs, cleared);
+  }
+  PolledSubject::SetTarget(obs, symbol);
+}
+
+// --- Understand ---
 
 FlowAmounts ReadFlows(const Object& flows, std::string_view days) {
   const auto amount = [&](std::string_view direction, std::string_view size) {
@@ -46,57 +59,53 @@ FlowAmounts ReadFlows(const Object& flows, std::string_view days) {
 
 // An element has one member: the symbol, and its flows. Whatever is missing reads 0.
 StockInOutItem ReadItem(const Value& element) {
+  const request::json::NamedValue entry = element.AsObject().First();
+  const Object flows = entry.value.AsObject();
   StockInOutItem item;
-  bool first = true;
-  element.AsObject().ForEach([&](std::string_view symbol, const Value& value) {
-    if (!std::exchange(first, false)) {
-      return;
-    }
-    const Object flows = value.AsObject();
-    item.symbol = request::json::WideKey(symbol);
-    item.mtime = request::ToUnsigned64(flows.Member("mtime").Number());
-    item.d1 = ReadFlows(flows, "d1");
-    item.d5 = ReadFlows(flows, "d5");
-    item.d10 = ReadFlows(flows, "d10");
-  });
+  item.symbol = request::json::WideKey(entry.key);
+  item.mtime = request::ToUnsigned64(flows.Member("mtime").Number());
+  item.d1 = ReadFlows(flows, "d1");
+  item.d5 = ReadFlows(flows, "d5");
+  item.d10 = ReadFlows(flows, "d10");
   return item;
 }
 
-// A view that turns to another stock is cleared first.
-void CStockInOut::SetTarget(IUpdate1<StockInOutItem>* obs, const std::wstring& symbol) {
-  std::wstring old;
-  if (obs != nullptr && GetTarget(obs, old) && old != symbol) {
-    StockInOutItem cleared;
-    cleared.symbol = symbol;
-    TellAlone(obs, cleared);
-  }
-  IStockInOut::SetTarget(obs, symbol);
+Items ReadItems(const request::Answer& answer) {
+  Items items;
+  items.reserve(answer.DataList().Size());
+  answer.DataList().ForEach([&items](const Value& element) {
+    items.push_back(std::make_shared<const StockInOutItem>(ReadItem(element)));
+  });
+  return items;
 }
+
+// --- Ask, tell ---
 
 void CStockInOut::Fetch() {
   std::vector<std::wstring> symbols;
-  GetActiveTargets(symbols);
-  if (symbols.empty()) {
+  if (!request::Succeeds(kFetch, [&] { symbols = ActiveKeys(); }) || symbols.empty()) {
     return;
   }
-  request::Ask(request::StockInOutUrl(symbols), request::kUsualSeconds, gate_,
-               [this](bool ok, const char* body, std::size_t length) { OnAnswer(ok, body, length); });
+  const frame::Stamp stamp = stamps_.Next();
+  request::Ask(
+      {kFetch, gate_}, [&] { return request::StockInOutUrl(symbols); }, &ReadItems,
+      [this, stamp](const Items& items) { return TellAll(stamp, items); });
 }
 
-// A failed request is parsed all the same, so that it writes two lines (kept).
-void CStockInOut::OnAnswer(bool ok, const char* body, std::size_t length) {
-  const request::Answer answer =
-      request::CheckAnswer(request::Fetch::kStockInOut, ok, body, length, {}, request::Incomplete::kParsed);
-  answer.DataList().ForEach([this](const Value& element) {
-    const StockInOutItem item = ReadItem(element);
-    Deliver(item.symbol, item, CacheRule::kAlways);
-  });
+// Symbols that nobody follows are kept as well.
+bool CStockInOut::TellAll(frame::Stamp stamp, const Items& items) {
+  for (const auto& item : items) {
+    if (!Tell(item->symbol, stamp, {frame::Whom::kActive, frame::Keep::kAlways}, [&] { return item; })) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
 
 IStockInOut* MakeStockInOut() {
-  return frame::MakeOrNull<frame::Polling<CStockInOut>>();
+  return frame::MakeOrNull<frame::Running<CStockInOut>>();
 }
 
 }  // namespace analytics

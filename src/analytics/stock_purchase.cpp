@@ -5,7 +5,6 @@
 #include <list>
 
 #include "analytics/one_shot_service.h"
-#include "analytics/stock_purchase_service.h"
 #include "analytics/stock_purchase_table.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
@@ -13,10 +12,10 @@
 namespace analytics {
 namespace {
 
-class CStockPurchase final : public OneShotService<IStockPurchase, StockPurchaseItem> {
+class CStockPurchase : public OneShotService<IStockPurchase, StockPurchaseItem> {
  public:
   void FetchPurchaseInfo() override {
-    FetchList(request::Fetch::kStockPurchase, request::StockPurchaseUrl(),
+    FetchList(request::Fetch::kStockPurchase, &request::StockPurchaseUrl,
               [](const request::json::Array& issues) {
                 auto items = request::RecordReader<kStockPurchaseTable>::ReadAll(issues);
                 return List(std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
@@ -27,7 +26,7 @@ class CStockPurchase final : public OneShotService<IStockPurchase, StockPurchase
 }  // namespace
 
 IStockPurchase* MakeStockPurchase() {
-  return frame::MakeOrNull<CStockPurchase>();
+  return frame::MakeOrNull<frame::Running<CStockPurchase>>();
 }
 
 }  // namespace analytics

@@ -2,83 +2,114 @@
 // list, so that views clear.
 #include "analytics/stock_unusual_event.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <list>
+#include <memory>
 #include <vector>
 
-#include "analytics/stock_unusual_event_service.h"
 #include "analytics/stock_unusual_event_table.h"
 #include "frame/phase_interval.h"
-#include "frame/polling.h"
+#include "frame/polled_subject.h"
+#include "frame/running.h"
 #include "host/clock.h"
-#include "request/answer.h"
 #include "request/ask.h"
+#include "request/dates.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace analytics {
 namespace {
 
 using Events = std::list<StockUnusualEventItem>;
 
+constexpr auto kFetch = request::Fetch::kUnusualEvents;
 constexpr int kShortestInterval = 30;
 
-class CStockUnusualEvent : public IStockUnusualEvent, protected frame::Gated {
+class CStockUnusualEvent : public frame::PolledSubject<IStockUnusualEvent> {
  public:
-  void SetTarget(IUpdate1<Events>* obs, const std::uint32_t& date) override;
+  void SetTarget(Observer* obs, const std::uint32_t& date) override;
   void Fetch() override;
-  int GetInterval() override {
-    return std::clamp(frame::SecondsToNextPhase(), kShortestInterval, frame::kLongestInterval);
-  }
+  int GetInterval() override { return frame::PhaseInterval(kShortestInterval); }
   void FetchUnusualEvent(std::uint32_t date, const UnusualEventCallback& done) override;
 
  private:
-  // Understand
-  static Events ReadEvents(bool ok, const char* body, std::size_t length);
+  template <class Tell>
+  void AskForDay(std::uint32_t date, Tell tell);
+  bool TellViews(std::uint32_t date, frame::Stamp stamp, const std::shared_ptr<const Events>& events) {
+    return Tell(date, stamp, {frame::Whom::kActive, frame::Keep::kNever}, [&] { return events; });
+  }
+
+  frame::Stamps stamps_;
+  const std::shared_ptr<const Events> none_ = std::make_shared<Events>();
 };
 
 // Today is kept as 0, so that the view follows the day after midnight.
-void CStockUnusualEvent::SetTarget(IUpdate1<Events>* obs, const std::uint32_t& date) {
-  IStockUnusualEvent::SetTarget(obs, date == common::GetCurrentServerDate() ? 0 : date);
+void CStockUnusualEvent::SetTarget(Observer* obs, const std::uint32_t& date) {
+  bool is_today = false;
+  static_cast<void>(request::Succeeds(kFetch, [&] { is_today = request::IsToday(date); }));
+  PolledSubject::SetTarget(obs, is_today ? 0 : date);
 }
 
+// --- Ask, understand ---
+
+// Asks for the events of a date. `tell(events)` is called once whatever comes, unless there is no server.
+template <class Tell>
+void CStockUnusualEvent::AskForDay(std::uint32_t date, Tell tell) {
+  request::Ask(
+      {kFetch, gate_},
+      [date] {
+        return request::UnusualEventsUrl(date == 0 ? common::GetCurrentServerTime()
+                                                   : common::DateToTime(date, 23, 59, 59));
+      },
+      [](const request::Answer& answer) {
+        auto events = request::RecordReader<kStockUnusualEventTable>::ReadAll(answer.DataList());
+        return std::make_shared<const Events>(std::make_move_iterator(events.begin()),
+                                              std::make_move_iterator(events.end()));
+      },
+      tell, [tell, none = none_] { tell(none); });
+}
+
+// --- Tell ---
+
 void CStockUnusualEvent::Fetch() {
+  const frame::Stamp stamp = stamps_.Next();
   std::vector<std::uint32_t> dates;
-  GetActiveTargets(dates);
+  const bool known = request::Succeeds(kFetch, [&] {
+    dates = ActiveKeys();
+    std::erase_if(dates, [](std::uint32_t date) { return !request::IsToday(date); });
+  });
+  if (!known) {
+    TellViews(0, stamp, none_);
+  }
   for (const std::uint32_t date : dates) {
-    if (date == 0 || date == common::GetCurrentServerDate()) {
-      FetchUnusualEvent(date, [this, date](const Events& events) { DeliverUncached(date, events); });
-    }
+    AskForDay(date, [this, date, stamp](const std::shared_ptr<const Events>& events) {
+      return TellViews(date, stamp, events);
+    });
   }
 }
 
 void CStockUnusualEvent::FetchUnusualEvent(std::uint32_t date, const UnusualEventCallback& done) {
-  const std::int64_t time = date == 0 ? common::GetCurrentServerTime() : common::DateToTime(date, 23, 59, 59);
-  request::Ask(request::UnusualEventsUrl(time), request::kUsualSeconds, gate_,
-               [done](bool ok, const char* body, std::size_t length) {
-                 const Events events = ReadEvents(ok, body, length);
-                 if (done) {
-                   done(events);
-                 }
-               });
-}
-
-Events CStockUnusualEvent::ReadEvents(bool ok, const char* body, std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kUnusualEvents, ok, body, length);
-  if (!answer) {
-    return {};
+  const auto shared = request::Shared(kFetch, done);
+  if (shared == nullptr) {
+    if (done) {
+      done({});
+    }
+    return;
   }
-  auto events = request::RecordReader<kStockUnusualEventTable>::ReadAll(answer.DataList());
-  return {std::make_move_iterator(events.begin()), std::make_move_iterator(events.end())};
+  AskForDay(date, [shared](const std::shared_ptr<const Events>& events) {
+    if (*shared) {
+      (*shared)(*events);
+    }
+    return true;
+  });
 }
 
 }  // namespace
 
 IStockUnusualEvent* MakeStockUnusualEvent() {
-  return frame::MakeOrNull<frame::Polling<CStockUnusualEvent>>();
+  return frame::MakeOrNull<frame::Running<CStockUnusualEvent>>();
 }
 
 }  // namespace analytics

@@ -1,8 +1,7 @@
 // The breadth of the market, minute by minute: how many stocks were up and how many down.
 #include "analytics/strength_rating.h"
 
-#include "analytics/daily_curve.h"
-#include "analytics/strength_rating_service.h"
+#include "analytics/daily_service.h"
 #include "analytics/strength_rating_table.h"
 #include "request/urls.h"
 
@@ -15,7 +14,7 @@ using CStrengthRating = DailyCurve<IStrengthRating, kStrengthRatingTable, reques
 }  // namespace
 
 IStrengthRating* MakeStrengthRating() {
-  return frame::MakeOrNull<frame::Polling<CStrengthRating>>();
+  return frame::MakeOrNull<frame::Running<CStrengthRating>>();
 }
 
 }  // namespace analytics

@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "charts/kline_merge.h"
-#include "frame/reference_data.h"
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "host/files.h"
@@ -13,6 +12,7 @@
 #include "host/text.h"
 #include "reference/package_key.h"
 #include "reference/package_version_store.h"
+#include "reference/reference_data.h"
 #include "request/ask.h"
 #include "request/urls.h"
 
@@ -42,6 +42,7 @@ struct KLineHistory::Wanted {
   int adjustment;
   KLineMetaInfo announced;
   std::uint32_t today;
+  const std::function<bool()>& is_wanted;
 
   // The package on disk; empty for a symbol that may have none.
   [[nodiscard]] std::wstring Path() const {
@@ -62,7 +63,7 @@ bool KLineHistory::Wanted::Download(const std::wstring& path, reference::Package
                                     Candles& candles) const {
   const std::wstring url = request::KLinePackageUrl(symbol.c_str(), period, adjustment,
                                                     common::ws2s(announced.version, common::kUtf8));
-  if (url.empty()) {
+  if (url.empty() || !is_wanted()) {
     return false;
   }
   common::ForceRemoveFile(path.c_str());
@@ -91,6 +92,9 @@ bool KLineHistory::Wanted::LoadPackage(Candles& candles) const {
 
 // The newest `limit` candles; nothing when no good answer came.
 std::optional<Candles> KLineHistory::Wanted::QueryHistory(std::uint32_t limit) const {
+  if (!is_wanted()) {
+    return std::nullopt;
+  }
   const request::SyncAnswer answer =
       request::AskNow(request::KLineHistoryUrl(symbol.c_str(), period, adjustment, 0, limit));
   if (!answer.ok) {
@@ -107,7 +111,7 @@ namespace {
 
 KLineMetaInfo Announced(const std::wstring& symbol, int period, int adjustment) {
   KLineMetaInfo info;
-  frame::WithReferenceData(
+  reference::WithReferenceData(
       [&](IStockCommon& reference) { info = reference.GetKLineMetaInfo(symbol, period, adjustment); });
   return info;
 }
@@ -161,19 +165,21 @@ class KLineHistory::Turn {
   bool first_;
 };
 
-void KLineHistory::Load(const std::wstring& symbol, int period, int adjustment, const Use& use) {
+std::shared_ptr<const Candles> KLineHistory::Load(const std::wstring& symbol, int period, int adjustment,
+                                                  const Use& later, const std::function<bool()>& is_wanted) {
   const Package package{symbol, reference::PackageKey(period, adjustment)};
-  Turn turn(*this, package, use);
+  Turn turn(*this, package, later);
   if (!turn) {
-    return;
+    return nullptr;
   }
-  const Wanted wanted{symbol, period, adjustment, Announced(symbol, period, adjustment),
-                      common::GetCurrentServerDate()};
+  const Wanted wanted{
+      symbol,   period, adjustment, Announced(symbol, period, adjustment), common::GetCurrentServerDate(),
+      is_wanted};
   const Shared candles = LoadNow(package, wanted);
   for (const Use& other : turn.End()) {
     base::TaskManagerInstance()->AddTask([other, candles] { other(*candles); });
   }
-  use(*candles);
+  return candles;
 }
 
 KLineHistory::Shared KLineHistory::LoadNow(const Package& package, const Wanted& wanted) {

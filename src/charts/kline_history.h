@@ -22,10 +22,11 @@ class KLineHistory {
  public:
   using Use = std::function<void(const Candles&)>;
 
-  /// Hands all candles before today of one package to `use`; none when neither disk nor network has any.
-  /// Usually before it returns, in the caller's thread. While another thread loads the same package nobody
-  /// waits: `use` gets that thread's candles, in a task of its own.
-  void Load(const std::wstring& symbol, int period, int adjustment, const Use& use);
+  /// All candles before today of one package; an empty list when neither disk nor network has any. Null while
+  /// another thread loads the same package: nobody waits, `later` gets that thread's candles in a task of its
+  /// own. Nothing is sent any more once `is_wanted()` is false.
+  [[nodiscard]] std::shared_ptr<const Candles> Load(const std::wstring& symbol, int period, int adjustment,
+                                                    const Use& later, const std::function<bool()>& is_wanted);
 
  private:
   using Package = std::pair<std::wstring, std::uint16_t>;  // symbol and package key

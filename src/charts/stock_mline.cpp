@@ -2,24 +2,27 @@
 // of the past when asked for.
 #include "charts/stock_mline.h"
 
-#include <cstddef>
-#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "charts/minute_line_reader.h"
-#include "charts/stock_mline_service.h"
 #include "frame/phase_interval.h"
-#include "frame/polling.h"
-#include "host/tasks.h"
-#include "request/answer.h"
+#include "frame/polled_subject.h"
+#include "frame/running.h"
 #include "request/ask.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace charts {
 namespace {
 
-class CStockMLine : public IStockMLine, protected frame::Gated {
+using Line = std::shared_ptr<const StockMLineData>;
+using Symbols = std::vector<std::wstring>;
+
+class CStockMLine : public frame::PolledSubject<IStockMLine> {
  public:
   void Fetch() override;
   int GetInterval() override { return frame::PhaseInterval(); }
@@ -28,108 +31,114 @@ class CStockMLine : public IStockMLine, protected frame::Gated {
                          const MLineCallback& done) override;
 
  private:
-  // Ask
-  void FetchLines(const std::vector<std::wstring>& symbols);
-  template <class OnAnswer>
-  void AskInTask(const std::wstring& url, OnAnswer on_answer);
-  // Understand and tell
-  void OnLines(bool ok, const char* body, std::size_t length);
-  void OnHistory(const std::wstring& symbol, const MLineCallback& done, bool ok, const char* body,
-                 std::size_t length);
+  void FetchLines(const Symbols& symbols);
+
+  frame::Stamps stamps_;
 };
 
+// --- Understand ---
+
+std::vector<Line> ReadLines(const request::Answer& answer) {
+  std::vector<Line> lines;
+  for (StockMLineData& line : ReadMinuteLines(answer.DataObject())) {
+    lines.push_back(std::make_shared<const StockMLineData>(std::move(line)));
+  }
+  return lines;
+}
+
+// Null when the answer holds none of that symbol.
+Line ReadLine(const request::Answer& answer, const std::wstring& symbol) {
+  auto line = std::make_shared<StockMLineData>();
+  return ReadMinuteLine(answer.DataObject(), symbol, *line) ? line : nullptr;
+}
+
+// --- Ask, tell ---
+
+std::shared_ptr<const Symbols> SharedSymbols(request::Fetch fetch, const wchar_t* symbol) {
+  std::shared_ptr<const Symbols> symbols;
+  static_cast<void>(request::Succeeds(fetch, [&] { symbols = std::make_shared<const Symbols>(1, symbol); }));
+  return symbols;
+}
+
+bool HandOver(const Line& line, const MLineCallback& done) {
+  if (line != nullptr) {
+    done(*line);
+  }
+  return true;
+}
+
 void CStockMLine::Fetch() {
-  std::vector<std::wstring> symbols;
-  GetActiveTargets(symbols);
-  if (!symbols.empty()) {
+  Symbols symbols;
+  if (request::Succeeds(request::Fetch::kMinuteLine, [&] { symbols = ActiveKeys(); }) && !symbols.empty()) {
     FetchLines(symbols);
   }
 }
 
-void CStockMLine::FetchLines(const std::vector<std::wstring>& symbols) {
-  request::Ask(request::DayMinuteLineUrl(symbols), request::kUsualSeconds, gate_,
-               [this](bool ok, const char* body, std::size_t length) { OnLines(ok, body, length); });
-}
-
-void CStockMLine::OnLines(bool ok, const char* body, std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kMinuteLine, ok, body, length);
-  if (!answer) {
-    return;
-  }
-  for (const StockMLineData& line : ReadMinuteLines(answer.DataObject())) {
-    Deliver(line.symbol, line);
-  }
-}
-
-// The request runs outside the gate, which is closed without waiting for the wire.
-template <class OnAnswer>
-void CStockMLine::AskInTask(const std::wstring& url, OnAnswer on_answer) {
-  base::TaskManagerInstance()->AddTask([url, inside = gate_.Guard(std::move(on_answer))]() mutable {
-    const request::SyncAnswer answer = request::AskNow(url);
-    inside(answer.ok, answer.body.data(), answer.body.size());
-  });
+void CStockMLine::FetchLines(const Symbols& symbols) {
+  const frame::Stamp stamp = stamps_.Next();
+  request::Ask(
+      {request::Fetch::kMinuteLine, gate_}, [&] { return request::DayMinuteLineUrl(symbols); }, &ReadLines,
+      [this, stamp](const std::vector<Line>& lines) {
+        bool told = true;
+        for (const Line& line : lines) {
+          told = Tell(line->symbol, stamp, {}, [&] { return line; }) && told;
+        }
+        return told;
+      });
 }
 
 void CStockMLine::FetchMLine(const wchar_t* symbol, int /*arg*/, const MLineCallback& done) {
-  if (symbol == nullptr) {
+  constexpr auto kFetch = request::Fetch::kMinuteLine;
+  const auto symbols = symbol == nullptr ? nullptr : SharedSymbols(kFetch, symbol);
+  if (symbols == nullptr) {
     return;
   }
-  const std::wstring name = symbol;
   if (!done) {
-    FetchLines({name});
+    FetchLines(*symbols);
     return;
   }
-  const std::wstring url = request::DayMinuteLineUrl({name});
-  if (url.empty()) {
-    return;
+  if (const auto shared = request::Shared(kFetch, done)) {
+    request::AskInTask(
+        {kFetch, gate_}, [&] { return request::DayMinuteLineUrl(*symbols); },
+        [symbols](const request::Answer& answer) { return ReadLine(answer, symbols->front()); },
+        [shared](const Line& line) { return HandOver(line, *shared); });
   }
-  AskInTask(url, [name, done](bool ok, const char* body, std::size_t length) {
-    const request::Answer answer = request::CheckAnswer(request::Fetch::kMinuteLine, ok, body, length);
-    StockMLineData line;
-    if (answer && ReadMinuteLine(answer.DataObject(), name, line)) {
-      done(line);
-    }
-  });
 }
 
+// Lines of the past are never kept: what is kept is today's.
 void CStockMLine::FetchHistoryMLine(const wchar_t* symbol, std::uint32_t date, int rn,
                                     const MLineCallback& done) {
-  if (symbol == nullptr) {
+  constexpr auto kFetch = request::Fetch::kHistoryMinuteLine;
+  const auto symbols = symbol == nullptr ? nullptr : SharedSymbols(kFetch, symbol);
+  const auto shared = symbols == nullptr ? nullptr : request::Shared(kFetch, done);
+  if (shared == nullptr) {
     return;
   }
-  const std::wstring name = symbol;
-  const auto on_answer = [this, name, done](bool ok, const char* body, std::size_t length) {
-    OnHistory(name, done, ok, body, length);
+  const auto understand = [symbols](const request::Answer& answer) {
+    return ReadLine(answer, symbols->front());
+  };
+  const auto tell = [this, shared](const Line& line) {
+    if (*shared) {
+      return HandOver(line, *shared);
+    }
+    return line == nullptr ||
+           Tell(line->symbol, 0, {frame::Whom::kActive, frame::Keep::kNever, false}, [&] { return line; });
   };
   if (rn <= 0) {
-    request::Ask(request::HistoryMinuteLineUrl(name, date), request::kUsualSeconds, gate_, on_answer);
-    return;
-  }
-  const std::wstring url = request::RecentMinuteLinesUrl(name, date, rn);
-  if (!url.empty()) {
-    AskInTask(url, on_answer);
-  }
-}
-
-// Lines of the past never enter the cache: it holds today's.
-void CStockMLine::OnHistory(const std::wstring& symbol, const MLineCallback& done, bool ok, const char* body,
-                            std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kHistoryMinuteLine, ok, body, length);
-  StockMLineData line;
-  if (!answer || !ReadMinuteLine(answer.DataObject(), symbol, line)) {
-    return;
-  }
-  if (done) {
-    done(line);
+    request::Ask(
+        {kFetch, gate_}, [&] { return request::HistoryMinuteLineUrl(symbols->front(), date); }, understand,
+        tell);
   } else {
-    DeliverUncached(symbol, line);
+    request::AskInTask(
+        {kFetch, gate_}, [&] { return request::RecentMinuteLinesUrl(symbols->front(), date, rn); },
+        understand, tell);
   }
 }
 
 }  // namespace
 
 IStockMLine* MakeStockMLine() {
-  return frame::MakeOrNull<frame::Polling<CStockMLine>>();
+  return frame::MakeOrNull<frame::Running<CStockMLine>>();
 }
 
 }  // namespace charts

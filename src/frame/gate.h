@@ -2,10 +2,10 @@
 // Thread-safe.
 #pragma once
 
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <utility>
+
+#include "frame/inside.h"
 
 namespace frame {
 
@@ -14,7 +14,7 @@ namespace frame {
 /// have not come yet.
 class CompletionGate {
  public:
-  CompletionGate() : state_(std::make_shared<State>()) {}
+  CompletionGate() : inside_(std::make_shared<Inside>()) {}
   CompletionGate(const CompletionGate&) = delete;
   CompletionGate& operator=(const CompletionGate&) = delete;
   ~CompletionGate() { Close(); }
@@ -22,50 +22,25 @@ class CompletionGate {
   /// A function that runs `function` inside the gate. It may be called after the gate is gone.
   template <class Function>
   [[nodiscard]] auto Guard(Function function) const {
-    return [state = state_, function = std::move(function)](auto&&... arguments) mutable {
-      if (!state->Enter()) {
-        return;
+    return [inside = inside_, function = std::move(function)](auto&&... arguments) mutable {
+      const std::shared_ptr<Inside> kept = inside;  // the caller may let go of this function meanwhile
+      if (const Inside::Scope scope{*kept}) {
+        function(std::forward<decltype(arguments)>(arguments)...);
       }
-      const Leave leave{*state};
-      function(std::forward<decltype(arguments)>(arguments)...);
     };
   }
 
-  /// Lets nobody in any more and waits until all that are inside have left. Not to be called from inside.
-  void Close() {
-    std::unique_lock<std::mutex> lock(state_->mutex);
-    state_->closed = true;
-    state_->left.wait(lock, [this] { return state_->inside == 0; });
+  /// A function that tells whether the gate is open still, for what runs outside of it and asks before each
+  /// step. It may be called after the gate is gone.
+  [[nodiscard]] auto Watch() const {
+    return [inside = inside_] { return inside->IsOpen(); };
   }
 
+  /// Lets nobody in any more and waits until every other thread that is inside has left.
+  void Close() { inside_->Close(); }
+
  private:
-  struct State {
-    bool Enter() {
-      const std::lock_guard<std::mutex> lock(mutex);
-      if (closed) {
-        return false;
-      }
-      ++inside;
-      return true;
-    }
-
-    std::mutex mutex;  // guards the members below
-    bool closed = false;
-    int inside = 0;
-    std::condition_variable left;
-  };
-
-  struct Leave {
-    State& state;
-    ~Leave() {
-      const std::lock_guard<std::mutex> lock(state.mutex);
-      if (--state.inside == 0) {
-        state.left.notify_all();
-      }
-    }
-  };
-
-  std::shared_ptr<State> state_;
+  const std::shared_ptr<Inside> inside_;
 };
 
 }  // namespace frame

@@ -1,62 +1,46 @@
-// Access to an object that may not exist, or may go at any moment. Nobody keeps a pointer to the reference
-// data: services run a function on it through this. Thread-safe.
+// Access to an object that may not exist, or may go at any moment: functions are run on it, nobody keeps a
+// pointer. Thread-safe.
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
+#include <utility>
+
+#include "frame/inside.h"
 
 namespace frame {
 
-/// Holds a pointer to an object of somebody else. Trivially destructible in effect: it owns nothing.
+/// Holds a pointer to an object of somebody else.
 template <class T>
 class Guarded {
  public:
-  /// Makes `object` reachable.
+  /// Makes `object`, which is not null, reachable.
   void Set(T* object) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    object_ = object;
+    object_.store(object);
+    inside_.Open();
   }
 
-  /// Makes the object unreachable and waits until every function that runs on it has returned. Then it may be
-  /// deleted. Not to be called from inside such a function.
+  /// Makes the object unreachable and waits until every function that another thread runs on it has returned.
+  /// Then it may be deleted.
   void Clear() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    object_ = nullptr;
-    left_.wait(lock, [this] { return users_ == 0; });
+    inside_.Close();
+    object_.store(nullptr);
   }
 
   /// Runs `function` on the object if there is one; the object stays until it returns. False when there is
   /// none.
   template <class Function>
   bool Run(Function&& function) {
-    T* object = nullptr;
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      if (object_ == nullptr) {
-        return false;
-      }
-      object = object_;
-      ++users_;
+    const Inside::Scope scope{inside_};
+    if (!scope) {
+      return false;
     }
-    struct Leave {
-      Guarded& guarded;
-      ~Leave() {
-        const std::lock_guard<std::mutex> lock(guarded.mutex_);
-        if (--guarded.users_ == 0) {
-          guarded.left_.notify_all();
-        }
-      }
-    };
-    const Leave leave{*this};
-    function(*object);
+    std::forward<Function>(function)(*object_.load());
     return true;
   }
 
  private:
-  std::mutex mutex_;  // guards the members below
-  T* object_ = nullptr;
-  int users_ = 0;
-  std::condition_variable left_;
+  Inside inside_{false};
+  std::atomic<T*> object_{nullptr};
 };
 
 }  // namespace frame

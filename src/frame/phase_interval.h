@@ -2,6 +2,9 @@
 // Callable from any thread.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+
 #include "host/calendar.h"
 #include "host/clock.h"
 
@@ -18,6 +21,11 @@ inline constexpr int kLongestInterval = 3600;
 /// was above an hour, and returns the second answer as it is (kept: the two may differ).
 [[nodiscard]] inline int PhaseInterval() {
   return SecondsToNextPhase() > kLongestInterval ? kLongestInterval : SecondsToNextPhase();
+}
+
+/// Seconds to the next change of phase, `shortest` at least and an hour at most. Asks the host once.
+[[nodiscard]] inline int PhaseInterval(int shortest) {
+  return std::clamp(SecondsToNextPhase(), shortest, kLongestInterval);
 }
 
 }  // namespace frame

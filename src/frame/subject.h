@@ -8,7 +8,10 @@
 #include <boost/thread/mutex.hpp>
 #include <cstdint>
 #include <list>
+#include <new>
 #include <utility>
+
+#include "frame/stamp.h"
 
 /// A subject that observers attach to and detach from.
 template <class Obs>
@@ -100,14 +103,18 @@ class CBaseStockSubject {
   CBaseStockSubject& operator=(const CBaseStockSubject&) = delete;
   virtual ~CBaseStockSubject() = default;
 
-  /// Appends the observer unless it is attached; nothing is delivered at once. Null is ignored.
+  /// Appends the observer unless it is attached; nothing is delivered at once. Null is ignored. Without
+  /// memory nothing changes.
   void Attach(Obs* obs) {
     if (obs == nullptr) {
       return;
     }
     boost::lock_guard<boost::mutex> lock(list_mutex_);
     if (std::find(observers_.begin(), observers_.end(), obs) == observers_.end()) {
-      observers_.push_back(obs);
+      try {
+        observers_.push_back(obs);
+      } catch (const std::bad_alloc&) {
+      }
     }
   }
 
@@ -119,16 +126,19 @@ class CBaseStockSubject {
     }
   }
 
-  /// Replaces the stored data.
-  void Store(Data data) {
-    boost::lock_guard<boost::mutex> lock(data_mutex_);
-    data_ = std::move(data);
-  }
-
-  /// Calls `Update` with the stored data on every observer, in the order in which they were attached. The
-  /// list mutex is held for the whole walk, the data mutex around each call.
-  void Notify() {
+  /// Stores what an answer to the request `stamp` brought and calls `Update` with it on every observer, in
+  /// the order in which they were attached; neither once a newer answer was told. The list mutex is held for
+  /// the whole walk, the data mutex around each call.
+  void Tell(frame::Stamp stamp, Data data) {
     boost::lock_guard<boost::mutex> list_lock(list_mutex_);
+    if (!frame::MayFollow(stamp, told_)) {
+      return;
+    }
+    told_ = stamp;
+    {
+      boost::lock_guard<boost::mutex> data_lock(data_mutex_);
+      std::swap(data_, data);
+    }
     for (Obs* const obs : observers_) {
       boost::lock_guard<boost::mutex> data_lock(data_mutex_);
       obs->Update(data_);
@@ -136,8 +146,9 @@ class CBaseStockSubject {
   }
 
  private:
-  boost::mutex list_mutex_;  // guards observers_
+  boost::mutex list_mutex_;  // guards observers_ and told_
   std::list<Obs*> observers_;
+  frame::Stamp told_ = 0;
   boost::mutex data_mutex_;  // guards data_
   Data data_{};
 };

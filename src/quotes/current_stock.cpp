@@ -8,12 +8,12 @@
 #include <cstddef>
 #include <optional>
 
-#include "frame/polling.h"
-#include "frame/service_registry.h"
+#include "frame/running.h"
 #include "frame/subject.h"
 #include "host/log.h"
 #include "host/text.h"
-#include "quotes/current_stock_service.h"
+#include "reference/reference_data.h"
+#include "services.h"
 
 namespace quotes {
 namespace {
@@ -49,7 +49,7 @@ class CCurrentStock final : public ICurrentStock,
  public:
   void Attach(IUpdate1<CurrentStockItem>* observer) override;
   void Detach(IUpdate1<CurrentStockItem>* observer) override { SubjectBase::Detach(observer); }
-  bool EnsureStockCommon() override { return frame::Services().StockCommon() != nullptr; }
+  bool EnsureStockCommon() override { return reference::TheStockCommon() != nullptr; }
   void SelectIndex(const std::wstring& symbol, int variant) override {
     Select(symbol, kIndexLists, variant, kVariants);
   }
@@ -165,7 +165,7 @@ const Stocks& CCurrentStock::List(int kind) {
   if (kind == kCustomList) {
     return custom_stocks_;
   }
-  IStockCommon* const lists = frame::Services().StockCommon();
+  IStockCommon* const lists = reference::TheStockCommon();
   if (lists == nullptr || kind <= kIndexLists || kind > kSmeStocks) {
     return *kNothing;
   }

@@ -1,95 +1,68 @@
 // The quotes of the three headline indices: one fixed request, one list, every attached observer told. The
-// smallest whole service, and the pattern of the others.
+// smallest whole service.
 #include "quotes/index_market.h"
 
-#include <string>
-#include <utility>
+#include <memory>
 #include <vector>
 
 #include "frame/phase_interval.h"
-#include "frame/polling.h"
-#include "quotes/index_market_service.h"
+#include "frame/polled_subject.h"
+#include "frame/running.h"
+#include "frame/stamp.h"
 #include "quotes/index_market_table.h"
-#include "request/answer.h"
 #include "request/ask.h"
 #include "request/record_reader.h"
-#include "request/stamp.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace quotes {
 namespace {
 
 using IndexList = std::vector<IndexMarketSummary>;
-using IndexObserver = IUpdate1<IndexList>;
 
-class CIndexMarket : public IIndexMarket, protected frame::Gated {
+class CIndexMarket : public frame::PolledSubject<IIndexMarket> {
  public:
-  void Attach(IndexObserver* obs) override;
-  void Fetch() override { FetchIndexMarkets(); }
+  void Attach(Observer* obs) override {
+    PolledSubject::Attach(obs);
+    Greet(obs, [this] { return last_list_ == nullptr || last_list_->empty() ? nullptr : last_list_.get(); });
+  }
+  void Fetch() override;
   int GetInterval() override { return frame::PhaseInterval(); }
 
  private:
-  // Ask
-  void FetchIndexMarkets();
-  // Understand
-  void OnAnswer(std::int64_t stamp, bool ok, const char* body, std::size_t length);
-  // Tell
-  void Publish(std::int64_t stamp, IndexList list);
+  bool TellEverybody(frame::Stamp stamp, const std::shared_ptr<const IndexList>& list);
 
-  // Guarded by the list mutex.
-  IndexList last_list_;
-  request::Stamp latest_request_;
-  std::int64_t published_request_ = 0;
+  frame::Stamps stamps_;
+  std::shared_ptr<const IndexList> last_list_;  // touched under the list mutex only
 };
 
-void CIndexMarket::Attach(IndexObserver* obs) {
-  IIndexMarket::Attach(obs);
-  boost::lock_guard<boost::mutex> lock(ListMutex());
-  if (IsAttachedLocked(obs) && !last_list_.empty()) {
-    obs->Update(last_list_);
-  }
-}
-
-void CIndexMarket::FetchIndexMarkets() {
-  std::int64_t stamp = 0;
-  {
-    boost::lock_guard<boost::mutex> lock(ListMutex());
-    stamp = latest_request_.Advance();
-  }
+// Ask, understand
+void CIndexMarket::Fetch() {
+  const frame::Stamp stamp = stamps_.Next();
   request::Ask(
-      request::StockDetailListUrl({L"sh000001", L"sz399001", L"sz399006"}), request::kQuickSeconds, gate_,
-      [this, stamp](bool ok, const char* body, std::size_t length) { OnAnswer(stamp, ok, body, length); });
+      {request::Fetch::kIndexQuotes, gate_, {&stamps_, stamp}},
+      [] {
+        return request::StockDetailListUrl({L"sh000001", L"sz399001", L"sz399006"});
+      },
+      [](const request::Answer& answer) {
+        return std::make_shared<const IndexList>(
+            request::RecordReader<kIndexMarketSummaryTable>::ReadAll(answer.DataList()));
+      },
+      [this, stamp](const std::shared_ptr<const IndexList>& list) { return TellEverybody(stamp, list); });
 }
 
-void CIndexMarket::OnAnswer(std::int64_t stamp, bool ok, const char* body, std::size_t length) {
-  const auto is_latest = [this, stamp] {
-    boost::lock_guard<boost::mutex> lock(ListMutex());
-    return latest_request_.IsLatest(stamp);
-  };
-  const request::Answer answer =
-      request::CheckAnswer(request::Fetch::kIndexQuotes, ok, body, length, is_latest);
-  if (answer) {
-    Publish(stamp, request::RecordReader<kIndexMarketSummaryTable>::ReadAll(answer.DataList()));
-  }
-}
-
-void CIndexMarket::Publish(std::int64_t stamp, IndexList list) {
-  boost::lock_guard<boost::mutex> lock(ListMutex());
-  // Two answers may be read at once: the newer one is not taken back by the older.
-  if (stamp < published_request_) {
-    return;
-  }
-  published_request_ = stamp;
-  last_list_ = std::move(list);
-  for (IndexObserver* const obs : ObserversLocked()) {
-    obs->Update(last_list_);
-  }
+// Tell
+bool CIndexMarket::TellEverybody(frame::Stamp stamp, const std::shared_ptr<const IndexList>& list) {
+  return Tell({}, stamp, {frame::Whom::kEveryAttached, frame::Keep::kNever}, [&] {
+    last_list_ = list;
+    return list;
+  });
 }
 
 }  // namespace
 
 IIndexMarket* MakeIndexMarket() {
-  return frame::MakeOrNull<frame::Polling<CIndexMarket>>();
+  return frame::MakeOrNull<frame::Running<CIndexMarket>>();
 }
 
 }  // namespace quotes

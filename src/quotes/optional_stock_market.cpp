@@ -2,51 +2,37 @@
 // for.
 #include "quotes/optional_stock_market.h"
 
-#include <algorithm>
-#include <atomic>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-#include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "frame/polling.h"
-#include "frame/reference_data.h"
+#include "frame/polled_subject.h"
+#include "frame/running.h"
 #include "host/tasks.h"
 #include "host/watch_list.h"
 #include "quotes/directions.h"
-#include "quotes/optional_stock_market_service.h"
 #include "quotes/stock_market_item_table.h"
 #include "quotes/watch_list_order.h"
+#include "reference/reference_data.h"
 #include "reference/stock_common.h"
-#include "request/answer.h"
 #include "request/ask.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace quotes {
 namespace {
 
 using Codes = std::vector<std::wstring>;
 using Items = std::vector<OptionalMarketItem>;
-using Observer = IUpdate1<Items>;
 
-// The name of the first plate of a stock; empty when none is known. A look-up may wait for the server, so
-// each is one use of the reference data: whoever ends it waits for one of them, not for a whole list.
-std::wstring FirstPlateOf(const std::wstring& code) {
-  std::vector<std::pair<std::wstring, std::wstring>> plates;
-  frame::WithReferenceData([&](IStockCommon& reference) { reference.GetPlatesOfStock(code, plates); });
-  return plates.empty() ? std::wstring() : plates.front().second;
-}
+constexpr auto kFetch = request::Fetch::kOptionalStocks;
 
-class COptionalStockMarket : public IOptionalStockMarket, protected frame::Gated {
+class COptionalStockMarket : public frame::PolledSubject<IOptionalStockMarket> {
  public:
-  void Fetch() override;
-  /// A round is left out while the rows of an answer are read: that may wait for the plates, and rounds that
-  /// went on asking would take one of the host's threads after the other.
-  void OnTimer() override;
+  void Fetch() override { FetchStockMarkets(WatchList()); }
   void FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) override;
 
  private:
@@ -73,132 +59,96 @@ class COptionalStockMarket : public IOptionalStockMarket, protected frame::Gated
   };
 
   void OnWatchList(const Codes& codes);
-  // Ask
-  void FetchStockMarkets(const Codes& codes);
-  // Understand
-  void OnAnswer(bool ok, const char* body, std::size_t length);
-  Items ReadItems(const request::json::Array& list);
-  std::shared_ptr<const Items> Remember(Items items);
-  // Tell
-  void Publish(const Items& items);
-  Items SpareCopyLocked();
+  std::shared_ptr<const Codes> WatchList() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return watch_list_;
+  }
+  std::shared_ptr<const Items> Latest() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return previous_;
+  }
+  void FetchStockMarkets(const std::shared_ptr<const Codes>& codes);
+  std::vector<const Items*> Choose(const std::vector<Viewer>& viewers, const std::shared_ptr<Items>& items);
 
-  std::atomic<int> reading_ = 0;     // answers whose rows are being read
-  std::vector<Items> spare_copies_;  // of the answer before, for their memory; guarded by the list mutex
-  boost::mutex lock_;                // guards the three members below
-  Codes watch_list_;
-  bool watch_list_received_ = false;
+  SortedCopies copies_;  // touched under the list mutex only
+  std::mutex mutex_;     // guards the two members below
+  std::shared_ptr<const Codes> watch_list_;
   std::shared_ptr<const Items> previous_ = std::make_shared<Items>();
+  frame::Stamps stamps_;
   Follower follower_{*this};  // last: the list may come while it is made
 };
 
 // The first delivery is fetched by the polling thread, every later one at once.
 void COptionalStockMarket::OnWatchList(const Codes& codes) {
-  bool had_list = false;
-  {
-    const boost::lock_guard<boost::mutex> guard(lock_);
-    watch_list_ = codes;
-    had_list = std::exchange(watch_list_received_, true);
-  }
-  if (had_list) {
-    FetchStockMarkets(codes);
-  }
-}
-
-void COptionalStockMarket::Fetch() {
-  Codes codes;
-  {
-    const boost::lock_guard<boost::mutex> guard(lock_);
-    codes = watch_list_;
-  }
-  FetchStockMarkets(codes);
-}
-
-void COptionalStockMarket::OnTimer() {
-  if (reading_ == 0) {
-    Fetch();
-  }
-}
-
-void COptionalStockMarket::FetchStockMarkets(const Codes& codes) {
-  if (codes.empty()) {
+  std::shared_ptr<const Codes> before = request::Shared(kFetch, codes);
+  const std::shared_ptr<const Codes> now = before;
+  if (now == nullptr) {
     return;
   }
-  request::Ask(request::StockDetailListUrl(codes), request::kUsualSeconds, gate_,
-               [this](bool ok, const char* body, std::size_t length) { OnAnswer(ok, body, length); });
-}
-
-void COptionalStockMarket::OnAnswer(bool ok, const char* body, std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kOptionalStocks, ok, body, length);
-  if (answer) {
-    Publish(*Remember(ReadItems(answer.DataList())));
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    watch_list_.swap(before);
+  }
+  if (before != nullptr) {
+    FetchStockMarkets(now);
   }
 }
 
-Items COptionalStockMarket::ReadItems(const request::json::Array& list) {
-  ++reading_;
-  struct Done {
-    std::atomic<int>& reading;
-    ~Done() { --reading; }
-  };
-  const Done done{reading_};
-  Items items(list.Size());
-  auto next = items.begin();
+// --- Ask, understand ---
+
+std::shared_ptr<Items> Read(const request::Answer& answer) {
+  const request::json::Array list = answer.DataList();
+  auto items = std::make_shared<Items>(list.Size());
+  auto next = items->begin();
   list.ForEach([&next](const request::json::Value& element) {
     OptionalMarketItem& item = *next++;
     request::RecordReader<kWatchListTable>::Fill(item, element.AsObject());
     item.symbol_type = stock::CheckSymbol(item.code.c_str());
   });
-  for (OptionalMarketItem& item : items) {
+  for (OptionalMarketItem& item : *items) {
     if (item.symbol_type == stock::kSymbolStock) {
-      item.plate = FirstPlateOf(item.code);
+      std::vector<std::pair<std::wstring, std::wstring>> plates;
+      reference::WithReferenceData(
+          [&](IStockCommon& reference) { reference.GetPlatesOfStock(item.code, plates); });
+      item.plate = plates.empty() ? std::wstring() : plates.front().second;
     }
   }
   return items;
 }
 
-std::shared_ptr<const Items> COptionalStockMarket::Remember(Items items) {
-  const auto shared = std::make_shared<Items>(std::move(items));
-  const boost::lock_guard<boost::mutex> guard(lock_);
-  SetDirections(*shared, *previous_);
-  previous_ = shared;
-  return shared;
+void COptionalStockMarket::FetchStockMarkets(const std::shared_ptr<const Codes>& codes) {
+  if (codes == nullptr || codes->empty()) {
+    return;
+  }
+  const frame::Stamp stamp = stamps_.Next();
+  request::Ask(
+      {kFetch, gate_}, [&] { return request::StockDetailListUrl(*codes); }, &Read,
+      [this, stamp](const std::shared_ptr<Items>& items) {
+        return TellEach(stamp, frame::Whom::kEveryActive,
+                        [&](const std::vector<Viewer>& viewers) { return Choose(viewers, items); });
+      });
 }
+
+// --- Tell ---
 
 // Every active observer gets the list in its own order; views with the same order share one copy.
-void COptionalStockMarket::Publish(const Items& items) {
-  std::vector<std::pair<SortingTarget, Items>> orders;
-  const boost::lock_guard<boost::mutex> guard(ListMutex());
-  for (Observer* const obs : ObserversLocked()) {
-    if (IsSuspendedLocked(obs)) {
-      continue;
-    }
+std::vector<const Items*> COptionalStockMarket::Choose(const std::vector<Viewer>& viewers,
+                                                       const std::shared_ptr<Items>& items) {
+  {
+    std::shared_ptr<const Items> before = items;  // in the end the one before, let go after the lock
+    const std::lock_guard<std::mutex> lock(mutex_);
+    SetDirections(*items, *previous_);
+    previous_.swap(before);
+  }
+  copies_.Begin(*items);
+  std::vector<const Items*> chosen;
+  chosen.reserve(viewers.size());
+  for (const Viewer& viewer : viewers) {
     SortingTarget target{0, 2};
-    if (!GetTarget(obs, target) || target.sort_key == 0 || target.sort_type == 0) {
-      obs->Update(items);
-      continue;
-    }
-    auto order = std::find_if(orders.begin(), orders.end(),
-                              [&target](const auto& entry) { return entry.first == target; });
-    if (order == orders.end()) {
-      order = orders.insert(orders.end(), {target, SpareCopyLocked()});
-      OrderInto(order->second, items, target);
-    }
-    obs->Update(order->second);
+    GetTarget(viewer.obs, target);
+    chosen.push_back(&copies_.In(target));
   }
-  spare_copies_.clear();
-  for (auto& entry : orders) {
-    spare_copies_.push_back(std::move(entry.second));
-  }
-}
-
-Items COptionalStockMarket::SpareCopyLocked() {
-  if (spare_copies_.empty()) {
-    return {};
-  }
-  Items copy = std::move(spare_copies_.back());
-  spare_copies_.pop_back();
-  return copy;
+  return chosen;
 }
 
 void COptionalStockMarket::FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) {
@@ -206,24 +156,29 @@ void COptionalStockMarket::FetchStockItems(int sort_key, int sort_type, const Co
     return;
   }
   const SortingTarget target{static_cast<std::uint32_t>(sort_key), static_cast<std::uint32_t>(sort_type)};
-  base::TaskManagerInstance()->AddTask(gate_.Guard([this, target, done] {
-    std::shared_ptr<const Items> items;
-    {
-      const boost::lock_guard<boost::mutex> guard(lock_);
-      items = previous_;
-    }
+  const auto shared = request::Shared(kFetch, done);
+  const auto hand_over = [this, target, shared] {
     CodeNameList list;
-    for (const std::uint32_t place : OrderOf(*items, target)) {
-      list.emplace_back((*items)[place].code, (*items)[place].name);
+    const bool listed = request::Succeeds(kFetch, [&] {
+      const std::shared_ptr<const Items> items = Latest();
+      for (const std::uint32_t place : OrderOf(*items, target)) {
+        list.emplace_back((*items)[place].code, (*items)[place].name);
+      }
+    });
+    if (listed) {
+      (*shared)(list);
     }
-    done(list);
-  }));
+  };
+  if (shared != nullptr) {
+    static_cast<void>(
+        request::Succeeds(kFetch, [&] { base::TaskManagerInstance()->AddTask(gate_.Guard(hand_over)); }));
+  }
 }
 
 }  // namespace
 
 IOptionalStockMarket* MakeOptionalStockMarket() {
-  return frame::MakeOrNull<frame::Polling<COptionalStockMarket>>();
+  return frame::MakeOrNull<frame::Running<COptionalStockMarket>>();
 }
 
 }  // namespace quotes

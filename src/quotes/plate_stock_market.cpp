@@ -2,98 +2,80 @@
 // counts: the latest wins, whichever target it was for.
 #include "quotes/plate_stock_market.h"
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <string>
-#include <utility>
-#include <vector>
 
-#include "frame/polling.h"
-#include "quotes/plate_stock_market_service.h"
+#include "frame/running.h"
+#include "frame/ticks.h"
 #include "ranking/stock_market_summary_table.h"
-#include "request/answer.h"
-#include "request/ask.h"
+#include "request/keyed_service.h"
 #include "request/record_reader.h"
-#include "request/stamp.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace quotes {
 namespace {
 
-class CPlateStockMarket : public IPlateStockMarket, protected frame::Gated {
+constexpr std::int64_t kLongestPatience = 10'000;  // milliseconds
+
+class CPlateStockMarket : public request::KeyedService<IPlateStockMarket> {
  public:
-  void Fetch() override;
-  void FetchStockMarkets(const std::wstring& bk_code, std::uint32_t start, std::uint32_t end,
-                         std::uint32_t sort_key, std::uint32_t sort_type) override;
+  CPlateStockMarket() : KeyedService(request::Fetch::kPlateStocks, request::Counts::kLatestRequest) {}
 
- private:
-  // Understand and tell
-  void OnAnswer(const PlateStockRankingTarget& target, std::int64_t stamp, bool ok, const char* body,
-                std::size_t length);
+  void Fetch() override { Remember(AskForEach()); }
 
-  boost::mutex lock_;  // guards the member below
-  request::Stamp latest_request_;
-  boost::mutex
-      order_;  // guards the two members below; answers are told one at a time. Taken before the list mutex.
-  std::int64_t published_request_ = 0;
-  PlateStockMarketData latest_answer_;
-};
-
-void CPlateStockMarket::Fetch() {
-  std::vector<PlateStockRankingTarget> targets;
-  GetActiveTargets(targets);
-  for (const PlateStockRankingTarget& target : targets) {
-    if (!target.bk_code.empty() && target.sort_key != 0) {
-      FetchStockMarkets(target.bk_code, target.start, target.end, target.sort_key, target.sort_type);
+  /// Leaves out a round while the answer to the latest request is on its way: on a line that is slower than
+  /// the interval, none would ever be the latest when it comes.
+  void OnTimer() override {
+    if (!AwaitsAnswer()) {
+      Fetch();
     }
   }
-}
 
-void CPlateStockMarket::FetchStockMarkets(const std::wstring& bk_code, std::uint32_t start, std::uint32_t end,
-                                          std::uint32_t sort_key, std::uint32_t sort_type) {
-  std::int64_t stamp = 0;
-  {
-    const boost::lock_guard<boost::mutex> guard(lock_);
-    stamp = latest_request_.Advance();
+  void FetchStockMarkets(const std::wstring& bk_code, std::uint32_t start, std::uint32_t end,
+                         std::uint32_t sort_key, std::uint32_t sort_type) override {
+    PlateStockRankingTarget target{{}, sort_key, sort_type, start, end};
+    if (request::Succeeds(request::Fetch::kPlateStocks, [&] { target.bk_code = bk_code; })) {
+      Remember(AskFor(target));
+    }
   }
-  const PlateStockRankingTarget target{bk_code, sort_key, sort_type, start, end};
-  request::Ask(request::PlateStocksUrl(bk_code, static_cast<int>(sort_key), static_cast<int>(sort_type),
-                                       static_cast<int>(start), static_cast<int>(end)),
-               request::kUsualSeconds, gate_,
-               [this, target, stamp](bool ok, const char* body, std::size_t length) {
-                 OnAnswer(target, stamp, ok, body, length);
-               });
-}
 
-void CPlateStockMarket::OnAnswer(const PlateStockRankingTarget& target, std::int64_t stamp, bool ok,
-                                 const char* body, std::size_t length) {
-  const auto is_latest = [this, stamp] {
-    const boost::lock_guard<boost::mutex> guard(lock_);
-    return latest_request_.IsLatest(stamp);
-  };
-  const request::Answer answer =
-      request::CheckAnswer(request::Fetch::kPlateStocks, ok, body, length, is_latest);
-  if (!answer) {
-    return;
+ private:
+  bool IsSet(const PlateStockRankingTarget& target) override {
+    return !target.bk_code.empty() && target.sort_key != 0;
   }
-  PlateStockMarketData data;
-  data.total_num = answer.Root().Member("total_num").Integer();
-  data.stocks = request::RecordReader<ranking::kStockMarketSummaryTable>::ReadAll(answer.DataArray());
-  // Two answers may be read at once: the newer one is not taken back by the older.
-  const boost::lock_guard<boost::mutex> guard(order_);
-  if (stamp < published_request_) {
-    return;
+  std::wstring UrlOf(const PlateStockRankingTarget& target) override {
+    return request::PlateStocksUrl(target.bk_code, request::OrderOf(target), request::RowsOf(target));
   }
-  published_request_ = stamp;
-  latest_answer_ = std::move(data);
-  Deliver(target, latest_answer_);
-}
+  std::shared_ptr<Data> Read(const PlateStockRankingTarget& /*target*/,
+                             const request::Answer& answer) override {
+    return request::Share<Data>(
+        {answer.Root().Member("total_num").Integer(),
+         request::RecordReader<ranking::kStockMarketSummaryTable>::ReadAll(answer.DataArray())});
+  }
+
+  void Remember(const std::shared_ptr<const request::Pending>& asked) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    latest_ = asked;
+    asked_at_ = frame::SteadyMilliseconds();
+  }
+  bool AwaitsAnswer() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return latest_ != nullptr && !latest_->IsAnswered() &&
+           frame::SteadyMilliseconds() - asked_at_ <= kLongestPatience;
+  }
+
+  std::mutex mutex_;  // guards the members below
+  std::shared_ptr<const request::Pending> latest_;
+  std::int64_t asked_at_ = 0;
+};
 
 }  // namespace
 
 IPlateStockMarket* MakePlateStockMarket() {
-  return frame::MakeOrNull<frame::Polling<CPlateStockMarket>>();
+  return frame::MakeOrNull<frame::Running<CPlateStockMarket>>();
 }
 
 }  // namespace quotes

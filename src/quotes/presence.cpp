@@ -1,6 +1,9 @@
 #include "quotes/presence.h"
 
 #include <cmath>
+#include <cstdint>
+
+#include "host/clock.h"
 
 namespace quotes {
 namespace {
@@ -48,6 +51,10 @@ bool IsHalted(stock::StockStatus status) {
 }
 
 }  // namespace
+
+stock::MarketStatus CurrentPhase() {
+  return stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime()));
+}
 
 void HideZeros(StockMarketItem& item) {
   if (item.status == stock::kStockNormal) {

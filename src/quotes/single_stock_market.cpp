@@ -2,86 +2,36 @@
 // index.
 #include "quotes/single_stock_market.h"
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-#include <optional>
+#include <memory>
 #include <string>
-#include <vector>
 
-#include "frame/polling.h"
-#include "host/clock.h"
+#include "frame/running.h"
 #include "quotes/directions.h"
 #include "quotes/presence.h"
-#include "quotes/single_stock_market_service.h"
 #include "quotes/stock_market_item_table.h"
-#include "request/answer.h"
-#include "request/ask.h"
+#include "request/keyed_service.h"
 #include "request/numbers.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace quotes {
 namespace {
 
-class CSingleStockMarket : public ISingleStockMarket, protected frame::Gated {
+class CSingleStockMarket : public request::KeyedService<ISingleStockMarket> {
  public:
-  void Fetch() override;
+  CSingleStockMarket() : KeyedService(request::Fetch::kSingleStock) {}
 
  private:
-  // Ask
-  void FetchStockMarket(const std::wstring& code);
-  // Understand
-  void OnAnswer(const std::wstring& code, bool ok, const char* body, std::size_t length);
-  static StockMarketItem ReadItem(const std::wstring& code, const request::json::Object& object);
-  static void ReadStock(StockMarketItem& item, const request::json::Object& object);
-  static void ReadIndex(StockMarketItem& item, const request::json::Object& object);
-  void Remember(StockMarketItem& item);
+  std::wstring UrlOf(const std::wstring& code) override { return request::StockDetailListUrl({code}); }
+  std::shared_ptr<StockMarketItem> Read(const std::wstring& code, const request::Answer& answer) override;
+  void Compare(const std::shared_ptr<StockMarketItem>& item) override;
 
-  boost::mutex lock_;  // guards previous_
   // Of whichever code was answered last (kept: one memory for all codes); none before the first answer.
-  std::optional<StockMarketItem> previous_;
+  std::shared_ptr<const StockMarketItem> previous_;
 };
 
-void CSingleStockMarket::Fetch() {
-  std::vector<std::wstring> codes;
-  GetActiveTargets(codes);
-  for (const std::wstring& code : codes) {
-    FetchStockMarket(code);
-  }
-}
-
-void CSingleStockMarket::FetchStockMarket(const std::wstring& code) {
-  request::Ask(
-      request::StockDetailListUrl({code}), request::kUsualSeconds, gate_,
-      [this, code](bool ok, const char* body, std::size_t length) { OnAnswer(code, ok, body, length); });
-}
-
-void CSingleStockMarket::OnAnswer(const std::wstring& code, bool ok, const char* body, std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kSingleStock, ok, body, length);
-  if (!answer || answer.DataList().Size() == 0) {
-    return;
-  }
-  StockMarketItem item = ReadItem(code, answer.DataList().At(0).AsObject());
-  ApplySingleQuoteRules(item,
-                        stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime())));
-  Remember(item);
-  Deliver(code, item);
-}
-
-StockMarketItem CSingleStockMarket::ReadItem(const std::wstring& code, const request::json::Object& object) {
-  StockMarketItem item;
-  item.symbol_type = stock::CheckSymbol(code.c_str());
-  request::RecordReader<kFigureTable>::Fill(item, object);
-  item.code = code;  // the one that was asked for, whatever the answer says
-  if (item.symbol_type == stock::kSymbolStock) {
-    ReadStock(item, object);
-  } else {
-    ReadIndex(item, object);
-  }
-  return item;
-}
-
-void CSingleStockMarket::ReadStock(StockMarketItem& item, const request::json::Object& object) {
+void ReadStock(StockMarketItem& item, const request::json::Object& object) {
   if (item.vol.value != 0) {
     item.avg_price = {item.amt.value / static_cast<double>(item.vol.value), true};
   }
@@ -94,7 +44,7 @@ void CSingleStockMarket::ReadStock(StockMarketItem& item, const request::json::O
   request::RecordReader<kBookTable>::Fill(item, object);
 }
 
-void CSingleStockMarket::ReadIndex(StockMarketItem& item, const request::json::Object& object) {
+void ReadIndex(StockMarketItem& item, const request::json::Object& object) {
   request::RecordReader<kMembersTable>::Fill(item, object);
   item.lead_change.present = true;
   item.num_u.present = true;
@@ -102,10 +52,28 @@ void CSingleStockMarket::ReadIndex(StockMarketItem& item, const request::json::O
   item.num_d.present = true;
 }
 
-void CSingleStockMarket::Remember(StockMarketItem& item) {
-  const boost::lock_guard<boost::mutex> guard(lock_);
-  if (previous_ && previous_->code == item.code) {
-    SetDirections(item, *previous_);
+std::shared_ptr<StockMarketItem> CSingleStockMarket::Read(const std::wstring& code,
+                                                          const request::Answer& answer) {
+  if (answer.DataList().Size() == 0) {
+    return nullptr;
+  }
+  const request::json::Object object = answer.DataList().At(0).AsObject();
+  auto item = std::make_shared<StockMarketItem>();
+  item->symbol_type = stock::CheckSymbol(code.c_str());
+  request::RecordReader<kFigureTable>::Fill(*item, object);
+  item->code = code;  // the one that was asked for, whatever the answer says
+  if (item->symbol_type == stock::kSymbolStock) {
+    ReadStock(*item, object);
+  } else {
+    ReadIndex(*item, object);
+  }
+  ApplySingleQuoteRules(*item, CurrentPhase());
+  return item;
+}
+
+void CSingleStockMarket::Compare(const std::shared_ptr<StockMarketItem>& item) {
+  if (previous_ != nullptr && previous_->code == item->code) {
+    SetDirections(*item, *previous_);
   }
   previous_ = item;
 }
@@ -113,7 +81,7 @@ void CSingleStockMarket::Remember(StockMarketItem& item) {
 }  // namespace
 
 ISingleStockMarket* MakeSingleStockMarket() {
-  return frame::MakeOrNull<frame::Polling<CSingleStockMarket>>();
+  return frame::MakeOrNull<frame::Running<CSingleStockMarket>>();
 }
 
 }  // namespace quotes

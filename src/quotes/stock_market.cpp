@@ -2,24 +2,22 @@
 // and names.
 #include "quotes/stock_market.h"
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <memory>
+#include <string>
 #include <vector>
 
-#include "frame/polling.h"
 #include "frame/recycler.h"
+#include "frame/running.h"
 #include "host/clock.h"
 #include "quotes/directions.h"
 #include "quotes/presence.h"
 #include "quotes/stock_market_item_table.h"
-#include "quotes/stock_market_service.h"
-#include "request/answer.h"
-#include "request/ask.h"
 #include "request/code_index.h"
 #include "request/item_request.h"
+#include "request/keyed_service.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace quotes {
 namespace {
@@ -27,81 +25,58 @@ namespace {
 using Board = std::vector<StockMarketItem>;
 
 // A board as it was read.
-struct ReadBoard {
-  Board rows;
+struct ReadBoard final : Board {
   request::CodeHashes hashes;  // of the rows' codes
 };
 
-class CStockMarket : public IStockMarket, protected frame::Gated {
+class CStockMarket : public request::KeyedService<IStockMarket> {
  public:
-  void Fetch() override;
+  CStockMarket() : KeyedService(request::Fetch::kStockQuotes) {}
+
   void FetchStockItems(int sort_key, int sort_type, int stock_type, const CodeNameCallback& done) override {
-    items_.Send(request::StockPriceListUrl(stock_type, sort_key, sort_type), done);
+    items_.Send([&] { return request::StockPriceListUrl(stock_type, {sort_key, sort_type}); }, done);
   }
 
  private:
-  // Ask
-  void FetchStockMarkets(const StockRangeRankingTarget& target);
-  // Understand
-  void OnAnswer(const StockRangeRankingTarget& target, bool ok, const char* body, std::size_t length);
-  void Remember(const std::shared_ptr<ReadBoard>& board);
+  bool IsSet(const StockRangeRankingTarget& target) override {
+    return target.stock_type != 0 && target.sort_key != 0;
+  }
+  std::wstring UrlOf(const StockRangeRankingTarget& target) override {
+    return request::StockRangeUrl(static_cast<int>(target.stock_type), request::OrderOf(target),
+                                  request::RowsOf(target));
+  }
+  std::shared_ptr<Board> Read(const StockRangeRankingTarget& target, const request::Answer& answer) override;
+  void Compare(const std::shared_ptr<Board>& news) override;
 
   frame::Recycler<ReadBoard> boards_;
-  boost::mutex lock_;  // guards previous_ and the stamp of items_
+  // Of whichever target was answered last (kept: one memory for all targets).
   std::shared_ptr<const ReadBoard> previous_ = std::make_shared<ReadBoard>();
-  request::ItemRequest items_{request::Fetch::kStockItems, lock_, gate_};
+  request::ItemRequest items_{request::Fetch::kStockItems, gate_};
 };
 
-void CStockMarket::Fetch() {
-  std::vector<StockRangeRankingTarget> targets;
-  GetActiveTargets(targets);
-  for (const StockRangeRankingTarget& target : targets) {
-    if (target.stock_type != 0 && target.sort_key != 0) {
-      FetchStockMarkets(target);
-    }
-  }
-}
-
-void CStockMarket::FetchStockMarkets(const StockRangeRankingTarget& target) {
-  request::Ask(request::StockRangeUrl(static_cast<int>(target.stock_type), static_cast<int>(target.sort_key),
-                                      static_cast<int>(target.sort_type), static_cast<int>(target.start),
-                                      static_cast<int>(target.end)),
-               request::kUsualSeconds, gate_, [this, target](bool ok, const char* body, std::size_t length) {
-                 OnAnswer(target, ok, body, length);
-               });
-}
-
-void CStockMarket::OnAnswer(const StockRangeRankingTarget& target, bool ok, const char* body,
-                            std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kStockQuotes, ok, body, length);
-  if (!answer) {
-    return;
-  }
+std::shared_ptr<Board> CStockMarket::Read(const StockRangeRankingTarget& /*target*/,
+                                          const request::Answer& answer) {
   const std::shared_ptr<ReadBoard> board = boards_.Take();
   board->hashes.clear();
-  request::RecordReader<kBoardTable>::ReadInto(
-      board->rows, answer.DataArray(), [&hashes = board->hashes](StockMarketItem& item) {
-        HideZeros(item);
-        HideBeforeOpening(
-            item, stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime())));
-        hashes.push_back(request::HashOfCode(item.code));
-      });
-  Remember(board);
-  Deliver(target, std::shared_ptr<const Board>(board, &board->rows));
+  request::RecordReader<kBoardTable>::ReadInto(*board, answer.DataArray(),
+                                               [&hashes = board->hashes](StockMarketItem& item) {
+                                                 HideZeros(item);
+                                                 HideBeforeOpening(item, CurrentPhase());
+                                                 hashes.push_back(request::HashOfCode(item.code));
+                                               });
+  return board;
 }
 
-// Sets the directions against the previous answer, whichever target it was for, and takes its place.
-void CStockMarket::Remember(const std::shared_ptr<ReadBoard>& board) {
-  std::shared_ptr<const ReadBoard> earlier = board;  // in the end the one before, let go behind the lock
-  const boost::lock_guard<boost::mutex> guard(lock_);
-  SetDirections(board->rows, board->hashes, previous_->rows, previous_->hashes);
-  previous_.swap(earlier);
+void CStockMarket::Compare(const std::shared_ptr<Board>& news) {
+  const auto board = std::static_pointer_cast<ReadBoard>(news);
+  SetDirections(*board, board->hashes, *previous_, previous_->hashes);
+  previous_ = board;
 }
 
 }  // namespace
 
 IStockMarket* MakeStockMarket() {
-  return frame::MakeOrNull<frame::Polling<CStockMarket>>();
+  return frame::MakeOrNull<frame::Running<CStockMarket>>();
 }
 
 }  // namespace quotes

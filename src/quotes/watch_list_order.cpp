@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <numeric>
 #include <string>
 #include <utility>
@@ -216,6 +217,35 @@ void OrderInto(std::vector<OptionalMarketItem>& sorted, const std::vector<Option
   for (std::size_t place = 0; place < order.size(); ++place) {
     sorted[place] = items[order[place]];
   }
+}
+
+void SortedCopies::Begin(const std::vector<OptionalMarketItem>& items) {
+  copies_.resize(used_);  // what the last list had no use for goes
+  items_ = &items;
+  used_ = 0;
+}
+
+const std::vector<OptionalMarketItem>& SortedCopies::In(const SortingTarget& target) {
+  constexpr std::size_t kMostMemory = std::size_t{32} << 20U;
+  if (target.sort_key == 0 || target.sort_type == 0) {
+    return *items_;
+  }
+  auto copy = copies_.begin();
+  for (std::size_t left = used_; left > 0; --left, ++copy) {
+    if (copy->first == target) {
+      return copy->second;
+    }
+  }
+  if ((used_ + 1) * items_->size() * sizeof(OptionalMarketItem) > kMostMemory) {
+    throw std::bad_alloc();
+  }
+  if (copy == copies_.end()) {
+    copy = copies_.emplace(copy);
+  }
+  copy->first = target;
+  OrderInto(copy->second, *items_, target);
+  ++used_;
+  return copy->second;
 }
 
 }  // namespace quotes

@@ -3,7 +3,10 @@
 // and stays in bounds whatever the comparison says. Thread-safe: pure functions.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <list>
+#include <utility>
 #include <vector>
 
 #include "quotes/optional_stock_market.h"
@@ -14,6 +17,23 @@ namespace quotes {
 /// that says nothing. Stable.
 [[nodiscard]] std::vector<std::uint32_t> OrderOf(const std::vector<OptionalMarketItem>& items,
                                                  const SortingTarget& target);
+
+/// The copies of one list in the orders that views want, one per order. They lend their memory to the copies
+/// of the next list. Not thread-safe.
+class SortedCopies {
+ public:
+  /// Begins with a list, which must outlive the use of its copies. Copies of the list before are gone.
+  void Begin(const std::vector<OptionalMarketItem>& items);
+
+  /// The list in that order: itself for a column or a direction that says nothing. Valid until the next
+  /// `Begin`. Throws `std::bad_alloc` when the copies would take more memory than one answer may.
+  [[nodiscard]] const std::vector<OptionalMarketItem>& In(const SortingTarget& target);
+
+ private:
+  const std::vector<OptionalMarketItem>* items_ = nullptr;
+  std::list<std::pair<SortingTarget, std::vector<OptionalMarketItem>>> copies_;  // those in use are in front
+  std::size_t used_ = 0;
+};
 
 /// Makes `sorted` a copy of `items` in that order. Rows that `sorted` holds already lend their memory: an
 /// answer like the one before allocates next to nothing. Far too much of it is let go.

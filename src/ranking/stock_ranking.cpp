@@ -3,91 +3,64 @@
 #include "ranking/stock_ranking.h"
 
 #include <algorithm>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "frame/phase_interval.h"
-#include "frame/polling.h"
+#include "frame/running.h"
 #include "ranking/stock_market_summary_table.h"
-#include "ranking/stock_ranking_service.h"
 #include "ranking/trends.h"
-#include "request/answer.h"
-#include "request/ask.h"
+#include "request/keyed_service.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
+#include "services.h"
 
 namespace ranking {
 namespace {
 
 using Rows = std::vector<StockMarketSummary>;
 
-class CStockRanking : public IStockRanking, protected frame::Gated {
+class CStockRanking : public request::KeyedService<IStockRanking> {
  public:
-  CStockRanking(int stock_type, bool five_change) : stock_type_(stock_type), five_change_(five_change) {}
+  CStockRanking(int stock_type, bool five_change)
+      : KeyedService(request::Fetch::kStockRanking), stock_type_(stock_type), five_change_(five_change) {}
 
-  void Fetch() override;
   int GetInterval() override { return frame::PhaseInterval(); }
 
  private:
-  // Ask
-  void FetchStockRanking(const RankingTarget& target);
-  // Understand and tell
-  void OnAnswer(const RankingTarget& target, bool ok, const char* body, std::size_t length);
-  void Remember(Rows& rows);
+  bool IsSet(const RankingTarget& target) override { return target.sort_key != 0; }
+  std::wstring UrlOf(const RankingTarget& target) override {
+    return five_change_ ? request::StockFiveMinuteChangeUrl(stock_type_, request::OrderOf(target))
+                        : request::StockRankUrl(stock_type_, request::OrderOf(target), target.num);
+  }
+  std::shared_ptr<Rows> Read(const RankingTarget& target, const request::Answer& answer) override;
+  void Compare(const std::shared_ptr<Rows>& rows) override {
+    SetTrends(*rows, *previous_);
+    previous_ = rows;
+  }
 
   const int stock_type_;
   const bool five_change_;
-  boost::mutex lock_;  // guards previous_
-  Rows previous_;      // of whichever target was answered last (kept: one memory for all targets)
+  // Of whichever target was answered last (kept: one memory for all targets).
+  std::shared_ptr<const Rows> previous_ = std::make_shared<Rows>();
 };
 
-void CStockRanking::Fetch() {
-  std::vector<RankingTarget> targets;
-  GetActiveTargets(targets);
-  for (const RankingTarget& target : targets) {
-    if (target.sort_key != 0) {
-      FetchStockRanking(target);
-    }
-  }
-}
-
-void CStockRanking::FetchStockRanking(const RankingTarget& target) {
-  const std::wstring url =
-      five_change_ ? request::StockFiveMinuteChangeUrl(stock_type_, target.sort_key, target.sort_type)
-                   : request::StockRankUrl(stock_type_, target.sort_key, target.sort_type, target.num);
-  request::Ask(
-      url, request::kUsualSeconds, gate_,
-      [this, target](bool ok, const char* body, std::size_t length) { OnAnswer(target, ok, body, length); });
-}
-
-void CStockRanking::OnAnswer(const RankingTarget& target, bool ok, const char* body, std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kStockRanking, ok, body, length);
-  if (!answer) {
-    return;
-  }
-  Rows rows = request::RecordReader<kStockMarketSummaryTable>::ReadAll(answer.DataArray());
-  rows.resize(std::min(rows.size(), static_cast<std::size_t>(std::max(target.num, 0))));
-  for (StockMarketSummary& row : rows) {
+std::shared_ptr<Rows> CStockRanking::Read(const RankingTarget& target, const request::Answer& answer) {
+  auto rows = request::Share(request::RecordReader<kStockMarketSummaryTable>::ReadAll(answer.DataArray()));
+  rows->resize(std::min(rows->size(), static_cast<std::size_t>(std::max(target.num, 0))));
+  for (StockMarketSummary& row : *rows) {
     // A ranked row shows all its figures, those that the feed left out as 0.
     row.last.valid = row.change.valid = row.diff.valid = row.tr.valid = true;
   }
-  Remember(rows);
-  Deliver(target, rows);
-}
-
-void CStockRanking::Remember(Rows& rows) {
-  const boost::lock_guard<boost::mutex> guard(lock_);
-  SetTrends(rows, previous_);
-  previous_ = rows;
+  return rows;
 }
 
 }  // namespace
 
 IStockRanking* MakeStockRanking(int stock_type, bool five_change) {
-  return frame::MakeOrNull<frame::Polling<CStockRanking>>(stock_type, five_change);
+  return frame::MakeOrNull<frame::Running<CStockRanking>>(stock_type, five_change);
 }
 
 }  // namespace ranking

@@ -54,20 +54,17 @@ HolidayList ReadHolidays(const request::json::Array& list) {
 void RequestLegalHolidays(const frame::CompletionGate& gate) {
   const int year = static_cast<int>(common::GetCurrentServerDate() / 10000);
   request::Ask(
-      request::TradeDateUrl(year), request::kSynchronousSeconds, gate,
-      [year](bool ok, const char* body, std::size_t length) { TakeLegalHolidays(year, ok, body, length); });
+      {request::Fetch::kLegalHolidays, gate}, [year] { return request::TradeDateUrl(year); },
+      [](const request::Answer& answer) { return ReadHolidays(answer.DataList()); },
+      [year](const HolidayList& holidays) { return TakeHolidays(year, holidays); });
 }
 
-void TakeLegalHolidays(int year, bool ok, const char* body, std::size_t length) {
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kLegalHolidays, ok, body, length);
-  if (!answer) {
-    return;
-  }
-  const HolidayList holidays = ReadHolidays(answer.DataList());
+bool TakeHolidays(int year, const HolidayList& holidays) {
   if (holidays.without_date > 0) {
     WriteProgramLogNoMask(L"StockCommon::InitLegalHolidays Elements Without Date: %d", holidays.without_date);
   }
   pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
+  return true;
 }
 
 }  // namespace reference

@@ -2,7 +2,6 @@
 // kept here. Thread-safe: no state.
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
 #include "frame/gate.h"
@@ -14,14 +13,14 @@ namespace reference {
 /// calendar's list for that year. A failure is logged and changes nothing.
 void RequestLegalHolidays(const frame::CompletionGate& gate);
 
-/// What becomes of the answer to such a request.
-void TakeLegalHolidays(int year, bool ok, const char* body, std::size_t length);
-
 /// The dates of a list, in order. An element's digits make the date (YYYYMMDD), whatever stands between them.
 struct HolidayList {
   std::vector<unsigned long> days;
   int without_date = 0;  ///< elements that are no date, and are left out
 };
 [[nodiscard]] HolidayList ReadHolidays(const request::json::Array& list);
+
+/// Hands the holidays of a year to the host's calendar. Always true.
+bool TakeHolidays(int year, const HolidayList& holidays);
 
 }  // namespace reference

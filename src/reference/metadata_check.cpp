@@ -31,8 +31,7 @@ std::shared_ptr<KLineMetadata> LoadFile(const std::wstring& path) {
 
 std::string FetchMetadataVersion() {
   const request::SyncAnswer came = request::AskNow(request::MetadataVersionUrl());
-  const request::Answer answer =
-      request::CheckAnswer(request::Fetch::kMetadataVersion, came.ok, came.body.data(), came.body.size());
+  const request::Answer answer = request::CheckAnswer(request::Fetch::kMetadataVersion, came.Raw());
   if (!answer) {
     return {};
   }

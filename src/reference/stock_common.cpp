@@ -8,7 +8,7 @@
 #include <chrono>
 #include <exception>
 
-#include "frame/polling.h"
+#include "frame/running.h"
 #include "host/clock.h"
 #include "host/tasks.h"
 #include "host/text.h"
@@ -32,7 +32,7 @@ constexpr std::int32_t kSmeBoard = 5;
 using Lock = std::unique_lock<std::mutex>;
 
 request::Answer Check(request::Fetch fetch, const request::SyncAnswer& answer) {
-  return request::CheckAnswer(fetch, answer.ok, answer.body.data(), answer.body.size());
+  return request::CheckAnswer(fetch, answer.Raw());
 }
 
 HeldList::Pointer Held(BaseInfoList list) {

@@ -2,37 +2,25 @@
 // without a request.
 #include "reference/stock_market_state.h"
 
+#include <memory>
 #include <string>
 
 #include "frame/phase_interval.h"
-#include "frame/polling.h"
+#include "frame/polled_subject.h"
+#include "frame/running.h"
 #include "host/calendar.h"
 #include "host/clock.h"
-#include "reference/stock_market_state_service.h"
+#include "services.h"
 
 namespace reference {
 namespace {
 
 constexpr const wchar_t* kMarket = L"CN";
 
-class CStockMarketState : public IStockMarketState {
- public:
-  void Attach(IUpdate1<StockMarketState>* obs) override {
-    SetTarget(obs, kMarket);
-    IStockMarketState::Attach(obs);
-  }
-  void Fetch() override {
-    Deliver(kMarket, StateAt(common::GetCurrentServerTime()), CacheRule::kIfTargeted, Audience::kAttached);
-  }
-  int GetInterval() override { return frame::PhaseInterval(); }
-};
-
 // The record keeps the low half of the time (kept: hosts know it so).
 StockMarketState State(const wchar_t* caption, std::int64_t time) {
   return {caption, static_cast<std::int32_t>(static_cast<std::uint32_t>(time)), true};
 }
-
-}  // namespace
 
 StockMarketState StateAt(std::int64_t now) {
   const std::uint32_t today = common::TimeToDate(now);
@@ -55,8 +43,36 @@ StockMarketState StateAt(std::int64_t now) {
   }
 }
 
+class CStockMarketState : public frame::PolledSubject<IStockMarketState> {
+ public:
+  void Attach(Observer* obs) override {
+    SetTarget(obs, kMarket);
+    PolledSubject::Attach(obs);
+  }
+  void Fetch() override;
+  int GetInterval() override { return frame::PhaseInterval(); }
+
+ private:
+  frame::Stamps stamps_;
+};
+
+// A phase that cannot be told is told in the next round.
+void CStockMarketState::Fetch() {
+  const frame::Stamp stamp = stamps_.Next();
+  std::shared_ptr<const StockMarketState> state;
+  try {
+    state = std::make_shared<const StockMarketState>(StateAt(common::GetCurrentServerTime()));
+  } catch (...) {
+    return;
+  }
+  static_cast<void>(
+      Tell(kMarket, stamp, {frame::Whom::kAttached, frame::Keep::kIfShown}, [&] { return state; }));
+}
+
+}  // namespace
+
 IStockMarketState* MakeStockMarketState() {
-  return frame::MakeOrNull<frame::Polling<CStockMarketState>>();
+  return frame::MakeOrNull<frame::Running<CStockMarketState>>();
 }
 
 }  // namespace reference

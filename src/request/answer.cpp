@@ -4,24 +4,24 @@
 
 namespace request {
 
-Answer CheckAnswer(Fetch fetch, bool ok, const char* body, std::size_t length, const StaleTest& is_latest,
-                   Incomplete incomplete) {
-  if (!ok) {
+Answer CheckAnswer(Fetch fetch, const RawAnswer& raw, const LatestOf& latest) {
+  if (!raw.ok) {
     LogFailed(fetch);
   }
-  const bool latest = !is_latest || is_latest();
-  if (incomplete == Incomplete::kStops) {
-    if (!ok) {
+  const bool is_latest = latest.stamps == nullptr || latest.stamps->IsLatest(latest.stamp);
+  const bool has_body = raw.body != nullptr && raw.length != 0;
+  if (!ParsesIncomplete(fetch)) {
+    if (!raw.ok) {
       return Answer(Outcome::kFailed);
     }
-    if (!latest) {
+    if (!is_latest) {
       return Answer(Outcome::kStale);
     }
-    if (body == nullptr || length == 0) {
+    if (!has_body) {
       return Answer(Outcome::kEmpty);
     }
   }
-  json::Document document = json::Document::Parse(body, body == nullptr ? 0 : length);
+  json::Document document = json::Document::Parse(raw.body, has_body ? raw.length : 0);
   if (document.Error() != 0) {
     LogParseError(fetch, document.Error());
     return Answer(Outcome::kParseError);

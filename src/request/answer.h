@@ -4,17 +4,34 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <string>
+#include <utility>
 
+#include "frame/stamp.h"
 #include "request/fetch_texts.h"
 #include "request/json.h"
 
 namespace request {
 
+/// What the host's network hands over.
+struct RawAnswer {
+  bool ok = false;             ///< a whole answer came
+  const char* body = nullptr;  ///< valid during the call only; null when there is none
+  std::size_t length = 0;
+};
+
+/// What came of a synchronous request.
+struct SyncAnswer {
+  bool ok = false;
+  std::string body;
+
+  [[nodiscard]] RawAnswer Raw() const { return {ok, body.data(), body.size()}; }
+};
+
 /// How far an answer came.
 enum class Outcome {
   kAccepted,       ///< the payload may be read
-  kFailed,         ///< no complete answer came; the failure line is written
+  kFailed,         ///< no complete answer came, or it would take too much memory; the failure line is written
   kEmpty,          ///< an answer without a body; nothing is written
   kStale,          ///< the answer to an older request; nothing is written
   kParseError,     ///< no JSON; the parse line is written
@@ -43,19 +60,15 @@ class Answer {
   json::Document document_;
 };
 
-/// Tells whether an answer belongs to the latest request. Asked exactly once per answer, after the failure
-/// line.
-using StaleTest = std::function<bool()>;
-
-/// What happens with an answer that has no body, or none that arrived whole.
-enum class Incomplete {
-  kStops,   ///< the rule: nothing is parsed
-  kParsed,  ///< the body is parsed all the same, and a parse error is logged as well
+/// The request that an answer belongs to, for a fetch of which only the latest request counts.
+struct LatestOf {
+  const frame::Stamps* stamps = nullptr;  ///< null: every request counts
+  frame::Stamp stamp = 0;
 };
 
-/// Checks an answer, in this order: the failure line if `ok` is false; `is_latest`, if given; no answer or an
-/// empty body; JSON; the member "errno", which reads 0 when it is missing or no whole number.
-[[nodiscard]] Answer CheckAnswer(Fetch fetch, bool ok, const char* body, std::size_t length,
-                                 const StaleTest& is_latest = {}, Incomplete incomplete = Incomplete::kStops);
+/// Checks an answer, in this order: the failure line if it is not ok; whether its request is the latest; no
+/// answer or an empty body; size and JSON; the member "errno", which reads 0 when it is missing or no whole
+/// number.
+[[nodiscard]] Answer CheckAnswer(Fetch fetch, const RawAnswer& raw, const LatestOf& latest = {});
 
 }  // namespace request

@@ -1,39 +1,25 @@
-// Sends requests: the one place where the module calls the host's network for the quote API. Thread-safe; no
-// lock may be held by the caller, because a completion may run at once.
+// Asking: the one place where the module calls the host's network for the quote API, and the one door through
+// which answers come back. A service says what its request is, how it understands the answer, and whom it
+// tells; what goes wrong on the way is written to the log here. Thread-safe; no lock may be held by the
+// caller, because an answer may come at once.
 #pragma once
 
-#include <cstddef>
+#include <atomic>
+#include <memory>
+#include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "frame/gate.h"
 #include "host/network.h"
+#include "host/tasks.h"
+#include "request/answer.h"
 
 namespace request {
 
-/// The settings that requests are sent with: seconds for the whole exchange.
-inline constexpr int kQuickSeconds = 3;        ///< index quotes, strength, distribution, money effect
-inline constexpr int kUsualSeconds = 30;       ///< every other asynchronous request
-inline constexpr int kSynchronousSeconds = 8;  ///< every synchronous request, and the holidays
-
-/// Asks for `url` and returns. `on_answer(ok, body, length)` runs inside the gate, on a thread of the host;
-/// not at all once the gate is closed. An empty URL sends nothing.
-template <class OnAnswer>
-void Ask(const std::wstring& url, int seconds, const frame::CompletionGate& gate, OnAnswer on_answer) {
-  if (url.empty()) {
-    return;
-  }
-  GetAsyn(url, gate.Guard([on_answer = std::move(on_answer)](bool ok, const char* body, std::size_t length) {
-    on_answer(ok, body, length);
-  }),
-          {}, seconds);
-}
-
-/// What came of a synchronous request.
-struct SyncAnswer {
-  bool ok = false;
-  std::string body;
-};
+/// Seconds for the whole exchange of a synchronous request.
+inline constexpr int kSynchronousSeconds = 8;
 
 /// Asks for `url` and waits for the answer, in the caller's thread. An empty URL sends nothing and is a
 /// failure.
@@ -43,6 +29,199 @@ struct SyncAnswer {
     answer.ok = GetSync(url, answer.body, {}, kSynchronousSeconds);
   }
   return answer;
+}
+
+/// A request under way, for whoever wants to know whether its answer came.
+class Pending {
+ public:
+  [[nodiscard]] bool IsAnswered() const { return answered_.load(); }
+
+ protected:
+  ~Pending() = default;
+
+  std::atomic<bool> answered_ = false;
+};
+
+/// Takes a step of a fetch. False, after the fetch's failure line, when there was no memory for it or a
+/// function of the host threw.
+template <class Step>
+[[nodiscard]] bool Succeeds(Fetch fetch, Step step) noexcept {
+  try {
+    step();
+    return true;
+  } catch (...) {
+    LogFailed(fetch);
+    return false;
+  }
+}
+
+/// A copy that functions may share without taking memory; null, after the failure line of the fetch, when
+/// there is none for it.
+template <class Value>
+[[nodiscard]] std::shared_ptr<const Value> Shared(Fetch fetch, const Value& value) noexcept {
+  std::shared_ptr<const Value> shared;
+  static_cast<void>(Succeeds(fetch, [&] { shared = std::make_shared<const Value>(value); }));
+  return shared;
+}
+
+/// Data for a service to hand out.
+template <class Data>
+[[nodiscard]] std::shared_ptr<Data> Share(Data data) {
+  return std::make_shared<Data>(std::move(data));
+}
+
+/// What `failed` is for services that leave their views what they have.
+struct LeaveViews {
+  void operator()() const {}
+};
+
+namespace detail {
+
+// One request and what is to become of its answer.
+template <class Understand, class Tell, class Failed>
+class Exchange final : public Pending {
+  using News = std::optional<std::invoke_result_t<Understand&, const Answer&>>;
+
+ public:
+  Exchange(Fetch fetch, const LatestOf& latest, Understand understand, Tell tell, Failed failed)
+      : fetch_(fetch),
+        latest_(latest),
+        understand_(std::move(understand)),
+        tell_(std::move(tell)),
+        failed_(std::move(failed)) {}
+
+  void Complete(const RawAnswer& raw) {
+    answered_ = true;
+    News news;
+    Outcome outcome = Outcome::kFailed;
+    try {
+      const Answer answer = CheckAnswer(fetch_, raw, latest_);
+      outcome = answer.outcome();
+      if (answer) {
+        news.emplace(understand_(answer));
+      }
+    } catch (...) {
+      LogFailed(fetch_);
+      outcome = Outcome::kFailed;
+    }
+    Hand(std::move(news), outcome);
+  }
+
+  /// For the handler around the sending: what a view threw passes, anything else means that nothing was sent.
+  void OnException() {
+    if (thrown_by_view_) {
+      throw;
+    }
+    if (!answered_) {
+      answered_ = true;
+      LogFailed(fetch_);
+      Hand(News(), Outcome::kFailed);
+    }
+  }
+
+ private:
+  void Hand(News news, Outcome outcome) {
+    try {
+      if (news && !tell_(std::move(*news))) {
+        LogFailed(fetch_);
+        outcome = Outcome::kFailed;
+      }
+      if (outcome != Outcome::kAccepted && outcome != Outcome::kStale) {
+        failed_();
+      }
+    } catch (...) {
+      thrown_by_view_ = true;
+      throw;
+    }
+  }
+
+  const Fetch fetch_;
+  const LatestOf latest_;
+  Understand understand_;
+  Tell tell_;
+  Failed failed_;
+  std::atomic<bool> thrown_by_view_ = false;
+};
+
+}  // namespace detail
+
+/// A fetch of a service, with what its answers come back through.
+struct Asking {
+  Fetch fetch;
+  const frame::CompletionGate& gate;
+  LatestOf latest = {};
+};
+
+/// Asks for `url()` and returns. The answer comes on a thread of the host, inside the gate, or not at all
+/// once the gate is closed: `understand(answer)` reads an accepted one, and `tell(news)` tells what it gave;
+/// `tell` is false when there was no memory for it. `failed()` follows whatever went wrong, except that an
+/// answer was stale. An empty URL sends nothing, and nothing follows.
+///
+/// Whatever cannot be done for want of memory, or because a function of the host throws, is a failed fetch;
+/// only what a view throws passes through.
+template <class MakeUrl, class Understand, class Tell, class Failed = LeaveViews>
+std::shared_ptr<const Pending> Ask(const Asking& asking, MakeUrl url, Understand understand, Tell tell,
+                                   Failed failed = {}) {
+  using Exchange = detail::Exchange<Understand, Tell, Failed>;
+  std::shared_ptr<Exchange> exchange;
+  try {
+    exchange = std::make_shared<Exchange>(asking.fetch, asking.latest, std::move(understand), std::move(tell),
+                                          failed);
+  } catch (...) {
+    LogFailed(asking.fetch);
+    failed();
+    return nullptr;
+  }
+  try {
+    const std::wstring address = url();
+    if (address.empty()) {
+      return nullptr;
+    }
+    GetAsyn(address, asking.gate.Guard([exchange](bool ok, const char* body, std::size_t length) {
+      exchange->Complete({ok, body, length});
+    }),
+            {}, SecondsOf(asking.fetch));
+  } catch (...) {
+    exchange->OnException();
+  }
+  return exchange;
+}
+
+/// The same in a task of the host's pool, which waits for the answer. The request runs outside the gate,
+/// which is closed without waiting for the wire; a task that begins after that sends nothing.
+template <class MakeUrl, class Understand, class Tell>
+void AskInTask(const Asking& asking, MakeUrl url, Understand understand, Tell tell) {
+  using Exchange = detail::Exchange<Understand, Tell, LeaveViews>;
+  std::shared_ptr<Exchange> exchange;
+  try {
+    exchange = std::make_shared<Exchange>(asking.fetch, asking.latest, std::move(understand), std::move(tell),
+                                          LeaveViews());
+    const std::wstring address = url();
+    if (address.empty()) {
+      return;
+    }
+    base::TaskManagerInstance()->AddTask([address, exchange, is_wanted = asking.gate.Watch(),
+                                          complete = asking.gate.Guard([exchange](const SyncAnswer& answer) {
+                                            exchange->Complete(answer.Raw());
+                                          })]() mutable {
+      if (!is_wanted()) {
+        return;
+      }
+      SyncAnswer answer;
+      try {
+        answer = AskNow(address);
+      } catch (...) {
+        answer = {};  // a failed request
+      }
+      complete(answer);
+    });
+  } catch (...) {
+    if (exchange == nullptr) {
+      LogFailed(asking.fetch);
+    } else {
+      exchange->OnException();
+    }
+  }
 }
 
 }  // namespace request

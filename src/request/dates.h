@@ -1,13 +1,19 @@
-// The feed's dates: a text whose digits spell YYYYMMDD, with or without separators, or a number. Thread-safe:
-// pure functions.
+// Dates: those of views, 0 standing for today, and the feed's, a text whose digits spell YYYYMMDD, with or
+// without separators, or a number. Thread-safe.
 #pragma once
 
 #include <cstdint>
 
+#include "host/clock.h"
 #include "request/json.h"
 #include "request/numbers.h"
 
 namespace request {
+
+/// True for a date that stands for today or is today's on the server.
+[[nodiscard]] inline bool IsToday(std::uint32_t date) {
+  return date == 0 || date == common::GetCurrentServerDate();
+}
 
 /// The number that the digits of a text spell; 0 for a text without digits and for what is no text. Low 32
 /// bits.

@@ -53,28 +53,63 @@ static_assert(kTexts.size() == static_cast<std::size_t>(Fetch::kPackageCounts) +
 
 constexpr unsigned kAllOnes = 0xFFFFFFFFU;
 
+template <class Line>
+void Write(Line line) noexcept {
+  try {
+    line();
+  } catch (...) {
+  }
+}
+
 }  // namespace
 
 const FetchTexts& TextsOf(Fetch fetch) {
   return kTexts[static_cast<std::size_t>(fetch)];
 }
 
-void LogFailed(Fetch fetch) {
-  if (const wchar_t* const text = TextsOf(fetch).failed) {
-    WriteProgramLogString(kAllOnes, text);
+int SecondsOf(Fetch fetch) {
+  constexpr int kQuick = 3;
+  constexpr int kUsual = 30;
+  constexpr int kHolidays = 8;
+  switch (fetch) {
+    case Fetch::kIndexQuotes:
+    case Fetch::kStrengthRating:
+    case Fetch::kDistribution:
+    case Fetch::kMoneyEffect:
+      return kQuick;
+    case Fetch::kLegalHolidays:
+      return kHolidays;
+    default:
+      return kUsual;
   }
 }
 
-void LogResponseError(Fetch fetch, int number) {
-  if (const wchar_t* const format = TextsOf(fetch).response_error) {
-    WriteProgramLogNoMask(format, number);
-  }
+bool ParsesIncomplete(Fetch fetch) {
+  return fetch == Fetch::kStockInOut;
 }
 
-void LogParseError(Fetch fetch, int code) {
-  if (const wchar_t* const format = TextsOf(fetch).parse_error) {
-    WriteProgramLogNoMask(format, code);
-  }
+void LogFailed(Fetch fetch) noexcept {
+  Write([text = TextsOf(fetch).failed] {
+    if (text != nullptr) {
+      WriteProgramLogString(kAllOnes, text);
+    }
+  });
+}
+
+void LogResponseError(Fetch fetch, int number) noexcept {
+  Write([format = TextsOf(fetch).response_error, number] {
+    if (format != nullptr) {
+      WriteProgramLogNoMask(format, number);
+    }
+  });
+}
+
+void LogParseError(Fetch fetch, int code) noexcept {
+  Write([format = TextsOf(fetch).parse_error, code] {
+    if (format != nullptr) {
+      WriteProgramLogNoMask(format, code);
+    }
+  });
 }
 
 }  // namespace request

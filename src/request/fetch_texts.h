@@ -1,4 +1,5 @@
-// The fixed log texts of every fetch. Hosts search their logs for these, so each stands here once, as it is.
+// What is fixed of every fetch: its log texts, which hosts search their logs for, and how it goes over the
+// wire. Thread-safe.
 #pragma once
 
 namespace request {
@@ -43,9 +44,16 @@ struct FetchTexts {
 
 [[nodiscard]] const FetchTexts& TextsOf(Fetch fetch);
 
-/// Writes the fetch's line to the host's log, if it has that line.
-void LogFailed(Fetch fetch);
-void LogResponseError(Fetch fetch, int number);
-void LogParseError(Fetch fetch, int code);
+/// The setting that requests of the fetch are sent with: seconds for the whole exchange.
+[[nodiscard]] int SecondsOf(Fetch fetch);
+
+/// True for the one fetch whose answer is parsed even when it has no body or did not arrive whole, so that a
+/// failure leaves two lines (kept).
+[[nodiscard]] bool ParsesIncomplete(Fetch fetch);
+
+/// Writes the fetch's line to the host's log, if it has that line. A log that fails is left alone.
+void LogFailed(Fetch fetch) noexcept;
+void LogResponseError(Fetch fetch, int number) noexcept;
+void LogParseError(Fetch fetch, int code) noexcept;
 
 }  // namespace request

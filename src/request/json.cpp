@@ -309,6 +309,19 @@ Value Object::Member(std::string_view key) const {
   return found;
 }
 
+NamedValue Object::First() const {
+  NamedValue first;
+  bool found = false;
+  ForEachUnordered([&](const Key& name, const Value& value) {
+    const std::string_view key = name.Text();
+    if (!found || !Utf16Less(first.key, key)) {
+      first = {key, value};  // of a repeated key the last one
+      found = true;
+    }
+  });
+  return first;
+}
+
 std::vector<Object::Entry> Object::Sorted() const {
   std::vector<Entry> members;
   ForEachUnordered([&members](const Key& key, const Value& value) {

@@ -19,6 +19,7 @@ namespace request::json {
 class Array;
 class Document;
 class Object;
+struct NamedValue;
 
 namespace detail {
 
@@ -160,6 +161,9 @@ class Object {
   [[nodiscard]] Object ObjectAt(std::string_view key) const { return Member(key).AsObject(); }
   [[nodiscard]] Array ArrayAt(std::string_view key) const { return Member(key).AsArray(); }
 
+  /// The first of its members, by the order of `ForEach`; an empty key and an undefined value when it has none.
+  [[nodiscard]] NamedValue First() const;
+
   /// This object as a value.
   [[nodiscard]] Value Self() const { return Value(token_, text_); }
 
@@ -201,6 +205,12 @@ class Object {
 
   const detail::Token* token_ = nullptr;
   std::string_view text_;
+};
+
+/// A member of an object.
+struct NamedValue {
+  std::string_view key;  ///< in UTF-8
+  Value value;
 };
 
 /// A parsed text.

@@ -60,23 +60,28 @@ std::basic_string<Character> QuotedList(const std::vector<std::basic_string<Char
 }
 
 // The parameters that every ranked list has.
-Parameters Ranked(std::string_view type_key, std::string_view type, std::string_view field, int sort_type) {
+Parameters Ranked(std::string_view type_key, std::string_view type, std::string_view field,
+                  const Order& order) {
   return {{std::string(type_key), std::string(type)},
           {"sort_key", std::string(field)},
-          {"sort_type", std::string(SortDirection(sort_type))}};
+          {"sort_type", std::string(SortDirection(order.direction))}};
 }
 
-Parameters Stocks(int stock_type, int sort_key, int sort_type) {
-  return Ranked("stock_type", StockType(stock_type), StockSortField(sort_key), sort_type);
+Parameters Stocks(int stock_type, const Order& order) {
+  return Ranked("stock_type", StockType(stock_type), StockSortField(order.field), order);
 }
 
-Parameters Plates(int plate_type, int sort_key, int sort_type) {
-  return Ranked("bk_type", PlateType(plate_type), PlateSortField(sort_key), sort_type);
+Parameters Plates(int plate_type, const Order& order) {
+  return Ranked("bk_type", PlateType(plate_type), PlateSortField(order.field), order);
 }
 
-Parameters With(Parameters parameters, std::initializer_list<Parameters::value_type> more) {
-  parameters.insert(more);
+Parameters With(Parameters parameters, Parameters more) {
+  parameters.merge(more);
   return parameters;
+}
+
+Parameters Span(const Rows& rows) {
+  return {{"start", Decimal(rows.start)}, {"end", Decimal(rows.end)}};
 }
 
 }  // namespace
@@ -93,42 +98,37 @@ std::wstring StockDetailListUrl(const std::vector<std::wstring>& symbols) {
   return Signed(L"/pc/rt/stock_detail_list", {{"stock_arr", Symbols(symbols)}});
 }
 
-std::wstring StockRangeUrl(int stock_type, int sort_key, int sort_type, int start, int end) {
-  return Signed(L"/pc/rt/get", With(Stocks(stock_type, sort_key, sort_type),
-                                    {{"start", Decimal(start)}, {"end", Decimal(end)}}));
+std::wstring StockRangeUrl(int stock_type, const Order& order, const Rows& rows) {
+  return Signed(L"/pc/rt/get", With(Stocks(stock_type, order), Span(rows)));
 }
 
-std::wstring StockPriceListUrl(int stock_type, int sort_key, int sort_type) {
-  return Signed(L"/pc/rt/stock_price_list", Stocks(stock_type, sort_key, sort_type));
+std::wstring StockPriceListUrl(int stock_type, const Order& order) {
+  return Signed(L"/pc/rt/stock_price_list", Stocks(stock_type, order));
 }
 
-std::wstring PlateRangeUrl(int plate_type, int sort_key, int sort_type, int start, int end) {
-  return Signed(L"/pc/rt/get_bk_detail", With(Plates(plate_type, sort_key, sort_type),
-                                              {{"start", Decimal(start)}, {"end", Decimal(end)}}));
+std::wstring PlateRangeUrl(int plate_type, const Order& order, const Rows& rows) {
+  return Signed(L"/pc/rt/get_bk_detail", With(Plates(plate_type, order), Span(rows)));
 }
 
-std::wstring PlatePriceListUrl(int plate_type, int sort_key, int sort_type) {
-  return Signed(L"/pc/rt/bk_price_list", Plates(plate_type, sort_key, sort_type));
+std::wstring PlatePriceListUrl(int plate_type, const Order& order) {
+  return Signed(L"/pc/rt/bk_price_list", Plates(plate_type, order));
 }
 
-std::wstring PlateStocksUrl(const std::wstring& plate, int sort_key, int sort_type, int start, int end) {
+std::wstring PlateStocksUrl(const std::wstring& plate, const Order& order, const Rows& rows) {
   return Signed(L"/pc/rt/get_bk_zone_list",
-                With(Ranked("bk_code", Utf8(plate), PlateSortField(sort_key), sort_type),
-                     {{"start", Decimal(start)}, {"end", Decimal(end)}}));
+                With(Ranked("bk_code", Utf8(plate), PlateSortField(order.field), order), Span(rows)));
 }
 
-std::wstring StockRankUrl(int stock_type, int sort_key, int sort_type, int rows) {
-  return Signed(L"/pc/rt/get_stock_rank",
-                With(Stocks(stock_type, sort_key, sort_type), {{"num", Decimal(rows)}}));
+std::wstring StockRankUrl(int stock_type, const Order& order, int count) {
+  return Signed(L"/pc/rt/get_stock_rank", With(Stocks(stock_type, order), {{"num", Decimal(count)}}));
 }
 
-std::wstring StockFiveMinuteChangeUrl(int stock_type, int sort_key, int sort_type) {
-  return Signed(L"/pc/rt/stock_five_change", Stocks(stock_type, sort_key, sort_type));
+std::wstring StockFiveMinuteChangeUrl(int stock_type, const Order& order) {
+  return Signed(L"/pc/rt/stock_five_change", Stocks(stock_type, order));
 }
 
-std::wstring PlateRankUrl(int plate_type, int sort_key, int sort_type, int rows) {
-  return Signed(L"/pc/rt/get_bk_rank",
-                With(Plates(plate_type, sort_key, sort_type), {{"num", Decimal(rows)}}));
+std::wstring PlateRankUrl(int plate_type, const Order& order, int count) {
+  return Signed(L"/pc/rt/get_bk_rank", With(Plates(plate_type, order), {{"num", Decimal(count)}}));
 }
 
 std::wstring DayMinuteLineUrl(const std::vector<std::wstring>& symbols) {

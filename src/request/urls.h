@@ -13,23 +13,44 @@
 
 namespace request {
 
+/// How a list is ordered: a column and a direction.
+struct Order {
+  int field = 0;
+  int direction = 0;
+};
+
+/// Which rows of a list: from `start` to the one before `end`.
+struct Rows {
+  int start = 0;
+  int end = 0;
+};
+
+/// The order and the rows of a service's target.
+template <class Target>
+[[nodiscard]] Order OrderOf(const Target& target) {
+  return {static_cast<int>(target.sort_key), static_cast<int>(target.sort_type)};
+}
+template <class Target>
+[[nodiscard]] Rows RowsOf(const Target& target) {
+  return {static_cast<int>(target.start), static_cast<int>(target.end)};
+}
+
 /// A list of symbols as one parameter: a JSON array of strings without blanks, `["sh000001","sz399001"]`.
 [[nodiscard]] std::wstring SymbolList(const std::vector<std::wstring>& symbols);
 [[nodiscard]] std::string SymbolList(const std::vector<std::string>& symbols);
 
 // Quotes
 [[nodiscard]] std::wstring StockDetailListUrl(const std::vector<std::wstring>& symbols);
-[[nodiscard]] std::wstring StockRangeUrl(int stock_type, int sort_key, int sort_type, int start, int end);
-[[nodiscard]] std::wstring StockPriceListUrl(int stock_type, int sort_key, int sort_type);
-[[nodiscard]] std::wstring PlateRangeUrl(int plate_type, int sort_key, int sort_type, int start, int end);
-[[nodiscard]] std::wstring PlatePriceListUrl(int plate_type, int sort_key, int sort_type);
-[[nodiscard]] std::wstring PlateStocksUrl(const std::wstring& plate, int sort_key, int sort_type, int start,
-                                          int end);
+[[nodiscard]] std::wstring StockRangeUrl(int stock_type, const Order& order, const Rows& rows);
+[[nodiscard]] std::wstring StockPriceListUrl(int stock_type, const Order& order);
+[[nodiscard]] std::wstring PlateRangeUrl(int plate_type, const Order& order, const Rows& rows);
+[[nodiscard]] std::wstring PlatePriceListUrl(int plate_type, const Order& order);
+[[nodiscard]] std::wstring PlateStocksUrl(const std::wstring& plate, const Order& order, const Rows& rows);
 
-// Rankings
-[[nodiscard]] std::wstring StockRankUrl(int stock_type, int sort_key, int sort_type, int rows);
-[[nodiscard]] std::wstring StockFiveMinuteChangeUrl(int stock_type, int sort_key, int sort_type);
-[[nodiscard]] std::wstring PlateRankUrl(int plate_type, int sort_key, int sort_type, int rows);
+// Rankings, of `count` rows
+[[nodiscard]] std::wstring StockRankUrl(int stock_type, const Order& order, int count);
+[[nodiscard]] std::wstring StockFiveMinuteChangeUrl(int stock_type, const Order& order);
+[[nodiscard]] std::wstring PlateRankUrl(int plate_type, const Order& order, int count);
 
 // Charts
 [[nodiscard]] std::wstring DayMinuteLineUrl(const std::vector<std::wstring>& symbols);

@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "analytics/money_effect_service.h"
-#include "analytics/strength_rating_service.h"
+#include "analytics/money_effect.h"
+#include "analytics/strength_rating.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 #include "sleeping_threads.h"
 
 namespace {

@@ -6,9 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "analytics/margin_trade_service.h"
+#include "analytics/margin_trade.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 
 namespace {
 

@@ -5,9 +5,10 @@
 #include <thread>
 #include <vector>
 
-#include "analytics/stock_distribution_service.h"
+#include "analytics/stock_distribution.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 #include "sleeping_threads.h"
 
 namespace {

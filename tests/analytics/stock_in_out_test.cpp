@@ -7,9 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include "analytics/stock_in_out_service.h"
+#include "analytics/stock_in_out.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 #include "sleeping_threads.h"
 
 namespace {

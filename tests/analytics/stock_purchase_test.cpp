@@ -6,9 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "analytics/stock_purchase_service.h"
+#include "analytics/stock_purchase.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 
 namespace {
 

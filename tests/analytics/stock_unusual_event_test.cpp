@@ -5,10 +5,11 @@
 #include <memory>
 #include <string>
 
-#include "analytics/stock_unusual_event_service.h"
+#include "analytics/stock_unusual_event.h"
 #include "host/clock.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 #include "sleeping_threads.h"
 
 namespace {

@@ -7,14 +7,14 @@
 #include <utility>
 #include <vector>
 
-#include "frame/reference_data.h"
 #include "reference/package_key.h"
+#include "reference/reference_data.h"
 #include "reference/stock_common.h"
 
 class AnnouncedPackages final : public IStockCommon {
  public:
-  AnnouncedPackages() { frame::ReferenceData().Set(this); }
-  ~AnnouncedPackages() override { frame::ReferenceData().Clear(); }
+  AnnouncedPackages() { reference::ReferenceData().Set(this); }
+  ~AnnouncedPackages() override { reference::ReferenceData().Clear(); }
   AnnouncedPackages(const AnnouncedPackages&) = delete;
   AnnouncedPackages& operator=(const AnnouncedPackages&) = delete;
 

@@ -11,8 +11,9 @@
 #include <thread>
 #include <vector>
 
-#include "charts/stock_mline_service.h"
+#include "charts/stock_mline.h"
 #include "kline_fixture.h"
+#include "services.h"
 
 namespace {
 

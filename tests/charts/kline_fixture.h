@@ -11,10 +11,11 @@
 #include <vector>
 
 #include "announced_packages.h"
-#include "charts/stock_kline_service.h"
+#include "charts/stock_kline.h"
 #include "host/host.h"
 #include "reference/package_version_store.h"
 #include "service_fixture.h"
+#include "services.h"
 
 namespace kline_test {
 

@@ -91,12 +91,11 @@ inline std::optional<int> Load(AnnouncedPackages& packages, int version) {
   packages.Announce(VersionText(version));
   packages.Count(kSymbol, 1, 1, version);
   std::optional<int> loaded;
-  charts::KLineHistory().Load(kSymbol, 1, 1, [&loaded](const charts::Candles& candles) {
-    if (!candles.empty()) {
-      const int told = static_cast<int>(candles[0].preclose);
-      if (candles == charts::ReadPackage(PackageText(told))) loaded = told;
-    }
-  });
+  const auto candles = charts::KLineHistory().Load(kSymbol, 1, 1, {}, [] { return true; });
+  if (candles != nullptr && !candles->empty()) {
+    const int told = static_cast<int>(candles->front().preclose);
+    if (*candles == charts::ReadPackage(PackageText(told))) loaded = told;
+  }
   return loaded;
 }
 

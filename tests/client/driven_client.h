@@ -13,23 +13,13 @@
 
 #include "c_stock_market.h"
 #include "feed.h"
+#include "frame/polled_subject.h"
 #include "scripted_host.h"
 
 namespace client_test {
 
 /// How often each path was asked for.
 using Counts = std::map<std::string, std::uint64_t>;
-
-/// A polled service of which a test is to know the thread's steps: they are reached through a class of its
-/// kind.
-template <class Obs, class Key, class Data>
-struct Steps : ITimerSubject<Obs, Key, Data> {
-  using Subject = ITimerSubject<Obs, Key, Data>;
-  /// Ends the thread for good.
-  static void End(Subject& service) { (service.*&Steps::StopPolling)(); }
-  /// One round of the thread.
-  static void Round(Subject& service) { (service.*&Steps::PollOnce)(); }
-};
 
 /// What the servers say besides that all is well.
 struct World {
@@ -50,7 +40,8 @@ class DrivenClient {
   template <class Data, class Service, class Key>
   void Add(const std::string& name, Service* service, const std::vector<Key>& shown,
            const std::vector<Key>& hidden) {
-    EndThread(*service);
+    auto& subject = dynamic_cast<frame::PolledSubject<Service>&>(*service);
+    subject.StopPolling();
     auto feed = std::make_unique<PolledFeed<Service, Data, Key>>(name, "", service);
     for (const Key& key : shown) {
       feed->Show(key, false);
@@ -63,7 +54,7 @@ class DrivenClient {
     feeds_.push_back(std::move(feed));
     feeds_.push_back(std::move(unseen));
     driven_.push_back(
-        {name, Now(), [service] { RunRound(*service); }, [service] { return service->GetInterval(); }});
+        {name, Now(), [&subject] { subject.PollOnce(); }, [service] { return service->GetInterval(); }});
   }
 
   /// Hides every view.
@@ -89,15 +80,6 @@ class DrivenClient {
     std::function<void()> round;
     std::function<int()> interval;
   };
-
-  template <class Obs, class Key, class Data>
-  static void EndThread(ITimerSubject<Obs, Key, Data>& service) {
-    Steps<Obs, Key, Data>::End(service);
-  }
-  template <class Obs, class Key, class Data>
-  static void RunRound(ITimerSubject<Obs, Key, Data>& service) {
-    Steps<Obs, Key, Data>::Round(service);
-  }
 
   void AnswerEverything();
   void Answer(const std::string& path, std::function<std::string()> body);

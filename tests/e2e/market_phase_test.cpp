@@ -17,7 +17,8 @@
 #include "host_services/stock_host.h"
 #include "long_run.h"
 #include "market_server/market_server.h"
-#include "reference/stock_market_state_service.h"
+#include "reference/stock_market_state.h"
+#include "services.h"
 
 namespace {
 

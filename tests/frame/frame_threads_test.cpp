@@ -64,7 +64,7 @@ class Watchful final : public FrameObserver {
 };
 
 TEST(FrameUnderLoad, attachTargetResumeSuspendDetachAgainstCompletions) {
-  frame::Polling<FrameService> service(std::function<void()>(), [] { return kHour; });
+  frame::Running<FrameService> service(std::function<void()>(), [] { return kHour; });
   std::atomic<int> faults{0};
   {
     const Storm completions([&service](int number) {
@@ -90,7 +90,7 @@ TEST(FrameUnderLoad, attachTargetResumeSuspendDetachAgainstCompletions) {
 }
 
 TEST(FrameUnderLoad, viewsOnFourThreadsAgainstEachOther) {
-  frame::Polling<FrameService> service(std::function<void()>(), [] { return 0; });
+  frame::Running<FrameService> service(std::function<void()>(), [] { return 0; });
   std::atomic<int> faults{0};
   std::vector<std::thread> views;
   for (int number = 0; number < kThreads; ++number) {
@@ -133,7 +133,7 @@ TEST(FrameUnderLoad, aServiceEndsWithAnswersStillToCome) {
   for (int cycle = 0; cycle < kCycles; ++cycle) {
     std::atomic<int> faults{0};
     Watchful observer(faults);
-    auto service = std::make_unique<frame::Polling<AskingService>>();
+    auto service = std::make_unique<frame::Running<AskingService>>();
     service->Attach(&observer);
     service->SetTarget(&observer, L"k");
     service->Resume(&observer, false);
@@ -193,7 +193,7 @@ TEST(FrameUnderLoad, anObserverIsDetachedAndDeletedWhileAnotherThreadResumesIt) 
 
 TEST(FrameUnderLoad, idleServicesComeAndGo) {
   for (int cycle = 0; cycle < kCycles; ++cycle) {
-    const frame::Polling<AskingService> service;
+    const frame::Running<AskingService> service;
   }
 }
 

@@ -1,8 +1,9 @@
 // The polling thread: when it starts and stops, what it does in a round, what interrupts it.
-#include "frame/polling.h"
+#include "frame/running.h"
 
 #include <gtest/gtest.h>
 
+#include <boost/thread/thread_only.hpp>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr int kHour = 3600;
 
-using PolledService = frame::Polling<FrameService>;
+using PolledService = frame::Running<FrameService>;
 
 // Stops the polling thread in `GetInterval`, between its fetch and its sleep, until the test sends it on.
 class Rounds {
@@ -116,7 +117,7 @@ struct LateThread : FrameService {
 TEST(PollingThread, fetchesNothingInItsFirstRoundHoweverLate) {
   Rounds rounds;
   FrameRecorder observer;
-  const frame::Polling<LateThread> service(observer, [&rounds] { return rounds.Arrive(); });
+  const frame::Running<LateThread> service(observer, [&rounds] { return rounds.Arrive(); });
   rounds.AwaitEndOf(1);
   EXPECT_EQ(service.fetches, 0);
   rounds.SendOn(0);
@@ -231,7 +232,7 @@ struct Wholeness {
   std::atomic<int> faults{0};
 };
 
-class WatchedService : public FrameSubject {
+class WatchedService : public frame::PolledSubject<FrameSubject> {
  public:
   explicit WatchedService(Wholeness& state) : state_(state) {
     for (int turn = 0; turn < 20; ++turn) std::this_thread::yield();
@@ -252,23 +253,23 @@ TEST(PollingThread, runsOnlyWhileTheObjectIsWhole) {
   for (int cycle = 0; cycle < 200; ++cycle) {
     Wholeness state;
     {
-      const frame::Polling<WatchedService> service(state);
+      const frame::Running<WatchedService> service(state);
       while (state.rounds == 0) std::this_thread::yield();
     }
     EXPECT_EQ(state.faults, 0);
   }
 }
 
-class FailingService : public FrameSubject {
+class FailingService : public frame::PolledSubject<FrameSubject> {
  public:
   FailingService() { throw std::runtime_error("cannot be made"); }
 };
 
 TEST(ServiceMaking, givesNullWhenTheConstructorThrows) {
-  EXPECT_EQ(frame::MakeOrNull<frame::Polling<FailingService>>(), nullptr);
+  EXPECT_EQ(frame::MakeOrNull<frame::Running<FailingService>>(), nullptr);
 }
 
-class UnaffordableService : public FrameSubject {
+class UnaffordableService : public frame::PolledSubject<FrameSubject> {
  public:
   static void* operator new(std::size_t, const std::nothrow_t&) noexcept { return nullptr; }
   static void operator delete(void*) {}
@@ -287,7 +288,7 @@ TEST(ServiceMaking, handsItsArgumentsOn) {
 }
 
 // A service whose answers come through its gate.
-class GatedService : public FrameService, protected frame::Gated {
+class GatedService : public FrameService {
  public:
   using FrameService::FrameService;
   std::function<void(int)> Receiver() {
@@ -297,7 +298,7 @@ class GatedService : public FrameService, protected frame::Gated {
 
 TEST(PolledGate, letsNoAnswerInAfterDestruction) {
   auto service =
-      std::make_unique<frame::Polling<GatedService>>(std::function<void()>(), [] { return kHour; });
+      std::make_unique<frame::Running<GatedService>>(std::function<void()>(), [] { return kHour; });
   FrameRecorder observer;
   service->Attach(&observer);
   service->SetTarget(&observer, L"k");
@@ -312,7 +313,7 @@ TEST(PolledGate, letsNoAnswerInAfterDestruction) {
 TEST(PolledGate, destructionWaitsForAnAnswerInside) {
   std::atomic<bool> inside{false}, destroying{false}, ended{false};
   auto service =
-      std::make_unique<frame::Polling<GatedService>>(std::function<void()>(), [] { return kHour; });
+      std::make_unique<frame::Running<GatedService>>(std::function<void()>(), [] { return kHour; });
   FrameRecorder observer([&](const int&) {
     inside = true;
     while (!destroying) std::this_thread::yield();

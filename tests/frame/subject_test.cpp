@@ -155,15 +155,14 @@ TEST(SubjectBase, aThrowingViewLeavesTheSubjectUsable) {
 
 using OneShotSubject = CBaseStockSubject<FrameObserver, int>;
 
-TEST(OneShotSubject, tellsTheStoredDataInTheOrderOfAttachment) {
+TEST(OneShotSubject, tellsInTheOrderOfAttachment) {
   OneShotSubject subject;
   std::string order;
   FrameRecorder a([&](const int&) { order += 'a'; });
   FrameRecorder b([&](const int&) { order += 'b'; });
   subject.Attach(&b);
   subject.Attach(&a);
-  subject.Store(5);
-  subject.Notify();
+  subject.Tell(1, 5);
   EXPECT_EQ(order, "ba");
   EXPECT_EQ(a.Updates(), Numbers{5});
 }
@@ -171,7 +170,7 @@ TEST(OneShotSubject, tellsTheStoredDataInTheOrderOfAttachment) {
 TEST(OneShotSubject, attachDeliversNothingAtOnce) {
   OneShotSubject subject;
   FrameRecorder a;
-  subject.Store(5);
+  subject.Tell(1, 5);
   subject.Attach(&a);
   EXPECT_EQ(a.Count(), 0u);
 }
@@ -181,10 +180,10 @@ TEST(OneShotSubject, attachTwiceTellsOnce) {
   FrameRecorder a;
   subject.Attach(&a);
   subject.Attach(&a);
-  subject.Notify();
+  subject.Tell(1, 5);
   EXPECT_EQ(a.Count(), 1u);
   subject.Detach(&a);
-  subject.Notify();
+  subject.Tell(2, 6);
   EXPECT_EQ(a.Count(), 1u);
 }
 
@@ -192,7 +191,7 @@ TEST(OneShotSubject, ignoresNull) {
   OneShotSubject subject;
   subject.Attach(nullptr);
   subject.Detach(nullptr);
-  subject.Notify();
+  subject.Tell(1, 5);
 }
 
 TEST(OneShotSubject, detachOnAnEmptyListAndOfAnUnknownObserverAreIgnored) {
@@ -201,18 +200,27 @@ TEST(OneShotSubject, detachOnAnEmptyListAndOfAnUnknownObserverAreIgnored) {
   subject.Detach(&a);
   subject.Attach(&a);
   subject.Detach(&b);
-  subject.Notify();
+  subject.Tell(1, 5);
   EXPECT_EQ(a.Count(), 1u);
+}
+
+TEST(OneShotSubject, anOlderAnswerNeverFollowsANewerOne) {
+  OneShotSubject subject;
+  FrameRecorder a;
+  subject.Attach(&a);
+  subject.Tell(2, 20);
+  subject.Tell(1, 10);
+  subject.Tell(3, 30);
+  EXPECT_EQ(a.Updates(), (Numbers{20, 30}));
 }
 
 TEST(OneShotSubject, aThrowingViewLeavesNoMutexLocked) {
   OneShotSubject subject;
   FrameRecorder a([](const int&) { throw std::runtime_error("a view that fails"); });
   subject.Attach(&a);
-  EXPECT_THROW(subject.Notify(), std::runtime_error);
-  subject.Store(6);
+  EXPECT_THROW(subject.Tell(1, 5), std::runtime_error);
   subject.Detach(&a);
-  subject.Notify();
+  subject.Tell(2, 6);
   EXPECT_EQ(a.Count(), 1u);
 }
 

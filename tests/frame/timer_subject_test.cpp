@@ -260,16 +260,29 @@ TEST_F(TimerSubject, resumeFetchesBeforeAnythingWasStored) {
   EXPECT_FALSE(service.IsSuspended(&a));
 }
 
-TEST_F(TimerSubject, oneUpdateTimeServesAllKeys) {
-  AttachActive(a, L"old");
-  service.Deliver(L"old", 1);
-  ticks.Advance(1000);
-  AttachActive(b, L"new");
-  service.Deliver(L"new", 2);
-  service.Suspend(&a);
-  service.Resume(&a, true);
-  EXPECT_EQ(a.Updates(), (Numbers{1, 1}));
-  EXPECT_EQ(service.fetches, 0);
+// One update time serves all keys, but data that are old themselves are followed by new ones at once.
+TEST_F(TimerSubject, resumeAfterAnotherKeysAnswerDeliversAndAsksUnlessTheDataAreFreshThemselves) {
+  struct Age {
+    std::int64_t milliseconds;
+    int fetches;
+  };
+  for (const Age age : {Age{0, 0}, Age{299, 0}, Age{300, 0}, Age{301, 1}, Age{3'600'000, 1}}) {
+    SCOPED_TRACE(age.milliseconds);
+    FrameService own;
+    FrameRecorder view, other;
+    for (auto* const observer : {&view, &other}) own.Attach(observer);
+    own.SetTarget(&view, L"mine");
+    own.SetTarget(&other, L"other");
+    own.Resume(&view, false);
+    own.Deliver(L"mine", 1);
+    own.Suspend(&view);
+    ticks.Advance(age.milliseconds);
+    own.Resume(&other, false);
+    own.Deliver(L"other", 2);
+    own.Resume(&view, true);
+    EXPECT_EQ(view.Updates(), (Numbers{1, 1}));
+    EXPECT_EQ(own.fetches, age.fetches);
+  }
 }
 
 TEST_F(TimerSubject, resumeDeliversToNobodyElse) {
@@ -440,14 +453,6 @@ TEST_F(TimerSubject, onTimerFetches) {
 
 TEST_F(TimerSubject, asksEveryThreeSecondsUnlessAServiceSaysOtherwise) {
   EXPECT_EQ(service.GetInterval(), 3);
-}
-
-TEST_F(TimerSubject, fetchOfTheBareSubjectDoesNothing) {
-  FrameSubject bare;
-  bare.Fetch();
-  bare.Refresh();
-  bare.OnTimer();
-  EXPECT_EQ(bare.GetInterval(), 3);
 }
 
 TEST_F(TimerSubject, aRoundCallsOnTimerAndRefreshCallsFetchDirectly) {
@@ -735,6 +740,144 @@ TEST_F(TimerSubject, fetchesHoldNoLock) {
   own.Refresh();
   own.PollOnce();
   EXPECT_EQ(own.fetches, 3);
+}
+
+// --- newest wins
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, anOlderAnswerIsNeitherToldNorKeptOnceANewerOneWasTold) {
+  AttachActive(a, L"k");
+  const frame::Stamp older = service.Ask(), newer = service.Ask();
+  EXPECT_TRUE(service.Answer(newer, L"k", 2));
+  EXPECT_TRUE(service.Answer(older, L"k", 1));
+  EXPECT_EQ(a.Updates(), Numbers{2});
+  AttachSuspended(b, L"k");
+  service.Resume(&b, true);
+  EXPECT_EQ(b.Updates(), Numbers{2});
+}
+
+TEST_F(TimerSubject, anOlderAnswerFeedsNothing) {
+  AttachActive(a, L"k");
+  const frame::Stamp older = service.Ask();
+  service.Deliver(L"k", 2);
+  bool made = false;
+  EXPECT_TRUE(service.Tell(L"k", older, {}, [&] {
+    made = true;
+    return std::make_shared<const int>(1);
+  }));
+  EXPECT_FALSE(made);
+}
+
+TEST_F(TimerSubject, answersOfDifferentKeysDoNotBarEachOther) {
+  AttachActive(a, L"a");
+  AttachActive(b, L"b");
+  const frame::Stamp older = service.Ask(), newer = service.Ask();
+  EXPECT_TRUE(service.Answer(newer, L"a", 2));
+  EXPECT_TRUE(service.Answer(older, L"b", 1));
+  EXPECT_EQ(b.Updates(), Numbers{1});
+}
+
+TEST_F(TimerSubject, anAnswerStoredForASuspendedViewCountsAsTold) {
+  AttachSuspended(a, L"k");
+  const frame::Stamp older = service.Ask(), newer = service.Ask();
+  EXPECT_TRUE(service.Answer(newer, L"k", 2));
+  EXPECT_TRUE(service.Answer(older, L"k", 1));
+  service.Resume(&a, true);
+  EXPECT_EQ(a.Updates(), Numbers{2});
+}
+
+TEST_F(TimerSubject, anAnswerThatNobodyWasToldBarsNobody) {
+  const frame::Stamp older = service.Ask(), newer = service.Ask();
+  EXPECT_TRUE(service.Answer(newer, L"k", 2));
+  AttachActive(a, L"k");
+  EXPECT_TRUE(service.Answer(older, L"k", 1));
+  EXPECT_EQ(a.Updates(), Numbers{1});
+}
+
+TEST_F(TimerSubject, whatSetTargetDropsIsNotFollowedByAnythingOlder) {
+  AttachActive(a, L"k");
+  AttachActive(b, L"k");
+  const frame::Stamp older = service.Ask();
+  service.Deliver(L"k", 2);
+  service.SetTarget(&b, L"other");  // drops the data that are held for "k"
+  EXPECT_TRUE(service.Answer(older, L"k", 1));
+  EXPECT_EQ(a.Updates(), Numbers{2});
+}
+
+TEST_F(TimerSubject, newestWinsForEverybodyToo) {
+  service.Attach(&a);
+  const frame::Stamp older = service.Ask(), newer = service.Ask();
+  const int values[] = {1, 2};
+  const auto tell = [&](frame::Stamp stamp, const int& value) {
+    return service.TellEach(stamp, frame::Whom::kEveryAttached, [&](const auto& viewers) {
+      return std::vector<const int*>(viewers.size(), &value);
+    });
+  };
+  EXPECT_TRUE(tell(newer, values[1]));
+  EXPECT_TRUE(tell(older, values[0]));
+  EXPECT_EQ(a.Updates(), Numbers{2});
+}
+
+// --- the end of what is held
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, dataOfAKeyThatNobodyShowsGoWithTheNextStoreAfter300Milliseconds) {
+  const auto data = std::make_shared<const int>(7);
+  AttachActive(a, L"gone");
+  service.DeliverShared(L"gone", data);
+  service.Detach(&a);
+  AttachActive(b, L"k");
+  ticks.Advance(300);
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(data.use_count(), 2) << "fresh still";
+  ticks.Advance(301);
+  service.Deliver(L"k", 2);
+  EXPECT_EQ(data.use_count(), 1);
+}
+
+TEST_F(TimerSubject, dataOfAKeyThatIsShownStayHoweverOld) {
+  const auto data = std::make_shared<const int>(7);
+  AttachSuspended(a, L"mine");
+  AttachActive(b, L"k");
+  service.DeliverShared(L"mine", data);
+  for (int hour = 0; hour < 5; ++hour) {
+    ticks.Advance(3'600'000);
+    service.Deliver(L"k", hour);
+  }
+  EXPECT_EQ(data.use_count(), 2);
+}
+
+TEST_F(TimerSubject, whatIsKeptForNobodyGoesToo) {
+  const auto data = std::make_shared<const int>(7);
+  EXPECT_TRUE(service.Tell(L"nobody", service.Ask(), {frame::Whom::kActive, frame::Keep::kAlways},
+                           [&] { return data; }));
+  EXPECT_EQ(data.use_count(), 2);
+  ticks.Advance(301);
+  service.DeliverAlwaysCached(L"k", 1);
+  EXPECT_EQ(data.use_count(), 1);
+}
+
+TEST_F(TimerSubject, aClockThatIsSetBackKeepsNothingForever) {
+  const auto data = std::make_shared<const int>(7);
+  AttachActive(a, L"gone");
+  service.DeliverShared(L"gone", data);
+  service.Detach(&a);
+  AttachActive(b, L"k");
+  ticks.Advance(-86'400'000);
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(data.use_count(), 1);
+}
+
+// --- want of memory
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(TimerSubject, isNotToldWhatCannotBeMade) {
+  AttachActive(a, L"k");
+  EXPECT_FALSE(
+      service.Tell(L"k", service.Ask(), {}, []() -> std::shared_ptr<const int> { throw std::bad_alloc(); }));
+  EXPECT_EQ(a.Count(), 0u);
+  service.Deliver(L"k", 1);
+  EXPECT_EQ(a.Updates(), Numbers{1});
 }
 
 }  // namespace

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "c_stock_market.h"
-#include "quotes/current_stock_service.h"
 #include "scripted_host.h"
+#include "services.h"
 
 namespace {
 

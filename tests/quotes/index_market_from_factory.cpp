@@ -1,5 +1,6 @@
 #include "index_market_subject.h"
-#include "quotes/index_market_service.h"
+#include "quotes/index_market.h"
+#include "services.h"
 
 IIndexMarket* BeginIndexMarket() {
   return quotes::MakeIndexMarket();

@@ -4,9 +4,10 @@
 #include <atomic>
 #include <memory>
 
-#include "quotes/index_market_service.h"
+#include "quotes/index_market.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 
 namespace {
 

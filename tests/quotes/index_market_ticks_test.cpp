@@ -6,10 +6,11 @@
 #include <memory>
 #include <thread>
 
-#include "quotes/index_market_service.h"
+#include "quotes/index_market.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
 #include "scripted_ticks.h"
+#include "services.h"
 
 namespace {
 

@@ -8,12 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "frame/reference_data.h"
 #include "no_watch_list.h"
 #include "quote_service.h"
-#include "quotes/optional_stock_market_service.h"
+#include "quotes/optional_stock_market.h"
 #include "quotes/watch_list_order.h"
+#include "reference/reference_data.h"
 #include "reference/stock_common.h"
+#include "services.h"
 
 namespace {
 
@@ -116,11 +117,11 @@ class KnownPlates : public IStockCommon {
   using Plates = std::vector<std::pair<std::wstring, std::wstring>>;
 
   explicit KnownPlates(std::map<std::wstring, Plates> plates) : plates_(std::move(plates)) {
-    frame::ReferenceData().Set(this);
+    reference::ReferenceData().Set(this);
   }
   KnownPlates(const KnownPlates&) = delete;
   KnownPlates& operator=(const KnownPlates&) = delete;
-  ~KnownPlates() override { frame::ReferenceData().Clear(); }
+  ~KnownPlates() override { reference::ReferenceData().Clear(); }
 
   bool GetPlatesOfStock(const std::wstring& symbol, Plates& out) override {
     asked.push_back(symbol);
@@ -184,8 +185,8 @@ class EndingPlates final : public KnownPlates {
 
   bool GetPlatesOfStock(const std::wstring& symbol, Plates& out) override {
     if (asked.empty()) {
-      end_ = std::thread([] { frame::ReferenceData().Clear(); });
-      while (frame::WithReferenceData([](IStockCommon&) {})) std::this_thread::yield();
+      end_ = std::thread([] { reference::ReferenceData().Clear(); });
+      while (reference::WithReferenceData([](IStockCommon&) {})) std::this_thread::yield();
     }
     return KnownPlates::GetPlatesOfStock(symbol, out);
   }
@@ -201,30 +202,6 @@ TEST_F(ShownWatchList, asksForNoFurtherPlateOnceTheReferenceDataEnds) {
   EXPECT_EQ(plates.asked, (std::vector<std::wstring>{L"sh600000"}));
   EXPECT_EQ(list[0].plate, L"银行");
   EXPECT_EQ(list[1].plate, L"");
-}
-
-// Reference data whose look-up lasts until the polling thread has had another round.
-class SlowPlates final : public KnownPlates {
- public:
-  explicit SlowPlates(IOptionalStockMarket& service) : KnownPlates({}), service_(service) {}
-  bool GetPlatesOfStock(const std::wstring& symbol, Plates& out) override {
-    service_.OnTimer();
-    return KnownPlates::GetPlatesOfStock(symbol, out);
-  }
-
- private:
-  IOptionalStockMarket& service_;
-};
-
-// Else a server that keeps silent about the plates would take one of the host's threads a round.
-TEST_F(ShownWatchList, leavesOutRoundsWhileAnAnswerIsRead) {
-  SlowPlates plates(*service);
-  Told(R"({"code":"sh600000"},{"code":"sz000002"})");
-  EXPECT_EQ(plates.asked.size(), 2U);
-  EXPECT_EQ(host.RequestCount(), 1U);
-  host.Expect(Script(kPath).Inline(Answer::Body(R"({"data":{"list":[]}})")));
-  service->OnTimer();
-  EXPECT_EQ(host.RequestCount(), 2U);
 }
 
 TEST_F(ShownWatchList, hasNoPlatesWithoutReferenceData) {

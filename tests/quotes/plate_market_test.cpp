@@ -5,8 +5,9 @@
 #include <vector>
 
 #include "quote_service.h"
-#include "quotes/plate_market_service.h"
+#include "quotes/plate_market.h"
 #include "scripted_ticks.h"
+#include "services.h"
 
 namespace {
 

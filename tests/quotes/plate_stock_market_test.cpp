@@ -4,8 +4,9 @@
 #include <string>
 
 #include "quote_service.h"
-#include "quotes/plate_stock_market_service.h"
+#include "quotes/plate_stock_market.h"
 #include "scripted_ticks.h"
+#include "services.h"
 
 namespace {
 

@@ -6,16 +6,17 @@
 #include <string>
 #include <vector>
 
-#include "quotes/optional_stock_market_service.h"
-#include "quotes/plate_market_service.h"
-#include "quotes/plate_stock_market_service.h"
-#include "quotes/single_stock_market_service.h"
-#include "quotes/stock_market_service.h"
-#include "ranking/plate_ranking_service.h"
-#include "ranking/stock_ranking_service.h"
+#include "quotes/optional_stock_market.h"
+#include "quotes/plate_market.h"
+#include "quotes/plate_stock_market.h"
+#include "quotes/single_stock_market.h"
+#include "quotes/stock_market.h"
+#include "ranking/plate_ranking.h"
+#include "ranking/stock_ranking.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
 #include "scripted_ticks.h"
+#include "services.h"
 #include "sleeping_threads.h"
 
 namespace {
@@ -44,7 +45,6 @@ struct OfBoard {
   static constexpr const wchar_t* kName = L"StockMarket::FetchStockMarkets";
   static constexpr int kInterval = 3;
   static constexpr bool kByKey = true;
-  static constexpr bool kLatestOnly = false;
   static IStockMarket* Make() { return quotes::MakeStockMarket(); }
   static Key Target(int number) { return {1, 4, 2, 0, static_cast<std::uint32_t>(number)}; }
   static std::string Body(int figure) { return DataArray(Row("code", figure)); }
@@ -58,7 +58,6 @@ struct OfSingleStock {
   static constexpr const wchar_t* kName = L"SingleStockMarket::FetchStockMarket";
   static constexpr int kInterval = 3;
   static constexpr bool kByKey = true;
-  static constexpr bool kLatestOnly = false;
   static ISingleStockMarket* Make() { return quotes::MakeSingleStockMarket(); }
   static Key Target(int number) { return L"sh60000" + std::to_wstring(number); }
   static std::string Body(int figure) { return DataList(Row("code", figure)); }
@@ -72,7 +71,6 @@ struct OfWatchList {
   static constexpr const wchar_t* kName = L"OptionalStockMarket::FetchStockMarkets";
   static constexpr int kInterval = 3;
   static constexpr bool kByKey = false;
-  static constexpr bool kLatestOnly = false;
   static IOptionalStockMarket* Make() { return quotes::MakeOptionalStockMarket(); }
   static Key Target(int number) { return {static_cast<std::uint32_t>(number), 1}; }
   static std::string Body(int figure) { return DataList(Row("code", figure)); }
@@ -86,7 +84,6 @@ struct OfPlates {
   static constexpr const wchar_t* kName = L"PlateMarket::FetchPlateMarkets";
   static constexpr int kInterval = 3;
   static constexpr bool kByKey = true;
-  static constexpr bool kLatestOnly = false;
   static IPlateMarket* Make() { return quotes::MakePlateMarket(); }
   static Key Target(int number) { return {1, 4, 2, 0, static_cast<std::uint32_t>(number)}; }
   static std::string Body(int figure) { return DataArray(Row("bk", figure)); }
@@ -100,7 +97,6 @@ struct OfPlateStocks {
   static constexpr const wchar_t* kName = L"PlateStockMarket::FetchStockMarkets";
   static constexpr int kInterval = 3;
   static constexpr bool kByKey = true;
-  static constexpr bool kLatestOnly = true;
   static IPlateStockMarket* Make() { return quotes::MakePlateStockMarket(); }
   static Key Target(int number) { return {L"bk1001", 4, 2, 0, static_cast<std::uint32_t>(number)}; }
   static std::string Body(int figure) { return DataArray(Row("code", figure)); }
@@ -114,7 +110,6 @@ struct OfStockRanking {
   static constexpr const wchar_t* kName = L"StockRanking::FetchStockRanking";
   static constexpr int kInterval = kAtPhases;
   static constexpr bool kByKey = true;
-  static constexpr bool kLatestOnly = false;
   static IStockRanking* Make() { return ranking::MakeStockRanking(1, false); }
   static Key Target(int number) { return {4, 2, number}; }
   static std::string Body(int figure) { return DataArray(Row("code", figure)); }
@@ -128,7 +123,6 @@ struct OfPlateRanking {
   static constexpr const wchar_t* kName = L"PlateRanking::FetchPlateRanking";
   static constexpr int kInterval = kAtPhases;
   static constexpr bool kByKey = true;
-  static constexpr bool kLatestOnly = false;
   static IPlateRanking* Make() { return ranking::MakePlateRanking(1); }
   static Key Target(int number) { return {4, 2, number}; }
   static std::string Body(int figure) { return DataArray(Row("bk", figure)); }
@@ -267,7 +261,7 @@ TYPED_TEST(PolledService, keepsWhatItHasAfterAFailure) {
   this->service->Detach(&late);
 }
 
-TYPED_TEST(PolledService, takesAnswersAsTheyComeUnlessTheLatestRequestWins) {
+TYPED_TEST(PolledService, neverTellsAnOlderAnswerAfterANewerOne) {
   typename TestFixture::Observer view;
   this->Show(view, 5);
   this->host.Expect(Script(TypeParam::kPath).Times(2).Held());
@@ -276,7 +270,7 @@ TYPED_TEST(PolledService, takesAnswersAsTheyComeUnlessTheLatestRequestWins) {
   this->host.Complete(1, Answer::Body(TypeParam::Body(2)));
   this->host.Complete(0, Answer::Body(TypeParam::Body(1)));
   const auto told = TestFixture::Figures(view);
-  EXPECT_EQ(told, TypeParam::kLatestOnly ? std::vector<double>{2} : (std::vector<double>{2, 1}));
+  EXPECT_EQ(told, std::vector<double>{2});
   this->service->Detach(&view);
 }
 

@@ -10,13 +10,14 @@
 #include <utility>
 #include <vector>
 
-#include "quotes/optional_stock_market_service.h"
-#include "quotes/plate_stock_market_service.h"
-#include "quotes/single_stock_market_service.h"
-#include "quotes/stock_market_service.h"
-#include "ranking/stock_ranking_service.h"
+#include "quotes/optional_stock_market.h"
+#include "quotes/plate_stock_market.h"
+#include "quotes/single_stock_market.h"
+#include "quotes/stock_market.h"
+#include "ranking/stock_ranking.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 
 namespace {
 

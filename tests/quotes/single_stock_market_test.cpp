@@ -4,7 +4,8 @@
 #include <string>
 
 #include "quote_service.h"
-#include "quotes/single_stock_market_service.h"
+#include "quotes/single_stock_market.h"
+#include "services.h"
 
 namespace {
 

@@ -6,8 +6,9 @@
 #include <vector>
 
 #include "quote_service.h"
-#include "quotes/stock_market_service.h"
+#include "quotes/stock_market.h"
 #include "scripted_ticks.h"
+#include "services.h"
 
 namespace {
 

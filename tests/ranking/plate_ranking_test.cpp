@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "ranking/plate_ranking_service.h"
+#include "ranking/plate_ranking.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 #include "sleeping_threads.h"
 
 namespace {

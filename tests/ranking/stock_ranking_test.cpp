@@ -7,10 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "ranking/stock_ranking_service.h"
+#include "ranking/stock_ranking.h"
 #include "ranking/trends.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "services.h"
 #include "sleeping_threads.h"
 
 namespace {

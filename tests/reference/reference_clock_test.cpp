@@ -9,7 +9,9 @@
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "reference/stock_common_service.h"
-#include "reference/stock_market_state_service.h"
+#include "reference/stock_market_state.h"
+#include "services.h"
+#include "told_state.h"
 
 namespace {
 
@@ -69,7 +71,7 @@ TEST_F(ReferenceClock, rulesWhatHappensAtAnInstant) {
     const reference::RefreshRound round = reference::PlanRefresh(now);
     EXPECT_EQ(round.seconds, instant.wait);
     EXPECT_EQ(round.reload_lists, instant.reloads);
-    const StockMarketState state = reference::StateAt(now);
+    const StockMarketState state = ToldStateAt(host, now);
     EXPECT_EQ(state.text, instant.caption);
     EXPECT_EQ(state.time, static_cast<std::int32_t>(instant.shown));
   }

@@ -8,8 +8,9 @@
 
 #include "c_stock_market.h"
 #include "host/clock.h"
-#include "reference/stock_market_state_service.h"
 #include "scripted_host.h"
+#include "services.h"
+#include "told_state.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ class MarketState : public ::testing::Test {
   // What is shown at an instant of the host's clock.
   StockMarketState Shown(int hour, int minute, int second = 0, std::uint32_t date = kFriday) {
     host.SetTime(date, hour, minute, second);
-    return reference::StateAt(common::GetCurrentServerTime());
+    return ToldStateAt(host, common::GetCurrentServerTime());
   }
   // Destroyed before the host.
   struct Service {
@@ -91,8 +92,8 @@ TEST_F(MarketState, isInvalidInAnUnknownPhase) {
 TEST_F(MarketState, keepsTheLowHalfOfTheTime) {
   host.SetMarketStatus(4);
   const std::int64_t late = (std::int64_t{1} << 32) + 5;
-  EXPECT_EQ(reference::StateAt(late).time, 5);
-  EXPECT_EQ(reference::StateAt(0xFFFFFFFF).time, -1);
+  EXPECT_EQ(ToldStateAt(host, late).time, 5);
+  EXPECT_EQ(ToldStateAt(host, 0xFFFFFFFF).time, -1);
 }
 
 // --- Who is told ---

@@ -33,11 +33,11 @@ int QtErrno(const std::string& text) {
 
 class CheckedAnswer : public ::testing::Test {
  protected:
-  Outcome Check(const std::string& body, const request::StaleTest& is_latest = {}) {
-    return CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size(), is_latest).outcome();
+  Outcome Check(const std::string& body) {
+    return CheckAnswer(Fetch::kIndexQuotes, {true, body.data(), body.size()}).outcome();
   }
-  Outcome CheckFailed(const std::string& body, const request::StaleTest& is_latest = {}) {
-    return CheckAnswer(Fetch::kIndexQuotes, false, body.data(), body.size(), is_latest).outcome();
+  Outcome CheckFailed(const std::string& body, const request::LatestOf& latest = {}) {
+    return CheckAnswer(Fetch::kIndexQuotes, {false, body.data(), body.size()}, latest).outcome();
   }
 
   ScriptedHost host;
@@ -61,49 +61,34 @@ TEST_F(CheckedAnswer, doesNotParseAFailedAnswersBody) {
 
 TEST_F(CheckedAnswer, failsWithoutABodyToo) {
   host.ExpectFailureLine(kFailed);
-  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, false, nullptr, 0).outcome(), Outcome::kFailed);
-}
-
-TEST_F(CheckedAnswer, asksForStalenessAfterTheFailureLine) {
-  host.ExpectFailureLine(kFailed);
-  int asked = 0;
-  std::size_t lines_before = 0;
-  CheckFailed("{}", [&] {
-    ++asked;
-    lines_before = host.Log().size();
-    return true;
-  });
-  EXPECT_EQ(asked, 1);
-  EXPECT_EQ(lines_before, 1u);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, {false, nullptr, 0}).outcome(), Outcome::kFailed);
 }
 
 TEST_F(CheckedAnswer, ofAFailedStaleRequestStillWritesTheFailureLine) {
+  frame::Stamps stamps;
+  const frame::Stamp older = stamps.Next();
+  static_cast<void>(stamps.Next());
   host.ExpectFailureLine(kFailed);
-  EXPECT_EQ(CheckFailed("{}", [] { return false; }), Outcome::kFailed);
+  EXPECT_EQ(CheckFailed("{}", {&stamps, older}), Outcome::kFailed);
 }
 
 TEST_F(CheckedAnswer, isDroppedSilentlyWhenStaleWhateverItHolds) {
-  for (const char* body : {"{}", "no json", R"({"errno":5})", ""}) {
-    EXPECT_FALSE(CheckAnswer(Fetch::kIndexQuotes, true, body, std::string(body).size(), [] { return false; }))
+  frame::Stamps stamps;
+  const frame::Stamp older = stamps.Next();
+  const frame::Stamp latest = stamps.Next();
+  for (const std::string body : {"{}", "no json", R"({"errno":5})", ""}) {
+    EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, {true, body.data(), body.size()}, {&stamps, older}).outcome(),
+              Outcome::kStale)
         << body;
   }
   EXPECT_TRUE(host.Log().empty());
-}
-
-TEST_F(CheckedAnswer, asksForStalenessExactlyOnce) {
-  int asked = 0;
-  const request::StaleTest is_latest = [&asked] {
-    ++asked;
-    return true;
-  };
-  Check("{}", is_latest);
-  EXPECT_EQ(asked, 1);
+  EXPECT_TRUE(CheckAnswer(Fetch::kIndexQuotes, {true, "{}", 2}, {&stamps, latest}));
 }
 
 TEST_F(CheckedAnswer, isDroppedSilentlyWithoutABody) {
-  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, nullptr, 0).outcome(), Outcome::kEmpty);
-  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, nullptr, 7).outcome(), Outcome::kEmpty);
-  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, "x", 0).outcome(), Outcome::kEmpty);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, {true, nullptr, 0}).outcome(), Outcome::kEmpty);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, {true, nullptr, 7}).outcome(), Outcome::kEmpty);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, {true, "x", 0}).outcome(), Outcome::kEmpty);
   EXPECT_TRUE(host.Log().empty());
 }
 
@@ -159,7 +144,7 @@ TEST_F(CheckedAnswer, readsTheLastErrorNumber) {
 
 TEST_F(CheckedAnswer, thatIsAnArrayIsAnEmptyOne) {
   const std::string body = R"([{"errno":5}])";
-  const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size());
+  const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, {true, body.data(), body.size()});
   EXPECT_EQ(answer.outcome(), Outcome::kAccepted);
   EXPECT_EQ(answer.DataList().Size(), 0u);
   EXPECT_EQ(answer.DataArray().Size(), 0u);
@@ -169,7 +154,7 @@ TEST_F(CheckedAnswer, withoutPayloadHasAnEmptyOne) {
   for (const std::string body :
        {"{}", R"({"data":{}})", R"({"data":null})", R"({"data":[]})", R"({"data":"list"})",
         R"({"data":{"list":{}}})", R"({"data":{"list":5}})", R"({"Data":{"list":[1]}})"}) {
-    const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size());
+    const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, {true, body.data(), body.size()});
     EXPECT_TRUE(answer) << body;
     EXPECT_EQ(answer.DataList().Size(), 0u) << body;
   }
@@ -177,12 +162,12 @@ TEST_F(CheckedAnswer, withoutPayloadHasAnEmptyOne) {
 
 TEST_F(CheckedAnswer, givesItsPayloadInEveryForm) {
   const std::string list = R"({"data":{"list":[1,2]},"total_num":3})";
-  const request::Answer with_list = CheckAnswer(Fetch::kIndexQuotes, true, list.data(), list.size());
+  const request::Answer with_list = CheckAnswer(Fetch::kIndexQuotes, {true, list.data(), list.size()});
   EXPECT_EQ(with_list.DataList().Size(), 2u);
   EXPECT_EQ(with_list.DataArray().Size(), 0u);
   EXPECT_EQ(with_list.Root().Member("total_num").Integer(), 3);
   const std::string array = R"({"data":[1,2,3]})";
-  const request::Answer with_array = CheckAnswer(Fetch::kIndexQuotes, true, array.data(), array.size());
+  const request::Answer with_array = CheckAnswer(Fetch::kIndexQuotes, {true, array.data(), array.size()});
   EXPECT_EQ(with_array.DataArray().Size(), 3u);
   EXPECT_EQ(with_array.DataList().Size(), 0u);
 }
@@ -190,7 +175,7 @@ TEST_F(CheckedAnswer, givesItsPayloadInEveryForm) {
 TEST_F(CheckedAnswer, givesNothingUnlessItWasAccepted) {
   host.ExpectCodeLine(kResponse, 5);
   const std::string body = R"({"errno":5,"data":{"list":[1]}})";
-  const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, true, body.data(), body.size());
+  const request::Answer answer = CheckAnswer(Fetch::kIndexQuotes, {true, body.data(), body.size()});
   EXPECT_FALSE(answer);
   EXPECT_EQ(answer.DataList().Size(), 0u);
 }
@@ -201,14 +186,13 @@ TEST_F(CheckedAnswer, toleratesBlanksAroundTheText) {
 
 TEST_F(CheckedAnswer, readsExactlyTheBytesGiven) {
   const std::string body = R"({"errno":0}garbage)";
-  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, true, body.data(), 11).outcome(), Outcome::kAccepted);
+  EXPECT_EQ(CheckAnswer(Fetch::kIndexQuotes, {true, body.data(), 11}).outcome(), Outcome::kAccepted);
 }
 
 TEST_F(CheckedAnswer, ofAFeedThatGoesOnIsParsedAfterAFailure) {
   host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
   const std::string body = R"({"data":{"list":[1]}})";
-  const request::Answer answer =
-      CheckAnswer(Fetch::kStockInOut, false, body.data(), body.size(), {}, request::Incomplete::kParsed);
+  const request::Answer answer = CheckAnswer(Fetch::kStockInOut, {false, body.data(), body.size()});
   EXPECT_TRUE(answer);
   EXPECT_EQ(answer.DataList().Size(), 1u);
 }
@@ -218,10 +202,8 @@ TEST_F(CheckedAnswer, ofAFeedThatGoesOnLogsTheParseErrorOfAnEmptyBody) {
   ASSERT_NE(code, 0);
   host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
   host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Json Parse Error Code: %d", code, 2);
-  EXPECT_EQ(CheckAnswer(Fetch::kStockInOut, false, nullptr, 0, {}, request::Incomplete::kParsed).outcome(),
-            Outcome::kParseError);
-  EXPECT_EQ(CheckAnswer(Fetch::kStockInOut, true, "", 0, {}, request::Incomplete::kParsed).outcome(),
-            Outcome::kParseError);
+  EXPECT_EQ(CheckAnswer(Fetch::kStockInOut, {false, nullptr, 0}).outcome(), Outcome::kParseError);
+  EXPECT_EQ(CheckAnswer(Fetch::kStockInOut, {true, "", 0}).outcome(), Outcome::kParseError);
 }
 
 }  // namespace

@@ -118,7 +118,7 @@ TEST(HostileAnswer, doesNotGrowTheProcessThroughTheDoorsSlowWay) {
 TEST(HostileAnswer, doesNotGrowTheProcessThroughTheChecks) {
   const std::string body = Repeated("last", "last", "[1,[2],[[3]]]");
   const std::size_t growth = GrowthOf([&body] {
-    EXPECT_TRUE(request::CheckAnswer(request::Fetch::kIndexQuotes, true, body.data(), body.size()));
+    EXPECT_TRUE(request::CheckAnswer(request::Fetch::kIndexQuotes, {true, body.data(), body.size()}));
   });
   EXPECT_LT(growth, kLimit);
 }

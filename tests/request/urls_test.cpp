@@ -108,7 +108,7 @@ TEST_F(Urls, stockDetailList) {
 }
 
 TEST_F(Urls, areWhatTheSignerReturns) {
-  EXPECT_EQ(request::StockRangeUrl(1, 4, 2, 0, 50),
+  EXPECT_EQ(request::StockRangeUrl(1, {4, 2}, {0, 50}),
             L"http://api.test/pc/rt/get?end=50&sort_key=change&sort_type=desc&start=0&stock_type=cn_a");
   EXPECT_EQ(request::MarginTradeUrl(), L"http://api.test/pc/rt/stock_trade");
 }
@@ -120,58 +120,85 @@ TEST_F(Urls, areEmptyWhenTheSignerReturnsNothing) {
 }
 
 TEST_F(Urls, stockRange) {
-  ExpectSigned([] { return request::StockRangeUrl(2, 9, 1, 100, 1234567); }, L"/pc/rt/get",
-               {{"stock_type", "sh_a"},
-                {"sort_key", "amt"},
-                {"sort_type", "asc"},
-                {"start", "100"},
-                {"end", "1234567"}});
+  ExpectSigned(
+      [] {
+        return request::StockRangeUrl(2, {9, 1}, {100, 1234567});
+      },
+      L"/pc/rt/get",
+      {{"stock_type", "sh_a"},
+       {"sort_key", "amt"},
+       {"sort_type", "asc"},
+       {"start", "100"},
+       {"end", "1234567"}});
 }
 
 TEST_F(Urls, stockRangeWritesNegativeNumbersWithAMinus) {
-  const Signing signing = SigningOf([] { return request::StockRangeUrl(1, 1, 1, -1, -2147483647 - 1); });
+  const Signing signing = SigningOf([] { return request::StockRangeUrl(1, {1, 1}, {-1, -2147483647 - 1}); });
   EXPECT_EQ(signing.parameters.at("start"), "-1");
   EXPECT_EQ(signing.parameters.at("end"), "-2147483648");
 }
 
 TEST_F(Urls, stockPriceList) {
-  ExpectSigned([] { return request::StockPriceListUrl(5, 19, 2); }, L"/pc/rt/stock_price_list",
-               {{"stock_type", "sme"}, {"sort_key", "mc"}, {"sort_type", "desc"}});
+  ExpectSigned(
+      [] {
+        return request::StockPriceListUrl(5, {19, 2});
+      },
+      L"/pc/rt/stock_price_list", {{"stock_type", "sme"}, {"sort_key", "mc"}, {"sort_type", "desc"}});
 }
 
 TEST_F(Urls, plateRange) {
   ExpectSigned(
-      [] { return request::PlateRangeUrl(1, 20, 2, 0, 20240315); }, L"/pc/rt/get_bk_detail",
+      [] {
+        return request::PlateRangeUrl(1, {20, 2}, {0, 20240315});
+      },
+      L"/pc/rt/get_bk_detail",
       {{"bk_type", "hy"}, {"sort_key", "lead"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "20240315"}});
 }
 
 TEST_F(Urls, platePriceList) {
-  ExpectSigned([] { return request::PlatePriceListUrl(2, 23, 1); }, L"/pc/rt/bk_price_list",
-               {{"bk_type", "gn"}, {"sort_key", "cud"}, {"sort_type", "asc"}});
+  ExpectSigned(
+      [] {
+        return request::PlatePriceListUrl(2, {23, 1});
+      },
+      L"/pc/rt/bk_price_list", {{"bk_type", "gn"}, {"sort_key", "cud"}, {"sort_type", "asc"}});
 }
 
 TEST_F(Urls, plateStocks) {
-  ExpectSigned([] { return request::PlateStocksUrl(L"bk\x4E2D", 21, 2, 10, 20); }, L"/pc/rt/get_bk_zone_list",
-               {{"bk_code", "bk\xE4\xB8\xAD"},
-                {"sort_key", "lead_change"},
-                {"sort_type", "desc"},
-                {"start", "10"},
-                {"end", "20"}});
+  ExpectSigned(
+      [] {
+        return request::PlateStocksUrl(L"bk\x4E2D", {21, 2}, {10, 20});
+      },
+      L"/pc/rt/get_bk_zone_list",
+      {{"bk_code", "bk\xE4\xB8\xAD"},
+       {"sort_key", "lead_change"},
+       {"sort_type", "desc"},
+       {"start", "10"},
+       {"end", "20"}});
 }
 
 TEST_F(Urls, stockRank) {
-  ExpectSigned([] { return request::StockRankUrl(4, 6, 2, 1000); }, L"/pc/rt/get_stock_rank",
-               {{"stock_type", "gem"}, {"sort_key", "b1p"}, {"sort_type", "desc"}, {"num", "1000"}});
+  ExpectSigned(
+      [] {
+        return request::StockRankUrl(4, {6, 2}, 1000);
+      },
+      L"/pc/rt/get_stock_rank",
+      {{"stock_type", "gem"}, {"sort_key", "b1p"}, {"sort_type", "desc"}, {"num", "1000"}});
 }
 
 TEST_F(Urls, stockFiveMinuteChange) {
-  ExpectSigned([] { return request::StockFiveMinuteChangeUrl(3, 7, 1); }, L"/pc/rt/stock_five_change",
-               {{"stock_type", "sz_a"}, {"sort_key", "s1p"}, {"sort_type", "asc"}});
+  ExpectSigned(
+      [] {
+        return request::StockFiveMinuteChangeUrl(3, {7, 1});
+      },
+      L"/pc/rt/stock_five_change", {{"stock_type", "sz_a"}, {"sort_key", "s1p"}, {"sort_type", "asc"}});
 }
 
 TEST_F(Urls, plateRank) {
-  ExpectSigned([] { return request::PlateRankUrl(2, 22, 2, 10); }, L"/pc/rt/get_bk_rank",
-               {{"bk_type", "gn"}, {"sort_key", "bpin"}, {"sort_type", "desc"}, {"num", "10"}});
+  ExpectSigned(
+      [] {
+        return request::PlateRankUrl(2, {22, 2}, 10);
+      },
+      L"/pc/rt/get_bk_rank", {{"bk_type", "gn"}, {"sort_key", "bpin"}, {"sort_type", "desc"}, {"num", "10"}});
 }
 
 TEST_F(Urls, dayMinuteLine) {
@@ -249,29 +276,43 @@ TEST_F(Urls, tradeDateCarriesTheNumberInDate) {
 TEST_F(Urls, everyStockFieldHasItsWordInEveryStockList) {
   for (const auto& [number, word] : kStockFields) {
     const int field = number;
-    EXPECT_EQ(SigningOf([&] { return request::StockRangeUrl(1, field, 1, 0, 1); }).parameters.at("sort_key"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockRangeUrl(1, {field, 1}, {0, 1});
+              }).parameters.at("sort_key"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::StockPriceListUrl(1, field, 1); }).parameters.at("sort_key"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockPriceListUrl(1, {field, 1});
+              }).parameters.at("sort_key"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::StockRankUrl(1, field, 1, 1); }).parameters.at("sort_key"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockRankUrl(1, {field, 1}, 1);
+              }).parameters.at("sort_key"),
               word);
-    EXPECT_EQ(
-        SigningOf([&] { return request::StockFiveMinuteChangeUrl(1, field, 1); }).parameters.at("sort_key"),
-        word);
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockFiveMinuteChangeUrl(1, {field, 1});
+              }).parameters.at("sort_key"),
+              word);
   }
 }
 
 TEST_F(Urls, everyPlateFieldHasItsWordInEveryPlateList) {
   for (const auto& [number, word] : kPlateFields) {
     const int field = number;
-    EXPECT_EQ(SigningOf([&] { return request::PlateRangeUrl(1, field, 1, 0, 1); }).parameters.at("sort_key"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateRangeUrl(1, {field, 1}, {0, 1});
+              }).parameters.at("sort_key"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::PlatePriceListUrl(1, field, 1); }).parameters.at("sort_key"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlatePriceListUrl(1, {field, 1});
+              }).parameters.at("sort_key"),
               word);
-    EXPECT_EQ(
-        SigningOf([&] { return request::PlateStocksUrl(L"bk", field, 1, 0, 1); }).parameters.at("sort_key"),
-        word);
-    EXPECT_EQ(SigningOf([&] { return request::PlateRankUrl(1, field, 1, 1); }).parameters.at("sort_key"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateStocksUrl(L"bk", {field, 1}, {0, 1});
+              }).parameters.at("sort_key"),
+              word);
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateRankUrl(1, {field, 1}, 1);
+              }).parameters.at("sort_key"),
               word);
   }
 }
@@ -279,49 +320,77 @@ TEST_F(Urls, everyPlateFieldHasItsWordInEveryPlateList) {
 TEST_F(Urls, everyStockTypeHasItsWordAndNoTypeAnEmptyOne) {
   for (const auto& [number, word] : kStockTypes) {
     const int type = number;
-    EXPECT_EQ(SigningOf([&] { return request::StockRangeUrl(type, 1, 1, 0, 1); }).parameters.at("stock_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockRangeUrl(type, {1, 1}, {0, 1});
+              }).parameters.at("stock_type"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::StockPriceListUrl(type, 1, 1); }).parameters.at("stock_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockPriceListUrl(type, {1, 1});
+              }).parameters.at("stock_type"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::StockRankUrl(type, 1, 1, 1); }).parameters.at("stock_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockRankUrl(type, {1, 1}, 1);
+              }).parameters.at("stock_type"),
               word);
-    EXPECT_EQ(
-        SigningOf([&] { return request::StockFiveMinuteChangeUrl(type, 1, 1); }).parameters.at("stock_type"),
-        word);
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockFiveMinuteChangeUrl(type, {1, 1});
+              }).parameters.at("stock_type"),
+              word);
   }
 }
 
 TEST_F(Urls, everyPlateTypeHasItsWordAndNoTypeAnEmptyOne) {
   for (const auto& [number, word] : kPlateTypes) {
     const int type = number;
-    EXPECT_EQ(SigningOf([&] { return request::PlateRangeUrl(type, 1, 1, 0, 1); }).parameters.at("bk_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateRangeUrl(type, {1, 1}, {0, 1});
+              }).parameters.at("bk_type"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::PlatePriceListUrl(type, 1, 1); }).parameters.at("bk_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlatePriceListUrl(type, {1, 1});
+              }).parameters.at("bk_type"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::PlateRankUrl(type, 1, 1, 1); }).parameters.at("bk_type"), word);
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateRankUrl(type, {1, 1}, 1);
+              }).parameters.at("bk_type"),
+              word);
   }
 }
 
 TEST_F(Urls, everyDirectionHasItsWordAndNoDirectionAnEmptyOne) {
   for (const auto& [number, word] : kDirections) {
     const int way = number;
-    EXPECT_EQ(SigningOf([&] { return request::StockRangeUrl(1, 1, way, 0, 1); }).parameters.at("sort_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockRangeUrl(1, {1, way}, {0, 1});
+              }).parameters.at("sort_type"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::StockPriceListUrl(1, 1, way); }).parameters.at("sort_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockPriceListUrl(1, {1, way});
+              }).parameters.at("sort_type"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::PlateRangeUrl(1, 1, way, 0, 1); }).parameters.at("sort_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateRangeUrl(1, {1, way}, {0, 1});
+              }).parameters.at("sort_type"),
               word);
-    EXPECT_EQ(SigningOf([&] { return request::PlatePriceListUrl(1, 1, way); }).parameters.at("sort_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlatePriceListUrl(1, {1, way});
+              }).parameters.at("sort_type"),
               word);
-    EXPECT_EQ(
-        SigningOf([&] { return request::PlateStocksUrl(L"bk", 1, way, 0, 1); }).parameters.at("sort_type"),
-        word);
-    EXPECT_EQ(SigningOf([&] { return request::StockRankUrl(1, 1, way, 1); }).parameters.at("sort_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateStocksUrl(L"bk", {1, way}, {0, 1});
+              }).parameters.at("sort_type"),
               word);
-    EXPECT_EQ(
-        SigningOf([&] { return request::StockFiveMinuteChangeUrl(1, 1, way); }).parameters.at("sort_type"),
-        word);
-    EXPECT_EQ(SigningOf([&] { return request::PlateRankUrl(1, 1, way, 1); }).parameters.at("sort_type"),
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockRankUrl(1, {1, way}, 1);
+              }).parameters.at("sort_type"),
+              word);
+    EXPECT_EQ(SigningOf([&] {
+                return request::StockFiveMinuteChangeUrl(1, {1, way});
+              }).parameters.at("sort_type"),
+              word);
+    EXPECT_EQ(SigningOf([&] {
+                return request::PlateRankUrl(1, {1, way}, 1);
+              }).parameters.at("sort_type"),
               word);
   }
 }

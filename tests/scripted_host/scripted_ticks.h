@@ -29,3 +29,22 @@ class ScriptedTicks {
 
   static inline std::atomic<std::int64_t> now_{0};
 };
+
+/// The same for the monotonic clock, in milliseconds. A thread that waits really waits all the same.
+class ScriptedSteady {
+ public:
+  ScriptedSteady() {
+    now_.store(1'000'000);
+    frame::SetSteadySource(&Read);
+  }
+  ~ScriptedSteady() { frame::SetSteadySource(nullptr); }
+  ScriptedSteady(const ScriptedSteady&) = delete;
+  ScriptedSteady& operator=(const ScriptedSteady&) = delete;
+
+  void Advance(std::int64_t milliseconds) { now_.fetch_add(milliseconds); }
+
+ private:
+  static std::int64_t Read() { return now_.load(); }
+
+  static inline std::atomic<std::int64_t> now_{0};
+};

@@ -113,6 +113,7 @@ FetchCase Direct(const char* name, const wchar_t* lines, const char* path, Kind 
                 all.host.RunTasks();
               },
           .keeps = {},
+          .direct = true,
           .showing = [](AllServices&, const std::function<void()>& act) { act(); }};
 }
 
@@ -218,6 +219,7 @@ std::vector<FetchCase> Analytics() {
       Direct("StockPurchase", L"CStockPurchase::FetchPurchaseInfo", "/pc/rt/stock_buy", Kind::kAsync, 30,
              InList(R"({"code":"1","publish_price":2.5})"), {"data", "list"}, '[',
              [](AllServices& all) { all.purchase.service->FetchPurchaseInfo(); });
+  margin.direct = purchase.direct = false;  // every view is told
   return {events,
           past_events,
           in_out,
@@ -238,6 +240,7 @@ std::vector<FetchCase> ReferenceData() {
       Direct("LegalHolidays", L"StockCommon::InitLegalHolidays", answers::kHolidayPath, Kind::kAsync, 8,
              R"({"data":{"list":["2024-01-01"]}})", {"data", "list"}, '[', LoadReferenceData);
   holidays.keeps = HoldsHolidays;
+  holidays.direct = true;
   holidays.null_line = L"StockCommon::InitLegalHolidays Elements Without Date: %d";
   return {holidays,
           ReferenceLoad("BaseInfo", Load(L"StockCommon::InitBaseInfo", L"StockCommon::InitBaseInfoItems"),

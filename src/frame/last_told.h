@@ -1,0 +1,79 @@
+// The last data of each key and how fresh they are: what a view gets at once when it is shown again.
+// Thread-safe.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "frame/sweep.h"
+#include "frame/ticks.h"
+
+namespace frame {
+
+/// What is older than this is not fresh any more.
+inline constexpr std::int64_t kFreshMilliseconds = 300;
+
+template <class Key, class Data>
+class LastTold {
+ public:
+  /// Replaces the data of the key; they are fresh from now on.
+  void Keep(const Key& key, std::shared_ptr<const Data> data) {
+    // The data before are let go of after the lock.
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Entry& entry = entries_[key];
+    entry.data.swap(data);
+    entry.since = last_update_ = Ticks();
+  }
+
+  void Drop(const Key& key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    entries_.erase(key);
+  }
+
+  enum class Found {
+    kNothing,  ///< nothing was kept for any key lately, or nothing for this one
+    kOld,      ///< the data were shown, but are not fresh themselves
+    kFresh,    ///< the data were shown
+  };
+
+  /// Shows the data of the key with `show(data)`, if anything was kept within the last 300 ms. The mutex is
+  /// held meanwhile, so that newer data are told after them, not before.
+  template <class Show>
+  Found ShowIfFresh(const Key& key, Show show) {
+    const std::int64_t now = Ticks();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    // A clock that was set back makes nothing old.
+    if (MillisecondsBetween(last_update_, now) > kFreshMilliseconds) {
+      return Found::kNothing;
+    }
+    const auto found = entries_.find(key);
+    if (found == entries_.end()) {
+      return Found::kNothing;
+    }
+    const bool fresh = MillisecondsBetween(found->second.since, now) <= kFreshMilliseconds;
+    show(*found->second.data);
+    return fresh ? Found::kFresh : Found::kOld;
+  }
+
+  /// Drops what is not fresh and of whose key `is_shown(key)` is false.
+  template <class IsShown>
+  void Sweep(IsShown is_shown) {
+    SweepOld(mutex_, entries_, swept_, kFreshMilliseconds, is_shown);
+  }
+
+ private:
+  struct Entry {
+    std::shared_ptr<const Data> data;
+    std::int64_t since = 0;  // when it was kept
+  };
+
+  std::mutex mutex_;  // guards the members below
+  std::map<Key, Entry> entries_;
+  std::int64_t last_update_ = 0;
+  std::int64_t swept_ = 0;
+};
+
+}  // namespace frame

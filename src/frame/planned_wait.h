@@ -1,0 +1,63 @@
+// A wait that is planned on the server's clock and measured on the monotonic one. Not thread-safe: it belongs
+// to the thread that waits.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+#include "frame/ticks.h"
+#include "host/clock.h"
+
+namespace frame {
+
+/// A wait of some seconds from now. It is over when they have passed on the monotonic clock, or sooner: when
+/// the server's clock has run ahead of the monotonic one and reached the planned moment (it was learned or
+/// corrected meanwhile, or the machine slept).
+class PlannedWait {
+ public:
+  explicit PlannedWait(int seconds)
+      : milliseconds_(std::int64_t{std::max(seconds, 0)} * 1000),
+        began_(SteadyMilliseconds()),
+        server_began_(milliseconds_ > 0 ? ServerTime() : std::nullopt) {}
+
+  [[nodiscard]] bool IsOver() const {
+    const std::int64_t passed = SteadyMilliseconds() - began_;
+    if (passed >= milliseconds_) {
+      return true;
+    }
+    const std::optional<std::int64_t> now = server_began_ ? ServerTime() : std::nullopt;
+    if (!now) {
+      return false;
+    }
+    // Whole seconds, wrapping: a clock may be set anywhere. One that runs as the monotonic clock does may
+    // seem up to a second ahead of it, but never a whole one.
+    const auto by_server = static_cast<std::int64_t>(static_cast<std::uint64_t>(*now) -
+                                                     static_cast<std::uint64_t>(*server_began_));
+    return by_server >= milliseconds_ / 1000 && by_server >= (passed + 1999) / 1000;
+  }
+
+  /// How long to sleep before asking again: to the end, a second at most.
+  [[nodiscard]] std::chrono::milliseconds ToNextLook() const {
+    constexpr std::int64_t kLook = 1000;
+    return std::chrono::milliseconds(
+        std::clamp(milliseconds_ - (SteadyMilliseconds() - began_), std::int64_t{0}, kLook));
+  }
+
+ private:
+  // None when the host cannot say.
+  static std::optional<std::int64_t> ServerTime() {
+    try {
+      return common::GetCurrentServerTime();
+    } catch (...) {
+      return std::nullopt;
+    }
+  }
+
+  const std::int64_t milliseconds_;
+  const std::int64_t began_;
+  const std::optional<std::int64_t> server_began_;
+};
+
+}  // namespace frame

@@ -1,0 +1,50 @@
+// What ends the memory of keys that nobody shows any more. Thread-safe.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "frame/ticks.h"
+
+namespace frame {
+
+/// Erases the entries that are there for more than `longest` milliseconds, or since a moment to come, and of
+/// whose key `is_shown(key)` is false. `entries` and `swept`, the moment of the last sweep in ticks, are
+/// guarded by `mutex`; `is_shown` is asked without it. Looks once in `longest` milliseconds, so that it costs
+/// next to nothing while much is held. An entry has a member `since`, in ticks.
+template <class Key, class Entry, class IsShown>
+void SweepOld(std::mutex& mutex, std::map<Key, Entry>& entries, std::int64_t& swept, std::int64_t longest,
+              IsShown is_shown) {
+  const std::int64_t now = Ticks();
+  const auto is_old = [now, longest](std::int64_t since) {
+    const std::int64_t age = MillisecondsBetween(since, now);
+    return age > longest || age < 0;
+  };
+  std::vector<Key> old;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (!is_old(swept)) {
+      return;
+    }
+    swept = now;
+    for (const auto& [key, entry] : entries) {
+      if (is_old(entry.since)) {
+        old.push_back(key);
+      }
+    }
+  }
+  std::erase_if(old, is_shown);
+  std::map<Key, Entry> gone;  // let go of after the lock
+  const std::lock_guard<std::mutex> lock(mutex);
+  for (const Key& key : old) {
+    const auto found = entries.find(key);
+    if (found != entries.end() && is_old(found->second.since)) {
+      gone.insert(entries.extract(found));
+    }
+  }
+}
+
+}  // namespace frame

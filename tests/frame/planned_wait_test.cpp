@@ -1,0 +1,83 @@
+// Waits that are planned on the server's clock: over when the seconds have passed, or when the server's
+// clock, learned late or set forward, has reached the planned moment.
+#include "frame/planned_wait.h"
+
+#include <gtest/gtest.h>
+
+#include "scripted_host.h"
+#include "scripted_ticks.h"
+
+namespace {
+
+class PlannedWait : public ::testing::Test {
+ protected:
+  // Both clocks go on as clocks do.
+  void Pass(std::int64_t seconds) {
+    steady.Advance(seconds * 1000);
+    host.Advance(seconds);
+  }
+
+  ScriptedHost host;
+  ScriptedSteady steady;
+};
+
+TEST_F(PlannedWait, isOverWhenItsSecondsHavePassed) {
+  const frame::PlannedWait wait(600);
+  Pass(599);
+  EXPECT_FALSE(wait.IsOver());
+  Pass(1);
+  EXPECT_TRUE(wait.IsOver());
+}
+
+TEST_F(PlannedWait, ofNoSecondsOrLessIsOverAtOnce) {
+  EXPECT_TRUE(frame::PlannedWait(0).IsOver());
+  EXPECT_TRUE(frame::PlannedWait(-5).IsOver());
+}
+
+TEST_F(PlannedWait, isOverAtThePlannedMomentOfAClockThatWasSetForward) {
+  const frame::PlannedWait wait(3600);
+  Pass(10);
+  host.Advance(3000);  // the server's clock is learned: it is later than the machine thought
+  EXPECT_FALSE(wait.IsOver());
+  Pass(589);
+  EXPECT_FALSE(wait.IsOver());
+  Pass(1);
+  EXPECT_TRUE(wait.IsOver());
+}
+
+TEST_F(PlannedWait, isOverWhenTheMachineSleptThroughItsEnd) {
+  const frame::PlannedWait wait(3600);
+  Pass(10);
+  host.Advance(12 * 3600);  // the monotonic clock stands while the machine sleeps
+  EXPECT_TRUE(wait.IsOver());
+}
+
+TEST_F(PlannedWait, keepsItsDeadlineWhenTheClockIsSetBack) {
+  const frame::PlannedWait wait(60);
+  host.Advance(-86400);
+  Pass(59);
+  EXPECT_FALSE(wait.IsOver());
+  Pass(1);
+  EXPECT_TRUE(wait.IsOver());
+}
+
+// The server's time comes in whole seconds: one that seems a second ahead only turned its second sooner.
+TEST_F(PlannedWait, isNotCutShortByTheRoundingOfTheClock) {
+  const frame::PlannedWait wait(3);
+  steady.Advance(2001);
+  host.Advance(3);
+  EXPECT_FALSE(wait.IsOver());
+  steady.Advance(999);
+  EXPECT_TRUE(wait.IsOver());
+}
+
+TEST_F(PlannedWait, looksOnceASecondAndAtItsEnd) {
+  const frame::PlannedWait wait(2);
+  EXPECT_EQ(wait.ToNextLook().count(), 1000);
+  steady.Advance(1400);
+  EXPECT_EQ(wait.ToNextLook().count(), 600);
+  steady.Advance(5000);
+  EXPECT_EQ(wait.ToNextLook().count(), 0);
+}
+
+}  // namespace
