@@ -2,6 +2,7 @@
 // for.
 #include "quotes/optional_stock_market.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -32,7 +33,12 @@ constexpr auto kFetch = request::Fetch::kOptionalStocks;
 
 class COptionalStockMarket : public frame::PolledSubject<IOptionalStockMarket> {
  public:
-  void Fetch() override { FetchStockMarkets(WatchList()); }
+  void Fetch() override {
+    if (missed_.exchange(false) && !request::Succeeds(kFetch, [this] { follower_.AskAgain(); })) {
+      missed_ = true;
+    }
+    FetchStockMarkets(WatchList());
+  }
   void FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) override;
 
  private:
@@ -52,6 +58,14 @@ class COptionalStockMarket : public frame::PolledSubject<IOptionalStockMarket> {
       }
     }
     void Update(const Codes& codes) override { service_.OnWatchList(codes); }
+
+    /// Has the host tell its list once more.
+    void AskAgain() {
+      if (list_ != nullptr) {
+        list_->Detach(this);
+        list_->Attach(this);
+      }
+    }
 
    private:
     COptionalStockMarket& service_;
@@ -74,6 +88,7 @@ class COptionalStockMarket : public frame::PolledSubject<IOptionalStockMarket> {
   std::mutex mutex_;     // guards the two members below
   std::shared_ptr<const Codes> watch_list_;
   std::shared_ptr<const Items> previous_ = std::make_shared<Items>();
+  std::atomic<bool> missed_ = false;  // a list came for which there was no memory
   frame::Stamps stamps_;
   Follower follower_{*this};  // last: the list may come while it is made
 };
@@ -83,6 +98,7 @@ void COptionalStockMarket::OnWatchList(const Codes& codes) {
   std::shared_ptr<const Codes> before = request::Shared(kFetch, codes);
   const std::shared_ptr<const Codes> now = before;
   if (now == nullptr) {
+    missed_ = true;
     return;
   }
   {

@@ -126,6 +126,51 @@ TEST(PollingThread, fetchesNothingInItsFirstRoundHoweverLate) {
   rounds.Open();
 }
 
+TEST(PollingThread, goesOnAfterARoundThatThrows) {
+  Rounds rounds;
+  PolledService service([] { throw std::bad_alloc(); }, [&rounds] { return rounds.Arrive(); });
+  FrameRecorder observer;
+  service.Attach(&observer);
+  service.Resume(&observer, false);
+  for (int round = 1; round <= 3; ++round) {
+    rounds.AwaitEndOf(round);
+    rounds.SendOn(0);
+  }
+  rounds.AwaitEndOf(4);
+  EXPECT_GE(service.fetches, 3);
+  rounds.Open();
+}
+
+TEST(PollingThread, goesOnAfterAnIntervalThatCannotBeTold) {
+  std::atomic<int> intervals{0};
+  auto service = std::make_unique<PolledService>([] {},
+                                                 [&intervals]() -> int {
+                                                   ++intervals;
+                                                   throw std::bad_alloc();
+                                                 });
+  while (intervals == 0) std::this_thread::yield();
+  service.reset();  // wakes the thread from its wait of three seconds
+  EXPECT_EQ(intervals, 1);
+}
+
+// A clock that is learned late, or a machine that slept: the thread is on time by the server's clock all the
+// same.
+TEST(PollingThread, wakesWhenTheServersClockReachesThePlannedMoment) {
+  ScriptedHost host;
+  Rounds rounds;
+  std::atomic<int> fetches{0};
+  PolledService service([&fetches] { ++fetches; }, [&rounds] { return rounds.Arrive(); });
+  FrameRecorder observer;
+  rounds.AwaitEndOf(1);
+  service.Attach(&observer);
+  service.Resume(&observer, false);
+  rounds.SendOn(kHour);
+  host.Advance(kHour + 1);  // seen at the thread's next look, a second later at most
+  rounds.AwaitEndOf(2);
+  EXPECT_EQ(fetches, 1);
+  rounds.Open();
+}
+
 TEST(PollingThread, doesNotPauseOnANegativeInterval) {
   Rounds rounds;
   PolledService service([] {}, [&rounds] { return rounds.Arrive(); });

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cwchar>
 #include <filesystem>
+#include <new>
 #include <system_error>
 #include <vector>
 
@@ -16,7 +17,16 @@
 
 namespace {
 
-std::shared_ptr<ScriptedHost::State> Live() {
+// Every function of the contract begins with one of these two.
+void Called(const char* function) {
+  if (detail::calls_until_throw >= 0 && detail::calls_until_throw-- == 0) {
+    detail::thrown_by = function;
+    throw std::bad_alloc();
+  }
+}
+
+std::shared_ptr<ScriptedHost::State> Live(const char* function = __builtin_FUNCTION()) {
+  Called(function);
   return ScriptedHost::State::Live();
 }
 
@@ -60,18 +70,22 @@ std::uint32_t GetCurrentServerDate() {
 }
 
 std::uint32_t TimeToDate(std::int64_t seconds) {
+  Called(__func__);
   return market_rules::DateOfTime(seconds);
 }
 
 std::int64_t DateToTime(std::uint32_t date, int hour, int minute, int second) {
+  Called(__func__);
   return market_rules::TimeOfDate(date, hour, minute, second);
 }
 
 bool IsSameWeek(std::uint32_t date, std::uint32_t other) {
+  Called(__func__);
   return market_rules::SameWeek(date, other);
 }
 
 int Compare(const std::wstring& left, const std::wstring& right, bool ignore_case) {
+  Called(__func__);
   const auto fold = [ignore_case](wchar_t c) {
     return ignore_case && c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
   };
@@ -83,10 +97,12 @@ int Compare(const std::wstring& left, const std::wstring& right, bool ignore_cas
 }
 
 std::wstring s2ws(const std::string& text, unsigned) {
+  Called(__func__);
   return market_rules::Widen(text);
 }
 
 std::string ws2s(const std::wstring& text, unsigned) {
+  Called(__func__);
   return market_rules::Narrow(text);
 }
 
@@ -148,6 +164,7 @@ std::uint32_t GetLastTradingDate(std::uint32_t date) {
 }
 
 SymbolType CheckSymbol(const wchar_t* symbol) {
+  Called(__func__);
   return static_cast<SymbolType>(symbol == nullptr ? 0 : market_rules::KindOfSymbol(symbol));
 }
 
@@ -185,6 +202,7 @@ std::uint32_t TaskManager::AddTask(const boost::function<void()>& task) {
 }
 
 TaskManager* TaskManagerInstance() {
+  Called(__func__);
   static TaskManager manager;
   return &manager;
 }
@@ -195,6 +213,7 @@ namespace pattern {
 
 template <>
 STOCK_HOST_API UrlHelper* CSingleton<UrlHelper>::GetInstance() {
+  Called(__func__);
   static UrlHelper helper;
   return &helper;
 }
@@ -225,10 +244,12 @@ std::wstring UrlHelper::GetSigniture(const std::wstring& path,
 }
 
 std::wstring UrlHelper::StaticRoot() {
+  Called(__func__);
   return L"http://static.test/";
 }
 
 std::wstring UrlHelper::HistoryRoot() {
+  Called(__func__);
   return L"http://history.test";
 }
 
@@ -256,6 +277,7 @@ bool DownloadFileSyncWithRetry(const std::wstring& url, const std::wstring& path
 }
 
 bool GZipExtract(const wchar_t* path, std::string& text) {
+  Called(__func__);
   constexpr std::size_t kLargest = std::size_t{64} << 20;
   text.clear();
   std::error_code error;
@@ -306,6 +328,7 @@ void WriteProgramLogNoMask(const wchar_t* format, ...) {
 }
 
 IUserOptionalStock* GetUserOptionalStock() {
+  Called(__func__);
   static WatchList list;
   return has_watch_list.load() ? &list : nullptr;
 }

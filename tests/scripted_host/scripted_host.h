@@ -132,6 +132,27 @@ struct HolidayCall {
   std::vector<unsigned long> days;
 };
 
+namespace detail {
+inline thread_local long calls_until_throw = -1;
+inline thread_local const char* thrown_by = nullptr;
+}  // namespace detail
+
+/// From now on, and while it lives, call number `number` (from 0) that this thread makes of any function of
+/// the contract throws `std::bad_alloc` before it does anything.
+class ThrowingCall {
+ public:
+  explicit ThrowingCall(long number) {
+    detail::calls_until_throw = number;
+    detail::thrown_by = nullptr;
+  }
+  ~ThrowingCall() { detail::calls_until_throw = -1; }
+  ThrowingCall(const ThrowingCall&) = delete;
+  ThrowingCall& operator=(const ThrowingCall&) = delete;
+
+  /// The function that threw; null while none has.
+  [[nodiscard]] static const char* ThrownBy() { return detail::thrown_by; }
+};
+
 class ScriptedHost {
  public:
   /// Starts at 10:00:00 China time on Friday 2024-03-15, tasks queued, watch list empty, files in a new
