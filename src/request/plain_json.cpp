@@ -10,23 +10,17 @@
 #include <cstring>
 #include <limits>
 
+#include "request/json_budget.h"
 #include "request/json_text.h"
 
 namespace request::json::detail {
 namespace {
 
 constexpr std::size_t kDeepest = 1024;
+constexpr std::size_t kMostTokens = kMostDocumentMemory / sizeof(Token);
 
 bool IsDigit(char character) {
   return character >= '0' && character <= '9';
-}
-
-int HexDigit(char character) {
-  if (IsDigit(character)) {
-    return character - '0';
-  }
-  const char lower = static_cast<char>(character | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 const char* SkipDigits(const char* at, const char* end) {
@@ -278,7 +272,7 @@ class Reader {
 
   // Passes a key without escapes and the colon.
   bool Key() {
-    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark) {
+    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark || Rest(1).starts_with(kByteOrderMark)) {
       return false;
     }
     AddToken();
@@ -319,6 +313,7 @@ class Reader {
       return false;
     }
     open_.push_back({tokens_.size(), 0, *at_ == '{'});
+    MakeRoom(kContents);
     AddToken();
     tokens_.resize(tokens_.size() + kContents - 1);
     ++at_;
@@ -335,7 +330,7 @@ class Reader {
   }
 
   bool Word(std::string_view word) {
-    if (std::string_view(at_, static_cast<std::size_t>(end_ - at_)).substr(0, word.size()) != word) {
+    if (!Rest(0).starts_with(word)) {
       return false;
     }
     AddToken();
@@ -369,7 +364,22 @@ class Reader {
     return false;
   }
 
-  void AddToken() { tokens_.push_back(static_cast<Token>(at_ - begin_)); }
+  void AddToken() {
+    MakeRoom(1);
+    tokens_.push_back(static_cast<Token>(at_ - begin_));
+  }
+
+  // The tokens grow as far as a document may.
+  void MakeRoom(std::size_t count) {
+    const std::size_t wanted = tokens_.size() + count;
+    if (wanted <= tokens_.capacity()) {
+      return;
+    }
+    if (wanted > kMostTokens) {
+      throw TooMuchMemory();
+    }
+    tokens_.reserve(std::min(2 * wanted, kMostTokens));
+  }
 
   // Passes characters of a string up to a quote or an escape. False for the end and for what no string holds.
   bool Characters() {
@@ -408,32 +418,10 @@ class Reader {
       at_ += 2;
       return true;
     }
-    const int code = CodeUnit();
-    if (code < 0 || (code >= 0xDC00 && code < 0xE000)) {
+    if (EscapedUnit(at_, end_) < 0) {
       return false;
     }
-    if (code >= 0xD800 && code < 0xDC00) {
-      const int low = CodeUnit();
-      return low >= 0xDC00 && low < 0xE000;
-    }
-    return true;
-  }
-
-  // Passes "\uXXXX"; its code unit, or -1.
-  int CodeUnit() {
-    if (end_ - at_ < 6 || at_[0] != '\\' || at_[1] != 'u') {
-      return -1;
-    }
-    int code = 0;
-    for (int place = 2; place < 6; ++place) {
-      const int digit = HexDigit(at_[place]);
-      if (digit < 0) {
-        return -1;
-      }
-      code = code * 16 + digit;
-    }
-    at_ += 6;
-    return code;
+    return !IsSurrogate(PassEscape(at_, end_));
   }
 
   // Passes one well-formed UTF-8 sequence of two to four bytes.
@@ -456,6 +444,11 @@ class Reader {
     }
     at_ += length;
     return true;
+  }
+
+  // What stands so many bytes on, of which there are as many.
+  [[nodiscard]] std::string_view Rest(std::ptrdiff_t bytes) const {
+    return {at_ + bytes, static_cast<std::size_t>(end_ - at_ - bytes)};
   }
 
   void SkipBlanks() {
@@ -495,11 +488,7 @@ std::size_t ExpectedTokens(std::string_view text) {
 }  // namespace
 
 bool ReadPlain(std::string_view text, std::vector<Token>& tokens) {
-  // Qt takes no longer text either, and the tokens of one of this length can still be counted by a token.
-  if (text.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-    return false;
-  }
-  tokens.reserve(ExpectedTokens(text));
+  tokens.reserve(std::min(ExpectedTokens(text), kMostTokens));
   return Reader(text, tokens).Read();
 }
 
