@@ -80,11 +80,14 @@ class Scanner {
 
   struct Level {
     bool is_object;
-    bool has_key = false;  // the present member's key has been read
-    std::size_t entries;
-    std::size_t first_key;         // in keys_
+    bool has_key = false;   // the present member's key has been read
+    std::size_t first_key;  // in keys_
+    std::size_t entries = 0;
     std::size_t string_bytes = 0;  // that the parser makes of the strings
   };
+
+  // There is room for an element, or for a key and its value.
+  static void Entry(Level& level) { level.entries += level.is_object ? std::size_t{2} : std::size_t{1}; }
 
   // False when nothing behind this place can matter.
   bool Step() {
@@ -98,9 +101,8 @@ class Scanner {
           return false;
         }
         ++scan_.containers;
-        levels_.push_back({.is_object = character == '{',
-                           .entries = character == '{' ? std::size_t{2} : std::size_t{1},
-                           .first_key = keys_.size()});
+        levels_.push_back({.is_object = character == '{', .first_key = keys_.size()});
+        Entry(levels_.back());
         break;
       case '}':
       case ']':
@@ -112,7 +114,7 @@ class Scanner {
       case ',':
         if (!levels_.empty()) {
           levels_.back().has_key = false;
-          levels_.back().entries += levels_.back().is_object ? 2 : 1;
+          Entry(levels_.back());
         }
         break;
       default:

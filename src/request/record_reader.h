@@ -221,7 +221,9 @@ class RecordReader {
       auto& kept = empty.*line.member;
       if constexpr (requires { used.capacity(); }) {
         // Several lines may name one member: it is taken once.
-        if (used.capacity() > kept.capacity() && json::HeldBytes(used) <= kUsualBytes) {
+        if (json::HeldBytes(used) > kUsualBytes) {
+          std::remove_cvref_t<decltype(used)>().swap(used);
+        } else if (used.capacity() > kept.capacity()) {
           used = std::as_const(kept);
           kept.swap(used);
         }
