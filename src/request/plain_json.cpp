@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t kDeepest = 1024;
 constexpr std::size_t kMostTokens = kMostDocumentMemory / sizeof(Token);
+constexpr std::size_t kMostTokensOfStep = 1 + kContents;  // a key and a container
 
 bool IsDigit(char character) {
   return character >= '0' && character <= '9';
@@ -225,8 +226,13 @@ bool PassNumber(const char*& at, const char* end, double& number) {
 
 class Reader {
  public:
+  /// `tokens` has room for some.
   Reader(std::string_view text, std::vector<Token>& tokens)
-      : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()), tokens_(tokens) {}
+      : begin_(text.data()),
+        at_(text.data()),
+        end_(text.data() + text.size()),
+        tokens_(tokens),
+        next_token_(tokens.data()) {}
 
   bool Read() {
     SkipBlanks();
@@ -239,6 +245,7 @@ class Reader {
       }
     }
     SkipBlanks();
+    tokens_.resize(CountTokens());
     return at_ == end_;
   }
 
@@ -267,12 +274,14 @@ class Reader {
       SkipBlanks();
     }
     ++container.count;
+    MakeRoom();
     return (!container.is_object || Key()) && at_ != end_ && AnyValue();
   }
 
   // Passes a key without escapes and the colon.
   bool Key() {
-    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark || Rest(1).starts_with(kByteOrderMark)) {
+    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark ||
+        (at_[1] == kByteOrderMark.front() && Rest(1).starts_with(kByteOrderMark))) {
       return false;
     }
     AddToken();
@@ -312,17 +321,16 @@ class Reader {
     if (open_.size() == kDeepest) {
       return false;
     }
-    open_.push_back({tokens_.size(), 0, *at_ == '{'});
-    MakeRoom(kContents);
+    open_.push_back({CountTokens(), 0, *at_ == '{'});
     AddToken();
-    tokens_.resize(tokens_.size() + kContents - 1);
+    next_token_ += kContents - 1;
     ++at_;
     return true;
   }
 
   bool Close() {
     const Container& container = open_.back();
-    tokens_[container.token + kExtent] = static_cast<Token>(tokens_.size() - container.token);
+    tokens_[container.token + kExtent] = static_cast<Token>(CountTokens() - container.token);
     tokens_[container.token + kCount] = container.count;
     open_.pop_back();
     ++at_;
@@ -364,21 +372,23 @@ class Reader {
     return false;
   }
 
-  void AddToken() {
-    MakeRoom(1);
-    tokens_.push_back(static_cast<Token>(at_ - begin_));
+  void AddToken() { *next_token_++ = static_cast<Token>(at_ - begin_); }
+
+  [[nodiscard]] std::size_t CountTokens() const {
+    return static_cast<std::size_t>(next_token_ - tokens_.data());
   }
 
-  // The tokens grow as far as a document may.
-  void MakeRoom(std::size_t count) {
-    const std::size_t wanted = tokens_.size() + count;
-    if (wanted <= tokens_.capacity()) {
+  // For the tokens of one element or member. They grow as far as a document may.
+  void MakeRoom() {
+    const std::size_t count = CountTokens();
+    if (tokens_.size() - count >= kMostTokensOfStep) {
       return;
     }
-    if (wanted > kMostTokens) {
+    if (tokens_.size() >= kMostTokens) {
       throw TooMuchMemory();
     }
-    tokens_.reserve(std::min(2 * wanted, kMostTokens));
+    tokens_.resize(std::min(2 * tokens_.size(), kMostTokens));
+    next_token_ = tokens_.data() + count;
   }
 
   // Passes characters of a string up to a quote or an escape. False for the end and for what no string holds.
@@ -461,6 +471,7 @@ class Reader {
   const char* at_;
   const char* end_;
   std::vector<Token>& tokens_;
+  Token* next_token_;
   std::vector<Container> open_;  // around the present place
 };
 
@@ -469,9 +480,6 @@ class Reader {
 std::size_t ExpectedTokens(std::string_view text) {
   constexpr std::size_t kSampleBytes = 32 * 1024;
   const std::string_view sample = text.substr(0, kSampleBytes);
-  if (sample.empty()) {
-    return 1;
-  }
   std::size_t tokens = 0;
   for (const char character : sample) {
     if (BeginsContainer(character)) {
@@ -480,15 +488,15 @@ std::size_t ExpectedTokens(std::string_view text) {
       ++tokens;
     }
   }
-  const double all =
-      static_cast<double>(tokens) * static_cast<double>(text.size()) / static_cast<double>(sample.size());
-  return static_cast<std::size_t>(all * 1.05) + 8;
+  const double all = static_cast<double>(tokens) * static_cast<double>(text.size()) /
+                     static_cast<double>(std::max(sample.size(), std::size_t{1}));
+  return static_cast<std::size_t>(all * 1.05) + 2 * kMostTokensOfStep;
 }
 
 }  // namespace
 
 bool ReadPlain(std::string_view text, std::vector<Token>& tokens) {
-  tokens.reserve(std::min(ExpectedTokens(text), kMostTokens));
+  tokens.resize(std::min(ExpectedTokens(text), kMostTokens));
   return Reader(text, tokens).Read();
 }
 

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -197,19 +199,33 @@ class RecordReader {
 
   // What its texts and lists hold.
   static std::size_t HeldBytes(const Record& record) {
-    std::size_t bytes = 0;
-    const void* before = nullptr;
-    ForEachMember(kTable, [&](const auto& line) {
-      const auto& member = record.*line.member;
-      if constexpr (requires { member.capacity(); }) {
-        // Several lines may name one member, one after the other.
-        if (&member != before) {
-          bytes += json::HeldBytes(member);
-        }
-        before = &member;
+    return [&record]<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
+      return (std::size_t{0} + ... + HeldBytesOf<kIndices>(record));
+    }
+    (std::make_index_sequence<kSize>());
+  }
+
+  template <std::size_t kIndex>
+  static std::size_t HeldBytesOf(const Record& record) {
+    constexpr auto kMember = std::get<kIndex>(kTable.members).member;
+    if constexpr (requires { (record.*kMember).capacity(); }) {
+      return IsMemberOfLineBefore<kIndex>() ? 0 : json::HeldBytes(record.*kMember);
+    } else {
+      return 0;
+    }
+  }
+
+  // Several lines may name one member, one after the other.
+  template <std::size_t kIndex>
+  static constexpr bool IsMemberOfLineBefore() {
+    if constexpr (kIndex > 0) {
+      constexpr auto kMember = std::get<kIndex>(kTable.members).member;
+      constexpr auto kBefore = std::get<kIndex - 1>(kTable.members).member;
+      if constexpr (std::is_same_v<decltype(kMember), decltype(kBefore)>) {
+        return kMember == kBefore;
       }
-    });
-    return bytes;
+    }
+    return false;
   }
 
   // Makes it a default record; its texts and lists keep their memory, as long as it is not unusually much.
