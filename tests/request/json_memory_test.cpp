@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <ostream>
 
 #include "charts/stock_mline.h"
 #include "json_memory.h"
@@ -79,21 +80,23 @@ std::string Nested(std::size_t depth, const std::string& open, const std::string
 struct Hostile {
   std::string name;
   std::string (*make)();  // each when it is its turn
+
+  friend void PrintTo(const Hostile& hostile, std::ostream* out) { *out << hostile.name; }
 };
 
 const std::vector<Hostile>& HostileAnswers() {
   static const std::vector<Hostile> answers = {
       {"numbers", [] { return ListOf("0"); }},
-      {"empty objects", [] { return ListOf("{}"); }},
-      {"empty arrays", [] { return ListOf("[]"); }},
-      {"empty strings", [] { return ListOf("\"\""); }},
-      {"objects of one", [] { return ListOf(R"({"":0})"); }},
-      {"rows with a book", [] { return ListOf(R"({"b1p":0,"s1p":0,"b1v":0,"s1v":0})"); }},
-      {"rows with texts", [] { return ListOf(R"({"code":"0123456","name":"0123456"})"); }},
-      {"a few rows with long texts",
+      {"emptyObjects", [] { return ListOf("{}"); }},
+      {"emptyArrays", [] { return ListOf("[]"); }},
+      {"emptyStrings", [] { return ListOf("\"\""); }},
+      {"objectsOfOne", [] { return ListOf(R"({"":0})"); }},
+      {"rowsWithABook", [] { return ListOf(R"({"b1p":0,"s1p":0,"b1v":0,"s1v":0})"); }},
+      {"rowsWithTexts", [] { return ListOf(R"({"code":"0123456","name":"0123456"})"); }},
+      {"aFewRowsWithLongTexts",
        [] { return ListOf(R"({"code":")" + std::string(kMebibyte, 'x') + R"("})"); }},
-      {"one text", [] { return Repeated(R"({"data":{"list":[{"code":")", "x", "\"}]}}"); }},
-      {"a text that comes again, longer each time",
+      {"oneText", [] { return Repeated(R"({"data":{"list":[{"code":")", "x", "\"}]}}"); }},
+      {"aTextThatComesAgainLongerEachTime",
        [] {
          std::string members;
          for (std::size_t size = 1; size <= 2 * kMebibyte; size *= 2) {
@@ -101,31 +104,31 @@ const std::vector<Hostile>& HostileAnswers() {
          }
          return R"({"data":{"list":[{)" + members + R"("last":0}]}})";
        }},
-      {"deep arrays", [] { return ListOf(Nested(1000, "[", "]")); }},
-      {"brackets that only open", [] { return std::string(kAnswerSize, '['); }},
-      {"flows of invented symbols",
+      {"deepArrays", [] { return ListOf(Nested(1000, "[", "]")); }},
+      {"bracketsThatOnlyOpen", [] { return std::string(kAnswerSize, '['); }},
+      {"flowsOfInventedSymbols",
        [] {
          return Answer(R"({"data":{"list":[)",
                        [](std::size_t number) { return "{\"" + std::to_string(number) + "\":0},"; }, "0]}}");
        }},
-      {"many members", [] { return DataOfNumbered("", "\":0"); }},
-      {"one member again and again", [] { return DataOf(R"("":0)"); }},
-      {"lines of invented symbols", [] { return DataOfNumbered("sh", R"(":{"list":[0,0,0]})"); }},
-      {"one long line", [] { return Repeated(R"({"data":{"sh600000":{"list":[)", "0,", "0]}}}"); }},
-      {"many days", [] { return Repeated(R"({"data":{"sh600000":[)", R"({"list":[]},)", "0]}}"); }},
+      {"manyMembers", [] { return DataOfNumbered("", "\":0"); }},
+      {"oneMemberAgainAndAgain", [] { return DataOf(R"("":0)"); }},
+      {"linesOfInventedSymbols", [] { return DataOfNumbered("sh", R"(":{"list":[0,0,0]})"); }},
+      {"oneLongLine", [] { return Repeated(R"({"data":{"sh600000":{"list":[)", "0,", "0]}}}"); }},
+      {"manyDays", [] { return Repeated(R"({"data":{"sh600000":[)", R"({"list":[]},)", "0]}}"); }},
       // What the plain reader leaves to Qt:
-      {"numbers, then no JSON", [] { return ListOf("0") + "x"; }},
-      {"keys written with escapes", [] { return ListOf(R"({"\u0063ode":"sh600000"})"); }},
-      {"halves of surrogate pairs", [] { return ListOf(R"("\ud83d")"); }},
-      {"one text for Qt", [] { return Repeated(R"({"data":{"list":["\ud83d)", "x", "\"]}}"); }},
-      {"one text of escapes", [] { return Repeated(R"({"data":{"list":["\ud83d)", "\\n", "\"]}}"); }},
-      {"half of it for Qt in one text",
+      {"numbersThenNoJSON", [] { return ListOf("0") + "x"; }},
+      {"keysWrittenWithEscapes", [] { return ListOf(R"({"\u0063ode":"sh600000"})"); }},
+      {"halvesOfSurrogatePairs", [] { return ListOf(R"("\ud83d")"); }},
+      {"oneTextForQt", [] { return Repeated(R"({"data":{"list":["\ud83d)", "x", "\"]}}"); }},
+      {"oneTextOfEscapes", [] { return Repeated(R"({"data":{"list":["\ud83d)", "\\n", "\"]}}"); }},
+      {"halfOfItForQtInOneText",
        [] { return R"({"data":{"list":["\ud83d)" + std::string(kAnswerSize / 2, 'x') + "\"]}}"; }},
-      {"repeated members that are containers", [] { return DataOf(R"("\u0061":[0])"); }},
-      {"different members for Qt", [] { return DataOfNumbered("\\n", "\":0"); }},
-      {"objects of a few members for Qt",
+      {"repeatedMembersThatAreContainers", [] { return DataOf(R"("\u0061":[0])"); }},
+      {"differentMembersForQt", [] { return DataOfNumbered("\\n", "\":0"); }},
+      {"objectsOfAFewMembersForQt",
        [] { return ListOf(R"({"\n":0,"one member":12345678.25,"another":"a text of some length"})"); }},
-      {"cut off", [] { return ListOf(R"({"code":"sh600000","last":12.25})").substr(0, kAnswerSize - 100); }},
+      {"cutOff", [] { return ListOf(R"({"code":"sh600000","last":12.25})").substr(0, kAnswerSize - 100); }},
   };
   return answers;
 }
@@ -215,18 +218,21 @@ void ReadByAll(const std::string& answer) {
   IsReadBy(&ReadLines, document);
 }
 
-TEST(AnswerMemory, isLimitedWhateverTheAnswerSays) {
+class HostileAnswerMemory : public testing::TestWithParam<Hostile> {};
+
+TEST_P(HostileAnswerMemory, isLimited) {
   ReadByAll(R"({"\n":0,"data":{"list":[{"code":"sh600000"}]}})");  // what is made once and kept
-  for (const Hostile& hostile : HostileAnswers()) {
-    const std::string answer = hostile.make();
-    const std::size_t before = memory::Held();
-    memory::StartPeak();
-    ReadByAll(answer);
-    const std::size_t peak = memory::Peak() - before;
-    EXPECT_LE(peak, kMostMemory) << hostile.name << ": " << peak / kMebibyte << " MiB";
-    EXPECT_EQ(memory::Held(), before) << hostile.name << ": something is held on";
-  }
+  const std::string answer = GetParam().make();
+  const std::size_t before = memory::Held();
+  memory::StartPeak();
+  ReadByAll(answer);
+  const std::size_t peak = memory::Peak() - before;
+  EXPECT_LE(peak, kMostMemory) << peak / kMebibyte << " MiB";
+  EXPECT_EQ(memory::Held(), before) << "something is held on";
 }
+
+INSTANTIATE_TEST_SUITE_P(EachKind, HostileAnswerMemory, testing::ValuesIn(HostileAnswers()),
+                         [](const auto& tested) { return tested.param.name; });
 
 TEST(AnswerMemory, isNotTakenForRowsThatAreNoRows) {
   std::string answer = ListOf("0");
