@@ -43,7 +43,7 @@ void RequireSame(const QJsonObject& bare, const Object& object) {
       return;  // a lone surrogate reads as another text
     }
     if (!key.startsWith(QLatin1Char(request::json::kRepeatedKeyMark))) {
-      expected.emplace(key, member.value());
+      expected.insert_or_assign(key, member.value());  // equal ones differ by a byte-order mark
     }
   }
   auto next = expected.begin();
@@ -119,7 +119,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view bytes(text, size);
   const bool has_nul =
       bytes.find('\0') != std::string_view::npos || bytes.find("\\u0000") != std::string_view::npos;
-  if (!has_nul && !request::json::SetRepeatedKeysApart(bytes)) {
+  if (!has_nul && request::json::Scan(bytes).repeated_keys.empty()) {
     RequireSame(bare.object(), by_qt.Root());
     RequireSame(bare.array(), by_qt.RootArray());
   }

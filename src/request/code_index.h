@@ -5,17 +5,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string_view>
 #include <vector>
 
 namespace request {
 
-/// What an index finds a code by.
-[[nodiscard]] inline std::uint32_t HashOfCode(std::wstring_view code) {
-  const std::uint64_t hash = std::hash<std::wstring_view>()(code);
-  return static_cast<std::uint32_t>(hash ^ (hash >> 32U));
-}
+/// What an index finds a code by. It depends on a secret of this process: a server cannot choose codes that
+/// are hard to tell apart.
+[[nodiscard]] std::uint32_t HashOfCode(std::wstring_view code);
 
 /// The hashes of the codes of rows, in their order.
 using CodeHashes = std::vector<std::uint32_t>;
@@ -40,7 +37,7 @@ class CodeIndex {
   CodeIndex(const std::vector<Record>& rows, const CodeHashes& hashes)
       : rows_(rows), later_(rows.size(), kEnd) {
     std::size_t capacity = 16;
-    while (capacity < rows.size() * 2) {
+    while (capacity < rows.size() * kSlotsPerRow) {
       capacity *= 2;
     }
     slots_.resize(capacity);
@@ -80,6 +77,14 @@ class CodeIndex {
     std::uint32_t hash = 0;  // so that rows are looked at only when they are most likely the ones
   };
 
+  static constexpr std::size_t kSlotsPerRow = 2;  // at least; less than twice as many
+
+ public:
+  /// What an index takes for each row at most, the hashes of the codes on both sides included.
+  static constexpr std::size_t kBytesPerRow =
+      2 * kSlotsPerRow * sizeof(Slot) + sizeof(std::uint32_t) + 2 * sizeof(CodeHashes::value_type);
+
+ private:
   static std::size_t Row(std::uint32_t row) { return row == kEnd ? kNone : row; }
 
   // The slot of the code, or the free one where it belongs.

@@ -8,9 +8,9 @@
 #include <QJsonValue>
 #include <QString>
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
-#include <optional>
 
 #include "request/json_text.h"
 #include "request/plain_json.h"
@@ -19,29 +19,6 @@ namespace request::json {
 namespace {
 
 using detail::Token;
-
-void AppendUtf8(std::string& out, std::uint32_t code) {
-  const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
-  if (code < 0x80) {
-    put(code);
-  } else if (code < 0x800) {
-    put(0xC0 | (code >> 6));
-    put(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    put(0xE0 | (code >> 12));
-    put(0x80 | ((code >> 6) & 0x3F));
-    put(0x80 | (code & 0x3F));
-  } else {
-    put(0xF0 | (code >> 18));
-    put(0x80 | ((code >> 12) & 0x3F));
-    put(0x80 | ((code >> 6) & 0x3F));
-    put(0x80 | (code & 0x3F));
-  }
-}
-
-bool IsSurrogate(std::uint32_t code) {
-  return code >= 0xD800 && code <= 0xDFFF;
-}
 
 // Reads one code point of UTF-8 that is known to be well-formed, lone surrogates aside.
 std::uint32_t NextCode(const char*& at) {
@@ -65,45 +42,6 @@ std::uint32_t NextCode(const char*& at) {
   return code;
 }
 
-std::uint32_t Hex4(const char* at) {
-  std::uint32_t code = 0;
-  for (int place = 0; place < 4; ++place) {
-    const char digit = at[place];
-    code = code * 16 + static_cast<std::uint32_t>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10);
-  }
-  return code;
-}
-
-// Reads one escape sequence that is known to be right.
-std::uint32_t NextEscaped(const char*& at) {
-  const char escape = at[1];
-  at += 2;
-  switch (escape) {
-    case 'b':
-      return '\b';
-    case 'f':
-      return '\f';
-    case 'n':
-      return '\n';
-    case 'r':
-      return '\r';
-    case 't':
-      return '\t';
-    case 'u': {
-      const std::uint32_t code = Hex4(at);
-      at += 4;
-      if (code < 0xD800 || code > 0xDBFF) {
-        return code;
-      }
-      const std::uint32_t low = Hex4(at + 2);
-      at += 6;
-      return 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-    }
-    default:
-      return static_cast<std::uint32_t>(static_cast<unsigned char>(escape));
-  }
-}
-
 // A string of a document as it stands in the text.
 struct WrittenText {
   std::string_view text;
@@ -122,19 +60,28 @@ WrittenText TextAt(const char* at) {
       ++at;
     }
   }
-  return {{begin, static_cast<std::size_t>(at - begin)}, escaped};
+  std::string_view text(begin, static_cast<std::size_t>(at - begin));
+  // Qt reads a string without escapes as a text of its own, which may begin with a byte-order mark.
+  if (!escaped && text.starts_with(kByteOrderMark)) {
+    text.remove_prefix(kByteOrderMark.size());
+  }
+  return {text, escaped};
 }
 
 void WidenInto(std::wstring& wide, const WrittenText& written) {
   const std::string_view text = written.text;
   // At most so many characters: every byte that does not continue another begins one.
-  wide.resize(static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; })));
+  const auto most = static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+  if (most > wide.capacity()) {
+    wide = std::wstring();  // grown, it would take twice what it had
+  }
+  wide.resize(most);
   const char* at = text.data();
   const char* const end = at + text.size();
   std::size_t length = 0;
   while (at != end) {
-    const std::uint32_t code = written.escaped && *at == '\\' ? NextEscaped(at) : NextCode(at);
+    const std::uint32_t code = written.escaped && *at == '\\' ? PassEscape(at, end) : NextCode(at);
     wide[length++] = static_cast<wchar_t>(IsSurrogate(code) ? 0xFFFD : code);
   }
   wide.resize(length);
@@ -215,11 +162,12 @@ class Copier {
     text_.resize(begin);
     for (int place = 0; place < text.size(); ++place) {
       const QChar unit = text.at(place);
+      std::uint32_t code = unit.unicode();
       if (unit.isHighSurrogate() && place + 1 < text.size() && text.at(place + 1).isLowSurrogate()) {
-        AppendUtf8(text_, QChar::surrogateToUcs4(unit, text.at(++place)));
-      } else {
-        AppendUtf8(text_, unit.unicode());
+        code = QChar::surrogateToUcs4(unit, text.at(++place));
       }
+      std::array<char, 4> bytes{};
+      text_.append(bytes.data(), WriteUtf8(code, bytes.data()));
     }
     const auto length = static_cast<Token>(text_.size() - begin);
     std::memcpy(text_.data() + begin - sizeof(Token), &length, sizeof(length));
@@ -250,6 +198,36 @@ class Copier {
   std::vector<Token>& tokens_;
   std::string& text_;
 };
+
+// Longer texts are not for Qt, and their tokens could not be counted by a token.
+constexpr auto kLongestText = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
+
+// Whether Qt may be asked about a text, judged before it is.
+struct Judged {
+  explicit Judged(std::string_view text) : scan(Scan(text)) {
+    tokens = scan.entries + detail::kContents * scan.containers;
+    constexpr std::size_t kMostOfEntry = 1 + sizeof(double);
+    own_bytes = scan.containers + kMostOfEntry * scan.entries + scan.string_bytes;
+    const std::size_t set_apart = scan.repeated_keys.empty() ? 0 : SizeSetApart(text, scan);
+    // A longer key costs its bytes three times while the parser's arrays grow.
+    const std::size_t longer = set_apart == 0 ? 0 : 3 * (set_apart - text.size());
+    fits = tokens * sizeof(Token) + own_bytes <= kMostDocumentMemory &&
+           HeldBytes(scan.repeated_keys) + set_apart + longer + scan.parser_bytes <=
+               kMostAnswerMemory - kMostDocumentMemory;
+  }
+
+  TextScan scan;
+  std::size_t tokens = 0;     // of the document, at most
+  std::size_t own_bytes = 0;  // of its text, at most
+  bool fits = false;
+};
+
+QJsonDocument ParseApart(std::string_view text, const TextScan& scan, QJsonParseError& error) {
+  const std::string apart = scan.repeated_keys.empty() ? std::string() : SetApart(text, scan);
+  const std::string_view bytes = scan.repeated_keys.empty() ? text : std::string_view(apart);
+  return QJsonDocument::fromJson(QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())),
+                                 &error);
+}
 
 }  // namespace
 
@@ -324,14 +302,25 @@ NamedValue Object::First() const {
 
 std::vector<Object::Entry> Object::Sorted() const {
   std::vector<Entry> members;
-  ForEachUnordered([&members](const Key& key, const Value& value) {
-    members.push_back({key.Text(), value.token_});
+  if (token_ == nullptr) {
+    return members;
+  }
+  members.reserve(token_[detail::kCount]);
+  ForEachUnordered([this, &members](const Key& key, const Value& value) {
+    const std::string_view text = key.Text();
+    members.push_back({static_cast<Token>(text.data() - text_.data()), static_cast<Token>(text.size()),
+                       static_cast<Token>(value.token_ - token_)});
   });
-  std::stable_sort(members.begin(), members.end(),
-                   [](const Entry& left, const Entry& right) { return Utf16Less(left.key, right.key); });
+  // Equal keys in the order of the text.
+  std::sort(members.begin(), members.end(), [this](const Entry& left, const Entry& right) {
+    const std::string_view left_key = KeyOf(left);
+    const std::string_view right_key = KeyOf(right);
+    return left_key == right_key ? left.key_begin < right.key_begin : Utf16Less(left_key, right_key);
+  });
   // The last of equal keys stays.
-  const auto kept = std::unique(members.rbegin(), members.rend(),
-                                [](const Entry& left, const Entry& right) { return left.key == right.key; });
+  const auto kept =
+      std::unique(members.rbegin(), members.rend(),
+                  [this](const Entry& left, const Entry& right) { return KeyOf(left) == KeyOf(right); });
   members.erase(members.begin(), kept.base());
   return members;
 }
@@ -339,39 +328,46 @@ std::vector<Object::Entry> Object::Sorted() const {
 Document Document::Parse(const char* text, std::size_t length) {
   Document document;
   document.text_ = {text, length};
-  if (detail::ReadPlain(document.text_, document.tokens_)) {
-    return document;
+  if (length > kLongestText) {
+    return MakeTooLarge();
+  }
+  try {
+    if (detail::ReadPlain(document.text_, document.tokens_)) {
+      return document;
+    }
+  } catch (const TooMuchMemory&) {
+    return MakeTooLarge();
   }
   document.tokens_ = {};
   return ParseByQt(text, length);
 }
 
-Document Document::TooLarge() {
+Document Document::MakeTooLarge() {
   Document document;
-  document.error_ = QJsonParseError::DocumentTooLarge;
+  document.error_ = kTooLarge;
   return document;
 }
 
 Document Document::ParseByQt(const char* text, std::size_t length) {
-  Document document;
-  const std::optional<std::string> apart = SetRepeatedKeysApart({text, length});
-  const std::string_view bytes = apart ? std::string_view(*apart) : std::string_view(text, length);
-  if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    return TooLarge();
+  if (length > kLongestText) {
+    return MakeTooLarge();
   }
-  QJsonParseError error{};
-  const QJsonDocument parsed =
-      QJsonDocument::fromJson(QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size())), &error);
-  document.error_ = error.error;
+  const Judged judged({text, length});
+  if (!judged.fits) {
+    return MakeTooLarge();
+  }
+  Document document;
   document.owned_ = true;
+  QJsonParseError error{};
+  const QJsonDocument parsed = ParseApart({text, length}, judged.scan, error);
+  document.error_ = error.error;
+  document.tokens_.reserve(judged.tokens);
+  document.own_text_.reserve(judged.own_bytes);
   Copier copier(document.tokens_, document.own_text_);
   if (parsed.isObject()) {
     copier.Copy(parsed.object());
   } else if (parsed.isArray()) {
     copier.Copy(parsed.array());
-  }
-  if (document.own_text_.size() > std::numeric_limits<Token>::max()) {
-    return TooLarge();
   }
   return document;
 }

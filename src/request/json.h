@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "request/json_budget.h"
+
 namespace request::json {
 
 class Array;
@@ -187,7 +189,7 @@ class Object {
   template <class Visitor>
   void ForEach(Visitor&& visit) const {
     for (const Entry& member : Sorted()) {
-      visit(member.key, Value(member.value, text_));
+      visit(KeyOf(member), Value(token_ + member.value, text_));
     }
   }
 
@@ -195,13 +197,18 @@ class Object {
   friend class Document;
   friend class Value;
 
+  // A member of the text, by places: there may be very many.
   struct Entry {
-    std::string_view key;
-    const detail::Token* value;
+    detail::Token key_begin;
+    detail::Token key_length;
+    detail::Token value;  // behind this object's token
   };
 
   Object(const detail::Token* token, std::string_view text) : token_(token), text_(text) {}
   [[nodiscard]] std::vector<Entry> Sorted() const;
+  [[nodiscard]] std::string_view KeyOf(const Entry& member) const {
+    return text_.substr(member.key_begin, member.key_length);
+  }
 
   const detail::Token* token_ = nullptr;
   std::string_view text_;
@@ -223,14 +230,19 @@ class Document {
   Document(Document&&) noexcept = default;
   Document& operator=(Document&&) noexcept = default;
 
-  /// Parses UTF-8. The bytes must outlive the document.
+  /// Parses UTF-8. The bytes must outlive the document. Throws `std::bad_alloc` only, when memory is missing;
+  /// of a text that would take more than json_budget.h allows it makes a document that is `TooLarge`.
   [[nodiscard]] static Document Parse(const char* text, std::size_t length);
 
-  /// As `Parse`, but by Qt's parser always: the reference that the parser of our own is held against.
+  /// As `Parse`, but by Qt's parser always, which takes more memory: the reference that the parser of our own
+  /// is held against.
   [[nodiscard]] static Document ParseByQt(const char* text, std::size_t length);
 
-  /// The parser's error code (`QJsonParseError`); 0 when the text was JSON.
+  /// The parser's error code (`QJsonParseError`); 0 when the text was JSON; -1 for a text that is too large.
   [[nodiscard]] int Error() const { return error_; }
+
+  /// The text was not parsed, because it would take too much memory. Whether it is JSON is not known.
+  [[nodiscard]] bool TooLarge() const { return error_ == kTooLarge; }
 
   /// The outermost object; an empty one when the text was no JSON or an array.
   [[nodiscard]] Object Root() const { return Outermost().AsObject(); }
@@ -239,7 +251,9 @@ class Document {
   [[nodiscard]] Array RootArray() const { return Outermost().AsArray(); }
 
  private:
-  [[nodiscard]] static Document TooLarge();
+  static constexpr int kTooLarge = -1;  // no code of the parser
+
+  [[nodiscard]] static Document MakeTooLarge();
   [[nodiscard]] Value Outermost() const {
     return tokens_.empty() ? Value() : Value(tokens_.data(), owned_ ? own_text_ : text_);
   }

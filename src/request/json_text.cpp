@@ -4,132 +4,90 @@
 #include "request/json_text.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <unordered_map>
+#include <array>
+#include <charconv>
 #include <utility>
-#include <vector>
 
 namespace request::json {
 namespace {
 
-constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
-
 // The parser gives up on deeper texts.
 constexpr std::size_t kDeepest = 1024;
 
-void AppendUtf8(std::string& out, std::uint32_t code) {
-  const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
-  if (code < 0x80) {
-    put(code);
-  } else if (code < 0x800) {
-    put(0xC0 | (code >> 6));
-    put(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    put(0xE0 | (code >> 12));
-    put(0x80 | ((code >> 6) & 0x3F));
-    put(0x80 | (code & 0x3F));
-  } else {
-    put(0xF0 | (code >> 18));
-    put(0x80 | ((code >> 12) & 0x3F));
-    put(0x80 | ((code >> 6) & 0x3F));
-    put(0x80 | (code & 0x3F));
-  }
-}
+// The bytes of a key in one form, whichever way its characters are written.
+class KeyBytes {
+ public:
+  explicit KeyBytes(std::string_view raw) : at_(raw.data()), end_(raw.data() + raw.size()) {}
 
-bool ReadHex4(std::string_view text, std::size_t at, std::uint32_t& code) {
-  if (at + 4 > text.size()) {
-    return false;
-  }
-  code = 0;
-  for (const char character : text.substr(at, 4)) {
-    std::uint32_t digit = 0;
-    if (character >= '0' && character <= '9') {
-      digit = static_cast<std::uint32_t>(character - '0');
-    } else if (character >= 'a' && character <= 'f') {
-      digit = static_cast<std::uint32_t>(character - 'a') + 10;
-    } else if (character >= 'A' && character <= 'F') {
-      digit = static_cast<std::uint32_t>(character - 'A') + 10;
-    } else {
-      return false;
-    }
-    code = code * 16 + digit;
-  }
-  return true;
-}
-
-// The text that a string stands for, in one form whichever way its characters are written.
-std::string Unescaped(std::string_view raw) {
-  std::string out;
-  out.reserve(raw.size());
-  for (std::size_t at = 0; at < raw.size(); ++at) {
-    if (raw[at] != '\\' || at + 1 == raw.size()) {
-      out += raw[at];
-      continue;
-    }
-    const char escape = raw[++at];
-    switch (escape) {
-      case 'b':
-        out += '\b';
-        break;
-      case 'f':
-        out += '\f';
-        break;
-      case 'n':
-        out += '\n';
-        break;
-      case 'r':
-        out += '\r';
-        break;
-      case 't':
-        out += '\t';
-        break;
-      case 'u': {
-        std::uint32_t code = 0;
-        if (!ReadHex4(raw, at + 1, code)) {
-          out += escape;
-          break;
-        }
-        at += 4;
-        std::uint32_t low = 0;
-        if (code >= 0xD800 && code < 0xDC00 && raw.substr(at + 1, 2) == "\\u" && ReadHex4(raw, at + 3, low) &&
-            low >= 0xDC00 && low < 0xE000) {
-          code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-          at += 6;
-        }
-        AppendUtf8(out, code);
-        break;
+  // The next byte; 0 at the end, and for a NUL: the parser takes some keys for equal that differ behind one
+  // only.
+  unsigned char Next() {
+    if (next_ == held_) {
+      if (at_ == end_) {
+        return 0;
       }
-      default:
-        out += escape;
+      if (*at_ != '\\') {
+        return static_cast<unsigned char>(*at_++);
+      }
+      held_ = WriteUtf8(PassEscape(at_, end_), bytes_.data());
+      next_ = 0;
+    }
+    return static_cast<unsigned char>(bytes_[next_++]);
+  }
+
+ private:
+  const char* at_;
+  const char* end_;
+  std::array<char, 4> bytes_{};  // of the present escape sequence
+  std::size_t held_ = 0;
+  std::size_t next_ = 0;
+};
+
+// Negative, 0 or positive, by the bytes.
+int Compare(std::string_view left, std::string_view right) {
+  KeyBytes of_left(left);
+  KeyBytes of_right(right);
+  for (;;) {
+    const int byte = of_left.Next();
+    const int difference = byte - of_right.Next();
+    if (difference != 0 || byte == 0) {
+      return difference;
     }
   }
-  return out;
 }
 
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : text_(text) {}
 
-  // Where the keys begin that need a name of their own, in the order in which they were found.
-  std::vector<std::size_t> Run() {
+  TextScan Run() {
     while (at_ < text_.size() && Step()) {
     }
-    return std::move(repeated_);
+    while (!levels_.empty()) {
+      Close();
+    }
+    std::sort(scan_.repeated_keys.begin(), scan_.repeated_keys.end());
+    scan_.parser_bytes += largest_;
+    return std::move(scan_);
   }
 
  private:
-  struct Member {
-    std::string key;
-    std::size_t position;  // of the key's first byte, behind the quote
+  // A key as it is written.
+  struct RawKey {
+    std::uint32_t begin;
+    std::uint32_t length;
   };
 
   struct Level {
-    bool is_object = false;
-    bool has_key = false;                                // the present member's key has been read
-    std::vector<Member> members;                         // distinct keys, each at its latest place
-    std::unordered_map<std::string, std::size_t> index;  // key to place in members, once they are many
+    bool is_object;
+    bool has_key = false;   // the present member's key has been read
+    std::size_t first_key;  // in keys_
+    std::size_t entries = 0;
+    std::size_t string_bytes = 0;  // that the parser makes of the strings
   };
+
+  // There is room for an element, or for a key and its value.
+  static void Entry(Level& level) { level.entries += level.is_object ? std::size_t{2} : std::size_t{1}; }
 
   // False when nothing behind this place can matter.
   bool Step() {
@@ -142,19 +100,21 @@ class Scanner {
         if (levels_.size() == kDeepest) {
           return false;
         }
-        levels_.emplace_back();
-        levels_.back().is_object = character == '{';
+        ++scan_.containers;
+        levels_.push_back({.is_object = character == '{', .first_key = keys_.size()});
+        Entry(levels_.back());
         break;
       case '}':
       case ']':
         if (levels_.empty() || levels_.back().is_object != (character == '}')) {
           return false;
         }
-        levels_.pop_back();
+        Close();
         break;
       case ',':
         if (!levels_.empty()) {
           levels_.back().has_key = false;
+          Entry(levels_.back());
         }
         break;
       default:
@@ -165,94 +125,209 @@ class Scanner {
   }
 
   bool String() {
-    const std::size_t begin = at_ + 1;
-    std::size_t end = begin;
-    for (;;) {
-      end = text_.find_first_of("\"\\", end);
-      if (end == std::string_view::npos) {
-        return false;
-      }
-      if (text_[end] == '"') {
+    const std::size_t begin = ++at_;
+    bool escaped = false;
+    for (;; ++at_) {
+      if (at_ >= text_.size()) {
         break;
       }
-      end += 2;
+      if (text_[at_] == '"') {
+        break;
+      }
+      if (text_[at_] == '\\') {
+        escaped = true;
+        ++at_;
+      }
     }
-    at_ = end + 1;
-    if (!levels_.empty() && levels_.back().is_object && !levels_.back().has_key) {
-      levels_.back().has_key = true;
-      Key(begin, end);
+    const std::size_t length = std::min(at_, text_.size()) - begin;
+    if (!levels_.empty()) {
+      CountString(levels_.back(), length, escaped);
+    }
+    if (at_ >= text_.size()) {
+      return false;
+    }
+    ++at_;
+    if (!levels_.empty() && levels_.back().is_object && !std::exchange(levels_.back().has_key, true)) {
+      Key({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(length)});
     }
     return true;
   }
 
-  void Key(std::size_t begin, std::size_t end) {
-    Level& level = levels_.back();
-    std::string key = Unescaped(text_.substr(begin, end - begin));
-    // The parser takes some keys for equal that differ behind a NUL only.
-    key.resize(std::min(key.find('\0'), key.size()));
-    if (!key.empty() && key.front() == kRepeatedKeyMark) {
+  void CountString(Level& level, std::size_t length, bool escaped) {
+    constexpr std::size_t kHead = 8;  // its length, and what aligns the next one
+    scan_.string_bytes += length;
+    level.string_bytes += kHead + (escaped ? 2 * length : length);  // those with escapes in UTF-16
+  }
+
+  void Key(RawKey key) {
+    if (KeyBytes(Written(key)).Next() == static_cast<unsigned char>(kRepeatedKeyMark)) {
       // Renamed as well, or it could be the new name of another key.
-      repeated_.push_back(begin);
-      return;
-    }
-    const std::size_t earlier = Find(level, key);
-    if (earlier == kNowhere) {
-      Remember(level, std::move(key), begin);
+      scan_.repeated_keys.push_back(key.begin);
     } else {
-      repeated_.push_back(std::exchange(level.members[earlier].position, begin));
+      keys_.push_back(key);
     }
   }
 
-  static constexpr std::size_t kFew = 16;
+  // Ends the innermost container.
+  void Close() {
+    const Level& level = levels_.back();
+    // Measured: the container itself and the heads of its two arrays, entries of 16 bytes, and the strings;
+    // arrays double as they grow, and only one of all is being copied at a time.
+    constexpr std::size_t kContainer = 176;
+    constexpr std::size_t kEntry = 16;
+    const std::size_t contents = kEntry * level.entries + level.string_bytes;
+    scan_.entries += level.entries;
+    scan_.parser_bytes += kContainer + 2 * contents;
+    largest_ = std::max(largest_, 2 * contents);
 
-  static std::size_t Find(const Level& level, const std::string& key) {
-    if (level.members.size() > kFew) {
-      const auto found = level.index.find(key);
-      return found == level.index.end() ? kNowhere : found->second;
-    }
-    const auto found = std::find_if(level.members.begin(), level.members.end(),
-                                    [&key](const Member& member) { return member.key == key; });
-    return found == level.members.end() ? kNowhere : static_cast<std::size_t>(found - level.members.begin());
-  }
-
-  static void Remember(Level& level, std::string key, std::size_t position) {
-    level.members.push_back({std::move(key), position});
-    if (level.members.size() == kFew + 1) {
-      for (std::size_t place = 0; place < level.members.size(); ++place) {
-        level.index.emplace(level.members[place].key, place);
+    // Of equal keys the last one stays as it is. Sorted, not hashed: no server can choose keys that cost
+    // more.
+    const auto first = keys_.begin() + static_cast<std::ptrdiff_t>(level.first_key);
+    std::sort(first, keys_.end(), [this](const RawKey& left, const RawKey& right) {
+      const int order = Compare(Written(left), Written(right));
+      return order != 0 ? order < 0 : left.begin < right.begin;
+    });
+    for (auto key = first; key != keys_.end(); ++key) {
+      if (key + 1 != keys_.end() && Compare(Written(*key), Written(key[1])) == 0) {
+        scan_.repeated_keys.push_back(key->begin);
       }
-    } else if (level.members.size() > kFew) {
-      level.index.emplace(level.members.back().key, level.members.size() - 1);
     }
+    keys_.erase(first, keys_.end());
+    levels_.pop_back();
+  }
+
+  [[nodiscard]] std::string_view Written(const RawKey& key) const {
+    return text_.substr(key.begin, key.length);
   }
 
   std::string_view text_;
   std::size_t at_ = 0;
   std::vector<Level> levels_;
-  std::vector<std::size_t> repeated_;
+  std::vector<RawKey> keys_;  // of the open objects, those of the innermost last
+  std::size_t largest_ = 0;   // that the parser may hold twice for a moment
+  TextScan scan_;
 };
+
+// The mark of a renamed key.
+class Mark {
+ public:
+  explicit Mark(std::size_t number) {
+    text_.front() = kRepeatedKeyMark;
+    char* const end = std::to_chars(text_.data() + 1, text_.data() + text_.size(), number).ptr;
+    *end = kRepeatedKeyMark;
+    size_ = static_cast<std::size_t>(end + 1 - text_.data());
+  }
+
+  [[nodiscard]] std::string_view Text() const { return {text_.data(), size_}; }
+
+ private:
+  std::array<char, 24> text_{};
+  std::size_t size_ = 0;
+};
+
+int HexDigit(char character) {
+  if (character >= '0' && character <= '9') {
+    return character - '0';
+  }
+  const char lower = static_cast<char>(character | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
 
 }  // namespace
 
-std::optional<std::string> SetRepeatedKeysApart(std::string_view text) {
-  std::vector<std::size_t> positions = Scanner(text).Run();
-  if (positions.empty()) {
-    return std::nullopt;
+std::size_t WriteUtf8(std::uint32_t code, char* out) {
+  const auto byte = [](std::uint32_t value) { return static_cast<char>(static_cast<unsigned char>(value)); };
+  const auto rest = [&byte, code](unsigned shift) { return byte(0x80 | ((code >> shift) & 0x3F)); };
+  if (code < 0x80) {
+    out[0] = byte(code);
+    return 1;
   }
-  std::sort(positions.begin(), positions.end());
+  if (code < 0x800) {
+    out[0] = byte(0xC0 | (code >> 6));
+    out[1] = rest(0);
+    return 2;
+  }
+  if (code < 0x10000) {
+    out[0] = byte(0xE0 | (code >> 12));
+    out[1] = rest(6);
+    out[2] = rest(0);
+    return 3;
+  }
+  out[0] = byte(0xF0 | (code >> 18));
+  out[1] = rest(12);
+  out[2] = rest(6);
+  out[3] = rest(0);
+  return 4;
+}
+
+int EscapedUnit(const char* at, const char* end) {
+  if (end - at < 6 || at[0] != '\\' || at[1] != 'u') {
+    return -1;
+  }
+  int unit = 0;
+  for (int place = 2; place < 6; ++place) {
+    const int digit = HexDigit(at[place]);
+    if (digit < 0) {
+      return -1;
+    }
+    unit = unit * 16 + digit;
+  }
+  return unit;
+}
+
+std::uint32_t PassEscape(const char*& at, const char* end) {
+  if (const int unit = EscapedUnit(at, end); unit >= 0) {
+    at += 6;
+    const int low = unit >= 0xD800 && unit < 0xDC00 ? EscapedUnit(at, end) : -1;
+    if (low < 0xDC00 || low >= 0xE000) {
+      return static_cast<std::uint32_t>(unit);
+    }
+    at += 6;
+    return static_cast<std::uint32_t>(0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+  }
+  if (++at == end) {
+    return '\\';
+  }
+  switch (const char escape = *at++) {
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    default:
+      return static_cast<unsigned char>(escape);
+  }
+}
+
+TextScan Scan(std::string_view text) {
+  return Scanner(text).Run();
+}
+
+std::string SetApart(std::string_view text, const TextScan& scan) {
   std::string out;
-  constexpr std::size_t kLongestMark = 24;
-  out.reserve(text.size() + positions.size() * kLongestMark);
+  out.reserve(SizeSetApart(text, scan));
   std::size_t copied = 0;
-  for (std::size_t number = 0; number < positions.size(); ++number) {
-    out.append(text, copied, positions[number] - copied);
-    copied = positions[number];
-    out += kRepeatedKeyMark;
-    out += std::to_string(number);
-    out += kRepeatedKeyMark;
+  for (std::size_t number = 0; number < scan.repeated_keys.size(); ++number) {
+    const std::size_t position = scan.repeated_keys[number];
+    out.append(text, copied, position - copied);
+    out += Mark(number).Text();
+    copied = position;
   }
   out.append(text, copied);
   return out;
+}
+
+std::size_t SizeSetApart(std::string_view text, const TextScan& scan) {
+  std::size_t size = text.size();
+  for (std::size_t number = 0; number < scan.repeated_keys.size(); ++number) {
+    size += Mark(number).Text().size();
+  }
+  return size;
 }
 
 }  // namespace request::json

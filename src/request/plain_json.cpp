@@ -10,23 +10,18 @@
 #include <cstring>
 #include <limits>
 
+#include "request/json_budget.h"
 #include "request/json_text.h"
 
 namespace request::json::detail {
 namespace {
 
 constexpr std::size_t kDeepest = 1024;
+constexpr std::size_t kMostTokens = kMostDocumentMemory / sizeof(Token);
+constexpr std::size_t kMostTokensOfStep = 1 + kContents;  // a key and a container
 
 bool IsDigit(char character) {
   return character >= '0' && character <= '9';
-}
-
-int HexDigit(char character) {
-  if (IsDigit(character)) {
-    return character - '0';
-  }
-  const char lower = static_cast<char>(character | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 const char* SkipDigits(const char* at, const char* end) {
@@ -231,8 +226,13 @@ bool PassNumber(const char*& at, const char* end, double& number) {
 
 class Reader {
  public:
+  /// `tokens` has room for some.
   Reader(std::string_view text, std::vector<Token>& tokens)
-      : begin_(text.data()), at_(text.data()), end_(text.data() + text.size()), tokens_(tokens) {}
+      : begin_(text.data()),
+        at_(text.data()),
+        end_(text.data() + text.size()),
+        tokens_(tokens),
+        next_token_(tokens.data()) {}
 
   bool Read() {
     SkipBlanks();
@@ -245,6 +245,7 @@ class Reader {
       }
     }
     SkipBlanks();
+    tokens_.resize(CountTokens());
     return at_ == end_;
   }
 
@@ -273,12 +274,14 @@ class Reader {
       SkipBlanks();
     }
     ++container.count;
+    MakeRoom();
     return (!container.is_object || Key()) && at_ != end_ && AnyValue();
   }
 
   // Passes a key without escapes and the colon.
   bool Key() {
-    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark) {
+    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark ||
+        (at_[1] == kByteOrderMark.front() && Rest(1).starts_with(kByteOrderMark))) {
       return false;
     }
     AddToken();
@@ -318,16 +321,16 @@ class Reader {
     if (open_.size() == kDeepest) {
       return false;
     }
-    open_.push_back({tokens_.size(), 0, *at_ == '{'});
+    open_.push_back({CountTokens(), 0, *at_ == '{'});
     AddToken();
-    tokens_.resize(tokens_.size() + kContents - 1);
+    next_token_ += kContents - 1;
     ++at_;
     return true;
   }
 
   bool Close() {
     const Container& container = open_.back();
-    tokens_[container.token + kExtent] = static_cast<Token>(tokens_.size() - container.token);
+    tokens_[container.token + kExtent] = static_cast<Token>(CountTokens() - container.token);
     tokens_[container.token + kCount] = container.count;
     open_.pop_back();
     ++at_;
@@ -335,7 +338,7 @@ class Reader {
   }
 
   bool Word(std::string_view word) {
-    if (std::string_view(at_, static_cast<std::size_t>(end_ - at_)).substr(0, word.size()) != word) {
+    if (!Rest(0).starts_with(word)) {
       return false;
     }
     AddToken();
@@ -369,7 +372,24 @@ class Reader {
     return false;
   }
 
-  void AddToken() { tokens_.push_back(static_cast<Token>(at_ - begin_)); }
+  void AddToken() { *next_token_++ = static_cast<Token>(at_ - begin_); }
+
+  [[nodiscard]] std::size_t CountTokens() const {
+    return static_cast<std::size_t>(next_token_ - tokens_.data());
+  }
+
+  // For the tokens of one element or member. They grow as far as a document may.
+  void MakeRoom() {
+    const std::size_t count = CountTokens();
+    if (tokens_.size() - count >= kMostTokensOfStep) {
+      return;
+    }
+    if (tokens_.size() >= kMostTokens) {
+      throw TooMuchMemory();
+    }
+    tokens_.resize(std::min(2 * tokens_.size(), kMostTokens));
+    next_token_ = tokens_.data() + count;
+  }
 
   // Passes characters of a string up to a quote or an escape. False for the end and for what no string holds.
   bool Characters() {
@@ -408,32 +428,10 @@ class Reader {
       at_ += 2;
       return true;
     }
-    const int code = CodeUnit();
-    if (code < 0 || (code >= 0xDC00 && code < 0xE000)) {
+    if (EscapedUnit(at_, end_) < 0) {
       return false;
     }
-    if (code >= 0xD800 && code < 0xDC00) {
-      const int low = CodeUnit();
-      return low >= 0xDC00 && low < 0xE000;
-    }
-    return true;
-  }
-
-  // Passes "\uXXXX"; its code unit, or -1.
-  int CodeUnit() {
-    if (end_ - at_ < 6 || at_[0] != '\\' || at_[1] != 'u') {
-      return -1;
-    }
-    int code = 0;
-    for (int place = 2; place < 6; ++place) {
-      const int digit = HexDigit(at_[place]);
-      if (digit < 0) {
-        return -1;
-      }
-      code = code * 16 + digit;
-    }
-    at_ += 6;
-    return code;
+    return !IsSurrogate(PassEscape(at_, end_));
   }
 
   // Passes one well-formed UTF-8 sequence of two to four bytes.
@@ -458,6 +456,11 @@ class Reader {
     return true;
   }
 
+  // What stands so many bytes on, of which there are as many.
+  [[nodiscard]] std::string_view Rest(std::ptrdiff_t bytes) const {
+    return {at_ + bytes, static_cast<std::size_t>(end_ - at_ - bytes)};
+  }
+
   void SkipBlanks() {
     while (at_ != end_ && (*at_ == ' ' || *at_ == '\n' || *at_ == '\t' || *at_ == '\r')) {
       ++at_;
@@ -468,6 +471,7 @@ class Reader {
   const char* at_;
   const char* end_;
   std::vector<Token>& tokens_;
+  Token* next_token_;
   std::vector<Container> open_;  // around the present place
 };
 
@@ -476,9 +480,6 @@ class Reader {
 std::size_t ExpectedTokens(std::string_view text) {
   constexpr std::size_t kSampleBytes = 32 * 1024;
   const std::string_view sample = text.substr(0, kSampleBytes);
-  if (sample.empty()) {
-    return 1;
-  }
   std::size_t tokens = 0;
   for (const char character : sample) {
     if (BeginsContainer(character)) {
@@ -487,19 +488,15 @@ std::size_t ExpectedTokens(std::string_view text) {
       ++tokens;
     }
   }
-  const double all =
-      static_cast<double>(tokens) * static_cast<double>(text.size()) / static_cast<double>(sample.size());
-  return static_cast<std::size_t>(all * 1.05) + 8;
+  const double all = static_cast<double>(tokens) * static_cast<double>(text.size()) /
+                     static_cast<double>(std::max(sample.size(), std::size_t{1}));
+  return static_cast<std::size_t>(all * 1.05) + 2 * kMostTokensOfStep;
 }
 
 }  // namespace
 
 bool ReadPlain(std::string_view text, std::vector<Token>& tokens) {
-  // Qt takes no longer text either, and the tokens of one of this length can still be counted by a token.
-  if (text.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-    return false;
-  }
-  tokens.reserve(ExpectedTokens(text));
+  tokens.resize(std::min(ExpectedTokens(text), kMostTokens));
   return Reader(text, tokens).Read();
 }
 

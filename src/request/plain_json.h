@@ -10,9 +10,10 @@
 
 namespace request::json::detail {
 
-/// Fills `tokens` from `text`, an object or an array. False, with `tokens` in any state, when the text holds
-/// anything out of the plain: no JSON, escapes in a key, control characters, ill-formed UTF-8 or surrogates,
-/// numbers near the ends of the range, more than 1,024 levels.
+/// Fills `tokens` from `text`, an object or an array of less than 2 GiB. False, with `tokens` in any state,
+/// when the text holds anything out of the plain: no JSON, escapes in a key or a byte-order mark in front of
+/// it, control characters, ill-formed UTF-8 or surrogates, numbers near the ends of the range, more than
+/// 1,024 levels. Throws `TooMuchMemory` when the tokens would take more than a document may.
 [[nodiscard]] bool ReadPlain(std::string_view text, std::vector<Token>& tokens);
 
 /// The number that `text` begins with, the rest of a text that `ReadPlain` has taken.

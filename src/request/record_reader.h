@@ -8,12 +8,16 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "frame/field.h"
 #include "host/calendar.h"
+#include "request/code_index.h"
 #include "request/json.h"
+#include "request/json_budget.h"
 #include "request/numbers.h"
 #include "request/record_table.h"
 
@@ -124,10 +128,17 @@ class RecordReader {
     Fill(record, object, order);
   }
 
-  /// One record per element, in order; an element that is no object gives a default record.
+  /// One record per element, in order; an element that is no object gives a default record. Throws
+  /// `json::TooMuchMemory` when the records and an index of their codes would take more than the budget has;
+  /// an answer that is read in several pieces has one budget for all.
   [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array) {
+    json::Budget budget;
+    return ReadAll(array, budget);
+  }
+  [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array, json::Budget& budget) {
     std::vector<Record> records;
-    ReadInto(records, array);
+    ReadInto(
+        records, array, [](Record&) {}, budget);
     return records;
   }
 
@@ -139,8 +150,15 @@ class RecordReader {
   /// And calls `on_record(record)` for each while it is at hand.
   template <class OnRecord>
   static void ReadInto(std::vector<Record>& records, const json::Array& array, OnRecord on_record) {
+    json::Budget budget;
+    ReadInto(records, array, on_record, budget);
+  }
+  template <class OnRecord>
+  static void ReadInto(std::vector<Record>& records, const json::Array& array, OnRecord on_record,
+                       json::Budget& budget) {
     constexpr std::size_t kTooMuch = 4;
     const std::size_t size = array.Size();
+    budget.Require(size, kRecordBytes);
     if (records.capacity() / kTooMuch > size) {
       records = std::vector<Record>();
     }
@@ -157,6 +175,7 @@ class RecordReader {
       }
       Record& record = records[place++];
       Fill(record, element.AsObject(), order);
+      budget.Require(1, HeldBytes(record));
       on_record(record);
     });
   }
@@ -170,15 +189,57 @@ class RecordReader {
     void (*fill)(Record&, const json::Value&) = nullptr;
   };
 
-  // Makes it a default record; its texts and lists keep their memory.
+  static constexpr std::size_t kRecordBytes = [] {
+    if constexpr (requires(Record record) { HashOfCode(record.code); }) {
+      return sizeof(Record) + CodeIndex<Record>::kBytesPerRow;
+    } else {
+      return sizeof(Record);
+    }
+  }();
+
+  // What its texts and lists hold.
+  static std::size_t HeldBytes(const Record& record) {
+    return [&record]<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
+      return (std::size_t{0} + ... + HeldBytesOf<kIndices>(record));
+    }
+    (std::make_index_sequence<kSize>());
+  }
+
+  template <std::size_t kIndex>
+  static std::size_t HeldBytesOf(const Record& record) {
+    constexpr auto kMember = std::get<kIndex>(kTable.members).member;
+    if constexpr (requires { (record.*kMember).capacity(); }) {
+      return IsMemberOfLineBefore<kIndex>() ? 0 : json::HeldBytes(record.*kMember);
+    } else {
+      return 0;
+    }
+  }
+
+  // Several lines may name one member, one after the other.
+  template <std::size_t kIndex>
+  static constexpr bool IsMemberOfLineBefore() {
+    if constexpr (kIndex > 0) {
+      constexpr auto kMember = std::get<kIndex>(kTable.members).member;
+      constexpr auto kBefore = std::get<kIndex - 1>(kTable.members).member;
+      if constexpr (std::is_same_v<decltype(kMember), decltype(kBefore)>) {
+        return kMember == kBefore;
+      }
+    }
+    return false;
+  }
+
+  // Makes it a default record; its texts and lists keep their memory, as long as it is not unusually much.
   static void Clear(Record& record) {
+    constexpr std::size_t kUsualBytes = 512;
     Record empty{};
     ForEachMember(kTable, [&record, &empty](const auto& line) {
       auto& used = record.*line.member;
       auto& kept = empty.*line.member;
       if constexpr (requires { used.capacity(); }) {
         // Several lines may name one member: it is taken once.
-        if (used.capacity() > kept.capacity()) {
+        if (json::HeldBytes(used) > kUsualBytes) {
+          std::remove_cvref_t<decltype(used)>().swap(used);
+        } else if (used.capacity() > kept.capacity()) {
           used = std::as_const(kept);
           kept.swap(used);
         }

@@ -2,20 +2,15 @@
 // leaks the earlier value of a repeated key when that value is an object or an array; the tests measure that
 // too, so that they are known to see it.
 #include <gtest/gtest.h>
-#include <malloc.h>
-
 #include <QJsonDocument>
 #include <QJsonParseError>
 
+#include "json_memory.h"
 #include "request/answer.h"
 #include "request/json.h"
 #include "sanitizers.h"
 #include "scripted_host.h"
 
-#if defined(CSM_ADDRESS_SANITIZER) || defined(CSM_THREAD_SANITIZER)
-// The compiler's package has the function, but not the header that declares it.
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT(bugprone-reserved-identifier)
-#endif
 #if defined(CSM_ADDRESS_SANITIZER)
 #include <sanitizer/lsan_interface.h>
 #endif
@@ -28,22 +23,12 @@ constexpr std::size_t kBodySize = std::size_t{128} << 10;
 constexpr std::size_t kLimit = kBodySize;
 constexpr int kRounds = 10;
 
-// Bytes that the program holds at present.
-std::size_t HeldBytes() {
-#if defined(CSM_ADDRESS_SANITIZER) || defined(CSM_THREAD_SANITIZER)
-  return __sanitizer_get_current_allocated_bytes();
-#else
-  const struct mallinfo2 info = mallinfo2();
-  return info.uordblks + info.hblkhd;
-#endif
-}
-
 template <class Function>
 std::size_t GrowthOf(Function function) {
   function();  // what is made once and kept
-  const std::size_t before = HeldBytes();
+  const std::size_t before = memory::Held();
   for (int round = 0; round < kRounds; ++round) function();
-  const std::size_t after = HeldBytes();
+  const std::size_t after = memory::Held();
   return after > before ? after - before : 0;
 }
 

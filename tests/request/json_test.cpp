@@ -199,6 +199,43 @@ TEST(JsonDoor, readsStringsOfEveryLengthAsQtDoes) {
   }
 }
 
+// Qt drops a byte-order mark in front of a string that has no escapes.
+TEST(JsonDoor, readsByteOrderMarksAsQtDoes) {
+  const std::string mark = "\xEF\xBB\xBF";
+  for (const std::string& string :
+       {mark, mark + "abc", mark + "\xE4\xB8\xAD", mark + mark + "a", "a" + mark, "a" + mark + "b",
+        mark + "a\\n", mark + "\\u4e2d", std::string("\\ufeffa"), "\\ufeff" + mark, mark.substr(0, 2)}) {
+    const std::string text = "[\"" + string + "\",\"\",1]";
+    EXPECT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+    EXPECT_EQ(qt_reference::Same(Document::ParseByQt(text.data(), text.size()), qt_reference::Parse(text)),
+              "")
+        << text;
+  }
+  EXPECT_EQ(Parsed("[\"" + mark + "abc\"]").RootArray().At(0).Text(), L"abc");
+  EXPECT_EQ(Parsed("[\"" + mark + "a\\n\"]").RootArray().At(0).Text(),
+            L"\xFEFF"
+            L"a\n");
+}
+
+TEST(JsonDoor, readsByteOrderMarksInKeysAsQtDoes) {
+  const std::string mark = "\xEF\xBB\xBF";
+  for (const auto& [key, name] : std::vector<std::pair<std::string, std::wstring>>{{mark + "a", L"a"},
+                                                                                   {"a" + mark, L"a\xFEFF"},
+                                                                                   {mark + "a\\n",
+                                                                                    L"\xFEFF"
+                                                                                    L"a\n"},
+                                                                                   {mark, L""}}) {
+    const std::string text = "{\"" + key + "\":1}";
+    const auto qt = qt_reference::Parse(text).document.object();
+    ASSERT_EQ(qt.keys().front().toStdWString(), name) << text;
+    std::vector<std::wstring> names;
+    const Document document = Parsed(text);
+    document.Root().ForEach(
+        [&](std::string_view ours, const Value&) { names.push_back(request::json::WideKey(ours)); });
+    EXPECT_EQ(names, std::vector<std::wstring>{name}) << text;
+  }
+}
+
 TEST(JsonDoor, givesTheCodesOfQt) {
   const std::vector<std::pair<std::string, QJsonParseError::ParseError>> codes = {
       {"{}", QJsonParseError::NoError},

@@ -1,0 +1,59 @@
+// What one answer may cost, so that no server can take a client's memory: an answer has at most 8 MiB, and
+// whatever they say, decoding them takes at most 96 MiB more. A budget belongs to one answer and to one
+// thread.
+#pragma once
+
+#include <cstddef>
+#include <new>
+
+namespace request::json {
+
+inline constexpr std::size_t kMebibyte = std::size_t{1} << 20;
+inline constexpr std::size_t kMostAnswerMemory = 96 * kMebibyte;
+
+/// Of these: the document, from its parsing to its end.
+inline constexpr std::size_t kMostDocumentMemory = 32 * kMebibyte;
+
+/// The records that are made from it, their texts and their index. As much again stays for one copy of them
+/// (in a cache, in another order); a reader whose records are copied more often requires for the copies too.
+/// A board of 10,000 stocks requires 12 MiB.
+inline constexpr std::size_t kMostRecordMemory = 30 * kMebibyte;
+
+/// An answer would take more memory than one may: handled like memory that is missing.
+class TooMuchMemory : public std::bad_alloc {
+ public:
+  [[nodiscard]] const char* what() const noexcept override { return "an answer takes too much memory"; }
+};
+
+/// What is left for the records of one answer. Readers of records require what they are about to take, before
+/// they take it; only texts may be required once they are read, one record's at a time.
+class Budget {
+ public:
+  /// Throws `TooMuchMemory` when `count` times `bytes_each` is more than what is left.
+  void Require(std::size_t count, std::size_t bytes_each) {
+    if (bytes_each != 0 && count > left_ / bytes_each) {
+      throw TooMuchMemory();
+    }
+    left_ -= count * bytes_each;
+  }
+
+  /// What is not required yet.
+  [[nodiscard]] std::size_t Left() const { return left_; }
+
+ private:
+  std::size_t left_ = kMostRecordMemory;
+};
+
+/// What the allocator adds to an allocation, at most.
+inline constexpr std::size_t kAllocationOverhead = 24;
+
+/// What a text or a vector holds beyond itself, its elements' own holdings aside.
+template <class Sequence>
+[[nodiscard]] std::size_t HeldBytes(const Sequence& sequence) {
+  // A text without an allocation has this capacity, a vector none.
+  return sequence.capacity() <= Sequence().capacity()
+             ? 0
+             : sequence.capacity() * sizeof(typename Sequence::value_type) + kAllocationOverhead;
+}
+
+}  // namespace request::json
