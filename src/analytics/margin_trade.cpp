@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analytics/one_shot_service.h"
+#include "request/json_budget.h"
 #include "request/numbers.h"
 #include "request/urls.h"
 
@@ -47,6 +48,7 @@ MarginTradeItem CMarginTrade::ReadDay(const Object& day) {
 // The answer has the newest day first. The oldest one is only what the first change is counted from.
 std::list<MarginTradeItem> CMarginTrade::ReadDays(const Array& days) {
   std::vector<MarginTradeItem> newest_first;
+  request::json::Budget().Require(days.Size(), 3 * sizeof(MarginTradeItem));  // also as a list
   newest_first.reserve(days.Size());
   days.ForEach([&newest_first](const Value& day) { newest_first.push_back(ReadDay(day.AsObject())); });
   std::list<MarginTradeItem> items;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analytics/daily_service.h"
+#include "request/json_budget.h"
 #include "request/urls.h"
 
 namespace analytics {
@@ -40,7 +41,10 @@ std::shared_ptr<DistributionItem> CStockDistribution::Read(const std::uint32_t& 
   item->nochange = data.Member("nochange").Integer();
   std::vector<DistributionBucket> buckets;
   std::uint32_t sum = 0;  // wraps
-  data.ArrayAt("list").ForEach([&](const request::json::Value& element) {
+  const request::json::Array list = data.ArrayAt("list");
+  request::json::Budget().Require(list.Size(), 2 * sizeof(DistributionBucket));  // also in two halves
+  buckets.reserve(list.Size());
+  list.ForEach([&](const request::json::Value& element) {
     buckets.push_back({element.Integer(), 0.0});
     sum += static_cast<std::uint32_t>(buckets.back().count);
   });

@@ -1,6 +1,7 @@
 // The capital flows of single stocks. All symbols that views follow travel in one request.
 #include "analytics/stock_in_out.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include "frame/polled_subject.h"
 #include "frame/running.h"
 #include "request/ask.h"
+#include "request/json_budget.h"
 #include "request/numbers.h"
 #include "request/urls.h"
 #include "services.h"
@@ -71,10 +73,16 @@ StockInOutItem ReadItem(const Value& element) {
 }
 
 Items ReadItems(const request::Answer& answer) {
+  // Every item is kept under its symbol until the next store, followed or not.
+  constexpr std::size_t kKept = 256;
+  const request::json::Array list = answer.DataList();
+  request::json::Budget budget;
+  budget.Require(list.Size(), sizeof(StockInOutItem) + kKept);
   Items items;
-  items.reserve(answer.DataList().Size());
-  answer.DataList().ForEach([&items](const Value& element) {
+  items.reserve(list.Size());
+  list.ForEach([&](const Value& element) {
     items.push_back(std::make_shared<const StockInOutItem>(ReadItem(element)));
+    budget.Require(2, request::json::HeldBytes(items.back()->symbol));
   });
   return items;
 }

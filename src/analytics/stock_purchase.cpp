@@ -6,6 +6,7 @@
 
 #include "analytics/one_shot_service.h"
 #include "analytics/stock_purchase_table.h"
+#include "request/json_budget.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
 
@@ -15,11 +16,13 @@ namespace {
 class CStockPurchase : public OneShotService<IStockPurchase, StockPurchaseItem> {
  public:
   void FetchPurchaseInfo() override {
-    FetchList(request::Fetch::kStockPurchase, &request::StockPurchaseUrl,
-              [](const request::json::Array& issues) {
-                auto items = request::RecordReader<kStockPurchaseTable>::ReadAll(issues);
-                return List(std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
-              });
+    FetchList(
+        request::Fetch::kStockPurchase, &request::StockPurchaseUrl, [](const request::json::Array& issues) {
+          request::json::Budget budget;
+          budget.Require(issues.Size(), 2 * sizeof(StockPurchaseItem));  // also as a list, with its texts
+          auto items = request::RecordReader<kStockPurchaseTable>::ReadAll(issues, budget);
+          return List(std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
+        });
   }
 };
 

@@ -2,6 +2,7 @@
 // list, so that views clear.
 #include "analytics/stock_unusual_event.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <list>
@@ -15,6 +16,7 @@
 #include "host/clock.h"
 #include "request/ask.h"
 #include "request/dates.h"
+#include "request/json_budget.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
@@ -26,6 +28,7 @@ using Events = std::list<StockUnusualEventItem>;
 
 constexpr auto kFetch = request::Fetch::kUnusualEvents;
 constexpr int kShortestInterval = 30;
+constexpr std::size_t kListNode = 3 * sizeof(void*);
 
 class CStockUnusualEvent : public frame::PolledSubject<IStockUnusualEvent> {
  public:
@@ -64,7 +67,9 @@ void CStockUnusualEvent::AskForDay(std::uint32_t date, Tell tell) {
                                                    : common::DateToTime(date, 23, 59, 59));
       },
       [](const request::Answer& answer) {
-        auto events = request::RecordReader<kStockUnusualEventTable>::ReadAll(answer.DataList());
+        request::json::Budget budget;
+        budget.Require(answer.DataList().Size(), sizeof(StockUnusualEventItem) + kListNode);
+        auto events = request::RecordReader<kStockUnusualEventTable>::ReadAll(answer.DataList(), budget);
         return std::make_shared<const Events>(std::make_move_iterator(events.begin()),
                                               std::make_move_iterator(events.end()));
       },

@@ -7,6 +7,7 @@
 
 #include "host/calendar.h"
 #include "request/dates.h"
+#include "request/json_budget.h"
 #include "request/numbers.h"
 
 namespace charts {
@@ -67,7 +68,7 @@ class DayReader {
 // The record of one symbol in the making.
 class LineReader {
  public:
-  explicit LineReader(StockMLineData& line) : line_(line) {}
+  LineReader(StockMLineData& line, request::json::Budget& budget) : line_(line), budget_(budget) {}
 
   void ReadEntry(const Value& entry) {
     if (!entry.IsArray()) {
@@ -82,6 +83,8 @@ class LineReader {
     MLineDay& day = line_.days.emplace_back();
     day.date = request::DateFromText(entry.Member("date"));
     const Array list = entry.ArrayAt("list");
+    budget_.Require(list.Size(), sizeof(MinutePoint) + sizeof(Object));
+    budget_.Require(3, sizeof(MLineDay));  // as the days grow in number
     day.points.reserve(list.Size());
     std::vector<Object> elements;
     elements.reserve(list.Size());
@@ -101,6 +104,7 @@ class LineReader {
   }
 
   StockMLineData& line_;
+  request::json::Budget& budget_;
   bool has_preclose_ = false;  // it is read once, from the first element of all
 };
 
@@ -108,14 +112,18 @@ class LineReader {
 
 std::vector<StockMLineData> ReadMinuteLines(const Object& data) {
   std::vector<StockMLineData> lines;
-  data.ForEach([&lines](std::string_view key, const Value& entry) {
+  request::json::Budget budget;
+  data.ForEach([&](std::string_view key, const Value& entry) {
     std::wstring symbol = request::json::WideKey(key);
     if (stock::CheckSymbol(symbol.c_str()) == stock::kSymbolUnknown) {
       return;
     }
+    // As the lines grow in number, and once more when they are kept.
+    budget.Require(4, sizeof(StockMLineData));
     StockMLineData& line = lines.emplace_back();
     line.symbol = std::move(symbol);
-    LineReader(line).ReadEntry(entry);
+    budget.Require(2, request::json::HeldBytes(line.symbol));
+    LineReader(line, budget).ReadEntry(entry);
   });
   return lines;
 }
@@ -132,7 +140,8 @@ bool ReadMinuteLine(const Object& data, const std::wstring& symbol, StockMLineDa
   }
   line = {};
   line.symbol = symbol;
-  LineReader reader(line);
+  request::json::Budget budget;
+  LineReader reader(line, budget);
   reader.ReadEntry(data.Self());
   return true;
 }

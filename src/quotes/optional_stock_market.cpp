@@ -19,6 +19,7 @@
 #include "reference/reference_data.h"
 #include "reference/stock_common.h"
 #include "request/ask.h"
+#include "request/code_index.h"
 #include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
@@ -114,11 +115,17 @@ void COptionalStockMarket::OnWatchList(const Codes& codes) {
 
 std::shared_ptr<Items> Read(const request::Answer& answer) {
   const request::json::Array list = answer.DataList();
+  request::json::Budget budget;
+  budget.Require(list.Size(),
+                 sizeof(OptionalMarketItem) + request::CodeIndex<OptionalMarketItem>::kBytesPerRow);
   auto items = std::make_shared<Items>(list.Size());
   auto next = items->begin();
-  list.ForEach([&next](const request::json::Value& element) {
+  list.ForEach([&](const request::json::Value& element) {
+    using request::json::HeldBytes;
     OptionalMarketItem& item = *next++;
     request::RecordReader<kWatchListTable>::Fill(item, element.AsObject());
+    budget.Require(1, HeldBytes(item.code) + HeldBytes(item.name) + HeldBytes(item.lead));
+    budget.Require(4, HeldBytes(item.bid_prices));
     item.symbol_type = stock::CheckSymbol(item.code.c_str());
   });
   for (OptionalMarketItem& item : *items) {

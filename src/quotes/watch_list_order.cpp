@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <new>
 #include <numeric>
 #include <string>
 #include <utility>
 
 #include "host/text.h"
+#include "request/json_budget.h"
 
 namespace quotes {
 namespace {
@@ -226,7 +226,6 @@ void SortedCopies::Begin(const std::vector<OptionalMarketItem>& items) {
 }
 
 const std::vector<OptionalMarketItem>& SortedCopies::In(const SortingTarget& target) {
-  constexpr std::size_t kMostMemory = std::size_t{32} << 20U;
   if (target.sort_key == 0 || target.sort_type == 0) {
     return *items_;
   }
@@ -236,8 +235,8 @@ const std::vector<OptionalMarketItem>& SortedCopies::In(const SortingTarget& tar
       return copy->second;
     }
   }
-  if ((used_ + 1) * items_->size() * sizeof(OptionalMarketItem) > kMostMemory) {
-    throw std::bad_alloc();
+  if ((used_ + 1) * items_->size() * sizeof(OptionalMarketItem) > request::json::kMostRecordMemory) {
+    throw request::json::TooMuchMemory();
   }
   if (copy == copies_.end()) {
     copy = copies_.emplace(copy);

@@ -22,6 +22,10 @@ Answer CheckAnswer(Fetch fetch, const RawAnswer& raw, const LatestOf& latest) {
     }
   }
   json::Document document = json::Document::Parse(raw.body, has_body ? raw.length : 0);
+  if (document.TooLarge()) {
+    LogFailed(fetch);
+    return Answer(Outcome::kFailed);
+  }
   if (document.Error() != 0) {
     LogParseError(fetch, document.Error());
     return Answer(Outcome::kParseError);

@@ -165,7 +165,11 @@ TEST(PollingThread, wakesWhenTheServersClockReachesThePlannedMoment) {
   service.Attach(&observer);
   service.Resume(&observer, false);
   rounds.SendOn(kHour);
-  host.Advance(kHour + 1);  // seen at the thread's next look, a second later at most
+  // Again and again: the thread may not have begun to wait. It sees it at its next look, in a second at most.
+  while (fetches == 0) {
+    host.Advance(kHour + 1);
+    std::this_thread::yield();
+  }
   rounds.AwaitEndOf(2);
   EXPECT_EQ(fetches, 1);
   rounds.Open();
