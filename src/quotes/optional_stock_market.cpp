@@ -16,8 +16,8 @@
 #include "quotes/directions.h"
 #include "quotes/stock_market_item_table.h"
 #include "quotes/watch_list_order.h"
+#include "reference/plate_membership.h"
 #include "reference/reference_data.h"
-#include "reference/stock_common.h"
 #include "request/ask.h"
 #include "request/code_index.h"
 #include "request/record_reader.h"
@@ -113,6 +113,22 @@ void COptionalStockMarket::OnWatchList(const Codes& codes) {
 
 // --- Ask, understand ---
 
+// The first plate of each stock. Plates that are not at hand, because the server keeps silent about them,
+// leave the texts empty; a later answer brings them.
+void NamePlates(Items& items) {
+  std::shared_ptr<const reference::PlateMembership> plates;
+  for (OptionalMarketItem& item : items) {
+    if (item.symbol_type == stock::kSymbolStock) {
+      if (plates == nullptr && !reference::WithReferenceData([&plates](reference::CStockCommon& lists) {
+            plates = lists.PlatesAtHand();
+          })) {
+        return;
+      }
+      item.plate = reference::FirstPlateOf(*plates, item.code);
+    }
+  }
+}
+
 std::shared_ptr<Items> Read(const request::Answer& answer) {
   const request::json::Array list = answer.DataList();
   request::json::Budget budget;
@@ -128,14 +144,7 @@ std::shared_ptr<Items> Read(const request::Answer& answer) {
     budget.Require(4, HeldBytes(item.bid_prices));
     item.symbol_type = stock::CheckSymbol(item.code.c_str());
   });
-  for (OptionalMarketItem& item : *items) {
-    if (item.symbol_type == stock::kSymbolStock) {
-      std::vector<std::pair<std::wstring, std::wstring>> plates;
-      reference::WithReferenceData(
-          [&](IStockCommon& reference) { reference.GetPlatesOfStock(item.code, plates); });
-      item.plate = plates.empty() ? std::wstring() : plates.front().second;
-    }
-  }
+  NamePlates(*items);
   return items;
 }
 

@@ -1,10 +1,8 @@
 // The quotes of the watch list: when they are asked for, who gets which order.
 #include <gtest/gtest.h>
 
-#include <map>
 #include <memory>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -13,6 +11,7 @@
 #include "quotes/optional_stock_market.h"
 #include "quotes/watch_list_order.h"
 #include "reference/reference_data.h"
+#include "scripted_ticks.h"
 #include "services.h"
 
 namespace {
@@ -110,31 +109,6 @@ TEST_F(WatchListQuotes, writeTheirThreeLines) {
   ExpectThreeLines(host, kPath, L"OptionalStockMarket::FetchStockMarkets", [this] { service->Refresh(); });
 }
 
-// Reference data that knows the plates of some stocks.
-class KnownPlates : public reference::CStockCommon {
- public:
-  using Plates = std::vector<std::pair<std::wstring, std::wstring>>;
-
-  explicit KnownPlates(std::map<std::wstring, Plates> plates) : plates_(std::move(plates)) {
-    reference::ReferenceData().Set(this);
-  }
-  KnownPlates(const KnownPlates&) = delete;
-  KnownPlates& operator=(const KnownPlates&) = delete;
-  ~KnownPlates() override { reference::ReferenceData().Clear(); }
-
-  bool GetPlatesOfStock(const std::wstring& symbol, Plates& out) override {
-    asked.push_back(symbol);
-    const auto found = plates_.find(symbol);
-    out = found == plates_.end() ? Plates() : found->second;
-    return !out.empty();
-  }
-
-  std::vector<std::wstring> asked;
-
- private:
-  const std::map<std::wstring, Plates> plates_;
-};
-
 // One view on a watch list of one symbol.
 class ShownWatchList : public WatchListQuotes {
  protected:
@@ -155,43 +129,81 @@ class ShownWatchList : public WatchListQuotes {
   RecordingObserver<WatchList> view;
 };
 
-TEST_F(ShownWatchList, namesTheFirstPlateOfEachStock) {
-  KnownPlates plates(
-      {{L"sh600000", {{L"bk1001", L"银行"}, {L"bk1002", L"上海"}}}, {L"sh000001", {{L"bk1", L"x"}}}});
+constexpr char kPlatesPath[] = "/pc/rt/stock_in_bk";
+constexpr char kPlates[] =
+    R"({"data":{"sh600000":[["bk1001","银行"],["bk1002","上海"]],"sh000001":[["bk1","x"]]}})";
+
+// With reference data, which load nothing before they are asked.
+class PlatedWatchList : public ShownWatchList {
+ protected:
+  PlatedWatchList() { EXPECT_NE(reference::TheStockCommon(), nullptr); }
+  ~PlatedWatchList() override { reference::EndStockCommon(); }
+
+  [[nodiscard]] std::size_t Asked() const { return host.RequestsTo(kPlatesPath).size(); }
+
+  ScriptedSteady steady;
+};
+
+TEST_F(PlatedWatchList, namesTheFirstPlateOfEachStock) {
+  host.Expect(Script(kPlatesPath).Inline(Answer::Body(kPlates)));
   const WatchList list =
       Told(R"({"code":"sh600000"},{"code":"sz000002"},{"code":"sh000001"},{"code":"other"})");
   EXPECT_EQ(list[0].plate, L"银行");
   EXPECT_EQ(list[1].plate, L"") << "the stock is in no plate";
   EXPECT_EQ(list[2].plate, L"") << "an index has none";
-  EXPECT_EQ(plates.asked, (std::vector<std::wstring>{L"sh600000", L"sz000002"}))
-      << "only stocks are looked up";
 }
 
-// Reference data that somebody ends while it looks up the first stock.
-class EndingPlates final : public KnownPlates {
- public:
-  EndingPlates() : KnownPlates({{L"sh600000", {{L"bk1001", L"银行"}}}, {L"sz000002", {{L"bk1002", L"x"}}}}) {}
-  ~EndingPlates() override { end_.join(); }
+TEST_F(PlatedWatchList, asksForNoPlatesWithoutStocks) {
+  Told(R"({"code":"sh000001"},{"code":"other"})");
+  EXPECT_EQ(Asked(), 0U);
+}
 
-  bool GetPlatesOfStock(const std::wstring& symbol, Plates& out) override {
-    if (asked.empty()) {
-      end_ = std::thread([] { reference::ReferenceData().Clear(); });
-      while (reference::WithReferenceData([](IStockCommon&) {})) std::this_thread::yield();
+// The rows of a watch list of 500.
+std::string ManyStocks() {
+  std::string rows;
+  for (int stock = 0; stock < 500; ++stock)
+    rows += std::string(stock == 0 ? "" : ",") + R"({"code":"sh)" + std::to_string(600000 + stock) + R"("})";
+  return rows;
+}
+
+// A table that fails or is empty cost one request for each stock of each answer.
+TEST_F(PlatedWatchList, asksOnceInThirtySecondsWhileThePlatesFailOrAreEmpty) {
+  for (const Answer& bad : {Answer::Failed(), Answer::Body(R"({"data":{}})")}) {
+    steady.Advance(31'000);
+    const std::size_t before = Asked();
+    host.Expect(Script(kPlatesPath).Times(2).Inline(bad));
+    for (int round = 0; round < 11; ++round) {
+      EXPECT_EQ(Told(ManyStocks())[7].plate, L"");
+      steady.Advance(3'000);
     }
-    return KnownPlates::GetPlatesOfStock(symbol, out);
+    EXPECT_EQ(Asked() - before, 2U) << "one at once, one after thirty seconds";
   }
+  steady.Advance(31'000);
+  host.Expect(Script(kPlatesPath).Inline(Answer::Body(kPlates)));
+  EXPECT_EQ(Told(ManyStocks())[0].plate, L"银行") << "a later answer brings them";
+}
 
- private:
-  std::thread end_;
-};
-
-// A teardown waited for the look-ups of the whole list, eight seconds for each stock.
-TEST_F(ShownWatchList, asksForNoFurtherPlateOnceTheReferenceDataEnds) {
-  EndingPlates plates;
-  const WatchList list = Told(R"({"code":"sh600000"},{"code":"sz000002"})");
-  EXPECT_EQ(plates.asked, (std::vector<std::wstring>{L"sh600000"}));
-  EXPECT_EQ(list[0].plate, L"银行");
-  EXPECT_EQ(list[1].plate, L"");
+// One that keeps silent stopped the rounds and took one of the host's threads after the other.
+TEST_F(PlatedWatchList, goesOnWithoutPlatesWhileTheServerIsSilentAboutThem) {
+  host.Expect(Script(kPlatesPath).Held());
+  const auto body = [](int round) {
+    return Answer::Body(R"({"data":{"list":[{"code":"sh600000","vol":)" + std::to_string(round) + "}]}}");
+  };
+  host.Expect(Script(kPath).OnWorker(0, body(1)));
+  service->OnTimer();
+  host.AwaitRequest(1);  // for the plates: the first answer waits
+  for (int round = 2; round <= 6; ++round) {
+    host.Expect(Script(kPath).OnWorker(1, body(round)));
+    service->OnTimer();
+    EXPECT_TRUE(view.Await(static_cast<std::size_t>(round - 1)));
+    EXPECT_EQ(view.Last()[0].vol.value, static_cast<std::uint64_t>(round));
+    EXPECT_EQ(view.Last()[0].plate, L"");
+  }
+  EXPECT_EQ(Asked(), 1U);
+  host.Complete(1, Answer::Body(kPlates));
+  host.Settle();
+  EXPECT_EQ(view.Count(), 5U) << "the first answer is old by now";
+  EXPECT_EQ(Told(R"({"code":"sh600000"})")[0].plate, L"银行");
 }
 
 TEST_F(ShownWatchList, hasNoPlatesWithoutReferenceData) {

@@ -67,7 +67,17 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) {
   return New(size);
 }
+void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
+  try {
+    return New(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
 void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t& /*unused*/) noexcept {
   std::free(memory);
 }
 void operator delete[](void* memory) noexcept {
