@@ -58,7 +58,8 @@ class SubjectBase : public ISubject<Obs> {
   ~SubjectBase() = default;
 
   /// Calls `Update(data)` on every entry in list order. An entry removed during the walk is not called any
-  /// more, one that is added not before the next walk.
+  /// more, one that is added not before the next walk. A walk that begins inside an `Update` ends the walks
+  /// around it, because their data is older.
   template <class Data>
   void Notify(const Data& data) {
     boost::lock_guard<Mutex> lock(mutex_);
@@ -67,6 +68,9 @@ class SubjectBase : public ISubject<Obs> {
       SubjectBase& subject;
       ~Leave() { subject.walk_ = subject.walk_->outer; }
     };
+    for (Walk* older = walk_; older != nullptr; older = older->outer) {
+      older->next = observers_.end();
+    }
     walk_ = &walk;
     const Leave leave{*this};
     const std::uint64_t last = latest_;

@@ -7,6 +7,8 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "frame_service.h"
 
@@ -136,6 +138,47 @@ TEST(SubjectBase, anObserverThatMovesToTheEndInsideUpdateIsToldOnce) {
   EXPECT_EQ(a.Updates(), Numbers{1});
   subject.Tell(2);
   EXPECT_EQ(a.Updates(), (Numbers{1, 2}));
+}
+
+// Whoever stood behind the one who tells was told the new first and then the old.
+TEST(SubjectBase, whatIsToldInsideUpdateIsTheLastWordForEverybody) {
+  constexpr int kViews = 5;
+  for (int teller = 0; teller < kViews; ++teller) {
+    UnguardedSubject subject;
+    std::vector<std::unique_ptr<FrameRecorder>> views;
+    for (int view = 0; view < kViews; ++view) {
+      views.push_back(std::make_unique<FrameRecorder>([&subject, view, teller](const int& data) {
+        if (view == teller && data < 3) subject.Tell(data + 1);
+      }));
+      subject.Attach(views.back().get());
+    }
+    subject.Tell(1);
+    for (int view = 0; view < kViews; ++view) {
+      const Numbers told = view <= teller ? Numbers{1, 2, 3} : Numbers{3};
+      EXPECT_EQ(views[static_cast<std::size_t>(view)]->Updates(), told) << view << " of " << teller;
+    }
+    subject.Tell(9);
+    EXPECT_EQ(views.back()->Last(), 9);
+  }
+}
+
+TEST(SubjectBase, whatIsToldInsideUpdateReachesWhoAttachedBeforeIt) {
+  UnguardedSubject subject;
+  FrameRecorder newcomer, gone, last;
+  bool first = true;
+  FrameRecorder a([&](const int&) {
+    if (!std::exchange(first, false)) return;
+    subject.Attach(&newcomer);
+    subject.Detach(&gone);
+    subject.Tell(2);
+    subject.Detach(&last);
+  });
+  for (FrameRecorder* const view : {&a, &gone, &last}) subject.Attach(view);
+  subject.Tell(1);
+  EXPECT_EQ(a.Updates(), (Numbers{1, 2}));
+  EXPECT_EQ(gone.Count(), 0U);
+  EXPECT_EQ(last.Updates(), Numbers{2});
+  EXPECT_EQ(newcomer.Updates(), Numbers{2});
 }
 
 TEST(SubjectBase, aThrowingViewLeavesTheSubjectUsable) {
