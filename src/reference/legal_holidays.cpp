@@ -7,6 +7,7 @@
 #include "host/clock.h"
 #include "host/log.h"
 #include "host/singleton.h"
+#include "reference/succeeds.h"
 #include "request/answer.h"
 #include "request/ask.h"
 #include "request/urls.h"
@@ -36,6 +37,10 @@ std::optional<unsigned long> DateOf(const std::wstring& text) {
   return date;
 }
 
+int YearNow() {
+  return static_cast<int>(common::GetCurrentServerDate() / 10000);
+}
+
 }  // namespace
 
 HolidayList ReadHolidays(const request::json::Array& list) {
@@ -51,20 +56,54 @@ HolidayList ReadHolidays(const request::json::Array& list) {
   return holidays;
 }
 
-void RequestLegalHolidays(const frame::CompletionGate& gate) {
-  const int year = static_cast<int>(common::GetCurrentServerDate() / 10000);
-  request::Ask(
-      {request::Fetch::kLegalHolidays, gate}, [year] { return request::TradeDateUrl(year); },
-      [](const request::Answer& answer) { return ReadHolidays(answer.DataList()); },
-      [year](const HolidayList& holidays) { return TakeHolidays(year, holidays); });
+void LegalHolidays::Ask() noexcept {
+  static_cast<void>(request::Succeeds(request::Fetch::kLegalHolidays, [this] { AskFor(YearNow()); }));
 }
 
-bool TakeHolidays(int year, const HolidayList& holidays) {
+void LegalHolidays::AskIfMissing() noexcept {
+  static_cast<void>(request::Succeeds(request::Fetch::kLegalHolidays, [this] {
+    if (const int year = YearNow(); !IsKnown(year)) {
+      AskFor(year);
+    }
+  }));
+}
+
+bool LegalHolidays::YearHasChanged() noexcept {
+  return Succeeds([this] {
+    const int year = YearNow();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return year != latest_;
+  });
+}
+
+void LegalHolidays::AskFor(int year) {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    latest_ = year;
+  }
+  request::Ask(
+      {request::Fetch::kLegalHolidays, gate_}, [year] { return request::TradeDateUrl(year); },
+      [](const request::Answer& answer) { return ReadHolidays(answer.DataList()); },
+      [this, year](const HolidayList& holidays) { return Succeeds([&] { return Take(year, holidays); }); });
+}
+
+// False is a failure that nothing was written about yet.
+bool LegalHolidays::Take(int year, const HolidayList& holidays) {
   if (holidays.without_date > 0) {
     WriteProgramLogNoMask(L"StockCommon::InitLegalHolidays Elements Without Date: %d", holidays.without_date);
+    if (holidays.days.empty()) {
+      return true;
+    }
   }
   pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  years_.insert(year);
   return true;
+}
+
+bool LegalHolidays::IsKnown(int year) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return years_.count(year) > 0;
 }
 
 }  // namespace reference

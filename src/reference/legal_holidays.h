@@ -1,17 +1,15 @@
-// The exchange's holidays of a year, on their way from the server to the host's calendar. Nothing of them is
-// kept here. Thread-safe: no state.
+// The exchange's holidays of a year, on their way from the server to the host's calendar, which keeps them.
+// Thread-safe.
 #pragma once
 
+#include <mutex>
+#include <set>
 #include <vector>
 
 #include "frame/gate.h"
 #include "request/json.h"
 
 namespace reference {
-
-/// Asks for the holidays of the current year and returns; the answer, through the gate, replaces the host
-/// calendar's list for that year. A failure is logged and changes nothing.
-void RequestLegalHolidays(const frame::CompletionGate& gate);
 
 /// The dates of a list, in order. An element's digits make the date (YYYYMMDD), whatever stands between them.
 struct HolidayList {
@@ -20,7 +18,34 @@ struct HolidayList {
 };
 [[nodiscard]] HolidayList ReadHolidays(const request::json::Array& list);
 
-/// Hands the holidays of a year to the host's calendar. Always true.
-bool TakeHolidays(int year, const HolidayList& holidays);
+/// Asks for the holidays and remembers for which years the host's calendar has been given some. Answers come
+/// through the gate. A failure, of the request or of a function of the host, is logged and changes nothing;
+/// nothing is thrown.
+class LegalHolidays {
+ public:
+  explicit LegalHolidays(const frame::CompletionGate& gate) : gate_(gate) {}
+
+  /// Asks for the year of the server's date and returns. The answer replaces the host calendar's list for
+  /// that year: one without a list empties it; one whose elements are all unusable is damaged and changes
+  /// nothing.
+  void Ask() noexcept;
+
+  /// The same if the calendar has no list for that year: the first answers bring the server's time, and that
+  /// may be of another year than the machine's.
+  void AskIfMissing() noexcept;
+
+  /// Whether the server's date is of another year than the one that was asked for last.
+  [[nodiscard]] bool YearHasChanged() noexcept;
+
+ private:
+  void AskFor(int year);
+  bool Take(int year, const HolidayList& holidays);
+  [[nodiscard]] bool IsKnown(int year);
+
+  const frame::CompletionGate& gate_;
+  std::mutex mutex_;  // guards the members below
+  std::set<int> years_;
+  int latest_ = 0;
+};
 
 }  // namespace reference

@@ -7,6 +7,7 @@
 #include "host/files.h"
 #include "host/network.h"
 #include "host/text.h"
+#include "reference/succeeds.h"
 #include "request/answer.h"
 #include "request/ask.h"
 #include "request/gates.h"
@@ -27,22 +28,10 @@ std::shared_ptr<KLineMetadata> LoadFile(const std::wstring& path) {
   return KLineMetadata::FromText(std::move(text));
 }
 
-}  // namespace
-
-std::string FetchMetadataVersion() {
-  const request::SyncAnswer came = request::AskNow(request::MetadataVersionUrl());
-  const request::Answer answer = request::CheckAnswer(request::Fetch::kMetadataVersion, came.Raw());
-  if (!answer) {
+MetadataCheck Check(const HeldVersion& held_version) {
+  if (!held_version()) {
     return {};
   }
-  std::string version = common::ws2s(answer.Root().Member("version").Text(), common::kUtf8);
-  if (!request::IsPlainVersion(version)) {
-    version.clear();
-  }
-  return version;
-}
-
-MetadataCheck CheckMetadata(const HeldVersion& held_version) {
   const std::string newest = FetchMetadataVersion();
   if (newest.empty()) {
     return {};
@@ -71,6 +60,30 @@ MetadataCheck CheckMetadata(const HeldVersion& held_version) {
   auto loaded = LoadFile(path);
   const bool ok = loaded != nullptr;
   return {ok, std::move(loaded)};
+}
+
+}  // namespace
+
+std::string FetchMetadataVersion() {
+  const request::SyncAnswer came = request::AskNow(request::MetadataVersionUrl());
+  const request::Answer answer = request::CheckAnswer(request::Fetch::kMetadataVersion, came.Raw());
+  if (!answer) {
+    return {};
+  }
+  std::string version = common::ws2s(answer.Root().Member("version").Text(), common::kUtf8);
+  if (!request::IsPlainVersion(version)) {
+    version.clear();
+  }
+  return version;
+}
+
+MetadataCheck CheckMetadata(const HeldVersion& held_version) noexcept {
+  MetadataCheck check;
+  static_cast<void>(Succeeds([&] {
+    check = Check(held_version);
+    return true;
+  }));
+  return check;
 }
 
 }  // namespace reference

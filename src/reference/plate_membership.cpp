@@ -35,6 +35,12 @@ const PlateNames* FindPlates(const PlateMembership& membership, std::wstring_vie
   return found != membership.end() && found->symbol == symbol ? &found->plates : nullptr;
 }
 
+std::wstring_view FirstPlateOf(const PlateMembership& membership, std::wstring_view symbol) {
+  const PlateNames* const plates = FindPlates(membership, symbol);
+  return plates != nullptr && !plates->empty() ? std::wstring_view(plates->front().second)
+                                               : std::wstring_view();
+}
+
 int CompareUtf16(std::wstring_view left, std::wstring_view right) {
   constexpr char32_t kFirstSurrogate = 0xD800;
   const auto [at_left, at_right] = std::mismatch(left.begin(), left.end(), right.begin(), right.end());

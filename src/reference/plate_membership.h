@@ -26,6 +26,9 @@ using PlateMembership = std::vector<StockPlatesEntry>;
 /// Null for an unknown symbol.
 [[nodiscard]] const PlateNames* FindPlates(const PlateMembership& membership, std::wstring_view symbol);
 
+/// The name of the first plate of a stock; empty when none is known. Lives in the table.
+[[nodiscard]] std::wstring_view FirstPlateOf(const PlateMembership& membership, std::wstring_view symbol);
+
 /// Negative, zero or positive, by the UTF-16 code units of both texts; a text that begins the other comes
 /// first.
 [[nodiscard]] int CompareUtf16(std::wstring_view left, std::wstring_view right);

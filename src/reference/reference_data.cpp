@@ -1,21 +1,25 @@
 #include "reference/reference_data.h"
 
+#include "frame/running.h"
 #include "frame/single_objects.h"
-#include "reference/stock_common.h"
 #include "services.h"
 
 namespace reference {
 
-frame::Guarded<IStockCommon>& ReferenceData() {
-  return frame::Immortal<frame::Guarded<IStockCommon>, IStockCommon>();
+frame::Guarded<CStockCommon>& ReferenceData() {
+  return frame::Immortal<frame::Guarded<CStockCommon>, CStockCommon>();
+}
+
+IStockCommon* MakeStockCommon() {
+  return frame::MakeOrNull<CStockCommon>();
 }
 
 IStockCommon* TheStockCommon() {
-  IStockCommon* const object = frame::Only<&MakeStockCommon>::Get();
-  if (object != nullptr) {
-    ReferenceData().Set(object);
+  IStockCommon* const service = frame::Only<&MakeStockCommon>::Get();
+  if (service != nullptr) {
+    ReferenceData().Set(static_cast<CStockCommon*>(service));
   }
-  return object;
+  return service;
 }
 
 void EndStockCommon() {

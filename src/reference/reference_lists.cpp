@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -11,6 +12,11 @@
 namespace reference {
 namespace {
 
+constexpr std::int32_t kOtherBoard = 1;
+constexpr std::int32_t kGemBoard = 4;
+constexpr std::int32_t kSmeBoard = 5;
+constexpr std::int32_t kMainBoard = 6;
+
 using StockReader = request::RecordReader<kStockTable>;
 using PlateReader = request::RecordReader<kPlateTable>;
 using IndexReader = request::RecordReader<kIndexTable>;
@@ -19,17 +25,17 @@ wchar_t UpperAscii(wchar_t character) {
   return character >= L'a' && character <= L'z' ? static_cast<wchar_t>(character - L'a' + L'A') : character;
 }
 
-// Board of a stock: the number of its name, in any case; 1 for any other.
+// Board of a stock: the number of its name, in any case.
 std::int32_t Board(const request::json::Value& value) {
   std::wstring name = value.Text();
   std::transform(name.begin(), name.end(), name.begin(), UpperAscii);
   if (name == L"MB") {
-    return 6;
+    return kMainBoard;
   }
   if (name == L"GEM") {
-    return 4;
+    return kGemBoard;
   }
-  return name == L"SME" ? 5 : 1;
+  return name == L"SME" ? kSmeBoard : kOtherBoard;
 }
 
 // Kind of a plate: 1 and 3 of the feed are our 1 and 2; its 2 is none of ours.
@@ -56,10 +62,26 @@ BaseInfoList ReadStocks(const request::json::Array& array) {
   return stocks;
 }
 
+BaseInfoList OfBoard(const BaseInfoList& stocks, std::int32_t board) {
+  BaseInfoList found;
+  std::copy_if(stocks.begin(), stocks.end(), std::back_inserter(found),
+               [board](const BaseInfoItem& stock) { return stock.type == board; });
+  return found;
+}
+
 }  // namespace
 
 StockLists ReadStockLists(const request::json::Object& root) {
-  return {ReadStocks(root.ArrayAt("sh")), ReadStocks(root.ArrayAt("sz"))};
+  StockLists lists;
+  lists.shanghai = ReadStocks(root.ArrayAt("sh"));
+  lists.shenzhen = ReadStocks(root.ArrayAt("sz"));
+  lists.all.reserve(lists.shanghai.size() + lists.shenzhen.size());
+  for (const BaseInfoList* const exchange : {&lists.shanghai, &lists.shenzhen}) {
+    lists.all.insert(lists.all.end(), exchange->begin(), exchange->end());
+  }
+  lists.gem = OfBoard(lists.all, kGemBoard);
+  lists.sme = OfBoard(lists.all, kSmeBoard);
+  return lists;
 }
 
 PlateLists ReadPlateLists(const request::json::Object& root) {
@@ -85,14 +107,6 @@ IndexLists ReadIndexLists(const request::json::Object& data) {
     }
   }
   return indices;
-}
-
-HeldList::Pointer HeldList::Replace(Pointer list) {
-  if (*list == Get()) {
-    return list;
-  }
-  newest_ = (newest_ + 1) % generations_.size();
-  return std::exchange(generations_[newest_], std::move(list));
 }
 
 }  // namespace reference

@@ -1,10 +1,7 @@
-// The lists of stocks, plates and indices: how they are read from their answers and how they are held. What
-// each list is for is told in stock_common.h.
+// How the answers to list requests become lists of stocks, plates and indices. Pure functions; held_lists.h
+// holds what they return. What each list is for stands in stock_common.h.
 #pragma once
 
-#include <array>
-#include <cstddef>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -15,10 +12,13 @@ namespace reference {
 
 using BaseInfoList = std::vector<BaseInfoItem>;
 
-/// What the answer to a stock list request holds.
+/// Stocks of both exchanges, and what follows from them.
 struct StockLists {
-  BaseInfoList shanghai;
-  BaseInfoList shenzhen;
+  BaseInfoList shanghai, shenzhen;
+  BaseInfoList all;       ///< Shanghai, then Shenzhen
+  BaseInfoList gem, sme;  ///< of `all`
+
+  bool operator==(const StockLists&) const = default;
 };
 [[nodiscard]] StockLists ReadStockLists(const request::json::Object& root);
 
@@ -26,6 +26,8 @@ struct StockLists {
 struct PlateLists {
   BaseInfoList kind1;
   BaseInfoList kind2;
+
+  bool operator==(const PlateLists&) const = default;
 };
 [[nodiscard]] PlateLists ReadPlateLists(const request::json::Object& root);
 
@@ -35,24 +37,5 @@ struct IndexLists {
   std::optional<BaseInfoList> shenzhen;
 };
 [[nodiscard]] IndexLists ReadIndexLists(const request::json::Object& data);
-
-/// A list of which references are handed out. A replaced list is kept until seven more have come, so that
-/// whoever copies at once never reads freed memory. Not thread-safe.
-class HeldList {
- public:
-  using Pointer = std::unique_ptr<const BaseInfoList>;
-
-  HeldList() { generations_.front() = std::make_unique<const BaseInfoList>(); }
-
-  [[nodiscard]] const BaseInfoList& Get() const { return *generations_[newest_]; }
-
-  /// Puts `list` in its place and returns the generation that nobody may read any more, to be freed where no
-  /// lock is held. An equal list changes nothing and comes back.
-  [[nodiscard]] Pointer Replace(Pointer list);
-
- private:
-  std::array<Pointer, 8> generations_;
-  std::size_t newest_ = 0;
-};
 
 }  // namespace reference

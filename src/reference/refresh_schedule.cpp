@@ -35,12 +35,17 @@ std::int64_t ListsFinalTime(std::int64_t now) {
   return TimeToday(now, 9, 14);
 }
 
-bool StockListIsStale(std::uint32_t loaded) {
+bool ListIsStale(std::uint32_t loaded) {
   if (loaded == common::GetCurrentServerDate()) {
     return false;
   }
   const std::int64_t now = common::GetCurrentServerTime();
   return now > ListsFinalTime(now);
+}
+
+bool ListIsDue(std::uint32_t loaded) {
+  const std::int64_t now = common::GetCurrentServerTime();
+  return loaded != common::TimeToDate(now) && now >= ListsFinalTime(now);
 }
 
 }  // namespace reference

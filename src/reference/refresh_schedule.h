@@ -19,8 +19,11 @@ struct RefreshRound {
 /// 09:14:00 of the day of `now`: what is loaded from then on holds for the day.
 [[nodiscard]] std::int64_t ListsFinalTime(std::int64_t now);
 
-/// Whether a stock list that was loaded for the date `loaded` (0 never) must be loaded anew. At 09:14:00
-/// itself it need not be.
-[[nodiscard]] bool StockListIsStale(std::uint32_t loaded);
+/// Whether a list that was loaded for the date `loaded` (0 never) must be loaded anew. At 09:14:00 itself it
+/// need not be.
+[[nodiscard]] bool ListIsStale(std::uint32_t loaded);
+
+/// The same for the refresh thread, which takes 09:14:00 itself for late enough: a load holds from then on.
+[[nodiscard]] bool ListIsDue(std::uint32_t loaded);
 
 }  // namespace reference

@@ -1,5 +1,5 @@
 // Reference data: the lists of stocks, plates and indices, the plates of a stock, and what is known about
-// K-line packages. Not polled: it loads when told, then keeps itself up to date. Quotes of what is listed
+// K-line packages. Not polled: it loads on request, then keeps itself up to date. Quotes of what is listed
 // here are a matter of quotes/.
 #pragma once
 
@@ -32,19 +32,21 @@ struct KLineMetaInfo {
 ///
 /// - Threads: every operation may be called from any thread. An operation that finds its list empty, or the
 ///   stock list not loaded since 09:14 today, first asks the server in the caller's thread and so may block
-///   for seconds.
-/// - Failure: a failed load leaves the lists as they were; a look-up never fails, it finds nothing. An
-///   empty list means that nothing could be loaded.
+///   for seconds. An old stock list is good for a minute after an attempt that failed, whoever made it; then
+///   the server is asked again.
+/// - Failure: a failed load leaves the lists as they were; a look-up never fails and never throws, it finds
+///   nothing. An empty list means that nothing could be loaded.
 /// - Lists: the getters hand out references to what is held. Copy at once: a later load replaces it.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IStockCommon {
  public:
   /// Starts to load everything on the host's task pool, and the trading calendar. `done`, which may be empty,
-  /// is called once on a thread of the pool: with true when everything was loaded within about ten seconds,
-  /// else with false; not at all once `DestroyStockMarket` has begun, which waits for a `done` that is
-  /// running. After a success the lists are loaded anew every trading morning. A call while a start is under
-  /// way only asks for the calendar; its `done` is never called. After a failure it may be called again, but
-  /// not from inside `done`.
+  /// is called once on a thread of the pool (in the caller's if the pool takes no task): with true when
+  /// everything was loaded within about ten seconds, else with false; not at all once `DestroyStockMarket`
+  /// has begun, which waits for a `done` that is running. After a success the lists are loaded anew every
+  /// morning, late if the machine slept through it. A call while a start is under way only asks for the
+  /// calendar; its `done` is never called. After a failure it may be called again, but not from inside
+  /// `done`.
   virtual void Init(const boost::function<void(bool)>& done) = 0;
 
   /// Stocks in the order of the answer, those of Shanghai first: `kind` 2 Shanghai, 3 Shenzhen, 4 GEM, 5 SME,

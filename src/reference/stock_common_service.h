@@ -1,32 +1,29 @@
-// The reference-data service behind stock_common.h. Its threads' steps are operations of their own, so that
-// tests call them without a thread and without waiting. Thread-safe.
+// The class of the reference-data service, whose face is stock_common.h: start, refresh and look-ups. The
+// data is in held_lists.h and held_metadata.h. The steps of its threads are separate operations, so that
+// tests call them without a thread. Thread-safe.
 #pragma once
 
-#include <boost/thread/thread_only.hpp>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "frame/gate.h"
-#include "reference/kline_metadata.h"
+#include "reference/held_lists.h"
+#include "reference/held_metadata.h"
+#include "reference/legal_holidays.h"
 #include "reference/metadata_check.h"
-#include "reference/plate_membership.h"
-#include "reference/reference_lists.h"
 #include "reference/refresh_schedule.h"
+#include "reference/start_count.h"
 #include "reference/stock_common.h"
-
-namespace request {
-struct SyncAnswer;
-}
+#include "reference/stoppable_wait.h"
 
 namespace reference {
 
-class CStockCommon final : public IStockCommon {
+class CStockCommon : public IStockCommon {
  public:
   CStockCommon() = default;
   CStockCommon(const CStockCommon&) = delete;
@@ -34,7 +31,7 @@ class CStockCommon final : public IStockCommon {
 
   /// Ends the refresh thread and the monitor of a start under way, whose call-back is then not called. Waits
   /// for what runs inside, and for the one exchange or download that the refresh thread may be in; not for
-  /// those of a start.
+  /// those of a start. What a start has queued sends nothing any more.
   ~CStockCommon() override;
 
   void Init(const boost::function<void(bool)>& done) override;
@@ -46,72 +43,46 @@ class CStockCommon final : public IStockCommon {
   bool GetPlatesOfStock(const std::wstring& symbol,
                         std::vector<std::pair<std::wstring, std::wstring>>& out) override;
 
+  /// The plates of all stocks, for a caller that needs those of many at once: look them up in the table with
+  /// `FirstPlateOf`; it stays as it is for as long as it is kept. The server is asked at most once per call,
+  /// in the caller's thread, and only when no table is held. It is not asked while another thread loads the
+  /// table, nor within 30 seconds of an attempt that failed or brought nothing: the table is empty then.
+  /// Never null, never throws.
+  [[nodiscard]] std::shared_ptr<const PlateMembership> PlatesAtHand() { return lists_.PlatesAtHand(); }
+
   // The steps of its threads
 
-  /// A start is numbered, so that what comes late of a failed one does not count in the next.
-  using StartNumber = std::uint64_t;
+  /// One look of the monitor at its start. `kWait`: come back in `StartCount::kWaitMilliseconds`.
+  [[nodiscard]] StartCount::Step StepMonitor(StartCount::Number start) { return start_.Look(start); }
+  [[nodiscard]] StartCount::Number LatestStart() { return start_.Latest(); }
 
-  enum class MonitorStep { kWait, kFailed, kSucceeded };
+  /// One round of the refresh thread: plan, wait, reload what is old. False when the service ends.
+  [[nodiscard]] bool RunRound();
 
-  /// One look of the monitor at its start. `kWait`: come back in `kMonitorWait` milliseconds.
-  [[nodiscard]] MonitorStep StepMonitor(StartNumber start);
-
-  /// What the refresh thread does after the wait of a round. Ends early when the thread is to end.
+  /// What the refresh thread does after the wait of a round. Ends early when the service ends.
   void FinishRound(const RefreshRound& round);
 
-  [[nodiscard]] StartNumber LatestStart();
   [[nodiscard]] bool HasRefreshThread();
 
-  static constexpr int kMonitorWait = 300;
+  /// The first step of the end: every wait is over, and no round begins another request.
+  void Stop() { waits_.Stop(); }
 
  private:
-  // One of the lists that are asked for in one request: how, and what becomes of the answer.
-  struct ListLoad {
-    std::wstring (*url)();
-    bool (CStockCommon::*take)(const request::SyncAnswer& answer, std::int64_t asked);
-  };
-  static const ListLoad kBaseInfo, kPlates, kIndices, kMembership;
-
   // Start
-  void AddLoad(const ListLoad& load, StartNumber start);
-  void AddMetadataCheck(StartNumber start);
-  void CountLoad(StartNumber start, bool ok);
-  void Monitor(StartNumber start, const boost::function<void(bool)>& done);
-  void Conclude(StartNumber start, bool ok);
-  bool Sleep();
+  void AddLoad(ListName list, StartCount::Number start);
+  void AddMetadataCheck(StartCount::Number start);
+  void Monitor(StartCount::Number start, const boost::function<void(bool)>& done);
+  void Conclude(StartCount::Number start, bool ok) noexcept;
 
-  // Loads
-  bool LoadNow(const ListLoad& load);
-  bool TakeBaseInfo(const request::SyncAnswer& answer, std::int64_t asked);
-  bool TakePlates(const request::SyncAnswer& answer, std::int64_t asked);
-  bool TakeIndices(const request::SyncAnswer& answer, std::int64_t asked);
-  bool TakeMembership(const request::SyncAnswer& answer, std::int64_t asked);
-  bool TakeMetadata(MetadataCheck check);
-  [[nodiscard]] std::string HeldMetadataVersion();
-
-  void RefreshThread();
-
-  std::mutex mutex_;  // guards all members below but the gate
-  boost::thread refresh_thread_;
-  bool stopping_ = false;
-  std::condition_variable stopped_;  // `stopping_` is set
-
-  bool initialising_ = false;
-  int waited_ms_ = 0;
-  int done_count_ = 0;
-  StartNumber start_ = 0;
-
-  std::uint32_t base_info_date_ = 0;  // YYYYMMDD; 0 is never
-  HeldList all_stocks_, sh_stocks_, sz_stocks_, gem_stocks_, sme_stocks_;
-  HeldList plates1_, plates2_;
-  HeldList sh_indices_, sz_indices_;
-  std::shared_ptr<KLineMetadata> kline_metadata_;
-  PlateMembership stock_plates_;
-
+  StoppableWait waits_;
   frame::CompletionGate gate_;
-};
+  LegalHolidays holidays_{gate_};
+  HeldLists lists_;
+  HeldMetadata metadata_;
+  StartCount start_;
 
-/// A service, owned by the caller; null when it cannot be made.
-[[nodiscard]] IStockCommon* MakeStockCommon();
+  std::mutex thread_mutex_;  // guards refresh_thread_
+  std::thread refresh_thread_;
+};
 
 }  // namespace reference

@@ -5,13 +5,11 @@
 #include <mutex>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "reference/package_key.h"
 #include "reference/reference_data.h"
-#include "reference/stock_common.h"
 
-class AnnouncedPackages final : public IStockCommon {
+class AnnouncedPackages final : public reference::CStockCommon {
  public:
   AnnouncedPackages() { reference::ReferenceData().Set(this); }
   ~AnnouncedPackages() override { reference::ReferenceData().Clear(); }
@@ -33,19 +31,8 @@ class AnnouncedPackages final : public IStockCommon {
     return {version_, found == counts_.end() ? 0 : found->second};
   }
 
-  void Init(const boost::function<void(bool)>& /*done*/) override {}
-  const std::vector<BaseInfoItem>& GetStockList(int /*kind*/) override { return none_; }
-  const std::vector<BaseInfoItem>& GetPlateList(int /*kind*/) override { return none_; }
-  const std::vector<BaseInfoItem>& GetIndexList(int /*kind*/) override { return none_; }
-  void Placeholder(int /*unused*/, int /*unused*/) override {}
-  bool GetPlatesOfStock(const std::wstring& /*symbol*/,
-                        std::vector<std::pair<std::wstring, std::wstring>>& /*out*/) override {
-    return false;
-  }
-
  private:
   std::mutex mutex_;  // guards version_ and counts_
   std::wstring version_;
   std::map<std::pair<std::wstring, std::uint16_t>, int> counts_;
-  const std::vector<BaseInfoItem> none_;
 };

@@ -13,7 +13,6 @@
 #include "quotes/optional_stock_market.h"
 #include "quotes/watch_list_order.h"
 #include "reference/reference_data.h"
-#include "reference/stock_common.h"
 #include "services.h"
 
 namespace {
@@ -112,7 +111,7 @@ TEST_F(WatchListQuotes, writeTheirThreeLines) {
 }
 
 // Reference data that knows the plates of some stocks.
-class KnownPlates : public IStockCommon {
+class KnownPlates : public reference::CStockCommon {
  public:
   using Plates = std::vector<std::pair<std::wstring, std::wstring>>;
 
@@ -129,20 +128,11 @@ class KnownPlates : public IStockCommon {
     out = found == plates_.end() ? Plates() : found->second;
     return !out.empty();
   }
-  void Init(const boost::function<void(bool)>& /*done*/) override {}
-  const std::vector<BaseInfoItem>& GetStockList(int /*kind*/) override { return none_; }
-  const std::vector<BaseInfoItem>& GetPlateList(int /*kind*/) override { return none_; }
-  const std::vector<BaseInfoItem>& GetIndexList(int /*kind*/) override { return none_; }
-  void Placeholder(int /*unused*/, int /*unused*/) override {}
-  KLineMetaInfo GetKLineMetaInfo(const std::wstring& /*symbol*/, int /*period*/, int /*adjust*/) override {
-    return {};
-  }
 
   std::vector<std::wstring> asked;
 
  private:
   const std::map<std::wstring, Plates> plates_;
-  const std::vector<BaseInfoItem> none_;
 };
 
 // One view on a watch list of one symbol.

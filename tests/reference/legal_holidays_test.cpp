@@ -5,7 +5,10 @@
 
 #include <QByteArray>
 #include <QJsonDocument>
+#include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "answers.h"
 #include "frame/gate.h"
@@ -21,7 +24,7 @@ class LegalHolidays : public ::testing::Test {
   // One request, answered at once.
   void Ask(const Answer& answer) {
     host.Expect(Script(answers::kHolidayPath).Inline(answer));
-    reference::RequestLegalHolidays(gate);
+    holidays.Ask();
   }
   void AskForList(const std::string& list) {
     Ask(Answer::Body(R"({"errno":0,"data":{"list":)" + list + "}}"));
@@ -34,6 +37,7 @@ class LegalHolidays : public ::testing::Test {
 
   ScriptedHost host;
   frame::CompletionGate gate;
+  reference::LegalHolidays holidays{gate};
 };
 
 TEST_F(LegalHolidays, areAskedForTheYearOfTheServersDate) {
@@ -59,7 +63,7 @@ TEST_F(LegalHolidays, areReadFromTheDigitsOfAnyForm) {
 TEST_F(LegalHolidays, belongToTheYearThatWasAskedFor) {
   host.SetTime(20241231, 23, 59, 59);
   host.Expect(Script(answers::kHolidayPath).Held());
-  reference::RequestLegalHolidays(gate);
+  holidays.Ask();
   host.SetTime(20250101, 0, 0, 1);
   host.Complete(0, Answer::Body(answers::kHolidays));
   EXPECT_EQ(host.HolidayCalls().at(0).year, 2024);
@@ -81,6 +85,55 @@ TEST_F(LegalHolidays, passOverWhatIsNoDate) {
       R"(["20240101","",null,20240102,"holiday","2024-1-1","20241301","20240100","99999999999999999999",
                  "20240101 09:00:00","20240501"])");
   EXPECT_EQ(Days(), (std::vector<unsigned long>{20240101, 20240501}));
+}
+
+// A damaged answer emptied the calendar, and every holiday became a trading day.
+TEST_F(LegalHolidays, stayAsTheyAreWhenNoElementIsADate) {
+  host.ExpectCodeLine(kNoDateLine, 2);
+  AskForList(R"(["new year",null])");
+  EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+// --- When they are asked for again ---
+
+TEST_F(LegalHolidays, areMissingUntilAGoodAnswerOfThatYear) {
+  const std::vector<std::pair<std::wstring, Answer>> failures = {
+      {L"StockCommon::InitLegalHolidays Failed.", Answer::Failed()},
+      {L"StockCommon::InitLegalHolidays Response Error Code: 3", Answer::Body(R"({"errno":3})")},
+      {L"StockCommon::InitLegalHolidays Elements Without Date: 1",
+       Answer::Body(R"({"errno":0,"data":{"list":["x"]}})")}};
+  for (const auto& [line, answer] : failures) {
+    host.ExpectLine(line);
+    host.Expect(Script(answers::kHolidayPath).With({{"date", "2024"}}).Inline(answer));
+    holidays.AskIfMissing();
+  }
+  host.Expect(
+      Script(answers::kHolidayPath).With({{"date", "2024"}}).Inline(Answer::Body(answers::kHolidays)));
+  holidays.AskIfMissing();
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 4U) << "now they are there";
+  host.SetTime(20250102, 9, 0, 0);
+  host.Expect(
+      Script(answers::kHolidayPath).With({{"date", "2025"}}).Inline(Answer::Body(answers::kHolidays)));
+  holidays.AskIfMissing();
+  host.SetTime(20241231, 9, 0, 0);
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 5U) << "each year is remembered";
+}
+
+TEST_F(LegalHolidays, areThereWhenTheListIsEmpty) {
+  AskForList("[]");
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 1U);
+}
+
+TEST_F(LegalHolidays, logAHostThatThrows) {
+  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
+  host.Expect(Script(answers::kHolidayPath).Inline([](const Request&) -> Answer {
+    throw std::runtime_error("no socket");
+  }));
+  holidays.Ask();
+  EXPECT_TRUE(host.HolidayCalls().empty());
 }
 
 TEST_F(LegalHolidays, logATransportFailure) {
@@ -116,13 +169,13 @@ TEST_F(LegalHolidays, logAnErrorNumber) {
 
 TEST_F(LegalHolidays, areNotAskedForWithoutASignature) {
   host.SignNothing(true);
-  reference::RequestLegalHolidays(gate);
+  holidays.Ask();
   EXPECT_EQ(host.RequestCount(), 0U);
 }
 
 TEST_F(LegalHolidays, areDroppedAfterTheEndOfTheService) {
   host.Expect(Script(answers::kHolidayPath).Held());
-  reference::RequestLegalHolidays(gate);
+  holidays.Ask();
   gate.Close();
   host.Complete(0, Answer::Body(answers::kHolidays));
   EXPECT_TRUE(host.HolidayCalls().empty());

@@ -257,9 +257,25 @@ TEST_F(MetadataCheck, holdsTheVersionOfTheFileWhateverWasAnnounced) {
 TEST_F(MetadataCheck, endsWhenItIsNoLongerWanted) {
   WriteLocalFile(File("1"));
   ServerHas("2");
+  bool wanted = true;
+  const auto check = reference::CheckMetadata([&wanted]() -> std::optional<std::string> {
+    return std::exchange(wanted, false) ? std::optional(std::string("1")) : std::nullopt;
+  });
+  EXPECT_FALSE(check.ok);
+  EXPECT_EQ(host.RequestCount(), 1U) << "no download";
+}
+
+TEST_F(MetadataCheck, sendsNothingWhenItIsNotWanted) {
   const auto check = reference::CheckMetadata([]() -> std::optional<std::string> { return std::nullopt; });
   EXPECT_FALSE(check.ok);
-  EXPECT_EQ(host.RequestCount(), 1U);
+  EXPECT_EQ(host.RequestCount(), 0U);
+}
+
+TEST_F(MetadataCheck, failsWhenTheHostThrows) {
+  host.Expect(Script(answers::kVersionPath).Inline([](const Request&) -> Answer {
+    throw std::runtime_error("no socket");
+  }));
+  EXPECT_FALSE(Check("1").ok);
 }
 
 }  // namespace

@@ -6,11 +6,12 @@
 #include <string>
 
 #include "answers.h"
+#include "reference/generations.h"
 
 namespace {
 
 using reference::BaseInfoList;
-using reference::HeldList;
+using HeldList = reference::Generations<BaseInfoList>;
 
 // A text and what it parses to: the document's values are views into the text.
 struct Parsed {
@@ -27,6 +28,21 @@ TEST(StockLists, keepTheOrderOfTheAnswer) {
   ASSERT_EQ(lists.shenzhen.size(), 3U);
   EXPECT_EQ(lists.shanghai[0], (BaseInfoItem{L"sh600000", L"浦发银行", L"PFYH", 6}));
   EXPECT_EQ(lists.shenzhen[2], (BaseInfoItem{L"sz002001", L"新和成", L"XHC", 5}));
+}
+
+TEST(StockLists, knowAllStocksAndThoseOfTwoBoards) {
+  const Parsed answer(answers::kBasicInfo);
+  const auto lists = reference::ReadStockLists(answer.document.Root());
+  const auto codes = [](const BaseInfoList& list) {
+    std::wstring all;
+    for (const BaseInfoItem& stock : list) {
+      all += stock.code + L" ";
+    }
+    return all;
+  };
+  EXPECT_EQ(codes(lists.all), L"sh600000 sh600001 sz000001 sz300001 sz002001 ");
+  EXPECT_EQ(codes(lists.gem), L"sz300001 ");
+  EXPECT_EQ(codes(lists.sme), L"sz002001 ");
 }
 
 TEST(StockLists, knowBoardsInAnyCase) {
@@ -101,7 +117,7 @@ HeldList::Pointer ListOf(const std::wstring& code) {
   return std::make_unique<const BaseInfoList>(BaseInfoList{BaseInfoItem{code, L"", L"", 0}});
 }
 
-TEST(HeldList, keepsEightGenerationsReadable) {
+TEST(Generations, keepsEightGenerationsReadable) {
   HeldList held;
   EXPECT_EQ(held.Replace(ListOf(L"0")), nullptr);
   const BaseInfoList& first = held.Get();
@@ -117,7 +133,7 @@ TEST(HeldList, keepsEightGenerationsReadable) {
   EXPECT_EQ(dropped.get(), &first);
 }
 
-TEST(HeldList, keepsItsPlaceForAnEqualList) {
+TEST(Generations, keepsItsPlaceForAnEqualList) {
   HeldList held;
   static_cast<void>(held.Replace(ListOf(L"0")));
   const BaseInfoList* const place = &held.Get();

@@ -81,7 +81,7 @@ TEST_F(RefreshSchedule, takesTheDayFromTheInstant) {
 TEST_F(RefreshSchedule, findsAStockListStaleAfterTheMorningLoadOnly) {
   const auto stale_at = [this](int hour, int minute, int second) {
     host.SetTime(kDay, hour, minute, second);
-    return reference::StockListIsStale(20240314);
+    return reference::ListIsStale(20240314);
   };
   EXPECT_FALSE(stale_at(8, 0, 0));
   EXPECT_FALSE(stale_at(9, 13, 59));
@@ -92,14 +92,26 @@ TEST_F(RefreshSchedule, findsAStockListStaleAfterTheMorningLoadOnly) {
 
 TEST_F(RefreshSchedule, findsAListOfTodayFresh) {
   host.SetTime(kDay, 15, 0, 0);
-  EXPECT_FALSE(reference::StockListIsStale(kDay));
-  EXPECT_TRUE(reference::StockListIsStale(0));
-  EXPECT_TRUE(reference::StockListIsStale(20240316)) << "another date is another date, a later one too";
+  EXPECT_FALSE(reference::ListIsStale(kDay));
+  EXPECT_TRUE(reference::ListIsStale(0));
+  EXPECT_TRUE(reference::ListIsStale(20240316)) << "another date is another date, a later one too";
+}
+
+TEST_F(RefreshSchedule, findsAListDueFromTheMorningLoadOn) {
+  const auto due_at = [this](int hour, int minute, int second) {
+    host.SetTime(kDay, hour, minute, second);
+    return reference::ListIsDue(20240314);
+  };
+  EXPECT_FALSE(due_at(9, 13, 59));
+  EXPECT_TRUE(due_at(9, 14, 0));
+  EXPECT_TRUE(due_at(23, 59, 59));
+  EXPECT_FALSE(reference::ListIsDue(kDay));
+  EXPECT_TRUE(reference::ListIsDue(0));
 }
 
 TEST_F(RefreshSchedule, findsYesterdaysListFreshAfterMidnight) {
   host.SetTime(20240316, 0, 0, 1);
-  EXPECT_FALSE(reference::StockListIsStale(kDay));
+  EXPECT_FALSE(reference::ListIsStale(kDay));
 }
 
 }  // namespace

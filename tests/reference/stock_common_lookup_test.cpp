@@ -4,11 +4,13 @@
 #include <QByteArray>
 #include <QJsonDocument>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "answers.h"
 #include "reference/stock_common_service.h"
+#include "scripted_ticks.h"
 
 namespace {
 
@@ -43,6 +45,7 @@ class StockCommonLookUp : public ::testing::Test {
   std::size_t NewRequests() const { return host.RequestCount() - asked; }
 
   ScriptedHost host;
+  ScriptedSteady steady;
   reference::CStockCommon service;
   std::size_t asked = 0;
 };
@@ -160,8 +163,10 @@ TEST_F(StockCommonLookUp, keepsStocksWhenALoadFails) {
   host.SetTime(20240316, 10, 0, 0);
   host.Expect(Script(answers::kBasicInfoPath).Inline(Answer::Failed()));
   EXPECT_EQ(service.GetStockList(1).size(), 5U);
+  steady.Advance(60'000);
   host.Expect(Script(answers::kBasicInfoPath).Inline(Answer::Failed(answers::kBasicInfo)));
   EXPECT_EQ(service.GetStockList(1).size(), 5U);
+  steady.Advance(60'000);
   AnswerOnce(answers::kBasicInfoPath, "");
   EXPECT_EQ(service.GetStockList(1).size(), 5U);
 }
@@ -173,6 +178,7 @@ TEST_F(StockCommonLookUp, logsFailedStockLoadsAndKeepsTheList) {
   host.ExpectCodeLine(L"StockCommon::InitBaseInfoItems Json Parse Error Code: %d", QtError("{]"));
   AnswerOnce(answers::kBasicInfoPath, "{]");
   EXPECT_EQ(service.GetStockList(1).size(), 5U);
+  steady.Advance(60'000);
   host.ExpectCodeLine(L"StockCommon::InitBaseInfo Response Error Code: %d", 7);
   AnswerOnce(answers::kBasicInfoPath, R"({"errno":7,"sh":[],"sz":[]})");
   EXPECT_EQ(service.GetStockList(1).size(), 5U);
@@ -196,6 +202,18 @@ TEST_F(StockCommonLookUp, leavesReferencesReadableWhenAListIsReplaced) {
     EXPECT_EQ(service.GetStockList(2).size(), static_cast<std::size_t>(day) + 1);
     EXPECT_EQ(first.at(0).code, L"first");
   }
+}
+
+// A start's load and a look-up ask at the same time, and the older answer comes last.
+TEST_F(StockCommonLookUp, keepsTheAnswerOfTheNewerOfTwoLoads) {
+  host.Expect(Script(answers::kPlateListPath).Held());
+  std::thread older([this] { static_cast<void>(service.GetPlateList(1)); });
+  host.AwaitRequest(0);
+  AnswerOnce(answers::kPlateListPath, R"({"bk_lists":[{"bk":"newer","t":1}]})");
+  EXPECT_EQ(Codes(service.GetPlateList(1)), std::vector<std::wstring>{L"newer"});
+  host.Complete(0, Answer::Body(R"({"bk_lists":[{"bk":"older","t":1}]})"));
+  older.join();
+  EXPECT_EQ(Codes(service.GetPlateList(1)), std::vector<std::wstring>{L"newer"});
 }
 
 // --- Plates ---

@@ -5,7 +5,9 @@
 #include <QJsonDocument>
 #include <boost/thread/thread_only.hpp>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "answers.h"
@@ -53,6 +55,21 @@ TEST_F(StockCommonRefresh, goesOnAfterALoadThatFails) {
   host.Expect(Script(answers::kHolidayPath).Inline(Answer::Body(answers::kHolidays)));
   service->FinishRound({1, true});
   EXPECT_EQ(host.RequestCount(), 6U);
+}
+
+// No memory, or a host that throws: the thread lives on, the next round asks again.
+TEST_F(StockCommonRefresh, goesOnAfterAHostThatThrows) {
+  const auto fail = [](const Request&) -> Answer { throw std::runtime_error("no socket"); };
+  for (const char* const path : {answers::kBasicInfoPath, answers::kPlateListPath, answers::kIndexListPath,
+                                 answers::kHolidayPath, answers::kInPlatesPath, answers::kVersionPath}) {
+    host.Expect(Script(path).Inline(fail));
+  }
+  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
+  service->FinishRound({1, true});
+  EXPECT_EQ(host.RequestCount(), 6U);
+  answers::Allow(host);
+  service->FinishRound({1, true});
+  EXPECT_EQ(service->GetStockList(1).size(), 5U);
 }
 
 // Every way in which a load can fail, for every list: what is held stays, and the log says why or nothing.
@@ -220,36 +237,25 @@ TEST_F(StockCommonRefresh, keepsTheMetadataWhenTheNewFileCannotBeRead) {
 
 // --- The end ---
 
-// Runs one round on a thread and interrupts it while request `number` is on the wire.
-std::size_t RequestsOfAnInterruptedRound(ScriptedHost& host, reference::CStockCommon& service,
-                                         std::size_t number, bool reload_lists) {
-  boost::thread thread([&] {
-    const boost::this_thread::disable_interruption uninterrupted;
-    service.FinishRound({1, reload_lists});
-  });
-  const std::size_t held = host.AwaitRequest(number).number;
-  thread.interrupt();
-  host.Complete(held, Answer::Failed());
+// Runs one round on a thread and begins the end of the service while its first request is on the wire.
+std::size_t RequestsOfARoundThatIsStopped(ScriptedHost& host, reference::CStockCommon& service,
+                                          bool reload_lists, const Answer& answer) {
+  std::thread thread([&] { service.FinishRound({1, reload_lists}); });
+  const std::size_t held = host.AwaitRequest(0).number;
+  service.Stop();
+  host.Complete(held, answer);
   thread.join();
   return host.RequestCount();
 }
 
 TEST_F(StockCommonRefresh, endsBetweenTwoLoads) {
   host.Expect(Script(answers::kBasicInfoPath).Held());
-  EXPECT_EQ(RequestsOfAnInterruptedRound(host, *service, 0, true), 1U);
+  EXPECT_EQ(RequestsOfARoundThatIsStopped(host, *service, true, Answer::Failed()), 1U);
 }
 
 TEST_F(StockCommonRefresh, endsBeforeTheDownload) {
   host.Expect(Script(answers::kVersionPath).Held());
-  boost::thread thread([&] {
-    const boost::this_thread::disable_interruption uninterrupted;
-    service->FinishRound({1, false});
-  });
-  const std::size_t held = host.AwaitRequest(0).number;
-  thread.interrupt();
-  host.Complete(held, Answer::Body(answers::kVersion));
-  thread.join();
-  EXPECT_EQ(host.RequestCount(), 1U);
+  EXPECT_EQ(RequestsOfARoundThatIsStopped(host, *service, false, Answer::Body(answers::kVersion)), 1U);
 }
 
 TEST_F(StockCommonRefresh, endsAtOnceInItsWait) {

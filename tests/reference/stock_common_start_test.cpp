@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "answers.h"
@@ -15,7 +16,7 @@
 
 namespace {
 
-using Step = reference::CStockCommon::MonitorStep;
+using Step = reference::StartCount::Step;
 
 class StockCommonStart : public ::testing::Test {
  protected:
@@ -93,11 +94,38 @@ TEST_F(StockCommonStart, worksWithoutACallBack) {
 
 TEST_F(StockCommonStart, doesNotNeedTheCalendar) {
   answers::Allow(host, answers::kHolidayPath);
-  host.Expect(Script(answers::kHolidayPath).Inline(Answer::Failed()));
-  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
+  host.Expect(Script(answers::kHolidayPath).Times(2).Inline(Answer::Failed()));
+  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.", 2);
   Init();
   host.RunTasks();
-  EXPECT_EQ(outcomes, std::vector<bool>{true});
+  EXPECT_EQ(outcomes, std::vector<bool>{true}) << "it is asked for once more after the loads, and later";
+}
+
+TEST_F(StockCommonStart, asksForTheServersYearWhenItFailsToo) {
+  for (const bool learns : {true, false}) {
+    service = std::make_unique<reference::CStockCommon>();
+    host.SetTime(20230315, 10, 0, 0);
+    host.Expect(Script(answers::kBasicInfoPath).Inline([this, learns](const Request&) {
+      if (learns) {
+        host.SetTime(20240315, 10, 0, 0);
+      }
+      return Answer::Body(answers::kBasicInfo);
+    }));
+    host.Expect(Script(answers::kVersionPath).Inline(Answer::Failed()));
+    host.Expect(Script(answers::kHolidayPath).With({{"date", "2023"}}).Held());
+    if (learns) {
+      host.Expect(Script(answers::kHolidayPath).With({{"date", "2024"}}).Held());
+    }
+    for (const auto& [path, body] : {std::pair(answers::kPlateListPath, answers::kPlateList),
+                                     std::pair(answers::kIndexListPath, answers::kIndexList),
+                                     std::pair(answers::kInPlatesPath, answers::kInPlates)}) {
+      host.Expect(Script(path).Inline(Answer::Body(body)));
+    }
+    Init();
+    host.RunTasks();
+    EXPECT_FALSE(outcomes.back());
+    EXPECT_TRUE(host.TakeProblems().empty()) << "learned: " << learns;
+  }
 }
 
 TEST_F(StockCommonStart, failsWithAnyOneLoad) {
@@ -311,6 +339,7 @@ TEST_F(StockCommonStart, doesNothingAfterTheEndOfTheService) {
   Init();
   service.reset();
   host.RunTasks();
+  EXPECT_EQ(host.RequestCount(), 1U) << "the queued loads send nothing any more";
   host.Complete(0, Answer::Body(answers::kHolidays));
   EXPECT_TRUE(outcomes.empty());
   EXPECT_TRUE(host.HolidayCalls().empty());

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "answers.h"
@@ -151,6 +152,50 @@ TEST_F(StockCommonThreads, endARefreshThreadAtAnyMoment) {
     }
     service = std::make_unique<reference::CStockCommon>();
   }
+}
+
+// Views, the watch list, a start and the refresh thread's rounds, with a server that now and then fails.
+TEST_F(StockCommonThreads, lookUpAndLoadAllAtOnce) {
+  std::atomic<int> number = 0;
+  for (const auto& [path, body] : {std::pair(answers::kBasicInfoPath, answers::kBasicInfo),
+                                   std::pair(answers::kPlateListPath, answers::kPlateList),
+                                   std::pair(answers::kIndexListPath, answers::kIndexList),
+                                   std::pair(answers::kInPlatesPath, answers::kInPlates)}) {
+    host.Allow(Script(path).Inline([&number, body = body](const Request&) {
+      return ++number % 3 == 0 ? Answer::Failed() : Answer::Body(body);
+    }));
+  }
+  answers::Allow(host);
+  host.SetTaskMode(ScriptedHost::TaskMode::kWorker, 1);
+  constexpr int kRounds = 40;
+  std::vector<std::thread> threads;
+  threads.emplace_back([&] {
+    for (int round = 0; round < kRounds; ++round) {
+      service->FinishRound({1, true});
+    }
+  });
+  threads.emplace_back([&] {
+    for (int round = 0; round < kRounds; ++round) {
+      service->Init({});
+      host.SetTime(static_cast<std::uint32_t>(20240301 + round % 30), 10, 0, 0);
+    }
+  });
+  for (int reader = 0; reader < 2; ++reader) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 5 * kRounds; ++round) {
+        const std::vector<BaseInfoItem> stocks = service->GetStockList(1);
+        ASSERT_TRUE(stocks.empty() || stocks.size() == 5U);
+        const auto table = service->PlatesAtHand();
+        const std::wstring_view plate = reference::FirstPlateOf(*table, L"sh600000");
+        ASSERT_TRUE(plate.empty() || plate == L"银行");
+        static_cast<void>(service->GetIndexList(round % 3));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  host.Settle();
 }
 
 TEST_F(StockCommonThreads, useOneVersionStoreTogether) {

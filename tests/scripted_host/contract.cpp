@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <new>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "host/host.h"
@@ -283,9 +284,15 @@ bool GZipExtract(const wchar_t* path, std::string& text) {
   std::error_code error;
   const std::string name = path == nullptr ? std::string() : market_rules::Narrow(path);
   if (!std::filesystem::is_regular_file(name, error)) return false;
+  std::vector<char> block(1 << 16);
   const gzFile file = gzopen(name.c_str(), "rb");
   if (file == nullptr) return false;
-  std::vector<char> block(1 << 16);
+  struct Close {
+    gzFile open;
+    ~Close() {
+      if (open != nullptr) gzclose_r(open);
+    }
+  } close{file};
   int count = 0;
   while (text.size() <= kLargest &&
          (count = gzread(file, block.data(), static_cast<unsigned>(block.size()))) > 0) {
@@ -294,8 +301,7 @@ bool GZipExtract(const wchar_t* path, std::string& text) {
   // A file without the gzip mark is handed through by zlib; one that is cut short ends with an error on
   // closing.
   const bool plain = gzdirect(file) != 0;
-  const bool whole = count == 0 && gzclose_r(file) == Z_OK;
-  if (count != 0) gzclose_r(file);
+  const bool whole = count == 0 && gzclose_r(std::exchange(close.open, nullptr)) == Z_OK;
   if (plain || !whole) text.clear();
   return !plain && whole;
 }

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "frame/ticks.h"
 
@@ -37,14 +39,28 @@ class ScriptedSteady {
     now_.store(1'000'000);
     frame::SetSteadySource(&Read);
   }
-  ~ScriptedSteady() { frame::SetSteadySource(nullptr); }
+  ~ScriptedSteady() {
+    frame::SetSteadySource(nullptr);
+    on_read_ = nullptr;
+  }
   ScriptedSteady(const ScriptedSteady&) = delete;
   ScriptedSteady& operator=(const ScriptedSteady&) = delete;
 
   void Advance(std::int64_t milliseconds) { now_.fetch_add(milliseconds); }
+  [[nodiscard]] std::int64_t Now() const { return now_.load(); }
+
+  /// From now on every look at the clock runs this first, as time goes on while somebody waits. For tests of
+  /// one thread.
+  void OnRead(std::function<void()> step) { on_read_ = std::move(step); }
 
  private:
-  static std::int64_t Read() { return now_.load(); }
+  static std::int64_t Read() {
+    if (on_read_) {
+      on_read_();
+    }
+    return now_.load();
+  }
 
   static inline std::atomic<std::int64_t> now_{0};
+  static inline std::function<void()> on_read_;
 };

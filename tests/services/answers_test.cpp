@@ -261,6 +261,8 @@ class EveryFetch : public ::testing::TestWithParam<FetchCase> {
         return fetch.told_by_nothing ? fetch.audience : 0;
       case Content::kNullEntries:
         return fetch.told_by_null_entries ? fetch.audience : 0;
+      case Content::kNullMembers:
+        return fetch.null_line.empty() ? fetch.audience : 0;
       default:
         return fetch.audience;
     }

@@ -242,6 +242,7 @@ std::vector<FetchCase> ReferenceData() {
   holidays.keeps = HoldsHolidays;
   holidays.direct = true;
   holidays.null_line = L"StockCommon::InitLegalHolidays Elements Without Date: %d";
+  holidays.told_by_null_entries = false;
   return {holidays,
           ReferenceLoad("BaseInfo", Load(L"StockCommon::InitBaseInfo", L"StockCommon::InitBaseInfoItems"),
                         answers::kBasicInfoPath, answers::kBasicInfo, {"sh"}, '[', HoldsStocks),

@@ -34,9 +34,9 @@ struct FetchCase {
   bool told_by_failure = false;      ///< a failure is told as well
   bool told_by_nothing = true;       ///< an answer without payload is told
   bool told_by_null_entries = true;  ///< an answer whose entries are null is told
-  std::wstring null_line = {};       ///< line about one entry that is null, with its number
-  bool latest_only = false;          ///< an answer to an older request is dropped, though nothing newer came
-  bool direct = false;  ///< every request has its own receiver, who gets the answer whenever it comes
+  std::wstring null_line = {};  ///< line about one entry that is null, with its number: nobody is told then
+  bool latest_only = false;     ///< an answer to an older request is dropped, though nothing newer came
+  bool direct = false;          ///< every request has its own receiver, who gets the answer whenever it comes
   /// Runs something while the view of the fetch is shown.
   std::function<void(AllServices&, const std::function<void()>&)> showing = {};
 };

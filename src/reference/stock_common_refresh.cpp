@@ -1,0 +1,61 @@
+// The refresh of the reference data: what its thread does in one round.
+#include <optional>
+
+#include "host/clock.h"
+#include "reference/stock_common_service.h"
+#include "reference/succeeds.h"
+
+namespace reference {
+namespace {
+
+constexpr std::int64_t kWaitWithoutPlan = 3000;  // milliseconds
+
+}  // namespace
+
+bool CStockCommon::RunRound() {
+  RefreshRound round;
+  const bool planned = Succeeds([&] {
+    round = PlanRefresh(common::GetCurrentServerTime());
+    return true;
+  });
+  if (!planned) {
+    return waits_.For(kWaitWithoutPlan);
+  }
+  if (!waits_.Planned(round.seconds)) {
+    return false;
+  }
+  // The wait may have lasted a night, or the lists may be those of a start before 09:14.
+  round.reload_lists = round.reload_lists || Succeeds([this] { return lists_.AnyIsDue(); });
+  if (!round.reload_lists) {
+    holidays_.AskIfMissing();
+  }
+  FinishRound(round);
+  return !waits_.IsStopped();
+}
+
+void CStockCommon::FinishRound(const RefreshRound& round) {
+  const auto load = [this](ListName list) {
+    if (!waits_.IsStopped()) {
+      lists_.Load(list);
+    }
+  };
+  if (round.reload_lists) {
+    load(ListName::kStocks);
+    load(ListName::kPlates);
+    load(ListName::kIndices);
+    if (!waits_.IsStopped()) {
+      holidays_.Ask();
+    }
+    load(ListName::kPlatesOfStocks);
+  }
+  MetadataCheck check = CheckMetadata(
+      [this] { return waits_.IsStopped() ? std::nullopt : std::optional(metadata_.Version()); });
+  metadata_.Replace(std::move(check.loaded));
+}
+
+bool CStockCommon::HasRefreshThread() {
+  const std::lock_guard<std::mutex> lock(thread_mutex_);
+  return refresh_thread_.joinable();
+}
+
+}  // namespace reference

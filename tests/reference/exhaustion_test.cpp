@@ -1,0 +1,191 @@
+// The reference data when memory runs out, at every allocation that its operations make in turn: nothing is
+// thrown, every start is concluded, and later everything works as if nothing had been.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "answers.h"
+#include "reference/reference_data.h"
+#include "scripted_ticks.h"
+
+namespace {
+
+constexpr long kNever = std::numeric_limits<long>::max();
+
+thread_local long allocations_left = kNever;
+thread_local bool all_later_ones_fail = false;
+
+void* Allocate(std::size_t size) {
+  if (allocations_left != kNever && allocations_left-- <= 0) {
+    allocations_left = all_later_ones_fail ? 0 : kNever;
+    throw std::bad_alloc();
+  }
+  if (void* const memory = std::malloc(size != 0 ? size : 1)) {
+    return memory;
+  }
+  throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return Allocate(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
+  try {
+    return Allocate(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t& /*unused*/) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+class Exhaustion : public ::testing::Test {
+ protected:
+  Exhaustion() {
+    // Whoever waits waits no longer than a look at the clock.
+    steady.OnRead([this] { steady.Advance(100'000); });
+    answers::Allow(host);
+    for (const wchar_t* const line :
+         {L"StockCommon::InitLegalHolidays Failed.", L"StockCommon::InitStockInPlates Failed."}) {
+      host.AllowLine(line);
+    }
+  }
+
+  // Runs `step` again and again: each time one allocation later fails, alone or with all that follow. Ends
+  // when `step` no longer reaches it.
+  template <class Prepare, class Step, class Check>
+  void AtEveryAllocation(Prepare prepare, Step step, Check check) {
+    int failures = 0;
+    for (const bool all_later : {false, true}) {
+      for (long number = 0;; ++number) {
+        prepare();
+        all_later_ones_fail = all_later;
+        allocations_left = number;
+        bool thrown = false;
+        try {
+          step();
+        } catch (...) {
+          thrown = true;
+        }
+        const bool reached = allocations_left == kNever || allocations_left <= 0;
+        allocations_left = kNever;
+        ASSERT_FALSE(thrown) << "at allocation " << number;
+        check();
+        if (HasFailure()) {
+          FAIL() << "at allocation " << number << (all_later ? " and later ones" : "");
+        }
+        if (!reached) {
+          break;
+        }
+        ++failures;
+        host.ForgetRequests();
+      }
+    }
+    EXPECT_GT(failures, 0);
+    RecordProperty("failures", failures);
+  }
+
+  void Renew() {
+    service = std::make_unique<reference::CStockCommon>();
+    service->Stop();  // no refresh thread: its rounds are run here
+  }
+  void LookUp() {
+    static_cast<void>(service->GetStockList(1));
+    static_cast<void>(service->GetPlateList(2));
+    static_cast<void>(service->GetIndexList(1));
+    static_cast<void>(service->GetPlatesOfStock(symbol, plates));
+    static_cast<void>(service->PlatesAtHand());
+    static_cast<void>(service->GetKLineMetaInfo(symbol, 1, 1));
+  }
+  void ExpectAllLists() {
+    EXPECT_EQ(service->GetStockList(1).size(), 5U);
+    EXPECT_EQ(service->GetPlateList(1).size(), 2U);
+    EXPECT_EQ(service->GetIndexList(1).size(), 2U);
+    EXPECT_TRUE(service->GetPlatesOfStock(L"sz000001", plates));
+  }
+
+  ScriptedHost host;
+  ScriptedSteady steady;
+  std::unique_ptr<reference::CStockCommon> service;
+  const std::wstring symbol = L"a symbol too long for a text without memory of its own";
+  std::vector<std::pair<std::wstring, std::wstring>> plates;
+};
+
+TEST_F(Exhaustion, failsTheLoadsOfLookUpsAndNothingElse) {
+  Renew();
+  LookUp();
+  AtEveryAllocation([this] { Renew(); }, [this] { LookUp(); }, [this] { ExpectAllLists(); });
+}
+
+TEST_F(Exhaustion, failsTheLoadsOfARound) {
+  const auto renew = [this] { service = std::make_unique<reference::CStockCommon>(); };
+  renew();
+  service->FinishRound({1, true});
+  AtEveryAllocation(
+      renew,
+      [this] {
+        service->FinishRound({1, true});
+      },
+      [this] { ExpectAllLists(); });
+}
+
+TEST_F(Exhaustion, leavesTheRefreshThreadItsRounds) {
+  const auto renew = [this] { service = std::make_unique<reference::CStockCommon>(); };
+  bool goes_on = false;
+  renew();
+  AtEveryAllocation(
+      renew, [&] { goes_on = service->RunRound(); },
+      [&] {
+        EXPECT_TRUE(goes_on);
+        ExpectAllLists();
+      });
+}
+
+TEST_F(Exhaustion, failsAStartWhichIsToldOnce) {
+  std::vector<bool> outcomes;
+  outcomes.reserve(2);
+  const auto start = [&] {
+    service->Init([&outcomes](bool ok) { outcomes.push_back(ok); });
+    host.RunTasks();
+  };
+  Renew();
+  start();
+  AtEveryAllocation(
+      [&] {
+        Renew();
+        outcomes.clear();
+      },
+      start,
+      [&] {
+        EXPECT_EQ(outcomes.size(), 1U);
+        start();
+        EXPECT_EQ(outcomes.size(), 2U) << "the next start is not refused";
+        EXPECT_TRUE(outcomes.back());
+      });
+}
+
+TEST_F(Exhaustion, makesNoServiceAndTriesAgain) {
+  IStockCommon* made = nullptr;
+  AtEveryAllocation([] { reference::EndStockCommon(); }, [&] { made = reference::TheStockCommon(); },
+                    [&] { EXPECT_NE(reference::TheStockCommon(), nullptr); });
+  reference::EndStockCommon();
+}
+
+}  // namespace
