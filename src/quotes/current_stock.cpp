@@ -108,12 +108,12 @@ bool CCurrentStock::SelectIn(int kind, const std::wstring& symbol) {
 }
 
 void CCurrentStock::SetPosition(int kind, const Stocks& list, int position) {
+  const BaseInfoItem& entry = list[static_cast<std::size_t>(position)];
+  const CurrentStockItem item = {entry.code, entry.name};
+  current_ = CurrentStockItem(item);  // a second copy: an `Update` may select another
   kind_ = kind;
   position_ = position;
-  const BaseInfoItem& entry = list[static_cast<std::size_t>(position)];
-  current_ = {entry.code, entry.name};
-  if (!current_.symbol.empty() && !current_.name.empty()) {
-    const CurrentStockItem item = current_;
+  if (!item.symbol.empty() && !item.name.empty()) {
     Notify(item);
   }
 }

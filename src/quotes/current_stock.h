@@ -22,10 +22,11 @@ struct CurrentStockItem {
 ///
 /// - Threads: one thread only, the host's user interface thread; there is no lock. `Update` runs inside the
 ///   operation that changed the selection. An observer may detach itself inside `Update`, or attach others:
-///   those are told by `Attach`, and not once more by the change under way.
+///   `Attach` notifies those, and the change under way does not notify them again. It may also select another
+///   security: all observers are then notified of that one, and nobody any more of the one before.
 /// - Waiting: to select and to step are look-ups in the lists of `IStockCommon`, which is made if there is
 ///   none. Each list that is not loaded is asked for in this thread, for 8 seconds at most: call
-///   `IStockCommon::Init` first.
+///   `IStockCommon::Init` first. With lists that are held a silent server costs 8 seconds a minute at most.
 /// - Failure: what cannot be found changes nothing and tells nobody.
 /// - Owner: the module; unlike most services it survives `DestroyStockMarket`.
 class ICurrentStock {

@@ -210,6 +210,31 @@ TEST_F(CurrentStock, mayBeLeftInsideUpdate) {
   EXPECT_EQ(last.items.size(), 2U);
 }
 
+// Views that stood behind the one that selects ended with the older selection.
+TEST_F(CurrentStock, isTheLastWordForEveryViewWhenOneSelectsInsideUpdate) {
+  struct Selecting final : IUpdate1<CurrentStockItem> {
+    explicit Selecting(ICurrentStock& subject) : stock(subject) {}
+    void Update(const CurrentStockItem& item) override {
+      items.push_back(item.symbol);
+      if (item.symbol == L"sz000001") {
+        stock.SelectStock(L"sh600000", 2);
+      } else if (item.symbol == L"sh600000") {
+        stock.Next();
+      }
+    }
+    ICurrentStock& stock;
+    std::vector<std::wstring> items;
+  } selecting(*stock);
+  View last;
+  stock->Attach(&selecting);
+  stock->Attach(&last);
+  stock->SelectStock(L"sz000001", 1);
+  EXPECT_EQ(Symbol(), L"sh600001");
+  EXPECT_EQ(view.Symbols(), (std::vector<std::wstring>{L"sz000001", L"sh600000", L"sh600001"}));
+  EXPECT_EQ(selecting.items, (std::vector<std::wstring>{L"sz000001", L"sh600000", L"sh600001"}));
+  EXPECT_EQ(last.Symbols(), std::vector<std::wstring>{L"sh600001"});
+}
+
 // --- Steps ---
 
 TEST_F(CurrentStock, stepsForwardAndAround) {
@@ -365,6 +390,24 @@ TEST(CurrentStockWithoutLists, changesNothing) {
   }
   EXPECT_EQ(stock->GetCurrentItem(), CurrentStockItem());
   EXPECT_TRUE(view.items.empty());
+  DestroyStockMarket();
+}
+
+// Every list that a selection looks through asked the silent server for the stocks again.
+TEST(CurrentStockOverASilentServer, asksOnceASelectionWhileListsAreHeld) {
+  ScriptedHost host;
+  host.Expect(Script("/pc/rt/get_basic_info").Inline(Answer::Body(kStocks)));
+  host.Allow(Script("/pc/rt/get_bk_list").Inline(Answer::Body(kPlates)));
+  host.Allow(Script("/pc/rt/stock_index_list").Inline(Answer::Body(kIndices)));
+  host.SetTime(20240314, 15, 0, 0);
+  const std::unique_ptr<ICurrentStock> stock(quotes::MakeCurrentStock());
+  stock->SelectStock(L"sz000001", 1);
+  host.SetTime(20240315, 10, 0, 0);
+  host.Expect(Script("/pc/rt/get_basic_info").Inline(Answer::Failed()));
+  stock->SelectStock(L"sh999999", 1);
+  stock->SelectStock(L"sh600000", 1);
+  stock->Next();
+  EXPECT_EQ(stock->GetCurrentItem().symbol, L"sh600001");
   DestroyStockMarket();
 }
 
