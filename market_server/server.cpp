@@ -87,6 +87,17 @@ struct Running {
   std::thread history;  ///< makes what the first index candles need; ends by itself
 };
 
+/// Until the context is stopped. A call-back that throws has run out of memory and costs its connection.
+void Run(asio::io_context& io) {
+  while (!io.stopped()) {
+    try {
+      io.run();
+    } catch (const std::exception&) {
+      continue;
+    }
+  }
+}
+
 }  // namespace
 
 class Server::Impl {
@@ -137,7 +148,7 @@ class Server::Impl {
       running_->threads.emplace_back([&io = *running_->io] {
         // Keeps the threads while nobody is connected and, with the fault "refuse", nobody can be.
         const auto work = asio::make_work_guard(io);
-        io.run();
+        Run(io);
       });
     }
     PrepareHistory();

@@ -68,6 +68,23 @@ http::Delivery Service::Handle(const http::Request& request) {
   return delivery;
 }
 
+http::Delivery Service::Refuse(unsigned status, const std::string& peer) {
+  Exchange exchange;
+  exchange.instant = clock_.Now();
+  exchange.request.method = "-";
+  exchange.request.target = "-";
+  exchange.request.peer = peer;
+  exchange.request.keep_alive = false;
+  exchange.answer.status = status;
+  exchange.answer.content_type = "text/plain; charset=utf-8";
+  ++counters_.errors;
+  MakeHead(exchange, clock_.speed());
+  RenderHead(exchange);
+  http::Delivery delivery = MakeDelivery(exchange);
+  log_.Write(exchange, 0, {});
+  return delivery;
+}
+
 Answer Service::MakeAnswer(const Exchange& exchange) {
   const http::Request& request = exchange.request;
   const model::Instant instant = exchange.instant + exchange.data_offset;

@@ -30,6 +30,7 @@ class Service : public http::Handler {
   http::Welcome OnConnect() override;
   bool TakesLong(const http::Request& request) const override;
   http::Delivery Handle(const http::Request& request) override;
+  http::Delivery Refuse(unsigned status, const std::string& peer) override;
 
  private:
   [[nodiscard]] Answer MakeAnswer(const Exchange& exchange);

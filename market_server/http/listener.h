@@ -30,6 +30,8 @@ class Handler {
   /// Whether the answer may take so long to make that other connections would notice.
   virtual bool TakesLong(const Request& request) const = 0;
   virtual Delivery Handle(const Request& request) = 0;
+  /// What is said to a client whose request is not understood or exceeds a limit. The connection ends then.
+  virtual Delivery Refuse(unsigned status, const std::string& peer) = 0;
 };
 
 /// Counted by the connections, read by anybody.

@@ -29,6 +29,20 @@ struct Request {
   std::uint64_t number = 1;  ///< 1 for the first request of its connection
 };
 
+/// The head of a request: request line and fields.
+struct Head {
+  Request request;
+  std::size_t body_bytes = 0;
+  bool awaits_consent = false;  ///< the client sends the body when it has been told to go on
+  unsigned refusal = 0;         ///< the status with which the request is refused; 0: it is none of these
+};
+
+/// Reads all of a head, the empty line at its end included.
+[[nodiscard]] Head ReadHead(std::string_view text);
+
+/// Whether a head can begin like that; says so from the first byte on.
+[[nodiscard]] bool CanBeginHead(std::string_view text);
+
 /// One step of sending an answer. A step that takes longer than the limits allow ends the connection.
 struct Step {
   enum class Kind {

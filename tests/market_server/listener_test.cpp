@@ -34,6 +34,7 @@ class Patient : public Handler {
               {}}},
             true};
   }
+  Delivery Refuse(unsigned, const std::string&) override { return {}; }
 
  private:
   std::mutex mutex_;  ///< guards short_answered_
@@ -91,6 +92,7 @@ class Careless : public Handler {
     if (request.path != "/good") throw std::bad_alloc();
     return {{{Step::Kind::kWrite, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", 1, {}}}, true};
   }
+  Delivery Refuse(unsigned, const std::string&) override { return {}; }
 };
 
 TEST(Listener, aHandlerThatThrowsCostsOneConnection) {

@@ -186,24 +186,97 @@ TEST(Server, answersWhatIsNoHttpWithStatus400) {
   EXPECT_EQ(bench.Raw("/x").status, 200);
 }
 
+/// A request whose head has just that many bytes.
+std::string HeadOf(std::size_t bytes) {
+  const std::string begin = "GET /x HTTP/1.1\r\nHost: a\r\nX: ";
+  const std::string end = "\r\n\r\n";
+  return begin + std::string(bytes - begin.size() - end.size(), 'x') + end;
+}
+
 TEST(Server, limitsTheHeader) {
-  Options options = SmallMarket();
-  options.limits.header_bytes = 4096;
-  Bench bench(options);
+  const std::size_t limit = Limits().header_bytes;
+  Bench bench;
   RawClient client(bench.server().port());
-  client.Send("GET /x HTTP/1.1\r\nX: " + std::string(8192, 'x') + "\r\n\r\n");
+  client.Send(HeadOf(limit));
+  EXPECT_EQ(client.ReadAnswer().status, 200);
+  client.Send(HeadOf(limit + 1));
   EXPECT_EQ(ParseAnswer(client.ReadAll()).status, 431);
   EXPECT_EQ(client.end(), End::kClosed);
+  RawClient endless(bench.server().port());
+  endless.Send("GET /x HTTP/1.1\r\nX: " + std::string(limit, 'x'));
+  EXPECT_EQ(endless.ReadAnswer().status, 431) << "a head that does not end";
+}
+
+TEST(Server, aFieldOfSixtyFourKibibytesEndsNothing) {
+  Options options = SmallMarket();
+  options.control_port = 0;
+  Bench bench(options);
+  // A parser that keeps a field's length in sixteen bits once threw on a thread of the server.
+  for (const std::size_t size : {65'533U, 65'534U, 65'535U, 65'536U, 70'000U}) {
+    const std::string text(size, 'x');
+    for (const std::string& field : {"X: " + text, text + ": x"}) {
+      for (const std::uint16_t port : {bench.server().port(), bench.server().control_port()}) {
+        RawClient client(port);
+        client.Send("GET /status HTTP/1.1\r\nHost: " + client.host() + "\r\n" + field + "\r\n\r\n");
+        EXPECT_EQ(client.ReadAnswer().status, 200) << size;
+      }
+    }
+  }
 }
 
 TEST(Server, limitsTheBody) {
-  Options options = SmallMarket();
-  options.limits.body_bytes = 1000;
-  Bench bench(options);
+  const std::size_t limit = Limits().body_bytes;
+  Bench bench;
   RawClient client(bench.server().port());
-  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nContent-Length: 2000\r\n\r\n" + std::string(2000, 'x'));
-  EXPECT_EQ(ParseAnswer(client.ReadAll()).status, 413);
+  const auto send = [&client](std::size_t bytes) {
+    client.Send("POST /x HTTP/1.1\r\nHost: a\r\nContent-Length: " + std::to_string(bytes) + "\r\n\r\n" +
+                std::string(bytes, 'x'));
+  };
+  send(limit);
+  EXPECT_EQ(client.ReadAnswer().status, 405);
+  send(limit + 1);
+  EXPECT_EQ(client.ReadAnswer().status, 413);
+  client.ReadAll();
   EXPECT_EQ(client.end(), End::kClosed);
+}
+
+TEST(Server, refusalsHaveTheDateAndEndTheConnection) {
+  const TemporaryDirectory directory;
+  Options options = SmallMarket();
+  options.access_log = directory.File("access.log");
+  Bench bench(options);
+  const std::pair<std::string, int> requests[] = {
+      {"no http\r\n\r\n", 400},
+      {"GET /x HTTP/1.1\r\nHost: a\r\nHost: a\r\n\r\n", 400},
+      {"POST /x HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n", 411},
+      {"POST /x HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n", 413},
+      {HeadOf(options.limits.header_bytes + 1), 431}};
+  for (const auto& [request, status] : requests) {
+    RawClient client(bench.server().port());
+    client.Send(request);
+    const RawAnswer answer = ParseAnswer(client.ReadAll());
+    EXPECT_EQ(answer.status, status);
+    EXPECT_EQ(answer.Field("Date"), "Fri, 15 Mar 2024 02:30:00 GMT") << status;
+    EXPECT_EQ(answer.Field("X-Market-Speed"), "0") << status;
+    EXPECT_EQ(answer.Field("Connection"), "close") << status;
+    EXPECT_EQ(client.end(), End::kClosed) << status;
+    EXPECT_NE(Content(directory.File("access.log")).find(" - - " + std::to_string(status) + " 0 0 "),
+              std::string::npos)
+        << status;
+  }
+  EXPECT_EQ(bench.server().ReadCounters().errors, std::size(requests));
+}
+
+TEST(Server, consentsToABodyBeforeItIsSent) {
+  Bench bench;
+  RawClient client(bench.server().port());
+  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
+  const std::string consent = client.ReadAll(milliseconds(5000), 1);
+  EXPECT_EQ(consent, "HTTP/1.1 100 Continue\r\n\r\n");
+  client.Send("abc");
+  EXPECT_EQ(client.ReadAnswer().status, 405);
+  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nExpect: 100-continue\r\nContent-Length: 99999\r\n\r\n");
+  EXPECT_EQ(client.ReadAnswer().status, 413) << "a body that is too long is not asked for";
 }
 
 TEST(Server, limitsTheNumberOfConnections) {
