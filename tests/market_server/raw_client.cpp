@@ -81,6 +81,10 @@ bool RawClient::Send(std::string_view bytes) {
   return true;
 }
 
+void RawClient::EndSending() {
+  ::shutdown(socket_, SHUT_WR);
+}
+
 bool RawClient::SendGet(const std::string& target) {
   return Send("GET " + target + " HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
 }

@@ -1,10 +1,7 @@
 // The server as a client on a socket meets it: start and stop, keep-alive, headers, limits, HTTPS,
 // signatures, log.
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/pem.h>
 #include <openssl/ssl.h>
-#include <openssl/x509.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -18,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "certificate.h"
 #include "server_fixture.h"
 
 namespace market_server::testing {
@@ -493,29 +491,6 @@ TEST(AccessLogFile, hasOneLineForEachAnswerWithoutSignatures) {
 }
 
 // HTTPS
-
-/// Writes a self-signed certificate for 127.0.0.1 and its key.
-void WriteCertificate(const std::string& certificate_file, const std::string& key_file) {
-  EVP_PKEY* key = EVP_EC_gen("P-256");
-  X509* certificate = X509_new();
-  ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
-  X509_gmtime_adj(X509_getm_notBefore(certificate), -3600);
-  X509_gmtime_adj(X509_getm_notAfter(certificate), 3600);
-  X509_set_pubkey(certificate, key);
-  X509_NAME* name = X509_get_subject_name(certificate);
-  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("127.0.0.1"),
-                             -1, -1, 0);
-  X509_set_issuer_name(certificate, name);
-  X509_sign(certificate, key, EVP_sha256());
-  FILE* file = std::fopen(certificate_file.c_str(), "w");
-  PEM_write_X509(file, certificate);
-  std::fclose(file);
-  file = std::fopen(key_file.c_str(), "w");
-  PEM_write_PrivateKey(file, key, nullptr, nullptr, 0, nullptr, nullptr);
-  std::fclose(file);
-  X509_free(certificate);
-  EVP_PKEY_free(key);
-}
 
 class Tls : public ::testing::Test {
  protected:

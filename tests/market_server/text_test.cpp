@@ -81,7 +81,9 @@ TEST(JsonWriter, textsAreEscaped) {
   json.EndArray();
   json.EndArray();
   json.EndObject();
-  EXPECT_EQ(text, R"({"k\"":"a\\b\"c\u000a\u0001\u007f上证","n":18446744073709551615,"list":[1,{},[]]})");
+  EXPECT_EQ(text, R"({"k\"":"a\\b\"c\n\u0001)"
+                  "\x7f"
+                  R"(上证","n":18446744073709551615,"list":[1,{},[]]})");
 }
 
 const std::string kAnswer = R"({"errno":0,"data":{"list":[{"a":1,"b":"x"},{"a":2,"b":"y"}]}})";
