@@ -1,11 +1,11 @@
-#include "control.h"
+#include "market_server/control.h"
 
 #include <charconv>
 #include <stdexcept>
 
-#include "answer.h"
-#include "clock.h"
-#include "json_writer.h"
+#include "market_server/answer.h"
+#include "market_server/clock.h"
+#include "market_server/json_writer.h"
 
 namespace market_server {
 namespace {

@@ -2,8 +2,8 @@
 // faults and clock of a running server. Refuses browsers. Thread-safe as far as the Server is.
 #pragma once
 
-#include "http/listener.h"
-#include "market_server.h"
+#include "market_server/http/listener.h"
+#include "market_server/market_server.h"
 
 namespace market_server {
 

@@ -1,4 +1,4 @@
-#include "faults.h"
+#include "market_server/faults.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "clock.h"
+#include "market_server/clock.h"
 
 namespace market_server {
 namespace {

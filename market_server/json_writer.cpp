@@ -1,4 +1,4 @@
-#include "json_writer.h"
+#include "market_server/json_writer.h"
 
 #include <rapidjson/writer.h>
 

@@ -1,10 +1,10 @@
-#include "service.h"
+#include "market_server/service.h"
 
 #include <exception>
 #include <utility>
 
-#include "endpoints/history.h"
-#include "routes.h"
+#include "market_server/endpoints/history.h"
+#include "market_server/routes.h"
 
 namespace market_server {
 namespace {
@@ -51,6 +51,8 @@ http::Delivery Service::Handle(const http::Request& request) {
     exchange.answer = MakeAnswer(exchange);
   } catch (const model::Ceased&) {
     throw;  // the server ends: the connection does, too, without an answer
+  } catch (const ApiError& error) {
+    exchange.answer = MakeError(error.error(), error.what());
   } catch (const std::exception&) {
     exchange.answer = MakeError(Error::kInternal);
   }
@@ -94,7 +96,7 @@ Answer Service::MakeAnswer(const Exchange& exchange) {
     return answer;
   }
   if (!request.well_formed) return MakeError(Error::kMalformedQuery);
-  const model::Instant figures = market_.feed_time(instant);
+  const model::Instant figures = market_.FeedTime(instant);
   if (request.path.starts_with(endpoints::kStaticRoot)) return packages_.Serve(request.path, instant);
   if (request.path == endpoints::kHistoryPath) {
     return endpoints::AnswerHistory(request.parameters, market_, figures);

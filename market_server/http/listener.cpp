@@ -1,4 +1,4 @@
-#include "http/listener.h"
+#include "market_server/http/listener.h"
 
 #include <fcntl.h>
 

@@ -1,6 +1,6 @@
 // A listening socket and the connections that come in through it: HTTP/1.1 with keep-alive, in the clear or
 // over TLS, within limits. Knows bytes and time, nothing of markets: what is answered is a Handler's business
-// (the market's is ../service.h, the control connection's ../control.h). Thread-safety: everything runs on
+// (the market's is service.h, the control connection's control.h). Thread-safety: everything runs on
 // the threads of the io_context; Open, SetListening and Close may be called from any thread, one at a time.
 #pragma once
 
@@ -12,8 +12,8 @@
 #include <memory>
 #include <string>
 
-#include "http/message.h"
-#include "market_server.h"
+#include "market_server/http/message.h"
+#include "market_server/market_server.h"
 
 namespace market_server::http {
 

@@ -1,4 +1,4 @@
-#include "http/message.h"
+#include "market_server/http/message.h"
 
 #include <algorithm>
 #include <charconv>
@@ -173,13 +173,6 @@ void ReadTarget(Request& request) {
     request.well_formed = request.well_formed && name_ok && value_ok;
     request.parameters.push_back(std::move(parameter));
   }
-}
-
-const std::string* Find(const Parameters& parameters, std::string_view name) {
-  for (const auto& [key, value] : parameters) {
-    if (key == name) return &value;
-  }
-  return nullptr;
 }
 
 }  // namespace market_server::http

@@ -1,5 +1,5 @@
 // One request as the HTTP layer understood it, and one answer as the steps by which it is sent. Plain values,
-// no locks. What an endpoint answers, before it becomes bytes, is the Answer of ../answer.h.
+// no locks. What an endpoint answers, before it becomes bytes, is the Answer of answer.h.
 #pragma once
 
 #include <chrono>
@@ -75,8 +75,5 @@ struct Delivery {
 
 /// Fills path, query, parameters and well_formed from target. A parameter without "=" has an empty value.
 void ReadTarget(Request& request);
-
-/// The value of the first parameter of that name; null when there is none.
-[[nodiscard]] const std::string* Find(const Parameters& parameters, std::string_view name);
 
 }  // namespace market_server::http

@@ -1,5 +1,5 @@
 // The HTTP layer with a handler of the test's own: which thread answers what.
-#include "http/listener.h"
+#include "market_server/http/listener.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "http/message.h"
+#include "market_server/http/message.h"
 
 namespace market_server::http {
 namespace {

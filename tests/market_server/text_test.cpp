@@ -5,12 +5,12 @@
 #include <cmath>
 #include <limits>
 
-#include "access_log.h"
-#include "faults.h"
-#include "gzip.h"
-#include "http/message.h"
-#include "json_damage.h"
-#include "json_writer.h"
+#include "market_server/access_log.h"
+#include "market_server/faults.h"
+#include "market_server/gzip.h"
+#include "market_server/http/message.h"
+#include "market_server/json_damage.h"
+#include "market_server/json_writer.h"
 
 namespace market_server {
 namespace {
@@ -32,7 +32,7 @@ TEST(Query, isSplitAndDecoded) {
 }
 
 TEST(Query, aPlusSignIsItself) {
-  EXPECT_EQ(*http::Find(Read("/p?a=1+1").parameters, "a"), "1+1");
+  EXPECT_EQ(Read("/p?a=1+1").parameters.at(0).second, "1+1");
 }
 
 TEST(Query, badEscapesAreNoticed) {
