@@ -425,7 +425,9 @@ TEST(Server, aThousandSlowConnectionsDoNotKeepItFromAnswering) {
     ASSERT_TRUE(client.connected()) << i;
     if (i % 4 == 0) client.Send("GET /pc/rt/stock_version HTTP/1.1\r\nHost: ");
     if (i % 4 == 1) client.SendGet("/slow");
-    if (i % 4 == 2) EXPECT_EQ(client.Get("/x").status, 200) << i;
+    if (i % 4 == 2) {
+      EXPECT_EQ(client.Get("/x").status, 200) << i;
+    }
     // Every fourth says nothing at all.
   }
   for (int i = 0; i < 200; ++i) {
@@ -437,6 +439,63 @@ TEST(Server, aThousandSlowConnectionsDoNotKeepItFromAnswering) {
   slow[0]->Send(slow[0]->host() + "\r\n\r\n");
   EXPECT_EQ(slow[0]->ReadAnswer().status, 200);
   EXPECT_EQ(slow[3]->Get("/x").status, 200);
+}
+
+TEST(Server, hostileConnectionsDoNoHarmToGoodOnes) {
+  constexpr int kRounds = 25;
+  Options options = SmallMarket();
+  options.control_port = 0;
+  options.limits.request_time = milliseconds(500);
+  options.limits.answer_time = milliseconds(2000);
+  Bench bench(options);
+  const std::string page = bench.Sign(
+      "/pc/rt/get", {{"stock_type", ""}, {"sort_key", ""}, {"sort_type", ""}, {"start", "0"}, {"end", "-1"}});
+  const std::string get = "GET /x HTTP/1.1\r\nHost: a\r\n";
+  std::string pipeline;
+  for (int i = 0; i < 200; ++i) pipeline += "GET " + page + " HTTP/1.1\r\nHost: a\r\n\r\n";
+  const std::vector<std::string> hostile = {"",
+                                            "G",
+                                            std::string(200'000, '\0'),
+                                            get,
+                                            get + "X: " + std::string(65'534, 'x') + "\r\n\r\n",
+                                            get + std::string(65'534, 'x') + ": x\r\n\r\n",
+                                            get + std::string(200'000, 'x'),
+                                            get + "Content-Length: 60000\r\n\r\nfew",
+                                            get + "Content-Length: 18446744073709551615\r\n\r\n",
+                                            get + "Transfer-Encoding: chunked\r\n\r\nffffffffffffffff\r\n",
+                                            get + "Expect: 100-continue\r\nContent-Length: 1\r\n\r\n",
+                                            "\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03",
+                                            "GET /static/%00/../../etc/passwd HTTP/1.1\r\n\r\n",
+                                            "GET /kql?q=" + std::string(40'000, '[') + " HTTP/1.1\r\n\r\n",
+                                            pipeline};
+  std::atomic<bool> reached{true};
+  std::vector<std::thread> threads;
+  for (const std::uint16_t port :
+       {bench.server().port(), bench.server().port(), bench.server().control_port()}) {
+    threads.emplace_back([&, port] {
+      for (int round = 0; round < kRounds; ++round) {
+        for (const std::string& bytes : hostile) {
+          RawClient client(port);
+          if (!client.connected()) reached = false;
+          client.Send(bytes);
+          // Some read a little of what comes; all leave without a word, most with answers unread.
+          if (round % 4 == 0 && !bytes.empty()) client.ReadAll(milliseconds(1), 1000);
+        }
+      }
+    });
+  }
+  int good = 0;
+  constexpr int kGood = 200;
+  for (int i = 0; i < kGood; ++i) good += bench.Errno("/pc/rt/stock_detail_list", kIndices) == 0 ? 1 : 0;
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_TRUE(reached);
+  EXPECT_EQ(good, kGood);
+  EXPECT_EQ(bench.Errno("/pc/rt/stock_version"), 0);
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (bench.server().ReadCounters().open > 1 && std::chrono::steady_clock::now() < until) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(bench.server().ReadCounters().open, 1U) << "that of the good client";
 }
 
 TEST(Server, servesManyConnectionsAtOnce) {
