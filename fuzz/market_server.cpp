@@ -29,7 +29,7 @@ using market_server::testing::End;
 using market_server::testing::RawClient;
 
 constexpr const char* kClock = "2024-03-15 10:30:00";
-constexpr std::chrono::milliseconds kPatience{20'000};
+constexpr std::chrono::milliseconds kPatience{150'000};
 constexpr long kMostKibibytes = 1 << 20;
 
 // A server that answers unsigned requests, or one that speaks TLS and checks signatures.

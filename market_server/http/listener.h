@@ -5,15 +5,21 @@
 #pragma once
 
 #include <atomic>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ssl/context.hpp>
-#include <boost/asio/thread_pool.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "market_server/http/message.h"
 #include "market_server/market_server.h"
+
+// Declared only: most who include this header know handlers and requests, and nothing of sockets.
+namespace boost::asio {
+class io_context;
+class thread_pool;
+namespace ssl {
+class context;
+}  // namespace ssl
+}  // namespace boost::asio
 
 namespace market_server::http {
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>

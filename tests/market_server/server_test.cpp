@@ -1,5 +1,6 @@
 // The server as a client on a socket meets it: start and stop, keep-alive, headers, limits, HTTPS,
 // signatures, log.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <openssl/ssl.h>
 #include <sys/resource.h>
@@ -498,6 +499,36 @@ TEST(Server, hostileConnectionsDoNoHarmToGoodOnes) {
   EXPECT_EQ(bench.server().ReadCounters().open, 1U) << "that of the good client";
 }
 
+TEST(Server, acceptsAgainWhenDescriptorsHaveRunOut) {
+  Bench bench;
+  ASSERT_EQ(bench.Raw("/x").status, 200);
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  const rlimit few{std::min<rlim_t>(256, files.rlim_max), files.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  std::vector<int> fillers;
+  for (int fd = open("/dev/null", O_RDONLY); fd >= 0; fd = open("/dev/null", O_RDONLY)) fillers.push_back(fd);
+  ASSERT_FALSE(fillers.empty());
+  close(fillers.back());
+  fillers.pop_back();
+  RawClient client(bench.server().port());  // has the last descriptor: there is none for the other end
+  ASSERT_TRUE(client.connected());
+  client.SendGet("/x");
+  EXPECT_EQ(client.ReadAll(milliseconds(120)), "");
+  EXPECT_EQ(client.end(), End::kOpen);
+  for (const int fd : fillers) close(fd);
+  setrlimit(RLIMIT_NOFILE, &files);
+  EXPECT_EQ(client.ReadAnswer().status, 200);
+}
+
+TEST(Server, namesAnAddressThatReachesIt) {
+  Options options = SmallMarket();
+  options.bind = "0.0.0.0";
+  Bench bench(options);
+  EXPECT_EQ(bench.server().url(), "http://127.0.0.1:" + std::to_string(bench.server().port()));
+  EXPECT_EQ(bench.server().static_url(), bench.server().url() + "/static/");
+}
+
 TEST(Server, servesManyConnectionsAtOnce) {
   Bench bench;
   std::vector<std::string> targets;
@@ -549,6 +580,19 @@ TEST(AccessLogFile, hasOneLineForEachAnswerWithoutSignatures) {
   EXPECT_NE(log.find(" status\n"), std::string::npos) << log;
 }
 
+TEST(AccessLogFile, holdsNoSignatureWhereverItStands) {
+  const TemporaryDirectory directory;
+  Options options = SmallMarket();
+  options.access_log = directory.File("access.log");
+  Bench bench(options);
+  (void)bench.Raw("/pc/rt/stock_version?_s=secret1&_k=a&_s=secret2&b=c_s=d");
+  bench.server().Stop();
+  const std::string log = Content(directory.File("access.log"));
+  EXPECT_EQ(log.find("secret"), std::string::npos) << log;
+  EXPECT_NE(log.find("&_k=a&"), std::string::npos) << log;
+  EXPECT_NE(log.find("b=c_s=d"), std::string::npos) << log;
+}
+
 // HTTPS
 
 class Tls : public ::testing::Test {
@@ -560,7 +604,8 @@ class Tls : public ::testing::Test {
   }
 
   /// One request over TLS that trusts just that certificate; empty when there is no connection.
-  std::string Fetch(std::uint16_t port, const std::string& target, int highest_version) {
+  std::string Fetch(std::uint16_t port, const std::string& target, int highest_version,
+                    const std::string& fields = {}) {
     SSL_CTX* context = SSL_CTX_new(TLS_client_method());
     SSL_CTX_load_verify_locations(context, options.tls_cert.c_str(), nullptr);
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
@@ -573,7 +618,7 @@ class Tls : public ::testing::Test {
     BIO_set_conn_hostname(connection, where.c_str());
     if (BIO_do_connect(connection) == 1) {
       const std::string request =
-          "GET " + target + " HTTP/1.1\r\nHost: " + where + "\r\nConnection: close\r\n\r\n";
+          "GET " + target + " HTTP/1.1\r\nHost: " + where + "\r\n" + fields + "Connection: close\r\n\r\n";
       BIO_write(connection, request.data(), static_cast<int>(request.size()));
       char bytes[4096];
       int length = 0;
@@ -595,6 +640,33 @@ TEST_F(Tls, answersOverHttps) {
   const std::string text = Fetch(bench.server().port(), bench.Sign("/pc/rt/stock_version"), 0);
   EXPECT_EQ(ParseAnswer(text).status, 200);
   EXPECT_NE(text.find("\"errno\":0"), std::string::npos) << text;
+}
+
+TEST_F(Tls, limitsHeadsAsInTheClear) {
+  Bench bench(options);
+  const std::uint16_t port = bench.server().port();
+  const std::string long_field = "X: " + std::string(65'534, 'x') + "\r\n";
+  EXPECT_EQ(ParseAnswer(Fetch(port, "/x", 0, long_field)).status, 200);
+  EXPECT_EQ(ParseAnswer(Fetch(port, "/x", 0, long_field + long_field)).status, 431);
+  EXPECT_EQ(ParseAnswer(Fetch(port, "/x", 0, "Host: b\r\n")).status, 400);
+}
+
+TEST_F(Tls, needsACertificateAndTheKeyThatBelongsToIt) {
+  const auto refusal = [](const Options& changed) -> std::string {
+    try {
+      Server(changed).Start();
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "started";
+  };
+  Options no_certificate = options;
+  no_certificate.tls_cert.clear();
+  EXPECT_NE(refusal(no_certificate).find("both"), std::string::npos);
+  Options other_key = options;
+  other_key.tls_key = directory.File("other.pem");
+  WriteCertificate(directory.File("unused.pem"), other_key.tls_key);
+  EXPECT_NE(refusal(other_key).find("cannot use the private key"), std::string::npos) << refusal(other_key);
 }
 
 TEST_F(Tls, refusesProtocolsBelowTls12) {
@@ -674,6 +746,20 @@ TEST_F(ControlConnection, setsClockAndSpeed) {
   EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "60");
   EXPECT_TRUE(Control("PUT", "/clock", "later").starts_with("400 "));
   EXPECT_TRUE(Control("PUT", "/speed", "fast").starts_with("400 "));
+}
+
+TEST_F(ControlConnection, saysWhatIsWrongWithAnOrder) {
+  EXPECT_TRUE(Control("PUT", "/clock", "10:00\n11:00").starts_with("400 the body"));
+  EXPECT_TRUE(Control("PUT", "/clock", "").starts_with("400 the body"));
+  EXPECT_TRUE(Control("PUT", "/speed", "1x").starts_with("400 \"1x\""));
+  EXPECT_TRUE(Control("PUT", "/speed", "-1").starts_with("400 the speed"));
+  EXPECT_TRUE(Control("PUT", "/faults", "\r\n\nempty_body:/y\n\n").starts_with("200 "));
+  RawClient client(bench.server().control_port());
+  client.Send("no http\r\n\r\n");
+  EXPECT_EQ(client.ReadAnswer().status, 400);
+  RawClient local(bench.server().control_port());
+  local.Send("GET /status HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  EXPECT_EQ(local.ReadAnswer().status, 200);
 }
 
 TEST_F(ControlConnection, refusesBrowsers) {
