@@ -215,7 +215,7 @@ class Session : public std::enable_shared_from_this<Session> {
         while (step_ < delivery_.steps.size() && delivery_.steps[step_].kind == Step::Kind::kWrite) {
           texts.push_back(asio::buffer(delivery_.steps[step_++].bytes));
         }
-        return Write(std::move(texts), &Session::NextStep);
+        return Write(texts, &Session::NextStep);
       }
       case Step::Kind::kRepeat:
         if (done_++ >= step.count) return Advance();
@@ -243,7 +243,7 @@ class Session : public std::enable_shared_from_this<Session> {
 
   void PauseAfterDrop() { Pause(delivery_.steps[step_].pause, &Session::NextStep); }
 
-  void Write(std::vector<asio::const_buffer> texts, Then then) {
+  void Write(const std::vector<asio::const_buffer>& texts, Then then) {
     const auto written = [self = shared_from_this(), then](error_code error, std::size_t length) {
       self->context_->traffic.bytes_sent += length;
       if (!error) ((*self).*then)();
