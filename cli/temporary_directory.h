@@ -1,5 +1,5 @@
-// A directory of one run, below the system's directory for temporary files; gone with the object. Main thread
-// only.
+// A directory of one run, below the system's directory for temporary files; gone with the object. One that a
+// crashed run left is removed by the next. Main thread only.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@ namespace cli {
 
 class TemporaryDirectory {
  public:
-  /// Makes "csm-" and six random characters, for this user alone. Throws std::runtime_error when it cannot be
-  /// made.
+  /// Makes "csm-run-" and six random characters, for this user alone, and removes those of this user that no
+  /// process holds any more. Throws std::runtime_error when it cannot be made.
   TemporaryDirectory();
   /// Removes it with all that is in it.
   ~TemporaryDirectory();
@@ -20,6 +20,7 @@ class TemporaryDirectory {
 
  private:
   std::string path_;
+  int held_ = -1;  ///< the directory, locked for as long as this process lives
 };
 
 }  // namespace cli

@@ -1,4 +1,4 @@
-#include "access_log.h"
+#include "market_server/access_log.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -8,14 +8,14 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "model/calendar.h"
+#include "market_server/model/calendar.h"
 
 namespace market_server {
 namespace {
 
 std::string TimeText(double time) {
-  const model::Date date = model::date_of(time);
-  const int second = model::second_of_day(time);
+  const model::Date date = model::DateOf(time);
+  const int second = model::SecondOfDay(time);
   char text[64];
   std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02d:%02d:%02d", date / 10000, date / 100 % 100,
                 date % 100, second / 3600, second / 60 % 60, second % 60);
@@ -65,9 +65,11 @@ AccessLog::~AccessLog() {
 
 void AccessLog::Write(const Exchange& exchange, std::size_t bytes, std::chrono::microseconds took) const {
   if (!enabled()) return;
-  std::string_view target = exchange.request.target;
-  if (const std::size_t signature = target.find("&_s="); signature != std::string_view::npos) {
-    target = target.substr(0, signature);
+  std::string target = exchange.request.target;
+  for (const char* mark : {"&_s=", "?_s="}) {
+    for (std::size_t at = target.find(mark); at != std::string::npos; at = target.find(mark)) {
+      target.erase(at + 1, target.find('&', at + 1) - at - 1);
+    }
   }
   std::string line = TimeText(RealNow()) + " " + TimeText(exchange.instant) + " " + exchange.request.peer +
                      " " + LogSafe(exchange.request.method) + " " + LogSafe(target) + " " +

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "faults.h"
+#include "market_server/faults.h"
 
 namespace market_server {
 

@@ -1,6 +1,6 @@
-#include "answer.h"
+#include "market_server/answer.h"
 
-#include "json_writer.h"
+#include "market_server/json_writer.h"
 
 namespace market_server {
 namespace {

@@ -1,4 +1,4 @@
-#include "clock.h"
+#include "market_server/clock.h"
 
 #include <charconv>
 #include <chrono>
@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "model/calendar.h"
+#include "market_server/model/calendar.h"
 
 namespace market_server {
 namespace {
@@ -62,7 +62,7 @@ bool TakeDate(std::string_view& text, std::uint32_t& date) {
   if (dashes && !Take(rest, '-')) return false;
   if (!TakeNumber(rest, 2, day)) return false;
   date = year * 10000 + month * 100 + day;
-  if (!model::is_date(date)) return false;
+  if (!model::IsDate(date)) return false;
   text = rest;
   return true;
 }
@@ -76,15 +76,15 @@ double ParseClock(std::string_view text, double now) {
         "\"" + given + "\" is no clock: give now, replay, HH:MM[:SS], YYYY-MM-DD[ HH:MM[:SS]] or @SECONDS");
   };
   if (text == "now") return now;
-  const model::Date today = model::date_of(now);
-  const int second = model::second_of_day(now);
-  const bool trading = model::is_trading_day(today);
+  const model::Date today = model::DateOf(now);
+  const int second = model::SecondOfDay(now);
+  const bool trading = model::IsTradingDay(today);
   const auto at = [](model::Date date, int time_of_day) {
-    return model::instant_of(date, 0, 0, 0) + time_of_day;
+    return model::InstantOf(date, 0, 0, 0) + time_of_day;
   };
   if (text.empty() && trading && second >= kAuction && second < kClose) return now;
   if (text.empty() || text == "replay") {
-    return at(trading && second >= kClose ? today : model::previous_trading_day(today), kOpen);
+    return at(trading && second >= kClose ? today : model::PreviousTradingDay(today), kOpen);
   }
   if (Take(text, '@')) {
     std::int64_t seconds = 0;
@@ -97,7 +97,7 @@ double ParseClock(std::string_view text, double now) {
   }
   int time_of_day = 0;
   if (ReadTimeOfDay(text, time_of_day)) {
-    return at(trading ? today : model::previous_trading_day(today), time_of_day);
+    return at(trading ? today : model::PreviousTradingDay(today), time_of_day);
   }
   std::uint32_t date = 0;
   if (!TakeDate(text, date)) throw refuse();

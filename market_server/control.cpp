@@ -1,11 +1,11 @@
-#include "control.h"
+#include "market_server/control.h"
 
 #include <charconv>
 #include <stdexcept>
 
-#include "answer.h"
-#include "clock.h"
-#include "json_writer.h"
+#include "market_server/answer.h"
+#include "market_server/clock.h"
+#include "market_server/json_writer.h"
 
 namespace market_server {
 namespace {
@@ -67,6 +67,15 @@ bool LoopbackName(std::string_view host) {
   return name == "127.0.0.1" || name == "localhost";
 }
 
+http::Step Text(const std::string& status, const std::string& body) {
+  const char* type = status.starts_with("200") ? "application/json" : "text/plain";
+  return {http::Step::Kind::kWrite,
+          "HTTP/1.1 " + status + "\r\nContent-Type: " + type +
+              "; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body,
+          1,
+          {}};
+}
+
 }  // namespace
 
 http::Delivery Control::Handle(const http::Request& request) {
@@ -98,16 +107,11 @@ http::Delivery Control::Handle(const http::Request& request) {
     status = "400 Bad Request";
     body = std::string(error.what()) + "\n";
   }
-  http::Delivery delivery;
-  delivery.keep_alive = request.keep_alive;
-  delivery.steps.push_back(
-      {http::Step::Kind::kWrite,
-       "HTTP/1.1 " + status +
-           "\r\nContent-Type: " + (status.starts_with("200") ? "application/json" : "text/plain") +
-           "; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body,
-       1,
-       {}});
-  return delivery;
+  return {{Text(status, body)}, request.keep_alive};
+}
+
+http::Delivery Control::Refuse(unsigned status, const std::string& /*peer*/) {
+  return {{Text(std::to_string(status) + " Refused", {})}, false};
 }
 
 }  // namespace market_server

@@ -2,8 +2,8 @@
 // faults and clock of a running server. Refuses browsers. Thread-safe as far as the Server is.
 #pragma once
 
-#include "http/listener.h"
-#include "market_server.h"
+#include "market_server/http/listener.h"
+#include "market_server/market_server.h"
 
 namespace market_server {
 
@@ -15,6 +15,7 @@ class Control : public http::Handler {
   bool TakesLong(const http::Request&) const override { return false; }
   /// GET /status, PUT /faults (one rule a line), DELETE /faults, PUT /clock, PUT /speed.
   http::Delivery Handle(const http::Request& request) override;
+  http::Delivery Refuse(unsigned status, const std::string& peer) override;
 
  private:
   Server& server_;

@@ -1,9 +1,9 @@
 // The table of faults and what each of them does to an answer. How rules are read and chosen is faults.cpp.
 #include <algorithm>
 
-#include "faults.h"
-#include "gzip.h"
-#include "json_damage.h"
+#include "market_server/faults.h"
+#include "market_server/gzip.h"
+#include "market_server/json_damage.h"
 
 namespace market_server {
 namespace {

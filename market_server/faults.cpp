@@ -1,4 +1,4 @@
-#include "faults.h"
+#include "market_server/faults.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "clock.h"
+#include "market_server/clock.h"
 
 namespace market_server {
 namespace {
@@ -62,8 +62,14 @@ std::string_view Reason(unsigned status) {
       return "Not Found";
     case 405:
       return "Method Not Allowed";
+    case 411:
+      return "Length Required";
+    case 413:
+      return "Payload Too Large";
     case 429:
       return "Too Many Requests";
+    case 431:
+      return "Request Header Fields Too Large";
     case 500:
       return "Internal Server Error";
     case 502:

@@ -13,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include "answer.h"
-#include "http/listener.h"
-#include "http/message.h"
-#include "market_server.h"
+#include "market_server/answer.h"
+#include "market_server/http/listener.h"
+#include "market_server/http/message.h"
+#include "market_server/market_server.h"
 
 namespace market_server {
 

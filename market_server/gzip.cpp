@@ -1,4 +1,4 @@
-#include "gzip.h"
+#include "market_server/gzip.h"
 
 #include <zlib.h>
 

@@ -1,4 +1,4 @@
-#include "json_damage.h"
+#include "market_server/json_damage.h"
 
 #include <rapidjson/document.h>
 #include <rapidjson/reader.h>

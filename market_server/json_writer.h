@@ -1,60 +1,40 @@
 // Writes JSON text at the end of a string. The caller keeps the brackets in balance. Not thread-safe.
-// Numbers are written in the shortest form that reads back as the same double; what is no number becomes
-// null.
+// Numbers are written in the shortest form that reads back as the same double, whole ones below 10^15 as
+// digits alone; what is no number becomes null.
 #pragma once
 
-#include <charconv>
-#include <cmath>
 #include <concepts>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace market_server {
 
 class JsonWriter {
  public:
-  explicit JsonWriter(std::string& out) : out_(out) {}
+  explicit JsonWriter(std::string& out);
+  ~JsonWriter();
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
 
-  void BeginObject() { Open('{'); }
-  void EndObject() { Close('}'); }
-  void BeginArray() { Open('['); }
-  void EndArray() { Close(']'); }
-
-  void Key(std::string_view key) {
-    Separate();
-    Quote(key);
-    out_.push_back(':');
-    first_ = true;
-  }
-
-  void Value(std::string_view text) {
-    Separate();
-    Quote(text);
-  }
+  void BeginObject();
+  void EndObject();
+  void BeginArray();
+  void EndArray();
+  void Key(std::string_view key);
+  void Value(std::string_view text);
+  void Value(double number);
+  void Value(std::int64_t number);
+  void Value(std::uint64_t number);
   void Value(const char* text) { Value(std::string_view(text)); }
-  void Value(const std::string& text) { Value(std::string_view(text)); }
-
-  void Value(double number) {
-    Separate();
-    if (!std::isfinite(number)) {
-      out_ += "null";
-      return;
-    }
-    // Whole numbers are written out: no negative zero, no 1.6e+12 for an amount.
-    constexpr double kWholeLimit = 1e15;
-    if (number == std::trunc(number) && std::abs(number) < kWholeLimit) {
-      Digits(static_cast<std::int64_t>(number));
-    } else {
-      Digits(number);
-    }
-  }
-
   template <std::integral Integer>
-  requires(!std::is_same_v<Integer, bool> && !std::is_same_v<Integer, char>) void Value(Integer number) {
-    Separate();
-    Digits(number);
+  requires(!std::same_as<Integer, bool>) void Value(Integer number) {
+    if constexpr (std::signed_integral<Integer>) {
+      Value(std::int64_t{number});
+    } else {
+      Value(std::uint64_t{number});
+    }
   }
 
   template <class T>
@@ -64,46 +44,8 @@ class JsonWriter {
   }
 
  private:
-  void Open(char bracket) {
-    Separate();
-    out_.push_back(bracket);
-    first_ = true;
-  }
-  void Close(char bracket) {
-    out_.push_back(bracket);
-    first_ = false;
-  }
-  void Separate() {
-    if (!first_) out_.push_back(',');
-    first_ = false;
-  }
-  template <class Number>
-  void Digits(Number number) {
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof text, number).ptr;
-    out_.append(text, end);
-  }
-  void Quote(std::string_view text) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    out_.push_back('"');
-    for (const char c : text) {
-      const auto byte = static_cast<unsigned char>(c);
-      if (c == '"' || c == '\\') {
-        out_.push_back('\\');
-        out_.push_back(c);
-      } else if (byte < 0x20 || byte == 0x7f) {
-        out_ += "\\u00";
-        out_.push_back(kDigits[byte >> 4]);
-        out_.push_back(kDigits[byte & 15]);
-      } else {
-        out_.push_back(c);
-      }
-    }
-    out_.push_back('"');
-  }
-
-  std::string& out_;
-  bool first_ = true;
+  struct Text;
+  std::unique_ptr<Text> text_;
 };
 
 }  // namespace market_server

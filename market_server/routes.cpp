@@ -1,11 +1,11 @@
-#include "routes.h"
+#include "market_server/routes.h"
 
 #include <rapidjson/document.h>
 
 #include <algorithm>
 #include <charconv>
 
-#include "endpoints/endpoints.h"
+#include "market_server/endpoints/endpoints.h"
 
 namespace market_server {
 namespace {
@@ -40,7 +40,7 @@ const std::vector<Route>& Table() {
   // clang-format off
   static const auto& table = *new std::vector<Route>{
     {"/pc/rt/stock_detail_list", {kStockArr}, StockDetailList,
-     "Full quotes of the securities in the list, in its order; what is unknown or not yet listed is left out.",
+     "Full quotes of the stocks, indices and plates in the list, in its order and as often as they stand there; what is unknown or not yet listed is left out. A plate has the row of /pc/rt/get_bk_detail.",
      R"(stock_arr=["sh000001","sh600000"])"},
     {"/pc/rt/get", {kStockType, kStockSort, kDirection, kStart, kEnd}, StockPage,
      "Full quotes of one page of a board.", "stock_type=cn_a&sort_key=change&sort_type=desc&start=0&end=1"},
@@ -54,37 +54,37 @@ const std::vector<Route>& Table() {
      "One page of the stocks of a plate; columns that stocks do not have order by change.",
      "bk_code=bk1001&sort_key=change&sort_type=desc&start=0&end=2"},
     {"/pc/rt/get_stock_rank", {kStockType, kStockSort, kDirection, kNum}, StockRank,
-     "The first stocks of a board by a column.", "stock_type=cn_a&sort_key=change&sort_type=desc&num=2"},
+     "The first `num` stocks of a board by a column; none when it is negative.", "stock_type=cn_a&sort_key=change&sort_type=desc&num=2"},
     {"/pc/rt/stock_five_change", {kStockType, kStockSort, kDirection}, StockFiveChange,
      "The first hundred stocks of a board; here \"change\" is that of the last five trading minutes.",
      "stock_type=cn_a&sort_key=change&sort_type=desc"},
     {"/pc/rt/get_bk_rank", {kPlateType, kPlateSort, kDirection, kNum}, PlateRank,
-     "The first plates of a kind by a column.", "bk_type=gn&sort_key=change&sort_type=desc&num=2"},
+     "The first `num` plates of a kind by a column; none when it is negative.", "bk_type=gn&sort_key=change&sort_type=desc&num=2"},
     {"/pc/rt/get_day_time", {kStockArr}, DayMinutes,
-     "Today's minute line of every symbol, under the symbol as it was asked for.", R"(stock_arr=["sh600000"])"},
+     "The minute line of the session of every symbol, once each, under the symbol as it was asked for; nothing for what is unknown.", R"(stock_arr=["sh600000"])"},
     {"/pc/rt/get_day_htime", {kStock, kDate}, PastDayMinutes,
-     "The minute line of one symbol on one trading day.", "stock=sh600000&date=20240313", Cost::kDays},
+     "The minute line of one symbol on one trading day; `\"data\": {}` when the symbol is unknown or the day is none or still to come.", "stock=sh600000&date=20240313", Cost::kDays},
     {"/pc/rt/get_choice_htime", {kStock, kDate, {"rn", K::kInteger}}, ChosenDaysMinutes,
-     "The minute lines of one symbol on the \"rn\" trading days that end with the date, oldest first; 1 to 250 days.",
+     "The minute lines of one symbol on the `rn` trading days that end with the date, oldest first; less than 1 counts as 1, more than 250 as 250. Days on which it did not trade are left out, so that there may be fewer, or an empty array; `\"data\": {}` when the symbol is unknown.",
      "stock=sh600000&date=20240313&rn=2", Cost::kDays},
     {"/pc/rt/get_day_kline", {kStockArr}, DayCandle,
-     "Today's candle of every symbol, not adjusted; nothing for what did not trade.", R"(stock_arr=["sh600000"])"},
+     "The candle of the session of every symbol, once each, not adjusted; nothing for what is unknown or has not traded.", R"(stock_arr=["sh600000"])"},
     {"/pc/monitor/get_monitor", {{"date", K::kSeconds}}, MarketEvents,
-     "The events of the day of that instant up to that instant, newest first.", "date=1710468000", Cost::kDays},
+     "The events of the day (UTC+8) of that instant, up to it and to the server's clock, newest first; `time` is a text.", "date=1710468000", Cost::kDays},
     {"/pc/rt/stock_in_out", {kStockArr}, StockFlows,
-     "Capital flows in yuan through big and small orders over 1, 5 and 10 days.", R"(stock_arr=["sh600000"])"},
+     "Capital flows in yuan through big and small orders over 1, 5 and 10 days, the session included; zeros for indices and plates. `mtime` is in seconds since 1970-01-01 UTC.", R"(stock_arr=["sh600000"])"},
     {"/pc/rt/stock_min_num", {kDate}, MinuteBreadth,
      "Stocks up and down at each minute of a day.", "date=0", Cost::kDays},
     {"/pc/rt/stock_distribute_num", {kDate}, ChangeDistribution,
-     "Stocks up, unchanged and down, and the ten buckets from limit down to limit up.", "date=0", Cost::kDays},
+     "How many stocks are up, unchanged and down, and ten counts by `change`: at the lower limit, below -7, to -5, to -3, to 0, to 3, to 5, to 7, above 7, at the upper limit. An edge belongs to the bucket next to 0; what stands at its limit is in the first or the last, whatever its limit is. Suspended stocks are not counted.", "date=0", Cost::kDays},
     {"/pc/rt/stock_min_average", {kDate}, MinuteAverage,
      "The average change of all stocks in percent at each minute of a day.", "date=0", Cost::kDays},
     {"/pc/rt/stock_trade", {}, MarginTrade,
-     "Margin balances of the two exchanges, newest day first.", "", Cost::kDays},
+     "Margin balances (`bsta`) of the two exchanges in yuan on the 120 trading days before the session, newest first, with the closes of sh000001 and sz399001.", "", Cost::kDays},
     {"/pc/rt/stock_buy", {}, NewShares,
-     "New shares to subscribe for, latest first.", ""},
+     "New shares, the latest subscription first: those announced by the session and not subscribed for more than 60 trading days ago. Units: see above.", ""},
     {"/pc/rt/stock_version", {}, KLineVersion,
-     "The version of the candle packages; a greater text is newer.", ""},
+     "The version of the candle packages, eight digits; a greater text is newer.", ""},
     {"/pc/rt/get_basic_info", {}, BasicInfo,
      "All listed stocks by exchange: code, name, pinyin initials, board.", ""},
     {"/pc/rt/get_bk_list", {}, PlateList,
@@ -94,7 +94,7 @@ const std::vector<Route>& Table() {
     {"/pc/rt/stock_in_bk", {{"category", K::kPlateType}}, StockInPlates,
      "The plates of every stock.", "category=hy"},
     {"/pc/rt/trade_date", {{"date", K::kYear}}, TradeDate,
-     "The weekdays of a year on which the exchanges are closed.", "date=2024"},
+     "The weekdays of a year on which the exchanges are closed; in years without a list of their own, the fixed holidays alone.", "date=2024"},
   };
   // clang-format on
   return table;
@@ -133,13 +133,13 @@ bool Accept(const ParameterRule& parameter, const std::string& value, Call& call
     case K::kDate: {
       if (!number(0, 99991231)) return false;
       const auto date = static_cast<model::Date>(call.numbers[parameter.name]);
-      return date == 0 || model::is_date(date);
+      return date == 0 || model::IsDate(date);
     }
     case K::kYear: {
       if (!number(1900, 99991231)) return false;
       std::int64_t& year = call.numbers[parameter.name];
       if (year > 9999) {
-        if (!model::is_date(static_cast<model::Date>(year))) return false;
+        if (!model::IsDate(static_cast<model::Date>(year))) return false;
         year /= 10000;
       }
       return true;
@@ -191,31 +191,33 @@ const Route* FindRoute(std::string_view path) {
   return route == table.end() ? nullptr : &*route;
 }
 
+const std::string& ReadOnce(const http::Parameters& parameters, std::string_view name) {
+  const std::string* found = nullptr;
+  for (const auto& [key, value] : parameters) {
+    if (key != name) continue;
+    if (found != nullptr) throw ApiError(Error::kRepeatedParameter, std::string(name));
+    found = &value;
+  }
+  if (found == nullptr) throw ApiError(Error::kMissingParameter, std::string(name));
+  return *found;
+}
+
 Answer AnswerRoute(const Route& route, const http::Parameters& parameters, const model::Market& market,
                    model::Instant instant) {
   Call call{market, instant};
   for (const ParameterRule& parameter : route.parameters) {
-    const std::string* value = nullptr;
-    for (const auto& [name, text] : parameters) {
-      if (name != parameter.name) continue;
-      if (value != nullptr) return MakeError(Error::kRepeatedParameter, parameter.name);
-      value = &text;
+    if (!Accept(parameter, ReadOnce(parameters, parameter.name), call)) {
+      throw ApiError(Error::kBadParameter, std::string(parameter.name));
     }
-    if (value == nullptr) return MakeError(Error::kMissingParameter, parameter.name);
-    if (!Accept(parameter, *value, call)) return MakeError(Error::kBadParameter, parameter.name);
   }
-  if (call.symbols.size() > kMostSymbols) return MakeError(Error::kTooManySymbols);
-  try {
-    Answer answer;
-    JsonWriter json(answer.body);
-    json.BeginObject();
-    json.Member("errno", 0);
-    route.encode(call, json);
-    json.EndObject();
-    return answer;
-  } catch (const ApiError& error) {
-    return MakeError(error.error(), error.what());
-  }
+  if (call.symbols.size() > kMostSymbols) throw ApiError(Error::kTooManySymbols, {});
+  Answer answer;
+  JsonWriter json(answer.body);
+  json.BeginObject();
+  json.Member("errno", 0);
+  route.encode(call, json);
+  json.EndObject();
+  return answer;
 }
 
 }  // namespace market_server

@@ -12,10 +12,10 @@
 #include <utility>
 #include <vector>
 
-#include "answer.h"
-#include "http/message.h"
-#include "json_writer.h"
-#include "model/market.h"
+#include "market_server/answer.h"
+#include "market_server/http/message.h"
+#include "market_server/json_writer.h"
+#include "market_server/model/market.h"
 
 namespace market_server {
 
@@ -43,7 +43,7 @@ struct ParameterRule {
 /// The values that a parameter of that kind may have besides the empty one; empty when it is no word.
 [[nodiscard]] std::span<const std::string_view> Words(ParameterKind kind);
 
-/// Thrown by an encoder when it cannot answer.
+/// Thrown by whatever cannot answer a request.
 class ApiError : public std::runtime_error {
  public:
   ApiError(Error error, const std::string& detail) : std::runtime_error(detail), error_(error) {}
@@ -52,6 +52,9 @@ class ApiError : public std::runtime_error {
  private:
   Error error_;
 };
+
+/// The value of the one parameter of that name. Throws ApiError when there is none, or more than one.
+[[nodiscard]] const std::string& ReadOnce(const http::Parameters& parameters, std::string_view name);
 
 /// What an encoder is given: its parameters, checked, and the market as it stands.
 struct Call {
@@ -84,6 +87,7 @@ struct Route {
 [[nodiscard]] const Route* FindRoute(std::string_view path);
 
 /// Checks the parameters and encodes the answer for the figures of `instant`. Signing parameters are ignored.
+/// Throws ApiError.
 [[nodiscard]] Answer AnswerRoute(const Route& route, const http::Parameters& parameters,
                                  const model::Market& market, model::Instant instant);
 

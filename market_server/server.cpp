@@ -14,15 +14,15 @@
 #include <utility>
 #include <vector>
 
-#include "access_log.h"
-#include "clock.h"
-#include "control.h"
-#include "faults.h"
-#include "http/listener.h"
-#include "market_server.h"
-#include "model/market.h"
-#include "service.h"
-#include "signing.h"
+#include "market_server/access_log.h"
+#include "market_server/clock.h"
+#include "market_server/control.h"
+#include "market_server/faults.h"
+#include "market_server/http/listener.h"
+#include "market_server/market_server.h"
+#include "market_server/model/market.h"
+#include "market_server/service.h"
+#include "market_server/signing.h"
 
 namespace market_server {
 namespace {
@@ -47,11 +47,11 @@ std::string RandomHex(std::size_t bytes) {
 }
 
 model::Scenario ReadScenario(const std::string& name) {
-  if (name.empty()) return model::Scenario::none;
-  const auto scenario = model::scenario_named(name);
+  if (name.empty()) return model::Scenario::kNone;
+  const auto scenario = model::ScenarioNamed(name);
   if (!scenario) {
     std::string known;
-    for (const std::string_view other : model::scenario_names()) known += " " + std::string(other);
+    for (const std::string_view other : model::ScenarioNames()) known += " " + std::string(other);
     throw std::runtime_error("there is no scenario \"" + name + "\"; there are:" + known);
   }
   return *scenario;
@@ -87,6 +87,17 @@ struct Running {
   std::thread history;  ///< makes what the first index candles need; ends by itself
 };
 
+/// Until the context is stopped. A call-back that throws has run out of memory and costs its connection.
+void Run(asio::io_context& io) {
+  while (!io.stopped()) {
+    try {
+      io.run();
+    } catch (const std::exception&) {
+      continue;
+    }
+  }
+}
+
 }  // namespace
 
 class Server::Impl {
@@ -112,7 +123,7 @@ class Server::Impl {
     market.seed = options_.seed;
     market.stocks = options_.stocks;
     market.scenario = ReadScenario(options_.scenario);
-    market.scenario_date = model::session_date(clock_.Now());
+    market.scenario_date = model::SessionDate(clock_.Now());
     run->tls = MakeTls(options_.tls_cert, options_.tls_key);
     run->log = std::make_unique<AccessLog>(options_.access_log);
     run->market = std::make_unique<model::Market>(market);
@@ -130,14 +141,14 @@ class Server::Impl {
       run->control->Open(std::string(kControlAddress), *options_.control_port);
     }
     run->listener->SetListening(!faults_.refusing());
-    run->market->prepare(clock_.Now());
+    run->market->Prepare(clock_.Now());
     const std::lock_guard lock(mutex_);
     running_ = std::move(run);
     for (std::size_t i = 0; i < std::max<std::size_t>(1, options_.threads); ++i) {
       running_->threads.emplace_back([&io = *running_->io] {
         // Keeps the threads while nobody is connected and, with the fault "refuse", nobody can be.
         const auto work = asio::make_work_guard(io);
-        io.run();
+        Run(io);
       });
     }
     PrepareHistory();
@@ -153,7 +164,7 @@ class Server::Impl {
     run->listener->Close();
     if (run->control) run->control->Close();
     run->io->stop();
-    run->market->cease();
+    run->market->Cease();
     for (std::thread& thread : run->threads) thread.join();
     if (run->history.joinable()) run->history.join();
     run->workers->stop();
@@ -212,7 +223,7 @@ class Server::Impl {
     try {
       running_->history = std::thread([&market = *running_->market, now = clock_.Now()] {
         try {
-          market.prepare_history(now);
+          market.PrepareHistory(now);
         } catch (const std::exception&) {
           return;
         }

@@ -1,10 +1,10 @@
-#include "service.h"
+#include "market_server/service.h"
 
 #include <exception>
 #include <utility>
 
-#include "endpoints/history.h"
-#include "routes.h"
+#include "market_server/endpoints/history.h"
+#include "market_server/routes.h"
 
 namespace market_server {
 namespace {
@@ -51,6 +51,8 @@ http::Delivery Service::Handle(const http::Request& request) {
     exchange.answer = MakeAnswer(exchange);
   } catch (const model::Ceased&) {
     throw;  // the server ends: the connection does, too, without an answer
+  } catch (const ApiError& error) {
+    exchange.answer = MakeError(error.error(), error.what());
   } catch (const std::exception&) {
     exchange.answer = MakeError(Error::kInternal);
   }
@@ -68,6 +70,23 @@ http::Delivery Service::Handle(const http::Request& request) {
   return delivery;
 }
 
+http::Delivery Service::Refuse(unsigned status, const std::string& peer) {
+  Exchange exchange;
+  exchange.instant = clock_.Now();
+  exchange.request.method = "-";
+  exchange.request.target = "-";
+  exchange.request.peer = peer;
+  exchange.request.keep_alive = false;
+  exchange.answer.status = status;
+  exchange.answer.content_type = "text/plain; charset=utf-8";
+  ++counters_.errors;
+  MakeHead(exchange, clock_.speed());
+  RenderHead(exchange);
+  http::Delivery delivery = MakeDelivery(exchange);
+  log_.Write(exchange, 0, {});
+  return delivery;
+}
+
 Answer Service::MakeAnswer(const Exchange& exchange) {
   const http::Request& request = exchange.request;
   const model::Instant instant = exchange.instant + exchange.data_offset;
@@ -77,7 +96,7 @@ Answer Service::MakeAnswer(const Exchange& exchange) {
     return answer;
   }
   if (!request.well_formed) return MakeError(Error::kMalformedQuery);
-  const model::Instant figures = market_.feed_time(instant);
+  const model::Instant figures = market_.FeedTime(instant);
   if (request.path.starts_with(endpoints::kStaticRoot)) return packages_.Serve(request.path, instant);
   if (request.path == endpoints::kHistoryPath) {
     return endpoints::AnswerHistory(request.parameters, market_, figures);

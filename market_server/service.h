@@ -5,13 +5,13 @@
 #include <atomic>
 #include <cstdint>
 
-#include "access_log.h"
-#include "clock.h"
-#include "endpoints/packages.h"
-#include "faults.h"
-#include "http/listener.h"
-#include "model/market.h"
-#include "signing.h"
+#include "market_server/access_log.h"
+#include "market_server/clock.h"
+#include "market_server/endpoints/packages.h"
+#include "market_server/faults.h"
+#include "market_server/http/listener.h"
+#include "market_server/model/market.h"
+#include "market_server/signing.h"
 
 namespace market_server {
 
@@ -30,6 +30,7 @@ class Service : public http::Handler {
   http::Welcome OnConnect() override;
   bool TakesLong(const http::Request& request) const override;
   http::Delivery Handle(const http::Request& request) override;
+  http::Delivery Refuse(unsigned status, const std::string& peer) override;
 
  private:
   [[nodiscard]] Answer MakeAnswer(const Exchange& exchange);

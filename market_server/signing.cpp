@@ -1,4 +1,4 @@
-#include "signing.h"
+#include "market_server/signing.h"
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>

@@ -12,8 +12,8 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "answer.h"
-#include "http/message.h"
+#include "market_server/answer.h"
+#include "market_server/http/message.h"
 
 namespace market_server {
 

@@ -1,8 +1,8 @@
 // Analytics: events, capital flows, breadth, distribution, average change, margin balances and new shares.
 #include <algorithm>
 
-#include "endpoints/dates.h"
-#include "endpoints/endpoints.h"
+#include "market_server/endpoints/dates.h"
+#include "market_server/endpoints/endpoints.h"
 
 namespace market_server::endpoints {
 namespace {
@@ -29,7 +29,7 @@ void DataList(JsonWriter& json, const Rows& rows, Write&& write) {
 void MarketEvents(const Call& call, JsonWriter& json) {
   const auto until = static_cast<model::Instant>(call.Number("date"));
   const model::Instant seen = std::min(until, call.instant);
-  DataList(json, call.market.events(model::date_of(until), seen), [&json](const model::MarketEvent& event) {
+  DataList(json, call.market.Events(model::DateOf(until), seen), [&json](const model::MarketEvent& event) {
     json.Member("time", ClockText(event.time));
     json.Member("content", event.content);
   });
@@ -38,8 +38,8 @@ void MarketEvents(const Call& call, JsonWriter& json) {
 void StockFlows(const Call& call, JsonWriter& json) {
   std::vector<std::pair<std::string, model::Flows>> rows;
   for (const std::string& symbol : call.symbols) {
-    const model::Security* security = call.market.find(symbol);
-    if (security != nullptr) rows.emplace_back(symbol, call.market.flows(*security, call.instant));
+    const model::Security* security = call.market.Find(symbol);
+    if (security != nullptr) rows.emplace_back(symbol, call.market.FlowsOf(*security, call.instant));
   }
   using Amount = std::uint64_t model::FlowAmounts::*;
   const auto periods = [&json](std::string_view size, const model::Flows& flows, Amount amount) {
@@ -70,7 +70,7 @@ void StockFlows(const Call& call, JsonWriter& json) {
 }
 
 void MinuteBreadth(const Call& call, JsonWriter& json) {
-  DataList(json, call.market.breadth(SessionDate(call), call.instant), [&json](const model::Breadth& row) {
+  DataList(json, call.market.BreadthOn(SessionDate(call), call.instant), [&json](const model::Breadth& row) {
     json.Member("min", row.minute);
     json.Member("up", row.up);
     json.Member("down", row.down);
@@ -78,7 +78,7 @@ void MinuteBreadth(const Call& call, JsonWriter& json) {
 }
 
 void ChangeDistribution(const Call& call, JsonWriter& json) {
-  const model::Distribution distribution = call.market.distribution(SessionDate(call), call.instant);
+  const model::Distribution distribution = call.market.DistributionOn(SessionDate(call), call.instant);
   json.Key("data");
   json.BeginObject();
   json.Member("up", distribution.up);
@@ -92,7 +92,7 @@ void ChangeDistribution(const Call& call, JsonWriter& json) {
 }
 
 void MinuteAverage(const Call& call, JsonWriter& json) {
-  DataList(json, call.market.breadth(SessionDate(call), call.instant), [&json](const model::Breadth& row) {
+  DataList(json, call.market.BreadthOn(SessionDate(call), call.instant), [&json](const model::Breadth& row) {
     json.Member("time", row.minute);
     json.Member("average", row.average);
   });
@@ -111,14 +111,14 @@ void MarginTrade(const Call& call, JsonWriter& json) {
     json.EndObject();
     json.EndObject();
   };
-  DataList(json, call.market.margin(call.instant, kMarginDays), [&side](const model::MarginDay& day) {
+  DataList(json, call.market.Margin(call.instant, kMarginDays), [&side](const model::MarginDay& day) {
     side("sh", day.date, day.sh_close, day.sh_balance);
     side("sz", day.date, day.sz_close, day.sz_balance);
   });
 }
 
 void NewShares(const Call& call, JsonWriter& json) {
-  DataList(json, call.market.new_shares(call.instant), [&json](const model::NewShare& share) {
+  DataList(json, call.market.NewShares(call.instant), [&json](const model::NewShare& share) {
     json.Member("code", share.security->code);
     json.Member("name", share.security->name);
     json.Member("publish_time", DateText(share.publish));

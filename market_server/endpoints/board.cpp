@@ -1,4 +1,4 @@
-#include "endpoints/board.h"
+#include "market_server/endpoints/board.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -91,11 +91,11 @@ Rows StocksOf(const model::BoardQuotes& board, std::string_view stock_type) {
   rows.reserve(board.stocks.size());
   for (const Quote& quote : board.stocks) {
     const Board of = quote.security->board;
-    const bool shanghai = of == Board::shanghai_main || of == Board::star;
+    const bool shanghai = of == Board::kShanghaiMain || of == Board::kStar;
     const bool chosen = stock_type == "sh_a"   ? shanghai
                         : stock_type == "sz_a" ? !shanghai
-                        : stock_type == "gem"  ? of == Board::growth
-                        : stock_type == "sme"  ? of == Board::sme
+                        : stock_type == "gem"  ? of == Board::kGrowth
+                        : stock_type == "sme"  ? of == Board::kSme
                                                : true;
     if (chosen) rows.push_back(&quote);
   }
@@ -122,7 +122,7 @@ Rows Page(const Rows& rows, std::string_view column_name, std::string_view direc
   const auto size = static_cast<std::int64_t>(rows.size());
   const std::int64_t first = std::clamp<std::int64_t>(start, 0, size);
   const std::int64_t last = end < 0 ? size : std::clamp<std::int64_t>(end, first, size);
-  const Column& column = FindColumn(column_name, rows.front()->security->kind == model::Kind::plate);
+  const Column& column = FindColumn(column_name, rows.front()->security->kind == model::Kind::kPlate);
   const bool ascending = direction == "asc";
   const auto from = static_cast<std::size_t>(first);
   const auto to = static_cast<std::size_t>(last);

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "model/market.h"
+#include "market_server/model/market.h"
 
 namespace market_server::endpoints {
 

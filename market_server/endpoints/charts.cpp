@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "endpoints/dates.h"
-#include "endpoints/endpoints.h"
+#include "market_server/endpoints/dates.h"
+#include "market_server/endpoints/endpoints.h"
 
 namespace market_server::endpoints {
 namespace {
@@ -47,41 +47,41 @@ std::vector<std::string> Distinct(const std::vector<std::string>& symbols) {
 }  // namespace
 
 void DayMinutes(const Call& call, JsonWriter& json) {
-  const model::Date today = model::session_date(call.instant);
+  const model::Date today = model::SessionDate(call.instant);
   json.Key("data");
   json.BeginObject();
   for (const std::string& symbol : Distinct(call.symbols)) {
-    const model::Security* security = call.market.find(symbol);
+    const model::Security* security = call.market.Find(symbol);
     if (security == nullptr) continue;
     json.Key(symbol);
-    Day(json, call.market.minute_line(*security, today, call.instant));
+    Day(json, call.market.MinuteLineOf(*security, today, call.instant));
   }
   json.EndObject();
 }
 
 void PastDayMinutes(const Call& call, JsonWriter& json) {
   const std::string& symbol = call.Text("stock");
-  const model::Security* security = call.market.find(symbol);
+  const model::Security* security = call.market.Find(symbol);
   const model::Date date = SessionDate(call);
   json.Key("data");
   json.BeginObject();
-  if (security != nullptr && model::is_trading_day(date) && date <= model::session_date(call.instant)) {
+  if (security != nullptr && model::IsTradingDay(date) && date <= model::SessionDate(call.instant)) {
     json.Key(symbol);
-    Day(json, call.market.minute_line(*security, date, call.instant));
+    Day(json, call.market.MinuteLineOf(*security, date, call.instant));
   }
   json.EndObject();
 }
 
 void ChosenDaysMinutes(const Call& call, JsonWriter& json) {
   const std::string& symbol = call.Text("stock");
-  const model::Security* security = call.market.find(symbol);
+  const model::Security* security = call.market.Find(symbol);
   const std::int64_t count = std::clamp<std::int64_t>(call.Number("rn"), 1, kMostDays);
   std::vector<model::Date> days;
   model::Date date = SessionDate(call);
-  if (!model::is_trading_day(date)) date = model::previous_trading_day(date);
-  while (static_cast<std::int64_t>(days.size()) < count && date > model::kFirstTradingDay) {
+  if (!model::IsTradingDay(date)) date = model::PreviousTradingDay(date);
+  while (static_cast<std::int64_t>(days.size()) < count && date >= model::kFirstTradingDay) {
     days.push_back(date);
-    date = model::previous_trading_day(date);
+    date = model::PreviousTradingDay(date);
   }
   std::reverse(days.begin(), days.end());
   json.Key("data");
@@ -90,7 +90,7 @@ void ChosenDaysMinutes(const Call& call, JsonWriter& json) {
     json.Key(symbol);
     json.BeginArray();
     for (const model::Date day : days) {
-      const model::MinuteLine line = call.market.minute_line(*security, day, call.instant);
+      const model::MinuteLine line = call.market.MinuteLineOf(*security, day, call.instant);
       if (!line.points.empty()) Day(json, line);
     }
     json.EndArray();
@@ -102,9 +102,9 @@ void DayCandle(const Call& call, JsonWriter& json) {
   json.Key("data");
   json.BeginObject();
   for (const std::string& symbol : Distinct(call.symbols)) {
-    const model::Security* security = call.market.find(symbol);
+    const model::Security* security = call.market.Find(symbol);
     if (security == nullptr) continue;
-    const auto candle = call.market.day_candle(*security, call.instant);
+    const auto candle = call.market.DayCandle(*security, call.instant);
     if (!candle) continue;
     json.Key(symbol);
     json.BeginObject();

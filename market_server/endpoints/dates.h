@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <string>
 
-#include "model/calendar.h"
-#include "routes.h"
+#include "market_server/model/calendar.h"
+#include "market_server/routes.h"
 
 namespace market_server::endpoints {
 
@@ -18,7 +18,7 @@ namespace market_server::endpoints {
 
 /// "09:30:00", China time
 [[nodiscard]] inline std::string ClockText(model::Instant time) {
-  const int second = model::second_of_day(time);
+  const int second = model::SecondOfDay(time);
   char text[48];
   std::snprintf(text, sizeof text, "%02d:%02d:%02d", second / 3600, second / 60 % 60, second % 60);
   return text;
@@ -27,7 +27,7 @@ namespace market_server::endpoints {
 /// The parameter "date", or the date of the session when it is 0.
 [[nodiscard]] inline model::Date SessionDate(const Call& call) {
   const auto date = static_cast<model::Date>(call.Number("date"));
-  return date == 0 ? model::session_date(call.instant) : date;
+  return date == 0 ? model::SessionDate(call.instant) : date;
 }
 
 }  // namespace market_server::endpoints

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "json_writer.h"
-#include "model/market.h"
-#include "routes.h"
+#include "market_server/json_writer.h"
+#include "market_server/model/market.h"
+#include "market_server/routes.h"
 
 namespace market_server::endpoints {
 

@@ -1,4 +1,4 @@
-#include "endpoints/history.h"
+#include "market_server/endpoints/history.h"
 
 #include <rapidjson/document.h>
 
@@ -8,8 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "endpoints/series.h"
-#include "json_writer.h"
+#include "market_server/endpoints/series.h"
+#include "market_server/json_writer.h"
+#include "market_server/routes.h"
 
 namespace market_server::endpoints {
 namespace {
@@ -22,8 +23,8 @@ constexpr std::size_t kMostQueries = 10;
 struct Query {
   std::string name;
   const model::Security* security = nullptr;  // null: unknown symbol, no rows
-  model::Period period = model::Period::day;
-  model::Adjustment adjustment = model::Adjustment::none;
+  model::Period period = model::Period::kDay;
+  model::Adjustment adjustment = model::Adjustment::kNone;
   std::uint64_t offset = 0;
   std::uint64_t limit = 0;
 };
@@ -53,33 +54,32 @@ bool Read(const Value& value, const model::Market& market, Query& query) {
   if (!period || !adjustment || text("symbol").empty()) return false;
   query.period = *period;
   query.adjustment = *adjustment;
-  query.security = market.find(text("symbol"));
+  query.security = market.Find(text("symbol"));
   return number("offset", query.offset) && number("limit", query.limit);
 }
 
 /// The last day of the series: today once its session is over, else the trading day before.
 model::Date LastDay(model::Instant instant) {
-  const model::Date session = model::session_date(instant);
-  const bool over = instant >= model::instant_of(session, 15, 0, 0);
-  return over ? session : model::previous_trading_day(session);
+  const model::Date session = model::SessionDate(instant);
+  const bool over = instant >= model::InstantOf(session, 15, 0, 0);
+  return over ? session : model::PreviousTradingDay(session);
 }
 
 }  // namespace
 
 Answer AnswerHistory(const http::Parameters& parameters, const model::Market& market,
                      model::Instant instant) {
-  const std::string* q = http::Find(parameters, "q");
-  if (q == nullptr) return MakeError(Error::kMissingParameter, "q");
+  const std::string& q = ReadOnce(parameters, "q");
   rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(q->data(), q->size());
+  document.Parse<rapidjson::kParseIterativeFlag>(q.data(), q.size());
   if (document.HasParseError() || !document.IsObject() || document.MemberCount() > kMostQueries) {
-    return MakeError(Error::kBadParameter, "q");
+    throw ApiError(Error::kBadParameter, "q");
   }
   std::vector<Query> queries;
   for (const auto& member : std::as_const(document).GetObject()) {
     Query query;
     query.name = Text(member.name);
-    if (!Read(member.value, market, query)) return MakeError(Error::kBadParameter, "q");
+    if (!Read(member.value, market, query)) throw ApiError(Error::kBadParameter, "q");
     queries.push_back(std::move(query));
   }
   Answer answer;
@@ -91,7 +91,7 @@ Answer AnswerHistory(const http::Parameters& parameters, const model::Market& ma
   for (const Query& query : queries) {
     std::vector<model::Candle> candles;
     if (query.security != nullptr) {
-      candles = market.candles(*query.security, query.period, query.adjustment, LastDay(instant));
+      candles = market.Candles(*query.security, query.period, query.adjustment, LastDay(instant));
     }
     const std::size_t end = candles.size() - std::min<std::uint64_t>(query.offset, candles.size());
     const std::size_t begin = end - std::min<std::uint64_t>(query.limit, end);

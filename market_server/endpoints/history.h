@@ -1,9 +1,9 @@
 // The history query "/kql": rows of a candle series, newest last. Pure function of query, market and instant.
 #pragma once
 
-#include "answer.h"
-#include "http/message.h"
-#include "model/market.h"
+#include "market_server/answer.h"
+#include "market_server/http/message.h"
+#include "market_server/model/market.h"
 
 namespace market_server::endpoints {
 

@@ -1,12 +1,12 @@
-#include "endpoints/packages.h"
+#include "market_server/endpoints/packages.h"
 
 #include <array>
 #include <optional>
 #include <vector>
 
-#include "endpoints/series.h"
-#include "gzip.h"
-#include "json_writer.h"
+#include "market_server/endpoints/series.h"
+#include "market_server/gzip.h"
+#include "market_server/json_writer.h"
 
 namespace market_server::endpoints {
 namespace {
@@ -28,8 +28,8 @@ bool Split(std::string_view text, std::array<std::string_view, 4>& parts) {
 
 struct Package {
   const model::Security* security = nullptr;
-  model::Period period = model::Period::day;
-  model::Adjustment adjustment = model::Adjustment::none;
+  model::Period period = model::Period::kDay;
+  model::Adjustment adjustment = model::Adjustment::kNone;
   model::Date through = 0;
 };
 
@@ -43,20 +43,20 @@ std::optional<Package> ReadName(const model::Market& market, std::string_view na
   name.remove_prefix(kPrefix.size());
   name.remove_suffix(kSuffix.size());
   if (!Split(name, parts)) return std::nullopt;
-  const model::Security* security = market.find(parts[0]);
+  const model::Security* security = market.Find(parts[0]);
   const auto period = PeriodNamed(parts[1]);
   const auto adjustment = AdjustmentNamed(parts[2]);
-  const auto through = model::Market::kline_version_date(parts[3]);
+  const auto through = model::Market::KLineVersionDate(parts[3]);
   if (security == nullptr || security->code != parts[0] || !period || !adjustment || !through)
     return std::nullopt;
-  if (parts[3] > market.kline_version(instant)) return std::nullopt;
+  if (parts[3] > market.KLineVersionAt(instant)) return std::nullopt;
   return Package{security, *period, *adjustment, *through};
 }
 
 std::string PackageText(const model::Market& market, const Package& package) {
   std::string text;
   for (const model::Candle& candle :
-       market.candles(*package.security, package.period, package.adjustment, package.through)) {
+       market.Candles(*package.security, package.period, package.adjustment, package.through)) {
     JsonWriter json(text);
     CandleLine(json, candle);
     text.push_back('\n');
@@ -86,7 +86,7 @@ Answer Packages::Serve(const std::string& path, model::Instant instant) {
   const bool metadata = name == kMetadata;
   const auto package = metadata ? std::nullopt : ReadName(market_, name, instant);
   if (!metadata && !package) return NoSuchFile();
-  const std::string key = metadata ? name + " " + market_.kline_version(instant) : name;
+  const std::string key = metadata ? name + " " + market_.KLineVersionAt(instant) : name;
   File file = Recall(key);
   if (file == nullptr) {
     const std::string text = metadata ? MetadataText(instant) : PackageText(market_, *package);
@@ -101,7 +101,7 @@ Answer Packages::Serve(const std::string& path, model::Instant instant) {
 }
 
 std::string Packages::MetadataText(model::Instant instant) const {
-  const model::KLineMetadata metadata = market_.kline_metadata(instant);
+  const model::KLineMetadata metadata = market_.KLineMetadataAt(instant);
   std::string text = "version:" + metadata.version + "\np:" + std::to_string(metadata.counts.size()) + "\n";
   for (const model::KLineCounts& counts : metadata.counts) {
     text += counts.security->code;

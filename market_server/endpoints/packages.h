@@ -11,8 +11,8 @@
 #include <string_view>
 #include <utility>
 
-#include "answer.h"
-#include "model/market.h"
+#include "market_server/answer.h"
+#include "market_server/model/market.h"
 
 namespace market_server::endpoints {
 

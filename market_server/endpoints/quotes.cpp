@@ -2,8 +2,8 @@
 // of a board.
 #include <algorithm>
 
-#include "endpoints/board.h"
-#include "endpoints/endpoints.h"
+#include "market_server/endpoints/board.h"
+#include "market_server/endpoints/endpoints.h"
 
 namespace market_server::endpoints {
 namespace {
@@ -112,17 +112,17 @@ void StockDetailList(const Call& call, JsonWriter& json) {
   json.Key("list");
   json.BeginArray();
   for (const std::string& symbol : call.symbols) {
-    const model::Security* security = call.market.find(symbol);
+    const model::Security* security = call.market.Find(symbol);
     if (security == nullptr) continue;
-    const Quote quote = call.market.quote(*security, call.instant);
+    const Quote quote = call.market.QuoteOf(*security, call.instant);
     switch (security->kind) {
-      case Kind::stock:
-        if (call.market.is_listed(*security, quote.date)) StockRow(json, quote);
+      case Kind::kStock:
+        if (call.market.IsListed(*security, quote.date)) StockRow(json, quote);
         break;
-      case Kind::index:
+      case Kind::kIndex:
         IndexRow(json, quote);
         break;
-      case Kind::plate:
+      case Kind::kPlate:
         PlateRow(json, quote);
         break;
     }
@@ -132,32 +132,32 @@ void StockDetailList(const Call& call, JsonWriter& json) {
 }
 
 void StockPage(const Call& call, JsonWriter& json) {
-  const auto board = call.market.board(call.instant);
+  const auto board = call.market.BoardAt(call.instant);
   DataRows(json, PageAskedFor(call, StocksOf(*board, call.Text("stock_type"))), StockRow);
 }
 
 void StockPriceList(const Call& call, JsonWriter& json) {
-  const auto board = call.market.board(call.instant);
+  const auto board = call.market.BoardAt(call.instant);
   const Rows rows = StocksOf(*board, call.Text("stock_type"));
   DataRows(json, Page(rows, call.Text("sort_key"), call.Text("sort_type")), NameRow);
 }
 
 void PlatePage(const Call& call, JsonWriter& json) {
-  const auto board = call.market.board(call.instant);
+  const auto board = call.market.BoardAt(call.instant);
   DataRows(json, PageAskedFor(call, PlatesOf(*board, call.Text("bk_type"))), PlateRow);
 }
 
 void PlatePriceList(const Call& call, JsonWriter& json) {
-  const auto board = call.market.board(call.instant);
+  const auto board = call.market.BoardAt(call.instant);
   const Rows rows = PlatesOf(*board, call.Text("bk_type"));
   DataRows(json, Page(rows, call.Text("sort_key"), call.Text("sort_type")), NameRow);
 }
 
 void PlateStocks(const Call& call, JsonWriter& json) {
-  const model::Security* plate = call.market.find(call.Text("bk_code"));
-  if (plate == nullptr || plate->kind != Kind::plate) throw ApiError(Error::kUnknownPlate, {});
-  const auto board = call.market.board(call.instant);
-  const auto members = call.market.members(*plate);
+  const model::Security* plate = call.market.Find(call.Text("bk_code"));
+  if (plate == nullptr || plate->kind != Kind::kPlate) throw ApiError(Error::kUnknownPlate, {});
+  const auto board = call.market.BoardAt(call.instant);
+  const auto members = call.market.Members(*plate);
   Rows rows;
   for (const Quote& quote : board->stocks) {
     if (std::find(members.begin(), members.end(), quote.security) != members.end()) rows.push_back(&quote);

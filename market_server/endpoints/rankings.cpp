@@ -1,8 +1,8 @@
 // Rankings: the first rows of a board by one column, in short form.
 #include <algorithm>
 
-#include "endpoints/board.h"
-#include "endpoints/endpoints.h"
+#include "market_server/endpoints/board.h"
+#include "market_server/endpoints/endpoints.h"
 
 namespace market_server::endpoints {
 namespace {
@@ -31,7 +31,7 @@ Rows First(const Call& call, const Rows& rows) {
 }  // namespace
 
 void StockRank(const Call& call, JsonWriter& json) {
-  const auto board = call.market.board(call.instant);
+  const auto board = call.market.BoardAt(call.instant);
   const Rows rows = StocksOf(*board, call.Text("stock_type"));
   json.Key("data");
   json.BeginArray();
@@ -40,7 +40,7 @@ void StockRank(const Call& call, JsonWriter& json) {
 }
 
 void StockFiveChange(const Call& call, JsonWriter& json) {
-  const auto board = call.market.board(call.instant);
+  const auto board = call.market.BoardAt(call.instant);
   const Rows rows = StocksOf(*board, call.Text("stock_type"));
   // In this list "change" is that of the last five minutes, as column and as figure.
   std::string_view column = call.Text("sort_key");
@@ -53,7 +53,7 @@ void StockFiveChange(const Call& call, JsonWriter& json) {
 }
 
 void PlateRank(const Call& call, JsonWriter& json) {
-  const auto board = call.market.board(call.instant);
+  const auto board = call.market.BoardAt(call.instant);
   const Rows rows = PlatesOf(*board, call.Text("bk_type"));
   json.Key("data");
   json.BeginArray();

@@ -1,7 +1,7 @@
 // Reference data: the lists of stocks, plates and indices, who belongs to what, the holidays, and the version
 // of the candle packages.
-#include "endpoints/dates.h"
-#include "endpoints/endpoints.h"
+#include "market_server/endpoints/dates.h"
+#include "market_server/endpoints/endpoints.h"
 
 namespace market_server::endpoints {
 namespace {
@@ -33,11 +33,11 @@ void IndexEntry(JsonWriter& json, const model::Security& index) {
 }  // namespace
 
 void KLineVersion(const Call& call, JsonWriter& json) {
-  json.Member("version", call.market.kline_version(call.instant));
+  json.Member("version", call.market.KLineVersionAt(call.instant));
 }
 
 void BasicInfo(const Call& call, JsonWriter& json) {
-  const auto stocks = call.market.stocks(call.instant);
+  const auto stocks = call.market.Stocks(call.instant);
   for (const bool shanghai : {true, false}) {
     json.Key(shanghai ? "sh" : "sz");
     json.BeginArray();
@@ -80,13 +80,13 @@ void StockInPlates(const Call& call, JsonWriter& json) {
   const std::string& category = call.Text("category");
   json.Key("data");
   json.BeginObject();
-  for (const model::Security* stock : call.market.stocks(call.instant)) {
+  for (const model::Security* stock : call.market.Stocks(call.instant)) {
     json.Key(stock->code);
     json.BeginArray();
     for (const int kind : {kIndustry, kConcept}) {
       const bool chosen = category.empty() || category == (kind == kIndustry ? "hy" : "gn");
       if (!chosen) continue;
-      for (const model::Security* plate : call.market.plates_of(*stock, kind)) {
+      for (const model::Security* plate : call.market.PlatesOf(*stock, kind)) {
         json.BeginArray();
         json.Value(plate->code);
         json.Value(plate->name);
@@ -103,7 +103,7 @@ void TradeDate(const Call& call, JsonWriter& json) {
   json.BeginObject();
   json.Key("list");
   json.BeginArray();
-  for (const model::Date date : model::holidays(static_cast<int>(call.Number("date")))) {
+  for (const model::Date date : model::Holidays(static_cast<int>(call.Number("date")))) {
     json.Value(DateText(date));
   }
   json.EndArray();

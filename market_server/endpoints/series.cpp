@@ -1,18 +1,18 @@
-#include "endpoints/series.h"
+#include "market_server/endpoints/series.h"
 
 namespace market_server::endpoints {
 
 std::optional<model::Period> PeriodNamed(std::string_view word) {
-  if (word == "day") return model::Period::day;
-  if (word == "week") return model::Period::week;
-  if (word == "month") return model::Period::month;
+  if (word == "day") return model::Period::kDay;
+  if (word == "week") return model::Period::kWeek;
+  if (word == "month") return model::Period::kMonth;
   return std::nullopt;
 }
 
 std::optional<model::Adjustment> AdjustmentNamed(std::string_view word) {
-  if (word == "bfq") return model::Adjustment::none;
-  if (word == "qfq") return model::Adjustment::forward;
-  if (word == "hfq") return model::Adjustment::backward;
+  if (word == "bfq") return model::Adjustment::kNone;
+  if (word == "qfq") return model::Adjustment::kForward;
+  if (word == "hfq") return model::Adjustment::kBackward;
   return std::nullopt;
 }
 

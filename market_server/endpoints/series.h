@@ -5,8 +5,8 @@
 #include <optional>
 #include <string_view>
 
-#include "json_writer.h"
-#include "model/market.h"
+#include "market_server/json_writer.h"
+#include "market_server/model/market.h"
 
 namespace market_server::endpoints {
 

@@ -1,15 +1,18 @@
-#include "http/listener.h"
+#include "market_server/http/listener.h"
 
 #include <fcntl.h>
 
+#include <array>
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/strand.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-#include <boost/beast/ssl.hpp>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -19,13 +22,13 @@ namespace market_server::http {
 namespace {
 
 namespace asio = boost::asio;
-namespace beast = boost::beast;
 using asio::ip::tcp;
 using boost::system::error_code;
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kFarewellTime{2000};
 constexpr std::chrono::milliseconds kAcceptRetry{50};
+constexpr std::string_view kHeadEnd = "\r\n\r\n";
 
 /// What every connection of one listener shares.
 struct Context {
@@ -42,117 +45,136 @@ void Reset(tcp::socket& socket) {
   socket.close(ignored);
 }
 
-std::string PlainAnswer(unsigned status, std::string_view reason) {
-  std::string text = "HTTP/1.1 " + std::to_string(status) + " ";
-  text += reason;
-  text += "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-  return text;
-}
-
-/// One connection. Every call-back runs on the strand of its socket; the pending one owns the session.
-template <class Stream>
-class Session : public std::enable_shared_from_this<Session<Stream>> {
+/// One connection, in the clear or inside TLS. Every call-back runs on the strand of its socket; the pending
+/// one owns the session. An operation under way ends at the limit that was set for it: the socket is closed.
+class Session : public std::enable_shared_from_this<Session> {
  public:
-  template <class... Arguments>
-  Session(std::shared_ptr<const Context> context, std::string peer, Arguments&&... arguments)
+  Session(std::shared_ptr<const Context> context, std::string peer, tcp::socket socket)
       : context_(std::move(context)),
-        stream_(std::forward<Arguments>(arguments)...),
-        timer_(stream_.get_executor()),
-        buffer_(context_->limits.header_bytes + context_->limits.body_bytes + 8192),
+        socket_(std::move(socket)),
+        limit_timer_(socket_.get_executor()),
+        pause_timer_(socket_.get_executor()),
         peer_(std::move(peer)),
         born_(SteadyClock::now()) {
+    if (context_->tls != nullptr) tls_.emplace(socket_, *context_->tls);
     ++context_->traffic.open;
   }
   ~Session() { --context_->traffic.open; }
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  void Serve() {
-    if constexpr (kTls) {
-      Tcp().expires_after(context_->limits.request_time);
-      stream_.async_handshake(asio::ssl::stream_base::server,
-                              [self = this->shared_from_this()](error_code error) {
-                                if (!error) self->AwaitRequest();
-                              });
-    } else {
-      AwaitRequest();
-    }
-  }
-
-  auto Executor() { return stream_.get_executor(); }
-
-  /// Reads and forgets until the client leaves or the limit for an answer is reached.
-  void Hold() {
-    deadline_ = SteadyClock::now() + context_->limits.answer_time;
-    Discard();
+  /// Begins to answer requests or, if `hold`, to read and forget.
+  void Run(bool hold) {
+    asio::post(socket_.get_executor(), [self = shared_from_this(), hold] {
+      if (hold) {
+        self->LimitUntil(SteadyClock::now() + self->context_->limits.answer_time);
+        self->Discard();
+      } else if (self->tls_) {
+        self->LimitUntil(SteadyClock::now() + self->context_->limits.request_time);
+        self->tls_->async_handshake(asio::ssl::stream_base::server, [self](error_code error) {
+          if (!error) self->AwaitRequest();
+        });
+      } else {
+        self->AwaitRequest();
+      }
+    });
   }
 
  private:
-  static constexpr bool kTls = !std::is_same_v<Stream, beast::tcp_stream>;
+  using Then = void (Session::*)();
 
-  beast::tcp_stream& Tcp() { return beast::get_lowest_layer(stream_); }
+  void LimitUntil(SteadyClock::time_point limit) {
+    limit_ = limit;
+    limit_timer_.expires_at(limit);
+    limit_timer_.async_wait([weak = weak_from_this()](error_code error) {
+      const auto self = weak.lock();
+      // A wait that ended before its limit was moved is still delivered.
+      if (error || self == nullptr || SteadyClock::now() < self->limit_) return;
+      error_code ignored;
+      self->pause_timer_.cancel();
+      self->socket_.close(ignored);
+    });
+  }
+
+  void NoLimit() {
+    limit_ = SteadyClock::time_point::max();
+    limit_timer_.cancel();
+  }
 
   void AwaitRequest() {
-    if (buffer_.size() > 0) {
-      ReadRequest();
-      return;
+    head_.reset();
+    searched_ = 0;
+    begun_ = !received_.empty();
+    LimitUntil(SteadyClock::now() + (begun_ ? context_->limits.request_time : context_->limits.idle_time));
+    if (begun_) {
+      TakeRequest();
+    } else {
+      ReadMore();
     }
-    Tcp().expires_after(context_->limits.idle_time);
-    stream_.async_read_some(buffer_.prepare(4096),
-                            [self = this->shared_from_this()](error_code error, std::size_t length) {
-                              if (error) {
-                                self->Farewell();
-                                return;
-                              }
-                              self->buffer_.commit(length);
-                              self->ReadRequest();
-                            });
   }
 
-  void ReadRequest() {
-    parser_.emplace();
-    parser_->header_limit(static_cast<std::uint32_t>(context_->limits.header_bytes));
-    parser_->body_limit(context_->limits.body_bytes);
-    Tcp().expires_after(context_->limits.request_time);
-    beast::http::async_read(
-        stream_, buffer_, *parser_,
-        [self = this->shared_from_this()](error_code error, std::size_t) { self->HaveRequest(error); });
-  }
-
-  void HaveRequest(error_code error) {
-    namespace bh = beast::http;
-    if (error == bh::error::header_limit || error == bh::error::buffer_overflow) {
-      Refuse(PlainAnswer(431, "Request Header Fields Too Large"));
-    } else if (error == bh::error::body_limit) {
-      Refuse(PlainAnswer(413, "Payload Too Large"));
-    } else if (error == bh::error::end_of_stream || error == bh::error::partial_message) {
-      Farewell();
-    } else if (error && error.category() == bh::make_error_code(bh::error::bad_target).category()) {
-      Refuse(PlainAnswer(400, "Bad Request"));
-    } else if (!error) {
-      const auto message = parser_->release();
-      parser_.reset();
-      ++context_->traffic.requests;
-      Request request;
-      request.method = std::string(message.method_string());
-      request.target = std::string(message.target());
-      request.host = std::string(message[bh::field::host]);
-      request.origin = std::string(message[bh::field::origin]);
-      request.body = message.body();
-      request.peer = peer_;
-      request.keep_alive = message.keep_alive();
-      request.number = ++served_;
-      ReadTarget(request);
-      if (context_->handler.TakesLong(request)) {
-        // The session waits for the worker with nothing pending; then it goes on in its own strand.
-        asio::post(context_->workers, [self = this->shared_from_this(), request = std::move(request)] {
-          asio::post(self->Executor(),
-                     [self, delivery = self->Ask(request)]() mutable { self->Deliver(std::move(delivery)); });
-        });
+  void ReadMore() {
+    const auto have = [self = shared_from_this()](error_code error, std::size_t length) {
+      if (error) {
+        self->Farewell();
       } else {
-        Deliver(Ask(request));
+        self->Received(length);
       }
+    };
+    if (tls_) {
+      tls_->async_read_some(asio::buffer(chunk_), have);
+    } else {
+      socket_.async_read_some(asio::buffer(chunk_), have);
     }
+  }
+
+  void Received(std::size_t length) {
+    if (!std::exchange(begun_, true)) LimitUntil(SteadyClock::now() + context_->limits.request_time);
+    received_.append(chunk_.data(), length);
+    TakeRequest();
+  }
+
+  /// Answers the request at the front of what was received, or waits for the rest of it.
+  void TakeRequest() {
+    const Limits& limits = context_->limits;
+    if (!head_) {
+      const std::size_t end = received_.find(kHeadEnd, searched_);
+      const bool whole = end != std::string::npos;
+      const std::size_t size = whole ? end + kHeadEnd.size() : received_.size();
+      if (!CanBeginHead(received_)) return Refuse(400);
+      if (size > limits.header_bytes) return Refuse(431);
+      if (!whole) {
+        searched_ = size - std::min(size, kHeadEnd.size() - 1);
+        return ReadMore();
+      }
+      head_ = ReadHead(std::string_view(received_).substr(0, size));
+      received_.erase(0, size);
+      if (head_->refusal != 0) return Refuse(head_->refusal);
+      if (head_->body_bytes > limits.body_bytes) return Refuse(413);
+    }
+    if (received_.size() < head_->body_bytes) {
+      if (!std::exchange(head_->awaits_consent, false)) return ReadMore();
+      static constexpr std::string_view kGoOn = "HTTP/1.1 100 Continue\r\n\r\n";
+      return Write({asio::buffer(kGoOn.data(), kGoOn.size())}, &Session::ReadMore);
+    }
+    Request request = std::move(head_->request);
+    request.body = received_.substr(0, head_->body_bytes);
+    received_.erase(0, head_->body_bytes);
+    request.peer = peer_;
+    request.number = ++served_;
+    ReadTarget(request);
+    ++context_->traffic.requests;
+    NoLimit();
+    if (!context_->handler.TakesLong(request)) return Deliver(Ask(request));
+    // The session waits for the worker with nothing pending; then it goes on in its own strand.
+    asio::post(context_->workers, [self = shared_from_this(), request = std::move(request)] {
+      try {
+        asio::post(self->socket_.get_executor(),
+                   [self, delivery = self->Ask(request)]() mutable { self->Deliver(std::move(delivery)); });
+      } catch (const std::exception&) {
+        return;  // no memory to hand the answer over: the connection ends with the session
+      }
+    });
   }
 
   /// The handler's delivery; a handler that throws has run out of memory, or is being stopped, and costs one
@@ -165,10 +187,9 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
     }
   }
 
-  void Refuse(std::string answer) {
-    Delivery delivery;
+  void Refuse(unsigned status) {
+    Delivery delivery = context_->handler.Refuse(status, peer_);
     delivery.keep_alive = false;
-    delivery.steps.push_back({Step::Kind::kWrite, std::move(answer), 1, {}});
     Deliver(std::move(delivery));
   }
 
@@ -176,7 +197,7 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
     delivery_ = std::move(delivery);
     step_ = 0;
     done_ = 0;
-    deadline_ = SteadyClock::now() + context_->limits.answer_time;
+    LimitUntil(SteadyClock::now() + context_->limits.answer_time);
     NextStep();
   }
 
@@ -184,62 +205,33 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
     if (step_ >= delivery_.steps.size()) {
       const bool stay = delivery_.keep_alive && SteadyClock::now() - born_ < context_->limits.connection_time;
       delivery_.steps.clear();
-      if (stay) {
-        AwaitRequest();
-      } else {
-        Farewell();
-      }
-      return;
+      return stay ? AwaitRequest() : Farewell();
     }
     const Step& step = delivery_.steps[step_];
     switch (step.kind) {
       case Step::Kind::kWrite: {
         // Neighbouring texts leave in one call, so that head and body share a packet.
         std::vector<asio::const_buffer> texts;
-        std::size_t last = step_;
-        while (last < delivery_.steps.size() && delivery_.steps[last].kind == Step::Kind::kWrite) {
-          texts.push_back(asio::buffer(delivery_.steps[last].bytes));
-          ++last;
+        while (step_ < delivery_.steps.size() && delivery_.steps[step_].kind == Step::Kind::kWrite) {
+          texts.push_back(asio::buffer(delivery_.steps[step_++].bytes));
         }
-        Write(texts, [last](Session& self) {
-          self.step_ = last;
-          self.NextStep();
-        });
-        break;
+        return Write(texts, &Session::NextStep);
       }
       case Step::Kind::kRepeat:
-        if (done_ >= step.count) {
-          Advance();
-          break;
-        }
-        Write(asio::buffer(step.bytes), [](Session& self) {
-          ++self.done_;
-          self.NextStep();
-        });
-        break;
+        if (done_++ >= step.count) return Advance();
+        return Write({asio::buffer(step.bytes)}, &Session::NextStep);
       case Step::Kind::kDrip:
-        if (done_ >= step.bytes.size()) {
-          Advance();
-          break;
-        }
-        Write(asio::buffer(step.bytes.data() + done_, 1), [](Session& self) {
-          ++self.done_;
-          self.Pause(self.delivery_.steps[self.step_].pause, [](Session& later) { later.NextStep(); });
-        });
-        break;
+        if (done_ >= step.bytes.size()) return Advance();
+        return Write({asio::buffer(step.bytes.data() + done_++, 1)}, &Session::PauseAfterDrop);
       case Step::Kind::kWait:
-        Pause(step.pause, [](Session& self) { self.Advance(); });
-        break;
+        return Pause(step.pause, &Session::Advance);
       case Step::Kind::kHold:
-        Discard();
-        break;
+        return Discard();
       case Step::Kind::kClose:
         delivery_.steps.clear();
-        Farewell();
-        break;
+        return Farewell();
       case Step::Kind::kReset:
-        Reset(Tcp().socket());
-        break;
+        return Reset(socket_);
     }
   }
 
@@ -249,59 +241,64 @@ class Session : public std::enable_shared_from_this<Session<Stream>> {
     NextStep();
   }
 
-  template <class Buffers, class Then>
-  void Write(const Buffers& buffers, Then then) {
-    Tcp().expires_at(deadline_);
-    asio::async_write(stream_, buffers,
-                      [self = this->shared_from_this(), then](error_code error, std::size_t length) {
-                        self->context_->traffic.bytes_sent += length;
-                        if (!error) then(*self);
-                      });
+  void PauseAfterDrop() { Pause(delivery_.steps[step_].pause, &Session::NextStep); }
+
+  void Write(const std::vector<asio::const_buffer>& texts, Then then) {
+    const auto written = [self = shared_from_this(), then](error_code error, std::size_t length) {
+      self->context_->traffic.bytes_sent += length;
+      if (!error) ((*self).*then)();
+    };
+    if (tls_) {
+      asio::async_write(*tls_, texts, written);
+    } else {
+      asio::async_write(socket_, texts, written);
+    }
   }
 
-  template <class Then>
   void Pause(std::chrono::milliseconds pause, Then then) {
-    timer_.expires_at(std::min(deadline_, SteadyClock::now() + pause));
-    timer_.async_wait([self = this->shared_from_this(), then](error_code error) {
-      if (!error && SteadyClock::now() < self->deadline_) then(*self);
+    pause_timer_.expires_after(pause);
+    pause_timer_.async_wait([self = shared_from_this(), then](error_code error) {
+      if (!error && self->socket_.is_open()) ((*self).*then)();
     });
   }
 
   /// Ends the connection in good order: says so, then reads what the client still sends, so that its last
   /// answer is not lost to a reset.
   void Farewell() {
-    deadline_ = SteadyClock::now() + kFarewellTime;
-    if constexpr (kTls) {
-      Tcp().expires_at(deadline_);
-      stream_.async_shutdown([self = this->shared_from_this()](error_code) {});
-    } else {
-      error_code error;
-      Tcp().socket().shutdown(tcp::socket::shutdown_send, error);
-      if (!error) Discard();
+    if (!socket_.is_open()) return;
+    LimitUntil(SteadyClock::now() + kFarewellTime);
+    if (tls_) {
+      tls_->async_shutdown([self = shared_from_this()](error_code) {});
+      return;
     }
+    error_code error;
+    socket_.shutdown(tcp::socket::shutdown_send, error);
+    if (!error) Discard();
   }
 
   void Discard() {
-    buffer_.consume(buffer_.size());
-    Tcp().expires_at(deadline_);
-    Tcp().async_read_some(buffer_.prepare(4096),
-                          [self = this->shared_from_this()](error_code error, std::size_t) {
-                            if (!error) self->Discard();
-                          });
+    socket_.async_read_some(asio::buffer(chunk_), [self = shared_from_this()](error_code error, std::size_t) {
+      if (!error) self->Discard();
+    });
   }
 
   std::shared_ptr<const Context> context_;
-  Stream stream_;
-  asio::steady_timer timer_;
-  beast::flat_buffer buffer_;
-  std::optional<beast::http::request_parser<beast::http::string_body>> parser_;
+  tcp::socket socket_;
+  std::optional<asio::ssl::stream<tcp::socket&>> tls_;
+  asio::steady_timer limit_timer_;
+  asio::steady_timer pause_timer_;
+  SteadyClock::time_point limit_{};  ///< when the operation under way is to end
+  std::array<char, 4096> chunk_;
+  std::string received_;      ///< what has not been taken yet
+  std::size_t searched_ = 0;  ///< so much of it holds no end of a head
+  bool begun_ = false;        ///< a byte of the next request is there
+  std::optional<Head> head_;  ///< of the request whose body is still coming
   Delivery delivery_;
   std::size_t step_ = 0;
   std::uint64_t done_ = 0;  ///< repetitions or bytes of the present step
   std::uint64_t served_ = 0;
   std::string peer_;
   SteadyClock::time_point born_;
-  SteadyClock::time_point deadline_{};
 };
 
 // A program that this one starts would go on listening, and hold connections open, when the server has
@@ -378,7 +375,11 @@ class Listener::Acceptor : public std::enable_shared_from_this<Acceptor> {
   void Accept() {
     socket_.async_accept(asio::make_strand(io_), [self = shared_from_this(), generation = generation_](
                                                      error_code error, tcp::socket socket) mutable {
-      if (!error) self->Welcome(std::move(socket));
+      try {
+        if (!error) self->Welcome(std::move(socket));
+      } catch (const std::exception&) {
+        // No memory for this connection: it is closed, and others are accepted.
+      }
       self->Continue(generation, error);
     });
   }
@@ -420,26 +421,9 @@ class Listener::Acceptor : public std::enable_shared_from_this<Acceptor> {
         const auto remote = socket.remote_endpoint(error);
         std::string peer =
             error ? std::string("-") : remote.address().to_string() + ":" + std::to_string(remote.port());
-        if (context_->tls != nullptr) {
-          Run<beast::ssl_stream<beast::tcp_stream>>(welcome, std::move(peer),
-                                                    beast::tcp_stream(std::move(socket)), *context_->tls);
-        } else {
-          Run<beast::tcp_stream>(welcome, std::move(peer), std::move(socket));
-        }
+        std::make_shared<Session>(context_, std::move(peer), std::move(socket))
+            ->Run(welcome == http::Welcome::kIgnore);
     }
-  }
-
-  template <class Stream, class... Arguments>
-  void Run(http::Welcome welcome, std::string peer, Arguments&&... arguments) {
-    auto session =
-        std::make_shared<Session<Stream>>(context_, std::move(peer), std::forward<Arguments>(arguments)...);
-    asio::post(session->Executor(), [session, welcome] {
-      if (welcome == http::Welcome::kServe) {
-        session->Serve();
-      } else {
-        session->Hold();
-      }
-    });
   }
 
   asio::io_context& io_;

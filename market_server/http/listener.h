@@ -1,19 +1,25 @@
 // A listening socket and the connections that come in through it: HTTP/1.1 with keep-alive, in the clear or
 // over TLS, within limits. Knows bytes and time, nothing of markets: what is answered is a Handler's business
-// (the market's is ../service.h, the control connection's ../control.h). Thread-safety: everything runs on
+// (the market's is service.h, the control connection's control.h). Thread-safety: everything runs on
 // the threads of the io_context; Open, SetListening and Close may be called from any thread, one at a time.
 #pragma once
 
 #include <atomic>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ssl/context.hpp>
-#include <boost/asio/thread_pool.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
 
-#include "http/message.h"
-#include "market_server.h"
+#include "market_server/http/message.h"
+#include "market_server/market_server.h"
+
+// Declared only: most who include this header know handlers and requests, and nothing of sockets.
+namespace boost::asio {
+class io_context;
+class thread_pool;
+namespace ssl {
+class context;
+}  // namespace ssl
+}  // namespace boost::asio
 
 namespace market_server::http {
 
@@ -30,6 +36,8 @@ class Handler {
   /// Whether the answer may take so long to make that other connections would notice.
   virtual bool TakesLong(const Request& request) const = 0;
   virtual Delivery Handle(const Request& request) = 0;
+  /// What is said to a client whose request is not understood or exceeds a limit. The connection ends then.
+  virtual Delivery Refuse(unsigned status, const std::string& peer) = 0;
 };
 
 /// Counted by the connections, read by anybody.

@@ -1,7 +1,90 @@
-#include "http/message.h"
+#include "market_server/http/message.h"
+
+#include <algorithm>
+#include <charconv>
 
 namespace market_server::http {
 namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+
+/// Takes the text up to `mark` off the front, and the mark with it; all of it when there is no mark.
+std::string_view Take(std::string_view& text, std::string_view mark) {
+  const std::size_t end = text.find(mark);
+  const std::string_view part = text.substr(0, end);
+  text = end == std::string_view::npos ? std::string_view{} : text.substr(end + mark.size());
+  return part;
+}
+
+bool TokenCharacter(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+         (c != '\0' && std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos);
+}
+
+bool IsToken(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), TokenCharacter);
+}
+
+char Lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool Same(std::string_view text, std::string_view lower) {
+  return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
+                    [](char a, char b) { return Lower(a) == b; });
+}
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+/// "GET /path HTTP/1.1"
+bool ReadRequestLine(std::string_view line, Request& request) {
+  request.method = Take(line, " ");
+  request.target = Take(line, " ");
+  request.keep_alive = line == "HTTP/1.1";
+  const bool printable = std::all_of(request.target.begin(), request.target.end(), [](char c) {
+    return static_cast<unsigned char>(c) > 0x20 && c != 0x7f;
+  });
+  return IsToken(request.method) && !request.target.empty() && printable &&
+         (request.keep_alive || line == "HTTP/1.0");
+}
+
+/// What the fields so far have said already.
+struct Said {
+  bool host = false;
+  bool length = false;
+  bool close = false;
+};
+
+/// Takes in what matters of one field; the status of a refusal, or 0.
+unsigned ReadField(std::string_view name, std::string_view value, Head& head, Said& said) {
+  constexpr unsigned kBad = 400;
+  constexpr unsigned kLengthRequired = 411;
+  if (Same(name, "host")) {
+    if (std::exchange(said.host, true)) return kBad;
+    head.request.host = value;
+  } else if (Same(name, "origin")) {
+    head.request.origin = value;
+  } else if (Same(name, "content-length")) {
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), head.body_bytes);
+    const bool whole = !value.empty() && error == std::errc{} && end == value.data() + value.size();
+    if (!whole || std::exchange(said.length, true)) return kBad;
+  } else if (Same(name, "transfer-encoding")) {
+    return kLengthRequired;
+  } else if (Same(name, "expect")) {
+    head.awaits_consent = Same(value, "100-continue");
+  } else if (Same(name, "connection")) {
+    while (!value.empty()) {
+      const std::string_view option = Trim(Take(value, ","));
+      said.close = said.close || Same(option, "close");
+      head.request.keep_alive = !said.close && (head.request.keep_alive || Same(option, "keep-alive"));
+    }
+  }
+  return 0;
+}
 
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -11,6 +94,27 @@ int HexDigit(char c) {
 }
 
 }  // namespace
+
+bool CanBeginHead(std::string_view text) {
+  return text.empty() || TokenCharacter(text.front());
+}
+
+Head ReadHead(std::string_view text) {
+  Head head;
+  Said said;
+  if (!ReadRequestLine(Take(text, kLineEnd), head.request)) head.refusal = 400;
+  for (std::string_view line = Take(text, kLineEnd); head.refusal == 0 && !line.empty();
+       line = Take(text, kLineEnd)) {
+    const bool named = line.find(':') != std::string_view::npos;
+    const std::string_view name = Take(line, ":");
+    const std::string_view value = Trim(line);
+    const bool plain = std::all_of(value.begin(), value.end(), [](char c) {
+      return (static_cast<unsigned char>(c) >= 0x20 && c != 0x7f) || c == '\t';
+    });
+    head.refusal = named && plain && IsToken(name) ? ReadField(name, value, head, said) : 400;
+  }
+  return head;
+}
 
 bool DecodePercent(std::string_view text, std::string& decoded) {
   decoded.clear();
@@ -69,13 +173,6 @@ void ReadTarget(Request& request) {
     request.well_formed = request.well_formed && name_ok && value_ok;
     request.parameters.push_back(std::move(parameter));
   }
-}
-
-const std::string* Find(const Parameters& parameters, std::string_view name) {
-  for (const auto& [key, value] : parameters) {
-    if (key == name) return &value;
-  }
-  return nullptr;
 }
 
 }  // namespace market_server::http

@@ -1,5 +1,5 @@
 // One request as the HTTP layer understood it, and one answer as the steps by which it is sent. Plain values,
-// no locks. What an endpoint answers, before it becomes bytes, is the Answer of ../answer.h.
+// no locks. What an endpoint answers, before it becomes bytes, is the Answer of answer.h.
 #pragma once
 
 #include <chrono>
@@ -28,6 +28,20 @@ struct Request {
   bool well_formed = true;   ///< false: the query holds a bad percent escape
   std::uint64_t number = 1;  ///< 1 for the first request of its connection
 };
+
+/// The head of a request: request line and fields.
+struct Head {
+  Request request;
+  std::size_t body_bytes = 0;
+  bool awaits_consent = false;  ///< the client sends the body when it has been told to go on
+  unsigned refusal = 0;         ///< the status with which the request is refused; 0: it is none of these
+};
+
+/// Reads all of a head, the empty line at its end included.
+[[nodiscard]] Head ReadHead(std::string_view text);
+
+/// Whether a head can begin like that; says so from the first byte on.
+[[nodiscard]] bool CanBeginHead(std::string_view text);
 
 /// One step of sending an answer. A step that takes longer than the limits allow ends the connection.
 struct Step {
@@ -61,8 +75,5 @@ struct Delivery {
 
 /// Fills path, query, parameters and well_formed from target. A parameter without "=" has an empty value.
 void ReadTarget(Request& request);
-
-/// The value of the first parameter of that name; null when there is none.
-[[nodiscard]] const std::string* Find(const Parameters& parameters, std::string_view name);
 
 }  // namespace market_server::http

@@ -3,37 +3,37 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "market_impl.h"
-#include "names.h"
-#include "random.h"
+#include "market_server/model/market_impl.h"
+#include "market_server/model/names.h"
+#include "market_server/model/random.h"
 
 namespace market_server::model {
 namespace {
 
-std::string percent(std::int64_t hundredths_of_percent) {
+std::string Percent(std::int64_t hundredths_of_percent) {
   const std::int64_t n = std::abs(hundredths_of_percent);
   std::string fraction = std::to_string(n % 100);
   return std::to_string(n / 100) + "." + (fraction.size() < 2 ? "0" + fraction : fraction) + "%";
 }
 
-FlowAmounts sum_of(const FlowSum& a, const FlowSum& b) {
+FlowAmounts SumOf(const FlowSum& a, const FlowSum& b) {
   return {a.big_in + b.big_in, a.big_out + b.big_out, a.small_in + b.small_in, a.small_out + b.small_out};
 }
 
-// Stocks counted one after the other; `average` is the mean of their changes in percent, four decimals.
+/// Stocks counted one after the other; `average` is the mean of their changes in percent, four decimals.
 class BreadthCount {
  public:
-  void add(std::int32_t price, std::int32_t preclose) {
+  void Add(std::int32_t price, std::int32_t preclose) {
     ++(price > preclose ? row_.up : price < preclose ? row_.down : row_.unchanged);
-    sum_ += change_of(price, preclose);
+    sum_ += ChangeOf(price, preclose);
   }
-  [[nodiscard]] Breadth row(int minute) const {
+  [[nodiscard]] Breadth Row(int minute) const {
     Breadth out = row_;
-    out.minute = clock_of(minute);
+    out.minute = ClockOf(minute);
     const std::int64_t count = std::int64_t{out.up} + out.unchanged + out.down;
     out.average =
         count > 0
-            ? static_cast<double>(nearest(static_cast<double>(sum_) * 100 / static_cast<double>(count))) /
+            ? static_cast<double>(Nearest(static_cast<double>(sum_) * 100 / static_cast<double>(count))) /
                   10000
             : 0;
     return out;
@@ -44,94 +44,95 @@ class BreadthCount {
   std::int64_t sum_ = 0;
 };
 
-Instant end_of_minute(Date date, int minute) {
+Instant EndOfMinute(Date date, int minute) {
   if (minute == 0) {
-    return instant_of(date, 9, 25, 0);
+    return InstantOf(date, 9, 25, 0);
   }
-  const std::int32_t clock = clock_of(minute);
-  return instant_of(date, clock / 100, clock % 100, 0);
+  const std::int32_t clock = ClockOf(minute);
+  return InstantOf(date, clock / 100, clock % 100, 0);
 }
 
 }  // namespace
 
-Flows Market::flows(const Security& security, Instant time) const {
+Flows Market::FlowsOf(const Security& security, Instant time) const {
   Flows out;
-  const Moment moment = impl_->moment(time);
+  const Moment moment = impl_->MomentAt(time);
   out.time = moment.time;
-  if (security.kind != Kind::stock) {
+  if (security.kind != Kind::kStock) {
     return out;
   }
-  const Stock& stock = impl_->base.universe.stock(security);
+  const Stock& stock = impl_->base.universe.StockOf(security);
   if (moment.day < stock.listed) {
     return out;
   }
-  impl_->with_stock_day(stock, moment.day, [&](const StockDay& figures, const MinuteView& minutes) {
-    const Live now = impl_->live(stock, figures, minutes, moment);
+  impl_->WithStockDay(stock, moment.day, [&](const StockDay& figures, const MinuteView& minutes) {
+    const Live now = impl_->LiveOf(stock, figures, minutes, moment);
     FlowSum today;
     if (now.traded) {
-      today = flow_shares(stock, moment.day, figures.prices).of(static_cast<std::uint64_t>(now.amount / 100));
+      today =
+          FlowSharesOf(stock, moment.day, figures.prices).Of(static_cast<std::uint64_t>(now.amount / 100));
     }
-    out.d1 = sum_of(today, {});
-    out.d5 = sum_of(today, figures.four_before);
-    out.d10 = sum_of(today, figures.nine_before);
+    out.d1 = SumOf(today, {});
+    out.d5 = SumOf(today, figures.four_before);
+    out.d10 = SumOf(today, figures.nine_before);
   });
   return out;
 }
 
-std::vector<Breadth> Market::Impl::whole_breadth(const Moment& moment) {
+std::vector<Breadth> Market::Impl::WholeBreadth(const Moment& moment) {
   const int day = moment.day;
-  const auto whole = market_day(moment);
+  const auto whole = MarketDayOf(moment);
   std::vector<BreadthCount> counts(kPoints);
   for (const Stock& stock : base.universe.stocks) {
     const std::uint32_t number = stock.security->number;
-    const DayPrices& prices = whole->stock(number).prices;
+    const DayPrices& prices = whole->StockOf(number).prices;
     if (day < stock.listed || !prices.traded) {
       continue;
     }
-    const MinuteView minutes = whole->minutes(number);
+    const MinuteView minutes = whole->Minutes(number);
     for (std::size_t m = 0; m < kPoints; ++m) {
-      counts[m].add(minutes.price[m], prices.preclose);
+      counts[m].Add(minutes.price[m], prices.preclose);
     }
   }
   std::vector<Breadth> out;
   out.reserve(kPoints);
   for (int m = 0; m <= kMinutes; ++m) {
-    out.push_back(counts[static_cast<std::size_t>(m)].row(m));
+    out.push_back(counts[static_cast<std::size_t>(m)].Row(m));
   }
   return out;
 }
 
-std::vector<Breadth> Market::breadth(Date date, Instant time) const {
+std::vector<Breadth> Market::BreadthOn(Date date, Instant time) const {
   Moment moment;
-  if (!impl_->moment_on(date, time, moment) || moment.auction) {
+  if (!impl_->MomentOn(date, time, moment) || moment.auction) {
     return {};
   }
-  const auto whole = impl_->breadths.get(
-      moment.day, [&] { return std::make_shared<const std::vector<Breadth>>(impl_->whole_breadth(moment)); });
+  const auto whole = impl_->breadths.Get(
+      moment.day, [&] { return std::make_shared<const std::vector<Breadth>>(impl_->WholeBreadth(moment)); });
   std::vector<Breadth> out(whole->begin(), whole->begin() + moment.minute + 1);
   if (moment.tick > 0) {
-    const auto board = impl_->board(moment);
+    const auto board = impl_->BoardAt(moment);
     BreadthCount count;
     for (const Quote& quote : board->stocks) {
-      if (trades(quote.status)) {
-        count.add(static_cast<std::int32_t>(nearest(quote.last * 100)),
-                  static_cast<std::int32_t>(nearest(quote.preclose * 100)));
+      if (Trades(quote.status)) {
+        count.Add(static_cast<std::int32_t>(Nearest(quote.last * 100)),
+                  static_cast<std::int32_t>(Nearest(quote.preclose * 100)));
       }
     }
-    out.push_back(count.row(moment.minute + 1));
+    out.push_back(count.Row(moment.minute + 1));
   }
   return out;
 }
 
-Distribution Market::distribution(Date date, Instant time) const {
+Distribution Market::DistributionOn(Date date, Instant time) const {
   Distribution out;
   Moment moment;
-  if (!impl_->moment_on(date, time, moment)) {
+  if (!impl_->MomentOn(date, time, moment)) {
     return out;
   }
-  const auto board = impl_->board(moment);
+  const auto board = impl_->BoardAt(moment);
   for (const Quote& quote : board->stocks) {
-    if (!trades(quote.status)) {
+    if (!Trades(quote.status)) {
       continue;
     }
     const double size = std::abs(quote.change);
@@ -148,10 +149,10 @@ Distribution Market::distribution(Date date, Instant time) const {
   return out;
 }
 
-std::vector<MarketEvent> Market::Impl::whole_events(const Moment& moment) {
+std::vector<MarketEvent> Market::Impl::WholeEvents(const Moment& moment) {
   const int day = moment.day;
-  const auto whole = market_day(moment);
-  const Date date = base.days.date(day);
+  const auto whole = MarketDayOf(moment);
+  const Date date = base.days.DateAt(day);
   std::vector<std::vector<std::string>> by_minute(kPoints);
   const auto report = [&](int minute, std::string text) {
     by_minute[static_cast<std::size_t>(minute)].push_back(std::move(text));
@@ -164,17 +165,17 @@ std::vector<MarketEvent> Market::Impl::whole_events(const Moment& moment) {
       continue;
     }
     // Each whole percent, once on each side.
-    const std::int32_t* const prices = whole->index_prices(i);
+    const std::int32_t* const prices = whole->IndexPrices(i);
     std::int64_t highest = 0;
     std::int64_t lowest = 0;
     for (int m = 0; m <= kMinutes; ++m) {
-      const std::int64_t change = change_of(prices[m], whole->index_preclose(i));
+      const std::int64_t change = ChangeOf(prices[m], whole->IndexPreclose(i));
       if (change / 100 > highest) {
         highest = change / 100;
-        report(m, index.name + "涨幅扩大至" + percent(change));
+        report(m, index.name + "涨幅扩大至" + Percent(change));
       } else if (-change / 100 > lowest) {
         lowest = -change / 100;
-        report(m, index.name + "跌幅扩大至" + percent(change));
+        report(m, index.name + "跌幅扩大至" + Percent(change));
       }
     }
   }
@@ -185,12 +186,12 @@ std::vector<MarketEvent> Market::Impl::whole_events(const Moment& moment) {
     if (plate.plate_kind != 1) {
       continue;
     }
-    const std::int32_t* const prices = whole->plate_prices(i);
+    const std::int32_t* const prices = whole->PlatePrices(i);
     int quiet_until = kWindow;
     for (int m = kWindow; m <= kMinutes; ++m) {
-      const std::int64_t change = change_of(prices[m], prices[m - kWindow]);
+      const std::int64_t change = ChangeOf(prices[m], prices[m - kWindow]);
       if (m >= quiet_until && std::abs(change) >= kSwift) {
-        report(m, plate.name + (change > 0 ? "板块5分钟拉升" : "板块5分钟跳水") + percent(change));
+        report(m, plate.name + (change > 0 ? "板块5分钟拉升" : "板块5分钟跳水") + Percent(change));
         quiet_until = m + 30;
       }
     }
@@ -198,11 +199,11 @@ std::vector<MarketEvent> Market::Impl::whole_events(const Moment& moment) {
   constexpr std::size_t kMostPerMinute = 6;
   for (const Stock& stock : universe.stocks) {
     const std::uint32_t number = stock.security->number;
-    const DayPrices& figures = whole->stock(number).prices;
+    const DayPrices& figures = whole->StockOf(number).prices;
     if (day < stock.listed || !figures.traded || figures.limit_up == 0) {
       continue;
     }
-    const std::int32_t* const prices = whole->minutes(number).price;
+    const std::int32_t* const prices = whole->Minutes(number).price;
     for (int m = 0; m <= kMinutes; ++m) {
       const auto at = [&](int minute) {
         return minute < 0                             ? 0
@@ -221,7 +222,7 @@ std::vector<MarketEvent> Market::Impl::whole_events(const Moment& moment) {
       }
     }
   }
-  const std::vector<Breadth> breadth = whole_breadth(moment);
+  const std::vector<Breadth> breadth = WholeBreadth(moment);
   for (const int m : {kMinutes / 2, kMinutes}) {
     const Breadth& row = breadth[static_cast<std::size_t>(m)];
     report(m, std::string(m == kMinutes ? "收盘：" : "午间收盘：") + "上涨" + std::to_string(row.up) +
@@ -232,50 +233,50 @@ std::vector<MarketEvent> Market::Impl::whole_events(const Moment& moment) {
   for (int m = kMinutes; m >= 0; --m) {
     auto& texts = by_minute[static_cast<std::size_t>(m)];
     for (auto text = texts.rbegin(); text != texts.rend(); ++text) {
-      out.push_back({end_of_minute(date, m), std::move(*text)});
+      out.push_back({EndOfMinute(date, m), std::move(*text)});
     }
   }
   return out;
 }
 
-std::vector<MarketEvent> Market::events(Date date, Instant time) const {
+std::vector<MarketEvent> Market::Events(Date date, Instant time) const {
   Moment moment;
-  if (!impl_->moment_on(date, time, moment) || moment.auction) {
+  if (!impl_->MomentOn(date, time, moment) || moment.auction) {
     return {};
   }
-  const auto whole = impl_->events.get(moment.day, [&] {
-    return std::make_shared<const std::vector<MarketEvent>>(impl_->whole_events(moment));
+  const auto whole = impl_->events.Get(moment.day, [&] {
+    return std::make_shared<const std::vector<MarketEvent>>(impl_->WholeEvents(moment));
   });
   const auto first = std::find_if(whole->begin(), whole->end(),
                                   [&](const MarketEvent& event) { return event.time <= moment.time; });
   return {first, whole->end()};
 }
 
-std::vector<MarginDay> Market::margin(Instant time, std::size_t days) const {
+std::vector<MarginDay> Market::Margin(Instant time, std::size_t days) const {
   const Foundation& base = impl_->base;
   const Factors& factors = base.factors;
   const auto number_of = [&](std::string_view code) {
-    return static_cast<int>(base.universe.find(code)->number);
+    return static_cast<int>(base.universe.Find(code)->number);
   };
   const int shanghai = number_of("sh000001");
   const int shenzhen = number_of("sz399001");
   std::vector<MarginDay> out;
-  for (int day = impl_->moment(time).day - 1; day >= base.days.first() && out.size() < days; --day) {
+  for (int day = impl_->MomentAt(time).day - 1; day >= base.days.first() && out.size() < days; --day) {
     // Credit follows the market's level with its own moods.
     const auto balance = [&](double middle, std::uint64_t key) {
-      const std::uint64_t own = mix(mix(base.options.seed, 0x3a461), key);
+      const std::uint64_t own = Mix(Mix(base.options.seed, 0x3a461), key);
       double level = 0;
       for (int d = day; d > day - 8; --d) {
-        level += static_cast<double>(factors.level(factors.market(), d)) / kOne / 8;
+        level += static_cast<double>(factors.Level(factors.market(), d)) / kOne / 8;
       }
-      const double yuan = middle * (1 + 0.4 * level) * (1 + 0.05 * smooth_noise(own, day, 30)) *
-                          (1 + 0.002 * (unit(mix(own, static_cast<std::uint64_t>(day) + (1U << 20))) - 0.5));
-      return static_cast<std::uint64_t>(nearest(yuan));
+      const double yuan = middle * (1 + 0.4 * level) * (1 + 0.05 * SmoothNoise(own, day, 30)) *
+                          (1 + 0.002 * (Unit(Mix(own, static_cast<std::uint64_t>(day) + (1U << 20))) - 0.5));
+      return static_cast<std::uint64_t>(Nearest(yuan));
     };
     MarginDay row;
-    row.date = base.days.date(day);
-    row.sh_close = hundredths(base.paths.index_close(shanghai, day));
-    row.sz_close = hundredths(base.paths.index_close(shenzhen, day));
+    row.date = base.days.DateAt(day);
+    row.sh_close = Hundredths(base.paths.IndexClose(shanghai, day));
+    row.sz_close = Hundredths(base.paths.IndexClose(shenzhen, day));
     row.sh_balance = balance(7.9e11, 1);
     row.sz_balance = balance(7.2e11, 2);
     out.push_back(row);
@@ -283,12 +284,12 @@ std::vector<MarginDay> Market::margin(Instant time, std::size_t days) const {
   return out;
 }
 
-std::vector<NewShare> Market::new_shares(Instant time) const {
+std::vector<NewShare> Market::NewShares(Instant time) const {
   constexpr int kDaysToListing = 8;  // from the online subscription
   constexpr int kDaysOfNotice = 5;   // before it
   constexpr int kDaysShown = 60;
   const Foundation& base = impl_->base;
-  const int today = impl_->moment(time).day;
+  const int today = impl_->MomentAt(time).day;
   std::vector<std::pair<int, NewShare>> found;
   for (const Stock& stock : base.universe.stocks) {
     const int online = stock.listed - kDaysToListing;
@@ -297,26 +298,26 @@ std::vector<NewShare> Market::new_shares(Instant time) const {
       continue;
     }
     const Security& security = *stock.security;
-    const std::uint64_t h = mix(stock.key, 0x1b0);
+    const std::uint64_t h = Mix(stock.key, 0x1b0);
     NewShare row;
     row.security = &security;
     const std::string digits = security.code.substr(2);
     const bool shanghai = security.code[1] == 'h';
-    const char* const prefix = security.board == Board::star ? "787" : "730";
+    const char* const prefix = security.board == Board::kStar ? "787" : "730";
     row.buy_code = shanghai ? prefix + digits.substr(3) : digits;
-    row.publish = base.days.date(online - kDaysOfNotice);
-    row.publish_online = base.days.date(online);
+    row.publish = base.days.DateAt(online - kDaysOfNotice);
+    row.publish_online = base.days.DateAt(online);
     row.publish_num = std::floor(static_cast<double>(stock.total) / 40000);
-    row.publish_online_num = static_cast<double>(nearest(row.publish_num * (0.25 + 0.5 * unit(h))));
+    row.publish_online_num = static_cast<double>(Nearest(row.publish_num * (0.25 + 0.5 * Unit(h))));
     const std::int32_t issue = base.issue_prices[security.number];
-    row.publish_price = hundredths(issue);
-    row.pe = stock.pe > 0 ? to_hundredths(static_cast<double>(stock.total) * issue * stock.pe /
-                                          base.paths.yearly_capitalisation(stock, stock.listed))
+    row.publish_price = Hundredths(issue);
+    row.pe = stock.pe > 0 ? ToHundredths(static_cast<double>(stock.total) * issue * stock.pe /
+                                         base.paths.YearlyCapitalisation(stock, stock.listed))
                           : 0;
-    row.buy_limit = std::max(to_hundredths(row.publish_online_num / 1000 / 5) * 5, 0.05);
-    row.total_price = static_cast<double>(nearest(row.publish_num * row.publish_price)) / 10000;
+    row.buy_limit = Hundredths(5 * std::max<std::int64_t>(Nearest(row.publish_online_num / 50), 1));
+    row.total_price = static_cast<double>(Nearest(row.publish_num * row.publish_price)) / 10000;
     row.chance =
-        online < today ? static_cast<double>(nearest((0.012 + 0.05 * unit(mix(h, 1))) * 10000)) / 10000 : 0;
+        online < today ? static_cast<double>(Nearest((0.012 + 0.05 * Unit(Mix(h, 1))) * 10000)) / 10000 : 0;
     found.emplace_back(online, std::move(row));
   }
   std::stable_sort(found.begin(), found.end(),

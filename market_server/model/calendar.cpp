@@ -1,4 +1,4 @@
-#include "calendar.h"
+#include "market_server/model/calendar.h"
 
 #include <algorithm>
 #include <array>
@@ -11,8 +11,8 @@ namespace {
 constexpr std::int64_t kChinaOffset = 8 * 3600;
 constexpr std::int64_t kDay = 86400;
 
-// Days since 1970-01-01 of the proleptic Gregorian calendar, and back (years 0 to 9999).
-constexpr std::int64_t days_from_civil(int year, int month, int day) {
+/// Days since 1970-01-01 of the proleptic Gregorian calendar, and back (years 0 to 9999).
+constexpr std::int64_t DaysFromCivil(int year, int month, int day) {
   const int y = month <= 2 ? year - 1 : year;
   const int era = (y >= 0 ? y : y - 399) / 400;
   const int year_of_era = y - era * 400;
@@ -21,7 +21,7 @@ constexpr std::int64_t days_from_civil(int year, int month, int day) {
   return std::int64_t{era} * 146097 + day_of_era - 719468;
 }
 
-constexpr Date civil_from_days(std::int64_t days) {
+constexpr Date CivilFromDays(std::int64_t days) {
   const std::int64_t z = days + 719468;
   const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
   const std::int64_t doe = z - era * 146097;
@@ -34,26 +34,26 @@ constexpr Date civil_from_days(std::int64_t days) {
   return static_cast<Date>(year * 10000 + month * 100 + day);
 }
 
-constexpr std::int64_t days_of(Date date) {
-  return days_from_civil(static_cast<int>(date / 10000), static_cast<int>(date / 100 % 100),
-                         static_cast<int>(date % 100));
+constexpr std::int64_t DaysOf(Date date) {
+  return DaysFromCivil(static_cast<int>(date / 10000), static_cast<int>(date / 100 % 100),
+                       static_cast<int>(date % 100));
 }
 
 constexpr Instant kEarliest = -6.0e10;  // about the years 60 to 3870: dates have four digits of year there
 constexpr Instant kLatest = 6.0e10;
 
-std::int64_t china_seconds(Instant time) {
+std::int64_t ChinaSeconds(Instant time) {
   if (!(time > kEarliest)) {  // not a number, too
     time = kEarliest;
   }
   return static_cast<std::int64_t>(std::floor(std::min(time, kLatest))) + kChinaOffset;
 }
 
-std::int64_t floor_div(std::int64_t a, std::int64_t b) {
+std::int64_t FloorDiv(std::int64_t a, std::int64_t b) {
   return a >= 0 ? a / b : -((-a + b - 1) / b);
 }
 
-// Weekdays without trading, as month * 100 + day.
+/// Weekdays without trading, as month * 100 + day.
 struct YearOfHolidays {
   int year;
   std::array<int, 24> days;
@@ -96,7 +96,7 @@ constexpr std::array kHolidays{
 };
 constexpr std::array<int, 11> kFixedHolidays{101, 501, 502, 503, 1001, 1002, 1003, 1004, 1005, 1006, 1007};
 
-std::span<const int> closed_days(int year) {
+std::span<const int> ClosedDays(int year) {
   const auto* found = std::find_if(kHolidays.begin(), kHolidays.end(),
                                    [&](const YearOfHolidays& y) { return y.year == year; });
   if (found == kHolidays.end()) {
@@ -106,13 +106,13 @@ std::span<const int> closed_days(int year) {
   return {found->days.begin(), end};
 }
 
-std::vector<Date> make_trading_days() {
+std::vector<Date> MakeTradingDays() {
   std::vector<Date> days;
   days.reserve(5300);
-  const std::int64_t last = days_of(kLastTradingDay);
-  for (std::int64_t d = days_of(kFirstTradingDay); d <= last; ++d) {
-    const Date date = civil_from_days(d);
-    if (is_trading_day(date)) {
+  const std::int64_t last = DaysOf(kLastTradingDay);
+  for (std::int64_t d = DaysOf(kFirstTradingDay); d <= last; ++d) {
+    const Date date = CivilFromDays(d);
+    if (IsTradingDay(date)) {
       days.push_back(date);
     }
   }
@@ -121,117 +121,117 @@ std::vector<Date> make_trading_days() {
 
 }  // namespace
 
-Date date_of(Instant time) {
-  return civil_from_days(floor_div(china_seconds(time), kDay));
+Date DateOf(Instant time) {
+  return CivilFromDays(FloorDiv(ChinaSeconds(time), kDay));
 }
 
-int second_of_day(Instant time) {
-  const std::int64_t seconds = china_seconds(time);
-  return static_cast<int>(seconds - floor_div(seconds, kDay) * kDay);
+int SecondOfDay(Instant time) {
+  const std::int64_t seconds = ChinaSeconds(time);
+  return static_cast<int>(seconds - FloorDiv(seconds, kDay) * kDay);
 }
 
-Instant instant_of(Date date, int hour, int minute, int second) {
-  return static_cast<Instant>(days_of(date) * kDay + hour * 3600 + minute * 60 + second - kChinaOffset);
+Instant InstantOf(Date date, int hour, int minute, int second) {
+  return static_cast<Instant>(DaysOf(date) * kDay + hour * 3600 + minute * 60 + second - kChinaOffset);
 }
 
-bool is_date(Date date) {
+bool IsDate(Date date) {
   const Date month = date / 100 % 100;
   const Date day = date % 100;
   return date <= 99991231 && month >= 1 && month <= 12 && day >= 1 && day <= 31 &&
-         civil_from_days(days_of(date)) == date;
+         CivilFromDays(DaysOf(date)) == date;
 }
 
-int weekday(Date date) {
-  const std::int64_t days = days_of(date) + 4;  // 1970-01-01 was a Thursday
-  return static_cast<int>(days - floor_div(days, 7) * 7);
+int Weekday(Date date) {
+  const std::int64_t days = DaysOf(date) + 4;  // 1970-01-01 was a Thursday
+  return static_cast<int>(days - FloorDiv(days, 7) * 7);
 }
 
-bool is_trading_day(Date date) {
-  if (!is_date(date)) {
+bool IsTradingDay(Date date) {
+  if (!IsDate(date)) {
     return false;
   }
-  const int day = weekday(date);
+  const int day = Weekday(date);
   if (day == 0 || day == 6) {
     return false;
   }
-  const auto closed = closed_days(static_cast<int>(date / 10000));
+  const auto closed = ClosedDays(static_cast<int>(date / 10000));
   return std::find(closed.begin(), closed.end(), static_cast<int>(date % 10000)) == closed.end();
 }
 
-std::vector<Date> holidays(int year) {
+std::vector<Date> Holidays(int year) {
   std::vector<Date> days;
   if (year < 1 || year > 9999) {
     return days;
   }
-  for (const int day : closed_days(year)) {
+  for (const int day : ClosedDays(year)) {
     const Date date = static_cast<Date>(year * 10000 + day);
-    if (weekday(date) != 0 && weekday(date) != 6) {
+    if (Weekday(date) != 0 && Weekday(date) != 6) {
       days.push_back(date);
     }
   }
   return days;
 }
 
-Date previous_trading_day(Date date) {
-  std::int64_t d = days_of(date) - 1;
-  while (!is_trading_day(civil_from_days(d))) {
+Date PreviousTradingDay(Date date) {
+  std::int64_t d = DaysOf(date) - 1;
+  while (!IsTradingDay(CivilFromDays(d))) {
     --d;
   }
-  return civil_from_days(d);
+  return CivilFromDays(d);
 }
 
-Date next_trading_day(Date date) {
-  std::int64_t d = days_of(date) + 1;
-  while (!is_trading_day(civil_from_days(d))) {
+Date NextTradingDay(Date date) {
+  std::int64_t d = DaysOf(date) + 1;
+  while (!IsTradingDay(CivilFromDays(d))) {
     ++d;
   }
-  return civil_from_days(d);
+  return CivilFromDays(d);
 }
 
-Phase phase_at(Instant time) {
-  const int second = second_of_day(time);
-  if (second < 9 * 3600 || !is_trading_day(date_of(time))) {
-    return Phase::closed;
+Phase PhaseAt(Instant time) {
+  const int second = SecondOfDay(time);
+  if (second < 9 * 3600 || !IsTradingDay(DateOf(time))) {
+    return Phase::kClosed;
   }
   if (second < 9 * 3600 + 15 * 60) {
-    return Phase::preparing;
+    return Phase::kPreparing;
   }
   if (second < 9 * 3600 + 30 * 60) {
-    return Phase::call_auction;
+    return Phase::kCallAuction;
   }
   if (second < 11 * 3600 + 30 * 60) {
-    return Phase::morning;
+    return Phase::kMorning;
   }
   if (second < 13 * 3600) {
-    return Phase::lunch;
+    return Phase::kLunch;
   }
-  return second < 15 * 3600 ? Phase::afternoon : Phase::after_close;
+  return second < 15 * 3600 ? Phase::kAfternoon : Phase::kAfterClose;
 }
 
-Date session_date(Instant time) {
-  const Date today = date_of(time);
+Date SessionDate(Instant time) {
+  const Date today = DateOf(time);
   if (today < kFirstTradingDay) {
     return kFirstTradingDay;
   }
   if (today > kLastTradingDay) {
-    return trading_days().back();
+    return TradingDays().back();
   }
-  const bool begun = is_trading_day(today) && second_of_day(time) >= 9 * 3600 + 15 * 60;
-  return begun ? today : std::max(previous_trading_day(today), kFirstTradingDay);
+  const bool begun = IsTradingDay(today) && SecondOfDay(time) >= 9 * 3600 + 15 * 60;
+  return begun ? today : std::max(PreviousTradingDay(today), kFirstTradingDay);
 }
 
-bool is_open(Instant time) {
-  const Phase phase = phase_at(time);
-  return phase == Phase::call_auction || phase == Phase::morning || phase == Phase::afternoon;
+bool IsOpen(Instant time) {
+  const Phase phase = PhaseAt(time);
+  return phase == Phase::kCallAuction || phase == Phase::kMorning || phase == Phase::kAfternoon;
 }
 
-std::span<const Date> trading_days() {
-  static const std::vector<Date>& days = *new std::vector<Date>(make_trading_days());
+std::span<const Date> TradingDays() {
+  static const std::vector<Date>& days = *new std::vector<Date>(MakeTradingDays());
   return days;
 }
 
-int day_number(Date date) {
-  const auto days = trading_days();
+int DayNumber(Date date) {
+  const auto days = TradingDays();
   const auto found = std::lower_bound(days.begin(), days.end(), date);
   return found != days.end() && *found == date ? static_cast<int>(found - days.begin()) : -1;
 }

@@ -5,65 +5,65 @@
 #include <system_error>
 #include <thread>
 
-#include "market_impl.h"
+#include "market_server/model/market_impl.h"
 
 namespace market_server::model {
 namespace {
 
 constexpr int kPackagesSecond = 18 * 3600;  // of a session's day: its candle joins the packages
 
-std::string eight_digits(Date date) {
+std::string EightDigits(Date date) {
   std::string text = std::to_string(date);
   return std::string(8 - std::min<std::size_t>(text.size(), 8), '0') + text;
 }
 
-// The last day that the packages hold at an instant; 0 before the first.
-Date package_date(Instant time) {
-  const Date today = std::min(date_of(time), kLastTradingDay);
+/// The last day that the packages hold at an instant; 0 before the first.
+Date PackageDate(Instant time) {
+  const Date today = std::min(DateOf(time), kLastTradingDay);
   if (today < kFirstTradingDay) {
     return 0;
   }
-  if (is_trading_day(today) && (date_of(time) > today || second_of_day(time) >= kPackagesSecond)) {
+  if (IsTradingDay(today) && (DateOf(time) > today || SecondOfDay(time) >= kPackagesSecond)) {
     return today;
   }
-  const Date before = previous_trading_day(today);
+  const Date before = PreviousTradingDay(today);
   return before < kFirstTradingDay ? 0 : before;
 }
 
-Candle candle_of(Date date, std::int32_t preclose, const std::int32_t* prices) {
+Candle CandleOf(Date date, std::int32_t preclose, const std::int32_t* prices) {
   Candle out;
   out.date = date;
-  out.preclose = hundredths(preclose);
-  out.open = hundredths(prices[0]);
-  out.high = hundredths(*std::max_element(prices, prices + kPoints));
-  out.low = hundredths(*std::min_element(prices, prices + kPoints));
-  out.close = hundredths(prices[kMinutes]);
+  out.preclose = Hundredths(preclose);
+  out.open = Hundredths(prices[0]);
+  out.high = Hundredths(*std::max_element(prices, prices + kPoints));
+  out.low = Hundredths(*std::min_element(prices, prices + kPoints));
+  out.close = Hundredths(prices[kMinutes]);
   return out;
 }
 
-void set_volume(std::uint64_t lots, std::int64_t amount, std::uint64_t circulating, Candle& out) {
+void SetVolume(std::uint64_t lots, std::int64_t amount, std::uint64_t circulating, Candle& out) {
   out.vol = lots * 100;
-  out.amt = hundredths(amount);
+  out.amt = Hundredths(amount);
   out.tr = circulating > 0
-               ? to_hundredths(static_cast<double>(out.vol) * 100 / static_cast<double>(circulating))
+               ? ToHundredths(static_cast<double>(out.vol) * 100 / static_cast<double>(circulating))
                : 0;
 }
 
-// Prices as if every dividend and split had always been, or had never been.
-void adjust(std::vector<DaySeries::Row>& rows, Adjustment adjustment) {
+/// Prices as if every dividend and split had always been, or had never been.
+void Adjust(std::vector<DaySeries::Row>& rows, Adjustment adjustment) {
   const auto apply = [](Candle& candle, double factor) {
     for (double* const price : {&candle.preclose, &candle.open, &candle.high, &candle.close, &candle.low}) {
-      *price = to_hundredths(*price * factor);
+      *price = ToHundredths(*price * factor);
     }
   };
   double factor = 1;
-  if (adjustment == Adjustment::forward) {
+  if (adjustment == Adjustment::kForward) {
     for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
       const double step = row->candle.preclose / row->previous_close;
       apply(row->candle, factor);
       factor *= step;
     }
-  } else if (adjustment == Adjustment::backward) {
+  } else if (adjustment == Adjustment::kBackward) {
     for (DaySeries::Row& row : rows) {
       factor *= row.previous_close / row.candle.preclose;
       apply(row.candle, factor);
@@ -73,27 +73,27 @@ void adjust(std::vector<DaySeries::Row>& rows, Adjustment adjustment) {
 
 }  // namespace
 
-MinuteLine Market::minute_line(const Security& security, Date date, Instant time) const {
+MinuteLine Market::MinuteLineOf(const Security& security, Date date, Instant time) const {
   MinuteLine out;
   out.date = date;
   Moment moment;
-  if (!impl_->moment_on(date, time, moment) || !is_listed(security, date)) {
+  if (!impl_->MomentOn(date, time, moment) || !IsListed(security, date)) {
     return out;
   }
   const auto point = [](int minute, std::int32_t price, std::uint64_t lots, std::int64_t amount,
                         double usual) {
     MinutePoint p;
-    p.minute = clock_of(minute);
-    p.last = hundredths(price);
+    p.minute = ClockOf(minute);
+    p.last = Hundredths(price);
     p.vol = lots * 100;
-    p.amt = hundredths(amount);
-    p.qrr = usual > 0 ? to_hundredths(static_cast<double>(lots) / (usual * std::max(minute, 1))) : 0;
+    p.amt = Hundredths(amount);
+    p.qrr = usual > 0 ? ToHundredths(static_cast<double>(lots) / (usual * std::max(minute, 1))) : 0;
     return p;
   };
-  if (security.kind == Kind::stock) {
-    const Stock& stock = impl_->base.universe.stock(security);
-    impl_->with_stock_day(stock, moment.day, [&](const StockDay& figures, const MinuteView& minutes) {
-      out.preclose = hundredths(figures.prices.preclose);
+  if (security.kind == Kind::kStock) {
+    const Stock& stock = impl_->base.universe.StockOf(security);
+    impl_->WithStockDay(stock, moment.day, [&](const StockDay& figures, const MinuteView& minutes) {
+      out.preclose = Hundredths(figures.prices.preclose);
       if (!figures.prices.traded || moment.auction) {
         return;
       }
@@ -102,19 +102,19 @@ MinuteLine Market::minute_line(const Security& security, Date date, Instant time
             point(m, minutes.price[m], minutes.lots[m], minutes.amount[m], figures.usual_lots));
       }
       if (moment.tick > 0) {
-        const Live now = impl_->live(stock, figures, minutes, moment);
+        const Live now = impl_->LiveOf(stock, figures, minutes, moment);
         out.points.push_back(point(moment.minute + 1, now.last, now.lots, now.amount, figures.usual_lots));
       }
     });
     return out;
   }
 
-  const auto day = impl_->market_day(moment);
-  const bool index = security.kind == Kind::index;
+  const auto day = impl_->MarketDayOf(moment);
+  const bool index = security.kind == Kind::kIndex;
   const std::int32_t* const prices =
-      index ? day->index_prices(security.number) : day->plate_prices(security.number);
+      index ? day->IndexPrices(security.number) : day->PlatePrices(security.number);
   out.preclose =
-      hundredths(index ? day->index_preclose(security.number) : day->plate_preclose(security.number));
+      Hundredths(index ? day->IndexPreclose(security.number) : day->PlatePreclose(security.number));
   if (moment.auction) {
     return out;
   }
@@ -124,12 +124,12 @@ MinuteLine Market::minute_line(const Security& security, Date date, Instant time
   std::vector<std::int64_t> amounts(kPoints);
   double usual = 0;
   for (const std::uint32_t member : members) {
-    const StockDay& figures = day->stock(member);
+    const StockDay& figures = day->StockOf(member);
     if (!figures.prices.traded) {
       continue;
     }
     usual += figures.usual_lots;
-    const MinuteView minutes = day->minutes(member);
+    const MinuteView minutes = day->Minutes(member);
     for (std::size_t m = 0; m < kPoints; ++m) {
       lots[m] += minutes.lots[m];
       amounts[m] += minutes.amount[m];
@@ -140,9 +140,9 @@ MinuteLine Market::minute_line(const Security& security, Date date, Instant time
     out.points.push_back(point(m, prices[m], lots[at], amounts[at], usual));
   }
   if (moment.tick > 0) {
-    const Quote now = quote(security, time);
+    const Quote now = QuoteOf(security, time);
     MinutePoint p;
-    p.minute = clock_of(moment.minute + 1);
+    p.minute = ClockOf(moment.minute + 1);
     p.last = now.last;
     p.vol = now.vol;
     p.amt = now.amt;
@@ -152,9 +152,9 @@ MinuteLine Market::minute_line(const Security& security, Date date, Instant time
   return out;
 }
 
-std::optional<Candle> Market::day_candle(const Security& security, Instant time) const {
-  const Quote now = quote(security, time);
-  if (!trades(now.status) || now.open <= 0) {
+std::optional<Candle> Market::DayCandle(const Security& security, Instant time) const {
+  const Quote now = QuoteOf(security, time);
+  if (!Trades(now.status) || now.open <= 0) {
     return std::nullopt;
   }
   Candle out;
@@ -170,7 +170,7 @@ std::optional<Candle> Market::day_candle(const Security& security, Instant time)
   return out;
 }
 
-std::shared_ptr<const IndexTotals> Market::Impl::new_index_totals(int block) const {
+std::shared_ptr<const IndexTotals> Market::Impl::NewIndexTotals(int block) const {
   auto out = std::make_shared<IndexTotals>();
   out->indices.resize(base.universe.indices.size());
   const int market = base.factors.market();
@@ -179,7 +179,7 @@ std::shared_ptr<const IndexTotals> Market::Impl::new_index_totals(int block) con
   for (int f = 0; f < base.factors.count(); ++f) {
     for (int i = 0; i < days; ++i) {
       half_hours[static_cast<std::size_t>(f)][static_cast<std::size_t>(i)] =
-          base.factors.half_hours(f, block * kBlock + i);
+          base.factors.HalfHoursOf(f, block * kBlock + i);
     }
   }
   for (const Stock& stock : base.universe.stocks) {
@@ -190,20 +190,20 @@ std::shared_ptr<const IndexTotals> Market::Impl::new_index_totals(int block) con
     if (stock.listed / kBlock > block || indices.empty()) {
       continue;
     }
-    const BlockPrices prices = base.paths.block(stock, block);
+    const BlockPrices prices = base.paths.BlockOf(stock, block);
     for (std::size_t i = 0; i < static_cast<std::size_t>(days); ++i) {
       const int day = block * kBlock + static_cast<int>(i);
       if (day < stock.listed) {
         continue;
       }
       IndexTotals::Day one;
-      one.circulating = stock.circulating_on(day);
+      one.circulating = stock.CirculatingOn(day);
       if (prices[i].traded) {
         const DayShape shape =
-            base.paths.shape(stock, day, prices[i], half_hours[static_cast<std::size_t>(market)][i],
+            base.paths.Shape(stock, day, prices[i], half_hours[static_cast<std::size_t>(market)][i],
                              half_hours[static_cast<std::size_t>(stock.industry)][i]);
         one.lots = shape.lots[kSegments];
-        one.amount = shape.amount();
+        one.amount = shape.Amount();
       }
       for (const std::uint32_t index : indices) {
         IndexTotals::Day& sum = out->indices[index][i];
@@ -216,7 +216,7 @@ std::shared_ptr<const IndexTotals> Market::Impl::new_index_totals(int block) con
   return out;
 }
 
-std::optional<int> Market::Impl::claim_index_totals(int last_block) {
+std::optional<int> Market::Impl::ClaimIndexTotals(int last_block) {
   std::unique_lock lock(totals_mutex);
   for (;;) {
     bool complete = true;
@@ -238,7 +238,7 @@ std::optional<int> Market::Impl::claim_index_totals(int last_block) {
   }
 }
 
-void Market::Impl::settle_index_totals(int block, std::shared_ptr<const IndexTotals> made) {
+void Market::Impl::SettleIndexTotals(int block, std::shared_ptr<const IndexTotals> made) {
   {
     const std::lock_guard lock(totals_mutex);
     totals[static_cast<std::size_t>(block)] = std::move(made);
@@ -247,22 +247,22 @@ void Market::Impl::settle_index_totals(int block, std::shared_ptr<const IndexTot
   totals_changed.notify_all();
 }
 
-void Market::Impl::work_on_index_totals(int last_block) {
-  while (const auto block = claim_index_totals(last_block)) {
+void Market::Impl::WorkOnIndexTotals(int last_block) {
+  while (const auto block = ClaimIndexTotals(last_block)) {
     try {
-      settle_index_totals(*block, new_index_totals(*block));
+      SettleIndexTotals(*block, NewIndexTotals(*block));
     } catch (...) {
-      settle_index_totals(*block, nullptr);  // for the next who needs it
+      SettleIndexTotals(*block, nullptr);  // for the next who needs it
       throw;
     }
   }
 }
 
-void Market::Impl::make_index_totals(int last_block) {
+void Market::Impl::MakeIndexTotals(int last_block) {
   // Blocks are independent of each other; a handful of threads shares a long row of them.
   const auto help = [this, last_block] {
     try {
-      work_on_index_totals(last_block);
+      WorkOnIndexTotals(last_block);
     } catch (const std::exception&) {
       // This helper ends; the thread that was asked goes on, or fails by itself.
     }
@@ -279,52 +279,52 @@ void Market::Impl::make_index_totals(int last_block) {
       // No thread to be had: this one does the work alone.
     }
   }
-  work_on_index_totals(last_block);
+  WorkOnIndexTotals(last_block);
 }
 
-void Market::prepare_history(Instant time) const {
-  impl_->work_on_index_totals(impl_->moment(time).day / kBlock);
+void Market::PrepareHistory(Instant time) const {
+  impl_->WorkOnIndexTotals(impl_->MomentAt(time).day / kBlock);
 }
 
-void Market::cease() const {
+void Market::Cease() const {
   impl_->ceased = true;
 }
 
-std::shared_ptr<const IndexTotals> Market::Impl::index_totals(int block) {
+std::shared_ptr<const IndexTotals> Market::Impl::IndexTotalsOf(int block) {
   const std::lock_guard lock(totals_mutex);
   return totals[static_cast<std::size_t>(block)];
 }
 
-std::shared_ptr<const DaySeries> Market::Impl::day_series(const Security& security, int through) {
+std::shared_ptr<const DaySeries> Market::Impl::DaySeriesOf(const Security& security, int through) {
   const std::pair key{static_cast<int>(security.kind), security.number};
-  if (auto held = series.find(key); held != nullptr && held->through >= through) {
+  if (auto held = series.Find(key); held != nullptr && held->through >= through) {
     return held;
   }
   auto out = std::make_shared<DaySeries>();
   out->through = through;
-  if (security.kind == Kind::index) {
-    make_index_totals(through / kBlock);
+  if (security.kind == Kind::kIndex) {
+    MakeIndexTotals(through / kBlock);
     const int number = static_cast<int>(security.number);
     std::array<std::int32_t, kPoints> prices{};
     Deviations market{};
     std::shared_ptr<const IndexTotals> sums;
     for (int day = base.days.first(); day <= through; ++day) {
       if (sums == nullptr || day % kBlock == 0) {
-        sums = index_totals(day / kBlock);
+        sums = IndexTotalsOf(day / kBlock);
       }
-      const DayShape shape = base.paths.index_shape(number, day);
-      base.factors.minutes(base.factors.market(), day, market);
-      base.paths.index_minutes(number, day, shape, market, prices.data());
+      const DayShape shape = base.paths.IndexShape(number, day);
+      base.factors.Minutes(base.factors.market(), day, market);
+      base.paths.IndexMinutes(number, day, shape, market, prices.data());
       DaySeries::Row row;
       row.day = day;
-      row.candle = candle_of(base.days.date(day), base.paths.index_close(number, day - 1), prices.data());
+      row.candle = CandleOf(base.days.DateAt(day), base.paths.IndexClose(number, day - 1), prices.data());
       row.previous_close = row.candle.preclose;
       const IndexTotals::Day& sum = sums->indices[security.number][static_cast<std::size_t>(day % kBlock)];
-      set_volume(sum.lots, sum.amount, sum.circulating, row.candle);
+      SetVolume(sum.lots, sum.amount, sum.circulating, row.candle);
       out->rows.push_back(row);
     }
-  } else if (security.kind == Kind::stock) {
-    const Stock& stock = base.universe.stock(security);
+  } else if (security.kind == Kind::kStock) {
+    const Stock& stock = base.universe.StockOf(security);
     const int first = std::max(stock.listed, base.days.first());
     std::array<std::int32_t, kPoints> prices{};
     std::array<std::uint32_t, kPoints> lots{};
@@ -335,53 +335,53 @@ std::shared_ptr<const DaySeries> Market::Impl::day_series(const Security& securi
     std::int32_t previous = 0;
     for (int day = first; day <= through; ++day) {
       if (day == first || day % kBlock == 0) {
-        block = base.paths.block(stock, day / kBlock);
+        block = base.paths.BlockOf(stock, day / kBlock);
       }
       const DayPrices& figures = block[static_cast<std::size_t>(day % kBlock)];
       if (figures.traded) {
         const DayShape shape =
-            base.paths.shape(stock, day, figures, base.factors.half_hours(base.factors.market(), day),
-                             base.factors.half_hours(stock.industry, day));
-        base.factors.minutes(base.factors.market(), day, market);
-        base.factors.minutes(stock.industry, day, industry);
-        base.paths.minutes(stock, day, figures, shape, market, industry,
+            base.paths.Shape(stock, day, figures, base.factors.HalfHoursOf(base.factors.market(), day),
+                             base.factors.HalfHoursOf(stock.industry, day));
+        base.factors.Minutes(base.factors.market(), day, market);
+        base.factors.Minutes(stock.industry, day, industry);
+        base.paths.Minutes(stock, day, figures, shape, market, industry,
                            {prices.data(), lots.data(), amounts.data()});
         DaySeries::Row row;
         row.day = day;
-        row.candle = candle_of(base.days.date(day), figures.preclose, prices.data());
+        row.candle = CandleOf(base.days.DateAt(day), figures.preclose, prices.data());
         row.previous_close =
-            figures.status == Status::ex_rights && previous > 0 ? hundredths(previous) : row.candle.preclose;
-        set_volume(lots[kMinutes], amounts[kMinutes], stock.circulating_on(day), row.candle);
+            figures.status == Status::kExRights && previous > 0 ? Hundredths(previous) : row.candle.preclose;
+        SetVolume(lots[kMinutes], amounts[kMinutes], stock.CirculatingOn(day), row.candle);
         out->rows.push_back(row);
       }
       previous = figures.close;
     }
   }
   std::shared_ptr<const DaySeries> done = std::move(out);
-  series.put(key, done);
+  series.Put(key, done);
   return done;
 }
 
-std::vector<Candle> Market::candles(const Security& security, Period period, Adjustment adjustment,
+std::vector<Candle> Market::Candles(const Security& security, Period period, Adjustment adjustment,
                                     Date through) const {
   const Days& days = impl_->base.days;
-  const auto all = trading_days();
+  const auto all = TradingDays();
   const auto after = std::upper_bound(all.begin(), all.end(), through);
   std::vector<Candle> out;
-  if (after == all.begin() || security.kind == Kind::plate) {
+  if (after == all.begin() || security.kind == Kind::kPlate) {
     return out;
   }
-  const int last = days.number(*(after - 1));
-  const auto series = impl_->day_series(security, last);
+  const int last = days.NumberOf(*(after - 1));
+  const auto series = impl_->DaySeriesOf(security, last);
   std::vector<DaySeries::Row> rows(series->rows.begin(),
                                    std::find_if(series->rows.begin(), series->rows.end(),
                                                 [&](const DaySeries::Row& row) { return row.day > last; }));
-  adjust(rows, adjustment);
+  Adjust(rows, adjustment);
   int group = -1;
   for (const DaySeries::Row& row : rows) {
-    const int own = period == Period::day    ? row.day
-                    : period == Period::week ? impl_->weeks[static_cast<std::size_t>(row.day)]
-                                             : static_cast<int>(row.candle.date / 100);
+    const int own = period == Period::kDay    ? row.day
+                    : period == Period::kWeek ? impl_->weeks[static_cast<std::size_t>(row.day)]
+                                              : static_cast<int>(row.candle.date / 100);
     if (own != group) {
       group = own;
       out.push_back(row.candle);
@@ -393,33 +393,33 @@ std::vector<Candle> Market::candles(const Security& security, Period period, Adj
     candle.low = std::min(candle.low, row.candle.low);
     candle.close = row.candle.close;
     candle.vol += row.candle.vol;
-    candle.amt = to_hundredths(candle.amt + row.candle.amt);
-    candle.tr = to_hundredths(candle.tr + row.candle.tr);
+    candle.amt = ToHundredths(candle.amt + row.candle.amt);
+    candle.tr = ToHundredths(candle.tr + row.candle.tr);
   }
   return out;
 }
 
-std::string Market::kline_version(Instant time) const {
-  return eight_digits(package_date(time));
+std::string Market::KLineVersionAt(Instant time) const {
+  return EightDigits(PackageDate(time));
 }
 
-std::optional<Date> Market::kline_version_date(std::string_view version) {
+std::optional<Date> Market::KLineVersionDate(std::string_view version) {
   Date date = 0;
   const char* const end = version.data() + version.size();
   const auto [stop, error] = std::from_chars(version.data(), end, date);
-  if (version.size() != 8 || error != std::errc{} || stop != end || day_number(date) < 0) {
+  if (version.size() != 8 || error != std::errc{} || stop != end || DayNumber(date) < 0) {
     return std::nullopt;
   }
   return date;
 }
 
-KLineCounts Market::Impl::kline_counts(const Security& security, int through) const {
+KLineCounts Market::Impl::KLineCountsOf(const Security& security, int through) const {
   KLineCounts out;
   out.security = &security;
   int first = base.days.first();
   const Stock* stock = nullptr;
-  if (security.kind == Kind::stock) {
-    stock = &base.universe.stock(security);
+  if (security.kind == Kind::kStock) {
+    stock = &base.universe.StockOf(security);
     first = std::max(first, stock->listed);
   }
   if (first > through) {
@@ -427,7 +427,7 @@ KLineCounts Market::Impl::kline_counts(const Security& security, int through) co
   }
   const auto week = [this](int day) { return weeks[static_cast<std::size_t>(day)]; };
   const auto month = [this](int day) {
-    return static_cast<int>(base.days.date(day) / 100 % 100 + base.days.date(day) / 10000 * 12);
+    return static_cast<int>(base.days.DateAt(day) / 100 % 100 + base.days.DateAt(day) / 10000 * 12);
   };
   int counted = through - first + 1;
   int whole_weeks = week(through) - week(first) + 1;
@@ -444,7 +444,7 @@ KLineCounts Market::Impl::kline_counts(const Security& security, int through) co
         ++to;
       }
       for (int d = from; d <= to; ++d) {
-        if (stock->suspended(d) == nullptr) {
+        if (stock->SuspendedOn(d) == nullptr) {
           return false;
         }
       }
@@ -472,17 +472,17 @@ KLineCounts Market::Impl::kline_counts(const Security& security, int through) co
   return out;
 }
 
-KLineMetadata Market::kline_metadata(Instant time) const {
+KLineMetadata Market::KLineMetadataAt(Instant time) const {
   KLineMetadata out;
-  out.version = kline_version(time);
-  const Date date = package_date(time);
+  out.version = KLineVersionAt(time);
+  const Date date = PackageDate(time);
   if (date == 0) {
     return out;
   }
-  const int through = impl_->base.days.number(date);
+  const int through = impl_->base.days.NumberOf(date);
   for (const auto* list : {&impl_->base.universe.indices, &impl_->base.universe.stock_securities}) {
     for (const Security& security : *list) {
-      const KLineCounts counts = impl_->kline_counts(security, through);
+      const KLineCounts counts = impl_->KLineCountsOf(security, through);
       if (counts.day > 0) {
         out.counts.push_back(counts);
       }

@@ -1,29 +1,29 @@
-#include "factors.h"
+#include "market_server/model/factors.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "logarithm.h"
-#include "names.h"
-#include "random.h"
+#include "market_server/model/logarithm.h"
+#include "market_server/model/names.h"
+#include "market_server/model/random.h"
 
 namespace market_server::model {
 namespace {
 
-constexpr std::int32_t fixed(double x) {
+constexpr std::int32_t Fixed(double x) {
   return static_cast<std::int32_t>(x * kOne);
 }
 
-// A return of the market that makes a day of panic or of joy now and then.
-std::int32_t market_return(std::uint64_t key, int day) {
-  const std::uint64_t h = mix(key, static_cast<std::uint64_t>(day));
-  const double regime = 1.15 + 0.75 * smooth_noise(mix(key, 0xca1a), day, 45);
-  std::int32_t r = normal(static_cast<std::int32_t>(fixed(0.0085) * regime), h);
-  const std::uint32_t luck = below(mix(h, 1), 1000);
+/// A return of the market that makes a day of panic or of joy now and then.
+std::int32_t MarketReturn(std::uint64_t key, int day) {
+  const std::uint64_t h = Mix(key, static_cast<std::uint64_t>(day));
+  const double regime = 1.15 + 0.75 * SmoothNoise(Mix(key, 0xca1a), day, 45);
+  std::int32_t r = Normal(static_cast<std::int32_t>(Fixed(0.0085) * regime), h);
+  const std::uint32_t luck = Below(Mix(h, 1), 1000);
   if (luck < 6) {
-    r = -fixed(0.03) - static_cast<std::int32_t>(below(mix(h, 2), static_cast<std::uint32_t>(fixed(0.04))));
+    r = -Fixed(0.03) - static_cast<std::int32_t>(Below(Mix(h, 2), static_cast<std::uint32_t>(Fixed(0.04))));
   } else if (luck < 10) {
-    r = fixed(0.025) + static_cast<std::int32_t>(below(mix(h, 2), static_cast<std::uint32_t>(fixed(0.03))));
+    r = Fixed(0.025) + static_cast<std::int32_t>(Below(Mix(h, 2), static_cast<std::uint32_t>(Fixed(0.03))));
   }
   return r;
 }
@@ -31,38 +31,38 @@ std::int32_t market_return(std::uint64_t key, int day) {
 }  // namespace
 
 Factors::Factors(const Options& options, const Days& days)
-    : key_(mix(options.seed, 0xfac7025)),
-      count_(static_cast<int>(industries().size()) + 1),
+    : key_(Mix(options.seed, 0xfac7025)),
+      count_(static_cast<int>(Industries().size()) + 1),
       days_((days.count() + kBlock - 1) / kBlock * kBlock) {
   const std::size_t size = static_cast<std::size_t>(count_) * static_cast<std::size_t>(days_);
   returns_.resize(size);
   levels_.resize(size);
-  if (options.scenario == Scenario::calm) {
+  if (options.scenario == Scenario::kCalm) {
     calm_day_ = days.scripted();
   }
   for (int f = 0; f < count_; ++f) {
-    make_returns(f, options, days);
+    MakeReturns(f, options, days);
   }
   activity_.resize(static_cast<std::size_t>(days_));
   for (int d = 0; d < days_; ++d) {
-    const double move = static_cast<double>(std::abs(day_return(market(), d))) / kOne;
+    const double move = static_cast<double>(std::abs(DayReturn(market(), d))) / kOne;
     activity_[static_cast<std::size_t>(d)] =
-        (1 + 0.45 * smooth_noise(mix(key_, 0xac71), d, 60) + 0.15 * smooth_noise(mix(key_, 0xac72), d, 7)) *
+        (1 + 0.45 * SmoothNoise(Mix(key_, 0xac71), d, 60) + 0.15 * SmoothNoise(Mix(key_, 0xac72), d, 7)) *
         (0.92 + 12 * move) * (d == calm_day_ ? 0.6 : 1.0);
   }
 }
 
-// Within a block of days the returns are drawn freely, then shifted alike so that the block ends at its
-// anchor, which is a smooth function of the block's number: no day needs the days of another block.
-void Factors::make_returns(int factor, const Options& options, const Days& days) {
+/// Within a block of days the returns are drawn freely, then shifted alike so that the block ends at its
+/// anchor, which is a smooth function of the block's number: no day needs the days of another block.
+void Factors::MakeReturns(int factor, const Options& options, const Days& days) {
   const bool is_market = factor == market();
-  const std::uint64_t key = mix(key_, static_cast<std::uint64_t>(factor));
+  const std::uint64_t key = Mix(key_, static_cast<std::uint64_t>(factor));
   const auto anchor = [&](int block) {
     if (is_market) {
-      return 0.0022 * block + 0.07 * smooth_noise(mix(key, 1), block, 4) +
-             0.13 * smooth_noise(mix(key, 2), block, 12) + 0.2 * smooth_noise(mix(key, 3), block, 40);
+      return 0.0022 * block + 0.07 * SmoothNoise(Mix(key, 1), block, 4) +
+             0.13 * SmoothNoise(Mix(key, 2), block, 12) + 0.2 * SmoothNoise(Mix(key, 3), block, 40);
     }
-    return 0.05 * smooth_noise(mix(key, 1), block, 4) + 0.17 * smooth_noise(mix(key, 2), block, 16);
+    return 0.05 * SmoothNoise(Mix(key, 1), block, 4) + 0.17 * SmoothNoise(Mix(key, 2), block, 16);
   };
   std::int32_t level = 0;
   for (int first = 0; first < days_; first += kBlock) {
@@ -71,22 +71,22 @@ void Factors::make_returns(int factor, const Options& options, const Days& days)
     int scripted = -1;
     for (int i = 0; i < kBlock; ++i) {
       const int day = first + i;
-      std::int32_t r = is_market ? market_return(key, day)
-                                 : normal(fixed(0.0085), mix(key, static_cast<std::uint64_t>(day)));
-      if (day == days.scripted() && options.scenario != Scenario::none &&
-          options.scenario != Scenario::outage && options.scenario != Scenario::suspended) {
+      std::int32_t r = is_market ? MarketReturn(key, day)
+                                 : Normal(Fixed(0.0085), Mix(key, static_cast<std::uint64_t>(day)));
+      if (day == days.scripted() && options.scenario != Scenario::kNone &&
+          options.scenario != Scenario::kOutage && options.scenario != Scenario::kSuspended) {
         scripted = i;
-        const bool calm = options.scenario == Scenario::calm;
-        const std::int32_t script = calm                                  ? fixed(0.0003)
-                                    : options.scenario == Scenario::crash ? -fixed(0.069)
-                                                                          : fixed(0.051);
+        const bool calm = options.scenario == Scenario::kCalm;
+        const std::int32_t script = calm                                   ? Fixed(0.0003)
+                                    : options.scenario == Scenario::kCrash ? -Fixed(0.069)
+                                                                           : Fixed(0.051);
         r = is_market ? script : r / (calm ? 8 : 2);
       }
       drawn[static_cast<std::size_t>(i)] = r;
       sum += r;
     }
     const int block = first / kBlock;
-    const std::int64_t wanted = fixed(anchor(block + 1)) - fixed(anchor(block));
+    const std::int64_t wanted = Fixed(anchor(block + 1)) - Fixed(anchor(block));
     const std::int64_t missing = wanted - sum;
     const std::int64_t parts = scripted >= 0 ? kBlock - 1 : kBlock;
     std::int64_t part = 0;
@@ -97,35 +97,35 @@ void Factors::make_returns(int factor, const Options& options, const Days& days)
         ++part;
       }
       level += static_cast<std::int32_t>(r);
-      returns_[at(factor, first + i)] = static_cast<std::int32_t>(r);
-      levels_[at(factor, first + i)] = level;
+      returns_[At(factor, first + i)] = static_cast<std::int32_t>(r);
+      levels_[At(factor, first + i)] = level;
     }
   }
 }
 
-std::int32_t Factors::intraday_deviation(int factor, int day) const {
-  const std::int32_t still = factor == market() ? fixed(0.0038) : fixed(0.0042);
-  return (day == calm_day_ ? still / 6 : still) + std::abs(day_return(factor, day)) / 4;
+std::int32_t Factors::IntradayDeviation(int factor, int day) const {
+  const std::int32_t still = factor == market() ? Fixed(0.0038) : Fixed(0.0042);
+  return (day == calm_day_ ? still / 6 : still) + std::abs(DayReturn(factor, day)) / 4;
 }
 
-HalfHours Factors::half_hours(int factor, int day) const {
+HalfHours Factors::HalfHoursOf(int factor, int day) const {
   const std::uint64_t h =
-      mix(mix(key_, 0x4a1f + static_cast<std::uint64_t>(factor)), static_cast<std::uint64_t>(day));
-  const std::int32_t deviation = intraday_deviation(factor, day);
+      Mix(Mix(key_, 0x4a1f + static_cast<std::uint64_t>(factor)), static_cast<std::uint64_t>(day));
+  const std::int32_t deviation = IntradayDeviation(factor, day);
   HalfHours out{};
-  out[0] = day_return(factor, day) / 4 + normal(deviation / 3, mix(h, 1));
-  out[kSegments] = day_return(factor, day);
-  bridge(out, deviation, h);
+  out[0] = DayReturn(factor, day) / 4 + Normal(deviation / 3, Mix(h, 1));
+  out[kSegments] = DayReturn(factor, day);
+  Bridge(out, deviation, h);
   return out;
 }
 
-void Factors::minutes(int factor, int day, Deviations& out) const {
-  walk_minutes(intraday_deviation(factor, day),
-               mix(mix(key_, 0x313 + static_cast<std::uint64_t>(factor)), static_cast<std::uint64_t>(day)),
-               out);
+void Factors::Minutes(int factor, int day, Deviations& out) const {
+  WalkMinutes(IntradayDeviation(factor, day),
+              Mix(Mix(key_, 0x313 + static_cast<std::uint64_t>(factor)), static_cast<std::uint64_t>(day)),
+              out);
 }
 
-void bridge(HalfHours& out, std::int32_t deviation, std::uint64_t hash) {
+void Bridge(HalfHours& out, std::int32_t deviation, std::uint64_t hash) {
   // One byte makes one draw, uniform with a deviation of 73.9.
   const auto draw = [&hash](std::int32_t sd) {
     const auto byte = static_cast<std::int32_t>(hash & 0xff) * 2 - 255;
@@ -140,14 +140,14 @@ void bridge(HalfHours& out, std::int32_t deviation, std::uint64_t hash) {
   }
 }
 
-void walk_minutes(std::int32_t deviation, std::uint64_t seed, Deviations& out) {
+void WalkMinutes(std::int32_t deviation, std::uint64_t seed, Deviations& out) {
   Stream stream(seed);
   const std::int64_t width = deviation * 7 / 64;  // sqrt(3) / sqrt(240): a uniform step of that half width
   for (int segment = 0; segment < kSegments; ++segment) {
     std::int32_t* const at = out.data() + segment * kSegmentMinutes;
     std::int32_t sum = 0;
     for (int j = 0; j < kSegmentMinutes; ++j) {
-      sum += static_cast<std::int32_t>((static_cast<std::int32_t>(stream.next()) * width) >> 31);
+      sum += static_cast<std::int32_t>((static_cast<std::int32_t>(stream.Next()) * width) >> 31);
       at[j] = sum;
     }
     for (int j = 0; j < kSegmentMinutes; ++j) {

@@ -7,18 +7,18 @@
 #include <cstdint>
 #include <vector>
 
-#include "universe.h"
+#include "market_server/model/universe.h"
 
 namespace market_server::model {
 
-inline constexpr int kSegments = 8;  // of half an hour
+inline constexpr int kSegments = 8;  ///< of half an hour
 inline constexpr int kSegmentMinutes = 30;
 inline constexpr int kMinutes = kSegments * kSegmentMinutes;
 
-// A return since the last close at the open and at the end of each half hour.
+/// A return since the last close at the open and at the end of each half hour.
 using HalfHours = std::array<std::int32_t, kSegments + 1>;
-// The deviation of the end of each minute from the straight line between its two half hours; 0 at a half
-// hour's end.
+/// The deviation of the end of each minute from the straight line between its two half hours; 0 at a half
+/// hour's end.
 using Deviations = std::array<std::int32_t, kMinutes>;
 
 class Factors {
@@ -28,24 +28,24 @@ class Factors {
   [[nodiscard]] int market() const { return count_ - 1; }  // the factors before it are the industries
   [[nodiscard]] int count() const { return count_; }
 
-  [[nodiscard]] std::int32_t day_return(int factor, int day) const { return returns_[at(factor, day)]; }
-  // Sum of the returns up to and with the day; 0 before day 0.
-  [[nodiscard]] std::int32_t level(int factor, int day) const {
-    return day < 0 ? 0 : levels_[at(factor, day)];
+  [[nodiscard]] std::int32_t DayReturn(int factor, int day) const { return returns_[At(factor, day)]; }
+  /// Sum of the returns up to and with the day; 0 before day 0.
+  [[nodiscard]] std::int32_t Level(int factor, int day) const {
+    return day < 0 ? 0 : levels_[At(factor, day)];
   }
-  [[nodiscard]] double activity(int day) const {
+  [[nodiscard]] double Activity(int day) const {
     return activity_[static_cast<std::size_t>(day)];
   }  // about 1
 
-  [[nodiscard]] HalfHours half_hours(int factor, int day) const;
-  void minutes(int factor, int day, Deviations& out) const;
+  [[nodiscard]] HalfHours HalfHoursOf(int factor, int day) const;
+  void Minutes(int factor, int day, Deviations& out) const;
 
  private:
-  [[nodiscard]] std::size_t at(int factor, int day) const {
+  [[nodiscard]] std::size_t At(int factor, int day) const {
     return static_cast<std::size_t>(factor) * static_cast<std::size_t>(days_) + static_cast<std::size_t>(day);
   }
-  void make_returns(int factor, const Options& options, const Days& days);
-  [[nodiscard]] std::int32_t intraday_deviation(int factor, int day) const;
+  void MakeReturns(int factor, const Options& options, const Days& days);
+  [[nodiscard]] std::int32_t IntradayDeviation(int factor, int day) const;
 
   std::uint64_t key_ = 0;
   int count_ = 0;
@@ -55,10 +55,10 @@ class Factors {
   std::vector<double> activity_;
 };
 
-// A random bridge through the half hours: `out` holds its ends at [0] and [8] already.
-void bridge(HalfHours& out, std::int32_t deviation, std::uint64_t hash);
+/// A random bridge through the half hours: `out` holds its ends at [0] and [8] already.
+void Bridge(HalfHours& out, std::int32_t deviation, std::uint64_t hash);
 
-// Minute deviations of a random walk whose whole day deviates by `deviation`.
-void walk_minutes(std::int32_t deviation, std::uint64_t seed, Deviations& out);
+/// Minute deviations of a random walk whose whole day deviates by `deviation`.
+void WalkMinutes(std::int32_t deviation, std::uint64_t seed, Deviations& out);
 
 }  // namespace market_server::model

@@ -1,11 +1,11 @@
-#include "logarithm.h"
+#include "market_server/model/logarithm.h"
 
 #include <array>
 #include <bit>
 #include <cmath>
 #include <cstddef>
 
-#include "random.h"
+#include "market_server/model/random.h"
 
 namespace market_server::model {
 namespace {
@@ -14,7 +14,7 @@ constexpr double kLn2High = 6.93147180369123816490e-01;
 constexpr double kLn2Low = 1.90821492927058770002e-10;
 constexpr double kLog2E = 1.44269504088896338700;
 
-constexpr std::array<double, 13> make_inverse_factorials() {
+constexpr std::array<double, 13> MakeInverseFactorials() {
   std::array<double, 13> out{};
   double factorial = 1;
   for (std::size_t i = 0; i < out.size(); ++i) {
@@ -23,12 +23,12 @@ constexpr std::array<double, 13> make_inverse_factorials() {
   }
   return out;
 }
-constexpr std::array<double, 13> kInverseFactorials = make_inverse_factorials();
+constexpr std::array<double, 13> kInverseFactorials = MakeInverseFactorials();
 
 }  // namespace
 
-double exponential(double x) {
-  const std::int64_t n = nearest(x * kLog2E);
+double Exponential(double x) {
+  const std::int64_t n = Nearest(x * kLog2E);
   const auto whole = static_cast<double>(n);
   const double r = (x - whole * kLn2High) - whole * kLn2Low;
   // Taylor series: |r| is at most 0.35, the first term left out is below 1e-15.
@@ -39,7 +39,7 @@ double exponential(double x) {
   return sum * std::bit_cast<double>(static_cast<std::uint64_t>(n + 1023) << 52);
 }
 
-double logarithm(double x) {
+double Logarithm(double x) {
   int exponent = 0;
   double m = std::frexp(x, &exponent);  // in [0.5, 1)
   if (m < 0.70710678118654752440) {
@@ -55,11 +55,11 @@ double logarithm(double x) {
   return exponent * kLn2High + (exponent * kLn2Low + 2 * s * sum);
 }
 
-double smooth_noise(std::uint64_t key, double position, double period) {
+double SmoothNoise(std::uint64_t key, double position, double period) {
   const double x = position / period;
   const double cell = std::floor(x);
   const auto value = [key](double at) {
-    return unit(mix(key, static_cast<std::uint64_t>(static_cast<std::int64_t>(at)))) * 2 - 1;
+    return Unit(Mix(key, static_cast<std::uint64_t>(static_cast<std::int64_t>(at)))) * 2 - 1;
   };
   const double t = x - cell;
   const double eased = t * t * (3 - 2 * t);

@@ -7,14 +7,14 @@
 
 namespace market_server::model {
 
-[[nodiscard]] double exponential(double x);  // |x| below 80
-[[nodiscard]] double logarithm(double x);    // positive, finite
+[[nodiscard]] double Exponential(double x);  ///< |x| below 80
+[[nodiscard]] double Logarithm(double x);    ///< positive, finite
 
-// Smooth noise in [-1, 1]: hashed values at the multiples of `period`, eased in between.
-[[nodiscard]] double smooth_noise(std::uint64_t key, double position, double period);
+/// Smooth noise in [-1, 1]: hashed values at the multiples of `period`, eased in between.
+[[nodiscard]] double SmoothNoise(std::uint64_t key, double position, double period);
 
-// Nearest integer, halves upwards.
-[[nodiscard]] constexpr std::int64_t nearest(double x) {
+/// Nearest integer, halves upwards.
+[[nodiscard]] constexpr std::int64_t Nearest(double x) {
   const double raised = x + 0.5;
   const auto cut = static_cast<std::int64_t>(raised);
   return cut - (static_cast<double>(cut) > raised ? 1 : 0);

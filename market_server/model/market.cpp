@@ -1,10 +1,10 @@
-#include "market.h"
+#include "market_server/model/market.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "market_impl.h"
-#include "random.h"
+#include "market_server/model/market_impl.h"
+#include "market_server/model/random.h"
 
 namespace market_server::model {
 namespace {
@@ -12,39 +12,39 @@ namespace {
 constexpr std::array<std::string_view, 6> kScenarioNames{"none",     "calm",   "crash",
                                                          "limit-up", "outage", "suspended"};
 
-constexpr int seconds(int hour, int minute) {
+constexpr int Seconds(int hour, int minute) {
   return hour * 3600 + minute * 60;
 }
 
 constexpr std::uint64_t kTickKey = 0x71c4;
 constexpr std::uint64_t kBookKey = 0xb00c;
 
-std::uint64_t tick_hash(std::uint64_t key, std::uint64_t purpose, const Moment& moment) {
-  return mix(mix(key ^ purpose, static_cast<std::uint64_t>(moment.day)),
+std::uint64_t TickHash(std::uint64_t key, std::uint64_t purpose, const Moment& moment) {
+  return Mix(Mix(key ^ purpose, static_cast<std::uint64_t>(moment.day)),
              static_cast<std::uint64_t>(moment.minute) * 32 + static_cast<std::uint64_t>(moment.tick));
 }
 
-// How much of the minute under way is over, in 640ths: the ticks, each at a moment of its own within three
-// seconds.
-std::uint64_t part_of_minute(std::uint64_t key, const Moment& moment) {
-  return static_cast<std::uint64_t>(moment.tick) * 32 + (tick_hash(key, kTickKey, moment) & 31);
+/// How much of the minute under way is over, in 640ths: the ticks, each at a moment of its own within three
+/// seconds.
+std::uint64_t PartOfMinute(std::uint64_t key, const Moment& moment) {
+  return static_cast<std::uint64_t>(moment.tick) * 32 + (TickHash(key, kTickKey, moment) & 31);
 }
 
-std::uint64_t volume(std::uint64_t lots) {
+std::uint64_t Volume(std::uint64_t lots) {
   return lots * 100;
 }
 
-double share_of(double part, double whole) {
-  return whole > 0 ? to_hundredths(part * 100 / whole) : 0;
+double ShareOf(double part, double whole) {
+  return whole > 0 ? ToHundredths(part * 100 / whole) : 0;
 }
 
-double ratio(double a, double b) {
-  return b != 0 ? to_hundredths(a / b) : 0;
+double Ratio(double a, double b) {
+  return b != 0 ? ToHundredths(a / b) : 0;
 }
 
-// Prices of an index or a plate at a moment.
-void level_quote(const std::int32_t* prices, std::int32_t preclose, std::uint64_t key, const Moment& moment,
-                 Quote& out) {
+/// Prices of an index or a plate at a moment.
+void LevelQuote(const std::int32_t* prices, std::int32_t preclose, std::uint64_t key, const Moment& moment,
+                Quote& out) {
   std::int32_t last = preclose;
   if (!moment.auction) {
     const std::int32_t* const end = prices + moment.minute + 1;
@@ -52,31 +52,31 @@ void level_quote(const std::int32_t* prices, std::int32_t preclose, std::uint64_
     std::int32_t high = *std::max_element(prices, end);
     std::int32_t low = *std::min_element(prices, end);
     if (moment.tick > 0) {
-      const auto part = static_cast<std::int64_t>(part_of_minute(key, moment));
+      const auto part = static_cast<std::int64_t>(PartOfMinute(key, moment));
       last += static_cast<std::int32_t>((prices[moment.minute + 1] - last) * part / 640);
       high = std::max(high, last);
       low = std::min(low, last);
     }
-    out.open = hundredths(prices[0]);
-    out.high = hundredths(high);
-    out.low = hundredths(low);
-    out.amp = share_of(high - low, preclose);
+    out.open = Hundredths(prices[0]);
+    out.high = Hundredths(high);
+    out.low = Hundredths(low);
+    out.amp = ShareOf(high - low, preclose);
   }
-  out.last = hundredths(last);
-  out.preclose = hundredths(preclose);
-  out.diff = hundredths(last - preclose);
-  out.change = hundredths(change_of(last, preclose));
+  out.last = Hundredths(last);
+  out.preclose = Hundredths(preclose);
+  out.diff = Hundredths(last - preclose);
+  out.change = Hundredths(ChangeOf(last, preclose));
 }
 
-void fill_sums(const MemberSums& sums, const Moment& moment, Quote& out) {
-  out.vol = volume(sums.lots);
-  out.amt = hundredths(sums.amount);
-  out.tr = share_of(static_cast<double>(volume(sums.lots)), static_cast<double>(sums.circulating));
-  out.mc = to_hundredths(sums.capitalisation);
-  out.cmc = to_hundredths(sums.circulating_capitalisation);
-  out.pe = ratio(sums.capitalisation * 100, sums.earnings);
-  out.pb = ratio(sums.capitalisation * 100, sums.book);
-  out.qrr = ratio(static_cast<double>(sums.lots), sums.usual_lots * moment.elapsed());
+void FillSums(const MemberSums& sums, const Moment& moment, Quote& out) {
+  out.vol = Volume(sums.lots);
+  out.amt = Hundredths(sums.amount);
+  out.tr = ShareOf(static_cast<double>(Volume(sums.lots)), static_cast<double>(sums.circulating));
+  out.mc = ToHundredths(sums.capitalisation);
+  out.cmc = ToHundredths(sums.circulating_capitalisation);
+  out.pe = Ratio(sums.capitalisation * 100, sums.earnings);
+  out.pb = Ratio(sums.capitalisation * 100, sums.book);
+  out.qrr = Ratio(static_cast<double>(sums.lots), sums.usual_lots * moment.elapsed());
   out.num_u = sums.up;
   out.num_z = sums.unchanged;
   out.num_d = sums.down;
@@ -86,13 +86,13 @@ void fill_sums(const MemberSums& sums, const Moment& moment, Quote& out) {
   }
 }
 
-void add(const Quote& quote, const StockDay& figures, const Live& live, double big_net, MemberSums& sums) {
+void Add(const Quote& quote, const StockDay& figures, const Live& live, double big_net, MemberSums& sums) {
   sums.capitalisation += quote.mc;
   sums.circulating_capitalisation += quote.cmc;
   sums.earnings += figures.earnings;
   sums.book += figures.book;
   sums.circulating += figures.circulating;
-  if (!trades(quote.status)) {
+  if (!Trades(quote.status)) {
     return;
   }
   sums.lots += live.lots;
@@ -107,11 +107,11 @@ void add(const Quote& quote, const StockDay& figures, const Live& live, double b
 
 }  // namespace
 
-std::span<const std::string_view> scenario_names() {
+std::span<const std::string_view> ScenarioNames() {
   return kScenarioNames;
 }
 
-std::optional<Scenario> scenario_named(std::string_view name) {
+std::optional<Scenario> ScenarioNamed(std::string_view name) {
   const auto* const found = std::find(kScenarioNames.begin(), kScenarioNames.end(), name);
   if (found == kScenarioNames.end()) {
     return std::nullopt;
@@ -119,8 +119,8 @@ std::optional<Scenario> scenario_named(std::string_view name) {
   return static_cast<Scenario>(found - kScenarioNames.begin());
 }
 
-std::int32_t clock_of(int minute) {
-  const int clock = minute <= 120 ? seconds(9, 30) / 60 + minute : seconds(13, 0) / 60 + minute - 120;
+std::int32_t ClockOf(int minute) {
+  const int clock = minute <= 120 ? Seconds(9, 30) / 60 + minute : Seconds(13, 0) / 60 + minute - 120;
   return clock / 60 * 100 + clock % 60;
 }
 
@@ -147,7 +147,7 @@ Market::Impl::Impl(const Options& options) : base(options) {
   int calendar_week = 0;
   for (int day = 0; day < base.days.count(); ++day) {
     // 1970-01-05 was a Monday.
-    const double since = (instant_of(base.days.date(day), 12, 0, 0) - instant_of(19700105, 0, 0, 0)) / 86400;
+    const double since = (InstantOf(base.days.DateAt(day), 12, 0, 0) - InstantOf(19700105, 0, 0, 0)) / 86400;
     const int own = static_cast<int>(since) / 7;
     weeks.push_back(weeks.empty() ? 0 : weeks.back() + (own != calendar_week ? 1 : 0));
     calendar_week = own;
@@ -157,35 +157,35 @@ Market::Impl::Impl(const Options& options) : base(options) {
   totals_claimed.resize(static_cast<std::size_t>(blocks));
 }
 
-Moment Market::Impl::moment(Instant time) const {
+Moment Market::Impl::MomentAt(Instant time) const {
   Moment out;
-  out.date = session_date(time);
-  out.day = base.days.number(out.date);
-  const Date today = date_of(time);
-  int second = second_of_day(time);
+  out.date = SessionDate(time);
+  out.day = base.days.NumberOf(out.date);
+  const Date today = DateOf(time);
+  int second = SecondOfDay(time);
   if (out.date < today) {
-    second = seconds(23, 59);
+    second = Seconds(23, 59);
   } else if (out.date > today) {
-    second = seconds(9, 15);  // before the first session
+    second = Seconds(9, 15);  // before the first session
   }
-  const auto at = [&](int of_day) { return instant_of(out.date, 0, 0, 0) + of_day; };
-  if (second < seconds(9, 25)) {
+  const auto at = [&](int of_day) { return InstantOf(out.date, 0, 0, 0) + of_day; };
+  if (second < Seconds(9, 25)) {
     out.auction = true;
-    const int past = std::max(second - seconds(9, 15), 0) / 3 * 3;
+    const int past = std::max(second - Seconds(9, 15), 0) / 3 * 3;
     out.auction_done = static_cast<double>(past) / 600;
     out.tick = past / 3;
-    out.time = at(seconds(9, 15) + past);
-  } else if (second < seconds(9, 30)) {
-    out.time = at(seconds(9, 25));
-  } else if (second >= seconds(15, 0)) {
+    out.time = at(Seconds(9, 15) + past);
+  } else if (second < Seconds(9, 30)) {
+    out.time = at(Seconds(9, 25));
+  } else if (second >= Seconds(15, 0)) {
     out.minute = kMinutes;
-    out.time = at(seconds(15, 0));
-  } else if (second >= seconds(11, 30) && second < seconds(13, 0)) {
+    out.time = at(Seconds(15, 0));
+  } else if (second >= Seconds(11, 30) && second < Seconds(13, 0)) {
     out.minute = kMinutes / 2;
-    out.time = at(seconds(11, 30));
+    out.time = at(Seconds(11, 30));
   } else {
-    const bool morning = second < seconds(12, 0);
-    const int past = second - (morning ? seconds(9, 30) : seconds(13, 0));
+    const bool morning = second < Seconds(12, 0);
+    const int past = second - (morning ? Seconds(9, 30) : Seconds(13, 0));
     out.minute = past / 60 + (morning ? 0 : kMinutes / 2);
     out.tick = past % 60 / 3;
     out.time = at(second - past % 3);
@@ -193,24 +193,24 @@ Moment Market::Impl::moment(Instant time) const {
   return out;
 }
 
-bool Market::Impl::moment_on(Date date, Instant time, Moment& out) const {
-  if (base.days.number(date) < base.days.first() || session_date(time) < date ||
-      (session_date(time) == date && date_of(time) < date)) {
+bool Market::Impl::MomentOn(Date date, Instant time, Moment& out) const {
+  if (base.days.NumberOf(date) < base.days.first() || SessionDate(time) < date ||
+      (SessionDate(time) == date && DateOf(time) < date)) {
     return false;
   }
-  const bool past = session_date(time) != date;
-  out = moment(past ? instant_of(date, 23, 0, 0) : time);
+  const bool past = SessionDate(time) != date;
+  out = MomentAt(past ? InstantOf(date, 23, 0, 0) : time);
   out.past = past;
   return true;
 }
 
-std::shared_ptr<const MarketDay> Market::Impl::market_day(const Moment& moment) {
+std::shared_ptr<const MarketDay> Market::Impl::MarketDayOf(const Moment& moment) {
   if (moment.past) {
-    if (auto held = market_days.find(moment.day)) {
+    if (auto held = market_days.Find(moment.day)) {
       return held;
     }
   }
-  return (moment.past ? past_days : market_days).get(moment.day, [&] {
+  return (moment.past ? past_days : market_days).Get(moment.day, [&] {
     if (ceased) {
       throw Ceased();
     }
@@ -218,8 +218,8 @@ std::shared_ptr<const MarketDay> Market::Impl::market_day(const Moment& moment) 
   });
 }
 
-Live Market::Impl::live(const Stock& stock, const StockDay& figures, const MinuteView& minutes,
-                        const Moment& moment) const {
+Live Market::Impl::LiveOf(const Stock& stock, const StockDay& figures, const MinuteView& minutes,
+                          const Moment& moment) const {
   Live out;
   const DayPrices& prices = figures.prices;
   out.listed = moment.day >= stock.listed;
@@ -229,13 +229,13 @@ Live Market::Impl::live(const Stock& stock, const StockDay& figures, const Minut
   }
   if (moment.auction) {
     // The indicative price wanders from the last close to the open.
-    const std::int32_t noise = normal(kOne / 80, tick_hash(stock.key, kTickKey, moment));
+    const std::int32_t noise = Normal(kOne / 80, TickHash(stock.key, kTickKey, moment));
     const double done = moment.auction_done;
     const double move = static_cast<double>(minutes.price[0] - prices.preclose) * done +
                         static_cast<double>(noise) / kOne * prices.preclose * (1 - done) * 0.5;
     const std::int32_t low = prices.limit_down > 0 ? prices.limit_down : 1;
     const std::int32_t high = prices.limit_up > 0 ? prices.limit_up : prices.preclose * 8;
-    out.last = std::clamp(prices.preclose + static_cast<std::int32_t>(nearest(move)), low, high);
+    out.last = std::clamp(prices.preclose + static_cast<std::int32_t>(Nearest(move)), low, high);
     out.five_ago = out.last;
     return out;
   }
@@ -249,7 +249,7 @@ Live Market::Impl::live(const Stock& stock, const StockDay& figures, const Minut
   out.low = *std::min_element(minutes.price, minutes.price + m + 1);
   if (moment.tick > 0) {
     const std::int64_t lots = minutes.lots[m + 1] - minutes.lots[m];
-    const std::int64_t done = lots * static_cast<std::int64_t>(part_of_minute(stock.key, moment)) / 640;
+    const std::int64_t done = lots * static_cast<std::int64_t>(PartOfMinute(stock.key, moment)) / 640;
     if (done > 0) {
       const std::int32_t from = minutes.price[m];
       const std::int32_t to = minutes.price[m + 1];
@@ -266,8 +266,8 @@ Live Market::Impl::live(const Stock& stock, const StockDay& figures, const Minut
   return out;
 }
 
-Quote Market::Impl::stock_quote(const Stock& stock, const StockDay& figures, const Live& live,
-                                const Moment& moment) const {
+Quote Market::Impl::StockQuote(const Stock& stock, const StockDay& figures, const Live& live,
+                               const Moment& moment) const {
   Quote out;
   const DayPrices& prices = figures.prices;
   out.security = stock.security;
@@ -277,55 +277,55 @@ Quote Market::Impl::stock_quote(const Stock& stock, const StockDay& figures, con
   if (!live.listed) {
     return out;
   }
-  const double last = hundredths(live.last);
+  const double last = Hundredths(live.last);
   out.last = last;
-  out.preclose = hundredths(prices.preclose);
-  out.diff = hundredths(live.last - prices.preclose);
-  out.change = hundredths(change_of(live.last, prices.preclose));
+  out.preclose = Hundredths(prices.preclose);
+  out.diff = Hundredths(live.last - prices.preclose);
+  out.change = Hundredths(ChangeOf(live.last, prices.preclose));
   out.tso = figures.total;
   out.shares = figures.circulating;
-  out.mc = to_hundredths(static_cast<double>(figures.total) * last);
-  out.cmc = to_hundredths(static_cast<double>(figures.circulating) * last);
-  out.pe = ratio(static_cast<double>(figures.total) * live.last, figures.earnings);
-  out.pb = ratio(static_cast<double>(figures.total) * live.last, figures.book);
-  out.limit_up = hundredths(prices.limit_up);
-  out.limit_down = hundredths(prices.limit_down);
+  out.mc = ToHundredths(static_cast<double>(figures.total) * last);
+  out.cmc = ToHundredths(static_cast<double>(figures.circulating) * last);
+  out.pe = Ratio(static_cast<double>(figures.total) * live.last, figures.earnings);
+  out.pb = Ratio(static_cast<double>(figures.total) * live.last, figures.book);
+  out.limit_up = Hundredths(prices.limit_up);
+  out.limit_down = Hundredths(prices.limit_down);
   if (live.traded) {
-    out.open = hundredths(live.open);
-    out.high = hundredths(live.high);
-    out.low = hundredths(live.low);
-    out.vol = volume(live.lots);
-    out.amt = hundredths(live.amount);
-    out.tr = share_of(static_cast<double>(out.vol), static_cast<double>(figures.circulating));
-    out.amp = share_of(live.high - live.low, prices.preclose);
-    out.qrr = ratio(live.lots, figures.usual_lots * moment.elapsed());
-    out.five_change = hundredths(change_of(live.last, live.five_ago));
+    out.open = Hundredths(live.open);
+    out.high = Hundredths(live.high);
+    out.low = Hundredths(live.low);
+    out.vol = Volume(live.lots);
+    out.amt = Hundredths(live.amount);
+    out.tr = ShareOf(static_cast<double>(out.vol), static_cast<double>(figures.circulating));
+    out.amp = ShareOf(live.high - live.low, prices.preclose);
+    out.qrr = Ratio(live.lots, figures.usual_lots * moment.elapsed());
+    out.five_change = Hundredths(ChangeOf(live.last, live.five_ago));
   }
   if (prices.traded) {
-    order_book(stock, figures, live, moment, out);
+    OrderBook(stock, figures, live, moment, out);
   }
   return out;
 }
 
-void Market::Impl::order_book(const Stock& stock, const StockDay& figures, const Live& live,
-                              const Moment& moment, Quote& out) const {
-  const std::uint64_t hash = tick_hash(stock.key, kBookKey, moment);
+void Market::Impl::OrderBook(const Stock& stock, const StockDay& figures, const Live& live,
+                             const Moment& moment, Quote& out) const {
+  const std::uint64_t hash = TickHash(stock.key, kBookKey, moment);
   Stream dice(hash);
   const double usual = std::max(figures.usual_lots, 1.0);
   const auto lots = [&](double times) {
-    const double wanted = usual * times * (0.1 + static_cast<double>(dice.next() >> 8) * 0x1p-24 * 1.4);
-    return static_cast<std::uint32_t>(std::clamp<std::int64_t>(nearest(wanted), 1, 30'000'000)) * 100;
+    const double wanted = usual * times * (0.1 + static_cast<double>(dice.Next() >> 8) * 0x1p-24 * 1.4);
+    return static_cast<std::uint32_t>(std::clamp<std::int64_t>(Nearest(wanted), 1, 30'000'000)) * 100;
   };
   const DayPrices& prices = figures.prices;
   if (moment.auction) {
-    out.bids[0] = {hundredths(live.last), lots(4)};
-    out.asks[0] = {hundredths(live.last), out.bids[0].volume};
+    out.bids[0] = {Hundredths(live.last), lots(4)};
+    out.asks[0] = {Hundredths(live.last), out.bids[0].volume};
   } else {
     const std::int32_t high = prices.limit_up > 0 ? prices.limit_up : INT32_MAX;
     const std::int32_t low = prices.limit_down > 0 ? prices.limit_down : 1;
     const std::uint32_t widest = live.last >= 20000 ? 9 : live.last >= 5000 ? 3 : 1;
     const auto gap = [&] {
-      const std::uint32_t die = dice.next();
+      const std::uint32_t die = dice.Next();
       return 1 + static_cast<std::int32_t>((die >> 8) % widest) + ((die & 7) == 0 ? 1 : 0);
     };
     // The last trade was at the best bid or at the best ask.
@@ -346,11 +346,11 @@ void Market::Impl::order_book(const Stock& stock, const StockDay& figures, const
     const bool sealed = bid == 0 || ask == 0;
     for (std::size_t level = 0; level < out.bids.size(); ++level) {
       if (bid >= low && bid > 0) {
-        out.bids[level] = {hundredths(bid), lots(level == 0 && sealed ? 60 : 1)};
+        out.bids[level] = {Hundredths(bid), lots(level == 0 && sealed ? 60 : 1)};
         bid -= gap();
       }
       if (ask > 0 && ask <= high) {
-        out.asks[level] = {hundredths(ask), lots(level == 0 && sealed ? 60 : 1)};
+        out.asks[level] = {Hundredths(ask), lots(level == 0 && sealed ? 60 : 1)};
         ask += gap();
       }
     }
@@ -361,40 +361,39 @@ void Market::Impl::order_book(const Stock& stock, const StockDay& figures, const
     bids += out.bids[level].volume;
     asks += out.asks[level].volume;
   }
-  out.cr = share_of(bids - asks, bids + asks);
+  out.cr = ShareOf(bids - asks, bids + asks);
 }
 
-Quote Market::Impl::index_quote(std::uint32_t number, const MarketDay& day, const MemberSums& sums,
-                                const Moment& moment) const {
+Quote Market::Impl::IndexQuote(std::uint32_t number, const MarketDay& day, const MemberSums& sums,
+                               const Moment& moment) const {
   Quote out;
   out.security = &base.universe.indices[number];
   out.date = moment.date;
   out.time = moment.time;
-  level_quote(day.index_prices(number), day.index_preclose(number), mix(base.options.seed, number), moment,
-              out);
-  fill_sums(sums, moment, out);
+  LevelQuote(day.IndexPrices(number), day.IndexPreclose(number), Mix(base.options.seed, number), moment, out);
+  FillSums(sums, moment, out);
   return out;
 }
 
-Quote Market::Impl::plate_quote(std::uint32_t number, const MarketDay& day, const MemberSums& sums,
-                                const Moment& moment) const {
+Quote Market::Impl::PlateQuote(std::uint32_t number, const MarketDay& day, const MemberSums& sums,
+                               const Moment& moment) const {
   Quote out;
   out.security = &base.universe.plates[number];
   out.date = moment.date;
   out.time = moment.time;
-  level_quote(day.plate_prices(number), day.plate_preclose(number), mix(base.options.seed, 1000 + number),
-              moment, out);
-  fill_sums(sums, moment, out);
+  LevelQuote(day.PlatePrices(number), day.PlatePreclose(number), Mix(base.options.seed, 1000 + number),
+             moment, out);
+  FillSums(sums, moment, out);
   out.bpin = sums.big_net;
   const int direction = out.diff > 0 ? 1 : out.diff < 0 ? -1 : 0;
-  const int before = day.plate_run(number);
+  const int before = day.PlateRun(number);
   out.cud = direction * before > 0 ? before + direction : direction;
   return out;
 }
 
-std::shared_ptr<const BoardQuotes> Market::Impl::board(const Moment& moment) {
-  return (moment.past ? past_boards : boards).get(static_cast<std::int64_t>(moment.time), [&] {
-    const auto day = market_day(moment);
+std::shared_ptr<const BoardQuotes> Market::Impl::BoardAt(const Moment& moment) {
+  return (moment.past ? past_boards : boards).Get(static_cast<std::int64_t>(moment.time), [&] {
+    const auto day = MarketDayOf(moment);
     const Universe& universe = base.universe;
     auto out = std::make_shared<BoardQuotes>();
     out->date = moment.date;
@@ -407,27 +406,27 @@ std::shared_ptr<const BoardQuotes> Market::Impl::board(const Moment& moment) {
         continue;
       }
       const std::uint32_t number = stock.security->number;
-      const StockDay& figures = day->stock(number);
-      const Live now = live(stock, figures, day->minutes(number), moment);
-      const Quote& quote = out->stocks.emplace_back(stock_quote(stock, figures, now, moment));
+      const StockDay& figures = day->StockOf(number);
+      const Live now = LiveOf(stock, figures, day->Minutes(number), moment);
+      const Quote& quote = out->stocks.emplace_back(StockQuote(stock, figures, now, moment));
       double big_net = 0;
       if (now.traded) {
         const FlowSum flow =
-            flow_shares(stock, moment.day, figures.prices).of(static_cast<std::uint64_t>(now.amount / 100));
+            FlowSharesOf(stock, moment.day, figures.prices).Of(static_cast<std::uint64_t>(now.amount / 100));
         big_net = static_cast<double>(flow.big_in) - static_cast<double>(flow.big_out);
       }
       for (const std::uint32_t index : stock_indices[number]) {
-        add(quote, figures, now, big_net, index_sums[index]);
+        Add(quote, figures, now, big_net, index_sums[index]);
       }
       for (const std::uint32_t plate : universe.stock_plates[number]) {
-        add(quote, figures, now, big_net, plate_sums[plate]);
+        Add(quote, figures, now, big_net, plate_sums[plate]);
       }
     }
     for (std::uint32_t i = 0; i < universe.indices.size(); ++i) {
-      out->indices.push_back(index_quote(i, *day, index_sums[i], moment));
+      out->indices.push_back(IndexQuote(i, *day, index_sums[i], moment));
     }
     for (std::uint32_t i = 0; i < universe.plates.size(); ++i) {
-      out->plates.push_back(plate_quote(i, *day, plate_sums[i], moment));
+      out->plates.push_back(PlateQuote(i, *day, plate_sums[i], moment));
     }
     return std::shared_ptr<const BoardQuotes>(std::move(out));
   });
@@ -440,16 +439,16 @@ const Options& Market::options() const {
   return impl_->base.options;
 }
 
-void Market::prepare(Instant time) const {
-  (void)impl_->market_day(impl_->moment(time));
+void Market::Prepare(Instant time) const {
+  (void)impl_->MarketDayOf(impl_->MomentAt(time));
 }
 
-const Security* Market::find(std::string_view code) const {
-  return impl_->base.universe.find(code);
+const Security* Market::Find(std::string_view code) const {
+  return impl_->base.universe.Find(code);
 }
 
-std::vector<const Security*> Market::stocks(Instant time) const {
-  const int day = impl_->moment(time).day;
+std::vector<const Security*> Market::Stocks(Instant time) const {
+  const int day = impl_->MomentAt(time).day;
   std::vector<const Security*> out;
   out.reserve(impl_->base.universe.stocks.size());
   for (const Stock& stock : impl_->base.universe.stocks) {
@@ -467,21 +466,21 @@ std::span<const Security> Market::plates() const {
   return impl_->base.universe.plates;
 }
 
-std::span<const Security* const> Market::members(const Security& index_or_plate) const {
+std::span<const Security* const> Market::Members(const Security& index_or_plate) const {
   switch (index_or_plate.kind) {
-    case Kind::index:
+    case Kind::kIndex:
       return impl_->index_members[index_or_plate.number];
-    case Kind::plate:
+    case Kind::kPlate:
       return impl_->plate_members[index_or_plate.number];
-    case Kind::stock:
+    case Kind::kStock:
       break;
   }
   return {};
 }
 
-std::vector<const Security*> Market::plates_of(const Security& stock, int plate_kind) const {
+std::vector<const Security*> Market::PlatesOf(const Security& stock, int plate_kind) const {
   std::vector<const Security*> out;
-  if (stock.kind == Kind::stock) {
+  if (stock.kind == Kind::kStock) {
     for (const std::uint32_t number : impl_->base.universe.stock_plates[stock.number]) {
       const Security& plate = impl_->base.universe.plates[number];
       if (plate.plate_kind == plate_kind) {
@@ -492,44 +491,44 @@ std::vector<const Security*> Market::plates_of(const Security& stock, int plate_
   return out;
 }
 
-bool Market::is_listed(const Security& security, Date date) const {
-  return security.kind != Kind::stock || security.listed <= date;
+bool Market::IsListed(const Security& security, Date date) const {
+  return security.kind != Kind::kStock || security.listed <= date;
 }
 
-Quote Market::quote(const Security& security, Instant time) const {
-  const Moment moment = impl_->moment(time);
-  if (security.kind == Kind::stock) {
-    const Stock& stock = impl_->base.universe.stock(security);
+Quote Market::QuoteOf(const Security& security, Instant time) const {
+  const Moment moment = impl_->MomentAt(time);
+  if (security.kind == Kind::kStock) {
+    const Stock& stock = impl_->base.universe.StockOf(security);
     Quote out;
     if (moment.day < stock.listed) {
       out.security = &security;
       out.date = moment.date;
       out.time = moment.time;
-      out.status = Status::awaiting;
+      out.status = Status::kAwaiting;
       return out;
     }
-    impl_->with_stock_day(stock, moment.day, [&](const StockDay& figures, const MinuteView& minutes) {
-      out = impl_->stock_quote(stock, figures, impl_->live(stock, figures, minutes, moment), moment);
+    impl_->WithStockDay(stock, moment.day, [&](const StockDay& figures, const MinuteView& minutes) {
+      out = impl_->StockQuote(stock, figures, impl_->LiveOf(stock, figures, minutes, moment), moment);
     });
     return out;
   }
-  const auto board = impl_->board(moment);
-  return (security.kind == Kind::index ? board->indices : board->plates)[security.number];
+  const auto board = impl_->BoardAt(moment);
+  return (security.kind == Kind::kIndex ? board->indices : board->plates)[security.number];
 }
 
-std::shared_ptr<const BoardQuotes> Market::board(Instant time) const {
-  return impl_->board(impl_->moment(time));
+std::shared_ptr<const BoardQuotes> Market::BoardAt(Instant time) const {
+  return impl_->BoardAt(impl_->MomentAt(time));
 }
 
-bool Market::feed_down(Instant time) const {
+bool Market::FeedDown(Instant time) const {
   const Options& options = impl_->base.options;
-  return options.scenario == Scenario::outage && date_of(time) == options.scenario_date &&
-         is_trading_day(options.scenario_date) && second_of_day(time) >= seconds(10, 0) &&
-         second_of_day(time) < seconds(13, 0);
+  return options.scenario == Scenario::kOutage && DateOf(time) == options.scenario_date &&
+         IsTradingDay(options.scenario_date) && SecondOfDay(time) >= Seconds(10, 0) &&
+         SecondOfDay(time) < Seconds(13, 0);
 }
 
-Instant Market::feed_time(Instant time) const {
-  return feed_down(time) ? instant_of(impl_->base.options.scenario_date, 10, 0, 0) : time;
+Instant Market::FeedTime(Instant time) const {
+  return FeedDown(time) ? InstantOf(impl_->base.options.scenario_date, 10, 0, 0) : time;
 }
 
 }  // namespace market_server::model

@@ -1,20 +1,20 @@
-#include "market_day.h"
+#include "market_server/model/market_day.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "logarithm.h"
-#include "random.h"
+#include "market_server/model/logarithm.h"
+#include "market_server/model/random.h"
 
 namespace market_server::model {
 namespace {
 
-std::int32_t level_of(std::int64_t capitalisation, double base) {
-  return base > 0 ? static_cast<std::int32_t>(nearest(static_cast<double>(capitalisation) * 100000 / base))
+std::int32_t LevelOf(std::int64_t capitalisation, double base) {
+  return base > 0 ? static_cast<std::int32_t>(Nearest(static_cast<double>(capitalisation) * 100000 / base))
                   : 100000;
 }
 
-std::int64_t capitalisation(std::uint64_t shares, std::int32_t price) {
+std::int64_t Capitalisation(std::uint64_t shares, std::int32_t price) {
   return static_cast<std::int64_t>(shares) * price;
 }
 
@@ -22,24 +22,24 @@ std::int64_t capitalisation(std::uint64_t shares, std::int32_t price) {
 
 Foundation::Foundation(const Options& chosen)
     : options(chosen),
-      days(chosen.scenario == Scenario::none ? 0 : chosen.scenario_date),
+      days(chosen.scenario == Scenario::kNone ? 0 : chosen.scenario_date),
       universe(chosen, days),
       factors(chosen, days),
       paths(chosen, days, factors) {
   issue_prices.reserve(universe.stocks.size());
   for (const Stock& stock : universe.stocks) {
-    issue_prices.push_back(paths.issue_price(stock));
+    issue_prices.push_back(paths.IssuePrice(stock));
   }
   for (const auto& members : universe.plate_members) {
     double sum = 0;
     for (const std::uint32_t member : members) {
-      sum += static_cast<double>(capitalisation(universe.stocks[member].total, issue_prices[member]));
+      sum += static_cast<double>(Capitalisation(universe.stocks[member].total, issue_prices[member]));
     }
     plate_bases.push_back(sum);
   }
 }
 
-FlowSum FlowShares::of(std::uint64_t yuan) const {
+FlowSum FlowShares::Of(std::uint64_t yuan) const {
   FlowSum out;
   const auto part = [](std::uint64_t whole, double share) {
     return std::min(static_cast<std::uint64_t>(static_cast<double>(whole) * share), whole);
@@ -52,14 +52,14 @@ FlowSum FlowShares::of(std::uint64_t yuan) const {
   return out;
 }
 
-FlowShares flow_shares(const Stock& stock, int day, const DayPrices& prices) {
-  const std::uint64_t h = mix(mix(stock.key, static_cast<std::uint64_t>(day)), 0xf10);
+FlowShares FlowSharesOf(const Stock& stock, int day, const DayPrices& prices) {
+  const std::uint64_t h = Mix(Mix(stock.key, static_cast<std::uint64_t>(day)), 0xf10);
   const double move = static_cast<double>(prices.close - prices.preclose) / prices.preclose;
   const double tilt = std::clamp(move * 2.5, -0.2, 0.2);
   FlowShares out;
-  out.big = 0.25 + 0.35 * unit(h);
-  out.big_in = 0.5 + tilt + 0.16 * (unit(mix(h, 1)) - 0.5);
-  out.small_in = 0.5 - tilt / 2 + 0.1 * (unit(mix(h, 2)) - 0.5);
+  out.big = 0.25 + 0.35 * Unit(h);
+  out.big_in = 0.5 + tilt + 0.16 * (Unit(Mix(h, 1)) - 0.5);
+  out.small_in = 0.5 - tilt / 2 + 0.1 * (Unit(Mix(h, 2)) - 0.5);
   return out;
 }
 
@@ -68,38 +68,38 @@ DayFactors::DayFactors(const Foundation& foundation, int day)
       one_industry_(false),
       factors_(static_cast<std::size_t>(foundation.factors.count())) {
   for (int f = 0; f < foundation.factors.count(); ++f) {
-    make(foundation.factors, day, f, factors_[static_cast<std::size_t>(f)]);
+    Make(foundation.factors, day, f, factors_[static_cast<std::size_t>(f)]);
   }
 }
 
 DayFactors::DayFactors(const Foundation& foundation, int day, int industry)
     : market_(foundation.factors.market()), one_industry_(true), factors_(2) {
-  make(foundation.factors, day, industry, factors_[0]);
-  make(foundation.factors, day, market_, factors_[1]);
+  Make(foundation.factors, day, industry, factors_[0]);
+  Make(foundation.factors, day, market_, factors_[1]);
 }
 
-void DayFactors::make(const Factors& factors, int day, int factor, OneFactor& out) {
+void DayFactors::Make(const Factors& factors, int day, int factor, OneFactor& out) {
   for (int ago = 0; ago < 10 && day - ago >= 0; ++ago) {
-    out.half_hours[static_cast<std::size_t>(ago)] = factors.half_hours(factor, day - ago);
+    out.half_hours[static_cast<std::size_t>(ago)] = factors.HalfHoursOf(factor, day - ago);
   }
-  factors.minutes(factor, day, out.minutes);
+  factors.Minutes(factor, day, out.minutes);
 }
 
-StockDay make_stock_day(const Foundation& foundation, const Stock& stock, int day, const DayFactors& factors,
-                        PastCapitalisations& past) {
+StockDay MakeStockDay(const Foundation& foundation, const Stock& stock, int day, const DayFactors& factors,
+                      PastCapitalisations& past) {
   StockDay out;
   const PricePath& paths = foundation.paths;
   const int block = day / kBlock;
-  const BlockPrices here = paths.block(stock, block);
+  const BlockPrices here = paths.BlockOf(stock, block);
   const BlockPrices before =
-      day % kBlock < kDaysBefore && block > 0 ? paths.block(stock, block - 1) : BlockPrices{};
+      day % kBlock < kDaysBefore && block > 0 ? paths.BlockOf(stock, block - 1) : BlockPrices{};
   const auto prices_on = [&](int n) -> const DayPrices& {
     return (n / kBlock == block ? here : before)[static_cast<std::size_t>(n % kBlock)];
   };
   out.prices = prices_on(day);
-  out.total = stock.total_on(day);
-  out.circulating = stock.circulating_on(day);
-  const double yearly = paths.yearly_capitalisation(stock, day);
+  out.total = stock.TotalOn(day);
+  out.circulating = stock.CirculatingOn(day);
+  const double yearly = paths.YearlyCapitalisation(stock, day);
   out.earnings = yearly / stock.pe;
   out.book = yearly / stock.pb;
 
@@ -110,21 +110,21 @@ StockDay make_stock_day(const Foundation& foundation, const Stock& stock, int da
     const int n = day - ago;
     if (n < 0) {
       past[static_cast<std::size_t>(ago - 1)] =
-          ago > 1 ? past[static_cast<std::size_t>(ago - 2)] : capitalisation(out.total, out.prices.preclose);
+          ago > 1 ? past[static_cast<std::size_t>(ago - 2)] : Capitalisation(out.total, out.prices.preclose);
       continue;
     }
     const DayPrices& prices = prices_on(n);
-    past[static_cast<std::size_t>(ago - 1)] = capitalisation(stock.total_on(n), prices.close);
+    past[static_cast<std::size_t>(ago - 1)] = Capitalisation(stock.TotalOn(n), prices.close);
     if (!prices.traded || ago > 9) {
       continue;
     }
-    const DayShape shape = paths.shape(stock, n, prices, factors.half_hours(market, ago),
-                                       factors.half_hours(stock.industry, ago));
+    const DayShape shape = paths.Shape(stock, n, prices, factors.HalfHoursOf(market, ago),
+                                       factors.HalfHoursOf(stock.industry, ago));
     if (counted < 5) {
       lots += shape.lots[kSegments];
       ++counted;
     }
-    const FlowSum flow = flow_shares(stock, n, prices).of(static_cast<std::uint64_t>(shape.amount() / 100));
+    const FlowSum flow = FlowSharesOf(stock, n, prices).Of(static_cast<std::uint64_t>(shape.Amount() / 100));
     for (FlowSum* const sum : {&out.four_before, &out.nine_before}) {
       if (sum == &out.nine_before || ago <= 4) {
         sum->big_in += flow.big_in;
@@ -140,13 +140,13 @@ StockDay make_stock_day(const Foundation& foundation, const Stock& stock, int da
   return out;
 }
 
-void make_minutes(const Foundation& foundation, const Stock& stock, int day, const StockDay& figures,
-                  const DayFactors& factors, const MinutePath& out) {
+void MakeMinutes(const Foundation& foundation, const Stock& stock, int day, const StockDay& figures,
+                 const DayFactors& factors, const MinutePath& out) {
   const int market = foundation.factors.market();
-  const DayShape shape = foundation.paths.shape(stock, day, figures.prices, factors.half_hours(market, 0),
-                                                factors.half_hours(stock.industry, 0));
-  foundation.paths.minutes(stock, day, figures.prices, shape, factors.minutes(market),
-                           factors.minutes(stock.industry), out);
+  const DayShape shape = foundation.paths.Shape(stock, day, figures.prices, factors.HalfHoursOf(market, 0),
+                                                factors.HalfHoursOf(stock.industry, 0));
+  foundation.paths.Minutes(stock, day, figures.prices, shape, factors.Minutes(market),
+                           factors.Minutes(stock.industry), out);
 }
 
 MarketDay::MarketDay(const Foundation& foundation, int day) : day_(day) {
@@ -161,36 +161,36 @@ MarketDay::MarketDay(const Foundation& foundation, int day) : day_(day) {
   for (std::size_t i = 0; i < count; ++i) {
     const Stock& stock = universe.stocks[i];
     if (day < stock.listed) {
-      stocks_[i].prices.status = Status::awaiting;
+      stocks_[i].prices.status = Status::kAwaiting;
       stocks_[i].prices.preclose = stocks_[i].prices.close = foundation.issue_prices[i];
       stocks_[i].total = stock.total;
-      past[i].fill(capitalisation(stock.total, foundation.issue_prices[i]));
+      past[i].fill(Capitalisation(stock.total, foundation.issue_prices[i]));
       continue;
     }
-    stocks_[i] = make_stock_day(foundation, stock, day, factors, past[i]);
+    stocks_[i] = MakeStockDay(foundation, stock, day, factors, past[i]);
     if (stocks_[i].prices.traded) {
-      make_minutes(foundation, stock, day, stocks_[i], factors,
-                   {&prices_[i * kPoints], &lots_[i * kPoints], &amounts_[i * kPoints]});
+      MakeMinutes(foundation, stock, day, stocks_[i], factors,
+                  {&prices_[i * kPoints], &lots_[i * kPoints], &amounts_[i * kPoints]});
     }
   }
 
   index_prices_.resize(universe.indices.size() * kPoints);
   for (std::size_t i = 0; i < universe.indices.size(); ++i) {
     const int number = static_cast<int>(i);
-    const DayShape shape = foundation.paths.index_shape(number, day);
-    foundation.paths.index_minutes(number, day, shape, factors.minutes(foundation.factors.market()),
-                                   &index_prices_[i * kPoints]);
-    index_precloses_.push_back(foundation.paths.index_close(number, day - 1));
+    const DayShape shape = foundation.paths.IndexShape(number, day);
+    foundation.paths.IndexMinutes(number, day, shape, factors.Minutes(foundation.factors.market()),
+                                  &index_prices_[i * kPoints]);
+    index_precloses_.push_back(foundation.paths.IndexClose(number, day - 1));
   }
-  make_plates(foundation, past);
+  MakePlates(foundation, past);
 }
 
-MinuteView MarketDay::minutes(std::uint32_t number) const {
+MinuteView MarketDay::Minutes(std::uint32_t number) const {
   const std::size_t at = number * kPoints;
   return {&prices_[at], &lots_[at], &amounts_[at]};
 }
 
-void MarketDay::make_plates(const Foundation& foundation, const std::vector<PastCapitalisations>& past) {
+void MarketDay::MakePlates(const Foundation& foundation, const std::vector<PastCapitalisations>& past) {
   const auto& plates = foundation.universe.plate_members;
   plate_prices_.resize(plates.size() * kPoints);
   std::vector<std::int64_t> sums(kPoints);
@@ -215,13 +215,13 @@ void MarketDay::make_plates(const Foundation& foundation, const std::vector<Past
     }
     const double base = foundation.plate_bases[p];
     for (std::size_t m = 0; m < kPoints; ++m) {
-      plate_prices_[p * kPoints + m] = level_of(sums[m] + still, base);
+      plate_prices_[p * kPoints + m] = LevelOf(sums[m] + still, base);
     }
-    plate_precloses_.push_back(level_of(closes[0], base));
+    plate_precloses_.push_back(LevelOf(closes[0], base));
     int run = 0;
     for (std::size_t ago = 0; ago + 1 < closes.size(); ++ago) {
-      const std::int32_t close = level_of(closes[ago], base);
-      const std::int32_t earlier = level_of(closes[ago + 1], base);
+      const std::int32_t close = LevelOf(closes[ago], base);
+      const std::int32_t earlier = LevelOf(closes[ago + 1], base);
       const int direction = close > earlier ? 1 : close < earlier ? -1 : 0;
       if (direction == 0 || (run != 0 && (run > 0) != (direction > 0))) {
         break;

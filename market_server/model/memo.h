@@ -19,7 +19,7 @@ class Memo {
 
   explicit Memo(std::size_t capacity) : capacity_(capacity) {}
 
-  [[nodiscard]] Pointer find(const Key& key) {
+  [[nodiscard]] Pointer Find(const Key& key) {
     const std::lock_guard lock(mutex_);
     const auto found =
         std::find_if(held_.begin(), held_.end(), [&](const auto& entry) { return entry.first == key; });
@@ -30,24 +30,24 @@ class Memo {
     return held_.front().second;
   }
 
-  // `make` returns a Pointer and runs under the making lock only.
+  /// `make` returns a Pointer and runs under the making lock only.
   template <class Make>
-  [[nodiscard]] Pointer get(const Key& key, const Make& make) {
-    if (Pointer value = find(key)) {
+  [[nodiscard]] Pointer Get(const Key& key, const Make& make) {
+    if (Pointer value = Find(key)) {
       return value;
     }
     const std::lock_guard making(making_);
-    if (Pointer value = find(key)) {
+    if (Pointer value = Find(key)) {
       return value;
     }
     Pointer value = make();
-    put(key, value);
+    Put(key, value);
     return value;
   }
 
-  // Takes the place of the value held for the key, if there is one.
-  void put(const Key& key, Pointer value) {
-    std::vector<std::pair<Key, Pointer>> dropped;  // their end, which may be long, comes after the lock's
+  /// Takes the place of the value held for the key, if there is one.
+  void Put(const Key& key, Pointer value) {
+    std::vector<std::pair<Key, Pointer>> dropped;  ///< their end, which may be long, comes after the lock's
     const std::lock_guard lock(mutex_);
     const auto kept = std::stable_partition(held_.begin(), held_.end(),
                                             [&](const auto& entry) { return entry.first != key; });
@@ -62,8 +62,8 @@ class Memo {
 
  private:
   std::size_t capacity_;
-  std::mutex making_;  // one value is made at a time; taken before mutex_
-  std::mutex mutex_;   // guards held_
+  std::mutex making_;  ///< one value is made at a time; taken before mutex_
+  std::mutex mutex_;   ///< guards held_
   std::vector<std::pair<Key, Pointer>> held_;
 };
 

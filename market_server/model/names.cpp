@@ -1,4 +1,4 @@
-#include "names.h"
+#include "market_server/model/names.h"
 
 namespace market_server::model {
 namespace {
@@ -116,76 +116,76 @@ constexpr Word kRegions[] = {{"华北", "HB"}, {"华东", "HD"}, {"华南", "HN"
                              {"西南", "XN"}, {"西北", "XB"}, {"东北", "DB"}, {"港澳", "GA"}};
 
 constexpr IndexRule kIndexRules[] = {
-    {"sh000001", {"上证指数", "SZZS"}, Scope::shanghai, -1, -1, 0, 3234.68, 1.0},
-    {"sh000002", {"A股指数", "AGZS"}, Scope::shanghai, -1, -1, 0, 3389.39, 1.0},
-    {"sh000004", {"工业指数", "GYZS"}, Scope::shanghai, 6, 40, 0, 2461.30, 1.0},
-    {"sh000005", {"商业指数", "SYZS"}, Scope::shanghai, 53, 59, 0, 3105.72, 1.0},
-    {"sh000006", {"地产指数", "DCZS"}, Scope::shanghai, 3, 5, 0, 5712.44, 1.1},
-    {"sh000007", {"公用指数", "GYZS"}, Scope::shanghai, 17, 20, 0, 4620.15, 0.8},
-    {"sh000009", {"上证380", "SZ380"}, Scope::shanghai_main, -1, -1, 380, 4810.27, 1.1},
-    {"sh000010", {"上证180", "SZ180"}, Scope::shanghai_main, -1, -1, 180, 7922.83, 1.0},
-    {"sh000016", {"上证50", "SZ50"}, Scope::shanghai_main, -1, -1, 50, 2581.57, 0.95},
-    {"sh000017", {"新综指", "XZZ"}, Scope::shanghai_main, -1, -1, 0, 2741.02, 1.0},
-    {"sh000032", {"上证能源", "SZNY"}, Scope::shanghai, 15, 16, 0, 1530.66, 0.9},
-    {"sh000033", {"上证材料", "SZCL"}, Scope::shanghai, 6, 14, 0, 1893.91, 1.1},
-    {"sh000034", {"上证工业", "SZGY"}, Scope::shanghai, 21, 35, 0, 2388.54, 1.05},
-    {"sh000035", {"上证可选", "SZKX"}, Scope::shanghai, 56, 58, 0, 3127.38, 1.0},
-    {"sh000036", {"上证消费", "SZXF"}, Scope::shanghai, 53, 55, 0, 5944.29, 0.9},
-    {"sh000037", {"上证医药", "SZYY"}, Scope::shanghai, 48, 52, 0, 5280.11, 0.9},
-    {"sh000038", {"上证金融", "SZJR"}, Scope::shanghai, 0, 2, 0, 4366.70, 0.9},
-    {"sh000039", {"上证信息", "SZXX"}, Scope::shanghai, 36, 43, 0, 3071.95, 1.25},
-    {"sh000040", {"上证电信", "SZDX"}, Scope::shanghai, 44, 45, 0, 2846.20, 1.15},
-    {"sh000041", {"上证公用", "SZGY"}, Scope::shanghai_main, 17, 20, 0, 2196.48, 0.8},
-    {"sh000043", {"超大盘", "CDP"}, Scope::shanghai, -1, -1, 20, 1985.36, 0.9},
-    {"sh000044", {"上证中盘", "SZZP"}, Scope::shanghai, -1, -1, 130, 3010.74, 1.05},
-    {"sh000045", {"上证小盘", "SZXP"}, Scope::shanghai, -1, -1, 600, 3688.05, 1.1},
-    {"sh000680", {"科创综指", "KCZZ"}, Scope::star, -1, -1, 0, 1024.33, 1.25},
-    {"sh000688", {"科创50", "KC50"}, Scope::star, -1, -1, 50, 988.47, 1.3},
-    {"sz399001", {"深证成指", "SZCZ"}, Scope::shenzhen, -1, -1, 500, 11014.62, 1.1},
-    {"sz399004", {"深证100", "SZ100"}, Scope::shenzhen, -1, -1, 100, 4121.90, 1.1},
-    {"sz399005", {"中小100", "ZX100"}, Scope::sme, -1, -1, 100, 5461.19, 1.1},
-    {"sz399006", {"创业板指", "CYBZ"}, Scope::growth, -1, -1, 100, 1471.76, 1.3},
-    {"sz399007", {"深证300", "SZ300"}, Scope::shenzhen, -1, -1, 300, 4310.58, 1.1},
-    {"sz399008", {"中小300", "ZX300"}, Scope::sme, -1, -1, 300, 1188.02, 1.1},
-    {"sz399009", {"深证200", "SZ200"}, Scope::shenzhen, -1, -1, 200, 5237.84, 1.1},
-    {"sz399010", {"深证700", "SZ700"}, Scope::shenzhen, -1, -1, 700, 4876.31, 1.1},
-    {"sz399011", {"深证1000", "SZ1000"}, Scope::shenzhen, -1, -1, 1000, 4523.97, 1.1},
-    {"sz399012", {"创业300", "CY300"}, Scope::growth, -1, -1, 300, 3244.10, 1.25},
-    {"sz399100", {"新指数", "XZS"}, Scope::shenzhen, -1, -1, 0, 6120.43, 1.05},
-    {"sz399101", {"中小综指", "ZXZZ"}, Scope::sme, -1, -1, 0, 7620.88, 1.1},
-    {"sz399102", {"创业板综", "CYBZ"}, Scope::growth, -1, -1, 0, 1604.29, 1.25},
-    {"sz399106", {"深证综指", "SZZZ"}, Scope::shenzhen, -1, -1, 0, 1415.19, 1.1},
-    {"sz399107", {"深证A指", "SZAZ"}, Scope::shenzhen, -1, -1, 0, 1478.72, 1.1},
-    {"sz399231", {"农林指数", "NLZS"}, Scope::shenzhen, 54, 55, 0, 1290.55, 0.9},
-    {"sz399232", {"采矿指数", "CKZS"}, Scope::shenzhen, 12, 16, 0, 2034.67, 1.0},
-    {"sz399233", {"制造指数", "ZZZS"}, Scope::shenzhen, 21, 35, 0, 1752.13, 1.1},
-    {"sz399234", {"水电指数", "SDZS"}, Scope::shenzhen, 17, 19, 0, 938.44, 0.8},
-    {"sz399235", {"建筑指数", "JZZS"}, Scope::shenzhen, 5, 6, 0, 1124.09, 1.0},
-    {"sz399236", {"批零指数", "PLZS"}, Scope::shenzhen, 59, 59, 0, 1061.35, 1.0},
-    {"sz399237", {"运输指数", "YSZS"}, Scope::shenzhen, 60, 60, 0, 1217.60, 0.9},
-    {"sz399239", {"IT指数", "ITZS"}, Scope::shenzhen, 36, 45, 0, 1908.77, 1.25},
-    {"sz399240", {"金融指数", "JRZS"}, Scope::shenzhen, 0, 2, 0, 1366.81, 0.95},
-    {"sz399241", {"地产指数", "DCZS"}, Scope::shenzhen, 3, 4, 0, 1583.26, 1.1},
+    {"sh000001", {"上证指数", "SZZS"}, Scope::kShanghai, -1, -1, 0, 3234.68, 1.0},
+    {"sh000002", {"A股指数", "AGZS"}, Scope::kShanghai, -1, -1, 0, 3389.39, 1.0},
+    {"sh000004", {"工业指数", "GYZS"}, Scope::kShanghai, 6, 40, 0, 2461.30, 1.0},
+    {"sh000005", {"商业指数", "SYZS"}, Scope::kShanghai, 53, 59, 0, 3105.72, 1.0},
+    {"sh000006", {"地产指数", "DCZS"}, Scope::kShanghai, 3, 5, 0, 5712.44, 1.1},
+    {"sh000007", {"公用指数", "GYZS"}, Scope::kShanghai, 17, 20, 0, 4620.15, 0.8},
+    {"sh000009", {"上证380", "SZ380"}, Scope::kShanghaiMain, -1, -1, 380, 4810.27, 1.1},
+    {"sh000010", {"上证180", "SZ180"}, Scope::kShanghaiMain, -1, -1, 180, 7922.83, 1.0},
+    {"sh000016", {"上证50", "SZ50"}, Scope::kShanghaiMain, -1, -1, 50, 2581.57, 0.95},
+    {"sh000017", {"新综指", "XZZ"}, Scope::kShanghaiMain, -1, -1, 0, 2741.02, 1.0},
+    {"sh000032", {"上证能源", "SZNY"}, Scope::kShanghai, 15, 16, 0, 1530.66, 0.9},
+    {"sh000033", {"上证材料", "SZCL"}, Scope::kShanghai, 6, 14, 0, 1893.91, 1.1},
+    {"sh000034", {"上证工业", "SZGY"}, Scope::kShanghai, 21, 35, 0, 2388.54, 1.05},
+    {"sh000035", {"上证可选", "SZKX"}, Scope::kShanghai, 56, 58, 0, 3127.38, 1.0},
+    {"sh000036", {"上证消费", "SZXF"}, Scope::kShanghai, 53, 55, 0, 5944.29, 0.9},
+    {"sh000037", {"上证医药", "SZYY"}, Scope::kShanghai, 48, 52, 0, 5280.11, 0.9},
+    {"sh000038", {"上证金融", "SZJR"}, Scope::kShanghai, 0, 2, 0, 4366.70, 0.9},
+    {"sh000039", {"上证信息", "SZXX"}, Scope::kShanghai, 36, 43, 0, 3071.95, 1.25},
+    {"sh000040", {"上证电信", "SZDX"}, Scope::kShanghai, 44, 45, 0, 2846.20, 1.15},
+    {"sh000041", {"上证公用", "SZGY"}, Scope::kShanghaiMain, 17, 20, 0, 2196.48, 0.8},
+    {"sh000043", {"超大盘", "CDP"}, Scope::kShanghai, -1, -1, 20, 1985.36, 0.9},
+    {"sh000044", {"上证中盘", "SZZP"}, Scope::kShanghai, -1, -1, 130, 3010.74, 1.05},
+    {"sh000045", {"上证小盘", "SZXP"}, Scope::kShanghai, -1, -1, 600, 3688.05, 1.1},
+    {"sh000680", {"科创综指", "KCZZ"}, Scope::kStar, -1, -1, 0, 1024.33, 1.25},
+    {"sh000688", {"科创50", "KC50"}, Scope::kStar, -1, -1, 50, 988.47, 1.3},
+    {"sz399001", {"深证成指", "SZCZ"}, Scope::kShenzhen, -1, -1, 500, 11014.62, 1.1},
+    {"sz399004", {"深证100", "SZ100"}, Scope::kShenzhen, -1, -1, 100, 4121.90, 1.1},
+    {"sz399005", {"中小100", "ZX100"}, Scope::kSme, -1, -1, 100, 5461.19, 1.1},
+    {"sz399006", {"创业板指", "CYBZ"}, Scope::kGrowth, -1, -1, 100, 1471.76, 1.3},
+    {"sz399007", {"深证300", "SZ300"}, Scope::kShenzhen, -1, -1, 300, 4310.58, 1.1},
+    {"sz399008", {"中小300", "ZX300"}, Scope::kSme, -1, -1, 300, 1188.02, 1.1},
+    {"sz399009", {"深证200", "SZ200"}, Scope::kShenzhen, -1, -1, 200, 5237.84, 1.1},
+    {"sz399010", {"深证700", "SZ700"}, Scope::kShenzhen, -1, -1, 700, 4876.31, 1.1},
+    {"sz399011", {"深证1000", "SZ1000"}, Scope::kShenzhen, -1, -1, 1000, 4523.97, 1.1},
+    {"sz399012", {"创业300", "CY300"}, Scope::kGrowth, -1, -1, 300, 3244.10, 1.25},
+    {"sz399100", {"新指数", "XZS"}, Scope::kShenzhen, -1, -1, 0, 6120.43, 1.05},
+    {"sz399101", {"中小综指", "ZXZZ"}, Scope::kSme, -1, -1, 0, 7620.88, 1.1},
+    {"sz399102", {"创业板综", "CYBZ"}, Scope::kGrowth, -1, -1, 0, 1604.29, 1.25},
+    {"sz399106", {"深证综指", "SZZZ"}, Scope::kShenzhen, -1, -1, 0, 1415.19, 1.1},
+    {"sz399107", {"深证A指", "SZAZ"}, Scope::kShenzhen, -1, -1, 0, 1478.72, 1.1},
+    {"sz399231", {"农林指数", "NLZS"}, Scope::kShenzhen, 54, 55, 0, 1290.55, 0.9},
+    {"sz399232", {"采矿指数", "CKZS"}, Scope::kShenzhen, 12, 16, 0, 2034.67, 1.0},
+    {"sz399233", {"制造指数", "ZZZS"}, Scope::kShenzhen, 21, 35, 0, 1752.13, 1.1},
+    {"sz399234", {"水电指数", "SDZS"}, Scope::kShenzhen, 17, 19, 0, 938.44, 0.8},
+    {"sz399235", {"建筑指数", "JZZS"}, Scope::kShenzhen, 5, 6, 0, 1124.09, 1.0},
+    {"sz399236", {"批零指数", "PLZS"}, Scope::kShenzhen, 59, 59, 0, 1061.35, 1.0},
+    {"sz399237", {"运输指数", "YSZS"}, Scope::kShenzhen, 60, 60, 0, 1217.60, 0.9},
+    {"sz399239", {"IT指数", "ITZS"}, Scope::kShenzhen, 36, 45, 0, 1908.77, 1.25},
+    {"sz399240", {"金融指数", "JRZS"}, Scope::kShenzhen, 0, 2, 0, 1366.81, 0.95},
+    {"sz399241", {"地产指数", "DCZS"}, Scope::kShenzhen, 3, 4, 0, 1583.26, 1.1},
 };
 
 }  // namespace
 
-std::span<const Word> syllables() {
+std::span<const Word> Syllables() {
   return kSyllables;
 }
-std::span<const Industry> industries() {
+std::span<const Industry> Industries() {
   return kIndustries;
 }
-std::span<const Word> concept_topics() {
+std::span<const Word> ConceptTopics() {
   return kConceptTopics;
 }
-std::span<const Word> concept_forms() {
+std::span<const Word> ConceptForms() {
   return kConceptForms;
 }
-std::span<const Word> regions() {
+std::span<const Word> Regions() {
   return kRegions;
 }
-std::span<const IndexRule> index_rules() {
+std::span<const IndexRule> IndexRules() {
   return kIndexRules;
 }
 

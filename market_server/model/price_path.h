@@ -8,30 +8,30 @@
 #include <array>
 #include <cstdint>
 
-#include "factors.h"
-#include "universe.h"
+#include "market_server/model/factors.h"
+#include "market_server/model/universe.h"
 
 namespace market_server::model {
 
 struct DayPrices {
   bool traded = false;
-  Status status = Status::trading;
-  std::int32_t preclose = 0;                  // the reference price of the day, after a dividend or split
-  std::int32_t close = 0;                     // the last known price of a day without trading
-  std::int32_t limit_up = 0, limit_down = 0;  // 0: none
-  int at_limit = 0;  // 1: closes at the upper limit by force of the day, -1: at the lower
+  Status status = Status::kTrading;
+  std::int32_t preclose = 0;                  ///< the reference price of the day, after a dividend or split
+  std::int32_t close = 0;                     ///< the last known price of a day without trading
+  std::int32_t limit_up = 0, limit_down = 0;  ///< 0: none
+  int at_limit = 0;  ///< 1: closes at the upper limit by force of the day, -1: at the lower
 };
 using BlockPrices = std::array<DayPrices, kBlock>;
 
-// One traded day at half hours: prices at the open and at each end, lots run up to there.
+/// One traded day at half hours: prices at the open and at each end, lots run up to there.
 struct DayShape {
   std::array<std::int32_t, kSegments + 1> price{};
   std::array<std::uint32_t, kSegments + 1> lots{};
-  int sealed_from = kSegments + 1;  // the half hour's end from which the price does not leave its limit
-  [[nodiscard]] std::int64_t amount() const;
+  int sealed_from = kSegments + 1;  ///< the half hour's end from which the price does not leave its limit
+  [[nodiscard]] std::int64_t Amount() const;
 };
 
-// One traded day at minutes: [0] is the opening auction, [m] the end of minute m.
+/// One traded day at minutes: [0] is the opening auction, [m] the end of minute m.
 struct MinutePath {
   std::int32_t* price;
   std::uint32_t* lots;
@@ -43,30 +43,30 @@ class PricePath {
  public:
   PricePath(const Options& options, const Days& days, const Factors& factors);
 
-  [[nodiscard]] BlockPrices block(const Stock& stock, int number) const;
+  [[nodiscard]] BlockPrices BlockOf(const Stock& stock, int number) const;
   [[nodiscard]] DayPrices day(const Stock& stock, int day) const {
-    return block(stock, day / kBlock)[static_cast<std::size_t>(day % kBlock)];
+    return BlockOf(stock, day / kBlock)[static_cast<std::size_t>(day % kBlock)];
   }
-  // The price of the issue: what a stock counts for before it is listed.
-  [[nodiscard]] std::int32_t issue_price(const Stock& stock) const;
-  // Capitalisation in cents on which the year's earnings are measured.
-  [[nodiscard]] double yearly_capitalisation(const Stock& stock, int day) const;
+  /// The price of the issue: what a stock counts for before it is listed.
+  [[nodiscard]] std::int32_t IssuePrice(const Stock& stock) const;
+  /// Capitalisation in cents on which the year's earnings are measured.
+  [[nodiscard]] double YearlyCapitalisation(const Stock& stock, int day) const;
 
-  [[nodiscard]] std::uint32_t day_lots(const Stock& stock, int day, const DayPrices& prices) const;
-  [[nodiscard]] DayShape shape(const Stock& stock, int day, const DayPrices& prices, const HalfHours& market,
+  [[nodiscard]] std::uint32_t DayLots(const Stock& stock, int day, const DayPrices& prices) const;
+  [[nodiscard]] DayShape Shape(const Stock& stock, int day, const DayPrices& prices, const HalfHours& market,
                                const HalfHours& industry) const;
-  void minutes(const Stock& stock, int day, const DayPrices& prices, const DayShape& shape,
+  void Minutes(const Stock& stock, int day, const DayPrices& prices, const DayShape& shape,
                const Deviations& market, const Deviations& industry, const MinutePath& out) const;
 
-  // Indices have no volume of their own: only `price` of a shape or path is used.
-  [[nodiscard]] std::int32_t index_close(int index, int day) const;
-  [[nodiscard]] DayShape index_shape(int index, int day) const;
-  void index_minutes(int index, int day, const DayShape& shape, const Deviations& market,
-                     std::int32_t* price) const;
+  /// Indices have no volume of their own: only `price` of a shape or path is used.
+  [[nodiscard]] std::int32_t IndexClose(int index, int day) const;
+  [[nodiscard]] DayShape IndexShape(int index, int day) const;
+  void IndexMinutes(int index, int day, const DayShape& shape, const Deviations& market,
+                    std::int32_t* price) const;
 
  private:
-  [[nodiscard]] std::int32_t anchor(const Stock& stock, int block) const;
-  [[nodiscard]] std::int32_t intraday_deviation(const Stock& stock, int day) const;
+  [[nodiscard]] std::int32_t Anchor(const Stock& stock, int block) const;
+  [[nodiscard]] std::int32_t IntradayDeviation(const Stock& stock, int day) const;
 
   const Days& days_;
   const Factors& factors_;

@@ -29,7 +29,7 @@ std::string DateText(model::Date date) {
 }
 
 std::string ClockText(model::Instant time) {
-  const int second = model::second_of_day(time);
+  const int second = model::SecondOfDay(time);
   char text[32];
   std::snprintf(text, sizeof text, "%02d:%02d:%02d", second / 3600, second / 60 % 60, second % 60);
   return text;
@@ -151,7 +151,7 @@ const std::vector<std::string> kInstants = {
 TEST_F(AnalyticsTest, deliverTheMarketsOwnFiguresAtEveryHour) {
   StartAll(kInstants.front(), 0);
   std::vector<std::string> symbols;
-  for (const model::Security* stock : market_->stocks(Now())) {
+  for (const model::Security* stock : market_->Stocks(Now())) {
     if (stock->number % 100 == 7) symbols.push_back(stock->code);
   }
   ASSERT_GE(symbols.size(), 2U);
@@ -170,7 +170,7 @@ TEST_F(AnalyticsTest, deliverTheMarketsOwnFiguresAtEveryHour) {
   for (const std::string& instant : kInstants) {
     SCOPED_TRACE(instant);
     ASSERT_NO_FATAL_FAILURE(MoveTo(instant));
-    const model::Date session = model::session_date(Now());
+    const model::Date session = model::SessionDate(Now());
     GetStockUnusualEvent()->Refresh();
     GetStrengthRating()->Refresh();
     GetStockDistribution()->Refresh();
@@ -179,19 +179,19 @@ TEST_F(AnalyticsTest, deliverTheMarketsOwnFiguresAtEveryHour) {
     GetMarginTrade()->FetchMarginTradeInfo();
     GetStockPurchase()->FetchPurchaseInfo();
 
-    const auto todays_events = market_->events(model::date_of(Now()), Now());
+    const auto todays_events = market_->Events(model::DateOf(Now()), Now());
     EXPECT_TRUE(events.view.WaitForLast(ExpectedEvents(todays_events)));
     events_of_day[session] = std::max(events_of_day[session], todays_events.size());
-    const auto breadth = market_->breadth(session, Now());
+    const auto breadth = market_->BreadthOn(session, Now());
     EXPECT_TRUE(strength.view.WaitForLast(ExpectedStrength(breadth)));
     EXPECT_TRUE(effect.view.WaitForLast(ExpectedEffect(breadth)));
-    EXPECT_TRUE(distribution.view.WaitForLast(Expected(market_->distribution(session, Now()))));
-    EXPECT_TRUE(margin.WaitForLast(Expected(market_->margin(Now(), kMarginDays))));
-    EXPECT_TRUE(purchase.WaitForLast(Expected(market_->new_shares(Now()))));
+    EXPECT_TRUE(distribution.view.WaitForLast(Expected(market_->DistributionOn(session, Now()))));
+    EXPECT_TRUE(margin.WaitForLast(Expected(market_->Margin(Now(), kMarginDays))));
+    EXPECT_TRUE(purchase.WaitForLast(Expected(market_->NewShares(Now()))));
     auto flow = flows.begin();
     for (const std::string& symbol : symbols) {
       EXPECT_TRUE(
-          (flow++)->view.WaitForLast(Expected(symbol, market_->flows(*market_->find(symbol), Now()))));
+          (flow++)->view.WaitForLast(Expected(symbol, market_->FlowsOf(*market_->Find(symbol), Now()))));
     }
   }
   EXPECT_GT(events_of_day[kFriday], 0U) << "a day without events proves nothing";
@@ -205,14 +205,14 @@ TEST_F(AnalyticsTest, deliverTheMarketsOwnFiguresAtEveryHour) {
 
 TEST_F(AnalyticsTest, deliverPastDaysWholeAndAskForThemOnce) {
   StartAll("2024-03-15 10:30:00", 0);
-  const model::Instant evening = model::instant_of(kThursday, 20, 0, 0);
+  const model::Instant evening = model::InstantOf(kThursday, 20, 0, 0);
   LiveStrength strength(GetStrengthRating(), kThursday);
   LiveDistribution distribution(GetStockDistribution(), kThursday);
   LiveEffect effect(GetMoneyEffect(), kThursday);
-  const auto breadth = market_->breadth(kThursday, evening);
+  const auto breadth = market_->BreadthOn(kThursday, evening);
   EXPECT_TRUE(strength.view.WaitForLast(ExpectedStrength(breadth)));
   EXPECT_TRUE(effect.view.WaitForLast(ExpectedEffect(breadth)));
-  EXPECT_TRUE(distribution.view.WaitForLast(Expected(market_->distribution(kThursday, evening))));
+  EXPECT_TRUE(distribution.view.WaitForLast(Expected(market_->DistributionOn(kThursday, evening))));
   EXPECT_EQ(breadth.size(), 241U);
 
   // Rounds of the polling threads, with the clock on: nothing more is asked for.
@@ -230,7 +230,7 @@ TEST_F(AnalyticsTest, deliverPastDaysWholeAndAskForThemOnce) {
   Collector<Events> asked;
   GetStockUnusualEvent()->FetchUnusualEvent(kThursday,
                                             [&asked](const Events& items) { asked.Update(items); });
-  EXPECT_TRUE(asked.WaitForLast(ExpectedEvents(market_->events(kThursday, evening))));
+  EXPECT_TRUE(asked.WaitForLast(ExpectedEvents(market_->Events(kThursday, evening))));
   EXPECT_FALSE(asked.All().back().empty());
 }
 
@@ -244,7 +244,7 @@ TEST_F(AnalyticsTest, clearAndFailAsEachOfThemDoes) {
   LiveStrength strength(GetStrengthRating(), 0U);
   LiveDistribution distribution(GetStockDistribution(), 0U);
   LiveEffect effect(GetMoneyEffect(), 0U);
-  LiveFlows flows(GetStockInOut(), Wide(market_->stocks(Now()).front()->code));
+  LiveFlows flows(GetStockInOut(), Wide(market_->Stocks(Now()).front()->code));
   ASSERT_TRUE(events.view.WaitForLast([](const Events& items) { return !items.empty(); }));
   ASSERT_TRUE(strength.view.WaitFor(1) && distribution.view.WaitFor(1) && effect.view.WaitFor(1) &&
               flows.view.WaitFor(1));
@@ -301,11 +301,11 @@ TEST_F(AnalyticsTest, followADayByThemselves) {
   LiveStrength strength(GetStrengthRating(), 0U);
   LiveEffect effect(GetMoneyEffect(), 0U);
   LiveDistribution distribution(GetStockDistribution(), 0U);
-  const model::Instant evening = model::instant_of(kFriday, 20, 0, 0);
-  const auto whole = market_->breadth(kFriday, evening);
+  const model::Instant evening = model::InstantOf(kFriday, 20, 0, 0);
+  const auto whole = market_->BreadthOn(kFriday, evening);
   EXPECT_TRUE(strength.view.WaitForLast(ExpectedStrength(whole)));
   EXPECT_TRUE(effect.view.WaitForLast(ExpectedEffect(whole)));
-  EXPECT_TRUE(distribution.view.WaitForLast(Expected(market_->distribution(kFriday, evening))));
+  EXPECT_TRUE(distribution.view.WaitForLast(Expected(market_->DistributionOn(kFriday, evening))));
 
   // Whatever came meanwhile was that day as it stood: all minutes that were over read as in the evening.
   const Strength day = ExpectedStrength(whole);

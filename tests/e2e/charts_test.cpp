@@ -108,7 +108,7 @@ class ChartsTest : public RunningMarket {
   Series Past(const model::Security& security, int period, int adjustment, model::Date through) const {
     Series series;
     for (const model::Candle& candle :
-         market_->candles(security, static_cast<model::Period>(period),
+         market_->Candles(security, static_cast<model::Period>(period),
                           static_cast<model::Adjustment>(adjustment), through)) {
       series.push_back(CandleOf(candle));
     }
@@ -117,11 +117,10 @@ class ChartsTest : public RunningMarket {
 
   // The market's series as a view must see it now: past sessions, and the one under way in its own figures.
   Series Expected(const model::Security& security, int period, int adjustment) const {
-    const model::Date session = model::session_date(Now());
-    const bool packed = market_->kline_version(Now()) == std::to_string(session);
-    Series series =
-        Past(security, period, adjustment, packed ? session : model::previous_trading_day(session));
-    const auto today = market_->day_candle(security, Now());
+    const model::Date session = model::SessionDate(Now());
+    const bool packed = market_->KLineVersionAt(Now()) == std::to_string(session);
+    Series series = Past(security, period, adjustment, packed ? session : model::PreviousTradingDay(session));
+    const auto today = market_->DayCandle(security, Now());
     if (!today) {
       return series;
     }
@@ -151,7 +150,7 @@ class ChartsTest : public RunningMarket {
   }
 
   const model::Security& AnyStock() {
-    const auto stocks = market_->stocks(Now());
+    const auto stocks = market_->Stocks(Now());
     return *stocks[std::uniform_int_distribution<std::size_t>(0, stocks.size() - 1)(random_)];
   }
   const model::Security& AnyIndex() {
@@ -172,8 +171,8 @@ class ChartsTest : public RunningMarket {
   static bool Shares(int period, model::Date one, model::Date other) {
     if (period == 3) return one / 100 == other / 100;
     // Monday and Sunday of one week lie less than seven days apart, and the weekday rises.
-    const double days = (model::instant_of(other, 0, 0, 0) - model::instant_of(one, 0, 0, 0)) / 86400;
-    return period == 2 && days < 7 && model::weekday(one) < model::weekday(other);
+    const double days = (model::InstantOf(other, 0, 0, 0) - model::InstantOf(one, 0, 0, 0)) / 86400;
+    return period == 2 && days < 7 && model::Weekday(one) < model::Weekday(other);
   }
 };
 
@@ -393,7 +392,7 @@ TEST_F(ChartsTest, deliverTheMarketsMinuteLines) {
     GetStockMLine()->Refresh();
     for (std::size_t view = 0; view < kViews; ++view) {
       EXPECT_TRUE(views[view].WaitForLast(
-          LineOf(*shown[view], {market_->minute_line(*shown[view], model::session_date(Now()), Now())})))
+          LineOf(*shown[view], {market_->MinuteLineOf(*shown[view], model::SessionDate(Now()), Now())})))
           << shown[view]->code;
     }
   }
@@ -409,14 +408,14 @@ TEST_F(ChartsTest, deliverMinuteLinesOfOneSymbolAtCall) {
     const std::wstring symbol(stock.code.begin(), stock.code.end());
     EXPECT_EQ(AskFor<StockMLineData>(
                   [&](const MLineCallback& done) { GetStockMLine()->FetchMLine(symbol.c_str(), 0, done); }),
-              LineOf(stock, {market_->minute_line(stock, 20240315, Now())}));
+              LineOf(stock, {market_->MinuteLineOf(stock, 20240315, Now())}));
     EXPECT_EQ(AskFor<StockMLineData>([&](const MLineCallback& done) {
                 GetStockMLine()->FetchHistoryMLine(symbol.c_str(), 20240312, 0, done);
               }),
-              LineOf(stock, {market_->minute_line(stock, 20240312, Now())}));
+              LineOf(stock, {market_->MinuteLineOf(stock, 20240312, Now())}));
     std::vector<model::MinuteLine> days;
     for (const model::Date date : {20240311U, 20240312U, 20240313U, 20240314U, 20240315U}) {
-      const model::MinuteLine line = market_->minute_line(stock, date, Now());
+      const model::MinuteLine line = market_->MinuteLineOf(stock, date, Now());
       if (!line.points.empty()) days.push_back(line);
     }
     EXPECT_EQ(AskFor<StockMLineData>([&](const MLineCallback& done) {

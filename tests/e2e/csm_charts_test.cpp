@@ -21,7 +21,7 @@ namespace model = market_server::model;
 
 class CsmCharts : public CsmMarket {
  protected:
-  CsmCharts() : stock_(market_.stocks(Now()).front()) {}
+  CsmCharts() : stock_(market_.Stocks(Now()).front()) {}
 
   void ExpectMinutes(const rapidjson::Value& day, const model::MinuteLine& line) const {
     EXPECT_EQ(day["date"].GetUint(), line.date);
@@ -47,7 +47,7 @@ TEST_F(CsmCharts, mlineShowsTheMarketsMinutes) {
   EXPECT_STREQ(record["service"].GetString(), "stock_mline");
   EXPECT_STREQ(record["key"].GetString(), stock_->code.c_str());
   const auto& data = record["data"];
-  const model::MinuteLine line = market_.minute_line(*stock_, kDay, Now());
+  const model::MinuteLine line = market_.MinuteLineOf(*stock_, kDay, Now());
   EXPECT_DOUBLE_EQ(data["preclose"].GetDouble(), line.preclose);
   ASSERT_EQ(data["days"].Size(), 1U);
   ExpectMinutes(data["days"][0], line);
@@ -56,16 +56,16 @@ TEST_F(CsmCharts, mlineShowsTheMarketsMinutes) {
 TEST_F(CsmCharts, mlineShowsAnotherDayAndSeveralDays) {
   const auto past = JsonOf({"mline", stock_->code, "--date", "2024-03-13"});
   ASSERT_EQ(past["data"]["days"].Size(), 1U);
-  ExpectMinutes(past["data"]["days"][0], market_.minute_line(*stock_, 20240313, Now()));
+  ExpectMinutes(past["data"]["days"][0], market_.MinuteLineOf(*stock_, 20240313, Now()));
   const auto three = JsonOf({"mline", stock_->code, "--days", "3"});
   ASSERT_EQ(three["data"]["days"].Size(), 3U);
   for (rapidjson::SizeType i = 0; i < 3; ++i) {
-    ExpectMinutes(three["data"]["days"][i], market_.minute_line(*stock_, kDay - 2 + i, Now()));
+    ExpectMinutes(three["data"]["days"][i], market_.MinuteLineOf(*stock_, kDay - 2 + i, Now()));
   }
 }
 
 TEST_F(CsmCharts, mlinePrintsTableValuesAndChart) {
-  const std::size_t points = market_.minute_line(*stock_, kDay, Now()).points.size();
+  const std::size_t points = market_.MinuteLineOf(*stock_, kDay, Now()).points.size();
   const auto table = LinesOfRun({"mline", stock_->code});
   ASSERT_EQ(table.size(), points + 1);
   EXPECT_TRUE(
@@ -100,8 +100,8 @@ TEST_F(CsmCharts, klineShowsTheMarketsCandlesInEveryPeriodAndAdjustment) {
     EXPECT_EQ(data["period"].GetInt(), period);
     EXPECT_EQ(data["adjustment"].GetInt(), adjustment);
     const std::vector<model::Candle> candles =
-        market_.candles(*stock_, static_cast<model::Period>(period),
-                        static_cast<model::Adjustment>(adjustment), model::previous_trading_day(kDay));
+        market_.Candles(*stock_, static_cast<model::Period>(period),
+                        static_cast<model::Adjustment>(adjustment), model::PreviousTradingDay(kDay));
     const auto& shown = data["candles"];
     ASSERT_GE(shown.Size(), candles.size()) << periods[period - 1];
     // The last one holds today, which is not over.
@@ -116,7 +116,7 @@ TEST_F(CsmCharts, klineShowsTheMarketsCandlesInEveryPeriodAndAdjustment) {
     }
     const auto& today = shown[shown.Size() - 1];
     EXPECT_EQ(today["date"].GetUint(), kDay);
-    EXPECT_DOUBLE_EQ(today["close"].GetDouble(), market_.quote(*stock_, Now()).last);
+    EXPECT_DOUBLE_EQ(today["close"].GetDouble(), market_.QuoteOf(*stock_, Now()).last);
   }
 }
 
@@ -143,7 +143,7 @@ TEST_F(CsmCharts, klinePrintsTableValuesAndChart) {
 
 TEST_F(CsmCharts, eventsAreTheMarkets) {
   server_.SetClock("2024-03-15 14:30:00");
-  const auto expected = market_.events(kDay, model::instant_of(kDay, 14, 30, 0));
+  const auto expected = market_.Events(kDay, model::InstantOf(kDay, 14, 30, 0));
   ASSERT_FALSE(expected.empty());
   const auto record = JsonOf({"events"});
   EXPECT_STREQ(record["service"].GetString(), "stock_unusual_event");
@@ -156,13 +156,13 @@ TEST_F(CsmCharts, eventsAreTheMarkets) {
   const auto table = LinesOfRun({"events", "--last", "1"});
   ASSERT_EQ(table.size(), 2U);
   EXPECT_NE(table[1].find(expected[0].content), std::string::npos) << table[1];
-  const auto past = market_.events(20240313, Now());
+  const auto past = market_.Events(20240313, Now());
   ASSERT_FALSE(past.empty());
   EXPECT_EQ(JsonOf({"events", "--date", "20240313"})["data"].Size(), past.size());
 }
 
 TEST_F(CsmCharts, aDayWithoutEventsIsNoFailure) {
-  ASSERT_TRUE(market_.events(kDay, model::instant_of(kDay, 9, 31, 0)).empty());
+  ASSERT_TRUE(market_.Events(kDay, model::InstantOf(kDay, 9, 31, 0)).empty());
   server_.SetClock("2024-03-15 09:31:00");
   ChildProcess csm = Run({"events"});
   EXPECT_EQ(csm.Wait(), 0) << csm.errors();
@@ -171,7 +171,7 @@ TEST_F(CsmCharts, aDayWithoutEventsIsNoFailure) {
 }
 
 TEST_F(CsmCharts, flowsAreTheMarkets) {
-  const model::Flows flows = market_.flows(*stock_, Now());
+  const model::Flows flows = market_.FlowsOf(*stock_, Now());
   const auto record = JsonOf({"flow", stock_->code});
   const auto& data = record["data"];
   EXPECT_STREQ(record["service"].GetString(), "stock_in_out");
@@ -184,13 +184,13 @@ TEST_F(CsmCharts, flowsAreTheMarkets) {
     EXPECT_EQ(data[name]["small_in"].GetUint64(), amounts.small_in) << name;
     EXPECT_EQ(data[name]["small_out"].GetUint64(), amounts.small_out) << name;
   }
-  const auto table = LinesOfRun({"flow", market_.stocks(Now())[1]->code, stock_->code});
+  const auto table = LinesOfRun({"flow", market_.Stocks(Now())[1]->code, stock_->code});
   ASSERT_EQ(table.size(), 7U);
   EXPECT_EQ(table[4].rfind(stock_->code, 0), 0U) << table[4];
 }
 
 TEST_F(CsmCharts, breadthDistributionAndEffectAreTheMarkets) {
-  const auto breadth = market_.breadth(kDay, Now());
+  const auto breadth = market_.BreadthOn(kDay, Now());
   const auto strength = JsonOf({"strength"});
   const auto effect = JsonOf({"effect"});
   ASSERT_EQ(strength["data"].Size(), breadth.size());
@@ -202,7 +202,7 @@ TEST_F(CsmCharts, breadthDistributionAndEffectAreTheMarkets) {
     EXPECT_EQ(effect["data"][i]["time"].GetInt(), breadth[i].minute);
     EXPECT_DOUBLE_EQ(effect["data"][i]["average"].GetDouble(), breadth[i].average);
   }
-  const model::Distribution expected = market_.distribution(kDay, Now());
+  const model::Distribution expected = market_.DistributionOn(kDay, Now());
   const auto distribution = JsonOf({"distribution"});
   EXPECT_EQ(distribution["data"]["up"].GetInt(), expected.up);
   EXPECT_EQ(distribution["data"]["nochange"].GetInt(), expected.unchanged);
@@ -214,11 +214,11 @@ TEST_F(CsmCharts, breadthDistributionAndEffectAreTheMarkets) {
 }
 
 TEST_F(CsmCharts, breadthDistributionAndEffectOfAPastDayAreWhole) {
-  const auto breadth = market_.breadth(20240313, Now());
+  const auto breadth = market_.BreadthOn(20240313, Now());
   EXPECT_EQ(LinesOfRun({"strength", "--date", "20240313"}).size(), breadth.size() + 1);
   EXPECT_EQ(LinesOfRun({"effect", "--date", "20240313"}).size(), breadth.size() + 1);
   EXPECT_EQ(JsonOf({"distribution", "--date", "20240313"})["data"]["up"].GetInt(),
-            market_.distribution(20240313, Now()).up);
+            market_.DistributionOn(20240313, Now()).up);
 }
 
 TEST_F(CsmCharts, drawsCurvesAndBars) {
@@ -233,7 +233,7 @@ TEST_F(CsmCharts, drawsCurvesAndBars) {
 }
 
 TEST_F(CsmCharts, marginAndPurchaseAreTheMarkets) {
-  const auto days = market_.margin(Now(), 3);
+  const auto days = market_.Margin(Now(), 3);
   const auto record = JsonOf({"margin", "--last", "2"});
   ASSERT_EQ(record["data"].Size(), 2U);
   const auto& newest = record["data"][1];
@@ -245,7 +245,7 @@ TEST_F(CsmCharts, marginAndPurchaseAreTheMarkets) {
   EXPECT_EQ(newest["sh_close"].GetInt(), static_cast<int>(days[0].sh_close));
   EXPECT_EQ(LinesOfRun({"margin"}).size(), 120U);
 
-  const auto issues = market_.new_shares(Now());
+  const auto issues = market_.NewShares(Now());
   const auto purchase = JsonOf({"purchase"});
   ASSERT_EQ(purchase["data"].Size(), issues.size());
   for (rapidjson::SizeType i = 0; i < issues.size(); ++i) {

@@ -38,12 +38,12 @@ class CsmMarket : public testing::Test {
     return options;
   }
 
-  CsmMarket() : server_(Settings()), market_({kSeed, market_server::model::Scenario::none, 0, kStocks}) {
+  CsmMarket() : server_(Settings()), market_({kSeed, market_server::model::Scenario::kNone, 0, kStocks}) {
     server_.Start();
   }
 
   [[nodiscard]] static market_server::model::Instant Now() {
-    return market_server::model::instant_of(kDay, 10, 30, 0);
+    return market_server::model::InstantOf(kDay, 10, 30, 0);
   }
 
   [[nodiscard]] std::map<std::string, std::string> Environment() const {

@@ -34,11 +34,11 @@ void Sort(Quotes& quotes, const Figure& figure, bool ascending) {
 
 class CsmQuotes : public CsmMarket {
  protected:
-  [[nodiscard]] Quotes Stocks() const { return market_.board(Now())->stocks; }
+  [[nodiscard]] Quotes Stocks() const { return market_.BoardAt(Now())->stocks; }
 
   [[nodiscard]] Quotes Industries() const {
     Quotes plates;
-    for (const model::Quote& plate : market_.board(Now())->plates) {
+    for (const model::Quote& plate : market_.BoardAt(Now())->plates) {
       if (plate.security->plate_kind == 1) {
         plates.push_back(plate);
       }
@@ -49,7 +49,7 @@ class CsmQuotes : public CsmMarket {
   [[nodiscard]] const model::Quote& TradedStock() {
     stocks_ = Stocks();
     return *std::find_if(stocks_.begin(), stocks_.end(), [](const model::Quote& quote) {
-      return quote.status == model::Status::trading && quote.asks[4].volume > 0 && quote.bids[4].volume > 0;
+      return quote.status == model::Status::kTrading && quote.asks[4].volume > 0 && quote.bids[4].volume > 0;
     });
   }
 
@@ -189,7 +189,7 @@ TEST_F(CsmQuotes, quoteShowsAStockWithItsBook) {
 
 TEST_F(CsmQuotes, quoteShowsAnIndexWithItsMembers) {
   const auto record = JsonOf({"quote", "sh000001", "--count", "1"});
-  const Quotes& indices = market_.board(Now())->indices;
+  const Quotes& indices = market_.BoardAt(Now())->indices;
   const auto index = std::find_if(indices.begin(), indices.end(), [](const model::Quote& quote) {
     return quote.security->code == "sh000001";
   });
@@ -271,9 +271,9 @@ TEST_F(CsmQuotes, platesShowsTheIndustriesThatRoseMost) {
 TEST_F(CsmQuotes, plateShowsItsStocksAndHowManyThereAre) {
   const model::Security& plate = *Industries().front().security;
   Quotes expected;
-  for (const model::Security* const stock : market_.members(plate)) {
+  for (const model::Security* const stock : market_.Members(plate)) {
     if (stock->listed <= kDay) {
-      expected.push_back(market_.quote(*stock, Now()));
+      expected.push_back(market_.QuoteOf(*stock, Now()));
     }
   }
   std::sort(expected.begin(), expected.end(),
@@ -449,7 +449,7 @@ TEST_F(CsmWatchList, showsItsQuotesInTheOrderThatIsAskedFor) {
   for (rapidjson::SizeType i = 0; i < as_it_is["data"].Size(); ++i) {
     const auto& row = as_it_is["data"][i];
     EXPECT_STREQ(row["code"].GetString(), quotes[i].security->code.c_str());
-    const auto plates = market_.plates_of(*quotes[i].security, 1);
+    const auto plates = market_.PlatesOf(*quotes[i].security, 1);
     ASSERT_EQ(plates.size(), 1U);
     EXPECT_STREQ(row["plate"].GetString(), plates[0]->name.c_str());
   }

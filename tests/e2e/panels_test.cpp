@@ -64,8 +64,8 @@ class PanelsTest : public RunningMarket {
     ASSERT_EQ(outcome.wait_for(std::chrono::seconds(60)), std::future_status::ready);
     ASSERT_TRUE(outcome.get());
     const auto now = static_cast<market_server::model::Instant>(Now());
-    for (const auto* const security : market_->stocks(now)) {
-      if (stocks_.size() < 3 && market_->day_candle(*security, now)) {
+    for (const auto* const security : market_->Stocks(now)) {
+      if (stocks_.size() < 3 && market_->DayCandle(*security, now)) {
         stocks_.push_back({common::s2ws(security->code, common::kUtf8),
                            common::s2ws(security->name, common::kUtf8), stock::kSymbolStock});
       }

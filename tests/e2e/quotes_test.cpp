@@ -110,17 +110,17 @@ class QuotesTest : public LiveMarketTest {
 
   // The clock stands still at that time of the day.
   void StartAt(int hour, int minute, int second = 0) {
-    now_ = model::instant_of(kDay, hour, minute, second);
+    now_ = model::InstantOf(kDay, hour, minute, second);
     options_.clock = ClockText();
     StartAll();
     Ask(L"/pc/rt/stock_version", {});  // brings the server's clock
-    board_ = TheMarket().board(now_);
+    board_ = TheMarket().BoardAt(now_);
   }
 
   void MoveTo(model::Instant instant) {
     now_ = instant;
     server_->SetClock(ClockText());
-    board_ = TheMarket().board(now_);
+    board_ = TheMarket().BoardAt(now_);
   }
 
   Rows Stocks(const std::function<bool(const model::Quote&)>& chosen = {}) const {
@@ -132,7 +132,7 @@ class QuotesTest : public LiveMarketTest {
   }
 
   model::Quote QuoteOf(const std::string& code) const {
-    return TheMarket().quote(*TheMarket().find(code), now_);
+    return TheMarket().QuoteOf(*TheMarket().Find(code), now_);
   }
 
   // The first stock, by code, of which this is true.
@@ -174,8 +174,8 @@ TEST_F(QuotesTest, tellAPageOfEveryBoard) {
   const std::vector<std::pair<std::uint32_t, std::function<bool(const model::Quote&)>>> boards{
       {2, [](const model::Quote& q) { return q.security->code.starts_with("sh"); }},
       {3, [](const model::Quote& q) { return q.security->code.starts_with("sz"); }},
-      {4, [](const model::Quote& q) { return q.security->board == model::Board::growth; }},
-      {5, [](const model::Quote& q) { return q.security->board == model::Board::sme; }}};
+      {4, [](const model::Quote& q) { return q.security->board == model::Board::kGrowth; }},
+      {5, [](const model::Quote& q) { return q.security->board == model::Board::kSme; }}};
   for (const auto& [board, chosen] : boards) {
     Rows rows = OrderedBy(Stocks(chosen), true, [](const model::Quote& q) { return q.last; });
     ASSERT_GT(rows.size(), 8U) << "board " << board;
@@ -218,7 +218,7 @@ TEST_F(QuotesTest, listCodesAndNamesOfABoard) {
 TEST_F(QuotesTest, tellAStockWithBookLimitsAndAverage) {
   StartAt(10, 30);
   const model::Quote quote = FirstStock([](const model::Quote& q) {
-    return q.status == model::Status::trading && q.vol > 0 && q.bids[4].price > 0 && q.asks[4].price > 0;
+    return q.status == model::Status::kTrading && q.vol > 0 && q.bids[4].price > 0 && q.asks[4].price > 0;
   });
   StockMarketItem row = expected::StockRow(quote);
   row.symbol_type = stock::kSymbolStock;
@@ -245,7 +245,7 @@ TEST_F(QuotesTest, tellAnIndexWithItsMembers) {
 
 TEST_F(QuotesTest, tellASuspendedStockByItsLastPrice) {
   StartAt(10, 30);
-  const model::Quote quote = FirstStock([](const model::Quote& q) { return !model::trades(q.status); });
+  const model::Quote quote = FirstStock([](const model::Quote& q) { return !model::Trades(q.status); });
   SingleView view(GetSingleStockMarket(), expected::Wide(quote.security->code));
   const StockMarketItem item = view.First();
   EXPECT_EQ(item.last, (TickField<double>{quote.last, true, 0}));
@@ -278,7 +278,7 @@ class WatchListTest : public QuotesTest {
   [[nodiscard]] OptionalMarketItem Watched(const std::string& code) const {
     OptionalMarketItem item;
     const model::Quote quote = QuoteOf(code);
-    const bool is_stock = quote.security->kind == model::Kind::stock;
+    const bool is_stock = quote.security->kind == model::Kind::kStock;
     static_cast<StockMarketItem&>(item) = is_stock ? expected::StockRow(quote) : expected::IndexRow(quote);
     item.symbol_type = is_stock ? stock::kSymbolStock : stock::kSymbolIndex;
     return item;
@@ -314,7 +314,7 @@ TEST_F(WatchListTest, namesThePlateOfEachStock) {
   ASSERT_TRUE(loaded->Last());
   WatchListView view(GetOptionalStockMarket(), SortingTarget{});
   AwaitList(view);
-  const auto plates = TheMarket().plates_of(*TheMarket().find(code), 1);
+  const auto plates = TheMarket().PlatesOf(*TheMarket().Find(code), 1);
   ASSERT_FALSE(plates.empty());
   EXPECT_EQ(view.Last()[0].plate, expected::Wide(plates.front()->name));
   EXPECT_EQ(view.Last()[1].plate, L"");
@@ -370,7 +370,7 @@ TEST_F(QuotesTest, tellPlatesOfBothKinds) {
 TEST_F(QuotesTest, tellTheStocksOfAPlate) {
   StartAt(10, 30);
   const model::Quote& plate = *Plates(1).at(5);
-  const auto members = TheMarket().members(*plate.security);
+  const auto members = TheMarket().Members(*plate.security);
   Rows rows = OrderedBy(Stocks([&members](const model::Quote& q) {
                           return std::find(members.begin(), members.end(), q.security) != members.end();
                         }),
@@ -578,7 +578,7 @@ TEST_F(MinuteOfTrading, isToldByAStockAndItsBook) {
   StartAtHalfPastTen();
   const std::string code =
       FirstStock([](const model::Quote& q) {
-        return q.status == model::Status::trading && q.bids[4].price > 0 && q.asks[4].price > 0;
+        return q.status == model::Status::kTrading && q.bids[4].price > 0 && q.asks[4].price > 0;
       }).security->code;
   const auto of = [&code](const model::BoardQuotes& board) {
     const auto row = std::find_if(board.stocks.begin(), board.stocks.end(),

@@ -1,55 +1,55 @@
 // The server's clock: how its text is read and how it runs.
-#include "clock.h"
+#include "market_server/clock.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
-#include "model/calendar.h"
+#include "market_server/model/calendar.h"
 
 namespace market_server {
 namespace {
 
-using model::instant_of;
+using model::InstantOf;
 
-const double kFridayMorning = instant_of(20240315, 10, 30, 0);
-const double kFridayEvening = instant_of(20240315, 20, 0, 0);
-const double kSunday = instant_of(20240317, 10, 30, 0);
+const double kFridayMorning = InstantOf(20240315, 10, 30, 0);
+const double kFridayEvening = InstantOf(20240315, 20, 0, 0);
+const double kSunday = InstantOf(20240317, 10, 30, 0);
 
 TEST(Clock, isRealWhileTheMarketTrades) {
   EXPECT_EQ(ParseClock("", kFridayMorning), kFridayMorning);
-  EXPECT_EQ(ParseClock("", instant_of(20240315, 9, 15, 0)), instant_of(20240315, 9, 15, 0));
-  EXPECT_EQ(ParseClock("", instant_of(20240315, 12, 0, 0)), instant_of(20240315, 12, 0, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240315, 9, 15, 0)), InstantOf(20240315, 9, 15, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240315, 12, 0, 0)), InstantOf(20240315, 12, 0, 0));
 }
 
 TEST(Clock, replaysTodaysSessionInTheEvening) {
-  EXPECT_EQ(ParseClock("", kFridayEvening), instant_of(20240315, 9, 30, 0));
-  EXPECT_EQ(ParseClock("", instant_of(20240315, 15, 0, 0)), instant_of(20240315, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", kFridayEvening), InstantOf(20240315, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240315, 15, 0, 0)), InstantOf(20240315, 9, 30, 0));
 }
 
 TEST(Clock, replaysTheSessionBeforeInTheEarlyMorningAndAtTheWeekEnd) {
-  EXPECT_EQ(ParseClock("", instant_of(20240315, 9, 14, 59)), instant_of(20240314, 9, 30, 0));
-  EXPECT_EQ(ParseClock("", kSunday), instant_of(20240315, 9, 30, 0));
-  EXPECT_EQ(ParseClock("replay", kFridayMorning), instant_of(20240314, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240315, 9, 14, 59)), InstantOf(20240314, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", kSunday), InstantOf(20240315, 9, 30, 0));
+  EXPECT_EQ(ParseClock("replay", kFridayMorning), InstantOf(20240314, 9, 30, 0));
 }
 
 TEST(Clock, replaysTheLastSessionBeforeAHoliday) {
-  EXPECT_EQ(ParseClock("", instant_of(20240405, 11, 0, 0)), instant_of(20240403, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240405, 11, 0, 0)), InstantOf(20240403, 9, 30, 0));
 }
 
 TEST(Clock, readsATimeOfDay) {
-  EXPECT_EQ(ParseClock("13:05", kFridayMorning), instant_of(20240315, 13, 5, 0));
-  EXPECT_EQ(ParseClock("09:15:30", kFridayMorning), instant_of(20240315, 9, 15, 30));
-  EXPECT_EQ(ParseClock("13:05", kSunday), instant_of(20240315, 13, 5, 0));
+  EXPECT_EQ(ParseClock("13:05", kFridayMorning), InstantOf(20240315, 13, 5, 0));
+  EXPECT_EQ(ParseClock("09:15:30", kFridayMorning), InstantOf(20240315, 9, 15, 30));
+  EXPECT_EQ(ParseClock("13:05", kSunday), InstantOf(20240315, 13, 5, 0));
 }
 
 TEST(Clock, readsADateWithAndWithoutTime) {
-  const double there = instant_of(20200203, 14, 59, 58);
+  const double there = InstantOf(20200203, 14, 59, 58);
   EXPECT_EQ(ParseClock("2020-02-03 14:59:58", kSunday), there);
   EXPECT_EQ(ParseClock("2020-02-03T14:59:58", kSunday), there);
   EXPECT_EQ(ParseClock("20200203 14:59:58", kSunday), there);
   EXPECT_EQ(ParseClock("2020-02-03 14:59", kSunday), there - 58);
-  EXPECT_EQ(ParseClock("2020-02-03", kSunday), instant_of(20200203, 9, 30, 0));
+  EXPECT_EQ(ParseClock("2020-02-03", kSunday), InstantOf(20200203, 9, 30, 0));
 }
 
 TEST(Clock, readsSecondsAndNow) {

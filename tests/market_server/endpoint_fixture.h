@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "gzip.h"
+#include "market_server/gzip.h"
 #include "server_fixture.h"
 
 namespace market_server::testing {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "endpoint_fixture.h"
-#include "routes.h"
+#include "market_server/routes.h"
 
 namespace market_server::testing {
 namespace {

@@ -1,9 +1,11 @@
 // The HTTP layer with a handler of the test's own: which thread answers what.
-#include "http/listener.h"
+#include "market_server/http/listener.h"
 
 #include <gtest/gtest.h>
 
 #include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -34,6 +36,7 @@ class Patient : public Handler {
               {}}},
             true};
   }
+  Delivery Refuse(unsigned, const std::string&) override { return {}; }
 
  private:
   std::mutex mutex_;  ///< guards short_answered_
@@ -91,6 +94,7 @@ class Careless : public Handler {
     if (request.path != "/good") throw std::bad_alloc();
     return {{{Step::Kind::kWrite, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", 1, {}}}, true};
   }
+  Delivery Refuse(unsigned, const std::string&) override { return {}; }
 };
 
 TEST(Listener, aHandlerThatThrowsCostsOneConnection) {

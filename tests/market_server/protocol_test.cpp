@@ -2,19 +2,21 @@
 // server. With CSM_UPDATE_DOCS set in the environment the page is brought up to date instead.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <chrono>
-
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "answer.h"
-#include "gzip.h"
-#include "routes.h"
-#include "server_fixture.h"
+#include "endpoint_fixture.h"
+#include "market_server/answer.h"
+#include "market_server/gzip.h"
+#include "market_server/routes.h"
 
 namespace market_server::testing {
 namespace {
@@ -211,8 +213,17 @@ std::string ReadPage() {
   return page.str();
 }
 
+/// What `csm serve --clock '2024-03-15 10:30:00' --speed 0` serves, with a key that is known.
+Options DefaultMarket(const std::string& clock = "2024-03-15 10:30:00") {
+  Options options;
+  options.clock = clock;
+  options.speed = 0;
+  options.keys = {{"test-key", "secret"}};
+  return options;
+}
+
 TEST(ProtocolPage, agreesWithTheServer) {
-  Bench bench;
+  Bench bench(DefaultMarket());
   const std::string version = bench.Json("/pc/rt/stock_version")["version"].GetString();
   const std::string history =
       "/kql?q={%22foo%22:[%22kline.day%22,{%22symbol%22:%22sh600000%22,%22mtime%22:0,%22type%22:%22bfq%22,"
@@ -246,19 +257,437 @@ TEST(ProtocolPage, agreesWithTheServer) {
   if (update) std::ofstream(kPage) << text;
 }
 
-TEST(ProtocolPage, namesTheLimits) {
-  const std::string text = ReadPage();
-  const Limits limits;
-  const auto kibibytes = [](std::size_t bytes) { return std::to_string(bytes / 1024) + " KiB"; };
-  const auto seconds = [](std::chrono::milliseconds time) {
-    return std::to_string(time.count() / 1000) + " s";
-  };
-  for (const std::string& words :
-       {kibibytes(limits.header_bytes) + " of header", kibibytes(limits.body_bytes) + " of body",
-        seconds(limits.request_time) + " for a request", seconds(limits.idle_time) + " between requests",
-        seconds(limits.answer_time) + " for an answer"}) {
-    EXPECT_NE(text.find(words), std::string::npos) << words;
+/// Whether the page says so, whatever its line breaks.
+::testing::AssertionResult PageSays(const std::string& words) {
+  std::istringstream page(ReadPage());
+  std::string text;
+  for (std::string word; page >> word;) text += word + " ";
+  if (text.find(words) != std::string::npos) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "docs/protocol.md does not say: " << words;
+}
+
+/// What each sentence of the page that names a number says, asked of a running server.
+class ProtocolSentences : public Endpoint {
+ protected:
+  explicit ProtocolSentences(Options options = DefaultMarket()) : Endpoint(std::move(options)) {}
+  Document Details(const std::vector<std::string>& symbols) {
+    return Json("/pc/rt/stock_detail_list", {{"stock_arr", List(symbols)}});
   }
+  Document Quotes(const std::string& query) {
+    Document document;
+    document.Parse(bench.Raw("/kql?q=" + Encode(query)).body.c_str());
+    return document;
+  }
+  int KqlErrno(const std::string& target) {
+    Document document;
+    document.Parse(bench.Raw(target).body.c_str());
+    return document["errno"].GetInt();
+  }
+  /// The minutes of a line as they are labelled.
+  std::vector<int> Minutes(const std::string& clock, const std::string& symbol = "sh600000") {
+    bench.server().SetClock(clock);
+    Document line = Json("/pc/rt/get_day_time", {{"stock_arr", List({symbol})}});
+    std::vector<int> minutes;
+    for (const Value& point : line["data"][symbol.c_str()]["list"].GetArray())
+      minutes.push_back(point["min"].GetInt());
+    return minutes;
+  }
+  /// The symbol of a stock that does not trade today.
+  std::string Suspended() {
+    const Document board = Board("cn_a");
+    for (const Value& row : board["data"].GetArray()) {
+      const int status = std::stoi(Text(row, "status"));
+      if ((status >= 1 && status <= 4) || status == 7) return Text(row, "code");
+    }
+    return {};
+  }
+};
+
+/// The numbers of a JSON text, as they are written.
+void ExpectShortNumbers(const std::string& json, const std::string& what) {
+  bool in_text = false;
+  for (std::size_t at = 0; at < json.size(); ++at) {
+    if (json[at] == '"') in_text = !in_text;  // names hold no escapes
+    if (in_text || !(json[at] == '-' || std::isdigit(static_cast<unsigned char>(json[at])) != 0)) continue;
+    const std::size_t end = json.find_first_of(",]}", at);
+    const std::string number = json.substr(at, end - at);
+    const std::size_t point = number.find('.');
+    EXPECT_EQ(number.find('e'), std::string::npos) << what << " " << number;
+    EXPECT_TRUE(point == std::string::npos || number.size() - point <= 5) << what << " " << number;
+    EXPECT_TRUE(point == std::string::npos || number.back() != '0') << what << " " << number;
+    at = end - 1;
+  }
+}
+
+/// On a market of few stocks, where many days are quickly made.
+class ProtocolSentencesOfManyDays : public ProtocolSentences {
+ protected:
+  ProtocolSentencesOfManyDays() : ProtocolSentences(SmallMarket()) {}
+};
+
+constexpr const char* kNothingTraded[] = {"open", "high", "low", "vol", "amt", "tr", "amp", "qrr"};
+
+TEST_F(ProtocolSentencesOfManyDays, timeSimulated) {
+  EXPECT_TRUE(PageSays("from 2015-01-05 to 2035-12-31"));
+  bench.server().SetClock("2015-01-05 10:30:00");
+  EXPECT_STREQ(Json("/pc/rt/get_day_time", {{"stock_arr", List({"sh600000"})}})["data"]["sh600000"]["date"]
+                   .GetString(),
+               "2015-01-05");
+  bench.server().SetClock("2035-12-31 16:00:00");
+  EXPECT_EQ(Minutes("2035-12-31 16:00:00").size(), 241U);
+  bench.server().SetClock("2036-03-03 16:00:00");
+  EXPECT_STREQ(Json("/pc/rt/get_day_time", {{"stock_arr", List({"sh600000"})}})["data"]["sh600000"]["date"]
+                   .GetString(),
+               "2035-12-31");
+}
+
+TEST_F(ProtocolSentences, limits) {
+  const Limits limits;
+  const auto seconds = [](std::chrono::milliseconds time) { return std::to_string(time.count() / 1000); };
+  // Server.limitsTheHeader and its neighbours hold the server to these.
+  EXPECT_TRUE(PageSays("longer than " + std::to_string(limits.body_bytes / 1024) + " KiB |"));
+  EXPECT_EQ(limits.header_bytes, 98'304U);
+  EXPECT_TRUE(PageSays("longer than 96 KiB, that is 98,304 bytes"));
+  EXPECT_TRUE(PageSays(seconds(limits.request_time) + " s for a request from its first byte to its last, " +
+                       seconds(limits.idle_time) + " s between requests, " + seconds(limits.answer_time) +
+                       " s for an answer, 4,096 connections at once. After an hour"));
+  EXPECT_EQ(limits.connections, 4096U);
+  EXPECT_EQ(limits.connection_time, std::chrono::hours(1));
+}
+
+TEST_F(ProtocolSentences, statusesOfRefusals) {
+  const auto status = [this](const std::string& request) {
+    RawClient client(bench.server().port());
+    client.Send(request);
+    return client.ReadAnswer().status;
+  };
+  EXPECT_TRUE(
+      PageSays("| 400 | it is no HTTP/1.0 or HTTP/1.1, has two `Host` fields or two `Content-Length` |"));
+  EXPECT_EQ(status("GET /x HTTP/1.1\r\nHost: a\r\nHost: a\r\n\r\n"), 400);
+  EXPECT_EQ(status("GET /x HTTP/1.1\r\nContent-Length: 0\r\nContent-Length: 0\r\n\r\n"), 400);
+  EXPECT_EQ(status("GET /x HTTP/1.2\r\n\r\n"), 400);
+  EXPECT_EQ(status("GET /x HTTP/1.0\r\n\r\n"), 200);
+  EXPECT_TRUE(PageSays("| 411 | it has a `Transfer-Encoding`"));
+  EXPECT_EQ(status("POST /x HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"), 411);
+  EXPECT_TRUE(PageSays("| 413 | its body is longer"));
+  EXPECT_EQ(status("POST /x HTTP/1.1\r\nContent-Length: 65537\r\n\r\n"), 413);
+  EXPECT_TRUE(PageSays("| 431 | its head"));
+  EXPECT_EQ(status("GET /" + std::string(98'304, 'x')), 431);
+  EXPECT_TRUE(PageSays("other methods get status 405"));
+  EXPECT_EQ(status("HEAD /x HTTP/1.1\r\n\r\n"), 405);
+  EXPECT_TRUE(PageSays("A static file that is not there gets status 404"));
+  EXPECT_EQ(status("GET /static/kline.SH600000.day.bfq.20240314.gzip HTTP/1.1\r\n\r\n"), 404);
+  EXPECT_EQ(status("GET /static/kline.sh600000.day.bfq.20240314.gzip HTTP/1.1\r\n\r\n"), 200);
+}
+
+TEST_F(ProtocolSentences, numbersAreShort) {
+  EXPECT_TRUE(PageSays("No figure has more than four decimals: 1.15, never 1.1500000000000001."));
+  EXPECT_TRUE(PageSays("whole ones below 10^15 without fraction or exponent"));
+  std::vector<Given> requests = GoodRequests();
+  requests.push_back(
+      {"/pc/rt/get",
+       {{"stock_type", "cn_a"}, {"sort_key", "code"}, {"sort_type", "asc"}, {"start", "0"}, {"end", "300"}}});
+  for (const Given& given : requests) {
+    ExpectShortNumbers(bench.Get(given.path, given.parameters).body, given.path);
+  }
+  const std::string history =
+      R"({"q":["kline.day",{"symbol":"sh600000","type":"qfq","offset":0,"limit":500}]})";
+  ExpectShortNumbers(bench.Raw("/kql?q=" + Encode(history)).body, history);
+}
+
+TEST_F(ProtocolSentences, pagesAndOrder) {
+  EXPECT_TRUE(PageSays("(a negative one is 0)"));
+  EXPECT_EQ(Board("cn_a", "code", "asc", "-5", "3")["data"].Size(), 3U);
+  EXPECT_TRUE(PageSays("one before `start` gives no rows"));
+  EXPECT_EQ(Board("cn_a", "code", "asc", "3", "2")["data"].Size(), 0U);
+  EXPECT_TRUE(PageSays("none when it is negative"));
+  EXPECT_EQ(Json("/pc/rt/get_stock_rank",
+                 {{"stock_type", ""}, {"sort_key", ""}, {"sort_type", ""}, {"num", "-1"}})["data"]
+                .Size(),
+            0U);
+  EXPECT_TRUE(
+      PageSays("a figure that is left out of a row, as `s1p` of a stock that nobody offers, counts as 0"));
+  const Document board = Board("cn_a", "s1p", "asc");
+  const Value& rows = board["data"];
+  EXPECT_FALSE(rows[0].HasMember("s1p"));
+  EXPECT_TRUE(rows[rows.Size() - 1].HasMember("s1p"));
+  ExpectOrdered(rows, "s1p", "asc", "s1p");
+  EXPECT_TRUE(PageSays("in the order of their codes, in both directions"));
+  const Document down = Board("cn_a", "s1p", "desc");
+  std::string last;
+  for (const Value& row : down["data"].GetArray()) {
+    if (row.HasMember("s1p")) continue;
+    EXPECT_LT(last, Text(row, "code"));
+    last = Text(row, "code");
+  }
+  EXPECT_TRUE(PageSays("The first hundred stocks of a board"));
+  EXPECT_EQ(
+      Json("/pc/rt/stock_five_change", {{"stock_type", ""}, {"sort_key", ""}, {"sort_type", ""}})["data"]
+          .Size(),
+      100U);
+}
+
+TEST_F(ProtocolSentences, listsOfSymbols) {
+  EXPECT_TRUE(PageSays("A list has at most 4,000 of them"));
+  const std::vector<std::string> most(4000, "x");
+  EXPECT_EQ(Details(most)["data"]["list"].Size(), 0U);
+  const std::vector<std::string> more(4001, "x");
+  EXPECT_EQ(bench.Errno("/pc/rt/stock_detail_list", {{"stock_arr", List(more)}}), 1013);
+  EXPECT_TRUE(PageSays("as often as they stand there"));
+  const Document twice = Details({"SH600000", "sh600000", "bk1001", "sh000000"});
+  ASSERT_EQ(twice["data"]["list"].Size(), 3U);
+  EXPECT_TRUE(PageSays("A plate has the row of /pc/rt/get_bk_detail"));
+  const Document plates =
+      Json("/pc/rt/get_bk_detail",
+           {{"bk_type", "hy"}, {"sort_key", "code"}, {"sort_type", "asc"}, {"start", "0"}, {"end", "1"}});
+  EXPECT_TRUE(twice["data"]["list"][2] == plates["data"][0]);
+}
+
+TEST_F(ProtocolSentences, theAuction) {
+  EXPECT_TRUE(PageSays("| 09:15 | the call auction."));
+  for (const char* clock : {"2024-03-15 09:15:00", "2024-03-15 09:20:00", "2024-03-15 09:24:59"}) {
+    bench.server().SetClock(clock);
+    const Document quotes = Details({"sh600000", "sh000001", "bk1001"});
+    const Value& list = quotes["data"]["list"];
+    ASSERT_EQ(list.Size(), 3U);
+    for (const Value& row : list.GetArray()) {
+      for (const char* key : kNothingTraded) EXPECT_EQ(Number(row, key), 0) << clock << " " << key;
+    }
+    EXPECT_EQ(Number(list[0], "b1p"), Number(list[0], "last"));
+    EXPECT_EQ(Number(list[0], "s1p"), Number(list[0], "last"));
+    EXPECT_FALSE(list[0].HasMember("b2p") || list[0].HasMember("s2p"));
+    for (const rapidjson::SizeType i : {1U, 2U}) {
+      EXPECT_EQ(Number(list[i], "last"), Number(list[i], "preclose"));
+      EXPECT_EQ(Number(list[i], "change"), 0);
+      EXPECT_EQ(Number(list[i], "diff"), 0);
+      EXPECT_GT(Number(list[i], "num_u") + Number(list[i], "num_z") + Number(list[i], "num_d"), 0);
+    }
+    EXPECT_TRUE(Minutes(clock).empty());
+    EXPECT_EQ(
+        Json("/pc/rt/get_day_kline", {{"stock_arr", List({"sh600000", "sh000001"})}})["data"].MemberCount(),
+        0U);
+  }
+  EXPECT_TRUE(PageSays("| 00:00 | everything shows the session before |"));
+  EXPECT_EQ(Minutes("2024-03-15 09:14:59").size(), 241U);
+  EXPECT_TRUE(
+      PageSays("| 09:25 | the auction is over: first prices, volumes and the minute 930 are there |"));
+  EXPECT_EQ(Minutes("2024-03-15 09:25:00"), std::vector<int>{930});
+  const Document opened = Details({"sh600000", "sh000001"});
+  for (const Value& row : opened["data"]["list"].GetArray()) {
+    EXPECT_EQ(Number(row, "open"), Number(row, "last"));
+    EXPECT_GT(Number(row, "vol"), 0);
+  }
+}
+
+TEST_F(ProtocolSentences, suspendedStocks) {
+  EXPECT_TRUE(PageSays("0 trades, 1 to 4 and 7 suspended, 5 new, 6 ex rights"));
+  EXPECT_TRUE(PageSays("A suspended stock stands at its `preclose`"));
+  const std::string symbol = Suspended();
+  ASSERT_NE(symbol, "");
+  const Document quotes = Details({symbol});
+  const Value& row = quotes["data"]["list"][0];
+  EXPECT_EQ(Number(row, "last"), Number(row, "preclose"));
+  EXPECT_GT(Number(row, "last"), 0);
+  for (const char* key : kNothingTraded) EXPECT_TRUE(row.HasMember(key) && Number(row, key) == 0) << key;
+  EXPECT_EQ(Number(row, "change"), 0);
+  EXPECT_EQ(Number(row, "diff"), 0);
+  EXPECT_FALSE(row.HasMember("b1p") || row.HasMember("s1p"));
+  EXPECT_TRUE(Minutes("2024-03-15 10:30:00", symbol).empty());
+  EXPECT_EQ(Json("/pc/rt/get_day_kline", {{"stock_arr", List({symbol})}})["data"].MemberCount(), 0U);
+}
+
+TEST_F(ProtocolSentences, labelsOfMinutes) {
+  EXPECT_TRUE(PageSays(
+      "930 is the opening auction, 931 the minute from 09:30 to 09:31, 1130 the last of the morning, "
+      "1301 the first of the afternoon; a whole day has 241 points"));
+  EXPECT_TRUE(PageSays("at 10:30:03 the last point is 1031, at 10:30:00 it is 1030"));
+  EXPECT_EQ(Minutes("2024-03-15 10:30:00").back(), 1030);
+  EXPECT_EQ(Minutes("2024-03-15 10:30:02").back(), 1030);
+  EXPECT_EQ(Minutes("2024-03-15 10:30:03").back(), 1031);
+  EXPECT_EQ(Minutes("2024-03-15 09:30:30").back(), 931);
+  EXPECT_EQ(Minutes("2024-03-15 12:00:00").back(), 1130);
+  EXPECT_EQ(Minutes("2024-03-15 13:00:30").back(), 1301);
+  EXPECT_EQ(Minutes("2024-03-15 15:00:00").size(), 241U);
+  EXPECT_TRUE(PageSays("figures change every three seconds"));
+  const auto board = [this](const char* clock) {
+    bench.server().SetClock(clock);
+    return bench
+        .Get("/pc/rt/get",
+             {{"stock_type", ""}, {"sort_key", "code"}, {"sort_type", ""}, {"start", "0"}, {"end", "50"}})
+        .body;
+  };
+  EXPECT_EQ(board("2024-03-15 10:30:03"), board("2024-03-15 10:30:05"));
+  EXPECT_NE(board("2024-03-15 10:30:05"), board("2024-03-15 10:30:06"));
+}
+
+TEST_F(ProtocolSentences, edgesOfTheDistribution) {
+  EXPECT_TRUE(PageSays(
+      "at the lower limit, below -7, to -5, to -3, to 0, to 3, to 5, to 7, above 7, at the upper limit. "
+      "An edge belongs to the bucket next to 0"));
+  // The limits of the day follow from the other figures: ten buckets counted from the board's own changes,
+  // limits apart.
+  const Document distribution = Json("/pc/rt/stock_distribute_num", {{"date", "0"}});
+  const Value& counts = distribution["data"]["list"];
+  ASSERT_EQ(counts.Size(), 10U);
+  std::vector<int> inner(10);
+  int at_limit = 0;
+  int unchanged = 0;
+  const Document board = Board("cn_a");
+  for (const Value& row : board["data"].GetArray()) {
+    const int status = std::stoi(Text(row, "status"));
+    const double change = Number(row, "change");
+    const double diff = Number(row, "diff");
+    if (status != 0 && status != 5 && status != 6) continue;
+    if (diff == 0) {
+      ++unchanged;
+    } else if (!row.HasMember(diff > 0 ? "s1p" : "b1p")) {
+      ++at_limit;  // nobody sells at the upper limit, nobody buys at the lower
+    } else {
+      ++inner[diff > 0 ? (change > 7   ? 8
+                          : change > 5 ? 7
+                          : change > 3 ? 6
+                                       : 5)
+                       : (change < -7   ? 1
+                          : change < -5 ? 2
+                          : change < -3 ? 3
+                                        : 4)];
+    }
+  }
+  for (rapidjson::SizeType i = 1; i < 9; ++i) EXPECT_EQ(counts[i].GetInt(), inner[i]) << i;
+  EXPECT_EQ(counts[0].GetInt() + counts[9].GetInt(), at_limit);
+  EXPECT_GT(at_limit, 0);
+  EXPECT_EQ(distribution["data"]["nochange"].GetInt(), unchanged);
+}
+
+TEST_F(ProtocolSentencesOfManyDays, minuteLines) {
+  EXPECT_TRUE(PageSays("less than 1 counts as 1, more than 250 as 250"));
+  const auto days = [this](const char* date, const char* count, const char* symbol = "sh000001") {
+    return Json("/pc/rt/get_choice_htime", {{"stock", symbol}, {"date", date}, {"rn", count}});
+  };
+  EXPECT_EQ(days("20240313", "-3")["data"]["sh000001"].Size(), 1U);
+  const auto size = [&](const char* count) {
+    return days("20240313", count, "sh600000")["data"]["sh600000"].Size();
+  };
+  EXPECT_EQ(size("2147483647"), size("250"));
+  const Document first = days("20150106", "250");
+  ASSERT_EQ(first["data"]["sh000001"].Size(), 2U) << "the first day of all counts";
+  EXPECT_STREQ(first["data"]["sh000001"][0]["date"].GetString(), "2015-01-05");
+  EXPECT_EQ(days("20150104", "1")["data"]["sh000001"].Size(), 0U);
+  EXPECT_EQ(days("20240313", "1", "sh000000")["data"].MemberCount(), 0U);
+  EXPECT_TRUE(PageSays("`\"data\": {}` when the symbol is unknown or the day is none or still to come"));
+  for (const auto& [symbol, date] :
+       {std::pair{"sh000000", "20240313"}, {"sh600000", "20240316"}, {"sh600000", "20240318"}}) {
+    EXPECT_EQ(Json("/pc/rt/get_day_htime", {{"stock", symbol}, {"date", date}})["data"].MemberCount(), 0U)
+        << date;
+  }
+}
+
+TEST_F(ProtocolSentences, analytics) {
+  EXPECT_TRUE(PageSays("on the 120 trading days before the session"));
+  EXPECT_EQ(Json("/pc/rt/stock_trade")["data"]["list"].Size(), 120U);
+  EXPECT_TRUE(PageSays("zeros for indices and plates"));
+  const Document flows = Json("/pc/rt/stock_in_out", {{"stock_arr", List({"sh000001", "bk1001"})}});
+  for (const Value& row : flows["data"]["list"].GetArray()) {
+    for (const auto& member : row.GetObject()) {
+      EXPECT_EQ(member.value["in"]["big"]["d10"].GetInt(), 0);
+      EXPECT_EQ(member.value["mtime"].GetInt64(), kMidMorning);
+    }
+  }
+  EXPECT_EQ(flows["data"]["list"].Size(), 2U);
+  EXPECT_TRUE(PageSays("at most 10 (plates)"));
+  const Document plates =
+      Json("/pc/rt/get_bk_detail",
+           {{"bk_type", ""}, {"sort_key", "cud"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "-1"}});
+  EXPECT_LE(Number(plates["data"][0], "cud"), 10);
+  EXPECT_GE(Number(plates["data"][plates["data"].Size() - 1], "cud"), -10);
+  EXPECT_TRUE(PageSays("in years without a list of their own, the fixed holidays alone"));
+  const Document far = Json("/pc/rt/trade_date", {{"date", "2050"}});
+  EXPECT_STREQ(far["data"]["list"][0].GetString(), "2050-05-02") << "New Year's Day is a Saturday";
+}
+
+TEST_F(ProtocolSentences, unitsOfNewShares) {
+  EXPECT_TRUE(PageSays("issued, of which online, most for one subscriber; in ten thousands of shares"));
+  EXPECT_TRUE(PageSays("price in yuan; raised, in hundred millions of yuan"));
+  EXPECT_TRUE(PageSays("subscriptions that win, 0 until the day after"));
+  const Document shares = Json("/pc/rt/stock_buy");
+  for (const Value& row : shares["data"]["list"].GetArray()) {
+    const std::string code = Text(row, "code");
+    // 10^4 shares of so many yuan, in 10^8 yuan
+    EXPECT_NEAR(Number(row, "total_price"), Number(row, "publish_num") * Number(row, "publish_price") / 1e4,
+                1e-4)
+        << code;
+    EXPECT_LT(Number(row, "publish_online_num"), Number(row, "publish_num")) << code;
+    EXPECT_LT(Number(row, "buy_limit"), Number(row, "publish_online_num")) << code;
+    EXPECT_GE(Number(row, "buy_limit"), 0.05) << code;
+    EXPECT_EQ(Text(row, "buy_code").size(), 6U) << code;
+    EXPECT_LT(Text(row, "publish_time"), Text(row, "publish_online_time")) << code;
+    EXPECT_EQ(Number(row, "chance") > 0, Text(row, "publish_online_time") < "2024-03-15") << code;
+  }
+  EXPECT_GT(shares["data"]["list"].Size(), 10U);
+  EXPECT_TRUE(PageSays("not subscribed for more than 60 trading days ago"));
+  const Value& oldest = shares["data"]["list"][shares["data"]["list"].Size() - 1];
+  EXPECT_GE(Text(oldest, "publish_online_time"), "2023-12-13") << "sixty trading days before 15 March 2024";
+}
+
+TEST_F(ProtocolSentences, packages) {
+  EXPECT_TRUE(PageSays("a new one appears at 18:00 of each trading day, and older ones stay there"));
+  EXPECT_TRUE(PageSays("an array of nine numbers"));
+  const auto version = [this](const char* clock) {
+    bench.server().SetClock(clock);
+    return std::string(Json("/pc/rt/stock_version")["version"].GetString());
+  };
+  EXPECT_EQ(version("2024-03-15 17:59:59"), "20240314");
+  EXPECT_EQ(version("2024-03-15 18:00:00"), "20240315");
+  EXPECT_TRUE(PageSays("Plates have none"));
+  EXPECT_EQ(bench.Raw("/static/kline.bk1001.day.bfq.20240314.gzip").status, 404);
+}
+
+TEST_F(ProtocolSentences, historyQueries) {
+  const auto query = [](const std::string& terms, const std::string& series = "kline.day") {
+    return "{\"a\":[\"" + series + "\",{" + terms + "}]}";
+  };
+  const std::string symbol = R"("symbol":"SH600000")";
+  const std::string rest = R"(,"type":"bfq","offset":0,"limit":1)";
+  const auto code = [&](const std::string& q) { return KqlErrno("/kql?q=" + Encode(q)); };
+  EXPECT_TRUE(PageSays(
+      "`symbol`, `type`, `offset` and `limit` are required, the last two as whole numbers from 0 on; "
+      "`mtime` and whatever else stands there is ignored"));
+  EXPECT_EQ(code(query(symbol + rest)), 0);
+  EXPECT_EQ(code(query(symbol + rest + R"(,"mtime":"x","more":[])")), 0);
+  EXPECT_TRUE(PageSays("A malformed query is 1011, no `q` 1010, two are 1014"));
+  for (const std::string& terms :
+       {symbol + R"(,"type":"bfq","offset":0)", symbol + R"(,"type":"bfq","limit":1)",
+        symbol + R"(,"offset":0,"limit":1)", R"("symbol":"")" + rest, rest.substr(1),
+        symbol + R"(,"type":"","offset":0,"limit":1)", symbol + R"(,"type":"bfq","offset":-1,"limit":1)",
+        symbol + R"(,"type":"bfq","offset":0,"limit":1.5)"}) {
+    EXPECT_EQ(code(query(terms)), 1011) << terms;
+  }
+  EXPECT_EQ(code(query(symbol + rest, "kline.year")), 1011);
+  EXPECT_EQ(code("[]"), 1011);
+  EXPECT_EQ(KqlErrno("/kql"), 1010);
+  EXPECT_EQ(KqlErrno("/kql?q={}&q={}"), 1014);
+  EXPECT_TRUE(PageSays("an object of up to ten members"));
+  std::string ten = "{";
+  for (int i = 0; i < 10; ++i) {
+    ten += (i > 0 ? ",\"" : "\"") + std::to_string(i) + "\":[\"kline.day\",{" + symbol + rest + "}]";
+  }
+  EXPECT_EQ(code(ten + "}"), 0);
+  EXPECT_EQ(code(ten + ",\"x\":[\"kline.day\",{" + symbol + rest + "}]}"), 1011);
+  EXPECT_TRUE(
+      PageSays("has an empty `\"list\": []`; so has an offset beyond the first row; a query of no members "
+               "answers `\"data\": {}`"));
+  for (const std::string& terms : {R"("symbol":"sh000000")" + rest, R"("symbol":"bk1001")" + rest,
+                                   symbol + R"(,"type":"bfq","offset":999999,"limit":5)"}) {
+    EXPECT_EQ(Quotes(query(terms))["data"]["a"]["list"].Size(), 0U) << terms;
+  }
+  EXPECT_EQ(Quotes("{}")["data"].MemberCount(), 0U);
+  EXPECT_TRUE(PageSays("today's from 15:00 on"));
+  const auto last = [&](const char* clock) {
+    bench.server().SetClock(clock);
+    return Quotes(query(symbol + rest))["data"]["a"]["list"][0][0].GetInt();
+  };
+  EXPECT_EQ(last("2024-03-15 14:59:59"), 20240314);
+  EXPECT_EQ(last("2024-03-15 15:00:00"), 20240315);
 }
 
 }  // namespace

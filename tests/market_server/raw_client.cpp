@@ -81,6 +81,10 @@ bool RawClient::Send(std::string_view bytes) {
   return true;
 }
 
+void RawClient::EndSending() {
+  ::shutdown(socket_, SHUT_WR);
+}
+
 bool RawClient::SendGet(const std::string& target) {
   return Send("GET " + target + " HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
 }
@@ -88,7 +92,11 @@ bool RawClient::SendGet(const std::string& target) {
 bool RawClient::ReadSome(std::chrono::milliseconds quiet) {
   if (socket_ < 0 || end_ != End::kOpen) return false;
   pollfd waiting{socket_, POLLIN, 0};
-  if (::poll(&waiting, 1, static_cast<int>(quiet.count())) <= 0) return false;
+  int ready = 0;
+  do {
+    ready = ::poll(&waiting, 1, static_cast<int>(quiet.count()));
+  } while (ready < 0 && errno == EINTR);
+  if (ready <= 0) return false;
   char bytes[65536];
   const ssize_t length = ::recv(socket_, bytes, sizeof bytes, 0);
   if (length > 0) {

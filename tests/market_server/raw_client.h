@@ -37,6 +37,8 @@ class RawClient {
   [[nodiscard]] bool connected() const { return socket_ >= 0; }
   /// False when the connection is gone.
   bool Send(std::string_view bytes);
+  /// Says that nothing more will be sent; answers still arrive.
+  void EndSending();
   /// Sends a GET of that target with keep-alive.
   bool SendGet(const std::string& target);
   /// Everything that arrives until the connection ends, `quiet` passes without a byte, or there are `most`

@@ -1,10 +1,8 @@
 // The server as a client on a socket meets it: start and stop, keep-alive, headers, limits, HTTPS,
 // signatures, log.
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/pem.h>
 #include <openssl/ssl.h>
-#include <openssl/x509.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -18,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "certificate.h"
 #include "server_fixture.h"
 
 namespace market_server::testing {
@@ -186,24 +185,97 @@ TEST(Server, answersWhatIsNoHttpWithStatus400) {
   EXPECT_EQ(bench.Raw("/x").status, 200);
 }
 
+/// A request whose head has just that many bytes.
+std::string HeadOf(std::size_t bytes) {
+  const std::string begin = "GET /x HTTP/1.1\r\nHost: a\r\nX: ";
+  const std::string end = "\r\n\r\n";
+  return begin + std::string(bytes - begin.size() - end.size(), 'x') + end;
+}
+
 TEST(Server, limitsTheHeader) {
-  Options options = SmallMarket();
-  options.limits.header_bytes = 4096;
-  Bench bench(options);
+  const std::size_t limit = Limits().header_bytes;
+  Bench bench;
   RawClient client(bench.server().port());
-  client.Send("GET /x HTTP/1.1\r\nX: " + std::string(8192, 'x') + "\r\n\r\n");
+  client.Send(HeadOf(limit));
+  EXPECT_EQ(client.ReadAnswer().status, 200);
+  client.Send(HeadOf(limit + 1));
   EXPECT_EQ(ParseAnswer(client.ReadAll()).status, 431);
   EXPECT_EQ(client.end(), End::kClosed);
+  RawClient endless(bench.server().port());
+  endless.Send("GET /x HTTP/1.1\r\nX: " + std::string(limit, 'x'));
+  EXPECT_EQ(endless.ReadAnswer().status, 431) << "a head that does not end";
+}
+
+TEST(Server, aFieldOfSixtyFourKibibytesEndsNothing) {
+  Options options = SmallMarket();
+  options.control_port = 0;
+  Bench bench(options);
+  // A parser that keeps a field's length in sixteen bits once threw on a thread of the server.
+  for (const std::size_t size : {65'533U, 65'534U, 65'535U, 65'536U, 70'000U}) {
+    const std::string text(size, 'x');
+    for (const std::string& field : {"X: " + text, text + ": x"}) {
+      for (const std::uint16_t port : {bench.server().port(), bench.server().control_port()}) {
+        RawClient client(port);
+        client.Send("GET /status HTTP/1.1\r\nHost: " + client.host() + "\r\n" + field + "\r\n\r\n");
+        EXPECT_EQ(client.ReadAnswer().status, 200) << size;
+      }
+    }
+  }
 }
 
 TEST(Server, limitsTheBody) {
-  Options options = SmallMarket();
-  options.limits.body_bytes = 1000;
-  Bench bench(options);
+  const std::size_t limit = Limits().body_bytes;
+  Bench bench;
   RawClient client(bench.server().port());
-  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nContent-Length: 2000\r\n\r\n" + std::string(2000, 'x'));
-  EXPECT_EQ(ParseAnswer(client.ReadAll()).status, 413);
+  const auto send = [&client](std::size_t bytes) {
+    client.Send("POST /x HTTP/1.1\r\nHost: a\r\nContent-Length: " + std::to_string(bytes) + "\r\n\r\n" +
+                std::string(bytes, 'x'));
+  };
+  send(limit);
+  EXPECT_EQ(client.ReadAnswer().status, 405);
+  send(limit + 1);
+  EXPECT_EQ(client.ReadAnswer().status, 413);
+  client.ReadAll();
   EXPECT_EQ(client.end(), End::kClosed);
+}
+
+TEST(Server, refusalsHaveTheDateAndEndTheConnection) {
+  const TemporaryDirectory directory;
+  Options options = SmallMarket();
+  options.access_log = directory.File("access.log");
+  Bench bench(options);
+  const std::pair<std::string, int> requests[] = {
+      {"no http\r\n\r\n", 400},
+      {"GET /x HTTP/1.1\r\nHost: a\r\nHost: a\r\n\r\n", 400},
+      {"POST /x HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n", 411},
+      {"POST /x HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n", 413},
+      {HeadOf(options.limits.header_bytes + 1), 431}};
+  for (const auto& [request, status] : requests) {
+    RawClient client(bench.server().port());
+    client.Send(request);
+    const RawAnswer answer = ParseAnswer(client.ReadAll());
+    EXPECT_EQ(answer.status, status);
+    EXPECT_EQ(answer.Field("Date"), "Fri, 15 Mar 2024 02:30:00 GMT") << status;
+    EXPECT_EQ(answer.Field("X-Market-Speed"), "0") << status;
+    EXPECT_EQ(answer.Field("Connection"), "close") << status;
+    EXPECT_EQ(client.end(), End::kClosed) << status;
+    EXPECT_NE(Content(directory.File("access.log")).find(" - - " + std::to_string(status) + " 0 0 "),
+              std::string::npos)
+        << status;
+  }
+  EXPECT_EQ(bench.server().ReadCounters().errors, std::size(requests));
+}
+
+TEST(Server, consentsToABodyBeforeItIsSent) {
+  Bench bench;
+  RawClient client(bench.server().port());
+  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
+  const std::string consent = client.ReadAll(milliseconds(5000), 1);
+  EXPECT_EQ(consent, "HTTP/1.1 100 Continue\r\n\r\n");
+  client.Send("abc");
+  EXPECT_EQ(client.ReadAnswer().status, 405);
+  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nExpect: 100-continue\r\nContent-Length: 99999\r\n\r\n");
+  EXPECT_EQ(client.ReadAnswer().status, 413) << "a body that is too long is not asked for";
 }
 
 TEST(Server, limitsTheNumberOfConnections) {
@@ -354,7 +426,9 @@ TEST(Server, aThousandSlowConnectionsDoNotKeepItFromAnswering) {
     ASSERT_TRUE(client.connected()) << i;
     if (i % 4 == 0) client.Send("GET /pc/rt/stock_version HTTP/1.1\r\nHost: ");
     if (i % 4 == 1) client.SendGet("/slow");
-    if (i % 4 == 2) EXPECT_EQ(client.Get("/x").status, 200) << i;
+    if (i % 4 == 2) {
+      EXPECT_EQ(client.Get("/x").status, 200) << i;
+    }
     // Every fourth says nothing at all.
   }
   for (int i = 0; i < 200; ++i) {
@@ -366,6 +440,93 @@ TEST(Server, aThousandSlowConnectionsDoNotKeepItFromAnswering) {
   slow[0]->Send(slow[0]->host() + "\r\n\r\n");
   EXPECT_EQ(slow[0]->ReadAnswer().status, 200);
   EXPECT_EQ(slow[3]->Get("/x").status, 200);
+}
+
+TEST(Server, hostileConnectionsDoNoHarmToGoodOnes) {
+  constexpr int kRounds = 25;
+  Options options = SmallMarket();
+  options.control_port = 0;
+  options.limits.request_time = milliseconds(500);
+  options.limits.answer_time = milliseconds(2000);
+  Bench bench(options);
+  const std::string page = bench.Sign(
+      "/pc/rt/get", {{"stock_type", ""}, {"sort_key", ""}, {"sort_type", ""}, {"start", "0"}, {"end", "-1"}});
+  const std::string get = "GET /x HTTP/1.1\r\nHost: a\r\n";
+  std::string pipeline;
+  for (int i = 0; i < 200; ++i) pipeline += "GET " + page + " HTTP/1.1\r\nHost: a\r\n\r\n";
+  const std::vector<std::string> hostile = {"",
+                                            "G",
+                                            std::string(200'000, '\0'),
+                                            get,
+                                            get + "X: " + std::string(65'534, 'x') + "\r\n\r\n",
+                                            get + std::string(65'534, 'x') + ": x\r\n\r\n",
+                                            get + std::string(200'000, 'x'),
+                                            get + "Content-Length: 60000\r\n\r\nfew",
+                                            get + "Content-Length: 18446744073709551615\r\n\r\n",
+                                            get + "Transfer-Encoding: chunked\r\n\r\nffffffffffffffff\r\n",
+                                            get + "Expect: 100-continue\r\nContent-Length: 1\r\n\r\n",
+                                            "\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03",
+                                            "GET /static/%00/../../etc/passwd HTTP/1.1\r\n\r\n",
+                                            "GET /kql?q=" + std::string(40'000, '[') + " HTTP/1.1\r\n\r\n",
+                                            pipeline};
+  std::atomic<bool> reached{true};
+  std::vector<std::thread> threads;
+  for (const std::uint16_t port :
+       {bench.server().port(), bench.server().port(), bench.server().control_port()}) {
+    threads.emplace_back([&, port] {
+      for (int round = 0; round < kRounds; ++round) {
+        for (const std::string& bytes : hostile) {
+          RawClient client(port);
+          if (!client.connected()) reached = false;
+          client.Send(bytes);
+          // Some read a little of what comes; all leave without a word, most with answers unread.
+          if (round % 4 == 0 && !bytes.empty()) client.ReadAll(milliseconds(1), 1000);
+        }
+      }
+    });
+  }
+  int good = 0;
+  constexpr int kGood = 200;
+  for (int i = 0; i < kGood; ++i) good += bench.Errno("/pc/rt/stock_detail_list", kIndices) == 0 ? 1 : 0;
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_TRUE(reached);
+  EXPECT_EQ(good, kGood);
+  EXPECT_EQ(bench.Errno("/pc/rt/stock_version"), 0);
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (bench.server().ReadCounters().open > 1 && std::chrono::steady_clock::now() < until) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(bench.server().ReadCounters().open, 1U) << "that of the good client";
+}
+
+TEST(Server, acceptsAgainWhenDescriptorsHaveRunOut) {
+  Bench bench;
+  ASSERT_EQ(bench.Raw("/x").status, 200);
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  const rlimit few{std::min<rlim_t>(256, files.rlim_max), files.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  std::vector<int> fillers;
+  for (int fd = open("/dev/null", O_RDONLY); fd >= 0; fd = open("/dev/null", O_RDONLY)) fillers.push_back(fd);
+  ASSERT_FALSE(fillers.empty());
+  close(fillers.back());
+  fillers.pop_back();
+  RawClient client(bench.server().port());  // has the last descriptor: there is none for the other end
+  ASSERT_TRUE(client.connected());
+  client.SendGet("/x");
+  EXPECT_EQ(client.ReadAll(milliseconds(120)), "");
+  EXPECT_EQ(client.end(), End::kOpen);
+  for (const int fd : fillers) close(fd);
+  setrlimit(RLIMIT_NOFILE, &files);
+  EXPECT_EQ(client.ReadAnswer().status, 200);
+}
+
+TEST(Server, namesAnAddressThatReachesIt) {
+  Options options = SmallMarket();
+  options.bind = "0.0.0.0";
+  Bench bench(options);
+  EXPECT_EQ(bench.server().url(), "http://127.0.0.1:" + std::to_string(bench.server().port()));
+  EXPECT_EQ(bench.server().static_url(), bench.server().url() + "/static/");
 }
 
 TEST(Server, servesManyConnectionsAtOnce) {
@@ -419,30 +580,20 @@ TEST(AccessLogFile, hasOneLineForEachAnswerWithoutSignatures) {
   EXPECT_NE(log.find(" status\n"), std::string::npos) << log;
 }
 
-// HTTPS
-
-/// Writes a self-signed certificate for 127.0.0.1 and its key.
-void WriteCertificate(const std::string& certificate_file, const std::string& key_file) {
-  EVP_PKEY* key = EVP_EC_gen("P-256");
-  X509* certificate = X509_new();
-  ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
-  X509_gmtime_adj(X509_getm_notBefore(certificate), -3600);
-  X509_gmtime_adj(X509_getm_notAfter(certificate), 3600);
-  X509_set_pubkey(certificate, key);
-  X509_NAME* name = X509_get_subject_name(certificate);
-  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("127.0.0.1"),
-                             -1, -1, 0);
-  X509_set_issuer_name(certificate, name);
-  X509_sign(certificate, key, EVP_sha256());
-  FILE* file = std::fopen(certificate_file.c_str(), "w");
-  PEM_write_X509(file, certificate);
-  std::fclose(file);
-  file = std::fopen(key_file.c_str(), "w");
-  PEM_write_PrivateKey(file, key, nullptr, nullptr, 0, nullptr, nullptr);
-  std::fclose(file);
-  X509_free(certificate);
-  EVP_PKEY_free(key);
+TEST(AccessLogFile, holdsNoSignatureWhereverItStands) {
+  const TemporaryDirectory directory;
+  Options options = SmallMarket();
+  options.access_log = directory.File("access.log");
+  Bench bench(options);
+  (void)bench.Raw("/pc/rt/stock_version?_s=secret1&_k=a&_s=secret2&b=c_s=d");
+  bench.server().Stop();
+  const std::string log = Content(directory.File("access.log"));
+  EXPECT_EQ(log.find("secret"), std::string::npos) << log;
+  EXPECT_NE(log.find("&_k=a&"), std::string::npos) << log;
+  EXPECT_NE(log.find("b=c_s=d"), std::string::npos) << log;
 }
+
+// HTTPS
 
 class Tls : public ::testing::Test {
  protected:
@@ -453,7 +604,8 @@ class Tls : public ::testing::Test {
   }
 
   /// One request over TLS that trusts just that certificate; empty when there is no connection.
-  std::string Fetch(std::uint16_t port, const std::string& target, int highest_version) {
+  std::string Fetch(std::uint16_t port, const std::string& target, int highest_version,
+                    const std::string& fields = {}) {
     SSL_CTX* context = SSL_CTX_new(TLS_client_method());
     SSL_CTX_load_verify_locations(context, options.tls_cert.c_str(), nullptr);
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
@@ -466,7 +618,7 @@ class Tls : public ::testing::Test {
     BIO_set_conn_hostname(connection, where.c_str());
     if (BIO_do_connect(connection) == 1) {
       const std::string request =
-          "GET " + target + " HTTP/1.1\r\nHost: " + where + "\r\nConnection: close\r\n\r\n";
+          "GET " + target + " HTTP/1.1\r\nHost: " + where + "\r\n" + fields + "Connection: close\r\n\r\n";
       BIO_write(connection, request.data(), static_cast<int>(request.size()));
       char bytes[4096];
       int length = 0;
@@ -488,6 +640,33 @@ TEST_F(Tls, answersOverHttps) {
   const std::string text = Fetch(bench.server().port(), bench.Sign("/pc/rt/stock_version"), 0);
   EXPECT_EQ(ParseAnswer(text).status, 200);
   EXPECT_NE(text.find("\"errno\":0"), std::string::npos) << text;
+}
+
+TEST_F(Tls, limitsHeadsAsInTheClear) {
+  Bench bench(options);
+  const std::uint16_t port = bench.server().port();
+  const std::string long_field = "X: " + std::string(65'534, 'x') + "\r\n";
+  EXPECT_EQ(ParseAnswer(Fetch(port, "/x", 0, long_field)).status, 200);
+  EXPECT_EQ(ParseAnswer(Fetch(port, "/x", 0, long_field + long_field)).status, 431);
+  EXPECT_EQ(ParseAnswer(Fetch(port, "/x", 0, "Host: b\r\n")).status, 400);
+}
+
+TEST_F(Tls, needsACertificateAndTheKeyThatBelongsToIt) {
+  const auto refusal = [](const Options& changed) -> std::string {
+    try {
+      Server(changed).Start();
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "started";
+  };
+  Options no_certificate = options;
+  no_certificate.tls_cert.clear();
+  EXPECT_NE(refusal(no_certificate).find("both"), std::string::npos);
+  Options other_key = options;
+  other_key.tls_key = directory.File("other.pem");
+  WriteCertificate(directory.File("unused.pem"), other_key.tls_key);
+  EXPECT_NE(refusal(other_key).find("cannot use the private key"), std::string::npos) << refusal(other_key);
 }
 
 TEST_F(Tls, refusesProtocolsBelowTls12) {
@@ -567,6 +746,20 @@ TEST_F(ControlConnection, setsClockAndSpeed) {
   EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "60");
   EXPECT_TRUE(Control("PUT", "/clock", "later").starts_with("400 "));
   EXPECT_TRUE(Control("PUT", "/speed", "fast").starts_with("400 "));
+}
+
+TEST_F(ControlConnection, saysWhatIsWrongWithAnOrder) {
+  EXPECT_TRUE(Control("PUT", "/clock", "10:00\n11:00").starts_with("400 the body"));
+  EXPECT_TRUE(Control("PUT", "/clock", "").starts_with("400 the body"));
+  EXPECT_TRUE(Control("PUT", "/speed", "1x").starts_with("400 \"1x\""));
+  EXPECT_TRUE(Control("PUT", "/speed", "-1").starts_with("400 the speed"));
+  EXPECT_TRUE(Control("PUT", "/faults", "\r\n\nempty_body:/y\n\n").starts_with("200 "));
+  RawClient client(bench.server().control_port());
+  client.Send("no http\r\n\r\n");
+  EXPECT_EQ(client.ReadAnswer().status, 400);
+  RawClient local(bench.server().control_port());
+  local.Send("GET /status HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  EXPECT_EQ(local.ReadAnswer().status, 200);
 }
 
 TEST_F(ControlConnection, refusesBrowsers) {

@@ -1,5 +1,5 @@
 // The verifying side of the signing scheme: fixed vectors, the window, replays, the bound on memory.
-#include "signing.h"
+#include "market_server/signing.h"
 
 #include <gtest/gtest.h>
 

@@ -5,12 +5,12 @@
 #include <cmath>
 #include <limits>
 
-#include "access_log.h"
-#include "faults.h"
-#include "gzip.h"
-#include "http/message.h"
-#include "json_damage.h"
-#include "json_writer.h"
+#include "market_server/access_log.h"
+#include "market_server/faults.h"
+#include "market_server/gzip.h"
+#include "market_server/http/message.h"
+#include "market_server/json_damage.h"
+#include "market_server/json_writer.h"
 
 namespace market_server {
 namespace {
@@ -32,7 +32,7 @@ TEST(Query, isSplitAndDecoded) {
 }
 
 TEST(Query, aPlusSignIsItself) {
-  EXPECT_EQ(*http::Find(Read("/p?a=1+1").parameters, "a"), "1+1");
+  EXPECT_EQ(Read("/p?a=1+1").parameters.at(0).second, "1+1");
 }
 
 TEST(Query, badEscapesAreNoticed) {
@@ -81,7 +81,9 @@ TEST(JsonWriter, textsAreEscaped) {
   json.EndArray();
   json.EndArray();
   json.EndObject();
-  EXPECT_EQ(text, R"({"k\"":"a\\b\"c\u000a\u0001\u007f上证","n":18446744073709551615,"list":[1,{},[]]})");
+  EXPECT_EQ(text, R"({"k\"":"a\\b\"c\n\u0001)"
+                  "\x7f"
+                  R"(上证","n":18446744073709551615,"list":[1,{},[]]})");
 }
 
 const std::string kAnswer = R"({"errno":0,"data":{"list":[{"a":1,"b":"x"},{"a":2,"b":"y"}]}})";
@@ -127,6 +129,22 @@ TEST(JsonDamage, replacesAMemberOfTheRoot) {
   EXPECT_EQ(ReplaceRootMember(R"({"data":[1]})", "errno", "5.5"), R"({"errno":5.5,"data":[1]})");
 }
 
+TEST(JsonDamage, takesPathsThatLeadNowhere) {
+  for (const char* path :
+       {"data/list/9/a", "data/list/x", "data/list/*/a/b/c", "errno/0", "/", "data//list"}) {
+    for (const JsonPatch patch : {JsonPatch::kNull, JsonPatch::kRemove, JsonPatch::kWrongType}) {
+      if (std::string_view(path) != "data/list/*/a/b/c") {
+        EXPECT_EQ(PatchJson(kAnswer, path, patch), kAnswer) << path;
+      }
+    }
+  }
+  EXPECT_EQ(PatchJson(kAnswer, "data/list/*", JsonPatch::kRemove), R"({"errno":0,"data":{"list":[]}})");
+  EXPECT_EQ(PatchJson(kAnswer, "data/list", JsonPatch::kEmptyArray), R"({"errno":0,"data":{"list":[]}})");
+  EXPECT_EQ(RepeatRows(R"({"errno":0})", 5), R"({"errno":0})");
+  EXPECT_EQ(EmptyRows(R"({"errno":0})"), R"({"errno":0})");
+  EXPECT_EQ(ReplaceRootMember("[1]", "errno", "7"), R"({"errno":7})");
+}
+
 TEST(JsonDamage, leavesWhatIsNoJson) {
   EXPECT_EQ(HostileTexts("no json"), "no json");
   EXPECT_EQ(PatchJson("no json", "data", JsonPatch::kNull), "no json");
@@ -141,6 +159,15 @@ TEST(Gzip, comesBackAsItWas) {
   EXPECT_EQ(Gunzip(file), text);
   EXPECT_EQ(Gunzip(Gzip("")), "");
   EXPECT_EQ(Gzip(text), file);
+}
+
+TEST(Gzip, readsOnlyItsOwnFiles) {
+  const std::string file = Gzip("text");
+  EXPECT_EQ(Gunzip(""), "");
+  EXPECT_EQ(Gunzip(std::string(40, 'x')), "");
+  std::string damaged = file;
+  damaged[10] = '\x07';  // a block of no type
+  EXPECT_EQ(Gunzip(damaged), "");
 }
 
 TEST(Gzip, aBombIsSmallAndUnpacksToItsSize) {

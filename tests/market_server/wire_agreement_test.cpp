@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "endpoint_fixture.h"
-#include "model/calendar.h"
+#include "market_server/model/calendar.h"
 #include "reference/long_run.h"
 
 namespace market_server::testing {
@@ -36,8 +36,8 @@ const auto& AnyOf(Random& random, const List& list) {
 
 /// Any second of the years with trading; every other one falls into the hours of trading.
 std::int64_t AnyInstant(Random& random) {
-  const std::int64_t first = static_cast<std::int64_t>(model::instant_of(20150601, 0, 0, 0));
-  const std::int64_t last = static_cast<std::int64_t>(model::instant_of(20271231, 0, 0, 0));
+  const std::int64_t first = static_cast<std::int64_t>(model::InstantOf(20150601, 0, 0, 0));
+  const std::int64_t last = static_cast<std::int64_t>(model::InstantOf(20271231, 0, 0, 0));
   const std::int64_t midnight = first + Below(random, (last - first) / 86400) * 86400;
   if (random() % 2 == 0) return midnight + Below(random, 86400);
   return midnight + 9 * 3600 + 15 * 60 + Below(random, 6 * 3600);
@@ -99,8 +99,8 @@ class AnyTime : public Packages, public ::testing::WithParamInterface<int> {
     for (int i = 0; i < Rounds(3, 20); ++i) {
       if (i > 0) bench.server().SetClock("@" + std::to_string(AnyInstant(random_)));
       const auto now = static_cast<Instant>(bench.server().Now());
-      SCOPED_TRACE("market " + std::to_string(GetParam()) + " at " + std::to_string(model::date_of(now)) +
-                   " second " + std::to_string(model::second_of_day(now)));
+      SCOPED_TRACE("market " + std::to_string(GetParam()) + " at " + std::to_string(model::DateOf(now)) +
+                   " second " + std::to_string(model::SecondOfDay(now)));
       board_ = Board("cn_a");
       ASSERT_GT(board_["data"].Size(), 50U);
       check();
@@ -398,8 +398,8 @@ TEST_P(AnyTime, weeksAndMonthsAreTheirDays) {
         const auto group = [&period](const std::vector<double>& day) {
           const auto date = static_cast<model::Date>(day[0]);
           return period == "month" ? static_cast<std::int64_t>(date / 100)
-                                   : static_cast<std::int64_t>((model::instant_of(date, 12, 0, 0) -
-                                                                model::instant_of(20141229, 0, 0, 0)) /
+                                   : static_cast<std::int64_t>((model::InstantOf(date, 12, 0, 0) -
+                                                                model::InstantOf(20141229, 0, 0, 0)) /
                                                                (7 * 86400));
         };
         std::vector<std::vector<double>> expected;
@@ -514,9 +514,9 @@ TEST_F(Packages, theYearsHaveTheTradingDaysOfTheHolidayLists) {
     }
   }
   std::vector<unsigned> expected;
-  const Instant monday = model::instant_of(20141229, 12, 0, 0);
+  const Instant monday = model::InstantOf(20141229, 12, 0, 0);
   for (int day = 0;; ++day) {
-    const model::Date date = model::date_of(monday + day * 86400.0);
+    const model::Date date = model::DateOf(monday + day * 86400.0);
     if (date > 20271231) break;
     const std::string digits = std::to_string(date);
     const std::string text = digits.substr(0, 4) + "-" + digits.substr(4, 2) + "-" + digits.substr(6);

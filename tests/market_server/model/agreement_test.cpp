@@ -13,30 +13,30 @@ namespace {
 
 class Agreement : public testing::TestWithParam<std::uint64_t> {
  protected:
-  Market market_{small(GetParam())};
+  Market market_{Small(GetParam())};
 
-  [[nodiscard]] std::vector<const Security*> some_securities(Instant time) const {
-    auto out = some_stocks(market_, time);
+  [[nodiscard]] std::vector<const Security*> SomeSecurities(Instant time) const {
+    auto out = SomeStocks(market_, time);
     for (const char* code : {"sh000001", "sz399006", "sh000688", "bk1008", "bk2017", "bk3002"}) {
-      out.push_back(market_.find(code));
+      out.push_back(market_.Find(code));
     }
     return out;
   }
 };
 
 TEST_P(Agreement, aSingleQuoteIsTheRowOfTheBoard) {
-  for (const Instant time : instants_of_all_kinds()) {
+  for (const Instant time : InstantsOfAllKinds()) {
     // Asked for before the board, when the day is not at hand, and after.
     std::map<const Security*, Quote> before;
-    for (const Security* security : some_stocks(market_, time)) {
-      before[security] = market_.quote(*security, time);
+    for (const Security* security : SomeStocks(market_, time)) {
+      before[security] = market_.QuoteOf(*security, time);
     }
-    const auto board = market_.board(time);
+    const auto board = market_.BoardAt(time);
     for (const auto* rows : {&board->stocks, &board->indices, &board->plates}) {
       for (const Quote& row : *rows) {
-        EXPECT_EQ(market_.quote(*row.security, time), row) << at(*row.security, time);
+        EXPECT_EQ(market_.QuoteOf(*row.security, time), row) << At(*row.security, time);
         if (before.contains(row.security)) {
-          EXPECT_EQ(before[row.security], row) << at(*row.security, time);
+          EXPECT_EQ(before[row.security], row) << At(*row.security, time);
         }
       }
     }
@@ -44,73 +44,73 @@ TEST_P(Agreement, aSingleQuoteIsTheRowOfTheBoard) {
 }
 
 TEST_P(Agreement, theBoardHoldsEveryListedStockInOrder) {
-  for (const Instant time : instants_of_all_kinds()) {
-    const auto board = market_.board(time);
-    const auto stocks = market_.stocks(time);
+  for (const Instant time : InstantsOfAllKinds()) {
+    const auto board = market_.BoardAt(time);
+    const auto stocks = market_.Stocks(time);
     ASSERT_EQ(board->stocks.size(), stocks.size());
     for (std::size_t i = 0; i < stocks.size(); ++i) {
       EXPECT_EQ(board->stocks[i].security, stocks[i]);
     }
     EXPECT_EQ(board->indices.size(), market_.indices().size());
     EXPECT_EQ(board->plates.size(), market_.plates().size());
-    EXPECT_EQ(board->date, session_date(time));
+    EXPECT_EQ(board->date, SessionDate(time));
   }
 }
 
 TEST_P(Agreement, theMinuteLineEndsAtTheQuote) {
-  for (const Instant time : instants_of_all_kinds()) {
-    for (const Security* security : some_securities(time)) {
-      const Quote quote = market_.quote(*security, time);
-      const MinuteLine line = market_.minute_line(*security, quote.date, time);
-      EXPECT_EQ(line.preclose, quote.preclose) << at(*security, time);
+  for (const Instant time : InstantsOfAllKinds()) {
+    for (const Security* security : SomeSecurities(time)) {
+      const Quote quote = market_.QuoteOf(*security, time);
+      const MinuteLine line = market_.MinuteLineOf(*security, quote.date, time);
+      EXPECT_EQ(line.preclose, quote.preclose) << At(*security, time);
       if (quote.open == 0) {
-        EXPECT_TRUE(line.points.empty()) << at(*security, time);
+        EXPECT_TRUE(line.points.empty()) << At(*security, time);
         continue;
       }
-      ASSERT_FALSE(line.points.empty()) << at(*security, time);
-      EXPECT_EQ(line.points.front().last, quote.open) << at(*security, time);
-      EXPECT_EQ(line.points.back().last, quote.last) << at(*security, time);
-      EXPECT_EQ(line.points.back().vol, quote.vol) << at(*security, time);
-      EXPECT_EQ(line.points.back().amt, quote.amt) << at(*security, time);
-      EXPECT_EQ(line.points.back().qrr, quote.qrr) << at(*security, time);
+      ASSERT_FALSE(line.points.empty()) << At(*security, time);
+      EXPECT_EQ(line.points.front().last, quote.open) << At(*security, time);
+      EXPECT_EQ(line.points.back().last, quote.last) << At(*security, time);
+      EXPECT_EQ(line.points.back().vol, quote.vol) << At(*security, time);
+      EXPECT_EQ(line.points.back().amt, quote.amt) << At(*security, time);
+      EXPECT_EQ(line.points.back().qrr, quote.qrr) << At(*security, time);
       double high = 0;
       double low = 1e9;
       for (const MinutePoint& point : line.points) {
         high = std::max(high, point.last);
         low = std::min(low, point.last);
       }
-      EXPECT_EQ(high, quote.high) << at(*security, time);
-      EXPECT_EQ(low, quote.low) << at(*security, time);
+      EXPECT_EQ(high, quote.high) << At(*security, time);
+      EXPECT_EQ(low, quote.low) << At(*security, time);
     }
   }
 }
 
 TEST_P(Agreement, theMinuteLineOfAPastDayEndsAtItsClose) {
-  const Instant now = instant_of(20261120, 10, 0, 0);
+  const Instant now = InstantOf(20261120, 10, 0, 0);
   for (const Date date : {20150105u, 20190604u, 20261118u}) {
-    for (const Security* security : some_securities(instant_of(date, 16, 0, 0))) {
-      const Quote close = market_.quote(*security, instant_of(date, 16, 0, 0));
-      const MinuteLine line = market_.minute_line(*security, date, now);
-      if (!trades(close.status)) {
+    for (const Security* security : SomeSecurities(InstantOf(date, 16, 0, 0))) {
+      const Quote close = market_.QuoteOf(*security, InstantOf(date, 16, 0, 0));
+      const MinuteLine line = market_.MinuteLineOf(*security, date, now);
+      if (!Trades(close.status)) {
         EXPECT_TRUE(line.points.empty());
         continue;
       }
-      ASSERT_EQ(line.points.size(), 241u) << at(*security, now);
-      EXPECT_EQ(line.points.back().last, close.last) << at(*security, now);
-      EXPECT_EQ(line.points.back().vol, close.vol) << at(*security, now);
-      EXPECT_EQ(line.points.back().amt, close.amt) << at(*security, now);
+      ASSERT_EQ(line.points.size(), 241u) << At(*security, now);
+      EXPECT_EQ(line.points.back().last, close.last) << At(*security, now);
+      EXPECT_EQ(line.points.back().vol, close.vol) << At(*security, now);
+      EXPECT_EQ(line.points.back().amt, close.amt) << At(*security, now);
     }
   }
 }
 
 TEST_P(Agreement, aMinuteOfTheLineIsTheQuoteAtItsEnd) {
   const Date date = 20261120;
-  for (const Security* security : some_securities(instant_of(date, 16, 0, 0))) {
-    const MinuteLine line = market_.minute_line(*security, date, instant_of(date, 16, 0, 0));
+  for (const Security* security : SomeSecurities(InstantOf(date, 16, 0, 0))) {
+    const MinuteLine line = market_.MinuteLineOf(*security, date, InstantOf(date, 16, 0, 0));
     for (std::size_t i = 0; i < line.points.size(); i += 17) {
       const MinutePoint& point = line.points[i];
       const Quote quote =
-          market_.quote(*security, instant_of(date, point.minute / 100, point.minute % 100, 0));
+          market_.QuoteOf(*security, InstantOf(date, point.minute / 100, point.minute % 100, 0));
       EXPECT_EQ(quote.last, point.last) << security->code << " " << point.minute;
       EXPECT_EQ(quote.vol, point.vol) << security->code << " " << point.minute;
       EXPECT_EQ(quote.amt, point.amt) << security->code << " " << point.minute;
@@ -120,15 +120,15 @@ TEST_P(Agreement, aMinuteOfTheLineIsTheQuoteAtItsEnd) {
 }
 
 TEST_P(Agreement, theCandleOfTheDayIsTheQuote) {
-  for (const Instant time : instants_of_all_kinds()) {
-    for (const Security* security : some_securities(time)) {
-      const Quote quote = market_.quote(*security, time);
-      const auto candle = market_.day_candle(*security, time);
-      ASSERT_EQ(candle.has_value(), trades(quote.status) && quote.open > 0) << at(*security, time);
+  for (const Instant time : InstantsOfAllKinds()) {
+    for (const Security* security : SomeSecurities(time)) {
+      const Quote quote = market_.QuoteOf(*security, time);
+      const auto candle = market_.DayCandle(*security, time);
+      ASSERT_EQ(candle.has_value(), Trades(quote.status) && quote.open > 0) << At(*security, time);
       if (candle) {
         EXPECT_EQ(*candle, (Candle{quote.date, quote.preclose, quote.open, quote.high, quote.last, quote.low,
                                    quote.vol, quote.amt, quote.tr}))
-            << at(*security, time);
+            << At(*security, time);
       }
     }
   }
@@ -137,12 +137,12 @@ TEST_P(Agreement, theCandleOfTheDayIsTheQuote) {
 TEST_P(Agreement, everyPastCandleIsTheQuoteAtThatClose) {
   for (const char* code :
        {"sh600000", "sh688001", "sz000001", "sz300001", "sh000001", "sz399006", "sh000038"}) {
-    const Security& security = *market_.find(code);
-    const auto candles = market_.candles(security, Period::day, Adjustment::none, 20261119);
+    const Security& security = *market_.Find(code);
+    const auto candles = market_.Candles(security, Period::kDay, Adjustment::kNone, 20261119);
     ASSERT_GT(candles.size(), 500u) << code;
     for (std::size_t i = 0; i < candles.size();
-         i += candles.size() / (security.kind == Kind::index ? 5 : 40)) {
-      const auto whole = market_.day_candle(security, instant_of(candles[i].date, 20, 0, 0));
+         i += candles.size() / (security.kind == Kind::kIndex ? 5 : 40)) {
+      const auto whole = market_.DayCandle(security, InstantOf(candles[i].date, 20, 0, 0));
       ASSERT_TRUE(whole.has_value()) << code << " " << candles[i].date;
       EXPECT_EQ(candles[i], *whole) << code << " " << candles[i].date;
     }
@@ -152,8 +152,8 @@ TEST_P(Agreement, everyPastCandleIsTheQuoteAtThatClose) {
 TEST_P(Agreement, aDayBeginsAtTheCloseOfTheDayBefore) {
   int ex_rights = 0;
   for (const Date date : {20150106u, 20170619u, 20170627u, 20200608u, 20200617u, 20261120u}) {
-    const auto before = market_.board(instant_of(previous_trading_day(date), 15, 0, 0));
-    const auto board = market_.board(instant_of(date, 15, 0, 0));
+    const auto before = market_.BoardAt(InstantOf(PreviousTradingDay(date), 15, 0, 0));
+    const auto board = market_.BoardAt(InstantOf(date, 15, 0, 0));
     std::map<const Security*, const Quote*> closes;
     for (const auto* rows : {&before->stocks, &before->indices, &before->plates}) {
       for (const Quote& row : *rows) {
@@ -162,12 +162,12 @@ TEST_P(Agreement, aDayBeginsAtTheCloseOfTheDayBefore) {
     }
     for (const auto* rows : {&board->stocks, &board->indices, &board->plates}) {
       for (const Quote& row : *rows) {
-        if (row.status == Status::new_listing) {
+        if (row.status == Status::kNewListing) {
           EXPECT_FALSE(closes.contains(row.security));
           continue;
         }
         ASSERT_TRUE(closes.contains(row.security)) << row.security->code;
-        if (row.status == Status::ex_rights) {
+        if (row.status == Status::kExRights) {
           EXPECT_LT(row.preclose, closes[row.security]->last) << row.security->code << " " << date;
           ++ex_rights;
         } else {
@@ -180,8 +180,8 @@ TEST_P(Agreement, aDayBeginsAtTheCloseOfTheDayBefore) {
 }
 
 TEST_P(Agreement, indexAndPlateCountsAreThoseOfTheirMembers) {
-  for (const Instant time : instants_of_all_kinds()) {
-    const auto board = market_.board(time);
+  for (const Instant time : InstantsOfAllKinds()) {
+    const auto board = market_.BoardAt(time);
     std::map<const Security*, const Quote*> quotes;
     for (const Quote& row : board->stocks) {
       quotes[row.security] = &row;
@@ -195,14 +195,14 @@ TEST_P(Agreement, indexAndPlateCountsAreThoseOfTheirMembers) {
         double amount = 0;
         double capitalisation = 0;
         double best = -1e9;
-        for (const Security* member : market_.members(*row.security)) {
+        for (const Security* member : market_.Members(*row.security)) {
           const auto found = quotes.find(member);
           if (found == quotes.end()) {
             continue;  // not listed yet
           }
           const Quote& quote = *found->second;
           capitalisation += quote.mc;
-          if (!trades(quote.status)) {
+          if (!Trades(quote.status)) {
             continue;
           }
           ++(quote.last > quote.preclose ? up : quote.last < quote.preclose ? down : unchanged);
@@ -210,16 +210,16 @@ TEST_P(Agreement, indexAndPlateCountsAreThoseOfTheirMembers) {
           amount += quote.amt;
           best = std::max(best, quote.change);
         }
-        EXPECT_EQ(row.num_u, up) << at(*row.security, time);
-        EXPECT_EQ(row.num_z, unchanged) << at(*row.security, time);
-        EXPECT_EQ(row.num_d, down) << at(*row.security, time);
-        EXPECT_EQ(row.vol, volume) << at(*row.security, time);
-        EXPECT_NEAR(row.amt, amount, 0.01 + amount * 1e-12) << at(*row.security, time);
-        EXPECT_NEAR(row.mc, capitalisation, 0.1 + capitalisation * 1e-12) << at(*row.security, time);
+        EXPECT_EQ(row.num_u, up) << At(*row.security, time);
+        EXPECT_EQ(row.num_z, unchanged) << At(*row.security, time);
+        EXPECT_EQ(row.num_d, down) << At(*row.security, time);
+        EXPECT_EQ(row.vol, volume) << At(*row.security, time);
+        EXPECT_NEAR(row.amt, amount, 0.01 + amount * 1e-12) << At(*row.security, time);
+        EXPECT_NEAR(row.mc, capitalisation, 0.1 + capitalisation * 1e-12) << At(*row.security, time);
         if (up + unchanged + down > 0) {
-          ASSERT_NE(row.lead, nullptr) << at(*row.security, time);
-          EXPECT_EQ(row.lead_change, best) << at(*row.security, time);
-          EXPECT_EQ(quotes.at(row.lead)->change, best) << at(*row.security, time);
+          ASSERT_NE(row.lead, nullptr) << At(*row.security, time);
+          EXPECT_EQ(row.lead_change, best) << At(*row.security, time);
+          EXPECT_EQ(quotes.at(row.lead)->change, best) << At(*row.security, time);
         }
       }
     }
@@ -228,14 +228,14 @@ TEST_P(Agreement, indexAndPlateCountsAreThoseOfTheirMembers) {
 
 TEST_P(Agreement, theLineOfAnIndexCountsItsMembers) {
   const Date date = 20261120;
-  const Instant time = instant_of(date, 16, 0, 0);
+  const Instant time = InstantOf(date, 16, 0, 0);
   for (const char* code : {"sh000001", "sz399006", "bk1005"}) {
-    const Security& security = *market_.find(code);
-    const MinuteLine line = market_.minute_line(security, date, time);
+    const Security& security = *market_.Find(code);
+    const MinuteLine line = market_.MinuteLineOf(security, date, time);
     std::vector<std::uint64_t> sums(line.points.size());
-    for (const Security* member : market_.members(security)) {
-      if (market_.is_listed(*member, date)) {
-        const MinuteLine own = market_.minute_line(*member, date, time);
+    for (const Security* member : market_.Members(security)) {
+      if (market_.IsListed(*member, date)) {
+        const MinuteLine own = market_.MinuteLineOf(*member, date, time);
         for (std::size_t i = 0; i < own.points.size(); ++i) {
           sums[i] += own.points[i].vol;
         }
@@ -249,13 +249,13 @@ TEST_P(Agreement, theLineOfAnIndexCountsItsMembers) {
 
 TEST_P(Agreement, aPlateMovesAsTheCapitalisationOfItsMembers) {
   const Date date = 20261120;
-  const auto early = market_.board(instant_of(date, 9, 45, 0));
-  const auto late = market_.board(instant_of(date, 14, 30, 0));
+  const auto early = market_.BoardAt(InstantOf(date, 9, 45, 0));
+  const auto late = market_.BoardAt(InstantOf(date, 14, 30, 0));
   int checked = 0;
   for (std::size_t i = 0; i < early->plates.size(); ++i) {
-    const auto members = market_.members(*early->plates[i].security);
+    const auto members = market_.Members(*early->plates[i].security);
     if (members.empty() || !std::all_of(members.begin(), members.end(),
-                                        [&](const Security* s) { return market_.is_listed(*s, date); })) {
+                                        [&](const Security* s) { return market_.IsListed(*s, date); })) {
       continue;
     }
     const double moved = late->plates[i].last / early->plates[i].last;
@@ -267,31 +267,31 @@ TEST_P(Agreement, aPlateMovesAsTheCapitalisationOfItsMembers) {
 }
 
 TEST_P(Agreement, anIndexMovesWithItsMembers) {
-  for (const Instant time : trading_instants()) {
-    const auto board = market_.board(time);
+  for (const Instant time : TradingInstants()) {
+    const auto board = market_.BoardAt(time);
     double sum = 0;
     double weight = 0;
     for (const Quote& row : board->stocks) {
-      if (row.security->code[1] == 'h' && row.status == Status::trading) {
+      if (row.security->code[1] == 'h' && row.status == Status::kTrading) {
         sum += row.change;
         ++weight;
       }
     }
-    EXPECT_NEAR(board->indices[0].change, sum / weight, 1.2) << at(*board->indices[0].security, time);
+    EXPECT_NEAR(board->indices[0].change, sum / weight, 1.2) << At(*board->indices[0].security, time);
   }
 }
 
 TEST_P(Agreement, derivedFiguresFollowFromTheOthers) {
-  for (const Instant time : instants_of_all_kinds()) {
-    const auto board = market_.board(time);
+  for (const Instant time : InstantsOfAllKinds()) {
+    const auto board = market_.BoardAt(time);
     for (const Quote& q : board->stocks) {
-      EXPECT_NEAR(q.diff, q.last - q.preclose, 1e-9) << at(*q.security, time);
-      EXPECT_NEAR(q.change, q.diff * 100 / q.preclose, 0.0051) << at(*q.security, time);
+      EXPECT_NEAR(q.diff, q.last - q.preclose, 1e-9) << At(*q.security, time);
+      EXPECT_NEAR(q.change, q.diff * 100 / q.preclose, 0.0051) << At(*q.security, time);
       EXPECT_NEAR(q.tr, static_cast<double>(q.vol) * 100 / static_cast<double>(q.shares), 0.0051)
-          << at(*q.security, time);
-      EXPECT_NEAR(q.amp, (q.high - q.low) * 100 / q.preclose, 0.0051) << at(*q.security, time);
-      EXPECT_NEAR(q.mc, static_cast<double>(q.tso) * q.last, 1 + q.mc * 1e-12) << at(*q.security, time);
-      EXPECT_NEAR(q.cmc, static_cast<double>(q.shares) * q.last, 1 + q.cmc * 1e-12) << at(*q.security, time);
+          << At(*q.security, time);
+      EXPECT_NEAR(q.amp, (q.high - q.low) * 100 / q.preclose, 0.0051) << At(*q.security, time);
+      EXPECT_NEAR(q.mc, static_cast<double>(q.tso) * q.last, 1 + q.mc * 1e-12) << At(*q.security, time);
+      EXPECT_NEAR(q.cmc, static_cast<double>(q.shares) * q.last, 1 + q.cmc * 1e-12) << At(*q.security, time);
       double bids = 0;
       double asks = 0;
       for (std::size_t level = 0; level < 5; ++level) {
@@ -299,42 +299,42 @@ TEST_P(Agreement, derivedFiguresFollowFromTheOthers) {
         asks += q.asks[level].volume;
       }
       EXPECT_NEAR(q.cr, bids + asks > 0 ? (bids - asks) * 100 / (bids + asks) : 0, 0.0051)
-          << at(*q.security, time);
+          << At(*q.security, time);
     }
   }
 }
 
 TEST_P(Agreement, theFiveMinuteChangeComparesWithTheLine) {
-  const Instant time = instant_of(20261120, 10, 20, 0);
-  for (const Security* stock : some_stocks(market_, time)) {
-    const Quote quote = market_.quote(*stock, time);
-    const MinuteLine line = market_.minute_line(*stock, 20261120, time);
+  const Instant time = InstantOf(20261120, 10, 20, 0);
+  for (const Security* stock : SomeStocks(market_, time)) {
+    const Quote quote = market_.QuoteOf(*stock, time);
+    const MinuteLine line = market_.MinuteLineOf(*stock, 20261120, time);
     if (line.points.empty()) {
       EXPECT_EQ(quote.five_change, 0);
       continue;
     }
     const double ago = line.points[line.points.size() - 6].last;
-    EXPECT_NEAR(quote.five_change, (quote.last - ago) * 100 / ago, 0.0051) << at(*stock, time);
+    EXPECT_NEAR(quote.five_change, (quote.last - ago) * 100 / ago, 0.0051) << At(*stock, time);
   }
 }
 
 TEST_P(Agreement, outsideTradingTheLastCloseStands) {
-  const auto close = market_.board(instant_of(20261120, 15, 0, 0));
+  const auto close = market_.BoardAt(InstantOf(20261120, 15, 0, 0));
   for (const Instant time :
-       {instant_of(20261120, 15, 0, 1), instant_of(20261120, 23, 59, 59), instant_of(20261121, 10, 0, 0),
-        instant_of(20261122, 14, 0, 0), instant_of(20261123, 9, 14, 59)}) {
-    const auto board = market_.board(time);
+       {InstantOf(20261120, 15, 0, 1), InstantOf(20261120, 23, 59, 59), InstantOf(20261121, 10, 0, 0),
+        InstantOf(20261122, 14, 0, 0), InstantOf(20261123, 9, 14, 59)}) {
+    const auto board = market_.BoardAt(time);
     EXPECT_EQ(board->stocks, close->stocks);
     EXPECT_EQ(board->indices, close->indices);
     EXPECT_EQ(board->plates, close->plates);
   }
-  EXPECT_EQ(market_.board(instant_of(20261123, 9, 15, 0))->date, 20261123u);
+  EXPECT_EQ(market_.BoardAt(InstantOf(20261123, 9, 15, 0))->date, 20261123u);
 }
 
 TEST_P(Agreement, nothingMovesAtLunch) {
-  const auto noon = market_.board(instant_of(20261120, 11, 30, 0));
-  EXPECT_EQ(market_.board(instant_of(20261120, 12, 59, 59))->stocks, noon->stocks);
-  EXPECT_EQ(market_.board(instant_of(20261120, 12, 0, 0))->indices, noon->indices);
+  const auto noon = market_.BoardAt(InstantOf(20261120, 11, 30, 0));
+  EXPECT_EQ(market_.BoardAt(InstantOf(20261120, 12, 59, 59))->stocks, noon->stocks);
+  EXPECT_EQ(market_.BoardAt(InstantOf(20261120, 12, 0, 0))->indices, noon->indices);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, Agreement, testing::Values(1, 20261121));

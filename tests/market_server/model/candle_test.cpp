@@ -10,22 +10,22 @@ namespace market_server::model {
 namespace {
 
 const Market& market() {
-  static const Market& shared = *new Market(small(9));
+  static const Market& shared = *new Market(Small(9));
   return shared;
 }
 constexpr Date kThrough = 20261118;
 
 // Days since a Monday long ago, to tell weeks apart.
-int week_of(Date date) {
-  const double days = (instant_of(date, 12, 0, 0) - instant_of(20000103, 12, 0, 0)) / 86400;
+int WeekOf(Date date) {
+  const double days = (InstantOf(date, 12, 0, 0) - InstantOf(20000103, 12, 0, 0)) / 86400;
   return static_cast<int>(std::llround(days)) / 7;
 }
 
-std::vector<Candle> joined(const std::vector<Candle>& days, bool weeks) {
+std::vector<Candle> Joined(const std::vector<Candle>& days, bool weeks) {
   std::vector<Candle> out;
   int group = -1;
   for (const Candle& day : days) {
-    const int own = weeks ? week_of(day.date) : static_cast<int>(day.date / 100);
+    const int own = weeks ? WeekOf(day.date) : static_cast<int>(day.date / 100);
     if (own != group) {
       out.push_back(day);
       group = own;
@@ -45,11 +45,11 @@ std::vector<Candle> joined(const std::vector<Candle>& days, bool weeks) {
 
 TEST(Candles, weeksAndMonthsAreTheirDays) {
   for (const char* code : {"sh600000", "sz002001", "sh000001", "sh688001"}) {
-    for (const Adjustment adjustment : {Adjustment::none, Adjustment::forward, Adjustment::backward}) {
-      const auto days = market().candles(*market().find(code), Period::day, adjustment, kThrough);
+    for (const Adjustment adjustment : {Adjustment::kNone, Adjustment::kForward, Adjustment::kBackward}) {
+      const auto days = market().Candles(*market().Find(code), Period::kDay, adjustment, kThrough);
       for (const bool weeks : {true, false}) {
-        const auto expected = joined(days, weeks);
-        const auto got = market().candles(*market().find(code), weeks ? Period::week : Period::month,
+        const auto expected = Joined(days, weeks);
+        const auto got = market().Candles(*market().Find(code), weeks ? Period::kWeek : Period::kMonth,
                                           adjustment, kThrough);
         ASSERT_EQ(got.size(), expected.size()) << code;
         for (std::size_t i = 0; i < got.size(); ++i) {
@@ -69,13 +69,13 @@ TEST(Candles, weeksAndMonthsAreTheirDays) {
 }
 
 TEST(Candles, daysAscendAndEndWhereAsked) {
-  for (const Security* stock : some_stocks(market(), instant_of(kThrough, 16, 0, 0), 90)) {
-    const auto candles = market().candles(*stock, Period::day, Adjustment::none, kThrough);
+  for (const Security* stock : SomeStocks(market(), InstantOf(kThrough, 16, 0, 0), 90)) {
+    const auto candles = market().Candles(*stock, Period::kDay, Adjustment::kNone, kThrough);
     ASSERT_FALSE(candles.empty());
     EXPECT_GE(candles.front().date, std::max(stock->listed, kFirstTradingDay));
     EXPECT_LE(candles.back().date, kThrough);
     for (std::size_t i = 0; i < candles.size(); ++i) {
-      EXPECT_TRUE(is_trading_day(candles[i].date));
+      EXPECT_TRUE(IsTradingDay(candles[i].date));
       EXPECT_TRUE(i == 0 || candles[i - 1].date < candles[i].date);
       EXPECT_LE(candles[i].low, std::min(candles[i].open, candles[i].close));
       EXPECT_GE(candles[i].high, std::max(candles[i].open, candles[i].close));
@@ -87,19 +87,19 @@ TEST(Candles, daysAscendAndEndWhereAsked) {
 }
 
 TEST(Candles, anEarlierEndIsABeginningOfTheSameSeries) {
-  const Security& stock = *market().find("sz000001");
-  const auto whole = market().candles(stock, Period::day, Adjustment::backward, kThrough);
-  const auto part = market().candles(stock, Period::day, Adjustment::backward, 20200110);
+  const Security& stock = *market().Find("sz000001");
+  const auto whole = market().Candles(stock, Period::kDay, Adjustment::kBackward, kThrough);
+  const auto part = market().Candles(stock, Period::kDay, Adjustment::kBackward, 20200110);
   ASSERT_LT(part.size(), whole.size());
   EXPECT_TRUE(std::equal(part.begin(), part.end(), whole.begin()));
   EXPECT_LE(part.back().date, 20200110u);
 }
 
 TEST(Candles, adjustmentLeavesOneEndAsItIs) {
-  const Security& stock = *market().find("sh600000");
-  const auto plain = market().candles(stock, Period::day, Adjustment::none, kThrough);
-  const auto forward = market().candles(stock, Period::day, Adjustment::forward, kThrough);
-  const auto backward = market().candles(stock, Period::day, Adjustment::backward, kThrough);
+  const Security& stock = *market().Find("sh600000");
+  const auto plain = market().Candles(stock, Period::kDay, Adjustment::kNone, kThrough);
+  const auto forward = market().Candles(stock, Period::kDay, Adjustment::kForward, kThrough);
+  const auto backward = market().Candles(stock, Period::kDay, Adjustment::kBackward, kThrough);
   ASSERT_EQ(plain.size(), forward.size());
   ASSERT_EQ(plain.size(), backward.size());
   EXPECT_EQ(forward.back(), plain.back());
@@ -115,10 +115,10 @@ TEST(Candles, adjustmentLeavesOneEndAsItIs) {
 TEST(Candles, adjustedPricesHaveNoGapAtDividendsAndSplits) {
   int events = 0;
   int splits = 0;
-  for (const Security* stock : some_stocks(market(), instant_of(kThrough, 16, 0, 0), 9)) {
-    const auto plain = market().candles(*stock, Period::day, Adjustment::none, kThrough);
-    const auto forward = market().candles(*stock, Period::day, Adjustment::forward, kThrough);
-    const auto backward = market().candles(*stock, Period::day, Adjustment::backward, kThrough);
+  for (const Security* stock : SomeStocks(market(), InstantOf(kThrough, 16, 0, 0), 9)) {
+    const auto plain = market().Candles(*stock, Period::kDay, Adjustment::kNone, kThrough);
+    const auto forward = market().Candles(*stock, Period::kDay, Adjustment::kForward, kThrough);
+    const auto backward = market().Candles(*stock, Period::kDay, Adjustment::kBackward, kThrough);
     for (std::size_t i = 1; i < plain.size(); ++i) {
       const double gap = plain[i].preclose / plain[i - 1].close;
       EXPECT_LE(gap, 1.000001) << stock->code << " " << plain[i].date;
@@ -138,14 +138,14 @@ TEST(Candles, adjustedPricesHaveNoGapAtDividendsAndSplits) {
 
 TEST(Candles, aSplitRaisesTheSharesAsItLowersThePrice) {
   int splits = 0;
-  for (const Security* stock : market().stocks(instant_of(kThrough, 16, 0, 0))) {
-    const auto candles = market().candles(*stock, Period::day, Adjustment::none, kThrough);
+  for (const Security* stock : market().Stocks(InstantOf(kThrough, 16, 0, 0))) {
+    const auto candles = market().Candles(*stock, Period::kDay, Adjustment::kNone, kThrough);
     for (std::size_t i = 1; i < candles.size() && splits < 6; ++i) {
       const double ratio = candles[i - 1].close / candles[i].preclose;
       if (ratio > 1.15) {
-        const Quote before = market().quote(*stock, instant_of(candles[i - 1].date, 15, 0, 0));
-        const Quote after = market().quote(*stock, instant_of(candles[i].date, 15, 0, 0));
-        EXPECT_EQ(after.status, Status::ex_rights) << stock->code;
+        const Quote before = market().QuoteOf(*stock, InstantOf(candles[i - 1].date, 15, 0, 0));
+        const Quote after = market().QuoteOf(*stock, InstantOf(candles[i].date, 15, 0, 0));
+        EXPECT_EQ(after.status, Status::kExRights) << stock->code;
         const double shares = static_cast<double>(after.tso) / static_cast<double>(before.tso);
         EXPECT_GT(shares, 1.15) << stock->code;
         EXPECT_NEAR(ratio / shares, 1.015, 0.03) << stock->code;  // the rest is cash
@@ -160,28 +160,31 @@ TEST(Candles, aSplitRaisesTheSharesAsItLowersThePrice) {
 }
 
 TEST(Candles, platesHaveNone) {
-  EXPECT_TRUE(market().candles(*market().find("bk1001"), Period::day, Adjustment::none, kThrough).empty());
+  EXPECT_TRUE(market().Candles(*market().Find("bk1001"), Period::kDay, Adjustment::kNone, kThrough).empty());
 }
 
 TEST(Candles, thereAreNoneBeforeTheFirstDay) {
-  EXPECT_TRUE(market().candles(*market().find("sh600000"), Period::day, Adjustment::none, 20150101).empty());
-  EXPECT_EQ(market().candles(*market().find("sh600000"), Period::day, Adjustment::none, 20150105).size(), 1u);
-  EXPECT_EQ(market().candles(*market().find("sh000001"), Period::day, Adjustment::none, 20150106).size(), 2u);
+  EXPECT_TRUE(
+      market().Candles(*market().Find("sh600000"), Period::kDay, Adjustment::kNone, 20150101).empty());
+  EXPECT_EQ(market().Candles(*market().Find("sh600000"), Period::kDay, Adjustment::kNone, 20150105).size(),
+            1u);
+  EXPECT_EQ(market().Candles(*market().Find("sh000001"), Period::kDay, Adjustment::kNone, 20150106).size(),
+            2u);
 }
 
 TEST(Candles, theMetadataCountsTheRowsOfThePackages) {
-  const Instant time = instant_of(20261119, 10, 0, 0);
-  const KLineMetadata metadata = market().kline_metadata(time);
+  const Instant time = InstantOf(20261119, 10, 0, 0);
+  const KLineMetadata metadata = market().KLineMetadataAt(time);
   EXPECT_EQ(metadata.version, "20261118");
   EXPECT_EQ(metadata.counts.size(),
-            market().stocks(instant_of(20261118, 15, 0, 0)).size() + market().indices().size());
-  const Date through = *Market::kline_version_date(metadata.version);
+            market().Stocks(InstantOf(20261118, 15, 0, 0)).size() + market().indices().size());
+  const Date through = *Market::KLineVersionDate(metadata.version);
   for (std::size_t i = 0; i < metadata.counts.size(); i += 5) {
     const KLineCounts& row = metadata.counts[i];
     for (const auto& [period, count] :
-         {std::pair{Period::day, row.day}, {Period::week, row.week}, {Period::month, row.month}}) {
-      for (const Adjustment adjustment : {Adjustment::none, Adjustment::forward}) {
-        EXPECT_EQ(market().candles(*row.security, period, adjustment, through).size(), count)
+         {std::pair{Period::kDay, row.day}, {Period::kWeek, row.week}, {Period::kMonth, row.month}}) {
+      for (const Adjustment adjustment : {Adjustment::kNone, Adjustment::kForward}) {
+        EXPECT_EQ(market().Candles(*row.security, period, adjustment, through).size(), count)
             << row.security->code << " period " << static_cast<int>(period);
       }
     }
@@ -189,20 +192,20 @@ TEST(Candles, theMetadataCountsTheRowsOfThePackages) {
 }
 
 TEST(Candles, packagesTakeInADayAtSixInTheEvening) {
-  EXPECT_EQ(market().kline_version(instant_of(20261120, 17, 59, 59)), "20261119");
-  EXPECT_EQ(market().kline_version(instant_of(20261120, 18, 0, 0)), "20261120");
-  EXPECT_EQ(market().kline_version(instant_of(20261122, 12, 0, 0)), "20261120");
-  EXPECT_EQ(market().kline_version(instant_of(20261123, 9, 30, 0)), "20261120");
-  EXPECT_EQ(market().kline_version(instant_of(20261001, 19, 0, 0)), "20260930");
-  EXPECT_EQ(market().kline_version(instant_of(20140101, 19, 0, 0)), "00000000");
-  EXPECT_TRUE(market().kline_metadata(instant_of(20140101, 19, 0, 0)).counts.empty());
+  EXPECT_EQ(market().KLineVersionAt(InstantOf(20261120, 17, 59, 59)), "20261119");
+  EXPECT_EQ(market().KLineVersionAt(InstantOf(20261120, 18, 0, 0)), "20261120");
+  EXPECT_EQ(market().KLineVersionAt(InstantOf(20261122, 12, 0, 0)), "20261120");
+  EXPECT_EQ(market().KLineVersionAt(InstantOf(20261123, 9, 30, 0)), "20261120");
+  EXPECT_EQ(market().KLineVersionAt(InstantOf(20261001, 19, 0, 0)), "20260930");
+  EXPECT_EQ(market().KLineVersionAt(InstantOf(20140101, 19, 0, 0)), "00000000");
+  EXPECT_TRUE(market().KLineMetadataAt(InstantOf(20140101, 19, 0, 0)).counts.empty());
 }
 
 TEST(Candles, onlyATradingDayIsAVersion) {
-  EXPECT_EQ(Market::kline_version_date("20261120"), std::optional<Date>(20261120));
+  EXPECT_EQ(Market::KLineVersionDate("20261120"), std::optional<Date>(20261120));
   for (const char* text :
        {"", "2026112", "202611200", "20261121", "2026112x", "-2026112", "00000000", " 2026112"}) {
-    EXPECT_EQ(Market::kline_version_date(text), std::nullopt) << text;
+    EXPECT_EQ(Market::KLineVersionDate(text), std::nullopt) << text;
   }
 }
 

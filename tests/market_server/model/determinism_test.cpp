@@ -9,7 +9,7 @@ namespace market_server::model {
 namespace {
 
 // A number that stands for every figure of a board.
-std::uint64_t checksum(const BoardQuotes& board) {
+std::uint64_t Checksum(const BoardQuotes& board) {
   std::uint64_t sum = 14695981039346656037ULL;
   const auto take = [&](double x) {
     sum = (sum ^ static_cast<std::uint64_t>(std::llround(x * 10000))) * 1099511628211ULL;
@@ -44,34 +44,34 @@ std::uint64_t checksum(const BoardQuotes& board) {
 }
 
 TEST(Determinism, twoMarketsOfOneSeedAreTheSame) {
-  const Market one(small(77));
-  const Market two(small(77));
-  for (const Instant time : instants_of_all_kinds()) {
-    EXPECT_EQ(checksum(*one.board(time)), checksum(*two.board(time)));
+  const Market one(Small(77));
+  const Market two(Small(77));
+  for (const Instant time : InstantsOfAllKinds()) {
+    EXPECT_EQ(Checksum(*one.BoardAt(time)), Checksum(*two.BoardAt(time)));
   }
 }
 
 TEST(Determinism, theOrderOfQuestionsDoesNotMatter) {
-  const Market forward(small(78));
-  const Market backward(small(78));
-  const auto times = instants_of_all_kinds();
+  const Market forward(Small(78));
+  const Market backward(Small(78));
+  const auto times = InstantsOfAllKinds();
   std::vector<std::uint64_t> sums;
   for (const Instant time : times) {
-    sums.push_back(checksum(*forward.board(time)));
+    sums.push_back(Checksum(*forward.BoardAt(time)));
   }
   for (std::size_t i = times.size(); i-- > 0;) {
-    EXPECT_EQ(checksum(*backward.board(times[i])), sums[i]);
+    EXPECT_EQ(Checksum(*backward.BoardAt(times[i])), sums[i]);
   }
   // Long after the caches have forgotten.
-  EXPECT_EQ(checksum(*forward.board(times[0])), sums[0]);
+  EXPECT_EQ(Checksum(*forward.BoardAt(times[0])), sums[0]);
 }
 
 TEST(Determinism, anotherSeedIsAnotherMarket) {
-  const Market one(small(1));
-  const Market two(small(2));
-  const Instant time = instant_of(20261120, 15, 0, 0);
-  const auto a = one.board(time);
-  const auto b = two.board(time);
+  const Market one(Small(1));
+  const Market two(Small(2));
+  const Instant time = InstantOf(20261120, 15, 0, 0);
+  const auto a = one.BoardAt(time);
+  const auto b = two.BoardAt(time);
   std::size_t same = 0;
   for (std::size_t i = 0; i < a->stocks.size(); ++i) {
     same += a->stocks[i].last == b->stocks[i].last ? 1U : 0U;
@@ -81,43 +81,43 @@ TEST(Determinism, anotherSeedIsAnotherMarket) {
 }
 
 TEST(Determinism, aTickLastsThreeSeconds) {
-  const Market market(small(3));
-  const Instant time = instant_of(20261120, 10, 0, 3);
-  const auto tick = market.board(time);
-  EXPECT_EQ(market.board(time + 2.9)->stocks, tick->stocks);
-  EXPECT_NE(market.board(time + 3)->stocks, tick->stocks);
+  const Market market(Small(3));
+  const Instant time = InstantOf(20261120, 10, 0, 3);
+  const auto tick = market.BoardAt(time);
+  EXPECT_EQ(market.BoardAt(time + 2.9)->stocks, tick->stocks);
+  EXPECT_NE(market.BoardAt(time + 3)->stocks, tick->stocks);
   EXPECT_EQ(tick->time, time);
 }
 
 TEST(Determinism, manyThreadsSeeOneMarket) {
-  const Market market(small(12));
-  const auto times = trading_instants();
-  const Market alone(small(12));
+  const Market market(Small(12));
+  const auto times = TradingInstants();
+  const Market alone(Small(12));
   std::vector<std::uint64_t> expected;
   std::vector<std::vector<MarketEvent>> events;
   for (const Instant time : times) {
-    expected.push_back(checksum(*alone.board(time)));
-    events.push_back(alone.events(date_of(time), time));
+    expected.push_back(Checksum(*alone.BoardAt(time)));
+    events.push_back(alone.Events(DateOf(time), time));
   }
   const auto candles =
-      alone.candles(*alone.find("sh600000"), Period::week, Adjustment::forward, 20261120).size();
+      alone.Candles(*alone.Find("sh600000"), Period::kWeek, Adjustment::kForward, 20261120).size();
   std::atomic<int> wrong{0};
   std::vector<std::thread> threads;
   for (std::size_t t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       for (std::size_t i = 0; i < times.size() * 2; ++i) {
         const std::size_t k = (i + t) % times.size();
-        wrong += checksum(*market.board(times[k])) == expected[k] ? 0 : 1;
-        wrong += market.breadth(date_of(times[k]), times[k]).empty() ? 1 : 0;
-        wrong += market.events(date_of(times[k]), times[k]) == events[k] ? 0 : 1;
-        wrong += market.quote(*market.find("sz000001"), times[k]).last > 0 ? 0 : 1;
+        wrong += Checksum(*market.BoardAt(times[k])) == expected[k] ? 0 : 1;
+        wrong += market.BreadthOn(DateOf(times[k]), times[k]).empty() ? 1 : 0;
+        wrong += market.Events(DateOf(times[k]), times[k]) == events[k] ? 0 : 1;
+        wrong += market.QuoteOf(*market.Find("sz000001"), times[k]).last > 0 ? 0 : 1;
         wrong +=
-            market.candles(*market.find("sh600000"), Period::week, Adjustment::forward, 20261120).size() ==
+            market.Candles(*market.Find("sh600000"), Period::kWeek, Adjustment::kForward, 20261120).size() ==
                     candles
                 ? 0
                 : 1;
         wrong +=
-            market.candles(*market.find("sh000016"), Period::month, Adjustment::none, 20160301).size() == 15
+            market.Candles(*market.Find("sh000016"), Period::kMonth, Adjustment::kNone, 20160301).size() == 15
                 ? 0
                 : 1;
       }
@@ -130,36 +130,37 @@ TEST(Determinism, manyThreadsSeeOneMarket) {
 }
 
 TEST(Determinism, readingOfThePastChangesNothing) {
-  const Instant time = instant_of(20261120, 10, 0, 3);
-  const Market market(small(15));
-  const auto board = market.board(time);
-  const auto breadth = market.breadth(20261120, time);
-  const Market reader(small(15));
+  const Instant time = InstantOf(20261120, 10, 0, 3);
+  const Market market(Small(15));
+  const auto board = market.BoardAt(time);
+  const auto breadth = market.BreadthOn(20261120, time);
+  const Market reader(Small(15));
   for (const Date date : {20261119u, 20261118u, 20261117u, 20261119u}) {
     for (const char* code : {"sh000001", "bk1005", "sz300001"}) {
-      const MinuteLine line = reader.minute_line(*reader.find(code), date, time);
-      EXPECT_EQ(line.points, market.minute_line(*market.find(code), date, instant_of(date, 16, 0, 0)).points)
+      const MinuteLine line = reader.MinuteLineOf(*reader.Find(code), date, time);
+      EXPECT_EQ(line.points, market.MinuteLineOf(*market.Find(code), date, InstantOf(date, 16, 0, 0)).points)
           << code << " " << date;
     }
-    EXPECT_EQ(reader.distribution(date, time), market.distribution(date, instant_of(date, 16, 0, 0))) << date;
-    EXPECT_EQ(reader.breadth(date, time), market.breadth(date, instant_of(date, 16, 0, 0))) << date;
-    EXPECT_EQ(reader.events(date, time), market.events(date, instant_of(date, 16, 0, 0))) << date;
-    EXPECT_EQ(checksum(*reader.board(time)), checksum(*board)) << date;
-    EXPECT_EQ(reader.breadth(20261120, time), breadth) << date;
+    EXPECT_EQ(reader.DistributionOn(date, time), market.DistributionOn(date, InstantOf(date, 16, 0, 0)))
+        << date;
+    EXPECT_EQ(reader.BreadthOn(date, time), market.BreadthOn(date, InstantOf(date, 16, 0, 0))) << date;
+    EXPECT_EQ(reader.Events(date, time), market.Events(date, InstantOf(date, 16, 0, 0))) << date;
+    EXPECT_EQ(Checksum(*reader.BoardAt(time)), Checksum(*board)) << date;
+    EXPECT_EQ(reader.BreadthOn(20261120, time), breadth) << date;
   }
 }
 
 TEST(Determinism, manyThreadsShareTheHistoryOfTheIndices) {
-  const Instant time = instant_of(20261120, 16, 0, 0);
-  const Market alone(small(13));
-  const auto expected = alone.candles(*alone.find("sh000016"), Period::week, Adjustment::none, 20261120);
-  const Market market(small(13));
-  std::thread history([&] { market.prepare_history(time); });
+  const Instant time = InstantOf(20261120, 16, 0, 0);
+  const Market alone(Small(13));
+  const auto expected = alone.Candles(*alone.Find("sh000016"), Period::kWeek, Adjustment::kNone, 20261120);
+  const Market market(Small(13));
+  std::thread history([&] { market.PrepareHistory(time); });
   std::vector<std::vector<Candle>> seen(3);
   std::vector<std::thread> threads;
   for (auto& candles : seen) {
     threads.emplace_back([&] {
-      candles = market.candles(*market.find("sh000016"), Period::week, Adjustment::none, 20261120);
+      candles = market.Candles(*market.Find("sh000016"), Period::kWeek, Adjustment::kNone, 20261120);
     });
   }
   history.join();
@@ -175,7 +176,7 @@ TEST(Determinism, allThreadsThatMakeHistoryEndWhenTheMarketCeases) {
   Options whole;
   whole.seed = 14;
   const Market market(whole);
-  const Instant time = instant_of(20261120, 16, 0, 0);
+  const Instant time = InstantOf(20261120, 16, 0, 0);
   std::atomic<int> ended{0};
   const auto make = [&](const auto& work) {
     try {
@@ -184,17 +185,17 @@ TEST(Determinism, allThreadsThatMakeHistoryEndWhenTheMarketCeases) {
       ++ended;
     }
   };
-  std::thread history([&] { make([&] { market.prepare_history(time); }); });
+  std::thread history([&] { make([&] { market.PrepareHistory(time); }); });
   std::thread request([&] {
-    make([&] { (void)market.candles(*market.find("sz399001"), Period::day, Adjustment::none, 20261120); });
+    make([&] { (void)market.Candles(*market.Find("sz399001"), Period::kDay, Adjustment::kNone, 20261120); });
   });
-  market.cease();
+  market.Cease();
   history.join();
   request.join();
   EXPECT_EQ(ended, 2);
-  EXPECT_THROW(market.prepare_history(time), Ceased);
-  EXPECT_THROW((void)market.minute_line(*market.find("sh000001"), 20261119, time), Ceased);
-  EXPECT_GT(market.quote(*market.find("sh600000"), time).last, 0) << "what is quick is answered still";
+  EXPECT_THROW(market.PrepareHistory(time), Ceased);
+  EXPECT_THROW((void)market.MinuteLineOf(*market.Find("sh000001"), 20261119, time), Ceased);
+  EXPECT_GT(market.QuoteOf(*market.Find("sh600000"), time).last, 0) << "what is quick is answered still";
 }
 
 }  // namespace

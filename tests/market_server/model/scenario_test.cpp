@@ -9,18 +9,18 @@ namespace market_server::model {
 namespace {
 
 constexpr Date kScripted = 20261118;
-const Instant kClose = instant_of(kScripted, 15, 0, 0);
+const Instant kClose = InstantOf(kScripted, 15, 0, 0);
 
 struct Share {
   double limit_up = 0, limit_down = 0, within_half_percent = 0, average = 0;
 };
 
-Share share_of(const Market& market, Instant time) {
+Share ShareOf(const Market& market, Instant time) {
   Share out;
   double count = 0;
-  const auto board = market.board(time);
+  const auto board = market.BoardAt(time);
   for (const Quote& q : board->stocks) {
-    if (trades(q.status) && q.status != Status::new_listing) {
+    if (Trades(q.status) && q.status != Status::kNewListing) {
       ++count;
       out.limit_up += q.last == q.limit_up;
       out.limit_down += q.last == q.limit_down;
@@ -32,40 +32,41 @@ Share share_of(const Market& market, Instant time) {
 }
 
 TEST(Scenario, namesAreReadAsTheyAreWritten) {
-  ASSERT_EQ(scenario_names().size(), 6u);
-  for (std::size_t i = 0; i < scenario_names().size(); ++i) {
-    EXPECT_EQ(scenario_named(scenario_names()[i]), static_cast<Scenario>(i));
+  ASSERT_EQ(ScenarioNames().size(), 6u);
+  for (std::size_t i = 0; i < ScenarioNames().size(); ++i) {
+    EXPECT_EQ(ScenarioNamed(ScenarioNames()[i]), static_cast<Scenario>(i));
   }
-  EXPECT_EQ(scenario_named("crash"), Scenario::crash);
-  EXPECT_EQ(scenario_named("limit-up"), Scenario::limit_up);
-  EXPECT_EQ(scenario_named("Crash"), std::nullopt);
-  EXPECT_EQ(scenario_named(""), std::nullopt);
+  EXPECT_EQ(ScenarioNamed("crash"), Scenario::kCrash);
+  EXPECT_EQ(ScenarioNamed("limit-up"), Scenario::kLimitUp);
+  EXPECT_EQ(ScenarioNamed("Crash"), std::nullopt);
+  EXPECT_EQ(ScenarioNamed(""), std::nullopt);
 }
 
 TEST(Scenario, aCrashTakesTheWholeMarketDown) {
   for (const std::uint64_t seed : {1U, 2U, 3U}) {
-    const Market market(small(seed, Scenario::crash, kScripted));
-    EXPECT_LT(market.quote(*market.find("sh000001"), kClose).change, -6);
-    const Share share = share_of(market, kClose);
+    const Market market(Small(seed, Scenario::kCrash, kScripted));
+    EXPECT_LT(market.QuoteOf(*market.Find("sh000001"), kClose).change, -6);
+    const Share share = ShareOf(market, kClose);
     EXPECT_GT(share.limit_down, 0.08);
     EXPECT_LT(share.average, -6);
-    EXPECT_GT(market.distribution(kScripted, kClose).down, market.distribution(kScripted, kClose).up * 20);
+    EXPECT_GT(market.DistributionOn(kScripted, kClose).down,
+              market.DistributionOn(kScripted, kClose).up * 20);
   }
 }
 
 TEST(Scenario, aLimitUpDayTakesItUp) {
   for (const std::uint64_t seed : {1U, 2U, 3U}) {
-    const Market market(small(seed, Scenario::limit_up, kScripted));
-    EXPECT_GT(market.quote(*market.find("sh000001"), kClose).change, 4.5);
-    EXPECT_GT(share_of(market, kClose).limit_up, 0.06);
+    const Market market(Small(seed, Scenario::kLimitUp, kScripted));
+    EXPECT_GT(market.QuoteOf(*market.Find("sh000001"), kClose).change, 4.5);
+    EXPECT_GT(ShareOf(market, kClose).limit_up, 0.06);
   }
 }
 
 TEST(Scenario, aCalmDayHardlyMoves) {
   for (const std::uint64_t seed : {1U, 2U, 3U}) {
-    const Market market(small(seed, Scenario::calm, kScripted));
-    EXPECT_LT(std::abs(market.quote(*market.find("sh000001"), kClose).change), 0.3);
-    const Share share = share_of(market, kClose);
+    const Market market(Small(seed, Scenario::kCalm, kScripted));
+    EXPECT_LT(std::abs(market.QuoteOf(*market.Find("sh000001"), kClose).change), 0.3);
+    const Share share = ShareOf(market, kClose);
     EXPECT_GT(share.within_half_percent, 0.9);
     EXPECT_EQ(share.limit_up, 0);
     EXPECT_EQ(share.limit_down, 0);
@@ -73,42 +74,42 @@ TEST(Scenario, aCalmDayHardlyMoves) {
 }
 
 TEST(Scenario, aScriptedDayFitsBetweenItsNeighbours) {
-  const Market market(small(4, Scenario::crash, kScripted));
-  const auto before = market.board(instant_of(previous_trading_day(kScripted), 15, 0, 0));
-  const auto after = market.board(instant_of(next_trading_day(kScripted), 15, 0, 0));
-  const auto day = market.board(kClose);
+  const Market market(Small(4, Scenario::kCrash, kScripted));
+  const auto before = market.BoardAt(InstantOf(PreviousTradingDay(kScripted), 15, 0, 0));
+  const auto after = market.BoardAt(InstantOf(NextTradingDay(kScripted), 15, 0, 0));
+  const auto day = market.BoardAt(kClose);
   for (std::size_t i = 0; i < before->stocks.size(); ++i) {
     const auto own = std::find_if(day->stocks.begin(), day->stocks.end(),
                                   [&](const Quote& q) { return q.security == before->stocks[i].security; });
     EXPECT_EQ(own->preclose, before->stocks[i].last) << own->security->code;
   }
-  EXPECT_GT(share_of(market, after->time).average, -4);
+  EXPECT_GT(ShareOf(market, after->time).average, -4);
 }
 
 TEST(Scenario, theFeedIsDownForHalfADay) {
-  const Market market(small(1, Scenario::outage, kScripted));
-  EXPECT_FALSE(market.feed_down(instant_of(kScripted, 9, 59, 59)));
-  EXPECT_TRUE(market.feed_down(instant_of(kScripted, 10, 0, 0)));
-  EXPECT_TRUE(market.feed_down(instant_of(kScripted, 12, 59, 59)));
-  EXPECT_FALSE(market.feed_down(instant_of(kScripted, 13, 0, 0)));
-  EXPECT_FALSE(market.feed_down(instant_of(next_trading_day(kScripted), 10, 30, 0)));
-  EXPECT_EQ(market.feed_time(instant_of(kScripted, 11, 0, 0)), instant_of(kScripted, 10, 0, 0));
-  EXPECT_EQ(market.feed_time(instant_of(kScripted, 14, 0, 0)), instant_of(kScripted, 14, 0, 0));
+  const Market market(Small(1, Scenario::kOutage, kScripted));
+  EXPECT_FALSE(market.FeedDown(InstantOf(kScripted, 9, 59, 59)));
+  EXPECT_TRUE(market.FeedDown(InstantOf(kScripted, 10, 0, 0)));
+  EXPECT_TRUE(market.FeedDown(InstantOf(kScripted, 12, 59, 59)));
+  EXPECT_FALSE(market.FeedDown(InstantOf(kScripted, 13, 0, 0)));
+  EXPECT_FALSE(market.FeedDown(InstantOf(NextTradingDay(kScripted), 10, 30, 0)));
+  EXPECT_EQ(market.FeedTime(InstantOf(kScripted, 11, 0, 0)), InstantOf(kScripted, 10, 0, 0));
+  EXPECT_EQ(market.FeedTime(InstantOf(kScripted, 14, 0, 0)), InstantOf(kScripted, 14, 0, 0));
 }
 
 TEST(Scenario, otherDaysHaveNoOutage) {
-  const Market market(small(1));
-  EXPECT_FALSE(market.feed_down(instant_of(kScripted, 10, 30, 0)));
-  EXPECT_EQ(market.feed_time(instant_of(kScripted, 10, 30, 0)), instant_of(kScripted, 10, 30, 0));
+  const Market market(Small(1));
+  EXPECT_FALSE(market.FeedDown(InstantOf(kScripted, 10, 30, 0)));
+  EXPECT_EQ(market.FeedTime(InstantOf(kScripted, 10, 30, 0)), InstantOf(kScripted, 10, 30, 0));
 }
 
 TEST(Scenario, theHeadlineStockIsSuspendedForTheDay) {
-  const Market market(small(1, Scenario::suspended, kScripted));
-  const Security& stock = *market.find("sh600000");
-  EXPECT_EQ(market.quote(stock, kClose).status, Status::suspended);
-  EXPECT_TRUE(trades(market.quote(stock, instant_of(previous_trading_day(kScripted), 15, 0, 0)).status));
-  EXPECT_TRUE(trades(market.quote(stock, instant_of(next_trading_day(kScripted), 15, 0, 0)).status));
-  const auto candles = market.candles(stock, Period::day, Adjustment::none, 20261120);
+  const Market market(Small(1, Scenario::kSuspended, kScripted));
+  const Security& stock = *market.Find("sh600000");
+  EXPECT_EQ(market.QuoteOf(stock, kClose).status, Status::kSuspended);
+  EXPECT_TRUE(Trades(market.QuoteOf(stock, InstantOf(PreviousTradingDay(kScripted), 15, 0, 0)).status));
+  EXPECT_TRUE(Trades(market.QuoteOf(stock, InstantOf(NextTradingDay(kScripted), 15, 0, 0)).status));
+  const auto candles = market.Candles(stock, Period::kDay, Adjustment::kNone, 20261120);
   EXPECT_TRUE(
       std::none_of(candles.begin(), candles.end(), [](const Candle& c) { return c.date == kScripted; }));
 }
@@ -117,21 +118,21 @@ TEST(Scenario, everyScenarioHoldsForEveryPositionOfItsDay) {
   // Whatever day is scripted, its prices stay within the limits and join the next day's.
   for (const Date date : {20150105u, 20150106u, 20200203u, 20271231u, 20261009u}) {
     for (const Scenario scenario :
-         {Scenario::crash, Scenario::limit_up, Scenario::suspended, Scenario::calm}) {
-      const Market market(small(8, scenario, date));
-      const auto day = market.board(instant_of(date, 15, 0, 0));
-      const auto next = market.board(instant_of(next_trading_day(date), 15, 0, 0));
+         {Scenario::kCrash, Scenario::kLimitUp, Scenario::kSuspended, Scenario::kCalm}) {
+      const Market market(Small(8, scenario, date));
+      const auto day = market.BoardAt(InstantOf(date, 15, 0, 0));
+      const auto next = market.BoardAt(InstantOf(NextTradingDay(date), 15, 0, 0));
       EXPECT_EQ(day->date, date);
       std::size_t row = 0;
       for (const Quote& q : day->stocks) {
         while (next->stocks[row].security != q.security) {
           ++row;
         }
-        if (next->stocks[row].status != Status::ex_rights) {
-          EXPECT_EQ(next->stocks[row].preclose, q.last) << at(*q.security, q.time);
+        if (next->stocks[row].status != Status::kExRights) {
+          EXPECT_EQ(next->stocks[row].preclose, q.last) << At(*q.security, q.time);
         }
         if (q.limit_up > 0) {
-          EXPECT_LE(q.high, q.limit_up) << at(*q.security, q.time);
+          EXPECT_LE(q.high, q.limit_up) << At(*q.security, q.time);
         }
       }
     }
@@ -139,11 +140,11 @@ TEST(Scenario, everyScenarioHoldsForEveryPositionOfItsDay) {
 }
 
 TEST(Scenario, aDateThatIsNoTradingDayScriptsNothing) {
-  const Market plain(small(6));
+  const Market plain(Small(6));
   for (const Date date : {0u, 20261121u, 20261001u, 20991231u}) {
-    const Market market(small(6, Scenario::crash, date));
-    const auto a = plain.board(instant_of(20261120, 15, 0, 0));
-    const auto b = market.board(instant_of(20261120, 15, 0, 0));
+    const Market market(Small(6, Scenario::kCrash, date));
+    const auto a = plain.BoardAt(InstantOf(20261120, 15, 0, 0));
+    const auto b = market.BoardAt(InstantOf(20261120, 15, 0, 0));
     ASSERT_EQ(a->stocks.size(), b->stocks.size());
     for (std::size_t i = 0; i < a->stocks.size(); ++i) {
       EXPECT_EQ(a->stocks[i].last, b->stocks[i].last);

@@ -10,7 +10,7 @@
 
 namespace market_server::model {
 
-[[nodiscard]] inline Options small(std::uint64_t seed, Scenario scenario = Scenario::none,
+[[nodiscard]] inline Options Small(std::uint64_t seed, Scenario scenario = Scenario::kNone,
                                    Date scripted = 0) {
   Options options;
   options.seed = seed;
@@ -21,9 +21,9 @@ namespace market_server::model {
 }
 
 // A few stocks of every board, headline and young ones among them.
-[[nodiscard]] inline std::vector<const Security*> some_stocks(const Market& market, Instant time,
-                                                              std::size_t step = 23) {
-  const auto all = market.stocks(time);
+[[nodiscard]] inline std::vector<const Security*> SomeStocks(const Market& market, Instant time,
+                                                             std::size_t step = 23) {
+  const auto all = market.Stocks(time);
   std::vector<const Security*> out;
   for (std::size_t i = 0; i < all.size(); i += step) {
     out.push_back(all[i]);
@@ -33,31 +33,31 @@ namespace market_server::model {
 
 // Within trading, on the edge of a minute and inside one, in the auction, at lunch, after the close, at
 // night, at the weekend, on a holiday; in calm years and others.
-[[nodiscard]] inline std::vector<Instant> instants_of_all_kinds() {
+[[nodiscard]] inline std::vector<Instant> InstantsOfAllKinds() {
   return {
-      instant_of(20160107, 10, 3, 17),      instant_of(20180525, 9, 30, 2),  instant_of(20200703, 14, 59, 58),
-      instant_of(20230615, 11, 15, 0),      instant_of(20261120, 13, 0, 0),  instant_of(20261120, 9, 20, 31),
-      instant_of(20261120, 9, 27, 0),       instant_of(20240619, 12, 5, 0),  instant_of(20190809, 15, 0, 0),
-      instant_of(20211014, 22, 41, 9),      instant_of(20221112, 10, 30, 0), instant_of(20251003, 14, 0, 0),
-      instant_of(20270609, 3, 0, 0) + 0.75,
+      InstantOf(20160107, 10, 3, 17),      InstantOf(20180525, 9, 30, 2),  InstantOf(20200703, 14, 59, 58),
+      InstantOf(20230615, 11, 15, 0),      InstantOf(20261120, 13, 0, 0),  InstantOf(20261120, 9, 20, 31),
+      InstantOf(20261120, 9, 27, 0),       InstantOf(20240619, 12, 5, 0),  InstantOf(20190809, 15, 0, 0),
+      InstantOf(20211014, 22, 41, 9),      InstantOf(20221112, 10, 30, 0), InstantOf(20251003, 14, 0, 0),
+      InstantOf(20270609, 3, 0, 0) + 0.75,
   };
 }
 
 // Instants of open trading only.
-[[nodiscard]] inline std::vector<Instant> trading_instants() {
-  return {instant_of(20160107, 10, 3, 17), instant_of(20200703, 14, 59, 58), instant_of(20230615, 11, 15, 0),
-          instant_of(20261120, 13, 47, 41)};
+[[nodiscard]] inline std::vector<Instant> TradingInstants() {
+  return {InstantOf(20160107, 10, 3, 17), InstantOf(20200703, 14, 59, 58), InstantOf(20230615, 11, 15, 0),
+          InstantOf(20261120, 13, 47, 41)};
 }
 
-[[nodiscard]] inline std::int64_t in_cents(double price) {
+[[nodiscard]] inline std::int64_t InCents(double price) {
   return std::llround(price * 100);
 }
 
 // What a failing expectation names.
-[[nodiscard]] inline std::string at(const Security& security, Instant time) {
-  return security.code + " " + security.name + " at " + std::to_string(date_of(time)) + " " +
-         std::to_string(second_of_day(time) / 3600) + ":" + std::to_string(second_of_day(time) / 60 % 60) +
-         ":" + std::to_string(second_of_day(time) % 60);
+[[nodiscard]] inline std::string At(const Security& security, Instant time) {
+  return security.code + " " + security.name + " at " + std::to_string(DateOf(time)) + " " +
+         std::to_string(SecondOfDay(time) / 3600) + ":" + std::to_string(SecondOfDay(time) / 60 % 60) + ":" +
+         std::to_string(SecondOfDay(time) % 60);
 }
 
 }  // namespace market_server::model

@@ -13,7 +13,7 @@ namespace market_server::model {
 namespace {
 
 // How the characters are read, written down independently of the initials in the tables.
-const std::map<std::string, std::string>& readings() {
+const std::map<std::string, std::string>& Readings() {
   static const std::map<std::string, std::string> table{
       {"澜", "lan"},    {"珩", "heng"},  {"栩", "xu"},    {"翊", "yi"},     {"昀", "yun"},   {"熠", "yi"},
       {"岚", "lan"},    {"嵘", "rong"},  {"沐", "mu"},    {"泓", "hong"},   {"湛", "zhan"},  {"朔", "shuo"},
@@ -83,7 +83,7 @@ const std::map<std::string, std::string>& readings() {
 }
 
 // The characters of a UTF-8 text.
-std::vector<std::string> characters(const std::string& text) {
+std::vector<std::string> Characters(const std::string& text) {
   std::vector<std::string> out;
   for (const char c : text) {
     if ((static_cast<unsigned char>(c) & 0xc0U) != 0x80U) {
@@ -94,31 +94,31 @@ std::vector<std::string> characters(const std::string& text) {
   return out;
 }
 
-std::string initials_of(const std::string& name) {
+std::string InitialsOf(const std::string& name) {
   std::string out;
-  for (const std::string& character : characters(name)) {
+  for (const std::string& character : Characters(name)) {
     if (character.size() == 1) {
       out += character;
       continue;
     }
-    const auto found = readings().find(character);
-    out += found == readings().end() ? "?" : std::string(1, static_cast<char>(found->second[0] - 'a' + 'A'));
+    const auto found = Readings().find(character);
+    out += found == Readings().end() ? "?" : std::string(1, static_cast<char>(found->second[0] - 'a' + 'A'));
   }
   return out;
 }
 
-const Market& full_market() {
+const Market& FullMarket() {
   static const Market& market = *new Market();
   return market;
 }
-const Instant kNow = instant_of(20261120, 10, 0, 0);
+const Instant kNow = InstantOf(20261120, 10, 0, 0);
 
 TEST(Universe, everyNameHasItsPinyinInitials) {
-  const Market& market = full_market();
+  const Market& market = FullMarket();
   const auto check = [](const Security& security) {
-    EXPECT_EQ(security.pinyin, initials_of(security.name)) << security.code << " " << security.name;
+    EXPECT_EQ(security.pinyin, InitialsOf(security.name)) << security.code << " " << security.name;
   };
-  for (const Security* stock : market.stocks(kNow)) {
+  for (const Security* stock : market.Stocks(kNow)) {
     check(*stock);
   }
   for (const Security& index : market.indices()) {
@@ -130,16 +130,16 @@ TEST(Universe, everyNameHasItsPinyinInitials) {
 }
 
 TEST(Universe, hasAboutFiveThousandFourHundredStocks) {
-  const std::size_t count = full_market().stocks(kNow).size();
+  const std::size_t count = FullMarket().Stocks(kNow).size();
   EXPECT_GE(count, 5250u);
   EXPECT_LE(count, 5550u);
 }
 
 TEST(Universe, growsWithTheYears) {
-  const Market& market = full_market();
+  const Market& market = FullMarket();
   std::size_t before = 0;
   for (const Date date : {20150105u, 20180105u, 20210105u, 20240105u, 20270105u}) {
-    const std::size_t count = market.stocks(instant_of(date, 10, 0, 0)).size();
+    const std::size_t count = market.Stocks(InstantOf(date, 10, 0, 0)).size();
     EXPECT_GT(count, before + 100) << date;
     before = count;
   }
@@ -147,24 +147,24 @@ TEST(Universe, growsWithTheYears) {
 
 TEST(Universe, stocksBearTheCodesAndTextsOfTheirBoards) {
   std::map<Board, int> counts;
-  for (const Security* stock : full_market().stocks(kNow)) {
+  for (const Security* stock : FullMarket().Stocks(kNow)) {
     const std::string range = stock->code.substr(0, 5);
-    Board board = Board::none;
+    Board board = Board::kNone;
     std::string text;
     if (range == "sh600" || range == "sh601" || range == "sh603" || range == "sh605") {
-      board = Board::shanghai_main;
+      board = Board::kShanghaiMain;
       text = "MB";
     } else if (range == "sh688") {
-      board = Board::star;
+      board = Board::kStar;
       text = "STAR";
     } else if (range == "sz000" || range == "sz001") {
-      board = Board::shenzhen_main;
+      board = Board::kShenzhenMain;
       text = "MB";
     } else if (range == "sz002") {
-      board = Board::sme;
+      board = Board::kSme;
       text = "SME";
     } else if (range == "sz300" || range == "sz301") {
-      board = Board::growth;
+      board = Board::kGrowth;
       text = "GEM";
     }
     EXPECT_EQ(stock->code.size(), 8u) << stock->code;
@@ -175,19 +175,19 @@ TEST(Universe, stocksBearTheCodesAndTextsOfTheirBoards) {
     EXPECT_EQ(stock->board_text, text) << stock->code;
     ++counts[board];
   }
-  EXPECT_GT(counts[Board::shanghai_main], 1500);
-  EXPECT_GT(counts[Board::star], 500);
-  EXPECT_GT(counts[Board::shenzhen_main], 400);
-  EXPECT_GT(counts[Board::sme], 900);
-  EXPECT_GT(counts[Board::growth], 1400);
+  EXPECT_GT(counts[Board::kShanghaiMain], 1500);
+  EXPECT_GT(counts[Board::kStar], 500);
+  EXPECT_GT(counts[Board::kShenzhenMain], 400);
+  EXPECT_GT(counts[Board::kSme], 900);
+  EXPECT_GT(counts[Board::kGrowth], 1400);
 }
 
 TEST(Universe, codesAndNamesAreUniqueAndCodesAscend) {
-  const auto stocks = full_market().stocks(kNow);
+  const auto stocks = FullMarket().Stocks(kNow);
   std::set<std::string> names;
   for (const Security* stock : stocks) {
     EXPECT_TRUE(names.insert(stock->name).second) << stock->name;
-    const std::size_t length = characters(stock->name).size();
+    const std::size_t length = Characters(stock->name).size();
     EXPECT_GE(length, 2u) << stock->name;
     EXPECT_LE(length, 4u) << stock->name;
   }
@@ -199,38 +199,38 @@ TEST(Universe, codesAndNamesAreUniqueAndCodesAscend) {
 }
 
 TEST(Universe, anyCaseOfACodeFindsIt) {
-  const Market& market = full_market();
-  ASSERT_NE(market.find("sh600000"), nullptr);
-  EXPECT_EQ(market.find("SH600000"), market.find("sh600000"));
-  EXPECT_EQ(market.find("Bk1001"), market.find("bk1001"));
-  EXPECT_EQ(market.find("sh999999"), nullptr);
-  EXPECT_EQ(market.find(""), nullptr);
+  const Market& market = FullMarket();
+  ASSERT_NE(market.Find("sh600000"), nullptr);
+  EXPECT_EQ(market.Find("SH600000"), market.Find("sh600000"));
+  EXPECT_EQ(market.Find("Bk1001"), market.Find("bk1001"));
+  EXPECT_EQ(market.Find("sh999999"), nullptr);
+  EXPECT_EQ(market.Find(""), nullptr);
   for (const char* code : {"sz000001", "sz300001", "sz002001", "sh688001"}) {
-    ASSERT_NE(market.find(code), nullptr) << code;
-    EXPECT_EQ(market.find(code)->code, code);
+    ASSERT_NE(market.Find(code), nullptr) << code;
+    EXPECT_EQ(market.Find(code)->code, code);
   }
 }
 
 TEST(Universe, theHeadlineIndicesHaveTheirUsualNames) {
-  const Market& market = full_market();
+  const Market& market = FullMarket();
   const std::pair<const char*, const char*> headlines[] = {
       {"sh000001", "上证指数"}, {"sz399001", "深证成指"}, {"sz399006", "创业板指"}};
   for (const auto& [code, name] : headlines) {
-    ASSERT_NE(market.find(code), nullptr) << code;
-    EXPECT_EQ(market.find(code)->name, name);
-    EXPECT_EQ(market.find(code)->kind, Kind::index);
+    ASSERT_NE(market.Find(code), nullptr) << code;
+    EXPECT_EQ(market.Find(code)->name, name);
+    EXPECT_EQ(market.Find(code)->kind, Kind::kIndex);
   }
 }
 
 TEST(Universe, everyExchangeHasTwentyIndicesWithMembersOfItsOwn) {
-  const Market& market = full_market();
+  const Market& market = FullMarket();
   std::map<std::string, int> counts;
   for (const Security& index : market.indices()) {
     const std::string exchange = index.code.substr(0, 2);
     ++counts[exchange];
     EXPECT_EQ(index.code.substr(0, 5), exchange == "sh" ? "sh000" : "sz399");
-    EXPECT_GE(market.members(index).size(), 10u) << index.code;
-    for (const Security* member : market.members(index)) {
+    EXPECT_GE(market.Members(index).size(), 10u) << index.code;
+    for (const Security* member : market.Members(index)) {
       EXPECT_EQ(member->code.substr(0, 2), exchange) << index.code;
     }
   }
@@ -239,9 +239,9 @@ TEST(Universe, everyExchangeHasTwentyIndicesWithMembersOfItsOwn) {
 }
 
 TEST(Universe, theCompositeIndexHoldsItsWholeExchange) {
-  const Market& market = full_market();
-  const auto members = market.members(*market.find("sh000001"));
-  const auto stocks = market.stocks(instant_of(20351231, 16, 0, 0));
+  const Market& market = FullMarket();
+  const auto members = market.Members(*market.Find("sh000001"));
+  const auto stocks = market.Stocks(InstantOf(20351231, 16, 0, 0));
   EXPECT_EQ(static_cast<long>(members.size()),
             std::count_if(stocks.begin(), stocks.end(), [](const Security* s) { return s->code[1] == 'h'; }));
 }
@@ -250,7 +250,7 @@ TEST(Universe, hasPlatesOfThreeKinds) {
   std::map<int, int> counts;
   std::set<std::string> codes;
   std::set<std::string> names;
-  for (const Security& plate : full_market().plates()) {
+  for (const Security& plate : FullMarket().plates()) {
     ++counts[plate.plate_kind];
     EXPECT_EQ(plate.code.substr(0, 2), "bk");
     EXPECT_TRUE(codes.insert(plate.code).second) << plate.code;
@@ -263,20 +263,20 @@ TEST(Universe, hasPlatesOfThreeKinds) {
 }
 
 TEST(Universe, everyStockIsInOneIndustryAndSeveralConcepts) {
-  const Market& market = full_market();
-  for (const Security* stock : market.stocks(kNow)) {
-    EXPECT_EQ(market.plates_of(*stock, 1).size(), 1u) << stock->code;
-    EXPECT_GE(market.plates_of(*stock, 3).size(), 2u) << stock->code;
-    EXPECT_EQ(market.plates_of(*stock, 2).size(), 1u) << stock->code;
+  const Market& market = FullMarket();
+  for (const Security* stock : market.Stocks(kNow)) {
+    EXPECT_EQ(market.PlatesOf(*stock, 1).size(), 1u) << stock->code;
+    EXPECT_GE(market.PlatesOf(*stock, 3).size(), 2u) << stock->code;
+    EXPECT_EQ(market.PlatesOf(*stock, 2).size(), 1u) << stock->code;
   }
 }
 
 TEST(Universe, membersAndPlatesOfAStockAreTheSameRelation) {
-  const Market& market = full_market();
+  const Market& market = FullMarket();
   for (const Security& plate : market.plates()) {
-    EXPECT_FALSE(market.members(plate).empty()) << plate.code;
-    for (const Security* member : market.members(plate)) {
-      const auto plates = market.plates_of(*member, plate.plate_kind);
+    EXPECT_FALSE(market.Members(plate).empty()) << plate.code;
+    for (const Security* member : market.Members(plate)) {
+      const auto plates = market.PlatesOf(*member, plate.plate_kind);
       EXPECT_NE(std::find(plates.begin(), plates.end(), &plate), plates.end())
           << plate.code << " " << member->code;
     }
@@ -284,7 +284,7 @@ TEST(Universe, membersAndPlatesOfAStockAreTheSameRelation) {
 }
 
 TEST(Universe, circulatingSharesAreAPartOfAllShares) {
-  const auto board = full_market().board(kNow);
+  const auto board = FullMarket().BoardAt(kNow);
   for (const Quote& quote : board->stocks) {
     EXPECT_GT(quote.shares, 0u) << quote.security->code;
     EXPECT_LE(quote.shares, quote.tso) << quote.security->code;
@@ -294,32 +294,32 @@ TEST(Universe, circulatingSharesAreAPartOfAllShares) {
 TEST(Universe, someStocksAreSuspendedAndSomeHaveOtherStatuses) {
   std::map<Status, int> counts;
   for (const Date date : {20260608u, 20260618u, 20260703u, 20261120u}) {
-    const auto board = full_market().board(instant_of(date, 10, 0, 0));
+    const auto board = FullMarket().BoardAt(InstantOf(date, 10, 0, 0));
     for (const Quote& quote : board->stocks) {
       ++counts[quote.status];
     }
   }
-  EXPECT_GT(counts[Status::trading], 20000);
-  EXPECT_GT(counts[Status::suspended], 5);
-  EXPECT_GT(counts[Status::ex_rights], 5);
-  EXPECT_GT(counts[Status::halted] + counts[Status::investigated] + counts[Status::delisting], 5);
-  EXPECT_LT(counts[Status::suspended], 300);
+  EXPECT_GT(counts[Status::kTrading], 20000);
+  EXPECT_GT(counts[Status::kSuspended], 5);
+  EXPECT_GT(counts[Status::kExRights], 5);
+  EXPECT_GT(counts[Status::kHalted] + counts[Status::kInvestigated] + counts[Status::kDelisting], 5);
+  EXPECT_LT(counts[Status::kSuspended], 300);
 }
 
 TEST(Universe, listingDatesAreTradingDaysFromTheStartOn) {
-  const Market& market = full_market();
-  for (const Security* stock : market.stocks(instant_of(20351231, 16, 0, 0))) {
-    EXPECT_TRUE(is_trading_day(stock->listed)) << stock->code << " " << stock->listed;
-    EXPECT_TRUE(market.is_listed(*stock, stock->listed));
-    EXPECT_FALSE(market.is_listed(*stock, stock->listed - 1));
+  const Market& market = FullMarket();
+  for (const Security* stock : market.Stocks(InstantOf(20351231, 16, 0, 0))) {
+    EXPECT_TRUE(IsTradingDay(stock->listed)) << stock->code << " " << stock->listed;
+    EXPECT_TRUE(market.IsListed(*stock, stock->listed));
+    EXPECT_FALSE(market.IsListed(*stock, stock->listed - 1));
   }
 }
 
 TEST(Universe, namesDoNotChangeWithTheSeed) {
-  const Market one(small(1));
-  const Market two(small(2));
-  const auto a = one.stocks(kNow);
-  const auto b = two.stocks(kNow);
+  const Market one(Small(1));
+  const Market two(Small(2));
+  const auto a = one.Stocks(kNow);
+  const auto b = two.Stocks(kNow);
   ASSERT_EQ(a.size(), b.size());
   for (std::size_t i = 0; i < a.size(); ++i) {
     EXPECT_EQ(a[i]->code, b[i]->code);
