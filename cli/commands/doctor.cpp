@@ -335,11 +335,11 @@ int Examine(const QueryOptions& options) {
 
 }  // namespace
 
-Runner SetUpDoctor(CLI::App& app) {
+Runner SetUpDoctor(Form& form) {
   const auto options = std::make_shared<QueryOptions>();
-  AddMarketOptions(app, options->session);
-  AddOutputOptions(app, *options);
-  app.footer(kExamples);
+  AddMarketOptions(form, options->session);
+  AddOutputOptions(form, *options);
+  form.footer = kExamples;
   return [options] { return Examine(*options); };
 }
 

@@ -110,6 +110,14 @@ TEST_F(CsmRecord, theUsualServicesServeTheUsualCommands) {
   }
 }
 
+// The end of the recording came between the two words.
+TEST_F(CsmRecord, takesACommandOfTwoWordsForATime) {
+  const Ended ended =
+      RunCsm(Joined({"record", record_, "--for", "5", "rank", "stocks", "--count", "1", "--json"}, kStill));
+  EXPECT_EQ(ended.code, 0) << ended.errors;
+  EXPECT_EQ(Data(RunCsm({"--replay", record_, "rank", "stocks", "--count", "1", "--json"})), Data(ended));
+}
+
 TEST_F(CsmRecord, holdsNeitherKeyNorKeyId) {
   server_.Start();
   const Ended ended = RunCsm({"record", record_, "index", "--count", "1", "--server", server_.url()}, kKey);

@@ -1,4 +1,4 @@
-#include "cli/help_format.h"
+#include "cli/args/help_format.h"
 
 #include <sstream>
 
