@@ -31,12 +31,12 @@ struct Option {
     kFlag,     ///< takes nothing: `take` gets an empty text
   };
 
-  std::string name;  ///< "--rows", or "SYMBOL" for what is typed without a name
-  std::string help;
-  Take take;  ///< called for each text, in their order
+  std::string name{};  ///< "--rows", or "SYMBOL" for what is typed without a name
+  std::string help{};
+  Take take{};  ///< called for each text, in their order
   Kind kind = Kind::kOne;
   std::string value = "TEXT";  ///< what the help calls its text; may be empty
-  std::string standard;        ///< what holds without it, for the help; empty: not said
+  std::string standard{};      ///< what holds without it, for the help; empty: not said
   std::string group{};         ///< title of its part of the help; empty: the usual one
   bool is_required = false;
   std::vector<std::string> excludes{};  ///< names of options that must not stand beside it

@@ -12,11 +12,63 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/args/help_format.h"
 #include "cli/format/text.h"
 
 namespace cli {
 namespace {
+
+constexpr int kHelpLeft = 26;
+constexpr int kHelpWidth = 100;
+
+// `left`, then `text` in lines of its own column.
+std::string HelpEntry(const std::string& left, const std::string& text) {
+  std::string entry = Pad("  " + left, kHelpLeft, Align::kLeft);
+  int column = DisplayWidth(entry);
+  const std::string next_line = "\n" + std::string(kHelpLeft, ' ');
+  if (column > kHelpLeft) {
+    entry += next_line;
+    column = kHelpLeft;
+  }
+  std::istringstream words(text);
+  bool is_first = true;
+  for (std::string word; words >> word;) {
+    const int width = DisplayWidth(word);
+    if (is_first) {
+      is_first = false;
+    } else if (column + 1 + width > kHelpWidth) {
+      entry += next_line;
+      column = kHelpLeft;
+    } else {
+      entry += ' ';
+      ++column;
+    }
+    entry += word;
+    column += width;
+  }
+  return entry + "\n";
+}
+
+// Options and what they take on the left, wrapped sentences on the right.
+class HelpFormat : public CLI::Formatter {
+ public:
+  HelpFormat() { label("SUBCOMMAND", "COMMAND"); }
+
+  std::string make_option(const CLI::Option* option, bool is_positional) const override {
+    std::string left = option->get_name(is_positional, true);
+    if (option->get_type_size() != 0) {
+      left += " " + option->get_type_name();
+    }
+    std::string text = option->get_description();
+    if (!option->get_default_str().empty()) {
+      text += " (default: " + option->get_default_str() + ")";
+    }
+    return HelpEntry(left, text);
+  }
+
+  std::string make_subcommand(const CLI::App* command) const override {
+    return HelpEntry(command->get_name(), command->get_description());
+  }
+};
 
 // Of the commands that were met. A line that is refused in the end may have met several.
 using Runners = std::map<const CLI::App*, Runner>;
