@@ -14,6 +14,7 @@
 #include "cli/main_loop.h"
 #include "cli/options.h"
 #include "cli/output.h"
+#include "cli/reference_run.h"
 #include "cli/session.h"
 #include "cli/usual_services.h"
 #include "host_services/stock_host.h"
@@ -101,6 +102,11 @@ int Record(const RecordOptions& options) {
     code = RecordCommand(options.command);
   }
   const stock_host::Counters counters = stock_host::ReadCounters();
+  if (code == kFine && counters.requests > 0 && counters.succeeded == 0) {
+    Say("the record in " + Printable(options.directory) +
+        " is of no use, no request was answered: " + LoadFailure());
+    return kFailure;
+  }
   if (code != kUsage) {
     Say(std::to_string(counters.recorded) + " exchanges recorded in " + Printable(options.directory));
   }

@@ -148,6 +148,13 @@ TEST_F(CsmRecord, whatWasNeverRecordedFails) {
   EXPECT_NE(ended.errors.find("404"), std::string::npos) << ended.errors;
 }
 
+// Refusals counted as exchanges, and the recording as a success.
+TEST_F(CsmRecord, ofADeadServerFails) {
+  const Ended ended = RunCsm({"record", record_, "--for", "1", "--server", "http://127.0.0.1:1"}, kKey);
+  EXPECT_EQ(ended.code, 1) << ended.errors;
+  EXPECT_NE(ended.errors.find("no request was answered: /pc/"), std::string::npos) << ended.errors;
+}
+
 TEST_F(CsmRecord, refusesADirectoryOfSomethingElse) {
   std::ofstream(directory_.path() + "/letter.txt") << "dear";
   const Ended ended = RunCsm(Joined({"record", directory_.path(), "index", "--count", "1"}, kStill));
