@@ -120,10 +120,10 @@ TEST(QuoteSheet, beginsWithNamePriceAndChange) {
 TEST(QuoteSheet, showsFiguresAndBookOfAStockSideBySide) {
   const auto texts = TextsOf(QuoteSheet(Stock()));
   ASSERT_EQ(texts.size(), 12U);
-  EXPECT_EQ(texts[1], "open               --    vol            1.23亿▴    ask5      10.06          5,000");
-  EXPECT_EQ(texts[2], "high            10.05    amt                --     ask4      10.05          4,000");
+  EXPECT_EQ(texts[1], "open               --   vol            1.23亿▴   ask5      10.06          5,000");
+  EXPECT_EQ(texts[2], "high            10.05   amt                --    ask4      10.05          4,000");
   for (const std::string& text : texts) {
-    EXPECT_LE(DisplayWidth(text), 100) << text;
+    EXPECT_LE(DisplayWidth(text), 80) << text;
     EXPECT_FALSE(text.ends_with(' ')) << text;
   }
 }
@@ -134,8 +134,15 @@ TEST(QuoteSheet, saysThatAStockIsSuspended) {
     quote.status = static_cast<stock::StockStatus>(suspended);
     EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("suspended"), std::string::npos) << suspended;
   }
+}
+
+// "status 5" means nothing to anybody.
+TEST(QuoteSheet, saysThatAStockIsNewOrExRights) {
+  StockMarketItem quote = Stock();
   quote.status = static_cast<stock::StockStatus>(5);
-  EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("status 5"), std::string::npos);
+  EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("newly listed"), std::string::npos);
+  quote.status = static_cast<stock::StockStatus>(6);
+  EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("ex rights"), std::string::npos);
 }
 
 TEST(QuoteSheet, showsTheMembersOfAnIndexInPlaceOfABook) {
