@@ -299,7 +299,7 @@ TEST_F(FeedPanelTest, saysWhyDataAreStaleOrMissing) {
   Arrive({1});
   ExpectReport(PanelState::kLive, "live");
   Fail("timed out");
-  ExpectReport(PanelState::kLive, "live");
+  ExpectReport(PanelState::kStale, "stale, 0 s old: timed out");
   ExpectReport(PanelState::kStale, "stale, 1 min old: timed out", seconds(70));
 }
 
