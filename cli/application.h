@@ -2,18 +2,9 @@
 // Main thread only. Commands are found in command_table.cpp.
 #pragma once
 
-#include <string>
-
-#include "cli/command.h"
+#include "cli/args/parser.h"
 
 namespace cli {
-
-/// A command line that was understood, and of which nothing has been done yet.
-struct UnderstoodLine {
-  Runner run;             ///< does what is asked for; empty when `text` is all there is to it
-  ExitCode code = kFine;  ///< without a runner: how the program ends
-  std::string text;  ///< without a runner: help or version, or, with kUsage, what makes no sense in one line
-};
 
 /// Reads a command line; touches neither files, network nor environment. What a line holds makes it throw
 /// nothing.

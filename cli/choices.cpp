@@ -1,8 +1,5 @@
 #include "cli/choices.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Error.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -38,7 +35,7 @@ std::string_view HelpOf(Choices choices, int number) {
   return Find(choices, number).help;
 }
 
-int NumberOf(Choices choices, std::string_view name, const std::string& option) {
+int NumberOf(Choices choices, std::string_view name) {
   std::string names;
   for (const Choice& choice : choices) {
     if (choice.name == name) {
@@ -46,7 +43,7 @@ int NumberOf(Choices choices, std::string_view name, const std::string& option) 
     }
     names += (names.empty() ? "" : ", ") + std::string(choice.name);
   }
-  throw CLI::ValidationError(option, "\"" + std::string(name) + "\" is none of " + names);
+  throw UsageError("\"" + std::string(name) + "\" is none of " + names);
 }
 
 std::string ListOf(std::string_view title, Choices choices) {
@@ -58,16 +55,14 @@ std::string ListOf(std::string_view title, Choices choices) {
   return text;
 }
 
-CLI::Option* AddChoice(CLI::App& app, const std::string& option, Choices choices,
-                       const std::string& description, std::function<void(int)> take) {
-  return app
-      .add_option_function<std::string>(
-          option,
-          [choices, option, take = std::move(take)](const std::string& name) {
-            take(NumberOf(choices, name, option));
-          },
-          description)
-      ->type_name("NAME");
+void AddChoice(Form& form, const std::string& option, Choices choices, const std::string& description,
+               std::function<void(int)> take, int number) {
+  form.Add(
+      {.name = option,
+       .help = description,
+       .take = [choices, take = std::move(take)](const std::string& name) { take(NumberOf(choices, name)); },
+       .value = "NAME",
+       .standard = std::string(NameOf(choices, number))});
 }
 
 }  // namespace cli

@@ -2,11 +2,12 @@
 // knows. One table of names serves the option, its help and its error text. Main thread only.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <functional>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "cli/command.h"
 
 namespace cli {
 
@@ -28,25 +29,24 @@ using Choices = std::span<const Choice>;
 /// What is said about `number`; empty when there is none.
 [[nodiscard]] std::string_view HelpOf(Choices choices, int number);
 
-/// The number of `name`. Throws CLI::ValidationError in the name of `option`, with all right names, when
-/// there is none.
-[[nodiscard]] int NumberOf(Choices choices, std::string_view name, const std::string& option);
+/// The number of `name`. Throws UsageError, with all right names, when there is none.
+[[nodiscard]] int NumberOf(Choices choices, std::string_view name);
 
 /// "TITLE:", then a line for each choice; for the end of a help text.
 [[nodiscard]] std::string ListOf(std::string_view title, Choices choices);
 
-/// Adds an option that takes one of the names and gives its number to `take`. A wrong name is a usage error
-/// that lists the right ones.
-CLI::Option* AddChoice(CLI::App& app, const std::string& option, Choices choices,
-                       const std::string& description, std::function<void(int)> take);
+/// Adds an option that takes one of the names and gives its number to `take`; `number` is the default. A
+/// wrong name is a usage error that lists the right ones.
+void AddChoice(Form& form, const std::string& option, Choices choices, const std::string& description,
+               std::function<void(int)> take, int number);
 
 /// The same into `number`, whose value until then is the default.
 template <class Number>
-CLI::Option* AddChoice(CLI::App& app, const std::string& option, Choices choices,
-                       const std::string& description, Number& number) {
-  return AddChoice(app, option, choices, description,
-                   std::function<void(int)>([&number](int chosen) { number = static_cast<Number>(chosen); }))
-      ->default_str(std::string(NameOf(choices, static_cast<int>(number))));
+void AddChoice(Form& form, const std::string& option, Choices choices, const std::string& description,
+               Number& number) {
+  AddChoice(
+      form, option, choices, description, [&number](int chosen) { number = static_cast<Number>(chosen); },
+      static_cast<int>(number));
 }
 
 }  // namespace cli

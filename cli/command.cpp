@@ -1,27 +1,19 @@
 #include "cli/command.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-#include <cstddef>
-#include <string>
+#include <algorithm>
 
 namespace cli {
 
-std::shared_ptr<const Runners> AddCommands(CLI::App& app, const std::vector<Command>& commands) {
-  const auto runners = std::make_shared<Runners>();
-  for (const Command& command : commands) {
-    CLI::App* const sub = app.add_subcommand(std::string(command.name), std::string(command.summary));
-    sub->group("Commands");
-    sub->preparse_callback(
-        [runners, sub, set_up = command.set_up](std::size_t) { (*runners)[sub] = set_up(*sub); });
+std::size_t CommandWords(const std::vector<Command>& commands, std::span<const std::string> words) {
+  const auto met = std::find_if(commands.begin(), commands.end(), [&](const Command& command) {
+    return !words.empty() && command.name == words.front();
+  });
+  if (met == commands.end()) {
+    return 0;
   }
-  return runners;
-}
-
-Runner SetUpSubcommands(CLI::App& app, const std::vector<Command>& commands) {
-  const std::shared_ptr<const Runners> runners = AddCommands(app, commands);
-  app.require_subcommand(1);
-  return [&app, runners] { return runners->at(app.get_subcommands().front())(); };
+  Form form;
+  static_cast<void>(met->set_up(form));
+  return 1 + CommandWords(form.commands, words.subspan(1));
 }
 
 }  // namespace cli

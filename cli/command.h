@@ -1,12 +1,14 @@
 // What a command of csm is. A new one is a pair of files in commands/ and one line in command_table.cpp.
 #pragma once
 
-#include <CLI/App.hpp>
+#include <cstddef>
 #include <functional>
-#include <map>
-#include <memory>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
+
+#include "cli/args/option.h"
 
 namespace cli {
 
@@ -17,22 +19,33 @@ enum ExitCode : int { kFine = 0, kFailure = 1, kUsage = 2 };
 /// a text for a person for a failure.
 using Runner = std::function<int()>;
 
+struct Form;
+
 struct Command {
   std::string_view name;
   std::string_view summary;
-  /// Adds the command's options to `app`. They may be written to until the runner is called.
-  Runner (*set_up)(CLI::App& app);
+  /// Says what the command takes. What its options write to lives as long as the runner. A command that is
+  /// nothing without one of its own commands has no runner.
+  Runner (*set_up)(Form& form);
 };
 
-/// Of the commands that were met, each with its options.
-using Runners = std::map<const CLI::App*, Runner>;
+/// What a command takes, and how its help ends.
+struct Form {
+  std::vector<Option> options;
+  std::string footer;
+  std::vector<Command> commands;  ///< one of them has to follow
+  /// Called when all options have been read. Each throws UsageError when they do not go together.
+  std::vector<std::function<void()>> checks;
+  /// Gets what stands behind the options, a command line of its own, and the names of the options that were
+  /// given. Throws UsageError, too.
+  std::function<void(const std::vector<std::string>& rest, const std::vector<std::string>& given)> take_rest;
 
-/// Adds `commands` to `app`, each without its options: those are made, with the runner, when the command is
-/// met. A line that is refused in the end may have met several.
-[[nodiscard]] std::shared_ptr<const Runners> AddCommands(CLI::App& app, const std::vector<Command>& commands);
+  void Add(Option option) { options.push_back(std::move(option)); }
+};
 
-/// Adds `commands` to a command that is nothing without one of them. The runner is that of the chosen one.
-[[nodiscard]] Runner SetUpSubcommands(CLI::App& app, const std::vector<Command>& commands);
+/// How many of the first of `words` name one of `commands`: two of "rank stocks --json", none of "--json".
+[[nodiscard]] std::size_t CommandWords(const std::vector<Command>& commands,
+                                       std::span<const std::string> words);
 
 /// All commands, in the order of the help.
 [[nodiscard]] const std::vector<Command>& Commands();

@@ -25,9 +25,9 @@ struct DailyOptions {
 };
 
 /// Adds --date and the options of every query.
-inline void AddDailyOptions(CLI::App& app, DailyOptions& options) {
-  AddDateOption(app, options.date, "another day than today");
-  AddQueryOptions(app, options.query);
+inline void AddDailyOptions(Form& form, DailyOptions& options) {
+  AddDateOption(form, options.date, "another day than today");
+  AddQueryOptions(form, options.query);
 }
 
 /// The day that a query is about. Throws std::runtime_error when the one that was asked for has no figures.

@@ -1,18 +1,9 @@
 #include "cli/date_option.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <chrono>
 
 namespace cli {
-namespace {
-
-std::string CheckDate(const std::string& text) {
-  return ParseDate(text) ? "" : "it must be a day of the calendar from 1990 to 2099: 20240315 or 2024-03-15";
-}
-
-}  // namespace
 
 std::optional<std::uint32_t> ParseDate(const std::string& text) {
   std::string digits = text;
@@ -29,12 +20,19 @@ std::optional<std::uint32_t> ParseDate(const std::string& text) {
   return day.ok() && date >= 19900101 && date < 21000101 ? std::optional(date) : std::nullopt;
 }
 
-CLI::Option* AddDateOption(CLI::App& app, std::uint32_t& date, const std::string& help) {
-  return app
-      .add_option_function<std::string>(
-          "--date", [&date](const std::string& text) { date = ParseDate(text).value_or(0); }, help)
-      ->type_name("DATE")
-      ->check(CLI::Validator(CheckDate, ""));
+void AddDateOption(Form& form, std::uint32_t& date, const std::string& help) {
+  form.Add({.name = "--date",
+            .help = help,
+            .take =
+                [&date](const std::string& text) {
+                  const std::optional<std::uint32_t> parsed = ParseDate(text);
+                  if (!parsed) {
+                    throw UsageError(
+                        "it must be a day of the calendar from 1990 to 2099: 20240315 or 2024-03-15");
+                  }
+                  date = *parsed;
+                },
+            .value = "DATE"});
 }
 
 }  // namespace cli

@@ -1,10 +1,11 @@
 // Dates on the command line. Pure functions, but for the option that writes to its value.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include "cli/command.h"
 
 namespace cli {
 
@@ -12,7 +13,7 @@ namespace cli {
 /// 2099.
 [[nodiscard]] std::optional<std::uint32_t> ParseDate(const std::string& text);
 
-/// Adds --date to `app`. `date` stays 0, today, unless it is given.
-CLI::Option* AddDateOption(CLI::App& app, std::uint32_t& date, const std::string& help);
+/// Adds --date to `form`. `date` stays 0, today, unless it is given.
+void AddDateOption(Form& form, std::uint32_t& date, const std::string& help);
 
 }  // namespace cli

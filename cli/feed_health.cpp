@@ -14,18 +14,21 @@ FeedHealth::FeedHealth(std::chrono::milliseconds interval, std::chrono::millisec
 void FeedHealth::OnUpdate(Clock::time_point now, std::string nothing) {
   updated_ = now;
   nothing_ = std::move(nothing);
+  request_failed_ = false;
   failure_.clear();
 }
 
 void FeedHealth::Restart() {
   updated_.reset();
   nothing_.clear();
+  request_failed_ = false;
   failure_.clear();
 }
 
 void FeedHealth::OnCounters(const stock_host::EndpointCounters& counters) {
   if (counters.failed > failed_) {
     failure_ = Printable(counters.last_error);
+    request_failed_ = true;
   }
   failed_ = counters.failed;
   under_way_ = counters.requests > counters.succeeded + counters.failed;
@@ -48,7 +51,7 @@ std::optional<std::chrono::milliseconds> FeedHealth::Age(Clock::time_point now) 
 
 bool FeedHealth::IsStale(std::chrono::milliseconds age, bool closed) const {
   if (!closed) {
-    return age > fresh_for_;
+    return age > fresh_for_ || request_failed_;
   }
   const bool asked_seldom = fresh_when_closed_for_ > fresh_for_;
   return age > fresh_when_closed_for_ || (asked_seldom && !failure_.empty());

@@ -15,7 +15,7 @@ namespace cli {
 enum class FeedState {
   kWaiting,  ///< asked, nothing has arrived yet
   kLive,
-  kStale,   ///< older than they should be; the text tells the age and the reason
+  kStale,  ///< older than they should be, or newer ones were asked for in vain; the text tells age and reason
   kClosed,  ///< the market is closed: figures of its last session
   kEmpty,   ///< the answer arrived and has nothing in it
   kFailed,  ///< no data at all; the text tells the reason
@@ -63,6 +63,7 @@ class FeedHealth {
   std::uint64_t failed_ = 0;
   std::uint64_t log_count_ = 0;
   bool under_way_ = false;
+  bool request_failed_ = false;  // since the newest data
   std::string failure_;
 };
 

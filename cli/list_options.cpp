@@ -1,8 +1,5 @@
 #include "cli/list_options.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
 namespace cli {
 
 std::vector<MemberColumn> ListOptions::Columns(const ListLook& look) const {
@@ -18,22 +15,24 @@ std::string ListOptions::Title(const std::string& what) const {
   return what + " " + sort.Title() + ", rows " + RowsText(rows);
 }
 
-void AddPageOptions(CLI::App& app, ListOptions& options) {
-  AddSortOptions(app, options.sort);
-  AddRowsOption(app, options.rows);
+void AddPageOptions(Form& form, ListOptions& options) {
+  AddSortOptions(form, options.sort);
+  AddRowsOption(form, options.rows);
 }
 
-void AddColumnsOption(CLI::App& app, const ListLook& look, ListOptions& options) {
-  app.add_option_function<std::string>(
-         "--columns",
-         [&look, &options](const std::string& names) {
-           // A wrong name is told before anything is started.
-           static_cast<void>(look.Chosen(names));
-           options.column_names = names;
-         },
-         "columns of the table, with commas between them, or all of them: all. Default: those that fit a "
-         "screen")
-      ->type_name("NAMES");
+void AddColumnsOption(Form& form, const ListLook& look, ListOptions& options) {
+  form.Add(
+      {.name = "--columns",
+       .help =
+           "columns of the table, with commas between them, or all of them: all. Default: those that fit a "
+           "screen",
+       .take =
+           [&look, &options](const std::string& names) {
+             // A wrong name is told before anything is started.
+             static_cast<void>(look.Chosen(names));
+             options.column_names = names;
+           },
+       .value = "NAMES"});
 }
 
 }  // namespace cli

@@ -27,8 +27,8 @@ struct ListOptions {
 };
 
 /// Adds --sort, --asc, --desc and --rows; `options.sort.columns` must be set already.
-void AddPageOptions(CLI::App& app, ListOptions& options);
+void AddPageOptions(Form& form, ListOptions& options);
 /// Adds --columns.
-void AddColumnsOption(CLI::App& app, const ListLook& look, ListOptions& options);
+void AddColumnsOption(Form& form, const ListLook& look, ListOptions& options);
 
 }  // namespace cli

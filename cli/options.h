@@ -1,11 +1,11 @@
 // The options that commands share, each added to the help by one call. Values, without any locking.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <chrono>
 #include <cstdint>
 #include <optional>
 
+#include "cli/command.h"
 #include "cli/session.h"
 
 namespace cli {
@@ -26,22 +26,22 @@ struct WatchOptions : QueryOptions {
   [[nodiscard]] std::chrono::milliseconds Interval() const;
 };
 
-/// Adds what a simulated market can be told, to `app` as a group of its own.
-void AddSimulationOptions(CLI::App& app, market_server::Options& options);
+/// Adds what a simulated market can be told, to `form` as a group of its own.
+void AddSimulationOptions(Form& form, market_server::Options& options);
 
 /// Adds --server and the simulation's options, which exclude each other.
-void AddMarketOptions(CLI::App& app, SessionOptions& options);
+void AddMarketOptions(Form& form, SessionOptions& options);
 
 /// Adds --json and --no-color.
-void AddOutputOptions(CLI::App& app, QueryOptions& options);
+void AddOutputOptions(Form& form, QueryOptions& options);
 
 /// Adds --server, --replay, --json, --no-color and the simulation's options.
-void AddQueryOptions(CLI::App& app, QueryOptions& options);
+void AddQueryOptions(Form& form, QueryOptions& options);
 
-void AddForOption(CLI::App& app, std::optional<double>& seconds);
-void AddIntervalOption(CLI::App& app, double& interval);
+void AddForOption(Form& form, std::optional<double>& seconds);
+void AddIntervalOption(Form& form, double& interval);
 
 /// Adds --server, --replay, --json, --for, --count, --interval, --no-color and the simulation's options.
-void AddWatchOptions(CLI::App& app, WatchOptions& options);
+void AddWatchOptions(Form& form, WatchOptions& options);
 
 }  // namespace cli

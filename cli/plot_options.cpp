@@ -2,9 +2,8 @@
 
 #include <unistd.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
+#include <utility>
 
 #include "cli/terminal.h"
 
@@ -25,17 +24,26 @@ ChartSize PlotOptions::Size() const {
   return {columns > 0 ? columns : size.columns, rows > 0 ? rows : size.rows};
 }
 
-void AddPlotOptions(CLI::App& app, PlotOptions& options) {
-  CLI::Option* const plot = app.add_flag("--plot", options.plot, "a chart instead of a table");
-  plot->excludes(app.get_option("--json"));
-  const auto add = [&](const char* name, int& value, int least, const char* help) {
-    app.add_option(name, value, help)
-        ->type_name("N")
-        ->check(CLI::Range(least, 1000).description(""))
-        ->needs(plot);
-  };
-  add("--columns", options.columns, 40, "width of the chart. Default: that of the terminal, 80 elsewhere");
-  add("--rows", options.rows, 12, "height of the chart. Default: that of the terminal, 24 elsewhere");
+void AddPlotOptions(Form& form, PlotOptions& options) {
+  Option plot = Flag("--plot", "a chart instead of a table", options.plot);
+  plot.excludes = {"--json"};
+  form.Add(std::move(plot));
+  form.Add({.name = "--columns",
+            .help = "width of the chart. Default: that of the terminal, 80 elsewhere",
+            .take = Into(options.columns, 40, 1000),
+            .value = "N",
+            .needs = {"--plot"}});
+  form.Add({.name = "--rows",
+            .help = "height of the chart. Default: that of the terminal, 24 elsewhere",
+            .take = Into(options.rows, 12, 1000),
+            .value = "N",
+            .needs = {"--plot"}});
+}
+
+void AddCsvOption(Form& form, bool& csv) {
+  Option option = Flag("--csv", "comma-separated values instead of a table", csv);
+  option.excludes = {"--json", "--plot"};
+  form.Add(std::move(option));
 }
 
 }  // namespace cli

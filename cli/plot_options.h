@@ -1,8 +1,7 @@
 // The options of commands that draw charts. Values, without any locking.
 #pragma once
 
-#include <CLI/App.hpp>
-
+#include "cli/command.h"
 #include "cli/plot/axes.h"
 
 namespace cli {
@@ -18,6 +17,9 @@ struct PlotOptions {
 };
 
 /// Adds --plot, --columns and --rows. A chart and --json exclude each other.
-void AddPlotOptions(CLI::App& app, PlotOptions& options);
+void AddPlotOptions(Form& form, PlotOptions& options);
+
+/// Adds --csv, which excludes a chart and --json, too.
+void AddCsvOption(Form& form, bool& csv);
 
 }  // namespace cli

@@ -69,10 +69,14 @@ std::string LoadFailure() {
   return {};
 }
 
-std::string NotLoadedText(Session& session) {
-  session.log().Poll();
+std::string NotLoadedReason(LogTail& log) {
+  log.Poll();
   const std::string request = LoadFailure();
-  const std::string reason = request.empty() ? session.log().last() : request;
+  return request.empty() ? log.last() : request;
+}
+
+std::string NotLoadedText(Session& session) {
+  const std::string reason = NotLoadedReason(session.log());
   return "cannot load the reference data from " + session.server_text() +
          (reason.empty() ? "" : ": " + reason);
 }

@@ -33,6 +33,9 @@ void AwaitCalendar(MainLoop& loop, std::function<void(bool ok)> done);
 /// What went wrong with the requests of a load, for a person: "/pc/rt/get_bk_list: timed out".
 [[nodiscard]] std::string LoadFailure();
 
+/// The same, or what the module has to say of its answers.
+[[nodiscard]] std::string NotLoadedReason(LogTail& log);
+
 /// "cannot load the reference data from …", with the reason as far as it is known.
 [[nodiscard]] std::string NotLoadedText(Session& session);
 

@@ -1,8 +1,5 @@
 #include "cli/row_range.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Error.hpp>
-#include <CLI/Formatter.hpp>
 #include <charconv>
 #include <limits>
 #include <system_error>
@@ -38,22 +35,22 @@ std::string RowsText(const RowRange& rows) {
   return std::to_string(rows.start) + ":" + (rows.end == RowRange::kOpen ? "" : std::to_string(rows.end));
 }
 
-CLI::Option* AddRowsOption(CLI::App& app, RowRange& rows) {
-  return app
-      .add_option_function<std::string>(
-          "--rows",
-          [&rows](const std::string& text) {
-            const std::optional<RowRange> parsed = ParseRows(text);
-            if (!parsed) {
-              throw CLI::ValidationError("--rows", "\"" + text +
-                                                       "\" is no range: A:B are the rows from A up to B - 1, "
-                                                       "counted from 0; A: are all from A on");
-            }
-            rows = *parsed;
-          },
-          "rows A to B - 1 of the list, counted from 0; A: are all from A on")
-      ->type_name("A:B")
-      ->default_str(RowsText(rows));
+void AddRowsOption(Form& form, RowRange& rows) {
+  form.Add({.name = "--rows",
+            .help = "rows A to B - 1 of the list, counted from 0; A: are all from A on",
+            .take =
+                [&rows](const std::string& text) {
+                  const std::optional<RowRange> parsed = ParseRows(text);
+                  if (!parsed) {
+                    throw UsageError(
+                        "\"" + text +
+                        "\" is no range: A:B are the rows from A up to B - 1, counted from 0; A: are all "
+                        "from A on");
+                  }
+                  rows = *parsed;
+                },
+            .value = "A:B",
+            .standard = RowsText(rows)});
 }
 
 }  // namespace cli

@@ -1,11 +1,12 @@
 // A piece of a ranked list as users name it: "--rows A:B". A value; pure functions.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "cli/command.h"
 
 namespace cli {
 
@@ -26,6 +27,6 @@ struct RowRange {
 [[nodiscard]] std::string RowsText(const RowRange& rows);
 
 /// Adds --rows into `rows`, whose value until then is the default.
-CLI::Option* AddRowsOption(CLI::App& app, RowRange& rows);
+void AddRowsOption(Form& form, RowRange& rows);
 
 }  // namespace cli

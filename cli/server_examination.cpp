@@ -133,7 +133,7 @@ void ExamineClock(const ExaminedServer& server, const Tell& tell) {
 void ExamineSignature(const ExaminedServer& server, const Tell& tell) {
   if (server.key_id.empty()) {
     tell({State::kFailed, "signed request", "not tried: there is no key to sign with",
-          "write a key file with mode 0600, or set CSM_KEY_ID and CSM_KEY"});
+          "the line of the key, above, says what is missing"});
     return;
   }
   const std::wstring url =

@@ -1,8 +1,5 @@
 #include "cli/sort_options.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
 namespace cli {
 
 std::string SortOptions::Key() const {
@@ -18,14 +15,17 @@ std::string SortOptions::Title() const {
          (direction == kAscending ? ", ascending" : ", descending");
 }
 
-void AddSortOptions(CLI::App& app, SortOptions& sort) {
-  AddChoice(app, "--sort", sort.columns, "the column to order by, see below", sort.column);
-  const auto add_direction = [&](const char* option, int direction, const char* text) {
-    return app.add_flag_callback(
-        option, [&sort, direction] { sort.direction = direction; }, text);
-  };
-  CLI::Option* const ascending = add_direction("--asc", kAscending, "the smallest first");
-  add_direction("--desc", kDescending, "the largest first (default)")->excludes(ascending);
+void AddSortOptions(Form& form, SortOptions& sort) {
+  AddChoice(form, "--sort", sort.columns, "the column to order by, see below", sort.column);
+  form.Add({.name = "--asc",
+            .help = "the smallest first",
+            .take = [&sort](const std::string&) { sort.direction = kAscending; },
+            .kind = Option::Kind::kFlag});
+  form.Add({.name = "--desc",
+            .help = "the largest first (default)",
+            .take = [&sort](const std::string&) { sort.direction = kDescending; },
+            .kind = Option::Kind::kFlag,
+            .excludes = {"--asc"}});
 }
 
 }  // namespace cli

@@ -1,7 +1,6 @@
 // How a list is ordered: --sort, --asc, --desc. A value; main thread only.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <string>
 
 #include "cli/choices.h"
@@ -23,6 +22,6 @@ struct SortOptions {
 };
 
 /// Adds the three options; `sort.columns` and the defaults must be set already.
-void AddSortOptions(CLI::App& app, SortOptions& sort);
+void AddSortOptions(Form& form, SortOptions& sort);
 
 }  // namespace cli

@@ -1,15 +1,11 @@
 #include "cli/symbols.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Error.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <utility>
 
 namespace cli {
 namespace {
 
-constexpr const char* kSymbol = "SYMBOL";
 constexpr std::size_t kDigits = 6;
 
 bool AreDigits(std::string_view text) {
@@ -45,7 +41,7 @@ std::string MarketOf(char first_digit) {
 std::wstring Checked(const std::string& text) {
   auto symbol = ParseSymbol(text);
   if (!symbol) {
-    throw CLI::ValidationError(kSymbol, "\"" + text + "\" is no symbol: sh or sz and six digits");
+    throw UsageError("\"" + text + "\" is no symbol: sh or sz and six digits");
   }
   return *std::move(symbol);
 }
@@ -64,30 +60,27 @@ std::optional<std::wstring> ParseSymbol(std::string_view text) {
   return std::wstring(symbol.begin(), symbol.end());
 }
 
-CLI::Option* AddSymbol(CLI::App& app, std::wstring& symbol) {
-  return app
-      .add_option_function<std::string>(
-          kSymbol, [&symbol](const std::string& text) { symbol = Checked(text); },
-          "a stock or an index, sh600000 or 600000")
-      ->required()
-      ->type_name("");
+void AddSymbol(Form& form, std::wstring& symbol) {
+  form.Add({.name = "SYMBOL",
+            .help = "a stock or an index, sh600000 or 600000",
+            .take = [&symbol](const std::string& text) { symbol = Checked(text); },
+            .value = "",
+            .is_required = true});
 }
 
-CLI::Option* AddSymbols(CLI::App& app, std::vector<std::wstring>& symbols) {
-  return app
-      .add_option_function<std::vector<std::string>>(
-          kSymbol,
-          [&symbols](const std::vector<std::string>& texts) {
-            for (const std::string& text : texts) {
-              std::wstring symbol = Checked(text);
-              if (std::find(symbols.begin(), symbols.end(), symbol) == symbols.end()) {
-                symbols.push_back(std::move(symbol));
-              }
-            }
-          },
-          "stocks or indices, sh600000 or 600000")
-      ->required()
-      ->type_name("");
+void AddSymbols(Form& form, std::vector<std::wstring>& symbols) {
+  form.Add({.name = "SYMBOL",
+            .help = "stocks or indices, sh600000 or 600000",
+            .take =
+                [&symbols](const std::string& text) {
+                  std::wstring symbol = Checked(text);
+                  if (std::find(symbols.begin(), symbols.end(), symbol) == symbols.end()) {
+                    symbols.push_back(std::move(symbol));
+                  }
+                },
+            .kind = Option::Kind::kSeveral,
+            .value = "",
+            .is_required = true});
 }
 
 }  // namespace cli

@@ -2,11 +2,12 @@
 // matter of securities.h.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "cli/command.h"
 
 namespace cli {
 
@@ -15,7 +16,7 @@ namespace cli {
 [[nodiscard]] std::optional<std::wstring> ParseSymbol(std::string_view text);
 
 /// Adds the positional argument SYMBOL, or with `symbols` one or more of them (a repeated one counts once).
-CLI::Option* AddSymbol(CLI::App& app, std::wstring& symbol);
-CLI::Option* AddSymbols(CLI::App& app, std::vector<std::wstring>& symbols);
+void AddSymbol(Form& form, std::wstring& symbol);
+void AddSymbols(Form& form, std::vector<std::wstring>& symbols);
 
 }  // namespace cli

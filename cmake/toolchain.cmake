@@ -20,6 +20,12 @@ if(CSM_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CSM_CCACHE})
 endif()
 
+# A quarter of the usual linker's time, where it is installed.
+find_program(CSM_LLD ld.lld)
+if(CSM_LLD)
+  add_link_options(-fuse-ld=lld)
+endif()
+
 add_library(csm_flags INTERFACE)
 target_compile_options(csm_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual

@@ -130,7 +130,9 @@ void ExamineKey(const SettingsReview& review, const Settings& settings, Findings
   alone.key = settings.key;
   if (!ParseAddresses(alone, error)) {
     findings.push_back({State::kFailed, "key", error,
-                        review.key_in_environment ? "correct CSM_KEY_ID and CSM_KEY" : "correct " + file});
+                        review.key_in_environment || !file_is_there
+                            ? "correct CSM_KEY_ID and CSM_KEY; both must be set"
+                            : "correct " + file});
     return;
   }
   findings.push_back(

@@ -49,15 +49,15 @@ int ShowBoard(const BoardOptions& options) {
 
 }  // namespace
 
-Runner SetUpBoard(CLI::App& app) {
+Runner SetUpBoard(Form& form) {
   const auto options = std::make_shared<BoardOptions>();
   options->sort.columns = StockColumns();
-  AddChoice(app, "--board", Boards(), "the board, see below", options->board);
-  AddPageOptions(app, *options);
-  AddColumnsOption(app, BoardLook(), *options);
-  AddWatchOptions(app, options->watch);
-  app.footer(ListOf("Boards", Boards()) + "\n\n" + ListOf("Columns to order by", StockColumns()) + "\n\n" +
-             kExamples);
+  AddChoice(form, "--board", Boards(), "the board, see below", options->board);
+  AddPageOptions(form, *options);
+  AddColumnsOption(form, BoardLook(), *options);
+  AddWatchOptions(form, options->watch);
+  form.footer = ListOf("Boards", Boards()) + "\n\n" + ListOf("Columns to order by", StockColumns()) + "\n\n" +
+                kExamples;
   return [options] { return ShowBoard(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpBoard(CLI::App& app);
+[[nodiscard]] Runner SetUpBoard(Form& form);
 
 }  // namespace cli

@@ -1,6 +1,5 @@
 #include "cli/commands/calendar.h"
 
-#include <CLI/Validators.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -119,12 +118,14 @@ int PrintCalendar(const CalendarOptions& options) {
 
 }  // namespace
 
-Runner SetUpCalendar(CLI::App& app) {
+Runner SetUpCalendar(Form& form) {
   const auto options = std::make_shared<CalendarOptions>();
-  app.add_option("YEAR", options->year, "another year than this one")
-      ->check(CLI::Range(std::uint32_t{1990}, std::uint32_t{2099}));
-  AddQueryOptions(app, options->query);
-  app.footer(kExamples);
+  form.Add({.name = "YEAR",
+            .help = "another year than this one",
+            .take = Into(options->year, 1990, 2099),
+            .value = "UINT:UINT in [1990 - 2099]"});
+  AddQueryOptions(form, options->query);
+  form.footer = kExamples;
   return [options] { return PrintCalendar(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpCalendar(CLI::App& app);
+[[nodiscard]] Runner SetUpCalendar(Form& form);
 
 }  // namespace cli

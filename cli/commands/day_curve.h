@@ -23,13 +23,13 @@ struct DayCurveLook {
 /// Adds the options of a command that shows the curve of a day, and `examples` at the end of its help.
 /// `record_table` is that of the JSON lines.
 template <class Row, class Service, class RecordTable>
-Runner SetUpDayCurve(CLI::App& app, const Feed& feed, Service* (*get)(), const RecordTable& record_table,
+Runner SetUpDayCurve(Form& form, const Feed& feed, Service* (*get)(), const RecordTable& record_table,
                      const DayCurveLook<Row>& look, const char* examples) {
   using Rows = std::vector<Row>;
   const auto options = std::make_shared<DailyOptions>();
-  AddDailyOptions(app, *options);
-  AddPlotOptions(app, options->plot);
-  app.footer(examples);
+  AddDailyOptions(form, *options);
+  AddPlotOptions(form, options->plot);
+  form.footer = examples;
   return [=, &feed, &record_table] {
     return RunDaily<Rows>(
         *options, feed, get, [&](QueryRun& run, const Delivery<Rows>& delivery, std::uint32_t date) {

@@ -63,10 +63,10 @@ int PrintDistribution(const DailyOptions& options) {
 
 }  // namespace
 
-Runner SetUpDistribution(CLI::App& app) {
+Runner SetUpDistribution(Form& form) {
   const auto options = std::make_shared<DailyOptions>();
-  AddDailyOptions(app, *options);
-  app.footer(kExamples);
+  AddDailyOptions(form, *options);
+  form.footer = kExamples;
   return [options] { return PrintDistribution(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpDistribution(CLI::App& app);
+[[nodiscard]] Runner SetUpDistribution(Form& form);
 
 }  // namespace cli

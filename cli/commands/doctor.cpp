@@ -14,6 +14,7 @@
 #include "cli/format/json_writer.h"
 #include "cli/format/table.h"
 #include "cli/line_run.h"
+#include "cli/log_tail.h"
 #include "cli/main_loop.h"
 #include "cli/options.h"
 #include "cli/output.h"
@@ -221,6 +222,7 @@ class Services {
     settings.config_directory = directory_.path() + "/config";
     settings.log_level = "info";
     settings.log_to_stderr = false;
+    log_ = std::make_unique<LogTail>(settings.log_directory + "/csm.log");
     runs_ = stock_host::Start(settings, error_);
   }
   ~Services() { End(); }
@@ -237,9 +239,11 @@ class Services {
   }
   /// Why they do not run; empty when they do.
   [[nodiscard]] const std::string& error() const { return error_; }
+  [[nodiscard]] LogTail& log() { return *log_; }
 
  private:
   const TemporaryDirectory directory_;
+  std::unique_ptr<LogTail> log_;
   std::string error_;
   bool runs_ = false;
 };
@@ -249,14 +253,14 @@ void Finish(MainLoop& loop, Report& report) {
   loop.End();  // nothing is written any more
 }
 
-void ExamineReferenceData(MainLoop& loop, Report& report) {
+void ExamineReferenceData(MainLoop& loop, Report& report, LogTail& log) {
   IStockCommon* const reference = GetStockCommon();
   if (reference == nullptr) {
     report.Tell({State::kFailed, "reference data", "the service cannot be made", "look at the program log"});
     Finish(loop, report);
     return;
   }
-  LoadReferenceData(loop, *reference, Needs::kLists, [&loop, &report, reference](bool loaded) {
+  LoadReferenceData(loop, *reference, Needs::kLists, [&loop, &report, &log, reference](bool loaded) {
     if (loaded) {
       report.Tell({State::kGood,
                    "reference data",
@@ -265,7 +269,7 @@ void ExamineReferenceData(MainLoop& loop, Report& report) {
                        " plates",
                    {}});
     } else {
-      report.Tell({State::kFailed, "reference data", "not loaded: " + LoadFailure(),
+      report.Tell({State::kFailed, "reference data", "not loaded: " + NotLoadedReason(log),
                    "the lines above and the table below say what failed"});
     }
     AwaitCalendar(loop, [&loop, &report](bool known) {
@@ -321,7 +325,7 @@ int Examine(const QueryOptions& options) {
         server, [&](const Finding& finding) { loop.Post([&report, finding] { report.Tell(finding); }); });
     loop.Post([&, reached] {
       if (reached && !server.key_id.empty()) {
-        ExamineReferenceData(loop, report);
+        ExamineReferenceData(loop, report, services.log());
       } else {
         Finish(loop, report);
       }
@@ -335,11 +339,11 @@ int Examine(const QueryOptions& options) {
 
 }  // namespace
 
-Runner SetUpDoctor(CLI::App& app) {
+Runner SetUpDoctor(Form& form) {
   const auto options = std::make_shared<QueryOptions>();
-  AddMarketOptions(app, options->session);
-  AddOutputOptions(app, *options);
-  app.footer(kExamples);
+  AddMarketOptions(form, options->session);
+  AddOutputOptions(form, *options);
+  form.footer = kExamples;
   return [options] { return Examine(*options); };
 }
 

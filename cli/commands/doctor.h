@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpDoctor(CLI::App& app);
+[[nodiscard]] Runner SetUpDoctor(Form& form);
 
 }  // namespace cli

@@ -24,8 +24,8 @@ Table TableOf(const std::vector<MoneyEffectItem>& rows) {
 
 }  // namespace
 
-Runner SetUpEffect(CLI::App& app) {
-  return SetUpDayCurve<MoneyEffectItem>(app, kEffectFeed, &GetMoneyEffect, analytics::kMoneyEffectTable,
+Runner SetUpEffect(Form& form) {
+  return SetUpDayCurve<MoneyEffectItem>(form, kEffectFeed, &GetMoneyEffect, analytics::kMoneyEffectTable,
                                         {&TableOf, &EffectChart}, kExamples);
 }
 

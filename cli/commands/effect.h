@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpEffect(CLI::App& app);
+[[nodiscard]] Runner SetUpEffect(Form& form);
 
 }  // namespace cli

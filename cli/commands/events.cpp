@@ -1,6 +1,5 @@
 #include "cli/commands/events.h"
 
-#include <CLI/Validators.hpp>
 #include <list>
 #include <memory>
 #include <optional>
@@ -106,13 +105,12 @@ class EventsQuery {
 
 }  // namespace
 
-Runner SetUpEvents(CLI::App& app) {
+Runner SetUpEvents(Form& form) {
   const auto options = std::make_shared<EventsOptions>();
-  AddDailyOptions(app, options->daily);
-  app.add_option("--last", options->last, "the newest so many")
-      ->type_name("N")
-      ->check(CLI::Range(1, 100000).description(""));
-  app.footer(kExamples);
+  AddDailyOptions(form, options->daily);
+  form.Add(
+      {.name = "--last", .help = "the newest so many", .take = Into(options->last, 1, 100000), .value = "N"});
+  form.footer = kExamples;
   return [options] { return EventsQuery(*options).Run(); };
 }
 

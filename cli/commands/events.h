@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpEvents(CLI::App& app);
+[[nodiscard]] Runner SetUpEvents(Form& form);
 
 }  // namespace cli

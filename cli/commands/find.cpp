@@ -1,6 +1,5 @@
 #include "cli/commands/find.h"
 
-#include <CLI/Validators.hpp>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -76,12 +75,19 @@ int Find(const FindOptions& options) {
 
 }  // namespace
 
-Runner SetUpFind(CLI::App& app) {
+Runner SetUpFind(Form& form) {
   const auto options = std::make_shared<FindOptions>();
-  app.add_option("TEXT", options->text, "a piece of a code, of a name or of the pinyin initials")->required();
-  app.add_option("--limit", options->limit, "no more than so many")->type_name("N")->capture_default_str();
-  AddQueryOptions(app, options->query);
-  app.footer(kExamples);
+  form.Add({.name = "TEXT",
+            .help = "a piece of a code, of a name or of the pinyin initials",
+            .take = Into(options->text),
+            .is_required = true});
+  form.Add({.name = "--limit",
+            .help = "no more than so many",
+            .take = Into(options->limit, 0, 1000000),
+            .value = "N",
+            .standard = std::to_string(options->limit)});
+  AddQueryOptions(form, options->query);
+  form.footer = kExamples;
   return [options] { return Find(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpFind(CLI::App& app);
+[[nodiscard]] Runner SetUpFind(Form& form);
 
 }  // namespace cli

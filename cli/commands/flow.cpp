@@ -143,11 +143,15 @@ class FlowQuery {
 
 }  // namespace
 
-Runner SetUpFlow(CLI::App& app) {
+Runner SetUpFlow(Form& form) {
   const auto options = std::make_shared<FlowOptions>();
-  app.add_option("SYMBOL", options->symbols, "stocks: sh600000, 600000 or a name")->required();
-  AddQueryOptions(app, options->query);
-  app.footer(kExamples);
+  form.Add({.name = "SYMBOL",
+            .help = "stocks: sh600000, 600000 or a name",
+            .take = Into(options->symbols),
+            .kind = Option::Kind::kSeveral,
+            .is_required = true});
+  AddQueryOptions(form, options->query);
+  form.footer = kExamples;
   return [options] { return FlowQuery(*options).Run(); };
 }
 

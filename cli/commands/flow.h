@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpFlow(CLI::App& app);
+[[nodiscard]] Runner SetUpFlow(Form& form);
 
 }  // namespace cli

@@ -77,10 +77,10 @@ int PrintIndices(const WatchOptions& options) {
   return run.Run([&market] { market.Refresh(); });
 }
 
-Runner SetUpIndex(CLI::App& app) {
+Runner SetUpIndex(Form& form) {
   const auto options = std::make_shared<WatchOptions>();
-  AddWatchOptions(app, *options);
-  app.footer(kExamples);
+  AddWatchOptions(form, *options);
+  form.footer = kExamples;
   return [options] { return PrintIndices(*options); };
 }
 

@@ -6,7 +6,7 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpIndex(CLI::App& app);
+[[nodiscard]] Runner SetUpIndex(Form& form);
 
 /// Prints the quotes until the options say that it is enough. Returns an exit code.
 [[nodiscard]] int PrintIndices(const WatchOptions& options);

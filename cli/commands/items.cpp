@@ -101,35 +101,36 @@ int PrintPlates(const ItemsOptions& options) {
                     });
 }
 
-Runner SetUpItemsOfStocks(CLI::App& app) {
+Runner SetUpItemsOfStocks(Form& form) {
   const auto options = std::make_shared<ItemsOptions>();
   options->sort.columns = StockColumns();
-  AddChoice(app, "--board", Boards(), "the board, see below", options->which);
-  AddSortOptions(app, options->sort);
-  AddRowsOption(app, options->rows);
-  AddQueryOptions(app, options->query);
-  app.footer(ListOf("Boards", Boards()) + "\n\n" + ListOf("Columns to order by", StockColumns()) + "\n\n" +
-             kStockExamples);
+  AddChoice(form, "--board", Boards(), "the board, see below", options->which);
+  AddSortOptions(form, options->sort);
+  AddRowsOption(form, options->rows);
+  AddQueryOptions(form, options->query);
+  form.footer = ListOf("Boards", Boards()) + "\n\n" + ListOf("Columns to order by", StockColumns()) + "\n\n" +
+                kStockExamples;
   return [options] { return PrintStocks(*options); };
 }
 
-Runner SetUpItemsOfPlates(CLI::App& app) {
+Runner SetUpItemsOfPlates(Form& form) {
   const auto options = std::make_shared<ItemsOptions>();
   options->sort.columns = PlateColumns();
-  AddChoice(app, "--kind", PlateKinds(), "industry or concept", options->which);
-  AddSortOptions(app, options->sort);
-  AddRowsOption(app, options->rows);
-  AddQueryOptions(app, options->query);
-  app.footer(ListOf("Columns to order by", PlateColumns()) + "\n\n" + kPlateExamples);
+  AddChoice(form, "--kind", PlateKinds(), "industry or concept", options->which);
+  AddSortOptions(form, options->sort);
+  AddRowsOption(form, options->rows);
+  AddQueryOptions(form, options->query);
+  form.footer = ListOf("Columns to order by", PlateColumns()) + "\n\n" + kPlateExamples;
   return [options] { return PrintPlates(*options); };
 }
 
 }  // namespace
 
-Runner SetUpItems(CLI::App& app) {
-  app.footer("Examples:\n  csm items stocks --board gem\n  csm items plates");
-  return SetUpSubcommands(app, {{"stocks", "The stocks of a board", &SetUpItemsOfStocks},
-                                {"plates", "The plates of a kind", &SetUpItemsOfPlates}});
+Runner SetUpItems(Form& form) {
+  form.footer = "Examples:\n  csm items stocks --board gem\n  csm items plates";
+  form.commands = {{"stocks", "The stocks of a board", &SetUpItemsOfStocks},
+                   {"plates", "The plates of a kind", &SetUpItemsOfPlates}};
+  return {};
 }
 
 }  // namespace cli

@@ -6,6 +6,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpItems(CLI::App& app);
+[[nodiscard]] Runner SetUpItems(Form& form);
 
 }  // namespace cli

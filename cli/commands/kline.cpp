@@ -1,6 +1,5 @@
 #include "cli/commands/kline.h"
 
-#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <memory>
 #include <optional>
@@ -168,19 +167,22 @@ class KLineQuery {
 
 }  // namespace
 
-Runner SetUpKLine(CLI::App& app) {
+Runner SetUpKLine(Form& form) {
   const auto options = std::make_shared<KLineOptions>();
-  app.add_option("SYMBOL", options->symbol, "sh600000, 600000 or a name")->required();
-  AddChoice(app, "--period", Periods(), "what one candle stands for", options->period);
-  AddChoice(app, "--adjust", Adjustments(), "prices adjusted for dividends and splits", options->adjustment);
-  app.add_option("--last", options->last, "the newest so many candles")
-      ->type_name("N")
-      ->check(CLI::Range(1, 100000).description(""));
-  AddQueryOptions(app, options->query);
-  AddPlotOptions(app, options->plot);
-  app.add_flag("--csv", options->csv, "comma-separated values instead of a table")
-      ->excludes(app.get_option("--json"), app.get_option("--plot"));
-  app.footer(kExamples + ("\n\n" + ListOf("Adjustments", Adjustments())));
+  form.Add({.name = "SYMBOL",
+            .help = "sh600000, 600000 or a name",
+            .take = Into(options->symbol),
+            .is_required = true});
+  AddChoice(form, "--period", Periods(), "what one candle stands for", options->period);
+  AddChoice(form, "--adjust", Adjustments(), "prices adjusted for dividends and splits", options->adjustment);
+  form.Add({.name = "--last",
+            .help = "the newest so many candles",
+            .take = Into(options->last, 1, 100000),
+            .value = "N"});
+  AddQueryOptions(form, options->query);
+  AddPlotOptions(form, options->plot);
+  AddCsvOption(form, options->csv);
+  form.footer = kExamples + ("\n\n" + ListOf("Adjustments", Adjustments()));
   return [options] { return KLineQuery(*options).Run(); };
 }
 

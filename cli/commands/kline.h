@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpKLine(CLI::App& app);
+[[nodiscard]] Runner SetUpKLine(Form& form);
 
 }  // namespace cli

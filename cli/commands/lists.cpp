@@ -1,8 +1,10 @@
 #include "cli/commands/lists.h"
 
-#include <CLI/Validators.hpp>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/format/base_info.h"
@@ -22,23 +24,33 @@ constexpr const char* kExamples = R"(Examples:
 
 The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a plate is its kind.)";
 
+struct List {
+  std::string_view name;
+  int kinds;
+  const std::vector<BaseInfoItem>& (IStockCommon::*get)(int kind);
+};
+constexpr List kLists[] = {{"stocks", 5, &IStockCommon::GetStockList},
+                           {"plates", 2, &IStockCommon::GetPlateList},
+                           {"indices", 2, &IStockCommon::GetIndexList}};
+
 struct ListsOptions {
   QueryOptions query;
-  std::string list;
+  List list = kLists[0];
   int kind = 1;
 };
 
-const std::vector<BaseInfoItem>& Chosen(IStockCommon& reference, const ListsOptions& options) {
-  if (options.list == "stocks") {
-    return reference.GetStockList(options.kind);
+List ListNamed(const std::string& name) {
+  const auto* const found =
+      std::find_if(std::begin(kLists), std::end(kLists), [&](const List& list) { return list.name == name; });
+  if (found == std::end(kLists)) {
+    throw UsageError("\"" + name + "\" is none of stocks, plates, indices");
   }
-  return options.list == "plates" ? reference.GetPlateList(options.kind)
-                                  : reference.GetIndexList(options.kind);
+  return *found;
 }
 
 std::string JsonLine(const ListsOptions& options, const std::vector<BaseInfoItem>& items) {
   JsonWriter json;
-  const std::wstring key(options.list.begin(), options.list.end());
+  const std::wstring key(options.list.name.begin(), options.list.name.end());
   BeginJsonLine(json, "stock_common", key + L" " + std::to_wstring(options.kind),
                 common::GetCurrentServerTime());
   json.BeginArray();
@@ -55,7 +67,7 @@ std::string JsonLine(const ListsOptions& options, const std::vector<BaseInfoItem
 int PrintList(const ListsOptions& options) {
   ReferenceRun run(options.query);
   return run.Run(Needs::kLists, [&](IStockCommon& reference) {
-    const std::vector<BaseInfoItem> items = Chosen(reference, options);
+    const std::vector<BaseInfoItem> items = (reference.*options.list.get)(options.kind);
     if (options.query.json) {
       run.output().WriteLine(JsonLine(options, items));
       return kFine;
@@ -65,21 +77,32 @@ int PrintList(const ListsOptions& options) {
       table.Add(BaseInfoCells(item));
     }
     run.Print(table);
-    Say(std::to_string(items.size()) + " " + options.list);
+    Say(std::to_string(items.size()) + " " + std::string(options.list.name));
     return kFine;
   });
 }
 
 }  // namespace
 
-Runner SetUpLists(CLI::App& app) {
+Runner SetUpLists(Form& form) {
   const auto options = std::make_shared<ListsOptions>();
-  app.add_option("LIST", options->list, "stocks, plates or indices")
-      ->required()
-      ->check(CLI::IsMember({"stocks", "plates", "indices"}).description(""));
-  app.add_option("KIND", options->kind, "which of them, see below")->capture_default_str();
-  AddQueryOptions(app, options->query);
-  app.footer(kExamples);
+  form.Add({.name = "LIST",
+            .help = "stocks, plates or indices",
+            .take = [options = options.get()](const std::string& name) { options->list = ListNamed(name); },
+            .is_required = true});
+  form.Add({.name = "KIND",
+            .help = "which of them, see below",
+            .take = Into(options->kind, 1, 5),
+            .value = "INT",
+            .standard = std::to_string(options->kind)});
+  form.checks.emplace_back([options = options.get()] {
+    if (options->kind > options->list.kinds) {
+      throw UsageError("KIND: there are " + std::to_string(options->list.kinds) + " kinds of " +
+                       std::string(options->list.name));
+    }
+  });
+  AddQueryOptions(form, options->query);
+  form.footer = kExamples;
   return [options] { return PrintList(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpLists(CLI::App& app);
+[[nodiscard]] Runner SetUpLists(Form& form);
 
 }  // namespace cli

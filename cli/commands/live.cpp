@@ -15,9 +15,9 @@ constexpr double kSecondsWithoutTerminal = 10;
 
 }  // namespace
 
-Runner SetUpLive(CLI::App& app) {
+Runner SetUpLive(Form& form) {
   const auto options = std::make_shared<WatchOptions>();
-  AddWatchOptions(app, *options);
+  AddWatchOptions(form, *options);
   return [options] {
     if (isatty(STDOUT_FILENO) != 1 && !options->seconds) {
       options->seconds = kSecondsWithoutTerminal;

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpLive(CLI::App& app);
+[[nodiscard]] Runner SetUpLive(Form& form);
 
 }  // namespace cli

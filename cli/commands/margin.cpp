@@ -1,6 +1,5 @@
 #include "cli/commands/margin.h"
 
-#include <CLI/Validators.hpp>
 #include <list>
 #include <memory>
 #include <optional>
@@ -95,13 +94,14 @@ int PrintMargin(const MarginOptions& options) {
 
 }  // namespace
 
-Runner SetUpMargin(CLI::App& app) {
+Runner SetUpMargin(Form& form) {
   const auto options = std::make_shared<MarginOptions>();
-  app.add_option("--last", options->last, "the newest so many days")
-      ->type_name("N")
-      ->check(CLI::Range(1, 100000).description(""));
-  AddQueryOptions(app, options->query);
-  app.footer(kExamples);
+  form.Add({.name = "--last",
+            .help = "the newest so many days",
+            .take = Into(options->last, 1, 100000),
+            .value = "N"});
+  AddQueryOptions(form, options->query);
+  form.footer = kExamples;
   return [options] { return PrintMargin(*options); };
 }
 

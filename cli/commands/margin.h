@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpMargin(CLI::App& app);
+[[nodiscard]] Runner SetUpMargin(Form& form);
 
 }  // namespace cli

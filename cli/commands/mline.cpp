@@ -1,6 +1,5 @@
 #include "cli/commands/mline.h"
 
-#include <CLI/Validators.hpp>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -188,19 +187,22 @@ class MinuteLineQuery {
 
 }  // namespace
 
-Runner SetUpMinuteLine(CLI::App& app) {
+Runner SetUpMinuteLine(Form& form) {
   const auto options = std::make_shared<MinuteLineOptions>();
-  app.add_option("SYMBOL", options->symbol, "sh600000, 600000 or a name")->required();
-  AddDateOption(app, options->date, "another day than today; with --days the last of them");
-  app.add_option("--days", options->days, "so many trading days")
-      ->type_name("N")
-      ->check(CLI::Range(1, 250).description(""))
-      ->capture_default_str();
-  AddQueryOptions(app, options->query);
-  AddPlotOptions(app, options->plot);
-  app.add_flag("--csv", options->csv, "comma-separated values instead of a table")
-      ->excludes(app.get_option("--json"), app.get_option("--plot"));
-  app.footer(kExamples);
+  form.Add({.name = "SYMBOL",
+            .help = "sh600000, 600000 or a name",
+            .take = Into(options->symbol),
+            .is_required = true});
+  AddDateOption(form, options->date, "another day than today; with --days the last of them");
+  form.Add({.name = "--days",
+            .help = "so many trading days",
+            .take = Into(options->days, 1, 250),
+            .value = "N",
+            .standard = std::to_string(options->days)});
+  AddQueryOptions(form, options->query);
+  AddPlotOptions(form, options->plot);
+  AddCsvOption(form, options->csv);
+  form.footer = kExamples;
   return [options] { return MinuteLineQuery(*options).Run(); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpMinuteLine(CLI::App& app);
+[[nodiscard]] Runner SetUpMinuteLine(Form& form);
 
 }  // namespace cli

@@ -77,13 +77,17 @@ int ShowPlate(const PlateOptions& options) {
 
 }  // namespace
 
-Runner SetUpPlate(CLI::App& app) {
+Runner SetUpPlate(Form& form) {
   const auto options = std::make_shared<PlateOptions>();
   options->sort.columns = PlateColumns();
-  app.add_option("PLATE", options->plate, "a plate: bk1001, 1001 or a name")->required()->type_name("");
-  AddPageOptions(app, *options);
-  AddWatchOptions(app, options->watch);
-  app.footer(ListOf("Columns to order by", PlateColumns()) + "\n\n" + kExamples);
+  form.Add({.name = "PLATE",
+            .help = "a plate: bk1001, 1001 or a name",
+            .take = Into(options->plate),
+            .value = "",
+            .is_required = true});
+  AddPageOptions(form, *options);
+  AddWatchOptions(form, options->watch);
+  form.footer = ListOf("Columns to order by", PlateColumns()) + "\n\n" + kExamples;
   return [options] { return ShowPlate(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpPlate(CLI::App& app);
+[[nodiscard]] Runner SetUpPlate(Form& form);
 
 }  // namespace cli

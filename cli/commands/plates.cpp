@@ -45,14 +45,14 @@ int ShowPlates(const PlatesOptions& options) {
 
 }  // namespace
 
-Runner SetUpPlates(CLI::App& app) {
+Runner SetUpPlates(Form& form) {
   const auto options = std::make_shared<PlatesOptions>();
   options->sort.columns = PlateColumns();
-  AddChoice(app, "--kind", PlateKinds(), "industry or concept", options->kind);
-  AddPageOptions(app, *options);
-  AddColumnsOption(app, PlatesLook(), *options);
-  AddWatchOptions(app, options->watch);
-  app.footer(ListOf("Columns to order by", PlateColumns()) + "\n\n" + kExamples);
+  AddChoice(form, "--kind", PlateKinds(), "industry or concept", options->kind);
+  AddPageOptions(form, *options);
+  AddColumnsOption(form, PlatesLook(), *options);
+  AddWatchOptions(form, options->watch);
+  form.footer = ListOf("Columns to order by", PlateColumns()) + "\n\n" + kExamples;
   return [options] { return ShowPlates(*options); };
 }
 

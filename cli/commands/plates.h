@@ -6,6 +6,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpPlates(CLI::App& app);
+[[nodiscard]] Runner SetUpPlates(Form& form);
 
 }  // namespace cli

@@ -82,11 +82,14 @@ int PrintPlates(const PlatesOfOptions& options) {
 
 }  // namespace
 
-Runner SetUpPlatesOf(CLI::App& app) {
+Runner SetUpPlatesOf(Form& form) {
   const auto options = std::make_shared<PlatesOfOptions>();
-  app.add_option("SYMBOL", options->symbol, "a stock, sh600000 or 600000")->required();
-  AddQueryOptions(app, options->query);
-  app.footer(kExamples);
+  form.Add({.name = "SYMBOL",
+            .help = "a stock, sh600000 or 600000",
+            .take = Into(options->symbol),
+            .is_required = true});
+  AddQueryOptions(form, options->query);
+  form.footer = kExamples;
   return [options] { return PrintPlates(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpPlatesOf(CLI::App& app);
+[[nodiscard]] Runner SetUpPlatesOf(Form& form);
 
 }  // namespace cli

@@ -95,10 +95,10 @@ int PrintPurchase(const QueryOptions& options) {
 
 }  // namespace
 
-Runner SetUpPurchase(CLI::App& app) {
+Runner SetUpPurchase(Form& form) {
   const auto options = std::make_shared<QueryOptions>();
-  AddQueryOptions(app, *options);
-  app.footer(kExamples);
+  AddQueryOptions(form, *options);
+  form.footer = kExamples;
   return [options] { return PrintPurchase(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpPurchase(CLI::App& app);
+[[nodiscard]] Runner SetUpPurchase(Form& form);
 
 }  // namespace cli

@@ -155,11 +155,15 @@ int ShowQuotes(const QuoteOptions& options) {
 
 }  // namespace
 
-Runner SetUpQuote(CLI::App& app) {
+Runner SetUpQuote(Form& form) {
   const auto options = std::make_shared<QuoteOptions>();
-  app.add_option("SYMBOL", options->symbols, "stocks or indices: sh600000, 600000 or a name")->required();
-  AddWatchOptions(app, options->watch);
-  app.footer(kExamples);
+  form.Add({.name = "SYMBOL",
+            .help = "stocks or indices: sh600000, 600000 or a name",
+            .take = Into(options->symbols),
+            .kind = Option::Kind::kSeveral,
+            .is_required = true});
+  AddWatchOptions(form, options->watch);
+  form.footer = kExamples;
   return [options] { return ShowQuotes(*options); };
 }
 

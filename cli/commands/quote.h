@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpQuote(CLI::App& app);
+[[nodiscard]] Runner SetUpQuote(Form& form);
 
 }  // namespace cli

@@ -1,8 +1,5 @@
 #include "cli/commands/rank.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-#include <CLI/Validators.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -78,41 +75,43 @@ int RankPlates(const RankOptions& options) {
       [](const Delivery<Plates>& delivery) { return RankedPlateLines(delivery.data); });
 }
 
-void AddRankOptions(CLI::App& app, RankOptions& options) {
-  AddSortOptions(app, options.sort);
-  app.add_option("--num", options.num, "so many rows")
-      ->type_name("N")
-      ->check(CLI::Range(std::int32_t{1}, kMostRows).description(""))
-      ->capture_default_str();
-  AddWatchOptions(app, options.watch);
+void AddRankOptions(Form& form, RankOptions& options) {
+  AddSortOptions(form, options.sort);
+  form.Add({.name = "--num",
+            .help = "so many rows",
+            .take = Into(options.num, 1, kMostRows),
+            .value = "N",
+            .standard = std::to_string(options.num)});
+  AddWatchOptions(form, options.watch);
 }
 
-Runner SetUpRankStocks(CLI::App& app) {
+Runner SetUpRankStocks(Form& form) {
   const auto options = std::make_shared<RankOptions>();
   options->sort.columns = StockColumns();
-  AddChoice(app, "--board", Boards(), "the board, see below", options->which);
-  app.add_flag("--five-minutes", options->five_minutes, "\"change\" is that of the last five minutes");
-  AddRankOptions(app, *options);
-  app.footer(ListOf("Boards", Boards()) + "\n\n" + ListOf("Columns to order by", StockColumns()) + "\n\n" +
-             kStockExamples);
+  AddChoice(form, "--board", Boards(), "the board, see below", options->which);
+  form.Add(Flag("--five-minutes", "\"change\" is that of the last five minutes", options->five_minutes));
+  AddRankOptions(form, *options);
+  form.footer = ListOf("Boards", Boards()) + "\n\n" + ListOf("Columns to order by", StockColumns()) + "\n\n" +
+                kStockExamples;
   return [options] { return RankStocks(*options); };
 }
 
-Runner SetUpRankPlates(CLI::App& app) {
+Runner SetUpRankPlates(Form& form) {
   const auto options = std::make_shared<RankOptions>();
   options->sort.columns = PlateColumns();
-  AddChoice(app, "--kind", PlateKinds(), "industry or concept", options->which);
-  AddRankOptions(app, *options);
-  app.footer(ListOf("Columns to order by", PlateColumns()) + "\n\n" + kPlateExamples);
+  AddChoice(form, "--kind", PlateKinds(), "industry or concept", options->which);
+  AddRankOptions(form, *options);
+  form.footer = ListOf("Columns to order by", PlateColumns()) + "\n\n" + kPlateExamples;
   return [options] { return RankPlates(*options); };
 }
 
 }  // namespace
 
-Runner SetUpRank(CLI::App& app) {
-  app.footer("Examples:\n  csm rank stocks\n  csm rank plates --kind concept");
-  return SetUpSubcommands(app, {{"stocks", "The first stocks of a board by a column", &SetUpRankStocks},
-                                {"plates", "The first plates of a kind by a column", &SetUpRankPlates}});
+Runner SetUpRank(Form& form) {
+  form.footer = "Examples:\n  csm rank stocks\n  csm rank plates --kind concept";
+  form.commands = {{"stocks", "The first stocks of a board by a column", &SetUpRankStocks},
+                   {"plates", "The first plates of a kind by a column", &SetUpRankPlates}};
+  return {};
 }
 
 }  // namespace cli

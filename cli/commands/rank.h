@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpRank(CLI::App& app);
+[[nodiscard]] Runner SetUpRank(Form& form);
 
 }  // namespace cli

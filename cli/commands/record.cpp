@@ -1,6 +1,5 @@
 #include "cli/commands/record.h"
 
-#include <CLI/Error.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -15,6 +14,7 @@
 #include "cli/main_loop.h"
 #include "cli/options.h"
 #include "cli/output.h"
+#include "cli/reference_run.h"
 #include "cli/session.h"
 #include "cli/usual_services.h"
 #include "host_services/stock_host.h"
@@ -55,34 +55,34 @@ void RecordUsualServices(const RecordOptions& options) {
   loop.Run();
 }
 
-// What `record` itself was told, save for how long, would not reach the command.
-void RefuseMisplaced(const CLI::App& app, const std::string& command) {
-  for (const CLI::Option* const option : app.get_options()) {
-    if (option->count() > 0 && !option->check_name("--for") && !option->check_name("DIR")) {
-      throw CLI::ValidationError(option->get_name(), "belongs behind the command: csm record DIR " + command +
-                                                         " " + option->get_name());
+// What stands behind the options of `record`, as a command line of its own. What `record` itself was told,
+// save for how long, would not reach it.
+std::vector<std::string> CommandOf(std::vector<std::string> rest, const std::vector<std::string>& given,
+                                   const RecordOptions& options) {
+  static constexpr std::string_view kNotThese[] = {"record", "serve", "doctor"};
+  static constexpr std::string_view kIts[] = {"DIR", "--for"};
+  if (rest.empty()) {
+    return rest;
+  }
+  const std::string& command = rest.front();
+  if (command.rfind('-', 0) == 0) {
+    throw UsageError("The following argument was not expected: " + command);
+  }
+  if (std::find(std::begin(kNotThese), std::end(kNotThese), command) != std::end(kNotThese)) {
+    throw UsageError("csm " + command + ": cannot be recorded");
+  }
+  const auto options_begin = rest.begin() + static_cast<std::ptrdiff_t>(CommandWords(Commands(), rest));
+  for (const std::string& name : given) {
+    if (std::find(std::begin(kIts), std::end(kIts), name) == std::end(kIts)) {
+      std::string path = "csm record DIR";
+      std::for_each(rest.begin(), options_begin, [&](const std::string& word) { path += " " + word; });
+      throw UsageError(name + ": belongs behind the command: " + path + " " + name);
     }
   }
-}
-
-// What stands behind the options of `record`, as a command line of its own.
-std::vector<std::string> CommandOf(const CLI::App& app, const RecordOptions& options) {
-  static constexpr std::string_view kNotThese[] = {"record", "serve", "doctor"};
-  std::vector<std::string> command = app.remaining();
-  if (command.empty()) {
-    return command;
-  }
-  if (command.front().rfind('-', 0) == 0) {
-    throw CLI::ExtrasError("record", {command.front()});
-  }
-  if (std::find(std::begin(kNotThese), std::end(kNotThese), command.front()) != std::end(kNotThese)) {
-    throw CLI::ValidationError("csm " + command.front(), "cannot be recorded");
-  }
-  RefuseMisplaced(app, command.front());
   if (options.seconds) {
-    command.insert(command.begin() + 1, {"--for", std::to_string(*options.seconds)});
+    rest.insert(options_begin, {"--for", std::to_string(*options.seconds)});
   }
-  return command;
+  return rest;
 }
 
 int RecordCommand(const std::vector<std::string>& command) {
@@ -102,6 +102,11 @@ int Record(const RecordOptions& options) {
     code = RecordCommand(options.command);
   }
   const stock_host::Counters counters = stock_host::ReadCounters();
+  if (code == kFine && counters.requests > 0 && counters.succeeded == 0) {
+    Say("the record in " + Printable(options.directory) +
+        " is of no use, no request was answered: " + LoadFailure());
+    return kFailure;
+  }
   if (code != kUsage) {
     Say(std::to_string(counters.recorded) + " exchanges recorded in " + Printable(options.directory));
   }
@@ -114,15 +119,20 @@ int Record(const RecordOptions& options) {
 
 }  // namespace
 
-Runner SetUpRecord(CLI::App& app) {
+Runner SetUpRecord(Form& form) {
   const auto options = std::make_shared<RecordOptions>();
-  app.add_option("DIR", options->directory, "directory of the record")->required();
-  AddMarketOptions(app, options->session);
-  AddForOption(app, options->seconds);
-  AddIntervalOption(app, options->interval);
-  app.prefix_command();
-  app.footer(kExamples);
-  app.final_callback([&app, options] { options->command = CommandOf(app, *options); });
+  form.Add({.name = "DIR",
+            .help = "directory of the record",
+            .take = Into(options->directory),
+            .is_required = true});
+  AddMarketOptions(form, options->session);
+  AddForOption(form, options->seconds);
+  AddIntervalOption(form, options->interval);
+  form.take_rest = [options = options.get()](const std::vector<std::string>& rest,
+                                             const std::vector<std::string>& given) {
+    options->command = CommandOf(rest, given, *options);
+  };
+  form.footer = kExamples;
   return [options] { return Record(*options); };
 }
 

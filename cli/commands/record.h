@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpRecord(CLI::App& app);
+[[nodiscard]] Runner SetUpRecord(Form& form);
 
 }  // namespace cli

@@ -39,10 +39,15 @@ struct ServeOptions {
   bool list = false;
 };
 
-std::string CheckPort(const std::string& text) {
-  const bool digits = !text.empty() && text.size() <= 5 &&
-                      std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-  return digits && std::stoul(text) <= 65535 ? "" : "a port is a number from 0 to 65535";
+template <class Port>
+Take IntoPort(Port& port) {
+  return [&port](const std::string& text) {
+    const std::optional<std::uint64_t> number = ReadCount(text);
+    if (!number || *number > 65535) {
+      throw UsageError("a port is a number from 0 to 65535");
+    }
+    port = static_cast<std::uint16_t>(*number);
+  };
 }
 
 bool IsLoopback(const std::string& address) {
@@ -130,32 +135,40 @@ int Serve(const ServeOptions& options) {
 
 }  // namespace
 
-Runner SetUpServe(CLI::App& app) {
+Runner SetUpServe(Form& form) {
   const auto options = std::make_shared<ServeOptions>();
-  app.add_option("--port", options->server.port, "port to listen on; 0: any free one")
-      ->type_name("PORT")
-      ->check(CLI::Validator(CheckPort, ""))
-      ->capture_default_str();
-  app.add_option("--bind", options->server.bind,
-                 "address to listen on; another one than this opens it to others")
-      ->type_name("ADDRESS")
-      ->capture_default_str();
-  app.add_option("--tls-cert", options->server.tls_cert, "certificate chain (PEM): HTTPS instead of HTTP")
-      ->type_name("FILE");
-  app.add_option("--tls-key", options->server.tls_key, "its private key (PEM)")->type_name("FILE");
-  app.get_option("--tls-cert")->needs("--tls-key");
-  app.get_option("--tls-key")->needs("--tls-cert");
-  app.add_option("--access-log", options->server.access_log,
-                 "file for a line per answer, - for standard error")
-      ->type_name("FILE");
-  app.add_option("--control-port", options->control_port,
-                 "port on 127.0.0.1 where faults and clock can be changed; 0: any free one. Default: none")
-      ->type_name("PORT")
-      ->check(CLI::Validator(CheckPort, ""));
-  app.add_flag("--unsigned", options->unsigned_too, "answer requests without a signature, too");
-  app.add_flag("--list", options->list, "name the scenarios and faults, and end");
-  AddSimulationOptions(app, options->server);
-  app.footer(kExamples);
+  form.Add({.name = "--port",
+            .help = "port to listen on; 0: any free one",
+            .take = IntoPort(options->server.port),
+            .value = "PORT",
+            .standard = std::to_string(options->server.port)});
+  form.Add({.name = "--bind",
+            .help = "address to listen on; another one than this opens it to others",
+            .take = Into(options->server.bind),
+            .value = "ADDRESS",
+            .standard = options->server.bind});
+  form.Add({.name = "--tls-cert",
+            .help = "certificate chain (PEM): HTTPS instead of HTTP",
+            .take = Into(options->server.tls_cert),
+            .value = "FILE",
+            .needs = {"--tls-key"}});
+  form.Add({.name = "--tls-key",
+            .help = "its private key (PEM)",
+            .take = Into(options->server.tls_key),
+            .value = "FILE",
+            .needs = {"--tls-cert"}});
+  form.Add({.name = "--access-log",
+            .help = "file for a line per answer, - for standard error",
+            .take = Into(options->server.access_log),
+            .value = "FILE"});
+  form.Add({.name = "--control-port",
+            .help = "port on 127.0.0.1 where faults and clock can be changed; 0: any free one. Default: none",
+            .take = IntoPort(options->server.control_port),
+            .value = "PORT"});
+  form.Add(Flag("--unsigned", "answer requests without a signature, too", options->unsigned_too));
+  form.Add(Flag("--list", "name the scenarios and faults, and end", options->list));
+  AddSimulationOptions(form, options->server);
+  form.footer = kExamples;
   return [options] { return Serve(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpServe(CLI::App& app);
+[[nodiscard]] Runner SetUpServe(Form& form);
 
 }  // namespace cli

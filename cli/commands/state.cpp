@@ -89,10 +89,10 @@ int PrintState(const WatchOptions& options) {
 
 }  // namespace
 
-Runner SetUpState(CLI::App& app) {
+Runner SetUpState(Form& form) {
   const auto options = std::make_shared<WatchOptions>();
-  AddWatchOptions(app, *options);
-  app.footer(kExamples);
+  AddWatchOptions(form, *options);
+  form.footer = kExamples;
   return [options] { return PrintState(*options); };
 }
 

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpState(CLI::App& app);
+[[nodiscard]] Runner SetUpState(Form& form);
 
 }  // namespace cli

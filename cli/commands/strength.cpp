@@ -26,8 +26,8 @@ Table TableOf(const std::vector<StrengthRatingItem>& rows) {
 
 }  // namespace
 
-Runner SetUpStrength(CLI::App& app) {
-  return SetUpDayCurve<StrengthRatingItem>(app, kStrengthFeed, &GetStrengthRating,
+Runner SetUpStrength(Form& form) {
+  return SetUpDayCurve<StrengthRatingItem>(form, kStrengthFeed, &GetStrengthRating,
                                            analytics::kStrengthRatingTable, {&TableOf, &StrengthChart},
                                            kExamples);
 }

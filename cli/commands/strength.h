@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpStrength(CLI::App& app);
+[[nodiscard]] Runner SetUpStrength(Form& form);
 
 }  // namespace cli

@@ -2,9 +2,6 @@
 
 #include <unistd.h>
 
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <cstdint>
 #include <functional>
@@ -105,14 +102,14 @@ int ShowWatchList(const ShowOptions& options) {
       [&](const Delivery<Quotes>& delivery) { return Picture(delivery.data, columns); });
 }
 
-Runner SetUpShow(CLI::App& app) {
+Runner SetUpShow(Form& form) {
   const auto options = std::make_shared<ShowOptions>();
   options->sort.columns = WatchListColumns();
   options->sort.column = 0;
-  AddSortOptions(app, options->sort);
-  AddColumnsOption(app, WatchListLook(), *options);
-  AddWatchOptions(app, options->watch);
-  app.footer(ListOf("Columns to order by", WatchListColumns()) + "\n\n" + kShowExamples);
+  AddSortOptions(form, options->sort);
+  AddColumnsOption(form, WatchListLook(), *options);
+  AddWatchOptions(form, options->watch);
+  form.footer = ListOf("Columns to order by", WatchListColumns()) + "\n\n" + kShowExamples;
   return [options] { return ShowWatchList(*options); };
 }
 
@@ -202,43 +199,45 @@ int Move(const EditOptions& options) {
   });
 }
 
-std::shared_ptr<EditOptions> MakeEditOptions(CLI::App& app) {
+std::shared_ptr<EditOptions> MakeEditOptions(Form& form) {
   auto options = std::make_shared<EditOptions>();
-  app.add_flag("--json", options->json, "the new list as one JSON line");
-  app.footer(kExamples);
+  form.Add(Flag("--json", "the new list as one JSON line", options->json));
+  form.footer = kExamples;
   return options;
 }
 
-Runner SetUpAdd(CLI::App& app) {
-  const auto options = MakeEditOptions(app);
-  AddSymbols(app, options->symbols);
+Runner SetUpAdd(Form& form) {
+  const auto options = MakeEditOptions(form);
+  AddSymbols(form, options->symbols);
   return [options] { return Add(*options); };
 }
 
-Runner SetUpRemove(CLI::App& app) {
-  const auto options = MakeEditOptions(app);
-  AddSymbols(app, options->symbols);
+Runner SetUpRemove(Form& form) {
+  const auto options = MakeEditOptions(form);
+  AddSymbols(form, options->symbols);
   return [options] { return Remove(*options); };
 }
 
-Runner SetUpMove(CLI::App& app) {
-  const auto options = MakeEditOptions(app);
-  AddSymbol(app, options->symbol);
-  app.add_option("POSITION", options->position, "1 is the first; beyond the end is the last")
-      ->required()
-      ->type_name("")
-      ->check(CLI::Range(std::uint32_t{1}, std::uint32_t{1} << 31U).description(""));
+Runner SetUpMove(Form& form) {
+  const auto options = MakeEditOptions(form);
+  AddSymbol(form, options->symbol);
+  form.Add({.name = "POSITION",
+            .help = "1 is the first; beyond the end is the last",
+            .take = Into(options->position, 1, std::int64_t{1} << 31U),
+            .value = "",
+            .is_required = true});
   return [options] { return Move(*options); };
 }
 
 }  // namespace
 
-Runner SetUpWatchList(CLI::App& app) {
-  app.footer(kExamples);
-  return SetUpSubcommands(app, {{"show", "The list with its quotes", &SetUpShow},
-                                {"add", "Append stocks or indices", &SetUpAdd},
-                                {"remove", "Take stocks or indices out", &SetUpRemove},
-                                {"move", "Give one another place", &SetUpMove}});
+Runner SetUpWatchList(Form& form) {
+  form.footer = kExamples;
+  form.commands = {{"show", "The list with its quotes", &SetUpShow},
+                   {"add", "Append stocks or indices", &SetUpAdd},
+                   {"remove", "Take stocks or indices out", &SetUpRemove},
+                   {"move", "Give one another place", &SetUpMove}};
+  return {};
 }
 
 }  // namespace cli

@@ -5,6 +5,6 @@
 
 namespace cli {
 
-[[nodiscard]] Runner SetUpWatchList(CLI::App& app);
+[[nodiscard]] Runner SetUpWatchList(Form& form);
 
 }  // namespace cli

@@ -1,13 +1,11 @@
 #include "cli/format/quote_rows.h"
 
-#include <CLI/Config.hpp>
-#include <CLI/Error.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <span>
 #include <sstream>
 #include <utility>
 
+#include "cli/args/option.h"
 #include "cli/format/quote_tables.h"
 #include "ranking/plate_market_summary_table.h"
 #include "ranking/stock_market_summary_table.h"
@@ -180,7 +178,7 @@ std::vector<MemberColumn> ListLook::Chosen(const std::string& names) const {
       for (const MemberColumn& column : all_) {
         right += ", " + std::string(column.member);
       }
-      throw CLI::ValidationError("--columns", "\"" + name + "\" is none of " + right);
+      throw UsageError("\"" + name + "\" is none of " + right);
     }
     columns.push_back(*found);
   }

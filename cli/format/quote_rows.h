@@ -2,7 +2,6 @@
 // sheet is quote_sheet.h's matter.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +26,7 @@ class ListLook {
   /// As many as fit into `width` columns of a terminal: the first three and that one, then the usual ones,
   /// then the others.
   [[nodiscard]] std::vector<MemberColumn> Fitting(std::string_view sorted_by, int width) const;
-  /// Those that `names` says: "code,name,pe", or "all". Throws CLI::ValidationError, with the right names,
+  /// Those that `names` says: "code,name,pe", or "all". Throws UsageError, with the right names,
   /// for a wrong one.
   [[nodiscard]] std::vector<MemberColumn> Chosen(const std::string& names) const;
 

@@ -11,7 +11,7 @@
 namespace cli {
 namespace {
 
-constexpr int kGap = 4;
+constexpr int kGap = 3;
 // Of the order book.
 constexpr int kNameWidth = 4;
 constexpr int kPriceWidth = 10;
@@ -160,16 +160,18 @@ Figures FiguresOf(const StockMarketItem& quote) {
 
 std::string StatusText(stock::StockStatus status) {
   switch (static_cast<int>(status)) {
-    case 0:
-      return "";
     case 1:
     case 2:
     case 3:
     case 4:
     case 7:
       return "suspended";
+    case 5:
+      return "newly listed";
+    case 6:
+      return "ex rights";
     default:
-      return "status " + std::to_string(static_cast<int>(status));
+      return "";
   }
 }
 

@@ -5,15 +5,45 @@
 
 namespace cli {
 
-std::string Render(const StyledLine& line, const Palette& palette, int width) {
+namespace {
+
+constexpr std::string_view kCutMark = "…";
+
+// As much of `line` as `width` columns take, with a mark where something is missing. A word with a digit in
+// it is never cut: what is left of it would be another number.
+StyledLine Cut(const StyledLine& line, int width) {
   std::string text;
   for (const Cell& cell : line) {
-    const std::string fitting = Clip(cell.text, width);
-    text += palette.Paint(fitting, cell.tone);
-    width -= DisplayWidth(fitting);
-    if (fitting.size() != cell.text.size()) {
-      break;
-    }
+    text += cell.text;
+  }
+  const std::string clipped = Clip(text, width);
+  if (clipped == text) {
+    return line;
+  }
+  if (clipped.empty()) {
+    return {};
+  }
+  std::size_t length = clipped.size() - kCutMark.size();
+  const std::size_t begin = length == 0 ? 0 : text.find_last_of(' ', length - 1) + 1;
+  const std::string_view word = std::string_view(text).substr(begin, text.find(' ', begin) - begin);
+  if (word.find_first_of("0123456789") != std::string_view::npos) {
+    length = begin;
+  }
+  StyledLine cut;
+  for (const Cell& cell : line) {
+    cut.push_back({cell.text.substr(0, length), cell.tone});
+    length -= cut.back().text.size();
+  }
+  cut.push_back({std::string(kCutMark), Tone::kDim});
+  return cut;
+}
+
+}  // namespace
+
+std::string Render(const StyledLine& line, const Palette& palette, int width) {
+  std::string text;
+  for (const Cell& cell : Cut(line, width)) {
+    text += palette.Paint(cell.text, cell.tone);
   }
   return text;
 }
@@ -30,15 +60,8 @@ void TrimEnd(StyledLine& line) {
 }
 
 StyledLine Fitted(const StyledLine& line, int width) {
-  StyledLine fitted;
-  for (const Cell& cell : line) {
-    fitted.push_back({Clip(cell.text, width), cell.tone});
-    width -= DisplayWidth(fitted.back().text);
-    if (fitted.back().text.size() != cell.text.size()) {
-      break;
-    }
-  }
-  fitted.push_back({std::string(static_cast<std::size_t>(std::max(width, 0)), ' ')});
+  StyledLine fitted = Cut(line, width);
+  fitted.push_back({std::string(static_cast<std::size_t>(std::max(width - DisplayWidth(fitted), 0)), ' ')});
   return fitted;
 }
 

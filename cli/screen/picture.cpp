@@ -6,22 +6,12 @@
 #include <utility>
 
 namespace cli {
-namespace {
-
-void CutLine(StyledLine& line, int width) {
-  for (Cell& cell : line) {
-    cell.text = Clip(cell.text, std::max(width, 0));
-    width -= DisplayWidth(cell.text);
-  }
-  TrimEnd(line);
-}
-
-}  // namespace
 
 std::vector<StyledLine> CutTo(std::vector<StyledLine> lines, const ChartSize& size) {
   lines.resize(std::min(lines.size(), static_cast<std::size_t>(std::max(size.rows, 0))));
   for (StyledLine& line : lines) {
-    CutLine(line, size.columns);
+    line = Fitted(line, size.columns);
+    TrimEnd(line);
   }
   return lines;
 }

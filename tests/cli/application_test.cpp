@@ -74,5 +74,45 @@ TEST(Understand, knowsTheOptionsOfTheChosenCommandOnly) {
   EXPECT_FALSE(Understood({"--port", "1", "serve"}).run);
 }
 
+TEST(Understand, refusesBothDirections) {
+  EXPECT_TRUE(Understood({"board", "--sort", "tr", "--asc", "--rows", "20:40"}).run);
+  EXPECT_EQ(Understood({"board", "--asc", "--desc"}).code, kUsage);
+}
+
+// Only the first word of a command went in front of the options.
+TEST(Understand, takesAReplayInFrontOfCommandsOfTwoWords) {
+  EXPECT_TRUE(Understood({"--replay", "DIR", "index"}).run);
+  EXPECT_TRUE(Understood({"--replay", "DIR", "rank", "stocks"}).run);
+  EXPECT_TRUE(Understood({"--speed", "2", "--replay", "DIR", "watchlist", "show", "--json"}).run);
+}
+
+// The advice named half of the command.
+TEST(Understand, advisesACommandThatExists) {
+  const std::string advice = Understood({"--json", "rank", "stocks"}).text;
+  EXPECT_NE(advice.find("csm rank stocks --json"), std::string::npos) << advice;
+  EXPECT_TRUE(Understood({"rank", "stocks", "--json"}).run);
+  const std::string none = Understood({"--json", "serve"}).text;
+  EXPECT_NE(none.find("csm serve has no such option"), std::string::npos) << none;
+}
+
+TEST(Understand, advisesACommandThatCanBeRecorded) {
+  const std::string advice = Understood({"record", "DIR", "--seed", "5", "rank", "stocks"}).text;
+  EXPECT_NE(advice.find("csm record DIR rank stocks --seed"), std::string::npos) << advice;
+}
+
+// Unknown kinds showed the first one.
+TEST(Understand, knowsHowManyKindsAListHas) {
+  EXPECT_TRUE(Understood({"lists", "stocks", "5"}).run);
+  EXPECT_TRUE(Understood({"lists", "plates", "2"}).run);
+  EXPECT_TRUE(Understood({"lists", "indices", "2"}).run);
+  for (const auto& words : std::vector<std::vector<std::string>>{{"lists", "stocks", "6"},
+                                                                 {"lists", "plates", "9"},
+                                                                 {"lists", "plates", "3"},
+                                                                 {"lists", "plates", "0"},
+                                                                 {"lists", "indices", "3"}}) {
+    EXPECT_EQ(Understood(words).code, kUsage) << words[1] << " " << words[2];
+  }
+}
+
 }  // namespace
 }  // namespace cli

@@ -249,6 +249,15 @@ TEST(Csm, printsTenSecondsOfLinesWhereThereIsNoTerminal) {
   EXPECT_GE(LinesOf(csm.output()).size(), 7U) << csm.output();
 }
 
+// Sockets were opened in the place of the descriptors that were missing, and waited for for ever.
+TEST(Csm, runsWithoutStandardDescriptors) {
+  for (const char* closed : {">&-", "<&-", "2>&-", "<&- >&- 2>&-"}) {
+    const std::string line = std::string("exec \"$0\" index --count 1 --clock 10:30 ") + closed;
+    ChildProcess csm({"/bin/sh", "-c", line, Csm({}).front()});
+    EXPECT_EQ(csm.Wait(), 0) << closed;
+  }
+}
+
 TEST(Serve, namesItsAddressAndTellsWhenItIsReady) {
   ChildProcess server(Csm({"serve"}));
   ASSERT_TRUE(server.ReadUntilOutput("ready\n")) << server.errors();

@@ -124,7 +124,16 @@ TEST(FeedHealth, knowsThatAClosedMarketIsAskedAboutSeldom) {
   EXPECT_EQ(health.Report(kStart + seconds(8), kOpen).state, FeedState::kStale);
   health.OnCounters(Counters(1, 0, 1, "timed out"));
   EXPECT_EQ(health.Report(kStart + seconds(1), stock::kMarketClosed).text, "stale, 1 s old: timed out");
-  EXPECT_EQ(health.Report(kStart + seconds(1), kOpen).state, FeedState::kLive);
+}
+
+// "live" stood there for seconds after the server had died.
+TEST(FeedHealth, isStaleAtOnceWhenANewerRequestHasFailed) {
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart);
+  health.OnCounters(Counters(2, 1, 1, "connection refused"));
+  EXPECT_EQ(health.Report(kStart + seconds(2), kOpen).text, "stale, 2 s old: connection refused");
+  health.OnUpdate(kStart + seconds(3));
+  EXPECT_EQ(health.Report(kStart + seconds(4), kOpen).state, FeedState::kLive);
 }
 
 TEST(FeedHealth, escapesTheReason) {

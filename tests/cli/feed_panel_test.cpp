@@ -7,13 +7,14 @@
 #include <atomic>
 #include <fstream>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "cli/temporary_directory.h"
-#include "frame/timer_subject.h"
+#include "frame/observer.h"
 #include "panel_surroundings.h"
 
 namespace cli {
@@ -298,7 +299,7 @@ TEST_F(FeedPanelTest, saysWhyDataAreStaleOrMissing) {
   Arrive({1});
   ExpectReport(PanelState::kLive, "live");
   Fail("timed out");
-  ExpectReport(PanelState::kLive, "live");
+  ExpectReport(PanelState::kStale, "stale, 0 s old: timed out");
   ExpectReport(PanelState::kStale, "stale, 1 min old: timed out", seconds(70));
 }
 
@@ -382,10 +383,43 @@ TEST_F(FeedPanelTest, isNotStaleAsLongAsAClosedMarketIsAskedAboutByTheHour) {
   EXPECT_EQ(Report(seconds(60), stock::kMarketClosed).text, "stale, 1 min old: timed out");
 }
 
-// A service of the module's own kind, which tells its views from a thread of its own without a pause.
-class RestlessService final : public ITimerSubject<IUpdate1<Figures>, std::string, Figures> {
+// Tells its view from a thread of its own without a pause, under the lock that every other call takes, as the
+// module's services do.
+class RestlessService {
  public:
-  void TellOf(const std::string& key) { Deliver(key, {key == "one" ? 1 : 2}); }
+  void Attach(IUpdate1<Figures>* view) {
+    const std::lock_guard lock(mutex_);
+    view_ = view;
+  }
+  void Detach(IUpdate1<Figures>* /*view*/) {
+    const std::lock_guard lock(mutex_);
+    view_ = nullptr;
+  }
+  void SetTarget(IUpdate1<Figures>* /*view*/, const std::string& key) {
+    const std::lock_guard lock(mutex_);
+    key_ = key;
+  }
+  void Suspend(IUpdate1<Figures>* /*view*/) {
+    const std::lock_guard lock(mutex_);
+    active_ = false;
+  }
+  void Resume(IUpdate1<Figures>* /*view*/, bool /*deliver*/) {
+    const std::lock_guard lock(mutex_);
+    active_ = true;
+  }
+
+  void TellOf(const std::string& key) {
+    const std::lock_guard lock(mutex_);
+    if (view_ != nullptr && active_ && key_ == key) {
+      view_->Update({key == "one" ? 1 : 2});
+    }
+  }
+
+ private:
+  std::mutex mutex_;  // guards the others
+  IUpdate1<Figures>* view_ = nullptr;
+  std::string key_;
+  bool active_ = false;
 };
 
 TEST(View, handsNothingOfAnOldKeyOver) {

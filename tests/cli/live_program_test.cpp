@@ -265,7 +265,7 @@ TEST_F(LiveProgramTest, saysThatTheMarketIsClosed) {
 }
 
 TEST_F(LiveProgramTest, leavesTheTerminalCleanWhenQIsTyped) {
-  for (const std::string& keys : {"q", "\x03", "\x04"}) {
+  for (const char* const keys : {"q", "\x03", "\x04"}) {
     StartAndWaitForQuotes();
     csm_->Type(keys);
     EXPECT_EQ(csm_->Wait(), 0);

@@ -61,6 +61,19 @@ TEST(Render, cutsALineAtTheWidthOfTheScreen) {
   EXPECT_EQ(Render({{"abc"}}, kPlainText, 0), "");
 }
 
+// "180,700" became "180,70".
+TEST(Render, cutsNoNumber) {
+  const StyledLine line = {{"ask"}, {"  "}, {"180,700", Tone::kStrong}, {"  "}, {"1.23亿▴"}};
+  EXPECT_EQ(Render(line, kPlainText, 21), "ask  180,700  1.23亿▴");
+  EXPECT_EQ(Render(line, kPlainText, 20), "ask  180,700  …");
+  EXPECT_EQ(Render(line, kPlainText, 15), "ask  180,700  …");
+  EXPECT_EQ(Render(line, kPlainText, 14), "ask  180,700 …");
+  EXPECT_EQ(Render(line, kPlainText, 13), "ask  …") << "a number that touches the mark looks cut";
+  EXPECT_EQ(Render(line, kPlainText, 11), "ask  …");
+  EXPECT_EQ(Render(line, kPlainText, 3), "as…");
+  EXPECT_EQ(Render({{"12345"}}, kPlainText, 4), "…");
+}
+
 TEST(Palette, paintsRisesRedAndFallsGreen) {
   EXPECT_EQ(kColours.Paint("+1", ToneOf(1)), "\x1b[31m+1\x1b[0m");
   EXPECT_EQ(kColours.Paint("-1", ToneOf(-1)), "\x1b[32m-1\x1b[0m");
@@ -116,6 +129,7 @@ TEST(Fitted, cutsAndFills) {
   EXPECT_EQ(Render(Fitted(line, 6), Palette(false)), "上证a…");
   EXPECT_EQ(Render(Fitted(line, 3), Palette(false)), "上…");
   EXPECT_EQ(Render(Fitted(line, 0), Palette(false)), "");
+  EXPECT_EQ(Render(Fitted({{"last  12.34"}}, 9), Palette(false)), "last  …  ");
   EXPECT_EQ(Render(Fitted({}, 2), Palette(false)), "  ");
 }
 

@@ -110,6 +110,14 @@ TEST_F(CsmRecord, theUsualServicesServeTheUsualCommands) {
   }
 }
 
+// The end of the recording came between the two words.
+TEST_F(CsmRecord, takesACommandOfTwoWordsForATime) {
+  const Ended ended =
+      RunCsm(Joined({"record", record_, "--for", "5", "rank", "stocks", "--count", "1", "--json"}, kStill));
+  EXPECT_EQ(ended.code, 0) << ended.errors;
+  EXPECT_EQ(Data(RunCsm({"--replay", record_, "rank", "stocks", "--count", "1", "--json"})), Data(ended));
+}
+
 TEST_F(CsmRecord, holdsNeitherKeyNorKeyId) {
   server_.Start();
   const Ended ended = RunCsm({"record", record_, "index", "--count", "1", "--server", server_.url()}, kKey);
@@ -138,6 +146,13 @@ TEST_F(CsmRecord, whatWasNeverRecordedFails) {
   EXPECT_NE(ended.errors.find("cannot load the reference data from the record in"), std::string::npos)
       << ended.errors;
   EXPECT_NE(ended.errors.find("404"), std::string::npos) << ended.errors;
+}
+
+// Refusals counted as exchanges, and the recording as a success.
+TEST_F(CsmRecord, ofADeadServerFails) {
+  const Ended ended = RunCsm({"record", record_, "--for", "1", "--server", "http://127.0.0.1:1"}, kKey);
+  EXPECT_EQ(ended.code, 1) << ended.errors;
+  EXPECT_NE(ended.errors.find("no request was answered: /pc/"), std::string::npos) << ended.errors;
 }
 
 TEST_F(CsmRecord, refusesADirectoryOfSomethingElse) {

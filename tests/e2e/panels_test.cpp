@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <future>
 #include <memory>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "cli/line_run.h"
+#include "cli/screen/panels/board_panel.h"
 #include "cli/screen/panels/breadth_panels.h"
 #include "cli/screen/panels/events_panel.h"
 #include "cli/screen/panels/flow_panel.h"
@@ -400,6 +402,47 @@ TEST_F(PanelsTest, ofTheWatchListChangeOrderByKeys) {
   Press(*panel, Typed(U'd'));
   Await(*panel, PanelState::kLive);
   EXPECT_NE(first(), ascending);
+}
+
+// The codes of the rows of a list.
+std::vector<std::string> CodesOf(Panel& panel, const ChartSize& size) {
+  static const std::regex code("s[hz][0-9]{6}");
+  std::vector<std::string> codes;
+  for (const std::string& line : TextsOf(panel.Picture(size))) {
+    if (std::smatch match; std::regex_search(line, match, code)) {
+      codes.push_back(match.str());
+    }
+  }
+  return codes;
+}
+
+// The cursor stayed in its row when the order changed, and Enter took the stock that had come there; n and p
+// went by the order of the beginning.
+TEST_F(PanelsTest, boardGoesWithTheStockThatIsAimedAtAndStepsAsItIsSeen) {
+  constexpr ChartSize kWholeBoard{100, 400};
+  ASSERT_NO_FATAL_FAILURE(Open("2024-03-15 10:00:00"));
+  std::vector<std::string> steps;
+  around_.context.step_through = [&](const std::vector<BaseInfoItem>& list) {
+    steps.clear();
+    for (const BaseInfoItem& item : list) {
+      steps.push_back(common::ws2s(item.code, common::kUtf8));
+    }
+  };
+  const auto panel = Make(&cli::MakeBoardPanel);
+  panel->Show();
+  ASSERT_TRUE(around_.RunUntil(
+      [&] { return CodesOf(*panel, kWholeBoard).size() > 100 && steps == CodesOf(*panel, kWholeBoard); }));
+  const std::vector<std::string> before = CodesOf(*panel, kWholeBoard);
+  for (int i = 0; i < 3; ++i) {
+    Press(*panel, {KeyKind::kDown});
+  }
+  MoveTo("2024-03-15 14:30:00");
+  panel->Refresh();
+  ASSERT_TRUE(around_.RunUntil([&] { return CodesOf(*panel, kWholeBoard)[3] != before[3]; }));
+  Press(*panel, {KeyKind::kEnter});
+  ASSERT_EQ(around_.selected.size(), 1U);
+  EXPECT_EQ(common::ws2s(around_.selected[0].code, common::kUtf8), before[3]);
+  EXPECT_EQ(steps, CodesOf(*panel, kWholeBoard));
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #include "cli/screen/panels/board_panel.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <iterator>
+#include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -22,6 +25,7 @@ using Quotes = std::vector<StockMarketItem>;
 
 constexpr Feed kFeed{"stock_market", "/pc/rt/get", kQuotePolling, "StockMarket"};
 constexpr std::chrono::seconds kUntilNextOrder(10);
+constexpr std::chrono::seconds kOrderLasts(60);
 constexpr std::uint32_t kFirstRows = 30;  // before it is known how many there is room for
 
 class BoardPanel final : public FeedPanel<IStockMarket, Quotes, StockRangeRankingTarget> {
@@ -104,13 +108,28 @@ class BoardPanel final : public FeedPanel<IStockMarket, Quotes, StockRangeRankin
     return delivery.data.empty() ? "the board has no row " + std::to_string(start_ + 1) : "";
   }
 
-  // What is seen stays until the answer to the next question is there.
+  // What is seen stays until the answer to the next question is there. Once it was moved the cursor goes with
+  // its row.
   void OnData() override {
+    const StockMarketItem* const aimed = moved_ ? AtCursor() : nullptr;
+    const std::wstring code = aimed == nullptr ? std::wstring() : aimed->code;
     rows_ = newest()->data;
     first_ = start_;
-    if (order_.empty() && Clock::now() - order_asked_ >= kUntilNextOrder) {
+    const auto found = std::find_if(rows_.begin(), rows_.end(),
+                                    [&](const StockMarketItem& row) { return row.code == code; });
+    if (found != rows_.end()) {
+      cursor_ = first_ + static_cast<std::uint32_t>(found - rows_.begin());
+    }
+    PutSeenInOrder();
+    if (Clock::now() - order_asked_ >= (order_.empty() ? kUntilNextOrder : kOrderLasts)) {
       AskForOrder();
     }
+  }
+
+  // Null while the rows around the cursor are still to come.
+  [[nodiscard]] const StockMarketItem* AtCursor() const {
+    const std::size_t row = cursor_ - first_;
+    return cursor_ >= first_ && row < rows_.size() ? &rows_[row] : nullptr;
   }
 
   // The row that the cursor can be in at most. While it is not known how many there are, a full page may be
@@ -123,6 +142,7 @@ class BoardPanel final : public FeedPanel<IStockMarket, Quotes, StockRangeRankin
 
   bool MoveTo(std::uint32_t row) {
     cursor_ = std::min(row, Last());
+    moved_ = true;
     context().redraw();
     if (cursor_ >= start_ && cursor_ < start_ + room_) {
       return true;
@@ -142,9 +162,8 @@ class BoardPanel final : public FeedPanel<IStockMarket, Quotes, StockRangeRankin
   }
 
   bool SelectRow() {
-    const std::size_t row = cursor_ - first_;
-    if (cursor_ >= first_ && row < rows_.size()) {
-      context().select(SecurityOf(rows_[row].code, rows_[row].name));
+    if (const StockMarketItem* const row = AtCursor()) {
+      context().select(SecurityOf(row->code, row->name));
     }
     return true;
   }
@@ -157,6 +176,7 @@ class BoardPanel final : public FeedPanel<IStockMarket, Quotes, StockRangeRankin
       return false;
     }
     cursor_ = 0;
+    moved_ = false;
     start_ = 0;
     rows_.clear();
     order_.clear();
@@ -194,6 +214,27 @@ class BoardPanel final : public FeedPanel<IStockMarket, Quotes, StockRangeRankin
     }
   }
 
+  // The rows that are seen are newer than the order of the whole board; stepping goes by what is seen.
+  void PutSeenInOrder() {
+    if (order_.empty()) {
+      return;
+    }
+    std::set<std::wstring_view> seen;
+    std::vector<BaseInfoItem> items;
+    for (const StockMarketItem& row : rows_) {
+      seen.insert(row.code);
+      items.push_back({row.code, row.name, L"", 0});
+    }
+    order_.erase(std::remove_if(order_.begin(), order_.end(),
+                                [&](const BaseInfoItem& item) { return seen.count(item.code) > 0; }),
+                 order_.end());
+    order_.insert(order_.begin() + std::min<std::ptrdiff_t>(first_, std::ssize(order_)), items.begin(),
+                  items.end());
+    if (shown()) {
+      context().step_through(order_);
+    }
+  }
+
   [[nodiscard]] Cell MarkOf(std::size_t row) const {
     if (first_ + row == cursor_) {
       return {"▸ ", Tone::kStrong};
@@ -206,6 +247,7 @@ class BoardPanel final : public FeedPanel<IStockMarket, Quotes, StockRangeRankin
   std::uint32_t room_ = kFirstRows;
   std::uint32_t start_ = 0;  // first row that is asked for
   std::uint32_t cursor_ = 0;
+  bool moved_ = false;
   Quotes rows_;
   std::uint32_t first_ = 0;  // number of the first of `rows_`
   std::wstring current_;

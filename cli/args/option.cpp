@@ -1,0 +1,52 @@
+#include "cli/args/option.h"
+
+#include <charconv>
+#include <system_error>
+#include <utility>
+
+namespace cli {
+namespace {
+
+template <class Number>
+std::optional<Number> Read(const std::string& text) {
+  Number number{};
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
+}
+
+}  // namespace
+
+Option Flag(std::string name, std::string help, bool& on) {
+  return {.name = std::move(name),
+          .help = std::move(help),
+          .take = [&on](const std::string&) { on = true; },
+          .kind = Option::Kind::kFlag};
+}
+
+Take Into(std::string& text) {
+  return [&text](const std::string& typed) { text = typed; };
+}
+
+Take Into(std::vector<std::string>& texts) {
+  return [&texts](const std::string& typed) { texts.push_back(typed); };
+}
+
+std::int64_t WholeNumber(const std::string& text, std::int64_t least, std::int64_t most) {
+  const std::optional<std::int64_t> number = Read<std::int64_t>(text);
+  if (!number || *number < least || *number > most) {
+    throw UsageError("Value " + text + " not in range " + std::to_string(least) + " to " +
+                     std::to_string(most));
+  }
+  return *number;
+}
+
+std::optional<double> ReadNumber(const std::string& text) {
+  return Read<double>(text);
+}
+
+std::optional<std::uint64_t> ReadCount(const std::string& text) {
+  return Read<std::uint64_t>(text);
+}
+
+}  // namespace cli
