@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -37,30 +36,6 @@ struct Life {
 Life& State() {
   static Life* const life = new Life;
   return *life;
-}
-
-// Keeps the clock with the quote API server's, and signs anew what was signed by a clock too far off.
-std::string FollowServer(const HttpHeaderReport& report) {
-  const auto addresses = CurrentAddresses();
-  const std::string origin = addresses->Origin();
-  if (origin.empty() || report.date < 0 || !report.url.starts_with(origin + "/")) {
-    return {};
-  }
-  const double speed = report.speed ? ParseSpeed(report.speed->c_str()).value_or(1) : 1;
-  const bool agreed = ServerClock().Learn(report.date, speed, report.received);
-  const auto signed_at = TimeOfSigning(*addresses, report.url);
-  if (!agreed || !signed_at) {
-    return {};
-  }
-  const double under_way = std::chrono::duration<double>(report.received - report.sent).count() * speed;
-  const double skew = static_cast<double>(report.date - *signed_at) - under_way;
-  if (std::abs(skew) <= ServerClockModel::kLargestSkew) {
-    return {};
-  }
-  Log(Severity::kInfo, "clock: a request was signed " + std::to_string(std::llround(skew)) +
-                           " seconds off the server's clock and is sent again");
-  const auto mark = NewSigningMark();
-  return mark ? SignedAnew(*addresses, report.url, *mark) : std::string();
 }
 
 // Undoes in the order of Stop what has been started.
@@ -149,7 +124,7 @@ bool Start(const Settings& wanted, std::string& error) {
   }
   ResetServerClock();
   if (replayer) {
-    const auto now = std::chrono::steady_clock::now();
+    const Moment now = Moment::Now();
     ServerClock().Reset(replayer->start(), now);
     replayer->Begin(now);
     Log(Severity::kInfo, "every request is answered from the record in " + settings.replay_directory);
@@ -163,7 +138,10 @@ bool Start(const Settings& wanted, std::string& error) {
           (addresses->key.empty() ? ", no key" : ", key id " + addresses->key_id) + ", data in " + data);
   try {
     StartTasks();
-    TheHttpClient().Start({settings.proxy, settings.ca_file, &FollowServer, recorder, replayer});
+    const auto correct = [](const HttpHeaderReport& report) {
+      return FollowServer(ServerClock(), *CurrentAddresses(), report);
+    };
+    TheHttpClient().Start({settings.proxy, settings.ca_file, correct, recorder, replayer});
     TheWatchList().Start(config);
     base::TaskManagerInstance()->AddTask(&SweepLeftovers);
   } catch (const std::exception& e) {

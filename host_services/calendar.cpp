@@ -27,6 +27,9 @@ constexpr std::int64_t kLastDay = 2932896;   // 9999-12-31
 // Longer runs of days without trading do not occur; a calendar that claims one is not searched for ever.
 constexpr int kLongestSearch = 4000;
 
+// As long as clock or calendar may tell the wrong phase, in seconds.
+constexpr double kSpanInDoubt = 2;
+
 struct Holidays {
   std::mutex mutex;  // guards by_year
   std::map<int, std::set<std::int64_t>> by_year;
@@ -115,6 +118,12 @@ bool IsTradingDay(std::int64_t days) {
   const std::lock_guard lock(state.mutex);
   const auto found = state.by_year.find(year);
   return found == state.by_year.end() || !found->second.contains(days);
+}
+
+bool KnowsHolidaysOf(int year) {
+  Holidays& state = State();
+  const std::lock_guard lock(state.mutex);
+  return state.by_year.contains(year);
 }
 
 std::int64_t SecondsToNextPhase(std::int64_t time) {
@@ -207,10 +216,12 @@ MarketStatus CheckMarketStatus(std::uint32_t time) {
 }
 
 std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
-  const double span = std::ceil(static_cast<double>(stock_host::SecondsToNextPhase(time)) /
-                                stock_host::ServerClock().Speed());
+  stock_host::ServerClockModel& clock = stock_host::ServerClock();
+  const bool known = clock.Sure(stock_host::Moment::Now()) &&
+                     stock_host::KnowsHolidaysOf(static_cast<int>(common::TimeToDate(time) / 10000));
+  const double span = std::ceil(static_cast<double>(stock_host::SecondsToNextPhase(time)) / clock.Speed());
   return static_cast<std::int32_t>(
-      std::clamp(span, 1.0, static_cast<double>(std::numeric_limits<std::int32_t>::max())));
+      std::clamp(span, 1.0, known ? std::numeric_limits<std::int32_t>::max() : stock_host::kSpanInDoubt));
 }
 
 std::uint32_t GetLastTradingDate(std::uint32_t date) {

@@ -16,6 +16,9 @@ namespace stock_host {
 /// Monday to Friday and no legal holiday.
 [[nodiscard]] bool IsTradingDay(std::int64_t days);
 
+/// True once the holidays of `year` were told.
+[[nodiscard]] bool KnowsHolidaysOf(int year);
+
 /// Seconds of market time from `time` (seconds since 1970-01-01 00:00 UTC) to the next change of phase, at
 /// least 1.
 [[nodiscard]] std::int64_t SecondsToNextPhase(std::int64_t time);

@@ -128,7 +128,7 @@ bool Exchange::SetUp(const HttpSettings& settings) {
     header_lines_ = longer != nullptr ? longer : header_lines_;
   }
   set(CURLOPT_HTTPHEADER, header_lines_);
-  sent_ = Steady::now();
+  sent_ = Moment::Now();
   return good;
 }
 
@@ -141,7 +141,7 @@ bool Exchange::SetUpAgain(std::string url) {
   trouble_.clear();
   body_.clear();
   ForgetHeader();
-  sent_ = Steady::now();
+  sent_ = Moment::Now();
   return curl_easy_setopt(easy_, CURLOPT_URL, request.url.c_str()) == CURLE_OK;
 }
 
@@ -238,7 +238,7 @@ bool Exchange::TakeHeaderLine(std::string_view line) {
   }
   if (line == "\r\n" || line == "\n") {
     header_complete_ = true;
-    header_at_ = Steady::now();
+    header_at_ = Moment::Now();
     return true;
   }
   const std::size_t colon = line.find(':');

@@ -163,7 +163,7 @@ class HttpClient::Network {
 
   // An answer from the record takes its time, as far as the limit allows.
   void Schedule(std::unique_ptr<Exchange> exchange) {
-    Replayer::Answer given = settings_.replayer->AnswerTo(exchange->request.url, exchange->asked);
+    Replayer::Answer given = settings_.replayer->AnswerTo(exchange->request.url, Moment::Now());
     Steady::time_point due = exchange->asked + given.after;
     if (due > exchange->deadline) {
       due = exchange->deadline;
@@ -178,7 +178,7 @@ class HttpClient::Network {
       Played played = std::move(played_.begin()->second);
       played_.erase(played_.begin());
       if (played.answer.error == HttpError::kNone || played.answer.error == HttpError::kStatus) {
-        settings_.replayer->Teach(ServerClock(), now);
+        settings_.replayer->Teach(ServerClock(), Moment::Now());
       }
       Finish(std::move(played.exchange), std::move(played.answer));
     }

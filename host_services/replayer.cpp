@@ -126,16 +126,17 @@ bool Replayer::Read(const std::string& directory, std::string& error) {
   return true;
 }
 
-void Replayer::Begin(Steady::time_point now) {
+void Replayer::Begin(Moment now) {
   begun_ = now;
 }
 
-std::int64_t Replayer::RecordedTime(Steady::time_point now) const {
-  const double passed = std::chrono::duration<double, std::micro>(now - begun_).count() * speed_;
+std::int64_t Replayer::RecordedTime(Moment now) const {
+  const double passed =
+      std::chrono::duration<double, std::micro>(now.elapsed - begun_.elapsed).count() * speed_;
   return start_ + std::llround(passed);
 }
 
-Replayer::Answer Replayer::AnswerTo(const std::string& url, Steady::time_point now) {
+Replayer::Answer Replayer::AnswerTo(const std::string& url, Moment now) {
   const std::string request = RequestText(*CurrentAddresses(), url);
   const auto found = entries_.find(request);
   if (found == entries_.end()) {
@@ -147,7 +148,7 @@ Replayer::Answer Replayer::AnswerTo(const std::string& url, Steady::time_point n
   const auto entry =
       ElementAt(found->second, RecordedTime(now), [](const Entry& candidate) { return candidate.asked; });
   Answer given{entry->answer,
-               std::chrono::duration_cast<Steady::duration>(
+               std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                    std::chrono::duration<double, std::micro>(static_cast<double>(entry->duration) / speed_))};
   if (!ReadAt(fd_, entry->body_at, entry->body_size, given.answer.body)) {
     given.answer = {HttpError::kIncomplete, "the record cannot be read", 0, {}};
@@ -155,7 +156,7 @@ Replayer::Answer Replayer::AnswerTo(const std::string& url, Steady::time_point n
   return given;
 }
 
-void Replayer::Teach(ServerClockModel& clock, Steady::time_point now) const {
+void Replayer::Teach(ServerClockModel& clock, Moment now) const {
   if (samples_.empty()) {
     return;
   }

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "clock.h"
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "host/singleton.h"
@@ -38,11 +39,19 @@ void SetHolidays(int year, const std::vector<unsigned long>& days) {
 
 class Calendar : public testing::Test {
  protected:
-  Calendar() { Clear(); }
+  Calendar() {
+    Clear();
+    LearnClock();
+  }
   ~Calendar() override {
     Clear();
+    stock_host::ResetServerClock();
     unsetenv("TZ");
     tzset();
+  }
+
+  static void LearnClock() {
+    (void)stock_host::ServerClock().Learn(DateToTime(kFriday, 12, 0, 0), 1, stock_host::Moment::Now());
   }
 
  private:
@@ -205,6 +214,29 @@ TEST_F(Calendar, spanEndsWhereThePhaseChanges) {
 TEST_F(Calendar, spanIsPositiveAtTheEndsOfTheClock) {
   EXPECT_GE(TimeSpanToNextMarketStatus(0), 1);
   EXPECT_GE(TimeSpanToNextMarketStatus(4294967295U), 1);
+}
+
+// Holidays of 2031 are told by no test.
+TEST_F(Calendar, spanIsShortUntilTheHolidaysOfTheYearAreKnown) {
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310314, 9, 0, 0)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310314, 9, 14, 58)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310314, 9, 14, 59)), 1);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310315, 9, 0, 0)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 900);
+}
+
+TEST_F(Calendar, spanIsShortUntilTheClockIsLearned) {
+  stock_host::ResetServerClock();
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 14, 59)), 1);
+  LearnClock();
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 900);
+  // Two answers that disagree: either may be wrong.
+  const auto now = stock_host::Moment::Now();
+  (void)stock_host::ServerClock().Learn(DateToTime(kMonday, 12, 0, 0), 1, now);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 2);
+  (void)stock_host::ServerClock().Learn(DateToTime(kMonday, 12, 0, 0), 1, now);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 900);
 }
 
 TEST_F(Calendar, noPhasesOnDaysWithoutTrading) {
