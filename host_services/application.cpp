@@ -13,6 +13,7 @@
 #include "clock.h"
 #include "counters.h"
 #include "files.h"
+#include "holidays.h"
 #include "host/tasks.h"
 #include "http.h"
 #include "log.h"
@@ -131,6 +132,7 @@ bool Start(const Settings& wanted, std::string& error) {
   }
   SetAddresses(addresses);
   SetDataRoot(data);
+  TheHolidays().Open(data);
   Log(Severity::kInfo,
       "started; quote API " + (addresses->scheme.empty() ? "none" : addresses->Origin()) + ", static files " +
           (addresses->static_root.empty() ? "none" : addresses->static_root) + ", history " +
