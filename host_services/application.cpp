@@ -1,9 +1,9 @@
 // Start and stop of the host services, in the one order that lets every request, task and observer end well.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -12,6 +12,7 @@
 #include "addresses.h"
 #include "clock.h"
 #include "counters.h"
+#include "descriptor.h"
 #include "files.h"
 #include "holidays.h"
 #include "host/tasks.h"
@@ -19,6 +20,7 @@
 #include "log.h"
 #include "recorder.h"
 #include "replayer.h"
+#include "settings.h"
 #include "signing.h"
 #include "stock_host.h"
 #include "tasks.h"
@@ -48,9 +50,11 @@ void StopParts() {
 }
 
 bool MakeDirectory(const std::string& directory, const char* what, std::string& error) {
-  std::error_code failure;
-  std::filesystem::create_directories(directory, failure);
-  if (failure || access(directory.c_str(), W_OK | X_OK) != 0) {
+  if (directory.empty()) {
+    error = std::string("the user has no home directory, and the settings name no ") + what + " directory";
+    return false;
+  }
+  if (!MakeDirectories(directory) || access(directory.c_str(), W_OK | X_OK) != 0) {
     error = std::string("the ") + what + " directory \"" + directory + "\" cannot be made or written";
     return false;
   }
@@ -70,8 +74,19 @@ void LeaveNetworkOut(Settings& settings) {
 
 }  // namespace
 
+void FillStandardDescriptors() {
+  // The lowest free number is given, so these are filled in turn.
+  for (int fd = open("/dev/null", O_RDWR); fd >= 0; fd = open("/dev/null", O_RDWR)) {
+    if (fd > STDERR_FILENO) {
+      close(fd);
+      return;
+    }
+  }
+}
+
 bool Start(const Settings& wanted, std::string& error) {
   error.clear();
+  FillStandardDescriptors();
   if (OnHostThread()) {
     error = "the host services cannot be started from one of their own threads";
     return false;
@@ -99,8 +114,8 @@ bool Start(const Settings& wanted, std::string& error) {
   if (!addresses) {
     return false;
   }
-  if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0) {
-    error = "the file of trusted certificates \"" + settings.ca_file + "\" cannot be read";
+  error = TroubleOfCertificates(settings.ca_file);
+  if (!error.empty()) {
     return false;
   }
   const auto chosen = [](const std::string& text, std::string (*standard)()) {
@@ -108,12 +123,14 @@ bool Start(const Settings& wanted, std::string& error) {
   };
   const std::string data = chosen(settings.data_directory, &DefaultDataDirectory);
   const std::string config = chosen(settings.config_directory, &DefaultConfigDirectory);
+  const std::string log = chosen(settings.log_directory, &DefaultLogDirectory);
   if (!MakeDirectory(data, "data", error) || !MakeDirectory(config, "configuration", error) ||
-      !OpenLog(chosen(settings.log_directory, &DefaultLogDirectory), settings.log_to_stderr,
-               settings.log_level.empty() ? "info" : settings.log_level, error)) {
+      !MakeDirectory(log, "log", error) ||
+      !OpenLog(log, settings.log_to_stderr, settings.log_level.empty() ? "info" : settings.log_level,
+               error)) {
     return false;
   }
-  ResetCounters();
+  ResetCounters(!addresses->scheme.empty());
   std::shared_ptr<Recorder> recorder;
   if (!settings.record_directory.empty()) {
     recorder = Recorder::Open(settings.record_directory, error);
@@ -138,6 +155,11 @@ bool Start(const Settings& wanted, std::string& error) {
           (addresses->static_root.empty() ? "none" : addresses->static_root) + ", history " +
           (addresses->history_root.empty() ? "none" : addresses->history_root) +
           (addresses->key.empty() ? ", no key" : ", key id " + addresses->key_id) + ", data in " + data);
+  if (addresses->scheme.empty()) {
+    Log(Severity::kWarning, "no quote API server is configured; nothing is sent to one");
+  } else if (addresses->key.empty()) {
+    Log(Severity::kWarning, "no key is configured; nothing is sent to the quote API server");
+  }
   try {
     StartTasks();
     const auto correct = [](const HttpHeaderReport& report) {

@@ -56,9 +56,15 @@ bool WriteAll(int fd, std::string_view bytes) {
   return true;
 }
 
-bool ReadAt(int fd, std::int64_t at, std::size_t size, std::string& bytes) {
+bool ReadUpTo(int fd, std::int64_t at, std::size_t size, std::string& bytes) {
   bytes.resize(size);
-  return ReadUpTo(fd, at, bytes.data(), size) == size;
+  const auto have = ReadUpTo(fd, at, bytes.data(), size);
+  bytes.resize(have.value_or(0));
+  return have.has_value();
+}
+
+bool ReadAt(int fd, std::int64_t at, std::size_t size, std::string& bytes) {
+  return ReadUpTo(fd, at, size, bytes) && bytes.size() == size;
 }
 
 std::optional<std::string> ReadWhole(int fd, std::size_t largest) {

@@ -35,6 +35,9 @@ class Descriptor {
 
 [[nodiscard]] bool WriteAll(int fd, std::string_view bytes);
 
+/// `size` bytes from `at` on, fewer only when the file ends before.
+[[nodiscard]] bool ReadUpTo(int fd, std::int64_t at, std::size_t size, std::string& bytes);
+
 /// Exactly `size` bytes from `at` on. False also when the file ends before.
 [[nodiscard]] bool ReadAt(int fd, std::int64_t at, std::size_t size, std::string& bytes);
 

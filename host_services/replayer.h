@@ -8,9 +8,11 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "clock.h"
+#include "descriptor.h"
 #include "http.h"
 
 namespace stock_host {
@@ -22,7 +24,6 @@ class Replayer {
   /// entry that is damaged or cut short is left out with a line in the log.
   [[nodiscard]] static std::shared_ptr<Replayer> Open(const std::string& directory, double speed,
                                                       std::string& error);
-  ~Replayer();
   Replayer(const Replayer&) = delete;
   Replayer& operator=(const Replayer&) = delete;
 
@@ -58,11 +59,11 @@ class Replayer {
     std::string speed;
   };
 
-  Replayer(int fd, double speed) : fd_(fd), speed_(speed) {}
+  Replayer(Descriptor file, double speed) : file_(std::move(file)), speed_(speed) {}
   [[nodiscard]] bool Read(const std::string& directory, std::string& error);
   [[nodiscard]] std::int64_t RecordedTime(Moment now) const;
 
-  const int fd_;
+  const Descriptor file_;
   const double speed_;
   std::map<std::string, std::vector<Entry>> entries_;  // by request, in the order of their times
   std::vector<Sample> samples_;                        // in the order of their times

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -185,13 +184,6 @@ std::wstring UrlHelper::GetSigniture(const std::wstring& path,
   using namespace stock_host;
   const auto addresses = CurrentAddresses();
   if (addresses->scheme.empty() || addresses->key.empty()) {
-    // Said once for each configuration: a new `Start` brings other addresses.
-    static std::atomic<const Addresses*> said{nullptr};
-    if (said.exchange(addresses.get()) != addresses.get()) {
-      Log(Severity::kWarning, addresses->scheme.empty()
-                                  ? "signing: no quote API server is configured; nothing is sent"
-                                  : "signing: no key is configured; nothing is sent");
-    }
     return {};
   }
   const auto mark = NewSigningMark(common::GetCurrentServerTime());

@@ -155,17 +155,14 @@ TEST(Holidays, fileThatCannotBeReadIsNamedInTheLog) {
   EXPECT_EQ(ReadFile(directory.Path("log/csm.log")), before);
 }
 
-TEST(Holidays, directoryThatCannotBeWrittenIsNamedInTheLogOnce) {
+TEST(Holidays, fileThatCannotBeReplacedIsNamedInTheLog) {
   const TemporaryDirectory directory;
+  WriteFile(directory.Path("data/holidays/file"), "");
   {
     const OneRun run(directory);
-    WriteFile(directory.Path("data/holidays/file"), "");
     Tell(2050, {20500101});
   }
-  const std::string log = ReadFile(directory.Path("log/csm.log"));
-  const std::size_t first = log.find("the holidays are not kept");
-  EXPECT_NE(first, std::string::npos);
-  EXPECT_EQ(log.find("the holidays are not kept", first + 1), std::string::npos);
+  EXPECT_NE(ReadFile(directory.Path("log/csm.log")).find("the holidays are not kept"), std::string::npos);
 }
 
 TEST(Holidays, yearThatIsNoneIsLeftOut) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/host.h"
-#include "stock_host.h"
+#include "host_services/stock_host.h"
 
 namespace {
 

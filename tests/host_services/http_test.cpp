@@ -231,7 +231,7 @@ TEST_P(Unsendable, urlFailsThroughTheCallback) {
     GetAsyn(GetParam(), answers.Callback(), {}, kLimit);
     ASSERT_TRUE(answers.Wait());
     EXPECT_EQ(stock_host::ReadCounters().failures.invalid, 1U);
-    EXPECT_EQ(stock_host::ConnectionState(), stock_host::Connection::kIdle);
+    EXPECT_EQ(stock_host::ConnectionState(), stock_host::Connection::kNoServer);
     std::string body = "before";
     EXPECT_FALSE(GetSync(GetParam(), body, {}, kLimit));
     EXPECT_EQ(body, "");

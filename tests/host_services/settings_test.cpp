@@ -100,7 +100,7 @@ TEST_F(Settings, environmentIsOnTop) {
 TEST_F(Settings, flagThatIsNoneIsNamedInTheLog) {
   Ini("[log]\nstderr=maybe\n");
   EXPECT_FALSE(LoadSettings().log_to_stderr);
-  EXPECT_NE(Said().find("log/stderr is neither true nor false: maybe"), std::string::npos);
+  EXPECT_NE(Said().find("neither true nor false: log/stderr=maybe"), std::string::npos);
 }
 
 TEST_F(Settings, damagedFileLeavesTheDefaults) {
