@@ -180,10 +180,11 @@ void ExamineWatchList(const std::string& config, Findings& findings) {
     findings.push_back({State::kFailed, "watch list", error, "make it a text file that you may read"});
     return;
   }
-  const std::string text = Quoted(path) + ": " + std::to_string(content->symbols.size()) + " securities";
-  if (!content->refused.empty()) {
+  const std::string text = Quoted(path) + ": " + std::to_string(content->Members().size()) + " securities";
+  const std::size_t refused = content->Refused().size();
+  if (refused > 0) {
     findings.push_back({State::kWarning, "watch list",
-                        text + ", and lines that are none: " + std::to_string(content->refused.size()),
+                        text + ", and lines that are none: " + std::to_string(refused),
                         "write one symbol a line (sh600000), at most 1000; begin other lines with #"});
     return;
   }
