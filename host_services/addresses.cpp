@@ -163,10 +163,13 @@ std::string EndpointOf(const Addresses& addresses, std::string_view url) {
   const std::size_t api = api_root.empty() ? 0 : fit(api_root + "/pc/");
   const std::size_t files = fit(addresses.static_root);
   std::size_t history = fit(addresses.history_root);
-  if (history < url.size() && url[history] != '/' && url[history] != '?') {
+  if (history > 0 && url.substr(history).starts_with("/kql?")) {
+    history += 4;
+  } else if (history < url.size() && url[history] != '/' && url[history] != '?') {
     history = 0;  // the beginning of another host or port
   }
-  if (api > 0 && api >= std::max(files, history)) {
+  const bool is_signed = url.find("&_s=") != std::string_view::npos;
+  if (api > 0 && (is_signed || api >= std::max(files, history))) {
     const std::string_view path = url.substr(api_root.size());
     return std::string(path.substr(0, std::min<std::size_t>(path.find('?'), 96)));
   }

@@ -35,8 +35,8 @@ struct Addresses {
 [[nodiscard]] std::shared_ptr<const Addresses> CurrentAddresses();
 void SetAddresses(std::shared_ptr<const Addresses> addresses);
 
-/// The name under which requests for `url` are counted. Roots may lie below each other: the longest one that
-/// `url` begins with says whose it is.
+/// The name under which requests for `url` are counted. Roots may lie below each other: what is signed is the
+/// quote API's, of all else the longest root that `url` begins with says whose it is.
 [[nodiscard]] std::string EndpointOf(const Addresses& addresses, std::string_view url);
 
 /// `text` with everything percent-encoded but the unreserved characters (letters, digits, "-._~") and those

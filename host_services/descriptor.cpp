@@ -115,7 +115,7 @@ bool MakeDirectories(const std::string& directory) {
   }
   const int number = errno;
   const bool made_by_another = std::filesystem::is_directory(directory, failure);
-  errno = number;
+  errno = number == EEXIST ? ENOTDIR : number;
   return made_by_another;
 }
 

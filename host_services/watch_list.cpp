@@ -168,6 +168,17 @@ bool WatchListFile::Content::Move(const std::wstring& symbol, std::size_t positi
   return true;
 }
 
+bool WatchListFile::Stamp::Settled(std::chrono::system_clock::time_point now) const {
+  constexpr std::chrono::seconds kStep{1};  // of the coarsest file system that keeps fractions of it
+  const std::chrono::system_clock::time_point changed{std::chrono::seconds(seconds)};
+  return now - changed > 2 * kStep || changed - now > 2 * kStep;
+}
+
+void WatchListFile::StampLocked(const Stamp& stamp) {
+  stamp_ = stamp;
+  stamp_settled_ = stamp.Settled(std::chrono::system_clock::now());
+}
+
 std::optional<WatchListFile::Content> WatchListFile::Read(const std::string& path, std::string& error) {
   const auto text = ReadWhole(path, kLargestFile);
   if (!text && errno != ENOENT) {
@@ -293,22 +304,24 @@ bool WatchListFile::Edit(const std::function<std::string(Content&)>& change, std
 void WatchListFile::LookAtFile() {
   std::string path;
   Stamp known;
+  bool settled = false;
   {
     const std::lock_guard lock(mutex_);
     path = path_;
     known = stamp_;
-  }
-  if (StampOf(path) == known) {
-    return;
+    settled = stamp_settled_;
   }
   // The stamp before the text: a change between the two is seen at the next look.
   const Stamp stamp = StampOf(path);
+  if (stamp == known && settled) {
+    return;
+  }
   std::string error;
   auto content = Read(path, error);
   if (!content) {
     Log(Severity::kError, "watch list: " + error);
     const std::lock_guard lock(mutex_);
-    stamp_ = stamp;
+    StampLocked(stamp);
     return;
   }
   for (const std::string& line : content->Refused()) {
@@ -322,7 +335,7 @@ void WatchListFile::LookAtFile() {
 }
 
 void WatchListFile::PublishLocked(const Content& content, const Stamp& stamp) {
-  stamp_ = stamp;
+  StampLocked(stamp);
   Symbols symbols = content.Members();
   if (symbols != *symbols_) {
     symbols_ = std::make_shared<const Symbols>(std::move(symbols));

@@ -2,6 +2,7 @@
 // IUserOptionalStock and the application's functions stand on it. Callable from any thread.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -101,8 +102,12 @@ class WatchListFile final : public IUserOptionalStock {
     std::int64_t seconds = 0;
     std::int64_t nanoseconds = 0;
     bool operator==(const Stamp&) const = default;
+    /// True when a change made after this stamp was taken, at `now`, would show in the next one: the times of
+    /// files advance in steps.
+    [[nodiscard]] bool Settled(std::chrono::system_clock::time_point now) const;
   };
   [[nodiscard]] static Stamp StampOf(const std::string& path);
+  void StampLocked(const Stamp& stamp);
   void PublishLocked(const Content& content, const Stamp& stamp);
   void QueueLocked();
   void Run();
@@ -113,6 +118,7 @@ class WatchListFile final : public IUserOptionalStock {
   std::string path_;
   std::shared_ptr<const Symbols> symbols_ = std::make_shared<const Symbols>();
   Stamp stamp_;
+  bool stamp_settled_ = false;
   std::vector<Entry> entries_;
   std::deque<Event> events_;
   std::uint64_t latest_id_ = 0;

@@ -16,6 +16,8 @@
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "host/singleton.h"
+#include "log.h"
+#include "running_host.h"
 
 namespace {
 
@@ -279,6 +281,21 @@ TEST_F(Calendar, holidayThatIsNoDateOfTheYearIsLeftOut) {
   SetHolidays(2024, {0, 20240230, 20230314, 99999999999UL, 20240314});
   EXPECT_EQ(GetLastTradingDate(kFriday), 20240313U);
   EXPECT_EQ(GetLastTradingDate(20230315), 20230314U);
+}
+
+TEST_F(Calendar, datesOfOtherYearsAreNamedInTheLog) {
+  const host_test::TemporaryDirectory directory;
+  std::string error;
+  ASSERT_TRUE(stock_host::OpenLog(directory.Path(), false, "warn", error)) << error;
+  const std::string before = host_test::ReadFile(directory.Path("csm.log"));  // lines of other tests
+  SetHolidays(2024, {20240314});
+  EXPECT_EQ(host_test::ReadFile(directory.Path("csm.log")), before);
+  SetHolidays(2024, {20240230, 20240314, 20230314});
+  stock_host::CloseLog();
+  EXPECT_NE(host_test::ReadFile(directory.Path("csm.log"))
+                .substr(before.size())
+                .find("calendar: no dates of the year 2024, left out: 20240230, 20230314\n"),
+            std::string::npos);
 }
 
 TEST_F(Calendar, calendarWithoutTradingIsNotSearchedForEver) {

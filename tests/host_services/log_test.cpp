@@ -90,6 +90,17 @@ TEST_F(Log, formatThatIsNoneIsSaidNotRun) {
   }
 }
 
+TEST_F(Log, widthsHaveFourDigitsAtMost) {
+  WriteProgramLogNoMask(L"%1000d|", 7);
+  WriteProgramLogNoMask(L"%.1000d|", 7);
+  EXPECT_EQ(Messages(),
+            (std::vector<std::string>{std::string(999, ' ') + "7|", std::string(999, '0') + "7|"}));
+  for (const wchar_t* format : {L"%10000d", L"%.10000d", L"%00010000d", L"%-99999s"}) {
+    WriteProgramLogNoMask(format, 7);
+    EXPECT_EQ(Messages().back(), common::ws2s(format, common::kUtf8) + " (the arguments cannot be printed)");
+  }
+}
+
 TEST_F(Log, overlongArgumentsDoNotFit) {
   const std::wstring text(40000, L'x');
   WriteProgramLogNoMask(L"%ls", text.c_str());
@@ -237,7 +248,11 @@ TEST(ClosedLog, keepsNoMoreThanItsLimitAndSaysSo) {
   EXPECT_EQ(text.find("line 43."), std::string::npos);
   EXPECT_NE(text.find("line 44."), std::string::npos);
   EXPECT_NE(text.find("line 299."), std::string::npos);
-  EXPECT_NE(text.find("44 log lines were dropped"), std::string::npos);
+  EXPECT_NE(text.find("[warning] 44 log lines were dropped"), std::string::npos);
+  // And no more at the next opening.
+  ASSERT_TRUE(stock_host::OpenLog(directory.Path(), false, "info", error));
+  stock_host::CloseLog();
+  EXPECT_EQ(ReadFile(directory.Path("csm.log")), text);
 }
 
 TEST(OpenLog, wrongLevelOrPlaceIsAnError) {

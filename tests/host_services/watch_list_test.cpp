@@ -19,6 +19,7 @@
 #include "host/watch_list.h"
 #include "running_host.h"
 #include "stock_host.h"
+#include "system_calls.h"
 
 namespace {
 
@@ -461,6 +462,94 @@ TEST_F(WatchList, whatWasNotToldIsToldAfterTheNextStart) {
   ASSERT_TRUE(watcher.Wait(1));
   list_.Detach(&watcher);
   EXPECT_EQ(watcher.Told(), std::vector<Symbols>{Symbols{L"sh600000"}});
+}
+
+// The stop comes while one observer is told and more is queued: nobody is told of what is old by then.
+TEST_F(WatchList, eventsThatAStopLeavesBehindAreNotTold) {
+  struct Slow final : IUpdate1<Symbols> {
+    void Update(const Symbols&) override {
+      std::unique_lock lock(mutex);
+      ++calls;
+      changed.notify_all();
+      changed.wait(lock, [this] { return let_go; });
+    }
+    std::mutex mutex;  // guards what follows
+    std::condition_variable changed;
+    int calls = 0;
+    bool let_go = false;
+  } slow;
+  Watcher watcher;
+  list_.Attach(&slow);
+  {
+    std::unique_lock lock(slow.mutex);
+    ASSERT_TRUE(slow.changed.wait_for(lock, std::chrono::seconds(30), [&] { return slow.calls == 1; }));
+  }
+  list_.Attach(&watcher);
+  ASSERT_TRUE(Set({L"sh600000"}));
+  ASSERT_TRUE(Set({L"sh600001"}));
+  std::thread stopping([this] { list_.Stop(); });
+  // An edit is refused once the stop has begun.
+  while (Set({L"sh600002"})) {
+    std::this_thread::yield();
+  }
+  {
+    const std::lock_guard lock(slow.mutex);
+    slow.let_go = true;
+    slow.changed.notify_all();
+  }
+  stopping.join();
+  EXPECT_TRUE(watcher.Told().empty());
+  EXPECT_EQ(slow.calls, 1);
+
+  host_test::WriteFile(directory_.Path("watchlist.txt"), "sz000009\n");
+  list_.Start(directory_.Path());
+  ASSERT_TRUE(watcher.WaitForLatest({L"sz000009"}));
+  list_.Detach(&slow);
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told(), std::vector<Symbols>{Symbols{L"sz000009"}});
+  EXPECT_EQ(slow.calls, 2);
+}
+
+class WatchListUnderChange : public WatchList {
+ protected:
+  WatchListUnderChange() {
+    list_.Stop();  // nobody looks but the test
+    host_test::WriteFile(path_, "sh600000\n");
+    list_.LookAtFile();
+  }
+  const host_test::WatchedCalls calls_;
+  const std::string path_ = std::filesystem::canonical(directory_.Path()).string() + "/watchlist.txt";
+};
+
+// It is changed in place, to the same length, between its bytes being read and being understood.
+TEST_F(WatchListUnderChange, changeWhileItIsReadIsSeenAtTheNextLook) {
+  host_test::WriteFile(path_, "sh600001\nsh600002\n");
+  host_test::WatchedCalls::OnceRead(path_, [&] { host_test::WriteFile(path_, "sh600003\nsh600004\n"); });
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), (Symbols{L"sh600001", L"sh600002"}));
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), (Symbols{L"sh600003", L"sh600004"}));
+}
+
+TEST_F(WatchListUnderChange, editWhileItIsReadIsNotUndone) {
+  list_.Start(directory_.Path());
+  list_.Stop();
+  Watcher watcher;
+  list_.Attach(&watcher);
+  host_test::WriteFile(path_, "sh600001\n");
+  list_.Start(directory_.Path());
+  ASSERT_TRUE(watcher.WaitForLatest({L"sh600001"}));
+  // Whoever looks first, this thread or the list's own, meets the edit.
+  host_test::WatchedCalls::OnceRead(path_, [&] { EXPECT_TRUE(Set({L"sh600005"})); });
+  host_test::WriteFile(path_, "sh600002\n");
+  list_.LookAtFile();
+  ASSERT_TRUE(watcher.WaitForLatest({L"sh600005"}));
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600005"});
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600005"});
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told().back(), Symbols{L"sh600005"});
+  EXPECT_EQ(Text(), "sh600005\n");
 }
 
 // Through the functions of the application.
