@@ -84,10 +84,12 @@ bool ParseLevel(const std::string& text, spdlog::level::level_enum& level) {
 // all, and for children.
 spdlog::file_event_handlers OnOpening() {
   spdlog::file_event_handlers handlers;
-  handlers.before_open = [](const std::string& path) { (void)OpenFile(path, O_WRONLY | O_CREAT); };
+  handlers.before_open = [](const std::string& path) {
+    const Descriptor file = OpenFile(path, O_WRONLY | O_CREAT);
+    (void)fchmod(file.get(), 0600);  // one of an earlier run
+  };
   handlers.after_open = [](const std::string&, std::FILE* file) {
     (void)fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
-    (void)fchmod(fileno(file), 0600);  // one of an earlier run
   };
   return handlers;
 }
