@@ -330,7 +330,7 @@ TEST(Record, damagedAnywhereGivesNoWrongAnswer) {
     bytes[at] = static_cast<char>(bytes[at] ^ 0x11);
     WriteFile(directory.Path("exchanges.csm"), bytes);
     const Content content = Read(directory.Path());
-    noticed += content.starts < 1 || content.exchanges.size() < good.size() ? 1 : 0;
+    noticed += content.starts < 1 || content.exchanges.size() < good.size() ? 1U : 0U;
     for (const RecordedExchange& exchange : content.exchanges) {
       EXPECT_TRUE(std::any_of(good.begin(), good.end(), [&](const RecordedExchange& other) {
         return other.request == exchange.request && other.asked == exchange.asked &&
