@@ -128,7 +128,7 @@ std::shared_ptr<const Addresses> ParseAddresses(const Settings& settings, std::s
     addresses->history_root = scheme + "://" + authority + path;
   }
   if (!settings.proxy.empty() && !IsProxy(settings.proxy)) {
-    error = "the proxy is none; write it as http://host:port";  // it may hold a password
+    error = "the proxy cannot be used; write it as http://host:port";  // it may hold a password
     return nullptr;
   }
   if (settings.key_id.empty() != settings.key.empty()) {

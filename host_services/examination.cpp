@@ -136,7 +136,7 @@ void ExamineKey(const SettingsReview& review, const Settings& settings, Findings
 // Empty when a file can be made and written in `directory`, which is made if missing.
 std::string TryToWrite(const std::string& directory) {
   if (directory.empty()) {
-    return "is none: the user has no home directory";
+    return "cannot be chosen: the user has no home directory";
   }
   if (!MakeDirectories(directory)) {
     return "cannot be made: " + SystemText(errno);

@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 #include <deque>
 #include <filesystem>
 #include <future>
@@ -64,7 +64,9 @@ std::set<int> LocalSockets() {
   std::set<int> found;
   std::error_code failure;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", failure)) {
-    const int fd = std::atoi(entry.path().filename().c_str());
+    const std::string number = entry.path().filename().string();
+    int fd = -1;
+    (void)std::from_chars(number.data(), number.data() + number.size(), fd);
     sockaddr_storage name{};
     socklen_t size = sizeof name;
     if (getsockname(fd, reinterpret_cast<sockaddr*>(&name), &size) == 0 && name.ss_family == AF_UNIX &&
