@@ -20,8 +20,8 @@
 #include "charts/stock_kline.h"
 #include "host/files.h"
 #include "host/text.h"
+#include "host_services/stock_host.h"
 #include "parser_ratio.h"
-#include "stock_host.h"
 
 namespace {
 

@@ -3,8 +3,11 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <array>
 #include <mutex>
 #include <utility>
+
+#include "ascii.h"
 
 namespace stock_host {
 namespace {
@@ -25,20 +28,11 @@ bool IsUnreserved(char c) {
          c == '_' || c == '~';
 }
 
-void LowerAscii(std::string& text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') {
-      c = static_cast<char>(c + ('a' - 'A'));
-    }
-  }
-}
-
 class ParsedUrl {
  public:
-  explicit ParsedUrl(const std::string& url)
+  explicit ParsedUrl(const std::string& url, unsigned flags = CURLU_PATH_AS_IS)
       : handle_(curl_url()),
-        good_(handle_ != nullptr &&
-              curl_url_set(handle_, CURLUPART_URL, url.c_str(), CURLU_PATH_AS_IS) == CURLUE_OK) {}
+        good_(handle_ != nullptr && curl_url_set(handle_, CURLUPART_URL, url.c_str(), flags) == CURLUE_OK) {}
   ~ParsedUrl() { curl_url_cleanup(handle_); }
   ParsedUrl(const ParsedUrl&) = delete;
   ParsedUrl& operator=(const ParsedUrl&) = delete;
@@ -67,9 +61,9 @@ bool ParseRoot(const std::string& root, std::string& scheme, std::string& author
   }
   const ParsedUrl url(sendable);
   scheme = url.Part(CURLUPART_SCHEME);
-  LowerAscii(scheme);
+  scheme = Lower(std::move(scheme));
   authority = url.Part(CURLUPART_HOST);
-  LowerAscii(authority);
+  authority = Lower(std::move(authority));
   const std::string port = url.Part(CURLUPART_PORT);
   if (!port.empty() && port != (scheme == "http" ? "80" : "443")) {
     authority += ":" + port;
@@ -79,6 +73,21 @@ bool ParseRoot(const std::string& root, std::string& scheme, std::string& author
     path.pop_back();
   }
   return true;
+}
+
+// "host:port", or with one of the schemes that the HTTP library speaks with proxies.
+bool IsProxy(const std::string& text) {
+  const bool has_scheme = text.find("://") != std::string::npos;
+  const ParsedUrl url(has_scheme ? text : "http://" + text, CURLU_NON_SUPPORT_SCHEME);
+  const std::string path = url.Part(CURLUPART_PATH);
+  const bool is_speakable = [scheme = Lower(url.Part(CURLUPART_SCHEME))] {
+    static constexpr std::array<std::string_view, 6> kSchemes{"http",    "https",  "socks4",
+                                                              "socks4a", "socks5", "socks5h"};
+    return std::find(kSchemes.begin(), kSchemes.end(), scheme) != kSchemes.end();
+  }();
+  return url.good() && is_speakable && !url.Part(CURLUPART_HOST).empty() && (path.empty() || path == "/") &&
+         url.Part(CURLUPART_QUERY).empty() && url.Part(CURLUPART_FRAGMENT).empty() &&
+         (has_scheme || !url.Part(CURLUPART_PORT).empty());
 }
 
 bool IsKeyId(const std::string& text) {
@@ -99,7 +108,7 @@ std::shared_ptr<const Addresses> ParseAddresses(const Settings& settings, std::s
     if (!ParseRoot(settings.api_root, addresses->scheme, addresses->authority, addresses->base_path)) {
       return refuse("the quote API server", settings.api_root);
     }
-    api_root = addresses->Origin() + addresses->base_path;
+    api_root = addresses->ApiRoot();
     addresses->static_root = api_root + "/static/";
     addresses->history_root = api_root;
   }
@@ -117,6 +126,10 @@ std::shared_ptr<const Addresses> ParseAddresses(const Settings& settings, std::s
       return refuse("the history query service", settings.history_root);
     }
     addresses->history_root = scheme + "://" + authority + path;
+  }
+  if (!settings.proxy.empty() && !IsProxy(settings.proxy)) {
+    error = "the proxy cannot be used; write it as http://host:port";  // it may hold a password
+    return nullptr;
   }
   if (settings.key_id.empty() != settings.key.empty()) {
     error =
@@ -145,16 +158,25 @@ void SetAddresses(std::shared_ptr<const Addresses> addresses) {
 }
 
 std::string EndpointOf(const Addresses& addresses, std::string_view url) {
-  const auto under = [url](const std::string& root) { return !root.empty() && url.starts_with(root); };
-  if (under(addresses.static_root)) {
-    return "static";
+  const auto fit = [url](const std::string& root) { return url.starts_with(root) ? root.size() : 0; };
+  const std::string api_root = addresses.ApiRoot();
+  const std::size_t api = api_root.empty() ? 0 : fit(api_root + "/pc/");
+  const std::size_t files = fit(addresses.static_root);
+  std::size_t history = fit(addresses.history_root);
+  if (history > 0 && url.substr(history).starts_with("/kql?")) {
+    history += 4;
+  } else if (history < url.size() && url[history] != '/' && url[history] != '?') {
+    history = 0;  // the beginning of another host or port
   }
-  const std::string api_root = addresses.Origin() + addresses.base_path;
-  if (under(api_root) && url.substr(api_root.size()).starts_with("/pc/")) {
+  const bool is_signed = url.find("&_s=") != std::string_view::npos;
+  if (api > 0 && (is_signed || api >= std::max(files, history))) {
     const std::string_view path = url.substr(api_root.size());
     return std::string(path.substr(0, std::min<std::size_t>(path.find('?'), 96)));
   }
-  return under(addresses.history_root) ? "history" : "other";
+  if (std::max(files, history) == 0) {
+    return "other";
+  }
+  return files > history ? "static" : "history";
 }
 
 std::string PercentEncoded(std::string_view text, std::string_view keep) {
@@ -190,7 +212,7 @@ std::string SendableUrl(std::string_view url) {
   }
   const ParsedUrl parsed(encoded);
   std::string scheme = parsed.Part(CURLUPART_SCHEME);
-  LowerAscii(scheme);
+  scheme = Lower(std::move(scheme));
   const std::string host = parsed.Part(CURLUPART_HOST);
   const std::size_t authority = encoded.find("://");
   if (!parsed.good() || (scheme != "http" && scheme != "https") || host.empty() ||

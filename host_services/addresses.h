@@ -24,16 +24,19 @@ struct Addresses {
   [[nodiscard]] std::string Origin() const {
     return scheme.empty() ? std::string() : scheme + "://" + authority;
   }
+  /// With its path.
+  [[nodiscard]] std::string ApiRoot() const { return Origin() + base_path; }
 };
 
-/// Checks addresses and key of `settings`. Null with `error` when one is unusable.
+/// Checks addresses, proxy and key of `settings`. Null with `error` when one is unusable.
 [[nodiscard]] std::shared_ptr<const Addresses> ParseAddresses(const Settings& settings, std::string& error);
 
 /// The addresses in force; never null.
 [[nodiscard]] std::shared_ptr<const Addresses> CurrentAddresses();
 void SetAddresses(std::shared_ptr<const Addresses> addresses);
 
-/// The name under which requests for `url` are counted.
+/// The name under which requests for `url` are counted. Roots may lie below each other: what is signed is the
+/// quote API's, of all else the longest root that `url` begins with says whose it is.
 [[nodiscard]] std::string EndpointOf(const Addresses& addresses, std::string_view url);
 
 /// `text` with everything percent-encoded but the unreserved characters (letters, digits, "-._~") and those

@@ -1,10 +1,9 @@
 // Start and stop of the host services, in the one order that lets every request, task and observer end well.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -13,12 +12,15 @@
 #include "addresses.h"
 #include "clock.h"
 #include "counters.h"
+#include "descriptor.h"
 #include "files.h"
+#include "holidays.h"
 #include "host/tasks.h"
 #include "http.h"
 #include "log.h"
 #include "recorder.h"
 #include "replayer.h"
+#include "settings.h"
 #include "signing.h"
 #include "stock_host.h"
 #include "tasks.h"
@@ -39,30 +41,6 @@ Life& State() {
   return *life;
 }
 
-// Keeps the clock with the quote API server's, and signs anew what was signed by a clock too far off.
-std::string FollowServer(const HttpHeaderReport& report) {
-  const auto addresses = CurrentAddresses();
-  const std::string origin = addresses->Origin();
-  if (origin.empty() || report.date < 0 || !report.url.starts_with(origin + "/")) {
-    return {};
-  }
-  const double speed = report.speed ? ParseSpeed(report.speed->c_str()).value_or(1) : 1;
-  const bool agreed = ServerClock().Learn(report.date, speed, report.received);
-  const auto signed_at = TimeOfSigning(*addresses, report.url);
-  if (!agreed || !signed_at) {
-    return {};
-  }
-  const double under_way = std::chrono::duration<double>(report.received - report.sent).count() * speed;
-  const double skew = static_cast<double>(report.date - *signed_at) - under_way;
-  if (std::abs(skew) <= ServerClockModel::kLargestSkew) {
-    return {};
-  }
-  Log(Severity::kInfo, "clock: a request was signed " + std::to_string(std::llround(skew)) +
-                           " seconds off the server's clock and is sent again");
-  const auto mark = NewSigningMark();
-  return mark ? SignedAnew(*addresses, report.url, *mark) : std::string();
-}
-
 // Undoes in the order of Stop what has been started.
 void StopParts() {
   TheHttpClient().StopNetwork();  // waiting callers in tasks and call-backs come back
@@ -72,9 +50,11 @@ void StopParts() {
 }
 
 bool MakeDirectory(const std::string& directory, const char* what, std::string& error) {
-  std::error_code failure;
-  std::filesystem::create_directories(directory, failure);
-  if (failure || access(directory.c_str(), W_OK | X_OK) != 0) {
+  if (directory.empty()) {
+    error = std::string("the user has no home directory, and the settings name no ") + what + " directory";
+    return false;
+  }
+  if (!MakeDirectories(directory) || access(directory.c_str(), W_OK | X_OK) != 0) {
     error = std::string("the ") + what + " directory \"" + directory + "\" cannot be made or written";
     return false;
   }
@@ -94,8 +74,19 @@ void LeaveNetworkOut(Settings& settings) {
 
 }  // namespace
 
+void FillStandardDescriptors() {
+  // The lowest free number is given, so these are filled in turn.
+  for (int fd = open("/dev/null", O_RDWR); fd >= 0; fd = open("/dev/null", O_RDWR)) {
+    if (fd > STDERR_FILENO) {
+      close(fd);
+      return;
+    }
+  }
+}
+
 bool Start(const Settings& wanted, std::string& error) {
   error.clear();
+  FillStandardDescriptors();
   if (OnHostThread()) {
     error = "the host services cannot be started from one of their own threads";
     return false;
@@ -123,8 +114,8 @@ bool Start(const Settings& wanted, std::string& error) {
   if (!addresses) {
     return false;
   }
-  if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0) {
-    error = "the file of trusted certificates \"" + settings.ca_file + "\" cannot be read";
+  error = TroubleOfCertificates(settings.ca_file);
+  if (!error.empty()) {
     return false;
   }
   const auto chosen = [](const std::string& text, std::string (*standard)()) {
@@ -132,12 +123,14 @@ bool Start(const Settings& wanted, std::string& error) {
   };
   const std::string data = chosen(settings.data_directory, &DefaultDataDirectory);
   const std::string config = chosen(settings.config_directory, &DefaultConfigDirectory);
+  const std::string log = chosen(settings.log_directory, &DefaultLogDirectory);
   if (!MakeDirectory(data, "data", error) || !MakeDirectory(config, "configuration", error) ||
-      !OpenLog(chosen(settings.log_directory, &DefaultLogDirectory), settings.log_to_stderr,
-               settings.log_level.empty() ? "info" : settings.log_level, error)) {
+      !MakeDirectory(log, "log", error) ||
+      !OpenLog(log, settings.log_to_stderr, settings.log_level.empty() ? "info" : settings.log_level,
+               error)) {
     return false;
   }
-  ResetCounters();
+  ResetCounters(!addresses->scheme.empty());
   std::shared_ptr<Recorder> recorder;
   if (!settings.record_directory.empty()) {
     recorder = Recorder::Open(settings.record_directory, error);
@@ -149,21 +142,30 @@ bool Start(const Settings& wanted, std::string& error) {
   }
   ResetServerClock();
   if (replayer) {
-    const auto now = std::chrono::steady_clock::now();
+    const Moment now = Moment::Now();
     ServerClock().Reset(replayer->start(), now);
     replayer->Begin(now);
     Log(Severity::kInfo, "every request is answered from the record in " + settings.replay_directory);
   }
   SetAddresses(addresses);
   SetDataRoot(data);
+  TheHolidays().Open(data);
   Log(Severity::kInfo,
       "started; quote API " + (addresses->scheme.empty() ? "none" : addresses->Origin()) + ", static files " +
           (addresses->static_root.empty() ? "none" : addresses->static_root) + ", history " +
           (addresses->history_root.empty() ? "none" : addresses->history_root) +
           (addresses->key.empty() ? ", no key" : ", key id " + addresses->key_id) + ", data in " + data);
+  if (addresses->scheme.empty()) {
+    Log(Severity::kWarning, "no quote API server is configured; nothing is sent to one");
+  } else if (addresses->key.empty()) {
+    Log(Severity::kWarning, "no key is configured; nothing is sent to the quote API server");
+  }
   try {
     StartTasks();
-    TheHttpClient().Start({settings.proxy, settings.ca_file, &FollowServer, recorder, replayer});
+    const auto correct = [](const HttpHeaderReport& report) {
+      return FollowServer(ServerClock(), *CurrentAddresses(), report);
+    };
+    TheHttpClient().Start({settings.proxy, settings.ca_file, correct, recorder, replayer});
     TheWatchList().Start(config);
     base::TaskManagerInstance()->AddTask(&SweepLeftovers);
   } catch (const std::exception& e) {

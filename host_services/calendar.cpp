@@ -4,14 +4,12 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <map>
-#include <mutex>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "clock.h"
+#include "holidays.h"
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "host/singleton.h"
@@ -20,167 +18,131 @@
 namespace stock_host {
 namespace {
 
-constexpr std::int64_t kDay = 86400;
-constexpr std::int64_t kChinaOffset = 8 * 3600;
-constexpr std::int64_t kFirstDay = -719162;  // 0001-01-01
-constexpr std::int64_t kLastDay = 2932896;   // 9999-12-31
+using std::chrono::days;
+using std::chrono::seconds;
+using std::chrono::sys_days;
+using std::chrono::sys_seconds;
+using namespace std::chrono_literals;
+
+constexpr auto kChinaOffset = 8h;
+constexpr sys_days kFirstDay{1y / 1 / 1};
+constexpr sys_days kLastDay{9999y / 12 / 31};
 // Longer runs of days without trading do not occur; a calendar that claims one is not searched for ever.
-constexpr int kLongestSearch = 4000;
-
-struct Holidays {
-  std::mutex mutex;  // guards by_year
-  std::map<int, std::set<std::int64_t>> by_year;
-};
-
-// Leaked: callable until the very end of the process.
-Holidays& State() {
-  static Holidays* const state = new Holidays;
-  return *state;
-}
-
-std::int64_t FloorDivide(std::int64_t a, std::int64_t b) {
-  return a / b - (a % b < 0 ? 1 : 0);
-}
-
-// Gregorian calendar by eras of 400 years that begin on 1 March.
-std::int64_t DaysOfCivil(std::int64_t year, std::int64_t month, std::int64_t day) {
-  year -= month <= 2 ? 1 : 0;
-  const std::int64_t era = FloorDivide(year, 400);
-  const std::int64_t year_of_era = year - era * 400;
-  const std::int64_t day_of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-  const std::int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
-  return era * 146097 + day_of_era - 719468;
-}
-
-// 0 is Monday.
-std::int64_t Weekday(std::int64_t days) {
-  return days + 3 - FloorDivide(days + 3, 7) * 7;
-}
+constexpr days kLongestSearch{4000};
+// As long as clock or calendar may tell the wrong phase.
+constexpr seconds kSpanInDoubt{2};
 
 struct PhaseStart {
-  std::int64_t second;  // of the day, China time
+  seconds clock_time;
   stock::MarketStatus phase;
 };
 constexpr std::array<PhaseStart, 7> kPhases{{
-    {0, stock::kMarketNotOpened},
-    {9 * 3600, stock::kMarketPreparing},
-    {9 * 3600 + 15 * 60, stock::kMarketCallAuction},
-    {9 * 3600 + 30 * 60, stock::kMarketMorning},
-    {11 * 3600 + 30 * 60, stock::kMarketLunchBreak},
-    {13 * 3600, stock::kMarketAfternoon},
-    {15 * 3600, stock::kMarketClosed},
+    {0h, stock::kMarketNotOpened},
+    {9h, stock::kMarketPreparing},
+    {9h + 15min, stock::kMarketCallAuction},
+    {9h + 30min, stock::kMarketMorning},
+    {11h + 30min, stock::kMarketLunchBreak},
+    {13h, stock::kMarketAfternoon},
+    {15h, stock::kMarketClosed},
 }};
+
+struct ChinaTime {
+  sys_days day;
+  seconds clock_time;
+};
+
+// A time outside the calendar falls on a day outside, where no sum can overflow.
+ChinaTime InChina(std::int64_t time) {
+  const sys_seconds clamped(std::clamp(seconds(time), sys_seconds(kFirstDay - days(2)).time_since_epoch(),
+                                       sys_seconds(kLastDay + days(2)).time_since_epoch()));
+  const sys_seconds local = clamped + kChinaOffset;
+  const sys_days day = std::chrono::floor<days>(local);
+  return {day, local - day};
+}
+
+bool IsTradingDay(sys_days day) {
+  return std::chrono::weekday(day).iso_encoding() <= 5 && !TheHolidays().Contain(day);
+}
+
+sys_days MondayOf(sys_days day) {
+  return day - (std::chrono::weekday(day) - std::chrono::Monday);
+}
+
+seconds SpanToNextPhase(const ChinaTime& now) {
+  if (IsTradingDay(now.day)) {
+    for (const PhaseStart& start : kPhases) {
+      if (start.clock_time > now.clock_time) {
+        return start.clock_time - now.clock_time;
+      }
+    }
+    return days(1) - now.clock_time;  // closed until midnight, "not opened" from then on
+  }
+  days ahead{1};
+  while (ahead < kLongestSearch && !IsTradingDay(now.day + ahead)) {
+    ++ahead;
+  }
+  return ahead + kPhases[1].clock_time - now.clock_time;
+}
 
 }  // namespace
 
-std::optional<std::int64_t> DaysOfDate(std::uint64_t date) {
-  static constexpr std::array<std::uint64_t, 12> kLengths{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+std::optional<sys_days> DayOfDate(std::uint64_t date) {
   const std::uint64_t year = date / 10000;
-  const std::uint64_t month = date / 100 % 100;
-  const std::uint64_t day = date % 100;
-  if (year < 1 || year > 9999 || month < 1 || month > 12) {
+  if (year < 1 || year > 9999) {
     return std::nullopt;
   }
-  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  if (day < 1 || day > kLengths[month - 1] + (leap && month == 2 ? 1 : 0)) {
-    return std::nullopt;
-  }
-  return DaysOfCivil(static_cast<std::int64_t>(year), static_cast<std::int64_t>(month),
-                     static_cast<std::int64_t>(day));
+  const std::chrono::year_month_day civil(std::chrono::year(static_cast<int>(year)),
+                                          std::chrono::month(static_cast<unsigned>(date / 100 % 100)),
+                                          std::chrono::day(static_cast<unsigned>(date % 100)));
+  return civil.ok() ? std::optional(sys_days(civil)) : std::nullopt;
 }
 
-std::uint32_t DateOfDays(std::int64_t days) {
-  if (days < kFirstDay || days > kLastDay) {
+std::uint32_t DateOfDay(sys_days day) {
+  if (day < kFirstDay || day > kLastDay) {
     return 0;
   }
-  days += 719468;
-  const std::int64_t era = FloorDivide(days, 146097);
-  const std::int64_t day_of_era = days - era * 146097;
-  const std::int64_t year_of_era =
-      (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-  const std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  const std::int64_t shifted_month = (5 * day_of_year + 2) / 153;
-  const std::int64_t day = day_of_year - (153 * shifted_month + 2) / 5 + 1;
-  const std::int64_t month = shifted_month < 10 ? shifted_month + 3 : shifted_month - 9;
-  const std::int64_t year = year_of_era + era * 400 + (month <= 2 ? 1 : 0);
-  return static_cast<std::uint32_t>(year * 10000 + month * 100 + day);
-}
-
-bool IsTradingDay(std::int64_t days) {
-  if (Weekday(days) >= 5) {
-    return false;
-  }
-  const int year = static_cast<int>(DateOfDays(days) / 10000);
-  Holidays& state = State();
-  const std::lock_guard lock(state.mutex);
-  const auto found = state.by_year.find(year);
-  return found == state.by_year.end() || !found->second.contains(days);
-}
-
-std::int64_t SecondsToNextPhase(std::int64_t time) {
-  const std::int64_t local = time + kChinaOffset;
-  const std::int64_t today = FloorDivide(local, kDay);
-  const std::int64_t second = local - today * kDay;
-  if (IsTradingDay(today)) {
-    for (const PhaseStart& start : kPhases) {
-      if (start.second > second) {
-        return start.second - second;
-      }
-    }
-    return kDay - second;  // closed until midnight, "not opened" from then on
-  }
-  for (int ahead = 1; ahead <= kLongestSearch; ++ahead) {
-    if (IsTradingDay(today + ahead)) {
-      return ahead * kDay + kPhases[1].second - second;
-    }
-  }
-  return kLongestSearch * kDay;
+  const std::chrono::year_month_day civil(day);
+  return static_cast<std::uint32_t>(static_cast<int>(civil.year())) * 10000 +
+         static_cast<unsigned>(civil.month()) * 100 + static_cast<unsigned>(civil.day());
 }
 
 }  // namespace stock_host
 
 namespace common {
 
-std::uint32_t TimeToDate(std::int64_t seconds) {
-  // Far outside the calendar, where adding the offset could overflow.
-  if (seconds < stock_host::kFirstDay * 2 * stock_host::kDay ||
-      seconds > stock_host::kLastDay * 2 * stock_host::kDay) {
-    return 0;
-  }
-  return stock_host::DateOfDays(
-      stock_host::FloorDivide(seconds + stock_host::kChinaOffset, stock_host::kDay));
+std::uint32_t TimeToDate(std::int64_t time) {
+  return stock_host::DateOfDay(stock_host::InChina(time).day);
 }
 
 std::int64_t DateToTime(std::uint32_t date, int hour, int minute, int second) {
-  const auto days = stock_host::DaysOfDate(date);
-  if (!days) {
+  using namespace std::chrono;
+  const auto day = stock_host::DayOfDate(date);
+  if (!day) {
     return 0;
   }
-  return *days * stock_host::kDay + std::int64_t{hour} * 3600 + std::int64_t{minute} * 60 + second -
-         stock_host::kChinaOffset;
+  const sys_seconds midnight = *day - stock_host::kChinaOffset;
+  return (midnight + hours(hour) + minutes(minute) + seconds(second)).time_since_epoch().count();
 }
 
 bool IsSameWeek(std::uint32_t date, std::uint32_t other) {
-  const auto a = stock_host::DaysOfDate(date);
-  const auto b = stock_host::DaysOfDate(other);
-  return a && b && *a - stock_host::Weekday(*a) == *b - stock_host::Weekday(*b);
+  const auto a = stock_host::DayOfDate(date);
+  const auto b = stock_host::DayOfDate(other);
+  return a && b && stock_host::MondayOf(*a) == stock_host::MondayOf(*b);
 }
 
 void LegalHoliday::SetHolidays(int year, const std::vector<unsigned long>& days) {
-  std::set<std::int64_t> set;
+  stock_host::Holidays::Days holidays;
   std::string refused;
   for (const unsigned long date : days) {
-    const auto day = stock_host::DaysOfDate(date);
+    const auto day = stock_host::DayOfDate(date);
     if (day && static_cast<int>(date / 10000) == year) {
-      set.insert(*day);
+      holidays.insert(*day);
     } else {
       refused += (refused.empty() ? "" : ", ") + std::to_string(date);
     }
   }
-  {
-    stock_host::Holidays& state = stock_host::State();
-    const std::lock_guard lock(state.mutex);
-    state.by_year[year] = std::move(set);
+  if (year >= 1 && year <= 9999) {
+    stock_host::TheHolidays().Set(std::chrono::year(year), std::move(holidays));
   }
   if (!refused.empty()) {
     stock_host::Log(stock_host::Severity::kWarning,
@@ -193,12 +155,11 @@ void LegalHoliday::SetHolidays(int year, const std::vector<unsigned long>& days)
 namespace stock {
 
 MarketStatus CheckMarketStatus(std::uint32_t time) {
-  const std::int64_t local = std::int64_t{time} + stock_host::kChinaOffset;
-  const std::int64_t today = local / stock_host::kDay;
+  const stock_host::ChinaTime now = stock_host::InChina(time);
   MarketStatus status = kMarketNotOpened;
-  if (stock_host::IsTradingDay(today)) {
+  if (stock_host::IsTradingDay(now.day)) {
     for (const stock_host::PhaseStart& start : stock_host::kPhases) {
-      if (local % stock_host::kDay >= start.second) {
+      if (now.clock_time >= start.clock_time) {
         status = start.phase;
       }
     }
@@ -207,23 +168,28 @@ MarketStatus CheckMarketStatus(std::uint32_t time) {
 }
 
 std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
-  const double span = std::ceil(static_cast<double>(stock_host::SecondsToNextPhase(time)) /
-                                stock_host::ServerClock().Speed());
-  return static_cast<std::int32_t>(
-      std::clamp(span, 1.0, static_cast<double>(std::numeric_limits<std::int32_t>::max())));
+  using namespace stock_host;
+  const ChinaTime now = InChina(time);
+  ServerClockModel& clock = ServerClock();
+  const bool known =
+      clock.Sure(Moment::Now()) && TheHolidays().Know(std::chrono::year_month_day(now.day).year());
+  const double span = std::ceil(static_cast<double>(SpanToNextPhase(now).count()) / clock.Speed());
+  const auto longest = known ? std::numeric_limits<std::int32_t>::max() : kSpanInDoubt.count();
+  return static_cast<std::int32_t>(std::clamp(span, 1.0, static_cast<double>(longest)));
 }
 
 std::uint32_t GetLastTradingDate(std::uint32_t date) {
-  const auto days = stock_host::DaysOfDate(date);
-  if (!days) {
+  using namespace stock_host;
+  const auto day = DayOfDate(date);
+  if (!day) {
     return 0;
   }
-  for (int back = 1; back <= stock_host::kLongestSearch; ++back) {
-    if (stock_host::IsTradingDay(*days - back)) {
-      return stock_host::DateOfDays(*days - back);
+  for (std::chrono::days back{1}; back <= kLongestSearch; ++back) {
+    if (IsTradingDay(*day - back)) {
+      return DateOfDay(*day - back);
     }
   }
-  return stock_host::DateOfDays(*days - 1);
+  return DateOfDay(*day - std::chrono::days(1));
 }
 
 }  // namespace stock

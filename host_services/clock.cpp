@@ -1,5 +1,7 @@
 #include "clock.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -11,41 +13,61 @@
 namespace stock_host {
 namespace {
 
-constexpr std::int64_t kEarliest = 631152000;  // 1990-01-01
-constexpr std::int64_t kLatest = 4102444800;   // 2100-01-01
+constexpr std::int64_t kEarliest = 631152000;   // 1990-01-01
+constexpr std::int64_t kLatest = 4102444800;    // 2100-01-01
+constexpr std::chrono::seconds kSuspension{1};  // shorter ones put no clock in doubt
 
 double WallSeconds() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-}  // namespace
-
-double ServerClockModel::At(Steady now) const {
-  return base_ + std::chrono::duration<double>(now - base_at_).count() * speed_;
+std::chrono::nanoseconds Read(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-void ServerClockModel::Step(double time, Steady now) {
+double SecondsBetween(const Moment& earlier, const Moment& later) {
+  return std::chrono::duration<double>(later.elapsed - earlier.elapsed).count();
+}
+
+}  // namespace
+
+Moment Moment::Now() {
+  const std::chrono::nanoseconds elapsed = Read(CLOCK_BOOTTIME);
+  return {elapsed, elapsed - Read(CLOCK_MONOTONIC)};
+}
+
+bool SuspendedBetween(const Moment& earlier, const Moment& later) {
+  return later.suspended - earlier.suspended >= kSuspension;
+}
+
+double ServerClockModel::At(Moment now) const {
+  return base_ + SecondsBetween(base_at_, now) * speed_;
+}
+
+void ServerClockModel::Step(double time, Moment now) {
   base_ = time;
   base_at_ = now;
   latest_told_ = 0;
   stray_.reset();
 }
 
-void ServerClockModel::Reset(double wall, Steady now) {
+void ServerClockModel::Reset(double wall, Moment now) {
   const std::lock_guard lock(mutex_);
   speed_ = 1;
   learned_ = false;
   Step(wall, now);
 }
 
-std::int64_t ServerClockModel::Now(Steady now) {
+std::int64_t ServerClockModel::Now(Moment now) {
   const std::lock_guard lock(mutex_);
   const auto seconds = static_cast<std::int64_t>(std::floor(At(now)));
   latest_told_ = std::max(latest_told_, seconds);
   return latest_told_;
 }
 
-bool ServerClockModel::Learn(std::int64_t date, double speed, Steady now) {
+bool ServerClockModel::Learn(std::int64_t date, double speed, Moment now) {
   if (date < kEarliest || date > kLatest) {
     return false;
   }
@@ -53,7 +75,7 @@ bool ServerClockModel::Learn(std::int64_t date, double speed, Steady now) {
   const double time = static_cast<double>(date) + 0.5;
   const std::lock_guard lock(mutex_);
   // At another speed the past samples say nothing.
-  if (!learned_ || std::abs(speed - speed_) > 1e-9 * speed_) {
+  if (!learned_ || SuspendedBetween(base_at_, now) || std::abs(speed - speed_) > 1e-9 * speed_) {
     learned_ = true;
     speed_ = speed;
     Step(time, now);
@@ -68,21 +90,23 @@ bool ServerClockModel::Learn(std::int64_t date, double speed, Steady now) {
     base_at_ = now;
     return true;
   }
-  if (stray_) {
-    const double expected = *stray_ + std::chrono::duration<double>(now - stray_at_).count() * speed_;
-    if (std::abs(time - expected) <= kLargestSkew) {
-      Step(time, now);
-      return true;
-    }
+  if (stray_ && std::abs(time - *stray_ - SecondsBetween(stray_at_, now) * speed_) <= kLargestSkew) {
+    Step(time, now);
+    return true;
   }
   stray_ = time;
   stray_at_ = now;
-  return false;
+  return true;
 }
 
 bool ServerClockModel::Learned() {
   const std::lock_guard lock(mutex_);
   return learned_;
+}
+
+bool ServerClockModel::Sure(Moment now) {
+  const std::lock_guard lock(mutex_);
+  return learned_ && !stray_ && !SuspendedBetween(base_at_, now);
 }
 
 double ServerClockModel::Speed() {
@@ -94,7 +118,7 @@ ServerClockModel& ServerClock() {
   // Leaked: callable until the very end of the process.
   static ServerClockModel* const clock = [] {
     auto* made = new ServerClockModel;
-    made->Reset(WallSeconds(), std::chrono::steady_clock::now());
+    made->Reset(WallSeconds(), Moment::Now());
     return made;
   }();
   return *clock;
@@ -112,13 +136,13 @@ std::optional<double> ParseSpeed(const char* text) {
 
 ServerClockState ReadServerClock() {
   ServerClockModel& clock = ServerClock();
-  const double ahead = static_cast<double>(clock.Now(std::chrono::steady_clock::now())) - WallSeconds() + 0.5;
+  const double ahead = static_cast<double>(clock.Now(Moment::Now())) - WallSeconds() + 0.5;
   const bool known = clock.Learned();
   return {known, known ? ahead : 0, clock.Speed()};
 }
 
 void ResetServerClock() {
-  ServerClock().Reset(WallSeconds(), std::chrono::steady_clock::now());
+  ServerClock().Reset(WallSeconds(), Moment::Now());
 }
 
 }  // namespace stock_host
@@ -126,7 +150,7 @@ void ResetServerClock() {
 namespace common {
 
 std::int64_t GetCurrentServerTime() {
-  return stock_host::ServerClock().Now(std::chrono::steady_clock::now());
+  return stock_host::ServerClock().Now(stock_host::Moment::Now());
 }
 
 std::uint32_t GetCurrentServerDate() {

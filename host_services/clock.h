@@ -9,28 +9,40 @@
 
 namespace stock_host {
 
+/// A moment by the machine's clock that also runs while the machine is suspended.
+struct Moment {
+  std::chrono::nanoseconds elapsed{};    ///< since some fixed moment
+  std::chrono::nanoseconds suspended{};  ///< of it; to about a millisecond
+  [[nodiscard]] static Moment Now();
+};
+
+/// True when the machine was suspended between the two.
+[[nodiscard]] bool SuspendedBetween(const Moment& earlier, const Moment& later);
+
 class ServerClockModel {
  public:
-  using Steady = std::chrono::steady_clock::time_point;
-
   /// A skew of more than this makes the server refuse signed requests, and is corrected in one step.
   static constexpr double kLargestSkew = 240;
 
   /// Before the first sample: the machine's own clock, read at `now` as `wall` (Unix seconds).
-  void Reset(double wall, Steady now);
+  void Reset(double wall, Moment now);
 
   /// Unix seconds by the server's clock. Between two steps the result never decreases.
-  [[nodiscard]] std::int64_t Now(Steady now);
+  [[nodiscard]] std::int64_t Now(Moment now);
 
   /// A Date header of the server, received at `now`, and the speed that stood beside it (1 if none).
-  /// The first sample sets the clock. Later ones pull it by an eighth of the difference, at most
-  /// `kLargestPull` seconds; a difference above `kLargestSkew` steps the clock once a second sample agrees
-  /// with it. Samples that cannot be true (before 1990, after 2100) are left out. True when the clock and the
-  /// sample now agree within `kLargestSkew`.
-  bool Learn(std::int64_t date, double speed, Steady now);
+  /// The first sample sets the clock, and so does the first after the machine was suspended. Later ones pull
+  /// it by an eighth of the difference, at most `kLargestPull` seconds; a difference above `kLargestSkew`
+  /// steps the clock once a second sample agrees with it. False, and nothing is learned, for a sample that
+  /// cannot be true (before 1990, after 2100).
+  bool Learn(std::int64_t date, double speed, Moment now);
 
   /// True once a sample has set the clock.
   [[nodiscard]] bool Learned();
+
+  /// True while the clock is learned and nothing has put it in doubt since: no suspension of the machine, no
+  /// latest sample that is far off.
+  [[nodiscard]] bool Sure(Moment now);
 
   /// Seconds of server time in a real second.
   [[nodiscard]] double Speed();
@@ -38,18 +50,18 @@ class ServerClockModel {
  private:
   static constexpr double kLargestPull = 2;
 
-  [[nodiscard]] double At(Steady now) const;
-  void Step(double time, Steady now);
+  [[nodiscard]] double At(Moment now) const;
+  void Step(double time, Moment now);
 
   std::mutex mutex_;  // guards all members below
   double base_ = 0;   // server time at base_at_
-  Steady base_at_{};
+  Moment base_at_;
   double speed_ = 1;
   bool learned_ = false;
   std::int64_t latest_told_ = 0;
   // A sample far off, waiting for another that agrees.
   std::optional<double> stray_;
-  Steady stray_at_{};
+  Moment stray_at_;
 };
 
 /// The one that the host contract uses.

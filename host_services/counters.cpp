@@ -62,12 +62,12 @@ std::uint64_t& Count(Failures& failures, HttpError error) {
 
 }  // namespace
 
-void ResetCounters() {
+void ResetCounters(bool has_server) {
   CounterState& state = State();
   const std::lock_guard lock(state.mutex);
   state.succeeded_at.clear();
   state.counters = Counters();
-  state.connection = Connection::kIdle;
+  state.connection = has_server ? Connection::kIdle : Connection::kNoServer;
 }
 
 void CountStarted(const std::string& endpoint) {

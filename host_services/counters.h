@@ -9,7 +9,8 @@
 
 namespace stock_host {
 
-void ResetCounters();
+/// Starts over; without a server the connection is none until then.
+void ResetCounters(bool has_server);
 
 /// A request was taken on. Exactly one `CountCompleted` follows.
 void CountStarted(const std::string& endpoint);

@@ -1,18 +1,18 @@
 // ExamineSetup of the application header: everything that can be wrong before the first request, found at
 // once and put into words for a person. No state, callable from any thread.
+#include <fcntl.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "addresses.h"
+#include "descriptor.h"
 #include "files.h"
 #include "log.h"
 #include "settings.h"
@@ -32,14 +32,6 @@ std::string Quoted(const std::string& text) {
   return "\"" + text + "\"";
 }
 
-std::string Joined(const std::vector<std::string>& texts) {
-  std::string joined;
-  for (const std::string& text : texts) {
-    joined += (joined.empty() ? "" : ", ") + text;
-  }
-  return joined;
-}
-
 void ExamineIni(const SettingsReview& review, const Settings& settings, Findings& findings) {
   const std::string file = Quoted(review.ini);
   if (!review.trouble.empty()) {
@@ -52,6 +44,11 @@ void ExamineIni(const SettingsReview& review, const Settings& settings, Findings
     findings.push_back({State::kWarning, "settings",
                         file + " holds a key that is not read (" + Joined(review.misplaced_keys) + ")",
                         "move it to the key file " + Quoted(review.key_file)});
+  }
+  if (!review.odd_lines.empty()) {
+    findings.push_back({State::kWarning, "settings",
+                        file + " has lines that mean nothing: " + Joined(review.odd_lines),
+                        "write [section] or key=value, or begin the line with #"});
   }
   if (!review.unknown_keys.empty()) {
     findings.push_back({State::kWarning, "settings",
@@ -84,10 +81,9 @@ void ExamineEnvironment(const SettingsReview& review, Findings& findings) {
 }
 
 void ExamineAddresses(Settings settings, Findings& findings) {
-  if (!settings.ca_file.empty() && access(settings.ca_file.c_str(), R_OK) != 0) {
-    findings.push_back({State::kFailed, "server address",
-                        "the file of trusted certificates " + Quoted(settings.ca_file) + " cannot be read",
-                        "correct server/ca_file or CSM_CA_FILE"});
+  const std::string trouble = TroubleOfCertificates(settings.ca_file);
+  if (!trouble.empty()) {
+    findings.push_back({State::kFailed, "server address", trouble, "correct server/ca_file or CSM_CA_FILE"});
     return;
   }
   settings.key_id.clear();
@@ -108,13 +104,9 @@ void ExamineAddresses(Settings settings, Findings& findings) {
 
 void ExamineKey(const SettingsReview& review, const Settings& settings, Findings& findings) {
   const std::string file = Quoted(review.key_file);
-  std::string key_id;
-  std::string key;
-  std::string error;
-  const bool file_is_there = review.key_file_named || access(review.key_file.c_str(), F_OK) == 0;
-  if (!review.key_in_environment && file_is_there && !ReadKeyFile(review.key_file, key_id, key, error)) {
+  if (!review.key_in_environment && !review.key_file_trouble.empty()) {
     findings.push_back(
-        {State::kFailed, "key", error,
+        {State::kFailed, "key", review.key_file_trouble,
          "make it a file of your own with mode 0600 (chmod 600) and the lines key_id = ... and "
          "key = ..."});
     return;
@@ -128,6 +120,7 @@ void ExamineKey(const SettingsReview& review, const Settings& settings, Findings
   Settings alone;
   alone.key_id = settings.key_id;
   alone.key = settings.key;
+  std::string error;
   if (!ParseAddresses(alone, error)) {
     findings.push_back({State::kFailed, "key", error,
                         review.key_in_environment || !file_is_there
@@ -144,21 +137,20 @@ void ExamineKey(const SettingsReview& review, const Settings& settings, Findings
 
 // Empty when a file can be made and written in `directory`, which is made if missing.
 std::string TryToWrite(const std::string& directory) {
-  std::error_code failure;
-  std::filesystem::create_directories(directory, failure);
-  if (failure) {
-    return "cannot be made: " + failure.message();
+  if (directory.empty()) {
+    return "cannot be chosen: the user has no home directory";
+  }
+  if (!MakeDirectories(directory)) {
+    return "cannot be made: " + SystemText(errno);
   }
   std::string probe = directory + "/probe.XXXXXX";
-  const int fd = mkstemp(probe.data());
-  if (fd < 0) {
-    return "cannot be written: " + std::generic_category().message(errno);
+  const Descriptor file(mkostemp(probe.data(), O_CLOEXEC));
+  const bool written = file.good() && WriteAll(file.get(), "probe");
+  const int number = errno;
+  if (file.good()) {
+    unlink(probe.c_str());
   }
-  const ssize_t written = write(fd, "probe", 5);
-  const int number = written < 0 ? errno : ENOSPC;
-  close(fd);
-  unlink(probe.c_str());
-  return written == 5 ? std::string() : "cannot be written: " + std::generic_category().message(number);
+  return written ? std::string() : "cannot be written: " + SystemText(number);
 }
 
 void ExamineDirectory(const std::string& subject, const std::string& directory, const std::string& variable,
@@ -190,10 +182,11 @@ void ExamineWatchList(const std::string& config, Findings& findings) {
     findings.push_back({State::kFailed, "watch list", error, "make it a text file that you may read"});
     return;
   }
-  const std::string text = Quoted(path) + ": " + std::to_string(content->symbols.size()) + " securities";
-  if (!content->refused.empty()) {
+  const std::string text = Quoted(path) + ": " + std::to_string(content->Members().size()) + " securities";
+  const std::size_t refused = content->Refused().size();
+  if (refused > 0) {
     findings.push_back({State::kWarning, "watch list",
-                        text + ", and lines that are none: " + std::to_string(content->refused.size()),
+                        text + ", and lines that are none: " + std::to_string(refused),
                         "write one symbol a line (sh600000), at most 1000; begin other lines with #"});
     return;
   }
@@ -203,8 +196,7 @@ void ExamineWatchList(const std::string& config, Findings& findings) {
 }  // namespace
 
 std::vector<Finding> ExamineSetup() {
-  const SettingsReview review = ReviewSettings();
-  const Settings settings = LoadSettings();
+  const auto [settings, review] = FindSettings();
   const auto chosen = [](const std::string& text, std::string (*standard)()) {
     return text.empty() ? standard() : text;
   };

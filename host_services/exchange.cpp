@@ -1,7 +1,11 @@
 #include "exchange.h"
 
+#include <sys/socket.h>
+
 #include <utility>
 #include <vector>
+
+#include "ascii.h"
 
 namespace stock_host {
 namespace {
@@ -9,24 +13,9 @@ namespace {
 constexpr std::size_t kHeaderBytes = 64U << 10;
 constexpr std::size_t kPackingLoss = 64U << 10;  // what gzip may add to bytes that do not pack
 
-std::string Trimmed(std::string_view text) {
-  const auto is_space = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-  while (!text.empty() && is_space(text.front())) {
-    text.remove_prefix(1);
-  }
-  while (!text.empty() && is_space(text.back())) {
-    text.remove_suffix(1);
-  }
-  return std::string(text);
-}
-
-std::string Lower(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') {
-      c = static_cast<char>(c + ('a' - 'A'));
-    }
-  }
-  return text;
+// No child process inherits a connection.
+curl_socket_t OpenSocket(void* /*unused*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
+  return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
 HttpError ErrorOf(CURLcode code) {
@@ -97,13 +86,18 @@ bool Exchange::SetUp(const HttpSettings& settings) {
   set(CURLOPT_PATH_AS_IS, 1L);
   set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
   set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
-  set(CURLOPT_PROXY, settings.proxy.c_str());  // empty: none, whatever the environment says
+  // Empty: none. Given: for every host. Whatever the environment says.
+  set(CURLOPT_PROXY, settings.proxy.c_str());
+  set(CURLOPT_NOPROXY, "");
+  set(CURLOPT_OPENSOCKETFUNCTION, &OpenSocket);
   set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   set(CURLOPT_SSL_VERIFYPEER, 1L);
   set(CURLOPT_SSL_VERIFYHOST, 2L);
   if (!settings.ca_file.empty()) {
+    // In place of the system's, which stand in a directory.
     set(CURLOPT_CAINFO, settings.ca_file.c_str());
+    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
   set(CURLOPT_USERAGENT, "csm");
   set(CURLOPT_HEADERFUNCTION, &OnHeader);
@@ -128,7 +122,7 @@ bool Exchange::SetUp(const HttpSettings& settings) {
     header_lines_ = longer != nullptr ? longer : header_lines_;
   }
   set(CURLOPT_HTTPHEADER, header_lines_);
-  sent_ = Steady::now();
+  sent_ = Moment::Now();
   return good;
 }
 
@@ -141,7 +135,7 @@ bool Exchange::SetUpAgain(std::string url) {
   trouble_.clear();
   body_.clear();
   ForgetHeader();
-  sent_ = Steady::now();
+  sent_ = Moment::Now();
   return curl_easy_setopt(easy_, CURLOPT_URL, request.url.c_str()) == CURLE_OK;
 }
 
@@ -238,7 +232,7 @@ bool Exchange::TakeHeaderLine(std::string_view line) {
   }
   if (line == "\r\n" || line == "\n") {
     header_complete_ = true;
-    header_at_ = Steady::now();
+    header_at_ = Moment::Now();
     return true;
   }
   const std::size_t colon = line.find(':');
@@ -246,7 +240,7 @@ bool Exchange::TakeHeaderLine(std::string_view line) {
     return true;
   }
   const std::string name = Lower(std::string(line.substr(0, colon)));
-  const std::string value = Trimmed(line.substr(colon + 1));
+  const std::string value(Trimmed(line.substr(colon + 1)));
   if (name == "date") {
     date_ = curl_getdate(value.c_str(), nullptr);
   } else if (name == "x-market-speed") {

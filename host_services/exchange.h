@@ -60,7 +60,7 @@ class Exchange {
 
   CURL* easy_ = nullptr;
   curl_slist* header_lines_ = nullptr;
-  Steady::time_point sent_;
+  Moment sent_;
 
   // The answer so far.
   std::size_t header_bytes_ = 0;
@@ -71,7 +71,7 @@ class Exchange {
   std::string trouble_;  // why our own callbacks broke off
   std::int64_t date_ = -1;
   std::optional<std::string> speed_;
-  Steady::time_point header_at_;
+  Moment header_at_;
   std::unique_ptr<Gunzip> gunzip_;
   std::string body_;
 };

@@ -31,6 +31,7 @@ Root& State() {
   return *state;
 }
 
+// Empty when the user has none: any other place could have been prepared by somebody else.
 std::string Home() {
   const char* const home = std::getenv("HOME");
   if (home != nullptr && home[0] == '/') {
@@ -39,10 +40,11 @@ std::string Home() {
   std::vector<char> buffer(16384);
   passwd entry{};
   passwd* found = nullptr;
-  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
+  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
+      entry.pw_dir[0] == '/') {
     return entry.pw_dir;
   }
-  return "/tmp";
+  return {};
 }
 
 // A symbolic link in the tree could lead elsewhere.
@@ -61,6 +63,9 @@ bool LiesUnder(const std::filesystem::path& path, const std::filesystem::path& r
 }
 
 std::wstring Checked(const std::string& root, const std::string& path) {
+  if (root.empty()) {
+    return {};
+  }
   if (!LiesUnder(path, root)) {
     Log(Severity::kError, "files: \"" + path + "\" does not lie in the data directory");
     return {};
@@ -75,7 +80,8 @@ std::string UserDirectory(const char* variable, const std::string& fallback) {
   if (value != nullptr && value[0] == '/') {
     return std::string(value) + "/csm";
   }
-  return Home() + "/" + fallback;
+  const std::string home = Home();
+  return home.empty() ? std::string() : home + "/" + fallback;
 }
 
 std::string DefaultDataDirectory() {

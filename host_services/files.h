@@ -6,6 +6,7 @@
 namespace stock_host {
 
 /// $`variable`/csm when the variable holds an absolute path, else `fallback` below the user's home directory.
+/// Empty when the user has none.
 [[nodiscard]] std::string UserDirectory(const char* variable, const std::string& fallback);
 
 [[nodiscard]] std::string DefaultDataDirectory();

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <limits>
-#include <memory>
-#include <vector>
 
+#include "descriptor.h"
 #include "host/files.h"
 #include "host/text.h"
 
@@ -86,22 +84,10 @@ bool GZipExtract(const wchar_t* path, std::string& text) {
   if (path == nullptr) {
     return false;
   }
-  struct Close {
-    void operator()(std::FILE* f) const { std::fclose(f); }
-  };
-  const std::unique_ptr<std::FILE, Close> file(std::fopen(common::ws2s(path, common::kUtf8).c_str(), "rbe"));
-  if (!file) {
-    return false;
-  }
+  const auto packed = stock_host::ReadWhole(common::ws2s(path, common::kUtf8), stock_host::kUnpackedLimit);
   stock_host::Gunzip gunzip(stock_host::kUnpackedLimit);
   std::string unpacked;
-  std::vector<char> chunk(stock_host::kChunk);
-  for (std::size_t got = 0; (got = std::fread(chunk.data(), 1, chunk.size(), file.get())) > 0;) {
-    if (gunzip.Feed(std::string_view(chunk.data(), got), unpacked) != stock_host::Gunzip::State::kGood) {
-      return false;
-    }
-  }
-  if (std::ferror(file.get()) != 0 || !gunzip.Whole()) {
+  if (!packed || gunzip.Feed(*packed, unpacked) != stock_host::Gunzip::State::kGood || !gunzip.Whole()) {
     return false;
   }
   text = std::move(unpacked);

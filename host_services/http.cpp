@@ -1,15 +1,20 @@
 #include "http.h"
 
 #include <curl/curl.h>
+#include <fcntl.h>
 #include <openssl/crypto.h>
+#include <sys/socket.h>
 
 #include <algorithm>
+#include <charconv>
 #include <deque>
+#include <filesystem>
 #include <future>
 #include <mutex>
 #include <set>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -52,6 +57,36 @@ void GlobalInit() {
       throw std::runtime_error("the HTTP library cannot be initialised");
     }
   });
+}
+
+// Sockets of this machine without a name, such as a pair has.
+std::set<int> LocalSockets() {
+  std::set<int> found;
+  std::error_code failure;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", failure)) {
+    const std::string number = entry.path().filename().string();
+    int fd = -1;
+    (void)std::from_chars(number.data(), number.data() + number.size(), fd);
+    sockaddr_storage name{};
+    socklen_t size = sizeof name;
+    if (getsockname(fd, reinterpret_cast<sockaddr*>(&name), &size) == 0 && name.ss_family == AF_UNIX &&
+        size <= sizeof name.ss_family) {
+      found.insert(fd);
+    }
+  }
+  return found;
+}
+
+// The library makes a pair of sockets to be woken by, and gives it to every child process.
+CURLM* MakeMulti() {
+  const std::set<int> before = LocalSockets();
+  CURLM* const multi = curl_multi_init();
+  for (const int fd : LocalSockets()) {
+    if (!before.contains(fd)) {
+      (void)fcntl(fd, F_SETFD, FD_CLOEXEC);
+    }
+  }
+  return multi;
 }
 
 // Fails requests while no client runs: the thread lives as long as there are some. Leaked with its queue.
@@ -163,7 +198,7 @@ class HttpClient::Network {
 
   // An answer from the record takes its time, as far as the limit allows.
   void Schedule(std::unique_ptr<Exchange> exchange) {
-    Replayer::Answer given = settings_.replayer->AnswerTo(exchange->request.url, exchange->asked);
+    Replayer::Answer given = settings_.replayer->AnswerTo(exchange->request.url, Moment::Now());
     Steady::time_point due = exchange->asked + given.after;
     if (due > exchange->deadline) {
       due = exchange->deadline;
@@ -178,7 +213,7 @@ class HttpClient::Network {
       Played played = std::move(played_.begin()->second);
       played_.erase(played_.begin());
       if (played.answer.error == HttpError::kNone || played.answer.error == HttpError::kStatus) {
-        settings_.replayer->Teach(ServerClock(), now);
+        settings_.replayer->Teach(ServerClock(), Moment::Now());
       }
       Finish(std::move(played.exchange), std::move(played.answer));
     }
@@ -289,7 +324,7 @@ void HttpClient::Start(HttpSettings settings) {
   GlobalInit();
   auto completions = std::make_unique<WorkerPool>("http call-back", kCompletionThreads);
   const std::lock_guard lock(impl_->mutex);
-  impl_->multi = curl_multi_init();
+  impl_->multi = MakeMulti();
   if (impl_->multi == nullptr) {
     throw std::runtime_error("the HTTP library cannot be initialised");
   }

@@ -12,6 +12,8 @@
 #include <optional>
 #include <string>
 
+#include "clock.h"
+
 namespace stock_host {
 
 enum class HttpError {
@@ -46,8 +48,8 @@ struct HttpHeaderReport {
   std::string url;
   std::int64_t date = 0;             ///< Date header, Unix seconds; -1 if none
   std::optional<std::string> speed;  ///< X-Market-Speed header
-  std::chrono::steady_clock::time_point sent;
-  std::chrono::steady_clock::time_point received;
+  Moment sent;
+  Moment received;
 };
 
 class Recorder;

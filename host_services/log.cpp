@@ -1,8 +1,10 @@
 #include "log.h"
 
+#include <fcntl.h>
 #include <spdlog/logger.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cerrno>
@@ -11,12 +13,12 @@
 #include <cstdio>
 #include <cwchar>
 #include <deque>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
 
+#include "descriptor.h"
 #include "host/log.h"
 #include "host/text.h"
 
@@ -78,6 +80,20 @@ bool ParseLevel(const std::string& text, spdlog::level::level_enum& level) {
   return false;
 }
 
+// Each file of the log is the user's alone and stays with this process: the logging library would open it for
+// all, and for children.
+spdlog::file_event_handlers OnOpening() {
+  spdlog::file_event_handlers handlers;
+  handlers.before_open = [](const std::string& path) {
+    const Descriptor file = OpenFile(path, O_WRONLY | O_CREAT);
+    (void)fchmod(file.get(), 0600);  // one of an earlier run
+  };
+  handlers.after_open = [](const std::string&, std::FILE* file) {
+    (void)fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
+  };
+  return handlers;
+}
+
 }  // namespace
 
 std::string LogText(std::string_view text) {
@@ -120,10 +136,13 @@ bool OpenLog(const std::string& directory, bool to_stderr, const std::string& le
   }
   std::shared_ptr<spdlog::logger> logger;
   try {
-    std::filesystem::create_directories(directory);
+    if (!MakeDirectories(directory)) {
+      error = "cannot open the log in \"" + directory + "\": " + SystemText(errno);
+      return false;
+    }
     std::vector<spdlog::sink_ptr> sinks;
     sinks.push_back(std::make_shared<spdlog::sinks::rotating_file_sink_mt>(directory + "/csm.log", kFileBytes,
-                                                                           kFiles - 1));
+                                                                           kFiles - 1, false, OnOpening()));
     if (to_stderr) {
       sinks.push_back(std::make_shared<spdlog::sinks::stderr_sink_mt>());
     }

@@ -1,5 +1,6 @@
 #include "recorded_exchange.h"
 
+#include <fcntl.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <charconv>
 #include <map>
-#include <system_error>
 #include <utility>
 
 #include "signing.h"
@@ -98,23 +98,17 @@ std::string WithoutSignature(std::string_view url) {
   return text;
 }
 
-bool Read(std::FILE* file, std::size_t size, std::string& bytes) {
-  bytes.resize(size);
-  return std::fread(bytes.data(), 1, size, file) == size;
-}
-
 }  // namespace
 
 std::string RequestText(const Addresses& addresses, std::string_view url) {
   const std::string endpoint = EndpointOf(addresses, url);
   if (endpoint == "static") {
-    return "static/" + std::string(url.substr(addresses.static_root.size()));
+    return "static/" + WithoutSignature(url.substr(addresses.static_root.size()));
   }
   if (endpoint == "history") {
-    return "history" + std::string(url.substr(addresses.history_root.size()));
+    return "history" + WithoutSignature(url.substr(addresses.history_root.size()));
   }
-  return WithoutSignature(
-      endpoint == "other" ? url : url.substr(addresses.Origin().size() + addresses.base_path.size()));
+  return WithoutSignature(endpoint == "other" ? url : url.substr(addresses.ApiRoot().size()));
 }
 
 std::string RecordFile(const std::string& directory) {
@@ -150,14 +144,13 @@ std::string Encode(const RecordedExchange& exchange) {
 
 std::unique_ptr<RecordReader> RecordReader::Open(const std::string& directory, std::string& error) {
   const std::string path = RecordFile(directory);
-  File file(std::fopen(path.c_str(), "rbe"));
-  if (!file) {
-    const int number = errno;
-    error = "there is no record in \"" + directory + "\": " + std::generic_category().message(number);
+  Descriptor file = OpenFile(path, O_RDONLY);
+  if (!file.good()) {
+    error = "there is no record in \"" + directory + "\": " + SystemText(errno);
     return nullptr;
   }
   std::string title;
-  if (!Read(file.get(), kTitle.size(), title) || title != kTitle) {
+  if (!ReadAt(file.get(), 0, kTitle.size(), title) || title != kTitle) {
     error = "\"" + path + "\" is no record";
     return nullptr;
   }
@@ -197,13 +190,14 @@ bool RecordReader::TakeHead(std::string_view head) {
 
 RecordReader::Found RecordReader::Next() {
   std::string frame;
-  for (int c = 0; frame.size() <= kLongestFrame && (c = std::fgetc(file_.get())) != '\n';) {
-    if (c == EOF) {
-      return frame.empty() ? Found::kEnd : Found::kTorn;
-    }
-    frame += static_cast<char>(c);
+  if (!ReadUpTo(file_.get(), good_until_, kLongestFrame + 1, frame) || frame.empty()) {
+    return Found::kEnd;
   }
-  std::string_view rest = frame;
+  const std::size_t frame_end = frame.find('\n');
+  if (frame_end == std::string::npos) {
+    return frame.size() > kLongestFrame ? Found::kLost : Found::kTorn;
+  }
+  std::string_view rest = std::string_view(frame).substr(0, frame_end);
   std::size_t head_size = 0;
   std::size_t body_size = 0;
   unsigned long sum = 0;
@@ -212,16 +206,17 @@ RecordReader::Found RecordReader::Next() {
       body_size > kLargestBody) {
     return Found::kLost;
   }
-  std::string head;
-  std::string body;
-  const std::int64_t body_at = good_until_ + static_cast<std::int64_t>(frame.size() + 1 + head_size);
-  if (!Read(file_.get(), head_size, head) || !Read(file_.get(), body_size, body)) {
+  const std::int64_t head_at = good_until_ + static_cast<std::int64_t>(frame_end + 1);
+  const std::int64_t body_at = head_at + static_cast<std::int64_t>(head_size);
+  std::string entry;
+  if (!ReadAt(file_.get(), head_at, head_size + body_size + 1, entry)) {
     return Found::kTorn;
   }
-  const int end = std::fgetc(file_.get());
-  if (end != '\n') {
-    return end == EOF ? Found::kTorn : Found::kLost;
+  if (entry.back() != '\n') {
+    return Found::kLost;
   }
+  const std::string_view head = std::string_view(entry).substr(0, head_size);
+  const std::string_view body = std::string_view(entry).substr(head_size, body_size);
   good_until_ = body_at + static_cast<std::int64_t>(body_size) + 1;
   if (Sum(head, body) != sum || !TakeHead(head)) {
     return Found::kDamaged;

@@ -5,13 +5,14 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "addresses.h"
+#include "descriptor.h"
 #include "http.h"
 
 namespace stock_host {
@@ -70,15 +71,10 @@ class RecordReader {
   [[nodiscard]] std::int64_t good_until() const { return good_until_; }
 
  private:
-  struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-  using File = std::unique_ptr<std::FILE, Close>;
-
-  explicit RecordReader(File file) : file_(std::move(file)) {}
+  explicit RecordReader(Descriptor file) : file_(std::move(file)) {}
   [[nodiscard]] bool TakeHead(std::string_view head);
 
-  File file_;
+  const Descriptor file_;
   std::int64_t start_ = 0;
   RecordedExchange exchange_;
   bool is_start_ = false;

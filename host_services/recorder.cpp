@@ -12,6 +12,7 @@
 
 #include "addresses.h"
 #include "counters.h"
+#include "descriptor.h"
 #include "log.h"
 
 namespace stock_host {
@@ -21,15 +22,16 @@ std::int64_t Microseconds(std::chrono::nanoseconds span) {
   return std::chrono::duration_cast<std::chrono::microseconds>(span).count();
 }
 
-std::string SystemText(const std::string& what, const std::string& path) {
-  const int number = errno;
-  return what + " \"" + path + "\": " + std::generic_category().message(number);
+std::string CannotWrite(const std::string& path) {
+  return "cannot write the record \"" + path + "\": " + SystemText(errno);
 }
 
 // Empty when a record may be made there, or goes on there.
 std::string RefusalOf(const std::string& directory) {
   std::error_code failure;
-  std::filesystem::create_directories(directory, failure);
+  if (!MakeDirectories(directory)) {
+    failure.assign(errno, std::generic_category());
+  }
   std::filesystem::directory_iterator entry;
   if (!failure) {
     entry = std::filesystem::directory_iterator(directory, failure);
@@ -73,34 +75,21 @@ std::int64_t EndOf(const std::string& directory, std::string& error) {
 
 // True for an empty file, and for one whose making a crash has cut short.
 bool IsBeginningOfTitle(int fd) {
-  std::string bytes(RecordTitle().size(), '\0');
-  const ssize_t size = pread(fd, bytes.data(), bytes.size(), 0);
-  return size >= 0 && static_cast<std::size_t>(size) < bytes.size() &&
-         RecordTitle().starts_with(bytes.substr(0, static_cast<std::size_t>(size)));
-}
-
-bool WriteAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(fd, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) {
-      return false;
-    }
-    bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-  }
-  return true;
+  std::string bytes;
+  return ReadUpTo(fd, 0, RecordTitle().size(), bytes) && bytes.size() < RecordTitle().size() &&
+         RecordTitle().starts_with(bytes);
 }
 
 }  // namespace
 
-Recorder::Recorder(int fd, std::string path)
-    : fd_(fd),
+Recorder::Recorder(Descriptor file, std::string path)
+    : file_(std::move(file)),
       path_(std::move(path)),
       start_(std::chrono::steady_clock::now()),
       start_time_(Microseconds(std::chrono::system_clock::now().time_since_epoch())) {}
 
 Recorder::~Recorder() {
-  (void)fsync(fd_);  // a file system that cannot flush does not undo what is written
-  close(fd_);
+  (void)fsync(file_.get());  // a file system that cannot flush does not undo what is written
 }
 
 std::shared_ptr<Recorder> Recorder::Open(const std::string& directory, std::string& error) {
@@ -109,12 +98,13 @@ std::shared_ptr<Recorder> Recorder::Open(const std::string& directory, std::stri
     return nullptr;
   }
   const std::string path = RecordFile(directory);
-  const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-  if (fd < 0) {
-    error = SystemText("cannot write the record", path);
+  Descriptor file = OpenFile(path, O_RDWR | O_CREAT | O_APPEND);
+  const int fd = file.get();
+  if (!file.good()) {
+    error = CannotWrite(path);
     return nullptr;
   }
-  std::shared_ptr<Recorder> recorder(new Recorder(fd, path));
+  std::shared_ptr<Recorder> recorder(new Recorder(std::move(file), path));
   if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
     error = "another process records into \"" + directory + "\"";
     return nullptr;
@@ -125,7 +115,7 @@ std::shared_ptr<Recorder> Recorder::Open(const std::string& directory, std::stri
     return nullptr;
   }
   if (ftruncate(fd, recorder->size_) != 0) {
-    error = SystemText("cannot write the record", path);
+    error = CannotWrite(path);
     return nullptr;
   }
   if (is_new) {
@@ -169,15 +159,15 @@ void Recorder::Record(const HttpRequest& request, const std::string& endpoint, S
 }
 
 void Recorder::Append(const std::string& bytes) {
-  if (WriteAll(fd_, bytes)) {
+  if (WriteAll(file_.get(), bytes)) {
     size_ += static_cast<std::int64_t>(bytes.size());
     return;
   }
   broken_ = true;
-  const std::string text = SystemText("cannot write the record", path_);
+  const std::string text = CannotWrite(path_);
   CountRecordingFailure(text);
   Log(Severity::kError, "record: " + text + "; nothing more is recorded");
-  if (ftruncate(fd_, size_) != 0) {
+  if (ftruncate(file_.get(), size_) != 0) {
     Log(Severity::kWarning, "record: the last entry of \"" + path_ + "\" is cut short");
   }
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "descriptor.h"
 #include "http.h"
 #include "recorded_exchange.h"
 
@@ -30,11 +31,11 @@ class Recorder {
               const HttpHeaderReport& report, const HttpAnswer& answer);
 
  private:
-  Recorder(int fd, std::string path);
+  Recorder(Descriptor file, std::string path);
   [[nodiscard]] std::int64_t TimeOf(Steady at) const;
   void Append(const std::string& bytes);
 
-  const int fd_;
+  const Descriptor file_;
   const std::string path_;
   // Times of a run count from its start: the machine's clock may be set meanwhile.
   const Steady start_;

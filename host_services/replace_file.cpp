@@ -6,42 +6,13 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <system_error>
+
+#include "descriptor.h"
 
 namespace stock_host {
 namespace {
 
 constexpr std::string_view kSuffix = ".csm-part";
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) {
-      close(fd_);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  [[nodiscard]] int get() const { return fd_; }
-
- private:
-  const int fd_;
-};
-
-bool WriteAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(fd, bytes.data(), bytes.size());
-    if (written < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -56,13 +27,13 @@ bool ReplaceFile(const std::string& path, std::string_view bytes, std::string& e
   const Descriptor file(mkostemps(temporary.data(), static_cast<int>(kSuffix.size()), O_CLOEXEC));
   const auto failed = [&](const std::string& what) {
     const int number = errno;
-    if (file.get() >= 0) {
+    if (file.good()) {
       unlink(temporary.c_str());
     }
-    error = what + " \"" + path + "\": " + std::generic_category().message(number);
+    error = what + " \"" + path + "\": " + SystemText(number);
     return false;
   };
-  if (file.get() < 0) {
+  if (!file.good()) {
     return failed("cannot make a file beside");
   }
   // Held as long as the file is open: tells a sweep that somebody is at it.
@@ -84,8 +55,8 @@ bool ReplaceFile(const std::string& path, std::string_view bytes, std::string& e
   tell(ReplaceStep::kRenamed);
   const std::size_t slash = path.rfind('/');
   const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  const Descriptor parent(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (parent.get() >= 0) {
+  const Descriptor parent = OpenFile(directory, O_RDONLY | O_DIRECTORY);
+  if (parent.good()) {
     // The rename stands already; a file system that cannot flush a directory does not undo it.
     (void)fsync(parent.get());
   }
@@ -97,8 +68,8 @@ bool IsLeftoverName(std::string_view name) {
 }
 
 bool RemoveLeftover(const std::string& path) {
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-  return file.get() >= 0 && flock(file.get(), LOCK_EX | LOCK_NB) == 0 && unlink(path.c_str()) == 0;
+  const Descriptor file = OpenFile(path, O_RDONLY | O_NOFOLLOW);
+  return file.good() && flock(file.get(), LOCK_EX | LOCK_NB) == 0 && unlink(path.c_str()) == 0;
 }
 
 }  // namespace stock_host

@@ -1,18 +1,17 @@
 #include "replayer.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <limits>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "addresses.h"
 #include "clock.h"
+#include "descriptor.h"
 #include "log.h"
 #include "recorded_exchange.h"
 
@@ -30,22 +29,6 @@ auto ElementAt(const Elements& elements, std::int64_t time, TimeOf time_of) {
   return after == elements.begin() ? after : std::prev(after);
 }
 
-bool ReadAt(int fd, std::int64_t at, std::size_t size, std::string& bytes) {
-  bytes.resize(size);
-  std::size_t have = 0;
-  while (have < size) {
-    const ssize_t got = pread(fd, bytes.data() + have, size - have, at + static_cast<std::int64_t>(have));
-    if (got < 0 && errno == EINTR) {
-      continue;
-    }
-    if (got <= 0) {
-      return false;
-    }
-    have += static_cast<std::size_t>(got);
-  }
-  return true;
-}
-
 HttpAnswer NotThere() {
   HttpAnswer answer;
   answer.error = HttpError::kStatus;
@@ -56,22 +39,17 @@ HttpAnswer NotThere() {
 
 }  // namespace
 
-Replayer::~Replayer() {
-  close(fd_);
-}
-
 std::shared_ptr<Replayer> Replayer::Open(const std::string& directory, double speed, std::string& error) {
   if (!(speed >= 0.001 && speed <= 100000)) {
     error = "the speed of a replay is a number from 0.001 to 100000";
     return nullptr;
   }
-  const int fd = open(RecordFile(directory).c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    const int number = errno;
-    error = "there is no record in \"" + directory + "\": " + std::generic_category().message(number);
+  Descriptor file = OpenFile(RecordFile(directory), O_RDONLY);
+  if (!file.good()) {
+    error = "there is no record in \"" + directory + "\": " + SystemText(errno);
     return nullptr;
   }
-  std::shared_ptr<Replayer> replayer(new Replayer(fd, speed));
+  std::shared_ptr<Replayer> replayer(new Replayer(std::move(file), speed));
   return replayer->Read(directory, error) ? replayer : nullptr;
 }
 
@@ -126,16 +104,17 @@ bool Replayer::Read(const std::string& directory, std::string& error) {
   return true;
 }
 
-void Replayer::Begin(Steady::time_point now) {
+void Replayer::Begin(Moment now) {
   begun_ = now;
 }
 
-std::int64_t Replayer::RecordedTime(Steady::time_point now) const {
-  const double passed = std::chrono::duration<double, std::micro>(now - begun_).count() * speed_;
+std::int64_t Replayer::RecordedTime(Moment now) const {
+  const double passed =
+      std::chrono::duration<double, std::micro>(now.elapsed - begun_.elapsed).count() * speed_;
   return start_ + std::llround(passed);
 }
 
-Replayer::Answer Replayer::AnswerTo(const std::string& url, Steady::time_point now) {
+Replayer::Answer Replayer::AnswerTo(const std::string& url, Moment now) {
   const std::string request = RequestText(*CurrentAddresses(), url);
   const auto found = entries_.find(request);
   if (found == entries_.end()) {
@@ -147,15 +126,15 @@ Replayer::Answer Replayer::AnswerTo(const std::string& url, Steady::time_point n
   const auto entry =
       ElementAt(found->second, RecordedTime(now), [](const Entry& candidate) { return candidate.asked; });
   Answer given{entry->answer,
-               std::chrono::duration_cast<Steady::duration>(
+               std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                    std::chrono::duration<double, std::micro>(static_cast<double>(entry->duration) / speed_))};
-  if (!ReadAt(fd_, entry->body_at, entry->body_size, given.answer.body)) {
+  if (!ReadAt(file_.get(), entry->body_at, entry->body_size, given.answer.body)) {
     given.answer = {HttpError::kIncomplete, "the record cannot be read", 0, {}};
   }
   return given;
 }
 
-void Replayer::Teach(ServerClockModel& clock, Steady::time_point now) const {
+void Replayer::Teach(ServerClockModel& clock, Moment now) const {
   if (samples_.empty()) {
     return;
   }

@@ -8,41 +8,39 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "clock.h"
+#include "descriptor.h"
 #include "http.h"
 
 namespace stock_host {
 
-class ServerClockModel;
-
 class Replayer {
  public:
-  using Steady = std::chrono::steady_clock;
-
   /// Reads the record in `directory`; answers stay on the disk. `speed` is seconds of recorded time in a
   /// second, from 0.001 to 100,000. Null with `error` when there is no record or it holds no exchange. An
   /// entry that is damaged or cut short is left out with a line in the log.
   [[nodiscard]] static std::shared_ptr<Replayer> Open(const std::string& directory, double speed,
                                                       std::string& error);
-  ~Replayer();
   Replayer(const Replayer&) = delete;
   Replayer& operator=(const Replayer&) = delete;
 
   /// From `now` on the recorded time runs, beginning at the record's start.
-  void Begin(Steady::time_point now);
+  void Begin(Moment now);
 
   struct Answer {
     HttpAnswer answer;
-    Steady::duration after{};  ///< how long it takes
+    std::chrono::steady_clock::duration after{};  ///< how long it takes
   };
   /// What the request, asked at `now`, is answered: the latest recorded answer to the same request that was
   /// asked at or before this moment of the recorded time, else the first. One that was never recorded gets
   /// status 404 and, once, a line in the log.
-  [[nodiscard]] Answer AnswerTo(const std::string& url, Steady::time_point now);
+  [[nodiscard]] Answer AnswerTo(const std::string& url, Moment now);
 
   /// Tells `clock` what the recorded Date headers say of this moment.
-  void Teach(ServerClockModel& clock, Steady::time_point now) const;
+  void Teach(ServerClockModel& clock, Moment now) const;
 
   /// The machine's clock when the record was begun, Unix seconds.
   [[nodiscard]] double start() const;
@@ -61,16 +59,16 @@ class Replayer {
     std::string speed;
   };
 
-  Replayer(int fd, double speed) : fd_(fd), speed_(speed) {}
+  Replayer(Descriptor file, double speed) : file_(std::move(file)), speed_(speed) {}
   [[nodiscard]] bool Read(const std::string& directory, std::string& error);
-  [[nodiscard]] std::int64_t RecordedTime(Steady::time_point now) const;
+  [[nodiscard]] std::int64_t RecordedTime(Moment now) const;
 
-  const int fd_;
+  const Descriptor file_;
   const double speed_;
   std::map<std::string, std::vector<Entry>> entries_;  // by request, in the order of their times
   std::vector<Sample> samples_;                        // in the order of their times
   std::int64_t start_ = 0;
-  Steady::time_point begun_{};
+  Moment begun_;
   std::set<std::string> missed_;
 };
 

@@ -2,32 +2,33 @@
 #include "settings.h"
 
 #include <fcntl.h>
+#include <openssl/err.h>
+#include <openssl/x509_vfy.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QFile>
-#include <QSettings>
-#include <QString>
-#include <QStringList>
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
-#include <system_error>
+#include <string_view>
 
+#include "ascii.h"
+#include "descriptor.h"
 #include "files.h"
 #include "log.h"
-#include "stock_host.h"
 
 namespace stock_host {
 namespace {
 
 constexpr std::size_t kLargestKeyFile = 4096;
+constexpr std::size_t kLargestIni = 256U << 10;
 
 // One text setting: its key in csm.ini ("" if it has none there), its environment variable, its member.
 struct TextSetting {
-  const char* ini;
+  std::string_view ini;
   const char* environment;
   std::string Settings::*member;
 };
@@ -50,48 +51,119 @@ std::string Environment(const char* name) {
   return value == nullptr ? std::string() : value;
 }
 
-bool IsFlag(const std::string& text, bool& flag) {
+void TakeFlag(const std::string& text, const std::string& name, bool& flag, SettingsReview& review) {
   const bool yes = text == "1" || text == "true" || text == "yes" || text == "on";
   const bool no = text == "0" || text == "false" || text == "no" || text == "off";
-  flag = yes || (flag && !no);
-  return yes || no;
-}
-
-void ReadFlag(const std::string& text, const std::string& name, bool& flag) {
-  if (!text.empty() && !IsFlag(text, flag)) {
-    Log(Severity::kWarning, "settings: " + name + " is neither true nor false: " + text);
+  if (yes || no) {
+    flag = yes;
+  } else if (!text.empty()) {
+    review.odd_flags.push_back(name + "=" + text);
   }
 }
 
-// Empty when there is no such key. A value with commas is a list to the reader of ini files.
-std::string IniText(const QSettings& ini, const char* key) {
-  return ini.value(QString::fromLatin1(key)).toStringList().join(QLatin1Char(',')).toStdString();
-}
-
-void ReadIni(const std::string& path, Settings& settings, std::string& key_file) {
-  const QString name = QString::fromStdString(path);
-  if (!QFile::exists(name)) {
-    return;
-  }
-  QSettings ini(name, QSettings::IniFormat);
-  ini.setIniCodec("UTF-8");
-  if (ini.status() != QSettings::NoError) {
-    Log(Severity::kError, "settings: cannot read \"" + path + "\"; the defaults hold");
-    return;
-  }
-  for (const TextSetting& setting : kTexts) {
-    if (setting.ini[0] != '\0' && ini.contains(QString::fromLatin1(setting.ini))) {
-      settings.*setting.member = IniText(ini, setting.ini);
+// Calls `take` with "section/name" and value of each line. A value is everything behind the "=", without
+// spaces and one pair of double quotes around it: no character of it means anything.
+template <class Take>
+void ReadIni(const std::string& text, SettingsReview& review, const Take& take) {
+  std::string section;
+  std::istringstream lines(text.starts_with("\xef\xbb\xbf") ? text.substr(3) : text);
+  int number = 0;
+  for (std::string whole; std::getline(lines, whole);) {
+    ++number;
+    const std::string_view line = Trimmed(whole);
+    const std::size_t equals = line.find('=');
+    if (line.empty() || line.front() == '#' || line.front() == ';') {
+      continue;
+    }
+    if (line.front() == '[' && line.back() == ']') {
+      section = std::string(Trimmed(line.substr(1, line.size() - 2))) + "/";
+    } else if (equals == std::string_view::npos || equals == 0) {
+      review.odd_lines.push_back(std::to_string(number));
+    } else {
+      std::string_view value = Trimmed(line.substr(equals + 1));
+      if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
+        value = value.substr(1, value.size() - 2);
+      }
+      take(section + std::string(Trimmed(line.substr(0, equals))), std::string(value));
     }
   }
-  ReadFlag(IniText(ini, "log/stderr"), "log/stderr", settings.log_to_stderr);
-  key_file = IniText(ini, "key/file");
-  if (ini.contains(QStringLiteral("key/key")) || ini.contains(QStringLiteral("server/key"))) {
-    Log(Severity::kWarning, "settings: a key in \"" + path + "\" is not read; it belongs in the key file");
+}
+
+void TakeIni(Settings& values, SettingsReview& review) {
+  const auto text = ReadWhole(review.ini, kLargestIni);
+  review.has_ini = text || errno != ENOENT;
+  if (!text) {
+    review.trouble = review.has_ini ? SystemText(errno) : std::string();
+    return;
+  }
+  ReadIni(*text, review, [&](const std::string& key, const std::string& value) {
+    const auto* const setting =
+        std::find_if(kTexts.begin(), kTexts.end(), [&](const TextSetting& one) { return key == one.ini; });
+    if (setting != kTexts.end()) {
+      values.*setting->member = value;
+    } else if (key == "log/stderr") {
+      TakeFlag(value, key, values.log_to_stderr, review);
+    } else if (key == "key/file") {
+      review.key_file = value;
+    } else {
+      (key == "key/key" || key == "server/key" ? review.misplaced_keys : review.unknown_keys).push_back(key);
+    }
+  });
+}
+
+void TakeEnvironment(Settings& values, SettingsReview& review) {
+  for (const char* const* variable = environ; *variable != nullptr; ++variable) {
+    const std::string_view text = *variable;
+    if (!text.starts_with("CSM_")) {
+      continue;
+    }
+    const std::string name(text.substr(0, text.find('=')));
+    const std::string value = Environment(name.c_str());
+    const auto* const setting = std::find_if(kTexts.begin(), kTexts.end(),
+                                             [&](const TextSetting& one) { return name == one.environment; });
+    if (setting != kTexts.end()) {
+      values.*setting->member = value.empty() ? values.*setting->member : value;
+    } else if (name == "CSM_LOG_TO_STDERR") {
+      TakeFlag(value, name, values.log_to_stderr, review);
+    } else if (name == "CSM_KEY_FILE") {
+      review.key_file = value.empty() ? review.key_file : value;
+    } else {
+      review.unknown_variables.push_back(name);
+    }
+  }
+}
+
+// A file that somebody has named must be there, the usual one need not.
+void TakeKeyFile(const std::string& config, Settings& values, SettingsReview& review) {
+  const bool named = !review.key_file.empty();
+  if (!named) {
+    review.key_file = config + "/key";
+  }
+  if ((!values.key.empty() && !values.key_id.empty()) ||
+      (!named && (config.empty() || access(review.key_file.c_str(), F_OK) != 0))) {
+    return;
+  }
+  std::string key_id;
+  std::string key;
+  if (!ReadKeyFile(review.key_file, key_id, key, review.key_file_trouble)) {
+    return;
+  }
+  review.key_file_ignored = !values.key.empty() || (!values.key_id.empty() && values.key_id != key_id);
+  if (!review.key_file_ignored) {
+    values.key_id = key_id;
+    values.key = key;
   }
 }
 
 }  // namespace
+
+std::string Joined(const std::vector<std::string>& texts) {
+  std::string joined;
+  for (const std::string& text : texts) {
+    joined += (joined.empty() ? "" : ", ") + text;
+  }
+  return joined;
+}
 
 const char* RefusalOfKeyFile(mode_t mode, uid_t owner, uid_t reader) {
   if (!S_ISREG(mode)) {
@@ -107,156 +179,97 @@ const char* RefusalOfKeyFile(mode_t mode, uid_t owner, uid_t reader) {
 }
 
 bool ReadKeyFile(const std::string& path, std::string& key_id, std::string& key, std::string& error) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   const auto failed = [&](const std::string& what) {
-    if (fd >= 0) {
-      close(fd);
-    }
     error = "the key file \"" + path + "\" " + what;
     return false;
   };
-  if (fd < 0) {
-    return failed("cannot be read: " + std::generic_category().message(errno));
-  }
+  const Descriptor file = OpenFile(path, O_RDONLY);
   struct stat info {};
-  if (fstat(fd, &info) != 0) {
-    return failed("cannot be read: " + std::generic_category().message(errno));
+  if (!file.good() || fstat(file.get(), &info) != 0) {
+    return failed("cannot be read: " + SystemText(errno));
   }
   if (const char* const refusal = RefusalOfKeyFile(info.st_mode, info.st_uid, geteuid())) {
     return failed(refusal);
   }
-  std::string text(kLargestKeyFile + 1, '\0');
-  const ssize_t size = read(fd, text.data(), text.size());
-  if (size < 0 || static_cast<std::size_t>(size) > kLargestKeyFile) {
+  const auto text = ReadWhole(file.get(), kLargestKeyFile);
+  if (!text) {
     return failed("cannot be read, or is larger than a key file can be");
   }
-  close(fd);
-  text.resize(static_cast<std::size_t>(size));
-  std::istringstream lines(text);
   std::string found_id;
   std::string found_key;
-  const auto trimmed = [](const std::string& part) {
-    const std::size_t first = part.find_first_not_of(" \t\r");
-    return first == std::string::npos ? std::string()
-                                      : part.substr(first, part.find_last_not_of(" \t\r") - first + 1);
-  };
-  for (std::string line; std::getline(lines, line);) {
-    line = trimmed(line);
-    if (line.empty() || line.front() == '#') {
+  std::istringstream lines(*text);
+  for (std::string whole; std::getline(lines, whole);) {
+    const std::string_view line = Trimmed(whole);
+    const std::size_t equals = line.find('=');
+    if (line.starts_with('#') || equals == std::string_view::npos) {
       continue;
     }
-    const std::size_t equals = line.find('=');
-    const std::string name = trimmed(line.substr(0, equals));
-    const std::string value = equals == std::string::npos ? std::string() : trimmed(line.substr(equals + 1));
+    const std::string_view name = Trimmed(line.substr(0, equals));
     if (name == "key_id") {
-      found_id = value;
+      found_id = Trimmed(line.substr(equals + 1));
     } else if (name == "key") {
-      found_key = value;
+      found_key = Trimmed(line.substr(equals + 1));
     }
   }
   if (found_id.empty() || found_key.empty()) {
-    error = "the key file \"" + path + R"(" needs a line "key_id = ..." and a line "key = ...")";
-    return false;
+    return failed(R"(needs a line "key_id = ..." and a line "key = ...")");
   }
   key_id = found_id;
   key = found_key;
   return true;
 }
 
-SettingsReview ReviewSettings() {
-  SettingsReview review;
+std::string TroubleOfCertificates(const std::string& file) {
+  if (file.empty()) {
+    return {};
+  }
+  std::error_code ignored;
+  X509_STORE* const store = X509_STORE_new();
+  // Nothing but a regular file: a pipe would be waited for.
+  const bool good = store != nullptr && std::filesystem::is_regular_file(file, ignored) &&
+                    X509_STORE_load_file(store, file.c_str()) == 1;
+  X509_STORE_free(store);
+  ERR_clear_error();
+  return good ? std::string()
+              : "the file of trusted certificates \"" + file + "\" cannot be read, or holds no certificate";
+}
+
+SettingsFound FindSettings() {
+  SettingsFound found;
   std::string config = Environment("CSM_CONFIG_DIRECTORY");
   config = config.empty() ? DefaultConfigDirectory() : config;
-  review.ini = config + "/csm.ini";
-  const QString name = QString::fromStdString(review.ini);
-  review.has_ini = QFile::exists(name);
-  bool ignored = false;
-  const auto look_at_flag = [&](const std::string& flag, const std::string& text) {
-    if (!text.empty() && !IsFlag(text, ignored)) {
-      review.odd_flags.push_back(flag + "=" + text);
-    }
-  };
-  if (review.has_ini) {
-    QFile file(name);
-    QSettings ini(name, QSettings::IniFormat);
-    ini.setIniCodec("UTF-8");
-    if (!file.open(QIODevice::ReadOnly)) {
-      review.trouble = file.errorString().toStdString();
-    } else if (ini.status() != QSettings::NoError) {
-      review.trouble = "it is no ini file";
-    } else {
-      for (const QString& key : ini.allKeys()) {
-        const std::string text = key.toStdString();
-        const bool known = text == "log/stderr" || text == "key/file" ||
-                           std::any_of(kTexts.begin(), kTexts.end(),
-                                       [&](const TextSetting& setting) { return text == setting.ini; });
-        if (text == "key/key" || text == "server/key") {
-          review.misplaced_keys.push_back(text);
-        } else if (!known) {
-          review.unknown_keys.push_back(text);
-        }
-      }
-      look_at_flag("log/stderr", IniText(ini, "log/stderr"));
-      review.key_file = IniText(ini, "key/file");
-    }
+  found.review.ini = config.empty() ? "csm.ini" : config + "/csm.ini";
+  if (!config.empty()) {
+    TakeIni(found.values, found.review);
   }
-  look_at_flag("CSM_LOG_TO_STDERR", Environment("CSM_LOG_TO_STDERR"));
-  for (const char* const* variable = environ; *variable != nullptr; ++variable) {
-    const std::string text = *variable;
-    const std::string variable_name = text.substr(0, text.find('='));
-    if (text.starts_with("CSM_") && variable_name != "CSM_LOG_TO_STDERR" && variable_name != "CSM_KEY_FILE" &&
-        std::none_of(kTexts.begin(), kTexts.end(),
-                     [&](const TextSetting& setting) { return variable_name == setting.environment; })) {
-      review.unknown_variables.push_back(variable_name);
-    }
-  }
-  if (!Environment("CSM_KEY_FILE").empty()) {
-    review.key_file = Environment("CSM_KEY_FILE");
-  }
-  review.key_file_named = !review.key_file.empty();
-  if (!review.key_file_named) {
-    review.key_file = config + "/key";
-  }
-  review.key_in_environment = !Environment("CSM_KEY").empty();
-  return review;
+  TakeEnvironment(found.values, found.review);
+  TakeKeyFile(config, found.values, found.review);
+  found.review.key_in_environment = !Environment("CSM_KEY").empty();
+  return found;
 }
 
 Settings LoadSettings() {
-  Settings settings;
-  settings.config_directory = Environment("CSM_CONFIG_DIRECTORY");
-  const std::string config =
-      settings.config_directory.empty() ? DefaultConfigDirectory() : settings.config_directory;
-  std::string key_file;
-  ReadIni(config + "/csm.ini", settings, key_file);
-  for (const TextSetting& setting : kTexts) {
-    const std::string value = Environment(setting.environment);
-    if (!value.empty()) {
-      settings.*setting.member = value;
+  SettingsFound found = FindSettings();
+  const SettingsReview& review = found.review;
+  const std::string ini = "settings: \"" + review.ini + "\" ";
+  const auto say = [](bool wrong, Severity severity, const std::string& text) {
+    if (wrong) {
+      Log(severity, text);
     }
-  }
-  ReadFlag(Environment("CSM_LOG_TO_STDERR"), "CSM_LOG_TO_STDERR", settings.log_to_stderr);
-  if (!Environment("CSM_KEY_FILE").empty()) {
-    key_file = Environment("CSM_KEY_FILE");
-  }
-  if (settings.key.empty() || settings.key_id.empty()) {
-    const bool asked_for = !key_file.empty();
-    const std::string path = asked_for ? key_file : config + "/key";
-    std::string key_id;
-    std::string key;
-    std::string error;
-    if (asked_for || access(path.c_str(), F_OK) == 0) {
-      if (!ReadKeyFile(path, key_id, key, error)) {
-        Log(Severity::kError, "settings: " + error);
-      } else if ((!settings.key_id.empty() && settings.key_id != key_id) || !settings.key.empty()) {
-        Log(Severity::kWarning,
-            "settings: the key file is not used; the environment names another key id, or a key");
-      } else {
-        settings.key_id = key_id;
-        settings.key = key;
-      }
-    }
-  }
-  return settings;
+  };
+  say(!review.trouble.empty(), Severity::kError, ini + "cannot be read: " + review.trouble);
+  say(!review.odd_lines.empty(), Severity::kWarning,
+      ini + "has lines that mean nothing: " + Joined(review.odd_lines));
+  say(!review.unknown_keys.empty(), Severity::kWarning,
+      ini + "has keys that mean nothing: " + Joined(review.unknown_keys));
+  say(!review.misplaced_keys.empty(), Severity::kWarning,
+      ini + "holds a key that is not read; it belongs in the key file");
+  say(!review.odd_flags.empty(), Severity::kWarning,
+      "settings: neither true nor false: " + Joined(review.odd_flags));
+  say(!review.key_file_trouble.empty(), Severity::kError, "settings: " + review.key_file_trouble);
+  say(review.key_file_ignored, Severity::kWarning,
+      "settings: the key file is not used; the environment names another key id, or a key");
+  return std::move(found.values);
 }
 
 }  // namespace stock_host

@@ -6,8 +6,9 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <charconv>
+#include <chrono>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -141,13 +142,39 @@ std::string SignedAnew(const Addresses& addresses, std::string_view url, const S
   return Sign(addresses, parts->path, std::move(parts->pairs), mark);
 }
 
-std::optional<SigningMark> NewSigningMark() {
+std::optional<SigningMark> NewSigningMark(std::int64_t time) {
   std::array<unsigned char, 16> bytes{};
   if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
     Log(Severity::kError, "signing: the machine gives no random numbers");
     return std::nullopt;
   }
-  return SigningMark{common::GetCurrentServerTime(), Hex(bytes.data(), bytes.size())};
+  return SigningMark{time, Hex(bytes.data(), bytes.size())};
+}
+
+std::string FollowServer(ServerClockModel& clock, const Addresses& addresses,
+                         const HttpHeaderReport& report) {
+  const std::string origin = addresses.Origin();
+  // An answer that lay waiting while the machine was suspended is as old as that.
+  if (origin.empty() || report.date < 0 || !report.url.starts_with(origin + "/") ||
+      SuspendedBetween(report.sent, report.received)) {
+    return {};
+  }
+  const double speed = report.speed ? ParseSpeed(report.speed->c_str()).value_or(1) : 1;
+  const auto signed_at = TimeOfSigning(addresses, report.url);
+  if (!clock.Learn(report.date, speed, report.received) || !signed_at) {
+    return {};
+  }
+  const double under_way =
+      std::chrono::duration<double>(report.received.elapsed - report.sent.elapsed).count();
+  const double skew = static_cast<double>(report.date - *signed_at) - under_way * speed;
+  if (std::abs(skew) <= ServerClockModel::kLargestSkew) {
+    return {};
+  }
+  Log(Severity::kInfo, "clock: a request was signed " + std::to_string(std::llround(skew)) +
+                           " seconds off the server's clock and is sent again");
+  // By the answer's own time: one answer far off does not move the clock yet.
+  const auto mark = NewSigningMark(report.date);
+  return mark ? SignedAnew(addresses, report.url, *mark) : std::string();
 }
 
 }  // namespace stock_host
@@ -157,16 +184,9 @@ std::wstring UrlHelper::GetSigniture(const std::wstring& path,
   using namespace stock_host;
   const auto addresses = CurrentAddresses();
   if (addresses->scheme.empty() || addresses->key.empty()) {
-    // Said once for each configuration: a new `Start` brings other addresses.
-    static std::atomic<const Addresses*> said{nullptr};
-    if (said.exchange(addresses.get()) != addresses.get()) {
-      Log(Severity::kWarning, addresses->scheme.empty()
-                                  ? "signing: no quote API server is configured; nothing is sent"
-                                  : "signing: no key is configured; nothing is sent");
-    }
     return {};
   }
-  const auto mark = NewSigningMark();
+  const auto mark = NewSigningMark(common::GetCurrentServerTime());
   if (!mark) {
     return {};
   }

@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "addresses.h"
+#include "clock.h"
+#include "http.h"
 
 namespace stock_host {
 
@@ -36,7 +38,12 @@ struct SigningMark {
 /// True for the name of a parameter that belongs to a signature.
 [[nodiscard]] bool IsSigningParameter(std::string_view name);
 
-/// Now by the server's clock, and a fresh nonce. Nothing when the machine has no random numbers.
-[[nodiscard]] std::optional<SigningMark> NewSigningMark();
+/// `time` and a fresh nonce. Nothing when the machine has no random numbers.
+[[nodiscard]] std::optional<SigningMark> NewSigningMark(std::int64_t time);
+
+/// Keeps `clock` with the quote API server's, as one of its answers tells it. The URL to ask instead when the
+/// request was signed by a clock so far off that the server refuses it; else empty.
+[[nodiscard]] std::string FollowServer(ServerClockModel& clock, const Addresses& addresses,
+                                       const HttpHeaderReport& report);
 
 }  // namespace stock_host

@@ -43,6 +43,11 @@ struct Settings {
 /// the log once it runs.
 [[nodiscard]] STOCK_HOST_API Settings LoadSettings();
 
+/// Makes sure that descriptors 0 to 2 are open, onto nothing if need be. A program that was started without
+/// them would otherwise hand its files and connections to whoever writes to the standard streams. `Start`
+/// does it too; a program that opens anything before calls this first.
+STOCK_HOST_API void FillStandardDescriptors();
+
 /// Starts the threads and opens the log. Sends nothing. False, with a text for the user in `error` and
 /// nothing started, when a setting is wrong, the log cannot be opened, or the services already run.
 [[nodiscard]] STOCK_HOST_API bool Start(const Settings& settings, std::string& error);
@@ -54,9 +59,10 @@ STOCK_HOST_API void Stop();
 
 /// Whether requests succeed at present.
 enum class Connection {
-  kIdle,     ///< no request has been completed since the start
-  kLive,     ///< the latest completed request succeeded
-  kFailing,  ///< the latest completed request failed
+  kIdle,      ///< no request has been completed since the start
+  kLive,      ///< the latest completed request succeeded
+  kFailing,   ///< the latest completed request failed
+  kNoServer,  ///< as `kIdle`, and there is no quote API server to be asked
 };
 
 /// Failed requests by cause.

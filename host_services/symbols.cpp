@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ascii.h"
 #include "host/calendar.h"
 
 namespace stock_host {
@@ -14,17 +15,6 @@ namespace {
 bool IsDigit(wchar_t c) {
   return c >= L'0' && c <= L'9';
 }
-wchar_t Lower(wchar_t c) {
-  return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + (L'a' - L'A')) : c;
-}
-
-std::wstring LowerText(std::wstring_view text) {
-  std::wstring lower(text);
-  for (wchar_t& c : lower) {
-    c = Lower(c);
-  }
-  return lower;
-}
 
 }  // namespace
 
@@ -32,7 +22,7 @@ std::wstring SecuritySymbol(std::wstring_view text) {
   if (text.size() != 8) {
     return {};
   }
-  std::wstring symbol = LowerText(text);
+  std::wstring symbol = Lower(std::wstring(text));
   const bool market = symbol[0] == L's' && (symbol[1] == L'h' || symbol[1] == L'z');
   for (std::size_t i = 2; i < symbol.size(); ++i) {
     if (!IsDigit(symbol[i])) {
@@ -54,7 +44,7 @@ SymbolType CheckSymbol(const wchar_t* symbol) {
   if (!security.empty()) {
     return security.starts_with(L"sh000") || security.starts_with(L"sz399") ? kSymbolIndex : kSymbolStock;
   }
-  const std::wstring text = stock_host::LowerText(symbol);
+  const std::wstring text = stock_host::Lower(std::wstring(symbol));
   if (text.size() <= 2 || !text.starts_with(L"bk")) {
     return kSymbolUnknown;
   }
@@ -70,6 +60,7 @@ StockStatus ConvertStockStatus(const std::wstring& text) {
   if (text.size() == 1 && text[0] >= L'0' && text[0] <= L'7') {
     return static_cast<StockStatus>(text[0] - L'0');
   }
+  // Every one of these words but the first is a halt: 5 and 6, which trade, come as digits only.
   static constexpr std::array<std::pair<std::wstring_view, int>, 15> kWords{{
       {L"normal", 0},
       {L"正常", 0},
@@ -81,13 +72,13 @@ StockStatus ConvertStockStatus(const std::wstring& text) {
       {L"退市", 3},
       {L"unlisted", 4},
       {L"未上市", 4},
-      {L"delisting", 5},
-      {L"退市整理", 5},
-      {L"paused", 6},
-      {L"暂停上市", 6},
+      {L"delisting", 3},
+      {L"退市整理", 3},
+      {L"paused", 4},
+      {L"暂停上市", 4},
       {L"terminated", 7},
   }};
-  const std::wstring lower = stock_host::LowerText(text);
+  const std::wstring lower = stock_host::Lower(std::wstring(text));
   for (const auto& [word, status] : kWords) {
     if (lower == word) {
       return static_cast<StockStatus>(status);

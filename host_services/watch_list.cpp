@@ -3,16 +3,17 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 
+#include "ascii.h"
+#include "descriptor.h"
 #include "host/text.h"
 #include "log.h"
 #include "replace_file.h"
@@ -26,40 +27,35 @@ namespace {
 constexpr std::chrono::seconds kLookInterval{1};
 constexpr std::chrono::milliseconds kLockStep{10};
 constexpr int kLockSteps = 200;
+constexpr int kMostLinks = 40;  // as the system
 constexpr std::size_t kLargestFile = 256U << 10;
 
 // A lock file beside the list: the list's own file is replaced at each change.
 class FileLock {
  public:
-  explicit FileLock(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-    for (int step = 0; fd_ >= 0 && !held_ && step < kLockSteps; ++step) {
-      held_ = flock(fd_, LOCK_EX | LOCK_NB) == 0;
+  explicit FileLock(const std::string& path) : file_(OpenFile(path, O_RDWR | O_CREAT)) {
+    for (int step = 0; file_.good() && !held_ && step < kLockSteps; ++step) {
+      held_ = flock(file_.get(), LOCK_EX | LOCK_NB) == 0;
       if (!held_) {
         std::this_thread::sleep_for(kLockStep);
       }
     }
   }
-  ~FileLock() {
-    if (fd_ >= 0) {
-      close(fd_);
-    }
-  }
-  FileLock(const FileLock&) = delete;
-  FileLock& operator=(const FileLock&) = delete;
   [[nodiscard]] bool held() const { return held_; }
 
  private:
-  const int fd_;
+  const Descriptor file_;
   bool held_ = false;
 };
 
-std::string Trimmed(std::string line) {
-  const auto is_space = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
-  while (!line.empty() && is_space(line.back())) {
-    line.pop_back();
+// The file that `path` leads to, which need not exist: replacing a link would leave its target as it was.
+std::string TargetOf(const std::string& path) {
+  std::filesystem::path target = path;
+  std::error_code failure;
+  for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(target, failure); ++links) {
+    target = target.parent_path() / std::filesystem::read_symlink(target, failure);
   }
-  line.erase(line.begin(), std::find_if_not(line.begin(), line.end(), is_space));
-  return line;
+  return target;
 }
 
 std::string NotInList(const std::wstring& symbol) {
@@ -81,43 +77,115 @@ WatchListFile::Stamp WatchListFile::StampOf(const std::string& path) {
           static_cast<std::int64_t>(info.st_mtim.tv_sec), static_cast<std::int64_t>(info.st_mtim.tv_nsec)};
 }
 
-std::optional<WatchListFile::Content> WatchListFile::Read(const std::string& path, std::string& error) {
-  Content content;
-  struct Close {
-    void operator()(std::FILE* f) const { std::fclose(f); }
-  };
-  const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "rbe"));
-  if (!file) {
-    if (errno == ENOENT) {
-      return content;
-    }
-    error = "cannot read \"" + path + "\": " + std::generic_category().message(errno);
-    return std::nullopt;
-  }
-  std::string text(kLargestFile + 1, '\0');
-  text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-  if (std::ferror(file.get()) != 0 || text.size() > kLargestFile) {
-    error = "cannot read \"" + path + "\", or it is larger than a watch list can be";
-    return std::nullopt;
-  }
+WatchListFile::Content::Content(const std::string& text) {
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = std::min(text.find('\n', at), text.size());
-    const std::string line = Trimmed(text.substr(at, end - at));
+    const std::string line = text.substr(at, end - at);
+    lines_.push_back({line, SecuritySymbol(common::s2ws(std::string(Trimmed(line)), common::kUtf8))});
     at = end + 1;
-    if (line.empty()) {
-      continue;
-    }
-    const std::wstring symbol = SecuritySymbol(common::s2ws(line, common::kUtf8));
-    if (symbol.empty() || content.symbols.size() >= kLongestList) {
-      content.other_lines.push_back(line);
-      if (line.front() != '#') {
-        content.refused.push_back(line);
-      }
-    } else if (std::find(content.symbols.begin(), content.symbols.end(), symbol) == content.symbols.end()) {
-      content.symbols.push_back(symbol);
+  }
+  ChooseMembers();
+}
+
+void WatchListFile::Content::ChooseMembers() {
+  std::unordered_set<std::wstring> members;
+  for (Line& line : lines_) {
+    line.member = !line.symbol.empty() && members.size() < kLongestList && members.insert(line.symbol).second;
+  }
+}
+
+WatchListFile::Symbols WatchListFile::Content::Members() const {
+  Symbols members;
+  for (const Line& line : lines_) {
+    if (line.member) {
+      members.push_back(line.symbol);
     }
   }
-  return content;
+  return members;
+}
+
+std::vector<std::string> WatchListFile::Content::Refused() const {
+  const Symbols members = Members();
+  const std::unordered_set<std::wstring> known(members.begin(), members.end());
+  std::vector<std::string> refused;
+  for (const Line& line : lines_) {
+    const std::string_view text = Trimmed(line.text);
+    if (!text.empty() && text.front() != '#' && !known.contains(line.symbol)) {
+      refused.emplace_back(text);
+    }
+  }
+  return refused;
+}
+
+std::string WatchListFile::Content::Text() const {
+  std::string text;
+  for (const Line& line : lines_) {
+    text += line.text + "\n";
+  }
+  return text;
+}
+
+// The line of the member at `position`, or what follows the last member.
+WatchListFile::Content::Lines::iterator WatchListFile::Content::PlaceOf(std::size_t position) {
+  auto after_last = lines_.end();
+  for (auto line = lines_.begin(); line != lines_.end(); ++line) {
+    if (line->member) {
+      if (position == 0) {
+        return line;
+      }
+      --position;
+      after_last = std::next(line);
+    }
+  }
+  return after_last;
+}
+
+void WatchListFile::Content::Add(const std::wstring& symbol) {
+  lines_.insert(PlaceOf(lines_.size()), {common::ws2s(symbol, common::kUtf8), symbol});
+  ChooseMembers();
+}
+
+bool WatchListFile::Content::Remove(const std::wstring& symbol) {
+  const bool found = std::any_of(lines_.begin(), lines_.end(),
+                                 [&](const Line& line) { return line.member && line.symbol == symbol; });
+  if (found) {
+    std::erase_if(lines_, [&](const Line& line) { return line.symbol == symbol; });
+    ChooseMembers();
+  }
+  return found;
+}
+
+bool WatchListFile::Content::Move(const std::wstring& symbol, std::size_t position) {
+  const auto line = std::find_if(lines_.begin(), lines_.end(),
+                                 [&](const Line& one) { return one.member && one.symbol == symbol; });
+  if (line == lines_.end()) {
+    return false;
+  }
+  const Line moved = *line;
+  lines_.erase(line);
+  lines_.insert(PlaceOf(position), moved);
+  ChooseMembers();
+  return true;
+}
+
+bool WatchListFile::Stamp::Settled(std::chrono::system_clock::time_point now) const {
+  constexpr std::chrono::seconds kStep{1};  // of the coarsest file system that keeps fractions of it
+  const std::chrono::system_clock::time_point changed{std::chrono::seconds(seconds)};
+  return now - changed > 2 * kStep || changed - now > 2 * kStep;
+}
+
+void WatchListFile::StampLocked(const Stamp& stamp) {
+  stamp_ = stamp;
+  stamp_settled_ = stamp.Settled(std::chrono::system_clock::now());
+}
+
+std::optional<WatchListFile::Content> WatchListFile::Read(const std::string& path, std::string& error) {
+  const auto text = ReadWhole(path, kLargestFile);
+  if (!text && errno != ENOENT) {
+    error = "cannot read \"" + path + "\": " + SystemText(errno);
+    return std::nullopt;
+  }
+  return Content(text.value_or(""));
 }
 
 void WatchListFile::Start(const std::string& directory) {
@@ -194,7 +262,7 @@ WatchListFile::Symbols WatchListFile::Get() {
   return *symbols_;
 }
 
-bool WatchListFile::Edit(const std::function<std::string(Symbols&)>& change, std::string& error) {
+bool WatchListFile::Edit(const std::function<std::string(Content&)>& change, std::string& error) {
   std::string path;
   {
     const std::lock_guard lock(mutex_);
@@ -204,8 +272,8 @@ bool WatchListFile::Edit(const std::function<std::string(Symbols&)>& change, std
     }
     path = path_;
   }
-  std::error_code no_directory;
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), no_directory);
+  const std::string target = TargetOf(path);
+  (void)MakeDirectories(std::filesystem::path(target).parent_path());  // the lock or the writer says why not
   const FileLock file_lock(path + ".lock");
   if (!file_lock.held()) {
     error = "cannot lock \"" + path + "\"; another program may hold it, or its directory cannot be written";
@@ -215,66 +283,64 @@ bool WatchListFile::Edit(const std::function<std::string(Symbols&)>& change, std
   if (!content) {
     return false;
   }
-  const Symbols before = content->symbols;
-  error = change(content->symbols);
+  const std::string before = content->Text();
+  error = change(*content);
   if (!error.empty()) {
     return false;
   }
-  if (content->symbols != before) {
-    std::string text;
-    for (const std::string& line : content->other_lines) {
-      text += line + "\n";
-    }
-    for (const std::wstring& symbol : content->symbols) {
-      text += common::ws2s(symbol, common::kUtf8) + "\n";
-    }
-    if (!ReplaceFile(path, text, error)) {
-      return false;
-    }
+  const std::string text = content->Text();
+  if (text.size() > kLargestFile) {
+    error = "\"" + path + "\" would be larger than a watch list can be";
+    return false;
+  }
+  if (text != before && !ReplaceFile(target, text, error)) {
+    return false;
   }
   const std::lock_guard lock(mutex_);
-  PublishLocked(std::move(content->symbols), StampOf(path));
+  PublishLocked(*content, StampOf(path));
   return true;
 }
 
 void WatchListFile::LookAtFile() {
   std::string path;
   Stamp known;
+  bool settled = false;
   {
     const std::lock_guard lock(mutex_);
     path = path_;
     known = stamp_;
-  }
-  if (StampOf(path) == known) {
-    return;
+    settled = stamp_settled_;
   }
   // The stamp before the text: a change between the two is seen at the next look.
   const Stamp stamp = StampOf(path);
+  if (stamp == known && settled) {
+    return;
+  }
   std::string error;
   auto content = Read(path, error);
   if (!content) {
     Log(Severity::kError, "watch list: " + error);
     const std::lock_guard lock(mutex_);
-    stamp_ = stamp;
+    StampLocked(stamp);
     return;
   }
-  for (const std::string& line : content->refused) {
+  for (const std::string& line : content->Refused()) {
     Log(Severity::kWarning, "watch list: this line is no symbol, or one too many, and is left out: " + line);
   }
   const std::lock_guard lock(mutex_);
   // Otherwise an edit of this process was quicker: its list is the newer one.
   if (stamp_ == known) {
-    PublishLocked(std::move(content->symbols), stamp);
+    PublishLocked(*content, stamp);
   }
 }
 
-void WatchListFile::PublishLocked(Symbols symbols, const Stamp& stamp) {
-  stamp_ = stamp;
-  if (symbols == *symbols_) {
-    return;
+void WatchListFile::PublishLocked(const Content& content, const Stamp& stamp) {
+  StampLocked(stamp);
+  Symbols symbols = content.Members();
+  if (symbols != *symbols_) {
+    symbols_ = std::make_shared<const Symbols>(std::move(symbols));
+    QueueLocked();
   }
-  symbols_ = std::make_shared<const Symbols>(std::move(symbols));
-  QueueLocked();
 }
 
 // Queues the present list for every observer that was not told of it.
@@ -333,19 +399,20 @@ std::vector<std::wstring> WatchList() {
 
 bool AddToWatchList(const std::wstring& symbol, std::string& error) {
   return TheWatchList().Edit(
-      [&](WatchListFile::Symbols& symbols) -> std::string {
+      [&](WatchListFile::Content& content) -> std::string {
         const std::wstring gated = SecuritySymbol(symbol);
         if (gated.empty()) {
           return "\"" + LogText(common::ws2s(symbol, common::kUtf8)) +
                  "\" is no symbol: sh or sz and six digits";
         }
-        if (std::find(symbols.begin(), symbols.end(), gated) != symbols.end()) {
+        const WatchListFile::Symbols members = content.Members();
+        if (std::find(members.begin(), members.end(), gated) != members.end()) {
           return {};
         }
-        if (symbols.size() >= WatchListFile::kLongestList) {
+        if (members.size() >= WatchListFile::kLongestList) {
           return "the watch list is full";
         }
-        symbols.push_back(gated);
+        content.Add(gated);
         return {};
       },
       error);
@@ -353,22 +420,16 @@ bool AddToWatchList(const std::wstring& symbol, std::string& error) {
 
 bool RemoveFromWatchList(const std::wstring& symbol, std::string& error) {
   return TheWatchList().Edit(
-      [&](WatchListFile::Symbols& symbols) -> std::string {
-        return std::erase(symbols, SecuritySymbol(symbol)) > 0 ? std::string() : NotInList(symbol);
+      [&](WatchListFile::Content& content) {
+        return content.Remove(SecuritySymbol(symbol)) ? std::string() : NotInList(symbol);
       },
       error);
 }
 
 bool MoveInWatchList(const std::wstring& symbol, std::size_t position, std::string& error) {
   return TheWatchList().Edit(
-      [&](WatchListFile::Symbols& symbols) -> std::string {
-        const std::wstring gated = SecuritySymbol(symbol);
-        if (std::erase(symbols, gated) == 0) {
-          return NotInList(symbol);
-        }
-        symbols.insert(symbols.begin() + static_cast<std::ptrdiff_t>(std::min(position, symbols.size())),
-                       gated);
-        return {};
+      [&](WatchListFile::Content& content) {
+        return content.Move(SecuritySymbol(symbol), position) ? std::string() : NotInList(symbol);
       },
       error);
 }

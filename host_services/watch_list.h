@@ -2,6 +2,7 @@
 // IUserOptionalStock and the application's functions stand on it. Callable from any thread.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -25,11 +26,35 @@ class WatchListFile final : public IUserOptionalStock {
 
   static constexpr std::size_t kLongestList = 1000;
 
-  /// The file's text: the symbols, and lines that are none, which are kept as they are.
-  struct Content {
-    std::vector<std::string> other_lines;
-    Symbols symbols;
-    std::vector<std::string> refused;  ///< of `other_lines`, those that are no comment
+  /// The file's lines, in their order. Its members are the first `kLongestList` different symbols; all other
+  /// lines (comments, empty ones, what is no symbol, repetitions, symbols beyond) stay where they are.
+  class Content {
+   public:
+    Content() = default;
+    explicit Content(const std::string& text);
+
+    [[nodiscard]] Symbols Members() const;
+    /// Lines that are neither a member nor a repetition of one nor a comment nor empty.
+    [[nodiscard]] std::vector<std::string> Refused() const;
+    [[nodiscard]] std::string Text() const;
+
+    /// After the last member.
+    void Add(const std::wstring& symbol);
+    /// With its repetitions. False when there is none.
+    bool Remove(const std::wstring& symbol);
+    /// Before the member that is then at `position`, or after the last. False when there is none.
+    bool Move(const std::wstring& symbol, std::size_t position);
+
+   private:
+    struct Line {
+      std::string text;
+      std::wstring symbol;  // empty if the line is none
+      bool member = false;
+    };
+    using Lines = std::vector<Line>;
+    void ChooseMembers();
+    [[nodiscard]] Lines::iterator PlaceOf(std::size_t position);
+    Lines lines_;
   };
 
   /// A missing file is an empty list. Nothing, with `error`, when it cannot be read.
@@ -54,8 +79,8 @@ class WatchListFile final : public IUserOptionalStock {
 
   /// Reads the file, applies `change`, stores the result and queues it for the observers. `change` gives an
   /// error text, empty for none. The file is locked meanwhile, against other processes too. False with
-  /// `error` when anything fails; the list is then as it was.
-  [[nodiscard]] bool Edit(const std::function<std::string(Symbols&)>& change, std::string& error);
+  /// `error` when anything fails; the list is then as it was. A file that is a symbolic link stays one.
+  [[nodiscard]] bool Edit(const std::function<std::string(Content&)>& change, std::string& error);
 
   /// Reads the file if it is not the one read last.
   void LookAtFile();
@@ -77,9 +102,13 @@ class WatchListFile final : public IUserOptionalStock {
     std::int64_t seconds = 0;
     std::int64_t nanoseconds = 0;
     bool operator==(const Stamp&) const = default;
+    /// True when a change made after this stamp was taken, at `now`, would show in the next one: the times of
+    /// files advance in steps.
+    [[nodiscard]] bool Settled(std::chrono::system_clock::time_point now) const;
   };
   [[nodiscard]] static Stamp StampOf(const std::string& path);
-  void PublishLocked(Symbols symbols, const Stamp& stamp);
+  void StampLocked(const Stamp& stamp);
+  void PublishLocked(const Content& content, const Stamp& stamp);
   void QueueLocked();
   void Run();
 
@@ -89,6 +118,7 @@ class WatchListFile final : public IUserOptionalStock {
   std::string path_;
   std::shared_ptr<const Symbols> symbols_ = std::make_shared<const Symbols>();
   Stamp stamp_;
+  bool stamp_settled_ = false;
   std::vector<Entry> entries_;
   std::deque<Event> events_;
   std::uint64_t latest_id_ = 0;

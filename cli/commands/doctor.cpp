@@ -56,6 +56,8 @@ std::string_view NameOf(stock_host::Connection connection) {
       return "idle";
     case stock_host::Connection::kLive:
       return "live";
+    case stock_host::Connection::kNoServer:
+      return "no server";
     case stock_host::Connection::kFailing:
       break;
   }

@@ -12,9 +12,12 @@
 #include <utility>
 #include <vector>
 
+#include "clock.h"
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "host/singleton.h"
+#include "log.h"
+#include "running_host.h"
 
 namespace {
 
@@ -38,11 +41,19 @@ void SetHolidays(int year, const std::vector<unsigned long>& days) {
 
 class Calendar : public testing::Test {
  protected:
-  Calendar() { Clear(); }
+  Calendar() {
+    Clear();
+    LearnClock();
+  }
   ~Calendar() override {
     Clear();
+    stock_host::ResetServerClock();
     unsetenv("TZ");
     tzset();
+  }
+
+  static void LearnClock() {
+    (void)stock_host::ServerClock().Learn(DateToTime(kFriday, 12, 0, 0), 1, stock_host::Moment::Now());
   }
 
  private:
@@ -207,6 +218,29 @@ TEST_F(Calendar, spanIsPositiveAtTheEndsOfTheClock) {
   EXPECT_GE(TimeSpanToNextMarketStatus(4294967295U), 1);
 }
 
+// Holidays of 2031 are told by no test.
+TEST_F(Calendar, spanIsShortUntilTheHolidaysOfTheYearAreKnown) {
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310314, 9, 0, 0)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310314, 9, 14, 58)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310314, 9, 14, 59)), 1);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310315, 9, 0, 0)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 900);
+}
+
+TEST_F(Calendar, spanIsShortUntilTheClockIsLearned) {
+  stock_host::ResetServerClock();
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 2);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 14, 59)), 1);
+  LearnClock();
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 900);
+  // Two answers that disagree: either may be wrong.
+  const auto now = stock_host::Moment::Now();
+  (void)stock_host::ServerClock().Learn(DateToTime(kMonday, 12, 0, 0), 1, now);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 2);
+  (void)stock_host::ServerClock().Learn(DateToTime(kMonday, 12, 0, 0), 1, now);
+  EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 900);
+}
+
 TEST_F(Calendar, noPhasesOnDaysWithoutTrading) {
   SetHolidays(2024, {20240314});
   for (const std::uint32_t date : {20240316U, 20240317U, 20240314U}) {
@@ -247,6 +281,21 @@ TEST_F(Calendar, holidayThatIsNoDateOfTheYearIsLeftOut) {
   SetHolidays(2024, {0, 20240230, 20230314, 99999999999UL, 20240314});
   EXPECT_EQ(GetLastTradingDate(kFriday), 20240313U);
   EXPECT_EQ(GetLastTradingDate(20230315), 20230314U);
+}
+
+TEST_F(Calendar, datesOfOtherYearsAreNamedInTheLog) {
+  const host_test::TemporaryDirectory directory;
+  std::string error;
+  ASSERT_TRUE(stock_host::OpenLog(directory.Path(), false, "warn", error)) << error;
+  const std::string before = host_test::ReadFile(directory.Path("csm.log"));  // lines of other tests
+  SetHolidays(2024, {20240314});
+  EXPECT_EQ(host_test::ReadFile(directory.Path("csm.log")), before);
+  SetHolidays(2024, {20240230, 20240314, 20230314});
+  stock_host::CloseLog();
+  EXPECT_NE(host_test::ReadFile(directory.Path("csm.log"))
+                .substr(before.size())
+                .find("calendar: no dates of the year 2024, left out: 20240230, 20230314\n"),
+            std::string::npos);
 }
 
 TEST_F(Calendar, calendarWithoutTradingIsNotSearchedForEver) {

@@ -33,7 +33,7 @@ TEST(Counters, beginAtNothingWithEachStart) {
     const RunningHost host;
     EXPECT_EQ(ReadCounters().requests, 0U);
     EXPECT_TRUE(ReadCounters().endpoints.empty());
-    EXPECT_EQ(ConnectionState(), Connection::kIdle);
+    EXPECT_EQ(ConnectionState(), Connection::kNoServer);
     EXPECT_TRUE(Ask(server.WideUrl()));
   }
 }
@@ -133,15 +133,15 @@ TEST(Counters, requestsUnderWayAreCounted) {
   }
   EXPECT_EQ(ReadCounters().under_way, 5U);
   EXPECT_EQ(ReadCounters().requests, 5U);
-  EXPECT_EQ(ConnectionState(), Connection::kIdle);
+  EXPECT_EQ(ConnectionState(), Connection::kNoServer);
   stock_host::Stop();
   EXPECT_EQ(ReadCounters().under_way, 0U);
   EXPECT_EQ(ReadCounters().failures.stopped, 5U);
-  EXPECT_EQ(ConnectionState(), Connection::kIdle);
+  EXPECT_EQ(ConnectionState(), Connection::kNoServer);
 }
 
 TEST(Counters, tableOfEndpointsHasAnEnd) {
-  stock_host::ResetCounters();
+  stock_host::ResetCounters(true);
   for (int i = 0; i < 5000; ++i) {
     const std::string name = "/pc/rt/" + std::to_string(i);
     stock_host::CountStarted(name);

@@ -1,6 +1,9 @@
 // The shared library as an application and the module see it: through its public headers and exports alone.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -8,7 +11,7 @@
 #include <vector>
 
 #include "host/host.h"
-#include "stock_host.h"
+#include "host_services/stock_host.h"
 
 namespace {
 
@@ -66,7 +69,7 @@ TEST(HostLibrary, bringsEveryFunctionOfTheContract) {
   EXPECT_GT(common::GetCurrentServerDate(), 20240000U);
   EXPECT_TRUE(common::IsSameWeek(20240311, 20240317));
   EXPECT_EQ(stock::CheckMarketStatus(1710466200), stock::kMarketMorning);
-  EXPECT_EQ(stock::TimeSpanToNextMarketStatus(1710466200), 7200);
+  EXPECT_EQ(stock::TimeSpanToNextMarketStatus(1710466200), 2);  // no server has told its clock
   EXPECT_EQ(stock::CheckSymbol(L"sh000001"), stock::kSymbolIndex);
   EXPECT_EQ(stock::ConvertStockStatus(L"0"), stock::kStockNormal);
   EXPECT_EQ(common::Compare(L"a", L"b", false), -1);
@@ -103,6 +106,55 @@ TEST(HostLibrary, hidesItsInsides) {
   EXPECT_EQ(dlsym(library, "_ZN10stock_host7LogTextB5cxx11ESt17basic_string_viewIcSt11char_traitsIcEE"),
             nullptr);
   dlclose(library);
+}
+
+// A program started by a daemon, or by a shell with "<&- >&- 2>&-": the first files that it opens get the
+// numbers of the standard streams.
+TEST(HostLibrary, runsWhereTheStandardStreamsAreClosed) {
+  const Directory directory;
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    alarm(30);
+    close(STDIN_FILENO);
+    close(STDOUT_FILENO);
+    close(STDERR_FILENO);
+    std::string error;
+    if (!stock_host::Start(directory.Settings(), error)) {
+      _exit(2);
+    }
+    for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+      struct stat info {};
+      struct stat null {};
+      if (fstat(fd, &info) != 0 || stat("/dev/null", &null) != 0 || info.st_rdev != null.st_rdev) {
+        _exit(3);
+      }
+    }
+    std::string body;
+    if (GetSync(L"http://127.0.0.1:1/x", body, {}, 5) ||
+        stock_host::ReadCounters().failures.connection != 1) {
+      _exit(4);
+    }
+    stock_host::Stop();
+    _exit(0);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST(HostLibrary, leavesOpenStandardStreamsAlone) {
+  struct stat before[3];
+  struct stat after[3];
+  for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+    ASSERT_EQ(fstat(fd, &before[fd]), 0);
+  }
+  stock_host::FillStandardDescriptors();
+  for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+    ASSERT_EQ(fstat(fd, &after[fd]), 0);
+    EXPECT_EQ(before[fd].st_ino, after[fd].st_ino) << fd;
+  }
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "loopback_server.h"
 #include "running_host.h"
 #include "stock_host.h"
+#include "system_calls.h"
 
 namespace {
 
@@ -181,12 +182,53 @@ TEST(GetSync, worksOverTlsWithATrustedCertificate) {
   EXPECT_EQ(Get(server.WideUrl()), "well");
 }
 
+// The system's certificates stand in a directory, which is trusted as long as no file is given.
+TEST(GetSync, fileOfCertificatesStandsInPlaceOfTheSystems) {
+  const host_test::TemporaryDirectory directory;
+  const auto certificate = host_test::MakeCertificate("127.0.0.1");
+  host_test::WriteFile(directory.Path("ca.pem"), certificate.pem);
+  LoopbackServer server(Answering("well"), &certificate);
+  std::string body;
+  stock_host::Settings settings;
+  {
+    const host_test::WatchedCalls calls;
+    const RunningHost host(settings);
+    EXPECT_FALSE(GetSync(server.WideUrl("/x"), body, {}, 20));
+    EXPECT_FALSE(host_test::WatchedCalls::Trusted().empty());
+  }
+  settings.ca_file = directory.Path("ca.pem");
+  const host_test::WatchedCalls calls;
+  const RunningHost host(settings);
+  EXPECT_TRUE(GetSync(server.WideUrl("/x"), body, {}, 20));
+  for (const std::string& trusted : host_test::WatchedCalls::Trusted()) {
+    EXPECT_EQ(trusted, settings.ca_file);
+  }
+}
+
 TEST(GetSync, proxyIsAskedWhenOneIsConfigured) {
   LoopbackServer proxy(Echo());
   stock_host::Settings settings;
   settings.proxy = proxy.Url();
   const RunningHost host(settings);
   EXPECT_TRUE(Get(L"http://127.0.0.1:9/x").starts_with("GET http://127.0.0.1:9/x HTTP/1.1\r\n"));
+}
+
+TEST(GetSync, configuredProxyIsAskedWhateverTheEnvironmentLeavesOut) {
+  LoopbackServer proxy(Echo());
+  LoopbackServer server(Echo());
+  for (const char* variable : {"NO_PROXY", "no_proxy"}) {
+    for (const char* hosts : {"*", "127.0.0.1", "localhost,127.0.0.1"}) {
+      setenv(variable, hosts, 1);
+      stock_host::Settings settings;
+      settings.proxy = proxy.Url();
+      const RunningHost host(settings);
+      std::string body;
+      EXPECT_TRUE(GetSync(server.WideUrl("/x"), body, {}, 20)) << variable << hosts;
+      unsetenv(variable);
+    }
+  }
+  EXPECT_EQ(proxy.requests(), 6);
+  EXPECT_EQ(server.connections(), 0);
 }
 
 TEST(GetSync, proxyOfTheEnvironmentIsNotAsked) {
@@ -231,7 +273,7 @@ TEST_P(Unsendable, urlFailsThroughTheCallback) {
     GetAsyn(GetParam(), answers.Callback(), {}, kLimit);
     ASSERT_TRUE(answers.Wait());
     EXPECT_EQ(stock_host::ReadCounters().failures.invalid, 1U);
-    EXPECT_EQ(stock_host::ConnectionState(), stock_host::Connection::kIdle);
+    EXPECT_EQ(stock_host::ConnectionState(), stock_host::Connection::kNoServer);
     std::string body = "before";
     EXPECT_FALSE(GetSync(GetParam(), body, {}, kLimit));
     EXPECT_EQ(body, "");

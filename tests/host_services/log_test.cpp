@@ -90,6 +90,20 @@ TEST_F(Log, formatThatIsNoneIsSaidNotRun) {
   }
 }
 
+TEST_F(Log, widthsHaveFourDigitsAtMost) {
+  WriteProgramLogNoMask(L"%1000d|", 7);
+  WriteProgramLogNoMask(L"%.1000d|", 7);
+  for (const auto& [message, filling] : {std::pair(Messages().at(0), ' '), {Messages().at(1), '0'}}) {
+    EXPECT_EQ(message.size(), 1001U);
+    EXPECT_EQ(message.find_first_not_of(filling), 999U);
+    EXPECT_TRUE(message.ends_with("7|"));
+  }
+  for (const wchar_t* format : {L"%10000d", L"%.10000d", L"%00010000d", L"%-99999s"}) {
+    WriteProgramLogNoMask(format, 7);
+    EXPECT_EQ(Messages().back(), common::ws2s(format, common::kUtf8) + " (the arguments cannot be printed)");
+  }
+}
+
 TEST_F(Log, overlongArgumentsDoNotFit) {
   const std::wstring text(40000, L'x');
   WriteProgramLogNoMask(L"%ls", text.c_str());
@@ -237,7 +251,11 @@ TEST(ClosedLog, keepsNoMoreThanItsLimitAndSaysSo) {
   EXPECT_EQ(text.find("line 43."), std::string::npos);
   EXPECT_NE(text.find("line 44."), std::string::npos);
   EXPECT_NE(text.find("line 299."), std::string::npos);
-  EXPECT_NE(text.find("44 log lines were dropped"), std::string::npos);
+  EXPECT_NE(text.find("[warning] 44 log lines were dropped"), std::string::npos);
+  // And no more at the next opening.
+  ASSERT_TRUE(stock_host::OpenLog(directory.Path(), false, "info", error));
+  stock_host::CloseLog();
+  EXPECT_EQ(ReadFile(directory.Path("csm.log")), text);
 }
 
 TEST(OpenLog, wrongLevelOrPlaceIsAnError) {

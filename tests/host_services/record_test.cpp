@@ -330,7 +330,7 @@ TEST(Record, damagedAnywhereGivesNoWrongAnswer) {
     bytes[at] = static_cast<char>(bytes[at] ^ 0x11);
     WriteFile(directory.Path("exchanges.csm"), bytes);
     const Content content = Read(directory.Path());
-    noticed += content.starts < 1 || content.exchanges.size() < good.size() ? 1 : 0;
+    noticed += content.starts < 1 || content.exchanges.size() < good.size() ? 1U : 0U;
     for (const RecordedExchange& exchange : content.exchanges) {
       EXPECT_TRUE(std::any_of(good.begin(), good.end(), [&](const RecordedExchange& other) {
         return other.request == exchange.request && other.asked == exchange.asked &&
@@ -385,6 +385,57 @@ TEST(Record, thatCannotGrowLeavesTheExchangeAlone) {
   const Content content = Read(directory.Path("record"));
   EXPECT_EQ(content.exchanges.size(), 1U);
   EXPECT_EQ(content.end, RecordReader::Found::kEnd);
+}
+
+// The roots of the three servers below each other in every order.
+TEST(Record, holdsNoSignatureWhereverTheServersLie) {
+  struct Roots {
+    const char* api;
+    const char* files;
+    const char* history;
+  };
+  for (const Roots& roots : std::vector<Roots>{{"", "/", ""},
+                                               {"/api", "/", "/api/history"},
+                                               {"/files/api", "/files/", "/files/api/"},
+                                               {"/api", "/api/pc/rt/", "/"},
+                                               {"/api/", "/api/files", "/api/files/history"}}) {
+    const TemporaryDirectory directory;
+    LoopbackServer server([](LoopbackServer::Connection& connection) {
+      for (std::string request = connection.ReadRequest(); !request.empty();
+           request = connection.ReadRequest()) {
+        connection.Answer(request.substr(0, request.find_first_of("?\r")));
+      }
+    });
+    stock_host::Settings settings = Recording(directory, server);
+    settings.api_root = server.Url(roots.api);
+    settings.static_root = server.Url(roots.files);
+    settings.history_root = server.Url(roots.history);
+    const auto ask_all = [](std::vector<std::string>& answers) {
+      UrlHelper& helper = *pattern::CSingleton<UrlHelper>::GetInstance();
+      for (const std::wstring& url :
+           {Signed(L"/pc/rt/one", {{"a", "1"}}), Signed(L"/pc/rt/two", {}),
+            helper.StaticRoot() + L"kline.meta.gzip", helper.HistoryRoot() + L"/kql?q=x"}) {
+        std::string body;
+        EXPECT_TRUE(GetSync(url, body, {}, 20)) << common::ws2s(url, common::kUtf8);
+        answers.push_back(body);
+      }
+    };
+    std::vector<std::string> answers;
+    {
+      const RunningHost host(settings);
+      ask_all(answers);
+    }
+    const std::string file = ReadFile(RecordFile(directory.Path("record")));
+    for (const char* secret : {"_s=", "_n=", "_k=", "_t=", "_v=", "desk-of-the-test"}) {
+      EXPECT_EQ(file.find(secret), std::string::npos) << roots.api << " " << roots.files << " " << secret;
+    }
+    stock_host::Settings replaying;
+    replaying.replay_directory = directory.Path("record");
+    const RunningHost host(replaying);
+    std::vector<std::string> replayed;
+    ask_all(replayed);
+    EXPECT_EQ(replayed, answers) << roots.api << " " << roots.files;
+  }
 }
 
 }  // namespace

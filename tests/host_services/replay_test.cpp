@@ -77,7 +77,7 @@ class Replay : public testing::Test {
   }
   std::string BodyAt(Replayer& replayer, std::chrono::nanoseconds after,
                      const std::string& request = "/pc/rt/one?a=1") {
-    return replayer.AnswerTo("http://replay.invalid" + request, zero_ + after).answer.body;
+    return replayer.AnswerTo("http://replay.invalid" + request, After(after)).answer.body;
   }
   stock_host::Settings Replaying(double speed = 1) {
     stock_host::Settings settings;
@@ -85,8 +85,12 @@ class Replay : public testing::Test {
     settings.replay_speed = speed;
     return settings;
   }
+  [[nodiscard]] stock_host::Moment After(std::chrono::nanoseconds time) const {
+    return {zero_.elapsed + time, zero_.suspended};
+  }
+
   const TemporaryDirectory record_;
-  const Replayer::Steady::time_point zero_ = Replayer::Steady::now();
+  const stock_host::Moment zero_ = stock_host::Moment::Now();
 };
 
 std::wstring Signed(const std::wstring& path, const std::map<std::string, std::string>& parameters) {
@@ -233,8 +237,8 @@ TEST_F(Replay, clockFollowsTheRecordedDates) {
   const auto time_at = [&](const Replayer& replayer, std::chrono::nanoseconds after) {
     stock_host::ServerClockModel clock;
     clock.Reset(0, zero_);
-    replayer.Teach(clock, zero_ + after);
-    return clock.Now(zero_ + after);
+    replayer.Teach(clock, After(after));
+    return clock.Now(After(after));
   };
   const auto replayer = Open();
   EXPECT_EQ(time_at(*replayer, milliseconds(0)), kDate);
@@ -247,7 +251,7 @@ TEST_F(Replay, clockFollowsTheRecordedDates) {
   clock.Reset(0, zero_);
   fast->Teach(clock, zero_);
   EXPECT_DOUBLE_EQ(clock.Speed(), 60);
-  fast->Teach(clock, zero_ + seconds(10));
+  fast->Teach(clock, After(seconds(10)));
   EXPECT_DOUBLE_EQ(clock.Speed(), 600);
 }
 
@@ -258,8 +262,8 @@ TEST_F(Replay, aClockThatStoodStillStandsStill) {
   Write({exchange});
   stock_host::ServerClockModel clock;
   clock.Reset(0, zero_);
-  Open()->Teach(clock, zero_ + seconds(500));
-  EXPECT_EQ(clock.Now(zero_ + seconds(500)), kDate);
+  Open()->Teach(clock, After(seconds(500)));
+  EXPECT_EQ(clock.Now(After(seconds(500))), kDate);
 }
 
 TEST_F(Replay, withoutDatesLeavesTheClockAlone) {

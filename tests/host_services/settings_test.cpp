@@ -86,6 +86,43 @@ TEST_F(Settings, comeFromTheFile) {
   EXPECT_TRUE(settings.log_to_stderr);
 }
 
+// No character of a value means anything.
+TEST_F(Settings, valuesAreTakenAsTheyStand) {
+  for (const char* value : {"/a;b", "/a;b;c # d", "/a,b, c", "/a\\b\\n\\x41", "/a=b=c", "/a%20b", "/a \t b",
+                            "\"quoted", "/@Invalid()", "/${HOME}", "/~", "[/a]", "\xe6\x95\xb0"}) {
+    Ini(std::string("[server]\n  api_root =\t") + value + "  \r\n[directories]\ndata=\"" + value + "\"\n");
+    const auto settings = LoadSettings();
+    EXPECT_EQ(settings.api_root, value);
+    EXPECT_EQ(settings.data_directory, value);
+  }
+  EXPECT_EQ(Said(), "");
+}
+
+TEST_F(Settings, iniFileMayHaveCommentsAMarkOfItsCodeAndNoLastLineEnd) {
+  Ini("\xef\xbb\xbf; mine\n# too\n\n[ server ]\n;api_root=http://127.0.0.1:1\nproxy=\nca_file = "
+      "/a\nca_file=/b");
+  const auto settings = LoadSettings();
+  EXPECT_EQ(settings.api_root, "");
+  EXPECT_EQ(settings.proxy, "");
+  EXPECT_EQ(settings.ca_file, "/b");
+  EXPECT_EQ(Said(), "");
+}
+
+TEST_F(Settings, whatMeansNothingIsNamedInTheLog) {
+  Ini("lonely\n[server]\napi_root=http://127.0.0.1:1\nproxi=x\n=hush\n");
+  EXPECT_EQ(LoadSettings().api_root, "http://127.0.0.1:1");
+  const std::string said = Said();
+  EXPECT_NE(said.find("csm.ini\" has lines that mean nothing: 1, 5"), std::string::npos) << said;
+  EXPECT_NE(said.find("csm.ini\" has keys that mean nothing: server/proxi"), std::string::npos) << said;
+  EXPECT_EQ(said.find("hush"), std::string::npos);
+}
+
+TEST_F(Settings, iniFileThatCannotBeReadIsNamedInTheLog) {
+  std::filesystem::create_directories(directory_.Path("csm.ini"));
+  EXPECT_EQ(LoadSettings().log_level, "info");
+  EXPECT_NE(Said().find("csm.ini\" cannot be read: Is a directory"), std::string::npos);
+}
+
 TEST_F(Settings, environmentIsOnTop) {
   Ini("[server]\napi_root=http://127.0.0.1:1\nproxy=http://127.0.0.1:4\n[log]\nstderr=true\n");
   setenv("CSM_API_ROOT", "http://127.0.0.1:9", 1);
@@ -100,7 +137,7 @@ TEST_F(Settings, environmentIsOnTop) {
 TEST_F(Settings, flagThatIsNoneIsNamedInTheLog) {
   Ini("[log]\nstderr=maybe\n");
   EXPECT_FALSE(LoadSettings().log_to_stderr);
-  EXPECT_NE(Said().find("log/stderr is neither true nor false: maybe"), std::string::npos);
+  EXPECT_NE(Said().find("neither true nor false: log/stderr=maybe"), std::string::npos);
 }
 
 TEST_F(Settings, damagedFileLeavesTheDefaults) {
@@ -177,6 +214,18 @@ TEST_F(Settings, keyFileForItsOwnerAloneIsRead) {
     EXPECT_EQ(key, "hush");
     std::filesystem::remove(directory_.Path("key"));
   }
+}
+
+TEST_F(Settings, keyFileMayHoldFourKibibytesAndNoMore) {
+  const std::string head = "key_id=a\nkey=";
+  std::string id;
+  std::string key;
+  std::string error;
+  EXPECT_TRUE(ReadKeyFile(KeyFile(head + std::string(4096 - head.size(), 'x')), id, key, error)) << error;
+  EXPECT_EQ(key, std::string(4096 - head.size(), 'x'));
+  EXPECT_FALSE(ReadKeyFile(KeyFile(head + std::string(4097 - head.size(), 'y')), id, key, error));
+  EXPECT_EQ(key.find('y'), std::string::npos);
+  EXPECT_NE(error.find("larger than a key file can be"), std::string::npos);
 }
 
 TEST_F(Settings, keyFileOfAnotherUserIsNotRead) {

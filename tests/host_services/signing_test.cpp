@@ -6,6 +6,8 @@
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
+#include <chrono>
+#include <cstdint>
 #include <map>
 #include <ostream>
 #include <set>
@@ -279,8 +281,9 @@ TEST(TimeOfSigning, isReadFromTheUrl) {
 TEST(NewSigningMark, nonceNeverComesTwice) {
   std::set<std::string> nonces;
   for (int i = 0; i < 1000; ++i) {
-    const auto mark = stock_host::NewSigningMark();
+    const auto mark = stock_host::NewSigningMark(kMark.time);
     ASSERT_TRUE(mark);
+    EXPECT_EQ(mark->time, kMark.time);
     EXPECT_EQ(mark->nonce.size(), 32U);
     EXPECT_EQ(mark->nonce.find_first_not_of("0123456789abcdef"), std::string::npos);
     nonces.insert(mark->nonce);
@@ -300,6 +303,83 @@ TEST(Addresses, endpointIsThePathOfTheApi) {
   EXPECT_EQ(EndpointOf(addresses, "http://127.0.0.1:1/static/x.dat"), "static");
   EXPECT_EQ(EndpointOf(addresses, "http://127.0.0.1:1/query"), "history");
   EXPECT_EQ(EndpointOf(addresses, "http://127.0.0.2:1/pc/rt/x"), "other");
+}
+
+// What an answer's Date header says of clock and signature, by moments that the test makes.
+class FollowingTheServer : public testing::Test {
+ protected:
+  FollowingTheServer() { clock_.Reset(static_cast<double>(kMark.time), now_); }
+
+  // The answer to a request that was signed at `signed_at` and is answered `took` later with `date`.
+  std::string Answer(std::int64_t signed_at, std::int64_t date, std::chrono::seconds took,
+                     const std::string& speed = "1", const std::string& root = {}) {
+    stock_host::HttpHeaderReport report;
+    report.url = SignedUrl(root.empty() ? addresses_ : AddressesOf(root), "/pc/rt/stock_trade", {{"a", "b"}},
+                           {signed_at, kMark.nonce});
+    report.date = date;
+    report.speed = speed;
+    report.sent = now_;
+    now_.elapsed += took;
+    now_.suspended += suspended_meanwhile_;
+    report.received = now_;
+    return stock_host::FollowServer(clock_, addresses_, report);
+  }
+
+  const Addresses addresses_ = AddressesOf("http://127.0.0.1:8080");
+  stock_host::Moment now_{std::chrono::hours(1000), {}};
+  std::chrono::seconds suspended_meanwhile_{};
+  stock_host::ServerClockModel clock_;
+};
+
+TEST_F(FollowingTheServer, requestSignedTooFarOffIsSignedAnewByTheAnswersTime) {
+  for (const std::int64_t off : {-241, 241, 86400, -86400}) {
+    clock_.Reset(static_cast<double>(kMark.time), now_);
+    const std::string url = Answer(kMark.time, kMark.time + off, std::chrono::seconds(0));
+    EXPECT_EQ(stock_host::TimeOfSigning(addresses_, url), kMark.time + off);
+    EXPECT_EQ(clock_.Now(now_), kMark.time + off);
+  }
+}
+
+TEST_F(FollowingTheServer, requestSignedAlmostRightIsLeftAlone) {
+  for (const std::int64_t off : {-240, 0, 240}) {
+    clock_.Reset(static_cast<double>(kMark.time), now_);
+    EXPECT_EQ(Answer(kMark.time, kMark.time + off, std::chrono::seconds(0)), "") << off;
+  }
+}
+
+TEST_F(FollowingTheServer, theWayThereIsNoSkew) {
+  EXPECT_EQ(Answer(kMark.time, kMark.time + 300, std::chrono::seconds(300)), "");
+}
+
+// At ten times the speed, thirty seconds of the way are three hundred of the server's clock.
+TEST_F(FollowingTheServer, theWayCountsAtTheSpeedOfTheServersClock) {
+  EXPECT_EQ(Answer(kMark.time, kMark.time + 300, std::chrono::seconds(30), "10"), "");
+  EXPECT_NE(Answer(kMark.time, kMark.time + 300, std::chrono::seconds(30), "1"), "");
+}
+
+// A machine that was paused without its clocks: the refused request is sent again at once, and the answer to
+// it is the second sample that the clock waits for.
+TEST_F(FollowingTheServer, oneSampleFarOffSignsAnewBeforeTheClockFollows) {
+  EXPECT_EQ(Answer(kMark.time, kMark.time, std::chrono::seconds(0)), "");
+  const std::string url = Answer(kMark.time, kMark.time + 7200, std::chrono::seconds(0));
+  EXPECT_EQ(stock_host::TimeOfSigning(addresses_, url), kMark.time + 7200);
+  EXPECT_EQ(clock_.Now(now_), kMark.time);
+  EXPECT_EQ(Answer(kMark.time + 7200, kMark.time + 7200, std::chrono::seconds(0)), "");
+  EXPECT_EQ(clock_.Now(now_), kMark.time + 7200);
+}
+
+// It lay in the machine's own buffers: its date is as old as the suspension is long.
+TEST_F(FollowingTheServer, answerThatCameOverASuspensionTeachesNothing) {
+  suspended_meanwhile_ = std::chrono::hours(2);
+  EXPECT_EQ(Answer(kMark.time, kMark.time, std::chrono::hours(2)), "");
+  EXPECT_FALSE(clock_.Learned());
+}
+
+TEST_F(FollowingTheServer, impossibleDatesAndOtherServersTeachNothing) {
+  EXPECT_EQ(Answer(kMark.time, -1, std::chrono::seconds(0)), "");
+  EXPECT_EQ(Answer(kMark.time, 1000, std::chrono::seconds(0)), "");
+  EXPECT_EQ(Answer(kMark.time, kMark.time + 7200, std::chrono::seconds(0), "1", "http://127.0.0.1:9"), "");
+  EXPECT_FALSE(clock_.Learned());
 }
 
 }  // namespace

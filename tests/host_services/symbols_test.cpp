@@ -75,12 +75,22 @@ TEST(ConvertStockStatus, knownWordsHaveTheirNumber) {
                                                  {L"\u9000\u5e02", 3},
                                                  {L"unlisted", 4},
                                                  {L"\u672a\u4e0a\u5e02", 4},
-                                                 {L"delisting", 5},
-                                                 {L"\u9000\u5e02\u6574\u7406", 5},
-                                                 {L"PAUSED", 6},
-                                                 {L"\u6682\u505c\u4e0a\u5e02", 6},
+                                                 {L"delisting", 3},
+                                                 {L"\u9000\u5e02\u6574\u7406", 3},
+                                                 {L"PAUSED", 4},
+                                                 {L"\u6682\u505c\u4e0a\u5e02", 4},
                                                  {L"terminated", 7}}) {
     EXPECT_EQ(ConvertStockStatus(word), status) << word;
+  }
+}
+
+// 5 is new and 6 is ex rights: such a security trades, and its prices are shown.
+TEST(ConvertStockStatus, noWordForAHaltIsANumberThatTrades) {
+  for (const wchar_t* word :
+       {L"suspended", L"\u505c\u724c", L"halted", L"delisted", L"unlisted", L"delisting",
+        L"\u9000\u5e02\u6574\u7406", L"paused", L"\u6682\u505c\u4e0a\u5e02", L"terminated"}) {
+    const int status = ConvertStockStatus(word);
+    EXPECT_TRUE((status >= 1 && status <= 4) || status == 7) << word << ": " << status;
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -178,6 +179,47 @@ TEST(Tasks, whatATaskHoldsGoesWithIt) {
   }
   stock_host::Stop();
   EXPECT_EQ(held.use_count(), 1);
+}
+
+// They wait for the next start and run at that one alone.
+TEST(Tasks, ofTheTimeWithoutServicesRunOnce) {
+  std::mutex mutex;
+  std::vector<int> ran;
+  std::vector<std::uint32_t> numbers;
+  for (int i = 0; i < 20; ++i) {
+    numbers.push_back(Add([&, i] {
+      const std::lock_guard lock(mutex);
+      ran.push_back(i);
+    }));
+    EXPECT_EQ(numbers.back(), numbers.front() + static_cast<std::uint32_t>(i));
+  }
+  EXPECT_TRUE(ran.empty());
+  for (int start = 0; start < 2; ++start) {
+    const RunningHost host;
+    stock_host::Stop();
+    EXPECT_EQ(ran.size(), 20U) << start;
+    EXPECT_EQ(host.LogFile().find("dropped an exception"), std::string::npos) << start;
+  }
+}
+
+// One of them is busy with the first: the others have to stay in line.
+TEST(Tasks, ofTheTimeWithoutServicesStartInTheOrderInWhichTheyWereAdded) {
+  std::mutex mutex;
+  std::vector<int> started;
+  Gathering busy;
+  for (int i = 0; i < 7; ++i) {
+    Add([&] { EXPECT_TRUE(busy.WaitFor(1)); });
+  }
+  for (int i = 0; i < 20; ++i) {
+    Add([&, i] {
+      const std::lock_guard lock(mutex);
+      started.push_back(i);
+    });
+  }
+  Add([&] { EXPECT_TRUE(busy.Meet(1)); });
+  { const RunningHost host; }
+  EXPECT_EQ(started.size(), 20U);
+  EXPECT_TRUE(std::is_sorted(started.begin(), started.end()));
 }
 
 }  // namespace

@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -17,6 +19,7 @@
 #include "host/watch_list.h"
 #include "running_host.h"
 #include "stock_host.h"
+#include "system_calls.h"
 
 namespace {
 
@@ -27,6 +30,7 @@ using stock_host::AddToWatchList;
 using stock_host::MoveInWatchList;
 using stock_host::RemoveFromWatchList;
 using stock_host::WatchListFile;
+using Content = WatchListFile::Content;
 using Symbols = std::vector<std::wstring>;
 
 class Watcher final : public IUpdate1<Symbols> {
@@ -65,8 +69,13 @@ class WatchList : public testing::Test {
   bool Set(const Symbols& symbols) {
     std::string error;
     return list_.Edit(
-        [&](Symbols& present) {
-          present = symbols;
+        [&](Content& content) {
+          for (const std::wstring& present : content.Members()) {
+            content.Remove(present);
+          }
+          for (const std::wstring& symbol : symbols) {
+            content.Add(symbol);
+          }
           return std::string();
         },
         error);
@@ -198,8 +207,8 @@ TEST_F(WatchList, observerMayEditTheListInsideItsCall) {
       if (symbols.empty()) {
         std::string error;
         EXPECT_TRUE(list->Edit(
-            [](Symbols& present) {
-              present.push_back(L"sh600000");
+            [](Content& content) {
+              content.Add(L"sh600000");
               return std::string();
             },
             error))
@@ -255,8 +264,8 @@ TEST_F(WatchList, editStandsOnWhatAnotherProcessHasWritten) {
   host_test::WriteFile(directory_.Path("watchlist.txt"), "sz000002\n");
   std::string error;
   ASSERT_TRUE(list_.Edit(
-      [](Symbols& symbols) {
-        symbols.push_back(L"sz000003");
+      [](Content& content) {
+        content.Add(L"sz000003");
         return std::string();
       },
       error));
@@ -269,8 +278,14 @@ TEST_F(WatchList, linesThatAreNoSymbolsAreLeftOutAndKept) {
                        "# mine\n\nnonsense\n  SH600000 \r\nsh600000\n../../etc\n");
   list_.LookAtFile();
   EXPECT_EQ(list_.Get(), Symbols{L"sh600000"});
-  ASSERT_TRUE(Set({L"sh600000", L"sz000001"}));
-  EXPECT_EQ(Text(), "# mine\nnonsense\n../../etc\nsh600000\nsz000001\n");
+  std::string error;
+  ASSERT_TRUE(list_.Edit(
+      [](Content& content) {
+        content.Add(L"sz000001");
+        return std::string();
+      },
+      error));
+  EXPECT_EQ(Text(), "# mine\n\nnonsense\n  SH600000 \r\nsz000001\nsh600000\n../../etc\n");
 }
 
 TEST_F(WatchList, fileThatIsTooLargeLeavesTheListAsItWas) {
@@ -292,6 +307,112 @@ TEST_F(WatchList, moreThanTheLongestListIsCut) {
   EXPECT_EQ(list_.Get().size(), 1000U);
 }
 
+// Each edit of the same file: all that is not its own line stays what and where it was.
+TEST_F(WatchList, editLeavesEveryOtherLineWhereItIs) {
+  const std::string file =
+      "# banks\nsh600000\nsh600036\n\n# others\n  sz000001\nsh600000\nwhat is this\nsz300750\n# end";
+  struct Case {
+    const char* name;
+    std::function<void(Content&)> change;
+    std::string text;
+    Symbols members;
+  };
+  const std::vector<Case> cases{
+      {"add",
+       [](Content& c) { c.Add(L"sh601398"); },
+       "# banks\nsh600000\nsh600036\n\n# others\n  sz000001\nsh600000\nwhat is this\nsz300750\nsh601398\n# "
+       "end\n",
+       {L"sh600000", L"sh600036", L"sz000001", L"sz300750", L"sh601398"}},
+      {"remove",
+       [](Content& c) { EXPECT_TRUE(c.Remove(L"sh600036")); },
+       "# banks\nsh600000\n\n# others\n  sz000001\nsh600000\nwhat is this\nsz300750\n# end\n",
+       {L"sh600000", L"sz000001", L"sz300750"}},
+      {"remove one that stands twice",
+       [](Content& c) { EXPECT_TRUE(c.Remove(L"sh600000")); },
+       "# banks\nsh600036\n\n# others\n  sz000001\nwhat is this\nsz300750\n# end\n",
+       {L"sh600036", L"sz000001", L"sz300750"}},
+      {"move up",
+       [](Content& c) { EXPECT_TRUE(c.Move(L"sz300750", 1)); },
+       "# banks\nsh600000\nsz300750\nsh600036\n\n# others\n  sz000001\nsh600000\nwhat is this\n# end\n",
+       {L"sh600000", L"sz300750", L"sh600036", L"sz000001"}},
+      {"move down",
+       [](Content& c) { EXPECT_TRUE(c.Move(L"sh600036", 2)); },
+       "# banks\nsh600000\n\n# others\n  sz000001\nsh600000\nwhat is this\nsh600036\nsz300750\n# end\n",
+       {L"sh600000", L"sz000001", L"sh600036", L"sz300750"}},
+      {"move beyond the end",
+       [](Content& c) { EXPECT_TRUE(c.Move(L"sh600036", 99)); },
+       "# banks\nsh600000\n\n# others\n  sz000001\nsh600000\nwhat is this\nsz300750\nsh600036\n# end\n",
+       {L"sh600000", L"sz000001", L"sz300750", L"sh600036"}},
+      {"strangers",
+       [](Content& c) { EXPECT_FALSE(c.Remove(L"sh601398") || c.Move(L"sh601398", 0)); },
+       file,
+       {L"sh600000", L"sh600036", L"sz000001", L"sz300750"}},
+  };
+  for (const Case& one : cases) {
+    host_test::WriteFile(directory_.Path("watchlist.txt"), file);
+    std::string error;
+    ASSERT_TRUE(list_.Edit(
+        [&](Content& content) {
+          one.change(content);
+          return std::string();
+        },
+        error))
+        << error;
+    EXPECT_EQ(Text(), one.text) << one.name;
+    EXPECT_EQ(list_.Get(), one.members) << one.name;
+  }
+}
+
+TEST_F(WatchList, linesBeyondTheLongestListStayBehindIt) {
+  std::string text = "# mine\n";
+  Symbols expected;
+  for (int i = 0; i < 1100; ++i) {
+    text += "sh" + std::to_string(600000 + i) + "\n";
+    expected.push_back(L"sh" + std::to_wstring(600000 + i));
+  }
+  host_test::WriteFile(directory_.Path("watchlist.txt"), text);
+  std::string error;
+  ASSERT_TRUE(list_.Edit(
+      [](Content& content) {
+        EXPECT_TRUE(content.Remove(L"sh600003"));
+        EXPECT_TRUE(content.Move(L"sh600001", 2));
+        return std::string();
+      },
+      error));
+  // The first that was one too many moves up; no other has moved.
+  expected.erase(expected.begin() + 3);
+  expected.resize(1000);
+  std::swap(expected[1], expected[2]);
+  EXPECT_EQ(list_.Get(), expected);
+  text.erase(text.find("sh600003\n"), 9);
+  text.replace(text.find("sh600001\nsh600002\n"), 18, "sh600002\nsh600001\n");
+  EXPECT_EQ(Text(), text);
+}
+
+TEST_F(WatchList, symbolicLinkStaysOne) {
+  const TemporaryDirectory elsewhere;
+  host_test::WriteFile(elsewhere.Path("list"), "sh600000\n");
+  std::filesystem::create_symlink("second", directory_.Path("watchlist.txt"));
+  std::filesystem::create_symlink(elsewhere.Path("list"), directory_.Path("second"));
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600000"});
+  ASSERT_TRUE(Set({L"sz000001"}));
+  EXPECT_TRUE(std::filesystem::is_symlink(directory_.Path("watchlist.txt")));
+  EXPECT_TRUE(std::filesystem::is_symlink(directory_.Path("second")));
+  EXPECT_EQ(ReadFile(elsewhere.Path("list")), "sz000001\n");
+  // A target that is not there yet is made.
+  std::filesystem::remove(elsewhere.Path("list"));
+  ASSERT_TRUE(Set({L"sz000002"}));
+  EXPECT_EQ(ReadFile(elsewhere.Path("list")), "sz000002\n");
+  EXPECT_EQ(list_.Get(), Symbols{L"sz000002"});
+}
+
+TEST_F(WatchList, pipeInPlaceOfTheFileIsNotWaitedFor) {
+  ASSERT_EQ(mkfifo(directory_.Path("watchlist.txt").c_str(), 0600), 0);
+  list_.LookAtFile();
+  EXPECT_FALSE(Set({L"sz000001"}));
+}
+
 TEST_F(WatchList, fileThatVanishesIsAnEmptyList) {
   ASSERT_TRUE(Set({L"sh600000"}));
   std::filesystem::remove(directory_.Path("watchlist.txt"));
@@ -303,7 +424,7 @@ TEST_F(WatchList, editWaitsForAnotherProcessAndGivesUpInTheEnd) {
   const int lock = open(directory_.Path("watchlist.txt.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   ASSERT_EQ(flock(lock, LOCK_EX), 0);
   std::string error;
-  EXPECT_FALSE(list_.Edit([](Symbols&) { return std::string(); }, error));
+  EXPECT_FALSE(list_.Edit([](Content&) { return std::string(); }, error));
   EXPECT_NE(error.find("cannot lock"), std::string::npos);
   close(lock);
   EXPECT_TRUE(Set({L"sh600000"}));
@@ -316,8 +437,8 @@ TEST_F(WatchList, editsOfManyThreadsAllCount) {
       for (int k = 0; k < 20; ++k) {
         std::string error;
         EXPECT_TRUE(list_.Edit(
-            [&](Symbols& symbols) {
-              symbols.push_back(L"sh" + std::to_wstring(600000 + i * 100 + k));
+            [&](Content& content) {
+              content.Add(L"sh" + std::to_wstring(600000 + i * 100 + k));
               return std::string();
             },
             error))
@@ -341,6 +462,110 @@ TEST_F(WatchList, whatWasNotToldIsToldAfterTheNextStart) {
   ASSERT_TRUE(watcher.Wait(1));
   list_.Detach(&watcher);
   EXPECT_EQ(watcher.Told(), std::vector<Symbols>{Symbols{L"sh600000"}});
+}
+
+// The stop comes while one observer is told and more is queued: nobody is told of what is old by then.
+TEST_F(WatchList, eventsThatAStopLeavesBehindAreNotTold) {
+  struct Slow final : IUpdate1<Symbols> {
+    void Update(const Symbols&) override {
+      std::unique_lock lock(mutex);
+      ++calls;
+      changed.notify_all();
+      changed.wait(lock, [this] { return let_go; });
+    }
+    std::mutex mutex;  // guards what follows
+    std::condition_variable changed;
+    int calls = 0;
+    bool let_go = false;
+  } slow;
+  Watcher watcher;
+  list_.Attach(&slow);
+  {
+    std::unique_lock lock(slow.mutex);
+    ASSERT_TRUE(slow.changed.wait_for(lock, std::chrono::seconds(30), [&] { return slow.calls == 1; }));
+  }
+  list_.Attach(&watcher);
+  ASSERT_TRUE(Set({L"sh600000"}));
+  ASSERT_TRUE(Set({L"sh600001"}));
+  std::thread stopping([this] { list_.Stop(); });
+  // An edit is refused once the stop has begun.
+  std::string error;
+  while (list_.Edit([](Content&) { return std::string(); }, error)) {
+    std::this_thread::yield();
+  }
+  {
+    const std::lock_guard lock(slow.mutex);
+    slow.let_go = true;
+    slow.changed.notify_all();
+  }
+  stopping.join();
+  EXPECT_TRUE(watcher.Told().empty());
+  EXPECT_EQ(slow.calls, 1);
+
+  // What was queued and never told is told by the next start, as it is then.
+  list_.Start(directory_.Path());
+  ASSERT_TRUE(watcher.WaitForLatest({L"sh600001"}));
+  EXPECT_EQ(watcher.Told().size(), 1U);
+  list_.Stop();
+  host_test::WriteFile(directory_.Path("watchlist.txt"), "sz000009\n");
+  list_.Start(directory_.Path());
+  ASSERT_TRUE(watcher.WaitForLatest({L"sz000009"}));
+  list_.Detach(&slow);
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told().size(), 2U);
+}
+
+class WatchListUnderChange : public WatchList {
+ protected:
+  WatchListUnderChange() {
+    list_.Stop();  // nobody looks but the test
+    host_test::WriteFile(path_, "sh600000\n");
+    list_.LookAtFile();
+  }
+  const host_test::WatchedCalls calls_;
+  const std::string path_ = std::filesystem::canonical(directory_.Path()).string() + "/watchlist.txt";
+};
+
+// It is changed in place, to the same length, between its bytes being read and being understood.
+TEST_F(WatchListUnderChange, changeWhileItIsReadIsSeenAtTheNextLook) {
+  host_test::WriteFile(path_, "sh600001\nsh600002\n");
+  host_test::WatchedCalls::OnceRead(path_, [&] { host_test::WriteFile(path_, "sh600003\nsh600004\n"); });
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), (Symbols{L"sh600001", L"sh600002"}));
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), (Symbols{L"sh600003", L"sh600004"}));
+}
+
+// The times of files advance in steps: two changes in one step look alike.
+TEST_F(WatchListUnderChange, changeThatLeavesTheTimeOfTheFileIsSeenWhileThatIsYoung) {
+  struct stat before {};
+  ASSERT_EQ(stat(path_.c_str(), &before), 0);
+  host_test::WriteFile(path_, "sh600001\n");
+  const timespec times[2]{before.st_atim, before.st_mtim};
+  ASSERT_EQ(utimensat(AT_FDCWD, path_.c_str(), times, 0), 0);
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600001"});
+}
+
+TEST_F(WatchListUnderChange, editWhileItIsReadIsNotUndone) {
+  list_.Start(directory_.Path());
+  list_.Stop();
+  Watcher watcher;
+  list_.Attach(&watcher);
+  host_test::WriteFile(path_, "sh600001\n");
+  list_.Start(directory_.Path());
+  ASSERT_TRUE(watcher.WaitForLatest({L"sh600001"}));
+  // Whoever looks first, this thread or the list's own, meets the edit.
+  host_test::WatchedCalls::OnceRead(path_, [&] { EXPECT_TRUE(Set({L"sh600005"})); });
+  host_test::WriteFile(path_, "sh600002\n");
+  list_.LookAtFile();
+  ASSERT_TRUE(watcher.WaitForLatest({L"sh600005"}));
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600005"});
+  list_.LookAtFile();
+  EXPECT_EQ(list_.Get(), Symbols{L"sh600005"});
+  list_.Detach(&watcher);
+  EXPECT_EQ(watcher.Told().back(), Symbols{L"sh600005"});
+  EXPECT_EQ(Text(), "sh600005\n");
 }
 
 // Through the functions of the application.
