@@ -163,7 +163,8 @@ class Object {
   [[nodiscard]] Object ObjectAt(std::string_view key) const { return Member(key).AsObject(); }
   [[nodiscard]] Array ArrayAt(std::string_view key) const { return Member(key).AsArray(); }
 
-  /// The first of its members, by the order of `ForEach`; an empty key and an undefined value when it has none.
+  /// The first of its members, by the order of `ForEach`; an empty key and an undefined value when it has
+  /// none.
   [[nodiscard]] NamedValue First() const;
 
   /// This object as a value.
