@@ -22,7 +22,8 @@ struct MoneyEffectItem {
 /// - When: today at every change of the market's phase and at least once an hour, while any observer is
 ///   active; a past day at `Resume` and `Refresh` only.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
-///   `Resume` when it hands over rows fetched within the last 300 ms; it must not call this service.
+///   `Resume` when it hands over the last rows (newer ones follow unless they are fresh); it must not call
+///   this service.
 /// - Failure: one line in the log; observers keep what they have. An empty list means that the day has no
 ///   rows.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.

@@ -36,7 +36,8 @@ struct DistributionItem {
 /// - When: today at every change of the market's phase and at least once an hour, while any observer is
 ///   active; a past day at `Resume` and `Refresh` only.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
-///   `Resume` (an item fetched within the last 300 ms) and `SetTarget`; it must not call this service.
+///   `Resume` (the last item; a newer one follows unless it is fresh) and `SetTarget`; it must not call
+///   this service.
 /// - Failure: one line in the log; observers keep what they have.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IStockDistribution : public ITimerSubject<IUpdate1<DistributionItem>, std::uint32_t, DistributionItem> {

@@ -36,7 +36,8 @@ struct StockInOutItem {
 /// - When: at every change of the market's phase, 20 seconds after the round before at the earliest and an
 ///   hour at the latest, while any observer is active, and at `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
-///   `Resume` (an item fetched within the last 300 ms) and `SetTarget`; it must not call this service.
+///   `Resume` (the last item; a newer one follows unless it is fresh) and `SetTarget`; it must not call
+///   this service.
 /// - Failure: a request that fails leaves two lines in the log, any other failure one; observers keep what
 ///   they have.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.

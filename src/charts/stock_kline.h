@@ -47,7 +47,8 @@ using KLineCallback = boost::function<void(const StockKLineData&)>;
 /// - When: at every change of the market's phase and at least once an hour, while any observer is active. A
 ///   view that wants more calls `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's task pool, or inside
-///   `Resume` when it hands over a record made within the last 300 ms; it must not call this service.
+///   `Resume` when it hands over the last record (a newer one follows unless it is fresh); it must not call
+///   this service.
 /// - Failure: one line in the log; observers keep what they have. A record without candles means that there
 ///   is neither a package nor a candle of today.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.

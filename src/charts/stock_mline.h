@@ -53,7 +53,8 @@ using MLineCallback = boost::function<void(const StockMLineData&)>;
 /// - When: at every change of the market's phase and at least once an hour, while any observer is active. A
 ///   view that wants more calls `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
-///   `Resume` when it hands over a line fetched within the last 300 ms; it must not call this service.
+///   `Resume` when it hands over the last line (a newer one follows unless it is fresh); it must not call
+///   this service.
 /// - Failure: one line in the log; observers keep what they have. A day without points had no trading yet.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IStockMLine : public ITimerSubject<IUpdate1<StockMLineData>, std::wstring, StockMLineData> {

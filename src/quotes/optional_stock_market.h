@@ -38,8 +38,9 @@ struct OptionalMarketItem : StockMarketItem {
 ///   list. `Resume(observer, true)` always asks the server. An empty watch list asks for nothing and leaves
 ///   the observers what they have.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library; it must not
-///   call this service. To name plates, that thread may first have to ask for those of all stocks, if
-///   `GetStockCommon` was called and has not loaded them. The polling leaves out its rounds meanwhile.
+///   call this service. To name plates, one such thread may first have to ask for those of all stocks, if
+///   `GetStockCommon` was called and has not loaded them; other answers do not wait for it. Plates that are
+///   not at hand are empty texts, until a later answer brings them.
 /// - Failure: one line in the log; observers keep what they have.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`, and so must the host's watch list be.
 class IOptionalStockMarket : public ITimerSubject<IUpdate1<std::vector<OptionalMarketItem>>, SortingTarget,

@@ -18,7 +18,8 @@
 /// - Who is told: every active observer whose target is the symbol.
 /// - When: every 3 seconds while any observer is active, and at `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
-///   `Resume` when it hands over a quote fetched within the last 300 ms; it must not call this service.
+///   `Resume` when it hands over the last quote (a newer one follows unless it is fresh); it must not call
+///   this service.
 /// - Failure: one line in the log; observers keep what they have. A symbol unknown to the server delivers
 ///   nothing.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.

@@ -32,7 +32,8 @@ struct StockRangeRankingTarget {
 /// - Who is told: every active observer whose target equals the key.
 /// - When: every 3 seconds while any observer is active, and at `Refresh`.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
-///   `Resume` when it hands over a list fetched within the last 300 ms; it must not call this service.
+///   `Resume` when it hands over the last list (a newer one follows unless it is fresh); it must not call
+///   this service.
 /// - Failure: one line in the log; observers keep what they have. An empty list means that the range holds
 ///   no row.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.
