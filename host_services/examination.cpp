@@ -123,7 +123,7 @@ void ExamineKey(const SettingsReview& review, const Settings& settings, Findings
   std::string error;
   if (!ParseAddresses(alone, error)) {
     findings.push_back({State::kFailed, "key", error,
-                        review.key_in_environment || !file_is_there
+                        review.key_in_environment || access(review.key_file.c_str(), F_OK) != 0
                             ? "correct CSM_KEY_ID and CSM_KEY; both must be set"
                             : "correct " + file});
     return;
