@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <random>
 #include <string>
@@ -66,19 +67,104 @@ class Witness {
   std::atomic<std::uint64_t> strangers_{0};
 };
 
-struct IndexView final : IUpdate1<std::vector<IndexMarketSummary>> {
-  void Update(const std::vector<IndexMarketSummary>& list) override {
-    list.size() == 3 ? witness.See(list.front().last) : witness.SeeStranger();
-  }
-  Witness witness{"index quotes"};
+/// A service with one view, whose figure of each answer is the number that the server gave the request.
+struct Feed {
+  Feed(const char* its_name, const char* its_path) : path(its_path), witness(its_name) {}
+  virtual ~Feed() = default;
+  virtual void Ask() = 0;
+  virtual void Leave() = 0;
+
+  const std::string path;
+  Witness witness;
 };
 
-struct PlateView final : IUpdate1<PlateStockMarketData> {
-  void Update(const PlateStockMarketData& data) override {
-    data.stocks.size() == 1 ? witness.See(data.stocks.front().last.value) : witness.SeeStranger();
+template <class Service, class Data>
+class ViewFeed final : public Feed, public IUpdate1<Data> {
+ public:
+  using Figure = std::function<double(const Data&)>;  // negative: nothing to see; the list of a failure
+  ViewFeed(const char* name, const char* its_path, Service* service, Figure figure, std::function<void()> ask)
+      : Feed(name, its_path), service_(service), figure_(std::move(figure)), ask_(std::move(ask)) {
+    service_->Attach(this);
   }
-  Witness witness{"plate stocks"};
+  void Update(const Data& data) override {
+    if (const double figure = figure_(data); figure >= 0) {
+      witness.See(figure);
+    }
+  }
+  void Ask() override { ask_(); }
+  void Leave() override { service_->Detach(this); }
+
+ private:
+  Service* const service_;
+  const Figure figure_;
+  const std::function<void()> ask_;
 };
+
+using Feeds = std::list<std::unique_ptr<Feed>>;
+
+template <class Data, class Service, class Key, class Figure>
+void AddPolled(Feeds& feeds, const char* name, const char* path, Service* service, const Key& key,
+               Figure figure) {
+  auto feed = std::make_unique<ViewFeed<Service, Data>>(name, path, service, figure,
+                                                        [service] { service->Refresh(); });
+  service->SetTarget(feed.get(), key);
+  service->Resume(feed.get(), false);
+  feeds.push_back(std::move(feed));
+}
+
+/// Every service that asks for one thing at a time, but those whose requests one witness below makes.
+Feeds AllFeeds() {
+  Feeds feeds;
+  const auto first = [](const auto& rows) {
+    return rows.empty() ? -1.0 : static_cast<double>(rows[0].last.value);
+  };
+  const std::wstring symbol = L"sh600000";
+  AddPolled<std::vector<IndexMarketSummary>>(feeds, "index quotes", "/pc/rt/stock_detail_list",
+                                             GetIndexMarket(), std::wstring(),
+                                             [](const auto& rows) { return rows.at(0).last; });
+  AddPolled<PlateStockMarketData>(feeds, "plate stocks", "/pc/rt/get_bk_zone_list", GetPlateStockMarket(),
+                                  PlateStockRankingTarget{L"bk1001", 4, 2, 0, 9},
+                                  [first](const auto& data) { return first(data.stocks); });
+  AddPolled<std::vector<StockMarketItem>>(feeds, "board", "/pc/rt/get", GetStockMarket(),
+                                          StockRangeRankingTarget{1, 4, 2, 0, 9}, first);
+  AddPolled<std::vector<StockMarketItem>>(feeds, "plates", "/pc/rt/get_bk_detail", GetPlateMarket(),
+                                          PlateRangeRankingTarget{1, 4, 2, 0, 9}, first);
+  AddPolled<std::vector<StockMarketSummary>>(feeds, "stock ranking", "/pc/rt/get_stock_rank",
+                                             GetStockRanking(1, false, false), RankingTarget{4, 2, 9}, first);
+  AddPolled<std::vector<StockMarketSummary>>(feeds, "five minutes", "/pc/rt/stock_five_change",
+                                             GetStockRanking(1, true, false), RankingTarget{4, 2, 9}, first);
+  AddPolled<std::vector<PlateMarketSummary>>(feeds, "plate ranking", "/pc/rt/get_bk_rank",
+                                             GetPlateRanking(1, false), RankingTarget{4, 2, 9},
+                                             [](const auto& rows) { return rows.at(0).cud; });
+  AddPolled<StockMLineData>(feeds, "minute line", "/pc/rt/get_day_time", GetStockMLine(), symbol,
+                            [](const auto& line) { return line.days.at(0).points.at(0).price; });
+  AddPolled<StockKLineData>(feeds, "candles", "/pc/rt/get_day_kline", GetStockKLine(), symbol,
+                            [](const auto& line) { return static_cast<double>(line.candles.back().volume); });
+  AddPolled<std::list<StockUnusualEventItem>>(
+      feeds, "events", "/pc/monitor/get_monitor", GetStockUnusualEvent(), std::uint32_t{0},
+      [](const auto& list) {
+        return list.empty()
+                   ? -1.0
+                   : std::stod(std::string(list.front().content.begin(), list.front().content.end()));
+      });
+  AddPolled<StockInOutItem>(feeds, "flows", "/pc/rt/stock_in_out", GetStockInOut(), symbol,
+                            [](const auto& item) { return static_cast<double>(item.mtime); });
+  AddPolled<std::vector<StrengthRatingItem>>(feeds, "strength", "/pc/rt/stock_min_num", GetStrengthRating(),
+                                             std::uint32_t{0},
+                                             [](const auto& rows) { return rows.at(0).up; });
+  AddPolled<DistributionItem>(feeds, "distribution", "/pc/rt/stock_distribute_num", GetStockDistribution(),
+                              std::uint32_t{0}, [](const auto& item) { return item.up; });
+  AddPolled<std::vector<MoneyEffectItem>>(feeds, "money effect", "/pc/rt/stock_min_average", GetMoneyEffect(),
+                                          std::uint32_t{0}, [](const auto& rows) { return rows.at(0).time; });
+  feeds.push_back(std::make_unique<ViewFeed<IMarginTrade, std::list<MarginTradeItem>>>(
+      "margin", "/pc/rt/stock_trade", GetMarginTrade(), [](const auto& list) { return list.front().date; },
+      [] { GetMarginTrade()->FetchMarginTradeInfo(); }));
+  feeds.push_back(std::make_unique<ViewFeed<IStockPurchase, std::list<StockPurchaseItem>>>(
+      "new shares", "/pc/rt/stock_buy", GetStockPurchase(),
+      [](const auto& list) { return static_cast<double>(list.front().pe); },
+      [] { GetStockPurchase()->FetchPurchaseInfo(); }));
+  return feeds;
+}
 
 /// Order is promised for one request at a time only; whose data it is always.
 struct StockView final : IUpdate1<StockMarketItem> {
@@ -117,16 +203,10 @@ int Run(int duration, bool expect_order) {
     return 2;
   }
 
-  IndexView index;
-  PlateView plate;
+  Feeds feeds = AllFeeds();
   std::list<StockView> stocks;
   Witness stock_items("stock items");
   Witness plate_items("plate items");
-  GetIndexMarket()->Attach(&index);
-  GetIndexMarket()->Resume(&index, true);
-  GetPlateStockMarket()->Attach(&plate);
-  GetPlateStockMarket()->SetTarget(&plate, {L"bk1001", 4, 2, 0, 9});
-  GetPlateStockMarket()->Resume(&plate, true);
   for (const wchar_t* const symbol : {L"sh600001", L"sz000002", L"sz300003"}) {
     StockView& view = stocks.emplace_back(symbol);
     GetSingleStockMarket()->Attach(&view);
@@ -148,9 +228,12 @@ int Run(int duration, bool expect_order) {
     return Await([&] { return server.Arrived(path) > before; }, seconds(10));
   };
   const auto ask_all = [&] {
-    return ask("/pc/rt/stock_detail_list", [] { GetIndexMarket()->Refresh(); }) &&
-           ask("/pc/rt/get_bk_zone_list", [] { GetPlateStockMarket()->Refresh(); }) &&
-           ask("/pc/rt/stock_detail_list", [] { GetSingleStockMarket()->Refresh(); }) &&
+    for (const auto& feed : feeds) {
+      if (!ask(feed->path, [&feed] { feed->Ask(); })) {
+        return false;
+      }
+    }
+    return ask("/pc/rt/stock_detail_list", [] { GetSingleStockMarket()->Refresh(); }) &&
            ask("/pc/rt/stock_price_list",
                [&] { GetStockMarket()->FetchStockItems(4, 2, 1, to_witness(stock_items)); }) &&
            ask("/pc/rt/bk_price_list",
@@ -165,7 +248,10 @@ int Run(int duration, bool expect_order) {
   // All is well again: one more round brings everybody to the newest state, without another key's.
   server.Heal();
   const bool quiet = Await([] { return stock_host::ReadCounters().under_way == 0; }, seconds(30));
-  std::vector<const Witness*> ordered = {&index.witness, &plate.witness, &stock_items, &plate_items};
+  std::vector<const Witness*> ordered = {&stock_items, &plate_items};
+  for (const auto& feed : feeds) {
+    ordered.push_back(&feed->witness);
+  }
   std::vector<const Witness*> all = ordered;
   for (const StockView& view : stocks) {
     all.push_back(&view.witness);
@@ -182,14 +268,20 @@ int Run(int duration, bool expect_order) {
             return false;
           }
         }
-        return plate.witness.last() == static_cast<double>(server.Arrived("/pc/rt/get_bk_zone_list")) &&
-               stock_items.last() == static_cast<double>(server.Arrived("/pc/rt/stock_price_list")) &&
+        for (const auto& feed : feeds) {
+          if (feed->path != "/pc/rt/stock_detail_list" &&
+              feed->witness.last() != static_cast<double>(server.Arrived(feed->path))) {
+            return false;
+          }
+        }
+        return stock_items.last() == static_cast<double>(server.Arrived("/pc/rt/stock_price_list")) &&
                plate_items.last() == static_cast<double>(server.Arrived("/pc/rt/bk_price_list"));
       },
       seconds(20));
 
-  GetIndexMarket()->Detach(&index);
-  GetPlateStockMarket()->Detach(&plate);
+  for (const auto& feed : feeds) {
+    feed->Leave();
+  }
   for (StockView& view : stocks) {
     GetSingleStockMarket()->Detach(&view);
   }

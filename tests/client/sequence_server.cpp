@@ -42,7 +42,32 @@ std::string Row(const std::string& code, std::uint64_t number) {
   return R"({"code":")" + code + R"(","name":")" + text + R"(","last":)" + text + "}";
 }
 
+// The answers whose form is not that of a list of quotes: what stands before and after the number.
+struct Form {
+  std::string_view path, before, after;
+};
+constexpr Form kForms[] = {
+    {"/pc/rt/get_bk_rank", R"([{"cud":)", "}]"},
+    {"/pc/rt/get_day_time", R"({"sh600000":{"date":"20240315","list":[{"min":931,"preclose":1,"last":)",
+     "}]}}"},
+    {"/pc/rt/get_day_kline",
+     R"({"sh600000":{"date":"20240315","list":{"open":2,"high":4,"last":3,"low":1,"vol":)", "}}}"},
+    {"/pc/monitor/get_monitor", R"({"list":[{"content":")", R"("}]})"},
+    {"/pc/rt/stock_in_out", R"({"list":[{"sh600000":{"mtime":)", "}}]}"},
+    {"/pc/rt/stock_min_num", R"({"list":[{"up":)", "}]}"},
+    {"/pc/rt/stock_distribute_num", R"({"up":)", "}"},
+    {"/pc/rt/stock_min_average", R"({"list":[{"time":)", "}]}"},
+    {"/pc/rt/stock_trade", R"({"list":[{"sh":{"date":)", "}},{}]}"},
+    {"/pc/rt/stock_buy", R"({"list":[{"pe":)", "}]}"},
+};
+
 std::string Body(const std::string& path, const std::string& target, std::uint64_t number) {
+  const std::string head = R"({"errno":0,"total_num":1,"data":)";
+  for (const Form& form : kForms) {
+    if (form.path == path) {
+      return head + std::string(form.before) + std::to_string(number) + std::string(form.after) + "}";
+    }
+  }
   std::string rows;
   std::vector<std::string> symbols = SymbolsIn(target);
   if (symbols.empty()) {
@@ -52,8 +77,7 @@ std::string Body(const std::string& path, const std::string& target, std::uint64
     rows += (rows.empty() ? "" : ",") + Row(symbol, number);
   }
   const bool nested = path == "/pc/rt/stock_detail_list";
-  return R"({"errno":0,"total_num":1,"data":)" + (nested ? R"({"list":[)" + rows + "]}" : "[" + rows + "]") +
-         "}";
+  return head + (nested ? R"({"list":[)" + rows + "]}" : "[" + rows + "]") + "}";
 }
 
 }  // namespace

@@ -113,7 +113,7 @@ TEST(FrameUnderLoad, viewsOnFourThreadsAgainstEachOther) {
 }
 
 // A service that asks the host's network and delivers what comes through its gate.
-class AskingService : public FrameService, protected frame::Gated {
+class AskingService : public FrameService {
  public:
   void Fetch() override {
     GetAsyn(L"http://api.test/a", gate_.Guard([this](bool, const char*, std::size_t length) {

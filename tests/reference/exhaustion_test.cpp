@@ -2,57 +2,15 @@
 // thrown, every start is concluded, and later everything works as if nothing had been.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <limits>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "answers.h"
+#include "failing_memory.h"
 #include "reference/reference_data.h"
 #include "scripted_ticks.h"
-
-namespace {
-
-constexpr long kNever = std::numeric_limits<long>::max();
-
-thread_local long allocations_left = kNever;
-thread_local bool all_later_ones_fail = false;
-
-void* Allocate(std::size_t size) {
-  if (allocations_left != kNever && allocations_left-- <= 0) {
-    allocations_left = all_later_ones_fail ? 0 : kNever;
-    throw std::bad_alloc();
-  }
-  if (void* const memory = std::malloc(size != 0 ? size : 1)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return Allocate(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
-  try {
-    return Allocate(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, const std::nothrow_t& /*unused*/) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -76,16 +34,17 @@ class Exhaustion : public ::testing::Test {
     for (const bool all_later : {false, true}) {
       for (long number = 0;; ++number) {
         prepare();
-        all_later_ones_fail = all_later;
-        allocations_left = number;
         bool thrown = false;
-        try {
-          step();
-        } catch (...) {
-          thrown = true;
+        bool reached = false;
+        {
+          const FailingMemory memory(number, all_later);
+          try {
+            step();
+          } catch (...) {
+            thrown = true;
+          }
+          reached = FailingMemory::HasFailed();
         }
-        const bool reached = allocations_left == kNever || allocations_left <= 0;
-        allocations_left = kNever;
         ASSERT_FALSE(thrown) << "at allocation " << number;
         check();
         if (HasFailure()) {

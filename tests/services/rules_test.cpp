@@ -143,6 +143,65 @@ TEST_P(EveryPolledService, asksAgainForALateViewOfOldData) {
   EXPECT_EQ(all.host.RequestCount() > requests, !service.fetch.empty());
 }
 
+// A view that comes back on Monday was given Friday's curve, and no request was made, because another day's
+// had just come.
+TEST(ViewsOfToday, areGivenTheLastCurveAndANewOneAfterMidnight) {
+  AllServices all;
+  const auto answer = [&all](const char* body) {
+    all.host.Expect(Script("/pc/rt/stock_min_num").Inline(Answer::Body(body)));
+  };
+  IStrengthRating* const service = all.strength.service.get();
+  RecordingObserver<std::vector<StrengthRatingItem>> today, past;
+  service->Attach(&today);
+  service->SetTarget(&today, 0);
+  answer(R"({"data":{"list":[{"min":1500,"up":1}]}})");
+  service->Resume(&today, true);
+  service->Suspend(&today);
+  all.host.SetTime(20240318, 10, 0, 0);
+  all.ticks.Advance(3 * 86'400'000);
+  service->Attach(&past);
+  service->SetTarget(&past, 20240314);
+  answer(R"({"data":{"list":[{"min":1500,"up":2}]}})");
+  service->Resume(&past, true);
+  service->Suspend(&past);
+  ASSERT_EQ(past.Count(), 1U);
+  answer(R"({"data":{"list":[{"min":931,"up":3}]}})");
+  service->Resume(&today, true);
+  ASSERT_EQ(today.Count(), 3U) << "Friday's curve twice, then Monday's";
+  EXPECT_EQ(today.Updates()[1][0].up, 1);
+  EXPECT_EQ(today.Updates()[2][0].up, 3);
+  for (auto* const view : {&today, &past}) service->Detach(view);
+}
+
+// On a line that is slower than the interval each answer was old when it came.
+TEST(StocksOfAPlate, areShownOnASlowLine) {
+  AllServices all;
+  ScriptedSteady steady;
+  all.host.Allow(Script("/pc/rt/get_bk_zone_list").Held());
+  const auto asked = [&all] { return all.host.RequestsTo("/pc/rt/get_bk_zone_list").size(); };
+  all.plate_stocks.While([&] {
+    IPlateStockMarket* const service = all.plate_stocks.service.get();
+    service->OnTimer();
+    steady.Advance(3000);
+    service->OnTimer();
+    steady.Advance(3000);
+    service->OnTimer();
+    EXPECT_EQ(asked(), 1U) << "rounds are left out while the answer is on its way";
+    all.host.Complete(0, Answer::Body(R"({"total_num":7,"data":[]})"));
+    EXPECT_EQ(all.plate_stocks.view.Last().total_num, 7);
+    service->OnTimer();
+    EXPECT_EQ(asked(), 2U);
+    service->Refresh();
+    EXPECT_EQ(asked(), 3U) << "who asks is asked for";
+    steady.Advance(10'000);
+    service->OnTimer();
+    EXPECT_EQ(asked(), 3U);
+    steady.Advance(1);
+    service->OnTimer();
+    EXPECT_EQ(asked(), 4U) << "for ten seconds at most";
+  });
+}
+
 INSTANTIATE_TEST_SUITE_P(Rules, EveryPolledService, ::testing::ValuesIn(AllPolled()),
                          [](const auto& each) { return each.param.name; });
 
