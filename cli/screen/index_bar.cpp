@@ -55,6 +55,8 @@ Cell ConnectionCell(stock_host::Connection connection) {
       return {"connected"};
     case stock_host::Connection::kFailing:
       return {"not connected", Tone::kWarning};
+    case stock_host::Connection::kNoServer:
+      return {"no server", Tone::kDim};
     case stock_host::Connection::kIdle:
       break;
   }
