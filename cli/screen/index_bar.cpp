@@ -56,7 +56,7 @@ Cell ConnectionCell(stock_host::Connection connection) {
     case stock_host::Connection::kFailing:
       return {"not connected", Tone::kWarning};
     case stock_host::Connection::kNoServer:
-      return {"no server", Tone::kWarning};
+      return {"no server", Tone::kDim};
     case stock_host::Connection::kIdle:
       break;
   }
@@ -132,13 +132,9 @@ ScreenHead IndexBar::Head(Clock::time_point now, stock::MarketStatus phase, int 
     head.state.push_back({Printable(caption_) + " ", Tone::kStrong});
   }
   head.state.push_back({PhaseName(phase) + "  "});
-  const FeedReport report = health_.Report(now, phase);
-  // The last answer was a good one, but nobody knows of how long ago.
-  const bool is_silent = report.state == FeedState::kStale && health_.failure().empty();
-  head.state.push_back(is_silent ? Cell{"no answer", Tone::kWarning}
-                                 : ConnectionCell(stock_host::ConnectionState()));
+  head.state.push_back(ConnectionCell(stock_host::ConnectionState()));
   head.state.push_back({"  "});
-  const StyledLine state = StateLine(report);
+  const StyledLine state = StateLine(health_.Report(now, phase));
   head.state.insert(head.state.end(), state.begin(), state.end());
   head.state.push_back({"  " + session_.server_text(), Tone::kDim});
   return head;
