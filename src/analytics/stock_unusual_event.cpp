@@ -38,8 +38,8 @@ class CStockUnusualEvent : public frame::PolledSubject<IStockUnusualEvent> {
   void FetchUnusualEvent(std::uint32_t date, const UnusualEventCallback& done) override;
 
  private:
-  template <class Tell>
-  void AskForDay(std::uint32_t date, Tell tell);
+  template <class OnEvents>
+  void AskForDay(std::uint32_t date, OnEvents on_events);
   bool TellViews(std::uint32_t date, frame::Stamp stamp, const std::shared_ptr<const Events>& events) {
     return Tell(date, stamp, {frame::Whom::kActive, frame::Keep::kNever}, [&] { return events; });
   }
@@ -57,9 +57,10 @@ void CStockUnusualEvent::SetTarget(Observer* obs, const std::uint32_t& date) {
 
 // --- Ask, understand ---
 
-// Asks for the events of a date. `tell(events)` is called once whatever comes, unless there is no server.
-template <class Tell>
-void CStockUnusualEvent::AskForDay(std::uint32_t date, Tell tell) {
+// Asks for the events of a date. `on_events(events)` is called once whatever comes, unless there is no
+// server.
+template <class OnEvents>
+void CStockUnusualEvent::AskForDay(std::uint32_t date, OnEvents on_events) {
   request::Ask(
       {kFetch, gate_},
       [date] {
@@ -73,7 +74,7 @@ void CStockUnusualEvent::AskForDay(std::uint32_t date, Tell tell) {
         return std::make_shared<const Events>(std::make_move_iterator(events.begin()),
                                               std::make_move_iterator(events.end()));
       },
-      tell, [tell, none = none_] { tell(none); });
+      on_events, [on_events, none = none_] { on_events(none); });
 }
 
 // --- Tell ---

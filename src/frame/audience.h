@@ -53,7 +53,7 @@ class Audience {
       Unlist(found->second, obs);
       if (found->second.place != 0) {
         attached_.erase(found->second.place);
-        suspended_ -= found->second.suspended ? 1 : 0;
+        suspended_ -= found->second.suspended ? 1U : 0U;
       }
       entries_.erase(found);
     }
