@@ -80,6 +80,9 @@ void LogTail::Take(std::string_view line) {
     const std::size_t at = line.find(level);
     if (at < 40) {  // not so when there is none
       last_ = Printable(line.substr(at + level.size()));
+      if (first_.empty()) {
+        first_ = last_;
+      }
       ++count_;
       CountWriter();
       return;

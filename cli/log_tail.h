@@ -23,6 +23,8 @@ class LogTail {
 
   /// The newest line of a warning or an error, without time and level; empty when there was none.
   [[nodiscard]] const std::string& last() const { return last_; }
+  /// The oldest such line: what others follow from.
+  [[nodiscard]] const std::string& first() const { return first_; }
   /// How many of them there were.
   [[nodiscard]] std::uint64_t count() const { return count_; }
 
@@ -42,6 +44,7 @@ class LogTail {
   int fd_ = -1;
   std::string partial_;
   std::string last_;
+  std::string first_;
   std::uint64_t count_ = 0;
   std::map<std::string, Lines, std::less<>> writers_;
 };

@@ -98,7 +98,7 @@ Session::Session(const SessionOptions& options) {
     log_->Poll();
     throw std::runtime_error(
         "no key to sign requests with: set CSM_KEY_ID and CSM_KEY, or name a key file in CSM_KEY_FILE" +
-        (log_->last().empty() ? "" : " (" + log_->last() + ")"));
+        (log_->first().empty() ? "" : " (" + log_->first() + ")"));
   }
   services_ = std::make_unique<Services>();
 }

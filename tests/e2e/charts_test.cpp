@@ -203,13 +203,15 @@ TEST_F(ChartsTest, deliverTheSameCandlesFromServerAndDiskAndOnTheNextDay) {
   StartAgain();
   expect_all("from disk");
   EXPECT_EQ(Succeeded("static"), before + packages()) << "nothing that is current is downloaded";
+  // The refresh thread sees that the day has changed and learns of the new versions while charts are opened:
+  // a chart shows the old package with its tail, or the new one.
   MoveTo(kMonday);
-  expect_all("next day, nothing announced yet");
-  EXPECT_EQ(Succeeded("static"), before + packages());
-  EXPECT_GT(Succeeded("history"), 0U) << "Friday came as the tail";
+  expect_all("next day");
   StartAgain();  // and the metadata with it
   expect_all("next day, new version");
-  EXPECT_EQ(Succeeded("static"), before + 2 * packages() + 1) << "the metadata and each package";
+  const std::uint64_t downloads = Succeeded("static") - before;
+  EXPECT_GE(downloads, 2 * packages() + 1) << "the metadata and each package";
+  EXPECT_LE(downloads, 2 * packages() + 2) << "the metadata twice: by the thread and by the start";
   EXPECT_EQ(Warnings(), std::vector<std::string>());
 }
 
