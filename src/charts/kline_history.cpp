@@ -175,7 +175,7 @@ std::shared_ptr<const Candles> KLineHistory::Load(const std::wstring& symbol, in
   const Wanted wanted{
       symbol,   period, adjustment, Announced(symbol, period, adjustment), common::GetCurrentServerDate(),
       is_wanted};
-  const Shared candles = LoadNow(package, wanted);
+  Shared candles = LoadNow(package, wanted);
   for (const Use& other : turn.End()) {
     base::TaskManagerInstance()->AddTask([other, candles] { other(*candles); });
   }

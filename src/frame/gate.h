@@ -23,7 +23,8 @@ class CompletionGate {
   template <class Function>
   [[nodiscard]] auto Guard(Function function) const {
     return [inside = inside_, function = std::move(function)](auto&&... arguments) mutable {
-      const std::shared_ptr<Inside> kept = inside;  // the caller may let go of this function meanwhile
+      // The caller may let go of this function meanwhile.
+      const std::shared_ptr<Inside> kept = inside;  // NOLINT(performance-unnecessary-copy-initialization)
       if (const Inside::Scope scope{*kept}) {
         function(std::forward<decltype(arguments)>(arguments)...);
       }
