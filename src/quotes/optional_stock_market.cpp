@@ -12,22 +12,18 @@
 #include "frame/polled_subject.h"
 #include "frame/running.h"
 #include "host/tasks.h"
-#include "host/watch_list.h"
 #include "quotes/directions.h"
-#include "quotes/stock_market_item_table.h"
+#include "quotes/watch_list_follower.h"
 #include "quotes/watch_list_order.h"
-#include "reference/plate_membership.h"
-#include "reference/reference_data.h"
+#include "quotes/watch_list_reader.h"
 #include "request/ask.h"
-#include "request/code_index.h"
-#include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
 
 namespace quotes {
 namespace {
 
-using Codes = std::vector<std::wstring>;
+using Codes = WatchListFollower::Codes;
 using Items = std::vector<OptionalMarketItem>;
 
 constexpr auto kFetch = request::Fetch::kOptionalStocks;
@@ -43,36 +39,6 @@ class COptionalStockMarket : public frame::PolledSubject<IOptionalStockMarket> {
   void FetchStockItems(int sort_key, int sort_type, const CodeNameCallback& done) override;
 
  private:
-  // Follows the host's watch list, if it has one, while it lives.
-  class Follower final : public IUpdate1<Codes> {
-   public:
-    explicit Follower(COptionalStockMarket& service) : service_(service), list_(GetUserOptionalStock()) {
-      if (list_ != nullptr) {
-        list_->Attach(this);
-      }
-    }
-    Follower(const Follower&) = delete;
-    Follower& operator=(const Follower&) = delete;
-    ~Follower() {
-      if (list_ != nullptr) {
-        list_->Detach(this);
-      }
-    }
-    void Update(const Codes& codes) override { service_.OnWatchList(codes); }
-
-    /// Has the host tell its list once more.
-    void AskAgain() {
-      if (list_ != nullptr) {
-        list_->Detach(this);
-        list_->Attach(this);
-      }
-    }
-
-   private:
-    COptionalStockMarket& service_;
-    IUserOptionalStock* const list_;
-  };
-
   void OnWatchList(const Codes& codes);
   std::shared_ptr<const Codes> WatchList() {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -91,7 +57,8 @@ class COptionalStockMarket : public frame::PolledSubject<IOptionalStockMarket> {
   std::shared_ptr<const Items> previous_ = std::make_shared<Items>();
   std::atomic<bool> missed_ = false;  // a list came for which there was no memory
   frame::Stamps stamps_;
-  Follower follower_{*this};  // last: the list may come while it is made
+  // Last: the list may come while it is made.
+  WatchListFollower follower_{[this](const Codes& codes) { OnWatchList(codes); }};
 };
 
 // The first delivery is fetched by the polling thread, every later one at once.
@@ -113,48 +80,13 @@ void COptionalStockMarket::OnWatchList(const Codes& codes) {
 
 // --- Ask, understand ---
 
-// The first plate of each stock. Plates that are not at hand, because the server keeps silent about them,
-// leave the texts empty; a later answer brings them.
-void NamePlates(Items& items) {
-  std::shared_ptr<const reference::PlateMembership> plates;
-  for (OptionalMarketItem& item : items) {
-    if (item.symbol_type == stock::kSymbolStock) {
-      if (plates == nullptr && !reference::WithReferenceData([&plates](reference::CStockCommon& lists) {
-            plates = lists.PlatesAtHand();
-          })) {
-        return;
-      }
-      item.plate = reference::FirstPlateOf(*plates, item.code);
-    }
-  }
-}
-
-std::shared_ptr<Items> Read(const request::Answer& answer) {
-  const request::json::Array list = answer.DataList();
-  request::json::Budget budget;
-  budget.Require(list.Size(),
-                 sizeof(OptionalMarketItem) + request::CodeIndex<OptionalMarketItem>::kBytesPerRow);
-  auto items = std::make_shared<Items>(list.Size());
-  auto next = items->begin();
-  list.ForEach([&](const request::json::Value& element) {
-    using request::json::HeldBytes;
-    OptionalMarketItem& item = *next++;
-    request::RecordReader<kWatchListTable>::Fill(item, element.AsObject());
-    budget.Require(1, HeldBytes(item.code) + HeldBytes(item.name) + HeldBytes(item.lead));
-    budget.Require(4, HeldBytes(item.bid_prices));
-    item.symbol_type = stock::CheckSymbol(item.code.c_str());
-  });
-  NamePlates(*items);
-  return items;
-}
-
 void COptionalStockMarket::FetchStockMarkets(const std::shared_ptr<const Codes>& codes) {
   if (codes == nullptr || codes->empty()) {
     return;
   }
   const frame::Stamp stamp = stamps_.Next();
   request::Ask(
-      {kFetch, gate_}, [&] { return request::StockDetailListUrl(*codes); }, &Read,
+      {kFetch, gate_}, [&] { return request::StockDetailListUrl(*codes); }, &ReadWatchList,
       [this, stamp](const std::shared_ptr<Items>& items) {
         return TellEach(stamp, frame::Whom::kEveryActive,
                         [&](const std::vector<Viewer>& viewers) { return Choose(viewers, items); });

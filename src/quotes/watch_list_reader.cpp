@@ -1,0 +1,52 @@
+#include "quotes/watch_list_reader.h"
+
+#include "quotes/stock_market_item_table.h"
+#include "reference/plate_membership.h"
+#include "reference/reference_data.h"
+#include "request/code_index.h"
+#include "request/json_budget.h"
+#include "request/record_reader.h"
+
+namespace quotes {
+namespace {
+
+using Items = std::vector<OptionalMarketItem>;
+
+// The first plate of each stock. Plates that are not at hand, because the server keeps silent about them,
+// leave the texts empty; a later answer brings them.
+void NamePlates(Items& items) {
+  std::shared_ptr<const reference::PlateMembership> plates;
+  for (OptionalMarketItem& item : items) {
+    if (item.symbol_type == stock::kSymbolStock) {
+      if (plates == nullptr && !reference::WithReferenceData([&plates](reference::CStockCommon& lists) {
+            plates = lists.PlatesAtHand();
+          })) {
+        return;
+      }
+      item.plate = reference::FirstPlateOf(*plates, item.code);
+    }
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<Items> ReadWatchList(const request::Answer& answer) {
+  const request::json::Array list = answer.DataList();
+  request::json::Budget budget;
+  budget.Require(list.Size(),
+                 sizeof(OptionalMarketItem) + request::CodeIndex<OptionalMarketItem>::kBytesPerRow);
+  auto items = std::make_shared<Items>(list.Size());
+  auto next = items->begin();
+  list.ForEach([&](const request::json::Value& element) {
+    using request::json::HeldBytes;
+    OptionalMarketItem& item = *next++;
+    request::RecordReader<kWatchListTable>::Fill(item, element.AsObject());
+    budget.Require(1, HeldBytes(item.code) + HeldBytes(item.name) + HeldBytes(item.lead));
+    budget.Require(4, HeldBytes(item.bid_prices));
+    item.symbol_type = stock::CheckSymbol(item.code.c_str());
+  });
+  NamePlates(*items);
+  return items;
+}
+
+}  // namespace quotes
