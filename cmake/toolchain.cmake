@@ -65,7 +65,7 @@ endfunction()
 # For targets that include rapidjson: clang's undefined-behaviour sanitizer leaves that library's headers alone.
 function(csm_uses_rapidjson name)
   if(CSM_SANITIZE STREQUAL "address" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    target_compile_options(${name} PRIVATE -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer_ignore.txt)
+    target_compile_options(${name} PRIVATE -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer_exceptions.txt)
   endif()
 endfunction()
 
