@@ -90,8 +90,10 @@ void CStockCommon::Monitor(StartCount::Number start, const boost::function<void(
   }
   const bool ok = step == StartCount::Step::kSucceeded;
   // The loads have brought the server's time. It may be of another year than the machine's.
-  if (ok || holidays_.YearHasChanged()) {
+  if (ok) {
     holidays_.AskIfMissing();
+  } else {
+    holidays_.FollowYear();
   }
   struct AtTheEnd {
     CStockCommon& service;
