@@ -16,6 +16,16 @@ struct Moment {
   [[nodiscard]] static Moment Now();
 };
 
+/// What the machine's clocks show.
+struct MachineClocks {
+  double wall = 0;  ///< Unix seconds; anybody may have set them
+  Moment moment;
+};
+using MachineSource = MachineClocks (*)();
+
+/// Puts other clocks in place of the machine's; null restores them. For programs that script time.
+void SetMachineSource(MachineSource source);
+
 /// True when the machine was suspended between the two.
 [[nodiscard]] bool SuspendedBetween(const Moment& earlier, const Moment& later);
 
