@@ -95,7 +95,7 @@ struct Counters {
   std::uint64_t requests = 0;                         ///< completed or under way
   std::uint64_t succeeded = 0;                        ///< complete, with status 200
   std::uint64_t failed = 0;                           ///< all others that have ended; `failures` says of what
-  std::uint64_t under_way = 0;                        ///< at this moment
+  std::uint64_t under_way = 0;                        ///< at this moment; a call-back that runs still counts
   std::uint64_t bytes_received = 0;                   ///< of bodies, unpacked
   std::uint64_t connections = 0;                      ///< opened; a reused one counts once
   std::uint64_t recorded = 0;                         ///< exchanges written to `Settings::record_directory`
