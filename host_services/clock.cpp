@@ -140,7 +140,7 @@ std::optional<double> ParseSpeed(const char* text) {
   const char* const end = text + std::strlen(text);
   double speed = 0;
   const auto [at, error] = std::from_chars(text, end, speed, std::chars_format::fixed);
-  if (error != std::errc() || at != end || !(speed >= 0.001 && speed <= 100000)) {
+  if (error != std::errc() || at != end || !(speed == 0 || (speed >= 0.001 && speed <= 100000))) {
     return std::nullopt;
   }
   return speed;

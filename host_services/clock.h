@@ -54,7 +54,7 @@ class ServerClockModel {
   /// latest sample that is far off.
   [[nodiscard]] bool Sure(Moment now);
 
-  /// Seconds of server time in a real second.
+  /// Seconds of server time in a real second; 0: it stands still.
   [[nodiscard]] double Speed();
 
  private:
@@ -77,7 +77,8 @@ class ServerClockModel {
 /// The one that the host contract uses.
 [[nodiscard]] ServerClockModel& ServerClock();
 
-/// The value of an X-Market-Speed header: a number from 0.001 to 100,000; nothing for any other text.
+/// The value of an X-Market-Speed header: a number from 0.001 to 100,000, or 0 for a clock that stands still;
+/// nothing for any other text.
 [[nodiscard]] std::optional<double> ParseSpeed(const char* text);
 
 /// Starts over from the machine's clock.

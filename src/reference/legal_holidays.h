@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "frame/gate.h"
-#include "request/json.h"
+#include "json/json.h"
 
 namespace reference {
 
