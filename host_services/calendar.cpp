@@ -173,7 +173,9 @@ std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
   ServerClockModel& clock = ServerClock();
   const bool known =
       clock.Sure(Moment::Now()) && TheHolidays().Know(std::chrono::year_month_day(now.day).year());
-  const double span = std::ceil(static_cast<double>(SpanToNextPhase(now).count()) / clock.Speed());
+  // A clock that stands still reaches no phase; it may be set or run on at any time.
+  const double speed = clock.Speed() > 0 ? clock.Speed() : 1;
+  const double span = std::ceil(static_cast<double>(SpanToNextPhase(now).count()) / speed);
   const auto longest = known ? std::numeric_limits<std::int32_t>::max() : kSpanInDoubt.count();
   return static_cast<std::int32_t>(std::clamp(span, 1.0, static_cast<double>(longest)));
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "frame/gate.h"
-#include "request/json.h"
+#include "json/json.h"
 
 namespace reference {
 
@@ -34,13 +34,14 @@ class LegalHolidays {
   /// may be of another year than the machine's.
   void AskIfMissing() noexcept;
 
-  /// Whether the server's date is of another year than the one that was asked for last.
-  [[nodiscard]] bool YearHasChanged() noexcept;
+  /// The same, but only if that year is another one than was asked for last: for looks that come often.
+  void FollowYear() noexcept;
 
  private:
   void AskFor(int year);
   bool Take(int year, const HolidayList& holidays);
   [[nodiscard]] bool IsKnown(int year);
+  [[nodiscard]] bool WasAskedForLast(int year);
 
   const frame::CompletionGate& gate_;
   std::mutex mutex_;  // guards the members below

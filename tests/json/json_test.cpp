@@ -1,5 +1,5 @@
 // The door to the JSON parser. What a text means, and which code it has when it is no JSON, is what Qt says.
-#include "request/json.h"
+#include "json/json.h"
 
 #include <gtest/gtest.h>
 

@@ -9,11 +9,11 @@
 #include <ostream>
 
 #include "charts/stock_mline.h"
+#include "json/json.h"
+#include "json/record_reader.h"
 #include "json_memory.h"
 #include "quotes/stock_market_item_table.h"
 #include "request/code_index.h"
-#include "request/json.h"
-#include "request/record_reader.h"
 #include "scripted_host.h"
 
 namespace {
