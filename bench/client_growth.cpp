@@ -14,11 +14,11 @@
 #include "c_stock_market.h"
 #include "frame/polled_subject.h"
 #include "instant_host.h"
+#include "json/record_reader.h"
 #include "parser_ratio.h"
 #include "quote_answers.h"
 #include "quotes/stock_market_item_table.h"
 #include "request/answer.h"
-#include "request/record_reader.h"
 #include "sleeping_threads.h"
 
 namespace {

@@ -6,9 +6,9 @@
 
 #include "c_stock_market.h"
 #include "instant_host.h"
+#include "json/record_reader.h"
 #include "quotes/index_market_table.h"
 #include "request/answer.h"
-#include "request/record_reader.h"
 
 namespace {
 

@@ -19,6 +19,7 @@
 #include "frame/polled_subject.h"
 #include "host/clock.h"
 #include "instant_host.h"
+#include "json/record_reader.h"
 #include "parser_ratio.h"
 #include "quote_answers.h"
 #include "quotes/directions.h"
@@ -26,7 +27,6 @@
 #include "quotes/stock_market_item_table.h"
 #include "quotes/watch_list_order.h"
 #include "request/answer.h"
-#include "request/record_reader.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 
 #include "host/host.h"
 #include "host_services/stock_host.h"
+#include "json/json.h"
 #include "market_server/market_server.h"
 #include "parser_ratio.h"
 #include "reference/kline_metadata.h"
@@ -21,7 +22,6 @@
 #include "reference/plate_membership.h"
 #include "reference/reference_lists.h"
 #include "reference/stock_common_service.h"
-#include "request/json.h"
 #include "request/urls.h"
 
 namespace {

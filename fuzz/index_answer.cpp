@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "json/json.h"
+#include "json/record_reader.h"
 #include "quotes/index_market_table.h"
-#include "request/json.h"
-#include "request/record_reader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto document = request::json::Document::Parse(reinterpret_cast<const char*>(data), size);

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "request/json.h"
-#include "request/json_text.h"
+#include "json/json.h"
+#include "json/qt_text.h"
 
 // libFuzzer and the replay program read this at their start.
 extern "C" const char* __lsan_default_options() {  // NOLINT(bugprone-reserved-identifier)

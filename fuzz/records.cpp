@@ -8,13 +8,13 @@
 #include "analytics/stock_purchase_table.h"
 #include "analytics/stock_unusual_event_table.h"
 #include "analytics/strength_rating_table.h"
+#include "json/json.h"
+#include "json/record_reader.h"
 #include "quotes/index_market_table.h"
 #include "quotes/stock_market_item_table.h"
 #include "ranking/plate_market_summary_table.h"
 #include "ranking/stock_market_summary_table.h"
 #include "reference/base_info_table.h"
-#include "request/json.h"
-#include "request/record_reader.h"
 
 namespace {
 

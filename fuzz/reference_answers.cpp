@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "json/json.h"
 #include "reference/legal_holidays.h"
 #include "reference/plate_membership.h"
 #include "reference/reference_lists.h"
-#include "request/json.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto document = request::json::Document::Parse(reinterpret_cast<const char*>(data), size);

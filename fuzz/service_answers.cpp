@@ -13,7 +13,7 @@
 
 #include "c_stock_market.h"
 #include "instant_host.h"
-#include "request/json.h"
+#include "json/json.h"
 
 namespace {
 

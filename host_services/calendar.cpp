@@ -184,7 +184,9 @@ std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
   ServerClockModel& clock = ServerClock();
   const Moment moment = Moment::Now();
   const bool known = clock.Sure(moment) && TheHolidays().Know(std::chrono::year_month_day(now.day).year());
-  const double span = std::ceil(static_cast<double>(SpanToNextPhase(now).count()) / clock.Speed());
+  // A clock that stands still reaches no phase; it may be set or run on at any time.
+  const double speed = clock.Speed() > 0 ? clock.Speed() : 1;
+  const double span = std::ceil(static_cast<double>(SpanToNextPhase(now).count()) / speed);
   static PhaseDoubt doubt;
   const auto longest = static_cast<double>(doubt.LongestSpan(!known, moment).count());
   return static_cast<std::int32_t>(std::clamp(span, 1.0, longest));

@@ -4,7 +4,7 @@
 
 #include "charts/stock_kline.h"
 #include "charts/stock_mline.h"
-#include "request/record_table.h"
+#include "json/record_table.h"
 
 namespace cli {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "request/record_table.h"
+#include "json/record_table.h"
 
 namespace cli {
 

@@ -11,7 +11,7 @@
 #include "cli/format/json_writer.h"
 #include "frame/field.h"
 #include "host/calendar.h"
-#include "request/record_table.h"
+#include "json/record_table.h"
 
 namespace cli {
 

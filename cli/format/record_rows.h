@@ -13,7 +13,7 @@
 #include "cli/format/table.h"
 #include "frame/field.h"
 #include "host/calendar.h"
-#include "request/record_table.h"
+#include "json/record_table.h"
 
 namespace cli {
 

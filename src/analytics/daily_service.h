@@ -8,9 +8,9 @@
 
 #include "frame/phase_interval.h"
 #include "frame/running.h"
+#include "json/record_reader.h"
 #include "request/dates.h"
 #include "request/keyed_service.h"
-#include "request/record_reader.h"
 #include "services.h"
 
 namespace analytics {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "analytics/one_shot_service.h"
-#include "request/json_budget.h"
-#include "request/numbers.h"
+#include "json/budget.h"
+#include "json/numbers.h"
 #include "request/urls.h"
 
 namespace analytics {

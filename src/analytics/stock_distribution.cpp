@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "analytics/daily_service.h"
-#include "request/json_budget.h"
+#include "json/budget.h"
 #include "request/urls.h"
 
 namespace analytics {

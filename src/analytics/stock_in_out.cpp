@@ -10,9 +10,9 @@
 #include "frame/phase_interval.h"
 #include "frame/polled_subject.h"
 #include "frame/running.h"
+#include "json/budget.h"
+#include "json/numbers.h"
 #include "request/ask.h"
-#include "request/json_budget.h"
-#include "request/numbers.h"
 #include "request/urls.h"
 #include "services.h"
 

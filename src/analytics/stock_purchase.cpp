@@ -6,8 +6,8 @@
 
 #include "analytics/one_shot_service.h"
 #include "analytics/stock_purchase_table.h"
-#include "request/json_budget.h"
-#include "request/record_reader.h"
+#include "json/budget.h"
+#include "json/record_reader.h"
 #include "request/urls.h"
 
 namespace analytics {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "analytics/stock_purchase.h"
-#include "request/record_table.h"
+#include "json/record_table.h"
 
 namespace analytics {
 

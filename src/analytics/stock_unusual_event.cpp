@@ -14,10 +14,10 @@
 #include "frame/polled_subject.h"
 #include "frame/running.h"
 #include "host/clock.h"
+#include "json/budget.h"
+#include "json/record_reader.h"
 #include "request/ask.h"
 #include "request/dates.h"
-#include "request/json_budget.h"
-#include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "analytics/stock_unusual_event.h"
-#include "request/record_table.h"
+#include "json/record_table.h"
 
 namespace analytics {
 

@@ -4,9 +4,9 @@
 #include <array>
 #include <cstddef>
 
+#include "json/numbers.h"
+#include "json/plain_reader.h"
 #include "request/dates.h"
-#include "request/numbers.h"
-#include "request/plain_json.h"
 
 namespace charts {
 namespace {

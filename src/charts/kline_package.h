@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "charts/stock_kline.h"
-#include "request/json.h"
+#include "json/json.h"
 
 namespace charts {
 

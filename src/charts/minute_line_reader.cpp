@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "host/calendar.h"
+#include "json/budget.h"
+#include "json/numbers.h"
 #include "request/dates.h"
-#include "request/json_budget.h"
-#include "request/numbers.h"
 
 namespace charts {
 namespace {

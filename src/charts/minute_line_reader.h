@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "charts/stock_mline.h"
-#include "request/json.h"
+#include "json/json.h"
 
 namespace charts {
 

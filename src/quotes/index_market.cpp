@@ -9,9 +9,9 @@
 #include "frame/polled_subject.h"
 #include "frame/running.h"
 #include "frame/stamp.h"
+#include "json/record_reader.h"
 #include "quotes/index_market_table.h"
 #include "request/ask.h"
-#include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
 

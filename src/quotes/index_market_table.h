@@ -1,8 +1,8 @@
 // Which key of the feed fills which member of an index quote.
 #pragma once
 
+#include "json/record_table.h"
 #include "quotes/index_market.h"
-#include "request/record_table.h"
 
 namespace quotes {
 

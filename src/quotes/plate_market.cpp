@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "frame/running.h"
+#include "json/record_reader.h"
 #include "quotes/stock_market_item_table.h"
 #include "request/item_request.h"
 #include "request/keyed_service.h"
-#include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
 

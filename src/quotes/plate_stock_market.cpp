@@ -9,9 +9,9 @@
 
 #include "frame/running.h"
 #include "frame/ticks.h"
+#include "json/record_reader.h"
 #include "ranking/stock_market_summary_table.h"
 #include "request/keyed_service.h"
-#include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
 

@@ -6,12 +6,12 @@
 #include <string>
 
 #include "frame/running.h"
+#include "json/numbers.h"
+#include "json/record_reader.h"
 #include "quotes/directions.h"
 #include "quotes/presence.h"
 #include "quotes/stock_market_item_table.h"
 #include "request/keyed_service.h"
-#include "request/numbers.h"
-#include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
 

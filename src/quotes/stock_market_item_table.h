@@ -3,8 +3,8 @@
 // list everything, and a plate has a code of another name and fewer figures.
 #pragma once
 
+#include "json/record_table.h"
 #include "quotes/stock_market_item.h"
-#include "request/record_table.h"
 
 namespace quotes {
 

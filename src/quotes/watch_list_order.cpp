@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "host/text.h"
-#include "request/json_budget.h"
+#include "json/budget.h"
 
 namespace quotes {
 namespace {

@@ -1,11 +1,11 @@
 #include "quotes/watch_list_reader.h"
 
+#include "json/budget.h"
+#include "json/record_reader.h"
 #include "quotes/stock_market_item_table.h"
 #include "reference/plate_membership.h"
 #include "reference/reference_data.h"
 #include "request/code_index.h"
-#include "request/json_budget.h"
-#include "request/record_reader.h"
 
 namespace quotes {
 namespace {

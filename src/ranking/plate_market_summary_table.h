@@ -1,8 +1,8 @@
 // Which key of the feed fills which member of a ranked plate.
 #pragma once
 
+#include "json/record_table.h"
 #include "ranking/plate_ranking.h"
-#include "request/record_table.h"
 
 namespace ranking {
 

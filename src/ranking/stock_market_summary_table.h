@@ -1,8 +1,8 @@
 // Which key of the feed fills which member of a ranked row.
 #pragma once
 
+#include "json/record_table.h"
 #include "ranking/stock_market_summary.h"
-#include "request/record_table.h"
 
 namespace ranking {
 

@@ -10,10 +10,10 @@
 
 #include "frame/phase_interval.h"
 #include "frame/running.h"
+#include "json/record_reader.h"
 #include "ranking/stock_market_summary_table.h"
 #include "ranking/trends.h"
 #include "request/keyed_service.h"
-#include "request/record_reader.h"
 #include "request/urls.h"
 #include "services.h"
 

@@ -2,8 +2,8 @@
 // of its own in reference_lists.cpp.
 #pragma once
 
+#include "json/record_table.h"
 #include "reference/stock_common.h"
-#include "request/record_table.h"
 
 namespace reference {
 

@@ -4,8 +4,8 @@
 #include <charconv>
 #include <utility>
 
+#include "json/json.h"
 #include "request/gates.h"
-#include "request/json.h"
 
 namespace reference {
 namespace {

@@ -68,12 +68,13 @@ void LegalHolidays::AskIfMissing() noexcept {
   }));
 }
 
-bool LegalHolidays::YearHasChanged() noexcept {
-  return Succeeds([this] {
-    const int year = YearNow();
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return year != latest_;
-  });
+void LegalHolidays::FollowYear() noexcept {
+  static_cast<void>(Succeeds([this] {
+    if (!WasAskedForLast(YearNow())) {
+      AskIfMissing();
+    }
+    return true;
+  }));
 }
 
 void LegalHolidays::AskFor(int year) {
@@ -104,6 +105,11 @@ bool LegalHolidays::Take(int year, frame::Stamp stamp, const HolidayList& holida
     told = stamp;
   }
   return true;
+}
+
+bool LegalHolidays::WasAskedForLast(int year) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return latest_ == year;
 }
 
 bool LegalHolidays::IsKnown(int year) {

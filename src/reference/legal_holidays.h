@@ -8,7 +8,7 @@
 
 #include "frame/gate.h"
 #include "frame/stamp.h"
-#include "request/json.h"
+#include "json/json.h"
 
 namespace reference {
 
@@ -35,13 +35,14 @@ class LegalHolidays {
   /// may be of another year than the machine's.
   void AskIfMissing() noexcept;
 
-  /// Whether the server's date is of another year than the one that was asked for last.
-  [[nodiscard]] bool YearHasChanged() noexcept;
+  /// The same, but only if that year is another one than was asked for last: for looks that come often.
+  void FollowYear() noexcept;
 
  private:
   void AskFor(int year);
   bool Take(int year, frame::Stamp stamp, const HolidayList& holidays);
   [[nodiscard]] bool IsKnown(int year);
+  [[nodiscard]] bool WasAskedForLast(int year);
 
   const frame::CompletionGate& gate_;
   frame::Stamps stamps_;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "request/json.h"
+#include "json/json.h"
 
 namespace reference {
 

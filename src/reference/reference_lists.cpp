@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "json/record_reader.h"
 #include "reference/base_info_table.h"
-#include "request/record_reader.h"
 
 namespace reference {
 namespace {

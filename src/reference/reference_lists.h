@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
+#include "json/json.h"
 #include "reference/stock_common.h"
-#include "request/json.h"
 
 namespace reference {
 

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "frame/stamp.h"
+#include "json/json.h"
 #include "request/fetch_texts.h"
-#include "request/json.h"
 
 namespace request {
 

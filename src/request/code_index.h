@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "json/budget.h"
+
 namespace request {
 
 /// What an index finds a code by. It depends on a secret of this process: a server cannot choose codes that
@@ -83,6 +85,7 @@ class CodeIndex {
   /// What an index takes for each row at most, the hashes of the codes on both sides included.
   static constexpr std::size_t kBytesPerRow =
       2 * kSlotsPerRow * sizeof(Slot) + sizeof(std::uint32_t) + 2 * sizeof(CodeHashes::value_type);
+  static_assert(kBytesPerRow <= json::kIndexBytes);
 
  private:
   static std::size_t Row(std::uint32_t row) { return row == kEnd ? kNone : row; }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "frame/field.h"
-#include "request/json.h"
-#include "request/json_budget.h"
+#include "json/budget.h"
+#include "json/json.h"
 
 namespace request {
 

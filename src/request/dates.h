@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "host/clock.h"
-#include "request/json.h"
-#include "request/numbers.h"
+#include "json/json.h"
+#include "json/numbers.h"
 
 namespace request {
 

@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
+#include "json/record_reader.h"
 #include "quotes/directions.h"
 #include "quotes/presence.h"
 #include "quotes/stock_market_item_table.h"
 #include "quotes/watch_list_order.h"
-#include "request/record_reader.h"
 #include "scripted_host.h"
 
 namespace {

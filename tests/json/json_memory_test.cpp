@@ -10,11 +10,11 @@
 
 #include "charts/stock_mline.h"
 #include "failing_memory.h"
+#include "json/json.h"
+#include "json/record_reader.h"
 #include "json_memory.h"
 #include "quotes/stock_market_item_table.h"
 #include "request/code_index.h"
-#include "request/json.h"
-#include "request/record_reader.h"
 #include "scripted_host.h"
 
 namespace {

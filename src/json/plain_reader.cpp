@@ -1,4 +1,4 @@
-#include "request/plain_json.h"
+#include "json/plain_reader.h"
 
 #include <algorithm>
 #include <array>
@@ -10,8 +10,8 @@
 #include <cstring>
 #include <limits>
 
-#include "request/json_budget.h"
-#include "request/json_text.h"
+#include "json/budget.h"
+#include "json/qt_text.h"
 
 namespace request::json::detail {
 namespace {

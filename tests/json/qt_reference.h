@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "request/json.h"
+#include "json/json.h"
 #include "sanitizers.h"
 
 #if defined(CSM_ADDRESS_SANITIZER)

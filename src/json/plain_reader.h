@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "request/json.h"
+#include "json/json.h"
 
 namespace request::json::detail {
 

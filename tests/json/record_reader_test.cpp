@@ -1,5 +1,5 @@
 // Records from tables: every manner of reading, and what a missing, a strange and a repeated member does.
-#include "request/record_reader.h"
+#include "json/record_reader.h"
 
 #include <gtest/gtest.h>
 

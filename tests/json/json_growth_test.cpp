@@ -5,9 +5,9 @@
 #include <QJsonDocument>
 #include <QJsonParseError>
 
+#include "json/json.h"
 #include "json_memory.h"
 #include "request/answer.h"
-#include "request/json.h"
 #include "sanitizers.h"
 #include "scripted_host.h"
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "request/json_budget.h"
+#include "json/budget.h"
 
 namespace request::json {
 
@@ -232,7 +232,7 @@ class Document {
   Document& operator=(Document&&) noexcept = default;
 
   /// Parses UTF-8. The bytes must outlive the document. Throws `std::bad_alloc` only, when memory is missing;
-  /// of a text that would take more than json_budget.h allows it makes a document that is `TooLarge`.
+  /// of a text that would take more than budget.h allows it makes a document that is `TooLarge`.
   [[nodiscard]] static Document Parse(const char* text, std::size_t length);
 
   /// As `Parse`, but by Qt's parser always, which takes more memory: the reference that the parser of our own

@@ -44,6 +44,9 @@ class Budget {
   std::size_t left_ = kMostRecordMemory;
 };
 
+/// What an index of records by their codes takes for each of them, at most.
+inline constexpr std::size_t kIndexBytes = 60;
+
 /// What the allocator adds to an allocation, at most.
 inline constexpr std::size_t kAllocationOverhead = 24;
 

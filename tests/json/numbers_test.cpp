@@ -1,5 +1,5 @@
 // The hard conversions: every double has one whole number, without undefined behaviour.
-#include "request/numbers.h"
+#include "json/numbers.h"
 
 #include <gtest/gtest.h>
 

@@ -15,11 +15,10 @@
 
 #include "frame/field.h"
 #include "host/calendar.h"
-#include "request/code_index.h"
-#include "request/json.h"
-#include "request/json_budget.h"
-#include "request/numbers.h"
-#include "request/record_table.h"
+#include "json/budget.h"
+#include "json/json.h"
+#include "json/numbers.h"
+#include "json/record_table.h"
 
 namespace request {
 namespace detail {
@@ -190,8 +189,8 @@ class RecordReader {
   };
 
   static constexpr std::size_t kRecordBytes = [] {
-    if constexpr (requires(Record record) { HashOfCode(record.code); }) {
-      return sizeof(Record) + CodeIndex<Record>::kBytesPerRow;
+    if constexpr (requires(Record record) { record.code; }) {
+      return sizeof(Record) + json::kIndexBytes;
     } else {
       return sizeof(Record);
     }

@@ -1,7 +1,7 @@
 // A scanner that goes at least as far as any JSON parser would: it knows strings, brackets and colons, and
 // lets everything else pass. What is no JSON is for the parser to find; where brackets do not match, both
 // stop.
-#include "request/json_text.h"
+#include "json/qt_text.h"
 
 #include <algorithm>
 #include <array>

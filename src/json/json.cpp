@@ -1,4 +1,4 @@
-#include "request/json.h"
+#include "json/json.h"
 
 #include <QByteArray>
 #include <QJsonArray>
@@ -12,8 +12,8 @@
 #include <cstring>
 #include <limits>
 
-#include "request/json_text.h"
-#include "request/plain_json.h"
+#include "json/plain_reader.h"
+#include "json/qt_text.h"
 
 namespace request::json {
 namespace {
