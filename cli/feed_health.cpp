@@ -18,8 +18,14 @@ void FeedHealth::OnUpdate(Clock::time_point now, std::string nothing) {
   failure_.clear();
 }
 
+void FeedHealth::OnChange(Clock::time_point now, std::int64_t server_time) {
+  changed_ = now;
+  changed_server_time_ = server_time;
+}
+
 void FeedHealth::Restart() {
   updated_.reset();
+  changed_.reset();
   nothing_.clear();
   request_failed_ = false;
   failure_.clear();
@@ -74,6 +80,10 @@ FeedReport FeedHealth::Report(Clock::time_point now, stock::MarketStatus phase) 
   }
   if (IsClosed(phase)) {
     return {FeedState::kClosed, "market closed, figures of its last session"};
+  }
+  const bool trades = phase == stock::kMarketMorning || phase == stock::kMarketAfternoon;
+  if (trades && changed_ && now - *changed_ > fresh_for_) {
+    return {FeedState::kUnchanged, "unchanged since " + ClockTime(changed_server_time_)};
   }
   return {FeedState::kLive, "live"};
 }

@@ -15,6 +15,8 @@ namespace cli {
 enum class FeedState {
   kWaiting,  ///< asked, nothing has arrived yet
   kLive,
+  kUnchanged,  ///< the answers come, and have had the same figures in them for a while; the text tells since
+               ///< when
   kStale,  ///< older than they should be, or newer ones were asked for in vain; the text tells age and reason
   kClosed,  ///< the market is closed: figures of its last session
   kEmpty,   ///< the answer arrived and has nothing in it
@@ -38,6 +40,8 @@ class FeedHealth {
 
   /// Something arrived. `nothing` tells a person why there is nothing in it; empty: there is.
   void OnUpdate(Clock::time_point now, std::string nothing = {});
+  /// The figures that arrived last are others than before, and those of `server_time`.
+  void OnChange(Clock::time_point now, std::int64_t server_time);
   /// Something else is asked for from now on: nothing of it has arrived, nothing has failed yet. Counts stay.
   void Restart();
   /// Counts of the feed's endpoint, as they are at this moment.
@@ -59,6 +63,8 @@ class FeedHealth {
   std::chrono::milliseconds fresh_for_;
   std::chrono::milliseconds fresh_when_closed_for_;
   std::optional<Clock::time_point> updated_;
+  std::optional<Clock::time_point> changed_;
+  std::int64_t changed_server_time_ = 0;
   std::string nothing_;
   std::uint64_t failed_ = 0;
   std::uint64_t log_count_ = 0;

@@ -17,6 +17,19 @@ stock_host::EndpointCounters CountersOf(const Feed& feed) {
   return found == counters.endpoints.end() ? stock_host::EndpointCounters() : found->second;
 }
 
+std::pair<std::uint64_t, std::string> FailuresOfHistory() {
+  const std::map<std::string, stock_host::EndpointCounters> endpoints = stock_host::ReadCounters().endpoints;
+  std::pair<std::uint64_t, std::string> failures;
+  for (const char* const name : {"static", "history"}) {
+    const auto found = endpoints.find(name);
+    if (found != endpoints.end() && found->second.failed > 0) {
+      failures.first += found->second.failed;
+      failures.second = Printable(found->second.last_error);
+    }
+  }
+  return failures;
+}
+
 stock::MarketStatus CurrentPhase() {
   return stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime()));
 }
@@ -60,6 +73,9 @@ void LineRun::OnPicture(std::vector<StyledLine> picture) {
   }
   const auto now = FeedHealth::Clock::now();
   health_.OnUpdate(now);
+  if (picture != screen_->picture()) {
+    health_.OnChange(now, common::GetCurrentServerTime());
+  }
   if (IsWanted(now)) {
     shown_ = now;
     screen_->Show(std::move(picture));

@@ -27,6 +27,10 @@ namespace cli {
 /// The counts of the feed's endpoint at this moment.
 [[nodiscard]] stock_host::EndpointCounters CountersOf(const Feed& feed);
 
+/// Failures so far of the requests for files and of history queries, which a series of candles stands on, and
+/// the reason of the latest.
+[[nodiscard]] std::pair<std::uint64_t, std::string> FailuresOfHistory();
+
 /// The phase of the market by the server's clock.
 [[nodiscard]] stock::MarketStatus CurrentPhase();
 

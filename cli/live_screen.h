@@ -44,6 +44,7 @@ class LiveScreen {
              std::function<void()> ask_again);
 
   void Show(std::vector<StyledLine> picture);
+  [[nodiscard]] const std::vector<StyledLine>& picture() const { return picture_; }
   /// Draws everything anew, unless the loop has ended.
   void Draw();
   /// Gives the screen back and leaves the newest picture on the terminal. The last thing to be called.

@@ -97,7 +97,7 @@ void AddSimulationOptions(Form& form, market_server::Options& options) {
             .group = kSimulation});
   form.Add({.name = "--clock",
             .help = "the market's time (China): now, replay, HH:MM[:SS], YYYY-MM-DD HH:MM[:SS] or @SECONDS. "
-                    "Default: now while the market trades, else a replay of the last session",
+                    "Default: now while the market trades, else the last session from 10:30 on",
             .take = Into(options.clock),
             .value = "TIME",
             .group = kSimulation});

@@ -85,7 +85,8 @@ void QueryRun::Fail() {
   const stock_host::EndpointCounters counters = CountersOf(feed_);
   const std::string reason =
       counters.failed > failures_before_ ? Printable(counters.last_error) : session_.log().last();
-  throw std::runtime_error(session_.server_text() + std::string(feed_.endpoint) + " failed: " + reason);
+  throw std::runtime_error(session_.server_text() + ": " + std::string(feed_.endpoint) +
+                           " failed: " + reason);
 }
 
 void QueryRun::Finish(ExitCode code) {

@@ -8,6 +8,8 @@ StyledLine StateLine(const FeedReport& report) {
       return {{"… ", Tone::kDim}, {report.text, Tone::kDim}};
     case FeedState::kLive:
       return {{"* ", Tone::kStrong}, {report.text, Tone::kStrong}};
+    case FeedState::kUnchanged:
+      return {{"= ", Tone::kStrong}, {report.text}};
     case FeedState::kClosed:
     case FeedState::kEmpty:
       return {{"- ", Tone::kDim}, {report.text, Tone::kDim}};

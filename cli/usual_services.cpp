@@ -7,15 +7,21 @@
 #include <string>
 #include <vector>
 
+#include "cli/reference_run.h"
+
 namespace cli {
 namespace {
 
 constexpr std::uint32_t kChange = 4;      // the column of the lists
 constexpr std::uint32_t kDescending = 2;  // and their direction
-constexpr std::uint32_t kRows = 20;
+constexpr std::uint32_t kRows = 100;      // those of a large screen
 constexpr std::uint32_t kToday = 0;
 constexpr int kAllShares = 1;
 constexpr int kIndustries = 1;
+constexpr int kConcepts = 2;
+constexpr int kWeek = 2;
+constexpr int kMonth = 3;
+constexpr int kUnadjusted = 1;
 
 template <class Service>
 Service& Made(Service* service) {
@@ -49,23 +55,26 @@ void UsualServices::Show(Service* service, const Key& key, Polls polls) {
 UsualServices::UsualServices(MainLoop& loop) {
   using Quotes = std::vector<StockMarketItem>;
   IStockCommon& reference = Made(GetStockCommon());
-  reference.Init([this, &loop, &reference](bool ok) {
+  LoadReferenceData(loop, reference, Needs::kLists, [this, &reference](bool ok) {
     if (ok) {
-      loop.Post([this, &reference] { ShowMembersOfAPlate(reference); });
+      ShowMembersOfAPlate(reference);
     }
   });
   Show<std::vector<IndexMarketSummary>>(GetIndexMarket(), std::wstring(), Polls::kByPhase);
   Show<Quotes>(GetStockMarket(), StockRangeRankingTarget{kAllShares, kChange, kDescending, 0, kRows},
                Polls::kInSeconds);
-  Show<Quotes>(GetPlateMarket(), PlateRangeRankingTarget{kIndustries, kChange, kDescending, 0, kRows},
-               Polls::kInSeconds);
+  const RankingTarget top{static_cast<std::int32_t>(kChange), kDescending, kRows};
+  for (const int kind : {kIndustries, kConcepts}) {
+    Show<Quotes>(GetPlateMarket(),
+                 PlateRangeRankingTarget{static_cast<std::uint32_t>(kind), kChange, kDescending, 0, kRows},
+                 Polls::kInSeconds);
+    Show<std::vector<PlateMarketSummary>>(GetPlateRanking(kind, false), top, Polls::kByPhase);
+  }
   Show<std::vector<OptionalMarketItem>>(GetOptionalStockMarket(), SortingTarget{}, Polls::kInSeconds);
-  const RankingTarget top{static_cast<std::int32_t>(kChange)};
   for (const bool five_minutes : {false, true}) {
     Show<std::vector<StockMarketSummary>>(GetStockRanking(kAllShares, five_minutes, false), top,
                                           Polls::kByPhase);
   }
-  Show<std::vector<PlateMarketSummary>>(GetPlateRanking(kIndustries, false), top, Polls::kByPhase);
   const std::wstring stock = L"sh600000";
   Show<StockMarketItem>(GetSingleStockMarket(), stock, Polls::kInSeconds);
   Show<StockMLineData>(GetStockMLine(), stock, Polls::kByPhase);
@@ -75,6 +84,10 @@ UsualServices::UsualServices(MainLoop& loop) {
   Show<std::vector<StrengthRatingItem>>(GetStrengthRating(), kToday, Polls::kByPhase);
   Show<DistributionItem>(GetStockDistribution(), kToday, Polls::kByPhase);
   Show<std::vector<MoneyEffectItem>>(GetMoneyEffect(), kToday, Polls::kByPhase);
+  for (const int period : {kWeek, kMonth}) {
+    Made(GetStockKLine()).FetchKLine(stock.c_str(), period, kUnadjusted, [](const StockKLineData&) {});
+  }
+  GetStockMarket()->FetchStockItems(kChange, kDescending, kAllShares, [](const CodeNameList&) {});
   Made(GetMarginTrade()).FetchMarginTradeInfo();
   Made(GetStockPurchase()).FetchPurchaseInfo();
 }

@@ -47,6 +47,7 @@ void StopParts() {
   StopTasks();
   TheHttpClient().FinishCompletions();
   TheWatchList().Stop();
+  TheHolidays().Close();
 }
 
 bool MakeDirectory(const std::string& directory, const char* what, std::string& error) {

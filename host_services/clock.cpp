@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -17,14 +18,22 @@ constexpr std::int64_t kEarliest = 631152000;   // 1990-01-01
 constexpr std::int64_t kLatest = 4102444800;    // 2100-01-01
 constexpr std::chrono::seconds kSuspension{1};  // shorter ones put no clock in doubt
 
-double WallSeconds() {
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
-
 std::chrono::nanoseconds Read(clockid_t clock) {
   timespec time{};
   clock_gettime(clock, &time);
   return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+MachineClocks ReadMachine() {
+  const std::chrono::nanoseconds elapsed = Read(CLOCK_BOOTTIME);
+  return {std::chrono::duration<double>(Read(CLOCK_REALTIME)).count(),
+          {elapsed, elapsed - Read(CLOCK_MONOTONIC)}};
+}
+
+std::atomic<MachineSource> machine{&ReadMachine};
+
+double WallSeconds() {
+  return machine.load()().wall;
 }
 
 double SecondsBetween(const Moment& earlier, const Moment& later) {
@@ -33,9 +42,12 @@ double SecondsBetween(const Moment& earlier, const Moment& later) {
 
 }  // namespace
 
+void SetMachineSource(MachineSource source) {
+  machine = source != nullptr ? source : &ReadMachine;
+}
+
 Moment Moment::Now() {
-  const std::chrono::nanoseconds elapsed = Read(CLOCK_BOOTTIME);
-  return {elapsed, elapsed - Read(CLOCK_MONOTONIC)};
+  return machine.load()().moment;
 }
 
 bool SuspendedBetween(const Moment& earlier, const Moment& later) {
@@ -128,7 +140,7 @@ std::optional<double> ParseSpeed(const char* text) {
   const char* const end = text + std::strlen(text);
   double speed = 0;
   const auto [at, error] = std::from_chars(text, end, speed, std::chars_format::fixed);
-  if (error != std::errc() || at != end || !(speed >= 0.001 && speed <= 100000)) {
+  if (error != std::errc() || at != end || !(speed == 0 || (speed >= 0.001 && speed <= 100000))) {
     return std::nullopt;
   }
   return speed;

@@ -16,6 +16,16 @@ struct Moment {
   [[nodiscard]] static Moment Now();
 };
 
+/// What the machine's clocks show.
+struct MachineClocks {
+  double wall = 0;  ///< Unix seconds; anybody may have set them
+  Moment moment;
+};
+using MachineSource = MachineClocks (*)();
+
+/// Puts other clocks in place of the machine's; null restores them. For programs that script time.
+void SetMachineSource(MachineSource source);
+
 /// True when the machine was suspended between the two.
 [[nodiscard]] bool SuspendedBetween(const Moment& earlier, const Moment& later);
 
@@ -44,7 +54,7 @@ class ServerClockModel {
   /// latest sample that is far off.
   [[nodiscard]] bool Sure(Moment now);
 
-  /// Seconds of server time in a real second.
+  /// Seconds of server time in a real second; 0: it stands still.
   [[nodiscard]] double Speed();
 
  private:
@@ -67,7 +77,8 @@ class ServerClockModel {
 /// The one that the host contract uses.
 [[nodiscard]] ServerClockModel& ServerClock();
 
-/// The value of an X-Market-Speed header: a number from 0.001 to 100,000; nothing for any other text.
+/// The value of an X-Market-Speed header: a number from 0.001 to 100,000, or 0 for a clock that stands still;
+/// nothing for any other text.
 [[nodiscard]] std::optional<double> ParseSpeed(const char* text);
 
 /// Starts over from the machine's clock.

@@ -84,7 +84,6 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
   const std::lock_guard lock(state.mutex);
   Counters& counters = state.counters;
   EndpointCounters& one = Endpoint(counters, endpoint);
-  counters.under_way -= counters.under_way > 0 ? 1 : 0;
   counters.bytes_received += bytes;
   one.bytes_received += bytes;
   if (error == HttpError::kNone) {
@@ -104,6 +103,12 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
   if (error != HttpError::kInvalid && error != HttpError::kStopped) {
     state.connection = Connection::kFailing;
   }
+}
+
+void CountHandedOver() {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  state.counters.under_way -= state.counters.under_way > 0 ? 1 : 0;
 }
 
 void CountConnections(std::uint64_t opened) {

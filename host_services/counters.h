@@ -12,13 +12,16 @@ namespace stock_host {
 /// Starts over; without a server the connection is none until then.
 void ResetCounters(bool has_server);
 
-/// A request was taken on. Exactly one `CountCompleted` follows.
+/// A request was taken on. Exactly one `CountCompleted` and then one `CountHandedOver` follow.
 void CountStarted(const std::string& endpoint);
 
 /// `reason` names the failure; it is left alone after a success. `at` is the machine's time in Unix seconds,
 /// `took` the time from the request to its end.
 void CountCompleted(const std::string& endpoint, HttpError error, const std::string& reason,
                     std::uint64_t bytes, std::int64_t at, std::chrono::duration<double> took = {});
+
+/// The call-back of a request has returned, or its caller is about to get the answer.
+void CountHandedOver();
 
 void CountConnections(std::uint64_t opened);
 

@@ -67,6 +67,13 @@ void Holidays::Open(const std::string& directory) {
   StoreLater();
 }
 
+void Holidays::Close() {
+  const std::lock_guard lock(mutex_);
+  years_.clear();
+  file_.clear();
+  stored_.clear();
+}
+
 // A line for each year: the year and its holidays.
 std::string Holidays::Encode(const Years& years) {
   std::string lines;

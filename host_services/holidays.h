@@ -27,6 +27,9 @@ class Holidays {
   /// none, with a line in the log. From now on holidays are stored there.
   void Open(const std::string& directory);
 
+  /// Forgets everything: the next run may have another directory, and another server.
+  void Close();
+
  private:
   using Years = std::map<std::chrono::year, Days>;
   [[nodiscard]] static std::string Encode(const Years& years);

@@ -130,6 +130,16 @@ FailureThread& TheFailureThread() {
   return *thread;
 }
 
+// What a call-back thread does with an answer: the request is under way until its call-back is over.
+std::function<void()> HandingOver(HttpClient::Done done, HttpAnswer answer) {
+  return [done = std::move(done), answer = std::move(answer)] {
+    const struct Over {
+      ~Over() { CountHandedOver(); }
+    } over;
+    done(answer);
+  };
+}
+
 }  // namespace
 
 struct HttpClient::Impl {
@@ -296,13 +306,13 @@ class HttpClient::Network {
     CountCompleted(exchange->endpoint, answer.error, answer.reason, answer.body.size(),
                    std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()),
                    Steady::now() - exchange->asked);
-    Done done = std::move(exchange->done);
     if (exchange->wakes_caller) {
-      done(answer);
+      CountHandedOver();
+      exchange->done(answer);
       return;
     }
     // The pool outlives this thread.
-    impl_.completions->Post([done = std::move(done), answer = std::move(answer)] { done(answer); });
+    impl_.completions->Post(HandingOver(std::move(exchange->done), std::move(answer)));
   }
 
   Impl& impl_;
@@ -399,16 +409,18 @@ void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
   }
   CountCompleted(exchange->endpoint, refusal.error, refusal.reason, 0, 0);
   if (wakes_caller) {
+    CountHandedOver();
     done(refusal);
     return;
   }
   {
     const std::lock_guard lock(impl_->mutex);
     if (impl_->running) {
-      impl_->completions->Post([done = std::move(done), refusal] { done(refusal); });
+      impl_->completions->Post(HandingOver(std::move(done), std::move(refusal)));
       return;
     }
   }
+  CountHandedOver();
   TheFailureThread().Post(std::move(done), std::move(refusal));
 }
 

@@ -29,12 +29,8 @@ auto ElementAt(const Elements& elements, std::int64_t time, TimeOf time_of) {
   return after == elements.begin() ? after : std::prev(after);
 }
 
-HttpAnswer NotThere() {
-  HttpAnswer answer;
-  answer.error = HttpError::kStatus;
-  answer.status = 404;
-  answer.reason = "HTTP status 404";
-  return answer;
+bool IsGood(const HttpAnswer& answer) {
+  return answer.error == HttpError::kNone;
 }
 
 }  // namespace
@@ -77,8 +73,10 @@ bool Replayer::Read(const std::string& directory, std::string& error) {
     if (exchange.date >= 0) {
       samples_.push_back({exchange.ended(), exchange.date, exchange.speed});
     }
-    entries_[exchange.request].push_back({exchange.asked, exchange.duration, std::move(exchange.answer),
-                                          reader->body_at(), reader->body_size()});
+    Question question = QuestionOf(exchange.request);
+    Entries& entries = entries_[question.subject];
+    entries.push_back({std::move(question), exchange.asked, exchange.duration, std::move(exchange.answer),
+                       reader->body_at(), reader->body_size()});
   }
   if (damaged > 0) {
     Log(Severity::kWarning,
@@ -114,24 +112,118 @@ std::int64_t Replayer::RecordedTime(Moment now) const {
   return start_ + std::llround(passed);
 }
 
-Replayer::Answer Replayer::AnswerTo(const std::string& url, Moment now) {
-  const std::string request = RequestText(*CurrentAddresses(), url);
-  const auto found = entries_.find(request);
-  if (found == entries_.end()) {
-    if (missed_.size() < kNamedMisses && missed_.insert(request).second) {
-      Log(Severity::kWarning, "replay: never recorded: " + request);
-    }
-    return {NotThere(), {}};
-  }
-  const auto entry =
-      ElementAt(found->second, RecordedTime(now), [](const Entry& candidate) { return candidate.asked; });
-  Answer given{entry->answer,
+Replayer::Answer Replayer::Given(const Entry& entry) const {
+  Answer given{entry.answer,
                std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                   std::chrono::duration<double, std::micro>(static_cast<double>(entry->duration) / speed_))};
-  if (!ReadAt(file_.get(), entry->body_at, entry->body_size, given.answer.body)) {
+                   std::chrono::duration<double, std::micro>(static_cast<double>(entry.duration) / speed_))};
+  if (!ReadAt(file_.get(), entry.body_at, entry.body_size, given.answer.body)) {
     given.answer = {HttpError::kIncomplete, "the record cannot be read", 0, {}};
   }
   return given;
+}
+
+Replayer::Answer Replayer::NeverRecorded(const std::string& what) {
+  if (missed_.size() < kNamedMisses && missed_.insert(what).second) {
+    Log(Severity::kWarning, "replay: never recorded: " + what);
+  }
+  return {{HttpError::kStatus, "never recorded", 404, {}}, {}};
+}
+
+// A list or series that ended within what was recorded of it has nothing more to give.
+bool Replayer::Covers(Entry& entry, const Question& asked) const {
+  const Question& recorded = entry.question;
+  if (recorded == asked) {
+    return true;
+  }
+  if (recorded.part != asked.part || recorded.part == Question::Part::kAll || !IsGood(entry.answer) ||
+      recorded.first > asked.first) {
+    return false;
+  }
+  if (recorded.end >= asked.end) {
+    return true;
+  }
+  if (!entry.rows) {
+    entry.rows = CountRows(recorded, Given(entry).answer.body).value_or(recorded.end);
+  }
+  return *entry.rows < recorded.end - recorded.first;
+}
+
+// Each symbol from the newest answer that was asked for it.
+Replayer::Answer Replayer::AnswerForSymbols(const Entries& entries, const Question& asked,
+                                            std::int64_t time) {
+  std::vector<std::string> symbols;
+  std::vector<const Entry*> chosen;
+  std::string missing;
+  for (const std::string& symbol : asked.symbols) {
+    std::vector<const Entry*> having;
+    for (const Entry& entry : entries) {
+      const std::vector<std::string>& recorded = entry.question.symbols;
+      if (std::find(recorded.begin(), recorded.end(), symbol) != recorded.end()) {
+        having.push_back(&entry);
+      }
+    }
+    if (having.empty()) {
+      missing += " " + symbol;
+      continue;
+    }
+    symbols.push_back(symbol);
+    chosen.push_back(*ElementAt(having, time, [](const Entry* candidate) { return candidate->asked; }));
+  }
+  if (chosen.empty()) {
+    return NeverRecorded(asked.subject + missing);
+  }
+  if (!missing.empty()) {
+    static_cast<void>(NeverRecorded(asked.subject + missing));
+  }
+  const auto failed =
+      std::find_if(chosen.begin(), chosen.end(), [](const Entry* entry) { return !IsGood(entry->answer); });
+  if (failed != chosen.end() || chosen.front()->question == asked) {
+    return Given(failed != chosen.end() ? **failed : *chosen.front());
+  }
+  std::map<const Entry*, Answer> given;
+  std::vector<const std::string*> bodies;
+  for (const Entry* const entry : chosen) {
+    const auto [found, is_new] = given.try_emplace(entry);
+    if (is_new) {
+      found->second = Given(*entry);
+    }
+    bodies.push_back(&found->second.answer.body);
+  }
+  Answer answer = given.at(chosen.front());
+  if (auto body = PutTogether(symbols, bodies)) {
+    answer.answer.body = *std::move(body);
+  }
+  return answer;
+}
+
+Replayer::Answer Replayer::AnswerTo(const std::string& url, Moment now) {
+  const std::string request = RequestText(*CurrentAddresses(), url);
+  const Question asked = QuestionOf(request);
+  const std::int64_t time = RecordedTime(now);
+  const auto found = entries_.find(asked.subject);
+  if (found == entries_.end()) {
+    return NeverRecorded(request);
+  }
+  if (asked.part == Question::Part::kSymbols) {
+    return AnswerForSymbols(found->second, asked, time);
+  }
+  std::vector<const Entry*> covering;
+  for (Entry& entry : found->second) {
+    if (Covers(entry, asked)) {
+      covering.push_back(&entry);
+    }
+  }
+  if (covering.empty()) {
+    return NeverRecorded(request);
+  }
+  const Entry& entry = **ElementAt(covering, time, [](const Entry* candidate) { return candidate->asked; });
+  Answer answer = Given(entry);
+  if (entry.question != asked && IsGood(answer.answer)) {
+    if (auto body = CutOut(entry.question, asked, answer.answer.body)) {
+      answer.answer.body = *std::move(body);
+    }
+  }
+  return answer;
 }
 
 void Replayer::Teach(ServerClockModel& clock, Moment now) const {
@@ -141,11 +233,8 @@ void Replayer::Teach(ServerClockModel& clock, Moment now) const {
   const std::int64_t time = RecordedTime(now);
   const auto sample = ElementAt(samples_, time, [](const Sample& candidate) { return candidate.at; });
   const double passed = std::max(0.0, static_cast<double>(time - sample->at) / 1e6);
-  // A clock that stood still is announced by 0, which is no speed that a clock can follow.
-  const double ran = sample->speed == "0" ? 0 : ParseSpeed(sample->speed.c_str()).value_or(1);
-  const double followed = ParseSpeed(sample->speed.c_str()).value_or(1);
-  (void)clock.Learn(sample->date + static_cast<std::int64_t>(std::floor(passed * ran)), followed * speed_,
-                    now);
+  const double ran = ParseSpeed(sample->speed.c_str()).value_or(1);
+  (void)clock.Learn(sample->date + static_cast<std::int64_t>(std::floor(passed * ran)), ran * speed_, now);
 }
 
 double Replayer::start() const {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "clock.h"
 #include "descriptor.h"
 #include "http.h"
+#include "question.h"
 
 namespace stock_host {
 
@@ -34,9 +36,10 @@ class Replayer {
     HttpAnswer answer;
     std::chrono::steady_clock::duration after{};  ///< how long it takes
   };
-  /// What the request, asked at `now`, is answered: the latest recorded answer to the same request that was
-  /// asked at or before this moment of the recorded time, else the first. One that was never recorded gets
-  /// status 404 and, once, a line in the log.
+  /// What the request, asked at `now`, is answered: the latest recorded answer to the same question that was
+  /// asked at or before this moment of the recorded time, else the first. The question counts, not its
+  /// wording (question.h): fewer rows, or fewer symbols, than were recorded are taken out of what was. What
+  /// was never recorded gets status 404 and, once, a line in the log.
   [[nodiscard]] Answer AnswerTo(const std::string& url, Moment now);
 
   /// Tells `clock` what the recorded Date headers say of this moment.
@@ -47,12 +50,15 @@ class Replayer {
 
  private:
   struct Entry {
+    Question question;
     std::int64_t asked = 0;
     std::int64_t duration = 0;
     HttpAnswer answer;  // its body is in the file
     std::int64_t body_at = 0;
     std::size_t body_size = 0;
+    std::optional<std::int64_t> rows{};  // of the answer; nothing until they were counted
   };
+  using Entries = std::vector<Entry>;  // of one subject, in the order of their times
   struct Sample {
     std::int64_t at = 0;
     std::int64_t date = 0;
@@ -62,11 +68,15 @@ class Replayer {
   Replayer(Descriptor file, double speed) : file_(std::move(file)), speed_(speed) {}
   [[nodiscard]] bool Read(const std::string& directory, std::string& error);
   [[nodiscard]] std::int64_t RecordedTime(Moment now) const;
+  [[nodiscard]] Answer Given(const Entry& entry) const;
+  [[nodiscard]] Answer NeverRecorded(const std::string& what);
+  [[nodiscard]] bool Covers(Entry& entry, const Question& asked) const;
+  [[nodiscard]] Answer AnswerForSymbols(const Entries& entries, const Question& asked, std::int64_t time);
 
   const Descriptor file_;
   const double speed_;
-  std::map<std::string, std::vector<Entry>> entries_;  // by request, in the order of their times
-  std::vector<Sample> samples_;                        // in the order of their times
+  std::map<std::string, Entries> entries_;  // by subject
+  std::vector<Sample> samples_;             // in the order of their times
   std::int64_t start_ = 0;
   Moment begun_;
   std::set<std::string> missed_;

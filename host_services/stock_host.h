@@ -30,8 +30,9 @@ struct Settings {
   std::string record_directory;
   /// Requests are answered from the record in this directory and nothing is sent; addresses, key and proxy do
   /// not matter. The recorded time begins at the record's start with `Start`; a request gets the latest
-  /// answer recorded at or before its moment, else the first, after the time that this one took; one that was
-  /// never recorded gets status 404. The server's clock follows the recorded Date headers.
+  /// answer to its question recorded at or before its moment, else the first, after the time that this one
+  /// took; fewer rows or symbols than were recorded are taken out of what was. What was never recorded gets
+  /// status 404. The server's clock follows the recorded Date headers.
   std::string replay_directory;
   double replay_speed = 1;         ///< seconds of recorded time in a second, 0.001 to 100,000
   bool log_to_stderr = false;      ///< the log goes to standard error as well
@@ -94,7 +95,7 @@ struct Counters {
   std::uint64_t requests = 0;                         ///< completed or under way
   std::uint64_t succeeded = 0;                        ///< complete, with status 200
   std::uint64_t failed = 0;                           ///< all others that have ended; `failures` says of what
-  std::uint64_t under_way = 0;                        ///< at this moment
+  std::uint64_t under_way = 0;                        ///< at this moment; a call-back that runs still counts
   std::uint64_t bytes_received = 0;                   ///< of bodies, unpacked
   std::uint64_t connections = 0;                      ///< opened; a reused one counts once
   std::uint64_t recorded = 0;                         ///< exchanges written to `Settings::record_directory`
@@ -113,7 +114,7 @@ struct Counters {
 struct ServerClockState {
   bool known = false;  ///< an answer has told it since the start
   double ahead = 0;    ///< seconds before the machine's clock, to about a second; negative: behind it
-  double speed = 1;    ///< seconds of the server's clock in a second
+  double speed = 1;    ///< seconds of the server's clock in a second; 0: it stands still
 };
 [[nodiscard]] STOCK_HOST_API ServerClockState ReadServerClock();
 

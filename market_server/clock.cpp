@@ -13,6 +13,7 @@ namespace {
 
 constexpr int kAuction = 9 * 3600 + 15 * 60;
 constexpr int kOpen = 9 * 3600 + 30 * 60;
+constexpr int kUnderWay = 10 * 3600 + 30 * 60;  // charts and counts have something to show
 constexpr int kClose = 15 * 3600;
 
 double RealNow() {
@@ -84,7 +85,8 @@ double ParseClock(std::string_view text, double now) {
   };
   if (text.empty() && trading && second >= kAuction && second < kClose) return now;
   if (text.empty() || text == "replay") {
-    return at(trading && second >= kClose ? today : model::PreviousTradingDay(today), kOpen);
+    return at(trading && second >= kClose ? today : model::PreviousTradingDay(today),
+              text.empty() ? kUnderWay : kOpen);
   }
   if (Take(text, '@')) {
     std::int64_t seconds = 0;

@@ -33,7 +33,7 @@ struct Options {
   std::uint64_t seed = 1;          ///< equal seed, scenario and instant give equal answers
 
   /// The server's clock, China time (UTC+8) whatever TZ says:
-  ///   ""                          the real time while the market trades, else a replay of the last session
+  ///   ""                          the real time while the market trades, else the last session from 10:30 on
   ///   "now"                       the real time
   ///   "replay"                    the last finished session, from 09:30:00 on
   ///   "HH:MM[:SS]"                that time of today, or of the last trading day when today is none

@@ -15,6 +15,7 @@
 #include "cli/format/csv.h"
 #include "cli/format/figures.h"
 #include "cli/format/record_json.h"
+#include "cli/line_run.h"
 #include "cli/plot/candle_chart.h"
 #include "cli/plot_options.h"
 #include "cli/query_run.h"
@@ -64,6 +65,7 @@ class KLineQuery {
     if (service == nullptr) {
       throw std::runtime_error("the service of candles cannot be made");
     }
+    failures_before_ = FailuresOfHistory().first;
     service->FetchKLine(
         security_.code.c_str(), options_.period, options_.adjustment, [this](const StockKLineData& data) {
           run_.loop().Post([this, data, time = common::GetCurrentServerTime()] { Show(data, time); });
@@ -71,6 +73,11 @@ class KLineQuery {
   }
 
   void Show(const StockKLineData& data, std::int64_t time) {
+    // Today's candle alone is no series: with a week or a month before it, it would be another one.
+    const auto [failures, reason] = FailuresOfHistory();
+    if (data.candles.size() == 1 && failures > failures_before_) {
+      throw std::runtime_error(NoPastText(security_, reason));
+    }
     const std::vector<KLineCandle> candles = Chosen(data);
     if (options_.query.json) {
       run_.output().WriteLine(JsonLine(data, candles, time));
@@ -163,6 +170,7 @@ class KLineQuery {
   const KLineOptions& options_;
   QueryRun run_;
   Security security_;
+  std::uint64_t failures_before_ = 0;
 };
 
 }  // namespace

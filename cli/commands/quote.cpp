@@ -11,6 +11,7 @@
 
 #include "c_stock_market.h"
 #include "cli/follow.h"
+#include "cli/format/price_limits.h"
 #include "cli/format/quote_sheet.h"
 #include "cli/format/quote_tables.h"
 #include "cli/format/record_json.h"
@@ -47,7 +48,7 @@ std::string JsonLine(const QuoteDelivery& delivery) {
   json.BeginObject();
   json.Key("symbol_type");
   json.Value(static_cast<std::int32_t>(delivery.data.symbol_type));
-  WriteMembers(json, kSingleQuoteTable, delivery.data);
+  WriteMembers(json, kSingleQuoteTable, WithLimitsOfBoard(delivery.data));
   json.EndObject();
   json.EndArray();
   json.EndObject();

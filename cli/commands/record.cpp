@@ -15,6 +15,7 @@
 #include "cli/options.h"
 #include "cli/output.h"
 #include "cli/reference_run.h"
+#include "cli/screen/live_run.h"
 #include "cli/session.h"
 #include "cli/usual_services.h"
 #include "host_services/stock_host.h"
@@ -23,7 +24,8 @@ namespace cli {
 namespace {
 
 constexpr const char* kExamples = R"(Examples:
-  csm record DIR                              all services with their usual keys, until Ctrl-C
+  csm record DIR                              on a terminal: the live screen, and what it shows
+  csm record DIR | cat                        elsewhere: all services with their usual keys, until Ctrl-C
   csm record DIR --for 600 --server URL       ten minutes of a real server
   csm record DIR index --count 5              what one command asks
   csm index --replay DIR                      and once more, without a server
@@ -96,7 +98,13 @@ int RecordCommand(const std::vector<std::string>& command) {
 int Record(const RecordOptions& options) {
   RecordSessions(options.directory);
   int code = kFine;
-  if (options.command.empty()) {
+  if (options.command.empty() && CanShowLiveScreen()) {
+    WatchOptions live;
+    live.session = options.session;
+    live.seconds = options.seconds;
+    live.interval = options.interval;
+    code = RunLiveScreen(live);
+  } else if (options.command.empty()) {
     RecordUsualServices(options);
   } else {
     code = RecordCommand(options.command);

@@ -53,6 +53,10 @@ std::string NoCandlesText(const Security& security) {
   return "there are no candles of " + NameText(security) + ": it has not traded yet, or the server has none";
 }
 
+std::string NoPastText(const Security& security, const std::string& reason) {
+  return "the candles of " + NameText(security) + " before today could not be loaded: " + reason;
+}
+
 std::string NameText(const Security& security) {
   return Printable(security.code) + " " + Printable(security.name);
 }

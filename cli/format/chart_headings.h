@@ -29,6 +29,9 @@ namespace cli {
 /// What is said about a security without candles.
 [[nodiscard]] std::string NoCandlesText(const Security& security);
 
+/// What is said when the days before today could not be had.
+[[nodiscard]] std::string NoPastText(const Security& security, const std::string& reason);
+
 /// "sh600000 浦发银行".
 [[nodiscard]] std::string NameText(const Security& security);
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/format/figures.h"
+#include "cli/format/price_limits.h"
 #include "cli/format/quote_tables.h"
 #include "cli/format/record_rows.h"
 
@@ -193,7 +194,8 @@ std::vector<StyledLine> BookLines(const StockMarketItem& quote) {
   return lines;
 }
 
-std::vector<StyledLine> QuoteSheet(const StockMarketItem& quote) {
+std::vector<StyledLine> QuoteSheet(const StockMarketItem& delivered) {
+  const StockMarketItem quote = WithLimitsOfBoard(delivered);
   const Figures figures = FiguresOf(quote);
   std::vector<StyledLine> lines =
       SideBySide(SideBySide(figures.prices, figures.trade, kGap), figures.beside, kGap);
@@ -201,7 +203,8 @@ std::vector<StyledLine> QuoteSheet(const StockMarketItem& quote) {
   return lines;
 }
 
-std::vector<StyledLine> NarrowQuoteSheet(const StockMarketItem& quote) {
+std::vector<StyledLine> NarrowQuoteSheet(const StockMarketItem& delivered) {
+  const StockMarketItem quote = WithLimitsOfBoard(delivered);
   const Figures figures = FiguresOf(quote);
   std::vector<StyledLine> lines = {NameLine(quote), PriceLine(quote)};
   AddStatus(lines.front(), quote);

@@ -15,6 +15,8 @@ namespace cli {
 struct Cell {
   std::string text;
   Tone tone = Tone::kPlain;
+
+  bool operator==(const Cell&) const = default;
 };
 
 /// Cells side by side, without anything between them.

@@ -44,6 +44,8 @@ class FeedPanelCourse : public Panel {
   void SetFeed(const Feed& feed) { feed_ = feed; }
   /// Something of this key has arrived; `nothing` as `FeedHealth` has it.
   void OnArrival(Clock::time_point at, std::string nothing);
+  /// What arrived has other figures in it than what came before.
+  void OnChange(Clock::time_point at, std::int64_t server_time) { health_.OnChange(at, server_time); }
   /// Another key: nothing of it is there yet. Asks for it if the panel is shown.
   void Begin();
   /// There is nothing to ask for; `why` tells a person the reason.
@@ -162,6 +164,9 @@ class FeedPanel : public FeedPanelCourse {
   void OnDelivery(const Delivery<Data>& delivery) {
     if (!key_ || !IsWanted(delivery.data)) {
       return;
+    }
+    if (!newest_ || !(newest_->data == delivery.data)) {
+      OnChange(delivery.at, delivery.server_time);
     }
     newest_ = delivery;
     OnArrival(delivery.at, WhyEmpty(delivery));

@@ -81,6 +81,9 @@ IndexBar::IndexBar(MainLoop& loop, Session& session, std::chrono::milliseconds i
     : loop_(loop), session_(session), redraw_(std::move(redraw)), health_(interval, kByPhase) {
   index_view_ = std::make_unique<Subscription<IIndexMarket, Indices>>(
       Made(GetIndexMarket(), kIndexFeed), loop_, [this](const Delivery<Indices>& delivery) {
+        if (!has_data_ || indices_ != delivery.data) {
+          health_.OnChange(delivery.at, delivery.server_time);
+        }
         indices_ = delivery.data;
         has_data_ = true;
         health_.OnUpdate(delivery.at);

@@ -107,6 +107,12 @@ void Screen::Refresh() {
 }
 
 void Screen::OnInterval(stock::MarketStatus phase) {
+  const stock::MarketStatus before = std::exchange(phase_, phase);
+  const bool is_new = before != phase && before != stock::kMarketUnknown;
+  if (std::exchange(asks_once_more_, is_new) || is_new) {
+    Refresh();
+    return;
+  }
   if (IsClosed(phase)) {
     return;
   }

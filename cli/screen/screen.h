@@ -48,7 +48,8 @@ class Screen {
   void Select(const Security& security);
   void OnKey(const Key& key);
   /// Asks for new data of all that is seen, as at the screen's interval: `phase` decides whether anything new
-  /// is to be expected, and panels whose service polls in seconds are left alone.
+  /// is to be expected, and panels whose service polls in seconds are left alone. At a change of phase
+  /// everything is asked for, and once more an interval later: the figures of the close come with it.
   void OnInterval(stock::MarketStatus phase);
   /// A line for the person at the screen. It stands until the next key.
   void Tell(std::string text) { told_ = std::move(text); }
@@ -85,6 +86,8 @@ class Screen {
   std::optional<Finder> finder_;
   bool helps_ = false;
   std::string told_;
+  stock::MarketStatus phase_ = stock::kMarketUnknown;  // at the latest interval
+  bool asks_once_more_ = false;
 };
 
 }  // namespace cli

@@ -11,8 +11,9 @@
 namespace reference {
 namespace {
 
-constexpr std::int64_t kGetterPause = 60'000;        // milliseconds
-constexpr std::int64_t kPlatesAtHandPause = 30'000;  // milliseconds
+constexpr std::int64_t kGetterPause = 60'000;  // milliseconds
+constexpr std::int64_t kPlatesAtHandPause = 30'000;
+constexpr std::int64_t kLongestWaitInVain = 1000;
 
 using Lock = std::lock_guard<std::mutex>;
 
@@ -26,6 +27,10 @@ bool IsWithin(std::int64_t pause, const std::optional<std::int64_t>& moment) {
 
 HeldLists::LoadNumber HeldLists::Begin(ListName list) {
   const Lock lock(mutex_);
+  return BeginLocked(list);
+}
+
+HeldLists::LoadNumber HeldLists::BeginLocked(ListName list) {
   ++Of(list).under_way;
   return ++latest_;
 }
@@ -35,8 +40,10 @@ bool HeldLists::Finish(ListName list, LoadNumber number, const ListAnswer& answe
   const Lock lock(mutex_);
   Loads& loads = Of(list);
   --loads.under_way;
-  loads.fruitless.reset();
-  if (!ok || !IsHeldLocked(list)) {
+  if (ok && IsHeldLocked(list)) {
+    loads.fruitless.reset();
+    loads.waited_in_vain = 0;
+  } else {
     loads.fruitless = frame::SteadyMilliseconds();
   }
   return ok;
@@ -52,83 +59,101 @@ bool HeldLists::Take(ListName list, LoadNumber number, const ListAnswer& answer)
   if (!checked) {
     return false;
   }
-  // A load before 09:14 leaves the date as it is, so that the list is loaded once more after it.
-  const bool is_final = ListsFinalTime(answer.asked) <= answer.asked;
-  const std::uint32_t date = is_final ? common::TimeToDate(answer.asked) : 0;
-  Fresh fresh = Read(list, checked);  // frees what was replaced, after the lock
-  const Lock lock(mutex_);
-  Loads& loads = Of(list);
-  if (number < loads.newest) {
-    return true;
+  // What was replaced is freed with what was read, after the lock.
+  switch (list) {
+    case ListName::kStocks: {
+      auto fresh = std::make_unique<const StockLists>(ReadStockLists(checked.Root()));
+      Swap(list, number, answer.asked, [&] {
+        const StockLists& held = stocks_.Get();
+        // Kept: equal counts are taken to mean an unchanged list.
+        if (fresh->shanghai.size() != held.shanghai.size() ||
+            fresh->shenzhen.size() != held.shenzhen.size()) {
+          fresh = stocks_.Replace(std::move(fresh));
+        }
+      });
+      break;
+    }
+    case ListName::kPlates: {
+      auto fresh = std::make_unique<const PlateLists>(ReadPlateLists(checked.Root()));
+      Swap(list, number, answer.asked, [&] { fresh = plates_.Replace(std::move(fresh)); });
+      break;
+    }
+    case ListName::kIndices: {
+      IndexLists fresh = ReadIndexLists(checked.DataObject());
+      Swap(list, number, answer.asked, [&] {
+        for (const auto& [came, held] : {std::pair(&fresh.shanghai, &shanghai_indices_),
+                                         std::pair(&fresh.shenzhen, &shenzhen_indices_)}) {
+          // Kept: the same of each index list by itself.
+          if (*came && (*came)->size() != held->Get().size()) {
+            static_cast<void>(held->Replace(std::make_unique<const BaseInfoList>(std::move(**came))));
+          }
+        }
+      });
+      break;
+    }
+    case ListName::kPlatesOfStocks: {
+      auto fresh = std::make_shared<const PlateMembership>(ReadPlateMembership(checked.DataObject()));
+      Swap(list, number, answer.asked, [&] { plates_of_stocks_.swap(fresh); });
+      break;
+    }
   }
-  std::visit([this](auto& lists) { SwapLocked(lists); }, fresh);
-  loads.newest = number;
-  loads.date = is_final ? date : loads.date;
   return true;
 }
 
-HeldLists::Fresh HeldLists::Read(ListName list, const request::Answer& answer) {
-  switch (list) {
-    case ListName::kStocks:
-      return std::make_unique<const StockLists>(ReadStockLists(answer.Root()));
-    case ListName::kPlates:
-      return std::make_unique<const PlateLists>(ReadPlateLists(answer.Root()));
-    case ListName::kIndices:
-      return ReadIndexLists(answer.DataObject());
-    default:
-      return std::make_shared<const PlateMembership>(ReadPlateMembership(answer.DataObject()));
+template <class Put>
+void HeldLists::Swap(ListName list, LoadNumber number, std::int64_t asked, Put put) {
+  // A load before 09:14 leaves the date as it is, so that the list is loaded once more after it.
+  const std::uint32_t date = ListsFinalTime(asked) <= asked ? common::TimeToDate(asked) : 0;
+  const Lock lock(mutex_);
+  Loads& loads = Of(list);
+  if (number >= loads.newest) {
+    put();
+    loads.newest = number;
+    loads.date = date != 0 ? date : loads.date;
   }
-}
-
-void HeldLists::SwapLocked(std::unique_ptr<const StockLists>& fresh) {
-  const StockLists& held = stocks_.Get();
-  // Kept: equal counts are taken to mean an unchanged list.
-  if (fresh->shanghai.size() != held.shanghai.size() || fresh->shenzhen.size() != held.shenzhen.size()) {
-    fresh = stocks_.Replace(std::move(fresh));
-  }
-}
-
-void HeldLists::SwapLocked(std::unique_ptr<const PlateLists>& fresh) {
-  fresh = plates_.Replace(std::move(fresh));
-}
-
-void HeldLists::SwapLocked(IndexLists& fresh) {
-  auto lists = std::make_unique<HeldIndices>(indices_.Get());
-  for (auto [came, held] :
-       {std::pair(&fresh.shanghai, &lists->shanghai), std::pair(&fresh.shenzhen, &lists->shenzhen)}) {
-    // Kept: equal counts are taken to mean an unchanged list.
-    if (*came && (*came)->size() != held->size()) {
-      held->swap(**came);
-    }
-  }
-  static_cast<void>(indices_.Replace(std::move(lists)));
-}
-
-void HeldLists::SwapLocked(std::shared_ptr<const PlateMembership>& fresh) {
-  plates_of_stocks_.swap(fresh);
 }
 
 // --- What is held ---
 
-void HeldLists::Want(ListName list) noexcept {
-  if (Succeeds([&] { return MustLoad(list); })) {
-    Load(list);
-  }
+Attempt HeldLists::AttemptFor(ListName list) noexcept {
+  Attempt attempt = Attempt::kNone;
+  const bool known = Succeeds([&] {
+    std::uint32_t date = 0;
+    {
+      const Lock lock(mutex_);
+      const Loads& loads = Of(list);
+      if (!IsHeldLocked(list)) {
+        attempt = Attempt::kWait;
+        return true;
+      }
+      if (list != ListName::kStocks || IsWithin(kGetterPause, loads.fruitless)) {
+        return true;
+      }
+      date = loads.date;
+    }
+    if (ListIsStale(date)) {
+      const Lock lock(mutex_);
+      Loads& loads = Of(list);
+      if (loads.waited_in_vain < kLongestWaitInVain) {
+        attempt = Attempt::kWait;
+      } else if (!IsWithin(kGetterPause, loads.fruitless)) {
+        attempt = Attempt::kInTask;
+        loads.fruitless = frame::SteadyMilliseconds();  // until it is answered
+      }
+    }
+    return true;
+  });
+  return known ? attempt : Attempt::kNone;
 }
 
-bool HeldLists::MustLoad(ListName list) {
-  std::uint32_t date = 0;
-  {
-    const Lock lock(mutex_);
-    if (!IsHeldLocked(list)) {
-      return true;
-    }
-    if (list != ListName::kStocks || IsWithin(kGetterPause, Of(list).fruitless)) {
-      return false;
-    }
-    date = Of(list).date;
+void HeldLists::LoadAndWait(ListName list) noexcept {
+  const std::int64_t begin = frame::SteadyMilliseconds();
+  Load(list);
+  const std::int64_t waited = frame::SteadyMilliseconds() - begin;
+  const Lock lock(mutex_);
+  if (Of(list).fruitless) {
+    Of(list).waited_in_vain += waited;
   }
-  return ListIsStale(date);
 }
 
 bool HeldLists::AnyIsDue() {
@@ -170,7 +195,7 @@ const BaseInfoList& HeldLists::Plates(int kind) {
 
 const BaseInfoList& HeldLists::Indices(int kind) {
   const Lock lock(mutex_);
-  return kind == 2 ? indices_.Get().shenzhen : indices_.Get().shanghai;
+  return (kind == 2 ? shenzhen_indices_ : shanghai_indices_).Get();
 }
 
 std::shared_ptr<const PlateMembership> HeldLists::PlatesOfStocks() {
@@ -183,12 +208,11 @@ std::shared_ptr<const PlateMembership> HeldLists::PlatesAtHand() {
   LoadNumber number = 0;
   {
     const Lock lock(mutex_);
-    Loads& loads = Of(kTable);
+    const Loads& loads = Of(kTable);
     if (IsHeldLocked(kTable) || loads.under_way > 0 || IsWithin(kPlatesAtHandPause, loads.fruitless)) {
       return plates_of_stocks_;
     }
-    ++loads.under_way;
-    number = ++latest_;
+    number = BeginLocked(kTable);
   }
   Finish(kTable, number, AskForList(kTable));
   return PlatesOfStocks();
@@ -202,7 +226,7 @@ bool HeldLists::IsHeldLocked(ListName list) const {
     case ListName::kPlates:
       return !plates_.Get().kind1.empty();
     case ListName::kIndices:
-      return !indices_.Get().shanghai.empty();
+      return !shanghai_indices_.Get().empty();
     default:
       return !plates_of_stocks_->empty();
   }

@@ -1,5 +1,5 @@
 // The lists that are held, and their loads. One load asks for one list and replaces it as a whole; what is
-// held answers every look-up, and is loaded first when it is missing or old. Thread-safe.
+// held answers every look-up. Thread-safe.
 #pragma once
 
 #include <array>
@@ -8,7 +8,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <variant>
 
 #include "reference/generations.h"
 #include "reference/list_request.h"
@@ -17,10 +16,11 @@
 
 namespace reference {
 
-struct HeldIndices {
-  BaseInfoList shanghai, shenzhen;
-
-  bool operator==(const HeldIndices&) const = default;
+/// What a look-up does before it answers.
+enum class Attempt {
+  kNone,   ///< nothing: what is held is good enough
+  kWait,   ///< loads the list and waits for it
+  kInTask  ///< has it loaded by somebody else, and answers from what is held
 };
 
 class HeldLists {
@@ -35,9 +35,13 @@ class HeldLists {
   /// A whole load in the caller's thread.
   bool Load(ListName list) noexcept;
 
-  /// Loads a list that is not held, and the stock list also when it is not of this morning. An old stock list
-  /// is kept for a minute after a failed attempt, whoever made it.
-  void Want(ListName list) noexcept;
+  /// The attempt that a look-up makes: for a list that is not held, and for the stock list also when it is
+  /// not of this morning. An old stock list is kept for a minute after a fruitless attempt, whoever made it;
+  /// and once look-ups have waited in vain for a second in all, none waits again until a load succeeds.
+  [[nodiscard]] Attempt AttemptFor(ListName list) noexcept;
+
+  /// The load of a look-up that waits.
+  void LoadAndWait(ListName list) noexcept;
 
   // Look-ups; they load nothing. A reference stays readable until eight other lists have replaced it.
   [[nodiscard]] const BaseInfoList& Stocks(int kind);
@@ -63,21 +67,15 @@ class HeldLists {
     LoadNumber newest = 0;   // of those whose answer was taken
     int under_way = 0;
     std::optional<std::int64_t> fruitless;  // when the last one ended, if it failed or brought nothing
+    std::int64_t waited_in_vain = 0;        // milliseconds, by look-ups since the last one that was not
   };
 
-  // A whole answer, ready to be put in the place of what is held.
-  using Fresh = std::variant<std::unique_ptr<const StockLists>, std::unique_ptr<const PlateLists>, IndexLists,
-                             std::shared_ptr<const PlateMembership>>;
-
   bool Take(ListName list, LoadNumber number, const ListAnswer& answer);
-  [[nodiscard]] static Fresh Read(ListName list, const request::Answer& answer);
-  void SwapLocked(std::unique_ptr<const StockLists>& fresh);
-  void SwapLocked(std::unique_ptr<const PlateLists>& fresh);
-  void SwapLocked(IndexLists& fresh);
-  void SwapLocked(std::shared_ptr<const PlateMembership>& fresh);
-  [[nodiscard]] bool MustLoad(ListName list);
+  template <class Put>
+  void Swap(ListName list, LoadNumber number, std::int64_t asked, Put put);
 
   [[nodiscard]] Loads& Of(ListName list) { return loads_[static_cast<std::size_t>(list)]; }
+  [[nodiscard]] LoadNumber BeginLocked(ListName list);
   [[nodiscard]] bool IsHeldLocked(ListName list) const;
 
   std::mutex mutex_;  // guards the members below
@@ -85,7 +83,7 @@ class HeldLists {
   LoadNumber latest_ = 0;
   Generations<StockLists> stocks_;
   Generations<PlateLists> plates_;
-  Generations<HeldIndices> indices_;
+  Generations<BaseInfoList> shanghai_indices_, shenzhen_indices_;
   std::shared_ptr<const PlateMembership> plates_of_stocks_ =
       std::make_shared<const PlateMembership>();  // never null
 };

@@ -68,12 +68,13 @@ void LegalHolidays::AskIfMissing() noexcept {
   }));
 }
 
-bool LegalHolidays::YearHasChanged() noexcept {
-  return Succeeds([this] {
-    const int year = YearNow();
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return year != latest_;
-  });
+void LegalHolidays::FollowYear() noexcept {
+  static_cast<void>(Succeeds([this] {
+    if (!WasAskedForLast(YearNow())) {
+      AskIfMissing();
+    }
+    return true;
+  }));
 }
 
 void LegalHolidays::AskFor(int year) {
@@ -84,26 +85,37 @@ void LegalHolidays::AskFor(int year) {
   request::Ask(
       {request::Fetch::kLegalHolidays, gate_}, [year] { return request::TradeDateUrl(year); },
       [](const request::Answer& answer) { return ReadHolidays(answer.DataList()); },
-      [this, year](const HolidayList& holidays) { return Succeeds([&] { return Take(year, holidays); }); });
+      [this, year, stamp = stamps_.Next()](const HolidayList& holidays) {
+        return Succeeds([&] { return Take(year, stamp, holidays); });
+      });
 }
 
 // False is a failure that nothing was written about yet.
-bool LegalHolidays::Take(int year, const HolidayList& holidays) {
+bool LegalHolidays::Take(int year, frame::Stamp stamp, const HolidayList& holidays) {
   if (holidays.without_date > 0) {
     WriteProgramLogNoMask(L"StockCommon::InitLegalHolidays Elements Without Date: %d", holidays.without_date);
     if (holidays.days.empty()) {
       return true;
     }
   }
-  pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
   const std::lock_guard<std::mutex> lock(mutex_);
-  years_.insert(year);
+  frame::Stamp& told = years_[year];
+  if (frame::MayFollow(stamp, told)) {
+    pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
+    told = stamp;
+  }
   return true;
+}
+
+bool LegalHolidays::WasAskedForLast(int year) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return latest_ == year;
 }
 
 bool LegalHolidays::IsKnown(int year) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return years_.count(year) > 0;
+  const auto found = years_.find(year);
+  return found != years_.end() && found->second != 0;
 }
 
 }  // namespace reference

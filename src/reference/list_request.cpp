@@ -1,6 +1,5 @@
 #include "reference/list_request.h"
 
-#include <cstddef>
 #include <string>
 
 #include "host/clock.h"
@@ -17,16 +16,19 @@ struct Endpoint {
   request::Fetch fetch;
 };
 
-// In the order of the names.
-constexpr std::array<Endpoint, kListNames.size()> kEndpoints = {{
-    {&request::BasicInfoUrl, request::Fetch::kBaseInfo},
-    {&request::PlateListUrl, request::Fetch::kPlateList},
-    {&request::IndexListUrl, request::Fetch::kIndexList},
-    {[] { return request::StockInPlatesUrl(kIndustryPlates); }, request::Fetch::kStockInPlates},
-}};
-
-const Endpoint& EndpointOf(ListName list) {
-  return kEndpoints[static_cast<std::size_t>(list)];
+Endpoint EndpointOf(ListName list) {
+  using request::Fetch;
+  switch (list) {
+    case ListName::kStocks:
+      return {&request::BasicInfoUrl, Fetch::kBaseInfo};
+    case ListName::kPlates:
+      return {&request::PlateListUrl, Fetch::kPlateList};
+    case ListName::kIndices:
+      return {&request::IndexListUrl, Fetch::kIndexList};
+    case ListName::kPlatesOfStocks:
+      break;
+  }
+  return {[] { return request::StockInPlatesUrl(kIndustryPlates); }, Fetch::kStockInPlates};
 }
 
 }  // namespace

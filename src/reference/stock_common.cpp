@@ -17,24 +17,36 @@ CStockCommon::~CStockCommon() {
   }
 }
 
+// One spelling of "held, else load" for all look-ups.
+void CStockCommon::BringUpToDate(ListName list) {
+  switch (lists_.AttemptFor(list)) {
+    case Attempt::kNone:
+      return;
+    case Attempt::kWait:
+      return lists_.LoadAndWait(list);
+    case Attempt::kInTask:
+      static_cast<void>(QueueLoad(list, [](bool) {}));
+  }
+}
+
 const std::vector<BaseInfoItem>& CStockCommon::GetStockList(int kind) {
-  lists_.Want(ListName::kStocks);
+  BringUpToDate(ListName::kStocks);
   return lists_.Stocks(kind);
 }
 
 const std::vector<BaseInfoItem>& CStockCommon::GetPlateList(int kind) {
-  lists_.Want(ListName::kPlates);
+  BringUpToDate(ListName::kPlates);
   return lists_.Plates(kind);
 }
 
 const std::vector<BaseInfoItem>& CStockCommon::GetIndexList(int kind) {
-  lists_.Want(ListName::kIndices);
+  BringUpToDate(ListName::kIndices);
   return lists_.Indices(kind);
 }
 
 bool CStockCommon::GetPlatesOfStock(const std::wstring& symbol,
                                     std::vector<std::pair<std::wstring, std::wstring>>& out) {
-  lists_.Want(ListName::kPlatesOfStocks);
+  BringUpToDate(ListName::kPlatesOfStocks);
   out.clear();
   const bool found = Succeeds([&] {
     const auto table = lists_.PlatesOfStocks();

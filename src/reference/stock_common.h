@@ -33,7 +33,9 @@ struct KLineMetaInfo {
 /// - Threads: every operation may be called from any thread. An operation that finds its list empty, or the
 ///   stock list not loaded since 09:14 today, first asks the server in the caller's thread and so may block
 ///   for seconds. An old stock list is good for a minute after an attempt that failed, whoever made it; then
-///   the server is asked again.
+///   the server is asked again. Once the look-ups of an old list have waited in vain for a second in all, a
+///   task of the host asks, and nobody waits, until the list has come: a silent server costs a user interface
+///   nine seconds at most, however long it is silent.
 /// - Failure: a failed load leaves the lists as they were; a look-up never fails and never throws, it finds
 ///   nothing. An empty list means that nothing could be loaded.
 /// - Lists: the getters hand out references to what is held. Copy at once: a later load replaces it.

@@ -21,7 +21,8 @@ bool CStockCommon::RunRound() {
   if (!planned) {
     return waits_.For(kWaitWithoutPlan);
   }
-  if (!waits_.Planned(round.seconds)) {
+  // The server's time, when it is learned or corrected during the wait, may be of another year.
+  if (!waits_.Planned(round.seconds, [this] { holidays_.FollowYear(); })) {
     return false;
   }
   // The wait may have lasted a night, or the lists may be those of a start before 09:14.

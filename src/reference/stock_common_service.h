@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -68,9 +69,15 @@ class CStockCommon : public IStockCommon {
   void Stop() { waits_.Stop(); }
 
  private:
+  void BringUpToDate(ListName list);
+
+  // Work on the task pool. What waits for the server runs outside the gate and without the object. Nothing is
+  // sent, and `done` is not called, once the service has ended; false when the pool takes no task.
+  using Done = std::function<void(bool ok)>;
+  [[nodiscard]] bool QueueLoad(ListName list, Done done) noexcept;
+  [[nodiscard]] bool QueueMetadataCheck(Done done) noexcept;
+
   // Start
-  void AddLoad(ListName list, StartCount::Number start);
-  void AddMetadataCheck(StartCount::Number start);
   void Monitor(StartCount::Number start, const boost::function<void(bool)>& done);
   void Conclude(StartCount::Number start, bool ok) noexcept;
 

@@ -25,11 +25,17 @@ void CStockCommon::Init(const boost::function<void(bool)>& done) {
   if (!start) {
     return;
   }
+  const Done count = [this, number = *start](bool ok) { start_.Count(number, ok); };
+  const auto counted = [&](bool queued) {
+    if (!queued) {
+      count(false);
+    }
+  };
   for (const ListName list : {ListName::kStocks, ListName::kPlates, ListName::kIndices}) {
-    AddLoad(list, *start);
+    counted(QueueLoad(list, count));
   }
-  AddMetadataCheck(*start);
-  AddLoad(ListName::kPlatesOfStocks, *start);
+  counted(QueueMetadataCheck(count));
+  counted(QueueLoad(ListName::kPlatesOfStocks, count));
   if (!IsQueued([&] { return gate_.Guard([this, start, done] { Monitor(*start, done); }); })) {
     Conclude(*start, false);
     if (done) {
@@ -38,13 +44,13 @@ void CStockCommon::Init(const boost::function<void(bool)>& done) {
   }
 }
 
-void CStockCommon::AddLoad(ListName list, StartCount::Number start) {
-  const bool queued = IsQueued([&] {
+bool CStockCommon::QueueLoad(ListName list, Done done) noexcept {
+  return IsQueued([&] {
     // No number when the gate is closed: nothing is sent then.
     auto begin = gate_.Guard(
         [this, list](std::optional<HeldLists::LoadNumber>& number) { number = lists_.Begin(list); });
-    auto finish = gate_.Guard([this, list, start](HeldLists::LoadNumber number, const ListAnswer& answer) {
-      start_.Count(start, lists_.Finish(list, number, answer));
+    auto finish = gate_.Guard([this, list, done](HeldLists::LoadNumber number, const ListAnswer& answer) {
+      done(lists_.Finish(list, number, answer));
     });
     return [list, begin, finish]() mutable {
       std::optional<HeldLists::LoadNumber> number;
@@ -54,18 +60,15 @@ void CStockCommon::AddLoad(ListName list, StartCount::Number start) {
       }
     };
   });
-  if (!queued) {
-    start_.Count(start, false);
-  }
 }
 
-void CStockCommon::AddMetadataCheck(StartCount::Number start) {
-  const bool queued = IsQueued([&] {
+bool CStockCommon::QueueMetadataCheck(Done done) noexcept {
+  return IsQueued([&] {
     // Nothing when the gate is closed: the check is no longer wanted.
     auto read_held = gate_.Guard([this](std::optional<std::string>& held) { held = metadata_.Version(); });
-    auto finish = gate_.Guard([this, start](MetadataCheck check) {
+    auto finish = gate_.Guard([this, done](MetadataCheck check) {
       metadata_.Replace(std::move(check.loaded));
-      start_.Count(start, check.ok);
+      done(check.ok);
     });
     return [read_held, finish]() mutable {
       finish(CheckMetadata([&read_held] {
@@ -75,9 +78,6 @@ void CStockCommon::AddMetadataCheck(StartCount::Number start) {
       }));
     };
   });
-  if (!queued) {
-    start_.Count(start, false);
-  }
 }
 
 void CStockCommon::Monitor(StartCount::Number start, const boost::function<void(bool)>& done) {
@@ -90,8 +90,10 @@ void CStockCommon::Monitor(StartCount::Number start, const boost::function<void(
   }
   const bool ok = step == StartCount::Step::kSucceeded;
   // The loads have brought the server's time. It may be of another year than the machine's.
-  if (ok || holidays_.YearHasChanged()) {
+  if (ok) {
     holidays_.AskIfMissing();
+  } else {
+    holidays_.FollowYear();
   }
   struct AtTheEnd {
     CStockCommon& service;

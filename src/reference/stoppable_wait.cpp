@@ -19,11 +19,14 @@ bool StoppableWait::For(std::int64_t milliseconds) {
   return false;
 }
 
-bool StoppableWait::Planned(int seconds) {
+bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
   const frame::PlannedWait wait(seconds);
   while (!wait.IsOver()) {
     if (!For(wait.ToNextLook().count())) {
       return false;
+    }
+    if (look) {
+      look();
     }
   }
   return !IsStopped();

@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 
 namespace reference {
@@ -13,9 +14,9 @@ class StoppableWait {
   /// Waits so long. False, at once, when the waits are stopped.
   bool For(std::int64_t milliseconds);
 
-  /// Waits so many seconds, or until the server's clock has reached that moment if it does so sooner. False,
-  /// at once, when the waits are stopped.
-  bool Planned(int seconds);
+  /// Waits so many seconds, or until the server's clock has reached that moment if it does so sooner. About
+  /// once a second, when it looks at that clock, it calls `look`. False, at once, when the waits are stopped.
+  bool Planned(int seconds, const std::function<void()>& look = {});
 
   /// Ends the waits under way and those to come.
   void Stop();

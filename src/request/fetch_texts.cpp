@@ -18,38 +18,72 @@
 namespace request {
 namespace {
 
-constexpr std::array kTexts = {
-    CSM_LINES("IndexMarket::FetchIndexMarkets"),
-    CSM_LINES("StockMarket::FetchStockMarkets"),
-    CSM_LINES("StockMarket::FetchStockItems"),
-    CSM_LINES("SingleStockMarket::FetchStockMarket"),
-    CSM_LINES("OptionalStockMarket::FetchStockMarkets"),
-    CSM_LINES("PlateMarket::FetchPlateMarkets"),
-    CSM_LINES("PlateMarket::FetchPlateItems"),
-    CSM_LINES("PlateStockMarket::FetchStockMarkets"),
-    CSM_LINES("StockRanking::FetchStockRanking"),
-    CSM_LINES("PlateRanking::FetchPlateRanking"),
-    CSM_LINES("StockMLine::FetchMLine"),
-    CSM_LINES("StockMLine::FetchHistoryMLine"),
-    CSM_LINES("StockKLine::FetchKLine"),
-    CSM_LINES("StockUnusualEvent::FetchUnusualEvent"),
-    CSM_LINES("StockInOut::FetchStockInOutInfo"),
-    CSM_LINES("StrengthRating::FetchStrengthRating"),
-    CSM_LINES("StockDistribution::FetchDistribution"),
-    CSM_LINES("MoneyEffect::FetchMoneyEffect"),
-    CSM_LINES("CMarginTrade::FetchMarginTradeInfo"),
-    CSM_LINES("CStockPurchase::FetchPurchaseInfo"),
-    CSM_LINES("StockCommon::InitLegalHolidays"),
-    CSM_LOAD_LINES("StockCommon::InitBaseInfo", "StockCommon::InitBaseInfoItems"),
-    CSM_LOAD_LINES("StockCommon::InitIndexItem", "StockCommon::InitIndexItemList"),
-    CSM_LOAD_LINES("StockCommon::InitPlateItem", "StockCommon::InitPlateItemList"),
-    CSM_LOAD_LINES("StockCommon::InitStockInPlates", "StockCommon::InitStockInPlates"),
-    // Kept: the version fetch writes the lines of the membership load.
-    CSM_LOAD_LINES("StockCommon::InitStockInPlates", "StockCommon::InitStockInPlates"),
-    FetchTexts{nullptr, nullptr, L"StockCommon::ParseComplexTypeCount Json Parse Error Code: %d"},
+constexpr int kQuick = 3;  // seconds
+constexpr int kUsual = 30;
+constexpr int kHolidays = 8;
+
+struct Entry {
+  Fetch fetch;
+  int seconds;
+  FetchTexts texts;
 };
 
-static_assert(kTexts.size() == static_cast<std::size_t>(Fetch::kPackageCounts) + 1, "one entry per fetch");
+constexpr std::array kEntries = {
+    Entry{Fetch::kIndexQuotes, kQuick, CSM_LINES("IndexMarket::FetchIndexMarkets")},
+    Entry{Fetch::kStockQuotes, kUsual, CSM_LINES("StockMarket::FetchStockMarkets")},
+    Entry{Fetch::kStockItems, kUsual, CSM_LINES("StockMarket::FetchStockItems")},
+    Entry{Fetch::kSingleStock, kUsual, CSM_LINES("SingleStockMarket::FetchStockMarket")},
+    Entry{Fetch::kOptionalStocks, kUsual, CSM_LINES("OptionalStockMarket::FetchStockMarkets")},
+    Entry{Fetch::kPlateQuotes, kUsual, CSM_LINES("PlateMarket::FetchPlateMarkets")},
+    Entry{Fetch::kPlateItems, kUsual, CSM_LINES("PlateMarket::FetchPlateItems")},
+    Entry{Fetch::kPlateStocks, kUsual, CSM_LINES("PlateStockMarket::FetchStockMarkets")},
+    Entry{Fetch::kStockRanking, kUsual, CSM_LINES("StockRanking::FetchStockRanking")},
+    Entry{Fetch::kPlateRanking, kUsual, CSM_LINES("PlateRanking::FetchPlateRanking")},
+    Entry{Fetch::kMinuteLine, kUsual, CSM_LINES("StockMLine::FetchMLine")},
+    Entry{Fetch::kHistoryMinuteLine, kUsual, CSM_LINES("StockMLine::FetchHistoryMLine")},
+    Entry{Fetch::kKLine, kUsual, CSM_LINES("StockKLine::FetchKLine")},
+    Entry{Fetch::kUnusualEvents, kUsual, CSM_LINES("StockUnusualEvent::FetchUnusualEvent")},
+    Entry{Fetch::kStockInOut, kUsual, CSM_LINES("StockInOut::FetchStockInOutInfo")},
+    Entry{Fetch::kStrengthRating, kQuick, CSM_LINES("StrengthRating::FetchStrengthRating")},
+    Entry{Fetch::kDistribution, kQuick, CSM_LINES("StockDistribution::FetchDistribution")},
+    Entry{Fetch::kMoneyEffect, kQuick, CSM_LINES("MoneyEffect::FetchMoneyEffect")},
+    Entry{Fetch::kMarginTrade, kUsual, CSM_LINES("CMarginTrade::FetchMarginTradeInfo")},
+    Entry{Fetch::kStockPurchase, kUsual, CSM_LINES("CStockPurchase::FetchPurchaseInfo")},
+    Entry{Fetch::kLegalHolidays, kHolidays, CSM_LINES("StockCommon::InitLegalHolidays")},
+    Entry{Fetch::kBaseInfo, kUsual,
+          CSM_LOAD_LINES("StockCommon::InitBaseInfo", "StockCommon::InitBaseInfoItems")},
+    Entry{Fetch::kIndexList, kUsual,
+          CSM_LOAD_LINES("StockCommon::InitIndexItem", "StockCommon::InitIndexItemList")},
+    Entry{Fetch::kPlateList, kUsual,
+          CSM_LOAD_LINES("StockCommon::InitPlateItem", "StockCommon::InitPlateItemList")},
+    Entry{Fetch::kStockInPlates, kUsual,
+          CSM_LOAD_LINES("StockCommon::InitStockInPlates", "StockCommon::InitStockInPlates")},
+    // Kept: the version fetch writes the lines of the membership load.
+    Entry{Fetch::kMetadataVersion, kUsual,
+          CSM_LOAD_LINES("StockCommon::InitStockInPlates", "StockCommon::InitStockInPlates")},
+    Entry{Fetch::kPackageCounts,
+          kUsual,
+          {nullptr, nullptr, L"StockCommon::ParseComplexTypeCount Json Parse Error Code: %d"}},
+};
+
+constexpr const Entry* Find(Fetch fetch) {
+  for (const Entry& entry : kEntries) {
+    if (entry.fetch == fetch) {
+      return &entry;
+    }
+  }
+  return nullptr;
+}
+
+constexpr bool EveryFetchIsThere() {
+  for (int fetch = 0; fetch <= static_cast<int>(Fetch::kPackageCounts); ++fetch) {
+    if (Find(static_cast<Fetch>(fetch)) == nullptr) {
+      return false;
+    }
+  }
+  return kEntries.size() == static_cast<std::size_t>(Fetch::kPackageCounts) + 1;
+}
+static_assert(EveryFetchIsThere(), "one entry for each fetch");
 
 constexpr unsigned kAllOnes = 0xFFFFFFFFU;
 
@@ -64,24 +98,11 @@ void Write(Line line) noexcept {
 }  // namespace
 
 const FetchTexts& TextsOf(Fetch fetch) {
-  return kTexts[static_cast<std::size_t>(fetch)];
+  return Find(fetch)->texts;
 }
 
 int SecondsOf(Fetch fetch) {
-  constexpr int kQuick = 3;
-  constexpr int kUsual = 30;
-  constexpr int kHolidays = 8;
-  switch (fetch) {
-    case Fetch::kIndexQuotes:
-    case Fetch::kStrengthRating:
-    case Fetch::kDistribution:
-    case Fetch::kMoneyEffect:
-      return kQuick;
-    case Fetch::kLegalHolidays:
-      return kHolidays;
-    default:
-      return kUsual;
-  }
+  return Find(fetch)->seconds;
 }
 
 bool ParsesIncomplete(Fetch fetch) {

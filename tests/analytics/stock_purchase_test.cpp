@@ -1,10 +1,12 @@
 // New issues: twelve fields, in the order of the answer.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <limits>
 #include <list>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "analytics/stock_purchase.h"
 #include "recording_observer.h"
@@ -95,6 +97,27 @@ TEST_F(Purchase, isToldToAllInTheOrderOfAttachment) {
   EXPECT_EQ(order, "32");
   service->Detach(&second);
   service->Detach(&third);
+}
+
+TEST_F(Purchase, waitsAtItsEndForAnAnswerThatIsBeingTold) {
+  std::atomic<bool> inside{false}, ending{false}, ended{false};
+  RecordingObserver<Issues> slow([&](const Issues& issues) {
+    inside = true;
+    while (!ending) std::this_thread::yield();
+    for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
+    EXPECT_EQ(issues.size(), 1U) << "the list is there until the call returns";
+    ended = true;
+  });
+  service->Detach(&view);
+  service->Attach(&slow);
+  host.Expect(Script(kPath).OnWorker(1, Answer::Body(R"({"data":{"list":[{"code":"603001"}]}})")));
+  service->FetchPurchaseInfo();
+  while (!inside) std::this_thread::yield();
+  ending = true;
+  service.reset();
+  EXPECT_TRUE(ended);
+  host.Settle();
+  service.reset(analytics::MakeStockPurchase());
 }
 
 TEST_F(Purchase, dropsAnAnswerThatComesAfterItsEnd) {

@@ -43,6 +43,26 @@ TEST(FeedHealth, isStaleAfterTwoIntervalsAndASecond) {
   EXPECT_EQ(report.text, "stale, 7 s old");
 }
 
+// A feed that stood still was called live.
+TEST(FeedHealth, figuresThatStandStillAreUnchangedSinceTheirTime) {
+  constexpr std::int64_t kHalfPastTen = 1710469800;  // 2024-03-15 10:30:00 in China
+  FeedHealth health(seconds(3));
+  health.OnUpdate(kStart);
+  health.OnChange(kStart, kHalfPastTen);
+  health.OnUpdate(kStart + seconds(6));
+  EXPECT_EQ(health.Report(kStart + seconds(7), kOpen).text, "live");
+  health.OnUpdate(kStart + seconds(9));
+  const FeedReport report = health.Report(kStart + seconds(10), kOpen);
+  EXPECT_EQ(report.state, FeedState::kUnchanged);
+  EXPECT_EQ(report.text, "unchanged since 10:30:00");
+  for (const auto phase : {stock::kMarketPreparing, stock::kMarketCallAuction, stock::kMarketLunchBreak}) {
+    EXPECT_EQ(health.Report(kStart + seconds(10), phase).text, "live");
+  }
+  health.OnChange(kStart + seconds(12), kHalfPastTen + 12);
+  health.OnUpdate(kStart + seconds(12));
+  EXPECT_EQ(health.Report(kStart + seconds(13), kOpen).text, "live");
+}
+
 TEST(FeedHealth, saysWhyTheDataAreStale) {
   FeedHealth health(seconds(3));
   health.OnUpdate(kStart);

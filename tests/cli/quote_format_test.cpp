@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/format/price_limits.h"
 #include "cli/format/quote_rows.h"
 #include "cli/format/quote_sheet.h"
 #include "cli/list_options.h"
@@ -65,6 +66,64 @@ StockMarketItem Stock() {
     quote.bid_volumes[level] = {static_cast<std::uint32_t>(100 * (level + 1)), true, 0};
   }
   return quote;
+}
+
+// The module derives a tenth for all of them.
+StockMarketItem StockOf(const wchar_t* code, const wchar_t* name, double preclose) {
+  StockMarketItem quote;
+  quote.code = code;
+  quote.name = name;
+  quote.preclose = {preclose, true};
+  quote.limit_up = {preclose * 1.1, true};
+  quote.limit_down = {preclose * 0.9, true};
+  return quote;
+}
+
+// A price of +13 % stood beside a limit of +10 %.
+TEST(PriceLimits, areThoseOfTheBoard) {
+  struct Case {
+    const wchar_t* code;
+    const wchar_t* name;
+    double preclose;
+    double up;
+    double down;
+  };
+  for (const Case& one : {Case{L"sh600000", L"浦发银行", 9.99, 10.99, 8.99},
+                          {L"sz002594", L"比亚迪", 3.35, 3.69, 3.02},
+                          {L"sz300750", L"宁德时代", 9.99, 11.99, 7.99},
+                          {L"sz301001", L"凯淳股份", 10, 12, 8},
+                          {L"sh688981", L"中芯国际", 50.05, 60.06, 40.04},
+                          {L"sh600001", L"ST某某", 4.05, 4.25, 3.85},
+                          {L"sz000002", L"*ST某某", 2, 2.1, 1.9}}) {
+    const StockMarketItem quote = WithLimitsOfBoard(StockOf(one.code, one.name, one.preclose));
+    ASSERT_TRUE(quote.limit_up.present && quote.limit_down.present);
+    EXPECT_NEAR(quote.limit_up.value, one.up, 1e-9) << one.preclose;
+    EXPECT_NEAR(quote.limit_down.value, one.down, 1e-9) << one.preclose;
+  }
+}
+
+TEST(PriceLimits, areAbsentOnTheFirstDays) {
+  StockMarketItem fresh = StockOf(L"sh601234", L"某某", 10);
+  fresh.status = static_cast<stock::StockStatus>(5);
+  for (const StockMarketItem& quote :
+       {fresh, StockOf(L"sh688001", L"N某某", 10), StockOf(L"sh688001", L"C某某", 10)}) {
+    EXPECT_FALSE(WithLimitsOfBoard(quote).limit_up.present);
+    EXPECT_FALSE(WithLimitsOfBoard(quote).limit_down.present);
+  }
+}
+
+TEST(PriceLimits, areNotKnownWhenAPriceLiesBeyond) {
+  StockMarketItem quote = StockOf(L"sh600000", L"某某", 10);
+  quote.high = {11, true};
+  quote.last = {10.5, true, 0};
+  EXPECT_TRUE(WithLimitsOfBoard(quote).limit_up.present);
+  quote.high = {11.01, true};
+  EXPECT_FALSE(WithLimitsOfBoard(quote).limit_up.present);
+  EXPECT_FALSE(WithLimitsOfBoard(quote).limit_down.present);
+}
+
+TEST(PriceLimits, ofAnIndexAreNone) {
+  EXPECT_FALSE(WithLimitsOfBoard(StockMarketItem()).limit_up.present);
 }
 
 TEST(BookLines, haveTheOffersAboveTheBids) {

@@ -208,12 +208,28 @@ TEST_F(ScreenTest, asksAtItsIntervalOnlyWhileTheMarketIsOpenAndOnlyWhoDoesNotAsk
   screen_->Resize({80, 24});
   Type(U"2");
   TakeCalls();
-  for (const auto phase : {stock::kMarketNotOpened, stock::kMarketClosed}) {
-    screen_->OnInterval(phase);
-    EXPECT_EQ(TakeCalls(), Calls());
-  }
+  screen_->OnInterval(stock::kMarketClosed);
+  EXPECT_EQ(TakeCalls(), Calls());
+  screen_->OnInterval(stock::kMarketMorning);
+  TakeCalls();
+  screen_->OnInterval(stock::kMarketMorning);
+  TakeCalls();
   screen_->OnInterval(stock::kMarketMorning);
   EXPECT_EQ(TakeCalls(), Calls({"line refresh", "refresh"}));
+}
+
+// The header kept the value of some second before the close.
+TEST_F(ScreenTest, asksForEverythingWhenThePhaseChangesAndOnceMore) {
+  screen_->Resize({80, 24});
+  Type(U"2");
+  screen_->OnInterval(stock::kMarketAfternoon);
+  TakeCalls();
+  for (int interval = 0; interval < 2; ++interval) {
+    screen_->OnInterval(stock::kMarketClosed);
+    EXPECT_EQ(TakeCalls(), Calls({"quote refresh", "line refresh", "refresh"})) << interval;
+  }
+  screen_->OnInterval(stock::kMarketClosed);
+  EXPECT_EQ(TakeCalls(), Calls());
 }
 
 TEST_F(ScreenTest, givesKeysToThePanelThatHasThem) {

@@ -7,10 +7,12 @@
 #include <iterator>
 #include <regex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "child_process.h"
 #include "market_server/market_server.h"
+#include "screen_reader.h"
 
 namespace tests {
 namespace {
@@ -102,8 +104,15 @@ TEST_F(CsmRecord, theUsualServicesServeTheUsualCommands) {
   for (const Arguments& command : {Arguments{"index", "--json", "--count", "1"},
                                    {"lists", "stocks", "--json"},
                                    {"board", "--json", "--count", "1"},
+                                   {"board", "--rows", "2:7", "--json", "--count", "1"},
                                    {"plates", "--json", "--count", "1"},
+                                   {"plates", "--kind", "concept", "--json", "--count", "1"},
                                    {"rank", "stocks", "--json", "--count", "1"},
+                                   {"rank", "plates", "--kind", "concept", "--json", "--count", "1"},
+                                   {"quote", "sh000001", "--json", "--count", "1"},
+                                   {"events", "--json"},
+                                   {"kline", "sh600000", "--period", "week", "--json"},
+                                   {"kline", "sh600000", "--period", "month", "--json"},
                                    {"mline", "sh600000", "--json"}}) {
     const std::string from_market = Data(RunCsm(OfServer(command), kKey));
     EXPECT_EQ(Data(RunCsm(Replaying(command))), from_market) << command.front();
@@ -145,7 +154,50 @@ TEST_F(CsmRecord, whatWasNeverRecordedFails) {
   EXPECT_EQ(ended.code, 1);
   EXPECT_NE(ended.errors.find("cannot load the reference data from the record in"), std::string::npos)
       << ended.errors;
-  EXPECT_NE(ended.errors.find("404"), std::string::npos) << ended.errors;
+  EXPECT_NE(ended.errors.find("never recorded"), std::string::npos) << ended.errors;
+}
+
+// One candle, that of today, was printed for all weeks.
+TEST_F(CsmRecord, aSeriesWhosePastWasNeverRecordedFails) {
+  ASSERT_EQ(RunCsm(Joined({"record", record_, "kline", "sh600000", "--csv"}, kStill)).code, 0);
+  const Ended days = RunCsm({"kline", "sh600000", "--last", "5", "--csv", "--replay", record_});
+  EXPECT_EQ(days.code, 0) << days.errors;
+  EXPECT_EQ(LinesOf(days.output).size(), 6U) << days.output;
+  const Ended weeks = RunCsm({"kline", "sh600000", "--period", "week", "--replay", record_});
+  EXPECT_EQ(weeks.code, 1);
+  EXPECT_EQ(weeks.output, "");
+  EXPECT_NE(weeks.errors.find("before today could not be loaded: never recorded"), std::string::npos)
+      << weeks.errors;
+}
+
+// The time stamps of a market that stands still went on.
+TEST_F(CsmRecord, aMarketThatStandsStillHasOneTime) {
+  const Ended ended = RunCsm(Joined({"index", "--json", "--count", "12", "--interval", "0.2"}, kStill));
+  ASSERT_EQ(ended.code, 0) << ended.errors;
+  for (const std::string& line : LinesOf(ended.output)) {
+    EXPECT_NE(line.find(R"("time":"2024-03-15T10:30:00+08:00")"), std::string::npos) << line;
+  }
+}
+
+// The first page of the replay was answered by 404: it had another size than what was recorded.
+TEST_F(CsmRecord, theScreenIsRecordedAndShownAgain) {
+  const auto screen_of = [](const Arguments& arguments) {
+    ChildProcess csm(Csm(arguments), {}, ChildProcess::Around::kTerminal);
+    ScreenReader reader(100, 30);
+    std::size_t read = 0;
+    const auto is_complete = [&] {
+      reader.Read(std::string_view(csm.output()).substr(read));
+      read = csm.output().size();
+      return reader.Text().find("bid5") != std::string::npos;
+    };
+    EXPECT_TRUE(csm.ReadUntil(is_complete, std::chrono::seconds(60))) << reader.Text();
+    std::vector<std::string> rows = reader.Rows();
+    csm.Type("q");
+    EXPECT_EQ(csm.Wait(), 0);
+    return std::vector<std::string>(rows.begin() + 3, rows.begin() + 26);  // board and quote
+  };
+  const std::vector<std::string> recorded = screen_of(Joined({"record", record_}, kStill));
+  EXPECT_EQ(screen_of({"--replay", record_}), recorded);
 }
 
 // Refusals counted as exchanges, and the recording as a success.

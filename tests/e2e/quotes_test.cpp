@@ -483,28 +483,17 @@ class MinuteOfTrading : public QuotesTest {
   static constexpr int kSteps = 20;
   static constexpr int kSecondsAStep = 3;  // the market ticks so
 
-  // Every answer was told, or dropped because a newer one had been: then it stays as it is.
-  template <class View>
-  static bool AllHaveCome(const View& view, const std::string& path) {
-    const auto all_told = [&] { return view.Count() == Requests(path); };
-    const auto quiet = [&] { return stock_host::ReadCounters().under_way == 0; };
-    const std::size_t told = view.Count();
-    if (all_told() || !quiet()) return all_told();
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    return quiet() && view.Count() == told;
-  }
-
   // Shows a view the market of every third second and expects of each record the movement since the one
   // before, computed from the market's two states. The polling thread may ask as well: its answers are
   // records like others.
   template <class Service, class Key, class Data>
-  void Follow(Service* service, const Key& key, const std::string& path, const Telling<Data>& telling) {
+  void Follow(Service* service, const Key& key, const Telling<Data>& telling) {
     View<Service, Data> shown(service, key);
     RecordingObserver<Data>& view = shown.observer();
     std::vector<Data> states;
     for (int step = 0; step <= kSteps; ++step) {
       // No answer is under way that was made before the clock moves and might come after it.
-      ASSERT_TRUE(AwaitTrue([&] { return AllHaveCome(view, path); })) << "step " << step;
+      ASSERT_TRUE(AwaitTrue([] { return stock_host::ReadCounters().under_way == 0; })) << "step " << step;
       MoveTo(start_ + step * kSecondsAStep);
       states.push_back(telling.of(*board_));
       const std::size_t told = view.Count();
@@ -583,7 +572,7 @@ TEST_F(MinuteOfTrading, isToldByABoard) {
     rows.resize(kRows);
     return Each(rows, expected::TradedRow);
   };
-  Follow(GetStockMarket(), StockRangeRankingTarget{1, kByChange, kDescending, 0, kRows}, "/pc/rt/get",
+  Follow(GetStockMarket(), StockRangeRankingTarget{1, kByChange, kDescending, 0, kRows},
          Telling<Board>{of, ListAfter<Board>, StillList<Board>});
 }
 
@@ -615,7 +604,7 @@ TEST_F(MinuteOfTrading, isToldByAStockAndItsBook) {
     item.limit_up = item.limit_down = item.avg_price = {};
     return item;
   };
-  Follow(GetSingleStockMarket(), expected::Wide(code), "/pc/rt/stock_detail_list",
+  Follow(GetSingleStockMarket(), expected::Wide(code),
          Telling<StockMarketItem>{of, after, still, without_derived});
 }
 
@@ -644,7 +633,7 @@ TEST_F(MinuteOfTrading, isToldByARanking) {
     return list;
   };
   Follow(GetStockRanking(1, false, false), RankingTarget{kByChange, kDescending, kRows},
-         "/pc/rt/get_stock_rank", Telling<List>{of, after, without});
+         Telling<List>{of, after, without});
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <boost/function.hpp>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -13,6 +14,14 @@
 #include "frame/guarded.h"
 
 namespace {
+
+// Whether `condition()` comes true; it is only waited for in vain when a test fails.
+template <class Condition>
+bool SoonTrue(Condition condition) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (!condition() && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+  return condition();
+}
 
 TEST(CompletionGate, letsAFunctionInWithItsArguments) {
   frame::CompletionGate gate;
@@ -65,6 +74,28 @@ TEST(CompletionGate, closingWaitsForThoseInside) {
   gate.Close();
   EXPECT_TRUE(ended);
   thread.join();
+}
+
+// Who comes while the owner waits for another is not let in: the owner would wait for ever new ones.
+TEST(CompletionGate, letsNobodyInWhileItIsClosing) {
+  frame::CompletionGate gate;
+  const auto is_open = gate.Watch();
+  std::atomic<bool> inside{false}, leave{false};
+  int calls = 0;
+  const std::function<void()> late = gate.Guard([&] { ++calls; });
+  std::thread first(gate.Guard([&] {
+    inside = true;
+    while (!leave) std::this_thread::yield();
+  }));
+  while (!inside) std::this_thread::yield();
+  std::thread owner([&] { gate.Close(); });
+  const bool closing = SoonTrue([&] { return !is_open(); });
+  late();
+  leave = true;
+  owner.join();
+  first.join();
+  EXPECT_TRUE(closing) << "the gate stands open until those inside have left";
+  EXPECT_EQ(calls, 0);
 }
 
 TEST(CompletionGate, letsSeveralInAtOnce) {
@@ -141,6 +172,27 @@ TEST(GuardedPointer, clearingWaitsForThoseInside) {
   guarded.Clear();
   EXPECT_TRUE(ended);
   thread.join();
+}
+
+TEST(GuardedPointer, runsNothingMoreWhileItIsBeingCleared) {
+  frame::Guarded<int> guarded;
+  int object = 1;
+  guarded.Set(&object);
+  std::atomic<bool> inside{false}, leave{false};
+  std::thread first([&] {
+    EXPECT_TRUE(guarded.Run([&](int& value) {
+      inside = true;
+      while (!leave) std::this_thread::yield();
+      EXPECT_EQ(value, 1) << "the object stays until the last one has left";
+    }));
+  });
+  while (!inside) std::this_thread::yield();
+  std::thread owner([&] { guarded.Clear(); });
+  EXPECT_TRUE(SoonTrue([&] { return !guarded.Run([](int&) {}); }))
+      << "the object can be reached until those inside have left";
+  leave = true;
+  owner.join();
+  first.join();
 }
 
 TEST(GuardedPointer, aFunctionThatThrowsHasLeft) {

@@ -207,11 +207,12 @@ TEST(ParseSpeed, takesNumbers) {
   EXPECT_EQ(ParseSpeed("0.5"), 0.5);
   EXPECT_EQ(ParseSpeed("100000"), 100000);
   EXPECT_EQ(ParseSpeed("0.001"), 0.001);
+  EXPECT_EQ(ParseSpeed("0"), 0);
 }
 
 TEST(ParseSpeed, refusesEverythingElse) {
-  for (const char* text : {"", "0", "-1", "nan", "inf", "1e3", "0x10", "1 ", " 1", "1x", "100001", "0.0001",
-                           "1,5", "+1", "999999999999999999999999999999999999999999999999999"}) {
+  for (const char* text : {"", "-0.5", "-1", "nan", "inf", "1e3", "0x10", "1 ", " 1", "1x", "100001",
+                           "0.0001", "1,5", "+1", "999999999999999999999999999999999999999999999999999"}) {
     EXPECT_EQ(ParseSpeed(text), std::nullopt) << text;
   }
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <future>
 #include <string>
 
 #include "answers.h"
@@ -138,6 +139,27 @@ TEST(Counters, requestsUnderWayAreCounted) {
   EXPECT_EQ(ReadCounters().under_way, 0U);
   EXPECT_EQ(ReadCounters().failures.stopped, 5U);
   EXPECT_EQ(ConnectionState(), Connection::kNoServer);
+}
+
+TEST(Counters, requestIsUnderWayUntilItsCallBackIsOver) {
+  const RunningHost host;
+  LoopbackServer server(Answering("well"));
+  std::promise<stock_host::Counters> inside;
+  std::promise<void> over;
+  GetAsyn(
+      server.WideUrl(),
+      [&](bool, const char*, std::size_t) {
+        inside.set_value(ReadCounters());
+        over.get_future().wait();
+      },
+      {}, 30);
+  const stock_host::Counters counters = inside.get_future().get();
+  EXPECT_EQ(counters.succeeded, 1U) << "an answer counts before it is handed over";
+  EXPECT_EQ(counters.under_way, 1U);
+  EXPECT_EQ(ReadCounters().under_way, 1U);
+  over.set_value();
+  stock_host::Stop();
+  EXPECT_EQ(ReadCounters().under_way, 0U);
 }
 
 TEST(Counters, tableOfEndpointsHasAnEnd) {

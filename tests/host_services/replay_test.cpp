@@ -110,6 +110,95 @@ TEST_F(Replay, givesTheLatestAnswerOfTheMomentOrTheFirst) {
   EXPECT_EQ(BodyAt(*replayer, seconds(15), "/pc/rt/one?a=2"), "other");
 }
 
+// A page of another size was answered by 404.
+TEST_F(Replay, rowsAreTakenOutOfThoseThatWereRecorded) {
+  const auto rows = [](int from, int to) {
+    std::string text = R"({"errno":0,"data":[)";
+    for (int row = from; row < to; ++row) {
+      text += (row > from ? "," : "") + std::to_string(row);
+    }
+    return text + "]}";
+  };
+  const std::string list = "/pc/rt/get?sort_key=change&sort_type=desc&stock_type=cn_a";
+  const auto page = [&](int from, int to) {
+    return list + "&start=" + std::to_string(from) + "&end=" + std::to_string(to);
+  };
+  Write({At(0, page(0, 20), rows(0, 20)), At(10, page(20, 40), rows(20, 33)),
+         At(20, "/pc/rt/get_bk_rank?bk_type=hy&num=10", rows(0, 10))});
+  const auto replayer = Open();
+  const auto body = [&](const std::string& request) { return BodyAt(*replayer, seconds(100), request); };
+  EXPECT_EQ(body(page(0, 3)), rows(0, 3));
+  EXPECT_EQ(body(page(5, 20)), rows(5, 20));
+  EXPECT_EQ(body("/pc/rt/get?end=4&start=3&stock_type=cn_a&sort_type=desc&sort_key=change"), rows(3, 4));
+  // The list ended within the second page, which so has all from its beginning on.
+  EXPECT_EQ(body(page(25, 60)), rows(25, 33));
+  EXPECT_EQ(body(list + "&start=30&end=-1"), rows(30, 33));
+  EXPECT_EQ(body("/pc/rt/get_bk_rank?num=4&bk_type=hy"), rows(0, 4));
+  for (const std::string& request :
+       {page(0, 21), page(19, 30), list + "&start=0&end=-1",
+        std::string("/pc/rt/get?sort_key=change&sort_type=asc&stock_type=cn_a&start=0&end=3"),
+        std::string("/pc/rt/get_bk_rank?bk_type=hy&num=11")}) {
+    const auto answer = replayer->AnswerTo("http://replay.invalid" + request, After(seconds(100))).answer;
+    EXPECT_EQ(answer.status, 404) << request;
+    EXPECT_EQ(answer.reason, "never recorded") << request;
+  }
+}
+
+TEST_F(Replay, symbolsAreTakenFromWhicheverAnswersHaveThem) {
+  Write({At(0, "/pc/rt/stock_detail_list?stock_arr=%5B%22sh1%22%2C%22sh2%22%5D",
+            R"({"errno":0,"data":{"list":[{"code":"sh1","last":1},{"code":"sh2","last":2}]}})"),
+         At(10, "/pc/rt/stock_detail_list?stock_arr=%5B%22sh3%22%2C%22sh2%22%5D",
+            R"({"errno":0,"data":{"list":[{"code":"sh3","last":3},{"code":"sh2","last":22}]}})"),
+         At(0, "/pc/rt/get_day_time?stock_arr=%5B%22sh1%22%2C%22sh2%22%5D",
+            R"({"data":{"sh1":{"date":1},"sh2":{"date":2}}})")});
+  const auto replayer = Open();
+  const auto body = [&](int second, const std::string& symbols) {
+    return BodyAt(*replayer, seconds(second), "/pc/rt/stock_detail_list?stock_arr=%5B" + symbols + "%5D");
+  };
+  EXPECT_EQ(body(0, "%22sh1%22"), R"({"errno":0,"data":{"list":[{"code":"sh1","last":1}]}})");
+  EXPECT_EQ(body(5, "%22sh2%22"), R"({"errno":0,"data":{"list":[{"code":"sh2","last":2}]}})");
+  EXPECT_EQ(body(10, "%22sh2%22"), R"({"errno":0,"data":{"list":[{"code":"sh2","last":22}]}})");
+  EXPECT_EQ(body(10, "%22sh2%22%2C%22sh1%22%2C%22sh9%22"),
+            R"({"errno":0,"data":{"list":[{"code":"sh2","last":22},{"code":"sh1","last":1}]}})");
+  EXPECT_EQ(BodyAt(*replayer, seconds(0), "/pc/rt/get_day_time?stock_arr=%5B%22sh2%22%5D"),
+            R"({"data":{"sh2":{"date":2}}})");
+  EXPECT_EQ(
+      replayer->AnswerTo("http://replay.invalid/pc/rt/stock_detail_list?stock_arr=%5B%22sh9%22%5D", zero_)
+          .answer.reason,
+      "never recorded");
+}
+
+// The events of today are asked for by the second.
+TEST_F(Replay, aMomentIsAskedForAsItsDay) {
+  const std::string events = "/pc/monitor/get_monitor?date=";
+  Write({At(0, events + std::to_string(kDate), "early"), At(10, events + std::to_string(kDate + 10), "late"),
+         At(0, events + std::to_string(kDate - 86400), "before")});
+  const auto replayer = Open();
+  EXPECT_EQ(BodyAt(*replayer, seconds(3), events + std::to_string(kDate + 4)), "early");
+  EXPECT_EQ(BodyAt(*replayer, seconds(12), events + std::to_string(kDate + 11)), "late");
+  EXPECT_EQ(BodyAt(*replayer, seconds(12), events + std::to_string(kDate - 86300)), "before");
+  EXPECT_EQ(BodyAt(*replayer, seconds(12), events + std::to_string(kDate + 86400)), "");
+}
+
+TEST_F(Replay, theNewestOfASeriesAreTakenFromALongerOne) {
+  const auto query = [](const std::string& series, int limit) {
+    return "history/kql?q={%22foo%22:[%22" + series +
+           "%22,{%22symbol%22:%22sh600000%22,%22mtime%22:" + std::to_string(limit) +
+           ",%22type%22:%22bfq%22,%22offset%22:0,%22limit%22:" + std::to_string(limit) + "}]}";
+  };
+  Write({At(0, query("kline.day", 4), R"({"errno":0,"data":{"foo":{"list":["a","b","c","d"]}}})"),
+         At(0, query("kline.week", 9), R"({"errno":0,"data":{"foo":{"list":["w"]}}})")});
+  const auto replayer = Open();
+  const auto body = [&](const std::string& request) {
+    return replayer->AnswerTo("http://replay.invalid/" + request.substr(8), zero_).answer.body;
+  };
+  EXPECT_EQ(body(query("kline.day", 4)), R"({"errno":0,"data":{"foo":{"list":["a","b","c","d"]}}})");
+  EXPECT_EQ(body(query("kline.day", 2)), R"({"errno":0,"data":{"foo":{"list":["c","d"]}}})");
+  EXPECT_EQ(body(query("kline.day", 5)), "");
+  EXPECT_EQ(body(query("kline.week", 30)), R"({"errno":0,"data":{"foo":{"list":["w"]}}})");
+  EXPECT_EQ(body(query("kline.month", 1)), "");
+}
+
 TEST_F(Replay, runsAtItsSpeed) {
   Write({At(0, "/pc/rt/one?a=1", "early"), At(20, "/pc/rt/one?a=1", "late")});
   const auto replayer = Open(10);
@@ -132,7 +221,7 @@ TEST_F(Replay, signatureDoesNotMatterAndParametersDo) {
   const auto counters = stock_host::ReadCounters();
   EXPECT_EQ(counters.succeeded, 2U);
   EXPECT_EQ(counters.failures.status, 4U);
-  EXPECT_EQ(counters.endpoints.at("/pc/rt/one").last_error, "HTTP status 404");
+  EXPECT_EQ(counters.endpoints.at("/pc/rt/one").last_error, "never recorded");
   const std::string log = host.LogFile();
   const std::size_t said = log.find("replay: never recorded: /pc/rt/one?a=2\n");
   EXPECT_NE(said, std::string::npos) << log;

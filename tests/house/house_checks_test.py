@@ -9,8 +9,6 @@ import tempfile
 import unittest
 
 SCRIPTS = os.path.join(sys.argv.pop(1), "scripts")
-# Written in pieces, so that this file passes the check that it tests.
-PAPER = "sp" + "ec"
 
 
 class HouseChecks(unittest.TestCase):
@@ -20,14 +18,10 @@ class HouseChecks(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.root)
         shutil.copytree(SCRIPTS, os.path.join(self.root, "scripts"))
         self.git("init", "-q")
-        self.commit("start")
 
     def git(self, *arguments):
         subprocess.run(["git", "-c", "user.name=n", "-c", "user.email=e@example.org", *arguments], cwd=self.root,
                        check=True, capture_output=True)
-
-    def commit(self, message):
-        self.git("commit", "-q", "--allow-empty", "-m", message)
 
     def write(self, name, text):
         path = os.path.join(self.root, name)
@@ -41,34 +35,6 @@ class HouseChecks(unittest.TestCase):
         self.assertEqual(made.stderr, "")
         self.assertEqual(made.returncode != 0, made.stdout != "", made.stdout)
         return made.stdout.splitlines()
-
-    def test_words_leaves_honest_text_alone(self):
-        self.write("a.md", "A special, inspected timespec; specific parts of a section; RFC 3986, section 2.3.\n"
-                           "partition 3, XXXXXX, a todo list, ten minutes from now on, std::spectrum\n")
-        self.commit("host: say what is special")
-        self.assertEqual(self.findings("check-words"), [])
-
-    def test_words_finds_each_forbidden_word(self):
-        for text in [PAPER, f"the {PAPER.upper()}S", f"fault_{PAPER}", f"Fault{PAPER.title()}Row", f"{PAPER}ification",
-                     f"Open{PAPER.title()}ification", "Par" + "t 4.2", "par" + "ts 1", "sec" + "tion 3", "\u00a7 7",
-                     "see decis" + "ions.md", "/wo" + "rk/main", "/tmp/b" + "-x", "/home/" + "someone/file",
-                     "TO" + "DO", "FIX" + "ME", "XX" + "X", "HA" + "CK", "for n" + "ow,", "not yet implem" + "ented"]:
-            with self.subTest(text):
-                self.write("a.cpp", f"int a;\n// {text}\n")
-                self.assertEqual(len([line for line in self.findings("check-words") if line.startswith("a.cpp:2:")]), 1)
-
-    def test_words_finds_a_file_name(self):
-        self.write(f"docs/{PAPER}.md", "text\n")
-        self.assertTrue(self.findings("check-words")[0].startswith(f"docs/{PAPER}.md: file name"))
-
-    def test_words_finds_a_commit_message(self):
-        self.commit(f"frame: as the {PAPER} says")
-        self.commit("frame: fine")
-        self.assertTrue(self.findings("check-words")[0].startswith("commit "))
-
-    def test_words_finds_a_trailer(self):
-        self.commit("frame: fine\n\nCo-authored" + "-by: Somebody <s@example.org>")
-        self.assertTrue(self.findings("check-words")[0].startswith("commit "))
 
     def test_includes_leaves_the_allowed_directions_alone(self):
         self.write("src/c_stock_market.h", '#include "quotes/index_market.h"\n')

@@ -352,6 +352,27 @@ TEST(RepeatedKeys, theLastOneWinsInALargeObject) {
   }
 }
 
+// However many others stand before the repeated one: small objects and large ones may be sorted by other
+// means.
+TEST(RepeatedKeys, theLastOneWinsAfterAnyNumberOfOthers) {
+  for (int others = 0; others <= 40; ++others) {
+    for (const int repeated : {0, others / 2, others}) {
+      std::string text = "{";
+      for (int number = 0; number <= others; ++number) {
+        text += "\"k" + std::to_string(number) + "\":" + std::to_string(number) + ",";
+      }
+      const std::string key = "k" + std::to_string(repeated);
+      text += "\"" + key + "\":1000,\"" + key + "\":1001}";
+      for (const Document& document : {Parsed(text), Document::ParseByQt(text.data(), text.size())}) {
+        EXPECT_EQ(document.Root().Member(key).Integer(), 1001) << text;
+        int members = 0;
+        document.Root().ForEach([&](std::string_view, const Value&) { ++members; });
+        EXPECT_EQ(members, others + 1) << text;
+      }
+    }
+  }
+}
+
 TEST(RepeatedKeys, areToldApartOnEachLevel) {
   const std::string text = R"({"a":{"a":{"a":1}},"b":[{"a":2},{"a":3}]})";
   const Document document = Parsed(text);

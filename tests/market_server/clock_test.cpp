@@ -23,18 +23,18 @@ TEST(Clock, isRealWhileTheMarketTrades) {
 }
 
 TEST(Clock, replaysTodaysSessionInTheEvening) {
-  EXPECT_EQ(ParseClock("", kFridayEvening), InstantOf(20240315, 9, 30, 0));
-  EXPECT_EQ(ParseClock("", InstantOf(20240315, 15, 0, 0)), InstantOf(20240315, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", kFridayEvening), InstantOf(20240315, 10, 30, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240315, 15, 0, 0)), InstantOf(20240315, 10, 30, 0));
 }
 
 TEST(Clock, replaysTheSessionBeforeInTheEarlyMorningAndAtTheWeekEnd) {
-  EXPECT_EQ(ParseClock("", InstantOf(20240315, 9, 14, 59)), InstantOf(20240314, 9, 30, 0));
-  EXPECT_EQ(ParseClock("", kSunday), InstantOf(20240315, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240315, 9, 14, 59)), InstantOf(20240314, 10, 30, 0));
+  EXPECT_EQ(ParseClock("", kSunday), InstantOf(20240315, 10, 30, 0));
   EXPECT_EQ(ParseClock("replay", kFridayMorning), InstantOf(20240314, 9, 30, 0));
 }
 
 TEST(Clock, replaysTheLastSessionBeforeAHoliday) {
-  EXPECT_EQ(ParseClock("", InstantOf(20240405, 11, 0, 0)), InstantOf(20240403, 9, 30, 0));
+  EXPECT_EQ(ParseClock("", InstantOf(20240405, 11, 0, 0)), InstantOf(20240403, 10, 30, 0));
 }
 
 TEST(Clock, readsATimeOfDay) {

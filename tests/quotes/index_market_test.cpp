@@ -427,6 +427,33 @@ TEST_F(IndexMarket, detachWaitsForAnUpdateUnderWay) {
   EXPECT_TRUE(ended);
 }
 
+// The older answer has been accepted and is still being read when the newer one is told. Whether it comes
+// that far before the newer request is sent is chance; that nothing old follows is not.
+TEST_F(IndexMarket, leavesOutAnAnswerThatWasOvertakenWhileItWasRead) {
+  std::string rows;
+  for (int row = 0; row < 20'000; ++row) rows += R"({"code":"sh000001","last":1},)";
+  const Answer large = Answer::Body(R"({"data":{"list":[)" + rows + R"({"last":1}]}})");
+  service->Attach(&a);
+  service->Resume(&a, false);
+  for (int round = 0; round < 10; ++round) {
+    std::atomic<bool> handed{false};
+    host.Expect(Script(kPath).OnWorker(1, [&](const Request&) {
+      handed = true;
+      return large;
+    }));
+    service->Refresh();
+    while (!handed) std::this_thread::yield();
+    for (int turn = 0; turn < 200 * round; ++turn) std::this_thread::yield();
+    FetchWith(OneIndex(2));
+    host.Settle();
+    ASSERT_EQ(a.Last(), OneIndexList(2)) << "round " << round;
+    IndexRecorder late;
+    service->Attach(&late);
+    ASSERT_EQ(late.Last(), OneIndexList(2)) << "round " << round;
+    service->Detach(&late);
+  }
+}
+
 // --- when
 // -------------------------------------------------------------------------------------------------------
 

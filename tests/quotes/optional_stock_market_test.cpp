@@ -248,6 +248,17 @@ TEST_F(ShownWatchList, emptiedAsksForNothingAndLeavesViewsWhatTheyHave) {
   EXPECT_EQ(view.Count(), 1U);
 }
 
+TEST_F(ShownWatchList, emptiedAndFilledAgainIsAskedForAtOnce) {
+  host.SetWatchList({});
+  EXPECT_EQ(host.RequestCount(), 0U);
+  host.Expect(Script(kPath)
+                  .With({{"stock_arr", R"(["sz000002"])"}})
+                  .Inline(Answer::Body(R"({"data":{"list":[{"code":"sz000002"}]}})")));
+  host.SetWatchList({L"sz000002"});
+  ASSERT_EQ(view.Count(), 1U);
+  EXPECT_EQ(view.Last()[0].code, L"sz000002");
+}
+
 TEST_F(ShownWatchList, asksAtOnceForAChangedListWithItsOwnOrder) {
   host.Expect(Script(kPath)
                   .With({{"stock_arr", R"(["sz000002","sh600000"])"}})

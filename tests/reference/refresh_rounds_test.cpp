@@ -202,6 +202,24 @@ TEST_F(RefreshRounds, askForTheCalendarOfTheYearThatIsLearnedLate) {
   }
 }
 
+// A machine a year fast waited its two hours before it asked: the clock that is put back ends no wait.
+TEST_F(RefreshRounds, askForTheCalendarAsSoonAsTheYearIsLearned) {
+  std::vector<std::int64_t> asked;
+  host.Allow(Script(answers::kHolidayPath).Inline([&asked](const Request&) {
+    asked.push_back(Now());
+    return Answer::Body(answers::kHolidays);
+  }));
+  answers::Allow(host, answers::kHolidayPath);
+  host.SetTime(20250315, 10, 0, 0);
+  Load();
+  const std::int64_t truth = At(20240315, 10, 1);
+  nights = {{At(20250315, 10, 1), truth}};  // the clock is put right during the wait
+  ASSERT_TRUE(service.RunRound());
+  EXPECT_EQ(CalendarsAskedFor(), (Years{"2025", "2024", "2024"})) << "the last one with the lists of the day";
+  ASSERT_GE(asked.size(), 2U);
+  EXPECT_LE(asked[1], truth + 60) << "at the next look, which takes this test some ten-second steps";
+}
+
 TEST_F(RefreshRounds, askForACalendarThatDidNotComeAtEveryWake) {
   answers::Allow(host, answers::kHolidayPath);
   host.SetTime(20240315, 12, 0, 0);

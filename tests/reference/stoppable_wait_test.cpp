@@ -69,6 +69,18 @@ TEST_F(StoppableWait, endsAtOnceWhenItIsStopped) {
   EXPECT_FALSE(wait.Planned(0)) << "that of no time at all included";
 }
 
+// The look at the clock comes under the lock that `Stop` wants: by the time it has it the other one waits.
+TEST_F(StoppableWait, isWokenWhenItIsStopped) {
+  std::atomic<int> looks_taken{0};
+  steady.OnRead([&looks_taken] { ++looks_taken; });
+  std::thread stopper([&] {
+    while (looks_taken < 2) std::this_thread::yield();
+    wait.Stop();
+  });
+  EXPECT_FALSE(wait.For(3'600'000));
+  stopper.join();
+}
+
 std::atomic<int> looks{0};
 
 std::int64_t CountedLook() {

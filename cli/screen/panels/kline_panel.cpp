@@ -7,6 +7,7 @@
 
 #include "c_stock_market.h"
 #include "cli/format/chart_headings.h"
+#include "cli/line_run.h"
 #include "cli/plot/candle_chart.h"
 #include "cli/screen/feed_panel.h"
 #include "cli/screen/picture.h"
@@ -46,7 +47,7 @@ class KLinePanel final : public FeedPanel<IStockKLine, StockKLineData, std::wstr
   }
 
   [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override {
-    if (newest() == nullptr || newest()->data.candles.empty()) {
+    if (newest() == nullptr || newest()->data.candles.empty() || IsTodayAlone(newest()->data)) {
       return {};
     }
     const std::list<KLineCandle>& all = newest()->data.candles;
@@ -72,13 +73,21 @@ class KLinePanel final : public FeedPanel<IStockKLine, StockKLineData, std::wstr
   // The service goes on with the series that it was last asked for in this way.
   void Resume(ServiceView& view) override {
     view.Resume(false);
+    failures_before_ = FailuresOfHistory().first;
     view.service().FetchKLine(security_.code.c_str(), period_, adjustment_, {});
   }
   [[nodiscard]] bool IsWanted(const StockKLineData& data) const override {
     return data.symbol == security_.code && data.period == period_ && data.adjustment == adjustment_;
   }
   [[nodiscard]] std::string WhyEmpty(const Delivery<StockKLineData>& delivery) const override {
+    if (IsTodayAlone(delivery.data)) {
+      return NoPastText(security_, FailuresOfHistory().second);
+    }
     return delivery.data.candles.empty() ? NoCandlesText(security_) : "";
+  }
+  // Today's candle alone is no series: with a week or a month before it, it would be another one.
+  [[nodiscard]] bool IsTodayAlone(const StockKLineData& data) const {
+    return data.candles.size() == 1 && FailuresOfHistory().first > failures_before_;
   }
   // A download may take long, and ends with a record in any case.
   [[nodiscard]] std::string NothingText() const override { return {}; }
@@ -89,6 +98,7 @@ class KLinePanel final : public FeedPanel<IStockKLine, StockKLineData, std::wstr
   Security security_;
   int period_ = kByDay;
   int adjustment_ = kUnadjusted;
+  std::uint64_t failures_before_ = 0;
 };
 
 }  // namespace

@@ -1,0 +1,35 @@
+# How test programs become tests of CTest.
+
+# csm_tests(<program> [SHARDS <number>] [FILTER <tests>] [SUFFIX <text>] [LABELS <label>] [TIMEOUT <seconds>]
+#           [ENVIRONMENT <name=value>...])
+# All tests of a program in one process, named like the program: starting a sanitized program once for each of a thousand
+# small tests costs more than the tests. Dear ones are dealt to several processes that run side by side. A single test is
+# run by hand: build/dev/bin/<program> --gtest_filter=<test>
+#
+# Programs whose tests mostly wait, or leave a process in another state, use gtest_discover_tests: a process each.
+#
+# Of a list of labels CTest keeps one in some places: a label that several selections find is one word, "host-tsan".
+function(csm_tests program)
+  cmake_parse_arguments(ARG "" "SHARDS;FILTER;SUFFIX;LABELS;TIMEOUT" "ENVIRONMENT" ${ARGN})
+  if(NOT ARG_SHARDS)
+    set(ARG_SHARDS 1)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  set(filter)
+  if(ARG_FILTER)
+    set(filter --gtest_filter=${ARG_FILTER})
+  endif()
+  foreach(shard RANGE 1 ${ARG_SHARDS})
+    set(name ${program}${ARG_SUFFIX})
+    set(environment ${ARG_ENVIRONMENT})
+    if(ARG_SHARDS GREATER 1)
+      string(APPEND name .${shard})
+      math(EXPR index "${shard} - 1")
+      list(APPEND environment GTEST_TOTAL_SHARDS=${ARG_SHARDS} GTEST_SHARD_INDEX=${index})
+    endif()
+    add_test(NAME ${name} COMMAND ${program} ${filter})
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" ENVIRONMENT "${environment}")
+  endforeach()
+endfunction()
