@@ -69,6 +69,9 @@ int FollowKeyAfterLists(LineRun& run, Service& service, MakeKey&& make_key, Json
   std::optional<Subscription<Service, Data>> subscription;
   IStockCommon& reference = Made(GetStockCommon(), kReferenceFeed);
   LoadReferenceData(run.loop(), reference, Needs::kLists, [&](bool loaded) {
+    if (subscription) {
+      return;  // lists that come late change nothing of what is followed
+    }
     subscription.emplace(service, make_key(reference, loaded), run.loop(),
                          [&](const Delivery<Data>& delivery) { Show(run, delivery, json_line, picture); });
   });

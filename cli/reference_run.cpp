@@ -20,6 +20,11 @@ constexpr const char* kCalendarEndpoint = "/pc/rt/trade_date";
 constexpr std::chrono::milliseconds kLook(20);
 constexpr std::chrono::milliseconds kCalendarPatience(9000);
 
+constexpr int kTriesAtOnce = 3;
+constexpr std::chrono::milliseconds kAtOnce(3000);  // longer than that no try is followed by one at once
+constexpr std::chrono::milliseconds kShortPause(1000);
+constexpr std::chrono::milliseconds kLongPause(10'000);
+
 std::uint32_t ServerYear() {
   return common::GetCurrentServerDate() / 10000;
 }
@@ -36,27 +41,47 @@ void AwaitCalendarFor(std::chrono::milliseconds patience, MainLoop& loop, std::f
              [&loop, patience, done = std::move(done)] { AwaitCalendarFor(patience - kLook, loop, done); });
 }
 
+using Clock = std::chrono::steady_clock;
+
+void LoadLists(MainLoop& loop, IStockCommon& reference, int number, Clock::time_point begun,
+               const std::function<void(bool ok)>& done) {
+  TryReferenceData(loop, reference, [&loop, &reference, number, begun, done](bool ok) {
+    const bool at_once = number < kTriesAtOnce && Clock::now() - begun < kAtOnce;
+    const bool is_told = number > kTriesAtOnce;
+    if (ok || (!at_once && !is_told)) {
+      done(ok);
+    }
+    if (!ok) {
+      const int next = at_once ? number + 1 : kTriesAtOnce + 1;
+      loop.After(at_once ? kShortPause : kLongPause,
+                 [&loop, &reference, next, begun, done] { LoadLists(loop, reference, next, begun, done); });
+    }
+  });
+}
+
 }  // namespace
 
 void AwaitCalendar(MainLoop& loop, std::function<void(bool ok)> done) {
   AwaitCalendarFor(kCalendarPatience, loop, std::move(done));
 }
 
+void TryReferenceData(MainLoop& loop, IStockCommon& reference, std::function<void(bool ok)> done) {
+  reference.Init([&loop, done = std::move(done)](bool ok) { loop.Post([ok, done] { done(ok); }); });
+}
+
 void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done) {
   const std::uint32_t year = ServerYear();
-  reference.Init([&loop, &reference, needs, year, done = std::move(done)](bool ok) {
-    loop.Post([&loop, &reference, needs, year, ok, done] {
-      if (needs == Needs::kLists) {
-        done(ok);
-        return;
-      }
-      // The first answers bring the server's clock: it may stand in another year than this machine's.
-      if (ServerYear() != year) {
-        reference.Init({});
-      }
-      AwaitCalendar(loop, done);
-    });
+  if (needs == Needs::kLists) {
+    LoadLists(loop, reference, 1, Clock::now(), done);
+    return;
+  }
+  TryReferenceData(loop, reference, [&loop, &reference, year, done = std::move(done)](bool /*ok*/) {
+    // The first answers bring the server's clock: it may stand in another year than this machine's.
+    if (ServerYear() != year) {
+      reference.Init({});
+    }
+    AwaitCalendar(loop, done);
   });
 }
 

@@ -22,9 +22,14 @@ enum class Needs {
 };
 
 /// Loads the reference data and calls `done` on the main thread, with false when what is needed could not be
-/// loaded within about ten seconds. The loop must outlive the module's services.
+/// loaded within about ten seconds. Lists that fail at once are tried three times, a second apart, before
+/// that is said; then they are tried every ten seconds as long as the loop runs, and `done` is called a
+/// second time, with true, when they have come. The loop must outlive the module's services.
 void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done);
+
+/// One try at the lists, without another: `done` is called once.
+void TryReferenceData(MainLoop& loop, IStockCommon& reference, std::function<void(bool ok)> done);
 
 /// After the load of the lists was begun: calls `done` on the main thread when the calendar was answered,
 /// too, with false when it could not be loaded within about ten seconds.

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/reference_run.h"
+
 namespace cli {
 namespace {
 
@@ -53,9 +55,9 @@ void UsualServices::Show(Service* service, const Key& key, Polls polls) {
 UsualServices::UsualServices(MainLoop& loop) {
   using Quotes = std::vector<StockMarketItem>;
   IStockCommon& reference = Made(GetStockCommon());
-  reference.Init([this, &loop, &reference](bool ok) {
+  LoadReferenceData(loop, reference, Needs::kLists, [this, &reference](bool ok) {
     if (ok) {
-      loop.Post([this, &reference] { ShowMembersOfAPlate(reference); });
+      ShowMembersOfAPlate(reference);
     }
   });
   Show<std::vector<IndexMarketSummary>>(GetIndexMarket(), std::wstring(), Polls::kByPhase);

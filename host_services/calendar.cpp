@@ -29,8 +29,9 @@ constexpr sys_days kFirstDay{1y / 1 / 1};
 constexpr sys_days kLastDay{9999y / 12 / 31};
 // Longer runs of days without trading do not occur; a calendar that claims one is not searched for ever.
 constexpr days kLongestSearch{4000};
-// As long as clock or calendar may tell the wrong phase.
-constexpr seconds kSpanInDoubt{2};
+constexpr seconds kFirstDoubt = 1min;
+constexpr seconds kSpanInDoubt = 2s;
+constexpr seconds kSpanInLongDoubt = 1min;
 
 struct PhaseStart {
   seconds clock_time;
@@ -106,6 +107,16 @@ std::uint32_t DateOfDay(sys_days day) {
          static_cast<unsigned>(civil.month()) * 100 + static_cast<unsigned>(civil.day());
 }
 
+seconds PhaseDoubt::LongestSpan(bool in_doubt, const Moment& now) {
+  const std::lock_guard lock(mutex_);
+  if (!in_doubt) {
+    since_.reset();
+    return seconds(std::numeric_limits<std::int32_t>::max());
+  }
+  since_ = since_.value_or(now.elapsed);
+  return now.elapsed - *since_ < kFirstDoubt ? kSpanInDoubt : kSpanInLongDoubt;
+}
+
 }  // namespace stock_host
 
 namespace common {
@@ -171,13 +182,14 @@ std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
   using namespace stock_host;
   const ChinaTime now = InChina(time);
   ServerClockModel& clock = ServerClock();
-  const bool known =
-      clock.Sure(Moment::Now()) && TheHolidays().Know(std::chrono::year_month_day(now.day).year());
+  const Moment moment = Moment::Now();
+  const bool known = clock.Sure(moment) && TheHolidays().Know(std::chrono::year_month_day(now.day).year());
   // A clock that stands still reaches no phase; it may be set or run on at any time.
   const double speed = clock.Speed() > 0 ? clock.Speed() : 1;
   const double span = std::ceil(static_cast<double>(SpanToNextPhase(now).count()) / speed);
-  const auto longest = known ? std::numeric_limits<std::int32_t>::max() : kSpanInDoubt.count();
-  return static_cast<std::int32_t>(std::clamp(span, 1.0, static_cast<double>(longest)));
+  static PhaseDoubt doubt;
+  const auto longest = static_cast<double>(doubt.LongestSpan(!known, moment).count());
+  return static_cast<std::int32_t>(std::clamp(span, 1.0, longest));
 }
 
 std::uint32_t GetLastTradingDate(std::uint32_t date) {

@@ -4,7 +4,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <optional>
+
+#include "clock.h"
 
 namespace stock_host {
 
@@ -13,5 +16,16 @@ namespace stock_host {
 
 /// The YYYYMMDD number of a day; 0 outside the years 1 to 9999.
 [[nodiscard]] std::uint32_t DateOfDay(std::chrono::sys_days day);
+
+/// How long it may take until the phase is asked for again while clock or holidays may tell the wrong one:
+/// two seconds, and a minute when they have not become known within a minute. Callable from any thread.
+class PhaseDoubt {
+ public:
+  [[nodiscard]] std::chrono::seconds LongestSpan(bool in_doubt, const Moment& now);
+
+ private:
+  std::mutex mutex_;                               // guards since_
+  std::optional<std::chrono::nanoseconds> since_;  // `Moment::elapsed` at the beginning of the doubt
+};
 
 }  // namespace stock_host

@@ -83,9 +83,20 @@ bool ServerClockModel::Learn(std::int64_t date, double speed, Moment now) {
   if (date < kEarliest || date > kLatest) {
     return false;
   }
-  // The header carries whole seconds, cut off.
-  const double time = static_cast<double>(date) + 0.5;
-  const std::lock_guard lock(mutex_);
+  bool has_jumped = false;
+  {
+    const std::lock_guard lock(mutex_);
+    // The header carries whole seconds, cut off.
+    has_jumped = TakeLocked(static_cast<double>(date) + 0.5, speed, now);
+  }
+  if (void (*const told)() = told_; has_jumped && told != nullptr) {
+    told();
+  }
+  return true;
+}
+
+// True when the clock was set to another time or speed in one step.
+bool ServerClockModel::TakeLocked(double time, double speed, Moment now) {
   // At another speed the past samples say nothing.
   if (!learned_ || SuspendedBetween(base_at_, now) || std::abs(speed - speed_) > 1e-9 * speed_) {
     learned_ = true;
@@ -93,14 +104,14 @@ bool ServerClockModel::Learn(std::int64_t date, double speed, Moment now) {
     Step(time, now);
     return true;
   }
-  const double difference = time - At(now);
+  const double here = At(now);
+  const double difference = time - here;
   if (std::abs(difference) <= kLargestSkew) {
     stray_.reset();
-    const double here = At(now);
     const double bound = kLargestPull * std::max(1.0, speed_);
     base_ = here + std::clamp(difference / 8, -bound, bound);
     base_at_ = now;
-    return true;
+    return false;
   }
   if (stray_ && std::abs(time - *stray_ - SecondsBetween(stray_at_, now) * speed_) <= kLargestSkew) {
     Step(time, now);
@@ -108,7 +119,7 @@ bool ServerClockModel::Learn(std::int64_t date, double speed, Moment now) {
   }
   stray_ = time;
   stray_at_ = now;
-  return true;
+  return false;
 }
 
 bool ServerClockModel::Learned() {
@@ -148,9 +159,10 @@ std::optional<double> ParseSpeed(const char* text) {
 
 ServerClockState ReadServerClock() {
   ServerClockModel& clock = ServerClock();
-  const double ahead = static_cast<double>(clock.Now(Moment::Now())) - WallSeconds() + 0.5;
+  const Moment now = Moment::Now();
+  const double ahead = static_cast<double>(clock.Now(now)) - WallSeconds() + 0.5;
   const bool known = clock.Learned();
-  return {known, known ? ahead : 0, clock.Speed()};
+  return {known, clock.Sure(now), known ? ahead : 0, clock.Speed()};
 }
 
 void ResetServerClock() {
@@ -163,6 +175,10 @@ namespace common {
 
 std::int64_t GetCurrentServerTime() {
   return stock_host::ServerClock().Now(stock_host::Moment::Now());
+}
+
+void TellOfClockJumps(void (*told)()) {
+  stock_host::ServerClock().TellOfJumps(told);
 }
 
 std::uint32_t GetCurrentServerDate() {

@@ -2,6 +2,7 @@
 // of a given time are calendar.h's.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <mutex>
@@ -47,6 +48,9 @@ class ServerClockModel {
   /// cannot be true (before 1990, after 2100).
   bool Learn(std::int64_t date, double speed, Moment now);
 
+  /// From now on `told` is called after each step of the clock, without a lock; null: nobody.
+  void TellOfJumps(void (*told)()) { told_ = told; }
+
   /// True once a sample has set the clock.
   [[nodiscard]] bool Learned();
 
@@ -62,7 +66,9 @@ class ServerClockModel {
 
   [[nodiscard]] double At(Moment now) const;
   void Step(double time, Moment now);
+  bool TakeLocked(double time, double speed, Moment now);
 
+  std::atomic<void (*)()> told_ = nullptr;
   std::mutex mutex_;  // guards all members below
   double base_ = 0;   // server time at base_at_
   Moment base_at_;

@@ -113,6 +113,7 @@ struct Counters {
 /// What is known of the quote API server's clock.
 struct ServerClockState {
   bool known = false;  ///< an answer has told it since the start
+  bool sure = false;   ///< and nothing has put it in doubt since: no suspension, no latest answer far off
   double ahead = 0;    ///< seconds before the machine's clock, to about a second; negative: behind it
   double speed = 1;    ///< seconds of the server's clock in a second; 0: it stands still
 };

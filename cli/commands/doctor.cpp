@@ -262,7 +262,7 @@ void ExamineReferenceData(MainLoop& loop, Report& report, LogTail& log) {
     Finish(loop, report);
     return;
   }
-  LoadReferenceData(loop, *reference, Needs::kLists, [&loop, &report, &log, reference](bool loaded) {
+  TryReferenceData(loop, *reference, [&loop, &report, &log, reference](bool loaded) {
     if (loaded) {
       report.Tell({State::kGood,
                    "reference data",

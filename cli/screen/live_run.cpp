@@ -27,7 +27,6 @@ namespace cli {
 namespace {
 
 constexpr std::chrono::milliseconds kLook(500);
-constexpr std::chrono::milliseconds kUntilNextLoad(10'000);
 constexpr std::size_t kMostMatches = 50;
 
 class LiveRun {
@@ -137,7 +136,6 @@ void LiveRun::OnReference(bool loaded) {
   } else {
     not_loaded_ = NotLoadedText(session_);
     Tell(not_loaded_);
-    loop_.After(kUntilNextLoad, [this] { LoadReference(); });
   }
   bar_.FollowPhase();
   Redraw();

@@ -1,6 +1,8 @@
 // The lists, and the phase of the trading day.
+#include <chrono>
 #include <cstdio>
 #include <future>
+#include <thread>
 #include <vector>
 
 #include "c_stock_market.h"
@@ -9,10 +11,16 @@
 
 bool ShowReferenceData() {
   IStockCommon* const common = GetStockCommon();
-  std::promise<bool> loaded;
-  common->Init([&loaded](bool everything) { loaded.set_value(everything); });
-  if (!loaded.get_future().get()) {
-    return false;
+  const auto load = [common] {
+    std::promise<bool> loaded;
+    common->Init([&loaded](bool everything) { loaded.set_value(everything); });
+    return loaded.get_future().get();
+  };
+  for (int tries = 1; !load(); ++tries) {  // a start that failed is not tried again by itself
+    if (tries == 3) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::seconds(tries));
   }
   const std::vector<BaseInfoItem> stocks = common->GetStockList(0);  // a copy: a reload replaces the list
   const KLineMetaInfo package = common->GetKLineMetaInfo(L"sh600000", 1, 1);

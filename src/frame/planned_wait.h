@@ -8,19 +8,22 @@
 #include <optional>
 
 #include "frame/ticks.h"
+#include "host/calendar.h"
 #include "host/clock.h"
 
 namespace frame {
 
 /// A wait of some seconds from now. It is over when they have passed on the monotonic clock, or sooner: when
-/// the server's clock has run ahead of the monotonic one and reached the planned moment (it was learned or
-/// corrected meanwhile, or the machine slept).
+/// the market is in another phase than at its beginning, or when the server's clock has run ahead of the
+/// monotonic one and reached the planned moment (clock or calendar was learned or corrected meanwhile, or the
+/// machine slept).
 class PlannedWait {
  public:
   explicit PlannedWait(int seconds)
       : milliseconds_(std::int64_t{std::max(seconds, 0)} * 1000),
         began_(SteadyMilliseconds()),
-        server_began_(milliseconds_ > 0 ? ServerTime() : std::nullopt) {}
+        server_began_(milliseconds_ > 0 ? ServerTime() : std::nullopt),
+        phase_(server_began_ ? PhaseAt(*server_began_) : std::nullopt) {}
 
   [[nodiscard]] bool IsOver() const {
     const std::int64_t passed = SteadyMilliseconds() - began_;
@@ -30,6 +33,9 @@ class PlannedWait {
     const std::optional<std::int64_t> now = server_began_ ? ServerTime() : std::nullopt;
     if (!now) {
       return false;
+    }
+    if (const auto phase = phase_ ? PhaseAt(*now) : std::nullopt; phase && phase != phase_) {
+      return true;
     }
     // Whole seconds, wrapping: a clock may be set anywhere. One that runs as the monotonic clock does may
     // seem up to a second ahead of it, but never a whole one.
@@ -46,7 +52,14 @@ class PlannedWait {
   }
 
  private:
-  // None when the host cannot say.
+  // Both are none when the host cannot say.
+  static std::optional<stock::MarketStatus> PhaseAt(std::int64_t time) {
+    try {
+      return stock::CheckMarketStatus(static_cast<std::uint32_t>(time));
+    } catch (...) {
+      return std::nullopt;
+    }
+  }
   static std::optional<std::int64_t> ServerTime() {
     try {
       return common::GetCurrentServerTime();
@@ -58,6 +71,7 @@ class PlannedWait {
   const std::int64_t milliseconds_;
   const std::int64_t began_;
   const std::optional<std::int64_t> server_began_;
+  const std::optional<stock::MarketStatus> phase_;
 };
 
 }  // namespace frame

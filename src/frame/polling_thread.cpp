@@ -1,7 +1,5 @@
 #include "frame/polling_thread.h"
 
-#include "frame/planned_wait.h"
-
 namespace frame {
 namespace {
 
@@ -33,11 +31,7 @@ void PollingThread::Stop() {
   if (!thread_.joinable()) {
     return;
   }
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    stopping_ = true;
-  }
-  stopped_.notify_all();
+  wait_.Stop();
   thread_.interrupt();
   // Joining is an interruption point of its caller, which must not cut the teardown short.
   const boost::this_thread::disable_interruption uninterrupted;
@@ -47,30 +41,9 @@ void PollingThread::Stop() {
 void PollingThread::Run(PolledWork& work) {
   // A fetch under way is finished: what it calls may ask whether it is to end, but is not cut short.
   const boost::this_thread::disable_interruption uninterrupted;
-  Wait(SecondsToNextRound(work));
-  while (!IsStopping()) {
+  while (!wait_.IsStopped() && wait_.Planned(SecondsToNextRound(work))) {
     Finish(work);
-    if (!IsStopping()) {
-      Wait(SecondsToNextRound(work));
-    }
   }
-}
-
-void PollingThread::Wait(int seconds) {
-  const PlannedWait wait(seconds);
-  while (!wait.IsOver() && Sleep(wait.ToNextLook())) {
-  }
-}
-
-// False when the thread is to end.
-bool PollingThread::Sleep(std::chrono::milliseconds time) {
-  std::unique_lock<std::mutex> lock(mutex_);
-  return !stopped_.wait_for(lock, time, [this] { return stopping_; });
-}
-
-bool PollingThread::IsStopping() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return stopping_;
 }
 
 }  // namespace frame

@@ -3,9 +3,8 @@
 #pragma once
 
 #include <boost/thread/thread_only.hpp>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
+
+#include "frame/stoppable_wait.h"
 
 namespace frame {
 
@@ -38,14 +37,9 @@ class PollingThread {
 
  private:
   void Run(PolledWork& work);
-  void Wait(int seconds);
-  bool Sleep(std::chrono::milliseconds time);
-  bool IsStopping();
 
   boost::thread thread_;
-  std::mutex mutex_;  // guards stopping_
-  bool stopping_ = false;
-  std::condition_variable stopped_;
+  StoppableWait wait_;
 };
 
 }  // namespace frame

@@ -53,8 +53,8 @@ enum SymbolType : int {
 STOCK_HOST_API MarketStatus CheckMarketStatus(std::uint32_t time);
 
 /// Seconds from `time` to the next change of phase, across nights, weekends and holidays, at least 1. A few
-/// seconds at most as long as the host does not know the server's clock or the holidays of that year: the
-/// phase that it would then tell may be another one at any moment.
+/// seconds at most while the host does not know the server's clock or the holidays of that year, a minute
+/// when they stay unknown: the phase that it would then tell may be another one at any moment.
 STOCK_HOST_API std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time);
 
 /// The last trading date strictly before `date` (both YYYYMMDD).

@@ -11,6 +11,11 @@ namespace common {
 /// Current time of the market-data server, in seconds since 1970-01-01 00:00 UTC.
 STOCK_HOST_API std::int64_t GetCurrentServerTime();
 
+/// Optional: a host may be without it. From now on the host calls `told`, on any thread and without a lock of
+/// its own, when the server's clock jumps: when it is learned, corrected in one step, or heard again after
+/// the machine was suspended. The module then looks at the clock at once, instead of within a second.
+STOCK_HOST_API void TellOfClockJumps(void (*told)()) __attribute__((weak));
+
 /// Today's date on the server, for example 20240315.
 STOCK_HOST_API std::uint32_t GetCurrentServerDate();
 

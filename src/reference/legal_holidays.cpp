@@ -85,20 +85,25 @@ void LegalHolidays::AskFor(int year) {
   request::Ask(
       {request::Fetch::kLegalHolidays, gate_}, [year] { return request::TradeDateUrl(year); },
       [](const request::Answer& answer) { return ReadHolidays(answer.DataList()); },
-      [this, year](const HolidayList& holidays) { return Succeeds([&] { return Take(year, holidays); }); });
+      [this, year, stamp = stamps_.Next()](const HolidayList& holidays) {
+        return Succeeds([&] { return Take(year, stamp, holidays); });
+      });
 }
 
 // False is a failure that nothing was written about yet.
-bool LegalHolidays::Take(int year, const HolidayList& holidays) {
+bool LegalHolidays::Take(int year, frame::Stamp stamp, const HolidayList& holidays) {
   if (holidays.without_date > 0) {
     WriteProgramLogNoMask(L"StockCommon::InitLegalHolidays Elements Without Date: %d", holidays.without_date);
     if (holidays.days.empty()) {
       return true;
     }
   }
-  pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
   const std::lock_guard<std::mutex> lock(mutex_);
-  years_.insert(year);
+  frame::Stamp& told = years_[year];
+  if (frame::MayFollow(stamp, told)) {
+    pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
+    told = stamp;
+  }
   return true;
 }
 
@@ -109,7 +114,8 @@ bool LegalHolidays::WasAskedForLast(int year) {
 
 bool LegalHolidays::IsKnown(int year) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return years_.count(year) > 0;
+  const auto found = years_.find(year);
+  return found != years_.end() && found->second != 0;
 }
 
 }  // namespace reference

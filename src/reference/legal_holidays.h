@@ -2,11 +2,12 @@
 // Thread-safe.
 #pragma once
 
+#include <map>
 #include <mutex>
-#include <set>
 #include <vector>
 
 #include "frame/gate.h"
+#include "frame/stamp.h"
 #include "json/json.h"
 
 namespace reference {
@@ -27,7 +28,7 @@ class LegalHolidays {
 
   /// Asks for the year of the server's date and returns. The answer replaces the host calendar's list for
   /// that year: one without a list empties it; one whose elements are all unusable is damaged and changes
-  /// nothing.
+  /// nothing, and neither does one that a newer request's list for the year has overtaken.
   void Ask() noexcept;
 
   /// The same if the calendar has no list for that year: the first answers bring the server's time, and that
@@ -39,13 +40,15 @@ class LegalHolidays {
 
  private:
   void AskFor(int year);
-  bool Take(int year, const HolidayList& holidays);
+  bool Take(int year, frame::Stamp stamp, const HolidayList& holidays);
   [[nodiscard]] bool IsKnown(int year);
   [[nodiscard]] bool WasAskedForLast(int year);
 
   const frame::CompletionGate& gate_;
-  std::mutex mutex_;  // guards the members below
-  std::set<int> years_;
+  frame::Stamps stamps_;
+  std::mutex
+      mutex_;  // guards the members below; held while the calendar is given a list, so that newest wins
+  std::map<int, frame::Stamp> years_;  // of the request whose list the calendar has
   int latest_ = 0;
 };
 

@@ -1,41 +1,36 @@
 #include "reference/reference_lists.h"
 
 #include <algorithm>
-#include <cwchar>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "json/record_reader.h"
 #include "reference/base_info_table.h"
+#include "request/ascii.h"
 
 namespace reference {
 namespace {
 
-constexpr std::int32_t kOtherBoard = 1;
-constexpr std::int32_t kGemBoard = 4;
-constexpr std::int32_t kSmeBoard = 5;
-constexpr std::int32_t kMainBoard = 6;
+constexpr std::int32_t kGem = 4;
+constexpr std::int32_t kSme = 5;
 
 using StockReader = request::RecordReader<kStockTable>;
 using PlateReader = request::RecordReader<kPlateTable>;
 using IndexReader = request::RecordReader<kIndexTable>;
 
-wchar_t UpperAscii(wchar_t character) {
-  return character >= L'a' && character <= L'z' ? static_cast<wchar_t>(character - L'a' + L'A') : character;
-}
-
 // Board of a stock: the number of its name, in any case.
 std::int32_t Board(const request::json::Value& value) {
-  std::wstring name = value.Text();
-  std::transform(name.begin(), name.end(), name.begin(), UpperAscii);
-  if (name == L"MB") {
-    return kMainBoard;
+  constexpr std::pair<std::wstring_view, std::int32_t> kBoards[] = {
+      {L"MB", 6}, {L"GEM", kGem}, {L"SME", kSme}};
+  const std::wstring name = value.Text();
+  for (const auto& [board, number] : kBoards) {
+    if (request::EqualsIgnoringCase<wchar_t>(name, board)) {
+      return number;
+    }
   }
-  if (name == L"GEM") {
-    return kGemBoard;
-  }
-  return name == L"SME" ? kSmeBoard : kOtherBoard;
+  return 1;
 }
 
 // Kind of a plate: 1 and 3 of the feed are our 1 and 2; its 2 is none of ours.
@@ -79,8 +74,8 @@ StockLists ReadStockLists(const request::json::Object& root) {
   for (const BaseInfoList* const exchange : {&lists.shanghai, &lists.shenzhen}) {
     lists.all.insert(lists.all.end(), exchange->begin(), exchange->end());
   }
-  lists.gem = OfBoard(lists.all, kGemBoard);
-  lists.sme = OfBoard(lists.all, kSmeBoard);
+  lists.gem = OfBoard(lists.all, kGem);
+  lists.sme = OfBoard(lists.all, kSme);
   return lists;
 }
 

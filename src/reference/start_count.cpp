@@ -45,13 +45,11 @@ StartCount::Step StartCount::Look(Number start) {
   return Step::kWait;
 }
 
-bool StartCount::Conclude(Number start) {
+void StartCount::Conclude(Number start) {
   const Lock lock(mutex_);
-  if (start != latest_) {
-    return false;
+  if (start == latest_) {
+    under_way_ = false;
   }
-  under_way_ = false;
-  return true;
 }
 
 StartCount::Number StartCount::Latest() {

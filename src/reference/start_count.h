@@ -26,8 +26,8 @@ class StartCount {
   /// One look of the monitor at its start. `kWait`: come back in `kWaitMilliseconds`.
   [[nodiscard]] Step Look(Number start);
 
-  /// The monitor is done: the next start may begin. False when another start has begun already.
-  bool Conclude(Number start);
+  /// The monitor is done: the next start may begin, unless it has already.
+  void Conclude(Number start);
 
   [[nodiscard]] Number Latest();
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "frame/gate.h"
+#include "frame/stoppable_wait.h"
 #include "reference/held_lists.h"
 #include "reference/held_metadata.h"
 #include "reference/legal_holidays.h"
@@ -20,7 +21,6 @@
 #include "reference/refresh_schedule.h"
 #include "reference/start_count.h"
 #include "reference/stock_common.h"
-#include "reference/stoppable_wait.h"
 
 namespace reference {
 
@@ -81,7 +81,7 @@ class CStockCommon : public IStockCommon {
   void Monitor(StartCount::Number start, const boost::function<void(bool)>& done);
   void Conclude(StartCount::Number start, bool ok) noexcept;
 
-  StoppableWait waits_;
+  frame::StoppableWait waits_;
   frame::CompletionGate gate_;
   LegalHolidays holidays_{gate_};
   HeldLists lists_;

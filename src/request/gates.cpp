@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "request/ascii.h"
+
 namespace request {
 namespace {
 
@@ -13,15 +15,6 @@ bool IsDigit(wchar_t character) {
 // Columns of the version store: unquoted, one of these would be read as the row's own value.
 constexpr std::array<std::string_view, 6> kColumnNames = {"id",    "version", "count",
                                                           "rowid", "oid",     "_rowid_"};
-
-char LowerAscii(char character) {
-  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
-}
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "child_process.h"
+#include "market_server/market_server.h"
 
 namespace tests {
 namespace {
@@ -152,6 +153,26 @@ TEST(CsmState, knowsAHoliday) {
   ASSERT_EQ(csm.Wait(), 0) << csm.errors();
   EXPECT_NE(csm.output().find("已收盘"), std::string::npos) << csm.output();
   EXPECT_NE(csm.output().find("2024-04-30 15:00:00"), std::string::npos) << csm.output();
+}
+
+// A start that fails is over: one lost request took every list away.
+TEST(CsmReference, triesAgainWhenALoadFails) {
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"lists", "plates"}, {"plates-of", "sh600000"}, {"find", "600000"}}) {
+    market_server::Options options;
+    options.stocks = 200;
+    options.clock = kMorning;
+    market_server::Server server(options);
+    server.Start();
+    server.SetFaults({"status:/pc/rt/get_bk_list:1:503"});
+    std::vector<std::string> arguments = command;
+    arguments.insert(arguments.end(), {"--server", server.url()});
+    ChildProcess csm(Csm(arguments), {{"CSM_KEY_ID", server.key_id()}, {"CSM_KEY", server.key()}});
+    ASSERT_TRUE(csm.ReadUntil([&] { return server.ReadCounters().faults > 0; }));
+    server.SetFaults({});
+    EXPECT_EQ(csm.Wait(), 0) << command[0] << ": " << csm.errors();
+    EXPECT_GT(LinesOf(csm.output()).size(), 1U) << command[0];
+  }
 }
 
 TEST(CsmReference, givesUpAServerThatIsNotThere) {

@@ -61,6 +61,24 @@ TEST_F(PlannedWait, keepsItsDeadlineWhenTheClockIsSetBack) {
   EXPECT_TRUE(wait.IsOver());
 }
 
+// The calendar was learned, or the clock was set back: nothing tells the phase anew but this.
+TEST_F(PlannedWait, isOverWhenTheMarketIsInAnotherPhase) {
+  host.SetMarketStatus(4);
+  const frame::PlannedWait wait(60);
+  Pass(1);
+  EXPECT_FALSE(wait.IsOver());
+  host.SetMarketStatus(1);
+  EXPECT_TRUE(wait.IsOver());
+}
+
+TEST_F(PlannedWait, goesOnWhenTheHostCannotSayThePhase) {
+  const frame::PlannedWait wait(60);
+  for (long call = 0; call < 3; ++call) {
+    const ThrowingCall throwing(call);
+    EXPECT_FALSE(wait.IsOver());
+  }
+}
+
 // The server's time comes in whole seconds: one that seems a second ahead only turned its second sooner.
 TEST_F(PlannedWait, isNotCutShortByTheRoundingOfTheClock) {
   const frame::PlannedWait wait(3);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -225,6 +226,26 @@ TEST_F(Calendar, spanIsShortUntilTheHolidaysOfTheYearAreKnown) {
   EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310314, 9, 14, 59)), 1);
   EXPECT_EQ(TimeSpanToNextMarketStatus(At(20310315, 9, 0, 0)), 2);
   EXPECT_EQ(TimeSpanToNextMarketStatus(At(kFriday, 9, 0, 0)), 900);
+}
+
+// A client whose calendar cannot be had must not ask for everything every two seconds for ever.
+TEST(PhaseDoubt, thatLastsTakesAMinuteARound) {
+  using namespace std::chrono_literals;
+  stock_host::PhaseDoubt doubt;
+  const auto span = [&](bool in_doubt, std::chrono::nanoseconds elapsed) {
+    return doubt.LongestSpan(in_doubt, {elapsed, 0ns});
+  };
+  EXPECT_EQ(span(true, 100s), 2s);
+  EXPECT_EQ(span(true, 100s + 59s), 2s);
+  EXPECT_EQ(span(true, 100s + 60s), 60s);
+  EXPECT_EQ(span(true, 100s + 24h), 60s);
+  EXPECT_GT(span(false, 100s + 24h), 24h);
+  EXPECT_EQ(span(true, 200s + 24h), 2s) << "a new doubt";
+  EXPECT_EQ(span(true, 260s + 24h), 60s);
+  int rounds = 0;
+  stock_host::PhaseDoubt endless;
+  for (std::chrono::nanoseconds now = 0s; now < 1h; now += endless.LongestSpan(true, {now, 0ns})) ++rounds;
+  EXPECT_EQ(rounds, 30 + 59);
 }
 
 TEST_F(Calendar, spanIsShortUntilTheClockIsLearned) {

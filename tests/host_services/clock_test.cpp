@@ -181,6 +181,42 @@ TEST_F(ServerClock, isSureWhenLearnedUntilSomethingPutsItInDoubt) {
   EXPECT_FALSE(clock_.Sure(now_));
 }
 
+int jumps = 0;
+
+TEST_F(ServerClock, tellsOfEachJumpAndOfNothingElse) {
+  jumps = 0;
+  clock_.TellOfJumps([] { ++jumps; });
+  const auto learn = [this](std::int64_t date, double speed = 1) {
+    const int before = jumps;
+    (void)Learn(date, speed);
+    return jumps - before;
+  };
+  EXPECT_EQ(learn(kStart), 1) << "it is learned";
+  EXPECT_EQ(learn(kStart + 8), 0) << "it is pulled";
+  EXPECT_EQ(learn(-5), 0) << "a date that is none";
+  EXPECT_EQ(learn(kStart + 10000), 0) << "far off, once";
+  EXPECT_EQ(learn(kStart + 10000), 1) << "far off, twice: it is corrected";
+  Sleep(std::chrono::hours(9));
+  EXPECT_EQ(learn(Now()), 1) << "heard again after a suspension";
+  EXPECT_EQ(learn(Now()), 0);
+  EXPECT_EQ(learn(Now(), 60), 1) << "another speed";
+  clock_.TellOfJumps(nullptr);
+  EXPECT_EQ(learn(Now(), 1), 0);
+}
+
+// A waiting thread looks at the clock from inside.
+TEST_F(ServerClock, tellsWithoutALock) {
+  static ServerClockModel* clock = nullptr;
+  static stock_host::Moment moment;
+  static std::int64_t seen = 0;
+  clock = &clock_;
+  moment = now_;
+  clock_.TellOfJumps([] { seen = clock->Now(moment); });
+  (void)Learn(kStart + 500);
+  EXPECT_EQ(seen, kStart + 500);
+  clock_.TellOfJumps(nullptr);
+}
+
 // Two clocks of the machine are never read at the very same moment.
 TEST_F(ServerClock, aBlinkIsNoSuspension) {
   (void)Learn(kStart);

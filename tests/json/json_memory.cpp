@@ -3,8 +3,6 @@
 #include <malloc.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <new>
 
 #include "sanitizers.h"
 
@@ -24,16 +22,6 @@ void Subtract(std::size_t bytes) {
   held.fetch_sub(bytes);
 }
 
-thread_local bool is_short = false;
-thread_local std::size_t left = 0;
-
-void* New(std::size_t size) {
-  if (is_short && left == 0) throw std::bad_alloc();
-  if (is_short) --left;
-  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-
 }  // namespace
 
 namespace memory {
@@ -48,47 +36,7 @@ void StartPeak() {
   peak = held.load();
 }
 
-Shortage::Shortage(std::size_t allocations) {
-  left = allocations;
-  is_short = true;
-}
-Shortage::~Shortage() {
-  is_short = false;
-}
-bool Shortage::WasFelt() const {
-  return left == 0;
-}
-
 }  // namespace memory
-
-void* operator new(std::size_t size) {
-  return New(size);
-}
-void* operator new[](std::size_t size) {
-  return New(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
-  try {
-    return New(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, const std::nothrow_t& /*unused*/) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
 
 #if defined(CSM_ADDRESS_SANITIZER) || defined(CSM_THREAD_SANITIZER)
 

@@ -13,16 +13,4 @@ namespace memory {
 [[nodiscard]] std::size_t Peak();
 void StartPeak();
 
-/// While it lives, the allocation by `new` after so many others fails, in this thread, and every later one.
-class Shortage {
- public:
-  explicit Shortage(std::size_t allocations);
-  Shortage(const Shortage&) = delete;
-  Shortage& operator=(const Shortage&) = delete;
-  ~Shortage();
-
-  /// An allocation failed.
-  [[nodiscard]] bool WasFelt() const;
-};
-
 }  // namespace memory

@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "charts/stock_mline.h"
+#include "failing_memory.h"
 #include "json/json.h"
 #include "json/record_reader.h"
 #include "json_memory.h"
@@ -321,18 +322,20 @@ TEST(AnswerMemory, thatIsMissingIsAnExceptionAndNothingIsLost) {
   for (const std::string& answer : {text, for_qt}) {
     ReadByAll(answer);
     const std::size_t before = memory::Held();
-    std::size_t allocations = 0;
+    long allocations = 0;
     for (bool is_short = true; is_short; ++allocations) {
-      const memory::Shortage shortage(allocations);
-      try {
-        ReadByAll(answer);
-      } catch (const std::bad_alloc&) {
-        EXPECT_TRUE(shortage.WasFelt());
+      {
+        const FailingMemory failing(allocations, true);
+        try {
+          ReadByAll(answer);
+        } catch (const std::bad_alloc&) {
+          EXPECT_TRUE(FailingMemory::HasFailed());
+        }
       }
-      is_short = shortage.WasFelt();
+      is_short = FailingMemory::HasFailed();
       EXPECT_EQ(memory::Held(), before) << allocations;
     }
-    EXPECT_GT(allocations, 20u);
+    EXPECT_GT(allocations, 20);
   }
 }
 

@@ -385,6 +385,51 @@ TEST_F(ProtocolSentences, statusesOfRefusals) {
   EXPECT_EQ(status("GET /static/kline.sh600000.day.bfq.20240314.gzip HTTP/1.1\r\n\r\n"), 200);
 }
 
+TEST_F(ProtocolSentences, theHeadOfAnAnswer) {
+  EXPECT_TRUE(
+      PageSays("HTTP/1.1 with keep-alive, or HTTPS from TLS 1.2 on"));  // Tls.refusesProtocolsBelowTls12
+  EXPECT_EQ(bench.Raw("/x").Field("Connection"), "keep-alive");
+  EXPECT_TRUE(
+      PageSays("`X-Market-Speed` says how many of its seconds pass in one real second (0: it stands still)"));
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "0");
+  bench.server().SetSpeed(2.5);
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "2.5");
+  bench.server().SetSpeed(1);
+  EXPECT_EQ(bench.Raw("/x").Field("X-Market-Speed"), "");
+  EXPECT_TRUE(PageSays("`Expect: 100-continue` is answered with `100 Continue` before the body is read"));
+  RawClient client(bench.server().port());
+  client.Send("POST /x HTTP/1.1\r\nHost: a\r\nExpect: 100-continue\r\nContent-Length: 1\r\n\r\n");
+  EXPECT_EQ(client.ReadAll(std::chrono::seconds(5), 1), "HTTP/1.1 100 Continue\r\n\r\n");
+}
+
+TEST_F(ProtocolSentences, theBookAndTheHours) {
+  EXPECT_TRUE(PageSays("| `s1p` ... `s5p`, `s1v` ... `s5v` | the five best offers: price and volume |"));
+  EXPECT_TRUE(PageSays("the book of a stock that nobody offers has no `s1p`"));
+  const Document rows = Board("cn_a");
+  bool nobody_offers = false;
+  bool has_five = false;
+  for (const Value& row : rows["data"].GetArray()) {
+    EXPECT_FALSE(row.HasMember("s6p"));
+    EXPECT_EQ(row.HasMember("s1p"), row.HasMember("s1v"));
+    has_five = has_five || row.HasMember("s5p");
+    nobody_offers = nobody_offers || (row.HasMember("b1p") && !row.HasMember("s1p"));
+  }
+  EXPECT_TRUE(has_five);
+  EXPECT_TRUE(nobody_offers) << "a stock at its upper limit";
+  EXPECT_TRUE(PageSays(
+      "| 09:30 | trading until 11:30 and from 13:00 to 15:00; figures change every three seconds |"));
+  const auto volume = [this](const char* clock) {
+    bench.server().SetClock(clock);
+    return Number(Details({"sh000001"})["data"]["list"][0], "vol");
+  };
+  EXPECT_LT(volume("2024-03-15 09:30:00"), volume("2024-03-15 09:30:03"));
+  EXPECT_LT(volume("2024-03-15 11:29:00"), volume("2024-03-15 11:30:00"));
+  EXPECT_EQ(volume("2024-03-15 11:30:03"), volume("2024-03-15 12:59:59"));
+  EXPECT_LT(volume("2024-03-15 13:00:00"), volume("2024-03-15 13:01:00"));
+  EXPECT_LT(volume("2024-03-15 14:59:00"), volume("2024-03-15 15:00:03"));
+  EXPECT_EQ(volume("2024-03-15 15:00:03"), volume("2024-03-15 23:59:59"));
+}
+
 TEST_F(ProtocolSentences, numbersAreShort) {
   EXPECT_TRUE(PageSays("No figure has more than four decimals: 1.15, never 1.1500000000000001."));
   EXPECT_TRUE(PageSays("whole ones below 10^15 without fraction or exponent"));

@@ -69,6 +69,32 @@ TEST_F(LegalHolidays, belongToTheYearThatWasAskedFor) {
   EXPECT_EQ(host.HolidayCalls().at(0).year, 2024);
 }
 
+// An older answer that came late used to replace a newer one.
+TEST_F(LegalHolidays, areNotReplacedByTheAnswerToAnOlderRequest) {
+  host.Expect(Script(answers::kHolidayPath).Times(3));
+  holidays.Ask();
+  holidays.Ask();
+  host.SetTime(20250101, 0, 0, 1);
+  holidays.Ask();
+  host.Complete(2, Answer::Body(R"({"data":{"list":["20250101"]}})"));
+  host.Complete(1, Answer::Body(R"({"data":{"list":["20240501"]}})"));
+  host.Complete(0, Answer::Body(R"({"data":{"list":["20240102"]}})"));
+  ASSERT_EQ(host.HolidayCalls().size(), 2U);
+  EXPECT_EQ(host.HolidayCalls()[0].year, 2025);
+  EXPECT_EQ(host.HolidayCalls()[1].year, 2024) << "a list of one year does not keep out that of another";
+  EXPECT_EQ(host.HolidayCalls()[1].days, (std::vector<unsigned long>{20240501}));
+}
+
+TEST_F(LegalHolidays, thatAreDamagedKeepNoOlderAnswerOut) {
+  host.Expect(Script(answers::kHolidayPath).Times(2));
+  host.ExpectCodeLine(kNoDateLine, 1);
+  holidays.Ask();
+  holidays.Ask();
+  host.Complete(1, Answer::Body(R"({"data":{"list":["x"]}})"));
+  host.Complete(0, Answer::Body(R"({"data":{"list":["20240501"]}})"));
+  EXPECT_EQ(Days(), (std::vector<unsigned long>{20240501}));
+}
+
 TEST_F(LegalHolidays, areEmptiedByAnEmptyList) {
   AskForList("[]");
   EXPECT_TRUE(Days().empty());

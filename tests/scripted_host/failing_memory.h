@@ -1,5 +1,5 @@
-// Memory that runs out: the allocations of one thread fail from a number on. Included by one source of a
-// program, whose `operator new` it replaces.
+// Memory that runs out: the allocations of one thread fail from a number on. For programs with
+// failing_memory.cpp among their sources, which replaces `operator new`.
 #pragma once
 
 #include <cstdlib>
@@ -51,23 +51,3 @@ class FailingMemory {
   static inline thread_local bool all_later_ = false;
   static inline thread_local bool failed_ = false;
 };
-
-void* operator new(std::size_t size) {
-  return FailingMemory::Allocate(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
-  try {
-    return FailingMemory::Allocate(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, const std::nothrow_t& /*unused*/) noexcept {
-  std::free(memory);
-}

@@ -1,5 +1,5 @@
-// The waits of the reference data's threads.
-#include "reference/stoppable_wait.h"
+// The waits of the module's threads.
+#include "frame/stoppable_wait.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,14 @@
 #include "host/clock.h"
 #include "scripted_host.h"
 #include "scripted_ticks.h"
+
+// The host's own, which the scripted host is without.
+namespace {
+std::atomic<void (*)()> told_of_jumps = nullptr;
+}
+void common::TellOfClockJumps(void (*told)()) {
+  told_of_jumps = told;
+}
 
 namespace {
 
@@ -29,7 +37,7 @@ class StoppableWait : public ::testing::Test {
 
   ScriptedHost host;
   ScriptedSteady steady;
-  reference::StoppableWait wait;
+  frame::StoppableWait wait;
   std::int64_t suspended_at = 0, suspended_for = 0;
 };
 
@@ -94,7 +102,7 @@ std::int64_t CountedLook() {
 TEST(StoppableWaitInEarnest, seesTheServersClockChange) {
   ScriptedHost host;
   frame::SetSteadySource(&CountedLook);
-  reference::StoppableWait wait;
+  frame::StoppableWait wait;
   bool reached = false;
   std::thread waiting([&] { reached = wait.Planned(7200); });
   while (looks < 3) {  // by then the wait is planned
@@ -104,6 +112,65 @@ TEST(StoppableWaitInEarnest, seesTheServersClockChange) {
   waiting.join();
   EXPECT_TRUE(reached);
   frame::SetSteadySource(nullptr);
+}
+
+// By itself a thread looks once a second: that would take half a minute.
+TEST(StoppableWaitInEarnest, looksAtOnceWhenTheHostSaysThatTheClockHasJumped) {
+  ScriptedHost host;
+  frame::StoppableWait wait;
+  frame::StoppableWait other;  // all of them are told
+  std::atomic<int> seen{0};
+  const auto begin = std::chrono::steady_clock::now();
+  std::thread waiting([&] { static_cast<void>(wait.Planned(7200, [&] { ++seen; })); });
+  std::thread beside([&] { static_cast<void>(other.Planned(7200)); });
+  ASSERT_NE(told_of_jumps.load(), nullptr);
+  for (int jump = 0; jump < 30; ++jump) {
+    const int before = seen;
+    while (seen == before) {
+      told_of_jumps.load()();
+      std::this_thread::yield();
+    }
+  }
+  host.Advance(7201);
+  told_of_jumps.load()();
+  waiting.join();
+  beside.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
+}
+
+TEST(StoppableWaitInEarnest, isNoLongerThanStatedWhateverJumps) {
+  const ScriptedHost host;
+  frame::StoppableWait wait;
+  std::atomic<bool> over{false};
+  std::thread jumping([&] {
+    while (!over) {
+      told_of_jumps.load()();
+    }
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_TRUE(wait.For(50));
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(49));
+  over = true;
+  jumping.join();
+}
+
+TEST(StoppableWaitInEarnest, mayEndWhileTheClockJumps) {
+  const ScriptedHost host;
+  const frame::StoppableWait first;
+  std::atomic<bool> over{false};
+  std::thread jumping([&] {
+    while (!over) {
+      told_of_jumps.load()();
+    }
+  });
+  for (int round = 0; round < 1000; ++round) {
+    frame::StoppableWait one;
+    frame::StoppableWait two;
+    one.Stop();
+    EXPECT_FALSE(one.Planned(3600));
+  }
+  over = true;
+  jumping.join();
 }
 
 }  // namespace

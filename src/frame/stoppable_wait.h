@@ -1,0 +1,48 @@
+// The waits of the module's threads: measured on the monotonic clock, planned on the server's, and ended all
+// together when their owner ends. Thread-safe.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+
+namespace frame {
+
+class StoppableWait {
+ public:
+  StoppableWait();
+  ~StoppableWait();
+  StoppableWait(const StoppableWait&) = delete;
+  StoppableWait& operator=(const StoppableWait&) = delete;
+
+  /// Waits so long. False, at once, when the waits are stopped.
+  bool For(std::int64_t milliseconds);
+
+  /// Waits as a `PlannedWait` of so many seconds does. About once a second, and whenever the host says that
+  /// the server's clock has jumped, it looks at that clock and calls `look`. False, at once, when the waits
+  /// are stopped.
+  bool Planned(int seconds, const std::function<void()>& look = {});
+
+  /// Ends the waits under way and those to come.
+  void Stop();
+  [[nodiscard]] bool IsStopped();
+
+ private:
+  enum class Until { kTime, kTimeOrJump };
+  bool Wait(std::int64_t milliseconds, Until until);
+  static void OnClockJump();
+
+  std::mutex mutex_;  // guards the two below
+  bool stopped_ = false;
+  unsigned jumps_ = 0;
+  std::condition_variable changed_;
+
+  // All waits of the module, linked; guarded by one mutex for all.
+  struct All;
+  static All& TheWaits();
+  StoppableWait* next_ = nullptr;
+  StoppableWait** link_ = nullptr;
+};
+
+}  // namespace frame
