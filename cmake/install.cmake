@@ -1,6 +1,6 @@
 # What `cmake --install` puts into a prefix: the module, the host services, csm, the public headers, a CMake package
-# and a pkg-config file. Below include/c_stock_market the headers lie as in this tree, so that "c_stock_market.h",
-# "host/host.h" and "host_services/stock_host.h" resolve for others as they do here.
+# and a pkg-config file. Below include/c_stock_market the headers lie as in this tree: others include them as
+# <c_stock_market/host/host.h>, or as it is done here ("host/host.h") if they have no such file of their own.
 if(NOT TARGET csm OR NOT TARGET stock_host)
   return()
 endif()
@@ -9,15 +9,18 @@ include(CMakePackageConfigHelpers)
 set(CSM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/c_stock_market)
 set(CSM_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/c_stock_market)
 
+include(cmake/installed_headers.cmake)
 include(cmake/public_headers.cmake)
 
 csm_public_headers(headers)
+set(installed_headers ${PROJECT_BINARY_DIR}/installed_headers)
 foreach(entry IN LISTS headers)
-  string(REGEX REPLACE ".*\\|" "" path ${entry})
-  string(REPLACE "|" "/" file ${entry})
+  string(REPLACE "|" ";" entry ${entry})
+  list(GET entry 0 root)
+  list(GET entry 1 path)
+  csm_installed_header(${root} ${path} ${installed_headers})
   get_filename_component(folder ${path} DIRECTORY)
-  install(FILES ${PROJECT_SOURCE_DIR}/${file} DESTINATION ${CSM_INCLUDEDIR}/${folder}
-          COMPONENT development)
+  install(FILES ${installed_headers}/${path} DESTINATION ${CSM_INCLUDEDIR}/${folder} COMPONENT development)
 endforeach()
 
 # Beside each other in one prefix, wherever that prefix is.

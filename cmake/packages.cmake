@@ -28,7 +28,7 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME c-stock-market-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libboost-dev, libboost-thread-dev, libboost-system-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libboost-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "For development: headers, CMake package and pkg-config file.")
 include(CPack)

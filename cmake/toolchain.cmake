@@ -54,6 +54,11 @@ elseif(CSM_SANITIZE)
   message(FATAL_ERROR "CSM_SANITIZE is '${CSM_SANITIZE}'; it may be empty, 'address' or 'thread'")
 endif()
 
+if(CSM_COVERAGE)
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
+endif()
+
 if(CSM_BUILD_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

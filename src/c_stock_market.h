@@ -27,6 +27,7 @@
 #include "charts/stock_mline.h"
 #include "frame/field.h"
 #include "frame/observer.h"
+#include "market_terms.h"
 #include "module_export.h"
 #include "quotes/current_stock.h"
 #include "quotes/index_market.h"

@@ -53,7 +53,7 @@ bool ShowCandles() {
 
 bool ShowMonths() {
   const Once<StockKLineData> months;
-  GetStockKLine()->FetchKLine(L"sh600000", 3, 2, months);  // months, adjusted forward
+  GetStockKLine()->FetchKLine(L"sh600000", market::kMonth, market::kForward, months);
   const StockKLineData line = months.Wait();
   if (!line.candles.empty()) {
     std::printf("%zu months, the first %u, the last %u at %.2f\n", line.candles.size(),

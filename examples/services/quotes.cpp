@@ -27,7 +27,11 @@ bool ShowBoard() {
   IStockMarket* const market = GetStockMarket();
   market->Attach(&view);
   // All A shares by change, the best first, rows 0 to 4.
-  market->SetTarget(&view, {.stock_type = 1, .sort_key = 4, .sort_type = 2, .start = 0, .end = 5});
+  market->SetTarget(&view, {.stock_type = market::kAllShares,
+                            .sort_key = market::kByChange,
+                            .sort_type = market::kDescending,
+                            .start = 0,
+                            .end = 5});
   market->Resume(&view, true);
   const std::vector<StockMarketItem> rows = view.Wait();
   for (const StockMarketItem& row : rows) {
@@ -40,7 +44,7 @@ bool ShowBoard() {
 
 bool ShowNamesOfABoard() {
   const Once<CodeNameList> names;
-  GetStockMarket()->FetchStockItems(1, 1, 4, names);  // by code, ascending, the growth board
+  GetStockMarket()->FetchStockItems(market::kByCode, market::kAscending, market::kGem, names);
   const CodeNameList list = names.Wait();
   if (!list.empty()) {
     std::printf("%zu stocks, the first %ls %ls\n", list.size(), list[0].first.c_str(),
@@ -73,7 +77,7 @@ bool ShowWatchList() {
   View<std::vector<OptionalMarketItem>> view;
   IOptionalStockMarket* const market = GetOptionalStockMarket();
   market->Attach(&view);
-  market->SetTarget(&view, {.sort_key = 3, .sort_type = 1});  // the cheapest first
+  market->SetTarget(&view, {.sort_key = market::kByLast, .sort_type = market::kAscending});
   market->Resume(&view, true);
   const std::vector<OptionalMarketItem> rows = view.Wait();
   for (const OptionalMarketItem& row : rows) {
@@ -88,7 +92,11 @@ bool ShowPlates() {
   View<std::vector<StockMarketItem>> view;
   IPlateMarket* const market = GetPlateMarket();
   market->Attach(&view);
-  market->SetTarget(&view, {.bk_type = 1, .sort_key = 4, .sort_type = 2, .start = 0, .end = 3});
+  market->SetTarget(&view, {.bk_type = market::kIndustry,
+                            .sort_key = market::kByChange,
+                            .sort_type = market::kDescending,
+                            .start = 0,
+                            .end = 3});
   market->Resume(&view, true);
   const std::vector<StockMarketItem> plates = view.Wait();
   for (const StockMarketItem& plate : plates) {
@@ -108,8 +116,11 @@ bool ShowPlateMembers() {
   View<PlateStockMarketData> view;
   IPlateStockMarket* const market = GetPlateStockMarket();
   market->Attach(&view);
-  // By turnover rate.
-  market->SetTarget(&view, {.bk_code = plates[0].code, .sort_key = 8, .sort_type = 2, .start = 0, .end = 2});
+  market->SetTarget(&view, {.bk_code = plates[0].code,
+                            .sort_key = market::kByTurnover,
+                            .sort_type = market::kDescending,
+                            .start = 0,
+                            .end = 2});
   market->Resume(&view, true);
   const PlateStockMarketData page = view.Wait();
   std::printf("%ls, %d members  ", plates[0].name.c_str(), page.total_num);

@@ -8,9 +8,9 @@
 
 bool ShowStockRanking() {
   View<std::vector<StockMarketSummary>> view;
-  IStockRanking* const ranking = GetStockRanking(1, false, false);  // all A shares, the plain list
+  IStockRanking* const ranking = GetStockRanking(market::kAllShares, false, false);  // the plain list
   ranking->Attach(&view);
-  ranking->SetTarget(&view, {.sort_key = 4, .sort_type = 2, .num = 3});
+  ranking->SetTarget(&view, {.sort_key = market::kByChange, .sort_type = market::kDescending, .num = 3});
   ranking->Resume(&view, true);
   const std::vector<StockMarketSummary> rows = view.Wait();
   for (const StockMarketSummary& row : rows) {
@@ -23,9 +23,9 @@ bool ShowStockRanking() {
 
 bool ShowPlateRanking() {
   View<std::vector<PlateMarketSummary>> view;
-  IPlateRanking* const ranking = GetPlateRanking(2, false);  // concept plates
+  IPlateRanking* const ranking = GetPlateRanking(market::kConcept, false);
   ranking->Attach(&view);
-  ranking->SetTarget(&view, {.sort_key = 4, .sort_type = 2, .num = 3});
+  ranking->SetTarget(&view, {.sort_key = market::kByChange, .sort_type = market::kDescending, .num = 3});
   ranking->Resume(&view, true);
   const std::vector<PlateMarketSummary> rows = view.Wait();
   for (const PlateMarketSummary& row : rows) {

@@ -1,7 +1,7 @@
 // Unusual events of the market, for a market monitor.
 #pragma once
 
-#include <boost/function.hpp>
+#include <boost/function/function1.hpp>
 #include <cstdint>
 #include <list>
 #include <string>

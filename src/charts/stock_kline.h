@@ -1,7 +1,7 @@
 // K-lines: candles of days, weeks or months. The course of one day is a matter of charts/stock_mline.h.
 #pragma once
 
-#include <boost/function.hpp>
+#include <boost/function/function1.hpp>
 #include <cstdint>
 #include <list>
 #include <string>

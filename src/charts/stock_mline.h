@@ -2,7 +2,7 @@
 // charts/stock_kline.h.
 #pragma once
 
-#include <boost/function.hpp>
+#include <boost/function/function1.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>

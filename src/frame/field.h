@@ -3,7 +3,7 @@
 // these shapes: the records say it.
 #pragma once
 
-#include <boost/function.hpp>
+#include <boost/function/function1.hpp>
 #include <cstdint>
 #include <string>
 #include <utility>

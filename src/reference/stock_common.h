@@ -3,7 +3,7 @@
 // here are a matter of quotes/.
 #pragma once
 
-#include <boost/function.hpp>
+#include <boost/function/function1.hpp>
 #include <cstdint>
 #include <string>
 #include <utility>

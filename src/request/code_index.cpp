@@ -3,6 +3,7 @@
 #include <array>
 #include <bit>
 #include <chrono>
+#include <cstring>
 #include <exception>
 #include <random>
 
@@ -26,59 +27,33 @@ Secret DrawSecret() {
   return secret;
 }
 
-// SipHash-1-3, with one round per two characters.
-class Sip {
- public:
-  explicit Sip(const Secret& secret)
-      : v0_(secret[0] ^ 0x736f6d6570736575U),
-        v1_(secret[1] ^ 0x646f72616e646f6dU),
-        v2_(secret[0] ^ 0x6c7967656e657261U),
-        v3_(secret[1] ^ 0x7465646279746573U) {}
-
-  void Add(std::uint64_t word) {
-    v3_ ^= word;
-    Round();
-    v0_ ^= word;
-  }
-
-  [[nodiscard]] std::uint64_t Finish() {
-    v2_ ^= 0xFF;
-    Round();
-    Round();
-    Round();
-    return v0_ ^ v1_ ^ v2_ ^ v3_;
-  }
-
- private:
-  void Round() {
-    v0_ += v1_;
-    v2_ += v3_;
-    v1_ = std::rotl(v1_, 13) ^ v0_;
-    v3_ = std::rotl(v3_, 16) ^ v2_;
-    v0_ = std::rotl(v0_, 32);
-    v2_ += v1_;
-    v0_ += v3_;
-    v1_ = std::rotl(v1_, 17) ^ v2_;
-    v3_ = std::rotl(v3_, 21) ^ v0_;
-    v2_ = std::rotl(v2_, 32);
-  }
-
-  std::uint64_t v0_, v1_, v2_, v3_;
-};
+std::uint64_t Mix(std::uint64_t left, std::uint64_t right) {
+  __extension__ using Product = unsigned __int128;
+  const Product product = static_cast<Product>(left) * right;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64U);
+}
 
 }  // namespace
 
+// Four characters at a time, as wyhash does it; the last ones are filled up with zeros.
 std::uint32_t HashOfCode(std::wstring_view code) {
+  using Words = std::array<std::uint64_t, 2>;
+  static_assert(sizeof(Words) == 4 * sizeof(wchar_t));
   static const Secret secret = DrawSecret();
-  Sip sip(secret);
+  std::uint64_t hash = secret[1];
+  const auto add = [&hash](const wchar_t* characters, std::size_t count) {
+    Words words{};
+    std::memcpy(words.data(), characters, count * sizeof(wchar_t));
+    hash = Mix(words[0] ^ secret[0], words[1] ^ hash);
+  };
   std::size_t place = 0;
-  for (; place + 1 < code.size(); place += 2) {
-    sip.Add(static_cast<std::uint32_t>(code[place]) |
-            (std::uint64_t{static_cast<std::uint32_t>(code[place + 1])} << 32U));
+  for (; code.size() - place >= 4; place += 4) {
+    add(code.data() + place, 4);
   }
-  const std::uint64_t last = place < code.size() ? static_cast<std::uint32_t>(code[place]) : 0;
-  sip.Add(last | (std::uint64_t{code.size()} << 32U));
-  return static_cast<std::uint32_t>(sip.Finish());
+  if (place < code.size()) {
+    add(code.data() + place, code.size() - place);
+  }
+  return static_cast<std::uint32_t>(Mix(secret[0] ^ code.size(), hash ^ secret[1]));
 }
 
 }  // namespace request

@@ -85,18 +85,6 @@ TEST_F(MarginTrade, deliversNothingInAttach) {
   service->Detach(&late);
 }
 
-TEST_F(MarginTrade, writesItsThreeLines) {
-  host.ExpectFailureLine(L"CMarginTrade::FetchMarginTradeInfo Failed.");
-  host.ExpectCodeLine(L"CMarginTrade::FetchMarginTradeInfo Response Error Code: %d", 2);
-  host.ExpectCodeLine(L"CMarginTrade::FetchMarginTradeInfo Json Parse Error Code: %d", 5);
-  for (const Answer& answer :
-       {Answer::Failed(), Answer::Body(R"({"errno":2})"), Answer::Body("?"), Answer::Body("")}) {
-    host.Expect(Script(kPath).Inline(answer));
-    service->FetchMarginTradeInfo();
-  }
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(MarginTrade, sendsNothingWithoutAUrl) {
   host.SignNothing(true);
   service->FetchMarginTradeInfo();

@@ -88,24 +88,6 @@ TEST_F(Distribution, storesTheDateUnchanged) {
   service->Detach(&view);
 }
 
-TEST_F(Distribution, writesItsThreeLines) {
-  service->Attach(&view);
-  service->SetTarget(&view, 0);
-  service->Resume(&view, false);
-  const auto asked = [] { return Script("/pc/rt/stock_distribute_num"); };
-  host.ExpectFailureLine(L"StockDistribution::FetchDistribution Failed.");
-  host.Expect(asked().Inline(Answer::Failed()));
-  service->Refresh();
-  host.ExpectCodeLine(L"StockDistribution::FetchDistribution Response Error Code: %d", -3);
-  host.Expect(asked().Inline(Answer::Body(R"({"errno":-3})")));
-  service->Refresh();
-  host.ExpectCodeLine(L"StockDistribution::FetchDistribution Json Parse Error Code: %d", 5);
-  host.Expect(asked().Inline(Answer::Body("x")));
-  service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
-  service->Detach(&view);
-}
-
 TEST_F(Distribution, asksForAPastDayOnlyWhenAViewResumes) {
   service->Attach(&view);
   service->SetTarget(&view, 20240314);

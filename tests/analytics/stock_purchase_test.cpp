@@ -55,18 +55,6 @@ TEST_F(Purchase, deliversAnEmptyList) {
   EXPECT_TRUE(view.Last().empty());
 }
 
-TEST_F(Purchase, writesItsThreeLines) {
-  host.ExpectFailureLine(L"CStockPurchase::FetchPurchaseInfo Failed.");
-  host.ExpectCodeLine(L"CStockPurchase::FetchPurchaseInfo Response Error Code: %d", 2);
-  host.ExpectCodeLine(L"CStockPurchase::FetchPurchaseInfo Json Parse Error Code: %d", 5);
-  for (const Answer& answer :
-       {Answer::Failed(), Answer::Body(R"({"errno":2})"), Answer::Body("?"), Answer::Body("")}) {
-    host.Expect(Script(kPath).Inline(answer));
-    service->FetchPurchaseInfo();
-  }
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(Purchase, narrowsEveryNumberToTheNearestFloat) {
   Fetch(R"({"data":{"list":[{"publish_price":12.345678,"publish_num":1e300,"pe":-1e-300,"chance":0.1}]}})");
   const StockPurchaseItem item = view.Last().front();

@@ -136,27 +136,6 @@ TEST_F(StockKLine, tellsOnlyActiveViewsOfTheSymbol) {
   service->Detach(&other);
 }
 
-TEST_F(StockKLine, writesItsThreeLinesAndKeepsWhatViewsHave) {
-  Show(view, L"sh600000");
-  Keep(L"20240314", {kThursday});
-  host.Expect(Script(kDayPath).Inline(Today("sh600000", kToday)));
-  service->Refresh();
-  host.ExpectFailureLine(L"StockKLine::FetchKLine Failed.", 2);
-  host.ExpectCodeLine(L"StockKLine::FetchKLine Response Error Code: %d", 1001);
-  host.ExpectCodeLine(L"StockKLine::FetchKLine Json Parse Error Code: %d", 5);
-  for (const Answer& answer :
-       {Answer::Failed(), Answer::Failed(R"({"errno":0,"data":{}})"),
-        Answer::Body(R"({"errno":1001,"data":{}})"), Answer::Body("?"), Answer::Body(""), Answer::Null()}) {
-    host.Expect(Script(kDayPath).Inline(answer));
-    service->FetchKLine(L"sh600000", 1, 1, KLineTest::Keep());
-  }
-  EXPECT_TRUE(got.empty());
-  EXPECT_EQ(view.Count(), 1U);
-  service->Suspend(&view);
-  service->Resume(&view, true);
-  EXPECT_EQ(view.Last().candles, List({kThursday, kToday})) << "what was held before is there still";
-}
-
 TEST_F(StockKLine, deliversTheHistoryWhereThereIsNoCandleOfToday) {
   Keep(L"20240314", {kThursday});
   for (const char* body :

@@ -120,26 +120,6 @@ TEST_F(StockMLine, forgetsTheLineOfASymbolThatIsLeft) {
   service->Detach(&second);
 }
 
-TEST_F(StockMLine, writesItsThreeLinesAndKeepsWhatViewsHave) {
-  Show(view, L"sh600000");
-  host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
-  service->Refresh();
-  host.ExpectFailureLine(L"StockMLine::FetchMLine Failed.", 2);
-  host.ExpectCodeLine(L"StockMLine::FetchMLine Response Error Code: %d", 1001);
-  host.ExpectCodeLine(L"StockMLine::FetchMLine Json Parse Error Code: %d", 5);
-  for (const Answer& answer :
-       {Answer::Failed(), Answer::Failed(R"({"errno":0,"data":{}})"),
-        Answer::Body(R"({"errno":1001,"data":{}})"), Answer::Body("?"), Answer::Body(""), Answer::Null()}) {
-    host.Expect(Script(kToday).Inline(answer));
-    service->Refresh();
-  }
-  EXPECT_EQ(view.Count(), 1U);
-  service->Suspend(&view);
-  service->Resume(&view, true);
-  EXPECT_EQ(view.Count(), 2U) << "the line held before is there still";
-  EXPECT_EQ(Price(view.Last()), 1.0);
-}
-
 TEST_F(StockMLine, tellsNobodyOfAnAnswerWithoutLines) {
   Show(view, L"sh600000");
   for (const char* body : {R"({"errno":0})", R"({"data":{}})", R"({"data":[]})", R"({"data":null})", "[]",

@@ -27,6 +27,27 @@ void ExpectAscending(const std::vector<Key>& keys) {
 
 constexpr std::uint32_t kHuge = 0x80000000U;  // negative, were it signed
 
+// Also from variables, whatever the integer of the key.
+TEST(MarketTerms, convertIntoEveryKey) {
+  const market::Column column = market::kByChange;
+  const market::Direction direction = market::kDescending;
+  const market::Board board = market::kGem;
+  const market::PlateKind kind = market::kConcept;
+  EXPECT_EQ((StockRangeRankingTarget{.stock_type = board, .sort_key = column, .sort_type = direction}),
+            (StockRangeRankingTarget{4, 4, 2, 0, 0}));
+  EXPECT_EQ((PlateRangeRankingTarget{.bk_type = kind, .sort_key = column, .sort_type = direction}),
+            (PlateRangeRankingTarget{2, 4, 2, 0, 0}));
+  EXPECT_EQ((PlateStockRankingTarget{.bk_code = L"", .sort_key = column, .sort_type = direction}),
+            (PlateStockRankingTarget{L"", 4, 2, 0, 0}));
+  EXPECT_EQ((RankingTarget{.sort_key = column, .sort_type = direction}), (RankingTarget{4, 2, 10}));
+  EXPECT_EQ((SortingTarget{.sort_key = market::kByPlate, .sort_type = direction}), (SortingTarget{24, 2}));
+  StockKLineData line;
+  line.period = market::kMonth;
+  line.adjustment = market::kBackward;
+  EXPECT_EQ(line.period, 3);
+  EXPECT_EQ(line.adjustment, 3);
+}
+
 TEST(RankingTarget, ordersByColumnDirectionAndNumberAsSigned) {
   ExpectAscending<RankingTarget>({
       {.sort_key = -1, .sort_type = 2, .num = 9},

@@ -1,5 +1,5 @@
-# Brings the build into an empty prefix, and builds and runs a program outside of the tree against it: once with the
-# CMake package, once with pkg-config. FROM says how: "install" installs and then moves the prefix; "packages" unpacks
+# Brings the build into an empty prefix, and builds and runs programs outside of the tree against it: each with the
+# CMake package and with pkg-config. FROM says how: "install" installs and then moves the prefix; "packages" unpacks
 # the Debian packages. Fails with the output of the command that failed.
 function(must)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -52,12 +52,19 @@ foreach(text ${texts})
 endforeach()
 must(${prefix}/bin/csm --help)
 
-must(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/consumer -G Ninja -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_PREFIX_PATH=${prefix}
-     -DCMAKE_BUILD_TYPE=Debug)
-must(${CMAKE_COMMAND} --build ${WORK}/consumer)
-must(${WORK}/consumer/consumer ${WORK}/host)
-
 must(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig pkg-config --cflags --libs c_stock_market)
 separate_arguments(flags UNIX_COMMAND "${output}")
-must(${CXX} -std=c++20 ${SOURCE}/consumer.cpp -o ${WORK}/by_pkg_config ${flags} -Wl,-rpath,${prefix}/${LIBDIR})
-must(${WORK}/by_pkg_config ${WORK}/host)
+
+# The second client has folders and headers of the same names as ours.
+foreach(client consumer namesake)
+  must(${CMAKE_COMMAND} -S ${SOURCE}/${client} -B ${WORK}/${client} -G Ninja -DCMAKE_CXX_COMPILER=${CXX}
+       -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_BUILD_TYPE=Debug)
+  must(${CMAKE_COMMAND} --build ${WORK}/${client})
+  must(${WORK}/${client}/${client} ${WORK}/host)
+
+  # Its own folders first, and last.
+  foreach(order "-I${SOURCE}/${client};${flags}" "${flags};-I${SOURCE}/${client}")
+    must(${CXX} ${SOURCE}/${client}/${client}.cpp -o ${WORK}/by_pkg_config ${order} -Wl,-rpath,${prefix}/${LIBDIR})
+    must(${WORK}/by_pkg_config ${WORK}/host)
+  endforeach()
+endforeach()

@@ -1,5 +1,6 @@
-// docs/protocol.md says what the server does: tables are compared with the code, examples with a running
-// server. With CSM_UPDATE_DOCS set in the environment the page is brought up to date instead.
+// docs/protocol.md says what the server does: its tables are compared with the code. With CSM_UPDATE_DOCS set
+// in the environment the page is brought up to date instead. With CSM_WRITE_PAGE the page is written to that
+// file, with an answer of a running server below each endpoint (target `protocol_page`).
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -138,7 +139,7 @@ QueryMap ExampleQuery(const Route& route) {
   return query;
 }
 
-std::string Endpoints(Bench& bench) {
+std::string Endpoints(Bench& bench, bool with_answers) {
   std::string text;
   for (const Route& route : Routes()) {
     text += "### " + std::string(route.path) + "\n\n" + std::string(route.summary) + "\n\n";
@@ -151,9 +152,12 @@ std::string Endpoints(Bench& bench) {
       }
       text += "\n";
     }
-    text += "Example" + (route.example.empty() ? std::string() : ", `" + std::string(route.example) + "`") +
-            ":\n\n```\n" + Readable(bench.Get(std::string(route.path), ExampleQuery(route)).body) +
-            "\n```\n\n";
+    if (!route.example.empty()) {
+      text += "Example: `" + std::string(route.example) + "`\n\n";
+    }
+    if (with_answers) {
+      text += "```\n" + Readable(bench.Get(std::string(route.path), ExampleQuery(route)).body) + "\n```\n\n";
+    }
   }
   text.pop_back();
   return text;
@@ -228,8 +232,9 @@ TEST(ProtocolPage, agreesWithTheServer) {
   const std::string history =
       "/kql?q={%22foo%22:[%22kline.day%22,{%22symbol%22:%22sh600000%22,%22mtime%22:0,%22type%22:%22bfq%22,"
       "%22offset%22:0,%22limit%22:2}]}";
+  const char* const copy = std::getenv("CSM_WRITE_PAGE");
   const std::map<std::string, std::string> blocks = {
-      {"endpoints", Endpoints(bench)},
+      {"endpoints", Endpoints(bench, copy != nullptr)},
       {"words", WordsTable()},
       {"errors", ErrorsTable()},
       {"faults", FaultsTable()},
@@ -247,14 +252,14 @@ TEST(ProtocolPage, agreesWithTheServer) {
     const std::size_t to = text.find(end);
     ASSERT_TRUE(from != std::string::npos && to != std::string::npos && from < to) << "no block " << name;
     const std::size_t start = from + begin.size();
-    if (update) {
+    if (update || copy != nullptr) {
       text.replace(start, to - start, block);
     } else {
       EXPECT_TRUE(text.substr(start, to - start) == block)
           << "docs/protocol.md, " << name << ": run this test with CSM_UPDATE_DOCS=1 and read what changed";
     }
   }
-  if (update) std::ofstream(kPage) << text;
+  if (update || copy != nullptr) std::ofstream(copy != nullptr ? copy : kPage) << text;
 }
 
 /// Whether the page says so, whatever its line breaks.

@@ -103,12 +103,6 @@ TEST_F(WatchListQuotes, handOutCodesOfTheLatestAnswerInATask) {
   EXPECT_EQ(list, (CodeNameList{{L"a", L"甲"}, {L"b", L"乙"}}));
 }
 
-TEST_F(WatchListQuotes, writeTheirThreeLines) {
-  host.SetWatchList({L"sh600000"});
-  Make();
-  ExpectThreeLines(host, kPath, L"OptionalStockMarket::FetchStockMarkets", [this] { service->Refresh(); });
-}
-
 // One view on a watch list of one symbol.
 class ShownWatchList : public WatchListQuotes {
  protected:

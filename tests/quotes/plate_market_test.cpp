@@ -55,15 +55,6 @@ TEST_F(PlateBoard, setsNoDirections) {
   EXPECT_EQ(view.Last()[0].last.direction, 0);
 }
 
-TEST_F(PlateBoard, writesItsLines) {
-  Show(view, {1, 4, 2, 0, 9});
-  ExpectThreeLines(host, "/pc/rt/get_bk_detail", L"PlateMarket::FetchPlateMarkets",
-                   [this] { service->Refresh(); });
-  ExpectThreeLines(host, "/pc/rt/bk_price_list", L"PlateMarket::FetchPlateItems",
-                   [this] { service->FetchPlateItems(6, 2, 1, {}); });
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(PlateBoard, handsOutCodesAndNames) {
   host.Expect(Script("/pc/rt/bk_price_list")
                   .With({{"bk_type", "hy"}, {"sort_key", "change"}, {"sort_type", "desc"}})

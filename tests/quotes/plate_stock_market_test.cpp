@@ -125,10 +125,4 @@ TEST_F(PlateStocks, logTheFailureOfAnOlderRequestToo) {
   host.Complete(0, Answer::Failed());
 }
 
-TEST_F(PlateStocks, writeTheirThreeLines) {
-  Show(view, {L"bk1", 4, 2, 0, 19});
-  ExpectThreeLines(host, kPath, L"PlateStockMarket::FetchStockMarkets", [this] { service->Refresh(); });
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 }  // namespace

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
-#include <string>
 
 #include "recording_observer.h"
 #include "scripted_host.h"
@@ -29,16 +27,3 @@ class ServiceTest : public ::testing::Test {
   RecordingObserver<Data> view;
   std::unique_ptr<Service> service;
 };
-
-// Every failure writes its one line; an empty body writes none.
-inline void ExpectThreeLines(ScriptedHost& host, const char* path, const std::wstring& name,
-                             const std::function<void()>& refresh) {
-  host.ExpectFailureLine(name + L" Failed.");
-  host.ExpectCodeLine(name + L" Response Error Code: %d", 1);
-  host.ExpectCodeLine(name + L" Json Parse Error Code: %d", 5);
-  for (const Answer& answer :
-       {Answer::Failed(), Answer::Body(R"({"errno":1})"), Answer::Body("?"), Answer::Body("")}) {
-    host.Expect(Script(path).Inline(answer));
-    refresh();
-  }
-}

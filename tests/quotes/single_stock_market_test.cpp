@@ -88,13 +88,6 @@ TEST_F(SingleQuote, isSilentAboutAnEmptyList) {
   EXPECT_EQ(view.Count(), 0U);
 }
 
-TEST_F(SingleQuote, writesItsThreeLines) {
-  Show(view, L"sh600000");
-  ExpectThreeLines(host, "/pc/rt/stock_detail_list", L"SingleStockMarket::FetchStockMarket",
-                   [this] { service->Refresh(); });
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(SingleQuote, readsTheFirstElementOnly) {
   Show(view, L"sh600000");
   host.Expect(Script("/pc/rt/stock_detail_list")

@@ -84,12 +84,6 @@ TEST_F(StockBoard, computesNoDerivedFigure) {
   EXPECT_FALSE(view.Last()[0].limit_up.present || view.Last()[0].avg_price.present);
 }
 
-TEST_F(StockBoard, writesItsThreeLines) {
-  Show(view, {1, 4, 2, 0, 49});
-  ExpectThreeLines(host, "/pc/rt/get", L"StockMarket::FetchStockMarkets", [this] { service->Refresh(); });
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(StockBoard, handsOutCodesAndNamesOnce) {
   host.Expect(Script("/pc/rt/stock_price_list")
                   .With({{"stock_type", "gem"}, {"sort_key", "change"}, {"sort_type", "asc"}})
@@ -110,14 +104,6 @@ TEST_F(StockBoard, handsOutTheListOfTheLatestCallOnly) {
   host.Complete(0, Answer::Body(R"({"data":[]})"));
   EXPECT_EQ(first, 0);
   EXPECT_EQ(second, 1);
-}
-
-TEST_F(StockBoard, handsOutNothingAfterAFailure) {
-  int calls = 0;
-  ExpectThreeLines(host, "/pc/rt/stock_price_list", L"StockMarket::FetchStockItems", [this, &calls] {
-    service->FetchStockItems(4, 2, 1, [&calls](const CodeNameList&) { ++calls; });
-  });
-  EXPECT_EQ(calls, 0);
 }
 
 TEST_F(StockBoard, comparesWithTheAnswerBeforeWhicheverTargetItWasFor) {

@@ -78,17 +78,4 @@ TEST_F(PlateRanking, skipsTargetsWithoutColumn) {
   EXPECT_EQ(host.RequestCount(), 0U);
 }
 
-TEST_F(PlateRanking, writesItsThreeLines) {
-  Show({4, 2, 10});
-  host.ExpectFailureLine(L"PlateRanking::FetchPlateRanking Failed.");
-  host.ExpectCodeLine(L"PlateRanking::FetchPlateRanking Response Error Code: %d", 1);
-  host.ExpectCodeLine(L"PlateRanking::FetchPlateRanking Json Parse Error Code: %d", 5);
-  for (const Answer& answer :
-       {Answer::Failed(), Answer::Body(R"({"errno":1})"), Answer::Body("?"), Answer::Body("")}) {
-    host.Expect(Script(kPath).Inline(answer));
-    service->Refresh();
-  }
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 }  // namespace

@@ -143,23 +143,6 @@ TEST_F(StockRanking, rememberOneAnswerForAllTargets) {
   service->Detach(&second);
 }
 
-TEST_F(StockRanking, writesItsThreeLinesAndKeepsWhatItHas) {
-  Show(view, {4, 2, 10});
-  Answer200(Row("a", "1"));
-  host.ExpectFailureLine(L"StockRanking::FetchStockRanking Failed.");
-  host.ExpectCodeLine(L"StockRanking::FetchStockRanking Response Error Code: %d", 1);
-  host.ExpectCodeLine(L"StockRanking::FetchStockRanking Json Parse Error Code: %d", 5);
-  for (const Answer& answer :
-       {Answer::Failed(), Answer::Body(R"({"errno":1})"), Answer::Body("?"), Answer::Body("")}) {
-    host.Expect(Script(kPlain).Inline(answer));
-    service->Refresh();
-  }
-  EXPECT_EQ(view.Count(), 1U);
-  Answer200(Row("a", "2"));
-  EXPECT_EQ(view.Last()[0].last.trend, 1) << "the answer before the failures counts";
-  service->Detach(&view);
-}
-
 TEST_F(StockRanking, sendsWordsForNumbersBeyondItsTables) {
   service.reset(ranking::MakeStockRanking(6, false));
   AwaitSleepingThreads();
