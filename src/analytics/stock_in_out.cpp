@@ -1,6 +1,7 @@
 // The capital flows of single stocks. All symbols that views follow travel in one request.
 #include "analytics/stock_in_out.h"
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -52,23 +53,26 @@ void CStockInOut::SetTarget(Observer* obs, const std::wstring& symbol) {
 
 // --- Understand ---
 
-FlowAmounts ReadFlows(const Object& flows, std::string_view days) {
-  const auto amount = [&](std::string_view direction, std::string_view size) {
-    return request::ToUnsigned64(flows.ObjectAt(direction).ObjectAt(size).Member(days).Number());
-  };
-  return {amount("in", "big"), amount("out", "big"), amount("in", "small"), amount("out", "small")};
-}
-
 // An element has one member: the symbol, and its flows. Whatever is missing reads 0.
 StockInOutItem ReadItem(const Value& element) {
   const request::json::NamedValue entry = element.AsObject().First();
   const Object flows = entry.value.AsObject();
+  const Object in = flows.ObjectAt("in");
+  const Object out = flows.ObjectAt("out");
+  const std::array<Object, 4> kinds{in.ObjectAt("big"), out.ObjectAt("big"), in.ObjectAt("small"),
+                                    out.ObjectAt("small")};
+  const auto read = [&kinds](std::string_view days) -> FlowAmounts {
+    const auto amount = [&kinds, days](std::size_t kind) {
+      return request::ToUnsigned64(kinds.at(kind).Member(days).Number());
+    };
+    return {amount(0), amount(1), amount(2), amount(3)};
+  };
   StockInOutItem item;
   item.symbol = request::json::WideKey(entry.key);
   item.mtime = request::ToUnsigned64(flows.Member("mtime").Number());
-  item.d1 = ReadFlows(flows, "d1");
-  item.d5 = ReadFlows(flows, "d5");
-  item.d10 = ReadFlows(flows, "d10");
+  item.d1 = read("d1");
+  item.d5 = read("d5");
+  item.d10 = read("d10");
   return item;
 }
 

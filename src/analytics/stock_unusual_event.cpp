@@ -2,9 +2,7 @@
 // list, so that views clear.
 #include "analytics/stock_unusual_event.h"
 
-#include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <list>
 #include <memory>
 #include <vector>
@@ -12,9 +10,9 @@
 #include "analytics/stock_unusual_event_table.h"
 #include "frame/phase_interval.h"
 #include "frame/polled_subject.h"
+#include "frame/recycler.h"
 #include "frame/running.h"
 #include "host/clock.h"
-#include "json/budget.h"
 #include "json/record_reader.h"
 #include "request/ask.h"
 #include "request/dates.h"
@@ -28,7 +26,6 @@ using Events = std::list<StockUnusualEventItem>;
 
 constexpr auto kFetch = request::Fetch::kUnusualEvents;
 constexpr int kShortestInterval = 30;
-constexpr std::size_t kListNode = 3 * sizeof(void*);
 
 class CStockUnusualEvent : public frame::PolledSubject<IStockUnusualEvent> {
  public:
@@ -45,6 +42,7 @@ class CStockUnusualEvent : public frame::PolledSubject<IStockUnusualEvent> {
   }
 
   frame::Stamps stamps_;
+  frame::Recycler<Events> lists_;
   const std::shared_ptr<const Events> none_ = std::make_shared<Events>();
 };
 
@@ -67,12 +65,10 @@ void CStockUnusualEvent::AskForDay(std::uint32_t date, OnEvents on_events) {
         return request::UnusualEventsUrl(date == 0 ? common::GetCurrentServerTime()
                                                    : common::DateToTime(date, 23, 59, 59));
       },
-      [](const request::Answer& answer) {
-        request::json::Budget budget;
-        budget.Require(answer.DataList().Size(), sizeof(StockUnusualEventItem) + kListNode);
-        auto events = request::RecordReader<kStockUnusualEventTable>::ReadAll(answer.DataList(), budget);
-        return std::make_shared<const Events>(std::make_move_iterator(events.begin()),
-                                              std::make_move_iterator(events.end()));
+      [this](const request::Answer& answer) -> std::shared_ptr<const Events> {
+        const std::shared_ptr<Events> events = lists_.Take();
+        request::RecordReader<kStockUnusualEventTable>::ReadInto(*events, answer.DataList());
+        return events;
       },
       on_events, [on_events, none = none_] { on_events(none); });
 }

@@ -60,27 +60,10 @@ class Audience {
     alone_.AwaitOthers(obs);
   }
 
-  void Suspend(Obs* obs) {
-    const ListLock lock(list_mutex_);
-    const KeyLock keys(key_mutex_);
-    if (Entry* const entry = Attached(obs); entry != nullptr && !entry->suspended) {
-      entry->suspended = true;
-      ++suspended_;
-    }
-  }
+  void Suspend(Obs* obs) { SetSuspended(obs, true); }
 
   /// True when the observer was suspended; it is active now.
-  bool Resume(Obs* obs) {
-    const ListLock lock(list_mutex_);
-    const KeyLock keys(key_mutex_);
-    Entry* const entry = Attached(obs);
-    if (entry == nullptr || !entry->suspended) {
-      return false;
-    }
-    entry->suspended = false;
-    --suspended_;
-    return true;
-  }
+  bool Resume(Obs* obs) { return SetSuspended(obs, false); }
 
   [[nodiscard]] bool IsSuspended(Obs* obs) {
     const ListLock lock(list_mutex_);
@@ -167,6 +150,7 @@ class Audience {
   struct Viewer {
     Obs* obs;
     bool active;
+    std::uint64_t place;  ///< in the order of attaching
   };
 
   /// A walk over the observers: holds the list mutex for as long as it lives.
@@ -177,21 +161,16 @@ class Audience {
     /// Those who show `key`, in the order in which they attached.
     [[nodiscard]] std::vector<Viewer> Of(const Key& key) const {
       const KeyLock keys(audience_.key_mutex_);
-      std::vector<std::pair<std::uint64_t, Viewer>> ordered;
+      std::vector<Viewer> viewers;
       if (const auto found = audience_.shown_.find(key); found != audience_.shown_.end()) {
         for (Obs* const obs : found->second) {
           if (const Entry* const entry = audience_.Attached(obs)) {
-            ordered.push_back({entry->place, {obs, !entry->suspended}});
+            viewers.push_back({obs, !entry->suspended, entry->place});
           }
         }
       }
-      std::sort(ordered.begin(), ordered.end(),
-                [](const auto& left, const auto& right) { return left.first < right.first; });
-      std::vector<Viewer> viewers;
-      viewers.reserve(ordered.size());
-      for (const auto& [place, viewer] : ordered) {
-        viewers.push_back(viewer);
-      }
+      std::sort(viewers.begin(), viewers.end(),
+                [](const Viewer& left, const Viewer& right) { return left.place < right.place; });
       return viewers;
     }
 
@@ -201,7 +180,7 @@ class Audience {
       std::vector<Viewer> viewers;
       viewers.reserve(audience_.attached_.size());
       for (const auto& [place, obs] : audience_.attached_) {
-        viewers.push_back({obs, !audience_.Attached(obs)->suspended});
+        viewers.push_back({obs, !audience_.Attached(obs)->suspended, place});
       }
       return viewers;
     }
@@ -245,6 +224,19 @@ class Audience {
     bool suspended = false;
     std::optional<Key> key;
   };
+
+  // False when it changed nothing.
+  bool SetSuspended(Obs* obs, bool suspended) {
+    const ListLock lock(list_mutex_);
+    const KeyLock keys(key_mutex_);
+    Entry* const entry = Attached(obs);
+    if (entry == nullptr || entry->suspended == suspended) {
+      return false;
+    }
+    entry->suspended = suspended;
+    suspended ? ++suspended_ : --suspended_;
+    return true;
+  }
 
   [[nodiscard]] Entry* Attached(Obs* obs) {
     const auto found = entries_.find(obs);

@@ -47,8 +47,9 @@ class Budget {
 /// What an index of records by their codes takes for each of them, at most.
 inline constexpr std::size_t kIndexBytes = 60;
 
-/// What the allocator adds to an allocation, at most.
+/// What the allocator adds to an allocation, and a node to what a list holds, at most.
 inline constexpr std::size_t kAllocationOverhead = 24;
+inline constexpr std::size_t kNodeBytes = 16 + kAllocationOverhead;
 
 /// What a text or a vector holds beyond itself, its elements' own holdings aside.
 template <class Sequence>

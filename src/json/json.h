@@ -1,20 +1,23 @@
-// The one door to the JSON parser: values, objects and arrays as the services and the record readers see
-// them. Conversions never fail; each says what a value of another type reads as. Plain texts are read by a
-// parser of our own, everything that it is not certain of by Qt's, error codes included; which one it was
+// The one door to JSON: values, objects and arrays as the services and the record readers see them.
+// Conversions never fail; each says what a value of another type reads as. Plain texts are read by a reader
+// of our own, everything that it is not certain of by Qt's parser, error codes included; which one it was
 // cannot be told from outside.
 //
 // A document is read-only after `Parse` and may be read from several threads. Values, objects and arrays are
 // views: they live as long as their document.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "json/budget.h"
+#include "json/cells.h"
 
 namespace request::json {
 
@@ -23,48 +26,17 @@ class Document;
 class Object;
 struct NamedValue;
 
-namespace detail {
-
-// A document is its text and a row of tokens in the order of the text. A token is the place in the text where
-// a value or a key begins; what stands there says what it is. A container has two tokens more, its extent and
-// its count, and is followed by its contents: values, or keys and values by turns.
-using Token = std::uint32_t;
-
-inline constexpr std::size_t kExtent = 1;    // tokens from the container to the next of the same outer one
-inline constexpr std::size_t kCount = 2;     // elements of an array, members of an object
-inline constexpr std::size_t kContents = 3;  // where they begin
-
-// What strings, keys and numbers begin with in a text of our own: there follow the length (a Token) and the
-// bytes, or the bytes of a double. No JSON begins so.
-inline constexpr char kOwnText = '\x01';
-inline constexpr char kOwnNumber = '\x02';
-
-[[nodiscard]] inline bool BeginsContainer(char lead) {
-  return lead == '{' || lead == '[';
-}
-
-[[nodiscard]] inline const Token* Behind(const Token* value, std::string_view text) {
-  return value + (BeginsContainer(text[*value]) ? value[kExtent] : 1);
-}
-
-/// The text that `kOwnText` begins at `at`.
-[[nodiscard]] inline std::string_view OwnTextAt(const char* at) {
-  Token length = 0;
-  std::memcpy(&length, at + 1, sizeof(length));
-  return {at + 1 + sizeof(length), length};
-}
-
-}  // namespace detail
-
 class Value {
  public:
   /// No value: what a missing member reads as.
   Value() = default;
 
-  [[nodiscard]] bool IsUndefined() const { return token_ == nullptr; }
-  [[nodiscard]] bool IsNull() const { return Lead() == 'n'; }
-  [[nodiscard]] bool IsArray() const { return Lead() == '['; }
-  [[nodiscard]] bool IsObject() const { return Lead() == '{'; }
+  [[nodiscard]] bool IsUndefined() const { return Is(detail::Kind::kUndefined); }
+  [[nodiscard]] bool IsNumber() const { return detail::IsNumber(*cell_); }
+  [[nodiscard]] bool IsString() const { return Is(detail::Kind::kString) || Is(detail::Kind::kEscaped); }
+  [[nodiscard]] bool IsNull() const { return Is(detail::Kind::kNull); }
+  [[nodiscard]] bool IsArray() const { return Is(detail::Kind::kArray); }
+  [[nodiscard]] bool IsObject() const { return Is(detail::Kind::kObject); }
 
   /// The text of a string; empty for anything else.
   [[nodiscard]] std::wstring Text() const;
@@ -73,7 +45,7 @@ class Value {
   void TextInto(std::wstring& out) const;
 
   /// The number; 0.0 for anything else.
-  [[nodiscard]] double Number() const;
+  [[nodiscard]] double Number() const { return IsNumber() ? std::bit_cast<double>(*cell_) : 0.0; }
 
   /// The number if it is a whole one that fits; 0 for anything else, 5.5 and 3000000000 included.
   [[nodiscard]] int Integer() const;
@@ -86,47 +58,44 @@ class Value {
   friend class Array;
   friend class Document;
   friend class Object;
-  Value(const detail::Token* token, std::string_view text) : token_(token), text_(text) {}
 
-  // The first character of what it is in the text.
-  [[nodiscard]] char Lead() const { return token_ == nullptr ? '\0' : text_[*token_]; }
+  static constexpr detail::Cell kUndefined = MakeCell(detail::Kind::kUndefined);
 
-  const detail::Token* token_ = nullptr;
-  std::string_view text_;
+  Value(const detail::Cell* cell, const detail::Content* content) : cell_(cell), content_(content) {}
+  [[nodiscard]] bool Is(detail::Kind kind) const {
+    return *cell_ >> detail::kPayloadBits == static_cast<detail::Cell>(kind);
+  }
+
+  const detail::Cell* cell_ = &kUndefined;
+  const detail::Content* content_ = nullptr;
 };
 
-/// The key of a member.
-class Key {
+namespace detail {
+
+inline constexpr std::array<Cell, kHead> kEmpty{MakeCell(Kind::kUndefined), 0};
+
+// What arrays and objects have in common.
+class Container {
  public:
-  [[nodiscard]] bool Is(std::string_view name) const {
-    if (rest_.front() == detail::kOwnText) {
-      return Text() == name;
-    }
-    return rest_.size() > name.size() + 1 && rest_[name.size() + 1] == '"' &&
-           rest_.substr(1, name.size()) == name;
-  }
+  /// Of its elements or members, repeated ones included.
+  [[nodiscard]] std::size_t Size() const { return GetCount().entries; }
 
-  /// In UTF-8.
-  [[nodiscard]] std::string_view Text() const {
-    if (rest_.front() == detail::kOwnText) {
-      return detail::OwnTextAt(rest_.data());
-    }
-    return rest_.substr(1, rest_.find('"', 1) - 1);  // a key holds no escapes
-  }
+ protected:
+  Container() = default;
+  Container(const Cell* head, const Content* content) : head_(head), content_(content) {}
 
- private:
-  friend class Object;
-  explicit Key(std::string_view rest) : rest_(rest) {}
+  [[nodiscard]] Count GetCount() const { return std::bit_cast<Count>(head_[1]); }
 
-  std::string_view rest_;  // of the text, from the key on
+  const Cell* head_ = kEmpty.data();
+  const Content* content_ = nullptr;
 };
 
-class Array {
+}  // namespace detail
+
+class Array : public detail::Container {
  public:
   /// An empty array.
   Array() = default;
-
-  [[nodiscard]] std::size_t Size() const { return token_ == nullptr ? 0 : token_[detail::kCount]; }
 
   /// Element `index`; undefined beyond the end. Walks there from the front: for a few elements of a short
   /// array.
@@ -135,30 +104,24 @@ class Array {
   /// Calls `visit(value)` for every element, in order.
   template <class Visitor>
   void ForEach(Visitor&& visit) const {
-    if (token_ == nullptr) {
-      return;
-    }
-    const detail::Token* element = token_ + detail::kContents;
+    const detail::Cell* element = head_ + detail::kHead;
     for (std::size_t left = Size(); left > 0; --left) {
-      visit(Value(element, text_));
-      element = detail::Behind(element, text_);
+      visit(Value(element, content_));
+      element = detail::Behind(element);
     }
   }
 
  private:
   friend class Value;
-  Array(const detail::Token* token, std::string_view text) : token_(token), text_(text) {}
-
-  const detail::Token* token_ = nullptr;
-  std::string_view text_;
+  using Container::Container;
 };
 
-class Object {
+class Object : public detail::Container {
  public:
   /// An empty object.
   Object() = default;
 
-  /// The member of that name (ASCII), the last one if the text held several; undefined when there is none.
+  /// The member of that name, the last one if the text held several; undefined when there is none.
   [[nodiscard]] Value Member(std::string_view key) const;
   [[nodiscard]] Object ObjectAt(std::string_view key) const { return Member(key).AsObject(); }
   [[nodiscard]] Array ArrayAt(std::string_view key) const { return Member(key).AsArray(); }
@@ -168,51 +131,53 @@ class Object {
   [[nodiscard]] NamedValue First() const;
 
   /// This object as a value.
-  [[nodiscard]] Value Self() const { return Value(token_, text_); }
-
-  /// Calls `visit(key, value)` for every member, the key as a `Key`, in no certain order. A key that the text
-  /// repeats comes again, its last value last: fit for a visitor whose later calls replace its earlier ones.
-  template <class Visitor>
-  void ForEachUnordered(Visitor&& visit) const {
-    if (token_ == nullptr) {
-      return;
-    }
-    const detail::Token* key = token_ + detail::kContents;
-    for (std::size_t left = token_[detail::kCount]; left > 0; --left) {
-      const detail::Token* const value = key + 1;
-      visit(Key(text_.substr(*key)), Value(value, text_));
-      key = detail::Behind(value, text_);
-    }
-  }
+  [[nodiscard]] Value Self() const { return {head_, content_}; }
 
   /// Calls `visit(key, value)` for every distinct key, in UTF-8, ascending by its UTF-16 code units, with its
   /// last value.
   template <class Visitor>
   void ForEach(Visitor&& visit) const {
     for (const Entry& member : Sorted()) {
-      visit(KeyOf(member), Value(token_ + member.value, text_));
+      visit(KeyAt(member.key), Value(head_ + member.value, content_));
     }
   }
 
- private:
-  friend class Document;
-  friend class Value;
-
-  // A member of the text, by places: there may be very many.
-  struct Entry {
-    detail::Token key_begin;
-    detail::Token key_length;
-    detail::Token value;  // behind this object's token
-  };
-
-  Object(const detail::Token* token, std::string_view text) : token_(token), text_(text) {}
-  [[nodiscard]] std::vector<Entry> Sorted() const;
-  [[nodiscard]] std::string_view KeyOf(const Entry& member) const {
-    return text_.substr(member.key_begin, member.key_length);
+  /// The same for every member in the order of the text, repeated keys included: fit for a visitor whose
+  /// later calls replace its earlier ones.
+  template <class Visitor>
+  void ForEachInText(Visitor&& visit) const {
+    std::size_t key = GetCount().first_key;
+    ForEachValue([&](const Value& value) { visit(KeyAt(key++), value); });
   }
 
-  const detail::Token* token_ = nullptr;
-  std::string_view text_;
+  /// The same without the keys.
+  template <class Visitor>
+  void ForEachValue(Visitor&& visit) const {
+    const detail::Cell* value = head_ + detail::kHead;
+    for (std::size_t left = Size(); left > 0; --left) {
+      visit(Value(value, content_));
+      value = detail::Behind(value);
+    }
+  }
+
+  /// What is the same for two objects of one document only if they have the same keys in the same order.
+  [[nodiscard]] detail::Count Shape() const { return GetCount(); }
+
+ private:
+  friend class Value;
+  using Container::Container;
+
+  [[nodiscard]] std::string_view KeyAt(std::size_t index) const {
+    const detail::Key& key = content_->keys[index];
+    return content_->text.substr(key.begin, key.length);
+  }
+
+  // A member by places: there may be very many.
+  struct Entry {
+    std::uint32_t key;    // of the document's
+    std::uint32_t value;  // behind the head
+  };
+  [[nodiscard]] std::vector<Entry> Sorted() const;
 };
 
 /// A member of an object.
@@ -226,16 +191,12 @@ class Document {
  public:
   /// An empty document without error.
   Document() = default;
-  Document(const Document&) = delete;
-  Document& operator=(const Document&) = delete;
-  Document(Document&&) noexcept = default;
-  Document& operator=(Document&&) noexcept = default;
 
   /// Parses UTF-8. The bytes must outlive the document. Throws `std::bad_alloc` only, when memory is missing;
   /// of a text that would take more than budget.h allows it makes a document that is `TooLarge`.
   [[nodiscard]] static Document Parse(const char* text, std::size_t length);
 
-  /// As `Parse`, but by Qt's parser always, which takes more memory: the reference that the parser of our own
+  /// As `Parse`, but by Qt's parser always, which takes more memory: the reference that the reader of our own
   /// is held against.
   [[nodiscard]] static Document ParseByQt(const char* text, std::size_t length);
 
@@ -254,24 +215,22 @@ class Document {
  private:
   static constexpr int kTooLarge = -1;  // no code of the parser
 
-  [[nodiscard]] static Document MakeTooLarge();
+  explicit Document(int error) : error_(error) {}
+  explicit Document(std::unique_ptr<const detail::Content> content) : content_(std::move(content)) {}
   [[nodiscard]] Value Outermost() const {
-    return tokens_.empty() ? Value() : Value(tokens_.data(), owned_ ? own_text_ : text_);
+    return content_ == nullptr ? Value() : Value(content_->cells.get(), content_.get());
   }
 
   int error_ = 0;
-  std::vector<detail::Token> tokens_;
-  std::string_view text_;  // the caller's bytes
-  bool owned_ = false;     // the tokens are of own_text_ instead
-  std::string own_text_;
+  std::unique_ptr<const detail::Content> content_;
 };
 
 inline Object Value::AsObject() const {
-  return IsObject() ? Object(token_, text_) : Object();
+  return IsObject() ? Object(cell_, content_) : Object();
 }
 
 inline Array Value::AsArray() const {
-  return IsArray() ? Array(token_, text_) : Array();
+  return IsArray() ? Array(cell_, content_) : Array();
 }
 
 /// A key as wide text.

@@ -1,3 +1,12 @@
+// The one trick is to expect what came before. The rows of an answer are alike: an object most likely has the
+// keys of the object before it on the same level, in the same order. So no key is looked for. The reader
+// holds the bytes of the key that comes next, quotes and colon included, against those of the row before,
+// eight at a time, and goes on to the value; a row that kept to it to its end shares the keys of the row
+// before, and whoever fills records from such rows finds out once which member each key fills. A row that
+// differs writes down keys of its own from there on.
+//
+// Values become cells on the way, each byte looked at once: numbers are made from eight digits at a time,
+// strings are only passed. Blanks, long numbers and characters beyond ASCII take the roads beside.
 #include "json/plain_reader.h"
 
 #include <algorithm>
@@ -9,40 +18,43 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <vector>
 
-#include "json/budget.h"
-#include "json/qt_text.h"
+#include "json/strings.h"
 
 namespace request::json::detail {
 namespace {
 
 constexpr std::size_t kDeepest = 1024;
-constexpr std::size_t kMostTokens = kMostDocumentMemory / sizeof(Token);
-constexpr std::size_t kMostTokensOfStep = 1 + kContents;  // a key and a container
 
 bool IsDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
-const char* SkipDigits(const char* at, const char* end) {
-  while (at != end && IsDigit(*at)) {
-    ++at;
-  }
-  return at;
+bool IsBlank(char character) {
+  return character == ' ' || character == '\n' || character == '\t' || character == '\r';
 }
 
 // Characters are looked at eight at a time where there are as many, the first in the lowest byte of a word:
 // short texts of changing length are passed without a branch for each.
 constexpr std::ptrdiff_t kWord = 8;
 
-bool HasWord(const char* at, const char* end) {
-  return std::endian::native == std::endian::little && end - at >= kWord;
+// So many are there for whoever looks at several words: those of a key and those of a number.
+constexpr std::ptrdiff_t kSeveralWords = 6 * kWord;
+
+bool HasBytes(std::ptrdiff_t bytes, const char* at, const char* end) {
+  return std::endian::native == std::endian::little && end - at >= bytes;
 }
 
 std::uint64_t WordAt(const char* at) {
   std::uint64_t word = 0;
   std::memcpy(&word, at, sizeof(word));
   return word;
+}
+
+// The bits of so many bytes.
+constexpr unsigned Bits(std::ptrdiff_t bytes) {
+  return static_cast<unsigned>(8 * bytes);
 }
 
 constexpr std::uint64_t EightTimes(char character) {
@@ -79,292 +91,363 @@ std::uint64_t NumberOf(std::uint64_t values) {
 constexpr std::array<std::uint64_t, kWord + 1> kWholePowersOfTen = {
     1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 
-// Passes digits and appends them to `number`, which wraps.
-const char* TakeDigits(const char* at, const char* end, std::uint64_t& number) {
-  while (HasWord(at, end)) {
-    const std::uint64_t word = WordAt(at);
-    const std::ptrdiff_t count = BytesBeforeMark(MarkOthersThanDigits(word));
-    if (count == 0) {
-      return at;
-    }
-    const std::uint64_t values = (word ^ EightTimes('0')) << static_cast<unsigned>(8 * (kWord - count));
-    number = number * kWholePowersOfTen[static_cast<std::size_t>(count)] + NumberOf(values);
-    at += count;
-    if (count < kWord) {
-      return at;
-    }
-  }
-  while (at != end && IsDigit(*at)) {
-    number = number * 10 + static_cast<std::uint64_t>(*at - '0');
-    ++at;
-  }
-  return at;
-}
-
 // Digits that a double holds exactly, and the powers of ten up to as many of them, which it holds as well:
 // the quotient of two such numbers is the double nearest to the decimal.
 constexpr std::ptrdiff_t kExactDigits = 15;
 constexpr std::array<double, kExactDigits + 1> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                                1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
-// A number of fewer characters than a word, as most are, that a comma or bracket follows.
-struct BriefDecimal {
-  std::ptrdiff_t length = 0;  // 0: there is no such number
-  std::ptrdiff_t decimals = 0;
-  std::uint64_t word = 0;
-
-  BriefDecimal(const char* at, const char* end) {
-    if (!HasWord(at, end)) {
-      return;
+// Passes digits and appends them to `number`, which wraps.
+const char* TakeDigits(const char* at, const char* end, std::uint64_t& number) {
+  while (HasBytes(kWord, at, end)) {
+    const std::uint64_t word = WordAt(at);
+    const std::ptrdiff_t count = BytesBeforeMark(MarkOthersThanDigits(word));
+    if (count == 0) {
+      return at;
     }
-    word = WordAt(at);
-    std::uint64_t marks = MarkOthersThanDigits(word);
-    const std::ptrdiff_t whole = BytesBeforeMark(marks);
-    std::ptrdiff_t stop = whole;
-    if (whole < kWord && at[whole] == '.') {
-      marks &= marks - 1;
-      stop = BytesBeforeMark(marks);
-      decimals = stop - whole - 1;
-    }
-    const bool has_figures = whole > 0 && (whole == 1 || *at != '0') && (stop == whole || decimals > 0);
-    if (has_figures && stop < kWord && (at[stop] == ',' || at[stop] == '}' || at[stop] == ']')) {
-      length = stop;
+    const std::uint64_t values = (word ^ EightTimes('0')) << Bits(kWord - count);
+    number = number * kWholePowersOfTen[static_cast<std::size_t>(count)] + NumberOf(values);
+    at += count;
+    if (count < kWord) {
+      return at;
     }
   }
-
-  [[nodiscard]] double Number() const {
-    const auto bits = [](std::ptrdiff_t bytes) { return static_cast<unsigned>(8 * bytes); };
-    std::uint64_t values = (word ^ EightTimes('0')) << bits(kWord - length);  // zeros in front
-    if (decimals > 0) {
-      // What stands in front of the point moves over it.
-      const std::uint64_t behind = ~std::uint64_t{0} << bits(kWord - decimals);
-      const std::uint64_t front = (values << 8U) & ~behind;
-      values = (values & behind) | front;
-    }
-    return static_cast<double>(NumberOf(values)) / kPowersOfTen[static_cast<std::size_t>(decimals)];
+  for (; at != end && IsDigit(*at); ++at) {
+    number = number * 10 + static_cast<std::uint64_t>(*at - '0');
   }
-};
-
-// A number as it is written.
-struct Decimal {
-  const char* begin = nullptr;
-  const char* end = nullptr;
-  std::uint64_t digits = 0;  // all of them as one number, which wraps
-  std::ptrdiff_t count = 0;
-  std::ptrdiff_t decimals = 0;
-  bool negative = false;
-  bool has_exponent = false;
-
-  // Any parser reads it as the same double.
-  [[nodiscard]] bool IsShort() const { return count <= kExactDigits && !has_exponent; }
-};
-
-// Passes one number. False for what is none.
-inline bool PassDecimal(const char*& at, const char* end, Decimal& decimal) {
-  decimal.begin = at;
-  decimal.negative = at != end && *at == '-';
-  const char* const whole = decimal.negative ? at + 1 : at;
-  at = TakeDigits(whole, end, decimal.digits);
-  if (at == whole || (at - whole > 1 && *whole == '0')) {
-    return false;
-  }
-  decimal.count = at - whole;
-  if (at != end && *at == '.') {
-    const char* const fraction = ++at;
-    at = TakeDigits(fraction, end, decimal.digits);
-    if (at == fraction) {
-      return false;
-    }
-    decimal.decimals = at - fraction;
-    decimal.count += decimal.decimals;
-  }
-  if (at != end && (*at == 'e' || *at == 'E')) {
-    decimal.has_exponent = true;
-    ++at;
-    if (at != end && (*at == '+' || *at == '-')) {
-      ++at;
-    }
-    const char* const exponent = at;
-    at = SkipDigits(exponent, end);
-    if (at == exponent) {
-      return false;
-    }
-  }
-  decimal.end = at;
-  return true;
+  return at;
 }
 
-// False for a number that Qt's parser might read otherwise. No number is a negative zero.
-inline bool Convert(const Decimal& decimal, double& number) {
-  if (decimal.IsShort()) {
-    const double magnitude =
-        static_cast<double>(decimal.digits) / kPowersOfTen[static_cast<std::size_t>(decimal.decimals)];
-    number = (decimal.negative ? -magnitude : magnitude) + 0.0;
+// Reads a number without sign and exponent that has fewer characters than a word, as most have. Returns what
+// is behind it; null for any other, and for some that end in what cannot follow a number.
+[[gnu::always_inline]] inline const char* PassBrief(const char* at, double& number) {
+  const std::uint64_t word = WordAt(at);
+  const std::uint64_t marks = MarkOthersThanDigits(word);
+  const std::ptrdiff_t whole = BytesBeforeMark(marks);
+  std::uint64_t values = word ^ EightTimes('0');
+  std::ptrdiff_t length = whole;
+  std::ptrdiff_t decimals = 0;
+  if (whole < kWord && at[whole] == '.') {
+    length = BytesBeforeMark(marks & (marks - 1));
+    decimals = length - whole - 1;
+    // What stands in front of the point moves over it.
+    const std::uint64_t front = (std::uint64_t{1} << Bits(whole)) - 1;
+    values = (values & ~(front << 8U | 0xFF)) | (values & front) << 8U;
+  }
+  if (length == kWord || (at[length] | 0x20) == 'e' || whole == 0 || (*at == '0' && whole > 1) ||
+      length == whole + 1) {
+    return nullptr;
+  }
+  number = static_cast<double>(NumberOf(values << Bits(kWord - length))) /
+           kPowersOfTen[static_cast<std::size_t>(decimals)];
+  return at + length;
+}
+
+// The same for numbers of up to fifteen digits, eight of them behind the point.
+[[gnu::noinline]] const char* PassLonger(const char* const at, double& number) {
+  const char* next = at;
+  std::uint64_t digits = 0;
+  const auto take = [&next, &digits] {
+    const std::uint64_t word = WordAt(next);
+    const std::ptrdiff_t count = BytesBeforeMark(MarkOthersThanDigits(word));
+    if (count > 0) {
+      digits = digits * kWholePowersOfTen[static_cast<std::size_t>(count)] +
+               NumberOf((word ^ EightTimes('0')) << Bits(kWord - count));
+    }
+    next += count;
+    return count;
+  };
+  const std::ptrdiff_t whole = take() == kWord ? kWord + take() : next - at;
+  std::ptrdiff_t decimals = 0;
+  if (*next == '.') {
+    ++next;
+    decimals = take();
+    if (decimals == 0) {
+      return nullptr;
+    }
+  }
+  if (IsDigit(*next) || (*next | 0x20) == 'e' || whole == 0 || (*at == '0' && whole > 1) ||
+      whole + decimals > kExactDigits) {
+    return nullptr;
+  }
+  number = static_cast<double>(digits) / kPowersOfTen[static_cast<std::size_t>(decimals)];
+  return next;
+}
+
+// The same with a sign or without. No number is a negative zero.
+[[gnu::always_inline]] inline const char* PassShort(const char* at, double& number) {
+  const bool negative = *at == '-';
+  at += negative ? 1 : 0;
+  const char* next = PassBrief(at, number);
+  if (next == nullptr) {
+    next = PassLonger(at, number);
+  }
+  if (negative) {
+    number = 0.0 - number;
+  }
+  return next;
+}
+
+// Passes a number. False for what is none, and for one that Qt's parser might read otherwise. No number is a
+// negative zero.
+bool PassNumber(const char*& at, const char* end, double& number) {
+  if (HasBytes(kSeveralWords, at, end)) {
+    if (const char* const behind = PassShort(at, number); behind != nullptr) {
+      at = behind;
+      return true;
+    }
+  }
+  const char* const begin = at;
+  const bool negative = at != end && *at == '-';
+  at += negative ? 1 : 0;
+  std::uint64_t digits = 0;
+  const char* const whole = at;
+  at = TakeDigits(whole, end, digits);
+  std::ptrdiff_t count = at - whole;
+  if (count == 0 || (count > 1 && *whole == '0')) {
+    return false;
+  }
+  std::ptrdiff_t decimals = 0;
+  if (at != end && *at == '.') {
+    const char* const fraction = ++at;
+    at = TakeDigits(fraction, end, digits);
+    decimals = at - fraction;
+    count += decimals;
+    if (decimals == 0) {
+      return false;
+    }
+  }
+  const bool has_exponent = at != end && (*at == 'e' || *at == 'E');
+  if (!has_exponent && count <= kExactDigits) {
+    number = static_cast<double>(digits) / kPowersOfTen[static_cast<std::size_t>(decimals)];
+    number = (negative ? -number : number) + 0.0;
     return true;
   }
-  const auto [stop, error] = std::from_chars(decimal.begin, decimal.end, number);
-  if (error != std::errc() || stop != decimal.end) {
+  const auto [stop, error] = std::from_chars(begin, end, number);
+  if (error != std::errc() || (has_exponent ? stop <= at + 1 : stop != at) ||
+      (number != 0 && std::fabs(number) < std::numeric_limits<double>::min())) {
     return false;
   }
-  if (number != 0 && std::fabs(number) < std::numeric_limits<double>::min()) {
-    return false;
-  }
+  at = stop;
   number += 0.0;
   return true;
 }
 
-// Passes one number. False for what is none, and for one that Qt's parser might read otherwise.
-bool PassNumber(const char*& at, const char* end, double& number) {
-  if (const BriefDecimal brief(at, end); brief.length > 0) {
-    at += brief.length;
-    number = brief.Number();
-    return true;
-  }
-  Decimal decimal;
-  return PassDecimal(at, end, decimal) && Convert(decimal, number);
-}
-
 class Reader {
  public:
-  /// `tokens` has room for some.
-  Reader(std::string_view text, std::vector<Token>& tokens)
-      : begin_(text.data()),
-        at_(text.data()),
-        end_(text.data() + text.size()),
-        tokens_(tokens),
-        next_token_(tokens.data()) {}
+  Reader(std::string_view text, Content& content)
+      : text_(text.data()),
+        at_(text_),
+        end_(text_ + text.size()),
+        writer_(text.size() / sizeof(Cell)),
+        keys_(content.keys) {}
 
   bool Read() {
     SkipBlanks();
-    if (at_ == end_ || !BeginsContainer(*at_) || !Open()) {
-      return false;
+    while (end_ != at_ && IsBlank(end_[-1])) {
+      --end_;
     }
-    while (!open_.empty()) {
-      if (!Step()) {
-        return false;
-      }
-    }
-    SkipBlanks();
-    tokens_.resize(CountTokens());
-    return at_ == end_;
+    // The last character closes a container: as long as none has been closed since, there is another one.
+    return at_ != end_ && (end_[-1] == '}' || end_[-1] == ']') && (*at_ == '{' || *at_ == '[') &&
+           AnyValue(0) && at_ == end_;
   }
+
+  std::unique_ptr<Cell[]> TakeCells() { return writer_.Take(); }
 
  private:
-  struct Container {
-    std::size_t token;
-    Token count;
-    bool is_object;
-  };
-
-  // Reads one element or member of the innermost container, or its end.
-  bool Step() {
-    Container& container = open_.back();
-    SkipBlanks();
-    if (at_ == end_) {
-      return false;
-    }
-    if (*at_ == (container.is_object ? '}' : ']')) {
-      return Close();
-    }
-    if (container.count > 0) {
-      if (*at_ != ',') {
-        return false;
-      }
-      ++at_;
-      SkipBlanks();
-    }
-    ++container.count;
-    MakeRoom();
-    return (!container.is_object || Key()) && at_ != end_ && AnyValue();
-  }
-
-  // Passes a key without escapes and the colon.
-  bool Key() {
-    if (end_ - at_ < 2 || *at_ != '"' || at_[1] == kRepeatedKeyMark ||
-        (at_[1] == kByteOrderMark.front() && Rest(1).starts_with(kByteOrderMark))) {
-      return false;
-    }
-    AddToken();
-    ++at_;
-    if (!Characters() || *at_ != '"') {
-      return false;
-    }
-    ++at_;
-    SkipBlanks();
-    if (at_ == end_ || *at_ != ':') {
-      return false;
-    }
-    ++at_;
-    SkipBlanks();
-    return true;
-  }
-
-  bool AnyValue() {
+  bool AnyValue(std::size_t depth) {
+    writer_.MakeRoom(keys_, 0);
     switch (*at_) {
-      case '{':
-      case '[':
-        return Open();
       case '"':
         return String();
+      case '{':
+        return Object(depth);
+      case '[':
+        return Array(depth);
       case 'n':
-        return Word("null");
+        return Word("null", Kind::kNull);
       case 't':
-        return Word("true");
+        return Word("true", Kind::kBoolean);
       case 'f':
-        return Word("false");
+        return Word("false", Kind::kBoolean);
       default:
         return Number();
     }
   }
 
-  bool Open() {
-    if (open_.size() == kDeepest) {
+  bool Array(std::size_t depth) {
+    if (depth == kDeepest) {
       return false;
     }
-    open_.push_back({CountTokens(), 0, *at_ == '{'});
-    AddToken();
-    next_token_ += kContents - 1;
+    const std::size_t head = writer_.Begin();
+    Count count;
+    ++at_;
+    SkipBlanks();
+    if (*at_ != ']') {
+      do {
+        SkipBlanks();
+        ++count.entries;
+        if (!AnyValue(depth + 1)) {
+          return false;
+        }
+      } while (IsMore());
+    }
+    writer_.End(head, Kind::kArray, count);
+    return Closes(']', depth);
+  }
+
+  bool Object(std::size_t depth) {
+    if (depth == kDeepest) {
+      return false;
+    }
+    if (depth >= expected_.size()) {
+      expected_.resize(depth + 1);
+    }
+    const std::size_t head = writer_.Begin();
+    const Count expected = expected_[depth];
+    const std::size_t own_keys = new_keys_.size();
+    bool is_as_expected = true;
+    Count count = {expected.first_key, 0};
+    ++at_;
+    SkipBlanks();
+    if (*at_ != '}') {
+      do {
+        if (is_as_expected) {
+          PassExpectedNumbers(expected, count);
+        }
+        SkipBlanks();
+        const char* behind = nullptr;
+        if (is_as_expected && count.entries < expected.entries && HasBytes(kSeveralWords, at_, end_)) {
+          behind = PassExpected(at_, keys_[expected.first_key + count.entries]);
+        }
+        if (behind != nullptr) {
+          at_ = behind;
+        } else {
+          if (is_as_expected) {
+            is_as_expected = false;
+            const auto first = keys_.begin() + expected.first_key;
+            new_keys_.insert(new_keys_.end(), first, first + count.entries);
+          }
+          if (!PassKey()) {
+            return false;
+          }
+        }
+        ++count.entries;
+        SkipBlanks();
+        if (!AnyValue(depth + 1)) {
+          return false;
+        }
+      } while (IsMore());
+    }
+    if (!is_as_expected) {
+      count.first_key = static_cast<std::uint32_t>(keys_.size());
+      writer_.MakeRoomForKeys(keys_, count.entries);
+      keys_.insert(keys_.end(), new_keys_.begin() + static_cast<std::ptrdiff_t>(own_keys), new_keys_.end());
+      new_keys_.resize(own_keys);
+    }
+    expected_[depth] = count;
+    writer_.End(head, Kind::kObject, count);
+    return Closes('}', depth);
+  }
+
+  // Passes a comma between two entries.
+  bool IsMore() {
+    SkipBlanks();
+    if (*at_ != ',') {
+      return false;
+    }
     ++at_;
     return true;
   }
 
-  bool Close() {
-    const Container& container = open_.back();
-    tokens_[container.token + kExtent] = static_cast<Token>(CountTokens() - container.token);
-    tokens_[container.token + kCount] = container.count;
-    open_.pop_back();
-    ++at_;
-    return true;
+  // Passes the end of a container; of an inner one only if something follows.
+  bool Closes(char bracket, std::size_t depth) { return *at_ == bracket && (++at_ != end_ || depth == 0); }
+
+  // Passes members as they are expected as long as their values are short numbers, the last one aside.
+  void PassExpectedNumbers(const Count& expected, Count& count) {
+    writer_.MakeRoom(keys_, expected.entries);
+    const char* at = at_;
+    const Key* key = keys_.data() + expected.first_key + count.entries;
+    const Key* const last = keys_.data() + expected.first_key + expected.entries;
+    for (; key != last && HasBytes(kSeveralWords, at, end_); ++key) {
+      double number = 0;
+      const char* next = PassExpected(at, *key);
+      next = next == nullptr ? nullptr : PassShort(next, number);
+      if (next == nullptr || *next != ',') {
+        break;
+      }
+      writer_.Put(std::bit_cast<Cell>(number));
+      at = next + 1;
+    }
+    at_ = at;
+    count.entries = expected.entries - static_cast<std::uint32_t>(last - key);
   }
 
-  bool Word(std::string_view word) {
-    if (!Rest(0).starts_with(word)) {
+  // What is behind the key, with quotes and colon, if it stands here as it did where it was read; else null.
+  // Several words are there.
+  [[nodiscard]] const char* PassExpected(const char* at, const Key& key) const {
+    const char* const before = text_ + key.begin - 1;
+    const auto length = static_cast<std::ptrdiff_t>(key.length) + 3;
+    const auto difference = [at, before](std::ptrdiff_t place) {
+      return WordAt(at + place) ^ WordAt(before + place);
+    };
+    std::uint64_t differs = 0;
+    if (length <= kWord) {
+      differs = difference(0) << Bits(kWord - length);
+    } else if (length <= 2 * kWord) {
+      differs = difference(0) | difference(length - kWord);
+    } else {
+      differs = end_ - at < length || std::memcmp(at, before, static_cast<std::size_t>(length)) != 0 ? 1 : 0;
+    }
+    return differs == 0 && at[length - 1] == ':' ? at + length : nullptr;
+  }
+
+  // Passes a key without escapes, and its colon.
+  bool PassKey() {
+    if (*at_ != '"') {
       return false;
     }
-    AddToken();
-    at_ += word.size();
-    return true;
+    const char* const begin = ++at_;
+    if (StartsWithMark() || !Characters() || *at_ != '"') {
+      return false;
+    }
+    new_keys_.push_back({static_cast<std::uint32_t>(begin - text_), static_cast<std::uint32_t>(at_ - begin)});
+    ++at_;
+    SkipBlanks();
+    return *at_++ == ':';
   }
 
   bool Number() {
-    AddToken();
-    if (const BriefDecimal brief(at_, end_); brief.length > 0) {
-      at_ += brief.length;
-      return true;
-    }
-    Decimal decimal;
     double number = 0;
-    return PassDecimal(at_, end_, decimal) && (decimal.IsShort() || Convert(decimal, number));
+    if (!PassNumber(at_, end_, number)) {
+      return false;
+    }
+    writer_.Put(std::bit_cast<Cell>(number));
+    return true;
+  }
+
+  bool Word(std::string_view word, Kind kind) {
+    if (!std::string_view(at_, static_cast<std::size_t>(end_ - at_)).starts_with(word)) {
+      return false;
+    }
+    at_ += word.size();
+    writer_.Put(MakeCell(kind));
+    return true;
   }
 
   bool String() {
-    AddToken();
-    ++at_;
+    const auto begin = static_cast<std::size_t>(++at_ - text_);
+    Kind kind = Kind::kString;
+    if (StartsWithMark()) {
+      return false;
+    }
     while (Characters()) {
       if (*at_ == '"') {
         ++at_;
+        writer_.Put(MakeCell(kind, begin));
         return true;
       }
+      kind = Kind::kEscaped;
       if (!Escape()) {
         return false;
       }
@@ -372,29 +455,15 @@ class Reader {
     return false;
   }
 
-  void AddToken() { *next_token_++ = static_cast<Token>(at_ - begin_); }
-
-  [[nodiscard]] std::size_t CountTokens() const {
-    return static_cast<std::size_t>(next_token_ - tokens_.data());
-  }
-
-  // For the tokens of one element or member. They grow as far as a document may.
-  void MakeRoom() {
-    const std::size_t count = CountTokens();
-    if (tokens_.size() - count >= kMostTokensOfStep) {
-      return;
-    }
-    if (tokens_.size() >= kMostTokens) {
-      throw TooMuchMemory();
-    }
-    tokens_.resize(std::min(2 * tokens_.size(), kMostTokens));
-    next_token_ = tokens_.data() + count;
+  [[nodiscard]] bool StartsWithMark() const {
+    return *at_ == kByteOrderMark.front() &&
+           std::string_view(at_, static_cast<std::size_t>(end_ - at_)).starts_with(kByteOrderMark);
   }
 
   // Passes characters of a string up to a quote or an escape. False for the end and for what no string holds.
   bool Characters() {
     for (;;) {
-      if (HasWord(at_, end_)) {
+      if (HasBytes(kWord, at_, end_)) {
         const std::ptrdiff_t plain = BytesBeforeMark(MarkOthersThanPlain(WordAt(at_)));
         at_ += plain;
         if (plain == kWord) {
@@ -406,9 +475,11 @@ class Reader {
       }
       const auto byte = static_cast<unsigned char>(*at_);
       if (byte >= 0x80) {
-        if (!Multibyte()) {
-          return false;
-        }
+        do {
+          if (!Multibyte()) {
+            return false;
+          }
+        } while (at_ != end_ && static_cast<unsigned char>(*at_) >= 0x80);
       } else if (byte < 0x20 || byte == '"' || byte == '\\') {
         return byte >= 0x20;
       } else {
@@ -422,16 +493,11 @@ class Reader {
       return false;
     }
     if (at_[1] != 'u') {
-      if (std::strchr("\"\\/bfnrt", at_[1]) == nullptr || at_[1] == '\0') {
-        return false;
-      }
+      const bool known = std::string_view("\"\\/bfnrt").find(at_[1]) != std::string_view::npos;
       at_ += 2;
-      return true;
+      return known;
     }
-    if (EscapedUnit(at_, end_) < 0) {
-      return false;
-    }
-    return !IsSurrogate(PassEscape(at_, end_));
+    return EscapedUnit(at_, end_) >= 0 && !IsSurrogate(PassEscape(at_, end_));
   }
 
   // Passes one well-formed UTF-8 sequence of two to four bytes.
@@ -456,55 +522,31 @@ class Reader {
     return true;
   }
 
-  // What stands so many bytes on, of which there are as many.
-  [[nodiscard]] std::string_view Rest(std::ptrdiff_t bytes) const {
-    return {at_ + bytes, static_cast<std::size_t>(end_ - at_ - bytes)};
-  }
-
   void SkipBlanks() {
-    while (at_ != end_ && (*at_ == ' ' || *at_ == '\n' || *at_ == '\t' || *at_ == '\r')) {
+    while (at_ != end_ && IsBlank(*at_)) {
       ++at_;
     }
   }
 
-  const char* begin_;
+  const char* const text_;
   const char* at_;
   const char* end_;
-  std::vector<Token>& tokens_;
-  Token* next_token_;
-  std::vector<Container> open_;  // around the present place
+  CellWriter writer_;
+  std::vector<Key>& keys_;
+  std::vector<Key> new_keys_;    // of the open objects that differ from what was expected
+  std::vector<Count> expected_;  // of the last object on each level
 };
-
-// How many tokens a text will come to, by the marks in its first part: answers repeat the same rows. A guess
-// that is too small costs growth, which copies all tokens.
-std::size_t ExpectedTokens(std::string_view text) {
-  constexpr std::size_t kSampleBytes = 32 * 1024;
-  const std::string_view sample = text.substr(0, kSampleBytes);
-  std::size_t tokens = 0;
-  for (const char character : sample) {
-    if (BeginsContainer(character)) {
-      tokens += kContents;
-    } else if (character == ',' || character == ':') {
-      ++tokens;
-    }
-  }
-  const double all = static_cast<double>(tokens) * static_cast<double>(text.size()) /
-                     static_cast<double>(std::max(sample.size(), std::size_t{1}));
-  return static_cast<std::size_t>(all * 1.05) + 2 * kMostTokensOfStep;
-}
 
 }  // namespace
 
-bool ReadPlain(std::string_view text, std::vector<Token>& tokens) {
-  tokens.resize(std::min(ExpectedTokens(text), kMostTokens));
-  return Reader(text, tokens).Read();
-}
-
-double PlainNumberAt(std::string_view text) {
-  const char* at = text.data();
-  double number = 0;
-  static_cast<void>(PassNumber(at, at + text.size(), number));  // as it was passed before
-  return number;
+bool ReadPlain(std::string_view text, Content& content) {
+  Reader reader(text, content);
+  if (!reader.Read()) {
+    return false;
+  }
+  content.text = text;
+  content.cells = reader.TakeCells();
+  return true;
 }
 
 bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {

@@ -1,23 +1,20 @@
 // Reads plain JSON, which is what servers send: it takes only what it is certain that Qt's parser reads the
-// same way, and gives everything else up. Behind json.h; nobody else calls it. Thread-safe: no state.
+// same way, and gives everything else up. Thread-safe: no state.
 #pragma once
 
 #include <span>
 #include <string_view>
-#include <vector>
 
-#include "json/json.h"
+#include "json/cells.h"
 
 namespace request::json::detail {
 
-/// Fills `tokens` from `text`, an object or an array of less than 2 GiB. False, with `tokens` in any state,
-/// when the text holds anything out of the plain: no JSON, escapes in a key or a byte-order mark in front of
-/// it, control characters, ill-formed UTF-8 or surrogates, numbers near the ends of the range, more than
-/// 1,024 levels. Throws `TooMuchMemory` when the tokens would take more than a document may.
-[[nodiscard]] bool ReadPlain(std::string_view text, std::vector<Token>& tokens);
-
-/// The number that `text` begins with, the rest of a text that `ReadPlain` has taken.
-[[nodiscard]] double PlainNumberAt(std::string_view text);
+/// Fills `content` from `text`, an object or an array of less than 2 GiB, which it refers to. False, with
+/// `content` in any state, when the text holds anything out of the plain: no JSON, escapes in a key, a
+/// byte-order mark in front of a string, control characters, ill-formed UTF-8 or surrogates, numbers near the
+/// ends of the range, more than 1,024 levels. Throws `TooMuchMemory` when the document would take more than
+/// one may.
+[[nodiscard]] bool ReadPlain(std::string_view text, Content& content);
 
 /// Fills `numbers` from a text that is an array of exactly as many plain numbers, "[20240315,1.5,...]". False
 /// for everything else, JSON or not.

@@ -1,5 +1,5 @@
-// Fills records from JSON objects by their tables. One decoder per table, made at compile time: a member's
-// key is found by its hash, not by comparing it with every line. Thread-safe: no state.
+// Fills records from JSON objects by their tables. One decoder per table, made at compile time. Which member
+// a key fills is looked for once for all rows that are alike. Thread-safe: no state.
 #pragma once
 
 #include <algorithm>
@@ -104,15 +104,6 @@ void Fill(const Level& how, Record& record, std::vector<BookLevel<Type>> Record:
   side[how.index].present = true;
 }
 
-// FNV-1a.
-constexpr std::uint32_t HashOf(std::string_view text) {
-  std::uint32_t hash = 2166136261U;
-  for (const char character : text) {
-    hash = (hash ^ static_cast<unsigned char>(character)) * 16777619U;
-  }
-  return hash;
-}
-
 }  // namespace detail
 
 /// The decoder of one table.
@@ -121,10 +112,14 @@ class RecordReader {
  public:
   using Record = typename std::remove_cvref_t<decltype(kTable)>::Record;
 
+  struct Nothing {
+    void operator()(const Record&) const {}
+  };
+
   /// Fills the members whose keys are there; the others keep what they hold.
   static void Fill(Record& record, const json::Object& object) {
-    Order order{};
-    Fill(record, object, order);
+    Plan plan;
+    Fill(record, object, plan);
   }
 
   /// One record per element, in order; an element that is no object gives a default record. Throws
@@ -136,56 +131,63 @@ class RecordReader {
   }
   [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array, json::Budget& budget) {
     std::vector<Record> records;
-    ReadInto(
-        records, array, [](Record&) {}, budget);
+    ReadWithin(budget, records, array, Nothing());
     return records;
   }
 
-  /// The same into records that are no longer wanted, whose memory is used again unless it is far too much.
-  static void ReadInto(std::vector<Record>& records, const json::Array& array) {
-    ReadInto(records, array, [](Record&) {});
-  }
-
-  /// And calls `on_record(record)` for each while it is at hand.
-  template <class OnRecord>
-  static void ReadInto(std::vector<Record>& records, const json::Array& array, OnRecord on_record) {
+  /// The same into records that are no longer wanted, a vector or a list, whose memory is used again unless
+  /// it is far too much. Calls `on_record(record)` for each while it is at hand.
+  template <class Records, class OnRecord = Nothing>
+  static void ReadInto(Records& records, const json::Array& array, OnRecord on_record = {}) {
     json::Budget budget;
-    ReadInto(records, array, on_record, budget);
-  }
-  template <class OnRecord>
-  static void ReadInto(std::vector<Record>& records, const json::Array& array, OnRecord on_record,
-                       json::Budget& budget) {
-    constexpr std::size_t kTooMuch = 4;
-    const std::size_t size = array.Size();
-    budget.Require(size, kRecordBytes);
-    if (records.capacity() / kTooMuch > size) {
-      records = std::vector<Record>();
-    }
-    const std::size_t used = std::min(records.size(), size);
-    records.resize(used);
-    records.reserve(size);
-    Order order{};
-    std::size_t place = 0;
-    array.ForEach([&](const json::Value& element) {
-      if (place < used) {
-        Clear(records[place]);
-      } else {
-        records.emplace_back();
-      }
-      Record& record = records[place++];
-      Fill(record, element.AsObject(), order);
-      budget.Require(1, HeldBytes(record));
-      on_record(record);
-    });
+    ReadWithin(budget, records, array, on_record);
   }
 
  private:
+  template <class Records, class OnRecord>
+  static void ReadWithin(json::Budget& budget, Records& records, const json::Array& array,
+                         OnRecord on_record) {
+    const std::size_t size = array.Size();
+    if constexpr (requires { records.reserve(size); }) {
+      budget.Require(size, kRecordBytes);
+      constexpr std::size_t kTooMuch = 4;
+      if (records.capacity() / kTooMuch > size) {
+        records = Records();
+      }
+      records.reserve(size);
+    } else {
+      budget.Require(size, kRecordBytes + json::kNodeBytes);
+    }
+    Plan plan;
+    auto next = records.begin();
+    array.ForEach([&](const json::Value& element) {
+      if (next == records.end()) {
+        next = records.emplace(next);
+      } else {
+        Clear(*next);
+      }
+      Fill(*next, element.AsObject(), plan);
+      budget.Require(1, HeldBytes(*next));
+      on_record(*next);
+      ++next;
+    });
+    records.erase(next, records.end());
+  }
+
   static constexpr std::size_t kSize = std::remove_cvref_t<decltype(kTable)>::kSize;
 
+  using FillKey = void(Record&, json::Value);
+
   struct Line {
-    std::uint32_t hash = 0;
     std::string_view key;
-    void (*fill)(Record&, const json::Value&) = nullptr;
+    FillKey* fill = nullptr;
+  };
+
+  // What the values of an object fill, one after the other. It holds for all objects of the same shape in one
+  // document.
+  struct Plan {
+    json::detail::Count shape;
+    std::vector<FillKey*> fills;
   };
 
   static constexpr std::size_t kRecordBytes = [] {
@@ -247,57 +249,59 @@ class RecordReader {
     record = std::move(empty);
   }
 
-  // Rows of one answer are alike: which line was the next behind a line, or at the front (behind kSize), when
-  // it was last looked for.
-  using Order = std::array<std::size_t, kSize + 1>;
+  static void Fill(Record& record, const json::Object& object, Plan& plan) {
+    if (plan.shape != object.Shape()) {
+      plan.fills.clear();
+      object.ForEachInText(
+          [&plan](std::string_view key, const json::Value&) { plan.fills.push_back(FillOf(key)); });
+      plan.shape = object.Shape();
+    }
+    auto fill = plan.fills.begin();
+    object.ForEachValue([&record, &fill](const json::Value& value) { (*fill++)(record, value); });
+  }
 
-  static void Fill(Record& record, const json::Object& object, Order& order) {
-    std::size_t before = kSize;
-    object.ForEachUnordered([&](const json::Key& key, const json::Value& value) {
-      if (!key.Is(kLines[order[before]].key)) {
-        const std::size_t found = FirstLine(key.Text());
-        if (found == kSize) {
-          return;
-        }
-        order[before] = found;
-      }
-      const std::size_t first = order[before];
-      before = first;
-      for (std::size_t line = first; line < kSize && kLines[line].key == kLines[first].key; ++line) {
-        kLines[line].fill(record, value);
+  static FillKey* FillOf(std::string_view key) {
+    const auto line =
+        std::lower_bound(kLines.begin(), kLines.end(), key,
+                         [](const Line& entry, std::string_view wanted) { return entry.key < wanted; });
+    return line != kLines.end() && line->key == key ? line->fill : [](Record&, json::Value) {};
+  }
+
+  // The first line behind one that has the same key; kSize for none.
+  template <std::size_t kIndex>
+  static constexpr std::size_t kNextOfKey = [] {
+    std::size_t next = 0;
+    std::size_t found = kSize;
+    ForEachMember(kTable, [&](const auto& line) {
+      if (next++ > kIndex && found == kSize && line.key == std::get<kIndex>(kTable.members).key) {
+        found = next - 1;
       }
     });
-  }
+    return found;
+  }();
 
-  // The first of the lines with that key; kSize for none.
-  static std::size_t FirstLine(std::string_view key) {
-    const std::uint32_t hash = detail::HashOf(key);
-    auto line = std::lower_bound(kLines.begin(), kLines.end(), hash,
-                                 [](const Line& entry, std::uint32_t wanted) { return entry.hash < wanted; });
-    while (line != kLines.end() && line->hash == hash && line->key != key) {
-      ++line;
-    }
-    return line != kLines.end() && line->hash == hash ? static_cast<std::size_t>(line - kLines.begin())
-                                                      : kSize;
-  }
-
+  // All lines of a key, from one of them on.
   template <std::size_t kIndex>
-  static void FillMember(Record& record, const json::Value& value) {
+  static void FillLines(Record& record, json::Value value) {
     constexpr const auto& kLine = std::get<kIndex>(kTable.members);
     detail::Fill(kLine.how, record, kLine.member, value);
+    if constexpr (kNextOfKey<kIndex> < kSize) {
+      FillLines<kNextOfKey<kIndex>>(record, value);
+    }
   }
 
-  template <std::size_t... kIndices>
-  static constexpr std::array<Line, kSize> MakeLines(std::index_sequence<kIndices...>) {
-    std::array<Line, kSize> lines{Line{detail::HashOf(std::get<kIndices>(kTable.members).key),
-                                       std::get<kIndices>(kTable.members).key, &FillMember<kIndices>}...};
-    std::sort(lines.begin(), lines.end(), [](const Line& left, const Line& right) {
-      return left.hash != right.hash ? left.hash < right.hash : left.key < right.key;
-    });
+  // By key; of one key its first line stands first.
+  static constexpr std::array<Line, kSize> kLines =
+      []<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
+    std::array<Line, kSize> lines{Line{std::get<kIndices>(kTable.members).key, &FillLines<kIndices>}...};
+    for (auto line = lines.begin(); line != lines.end(); ++line) {
+      std::rotate(std::upper_bound(lines.begin(), line, *line,
+                                   [](const Line& left, const Line& right) { return left.key < right.key; }),
+                  line, line + 1);
+    }
     return lines;
   }
-
-  static constexpr std::array<Line, kSize> kLines = MakeLines(std::make_index_sequence<kSize>());
+  (std::make_index_sequence<kSize>());
 };
 
 }  // namespace request

@@ -26,17 +26,11 @@ constexpr int kPlateLists = 2;
 constexpr int kStockLists = 4;
 constexpr int kShanghaiStocks = 6;
 constexpr int kGemStocks = 8;
-constexpr int kSmeStocks = 9;
 constexpr int kCustomList = 10;
 
-constexpr int kVariants = 2;
-constexpr int kCategories = 5;
-
-// Where a symbol is looked for when its own list does not hold it. GEM and SME stocks are in the exchanges'
-// lists.
-constexpr std::array<int, 7> kSearchOrder = {kShanghaiStocks, kStockLists + 3, kStockLists + 1,
-                                             kPlateLists + 1, kPlateLists + 2, kIndexLists + 1,
-                                             kIndexLists + 2};
+// Where a symbol is looked for when its own list does not hold it: the stock lists 2, 3 and 1, the plate
+// lists, the index lists. GEM and SME stocks are in the exchanges' lists.
+constexpr std::array kSearchOrder = {6, 7, 5, 3, 4, 1, 2};
 
 std::optional<int> PositionOf(const std::wstring& symbol, const Stocks& list) {
   const auto found = std::find_if(list.begin(), list.end(),
@@ -47,31 +41,68 @@ std::optional<int> PositionOf(const std::wstring& symbol, const Stocks& list) {
 class CCurrentStock final : public ICurrentStock,
                             public SubjectBase<IUpdate1<CurrentStockItem>, boost::null_mutex> {
  public:
-  void Attach(IUpdate1<CurrentStockItem>* observer) override;
+  void Attach(IUpdate1<CurrentStockItem>* observer) override {
+    SubjectBase::Attach(observer);
+    if (observer != nullptr && !current_.symbol.empty()) {
+      const CurrentStockItem item = current_;
+      observer->Update(item);
+    }
+  }
   void Detach(IUpdate1<CurrentStockItem>* observer) override { SubjectBase::Detach(observer); }
   bool EnsureStockCommon() override { return reference::TheStockCommon() != nullptr; }
-  void SelectIndex(const std::wstring& symbol, int variant) override {
-    Select(symbol, kIndexLists, variant, kVariants);
-  }
-  void SelectStock(const std::wstring& symbol, int category) override {
-    Select(symbol, kStockLists, category, kCategories);
-  }
-  void SelectPlate(const std::wstring& symbol, int variant) override {
-    Select(symbol, kPlateLists, variant, kVariants);
-  }
+  void SelectIndex(const std::wstring& symbol, int variant) override { Select(symbol, kIndexLists, variant); }
+  void SelectStock(const std::wstring& symbol, int number) override { Select(symbol, kStockLists, number); }
+  void SelectPlate(const std::wstring& symbol, int variant) override { Select(symbol, kPlateLists, variant); }
   void SetListKind(int kind) override { kind_ = kind; }
-  int SetCustomStocks(const Stocks& stocks) override;
-  void Previous() override;
-  void Next() override;
+  int SetCustomStocks(const Stocks& stocks) override {
+    custom_stocks_ = stocks;
+    if (kind_ == kCustomList) {
+      position_ = PositionOf(current_.symbol, custom_stocks_).value_or(position_);
+    }
+    if (custom_stocks_.empty()) {
+      WriteProgramLogNoMask(L"SetCustomStocks，待切换股票列表为空");
+    }
+    return static_cast<int>(custom_stocks_.size());
+  }
+  void Previous() override { Step(false); }
+  void Next() override { Step(true); }
   CurrentStockItem GetCurrentItem() override { return current_; }
 
  private:
-  void Select(const std::wstring& symbol, int family, int number, int numbers);
-  bool SelectIn(int kind, const std::wstring& symbol);
-  void SetPosition(int kind, const Stocks& list, int position);
+  void Select(const std::wstring& symbol, int family, int number) {
+    if (common::Compare(symbol, current_.symbol, false) == 0) {
+      return;
+    }
+    const int numbers = family == kStockLists ? 5 : 2;
+    if (number >= 1 && number <= numbers && SelectIn(family + number, symbol)) {
+      return;
+    }
+    static_cast<void>(std::any_of(kSearchOrder.begin(), kSearchOrder.end(),
+                                  [&](int kind) { return SelectIn(kind, symbol); }));
+  }
 
+  bool SelectIn(int kind, const std::wstring& symbol) {
+    const Stocks& list = List(kind);
+    const std::optional<int> position = PositionOf(symbol, list);
+    if (position) {
+      SetPosition(kind, list, *position);
+    }
+    return position.has_value();
+  }
+
+  void SetPosition(int kind, const Stocks& list, int position) {
+    const BaseInfoItem& entry = list[static_cast<std::size_t>(position)];
+    const CurrentStockItem item = {entry.code, entry.name};
+    current_ = CurrentStockItem(item);  // a second copy: an `Update` may select another
+    kind_ = kind;
+    position_ = position;
+    if (!item.symbol.empty() && !item.name.empty()) {
+      Notify(item);
+    }
+  }
+
+  void Step(bool forward);
   [[nodiscard]] const Stocks& List(int kind);
-  [[nodiscard]] bool CanStep() const;
 
   Stocks custom_stocks_;
   int kind_ = 0;
@@ -79,84 +110,19 @@ class CCurrentStock final : public ICurrentStock,
   CurrentStockItem current_;
 };
 
-void CCurrentStock::Attach(IUpdate1<CurrentStockItem>* observer) {
-  SubjectBase::Attach(observer);
-  if (observer != nullptr && !current_.symbol.empty()) {
-    const CurrentStockItem item = current_;
-    observer->Update(item);
-  }
-}
-
-void CCurrentStock::Select(const std::wstring& symbol, int family, int number, int numbers) {
-  if (common::Compare(symbol, current_.symbol, false) == 0) {
-    return;
-  }
-  if (number >= 1 && number <= numbers && SelectIn(family + number, symbol)) {
-    return;
-  }
-  static_cast<void>(std::any_of(kSearchOrder.begin(), kSearchOrder.end(),
-                                [&](int kind) { return SelectIn(kind, symbol); }));
-}
-
-bool CCurrentStock::SelectIn(int kind, const std::wstring& symbol) {
-  const Stocks& list = List(kind);
-  const std::optional<int> position = PositionOf(symbol, list);
-  if (position) {
-    SetPosition(kind, list, *position);
-  }
-  return position.has_value();
-}
-
-void CCurrentStock::SetPosition(int kind, const Stocks& list, int position) {
-  const BaseInfoItem& entry = list[static_cast<std::size_t>(position)];
-  const CurrentStockItem item = {entry.code, entry.name};
-  current_ = CurrentStockItem(item);  // a second copy: an `Update` may select another
-  kind_ = kind;
-  position_ = position;
-  if (!item.symbol.empty() && !item.name.empty()) {
-    Notify(item);
-  }
-}
-
-int CCurrentStock::SetCustomStocks(const Stocks& stocks) {
-  custom_stocks_ = stocks;
-  if (kind_ == kCustomList) {
-    position_ = PositionOf(current_.symbol, custom_stocks_).value_or(position_);
-  }
-  if (custom_stocks_.empty()) {
-    WriteProgramLogNoMask(L"CCurrentStock::SetCustomStocks，待切换股票列表为空");
-  }
-  return static_cast<int>(custom_stocks_.size());
-}
-
-bool CCurrentStock::CanStep() const {
-  if (kind_ == kCustomList) {
-    return !custom_stocks_.empty();
-  }
-  return kind_ > kIndexLists && kind_ < kGemStocks;
-}
-
-void CCurrentStock::Previous() {
+void CCurrentStock::Step(bool forward) {
+  const bool can_step =
+      kind_ == kCustomList ? !custom_stocks_.empty() : kind_ > kIndexLists && kind_ < kGemStocks;
   // Kept: the lists that cannot be stepped through lead to the first stock of Shanghai.
-  const int kind = CanStep() ? kind_ : kShanghaiStocks;
+  const int kind = can_step ? kind_ : kShanghaiStocks;
   const Stocks& list = List(kind);
   const int size = static_cast<int>(list.size());
   if (size == 0) {
     return;
   }
-  const bool from_within = position_ > 0 && position_ < size;
-  SetPosition(kind, list, !CanStep() ? 0 : from_within ? position_ - 1 : size - 1);
-}
-
-void CCurrentStock::Next() {
-  const int kind = CanStep() ? kind_ : kShanghaiStocks;
-  const Stocks& list = List(kind);
-  const int size = static_cast<int>(list.size());
-  if (size == 0) {
-    return;
-  }
-  const bool has_next = position_ >= 0 && position_ < size - 1;
-  SetPosition(kind, list, CanStep() && has_next ? position_ + 1 : 0);
+  // Beyond the ends of the list the next entry is the first, the previous one the last.
+  const int here = position_ >= 0 && position_ < size ? position_ : forward ? size - 1 : 0;
+  SetPosition(kind, list, can_step ? (here + (forward ? 1 : size - 1)) % size : 0);
 }
 
 // An empty list when the kind has none, or when there is no reference data.
@@ -166,14 +132,12 @@ const Stocks& CCurrentStock::List(int kind) {
     return custom_stocks_;
   }
   IStockCommon* const lists = reference::TheStockCommon();
-  if (lists == nullptr || kind <= kIndexLists || kind > kSmeStocks) {
+  if (lists == nullptr || kind <= kIndexLists || kind > kCustomList) {
     return *kNothing;
   }
-  if (kind <= kPlateLists) {
-    return lists->GetIndexList(kind - kIndexLists);
-  }
-  return kind <= kStockLists ? lists->GetPlateList(kind - kPlateLists)
-                             : lists->GetStockList(kind - kStockLists);
+  return kind <= kPlateLists   ? lists->GetIndexList(kind - kIndexLists)
+         : kind <= kStockLists ? lists->GetPlateList(kind - kPlateLists)
+                               : lists->GetStockList(kind - kStockLists);
 }
 
 }  // namespace

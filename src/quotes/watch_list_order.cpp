@@ -1,10 +1,13 @@
 #include "quotes/watch_list_order.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <numeric>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "host/text.h"
@@ -18,6 +21,7 @@ using Order = std::vector<std::uint32_t>;
 
 constexpr std::uint32_t kAscending = 1;
 constexpr std::uint32_t kDescending = 2;
+constexpr std::uint32_t kVolumeRatioColumn = 17;
 constexpr std::uint32_t kPlateColumn = 24;
 constexpr double kTolerance = 0.001;
 
@@ -49,148 +53,97 @@ std::wstring DigitsOf(const std::wstring& text) {
   return digits;
 }
 
-// Sorts by a key that is computed once per row. `before(a, b)` compares keys for the ascending direction.
-template <class KeyOf, class Before>
-void SortByKey(const Items& items, Order& order, bool ascending, KeyOf key_of, Before before) {
+// Sorts by a key that is computed once per row: a value and whether it is there. Rows without one come last
+// in both directions; `up(a, b)` and `down(a, b)` say whether a value goes before another.
+template <class KeyOf, class Up, class Down>
+void SortByKey(const Items& items, Order& order, bool ascending, KeyOf key_of, Up up, Down down) {
   std::vector<decltype(key_of(items.front()))> keys;
   keys.reserve(items.size());
   for (const OptionalMarketItem& item : items) {
     keys.push_back(key_of(item));
   }
   MergeSort(order, [&](std::uint32_t a, std::uint32_t b) {
-    return ascending ? before(keys[a], keys[b]) : before(keys[b], keys[a]);
+    const auto& [left, has_left] = keys[a];
+    const auto& [right, has_right] = keys[b];
+    return has_left != has_right ? has_left : ascending ? up(left, right) : down(left, right);
   });
 }
 
-template <class Key>
-bool Less(const Key& a, const Key& b) {
-  return a < b;
+// The same for values that compare as they are.
+template <class KeyOf>
+void SortPlainly(const Items& items, Order& order, bool ascending, KeyOf key_of) {
+  SortByKey(items, order, ascending, key_of, std::less<>(), std::greater<>());
 }
 
-struct Figure {
-  double value;
-  bool present;
+using Figure = std::pair<double, bool>;
+
+template <auto kField>
+Figure FigureOf(const OptionalMarketItem& item) {
+  return {(item.*kField).value, (item.*kField).present};
+}
+
+using Fields = StockMarketItem;
+// The figures by column; null for one that is no figure.
+constexpr std::array<Figure (*)(const OptionalMarketItem&), 20> kFigures = {
+    nullptr,
+    nullptr,
+    nullptr,
+    FigureOf<&Fields::last>,
+    FigureOf<&Fields::change>,
+    FigureOf<&Fields::diff>,
+    FigureOf<&Fields::bid1>,
+    FigureOf<&Fields::ask1>,
+    FigureOf<&Fields::tr>,
+    FigureOf<&Fields::amt>,
+    nullptr,
+    FigureOf<&Fields::pe>,
+    FigureOf<&Fields::high>,
+    FigureOf<&Fields::low>,
+    FigureOf<&Fields::open>,
+    FigureOf<&Fields::preclose>,
+    FigureOf<&Fields::amp>,
+    FigureOf<&Fields::qrr>,
+    FigureOf<&Fields::cr>,
+    FigureOf<&Fields::mc>,
 };
 
-template <class Field>
-void SortByFigure(const Items& items, Order& order, bool ascending, Field StockMarketItem::*field) {
-  std::vector<Figure> figures;
-  figures.reserve(items.size());
-  for (const OptionalMarketItem& item : items) {
-    figures.push_back({(item.*field).value, (item.*field).present});
-  }
-  MergeSort(order, [&](std::uint32_t left, std::uint32_t right) {
-    const Figure& a = figures[left];
-    const Figure& b = figures[right];
-    if (a.present != b.present) {
-      return a.present;  // in both directions
-    }
-    return ascending ? b.value - kTolerance > a.value : a.value > b.value + kTolerance;
-  });
-}
-
-void SortByVolume(const Items& items, Order& order, bool ascending) {
-  MergeSort(order, [&](std::uint32_t left, std::uint32_t right) {
-    const auto& a = items[left].vol;
-    const auto& b = items[right].vol;
-    if (a.present != b.present) {
-      return a.present;
-    }
-    return ascending ? a.value < b.value : a.value > b.value;
-  });
-}
-
-// Ascending does not look at the presence flags (kept: views know this column so).
-void SortByVolumeRatio(const Items& items, Order& order, bool ascending) {
-  if (!ascending) {
-    SortByFigure(items, order, ascending, &StockMarketItem::qrr);
-    return;
-  }
-  MergeSort(order, [&](std::uint32_t left, std::uint32_t right) {
-    return items[right].qrr.value - kTolerance > items[left].qrr.value;
-  });
-}
-
-void SortByPlate(const Items& items, Order& order, bool ascending) {
-  MergeSort(order, [&](std::uint32_t left, std::uint32_t right) {
-    const std::wstring& a = items[left].plate;
-    const std::wstring& b = items[right].plate;
-    if (a.empty() != b.empty()) {
-      return !a.empty();
-    }
-    return ascending ? a < b : a > b;
-  });
+void SortByFigure(const Items& items, Order& order, bool ascending, std::uint32_t column) {
+  // Kept: ascending, this column does not look at the presence flags. Views know it so.
+  const bool all_there = column == kVolumeRatioColumn && ascending;
+  SortByKey(
+      items, order, ascending,
+      [&](const OptionalMarketItem& item) {
+        const auto [value, present] = kFigures[column](item);
+        return Figure(value, present || all_there);
+      },
+      [](double a, double b) { return b - kTolerance > a; },
+      [](double a, double b) { return a > b + kTolerance; });
 }
 
 void SortByColumn(const Items& items, Order& order, std::uint32_t column, bool ascending) {
+  using Item = OptionalMarketItem;
   switch (column) {
     case 1:
-      SortByKey(
-          items, order, ascending, [](const OptionalMarketItem& item) { return DigitsOf(item.code); },
-          Less<std::wstring>);
+      SortPlainly(items, order, ascending,
+                  [](const Item& item) { return std::pair(DigitsOf(item.code), true); });
       break;
     case 2:
-      SortByKey(
-          items, order, ascending,
-          [](const OptionalMarketItem& item) { return common::ws2s(item.name, common::kUtf8); },
-          Less<std::string>);
-      break;
-    case 3:
-      SortByFigure(items, order, ascending, &StockMarketItem::last);
-      break;
-    case 4:
-      SortByFigure(items, order, ascending, &StockMarketItem::change);
-      break;
-    case 5:
-      SortByFigure(items, order, ascending, &StockMarketItem::diff);
-      break;
-    case 6:
-      SortByFigure(items, order, ascending, &StockMarketItem::bid1);
-      break;
-    case 7:
-      SortByFigure(items, order, ascending, &StockMarketItem::ask1);
-      break;
-    case 8:
-      SortByFigure(items, order, ascending, &StockMarketItem::tr);
-      break;
-    case 9:
-      SortByFigure(items, order, ascending, &StockMarketItem::amt);
+      SortPlainly(items, order, ascending,
+                  [](const Item& item) { return std::pair(common::ws2s(item.name, common::kUtf8), true); });
       break;
     case 10:
-      SortByVolume(items, order, ascending);
-      break;
-    case 11:
-      SortByFigure(items, order, ascending, &StockMarketItem::pe);
-      break;
-    case 12:
-      SortByFigure(items, order, ascending, &StockMarketItem::high);
-      break;
-    case 13:
-      SortByFigure(items, order, ascending, &StockMarketItem::low);
-      break;
-    case 14:
-      SortByFigure(items, order, ascending, &StockMarketItem::open);
-      break;
-    case 15:
-      SortByFigure(items, order, ascending, &StockMarketItem::preclose);
-      break;
-    case 16:
-      SortByFigure(items, order, ascending, &StockMarketItem::amp);
-      break;
-    case 17:
-      SortByVolumeRatio(items, order, ascending);
-      break;
-    case 18:
-      SortByFigure(items, order, ascending, &StockMarketItem::cr);
-      break;
-    case 19:
-      SortByFigure(items, order, ascending, &StockMarketItem::mc);
+      SortPlainly(items, order, ascending,
+                  [](const Item& item) { return std::pair(item.vol.value, item.vol.present); });
       break;
     case kPlateColumn:
-      SortByPlate(items, order, ascending);
+      SortPlainly(items, order, ascending, [](const Item& item) {
+        return std::pair(std::wstring_view(item.plate), !item.plate.empty());
+      });
       break;
     default:
-      break;
+      if (column < kFigures.size() && kFigures[column] != nullptr) {
+        SortByFigure(items, order, ascending, column);
+      }
   }
 }
 

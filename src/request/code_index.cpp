@@ -1,6 +1,5 @@
 #include "request/code_index.h"
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <chrono>
@@ -36,18 +35,23 @@ std::uint64_t Mix(std::uint64_t left, std::uint64_t right) {
 
 }  // namespace
 
-// Two words of two characters each at a time, as wyhash does it.
+// Four characters at a time, as wyhash does it; the last ones are filled up with zeros.
 std::uint32_t HashOfCode(std::wstring_view code) {
+  using Words = std::array<std::uint64_t, 2>;
+  static_assert(sizeof(Words) == 4 * sizeof(wchar_t));
   static const Secret secret = DrawSecret();
-  const auto word = [&code](std::size_t place) {
-    std::uint64_t characters = 0;
-    const std::size_t count = place < code.size() ? std::min<std::size_t>(code.size() - place, 2) : 0;
-    std::memcpy(&characters, code.data() + (count != 0 ? place : 0), count * sizeof(wchar_t));
-    return characters;
-  };
   std::uint64_t hash = secret[1];
-  for (std::size_t place = 0; place < code.size(); place += 4) {
-    hash = Mix(word(place) ^ secret[0], word(place + 2) ^ hash);
+  const auto add = [&hash](const wchar_t* characters, std::size_t count) {
+    Words words{};
+    std::memcpy(words.data(), characters, count * sizeof(wchar_t));
+    hash = Mix(words[0] ^ secret[0], words[1] ^ hash);
+  };
+  std::size_t place = 0;
+  for (; code.size() - place >= 4; place += 4) {
+    add(code.data() + place, 4);
+  }
+  if (place < code.size()) {
+    add(code.data() + place, code.size() - place);
   }
   return static_cast<std::uint32_t>(Mix(secret[0] ^ code.size(), hash ^ secret[1]));
 }

@@ -191,7 +191,6 @@ TEST(JsonDoor, readsStringsOfEveryLengthAsQtDoes) {
       for (const std::string& one : odd) {
         const std::string string = "\"" + std::string(before, 'a') + one + std::string(behind, '!') + "\"";
         for (const std::string& text : {"[" + string + "]", "{" + string + ":1}", "[" + string}) {
-          if (text.starts_with("{\"\x7F")) continue;  // the mark of keys that were renamed
           ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
         }
       }

@@ -1,0 +1,136 @@
+#include "json/strings.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+namespace request::json {
+namespace {
+
+int HexDigit(char character) {
+  if (character >= '0' && character <= '9') {
+    return character - '0';
+  }
+  const char lower = static_cast<char>(character | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// Every byte that does not continue another begins a character.
+std::size_t CountCharacters(std::string_view text) {
+  constexpr std::uint64_t kLowBits = 0x0101010101010101U;
+  std::size_t continuing = 0;
+  std::size_t place = 0;
+  for (std::uint64_t word = 0; text.size() - place >= sizeof(word); place += sizeof(word)) {
+    std::memcpy(&word, text.data() + place, sizeof(word));
+    continuing += static_cast<std::size_t>(std::popcount((word >> 7U) & ~(word >> 6U) & kLowBits));
+  }
+  for (; place < text.size(); ++place) {
+    continuing += (text[place] & 0xC0) == 0x80 ? 1 : 0;
+  }
+  return text.size() - continuing;
+}
+
+std::uint32_t PassCharacter(const char*& at) {
+  const auto byte = [&at](int place) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(at[place]));
+  };
+  const auto rest = [&byte](int place) { return byte(place) & 0x3F; };
+  const std::uint32_t lead = byte(0);
+  std::uint32_t code = lead;
+  int length = 1;
+  if (lead >= 0xF0) {
+    code = ((lead & 0x07) << 18) | (rest(1) << 12) | (rest(2) << 6) | rest(3);
+    length = 4;
+  } else if (lead >= 0xE0) {
+    code = ((lead & 0x0F) << 12) | (rest(1) << 6) | rest(2);
+    length = 3;
+  } else if (lead >= 0x80) {
+    code = ((lead & 0x1F) << 6) | rest(1);
+    length = 2;
+  }
+  at += length;
+  return code;
+}
+
+}  // namespace
+
+int EscapedUnit(const char* at, const char* end) {
+  if (end - at < 6 || at[0] != '\\' || at[1] != 'u') {
+    return -1;
+  }
+  int unit = 0;
+  for (int place = 2; place < 6; ++place) {
+    const int digit = HexDigit(at[place]);
+    if (digit < 0) {
+      return -1;
+    }
+    unit = unit * 16 + digit;
+  }
+  return unit;
+}
+
+std::uint32_t PassEscape(const char*& at, const char* end) {
+  if (const int unit = EscapedUnit(at, end); unit >= 0) {
+    at += 6;
+    const int low = unit >= 0xD800 && unit < 0xDC00 ? EscapedUnit(at, end) : -1;
+    if (low < 0xDC00 || low >= 0xE000) {
+      return static_cast<std::uint32_t>(unit);
+    }
+    at += 6;
+    return static_cast<std::uint32_t>(0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+  }
+  ++at;
+  switch (const char escape = *at++) {
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    default:
+      return static_cast<unsigned char>(escape);
+  }
+}
+
+void AppendUtf8(std::string& out, std::uint32_t code) {
+  const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
+  const auto put_rest = [&put, code](unsigned shift) { put(0x80 | ((code >> shift) & 0x3F)); };
+  if (code < 0x80) {
+    put(code);
+    return;
+  }
+  if (code < 0x800) {
+    put(0xC0 | (code >> 6));
+  } else {
+    if (code < 0x10000) {
+      put(0xE0 | (code >> 12));
+    } else {
+      put(0xF0 | (code >> 18));
+      put_rest(12);
+    }
+    put_rest(6);
+  }
+  put_rest(0);
+}
+
+void WidenInto(std::wstring& out, std::string_view text, bool escaped) {
+  const std::size_t most = CountCharacters(text);
+  if (most > out.capacity()) {
+    out = std::wstring();  // grown, it would take twice what it had
+  }
+  out.resize(most);
+  wchar_t* next = out.data();
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    const std::uint32_t code = escaped && *at == '\\' ? PassEscape(at, end) : PassCharacter(at);
+    *next++ = static_cast<wchar_t>(IsSurrogate(code) ? 0xFFFD : code);
+  }
+  out.resize(static_cast<std::size_t>(next - out.data()));
+}
+
+}  // namespace request::json
