@@ -108,6 +108,15 @@ TEST_F(KLinePackages, doesNotTrustADownloadThatCannotBeUnpacked) {
   }
 }
 
+TEST_F(KLinePackages, doesNotTrustAnEmptyDownloadWhereOneCandleIsAnnounced) {
+  packages.Count(L"sh600000", 1, 1, 1);
+  host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip(""))));
+  host.Expect(
+      Script(kHistoryPath).With(Query("sh600000", "kline.day", "bfq", 1)).Inline(History({kThursday})));
+  EXPECT_EQ(Load(), List({kThursday}));
+  EXPECT_EQ(Stored(), KLineMetaInfo());
+}
+
 TEST_F(KLinePackages, fetchesADamagedPackageAgain) {
   Keep(L"20240314", kDays);
   const std::string whole = Bytes(File());

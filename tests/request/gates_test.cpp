@@ -49,6 +49,12 @@ TEST(VersionGate, refusesWhatIsNotPrintableAscii) {
   }
 }
 
+TEST(VersionGate, refusesSpacesAtTheEnds) {
+  EXPECT_FALSE(request::IsPlainVersion(" 1"));
+  EXPECT_FALSE(request::IsPlainVersion("1 "));
+  EXPECT_FALSE(request::IsPlainVersion(" "));
+}
+
 TEST(VersionGate, refusesTheNamesOfColumnsInAnyCase) {
   for (const char* name : {"id", "version", "count", "rowid", "oid", "_rowid_", "ID", "Version", "ROWID"}) {
     EXPECT_FALSE(request::IsPlainVersion(name)) << name;
