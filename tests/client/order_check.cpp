@@ -18,6 +18,7 @@
 
 #include "c_stock_market.h"
 #include "cli/temporary_directory.h"
+#include "frame/polled_subject.h"
 #include "host_services/stock_host.h"
 #include "sequence_server.h"
 
@@ -102,11 +103,19 @@ class ViewFeed final : public Feed, public IUpdate1<Data> {
 
 using Feeds = std::list<std::unique_ptr<Feed>>;
 
+// This program alone asks: the server numbers requests as they come, and one of a polling thread might pass
+// one of ours on the way.
+template <class Service>
+void StopPolling(Service* service) {
+  dynamic_cast<frame::PolledSubject<Service>&>(*service).StopPolling();
+}
+
 template <class Data, class Service, class Key, class Figure>
 void AddPolled(Feeds& feeds, const char* name, const char* path, Service* service, const Key& key,
                Figure figure) {
   auto feed = std::make_unique<ViewFeed<Service, Data>>(name, path, service, figure,
                                                         [service] { service->Refresh(); });
+  StopPolling(service);
   service->SetTarget(feed.get(), key);
   service->Resume(feed.get(), false);
   feeds.push_back(std::move(feed));
@@ -207,6 +216,7 @@ int Run(int duration, bool expect_order) {
   std::list<StockView> stocks;
   Witness stock_items("stock items");
   Witness plate_items("plate items");
+  StopPolling(GetSingleStockMarket());
   for (const wchar_t* const symbol : {L"sh600001", L"sz000002", L"sz300003"}) {
     StockView& view = stocks.emplace_back(symbol);
     GetSingleStockMarket()->Attach(&view);
