@@ -142,7 +142,7 @@ void Value::TextInto(std::wstring& out) const {
   std::size_t end = rest.find('"');
   if (escaped) {
     for (end = 0; rest[end] != '"'; ++end) {
-      end += rest[end] == '\\' ? 1 : 0;
+      end += rest[end] == '\\' ? 1U : 0U;
     }
   }
   WidenInto(out, rest.substr(0, end), escaped);

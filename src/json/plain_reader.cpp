@@ -39,7 +39,7 @@ bool IsBlank(char character) {
 // short texts of changing length are passed without a branch for each.
 constexpr std::ptrdiff_t kWord = 8;
 
-// So many are there for whoever looks at several words: those of a key and those of a number.
+// So many bytes are there for whoever looks at several words: of a short key and of a number.
 constexpr std::ptrdiff_t kSeveralWords = 6 * kWord;
 
 bool HasBytes(std::ptrdiff_t bytes, const char* at, const char* end) {
@@ -96,27 +96,6 @@ constexpr std::array<std::uint64_t, kWord + 1> kWholePowersOfTen = {
 constexpr std::ptrdiff_t kExactDigits = 15;
 constexpr std::array<double, kExactDigits + 1> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                                1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-
-// Passes digits and appends them to `number`, which wraps.
-const char* TakeDigits(const char* at, const char* end, std::uint64_t& number) {
-  while (HasBytes(kWord, at, end)) {
-    const std::uint64_t word = WordAt(at);
-    const std::ptrdiff_t count = BytesBeforeMark(MarkOthersThanDigits(word));
-    if (count == 0) {
-      return at;
-    }
-    const std::uint64_t values = (word ^ EightTimes('0')) << Bits(kWord - count);
-    number = number * kWholePowersOfTen[static_cast<std::size_t>(count)] + NumberOf(values);
-    at += count;
-    if (count < kWord) {
-      return at;
-    }
-  }
-  for (; at != end && IsDigit(*at); ++at) {
-    number = number * 10 + static_cast<std::uint64_t>(*at - '0');
-  }
-  return at;
-}
 
 // Reads a number without sign and exponent that has fewer characters than a word, as most have. Returns what
 // is behind it; null for any other, and for some that end in what cannot follow a number.
@@ -188,49 +167,38 @@ const char* TakeDigits(const char* at, const char* end, std::uint64_t& number) {
   return next;
 }
 
-// Passes a number. False for what is none, and for one that Qt's parser might read otherwise. No number is a
-// negative zero.
-bool PassNumber(const char*& at, const char* end, double& number) {
+const char* SkipDigits(const char* at, const char* end) {
+  return std::find_if_not(at, end, IsDigit);
+}
+
+// What is behind the number that begins at `at`; null for what is none, and for one that Qt's parser might
+// read otherwise.
+const char* PassNumber(const char* at, const char* end, double& number) {
   if (HasBytes(kSeveralWords, at, end)) {
     if (const char* const behind = PassShort(at, number); behind != nullptr) {
-      at = behind;
-      return true;
+      return behind;
     }
   }
-  const char* const begin = at;
-  const bool negative = at != end && *at == '-';
-  at += negative ? 1 : 0;
-  std::uint64_t digits = 0;
-  const char* const whole = at;
-  at = TakeDigits(whole, end, digits);
-  std::ptrdiff_t count = at - whole;
-  if (count == 0 || (count > 1 && *whole == '0')) {
-    return false;
+  const char* const whole = at + (at != end && *at == '-' ? 1 : 0);
+  const char* next = SkipDigits(whole, end);
+  if (next == whole || (next - whole > 1 && *whole == '0')) {
+    return nullptr;
   }
-  std::ptrdiff_t decimals = 0;
-  if (at != end && *at == '.') {
-    const char* const fraction = ++at;
-    at = TakeDigits(fraction, end, digits);
-    decimals = at - fraction;
-    count += decimals;
-    if (decimals == 0) {
-      return false;
+  if (next != end && *next == '.') {
+    const char* const fraction = next + 1;
+    next = SkipDigits(fraction, end);
+    if (next == fraction) {
+      return nullptr;
     }
   }
-  const bool has_exponent = at != end && (*at == 'e' || *at == 'E');
-  if (!has_exponent && count <= kExactDigits) {
-    number = static_cast<double>(digits) / kPowersOfTen[static_cast<std::size_t>(decimals)];
-    number = (negative ? -number : number) + 0.0;
-    return true;
-  }
-  const auto [stop, error] = std::from_chars(begin, end, number);
-  if (error != std::errc() || (has_exponent ? stop <= at + 1 : stop != at) ||
+  const bool has_exponent = next != end && (*next | 0x20) == 'e';
+  const auto [behind, error] = std::from_chars(at, end, number);
+  if (error != std::errc() || (behind == next) == has_exponent ||
       (number != 0 && std::fabs(number) < std::numeric_limits<double>::min())) {
-    return false;
+    return nullptr;
   }
-  at = stop;
   number += 0.0;
-  return true;
+  return behind;
 }
 
 class Reader {
@@ -384,7 +352,7 @@ class Reader {
   }
 
   // What is behind the key, with quotes and colon, if it stands here as it did where it was read; else null.
-  // Several words are there.
+  // Several words are there, and then for a number behind it.
   [[nodiscard]] const char* PassExpected(const char* at, const Key& key) const {
     const char* const before = text_ + key.begin - 1;
     const auto length = static_cast<std::ptrdiff_t>(key.length) + 3;
@@ -397,7 +365,9 @@ class Reader {
     } else if (length <= 2 * kWord) {
       differs = difference(0) | difference(length - kWord);
     } else {
-      differs = end_ - at < length || std::memcmp(at, before, static_cast<std::size_t>(length)) != 0 ? 1 : 0;
+      const bool is_same = HasBytes(length + kSeveralWords, at, end_) &&
+                           std::memcmp(at, before, static_cast<std::size_t>(length)) == 0;
+      differs = is_same ? 0 : 1;
     }
     return differs == 0 && at[length - 1] == ':' ? at + length : nullptr;
   }
@@ -419,9 +389,11 @@ class Reader {
 
   bool Number() {
     double number = 0;
-    if (!PassNumber(at_, end_, number)) {
+    const char* const behind = PassNumber(at_, end_, number);
+    if (behind == nullptr) {
       return false;
     }
+    at_ = behind;
     writer_.Put(std::bit_cast<Cell>(number));
     return true;
   }
@@ -552,18 +524,18 @@ bool ReadPlain(std::string_view text, Content& content) {
 bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
   const char* at = text.data();
   const char* const end = at + text.size();
-  if (at == end || *at != '[') {
-    return false;
-  }
-  ++at;
-  for (std::size_t place = 0; place < numbers.size(); ++place) {
-    if (!PassNumber(at, end, numbers[place]) || at == end ||
-        *at != (place + 1 < numbers.size() ? ',' : ']')) {
+  char before = '[';
+  for (double& number : numbers) {
+    if (at == end || *at != before) {
       return false;
     }
-    ++at;
+    at = PassNumber(at + 1, end, number);
+    if (at == nullptr) {
+      return false;
+    }
+    before = ',';
   }
-  return at == end;
+  return end - at == 1 && *at == ']';
 }
 
 }  // namespace request::json::detail

@@ -200,33 +200,16 @@ class RecordReader {
 
   // What its texts and lists hold.
   static std::size_t HeldBytes(const Record& record) {
-    return [&record]<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
-      return (std::size_t{0} + ... + HeldBytesOf<kIndices>(record));
-    }
-    (std::make_index_sequence<kSize>());
-  }
-
-  template <std::size_t kIndex>
-  static std::size_t HeldBytesOf(const Record& record) {
-    constexpr auto kMember = std::get<kIndex>(kTable.members).member;
-    if constexpr (requires { (record.*kMember).capacity(); }) {
-      return IsMemberOfLineBefore<kIndex>() ? 0 : json::HeldBytes(record.*kMember);
-    } else {
-      return 0;
-    }
-  }
-
-  // Several lines may name one member, one after the other.
-  template <std::size_t kIndex>
-  static constexpr bool IsMemberOfLineBefore() {
-    if constexpr (kIndex > 0) {
-      constexpr auto kMember = std::get<kIndex>(kTable.members).member;
-      constexpr auto kBefore = std::get<kIndex - 1>(kTable.members).member;
-      if constexpr (std::is_same_v<decltype(kMember), decltype(kBefore)>) {
-        return kMember == kBefore;
+    std::size_t bytes = 0;
+    ForEachMember(kTable, [&record, &bytes](const auto& line) {
+      if constexpr (requires { line.how.index; }) {
+        // All levels are lines of one list.
+        bytes += line.how.index == 0 ? json::HeldBytes(record.*line.member) : 0;
+      } else if constexpr (requires { (record.*line.member).capacity(); }) {
+        bytes += json::HeldBytes(record.*line.member);
       }
-    }
-    return false;
+    });
+    return bytes;
   }
 
   // Makes it a default record; its texts and lists keep their memory, as long as it is not unusually much.
@@ -267,38 +250,31 @@ class RecordReader {
     return line != kLines.end() && line->key == key ? line->fill : [](Record&, json::Value) {};
   }
 
-  // The first line behind one that has the same key; kSize for none.
   template <std::size_t kIndex>
-  static constexpr std::size_t kNextOfKey = [] {
-    std::size_t next = 0;
-    std::size_t found = kSize;
-    ForEachMember(kTable, [&](const auto& line) {
-      if (next++ > kIndex && found == kSize && line.key == std::get<kIndex>(kTable.members).key) {
-        found = next - 1;
-      }
-    });
-    return found;
-  }();
+  static constexpr std::string_view kKeyOf = std::get<kIndex>(kTable.members).key;
 
-  // All lines of a key, from one of them on.
-  template <std::size_t kIndex>
-  static void FillLines(Record& record, json::Value value) {
-    constexpr const auto& kLine = std::get<kIndex>(kTable.members);
-    detail::Fill(kLine.how, record, kLine.member, value);
-    if constexpr (kNextOfKey<kIndex> < kSize) {
-      FillLines<kNextOfKey<kIndex>>(record, value);
+  template <std::size_t kIndex, bool kHasKey>
+  static void FillLine(Record& record, const json::Value& value) {
+    if constexpr (kHasKey) {
+      constexpr const auto& kLine = std::get<kIndex>(kTable.members);
+      detail::Fill(kLine.how, record, kLine.member, value);
     }
   }
 
-  // By key; of one key its first line stands first.
+  // All lines with the key of one, which may be several.
+  template <std::size_t kLine, std::size_t... kIndices>
+  static constexpr Line LineOf(std::index_sequence<kIndices...>) {
+    return {kKeyOf<kLine>, [](Record& record, json::Value value) {
+              (FillLine<kIndices, kKeyOf<kIndices> == kKeyOf<kLine>>(record, value), ...);
+            }};
+  }
+
+  // By key.
   static constexpr std::array<Line, kSize> kLines =
-      []<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
-    std::array<Line, kSize> lines{Line{std::get<kIndices>(kTable.members).key, &FillLines<kIndices>}...};
-    for (auto line = lines.begin(); line != lines.end(); ++line) {
-      std::rotate(std::upper_bound(lines.begin(), line, *line,
-                                   [](const Line& left, const Line& right) { return left.key < right.key; }),
-                  line, line + 1);
-    }
+      []<std::size_t... kIndices>(std::index_sequence<kIndices...> all) {
+    std::array<Line, kSize> lines{LineOf<kIndices>(all)...};
+    std::sort(lines.begin(), lines.end(),
+              [](const Line& left, const Line& right) { return left.key < right.key; });
     return lines;
   }
   (std::make_index_sequence<kSize>());

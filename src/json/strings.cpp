@@ -25,7 +25,7 @@ std::size_t CountCharacters(std::string_view text) {
     continuing += static_cast<std::size_t>(std::popcount((word >> 7U) & ~(word >> 6U) & kLowBits));
   }
   for (; place < text.size(); ++place) {
-    continuing += (text[place] & 0xC0) == 0x80 ? 1 : 0;
+    continuing += (text[place] & 0xC0) == 0x80 ? 1U : 0U;
   }
   return text.size() - continuing;
 }

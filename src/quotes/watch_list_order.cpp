@@ -45,11 +45,13 @@ void MergeSort(Order& order, Before before) {
   }
 }
 
-std::wstring DigitsOf(const std::wstring& text) {
-  std::wstring digits;
-  digits.reserve(text.size());
-  std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
-               [](wchar_t character) { return character >= L'0' && character <= L'9'; });
+std::string DigitsOf(const std::wstring& text) {
+  std::string digits;
+  for (const wchar_t character : text) {
+    if (character >= L'0' && character <= L'9') {
+      digits += static_cast<char>(character);
+    }
+  }
   return digits;
 }
 
