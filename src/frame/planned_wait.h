@@ -14,9 +14,9 @@
 namespace frame {
 
 /// A wait of some seconds from now. It is over when they have passed on the monotonic clock, or sooner: when
-/// the market is in another phase than at its beginning, or when the server's clock has run ahead of the
-/// monotonic one and reached the planned moment (clock or calendar was learned or corrected meanwhile, or the
-/// machine slept).
+/// the market is in another phase than at its beginning, or in that of another day, or when the server's
+/// clock has run ahead of the monotonic one and reached the planned moment (clock or calendar was learned or
+/// corrected meanwhile, or the machine slept).
 class PlannedWait {
  public:
   explicit PlannedWait(int seconds)
@@ -52,10 +52,19 @@ class PlannedWait {
   }
 
  private:
+  // What is told of the phase: before the open it is that of the last trading day.
+  struct Phase {
+    stock::MarketStatus status;
+    std::uint32_t day;
+    bool operator==(const Phase&) const = default;
+  };
+
   // Both are none when the host cannot say.
-  static std::optional<stock::MarketStatus> PhaseAt(std::int64_t time) {
+  static std::optional<Phase> PhaseAt(std::int64_t time) {
     try {
-      return stock::CheckMarketStatus(static_cast<std::uint32_t>(time));
+      const stock::MarketStatus status = stock::CheckMarketStatus(static_cast<std::uint32_t>(time));
+      const std::uint32_t today = common::TimeToDate(time);
+      return Phase{status, status == stock::kMarketNotOpened ? stock::GetLastTradingDate(today) : today};
     } catch (...) {
       return std::nullopt;
     }
@@ -71,7 +80,7 @@ class PlannedWait {
   const std::int64_t milliseconds_;
   const std::int64_t began_;
   const std::optional<std::int64_t> server_began_;
-  const std::optional<stock::MarketStatus> phase_;
+  const std::optional<Phase> phase_;
 };
 
 }  // namespace frame

@@ -60,7 +60,7 @@ class CCurrentStock final : public ICurrentStock,
       position_ = PositionOf(current_.symbol, custom_stocks_).value_or(position_);
     }
     if (custom_stocks_.empty()) {
-      WriteProgramLogNoMask(L"SetCustomStocks，待切换股票列表为空");
+      WriteProgramLogNoMask(L"CCurrentStock::SetCustomStocks，待切换股票列表为空");
     }
     return static_cast<int>(custom_stocks_.size());
   }

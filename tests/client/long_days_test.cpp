@@ -198,11 +198,13 @@ const Day kDays[] = {
     {"a trading day", 20240315, 10, 30, L"开盘", 0},
     {"a weekend", 20240316, 10, 30, L"已收盘", 20240315},
     {"a holiday", 20240404, 10, 30, L"已收盘", 20240403},
-    {"the day after two holidays and a weekend", 20240408, 9, 5, L"开盘准备", 0},
+    {"the day after two holidays and a weekend", 20240408, 9, 1, L"开盘准备", 0},
     {"new year's eve", 20241231, 10, 30, L"开盘", 0},
     {"the last hour of new year's eve", 20241231, 23, 30, L"已收盘", 20241231},
     {"the first hour of new year's day", 20250101, 0, 30, L"已收盘", 20241231},
     {"new year's day", 20250101, 10, 30, L"已收盘", 20241231},
+    {"the last hour of a Sunday and a year", 20231231, 23, 30, L"已收盘", 20231229},
+    {"the first hour of a Monday and a year", 20240101, 0, 30, L"已收盘", 20231229},
 };
 
 struct ClockError {
@@ -214,7 +216,7 @@ constexpr ClockError kErrors[] = {
     {"a day fast", kDay}, {"a year slow", -366 * kDay}, {"a year fast", 366 * kDay}};
 
 /// When the server's time is learned.
-enum class Learned { kBefore, kDuring, kAfter };
+enum class Learned { kBefore, kDuring, kAfter, kLongAfter };
 
 class StartByAWrongClock : public ::testing::TestWithParam<Learned> {};
 
@@ -222,7 +224,7 @@ void StartAndLook(const Day& day, const ClockError& error, Learned learned) {
   const std::int64_t truth = At(day.date, day.hour, day.minute);
   const ScriptedWorld world(truth, error.ahead);
   Server server;
-  server.TellTheTime(learned != Learned::kAfter);
+  server.TellTheTime(learned == Learned::kBefore || learned == Learned::kDuring);
   const RunningHost host(server.SettingsFor());
   reference::CStockCommon reference;
   if (learned == Learned::kBefore) {
@@ -234,7 +236,13 @@ void StartAndLook(const Day& day, const ClockError& error, Learned learned) {
   ASSERT_FALSE(reference.GetStockList(1).empty()) << "the first look-up, in the middle of the start";
   ASSERT_TRUE(Await([&] { return outcome >= 0 && IsQuiet(); }));
   ASSERT_EQ(outcome, 1);
-  if (learned == Learned::kAfter) {
+  for (int minute = 0; learned == Learned::kLongAfter && minute < 10; ++minute) {
+    for (int second = 0; second < 60; ++second) {
+      ScriptedWorld::Pass(seconds(1));
+      view.Look();
+    }
+  }
+  if (learned == Learned::kAfter || learned == Learned::kLongAfter) {
     server.TellTheTime(true);
     ASSERT_TRUE(AskOnce());
   }
@@ -264,13 +272,16 @@ TEST_P(StartByAWrongClock, isRightWithinThreeSecondsOfTheFirstAnswer) {
   }
 }
 
+std::string NameOf(const ::testing::TestParamInfo<Learned>& info) {
+  static const char* const names[] = {"beforeTheStart", "duringTheStart", "afterTheFirstLookUp",
+                                      "tenMinutesLater"};
+  return names[static_cast<int>(info.param)];
+}
+
 INSTANTIATE_TEST_SUITE_P(TheTimeIsLearned, StartByAWrongClock,
-                         ::testing::Values(Learned::kBefore, Learned::kDuring, Learned::kAfter),
-                         [](const auto& info) {
-                           return info.param == Learned::kBefore   ? "beforeTheStart"
-                                  : info.param == Learned::kDuring ? "duringTheStart"
-                                                                   : "afterTheFirstLookUp";
-                         });
+                         ::testing::Values(Learned::kBefore, Learned::kDuring, Learned::kAfter,
+                                           Learned::kLongAfter),
+                         &NameOf);
 
 // --- A fortnight ---
 

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "scripted_host.h"
 #include "scripted_ticks.h"
 
@@ -54,7 +56,7 @@ TEST_F(PlannedWait, isOverWhenTheMachineSleptThroughItsEnd) {
 
 TEST_F(PlannedWait, keepsItsDeadlineWhenTheClockIsSetBack) {
   const frame::PlannedWait wait(60);
-  host.Advance(-86400);
+  host.Advance(-600);
   Pass(59);
   EXPECT_FALSE(wait.IsOver());
   Pass(1);
@@ -71,9 +73,27 @@ TEST_F(PlannedWait, isOverWhenTheMarketIsInAnotherPhase) {
   EXPECT_TRUE(wait.IsOver());
 }
 
-TEST_F(PlannedWait, goesOnWhenTheHostCannotSayThePhase) {
+// The phase has the same name, but what is told of it is another day's.
+TEST_F(PlannedWait, isOverWhenThePhaseIsOfAnotherDay) {
+  for (const auto& [from, to] : {std::pair(20240317U, 20240310U),     // Sunday to Sunday
+                                 std::pair(20240315U, 20240314U)}) {  // an evening to the one before
+    host.SetTime(from, 20, 0, 0);
+    const frame::PlannedWait wait(60);
+    Pass(1);
+    EXPECT_FALSE(wait.IsOver()) << from;
+    host.SetTime(to, 20, 0, 1);
+    EXPECT_TRUE(wait.IsOver()) << from;
+  }
+  host.SetTime(20240317, 20, 0, 0);
   const frame::PlannedWait wait(60);
-  for (long call = 0; call < 3; ++call) {
+  host.SetTime(20240316, 20, 0, 0);
+  EXPECT_FALSE(wait.IsOver()) << "Saturday rests after the same Friday";
+}
+
+TEST_F(PlannedWait, goesOnWhenTheHostCannotSayThePhase) {
+  host.SetTime(20240317, 20, 0, 0);
+  const frame::PlannedWait wait(60);
+  for (long call = 0; call < 5; ++call) {
     const ThrowingCall throwing(call);
     EXPECT_FALSE(wait.IsOver());
   }

@@ -240,7 +240,7 @@ std::vector<FetchCase> ReferenceData() {
       Direct("LegalHolidays", L"StockCommon::InitLegalHolidays", answers::kHolidayPath, Kind::kAsync, 8,
              R"({"data":{"list":["2024-01-01"]}})", {"data", "list"}, '[', LoadReferenceData);
   holidays.keeps = HoldsHolidays;
-  holidays.direct = true;
+  holidays.direct = false;  // the calendar takes the newest
   holidays.null_line = L"StockCommon::InitLegalHolidays Elements Without Date: %d";
   holidays.told_by_null_entries = false;
   return {holidays,
