@@ -366,7 +366,10 @@ TEST(RepeatedKeys, theLastOneWinsAfterAnyNumberOfOthers) {
       for (const Document& document : {Parsed(text), Document::ParseByQt(text.data(), text.size())}) {
         EXPECT_EQ(document.Root().Member(key).Integer(), 1001) << text;
         int members = 0;
-        document.Root().ForEach([&](std::string_view, const Value&) { ++members; });
+        document.Root().ForEach([&](std::string_view name, const Value& value) {
+          ++members;
+          EXPECT_TRUE(name != key || value.Integer() == 1001) << text;
+        });
         EXPECT_EQ(members, others + 1) << text;
       }
     }
