@@ -133,22 +133,13 @@ void OpenChart(benchmark::State& state) {
     }
   }
   std::string out(disk.TextSize() + 1, '\0');
-  std::vector<double> by_host;
-  std::vector<double> by_zlib;
-  std::vector<double> opened;
-  for ([[maybe_unused]] auto round : state) {
-    by_host.push_back(bench::ProcessorSeconds([&] { disk.Inflate(); }));
-    by_zlib.push_back(bench::ProcessorSeconds([&] { disk.InflateBytes(out); }));
-    opened.push_back(bench::ProcessorSeconds([] {
-      charts::KLineHistory history;
-      benchmark::DoNotOptimize(Open(history));
-    }));
-    state.SetIterationTime(opened.back());
-  }
-  const double median = bench::Median(opened);
-  state.counters["of_inflate"] = median / bench::Median(by_host);
-  state.counters["of_zlib"] = median / bench::Median(by_zlib);
-  state.counters["candles/s"] = lines / median;
+  bench::AgainstPeers(
+      state,
+      [] {
+        charts::KLineHistory history;
+        benchmark::DoNotOptimize(Open(history));
+      },
+      {{"of_inflate", [&disk] { disk.Inflate(); }}, {"of_zlib", [&disk, &out] { disk.InflateBytes(out); }}});
 }
 BENCHMARK(OpenChart)->Arg(kTenYears)->Arg(kThirtyYears)->UseManualTime()->Unit(benchmark::kMicrosecond);
 

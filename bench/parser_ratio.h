@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <ctime>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -43,29 +44,28 @@ inline void ParseAlone(const std::string& answer) {
 template <class Worked>
 void CompareRounds(benchmark::State& state, const std::string& answer, std::size_t runs, Worked worked,
                    double parts) {
-  constexpr std::size_t kParserRounds = 9;
-  std::vector<double> parser;
-  std::vector<double> rounds;
+  constexpr std::size_t kTurns = 101;  // of the parser; more take too long
+  std::vector<double> ratios;
   for ([[maybe_unused]] auto round : state) {
-    if (parser.size() < kParserRounds) {
-      parser.push_back(ProcessorSeconds([&] {
-        for (std::size_t run = 0; run < runs; ++run) {
-          ParseAlone(answer);
-        }
-      }));
+    const double seconds = worked();
+    state.SetIterationTime(seconds);
+    if (ratios.size() < kTurns) {
+      ratios.push_back(seconds / parts / ProcessorSeconds([&] {
+                         for (std::size_t run = 0; run < runs; ++run) {
+                           ParseAlone(answer);
+                         }
+                       }));
     }
-    rounds.push_back(worked());
-    state.SetIterationTime(rounds.back());
   }
-  if (!rounds.empty()) {
-    state.counters["of_parser"] = Median(rounds) / parts / Median(parser);
+  if (!ratios.empty()) {
+    state.counters["of_parser"] = Median(ratios);
     state.counters["runs_a_round"] = static_cast<double>(runs);
   }
 }
 
 /// Runs `work` in rounds, whose processor time is the benchmark's (register with `UseManualTime`): one run a
 /// round, for a short answer many, so that reading the clock does not count. The counter "of_parser" is the
-/// median of `work`, divided by `parts`, over the median of the parser alone.
+/// median of the ratios of `work`, divided by `parts`, to the parser alone.
 template <class Work>
 void AgainstParser(benchmark::State& state, const std::string& answer, Work work, double parts = 1) {
   constexpr std::size_t kRoundBytes = 50'000;
@@ -89,6 +89,28 @@ void AgainstParserPrepared(benchmark::State& state, const std::string& answer, P
     return ProcessorSeconds(work);
   };
   CompareRounds(state, answer, 1, worked, 1);
+}
+
+/// What a benchmark is held against, and the name of the counter that says how much of it the work takes.
+struct Peer {
+  const char* counter;
+  std::function<void()> run;
+};
+
+/// Runs `work` and its peers by turns. A counter is the median of the ratios of each turn.
+template <class Work>
+void AgainstPeers(benchmark::State& state, Work work, const std::vector<Peer>& peers) {
+  std::vector<std::vector<double>> ratios(peers.size());
+  for ([[maybe_unused]] auto round : state) {
+    const double seconds = ProcessorSeconds(work);
+    state.SetIterationTime(seconds);
+    for (std::size_t peer = 0; peer < peers.size(); ++peer) {
+      ratios[peer].push_back(seconds / ProcessorSeconds(peers[peer].run));
+    }
+  }
+  for (std::size_t peer = 0; peer < peers.size(); ++peer) {
+    state.counters[peers[peer].counter] = Median(ratios[peer]);
+  }
 }
 
 }  // namespace bench
