@@ -114,7 +114,12 @@ void SequenceServer::Serve(host_test::LoopbackServer::Connection& connection) {
     std::uint64_t number = 0;
     {
       const std::lock_guard lock(mutex_);
-      number = ++arrived_[path];
+      // One that is sent once more, because its connection broke, is the same request.
+      const auto [place, is_new] = numbers_.try_emplace(target, 0);
+      if (is_new) {
+        place->second = ++arrived_[path];
+      }
+      number = place->second;
     }
     const Chance chance = Throw();
     if (chance.milliseconds > 0) {

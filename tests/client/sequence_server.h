@@ -36,9 +36,10 @@ class SequenceServer {
   void Serve(host_test::LoopbackServer::Connection& connection);
   Chance Throw();
 
-  mutable std::mutex mutex_;  // guards the two members below
+  mutable std::mutex mutex_;  // guards the three members below
   std::mt19937_64 random_;
   std::map<std::string, std::uint64_t> arrived_;
+  std::map<std::string, std::uint64_t> numbers_;  // by target: each request is signed with a nonce
   std::atomic<bool> healed_{false};
   std::atomic<std::uint64_t> broken_{0};
   std::atomic<std::uint64_t> late_{0};
