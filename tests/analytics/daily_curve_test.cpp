@@ -92,6 +92,14 @@ TYPED_TEST(DailyCurve, asksForAPastDayOnResumeAndNeverPollsIt) {
   this->service->Detach(&view);
 }
 
+TYPED_TEST(DailyCurve, neverPollsADateToCome) {
+  typename TestFixture::Recorder view;
+  this->Show(view, 20240318);
+  this->service->OnTimer();
+  EXPECT_EQ(this->host.RequestCount(), 0U);
+  this->service->Detach(&view);
+}
+
 TYPED_TEST(DailyCurve, pollsTodayUnderEitherName) {
   typename TestFixture::Recorder zero;
   typename TestFixture::Recorder today;
