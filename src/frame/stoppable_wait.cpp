@@ -54,13 +54,13 @@ void StoppableWait::OnClockJump() {
   }
 }
 
-bool StoppableWait::Wait(std::int64_t milliseconds, Until until) {
+// Ends sooner when the clock has jumped more often than `seen`; null: it does not matter.
+bool StoppableWait::Wait(std::int64_t milliseconds, const unsigned* seen) {
   const std::int64_t end = SteadyMilliseconds() + milliseconds;
   std::unique_lock<std::mutex> lock(mutex_);
-  const unsigned jumps = jumps_;
   while (!stopped_) {
     const std::int64_t left = end - SteadyMilliseconds();
-    if (left <= 0 || (until == Until::kTimeOrJump && jumps_ != jumps)) {
+    if (left <= 0 || (seen != nullptr && jumps_ != *seen)) {
       return true;
     }
     changed_.wait_for(lock, std::chrono::milliseconds(left));
@@ -69,13 +69,14 @@ bool StoppableWait::Wait(std::int64_t milliseconds, Until until) {
 }
 
 bool StoppableWait::For(std::int64_t milliseconds) {
-  return Wait(milliseconds, Until::kTime);
+  return Wait(milliseconds, nullptr);
 }
 
 bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
   const PlannedWait wait(seconds);
-  while (!wait.IsOver()) {
-    if (!Wait(wait.ToNextLook().count(), Until::kTimeOrJump)) {
+  // Read before the clock is: a jump between the two is not missed.
+  for (unsigned seen = Jumps(); !wait.IsOver(); seen = Jumps()) {
+    if (!Wait(wait.ToNextLook().count(), &seen)) {
       return false;
     }
     if (look) {
@@ -83,6 +84,11 @@ bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
     }
   }
   return !IsStopped();
+}
+
+unsigned StoppableWait::Jumps() {
+  const Lock lock(mutex_);
+  return jumps_;
 }
 
 void StoppableWait::Stop() {

@@ -29,8 +29,8 @@ class StoppableWait {
   [[nodiscard]] bool IsStopped();
 
  private:
-  enum class Until { kTime, kTimeOrJump };
-  bool Wait(std::int64_t milliseconds, Until until);
+  bool Wait(std::int64_t milliseconds, const unsigned* seen);
+  unsigned Jumps();
   static void OnClockJump();
 
   std::mutex mutex_;  // guards the two below

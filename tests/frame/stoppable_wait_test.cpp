@@ -114,15 +114,15 @@ TEST(StoppableWaitInEarnest, seesTheServersClockChange) {
   frame::SetSteadySource(nullptr);
 }
 
-// By itself a thread looks once a second: that would take half a minute.
+// The monotonic clock stands still: nothing but the host's word makes a thread look.
 TEST(StoppableWaitInEarnest, looksAtOnceWhenTheHostSaysThatTheClockHasJumped) {
   ScriptedHost host;
+  const ScriptedSteady steady;
   frame::StoppableWait wait;
   frame::StoppableWait other;  // all of them are told
   std::atomic<int> seen{0};
   std::atomic<int> seen_beside{0};
   ASSERT_NE(told_of_jumps.load(), nullptr);
-  const auto begin = std::chrono::steady_clock::now();
   std::thread waiting([&] { static_cast<void>(wait.Planned(7200, [&] { ++seen; })); });
   std::thread beside([&] { static_cast<void>(other.Planned(7200, [&] { ++seen_beside; })); });
   for (int jump = 0; jump < 30; ++jump) {
@@ -137,7 +137,6 @@ TEST(StoppableWaitInEarnest, looksAtOnceWhenTheHostSaysThatTheClockHasJumped) {
   told_of_jumps.load()();
   waiting.join();
   beside.join();
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
 }
 
 TEST(StoppableWaitInEarnest, isNoLongerThanStatedWhateverJumps) {
@@ -147,6 +146,7 @@ TEST(StoppableWaitInEarnest, isNoLongerThanStatedWhateverJumps) {
   std::thread jumping([&] {
     while (!over) {
       told_of_jumps.load()();
+      std::this_thread::yield();
     }
   });
   const auto begin = std::chrono::steady_clock::now();
@@ -163,9 +163,10 @@ TEST(StoppableWaitInEarnest, mayEndWhileTheClockJumps) {
   std::thread jumping([&] {
     while (!over) {
       told_of_jumps.load()();
+      std::this_thread::yield();
     }
   });
-  for (int round = 0; round < 1000; ++round) {
+  for (int round = 0; round < 100; ++round) {
     frame::StoppableWait one;
     frame::StoppableWait two;
     one.Stop();
