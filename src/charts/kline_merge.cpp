@@ -50,8 +50,10 @@ double LinkOfNeighbours(const KLineCandle& last, std::uint32_t complete_to, cons
   return stock::GetLastTradingDate(next.date) <= complete_to ? Quotient(next.preclose, last.close) : 1;
 }
 
-// By the latest day that both pieces have, else by the first one that is new.
-double LinkOf(const Candles& older, const Candles& newer, const KLineCandle& last, const KLineCandle& next) {
+// By the latest day that both pieces have, else by the first candle that is new: it completes the last one or
+// follows it.
+double LinkOf(Period period, const Candles& older, const Candles& newer, const KLineCandle& last,
+              const KLineCandle& next) {
   auto mine = older.rbegin();
   for (auto theirs = newer.rbegin(); theirs != newer.rend(); ++theirs) {
     mine = std::find_if(mine, older.rend(), [theirs](const KLineCandle& candle) {
@@ -61,7 +63,8 @@ double LinkOf(const Candles& older, const Candles& newer, const KLineCandle& las
       return theirs->close / mine->close;
     }
   }
-  return LinkOfNeighbours(last, last.date, next);
+  return IsSamePeriod(period, last.date, next.date) ? Quotient(next.preclose, last.preclose)
+                                                    : LinkOfNeighbours(last, last.date, next);
 }
 
 // A week's or month's row without the day that it ends with; nothing when no other day is left. Its extremes
@@ -166,7 +169,7 @@ void MergeTail(const Series& series, Candles& candles, const Candles& tail) {
   auto first = later.begin();
   if (last != candles.end() && !later.empty()) {
     if (series.adjustment != Adjustment::kNone) {
-      Link(series.adjustment, LinkOf(candles, tail, *last, *first), candles, later);
+      Link(series.adjustment, LinkOf(series.period, candles, tail, *last, *first), candles, later);
     }
     if (IsSamePeriod(series.period, first->date, last->date)) {
       *last = *first++;
@@ -181,11 +184,13 @@ void MergeHead(const Series& series, Candles& candles, const Candles& older) {
     candles = older;
     return;
   }
-  Candles head(older.begin(), std::find_if(older.begin(), older.end(), [&candles](const KLineCandle& candle) {
-                 return candle.date >= candles.front().date;
+  const std::uint32_t first = candles.empty() ? 0 : candles.front().date;
+  Candles head(older.begin(), std::find_if(older.begin(), older.end(), [&](const KLineCandle& candle) {
+                 return candle.date >= first || IsSamePeriod(series.period, candle.date, first);
                }));
   if (!head.empty() && series.adjustment != Adjustment::kNone) {
-    Link(Adjustment::kForward, LinkOf(older, candles, head.back(), candles.front()), head, candles);
+    Link(Adjustment::kForward, LinkOf(series.period, older, candles, head.back(), candles.front()), head,
+         candles);
   }
   candles.insert(candles.begin(), head.begin(), head.end());
 }

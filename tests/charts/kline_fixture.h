@@ -136,6 +136,16 @@ class KLineTest : public ChartServiceTest<IStockKLine, StockKLineData> {
         .value_or(KLineMetaInfo());
   }
 
+  /// From now on the service asks for nothing by itself, however the clock is moved. Before that service
+  /// ends, `LetPollingGo` has to be called.
+  void HoldPolling() {
+    host.HoldSpans();
+    service.reset();
+    service.reset(charts::MakeStockKLine());
+    EXPECT_TRUE(host.AwaitHeldSpan());
+  }
+  void LetPollingGo() { host.ReleaseSpan(4000); }
+
   /// Lets the back-off of whatever failed pass.
   void PassBackOff() { steady.Advance(600'000); }
 

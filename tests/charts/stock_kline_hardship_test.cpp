@@ -22,6 +22,7 @@ constexpr const char* kPackages[] = {"2023", "20240314", "20240315"};
 class KLineHardship : public KLineTest {
  protected:
   KLineHardship() {
+    HoldPolling();
     for (const char* const version : kPackages) {
       for (const char* const period : {"day", "week"}) {
         host.Allow(
@@ -46,6 +47,8 @@ class KLineHardship : public KLineTest {
     packages.Count(L"sh600000", 1, 1, 3);
     Show(view, L"sh600000");
   }
+
+  ~KLineHardship() override { LetPollingGo(); }
 
   std::vector<KLineCandle> UntilFriday() const {
     std::vector<KLineCandle> all = days;
@@ -149,7 +152,8 @@ class KLineFault : public KLineHardship {
   // As a program that starts anew, with an empty disk.
   void StartAnew() {
     service->Detach(&view);
-    service.reset(charts::MakeStockKLine());
+    LetPollingGo();
+    HoldPolling();
     std::filesystem::remove_all(Directory());
     std::filesystem::create_directories(Directory());
     host.SetTime(20240315, 10, 0, 0);
