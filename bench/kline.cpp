@@ -17,6 +17,7 @@
 
 #include "charts/kline_history.h"
 #include "charts/kline_merge.h"
+#include "charts/kline_package.h"
 #include "charts/stock_kline.h"
 #include "host/files.h"
 #include "host/text.h"
@@ -115,10 +116,10 @@ class Disk {
 
 // The record of a chart as a view gets it, with today's candle; nothing of it was in memory.
 StockKLineData Open(charts::KLineHistory& history) {
+  const charts::Series series{L"sh600000"};
+  const KLineCandle today{20991232, 1, 1, 1, 1, 1, 1, 1, 1};
   StockKLineData data;
-  const auto candles = history.Load(L"sh600000", 1, 1, {}, [] { return true; });
-  data.candles.assign(candles->begin(), candles->end());
-  charts::MergeToday(1, data.candles, {20991232, 1, 1, 1, 1, 1, 1, 1, 1});
+  charts::Assemble(series, history.Load(series, today), {today}, data);
   return data;
 }
 
@@ -126,7 +127,7 @@ void OpenChart(benchmark::State& state) {
   const auto lines = static_cast<int>(state.range(0));
   const Disk disk(lines);
   {
-    charts::KLineHistory history;
+    charts::KLineHistory history({}, [] { return true; });
     if (Open(history).candles.size() != static_cast<std::size_t>(lines) + 1) {
       state.SkipWithError("the chart does not hold every candle");
       return;
@@ -136,7 +137,7 @@ void OpenChart(benchmark::State& state) {
   bench::AgainstPeers(
       state,
       [] {
-        charts::KLineHistory history;
+        charts::KLineHistory history({}, [] { return true; });
         benchmark::DoNotOptimize(Open(history));
       },
       {{"of_inflate", [&disk] { disk.Inflate(); }}, {"of_zlib", [&disk, &out] { disk.InflateBytes(out); }}});
@@ -146,7 +147,7 @@ BENCHMARK(OpenChart)->Arg(kTenYears)->Arg(kThirtyYears)->UseManualTime()->Unit(b
 // The same chart again: it is in memory.
 void OpenChartAgain(benchmark::State& state) {
   const Disk disk(kTenYears);
-  charts::KLineHistory history;
+  charts::KLineHistory history({}, [] { return true; });
   const std::size_t before = mallinfo2().uordblks;
   StockKLineData data = Open(history);
   const std::size_t held_and_told = mallinfo2().uordblks - before;

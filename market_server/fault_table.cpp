@@ -4,6 +4,7 @@
 #include "market_server/faults.h"
 #include "market_server/gzip.h"
 #include "market_server/json_damage.h"
+#include "market_server/model/market.h"
 
 namespace market_server {
 namespace {
@@ -146,6 +147,30 @@ std::string OtherSymbolPath(const std::string& path, std::string_view other) {
   return std::string(kPrefix) + std::string(other) + path.substr(end);
 }
 
+/// "/static/kline.SYMBOL.day.bfq.VERSION.gzip" with the version of some trading days before.
+std::string EarlierPackagePath(const std::string& path, std::uint64_t days) {
+  static constexpr std::string_view kSuffix = ".gzip";
+  if (!path.starts_with("/static/kline.") || path.starts_with("/static/kline.meta.") ||
+      !path.ends_with(kSuffix))
+    return path;
+  const std::size_t end = path.size() - kSuffix.size();
+  const std::size_t dot = path.rfind('.', end - 1);
+  const auto through = model::Market::KLineVersionDate(path.substr(dot + 1, end - dot - 1));
+  if (!through) return path;
+  model::Date date = *through;
+  for (; days > 0 && date > model::kFirstTradingDay; --days) date = model::PreviousTradingDay(date);
+  return path.substr(0, dot + 1) + std::to_string(date) + std::string(kSuffix);
+}
+
+/// Until that minute of a trading day, HHMM, the history is that of the evening two sessions before.
+void LateHistory(Exchange& ex, const FaultCall& call) {
+  const auto until = static_cast<int>(Count(call, 2359));
+  const model::Instant now = ex.instant + ex.data_offset;
+  if (ex.request.path != "/kql" || model::SecondOfDay(now) >= until / 100 * 3600 + until % 100 * 60) return;
+  const model::Date last = model::PreviousTradingDay(model::DateOf(now));
+  ex.data_offset += model::InstantOf(model::PreviousTradingDay(last), 20, 0, 0) - now;
+}
+
 std::string RepeatText(std::string_view text, std::uint64_t count) {
   std::string out;
   out.reserve(text.size() * count);
@@ -231,6 +256,7 @@ const std::vector<FaultEntry>& Table() {
      [](Exchange& ex, const FaultCall& call) { ex.instant += std::clamp(call.number, -3e8, 3e8); }},
     {"old_answer", "clock", P::kRequest, kNumber, "60", "seconds (60)", "every other answer has the figures of that many seconds ago",
      OldAnswer},
+    {"history_late", "clock", P::kRequest, kNumber, "945", "HHMM (945)", "history queries lack the last session until that minute of the day", LateHistory},
     {"date_wrong", "clock", P::kRequest, kNumber, "3600", "seconds (3600)", "only the Date header is that far ahead (behind, if negative)",
      [](Exchange& ex, const FaultCall& call) { ex.date_offset += std::clamp(call.number, -3e8, 3e8); }},
     {"date_missing", "clock", P::kHead, kNone, "", "", "no Date header", [](Exchange& ex, const FaultCall&) { RemoveField(ex, "Date"); }},
@@ -240,6 +266,8 @@ const std::vector<FaultEntry>& Table() {
     // Packages and the metadata file; answers of other paths stay whole.
     {"package_other_symbol", "package", P::kRequest, kText, "sz000001", "symbol (sz000001)", "a package holds the candles of that symbol",
      [](Exchange& ex, const FaultCall& call) { ex.request.path = OtherSymbolPath(ex.request.path, call.argument); }},
+    {"package_behind", "package", P::kRequest, kNumber, "3", "trading days (3)", "a package ends that many trading days before its version, in the base of that day",
+     [](Exchange& ex, const FaultCall& call) { ex.request.path = EarlierPackagePath(ex.request.path, Count(call, 1000)); }},
     {"package_missing", "package", P::kBody, kNone, "", "", "404 for files that are there",
      [](Exchange& ex, const FaultCall&) { if (IsPackage(ex)) { ex.answer.status = 404; ex.answer.body.clear(); } }},
     {"package_not_gzip", "package", P::kBody, kNone, "", "", "the text itself in place of the gzip file",

@@ -1,8 +1,8 @@
 // The members of points and candles under the names that users know, for JSON and comma-separated values.
-// Constants. (The module reads these records by hand, not by a table.)
+// Constants. (The module reads points by hand, not by a table.)
 #pragma once
 
-#include "charts/stock_kline.h"
+#include "charts/kline_table.h"
 #include "charts/stock_mline.h"
 #include "json/record_table.h"
 
@@ -18,15 +18,6 @@ inline constexpr auto kMinutePointTable =
                                   request::Read("change_rate", &MinutePoint::change_rate, request::Number{}),
                                   request::Read("avg_price", &MinutePoint::avg_price, request::Number{}));
 
-inline constexpr auto kKLineCandleTable =
-    request::TableOf<KLineCandle>(request::Read("date", &KLineCandle::date, request::Amount{}),
-                                  request::Read("preclose", &KLineCandle::preclose, request::Number{}),
-                                  request::Read("open", &KLineCandle::open, request::Number{}),
-                                  request::Read("high", &KLineCandle::high, request::Number{}),
-                                  request::Read("last", "close", &KLineCandle::close, request::Number{}),
-                                  request::Read("low", &KLineCandle::low, request::Number{}),
-                                  request::Read("vol", "volume", &KLineCandle::volume, request::Amount{}),
-                                  request::Read("amt", "amount", &KLineCandle::amount, request::Number{}),
-                                  request::Read("tr", "turnover", &KLineCandle::turnover, request::Number{}));
+using charts::kKLineCandleTable;
 
 }  // namespace cli

@@ -1,6 +1,7 @@
 // Charts of the quote API: minute lines of today and of past days, and today's candle. Longer series of
 // candles are packages (packages.h) and history queries (history.h).
 #include <algorithm>
+#include <optional>
 #include <unordered_set>
 
 #include "market_server/endpoints/dates.h"
@@ -42,6 +43,15 @@ std::vector<std::string> Distinct(const std::vector<std::string>& symbols) {
     if (seen.insert(symbol).second) distinct.push_back(symbol);
   }
   return distinct;
+}
+
+/// The candle of a day that will be traded and has no price yet; none of other days.
+std::optional<model::Candle> BeforeTheFirstPrice(const model::Quote& quote) {
+  if (!model::Trades(quote.status)) return std::nullopt;
+  model::Candle candle;
+  candle.date = quote.date;
+  candle.preclose = quote.preclose;
+  return candle;
 }
 
 }  // namespace
@@ -104,7 +114,8 @@ void DayCandle(const Call& call, JsonWriter& json) {
   for (const std::string& symbol : Distinct(call.symbols)) {
     const model::Security* security = call.market.Find(symbol);
     if (security == nullptr) continue;
-    const auto candle = call.market.DayCandle(*security, call.instant);
+    auto candle = call.market.DayCandle(*security, call.instant);
+    if (!candle) candle = BeforeTheFirstPrice(call.market.QuoteOf(*security, call.instant));
     if (!candle) continue;
     json.Key(symbol);
     json.BeginObject();

@@ -49,7 +49,8 @@ std::optional<Package> ReadName(const model::Market& market, std::string_view na
   const auto through = model::Market::KLineVersionDate(parts[3]);
   if (security == nullptr || security->code != parts[0] || !period || !adjustment || !through)
     return std::nullopt;
-  if (parts[3] > market.KLineVersionAt(instant)) return std::nullopt;
+  if (parts[3] > market.KLineVersionAt(instant) || !market.HasPackages(*security, *through))
+    return std::nullopt;
   return Package{security, *period, *adjustment, *through};
 }
 

@@ -49,11 +49,16 @@ void SetVolume(std::uint64_t lots, std::int64_t amount, std::uint64_t circulatin
                : 0;
 }
 
+/// Adjusted prices are quotients and no amounts of money: they have four decimals.
+double ToTenThousandths(double x) {
+  return static_cast<double>(Nearest(x * 10000)) / 10000;
+}
+
 /// Prices as if every dividend and split had always been, or had never been.
 void Adjust(std::vector<DaySeries::Row>& rows, Adjustment adjustment) {
   const auto apply = [](Candle& candle, double factor) {
     for (double* const price : {&candle.preclose, &candle.open, &candle.high, &candle.close, &candle.low}) {
-      *price = ToHundredths(*price * factor);
+      *price = ToTenThousandths(*price * factor);
     }
   };
   double factor = 1;
@@ -472,6 +477,13 @@ KLineCounts Market::Impl::KLineCountsOf(const Security& security, int through) c
   return out;
 }
 
+bool Market::HasPackages(const Security& security, Date through) const {
+  constexpr std::uint32_t kFirstDays = 5;
+  const int last = DayNumber(through) < 0 ? -1 : impl_->base.days.NumberOf(through);
+  return last >= 0 && security.kind != Kind::kPlate &&
+         impl_->KLineCountsOf(security, last).day >= (security.kind == Kind::kStock ? kFirstDays : 1);
+}
+
 KLineMetadata Market::KLineMetadataAt(Instant time) const {
   KLineMetadata out;
   out.version = KLineVersionAt(time);
@@ -482,9 +494,8 @@ KLineMetadata Market::KLineMetadataAt(Instant time) const {
   const int through = impl_->base.days.NumberOf(date);
   for (const auto* list : {&impl_->base.universe.indices, &impl_->base.universe.stock_securities}) {
     for (const Security& security : *list) {
-      const KLineCounts counts = impl_->KLineCountsOf(security, through);
-      if (counts.day > 0) {
-        out.counts.push_back(counts);
+      if (HasPackages(security, date)) {
+        out.counts.push_back(impl_->KLineCountsOf(security, through));
       }
     }
   }

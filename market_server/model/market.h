@@ -193,7 +193,7 @@ struct KLineCounts {
 };
 struct KLineMetadata {
   std::string version;  ///< eight digits, the last day that the packages hold; greater means newer
-  std::vector<KLineCounts> counts;  ///< every listed stock and every index that has rows
+  std::vector<KLineCounts> counts;  ///< every stock and every index that has packages
 };
 
 /// Thrown by long computations after Market::cease.
@@ -250,6 +250,8 @@ class Market {
   /// What the K-line packages held at `time`: all days up to the last session, from 18:00 of its day on.
   [[nodiscard]] std::string KLineVersionAt(Instant time) const;
   [[nodiscard]] KLineMetadata KLineMetadataAt(Instant time) const;
+  /// Whether there are packages through that day: of a stock from its fifth day of trading on.
+  [[nodiscard]] bool HasPackages(const Security& security, Date through) const;
   /// The day that a version text stands for; none when the text is no version.
   [[nodiscard]] static std::optional<Date> KLineVersionDate(std::string_view version);
 

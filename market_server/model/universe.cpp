@@ -344,13 +344,9 @@ void Universe::MakeHistory(const Options& options, const Days& days) {
 
     int bonuses = 0;
     double factor = 1;
-    const Date last_year = kLastTradingDay / 10000;
-    for (Date year = kFirstTradingDay / 10000; year <= last_year; ++year) {
-      const std::uint64_t h = Mix(stock.key, 0x200000 + std::uint64_t{year});
-      if (Below(h, 100) >= 62) {
-        continue;
-      }
-      Date date = Shift(year * 10000 + 506, static_cast<std::int64_t>(Below(Mix(h, 1), 75)));
+    // One dividend or split, within so many days from a date on.
+    const auto add = [&](std::uint64_t h, Date earliest, std::uint32_t span, bool may_split) {
+      Date date = Shift(earliest, static_cast<std::int64_t>(Below(Mix(h, 1), span)));
       while (!IsTradingDay(date)) {
         date = Shift(date, 1);
       }
@@ -365,13 +361,14 @@ void Universe::MakeHistory(const Options& options, const Days& days) {
       for (std::uint64_t attempt = 0; unfit(day); ++attempt) {
         day = day / kBlock * kBlock + kBlock + static_cast<int>(Below(Mix(h, 10 + attempt), kBlock));
       }
-      if (day >= days.count() || day < stock.listed + 60) {
-        continue;
+      const bool too_soon = !stock.ex_rights.empty() && day <= stock.ex_rights.back().day + kBlock;
+      if (day >= days.count() || day < stock.listed + 60 || too_soon) {
+        return;
       }
       ExRights event;
       event.day = day;
       event.yield = 0.003 + 0.025 * Unit(Mix(h, 2));
-      if (bonuses < 4 && Below(Mix(h, 3), 100) < 11) {
+      if (may_split && bonuses < 4 && Below(Mix(h, 3), 100) < 11) {
         constexpr std::array<int, 5> kBonus{2, 3, 4, 5, 10};
         event.bonus = kBonus[Below(Mix(h, 4), kBonus.size())];
         ++bonuses;
@@ -379,6 +376,17 @@ void Universe::MakeHistory(const Options& options, const Days& days) {
       factor = factor * (10 + event.bonus) / 10;
       event.factor = factor;
       stock.ex_rights.push_back(event);
+    };
+    // In early summer most stocks, from autumn to spring some: any day has some of them in view.
+    const bool pays_twice = Below(Mix(stock.key, 0x400000), 4) == 0;
+    for (Date year = kFirstTradingDay / 10000; year <= kLastTradingDay / 10000; ++year) {
+      const std::uint64_t summer = Mix(stock.key, 0x200000 + std::uint64_t{year});
+      if (Below(summer, 100) < 62) {
+        add(summer, year * 10000 + 506, 75, true);
+      }
+      if (pays_twice && year < kLastTradingDay / 10000) {
+        add(Mix(stock.key, 0x400000 + std::uint64_t{year}), year * 10000 + 915, 180, true);
+      }
     }
   }
 }

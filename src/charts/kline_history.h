@@ -1,55 +1,57 @@
-// The history of a symbol's candles: from the package in memory or on disk, brought up to date when the
-// metadata announces a newer version, with the history query service as substitute and for the tail.
-// Thread-safe; its calls wait for the disk and the network, so they belong into tasks.
+// The history of a symbol's candles: from memory, from the package, which is brought up to date when the
+// metadata announce a newer version, with the history query service as substitute and for the tail; and with
+// what was held before when all of them fail. Thread-safe.
 #pragma once
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <string>
+#include <optional>
 #include <utility>
-#include <vector>
 
-#include "charts/kline_package.h"
+#include "charts/kline_merge.h"
+#include "charts/series_flights.h"
+#include "charts/series_memory.h"
+#include "frame/recycler.h"
 #include "reference/stock_common.h"
 
 namespace charts {
 
 /// Shared by the service and its tasks, and outlives whichever goes first.
-class KLineHistory {
+class KLineHistory : public std::enable_shared_from_this<KLineHistory> {
  public:
-  using Use = std::function<void(const Candles&)>;
+  using Request = SeriesFlights::Request;
+  /// Takes null when there was no memory for the record.
+  using Tell = std::function<void(const KLineRequest&, const Record&)>;
 
-  /// All candles before today of one package; an empty list when neither disk nor network has any. Null while
-  /// another thread loads the same package: nobody waits, `later` gets that thread's candles in a task of its
-  /// own. Nothing is sent any more once `is_wanted()` is false.
-  [[nodiscard]] std::shared_ptr<const Candles> Load(const std::wstring& symbol, int period, int adjustment,
-                                                    const Use& later, const std::function<bool()>& is_wanted);
+  /// Nothing is sent any more once `is_wanted()` is false.
+  KLineHistory(Tell tell, std::function<bool()> is_wanted)
+      : tell_(std::move(tell)), is_wanted_(std::move(is_wanted)) {}
+
+  /// Loads the series in a task and tells its record there. While it is being loaded already the request
+  /// waits for that load.
+  void Ask(const Request& request);
+
+  /// Loads a series in the caller's thread, which waits for disk and network. `candle` is today's as traded.
+  [[nodiscard]] SeriesHistory Load(const Series& series, const std::optional<KLineCandle>& candle);
 
  private:
-  using Package = std::pair<std::wstring, std::uint16_t>;  // symbol and package key
-  using Shared = std::shared_ptr<const Candles>;
-
-  // A package in memory, of one version and loaded on one day.
-  struct Held {
-    std::wstring version;
-    std::uint32_t date = 0;
-    Shared candles;
-    bool has_tail = false;  // it reaches the last trading day as far as the server knows
+  struct Renewed {
+    Candles candles;
+    bool has_package = false;
+    bool next_load_downloads = false;
   };
-  // What one load is about.
-  struct Wanted;
-  class Turn;
 
-  [[nodiscard]] Shared LoadNow(const Package& package, const Wanted& wanted);
-  [[nodiscard]] Held Find(const Package& package, const Wanted& wanted) const;
-  void Hold(const Package& package, const Held& held);
+  void Fly(const Request& first);
+  void TellOf(const KLineRequest& request, const SeriesHistory& history);
+  [[nodiscard]] Renewed Renew(const Series& series, const KLineMetaInfo& announced, const Today& today,
+                              const HeldSeries& before);
 
-  mutable std::mutex mutex_;                     // guards the members below
-  std::map<Package, std::vector<Use>> loading_;  // packages that a thread loads, and who waits for them
-  std::map<Package, Held> held_;
+  const Tell tell_;
+  const std::function<bool()> is_wanted_;
+  SeriesFlights flights_;
+  SeriesMemory memory_;
+  frame::Recycler<StockKLineData> records_;
 };
 
 }  // namespace charts

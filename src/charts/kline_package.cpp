@@ -3,9 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
+#include "charts/kline_table.h"
+#include "json/budget.h"
 #include "json/numbers.h"
 #include "json/plain_reader.h"
+#include "json/record_reader.h"
 #include "request/dates.h"
 
 namespace charts {
@@ -16,20 +21,24 @@ using request::json::Document;
 using request::json::Object;
 using request::json::Value;
 
-constexpr std::size_t kPositions = 9;
+constexpr std::size_t kPositions = std::remove_cvref_t<decltype(kKLineCandleTable)>::kSize;
 using Positions = std::array<double, kPositions>;
+
+void Assign(double number, double& member) {
+  member = number;
+}
+void Assign(double number, std::uint32_t& member) {
+  member = request::ToUnsigned32(number);
+}
+void Assign(double number, std::uint64_t& member) {
+  member = request::ToUnsigned64(number);
+}
 
 KLineCandle CandleOf(const Positions& positions) {
   KLineCandle candle;
-  candle.date = request::ToUnsigned32(positions[0]);
-  candle.preclose = positions[1];
-  candle.open = positions[2];
-  candle.high = positions[3];
-  candle.close = positions[4];
-  candle.low = positions[5];
-  candle.volume = request::ToUnsigned64(positions[6]);
-  candle.amount = positions[7];
-  candle.turnover = positions[8];
+  const double* number = positions.data();
+  request::ForEachMember(kKLineCandleTable,
+                         [&](const auto& line) { Assign(*number++, candle.*line.member); });
   return candle;
 }
 
@@ -73,6 +82,20 @@ void ReadAnyLine(std::string_view line, Candles& candles) {
   }
 }
 
+// The date stands beside "list" or, when it is missing there, among the candle's figures.
+std::optional<KLineCandle> CandleOf(const Object& entry) {
+  const Value list = entry.Member("list");
+  const Value day = list.IsArray() && list.AsArray().Size() > 0 ? list.AsArray().At(0) : list;
+  if (!list.IsObject() && !(list.IsArray() && list.AsArray().Size() > 0)) {
+    return std::nullopt;
+  }
+  KLineCandle candle;
+  request::RecordReader<kKLineCandleTable>::Fill(candle, day.AsObject());
+  const Value date = entry.Member("date");
+  candle.date = request::DateFromTextOrNumber(date.IsUndefined() ? day.AsObject().Member("date") : date);
+  return candle;
+}
+
 }  // namespace
 
 std::size_t CountLines(std::string_view text) {
@@ -99,47 +122,25 @@ Candles ReadPackageByQt(std::string_view text) {
 }
 
 Candles ReadHistory(const Object& root) {
+  const Array rows = root.ObjectAt("data").ObjectAt("foo").ArrayAt("list");
+  request::json::Budget budget;
+  budget.Require(rows.Size(), 3 * sizeof(KLineCandle));  // once more while they are merged, and in the series
   Candles candles;
-  root.ObjectAt("data").ObjectAt("foo").ArrayAt("list").ForEach(
-      [&candles](const Value& row) { candles.push_back(CandleOf(row.AsArray())); });
+  candles.reserve(rows.Size());
+  rows.ForEach([&candles](const Value& row) { candles.push_back(CandleOf(row.AsArray())); });
   return candles;
 }
 
-bool ReadDayCandle(const Object& entry, KLineCandle& candle) {
-  const Value list = entry.Member("list");
-  Object day = list.AsObject();
-  if (list.IsArray()) {
-    if (list.AsArray().Size() == 0) {
-      return false;
-    }
-    day = list.AsArray().At(0).AsObject();
-  } else if (!list.IsObject()) {
-    return false;
-  }
-  candle = {};
-  const Value date = entry.Member("date");
-  candle.date = request::DateFromTextOrNumber(date.IsUndefined() ? day.Member("date") : date);
-  candle.preclose = day.Member("preclose").Number();
-  candle.open = day.Member("open").Number();
-  candle.high = day.Member("high").Number();
-  candle.close = day.Member("last").Number();
-  candle.low = day.Member("low").Number();
-  candle.volume = request::ToUnsigned64(day.Member("vol").Number());
-  candle.amount = day.Member("amt").Number();
-  candle.turnover = day.Member("tr").Number();
-  return true;
-}
-
-bool ReadDayCandle(const Object& data, const std::wstring& symbol, KLineCandle& candle) {
+std::optional<KLineCandle> ReadDayCandle(const Object& data, const std::wstring& symbol) {
   bool named = false;
-  bool has_candle = false;
+  std::optional<KLineCandle> candle;
   data.ForEach([&](std::string_view key, const Value& entry) {
-    if (request::json::WideKey(key) == symbol) {
+    if (LowerCase(request::json::WideKey(key)) == LowerCase(symbol)) {
       named = true;
-      has_candle = ReadDayCandle(entry.AsObject(), candle);
+      candle = CandleOf(entry.AsObject());
     }
   });
-  return named ? has_candle : ReadDayCandle(data, candle);
+  return named ? candle : CandleOf(data);
 }
 
 }  // namespace charts

@@ -3,16 +3,14 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "charts/stock_kline.h"
+#include "charts/kline_series.h"
 #include "json/json.h"
 
 namespace charts {
-
-using Candles = std::vector<KLineCandle>;
 
 /// Date of a candle whose line is JSON but holds fewer than nine numbers; all its figures are 0 (kept: views
 /// know it).
@@ -27,16 +25,12 @@ inline constexpr std::uint32_t kShortLineDate = 20160101;
 /// The same by Qt's parser alone: the reference that the fast way is held against.
 [[nodiscard]] Candles ReadPackageByQt(std::string_view text);
 
-/// One candle per row of "data"/"foo"/"list".
+/// One candle per row of "data"/"foo"/"list". Throws `json::TooMuchMemory` when there are too many.
 [[nodiscard]] Candles ReadHistory(const request::json::Object& root);
 
-/// Today's candle from the entry of a symbol. The date stands beside "list" or, when it is missing there,
-/// among the candle's figures. False, with `candle` untouched, when the entry has none.
-[[nodiscard]] bool ReadDayCandle(const request::json::Object& entry, KLineCandle& candle);
-
-/// The same of one symbol in "data", which maps symbols to entries or, without a member of that name, is the
-/// symbol's entry itself.
-[[nodiscard]] bool ReadDayCandle(const request::json::Object& data, const std::wstring& symbol,
-                                 KLineCandle& candle);
+/// Today's candle of one symbol, whose letters may be of any case, from "data", which maps symbols to entries
+/// or, without a member of that name, is the symbol's entry itself. Nothing when the entry has none.
+[[nodiscard]] std::optional<KLineCandle> ReadDayCandle(const request::json::Object& data,
+                                                       const std::wstring& symbol);
 
 }  // namespace charts

@@ -108,6 +108,13 @@ class LineReader {
   bool has_preclose_ = false;  // it is read once, from the first element of all
 };
 
+// An object, or an array of objects.
+bool IsEntry(const Value& entry) {
+  bool only_objects = entry.IsArray();
+  entry.AsArray().ForEach([&](const Value& day) { only_objects = only_objects && day.IsObject(); });
+  return only_objects || entry.IsObject();
+}
+
 }  // namespace
 
 std::vector<StockMLineData> ReadMinuteLines(const Object& data) {
@@ -115,7 +122,7 @@ std::vector<StockMLineData> ReadMinuteLines(const Object& data) {
   request::json::Budget budget;
   data.ForEach([&](std::string_view key, const Value& entry) {
     std::wstring symbol = request::json::WideKey(key);
-    if (stock::CheckSymbol(symbol.c_str()) == stock::kSymbolUnknown) {
+    if (stock::CheckSymbol(symbol.c_str()) == stock::kSymbolUnknown || !IsEntry(entry)) {
       return;
     }
     // As the lines grow in number, and once more when they are kept.

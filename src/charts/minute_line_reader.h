@@ -11,7 +11,7 @@
 namespace charts {
 
 /// One record per symbol of "data", which maps each symbol to an object with "date" and "list", or to an
-/// array of them. Members that are no symbols are passed over.
+/// array of them. Members that are no symbols, or of another form, are passed over.
 [[nodiscard]] std::vector<StockMLineData> ReadMinuteLines(const request::json::Object& data);
 
 /// The record of one symbol. "data" may also be that symbol's object itself. False when it has none.

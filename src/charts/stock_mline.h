@@ -13,7 +13,10 @@
 /// One trading minute. A minute without a trade repeats the last price and average and has no volume or
 /// amount.
 struct MinutePoint {
-  std::int32_t time = 0;     ///< the minute as the feed writes it: 931 is 09:31
+  /// The minute as the feed writes it, by its end: 930 is the opening auction, 931 the minute from 09:30 to
+  /// 09:31. The last point of a running session is the minute under way: at 10:30:20 it is 1031, and grows
+  /// with every poll until 10:31.
+  std::int32_t time = 0;
   double price = 0;          ///< in yuan; of an index in points
   std::uint64_t volume = 0;  ///< shares traded within this minute
   double amount = 0;         ///< yuan traded within this minute
@@ -55,6 +58,9 @@ using MLineCallback = boost::function<void(const StockMLineData&)>;
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
 ///   `Resume` when it hands over the last line (a newer one follows unless it is fresh); it must not call
 ///   this service.
+/// - Days: a polled line holds one day, the session's. A chart of several days asks `FetchHistoryMLine` for
+///   those before it and joins them by date: a day that is told replaces the one of its date, and stays when
+///   the next day's line comes, also while the view is open over night.
 /// - Failure: one line in the log; observers keep what they have. A day without points had no trading yet.
 /// - Owner: the module; the object is valid until `DestroyStockMarket`.
 class IStockMLine : public ITimerSubject<IUpdate1<StockMLineData>, std::wstring, StockMLineData> {

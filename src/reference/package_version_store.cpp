@@ -153,30 +153,30 @@ void PackageVersionStore::Open(const std::wstring& path) {
   }
 }
 
-KLineMetaInfo PackageVersionStore::Get(std::uint16_t id) {
+std::optional<KLineMetaInfo> PackageVersionStore::Get(std::uint16_t id) {
   const Statement read("select * from \"%s\" where id=%d;", kTable, static_cast<int>(id));
   std::string version;
   int count = 0;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!open_) {
-      return {};
+      return std::nullopt;
     }
     try {
       const CppSQLite3Query row = database_.execQuery(read.Text());
       if (row.eof()) {
-        return {};
+        return KLineMetaInfo();
       }
       version = row.getStringField(1);
       count = row.getIntField(2);
     } catch (const CppSQLite3Exception&) {
-      return {};
+      return std::nullopt;
     }
   }
   if (!MayBeStored(version)) {
-    return {};
+    return KLineMetaInfo();
   }
-  return {common::s2ws(version, common::kUtf8), count};
+  return KLineMetaInfo{common::s2ws(version, common::kUtf8), count};
 }
 
 void PackageVersionStore::Set(std::uint16_t id, const KLineMetaInfo& info) {

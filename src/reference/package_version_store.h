@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "reference/sqlite_database.h"
@@ -17,7 +18,7 @@ namespace reference {
 [[nodiscard]] std::wstring PackageDirectory(const wchar_t* symbol);
 
 /// Opened for one load of K-lines, and closed with it. Errors never leave it: a store that cannot be opened
-/// reads as empty and takes nothing. A file that is damaged, or no store, is deleted when it is opened; the
+/// says and takes nothing. A file that is damaged, or no store, is deleted when it is opened; the
 /// next store makes a new one.
 class PackageVersionStore {
  public:
@@ -27,8 +28,8 @@ class PackageVersionStore {
   PackageVersionStore& operator=(const PackageVersionStore&) = delete;
 
   /// What is stored for a package (see package_key.h). Empty when nothing is, and when what is stored cannot
-  /// be a version.
-  [[nodiscard]] KLineMetaInfo Get(std::uint16_t id);
+  /// be a version. No value when the store cannot be read: it says nothing of the package then.
+  [[nodiscard]] std::optional<KLineMetaInfo> Get(std::uint16_t id);
 
   /// Stores `info` for a package. A version that may not stand in a statement is not stored.
   void Set(std::uint16_t id, const KLineMetaInfo& info);

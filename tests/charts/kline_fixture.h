@@ -14,6 +14,7 @@
 #include "charts/stock_kline.h"
 #include "host/host.h"
 #include "reference/package_version_store.h"
+#include "scripted_ticks.h"
 #include "service_fixture.h"
 #include "services.h"
 
@@ -130,10 +131,26 @@ class KLineTest : public ChartServiceTest<IStockKLine, StockKLineData> {
         .Set(reference::PackageKey(period, adjustment), {version, static_cast<int>(candles.size())});
   }
   KLineMetaInfo Stored(int period = 1, int adjustment = 1) const {
-    return reference::PackageVersionStore(L"sh600000").Get(reference::PackageKey(period, adjustment));
+    return reference::PackageVersionStore(L"sh600000")
+        .Get(reference::PackageKey(period, adjustment))
+        .value_or(KLineMetaInfo());
   }
 
+  /// From now on the service asks for nothing by itself, however the clock is moved. Before that service
+  /// ends, `LetPollingGo` has to be called.
+  void HoldPolling() {
+    host.HoldSpans();
+    service.reset();
+    service.reset(charts::MakeStockKLine());
+    EXPECT_TRUE(host.AwaitHeldSpan());
+  }
+  void LetPollingGo() { host.ReleaseSpan(4000); }
+
+  /// Lets the back-off of whatever failed pass.
+  void PassBackOff() { steady.Advance(600'000); }
+
   AnnouncedPackages packages;
+  ScriptedSteady steady;
   std::vector<StockKLineData> got;
 };
 

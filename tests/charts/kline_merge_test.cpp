@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -16,11 +17,12 @@ using charts::Candles;
 using charts::IsSamePeriod;
 using charts::LastDate;
 using charts::MergeTail;
-using charts::MergeToday;
+using charts::Period;
+using charts::Series;
 
-constexpr int kDay = 1;
-constexpr int kWeek = 2;
-constexpr int kMonth = 3;
+constexpr Period kDay = Period::kDay;
+constexpr Period kWeek = Period::kWeek;
+constexpr Period kMonth = Period::kMonth;
 
 // A candle whose figures all follow from `base`.
 KLineCandle Candle(std::uint32_t date, double base) {
@@ -29,16 +31,18 @@ KLineCandle Candle(std::uint32_t date, double base) {
       base * 1000, base / 8};
 }
 
-std::list<KLineCandle> Merged(int period, std::list<KLineCandle> candles,
-                              const std::vector<KLineCandle>& polls) {
+// The series as a view gets it, with today's candle in each of `polls`, one after the other.
+std::list<KLineCandle> Merged(Period period, const Candles& history, const std::vector<KLineCandle>& polls) {
+  StockKLineData data;
   for (const KLineCandle& today : polls) {
-    MergeToday(period, candles, today);
+    charts::Assemble({L"sh600000", period}, {std::make_shared<const Candles>(history), LastDate(history)},
+                     {today}, data);
   }
-  return candles;
+  return data.candles;
 }
 
-Candles WithTail(int period, Candles candles, const Candles& tail) {
-  MergeTail(period, candles, tail);
+Candles WithTail(Period period, Candles candles, const Candles& tail) {
+  MergeTail({L"sh600000", period}, candles, tail);
   return candles;
 }
 
@@ -56,7 +60,7 @@ TEST(KLineMerge, knowsWhichDaysShareACandle) {
 }
 
 TEST(KLineMerge, startsAnEmptySeriesWithToday) {
-  for (const int period : {kDay, kWeek, kMonth}) {
+  for (const Period period : {kDay, kWeek, kMonth}) {
     EXPECT_EQ(Merged(period, {}, {Candle(20240315, 10)}), (std::list{Candle(20240315, 10)}));
   }
 }
@@ -72,7 +76,7 @@ TEST(KLineMerge, appendsALaterDay) {
 }
 
 TEST(KLineMerge, ignoresAnEarlierDay) {
-  for (const int period : {kDay, kWeek, kMonth}) {
+  for (const Period period : {kDay, kWeek, kMonth}) {
     EXPECT_EQ(Merged(period, {Candle(20240314, 9)}, {Candle(20240313, 10)}),
               (std::list{Candle(20240314, 9)}));
   }
@@ -117,18 +121,13 @@ TEST(KLineMerge, addsTodayToTheMonth) {
 }
 
 TEST(KLineMerge, addsADayNeverTwice) {
-  for (const int period : {kWeek, kMonth}) {
+  for (const Period period : {kWeek, kMonth}) {
     const auto once = Merged(period, {Candle(20240314, 9)}, {Candle(20240315, 10)});
     EXPECT_EQ(Merged(period, {Candle(20240314, 9)}, {Candle(20240315, 10), Candle(20240315, 10)}), once);
     // The package of the evening holds the day already.
     EXPECT_EQ(Merged(period, {Candle(20240315, 9)}, {Candle(20240315, 10)}),
               (std::list{Candle(20240315, 9)}));
   }
-}
-
-TEST(KLineMerge, treatsAnUnknownPeriodAsDays) {
-  EXPECT_EQ(Merged(0, {Candle(20240314, 9)}, {Candle(20240315, 10)}).size(), 2U);
-  EXPECT_TRUE(IsSamePeriod(7, 20240315, 20240315));
 }
 
 TEST(KLineMerge, appendsTheLaterRowsOfATail) {
@@ -166,7 +165,7 @@ TEST(KLineMerge, looksPastShortLines) {
   EXPECT_EQ(Merged(kDay, {Candle(20240314, 9), odd}, {Candle(20240315, 11)}),
             (std::list{Candle(20240314, 9), odd, Candle(20240315, 11)}));
   EXPECT_EQ(Merged(kDay, {odd}, {Candle(20240315, 11)}), (std::list{odd, Candle(20240315, 11)}));
-  for (const int period : {kWeek, kMonth}) {
+  for (const Period period : {kWeek, kMonth}) {
     const auto merged = Merged(period, {Candle(20240314, 9), odd}, {Candle(20240315, 10)});
     ASSERT_EQ(merged.size(), 2U);
     EXPECT_EQ(merged.front().date, 20240315U);

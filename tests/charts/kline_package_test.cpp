@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -295,64 +296,63 @@ TEST(KLineHistoryAnswer, hasNoRowsWithoutAList) {
 
 // --- Today's candle ---
 
-bool Day(const std::string& entry, KLineCandle& candle) {
+std::optional<KLineCandle> Day(const std::string& entry) {
   const auto document = request::json::Document::Parse(entry.data(), entry.size());
   EXPECT_EQ(document.Error(), 0) << entry;
-  return ReadDayCandle(document.Root(), candle);
+  return ReadDayCandle(document.Root(), L"sh600000");
 }
 
 TEST(KLineDay, readsItsMembersByName) {
-  KLineCandle candle;
-  ASSERT_TRUE(Day(R"({"date":"2017-02-27","list":{"tr":8,"amt":7,"vol":6,"low":5,"last":4,"high":3,"open":2,
-                      "preclose":1,"other":9}})",
-                  candle));
-  EXPECT_EQ(candle, kWorked);
-  ASSERT_TRUE(
-      Day(R"({"date":20170227,"list":[{"preclose":1,"open":2,"high":3,"last":4,"low":5,"vol":6,"amt":7,
-                      "tr":8},{"open":9}]})",
-          candle));
-  EXPECT_EQ(candle, kWorked) << "a number is a date, and a list holds the candle first";
+  EXPECT_EQ(Day(R"({"date":"2017-02-27","list":{"tr":8,"amt":7,"vol":6,"low":5,"last":4,"high":3,"open":2,
+                    "preclose":1,"other":9}})"),
+            kWorked);
+  EXPECT_EQ(Day(R"({"date":20170227,"list":[{"preclose":1,"open":2,"high":3,"last":4,"low":5,"vol":6,"amt":7,
+                    "tr":8},{"open":9}]})"),
+            kWorked)
+      << "a number is a date, and a list holds the candle first";
 }
 
 TEST(KLineDay, readsMissingFiguresAsZero) {
-  KLineCandle candle = kWorked;
-  ASSERT_TRUE(Day(R"({"date":"20240315","list":{"vol":0,"last":"5","open":null}})", candle));
-  EXPECT_EQ(candle, (KLineCandle{20240315}));
-  ASSERT_TRUE(Day(R"({"list":[7]})", candle));
-  EXPECT_EQ(candle, KLineCandle());
+  EXPECT_EQ(Day(R"({"date":"20240315","list":{"vol":0,"last":"5","open":null}})"), (KLineCandle{20240315}));
+  EXPECT_EQ(Day(R"({"list":[7]})"), KLineCandle());
 }
 
 TEST(KLineDay, readsTheVolumeAsAnUnsignedNumber) {
-  KLineCandle candle;
-  ASSERT_TRUE(Day(R"({"list":{"vol":1.8e19}})", candle));
-  EXPECT_EQ(candle.volume, 18000000000000000000ULL);
+  EXPECT_EQ(Day(R"({"list":{"vol":1.8e19}})").value_or(KLineCandle()).volume, 18000000000000000000ULL);
 }
 
 TEST(KLineDay, hasItsDateBesideItsFiguresOrAmongThem) {
-  KLineCandle candle;
-  ASSERT_TRUE(Day(R"({"list":[{"date":"2024-03-15","last":4}]})", candle));
-  EXPECT_EQ(candle.date, 20240315U);
-  ASSERT_TRUE(Day(R"({"date":"2024-03-14","list":[{"date":"2024-03-15","last":4}]})", candle));
-  EXPECT_EQ(candle.date, 20240314U) << "the one beside the list counts";
+  EXPECT_EQ(Day(R"({"list":[{"date":"2024-03-15","last":4}]})").value_or(KLineCandle()).date, 20240315U);
+  EXPECT_EQ(
+      Day(R"({"date":"2024-03-14","list":[{"date":"2024-03-15","last":4}]})").value_or(KLineCandle()).date,
+      20240314U)
+      << "the one beside the list counts";
 }
+
 TEST(KLineDay, isFoundUnderItsSymbolOrWithoutOne) {
   const auto last = [](const std::string& data) {
-    const auto document = request::json::Document::Parse(data.data(), data.size());
-    KLineCandle candle;
-    return ReadDayCandle(document.Root(), L"sh600000", candle) ? candle.close : -1.0;
+    return Day(data).value_or(KLineCandle{0, 0, 0, 0, -1}).close;
   };
   EXPECT_EQ(last(R"({"sh600000":{"list":{"last":4}},"sh600001":{"list":{"last":5}},"list":{"last":6}})"), 4);
   EXPECT_EQ(last(R"({"date":"20240315","list":[{"last":6}]})"), 6);
   EXPECT_EQ(last(R"({"sh600001":{"list":{"last":5}}})"), -1) << "another symbol's";
   EXPECT_EQ(last(R"({"sh600000":null,"list":{"last":6}})"), -1) << "the symbol is there, without a candle";
 }
+
+// A symbol that was asked for in capitals never got today's candle.
+TEST(KLineDay, isFoundWhateverTheCaseOfTheSymbol) {
+  const std::string data = R"({"Sh600000":{"date":"20240315","list":{"last":4}}})";
+  const auto document = request::json::Document::Parse(data.data(), data.size());
+  for (const wchar_t* const symbol : {L"sh600000", L"SH600000", L"Sh600000"}) {
+    EXPECT_EQ(ReadDayCandle(document.Root(), symbol).value_or(KLineCandle()).close, 4) << symbol;
+  }
+}
+
 TEST(KLineDay, isMissingWithoutAList) {
-  KLineCandle candle = kWorked;
   for (const char* entry :
        {"{}", R"({"date":"20240315"})", R"({"list":[]})", R"({"list":null})", R"({"list":7})"}) {
-    EXPECT_FALSE(Day(entry, candle)) << entry;
+    EXPECT_EQ(Day(entry), std::nullopt) << entry;
   }
-  EXPECT_EQ(candle, kWorked);
 }
 
 }  // namespace

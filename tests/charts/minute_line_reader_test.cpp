@@ -164,6 +164,14 @@ TEST(MinuteLineReader, readsOneRecordForEachSymbol) {
   EXPECT_EQ(lines[1].preclose, 1.0);
 }
 
+TEST(MinuteLineReader, passesOverEntriesThatAreNone) {
+  for (const char* const entry : {"null", "7", "\"\"", "false", "[null]", "[[]]", "[{},7]"}) {
+    const auto lines = Lines(R"({"sh600000":)" + std::string(entry) + R"(,"sh600001":{}})");
+    ASSERT_EQ(lines.size(), 1U) << entry;
+    EXPECT_EQ(lines[0].symbol, L"sh600001");
+  }
+}
+
 TEST(MinuteLineReader, putsSeveralDaysIntoOneRecord) {
   const auto lines = Lines(
       R"({"sh600000":[{"date":"2024-03-14","list":[{"min":930,"last":10,"vol":500,"amt":5000,"preclose":9},

@@ -230,7 +230,8 @@ TEST_P(FailingDisk, losesNothingAtAnyOperation) {
     watched_disk::Fail(PackageDirectory(), GetParam().failing, operations, GetParam().error);
     const std::optional<int> loaded = Load(packages, kNew);
     failed = watched_disk::StopFailing();
-    ASSERT_EQ(loaded, kNew) << when << ": the series comes all the same";
+    // A store that cannot be opened says nothing: the package is shown as it stands.
+    ASSERT_TRUE(loaded == kNew || loaded == kOld) << when << ": the series comes all the same";
     const OnDisk found = LookAtDisk();
     ASSERT_TRUE(found.IsSound()) << when << ": file " << found.file.value_or(-1) << ", row "
                                  << found.stored.count;

@@ -10,6 +10,7 @@
 
 #include "announced_packages.h"
 #include "charts/kline_history.h"
+#include "charts/kline_package.h"
 #include "host/files.h"
 #include "host/text.h"
 #include "loopback_server.h"
@@ -31,7 +32,8 @@ inline std::string PackageText(int version) {
   unsigned noise = static_cast<unsigned>(version) * 2654435761U + 1;
   for (int line = 0; line < 400; ++line) {
     noise = noise * 1664525U + 1013904223U;
-    text += "[20991231," + std::to_string(version) + "," + std::to_string(noise) + ",3,4,5,6,7,8]\n";
+    text += "[" + std::to_string(20100101 + line) + "," + std::to_string(version) + "," +
+            std::to_string(noise) + ",3,4,5,6,7,8]\n";
   }
   return text;
 }
@@ -91,7 +93,7 @@ inline std::optional<int> Load(AnnouncedPackages& packages, int version) {
   packages.Announce(VersionText(version));
   packages.Count(kSymbol, 1, 1, version);
   std::optional<int> loaded;
-  const auto candles = charts::KLineHistory().Load(kSymbol, 1, 1, {}, [] { return true; });
+  const auto candles = charts::KLineHistory({}, [] { return true; }).Load({kSymbol}, {}).candles;
   if (candles != nullptr && !candles->empty()) {
     const int told = static_cast<int>(candles->front().preclose);
     if (*candles == charts::ReadPackage(PackageText(told))) loaded = told;
@@ -125,7 +127,7 @@ inline OnDisk LookAtDisk() {
   if (found.exists && GZipExtract(common::s2ws(path, common::kUtf8).c_str(), text)) {
     found.file = VersionOf(text);
   }
-  found.stored = reference::PackageVersionStore(kSymbol).Get(257);
+  found.stored = reference::PackageVersionStore(kSymbol).Get(257).value_or(KLineMetaInfo());
   return found;
 }
 

@@ -1,5 +1,6 @@
 // Where a K-line's history comes from: disk, package, history query; and what is left on disk.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <filesystem>
 
@@ -82,14 +83,35 @@ TEST_F(KLinePackages, asksTheHistoryServiceWhenTheDownloadFails) {
                     .Setting(8)
                     .Inline(History(kDays)));
     EXPECT_EQ(Load(), kSeries) << "load " << load;
-    EXPECT_EQ(Stored(), (KLineMetaInfo{L"20240313", 1})) << "so that the next load tries again";
+    EXPECT_EQ(Stored(), (KLineMetaInfo{L"20240313", 1})) << "so that a later load tries again";
     EXPECT_FALSE(std::filesystem::exists(File()));
+    PassBackOff();
   }
   EXPECT_EQ(host.RequestsTo(kHistoryPath)[0].kind, Request::Kind::kSync);
-  // The next load gets the package.
   host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip(Package(kDays)))));
   EXPECT_EQ(Load(), kSeries);
   EXPECT_EQ(Stored(), (KLineMetaInfo{L"20240314", 3}));
+}
+
+// A stock without a package, and a full disk, cost three tries and a query with every load.
+TEST_F(KLinePackages, leavesAFailedDownloadAloneForTenMinutes) {
+  host.Expect(Script(kNewPackage).Times(2).Inline(Answer::Failed()));
+  host.Expect(Script(kHistoryPath).Times(2).Inline(History(kDays)));
+  for (int minute = 0; minute < 20; ++minute) {
+    EXPECT_EQ(Load(), kSeries) << minute;
+    EXPECT_EQ(host.RequestsTo(kNewPackage).size(), minute < 10 ? 1U : 2U) << minute;
+    steady.Advance(60'000);
+  }
+}
+
+TEST_F(KLinePackages, triesAnotherVersionAtOnce) {
+  host.Expect(Script(kNewPackage).Inline(Answer::Failed()));
+  host.Expect(Script(kHistoryPath).Inline(History(kDays)));
+  EXPECT_EQ(Load(), kSeries);
+  packages.Announce(L"20240315");
+  host.Expect(Script(PackagePath("sh600000", "day", "bfq", "20240315"))
+                  .Inline(Answer::Body(Gzip(Package({kThursday})))));
+  EXPECT_EQ(Load().size(), 1U);
 }
 
 TEST_F(KLinePackages, asksForAThousandRowsWhereNoCountIsAnnounced) {
@@ -105,6 +127,7 @@ TEST_F(KLinePackages, doesNotTrustADownloadThatCannotBeUnpacked) {
     host.Expect(Script(kHistoryPath).Inline(History(kDays)));
     EXPECT_EQ(Load(), kSeries);
     EXPECT_EQ(Stored(), KLineMetaInfo());
+    PassBackOff();
   }
 }
 
@@ -117,37 +140,62 @@ TEST_F(KLinePackages, doesNotTrustAnEmptyDownloadWhereOneCandleIsAnnounced) {
   EXPECT_EQ(Stored(), KLineMetaInfo());
 }
 
-TEST_F(KLinePackages, fetchesADamagedPackageAgain) {
-  Keep(L"20240314", kDays);
-  const std::string whole = Bytes(File());
+// Equal versions never cause a download: the row goes, and the next load finds the package stale.
+TEST_F(KLinePackages, fetchesADamagedOrMissingPackageWithTheNextLoad) {
+  const std::string whole = Gzip(Package(kDays));
   std::string bent = whole;
   bent[bent.size() / 2] ^= 0x20;
-  for (const std::string& bytes : {std::string(), whole.substr(0, 30), std::string("no gzip"), bent}) {
+  for (const std::string& bytes :
+       {std::string(), whole.substr(0, 30), std::string("no gzip"), bent, std::string("missing")}) {
     service.reset(charts::MakeStockKLine());
+    Keep(L"20240314", kDays);
     Write(File(), bytes);
+    if (bytes == "missing") std::filesystem::remove(File());
+    host.Expect(Script(kHistoryPath).Inline(History(kDays)));
+    EXPECT_EQ(Load(), kSeries);
+    EXPECT_EQ(Stored(), KLineMetaInfo());
     host.Expect(Script(kNewPackage).Inline(Answer::Body(whole)));
     EXPECT_EQ(Load(), kSeries);
     EXPECT_EQ(Bytes(File()), whole);
+    EXPECT_EQ(Stored().version, L"20240314");
   }
 }
 
-TEST_F(KLinePackages, fetchesAPackageAgainThatWasRemoved) {
-  Keep(L"20240314", kDays);
-  std::filesystem::remove(File());
-  host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip(Package(kDays)))));
-  EXPECT_EQ(Load(), kSeries);
-}
-
-TEST_F(KLinePackages, fetchesAPackageWhoseStoreIsDamaged) {
+TEST_F(KLinePackages, readsAPackageWhoseStoreIsDamagedAsItStands) {
   Keep(L"20240314", kDays);
   Write(Directory() + "/trace.db", "this is no database, and it is long enough to be looked at as one");
-  host.Expect(Script(kNewPackage).Times(2).Inline(Answer::Body(Gzip(Package(kDays)))));
   EXPECT_EQ(Load(), kSeries);
   EXPECT_FALSE(std::filesystem::exists(Directory() + "/trace.db"));
-  // The next load makes a new store.
+  // The next start makes a new store, which knows of no package.
   service.reset(charts::MakeStockKLine());
+  host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip(Package(kDays)))));
   EXPECT_EQ(Load(), kSeries);
   EXPECT_EQ(Stored().version, L"20240314");
+}
+
+// A store that could not be opened made a good package look stale: it was removed.
+TEST_F(KLinePackages, leavesAPackageAloneWhoseStoreCannotBeOpened) {
+  Write(File(), Gzip(Package(kDays)));
+  std::filesystem::create_directories(Directory() + "/trace.db");
+  EXPECT_EQ(Load(), kSeries);
+  EXPECT_EQ(Bytes(File()), Gzip(Package(kDays)));
+  EXPECT_EQ(host.RequestsTo(kNewPackage).size(), 0U);
+
+  service.reset(charts::MakeStockKLine());
+  std::filesystem::remove(File());
+  host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip(Package(kDays)))));
+  EXPECT_EQ(Load(), kSeries) << "without a package on disk it is downloaded";
+}
+
+// And so did a store that another program held locked.
+TEST_F(KLinePackages, leavesAPackageAloneWhoseStoreIsLocked) {
+  Keep(L"20240313", kDays);
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open((Directory() + "/trace.db").c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "begin exclusive", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_EQ(Load(), kSeries);
+  sqlite3_close(other);
+  EXPECT_EQ(Bytes(File()), Gzip(Package(kDays)));
 }
 
 TEST_F(KLinePackages, readsWhatIsOnDiskWhileNothingIsAnnounced) {
@@ -175,7 +223,7 @@ TEST_F(KLinePackages, keepsAFileForWhichNoAddressCanBeMade) {
   Keep(L"20240314", kDays);
   packages.Announce(L"2025/../x");
   host.Expect(Script(kHistoryPath).Inline(History({kThursday})));
-  EXPECT_EQ(Load(), List({kThursday}));
+  EXPECT_EQ(Load(), kSeries) << "what the query does not reach is not lost";
   EXPECT_EQ(Bytes(File()), Gzip(Package(kDays)));
   EXPECT_EQ(Stored().version, L"20240314");
 }
@@ -217,6 +265,7 @@ TEST_F(KLinePackages, deliversNothingButTodayWhenEverythingFails) {
     host.Expect(Script(kNewPackage).Inline(Answer::Failed()));
     host.Expect(Script(kHistoryPath).Inline(answer));
     EXPECT_EQ(Load(1, 1, Today("sh600000", Candle(20240315, 40))), List({Candle(20240315, 40)}));
+    PassBackOff();
   }
 }
 
@@ -296,13 +345,16 @@ TEST_F(KLinePackages, asksForAThousandRowsOfTailAtMost) {
   EXPECT_EQ(Load().size(), 4U);
 }
 
-// An empty file in place of a package left the chart empty until the next version.
-TEST_F(KLinePackages, doesNotTrustAnEmptyDownloadWhereCandlesAreAnnounced) {
+// An empty file in place of a package was rejected once, and trusted by the next load.
+TEST_F(KLinePackages, doesNotTrustAnEmptyPackageWhereCandlesAreAnnounced) {
   packages.Count(L"sh600000", 1, 1, 3);
   host.Expect(Script(kNewPackage).Inline(Answer::Body(Gzip("\n"))));
-  host.Expect(Script(kHistoryPath).Inline(History(kDays)));
+  host.Expect(Script(kHistoryPath).Times(2).Inline(History(kDays)));
   EXPECT_EQ(Load(), kSeries);
   EXPECT_EQ(Stored(), KLineMetaInfo());
+  service.reset(charts::MakeStockKLine());
+  reference::PackageVersionStore(L"sh600000").Set(257, {L"20240314", 3});
+  EXPECT_EQ(Load(), kSeries) << "nor on disk";
 }
 
 TEST_F(KLinePackages, takesAnEmptyPackageAsItIs) {

@@ -100,6 +100,21 @@ TEST_F(StockMLine, keepsTheLineForThoseWhoComeBackSoon) {
   EXPECT_EQ(Price(view.Last()), 2.0);
 }
 
+// `{"sh600000": null}` wiped a good line.
+TEST_F(StockMLine, keepsTheLineWhenTheEntryIsNone) {
+  Show(view, L"sh600000");
+  host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
+  service->Refresh();
+  for (const char* const entry : {"null", "7", "\"\"", "true", "[null]", "[{},7]"}) {
+    host.Expect(Script(kToday).Inline(Data("\"sh600000\":" + std::string(entry))));
+    service->Refresh();
+    EXPECT_EQ(view.Count(), 1U) << entry;
+  }
+  service->Suspend(&view);
+  service->Resume(&view, true);
+  EXPECT_EQ(Price(view.Last()), 1.0) << "nor is it forgotten";
+}
+
 TEST_F(StockMLine, forgetsTheLineOfASymbolThatIsLeft) {
   Show(view, L"sh600000");
   RecordingObserver<StockMLineData> second;

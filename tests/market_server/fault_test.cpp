@@ -155,6 +155,22 @@ const std::map<std::string, Check>& Checks() {
          EXPECT_NE(first, second);
          EXPECT_EQ(world.Body(), first);
        }},
+      {"history_late",
+       [] {
+         const auto last_row = [](const char* fault) {
+           World world(fault);
+           const std::string body =
+               world.bench
+                   .Raw(
+                       "/kql?q={%22foo%22:[%22kline.day%22,{%22symbol%22:%22sh600000%22,%22mtime%22:0,"
+                       "%22type%22:%22bfq%22,%22offset%22:0,%22limit%22:1}]}")
+                   .body;
+           return body.substr(body.rfind("[[") + 2, 8);
+         };
+         EXPECT_EQ(last_row("history_late:/none"), "20240314");
+         EXPECT_EQ(last_row("history_late::1:1031"), "20240313");
+         EXPECT_EQ(last_row("history_late::1:1030"), "20240314") << "it is half past ten";
+       }},
       {"date_wrong",
        [] {
          World world("date_wrong::1:-3600");
@@ -177,6 +193,14 @@ const std::map<std::string, Check>& Checks() {
          World world("package_other_symbol");
          EXPECT_EQ(*Unpack(world.Package().body), world.GoodPackage("sz000001"));
          EXPECT_NE(world.GoodPackage("sz000001"), world.GoodPackage());
+       }},
+      {"package_behind",
+       [] {
+         World world("package_behind::1:2");
+         const std::string text = *Unpack(world.Package().body);
+         EXPECT_EQ(text.find("[20240313,"), std::string::npos);
+         EXPECT_NE(text.find("\n[20240312,"), std::string::npos);
+         EXPECT_NE(world.GoodPackage().find("\n[20240314,"), std::string::npos);
        }},
       {"package_missing",
        [] {

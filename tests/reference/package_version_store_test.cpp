@@ -56,7 +56,7 @@ class VersionStore : public ::testing::Test {
   static KLineMetaInfo Stored(std::uint16_t id) {
     PackageVersionStore store(kSymbol);
     EXPECT_TRUE(store.IsOpen());
-    return store.Get(id);
+    return store.Get(id).value_or(KLineMetaInfo());
   }
 
   ScriptedHost host;
@@ -166,7 +166,7 @@ TEST_F(VersionStore, staysClosedForWhatIsNoSymbol) {
     PackageVersionStore store(symbol);
     EXPECT_FALSE(store.IsOpen());
     store.Set(kDay, {L"1", 1});
-    EXPECT_EQ(store.Get(kDay), KLineMetaInfo());
+    EXPECT_EQ(store.Get(kDay), std::nullopt);
   }
   EXPECT_TRUE(std::filesystem::is_empty(host.Directory()));
 }
@@ -177,7 +177,7 @@ TEST_F(VersionStore, staysClosedWithoutADirectory) {
   PackageVersionStore store(kSymbol);
   EXPECT_FALSE(store.IsOpen());
   store.Set(kDay, {L"1", 1});
-  EXPECT_EQ(store.Get(kDay), KLineMetaInfo());
+  EXPECT_EQ(store.Get(kDay), std::nullopt);
 }
 
 TEST_F(VersionStore, deletesNothingThatIsNotDamaged) {
@@ -190,7 +190,7 @@ TEST_F(VersionStore, swallowsErrorsAfterTheOpen) {
   PackageVersionStore store(kSymbol);
   store.Set(kDay, {L"1", 1});
   Run("drop table kline_pkg_info");
-  EXPECT_EQ(store.Get(kDay), KLineMetaInfo());
+  EXPECT_EQ(store.Get(kDay), std::nullopt);
   store.Set(kDay, {L"2", 2});
 }
 
@@ -201,7 +201,7 @@ TEST_F(VersionStore, deletesADamagedFileAndMakesANewOneWithTheNextLoad) {
   PackageVersionStore damaged(kSymbol);
   EXPECT_FALSE(damaged.IsOpen());
   damaged.Set(kDay, {L"1", 1});
-  EXPECT_EQ(damaged.Get(kDay), KLineMetaInfo());
+  EXPECT_EQ(damaged.Get(kDay), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(Path()));
   PackageVersionStore(kSymbol).Set(kDay, {L"2", 2});
   EXPECT_EQ(Stored(kDay), (KLineMetaInfo{L"2", 2}));

@@ -188,7 +188,7 @@ std::vector<FetchCase> Charts() {
              kMinuteLine, {"data"}, '{', [](AllServices& all) {
                all.minute_line.service->FetchHistoryMLine(AllServices::kSymbol, 20240314, 3, Counted(all));
              })};
-  for (FetchCase& line : lines) line.told_by_nothing = false;
+  for (FetchCase& line : lines) line.told_by_nothing = line.told_by_null_entries = false;
   // A candle that is missing is no failure: the history is told without it.
   FetchCase kline = Polled("KLine", L"StockKLine::FetchKLine", "/pc/rt/get_day_kline", 30, kDay, {"data"},
                            '{', &AllServices::kline);

@@ -1,0 +1,62 @@
+// What a chart of candles shows, inside the module: symbol, period and adjustment; its candles; and a request
+// for them. Values.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "charts/stock_kline.h"
+#include "frame/stamp.h"
+
+namespace charts {
+
+enum class Period { kDay = 1, kWeek, kMonth };
+enum class Adjustment { kNone = 1, kForward, kBackward };
+
+[[nodiscard]] constexpr int NumberOf(Period period) {
+  return static_cast<int>(period);
+}
+[[nodiscard]] constexpr int NumberOf(Adjustment adjustment) {
+  return static_cast<int>(adjustment);
+}
+
+/// Each has a package of its own.
+struct Series {
+  std::wstring symbol;  ///< as it was asked for
+  Period period = Period::kDay;
+  Adjustment adjustment = Adjustment::kNone;
+
+  auto operator<=>(const Series&) const = default;
+};
+
+using Candles = std::vector<KLineCandle>;
+
+/// All candles before today of one series, and what is to be known when today's is put to them.
+struct SeriesHistory {
+  std::shared_ptr<const Candles> candles;
+  std::uint32_t complete_to = 0;  ///< no trading day up to this one is missing
+};
+
+using Record = std::shared_ptr<const StockKLineData>;
+
+/// One request on its way: of what, since when, and for whom.
+struct KLineRequest {
+  Series series;
+  frame::Stamp stamp = 0;
+  KLineCallback done;                ///< empty: for the views of the symbol
+  std::optional<KLineCandle> today;  ///< as traded, once the day answer is there
+};
+
+/// A symbol as files and servers know it: they are the same whatever the case of their letters.
+[[nodiscard]] inline std::wstring LowerCase(std::wstring symbol) {
+  for (wchar_t& letter : symbol) {
+    letter = letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter - L'A' + L'a') : letter;
+  }
+  return symbol;
+}
+
+}  // namespace charts
