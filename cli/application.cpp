@@ -1,15 +1,23 @@
 #include "cli/application.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
 
-#include "cli/commands/live.h"
+#include "cli/commands/show_commands.h"
 #include "cli/format/text.h"
-#include "cli/output.h"
+#include "cli/format/words.h"
+#include "cli/run/output.h"
+#include "cli/run/terminal.h"
 
 namespace cli {
 namespace {
+
+constexpr int kLeastHelpWidth = 40;
+constexpr int kMostHelpWidth = 100;
 
 constexpr const char* kAbout =
     "Chinese A-share market data on the command line.\n"
@@ -22,18 +30,29 @@ constexpr const char* kExamples = R"(Examples:
   csm doctor                   looks at everything that csm stands on, and says what to do
   csm --replay DIR index       from what "csm record DIR" has kept, without any server
   csm COMMAND --help           more about a command
+  csm completion bash          a script for the shell; csm manual is the manual page
 
 Exit codes: 0 fine, 1 failure, 2 wrong usage. Settings and keys: the CSM_* variables and csm.ini.)";
 
 }  // namespace
 
-UnderstoodLine Understand(int argc, const char* const* argv) {
-  return Parse({kAbout, kExamples, "csm " CSM_VERSION, &SetUpLive}, argc, argv);
+UnderstoodLine Understand(int argc, const char* const* argv, int help_width) {
+  return Parse({kAbout, kExamples, "csm " CSM_VERSION, &SetUpLive, help_width}, argc, argv);
+}
+
+std::string About() {
+  return kAbout;
 }
 
 int RunApplication(int argc, const char* const* argv) {
   try {
-    const UnderstoodLine line = Understand(argc, argv);
+    SetLanguage(LanguageOfLocale());
+    Quiet(false);
+    const bool is_terminal = isatty(STDOUT_FILENO) == 1;
+    const int width =
+        is_terminal ? std::clamp(Terminal::SizeOf(STDOUT_FILENO).columns, kLeastHelpWidth, kMostHelpWidth)
+                    : kUsualHelpWidth;
+    const UnderstoodLine line = Understand(argc, argv, width);
     if (line.run) {
       return line.run();
     }

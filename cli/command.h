@@ -26,7 +26,7 @@ struct Command {
   std::string_view summary;
   /// Says what the command takes. What its options write to lives as long as the runner. A command that is
   /// nothing without one of its own commands has no runner.
-  Runner (*set_up)(Form& form);
+  std::function<Runner(Form& form)> set_up;
 };
 
 /// What a command takes, and how its help ends.

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "cli/application.h"
-#include "cli/date_option.h"
+#include "cli/commands/options.h"
 #include "cli/format/text.h"
-#include "cli/row_range.h"
-#include "cli/symbols.h"
-#include "cli/type_ahead.h"
+#include "cli/views/row_range.h"
+#include "cli/views/symbols.h"
+#include "cli/views/type_ahead.h"
 #include "host/calendar.h"
 #include "host/text.h"
 #include "market_server/market_server.h"

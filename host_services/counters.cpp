@@ -6,6 +6,7 @@
 #include <mutex>
 #include <utility>
 
+#include "events.h"
 #include "stock_host.h"
 
 namespace stock_host {
@@ -60,26 +61,8 @@ std::uint64_t& Count(Failures& failures, HttpError error) {
   return failures.incomplete;
 }
 
-}  // namespace
-
-void ResetCounters(bool has_server) {
-  CounterState& state = State();
-  const std::lock_guard lock(state.mutex);
-  state.succeeded_at.clear();
-  state.counters = Counters();
-  state.connection = has_server ? Connection::kIdle : Connection::kNoServer;
-}
-
-void CountStarted(const std::string& endpoint) {
-  CounterState& state = State();
-  const std::lock_guard lock(state.mutex);
-  ++state.counters.requests;
-  ++state.counters.under_way;
-  ++Endpoint(state.counters, endpoint).requests;
-}
-
-void CountCompleted(const std::string& endpoint, HttpError error, const std::string& reason,
-                    std::uint64_t bytes, std::int64_t at, std::chrono::duration<double> took) {
+void CountEnd(const std::string& endpoint, HttpError error, const std::string& reason, std::uint64_t bytes,
+              std::int64_t at, std::chrono::duration<double> took) {
   CounterState& state = State();
   const std::lock_guard lock(state.mutex);
   Counters& counters = state.counters;
@@ -103,6 +86,30 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
   if (error != HttpError::kInvalid && error != HttpError::kStopped) {
     state.connection = Connection::kFailing;
   }
+}
+
+}  // namespace
+
+void ResetCounters(bool has_server) {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  state.succeeded_at.clear();
+  state.counters = Counters();
+  state.connection = has_server ? Connection::kIdle : Connection::kNoServer;
+}
+
+void CountStarted(const std::string& endpoint) {
+  CounterState& state = State();
+  const std::lock_guard lock(state.mutex);
+  ++state.counters.requests;
+  ++state.counters.under_way;
+  ++Endpoint(state.counters, endpoint).requests;
+}
+
+void CountCompleted(const std::string& endpoint, HttpError error, const std::string& reason,
+                    std::uint64_t bytes, std::int64_t at, std::chrono::duration<double> took) {
+  CountEnd(endpoint, error, reason, bytes, at, took);
+  Announce(Event::Kind::kExchangeEnded, endpoint);
 }
 
 void CountHandedOver() {

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "descriptor.h"
+#include "events.h"
 #include "host/log.h"
 #include "host/text.h"
 
@@ -202,7 +203,11 @@ void Log(Severity severity, std::string_view text) {
     }
   }
   if (logger && logger->should_log(LevelOf(severity))) {
-    logger->log(LevelOf(severity), spdlog::string_view_t(LogText(text)));
+    const std::string line = LogText(text);
+    logger->log(LevelOf(severity), spdlog::string_view_t(line));
+    if (severity >= Severity::kWarning) {
+      Announce(Event::Kind::kWarning, line);
+    }
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -109,6 +110,21 @@ struct Counters {
 
 /// A copy of the counters as they stand. Those of the run before stay until the next `Start`.
 [[nodiscard]] STOCK_HOST_API Counters ReadCounters();
+
+/// What happens inside the services, for those who would otherwise have to look again and again.
+struct Event {
+  enum class Kind {
+    kExchangeEnded,  ///< and is counted
+    kWarning,        ///< a warning or an error was written to the log
+  };
+  Kind kind = Kind::kExchangeEnded;
+  std::string text;  ///< the endpoint as it is counted, or the line of the log without time and level
+};
+
+/// `listener` gets every event from now on, on the thread where it happens and maybe on several at once: it
+/// must neither wait nor throw, and calls nothing of this header but `ReadCounters` and `ConnectionState`.
+/// After the return the one before is called no more. Empty: nobody listens.
+STOCK_HOST_API void SetListener(std::function<void(const Event&)> listener);
 
 /// What is known of the quote API server's clock.
 struct ServerClockState {

@@ -15,6 +15,9 @@ std::optional<Number> Read(const std::string& text) {
   return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
+// Larger limits are those of a number's memory, and nobody's business.
+constexpr std::int64_t kMostInWords = 1'000'000;
+
 }  // namespace
 
 Option Flag(std::string name, std::string help, bool& on) {
@@ -35,8 +38,10 @@ Take Into(std::vector<std::string>& texts) {
 std::int64_t WholeNumber(const std::string& text, std::int64_t least, std::int64_t most) {
   const std::optional<std::int64_t> number = Read<std::int64_t>(text);
   if (!number || *number < least || *number > most) {
-    throw UsageError("Value " + text + " not in range " + std::to_string(least) + " to " +
-                     std::to_string(most));
+    const std::string range = most > kMostInWords
+                                  ? "from " + std::to_string(least) + " on"
+                                  : "from " + std::to_string(least) + " to " + std::to_string(most);
+    throw UsageError("\"" + text + "\" is no whole number " + range);
   }
   return *number;
 }

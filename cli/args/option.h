@@ -41,6 +41,7 @@ struct Option {
   bool is_required = false;
   std::vector<std::string> excludes{};  ///< names of options that must not stand beside it
   std::vector<std::string> needs{};     ///< names of options that must
+  std::vector<std::string> values{};    ///< all that make sense, if those can be listed
 };
 
 /// A flag that sets `on`.

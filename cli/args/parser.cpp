@@ -5,11 +5,14 @@
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/format/text.h"
@@ -18,10 +21,9 @@ namespace cli {
 namespace {
 
 constexpr int kHelpLeft = 26;
-constexpr int kHelpWidth = 100;
 
 // `left`, then `text` in lines of its own column.
-std::string HelpEntry(const std::string& left, const std::string& text) {
+std::string HelpEntry(const std::string& left, const std::string& text, int help_width) {
   std::string entry = Pad("  " + left, kHelpLeft, Align::kLeft);
   int column = DisplayWidth(entry);
   const std::string next_line = "\n" + std::string(kHelpLeft, ' ');
@@ -35,7 +37,7 @@ std::string HelpEntry(const std::string& left, const std::string& text) {
     const int width = DisplayWidth(word);
     if (is_first) {
       is_first = false;
-    } else if (column + 1 + width > kHelpWidth) {
+    } else if (column + 1 + width > help_width) {
       entry += next_line;
       column = kHelpLeft;
     } else {
@@ -48,10 +50,66 @@ std::string HelpEntry(const std::string& left, const std::string& text) {
   return entry + "\n";
 }
 
+// Lines that are too long go on below where their text begins: after the last wide gap, or the blanks before
+// it.
+std::string Wrapped(const std::string& text, int width) {
+  std::string wrapped;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
+    const std::size_t gap = line.find("   ", blanks);
+    std::size_t indent = gap == std::string::npos ? blanks : line.find_first_not_of(' ', gap);
+    indent = indent == std::string::npos || static_cast<int>(indent) > width / 2 ? blanks + 4 : indent;
+    while (DisplayWidth(line) > width) {
+      std::size_t cut = line.size();
+      do {
+        cut = line.rfind(' ', cut - 1);
+      } while (cut != std::string::npos && cut > indent && DisplayWidth(line.substr(0, cut)) > width);
+      if (cut == std::string::npos || cut <= indent) {
+        break;
+      }
+      wrapped += line.substr(0, line.find_last_not_of(' ', cut) + 1) + "\n";
+      line = std::string(indent, ' ') + line.substr(cut + 1);
+    }
+    wrapped += line + "\n";
+  }
+  if (!wrapped.empty()) {
+    wrapped.pop_back();
+  }
+  return wrapped;
+}
+
+// How many letters have to be changed, put in or left out.
+std::size_t Distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i);
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t changed = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+      diagonal = std::exchange(row[j], std::min({changed, row[j] + 1, row[j - 1] + 1}));
+    }
+  }
+  return row.back();
+}
+
+// The one of `names` that `word` may have been meant to be; empty when none comes close.
+std::string Meant(const std::string& word, const std::vector<std::string>& names) {
+  std::string closest;
+  std::size_t least = std::min<std::size_t>(3, word.size() / 2 + 1);
+  for (const std::string& name : names) {
+    if (const std::size_t distance = Distance(word, name); distance < least) {
+      least = distance;
+      closest = name;
+    }
+  }
+  return closest;
+}
+
 // Options and what they take on the left, wrapped sentences on the right.
 class HelpFormat : public CLI::Formatter {
  public:
-  HelpFormat() { label("SUBCOMMAND", "COMMAND"); }
+  explicit HelpFormat(int width) : width_(width) { label("SUBCOMMAND", "COMMAND"); }
 
   std::string make_option(const CLI::Option* option, bool is_positional) const override {
     std::string left = option->get_name(is_positional, true);
@@ -62,12 +120,23 @@ class HelpFormat : public CLI::Formatter {
     if (!option->get_default_str().empty()) {
       text += " (default: " + option->get_default_str() + ")";
     }
-    return HelpEntry(left, text);
+    return HelpEntry(left, text, width_);
   }
 
   std::string make_subcommand(const CLI::App* command) const override {
-    return HelpEntry(command->get_name(), command->get_description());
+    return HelpEntry(command->get_name(), command->get_description(), width_);
   }
+
+  std::string make_footer(const CLI::App* app) const override {
+    return app->get_footer().empty() ? std::string() : "\n" + Wrapped(app->get_footer(), width_) + "\n";
+  }
+
+  std::string make_description(const CLI::App* app) const override {
+    return Wrapped(CLI::Formatter::make_description(app), width_) + "\n";
+  }
+
+ private:
+  const int width_;
 };
 
 // Of the commands that were met. A line that is refused in the end may have met several.
@@ -130,7 +199,7 @@ std::vector<std::string> Given(const CLI::App& app) {
 
 void AddCommands(CLI::App& app, const std::vector<Command>& commands, Runners& runners);
 
-Runner SetUp(CLI::App& app, Runner (*set_up)(Form& form), Runners& runners) {
+Runner SetUp(CLI::App& app, const std::function<Runner(Form& form)>& set_up, Runners& runners) {
   Form form;
   Runner runner = set_up(form);
   AddOptions(app, form.options);
@@ -169,7 +238,7 @@ void RefuseMisplaced(const CLI::App& app, const CLI::App& command, const std::st
     throw CLI::ValidationError(given.front(),
                                command.get_option_no_throw(given.front()) == nullptr
                                    ? path + " has no such option"
-                                   : "belongs behind the command: " + path + " " + given.front());
+                                   : "belongs after the command: " + path + " " + given.front());
   }
 }
 
@@ -185,6 +254,23 @@ const CLI::App& Chosen(const CLI::App& app, std::string& path) {
   }
   path += " " + chosen.front()->get_name();
   return Chosen(*chosen.front(), path);
+}
+
+// What the first word that nobody knows may have been meant to be.
+std::string MeantIn(const CLI::App& app) {
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  if (!chosen.empty()) {
+    return MeantIn(*chosen.front());
+  }
+  std::vector<std::string> names;
+  for (const CLI::App* const command : app.get_subcommands(nullptr)) {
+    names.push_back(command->get_name());
+  }
+  for (const CLI::Option* const option : app.get_options()) {
+    names.push_back(option->get_name());
+  }
+  const std::vector<std::string> unknown = app.remaining();
+  return unknown.empty() ? std::string() : Printable(Meant(unknown.front(), names));
 }
 
 // "csm --replay DIR --speed 5 rank stocks --json" is understood like "csm rank stocks --replay DIR --speed 5
@@ -214,15 +300,19 @@ std::vector<const char*> InOrder(int argc, const char* const* argv) {
 UnderstoodLine Parse(const Program& program, int argc, const char* const* argv) {
   CLI::App app(program.about, "csm");
   Runners runners;
-  app.formatter(std::make_shared<HelpFormat>());
+  app.formatter(std::make_shared<HelpFormat>(program.help_width));
   app.set_help_flag("-h,--help", "this text");
   app.set_version_flag("--version", program.version, "its version");
   runners[&app] = SetUp(app, program.set_up, runners);
   app.footer(program.examples);
   AddCommands(app, Commands(), runners);
   app.require_subcommand(0, 1);
-  const auto refuse = [](const std::exception& error) {
-    return UnderstoodLine{{}, kUsage, Printable(std::string(error.what())) + " (csm --help tells more)"};
+  const auto refuse = [&app](const std::exception& error) {
+    std::string text = Printable(std::string(error.what()));
+    if (const std::string meant = MeantIn(app); !meant.empty()) {
+      text += "; did you mean " + meant + "?";
+    }
+    return UnderstoodLine{{}, kUsage, text + " (csm --help says more)"};
   };
   try {
     const std::vector<const char*> arguments = InOrder(argc, argv);

@@ -8,12 +8,16 @@
 
 namespace cli {
 
+/// Of the help where there is no terminal.
+inline constexpr int kUsualHelpWidth = 80;
+
 /// The program as a whole.
 struct Program {
   std::string about;     ///< the head of the help
   std::string examples;  ///< its end
   std::string version;
-  Runner (*set_up)(Form& form);  ///< what it is without a command
+  Runner (*set_up)(Form& form);      ///< what it is without a command
+  int help_width = kUsualHelpWidth;  ///< columns that the help may take
 };
 
 /// A command line that was understood, and of which nothing has been done yet.

@@ -9,18 +9,19 @@
 #include <vector>
 
 #include "c_stock_market.h"
+#include "cli/commands/options.h"
+#include "cli/commands/server_examination.h"
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
 #include "cli/format/json_writer.h"
 #include "cli/format/table.h"
-#include "cli/line_run.h"
-#include "cli/log_tail.h"
-#include "cli/main_loop.h"
-#include "cli/options.h"
-#include "cli/output.h"
-#include "cli/reference_run.h"
-#include "cli/server_examination.h"
+#include "cli/run/main_loop.h"
+#include "cli/run/output.h"
+#include "cli/run/reference_load.h"
+#include "cli/run/terminal.h"
 #include "cli/temporary_directory.h"
+#include "cli/views/feeds.h"
+#include "cli/views/warnings.h"
 #include "host/clock.h"
 #include "host_services/stock_host.h"
 
@@ -77,7 +78,7 @@ constexpr FailureKind kFailureKinds[] = {
 
 class Report {
  public:
-  Report(Output& output, const QueryOptions& options)
+  Report(Output& output, const ShowOptions& options)
       : output_(output), json_(options.json), palette_(WantsColour(STDOUT_FILENO, options.no_color)) {}
 
   void Tell(const Finding& finding) {
@@ -224,7 +225,11 @@ class Services {
     settings.config_directory = directory_.path() + "/config";
     settings.log_level = "info";
     settings.log_to_stderr = false;
-    log_ = std::make_unique<LogTail>(settings.log_directory + "/csm.log");
+    stock_host::SetListener([this](const stock_host::Event& event) {
+      if (event.kind == stock_host::Event::Kind::kWarning) {
+        log_.Add(event.text);
+      }
+    });
     runs_ = stock_host::Start(settings, error_);
   }
   ~Services() { End(); }
@@ -238,14 +243,15 @@ class Services {
       stock_host::Stop();
       runs_ = false;
     }
+    stock_host::SetListener({});
   }
   /// Why they do not run; empty when they do.
   [[nodiscard]] const std::string& error() const { return error_; }
-  [[nodiscard]] LogTail& log() { return *log_; }
+  [[nodiscard]] const Warnings& log() const { return log_; }
 
  private:
   const TemporaryDirectory directory_;
-  std::unique_ptr<LogTail> log_;
+  Warnings log_;
   std::string error_;
   bool runs_ = false;
 };
@@ -255,7 +261,7 @@ void Finish(MainLoop& loop, Report& report) {
   loop.End();  // nothing is written any more
 }
 
-void ExamineReferenceData(MainLoop& loop, Report& report, LogTail& log) {
+void ExamineReferenceData(MainLoop& loop, Report& report, const Warnings& log) {
   IStockCommon* const reference = GetStockCommon();
   if (reference == nullptr) {
     report.Tell({State::kFailed, "reference data", "the service cannot be made", "look at the program log"});
@@ -287,7 +293,7 @@ void ExamineReferenceData(MainLoop& loop, Report& report, LogTail& log) {
   });
 }
 
-int Examine(const QueryOptions& options) {
+int Examine(const ShowOptions& options) {
   MainLoop loop;
   Output output(loop, STDOUT_FILENO);
   Report report(output, options);
@@ -342,7 +348,7 @@ int Examine(const QueryOptions& options) {
 }  // namespace
 
 Runner SetUpDoctor(Form& form) {
-  const auto options = std::make_shared<QueryOptions>();
+  const auto options = std::make_shared<ShowOptions>();
   AddMarketOptions(form, options->session);
   AddOutputOptions(form, *options);
   form.footer = kExamples;

@@ -10,14 +10,14 @@
 #include <vector>
 
 #include "cli/application.h"
+#include "cli/commands/options.h"
+#include "cli/commands/show_commands.h"
 #include "cli/format/text.h"
-#include "cli/main_loop.h"
-#include "cli/options.h"
-#include "cli/output.h"
-#include "cli/reference_run.h"
+#include "cli/run/main_loop.h"
+#include "cli/run/output.h"
+#include "cli/run/reference_load.h"
+#include "cli/run/session.h"
 #include "cli/screen/live_run.h"
-#include "cli/session.h"
-#include "cli/usual_services.h"
 #include "host_services/stock_host.h"
 
 namespace cli {
@@ -31,7 +31,7 @@ constexpr const char* kExamples = R"(Examples:
   csm index --replay DIR                      and once more, without a server
 
 DIR must be missing, empty or hold a record, which is continued. Neither key nor signature is ever kept. A command and its
-options stand behind everything else.)";
+options stand after everything else.)";
 
 struct RecordOptions {
   std::string directory;
@@ -45,19 +45,35 @@ std::chrono::milliseconds Milliseconds(double seconds) {
   return std::chrono::milliseconds(std::llround(seconds * 1000));
 }
 
-void RecordUsualServices(const RecordOptions& options) {
+// A client that shows everything at once and looks at nothing.
+void RecordUsualViews(const RecordOptions& options) {
   MainLoop loop;
   const Session session(options.session);
-  Say("recording " + session.server_text() + "; Ctrl-C ends it");
-  const UsualServices services(loop);
-  loop.Every(Milliseconds(options.interval), [&services] { services.Refresh(); });
+  Note("recording " + session.server_text() + "; Ctrl-C ends it");
+  const ViewContext context{[&loop](std::function<void()> work) { loop.Post(std::move(work)); }, [] {},
+                            &session.warnings(), Milliseconds(options.interval)};
+  Views views;
+  IStockCommon& reference = Made(GetStockCommon(), "stock_common");
+  LoadReferenceData(loop, reference, Needs::kLists, [&](bool) {
+    views = UsualViews(context, reference);
+    for (const auto& view : views) {
+      view->Show();
+    }
+  });
+  loop.Every(Milliseconds(options.interval), [&views] {
+    for (const auto& view : views) {
+      if (!view->PollsItself() && !view->IsAskedOnce()) {
+        view->Refresh();
+      }
+    }
+  });
   if (options.seconds) {
     loop.After(Milliseconds(*options.seconds), [&loop] { loop.End(); });
   }
   loop.Run();
 }
 
-// What stands behind the options of `record`, as a command line of its own. What `record` itself was told,
+// What stands after the options of `record`, as a command line of its own. What `record` itself was told,
 // save for how long, would not reach it.
 std::vector<std::string> CommandOf(std::vector<std::string> rest, const std::vector<std::string>& given,
                                    const RecordOptions& options) {
@@ -78,7 +94,7 @@ std::vector<std::string> CommandOf(std::vector<std::string> rest, const std::vec
     if (std::find(std::begin(kIts), std::end(kIts), name) == std::end(kIts)) {
       std::string path = "csm record DIR";
       std::for_each(rest.begin(), options_begin, [&](const std::string& word) { path += " " + word; });
-      throw UsageError(name + ": belongs behind the command: " + path + " " + name);
+      throw UsageError(name + ": belongs after the command: " + path + " " + name);
     }
   }
   if (options.seconds) {
@@ -99,13 +115,13 @@ int Record(const RecordOptions& options) {
   RecordSessions(options.directory);
   int code = kFine;
   if (options.command.empty() && CanShowLiveScreen()) {
-    WatchOptions live;
+    ShowOptions live;
     live.session = options.session;
     live.seconds = options.seconds;
     live.interval = options.interval;
     code = RunLiveScreen(live);
   } else if (options.command.empty()) {
-    RecordUsualServices(options);
+    RecordUsualViews(options);
   } else {
     code = RecordCommand(options.command);
   }

@@ -10,10 +10,10 @@
 #include <string>
 #include <system_error>
 
+#include "cli/commands/options.h"
 #include "cli/format/table.h"
-#include "cli/main_loop.h"
-#include "cli/options.h"
-#include "cli/output.h"
+#include "cli/run/main_loop.h"
+#include "cli/run/output.h"
 #include "cli/temporary_directory.h"
 #include "host_services/stock_host.h"
 #include "market_server/market_server.h"

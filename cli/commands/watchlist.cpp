@@ -9,22 +9,19 @@
 #include <string>
 #include <vector>
 
-#include "c_stock_market.h"
-#include "cli/follow.h"
-#include "cli/format/quote_rows.h"
-#include "cli/format/quote_tables.h"
-#include "cli/list_options.h"
-#include "cli/symbols.h"
-#include "cli/vocabulary.h"
+#include "cli/commands/options.h"
+#include "cli/commands/show_commands.h"
+#include "cli/format/record_json.h"
+#include "cli/format/text.h"
+#include "cli/run/main_loop.h"
+#include "cli/run/output.h"
+#include "cli/run/session.h"
 #include "host/clock.h"
 #include "host_services/stock_host.h"
 
 namespace cli {
 namespace {
 
-using Quotes = std::vector<OptionalMarketItem>;
-
-constexpr const char* kEmpty = "the watch list is empty; csm watchlist add SYMBOL puts something in";
 constexpr const char* kExamples = R"(Examples:
   csm watchlist add sh600000 000002      at the end of the list
   csm watchlist move 000002 1            to its head
@@ -33,88 +30,7 @@ constexpr const char* kExamples = R"(Examples:
 
 The list is the user's own, whatever market is asked: watchlist.txt in the configuration directory
 (CSM_CONFIG_DIRECTORY, else $XDG_CONFIG_HOME/csm, else ~/.config/csm). Other programs of the user that show it are
-told of a change within a second.)";
-constexpr const char* kShowExamples = R"(Examples:
-  csm watchlist show                          in the order of the list, redrawn in place; q ends it
-  csm watchlist show --sort change            those that rose most first
-  csm watchlist show --sort plate --asc       by industry
-  csm watchlist show --count 1 --json         once, for other programs
-
-What has no figure in the column comes last in either direction.)";
-
-// --- show
-
-struct ShowOptions : ListOptions {};
-
-void WriteJson(JsonWriter& json, const OptionalMarketItem& quote) {
-  json.BeginObject();
-  json.Key("symbol_type");
-  json.Value(static_cast<std::int32_t>(quote.symbol_type));
-  WriteMembers(json, quotes::kWatchListTable, quote);
-  json.Key("plate");
-  json.Value(quote.plate);
-  json.EndObject();
-}
-
-std::string QuotesLine(const ShowOptions& options, const Quotes& quotes, std::int64_t server_time) {
-  const std::string key = options.sort.Key();
-  JsonWriter json;
-  BeginJsonLine(json, kWatchListFeed.name, std::wstring(key.begin(), key.end()), server_time);
-  json.BeginArray();
-  for (const OptionalMarketItem& quote : quotes) {
-    WriteJson(json, quote);
-  }
-  json.EndArray();
-  json.EndObject();
-  return json.Text();
-}
-
-std::vector<StyledLine> Picture(const Quotes& quotes, const std::vector<MemberColumn>& columns) {
-  std::vector<StyledLine> lines = WatchListLines(quotes, columns);
-  const std::string missing = MissingFrom(quotes, stock_host::WatchList());
-  if (!missing.empty()) {
-    lines.push_back({{"unknown to the server: " + missing, Tone::kDim}});
-  }
-  return lines;
-}
-
-int ShowWatchList(const ShowOptions& options) {
-  const std::string order = options.sort.Title();
-  LineRun run(options.watch, kWatchListFeed, order.empty() ? "watch list" : "watch list " + order);
-  if (stock_host::WatchList().empty()) {
-    if (options.watch.json) {
-      run.output().WriteLine(QuotesLine(options, {}, common::GetCurrentServerTime()));
-    }
-    Say(kEmpty);
-    return kFine;
-  }
-  const std::vector<MemberColumn> columns = options.Columns(WatchListLook());
-  // The plates of the stocks come from the reference data; without them the column stays empty.
-  return FollowKeyAfterLists<Quotes>(
-      run, Made(GetOptionalStockMarket(), kWatchListFeed),
-      [&](IStockCommon&, bool) {
-        return SortingTarget{static_cast<std::uint32_t>(options.sort.column),
-                             static_cast<std::uint32_t>(options.sort.direction)};
-      },
-      [&](const Delivery<Quotes>& delivery) {
-        return QuotesLine(options, delivery.data, delivery.server_time);
-      },
-      [&](const Delivery<Quotes>& delivery) { return Picture(delivery.data, columns); });
-}
-
-Runner SetUpShow(Form& form) {
-  const auto options = std::make_shared<ShowOptions>();
-  options->sort.columns = WatchListColumns();
-  options->sort.column = 0;
-  AddSortOptions(form, options->sort);
-  AddColumnsOption(form, WatchListLook(), *options);
-  AddWatchOptions(form, options->watch);
-  form.footer = ListOf("Columns to order by", WatchListColumns()) + "\n\n" + kShowExamples;
-  return [options] { return ShowWatchList(*options); };
-}
-
-// --- add, remove, move
-
+notified of a change within a second.)";
 struct EditOptions {
   bool json = false;
   std::vector<std::wstring> symbols;
@@ -223,7 +139,7 @@ Runner SetUpMove(Form& form) {
   AddSymbol(form, options->symbol);
   form.Add({.name = "POSITION",
             .help = "1 is the first; beyond the end is the last",
-            .take = Into(options->position, 1, std::int64_t{1} << 31U),
+            .take = Into(options->position, 1, std::int64_t{1} << 31),
             .value = "",
             .is_required = true});
   return [options] { return Move(*options); };
@@ -233,7 +149,7 @@ Runner SetUpMove(Form& form) {
 
 Runner SetUpWatchList(Form& form) {
   form.footer = kExamples;
-  form.commands = {{"show", "The list with its quotes", &SetUpShow},
+  form.commands = {ShowWatchListCommand(),
                    {"add", "Append stocks or indices", &SetUpAdd},
                    {"remove", "Take stocks or indices out", &SetUpRemove},
                    {"move", "Give one another place", &SetUpMove}};

@@ -2,7 +2,7 @@
 
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
-#include "cli/trading_days.h"
+#include "cli/views/trading_days.h"
 
 namespace cli {
 

@@ -7,7 +7,7 @@
 #include "charts/stock_kline.h"
 #include "charts/stock_mline.h"
 #include "cli/format/table.h"
-#include "cli/securities.h"
+#include "cli/views/securities.h"
 
 namespace cli {
 

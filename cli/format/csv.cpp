@@ -1,9 +1,11 @@
 #include "cli/format/csv.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 
+#include "cli/format/china_time.h"
 #include "cli/format/text.h"
 
 namespace cli {
@@ -27,8 +29,28 @@ std::string CsvField(double number) {
   if (!std::isfinite(number)) {
     return {};
   }
-  std::array<char, 32> buffer{};
-  return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr};
+  constexpr int kDigits = 15;
+  constexpr int kDecimals = 6;
+  const double magnitude = std::fabs(number);
+  const int whole = magnitude < 1 ? 1 : static_cast<int>(std::log10(magnitude)) + 1;
+  std::array<char, 400> buffer{};
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
+                                 std::chars_format::fixed, std::clamp(kDigits - whole, 0, kDecimals))
+                       .ptr;
+  std::string text(buffer.data(), end);
+  if (text.find('.') != std::string::npos) {
+    text.erase(text.find_last_not_of('0') + 1);
+    text.erase(text.find_last_not_of('.') + 1);
+  }
+  return text == "-0" ? "0" : text;
+}
+
+std::string CsvDate(std::int64_t date) {
+  return DateText(static_cast<std::uint32_t>(date));
+}
+
+std::string CsvMinute(std::int64_t minute) {
+  return MinuteText(static_cast<std::int32_t>(minute));
 }
 
 }  // namespace cli

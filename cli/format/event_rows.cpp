@@ -1,7 +1,7 @@
 #include "cli/format/event_rows.h"
 
 #include "cli/format/china_time.h"
-#include "cli/trading_days.h"
+#include "cli/views/trading_days.h"
 
 namespace cli {
 

@@ -7,7 +7,7 @@
 
 #include "analytics/stock_in_out.h"
 #include "cli/format/table.h"
-#include "cli/securities.h"
+#include "cli/views/securities.h"
 
 namespace cli {
 

@@ -1,9 +1,5 @@
 #include "cli/format/palette.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
-
 namespace cli {
 namespace {
 
@@ -32,13 +28,6 @@ Tone ToneOf(double change) {
     return Tone::kRise;
   }
   return change < 0 ? Tone::kFall : Tone::kPlain;
-}
-
-bool WantsColour(int fd, bool no_color) {
-  const char* const no_color_variable = std::getenv("NO_COLOR");
-  const char* const terminal = std::getenv("TERM");
-  return !no_color && (no_color_variable == nullptr || *no_color_variable == '\0') && terminal != nullptr &&
-         std::string_view(terminal) != "dumb" && isatty(fd) == 1;
 }
 
 std::string Palette::Paint(std::string_view text, Tone tone) const {

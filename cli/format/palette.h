@@ -12,10 +12,6 @@ enum class Tone { kPlain, kStrong, kDim, kRise, kFall, kWarning };
 /// The tone of a figure that is shown with its sign.
 [[nodiscard]] Tone ToneOf(double change);
 
-/// True when colours are wanted on `fd`: a terminal that can show them, and neither `--no-color` nor
-/// NO_COLOR.
-[[nodiscard]] bool WantsColour(int fd, bool no_color);
-
 class Palette {
  public:
   explicit Palette(bool colour) : colour_(colour) {}

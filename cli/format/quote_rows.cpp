@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <span>
 #include <sstream>
+#include <stdexcept>
 #include <utility>
 
-#include "cli/args/option.h"
 #include "cli/format/quote_tables.h"
 #include "ranking/plate_market_summary_table.h"
 #include "ranking/stock_market_summary_table.h"
@@ -15,29 +15,31 @@ namespace {
 
 using Columns = std::vector<MemberColumn>;
 
-constexpr MemberColumn kCode{"code", Writing::kText, 8};
-constexpr MemberColumn kName{"name", Writing::kText, 8};
-constexpr MemberColumn kLead{"lead", Writing::kText, 8};
-constexpr MemberColumn kLast{"last", Writing::kPrice, 9, "diff"};
-constexpr MemberColumn kChange{"change", Writing::kSignedPercent, 8};
-constexpr MemberColumn kDiff{"diff", Writing::kSignedPrice, 8};
-constexpr MemberColumn kTr{"tr", Writing::kPercent, 7};
-constexpr MemberColumn kLeadChange{"lead_change", Writing::kSignedPercent, 7};
+constexpr int kLongestNumber = 20;
 
-constexpr MemberColumn kAmt{"amt", Writing::kAmount, 9};
-constexpr MemberColumn kVol{"vol", Writing::kAmount, 9};
-constexpr MemberColumn kPe{"pe", Writing::kRatio, 7};
-constexpr MemberColumn kHigh{"high", Writing::kPrice, 8};
-constexpr MemberColumn kLow{"low", Writing::kPrice, 8};
-constexpr MemberColumn kOpen{"open", Writing::kPrice, 8};
-constexpr MemberColumn kPreclose{"preclose", Writing::kPrice, 8};
-constexpr MemberColumn kAmp{"amp", Writing::kPercent, 6};
-constexpr MemberColumn kQrr{"qrr", Writing::kRatio, 5};
-constexpr MemberColumn kCr{"cr", Writing::kSignedPercent, 7};
-constexpr MemberColumn kMc{"mc", Writing::kAmount, 8};
-constexpr MemberColumn kNumU{"num_u", Writing::kWhole, 5};
-constexpr MemberColumn kNumZ{"num_z", Writing::kWhole, 5};
-constexpr MemberColumn kNumD{"num_d", Writing::kWhole, 5};
+constexpr MemberColumn kCode{"code", Writing::kText, 8, {}, 3};
+constexpr MemberColumn kName{"name", Writing::kText, 8, {}, 0};
+constexpr MemberColumn kLast{"last", Writing::kPrice, 9, "diff", 1};
+constexpr MemberColumn kChange{"change", Writing::kSignedPercent, 8, {}, 2};
+constexpr MemberColumn kDiff{"diff", Writing::kSignedPrice, 8, {}, 5};
+constexpr MemberColumn kTr{"tr", Writing::kPercent, 7, {}, 6};
+constexpr MemberColumn kAmt{"amt", Writing::kAmount, 9, {}, 7};
+constexpr MemberColumn kVol{"vol", Writing::kAmount, 9, {}, 8};
+constexpr MemberColumn kHigh{"high", Writing::kPrice, 8, {}, 9};
+constexpr MemberColumn kLow{"low", Writing::kPrice, 8, {}, 9};
+constexpr MemberColumn kOpen{"open", Writing::kPrice, 8, {}, 9};
+constexpr MemberColumn kPreclose{"preclose", Writing::kPrice, 8, {}, 10};
+constexpr MemberColumn kAmp{"amp", Writing::kPercent, 6, {}, 10};
+constexpr MemberColumn kQrr{"qrr", Writing::kRatio, 5, {}, 10};
+constexpr MemberColumn kCr{"cr", Writing::kSignedPercent, 7, {}, 10};
+constexpr MemberColumn kPe{"pe", Writing::kRatio, 7, {}, 11};
+constexpr MemberColumn kMc{"mc", Writing::kAmount, 8, {}, 11};
+// What stands of a plate before a chart of it.
+constexpr MemberColumn kLead{"lead", Writing::kText, 8, {}, 4};
+constexpr MemberColumn kLeadChange{"lead_change", Writing::kSignedPercent, 7, {}, 4};
+constexpr MemberColumn kNumU{"num_u", Writing::kWhole, 5, {}, 5};
+constexpr MemberColumn kNumZ{"num_z", Writing::kWhole, 5, {}, 5};
+constexpr MemberColumn kNumD{"num_d", Writing::kWhole, 5, {}, 5};
 
 Columns StockColumns() {
   return {kCode,
@@ -45,8 +47,8 @@ Columns StockColumns() {
           kLast,
           kDiff,
           kChange,
-          {"bid1", Writing::kPrice, 9},
-          {"ask1", Writing::kPrice, 9},
+          {"bid1", Writing::kPrice, 9, {}, 12},
+          {"ask1", Writing::kPrice, 9, {}, 12},
           kTr,
           kVol,
           kAmt,
@@ -58,12 +60,12 @@ Columns StockColumns() {
           kQrr,
           kCr,
           kPe,
-          {"pb", Writing::kRatio, 6},
+          {"pb", Writing::kRatio, 6, {}, 13},
           kMc,
-          {"cmc", Writing::kAmount, 8},
-          {"tso", Writing::kAmount, 8},
-          {"shares", Writing::kAmount, 8},
-          {"status", Writing::kWhole}};
+          {"cmc", Writing::kAmount, 8, {}, 13},
+          {"tso", Writing::kAmount, 8, {}, 14},
+          {"shares", Writing::kAmount, 8, {}, 14},
+          {"status", Writing::kWhole, 0, {}, 15}};
 }
 
 Columns PlateColumns() {
@@ -73,43 +75,50 @@ Columns PlateColumns() {
 
 Columns WithPlate() {
   Columns columns = StockColumns();
-  columns.push_back({"plate", Writing::kText, 8});
+  columns.push_back({"plate", Writing::kText, 8, {}, 7});
   return columns;
 }
 
 constexpr auto kPlateName = request::TableOf<OptionalMarketItem>(
     request::Read("", "plate", &OptionalMarketItem::plate, request::Text{}));
 
+// Rows whose cells `cells` makes.
 template <class Records, class ToCells>
-std::vector<StyledLine> LinesOf(const Records& records, const std::vector<Column>& columns, ToCells&& cells) {
-  if (records.empty()) {
-    return {{{"(no row)", Tone::kDim}}};
-  }
+Table TableOf(const Records& records, const std::vector<Column>& columns, ToCells&& cells) {
   Table table(columns);
   for (const auto& record : records) {
     table.Add(cells(record));
   }
-  return table.Lines();
+  return table;
 }
 
 template <class RecordTable, class Records>
-std::vector<StyledLine> LinesAfter(const RecordTable& table, const Records& records, const Columns& columns) {
-  return LinesOf(records, ColumnsOf(columns),
+Table TableAfter(const RecordTable& table, const Records& records, const Columns& columns) {
+  return TableOf(records, ColumnsOf(columns),
                  [&](const auto& record) { return CellsOf(table, record, columns); });
 }
 
 // The same with the number of the row in front.
 template <class RecordTable, class Records>
-std::vector<StyledLine> NumberedLines(const RecordTable& table, const Records& records,
-                                      const Numbering& numbering, std::span<const MemberColumn> columns) {
+Table NumberedTable(const RecordTable& table, const Records& records, const Numbering& numbering,
+                    std::span<const MemberColumn> columns) {
   std::vector<Column> numbered = ColumnsOf(columns);
-  numbered.insert(numbered.begin(), {numbering.title, Align::kRight});
+  numbered.insert(numbered.begin(), {numbering.title, Align::kRight, 0, kLongestNumber, 8});
   std::size_t number = numbering.first;
-  return LinesOf(records, numbered, [&](const auto& record) {
+  return TableOf(records, numbered, [&](const auto& record) {
     std::vector<Cell> cells = CellsOf(table, record, columns);
     cells.insert(cells.begin(), {std::to_string(number++), Tone::kDim});
     return cells;
   });
+}
+
+Columns Favouring(std::string_view sorted_by, Columns columns) {
+  for (MemberColumn& column : columns) {
+    if (column.member == sorted_by) {
+      column.rank = std::min(column.rank, kChange.rank);
+    }
+  }
+  return columns;
 }
 
 }  // namespace
@@ -125,43 +134,11 @@ std::vector<MemberColumn> ListLook::Usual(std::string_view sorted_by) const {
       columns.push_back(column);
     }
   }
-  return columns;
+  return Favouring(sorted_by, columns);
 }
 
-std::vector<MemberColumn> ListLook::Fitting(std::string_view sorted_by, int width) const {
-  constexpr std::size_t kAlways = 3;
-  std::vector<std::string_view> wanted(
-      usual_.begin(), usual_.begin() + static_cast<std::ptrdiff_t>(std::min(kAlways, usual_.size())));
-  const auto want = [&wanted](std::string_view name) {
-    if (std::find(wanted.begin(), wanted.end(), name) == wanted.end()) {
-      wanted.push_back(name);
-    }
-  };
-  want(sorted_by);
-  std::for_each(usual_.begin(), usual_.end(), want);
-  for (const MemberColumn& column : all_) {
-    want(column.member);
-  }
-  std::vector<bool> fits(all_.size());
-  for (const std::string_view name : wanted) {
-    const auto found = std::find_if(all_.begin(), all_.end(),
-                                    [&](const MemberColumn& column) { return column.member == name; });
-    if (found == all_.end()) {
-      continue;
-    }
-    width -= std::max(found->min_width, DisplayWidth(std::string(name))) + kColumnGap;
-    if (width + kColumnGap < 0) {
-      break;
-    }
-    fits[static_cast<std::size_t>(found - all_.begin())] = true;
-  }
-  std::vector<MemberColumn> columns;
-  for (std::size_t i = 0; i < all_.size(); ++i) {
-    if (fits[i]) {
-      columns.push_back(all_[i]);
-    }
-  }
-  return columns;
+std::vector<MemberColumn> ListLook::All(std::string_view sorted_by) const {
+  return Favouring(sorted_by, all_);
 }
 
 std::vector<MemberColumn> ListLook::Chosen(const std::string& names) const {
@@ -178,9 +155,10 @@ std::vector<MemberColumn> ListLook::Chosen(const std::string& names) const {
       for (const MemberColumn& column : all_) {
         right += ", " + std::string(column.member);
       }
-      throw UsageError("\"" + name + "\" is none of " + right);
+      throw std::invalid_argument("\"" + name + "\" is none of " + right);
     }
     columns.push_back(*found);
+    columns.back().rank = static_cast<int>(columns.size());
   }
   return columns;
 }
@@ -202,19 +180,17 @@ const ListLook& WatchListLook() {
   return look;
 }
 
-std::vector<StyledLine> BoardLines(const std::vector<StockMarketItem>& quotes,
-                                   const std::vector<MemberColumn>& columns) {
-  return LinesAfter(quotes::kFigureTable, quotes, columns);
+Table BoardTable(const std::vector<StockMarketItem>& quotes, const std::vector<MemberColumn>& columns) {
+  return TableAfter(quotes::kFigureTable, quotes, columns);
 }
 
-std::vector<StyledLine> PlateLines(const std::vector<StockMarketItem>& plates,
-                                   const std::vector<MemberColumn>& columns) {
-  return LinesAfter(quotes::kPlateTable, plates, columns);
+Table PlateTable(const std::vector<StockMarketItem>& plates, const std::vector<MemberColumn>& columns) {
+  return TableAfter(quotes::kPlateTable, plates, columns);
 }
 
-std::vector<StyledLine> WatchListLines(const std::vector<OptionalMarketItem>& quotes,
-                                       const std::vector<MemberColumn>& columns) {
-  return LinesOf(quotes, ColumnsOf(columns), [&](const OptionalMarketItem& quote) {
+Table WatchListTable(const std::vector<OptionalMarketItem>& quotes,
+                     const std::vector<MemberColumn>& columns) {
+  return TableOf(quotes, ColumnsOf(columns), [&](const OptionalMarketItem& quote) {
     std::vector<Cell> cells = CellsOf(quotes::kFigureTable, quote, columns);
     for (std::size_t i = 0; i < columns.size(); ++i) {
       if (const auto plate = FindMember(kPlateName, quote, columns[i].member)) {
@@ -238,17 +214,16 @@ std::string MissingFrom(const std::vector<OptionalMarketItem>& quotes,
   return missing;
 }
 
-std::vector<StyledLine> RankedStockLines(const std::vector<StockMarketSummary>& stocks,
-                                         const Numbering& numbering) {
+Table RankedStockTable(const std::vector<StockMarketSummary>& stocks, const Numbering& numbering) {
   static constexpr MemberColumn kColumns[] = {kCode, kName, kLast, kDiff, kChange, kTr};
-  return NumberedLines(ranking::kStockMarketSummaryTable, stocks, numbering, kColumns);
+  return NumberedTable(ranking::kStockMarketSummaryTable, stocks, numbering, kColumns);
 }
 
-std::vector<StyledLine> RankedPlateLines(const std::vector<PlateMarketSummary>& plates) {
+Table RankedPlateTable(const std::vector<PlateMarketSummary>& plates) {
   static constexpr MemberColumn kColumns[] = {
-      {"bk", Writing::kText, 8},   kName, kChange,    {"bpin", Writing::kAmount, 9},
-      {"cud", Writing::kWhole, 4}, kLead, kLeadChange};
-  return NumberedLines(ranking::kPlateMarketSummaryTable, plates, {}, kColumns);
+      {"bk", Writing::kText, 8, {}, 3},   kName, kChange,    {"bpin", Writing::kAmount, 9, {}, 6},
+      {"cud", Writing::kWhole, 4, {}, 7}, kLead, kLeadChange};
+  return NumberedTable(ranking::kPlateMarketSummaryTable, plates, {}, kColumns);
 }
 
 }  // namespace cli

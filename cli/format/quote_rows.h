@@ -18,15 +18,13 @@ namespace cli {
 /// The figures of a list that its columns are chosen from.
 class ListLook {
  public:
-  /// `all` can be shown; those in `usual` are, unless the user chooses.
+  /// `all` can be shown; those in `usual` are, where there is room for any number of them.
   ListLook(std::vector<MemberColumn> all, std::vector<std::string_view> usual);
 
-  /// The columns of a list that is ordered by `sorted_by`: the usual ones and that one.
+  /// The columns of a list that is ordered by `sorted_by`, which ranks high: the usual ones, or all.
   [[nodiscard]] std::vector<MemberColumn> Usual(std::string_view sorted_by) const;
-  /// As many as fit into `width` columns of a terminal: the first three and that one, then the usual ones,
-  /// then the others.
-  [[nodiscard]] std::vector<MemberColumn> Fitting(std::string_view sorted_by, int width) const;
-  /// Those that `names` says: "code,name,pe", or "all". Throws UsageError, with the right names,
+  [[nodiscard]] std::vector<MemberColumn> All(std::string_view sorted_by) const;
+  /// Those that `names` says: "code,name,pe", or "all". Throws std::invalid_argument, with the right names,
   /// for a wrong one.
   [[nodiscard]] std::vector<MemberColumn> Chosen(const std::string& names) const;
 
@@ -40,13 +38,13 @@ class ListLook {
 [[nodiscard]] const ListLook& PlatesLook();
 [[nodiscard]] const ListLook& WatchListLook();
 
-/// Header and rows; a line that says so when there is no row.
-[[nodiscard]] std::vector<StyledLine> BoardLines(const std::vector<StockMarketItem>& quotes,
-                                                 const std::vector<MemberColumn>& columns);
-[[nodiscard]] std::vector<StyledLine> PlateLines(const std::vector<StockMarketItem>& plates,
-                                                 const std::vector<MemberColumn>& columns);
-[[nodiscard]] std::vector<StyledLine> WatchListLines(const std::vector<OptionalMarketItem>& quotes,
-                                                     const std::vector<MemberColumn>& columns);
+/// A row for each.
+[[nodiscard]] Table BoardTable(const std::vector<StockMarketItem>& quotes,
+                               const std::vector<MemberColumn>& columns);
+[[nodiscard]] Table PlateTable(const std::vector<StockMarketItem>& plates,
+                               const std::vector<MemberColumn>& columns);
+[[nodiscard]] Table WatchListTable(const std::vector<OptionalMarketItem>& quotes,
+                                   const std::vector<MemberColumn>& columns);
 /// The symbols of the watch list `list` that `quotes` do not have: "sh600000 sz000002".
 [[nodiscard]] std::string MissingFrom(const std::vector<OptionalMarketItem>& quotes,
                                       const std::vector<std::wstring>& list);
@@ -58,8 +56,8 @@ struct Numbering {
 };
 
 /// Of short ranked rows.
-[[nodiscard]] std::vector<StyledLine> RankedStockLines(const std::vector<StockMarketSummary>& stocks,
-                                                       const Numbering& numbering);
-[[nodiscard]] std::vector<StyledLine> RankedPlateLines(const std::vector<PlateMarketSummary>& plates);
+[[nodiscard]] Table RankedStockTable(const std::vector<StockMarketSummary>& stocks,
+                                     const Numbering& numbering);
+[[nodiscard]] Table RankedPlateTable(const std::vector<PlateMarketSummary>& plates);
 
 }  // namespace cli

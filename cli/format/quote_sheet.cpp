@@ -8,6 +8,7 @@
 #include "cli/format/price_limits.h"
 #include "cli/format/quote_tables.h"
 #include "cli/format/record_rows.h"
+#include "cli/format/words.h"
 
 namespace cli {
 namespace {
@@ -65,7 +66,7 @@ Cell CellOfMember(const StockMarketItem& quote, const MemberColumn& column) {
 std::vector<StyledLine> Names(const StockMarketItem& quote, std::span<const MemberColumn> columns) {
   Table table({{"", Align::kLeft, 10}, {"", Align::kRight, 10}});
   for (const MemberColumn& column : columns) {
-    table.Add({{std::string(column.member), Tone::kDim}, CellOfMember(quote, column)});
+    table.Add({{LabelOf(column.member), Tone::kDim}, CellOfMember(quote, column)});
   }
   return table.Rows();
 }

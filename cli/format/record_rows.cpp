@@ -62,7 +62,7 @@ std::vector<Column> ColumnsOf(std::span<const MemberColumn> columns) {
   for (const MemberColumn& column : columns) {
     const bool is_text = column.writing == Writing::kText;
     result.push_back({std::string(column.member), is_text ? Align::kLeft : Align::kRight, column.min_width,
-                      is_text ? kLongestText : std::numeric_limits<int>::max()});
+                      is_text ? kLongestText : std::numeric_limits<int>::max(), column.rank});
   }
   return result;
 }

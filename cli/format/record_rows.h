@@ -39,6 +39,7 @@ struct MemberColumn {
   int min_width = 0;
   /// The member whose sign gives the colour; empty: its own for signed figures, else that of its movement.
   std::string_view toned_by{};
+  int rank = 0;  ///< columns of high ranks are the first that a narrow place leaves out
 };
 
 /// A member's value, whatever its shape.

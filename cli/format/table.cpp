@@ -1,7 +1,11 @@
 #include "cli/format/table.h"
 
 #include <algorithm>
+#include <numeric>
+#include <type_traits>
 #include <utility>
+
+#include "cli/format/words.h"
 
 namespace cli {
 
@@ -89,6 +93,13 @@ std::vector<StyledLine> SideBySide(const std::vector<StyledLine>& left, const st
   return lines;
 }
 
+Table::Table(std::vector<Column> columns) : columns_(std::move(columns)) {
+  for (Column& column : columns_) {
+    column.name = column.name.empty() ? column.title : column.name;
+    column.title = LabelOf(column.name);
+  }
+}
+
 void Table::Add(std::vector<Cell> row) {
   row.resize(columns_.size());
   for (std::size_t i = 0; i < row.size(); ++i) {
@@ -118,6 +129,46 @@ std::vector<StyledLine> Table::Lines() const {
   std::vector<StyledLine> lines = Rows();
   lines.insert(lines.begin(), Header());
   return lines;
+}
+
+std::vector<StyledLine> Table::Lines(int width) const {
+  return Fitting(width).Lines();
+}
+
+void Table::Append(const Table& other) {
+  rows_.insert(rows_.end(), other.rows_.begin(), other.rows_.end());
+}
+
+Table Table::Fitting(int width) const {
+  const std::vector<int> widths = Widths();
+  std::vector<std::size_t> by_rank(columns_.size());
+  std::iota(by_rank.begin(), by_rank.end(), std::size_t{0});
+  std::stable_sort(by_rank.begin(), by_rank.end(),
+                   [&](std::size_t a, std::size_t b) { return columns_[a].rank < columns_[b].rank; });
+  std::size_t kept = 0;
+  for (int used = -kColumnGap; kept < by_rank.size(); ++kept) {
+    used += kColumnGap + widths[by_rank[kept]];
+    if (used > width && kept > 0) {
+      break;
+    }
+  }
+  if (kept == columns_.size()) {
+    return *this;
+  }
+  by_rank.resize(kept);
+  std::sort(by_rank.begin(), by_rank.end());
+  const auto chosen = [&by_rank](const auto& all) {
+    std::remove_cvref_t<decltype(all)> some;
+    for (const std::size_t i : by_rank) {
+      some.push_back(all[i]);
+    }
+    return some;
+  };
+  Table fitting(chosen(columns_));
+  for (const std::vector<Cell>& row : rows_) {
+    fitting.rows_.push_back(chosen(row));
+  }
+  return fitting;
 }
 
 std::vector<int> Table::Widths() const {

@@ -44,6 +44,9 @@ struct Column {
   Align align = Align::kLeft;
   int min_width = 0;  ///< keeps rows that are printed at different times under each other
   int max_width = std::numeric_limits<int>::max();
+  /// Of two columns that do not both fit the one of the higher rank is left out, or else the later one.
+  int rank = 0;
+  std::string name{};  ///< what it is known by, whatever language the title is in; empty: the title
 };
 
 /// Between the columns of a table.
@@ -51,15 +54,25 @@ inline constexpr int kColumnGap = 2;
 
 class Table {
  public:
-  explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
+  /// Titles are shown in the language of words.h.
+  explicit Table(std::vector<Column> columns);
 
   /// Adds a row; a missing cell is empty, a cell too many is dropped.
   void Add(std::vector<Cell> row);
+  /// Adds the rows of a table with the same columns.
+  void Append(const Table& other);
+
+  [[nodiscard]] const std::vector<Column>& columns() const { return columns_; }
+  [[nodiscard]] const std::vector<std::vector<Cell>>& rows() const { return rows_; }
+  /// Those of its columns that fit into `width`, in their order; the best one in any case.
+  [[nodiscard]] Table Fitting(int width) const;
 
   [[nodiscard]] StyledLine Header() const;
   [[nodiscard]] std::vector<StyledLine> Rows() const;
   /// Header and rows.
   [[nodiscard]] std::vector<StyledLine> Lines() const;
+  /// The same with the columns that fit into `width`.
+  [[nodiscard]] std::vector<StyledLine> Lines(int width) const;
 
  private:
   [[nodiscard]] std::vector<int> Widths() const;

@@ -17,7 +17,9 @@ struct ChartSize {
 };
 
 /// What a chart takes at least, however small it may be.
-inline constexpr ChartSize kLeastChart{40, 12};
+inline constexpr ChartSize kLeastChart{40, 8};
+/// In fewer rows the volumes are left out below the prices.
+inline constexpr int kRowsForVolumes = 12;
 
 /// Cells of a canvas.
 struct Area {

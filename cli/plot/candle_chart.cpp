@@ -1,9 +1,12 @@
 #include "cli/plot/candle_chart.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
@@ -14,6 +17,10 @@ namespace {
 constexpr int kGutter = 12;  // labels of prices and the line behind them
 constexpr int kBelow = 2;    // rows of the axis and its labels
 constexpr int kDateColumns = 13;
+
+Tone ToneOfAverage(int span) {
+  return span == 5 ? Tone::kStrong : span == 10 ? Tone::kWarning : span == 20 ? Tone::kPlain : Tone::kDim;
+}
 
 enum class Ink { kNone, kWick, kBody };
 
@@ -56,9 +63,30 @@ void DrawCandle(Canvas& canvas, const Area& area, int column, const Scale& scale
   }
 }
 
+// Each span in a tone of its own, in dots, behind the candles.
+void DrawAverage(Canvas& canvas, const Area& area, const Scale& scale, const Average& average,
+                 std::size_t count, int step) {
+  const Tone tone = ToneOfAverage(average.span);
+  std::optional<std::pair<int, int>> before;
+  for (std::size_t i = average.values.size() - std::min(count, average.values.size());
+       i < average.values.size(); ++i) {
+    const auto place = static_cast<int>(i + count - average.values.size());
+    if (!std::isfinite(average.values[i])) {
+      continue;
+    }
+    const std::pair<int, int> here{(area.column + place * step) * Canvas::kDotColumns,
+                                   area.row * Canvas::kDotRows + scale.DotAt(average.values[i])};
+    if (before) {
+      canvas.Line(before->first, before->second, here.first, here.second, tone);
+    }
+    before = here;
+  }
+}
+
 Area PriceArea(const ChartSize& size) {
   const int rows = std::max(size.rows, kLeastChart.rows) - 1 - kBelow;
-  return {kGutter, 1, std::max(size.columns, kLeastChart.columns) - kGutter, EvenRows(rows * 3 / 4)};
+  return {kGutter, 1, std::max(size.columns, kLeastChart.columns) - kGutter,
+          EvenRows(size.rows < kRowsForVolumes ? rows : rows * 3 / 4)};
 }
 
 }  // namespace
@@ -67,12 +95,30 @@ std::size_t CandlesThatFit(const ChartSize& size) {
   return static_cast<std::size_t>((PriceArea(size).columns + 1) / 2);
 }
 
-std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, const StyledLine& title,
-                                    const ChartSize& size) {
+std::vector<Average> Averages(const std::vector<KLineCandle>& candles, std::size_t count) {
+  std::vector<Average> averages;
+  for (const int span : {5, 10, 20, 60}) {
+    Average average{span, {}};
+    const auto length = static_cast<std::size_t>(span);
+    double sum = 0;
+    for (std::size_t i = 0; i < candles.size(); ++i) {
+      sum += candles[i].close - (i >= length ? candles[i - length].close : 0);
+      if (candles.size() - i <= count) {
+        average.values.push_back(i + 1 >= length ? sum / span : std::numeric_limits<double>::quiet_NaN());
+      }
+    }
+    averages.push_back(std::move(average));
+  }
+  return averages;
+}
+
+std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, const CandleChartLook& look) {
+  const ChartSize& size = look.size;
   const Area prices = PriceArea(size);
   Canvas canvas(prices.column + prices.columns, std::max(size.rows, kLeastChart.rows));
-  const Area volumes{prices.column, prices.row + prices.rows + 1, prices.columns,
-                     canvas.rows() - kBelow - prices.row - prices.rows - 1};
+  const int gap = size.rows < kRowsForVolumes ? 0 : 1;
+  const Area volumes{prices.column, prices.row + prices.rows + gap, prices.columns,
+                     gap == 0 ? 0 : canvas.rows() - kBelow - prices.row - prices.rows - gap};
   const auto columns = static_cast<std::size_t>(prices.columns);
   const std::size_t count = std::min(candles.size(), columns);
   const auto first = candles.end() - static_cast<std::ptrdiff_t>(count);
@@ -90,7 +136,15 @@ std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, con
   std::vector<BottomLabel> dates;
   int column = prices.column;
   int labelled_until = 0;
+  for (const Average& average : look.averages) {
+    DrawAverage(canvas, prices, scale, average, count, step);
+  }
   for (auto candle = first; candle != candles.end(); ++candle, column += step) {
+    if (look.cross && candles.begin() + static_cast<std::ptrdiff_t>(*look.cross) == candle) {
+      for (int row = prices.row; row < volumes.row + volumes.rows; ++row) {
+        canvas.Put(column, row, "┆", Tone::kStrong);
+      }
+    }
     DrawCandle(canvas, prices, column, scale, *candle);
     if (most > 0) {
       DrawBar(canvas, volumes, column, static_cast<double>(candle->volume) / static_cast<double>(most),
@@ -106,10 +160,12 @@ std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, con
     labels.push_back({row, count > 0 ? Fixed(scale.ValueAt(row - prices.row), 2) : kNoFigure});
   }
   DrawLeftAxis(canvas, prices, labels);
-  DrawLeftAxis(canvas, volumes, {{volumes.row, ShortAmount(static_cast<double>(most))}});
+  if (volumes.rows > 0) {
+    DrawLeftAxis(canvas, volumes, {{volumes.row, ShortAmount(static_cast<double>(most))}});
+  }
   DrawBottomAxis(canvas, volumes, dates);
   std::vector<StyledLine> lines = canvas.Lines();
-  lines.front() = title;
+  lines.front() = look.title;
   return lines;
 }
 

@@ -1,6 +1,7 @@
 // Candles with their volumes as a picture. Pure functions. The course of a day is minute_chart.h's matter.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "charts/stock_kline.h"
@@ -11,9 +12,24 @@ namespace cli {
 /// How many candles a chart of that size shows, with a column of air between two of them.
 [[nodiscard]] std::size_t CandlesThatFit(const ChartSize& size);
 
+/// An average of closing prices over so many candles, of the last of those that are drawn.
+struct Average {
+  int span = 0;
+  std::vector<double> values;  ///< NaN where there are not enough candles before
+};
+/// Averages over 5, 10, 20 and 60 candles, of the last `count` of `candles`.
+[[nodiscard]] std::vector<Average> Averages(const std::vector<KLineCandle>& candles, std::size_t count);
+
+struct CandleChartLook {
+  ChartSize size;
+  StyledLine title;
+  std::vector<Average> averages{};
+  std::optional<std::size_t> cross{};  ///< number of the candle that an upright line goes through
+};
+
 /// The chart of the newest candles: as many as have a column of their own. A rise is red and hollow, a fall
-/// green and full, so that they differ without colours, too.
+/// green and full, so that they differ without colours, too. The averages are dotted lines behind them.
 [[nodiscard]] std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles,
-                                                  const StyledLine& title, const ChartSize& size);
+                                                  const CandleChartLook& look);
 
 }  // namespace cli

@@ -55,6 +55,10 @@ struct Layout {
 Layout LayOut(const ChartSize& size, int left, int right) {
   const int columns = size.columns - left - 2 - (right > 0 ? right + 2 : 0);
   const int rows = size.rows - 1 - kBelow;
+  if (size.rows < kRowsForVolumes) {
+    const int all = EvenRows(rows);
+    return {{left + 2, 1, columns, all}, {left + 2, 1 + all, columns, 0}};
+  }
   const int prices = EvenRows(rows * 3 / 4);
   const int volumes = std::max(rows - prices - 1, 1);
   return {{left + 2, 1, columns, prices}, {left + 2, 1 + prices + 1, columns, volumes}};
@@ -206,13 +210,23 @@ std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChar
       }
     }
   }
+  if (look.cross && count > 0 && SessionMinute(*look.cross) >= 0) {
+    const Layout part = DayLayout(layout, count - 1, count);
+    const int column =
+        part.prices.column + SessionMinute(*look.cross) * (part.prices.columns - 1) / kSessionMinutes;
+    for (int row = layout.prices.row; row < layout.volumes.row + layout.volumes.rows; ++row) {
+      canvas.PutBehind(column, row, "┆", Tone::kStrong);
+    }
+  }
   if (has_preclose) {
     DrawBaseline(canvas, layout.prices,
                  layout.prices.row + static_cast<int>(std::lround(scale.Place(line.preclose))));
   }
   DrawLeftAxis(canvas, layout.prices, prices);
-  DrawLeftAxis(canvas, layout.volumes,
-               {{layout.volumes.row, ShortAmount(static_cast<double>(most)), Tone::kDim}});
+  if (layout.volumes.rows > 0) {
+    DrawLeftAxis(canvas, layout.volumes,
+                 {{layout.volumes.row, ShortAmount(static_cast<double>(most)), Tone::kDim}});
+  }
   if (has_preclose) {
     DrawRightAxis(canvas, layout.prices, rates);
     DrawRightAxis(canvas, layout.volumes, {});

@@ -2,6 +2,7 @@
 // fixed axis of a session. Pure functions. Candles are candle_chart.h's matter.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "charts/stock_mline.h"
@@ -13,6 +14,8 @@ struct MinuteChartLook {
   ChartSize size;
   StyledLine title;
   bool average = true;  ///< an index has no average price
+  std::optional<std::int32_t>
+      cross{};  ///< minute of the last day that an upright line goes through, 931 for 09:31
 };
 
 /// The chart of all days of `line`, side by side; when they do not fit, of the latest that do. One day has

@@ -10,7 +10,7 @@
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
 #include "cli/screen/key.h"
-#include "cli/securities.h"
+#include "cli/views/securities.h"
 
 namespace cli {
 

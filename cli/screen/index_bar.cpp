@@ -1,22 +1,19 @@
 #include "cli/screen/index_bar.h"
 
+#include <limits>
 #include <utility>
 
-#include "cli/follow.h"
 #include "cli/format/china_time.h"
 #include "cli/format/index_rows.h"
 #include "cli/format/text.h"
-#include "cli/state_line.h"
+#include "cli/screen/state_line.h"
 #include "host/clock.h"
 #include "host/text.h"
+#include "host_services/stock_host.h"
 
 namespace cli {
 namespace {
 
-constexpr Feed kIndexFeed{"index_market", "/pc/rt/stock_detail_list"};
-constexpr Feed kStateFeed{"stock_market_state", ""};
-// The service asks at least so often by itself.
-constexpr std::chrono::hours kByPhase(1);
 constexpr int kShortName = 4;
 constexpr int kGap = 3;
 
@@ -32,16 +29,21 @@ std::string Short(const std::string& name) {
   return Utf8(shorter);
 }
 
-StyledLine Joined(const std::vector<IndexMarketSummary>& indices, bool with_diff, bool short_names) {
+struct IndexLook {
+  bool with_last = true;
+  bool with_diff = true;
+  bool short_names = false;
+};
+
+StyledLine Joined(const std::vector<IndexMarketSummary>& indices, const IndexLook& look) {
   StyledLine line;
   for (const IndexMarketSummary& index : indices) {
     const std::vector<Cell> cells = IndexCells(index);
-    const std::string name = short_names ? Short(cells[kName].text) : cells[kName].text;
     line.push_back({line.empty() ? "" : std::string(kGap, ' ')});
-    line.push_back({name + " ", Tone::kStrong});
-    line.push_back(cells[kLast]);
-    for (const std::size_t cell : {kDiff, kChange}) {
-      if (with_diff || cell != kDiff) {
+    line.push_back({look.short_names ? Short(cells[kName].text) : cells[kName].text, Tone::kStrong});
+    for (const auto& [cell, is_wanted] :
+         {std::pair(kLast, look.with_last), {kDiff, look.with_diff}, {kChange, true}}) {
+      if (is_wanted) {
         line.push_back({" " + cells[cell].text, cells[cell].tone});
       }
     }
@@ -67,8 +69,9 @@ Cell ConnectionCell(stock_host::Connection connection) {
 
 StyledLine IndexLine(const std::vector<IndexMarketSummary>& indices, int columns) {
   StyledLine line;
-  for (const auto& [with_diff, short_names] : {std::pair(true, false), {false, false}, {false, true}}) {
-    line = Joined(indices, with_diff, short_names);
+  for (const IndexLook& look :
+       {IndexLook{}, {true, false, false}, {true, false, true}, {false, false, true}}) {
+    line = Joined(indices, look);
     if (DisplayWidth(line) <= columns) {
       return line;
     }
@@ -76,82 +79,74 @@ StyledLine IndexLine(const std::vector<IndexMarketSummary>& indices, int columns
   return Fitted(line, columns);
 }
 
-IndexBar::IndexBar(MainLoop& loop, Session& session, std::chrono::milliseconds interval,
-                   std::function<void()> redraw)
-    : loop_(loop), session_(session), redraw_(std::move(redraw)), health_(interval, kByPhase) {
-  index_view_ = std::make_unique<Subscription<IIndexMarket, Indices>>(
-      Made(GetIndexMarket(), kIndexFeed), loop_, [this](const Delivery<Indices>& delivery) {
-        if (!has_data_ || indices_ != delivery.data) {
-          health_.OnChange(delivery.at, delivery.server_time);
-        }
-        indices_ = delivery.data;
-        has_data_ = true;
-        health_.OnUpdate(delivery.at);
-        redraw_();
-      });
+StyledLine StateOf(const StateParts& parts, int columns) {
+  // From all of them down to what is never left out.
+  constexpr int kSteps = 6;
+  StyledLine line;
+  for (int left_out = 0; left_out < kSteps; ++left_out) {
+    line.clear();
+    const auto add = [&](const std::string& text, Tone tone = Tone::kPlain) {
+      if (!text.empty()) {
+        line.push_back({(line.empty() ? "" : "  ") + text, tone});
+      }
+    };
+    add(parts.badge, Tone::kWarning);
+    add((left_out < 2 && !parts.date.empty() ? parts.date + " " : "") + parts.clock);
+    const bool with_phase = left_out < 4;
+    add(left_out < 5 ? parts.caption : "", Tone::kStrong);
+    if (with_phase && !parts.caption.empty()) {
+      line.push_back({" " + parts.phase});
+    } else if (with_phase) {
+      add(parts.phase);
+    }
+    add(left_out < 3 ? parts.connection.text : "", parts.connection.tone);
+    line.push_back({"  "});
+    line.insert(line.end(), parts.state.begin(), parts.state.end());
+    add(left_out < 1 ? parts.server : "", Tone::kDim);
+    if (DisplayWidth(line) <= columns) {
+      break;
+    }
+  }
+  return line;
+}
+
+IndexBar::IndexBar(const ViewContext& context, const Session& session, Shows shows)
+    : session_(session), shows_(shows), indices_(context), phase_(context) {
+  if (shows_ == Shows::kIndices) {
+    indices_.Show();
+  }
 }
 
 void IndexBar::FollowPhase() {
-  if (state_view_) {
-    return;
-  }
-  state_view_ = std::make_unique<Subscription<IStockMarketState, StockMarketState>>(
-      Made(GetStockMarketState(), kStateFeed), loop_, [this](const Delivery<StockMarketState>& delivery) {
-        caption_ = delivery.data.valid ? delivery.data.text : std::wstring();
-        redraw_();
-      });
+  phase_.Show();
 }
 
 void IndexBar::Refresh() {
-  health_.OnCounters(CountersOf(kIndexFeed));
-  if (!health_.under_way()) {
-    GetIndexMarket()->Refresh();
-  }
-  if (state_view_) {
-    GetStockMarketState()->Refresh();
-  }
+  indices_.Refresh();
+  phase_.Refresh();
 }
 
-void IndexBar::Observe() {
-  health_.OnCounters(CountersOf(kIndexFeed));
-  session_.log().Poll();
-  health_.OnLog(session_.log().count(), session_.log().last());
-}
-
-std::string IndexBar::StateText(Clock::time_point now, stock::MarketStatus phase) const {
-  return health_.Report(now, phase).text;
-}
-
-ScreenHead IndexBar::Head(Clock::time_point now, stock::MarketStatus phase, int columns) const {
+ScreenHead IndexBar::Head(const FeedReport& report, stock::MarketStatus phase, int columns) const {
   ScreenHead head;
-  if (has_data_) {
-    head.indices = indices_.empty() ? StyledLine{{"(no index in the answer)", Tone::kWarning}}
-                                    : IndexLine(indices_, columns);
+  if (shows_ == Shows::kStateOnly) {
+    head.indices = {{session_.server_text(), Tone::kDim}};
+  } else if (indices_.has_data()) {
+    const std::vector<IndexMarketSummary>& quotes = indices_.newest()->data;
+    head.indices = quotes.empty() ? StyledLine{{"(no index in the answer)", Tone::kWarning}}
+                                  : IndexLine(quotes, columns);
   } else {
     head.indices = {{"indices", Tone::kStrong}};
   }
-  head.state = {{DateAndTime(common::GetCurrentServerTime()) + "  "}};
-  if (!caption_.empty()) {
-    head.state.push_back({Printable(caption_) + " ", Tone::kStrong});
-  }
-  head.state.push_back({PhaseName(phase) + "  "});
-  head.state.push_back(ConnectionCell(stock_host::ConnectionState()));
-  head.state.push_back({"  "});
-  const StyledLine state = StateLine(health_.Report(now, phase));
-  head.state.insert(head.state.end(), state.begin(), state.end());
-  head.state.push_back({"  " + session_.server_text(), Tone::kDim});
+  const std::string now = DateAndTime(common::GetCurrentServerTime());
+  head.state = StateOf({session_.badge(), now.substr(0, 10), now.substr(11), Printable(phase_.Caption()),
+                        PhaseName(phase), ConnectionCell(stock_host::ConnectionState()), StateLine(report),
+                        shows_ == Shows::kStateOnly ? "" : session_.server_text()},
+                       columns);
   return head;
 }
 
 std::vector<StyledLine> IndexBar::Table() const {
-  if (indices_.empty()) {
-    return {};
-  }
-  cli::Table table(IndexColumns());
-  for (const IndexMarketSummary& index : indices_) {
-    table.Add(IndexCells(index));
-  }
-  return table.Lines();
+  return indices_.has_data() ? indices_.Lines(std::numeric_limits<int>::max()) : std::vector<StyledLine>();
 }
 
 }  // namespace cli

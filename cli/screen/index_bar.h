@@ -1,61 +1,66 @@
-// The lines above the panels: the headline indices, and below them time, phase, how the indices are doing and
-// whom csm asks. Always seen, so its views are never suspended. Main thread only.
+// The lines above the panels: the headline indices, and below them whether the figures are real, time, phase,
+// how the indices are doing and whom csm asks. Always seen, so its views are never suspended. Main thread
+// only.
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "c_stock_market.h"
-#include "cli/feed_health.h"
 #include "cli/format/table.h"
-#include "cli/main_loop.h"
+#include "cli/run/session.h"
 #include "cli/screen/screen.h"
-#include "cli/session.h"
-#include "cli/subscription.h"
+#include "cli/views/list_views.h"
+#include "cli/views/market_views.h"
 
 namespace cli {
 
 /// The indices side by side in at most `columns`: with less room first without the difference, then with
-/// shorter names.
+/// shorter names, then without their values.
 [[nodiscard]] StyledLine IndexLine(const std::vector<IndexMarketSummary>& indices, int columns);
+
+/// What stands in the line of the state.
+struct StateParts {
+  std::string badge;  ///< "SIMULATED", "REPLAY" or nothing
+  std::string date;
+  std::string clock;
+  std::string caption;  ///< of the phase, 开盘; empty: not known
+  std::string phase;
+  Cell connection;
+  StyledLine state;
+  std::string server;
+};
+
+/// As many of them as `columns` have room for: badge, time and state stay when the others go.
+[[nodiscard]] StyledLine StateOf(const StateParts& parts, int columns);
 
 class IndexBar {
  public:
-  using Clock = FeedHealth::Clock;
+  using Clock = View::Clock;
 
-  /// Asks for the indices. `redraw` is called when something has changed. Throws std::runtime_error when the
-  /// service cannot be made.
-  IndexBar(MainLoop& loop, Session& session, std::chrono::milliseconds interval,
-           std::function<void()> redraw);
+  enum class Shows { kIndices, kStateOnly };
+  /// Asks for the indices unless the state alone is shown.
+  IndexBar(const ViewContext& context, const Session& session, Shows shows);
 
   /// The server's clock and calendar are known: the phase is followed from now on.
   void FollowPhase();
   /// Asks again, unless an answer is being waited for.
   void Refresh();
-  /// Looks at what has gone wrong. Often enough for a person.
-  void Observe();
 
-  [[nodiscard]] ScreenHead Head(Clock::time_point now, stock::MarketStatus phase, int columns) const;
-  [[nodiscard]] bool has_data() const { return has_data_; }
-  [[nodiscard]] std::string StateText(Clock::time_point now, stock::MarketStatus phase) const;
+  /// `report` is how the data are that matter.
+  [[nodiscard]] ScreenHead Head(const FeedReport& report, stock::MarketStatus phase, int columns) const;
+  [[nodiscard]] bool has_data() const { return indices_.has_data(); }
+  [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const {
+    return indices_.Report(now, phase);
+  }
   /// The newest indices as a table, to be left on the terminal; empty before there are any.
   [[nodiscard]] std::vector<StyledLine> Table() const;
 
  private:
-  using Indices = std::vector<IndexMarketSummary>;
-
-  MainLoop& loop_;
-  Session& session_;
-  const std::function<void()> redraw_;
-  FeedHealth health_;
-  Indices indices_;
-  bool has_data_ = false;
-  std::wstring caption_;
-  std::unique_ptr<Subscription<IIndexMarket, Indices>> index_view_;
-  std::unique_ptr<Subscription<IStockMarketState, StockMarketState>> state_view_;
+  const Session& session_;
+  const Shows shows_;
+  IndexView indices_;
+  StateView phase_;
 };
 
 }  // namespace cli

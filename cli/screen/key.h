@@ -19,6 +19,8 @@ enum class KeyKind {
   kEscape,
   kBackspace,
   kDelete,
+  kWheelUp,
+  kWheelDown,
 };
 
 struct Key {

@@ -57,6 +57,11 @@ std::optional<std::size_t> ListCursor::row() const {
   return codes_.empty() ? std::nullopt : std::optional(row_);
 }
 
+std::string ListCursor::Position() const {
+  return codes_.empty() ? std::string()
+                        : "row " + std::to_string(row_ + 1) + " of " + std::to_string(codes_.size());
+}
+
 std::vector<StyledLine> ListCursor::Picture(const std::vector<StyledLine>& lines, const std::wstring& current,
                                             const ChartSize& size) {
   if (lines.empty()) {

@@ -34,6 +34,9 @@ class ListCursor {
   /// Absent when the list is empty.
   [[nodiscard]] std::optional<std::size_t> row() const;
 
+  /// "row 3 of 20"; empty when the list is.
+  [[nodiscard]] std::string Position() const;
+
   /// The header, which is the first of `lines`, and as many rows around the cursor as there is room for. The
   /// cursor's row is marked, and that of `current`.
   [[nodiscard]] std::vector<StyledLine> Picture(const std::vector<StyledLine>& lines,

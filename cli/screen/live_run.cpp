@@ -3,61 +3,65 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "c_stock_market.h"
 #include "cli/command.h"
-#include "cli/follow.h"
+#include "cli/run/main_loop.h"
+#include "cli/run/output.h"
+#include "cli/run/reference_load.h"
+#include "cli/run/terminal.h"
 #include "cli/screen/curses_display.h"
 #include "cli/screen/index_bar.h"
 #include "cli/screen/pages.h"
 #include "cli/screen/screen.h"
 #include "cli/screen/selection.h"
 #include "cli/screen/terminal_kind.h"
-#include "cli/securities.h"
-#include "cli/terminal.h"
+#include "cli/screen/view_panel.h"
+#include "cli/views/securities.h"
 
 namespace cli {
 namespace {
 
 constexpr std::chrono::milliseconds kLook(500);
 constexpr std::size_t kMostMatches = 50;
+constexpr int kViewColumns = 31;
+constexpr int kViewRows = 5;
 
 class LiveRun {
  public:
-  explicit LiveRun(const WatchOptions& options)
+  // With `shown` nothing but its views, side by side as far as there is room.
+  LiveRun(const ShowOptions& options, const Shown* shown)
       : options_(options),
+        shown_(shown),
         output_(loop_, STDOUT_FILENO),
         palette_(WantsColour(STDOUT_FILENO, options.no_color)),
-        session_(options.session),
-        bar_(loop_, session_, options.Interval(), [this] { Redraw(); }),
-        context_{loop_,
-                 [this] { Redraw(); },
+        session_(options.session, [this] { OnEvent(); }),
+        context_{{[this](std::function<void()> work) { loop_.Post(std::move(work)); }, [this] { Redraw(); },
+                  &session_.warnings(), options.Interval()},
                  [this](const Security& security) { selection_.Select(security); },
                  [this](std::string text) { Tell(std::move(text)); },
-                 &session_.log(),
-                 options.Interval(),
                  [this](std::vector<BaseInfoItem> list) { selection_.StepThrough(std::move(list)); }},
-        screen_(MakePanels(context_), Pages(), Actions()),
-        selection_(CurrentStock(), [this](const Security& security) { OnSelection(security); }) {}
+        bar_(context_.views, session_,
+             shown == nullptr ? IndexBar::Shows::kIndices : IndexBar::Shows::kStateOnly),
+        screen_(shown == nullptr ? MakePanels(context_) : std::vector<std::unique_ptr<Panel>>(),
+                shown == nullptr ? Pages() : std::vector<Page>(), Actions()),
+        selection_(Made(GetCurrentStock(), "current_stock"),
+                   [this](const Security& security) { OnSelection(security); }) {}
+  ~LiveRun() { ended_ = true; }
+  LiveRun(const LiveRun&) = delete;
+  LiveRun& operator=(const LiveRun&) = delete;
 
   int Run();
 
  private:
-  static ICurrentStock& CurrentStock() {
-    ICurrentStock* const current = GetCurrentStock();
-    if (current == nullptr) {
-      throw std::runtime_error("the current stock cannot be made");
-    }
-    return *current;
-  }
-
   ScreenActions Actions() {
     return {[this] { loop_.End(); },
             [this] { selection_.Next(); },
@@ -70,29 +74,36 @@ class LiveRun {
   void TakeTerminal();
   void LoadReference();
   void OnReference(bool loaded);
+  void OpenShown();
   void OnSelection(const Security& security);
   [[nodiscard]] Findings Find(const std::wstring& text) const;
   void Tell(std::string text);
+  void OnEvent();
   void Redraw();
   void Draw();
+  [[nodiscard]] FeedReport Report(View::Clock::time_point now, stock::MarketStatus phase) const;
   bool OnKeys();
   void Pause();
   int Leave();
 
-  const WatchOptions options_;
+  const ShowOptions options_;
+  const Shown* const shown_;
+  std::atomic<bool> announced_{false};  // an event waits to be looked at
+  std::atomic<bool> ended_{false};
   MainLoop loop_;
   Output output_;
   const Palette palette_;
   Session session_;
   bool is_dirty_ = false;
-  IndexBar bar_;
   PanelContext context_;
+  IndexBar bar_;
   Screen screen_;
   Selection selection_;
   std::unique_ptr<Terminal> terminal_;
   std::unique_ptr<CursesDisplay> display_;
   std::string not_loaded_ = "the lists are being loaded";  // why nothing can be looked up; empty: it can
   bool timed_out_ = false;
+  std::size_t views_ = 0;  // of `shown_`
 };
 
 int LiveRun::Run() {
@@ -100,7 +111,6 @@ int LiveRun::Run() {
   LoadReference();
   loop_.Every(kLook, [this] {
     output_.LookForReader();
-    bar_.Observe();
     Redraw();
   });
   loop_.Every(options_.Interval(), [this] { screen_.OnInterval(CurrentPhase()); });
@@ -124,9 +134,13 @@ void LiveRun::TakeTerminal() {
   loop_.OnSignal(SIGTSTP, [this] { loop_.Post([this] { Pause(); }); });
 }
 
+// Stepping and the finder need the lists, whatever the views do.
 void LiveRun::LoadReference() {
-  LoadReferenceData(loop_, Made(GetStockCommon(), kReferenceFeed), Needs::kLists,
+  LoadReferenceData(loop_, Made(GetStockCommon(), "stock_common"), Needs::kLists,
                     [this](bool loaded) { OnReference(loaded); });
+  if (shown_ != nullptr && shown_->needs == Needs::kNothing) {
+    loop_.Post([this] { OpenShown(); });
+  }
 }
 
 void LiveRun::OnReference(bool loaded) {
@@ -137,12 +151,33 @@ void LiveRun::OnReference(bool loaded) {
     not_loaded_ = NotLoadedText(session_);
     Tell(not_loaded_);
   }
+  if (shown_ != nullptr && (loaded || !shown_->needs_all)) {
+    OpenShown();
+  }
   bar_.FollowPhase();
   Redraw();
 }
 
+void LiveRun::OpenShown() {
+  if (views_ > 0) {
+    return;
+  }
+  std::vector<std::unique_ptr<Panel>> panels;
+  Page page{"", {}};
+  for (std::unique_ptr<View>& view : shown_->make(context_.views, *GetStockCommon())) {
+    page.columns.push_back({kViewColumns, 1, {{panels.size(), kViewRows}}});
+    panels.push_back(PanelFor(context_, std::move(view)));
+  }
+  views_ = panels.size();
+  screen_.Open(std::move(panels), {page});
+  Redraw();
+}
+
+// Several views have securities of their own.
 void LiveRun::OnSelection(const Security& security) {
-  screen_.Select(security);
+  if (shown_ == nullptr || views_ == 1) {
+    screen_.Select(security);
+  }
   Redraw();
 }
 
@@ -163,11 +198,33 @@ void LiveRun::Tell(std::string text) {
   Redraw();
 }
 
+// On any thread. What comes while one is being looked at waits for that look.
+void LiveRun::OnEvent() {
+  if (!ended_ && !announced_.exchange(true)) {
+    loop_.Post([this] {
+      announced_ = false;
+      Redraw();
+    });
+  }
+}
+
 // Whatever arrives at the same time is drawn once.
 void LiveRun::Redraw() {
   if (!std::exchange(is_dirty_, true)) {
     loop_.Post([this] { Draw(); });
   }
+}
+
+// How the figures are that the head speaks of.
+FeedReport LiveRun::Report(View::Clock::time_point now, stock::MarketStatus phase) const {
+  if (shown_ == nullptr) {
+    return bar_.Report(now, phase);
+  }
+  const std::vector<Panel*> seen = screen_.Seen();
+  if (seen.empty()) {
+    return {FeedState::kWaiting, not_loaded_.empty() ? "waiting for data" : not_loaded_};
+  }
+  return seen.front()->Report(now, phase);
 }
 
 void LiveRun::Draw() {
@@ -180,7 +237,8 @@ void LiveRun::Draw() {
   screen_.Resize(size);
   const auto now = Panel::Clock::now();
   const stock::MarketStatus phase = CurrentPhase();
-  output_.Write(display_->Difference(screen_.Picture(bar_.Head(now, phase, size.columns), now, phase), size));
+  const ScreenHead head = bar_.Head(Report(now, phase), phase, size.columns);
+  output_.Write(display_->Difference(screen_.Picture(head, now, phase), size));
 }
 
 bool LiveRun::OnKeys() {
@@ -204,12 +262,18 @@ void LiveRun::Pause() {
 }
 
 int LiveRun::Leave() {
+  const Terminal::Size terminal = terminal_->size();
+  const FeedReport report = Report(View::Clock::now(), CurrentPhase());
+  std::vector<StyledLine> newest = bar_.Table();
+  for (Panel* const panel : shown_ == nullptr ? std::vector<Panel*>() : screen_.Seen()) {
+    const auto lines = panel->Picture({terminal.columns, terminal.rows});
+    newest.insert(newest.end(), lines.begin(), lines.end());
+  }
   display_.reset();
   terminal_.reset();
-  WriteLast(STDOUT_FILENO, TextOf(bar_.Table(), palette_));
-  if (timed_out_ && !bar_.has_data()) {
-    bar_.Observe();
-    Say("nothing arrived: " + bar_.StateText(FeedHealth::Clock::now(), CurrentPhase()));
+  WriteLast(STDOUT_FILENO, TextOf(newest, palette_));
+  if (timed_out_ && newest.empty()) {
+    Say("nothing arrived: " + report.text);
     return kFailure;
   }
   return kFine;
@@ -218,11 +282,17 @@ int LiveRun::Leave() {
 }  // namespace
 
 bool CanShowLiveScreen() {
-  return CanBeRedrawn() && KnowsTerminalKind();
+  const char* const kind = std::getenv("TERM");
+  return isatty(STDOUT_FILENO) == 1 && kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0 &&
+         KnowsTerminalKind();
 }
 
-int RunLiveScreen(const WatchOptions& options) {
-  return LiveRun(options).Run();
+int RunLiveScreen(const ShowOptions& options) {
+  return LiveRun(options, nullptr).Run();
+}
+
+int RunViewsOnScreen(const ShowOptions& options, const Shown& shown) {
+  return LiveRun(options, &shown).Run();
 }
 
 }  // namespace cli

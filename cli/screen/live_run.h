@@ -2,7 +2,7 @@
 // and the end by key, time or signal. Main thread only.
 #pragma once
 
-#include "cli/options.h"
+#include "cli/run/show.h"
 
 namespace cli {
 
@@ -10,6 +10,9 @@ namespace cli {
 [[nodiscard]] bool CanShowLiveScreen();
 
 /// Runs the live screen until the person has had enough. Returns an exit code.
-[[nodiscard]] int RunLiveScreen(const WatchOptions& options);
+[[nodiscard]] int RunLiveScreen(const ShowOptions& options);
+
+/// The same with nothing but the views that are shown. Returns an exit code.
+[[nodiscard]] int RunViewsOnScreen(const ShowOptions& options, const Shown& shown);
 
 }  // namespace cli

@@ -1,20 +1,16 @@
 #include "cli/screen/pages.h"
 
-#include "cli/plot/axes.h"
-#include "cli/screen/panels/board_panel.h"
-#include "cli/screen/panels/breadth_panels.h"
-#include "cli/screen/panels/events_panel.h"
-#include "cli/screen/panels/flow_panel.h"
-#include "cli/screen/panels/kline_panel.h"
-#include "cli/screen/panels/minute_line_panel.h"
-#include "cli/screen/panels/quote_panel.h"
-#include "cli/screen/panels/ranking_panels.h"
-#include "cli/screen/panels/watch_list_panel.h"
+#include <utility>
+
+#include "cli/screen/view_panel.h"
+#include "cli/views/market_views.h"
 
 namespace cli {
 namespace {
 
 using MakePanel = std::unique_ptr<Panel> (*)(PanelContext&);
+
+constexpr std::int32_t kRankedRows = 30;
 
 enum PanelNumber : std::size_t {
   kBoard,
@@ -29,13 +25,50 @@ enum PanelNumber : std::size_t {
   kStrength,
   kDistribution,
   kMoneyEffect,
+  kPlates,
 };
 
+ListChoice ChoiceOf(Choices columns) {
+  ListChoice choice;
+  choice.order.columns = columns;
+  return choice;
+}
+
 // In the order of their numbers.
-constexpr MakePanel kPanels[] = {&MakeBoardPanel,     &MakeQuotePanel,        &MakeMinuteLinePanel,
-                                 &MakeKLinePanel,     &MakeStockRankingPanel, &MakePlateRankingPanel,
-                                 &MakeWatchListPanel, &MakeEventsPanel,       &MakeFlowPanel,
-                                 &MakeStrengthPanel,  &MakeDistributionPanel, &MakeMoneyEffectPanel};
+constexpr MakePanel kPanels[] = {
+    &MakeBoardPanel,
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ViewPanel>(context, std::make_unique<QuoteView>(context.views));
+    },
+    &MakeMinuteLinePanel,
+    &MakeKLinePanel,
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ListPanel>(
+          context,
+          std::make_unique<StockRankingView>(context.views, ChoiceOf(StockColumns()), kRankedRows, false));
+    },
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ListPanel>(
+          context, std::make_unique<PlateRankingView>(context.views, ChoiceOf(PlateColumns()), kRankedRows));
+    },
+    &MakeWatchListPanel,
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ListPanel>(context,
+                                         std::make_unique<EventsView>(context.views, 0, std::nullopt));
+    },
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ViewPanel>(context, std::make_unique<FlowView>(context.views));
+    },
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ChartPanel>(context, MakeStrengthView(context.views, 0));
+    },
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ViewPanel>(context, std::make_unique<DistributionView>(context.views, 0));
+    },
+    [](PanelContext& context) -> std::unique_ptr<Panel> {
+      return std::make_unique<ChartPanel>(context, MakeEffectView(context.views, 0));
+    },
+    &MakePlatesPanel};
 
 // 80 columns hold the first two side by side; charts fit into all but that of the order book.
 constexpr int kMainColumns = 46;
@@ -43,7 +76,7 @@ constexpr int kBookColumns = 31;
 constexpr int kMoreColumns = 56;
 constexpr int kListRows = 9;
 constexpr int kChartRows = kLeastChart.rows + 2;
-constexpr int kBookRows = 16;
+constexpr int kBookRows = 10;  // the rest is scrolled
 
 }  // namespace
 
@@ -74,7 +107,9 @@ std::vector<Page> Pages() {
        {{kMainColumns, 2, {{kWatchList, kListRows}}}, book, {kMoreColumns, 1, {minutes, events, flow}}}},
       {"events", {{kMoreColumns, 1, {events, flow}}, book, {kMainColumns, 1, {minutes}}}},
       {"breadth", {{kMainColumns, 2, {strength, effect}}, {kBookColumns, 1, {{kDistribution, kChartRows}}}}},
-      {"effect", {{kMainColumns, 3, {effect, strength}}, book}}};
+      {"effect", {{kMainColumns, 3, {effect, strength}}, book}},
+      {"plates",
+       {{kMainColumns, 2, {{kPlates, kListRows}}}, book, {kMoreColumns, 1, {minutes, events, flow}}}}};
 }
 
 }  // namespace cli

@@ -1,6 +1,5 @@
-// One part of the live screen: what a view is in a client with windows. A panel holds the views of its feed,
-// keeps the newest data and draws them; where it stands, when it is seen and which keys it gets is decided
-// around it. Main thread only.
+// One part of the live screen: a view, drawn, with keys of its own. Where it stands, when it is seen and
+// which keys it gets is decided around it. Main thread only.
 #pragma once
 
 #include <chrono>
@@ -9,20 +8,14 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/feed_health.h"
 #include "cli/format/table.h"
-#include "cli/log_tail.h"
-#include "cli/main_loop.h"
 #include "cli/plot/axes.h"
 #include "cli/screen/key.h"
-#include "cli/securities.h"
+#include "cli/views/securities.h"
+#include "cli/views/view.h"
 #include "host/calendar.h"
 
 namespace cli {
-
-/// How a panel's data are. Nothing on the screen is empty without one of these saying why.
-using PanelState = FeedState;
-using PanelReport = FeedReport;
 
 /// "s" "next column to order by" and the like, for the line of keys.
 struct KeyHint {
@@ -32,12 +25,9 @@ struct KeyHint {
 
 /// What a panel may use of the screen around it. Outlives the panel.
 struct PanelContext {
-  MainLoop& loop;
-  std::function<void()> redraw;                 ///< something of the picture has changed
+  ViewContext views;                            ///< what the views stand on
   std::function<void(const Security&)> select;  ///< makes it the current security
   std::function<void(std::string)> tell;        ///< a line for the person at the screen
-  const LogTail* log = nullptr;                 ///< read by the screen; null: there is none
-  std::chrono::milliseconds interval{3000};     ///< at which the screen refreshes while the market is open
   /// What "next" and "previous" step through from now on: the list that the panel shows, in its order.
   std::function<void(std::vector<BaseInfoItem>)> step_through = [](auto) {};
 };
@@ -66,11 +56,16 @@ class Panel {
   /// True when the service polls in seconds by itself, so that the screen's interval leaves it alone.
   [[nodiscard]] virtual bool PollsItself() const = 0;
 
+  /// Where a person stands in what is longer than the room for it, "row 37 of 5,299"; empty: nowhere.
+  [[nodiscard]] virtual std::string Position() const { return {}; }
+  /// What the panel has in its columns, by name, for those who want to have them explained.
+  [[nodiscard]] virtual std::vector<std::string> ColumnNames() const { return {}; }
+
   /// True when the panel had a use for `key`; the screen looks at the others.
   virtual bool OnKey(const Key& /*key*/) { return false; }
   [[nodiscard]] virtual std::vector<KeyHint> Keys() const { return {}; }
 
-  [[nodiscard]] virtual PanelReport Report(Clock::time_point now, stock::MarketStatus phase) const = 0;
+  [[nodiscard]] virtual FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const = 0;
 
   /// The data in at most `size`, without title and state, which stand around it.
   [[nodiscard]] virtual std::vector<StyledLine> Picture(const ChartSize& size) = 0;

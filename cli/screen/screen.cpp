@@ -6,7 +6,8 @@
 
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
-#include "cli/state_line.h"
+#include "cli/format/words.h"
+#include "cli/screen/state_line.h"
 
 namespace cli {
 namespace {
@@ -18,23 +19,46 @@ constexpr int kFinderRows = 12;
 constexpr int kHelpKeysWidth = 22;
 constexpr char32_t kEndOfInput = U'\x04';
 
-constexpr KeyHint kOwnKeys[] = {{"1 to 9", "page"},
-                                {"Tab, Shift-Tab", "the next panel, the one before: it has the keys"},
-                                {"n, p", "next and previous security of the list"},
-                                {"/", "look for a security by code, name or pinyin"},
-                                {"r", "ask again now"},
-                                {"?", "these keys; any key closes them"},
-                                {"q, Ctrl-C", "quit"}};
+constexpr KeyHint kOwnKeys[] = {
+    {"1 to 9", "page"},
+    {"Tab, Shift-Tab", "the next panel, the one before: it has the keys"},
+    {"n, p", "next and previous security of the list"},
+    {"/", "look for a security by code, name or pinyin"},
+    {"r", "ask again now"},
+    {"j k g G", "down, up, first, last"},
+    {"?", "these keys and what the columns say; ↑↓ scroll, any other key closes them"},
+    {"q, Ctrl-C", "quit"}};
 
-StyledLine TitleLine(const std::string& title, bool has_keys, int columns) {
+StyledLine TitleLine(const std::string& title, const std::string& position, bool has_keys, int columns) {
   StyledLine line = {{has_keys ? "▸ " : "  ", Tone::kStrong},
                      {title, has_keys ? Tone::kStrong : Tone::kPlain}};
+  const int left = columns - DisplayWidth(line);
+  const bool fits = !position.empty() && left >= DisplayWidth(position) + 3;
   std::string rule = " ";
-  for (int width = DisplayWidth(line) + 1; width < columns; ++width) {
+  for (int width = fits ? DisplayWidth(position) + 2 : 1; width < left; ++width) {
     rule += "─";
   }
   line.push_back({rule, Tone::kDim});
+  if (fits) {
+    line.push_back({" " + position, Tone::kDim});
+  }
   return line;
+}
+
+// What a panel that does not know a letter may know as a key.
+Key Plain(const Key& key) {
+  switch (key.kind == KeyKind::kCharacter ? key.character : U'\0') {
+    case U'j':
+      return {KeyKind::kDown};
+    case U'k':
+      return {KeyKind::kUp};
+    case U'g':
+      return {KeyKind::kHome};
+    case U'G':
+      return {KeyKind::kEnd};
+    default:
+      return key;
+  }
 }
 
 void AddHints(std::vector<StyledLine>& lines, const std::string& title, std::span<const KeyHint> hints) {
@@ -54,6 +78,24 @@ void Screen::Resize(const ChartSize& size) {
     size_ = size;
     Arrange();
   }
+}
+
+void Screen::Open(std::vector<std::unique_ptr<Panel>> panels, std::vector<Page> pages) {
+  shown_.clear();
+  placed_.clear();
+  panels_ = std::move(panels);
+  pages_ = std::move(pages);
+  page_ = 0;
+  focus_ = 0;
+  Arrange();
+}
+
+std::vector<Panel*> Screen::Seen() const {
+  std::vector<Panel*> seen;
+  for (const PlacedPart& part : placed_) {
+    seen.push_back(panels_[part.panel].get());
+  }
+  return seen;
 }
 
 void Screen::Turn(std::size_t page) {
@@ -76,7 +118,7 @@ Area Screen::Room() const {
 // Hidden before shown: a panel that comes into sight finds nobody left who asks in vain.
 void Screen::Arrange() {
   placed_.clear();
-  if (!is_too_small() && !helps_) {
+  if (!is_too_small() && !helps_ && page_ < pages_.size()) {
     placed_ = Place(pages_[page_], Room());
   }
   std::set<std::size_t> seen;
@@ -144,12 +186,20 @@ void Screen::OnKey(const Key& key) {
   if (OnOverlayKey(key)) {
     return;
   }
-  if (shown_.count(focus_) == 0 || !panels_[focus_]->OnKey(key)) {
-    OnOwnKey(key);
+  const bool has_panel = shown_.count(focus_) > 0;
+  if (has_panel &&
+      (panels_[focus_]->OnKey(key) || (Plain(key) != key && panels_[focus_]->OnKey(Plain(key))))) {
+    return;
   }
+  OnOwnKey(key);
 }
 
 bool Screen::OnOverlayKey(const Key& key) {
+  if (helps_ && (Plain(key).kind == KeyKind::kUp || Plain(key).kind == KeyKind::kDown)) {
+    help_first_ += Plain(key).kind == KeyKind::kDown ? 1 : 0;
+    help_first_ -= Plain(key).kind == KeyKind::kUp ? std::min<std::size_t>(help_first_, 1) : 0;
+    return true;
+  }
   if (helps_) {
     helps_ = false;
     Arrange();
@@ -204,7 +254,8 @@ void Screen::OnOwnKey(const Key& key) {
       }
       break;
     case U'?':
-      helps_ = !is_too_small();
+      helps_ = !is_too_small() && !panels_.empty();
+      help_first_ = 0;
       Arrange();
       break;
     default:
@@ -221,7 +272,8 @@ std::vector<StyledLine> Screen::PartOf(const PlacedPart& part, Panel::Clock::tim
   const ChartSize inside{part.area.columns, std::max(part.area.rows - kAroundPicture, 0)};
   std::vector<StyledLine> lines = panel.Picture(inside);
   lines.resize(static_cast<std::size_t>(inside.rows));
-  lines.insert(lines.begin(), TitleLine(panel.Title(), part.panel == focus_, part.area.columns));
+  lines.insert(lines.begin(),
+               TitleLine(panel.Title(), panel.Position(), part.panel == focus_, part.area.columns));
   lines.push_back(StateLine(panel.Report(now, phase)));
   for (StyledLine& line : lines) {
     line = Fitted(line, part.area.columns);
@@ -246,21 +298,44 @@ std::vector<StyledLine> Screen::Body(Panel::Clock::time_point now, stock::Market
   if (finder_) {
     const ChartSize size{room.columns, std::min(kFinderRows, room.rows)};
     std::vector<StyledLine> lines = finder_->Picture(size);
-    lines.push_back(TitleLine("", false, room.columns));
+    lines.push_back(TitleLine("", "", false, room.columns));
     std::copy(lines.begin(), lines.begin() + std::min<std::ptrdiff_t>(std::ssize(lines), room.rows),
               body.begin());
   }
   return body;
 }
 
-std::vector<StyledLine> Screen::Help() const {
+std::vector<StyledLine> Screen::HelpLines() const {
   std::vector<StyledLine> lines;
   AddHints(lines, "Keys", kOwnKeys);
-  const std::vector<KeyHint> keys = panels_[focus_]->Keys();
+  const Panel& panel = *panels_[focus_];
+  const std::vector<KeyHint> keys = panel.Keys();
   if (!keys.empty()) {
-    AddHints(lines, panels_[focus_]->Title(), keys);
+    AddHints(lines, panel.Title(), keys);
   }
-  lines.resize(static_cast<std::size_t>(Room().rows));
+  std::vector<StyledLine> columns;
+  for (const std::string& name : panel.ColumnNames()) {
+    if (const std::string_view meaning = MeaningOf(name); !meaning.empty()) {
+      columns.push_back({{"  " + Pad(LabelOf(name), kHelpKeysWidth, Align::kLeft)}, {std::string(meaning)}});
+    }
+  }
+  if (!columns.empty()) {
+    lines.push_back({{"Columns", Tone::kStrong}});
+    lines.insert(lines.end(), columns.begin(), columns.end());
+  }
+  return lines;
+}
+
+std::vector<StyledLine> Screen::Help() {
+  std::vector<StyledLine> lines = HelpLines();
+  const auto room = static_cast<std::size_t>(Room().rows);
+  help_first_ = std::min(help_first_, lines.size() - std::min(lines.size(), room));
+  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(help_first_));
+  const bool has_more = lines.size() > room;
+  lines.resize(room);
+  if (has_more) {
+    lines.back() = {{"  ↓ more", Tone::kDim}};
+  }
   return lines;
 }
 
@@ -283,7 +358,7 @@ StyledLine Screen::HintLine() const {
 
 StyledLine Screen::PageLine() const {
   StyledLine line;
-  for (std::size_t i = 0; i < pages_.size(); ++i) {
+  for (std::size_t i = 0; i < pages_.size() && pages_.size() > 1; ++i) {
     const std::string page = std::to_string(i + 1) + " " + std::string(pages_[i].name);
     line.push_back(i == page_ ? Cell{"[" + page + "]", Tone::kStrong} : Cell{" " + page, Tone::kDim});
   }

@@ -44,6 +44,10 @@ class Screen {
   /// Panels that are in sight from now on are shown, those that no longer are hidden.
   void Resize(const ChartSize& size);
   void Turn(std::size_t page);
+  /// Other panels and pages take the place of those that there are.
+  void Open(std::vector<std::unique_ptr<Panel>> panels, std::vector<Page> pages);
+  /// The panels that are seen.
+  [[nodiscard]] std::vector<Panel*> Seen() const;
   /// Tells every panel what the current security is.
   void Select(const Security& security);
   void OnKey(const Key& key);
@@ -67,7 +71,8 @@ class Screen {
   [[nodiscard]] std::vector<StyledLine> PartOf(const PlacedPart& part, Panel::Clock::time_point now,
                                                stock::MarketStatus phase);
   [[nodiscard]] std::vector<StyledLine> Body(Panel::Clock::time_point now, stock::MarketStatus phase);
-  [[nodiscard]] std::vector<StyledLine> Help() const;
+  [[nodiscard]] std::vector<StyledLine> HelpLines() const;
+  [[nodiscard]] std::vector<StyledLine> Help();
   [[nodiscard]] StyledLine HintLine() const;
   [[nodiscard]] StyledLine PageLine() const;
   [[nodiscard]] Area Room() const;
@@ -75,8 +80,8 @@ class Screen {
     return size_.columns < kLeast.columns || size_.rows < kLeast.rows;
   }
 
-  const std::vector<std::unique_ptr<Panel>> panels_;
-  const std::vector<Page> pages_;
+  std::vector<std::unique_ptr<Panel>> panels_;
+  std::vector<Page> pages_;
   const ScreenActions actions_;
   ChartSize size_{0, 0};
   std::size_t page_ = 0;
@@ -85,6 +90,7 @@ class Screen {
   std::size_t focus_ = 0;  // number of a panel; of one that is seen if any is
   std::optional<Finder> finder_;
   bool helps_ = false;
+  std::size_t help_first_ = 0;  // line of the help that is seen first
   std::string told_;
   stock::MarketStatus phase_ = stock::kMarketUnknown;  // at the latest interval
   bool asks_once_more_ = false;

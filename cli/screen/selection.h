@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "cli/securities.h"
+#include "cli/views/securities.h"
 #include "quotes/current_stock.h"
 
 namespace cli {

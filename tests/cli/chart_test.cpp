@@ -219,7 +219,7 @@ TEST(MinuteChart, fitsTheWidthThatItIsGiven) {
       }
     }
   }
-  EXPECT_EQ(ChartOf(line, {1, 1}), ChartOf(line, {40, 12}));
+  EXPECT_EQ(ChartOf(line, {1, 1}), ChartOf(line, {40, 8}));
 }
 
 TEST(MinuteChart, showsSeveralDaysSideBySide) {
@@ -297,24 +297,24 @@ KLineCandle CandleOf(std::uint32_t date, double open, double close) {
 }
 
 TEST(CandleChart, drawsARiseHollow) {
-  const Rows rows = TextsOf(CandleChart({CandleOf(20240315, 12, 16)}, {{"title"}}, {40, 16}));
+  const Rows rows = TextsOf(CandleChart({CandleOf(20240315, 12, 16)}, {{40, 16}, {{"title"}}}));
   EXPECT_EQ(rows[0], "title");
   EXPECT_EQ(ColumnOf(rows, kFirstCandle, 1, 9), "╷│╽║║║║││");
 }
 
 TEST(CandleChart, drawsAFallFull) {
-  const Rows rows = TextsOf(CandleChart({CandleOf(20240315, 16, 12)}, {{"title"}}, {40, 16}));
+  const Rows rows = TextsOf(CandleChart({CandleOf(20240315, 16, 12)}, {{40, 16}, {{"title"}}}));
   EXPECT_EQ(ColumnOf(rows, kFirstCandle, 1, 9), "╷│╽┃┃┃┃││");
 }
 
 TEST(CandleChart, drawsADayWithoutABody) {
-  const Rows rows = TextsOf(CandleChart({CandleOf(20240315, 14, 14)}, {{"title"}}, {40, 16}));
+  const Rows rows = TextsOf(CandleChart({CandleOf(20240315, 14, 14)}, {{40, 16}, {{"title"}}}));
   EXPECT_EQ(ColumnOf(rows, kFirstCandle, 1, 9), "╷│││╽││││");
 }
 
 TEST(CandleChart, paintsRisesRedAndFallsGreen) {
   const auto tone_at_top = [](double open, double close) {
-    return CandleChart({CandleOf(20240315, open, close)}, {}, {40, 16})[2].back().tone;
+    return CandleChart({CandleOf(20240315, open, close)}, {{40, 16}, {}})[2].back().tone;
   };
   EXPECT_EQ(tone_at_top(12, 16), Tone::kRise);
   EXPECT_EQ(tone_at_top(16, 12), Tone::kFall);
@@ -325,7 +325,7 @@ TEST(CandleChart, paintsRisesRedAndFallsGreen) {
 TEST(CandleChart, labelsPricesAndVolumeAndDates) {
   KLineCandle last = CandleOf(20240315, 12, 16);
   last.volume = 123456;
-  const Rows rows = TextsOf(CandleChart({CandleOf(20240314, 12, 16), last}, {}, {60, 16}));
+  const Rows rows = TextsOf(CandleChart({CandleOf(20240314, 12, 16), last}, {{60, 16}, {}}));
   EXPECT_NE(rows[1].find("18.00 ┤"), std::string::npos) << rows[1];
   EXPECT_NE(rows[5].find("14.00 ┤"), std::string::npos) << rows[5];
   EXPECT_NE(rows[9].find("10.00 ┤"), std::string::npos) << rows[9];
@@ -343,7 +343,7 @@ TEST(CandleChart, showsTheNewestCandles) {
   std::sort(candles.begin(), candles.end(), [](const auto& a, const auto& b) { return a.date < b.date; });
   const ChartSize size{40, 16};  // 28 columns of candles
   EXPECT_EQ(CandlesThatFit(size), 14U);
-  const Rows rows = TextsOf(CandleChart(candles, {}, size));
+  const Rows rows = TextsOf(CandleChart(candles, {size, {}}));
   EXPECT_NE(rows[15].find("2024-03-01"), std::string::npos) << rows[15];
   EXPECT_EQ(rows[15].find("2024-02"), std::string::npos) << rows[15];
   EXPECT_EQ(CellsOf(rows[4]).size(), 40U) << rows[4];
@@ -356,7 +356,7 @@ TEST(CandleChart, fitsTheWidthThatItIsGiven) {
     for (const std::size_t count : {1U, 7U, 100U, 500U}) {
       const std::vector<KLineCandle> some(candles.begin(),
                                           candles.begin() + static_cast<std::ptrdiff_t>(count));
-      const Rows rows = TextsOf(CandleChart(some, {}, {columns, 24}));
+      const Rows rows = TextsOf(CandleChart(some, {{columns, 24}, {}}));
       EXPECT_EQ(rows.size(), 24U);
       for (const std::string& row : rows) {
         EXPECT_LE(DisplayWidth(row), columns) << count << ": " << row;
@@ -366,12 +366,12 @@ TEST(CandleChart, fitsTheWidthThatItIsGiven) {
 }
 
 TEST(CandleChart, survivesEveryFigure) {
-  EXPECT_EQ(CandleChart({}, {}, {80, 24}).size(), 24U);
+  EXPECT_EQ(CandleChart({}, {{80, 24}, {}}).size(), 24U);
   for (const double price : {0.0, -1.0, 1e300, kNaN, kInfinity, -kInfinity}) {
     KLineCandle odd = CandleOf(20160101, price, 12);
-    EXPECT_EQ(CandleChart({odd, CandleOf(20240315, 12, 16)}, {}, {80, 24}).size(), 24U) << price;
+    EXPECT_EQ(CandleChart({odd, CandleOf(20240315, 12, 16)}, {{80, 24}, {}}).size(), 24U) << price;
     odd = {0, price, price, price, price, price, std::numeric_limits<std::uint64_t>::max(), price, price};
-    EXPECT_EQ(CandleChart({odd, CandleOf(20240315, 12, 16)}, {}, {80, 24}).size(), 24U) << price;
+    EXPECT_EQ(CandleChart({odd, CandleOf(20240315, 12, 16)}, {{80, 24}, {}}).size(), 24U) << price;
   }
 }
 

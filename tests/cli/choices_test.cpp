@@ -1,11 +1,13 @@
 // Options whose values are names, and ranges of rows.
-#include "cli/choices.h"
+#include "cli/views/choices.h"
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
-#include "cli/row_range.h"
+#include "cli/commands/options.h"
+#include "cli/views/row_range.h"
 
 namespace cli {
 namespace {
@@ -26,6 +28,7 @@ TEST(Choices, knowNamesAndNumbers) {
   EXPECT_EQ(NameOf(kColours, 7), "red");
   EXPECT_EQ(NameOf(kColours, 1), "");
   EXPECT_EQ(NumberOf(kColours, "green"), 2);
+  EXPECT_EQ(NumberOf(kColours, "blue"), std::nullopt);
 }
 
 TEST(Choices, listThemselvesForHelp) {
@@ -34,11 +37,11 @@ TEST(Choices, listThemselvesForHelp) {
 
 TEST(Choices, fillAnOption) {
   Form form;
-  std::uint32_t colour = 7;
+  int colour = 7;
   AddChoice(form, "--colour", kColours, "which", colour);
-  EXPECT_EQ(colour, 7U);
+  EXPECT_EQ(colour, 7);
   EXPECT_EQ(ErrorOf(form, "green"), "");
-  EXPECT_EQ(colour, 2U);
+  EXPECT_EQ(colour, 2);
 }
 
 TEST(Choices, nameTheRightOnesForAWrongOne) {
@@ -81,8 +84,8 @@ TEST(Rows, areWrittenAsTheyAreRead) {
 
 TEST(Rows, fillAnOption) {
   Form form;
-  RowRange rows;
-  AddRowsOption(form, rows);
+  std::optional<RowRange> rows;
+  AddRowsOption(form, rows, RowRange());
   EXPECT_EQ(ErrorOf(form, "20:40"), "");
   EXPECT_EQ(rows, (RowRange{20, 40}));
   EXPECT_EQ(ErrorOf(form, "40").rfind("\"40\" is no range: A:B", 0), 0U);

@@ -31,12 +31,30 @@ TEST(CsvField, replacesWhatIsNoText) {
   EXPECT_EQ(CsvField(std::string_view("a\xff")), "a\xef\xbf\xbd");
 }
 
-TEST(CsvField, keepsEveryDigitOfANumber) {
+TEST(CsvField, writesFiguresInDecimalDigits) {
   EXPECT_EQ(CsvField(0.1), "0.1");
   EXPECT_EQ(CsvField(-3.5), "-3.5");
-  EXPECT_EQ(std::stod(CsvField(1.0 / 3)), 1.0 / 3);
+  EXPECT_EQ(CsvField(12.0), "12");
+  EXPECT_EQ(CsvField(0.0), "0");
+  EXPECT_EQ(CsvField(12345678901.37), "12345678901.37");
   EXPECT_EQ(CsvField(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615");
   EXPECT_EQ(CsvField(std::int32_t{-7}), "-7");
+}
+
+// A change of five fen was 0.04999999999999982.
+TEST(CsvField, leavesOutWhatBinaryFractionsAdd) {
+  EXPECT_EQ(CsvField(4.35 - 4.3), "0.05");
+  EXPECT_EQ(CsvField(0.1 + 0.2), "0.3");
+  EXPECT_EQ(CsvField(1e-9), "0");
+  EXPECT_EQ(CsvField(-1e-9), "0");
+  EXPECT_EQ(CsvField(static_cast<double>(3.35F)), "3.35");
+}
+
+TEST(CsvField, isEmptyForWhatIsNotThere) {
+  EXPECT_EQ(CsvField(TickField<double>{1.5, true, 1}), "1.5");
+  EXPECT_EQ(CsvField(TickField<double>{1.5, false, 1}), "");
+  EXPECT_EQ(CsvField(TrendValue{2.5, true, 0}), "2.5");
+  EXPECT_EQ(CsvField(TrendValue{2.5, false, 0}), "");
 }
 
 TEST(CsvField, isEmptyForWhatIsNoNumber) {
@@ -47,10 +65,10 @@ TEST(CsvField, isEmptyForWhatIsNoNumber) {
 TEST(CsvLine, hasAFieldForEachMember) {
   EXPECT_EQ(CsvHeader(kKLineCandleTable), "date,preclose,open,high,close,low,volume,amount,turnover");
   EXPECT_EQ(CsvLine(kKLineCandleTable, {20240315, 10.1, 10.2, 10.9, 10.5, 10, 123, 1290.5, 0.25}),
-            "20240315,10.1,10.2,10.9,10.5,10,123,1290.5,0.25");
+            "2024-03-15,10.1,10.2,10.9,10.5,10,123,1290.5,0.25");
   EXPECT_EQ(CsvHeader(kMinutePointTable), "time,price,volume,amount,qrr,change,change_rate,avg_price");
   EXPECT_EQ(CsvLine(kMinutePointTable, {931, 10.5, 7, 73.5, 1.2, 0.4, 3.96, 10.49}),
-            "931,10.5,7,73.5,1.2,0.4,3.96,10.49");
+            "09:31,10.5,7,73.5,1.2,0.4,3.96,10.49");
 }
 
 }  // namespace

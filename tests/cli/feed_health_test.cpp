@@ -1,5 +1,5 @@
 // What is said about a feed, for every state that it can be in.
-#include "cli/feed_health.h"
+#include "cli/views/feed_health.h"
 
 #include <gtest/gtest.h>
 
@@ -49,18 +49,18 @@ TEST(FeedHealth, figuresThatStandStillAreUnchangedSinceTheirTime) {
   FeedHealth health(seconds(3));
   health.OnUpdate(kStart);
   health.OnChange(kStart, kHalfPastTen);
-  health.OnUpdate(kStart + seconds(6));
-  EXPECT_EQ(health.Report(kStart + seconds(7), kOpen).text, "live");
   health.OnUpdate(kStart + seconds(9));
-  const FeedReport report = health.Report(kStart + seconds(10), kOpen);
+  EXPECT_EQ(health.Report(kStart + seconds(10), kOpen).text, "live");
+  health.OnUpdate(kStart + seconds(12));
+  const FeedReport report = health.Report(kStart + seconds(13), kOpen);
   EXPECT_EQ(report.state, FeedState::kUnchanged);
   EXPECT_EQ(report.text, "unchanged since 10:30:00");
   for (const auto phase : {stock::kMarketPreparing, stock::kMarketCallAuction, stock::kMarketLunchBreak}) {
-    EXPECT_EQ(health.Report(kStart + seconds(10), phase).text, "live");
+    EXPECT_EQ(health.Report(kStart + seconds(13), phase).text, "live");
   }
-  health.OnChange(kStart + seconds(12), kHalfPastTen + 12);
-  health.OnUpdate(kStart + seconds(12));
-  EXPECT_EQ(health.Report(kStart + seconds(13), kOpen).text, "live");
+  health.OnChange(kStart + seconds(15), kHalfPastTen + 15);
+  health.OnUpdate(kStart + seconds(15));
+  EXPECT_EQ(health.Report(kStart + seconds(16), kOpen).text, "live");
 }
 
 TEST(FeedHealth, saysWhyTheDataAreStale) {

@@ -1,5 +1,5 @@
 // The main loop and the output, each in a process of its own where signals play.
-#include "cli/main_loop.h"
+#include "cli/run/main_loop.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "cli/output.h"
+#include "cli/run/output.h"
 #include "cli/temporary_directory.h"
 
 namespace cli {

@@ -1,5 +1,5 @@
-// What the panels of the live screen are made of: the cursor of a list, the keys of its order, pictures in
-// little room, and the words above and in place of pictures.
+// What the panels of the live screen are made of: the cursor of a list, pictures in little
+// room, and the words above and in place of pictures.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -12,8 +12,7 @@
 #include "cli/plot/market_charts.h"
 #include "cli/screen/list_cursor.h"
 #include "cli/screen/picture.h"
-#include "cli/screen/sort_keys.h"
-#include "cli/vocabulary.h"
+#include "cli/views/vocabulary.h"
 #include "host/clock.h"
 #include "panel_surroundings.h"
 
@@ -144,40 +143,6 @@ TEST_F(ListCursorTest, fitsIntoAnyRoom) {
   }
 }
 
-// --- the order of a list
-
-TEST(ChangeOrder, goesThroughTheColumnsAndRoundTheirEnds) {
-  SortOptions sort;
-  sort.columns = PlateColumns();
-  sort.column = 5;  // diff, whose neighbours have other numbers than 4 and 6
-  EXPECT_TRUE(ChangeOrder(sort, Typed(U's')));
-  EXPECT_EQ(sort.Title(), "by tr, descending");
-  EXPECT_TRUE(ChangeOrder(sort, Typed(U'S')));
-  EXPECT_EQ(sort.Title(), "by diff, descending");
-  sort.column = 23;
-  EXPECT_TRUE(ChangeOrder(sort, Typed(U's')));
-  EXPECT_EQ(sort.Title(), "by code, descending");
-  EXPECT_TRUE(ChangeOrder(sort, Typed(U'S')));
-  EXPECT_EQ(sort.Title(), "by cud, descending");
-}
-
-TEST(ChangeOrder, turnsTheDirection) {
-  SortOptions sort;
-  sort.columns = StockColumns();
-  EXPECT_TRUE(ChangeOrder(sort, Typed(U'd')));
-  EXPECT_EQ(sort.Title(), "by change, ascending");
-  EXPECT_TRUE(ChangeOrder(sort, Typed(U'd')));
-  EXPECT_EQ(sort.Title(), "by change, descending");
-}
-
-TEST(ChangeOrder, leavesOtherKeysAlone) {
-  SortOptions sort;
-  sort.columns = StockColumns();
-  EXPECT_FALSE(ChangeOrder(sort, Typed(U'x')));
-  EXPECT_FALSE(ChangeOrder(sort, {KeyKind::kEnter}));
-  EXPECT_EQ(sort.Title(), "by change, descending");
-}
-
 TEST(SeriesText, namesPeriodAndAdjustment) {
   EXPECT_EQ(SeriesText(1, 1), "by day");
   EXPECT_EQ(SeriesText(2, 2), "by week, adjusted forward");
@@ -205,8 +170,8 @@ TEST(ChartIn, drawsWhereThereIsRoom) {
 
 TEST(ChartIn, leavesTheFiguresWhereThereIsNoRoom) {
   const auto draw = [](const ChartSize&) { return Lines(11); };
-  EXPECT_EQ(TextsOf(ChartIn({50, 11}, draw)), (Texts{"head", "the chart takes 40 columns and 12 rows"}));
-  EXPECT_EQ(TextsOf(ChartIn({39, 20}, draw)), (Texts{"head", "the chart takes 40 columns and 12 rows"}));
+  EXPECT_EQ(TextsOf(ChartIn({50, 7}, draw)), (Texts{"head", "the chart takes 40 columns and 8 rows"}));
+  EXPECT_EQ(TextsOf(ChartIn({39, 20}, draw)), (Texts{"head", "the chart takes 40 columns and 8 rows"}));
   EXPECT_EQ(TextsOf(ChartIn({39, 1}, draw)), Texts{"head"});
 }
 

@@ -8,7 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "cli/run/main_loop.h"
 #include "cli/screen/panel.h"
+#include "cli/views/warnings.h"
 
 namespace tests {
 
@@ -17,10 +19,13 @@ struct PanelSurroundings {
   int redraws = 0;
   std::vector<cli::Security> selected;
   std::vector<std::string> told;
-  cli::PanelContext context{.loop = loop,
-                            .redraw = [this] { ++redraws; },
-                            .select = [this](const cli::Security& security) { selected.push_back(security); },
-                            .tell = [this](std::string text) { told.push_back(std::move(text)); }};
+  cli::Warnings warnings;
+  cli::PanelContext context{
+      .views = {.post = [this](std::function<void()> work) { loop.Post(std::move(work)); },
+                .changed = [this] { ++redraws; },
+                .warnings = &warnings},
+      .select = [this](const cli::Security& security) { selected.push_back(security); },
+      .tell = [this](std::string text) { told.push_back(std::move(text)); }};
 
   /// Does the work that was handed to the loop so far.
   void RunPosted() {

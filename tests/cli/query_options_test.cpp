@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "cli/date_option.h"
+#include "cli/commands/options.h"
 #include "cli/format/text.h"
-#include "cli/securities.h"
-#include "cli/trading_days.h"
+#include "cli/views/securities.h"
+#include "cli/views/trading_days.h"
 #include "host/clock.h"
 
 namespace cli {

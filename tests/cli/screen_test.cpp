@@ -34,13 +34,13 @@ class FakePanel final : public Panel {
     return false;
   }
   std::vector<KeyHint> Keys() const override { return {{"x", "does something"}}; }
-  PanelReport Report(Clock::time_point, stock::MarketStatus) const override { return report; }
+  FeedReport Report(Clock::time_point, stock::MarketStatus) const override { return report; }
   std::vector<StyledLine> Picture(const ChartSize& size) override {
     size_ = size;
     return std::vector<StyledLine>(static_cast<std::size_t>(size.rows), {{name_ + " picture"}});
   }
 
-  PanelReport report{PanelState::kLive, "live"};
+  FeedReport report{FeedState::kLive, "live"};
   ChartSize size_;
 
  private:
@@ -172,7 +172,7 @@ TEST_F(ScreenTest, laysOutHeadPanelsAndFoot) {
 
 TEST_F(ScreenTest, tellsEveryStateInWords) {
   screen_->Resize({80, 24});
-  using State = PanelState;
+  using State = FeedState;
   const std::vector<std::pair<State, std::string>> marks = {
       {State::kWaiting, "… text"}, {State::kLive, "* text"},  {State::kStale, "! text"},
       {State::kClosed, "- text"},  {State::kEmpty, "- text"}, {State::kFailed, "! text"}};

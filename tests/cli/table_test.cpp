@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli/format/index_rows.h"
+#include "cli/run/terminal.h"
 #include "cli/screen/index_bar.h"
 
 namespace cli {

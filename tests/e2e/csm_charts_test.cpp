@@ -75,7 +75,7 @@ TEST_F(CsmCharts, mlinePrintsTableValuesAndChart) {
   const auto values = LinesOfRun({"mline", stock_->code, "--csv"});
   ASSERT_EQ(values.size(), points + 1);
   EXPECT_EQ(values[0], "date,time,price,volume,amount,qrr,change,change_rate,avg_price");
-  EXPECT_EQ(values[1].rfind("20240315,930,", 0), 0U) << values[1];
+  EXPECT_EQ(values[1].rfind("2024-03-15,09:30,", 0), 0U) << values[1];
   const auto chart = LinesOfRun({"mline", stock_->code, "--plot"});
   ASSERT_EQ(chart.size(), 24U);
   EXPECT_EQ(chart[0].rfind(stock_->code + " " + stock_->name, 0), 0U) << chart[0];

@@ -122,7 +122,7 @@ TEST_F(CsmQuotes, boardPrintsATableForEveryUpdate) {
   Quotes expected = Stocks();
   Sort(expected, ChangeOf, false);
   for (const std::size_t first : {0U, 6U}) {
-    EXPECT_NE(lines[first].find("  all A shares by change, descending, rows 0:3"), std::string::npos)
+    EXPECT_NE(lines[first].find("  board: all A shares by change, descending, rows 0:3"), std::string::npos)
         << lines[first];
     EXPECT_EQ(lines[first + 1].rfind("code      name ", 0), 0U) << lines[first + 1];
     for (std::size_t row = 0; row < 3; ++row) {
@@ -467,7 +467,7 @@ TEST_F(CsmWatchList, namesWhatTheServerDoesNotKnow) {
   environment.merge(Environment());
   ChildProcess csm(Asking({"watchlist", "show", "--count", "1"}), environment);
   EXPECT_EQ(csm.Wait(), 0) << csm.errors();
-  EXPECT_EQ(LinesOf(csm.output()).back(), "unknown to the server: sh609999");
+  EXPECT_EQ(LinesOf(csm.output()).back(), "no quote of: sh609999");
 }
 
 TEST_F(CsmWatchList, showsAChangeOfAnotherProgram) {

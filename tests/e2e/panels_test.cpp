@@ -8,24 +8,18 @@
 #include <utility>
 #include <vector>
 
-#include "cli/line_run.h"
-#include "cli/screen/panels/board_panel.h"
-#include "cli/screen/panels/breadth_panels.h"
-#include "cli/screen/panels/events_panel.h"
-#include "cli/screen/panels/flow_panel.h"
-#include "cli/screen/panels/kline_panel.h"
-#include "cli/screen/panels/minute_line_panel.h"
-#include "cli/screen/panels/ranking_panels.h"
-#include "cli/screen/panels/watch_list_panel.h"
+#include "cli/screen/view_panel.h"
+#include "cli/views/feeds.h"
+#include "cli/views/market_views.h"
 #include "panel_surroundings.h"
 #include "running_market.h"
 
 namespace {
 
 using cli::ChartSize;
+using cli::FeedState;
 using cli::KeyKind;
 using cli::Panel;
-using cli::PanelState;
 using cli::Security;
 using cli::Typed;
 using tests::TextsOf;
@@ -34,6 +28,44 @@ constexpr const char* kFriday = "2024-03-15 14:30:00";
 constexpr const char* kFridayEvening = "2024-03-15 16:00:00";
 constexpr const char* kMondayBeforeOpening = "2024-03-18 09:05:00";
 constexpr ChartSize kScreen{80, 24};
+
+std::unique_ptr<Panel> MakeFlowPanel(cli::PanelContext& context) {
+  return std::make_unique<cli::ViewPanel>(context, std::make_unique<cli::FlowView>(context.views));
+}
+
+cli::ListChoice ChoiceOf(cli::Choices columns) {
+  cli::ListChoice choice;
+  choice.order.columns = columns;
+  return choice;
+}
+
+std::unique_ptr<Panel> MakeStockRankingPanel(cli::PanelContext& context) {
+  return std::make_unique<cli::ListPanel>(
+      context,
+      std::make_unique<cli::StockRankingView>(context.views, ChoiceOf(cli::StockColumns()), 30, false));
+}
+
+std::unique_ptr<Panel> MakePlateRankingPanel(cli::PanelContext& context) {
+  return std::make_unique<cli::ListPanel>(
+      context, std::make_unique<cli::PlateRankingView>(context.views, ChoiceOf(cli::PlateColumns()), 30));
+}
+
+std::unique_ptr<Panel> MakeEventsPanel(cli::PanelContext& context) {
+  return std::make_unique<cli::ListPanel>(context,
+                                          std::make_unique<cli::EventsView>(context.views, 0, std::nullopt));
+}
+
+std::unique_ptr<Panel> MakeStrengthPanel(cli::PanelContext& context) {
+  return std::make_unique<cli::ChartPanel>(context, cli::MakeStrengthView(context.views, 0));
+}
+
+std::unique_ptr<Panel> MakeDistributionPanel(cli::PanelContext& context) {
+  return std::make_unique<cli::ViewPanel>(context, std::make_unique<cli::DistributionView>(context.views, 0));
+}
+
+std::unique_ptr<Panel> MakeMoneyEffectPanel(cli::PanelContext& context) {
+  return std::make_unique<cli::ChartPanel>(context, cli::MakeEffectView(context.views, 0));
+}
 
 struct PanelCase {
   const char* name;
@@ -45,14 +77,14 @@ struct PanelCase {
 constexpr PanelCase kPanels[] = {
     {"minute line", &cli::MakeMinuteLinePanel, "/pc/rt/get_day_time", "14:30"},
     {"candles", &cli::MakeKLinePanel, "/pc/rt/get_day_kline", "2024-03-15"},
-    {"flows", &cli::MakeFlowPanel, "/pc/rt/stock_in_out", "big net"},
-    {"stock ranking", &cli::MakeStockRankingPanel, "/pc/rt/get_stock_rank", "change"},
-    {"plate ranking", &cli::MakePlateRankingPanel, "/pc/rt/get_bk_rank", "bpin"},
+    {"flows", &MakeFlowPanel, "/pc/rt/stock_in_out", "big net"},
+    {"stock ranking", &MakeStockRankingPanel, "/pc/rt/get_stock_rank", "change"},
+    {"plate ranking", &MakePlateRankingPanel, "/pc/rt/get_bk_rank", "bpin"},
     {"watch list", &cli::MakeWatchListPanel, "/pc/rt/stock_detail_list", "change"},
-    {"events", &cli::MakeEventsPanel, "/pc/monitor/get_monitor", "event"},
-    {"strength", &cli::MakeStrengthPanel, "/pc/rt/stock_min_num", "Strength  2024-03-15 14:30"},
-    {"distribution", &cli::MakeDistributionPanel, "/pc/rt/stock_distribute_num", "limit up"},
-    {"money effect", &cli::MakeMoneyEffectPanel, "/pc/rt/stock_min_average", "effect  2024-03-15 14:30"}};
+    {"events", &MakeEventsPanel, "/pc/monitor/get_monitor", "event"},
+    {"strength", &MakeStrengthPanel, "/pc/rt/stock_min_num", "Strength  2024-03-15 14:30"},
+    {"distribution", &MakeDistributionPanel, "/pc/rt/stock_distribute_num", "limit up"},
+    {"money effect", &MakeMoneyEffectPanel, "/pc/rt/stock_min_average", "effect  2024-03-15 14:30"}};
 
 class PanelsTest : public RunningMarket {
  protected:
@@ -85,12 +117,12 @@ class PanelsTest : public RunningMarket {
     return panel;
   }
 
-  static cli::PanelReport ReportOf(const Panel& panel) {
+  static cli::FeedReport ReportOf(const Panel& panel) {
     return panel.Report(Panel::Clock::now(), cli::CurrentPhase());
   }
 
   // Runs the main loop until the panel is in that state.
-  void Await(const Panel& panel, PanelState state) {
+  void Await(const Panel& panel, FeedState state) {
     EXPECT_TRUE(around_.RunUntil([&] { return ReportOf(panel).state == state; }))
         << panel.Title() << " is " << static_cast<int>(ReportOf(panel).state) << ", " << ReportOf(panel).text;
   }
@@ -121,10 +153,10 @@ TEST_F(PanelsTest, askOnceTheyAreShownAndDrawWhatCame) {
     const std::unique_ptr<Panel> panel = Make(one.make);
     panel->Refresh();
     EXPECT_EQ(RequestsTo(one.endpoint), before);
-    EXPECT_EQ(ReportOf(*panel).state, PanelState::kWaiting);
+    EXPECT_EQ(ReportOf(*panel).state, FeedState::kWaiting);
     EXPECT_TRUE(panel->Picture(kScreen).empty());
     panel->Show();
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
     EXPECT_GT(RequestsTo(one.endpoint), before);
     EXPECT_NE(TextOf(*panel).find(one.mention), std::string::npos) << TextOf(*panel);
     EXPECT_FALSE(panel->Title().empty());
@@ -136,7 +168,7 @@ TEST_F(PanelsTest, drawIntoAnyRoom) {
   for (const PanelCase& one : kPanels) {
     const std::unique_ptr<Panel> panel = Make(one.make);
     panel->Show();
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
     for (const int columns : {-1, 0, 1, 7, 39, 40, 80, 133, 400}) {
       for (const int rows : {-1, 0, 1, 2, 11, 12, 24, 70}) {
         const std::vector<cli::StyledLine> lines = panel->Picture({columns, rows});
@@ -156,7 +188,7 @@ TEST_F(PanelsTest, askForNothingWhileTheyAreHidden) {
   for (const PanelCase& one : kPanels) {
     panels.push_back(Make(one.make));
     panels.back()->Show();
-    Await(*panels.back(), PanelState::kLive);
+    Await(*panels.back(), FeedState::kLive);
   }
   for (const auto& panel : panels) {
     panel->Hide();
@@ -177,21 +209,21 @@ TEST_F(PanelsTest, askForNothingWhileTheyAreHidden) {
     const std::uint64_t requests = RequestsTo(kPanels[i].endpoint);
     panels[i]->Show();
     EXPECT_TRUE(around_.RunUntil([&] { return RequestsTo(kPanels[i].endpoint) > requests; }));
-    Await(*panels[i], PanelState::kLive);
+    Await(*panels[i], FeedState::kLive);
   }
 }
 
 TEST_F(PanelsTest, followTheCurrentSecurity) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
-  for (const auto make : {&cli::MakeMinuteLinePanel, &cli::MakeKLinePanel, &cli::MakeFlowPanel}) {
+  for (const auto make : {&cli::MakeMinuteLinePanel, &cli::MakeKLinePanel, &MakeFlowPanel}) {
     const std::unique_ptr<Panel> panel = Make(make);
     panel->Show();
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
     const std::string first = TextOf(*panel);
     panel->Select(stocks_[1]);
     EXPECT_TRUE(panel->Picture(kScreen).empty());
     EXPECT_NE(panel->Title().find(cli::Printable(stocks_[1].code)), std::string::npos);
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
     EXPECT_NE(TextOf(*panel), first);
   }
 }
@@ -201,22 +233,23 @@ TEST_F(PanelsTest, saySoWhenThereIsNothingOfTheCurrentSecurity) {
   const Security index{L"sh000001", L"上证指数", stock::kSymbolIndex};
   const BaseInfoItem item = std::vector<BaseInfoItem>(GetStockCommon()->GetPlateList(1)).at(0);
   const Security plate{item.code, item.name, stock::kSymbolPlate};
-  const std::unique_ptr<Panel> flows = Make(&cli::MakeFlowPanel);
+  const std::unique_ptr<Panel> flows = Make(&MakeFlowPanel);
   const std::unique_ptr<Panel> candles = Make(&cli::MakeKLinePanel);
   flows->Show();
   candles->Show();
-  Await(*flows, PanelState::kLive);
-  Await(*candles, PanelState::kLive);
+  Await(*flows, FeedState::kLive);
+  Await(*candles, FeedState::kLive);
   flows->Select(index);
   candles->Select(plate);
   for (const auto& panel : {flows.get(), candles.get()}) {
-    EXPECT_EQ(ReportOf(*panel).state, PanelState::kEmpty);
+    EXPECT_EQ(ReportOf(*panel).state, FeedState::kEmpty);
     EXPECT_TRUE(panel->Picture(kScreen).empty());
   }
   EXPECT_EQ(ReportOf(*flows).text, "flows are told of stocks only, and sh000001 上证指数 is none");
-  EXPECT_EQ(ReportOf(*candles).text, "there are no candles of plates");
+  EXPECT_EQ(ReportOf(*candles).text, "there are no candles of plates; " + cli::Printable(plate.code) + " " +
+                                         cli::Printable(plate.name) + " is one");
   candles->Select(index);
-  Await(*candles, PanelState::kLive);
+  Await(*candles, FeedState::kLive);
   const std::unique_ptr<Panel> line = cli::MakeMinuteLinePanel(around_.context);
   line->Show();
   EXPECT_EQ(ReportOf(*line).text, "no security is selected; / looks for one");
@@ -228,7 +261,7 @@ TEST_F(PanelsTest, showTheLastSessionWhileTheMarketIsClosed) {
   for (const PanelCase& one : kPanels) {
     panels.push_back(Make(one.make));
     panels.back()->Show();
-    Await(*panels.back(), PanelState::kClosed);
+    Await(*panels.back(), FeedState::kClosed);
     EXPECT_EQ(ReportOf(*panels.back()).text, "market closed, figures of 2024-03-15") << one.name;
     EXPECT_FALSE(panels.back()->Picture(kScreen).empty()) << one.name;
   }
@@ -238,7 +271,7 @@ TEST_F(PanelsTest, showTheLastSessionWhileTheMarketIsClosed) {
     panel->Show();
     // Of today's unusual events there is none yet.
     const bool is_empty = std::string(one.name) == "events";
-    Await(*panel, is_empty ? PanelState::kEmpty : PanelState::kClosed);
+    Await(*panel, is_empty ? FeedState::kEmpty : FeedState::kClosed);
     EXPECT_NE(ReportOf(*panel).text.find("2024-03-15"), std::string::npos)
         << one.name << ": " << ReportOf(*panel).text;
   }
@@ -247,49 +280,49 @@ TEST_F(PanelsTest, showTheLastSessionWhileTheMarketIsClosed) {
 TEST_F(PanelsTest, tellWhyTheyHaveNothing) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
   server_->SetFaults({"status:/pc/rt/get_stock_rank:1:503", "status:/pc/monitor/get_monitor:1:503"});
-  for (const auto make : {&cli::MakeStockRankingPanel, &cli::MakeEventsPanel}) {
+  for (const auto make : {&MakeStockRankingPanel, &MakeEventsPanel}) {
     const std::unique_ptr<Panel> panel = Make(make);
     panel->Show();
-    Await(*panel, PanelState::kFailed);
+    Await(*panel, FeedState::kFailed);
     EXPECT_NE(ReportOf(*panel).text.find("503"), std::string::npos) << ReportOf(*panel).text;
   }
 }
 
 TEST_F(PanelsTest, ofRankingsChangeOrderAndGroupByKeys) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
-  const std::unique_ptr<Panel> panel = Make(&cli::MakeStockRankingPanel);
-  EXPECT_EQ(panel->Title(), "first stocks of all A shares by change, descending");
+  const std::unique_ptr<Panel> panel = Make(&MakeStockRankingPanel);
+  EXPECT_EQ(panel->Title(), "top 30 of all A shares by change, descending");
   panel->Show();
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   const std::string rising = TextOf(*panel);
   Press(*panel, Typed(U'd'));
-  EXPECT_EQ(panel->Title(), "first stocks of all A shares by change, ascending");
+  EXPECT_EQ(panel->Title(), "top 30 of all A shares by change, ascending");
   EXPECT_TRUE(panel->Picture(kScreen).empty());
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   EXPECT_NE(TextOf(*panel), rising);
   const std::uint64_t before = RequestsTo("/pc/rt/stock_five_change");
   Press(*panel, Typed(U'v'));
   EXPECT_NE(panel->Title().find("within five minutes"), std::string::npos);
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   EXPECT_GT(RequestsTo("/pc/rt/stock_five_change"), before);
   for (const char32_t key : {U'b', U's', U'S', U'B'}) {
     const std::string title = panel->Title();
     Press(*panel, Typed(key));
     EXPECT_NE(panel->Title(), title);
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
   }
   EXPECT_FALSE(panel->OnKey(Typed(U'x')));
 }
 
 TEST_F(PanelsTest, ofRankingsSelectTheRowAtTheCursor) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
-  for (const auto make : {&cli::MakeStockRankingPanel, &cli::MakePlateRankingPanel}) {
+  for (const auto make : {&MakeStockRankingPanel, &MakePlateRankingPanel}) {
     around_.selected.clear();
     const std::unique_ptr<Panel> panel = Make(make);
     Press(*panel, {KeyKind::kEnter});
     EXPECT_TRUE(around_.selected.empty());
     panel->Show();
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
     Press(*panel, {KeyKind::kDown});
     Press(*panel, {KeyKind::kEnter});
     ASSERT_EQ(around_.selected.size(), 1U);
@@ -304,7 +337,7 @@ TEST_F(PanelsTest, ofCandlesChangePeriodAndAdjustmentByKeys) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
   const std::unique_ptr<Panel> panel = Make(&cli::MakeKLinePanel);
   panel->Show();
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   std::vector<std::string> pictures = {TextOf(*panel)};
   for (const auto& [key, words] :
        {std::pair(U't', "by week of"), std::pair(U't', "by month of"),
@@ -313,7 +346,7 @@ TEST_F(PanelsTest, ofCandlesChangePeriodAndAdjustmentByKeys) {
     Press(*panel, Typed(key));
     EXPECT_NE(panel->Title().find(words), std::string::npos) << panel->Title();
     EXPECT_TRUE(panel->Picture(kScreen).empty());
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
     pictures.push_back(TextOf(*panel));
   }
   EXPECT_NE(pictures[0], pictures[1]);
@@ -324,44 +357,46 @@ TEST_F(PanelsTest, ofCandlesChangePeriodAndAdjustmentByKeys) {
   panel->Hide();
   panel->Show();
   panel->Refresh();
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   EXPECT_EQ(TextOf(*panel), pictures[1]);
 }
 
 TEST_F(PanelsTest, ofEventsScroll) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
-  const std::unique_ptr<Panel> panel = Make(&cli::MakeEventsPanel);
+  const std::unique_ptr<Panel> panel = Make(&MakeEventsPanel);
   panel->Show();
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   const std::vector<std::string> all = TextsOf(panel->Picture({200, 100000}));
   ASSERT_GT(all.size(), 2U);
-  // A row below the header.
+  // A row below the header; all of them but the first are drawn without the cursor's mark.
   const ChartSize small{200, 2};
-  const auto row = [&] { return TextsOf(panel->Picture(small)).at(1); };
-  EXPECT_EQ(row(), all[1]);
+  constexpr std::size_t kMark = 3;
+  const auto row = [&] { return "  " + TextsOf(panel->Picture(small)).at(1).substr(kMark + 1); };
+  const auto first = "  " + all[1].substr(kMark + 1);
+  EXPECT_EQ(row(), first);
   Press(*panel, {KeyKind::kUp});
-  EXPECT_EQ(row(), all[1]);
+  EXPECT_EQ(row(), first);
   Press(*panel, {KeyKind::kDown});
   EXPECT_EQ(row(), all[2]);
   Press(*panel, {KeyKind::kUp});
-  EXPECT_EQ(row(), all[1]);
+  EXPECT_EQ(row(), first);
   Press(*panel, {KeyKind::kPageDown});
   EXPECT_EQ(row(), all[2]);
   Press(*panel, {KeyKind::kPageUp});
-  EXPECT_EQ(row(), all[1]);
+  EXPECT_EQ(row(), first);
   Press(*panel, {KeyKind::kEnd});
   EXPECT_EQ(row(), all.back());
   Press(*panel, {KeyKind::kDown});
   EXPECT_EQ(row(), all.back());
   Press(*panel, {KeyKind::kHome});
-  EXPECT_EQ(row(), all[1]);
+  EXPECT_EQ(row(), first);
 }
 
 TEST_F(PanelsTest, ofTheWatchListAddAndRemove) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
   const std::unique_ptr<Panel> panel = Make(&cli::MakeWatchListPanel);
   panel->Show();
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   const auto has = [&](const Security& security) {
     return TextOf(*panel).find(cli::Printable(security.code)) != std::string::npos;
   };
@@ -379,10 +414,19 @@ TEST_F(PanelsTest, ofTheWatchListAddAndRemove) {
   EXPECT_EQ(around_.selected.back().code, stocks_[1].code);
   Press(*panel, {KeyKind::kDelete});
   EXPECT_TRUE(around_.RunUntil([&] { return !has(stocks_[1]); })) << TextOf(*panel);
+  // What was taken out by mistake comes back to its place.
+  Press(*panel, Typed(U'u'));
+  EXPECT_TRUE(around_.RunUntil([&] { return panel->Position() == "row 1 of 2"; })) << TextOf(*panel);
+  EXPECT_EQ(stock_host::WatchList(), (std::vector<std::wstring>{stocks_[0].code, stocks_[1].code}));
+  Press(*panel, {KeyKind::kEnd});
+  Press(*panel, {KeyKind::kDelete});
+  EXPECT_EQ(stock_host::WatchList(), std::vector<std::wstring>{stocks_[0].code}) << TextOf(*panel);
+  EXPECT_TRUE(around_.RunUntil([&] { return !has(stocks_[1]); })) << TextOf(*panel);
   panel->Select(stocks_[0]);
   Press(*panel, Typed(U'-'));
-  EXPECT_EQ(ReportOf(*panel).state, PanelState::kEmpty);
-  EXPECT_EQ(ReportOf(*panel).text, "the watch list is empty; + puts the current security in");
+  EXPECT_EQ(ReportOf(*panel).state, FeedState::kEmpty);
+  EXPECT_EQ(ReportOf(*panel).text,
+            "the watch list is empty; csm watchlist add SYMBOL, or + on the live screen, puts something in");
   EXPECT_TRUE(panel->Picture(kScreen).empty());
 }
 
@@ -391,16 +435,16 @@ TEST_F(PanelsTest, ofTheWatchListChangeOrderByKeys) {
   const std::unique_ptr<Panel> panel = Make(&cli::MakeWatchListPanel);
   EXPECT_EQ(panel->Title(), "watch list");
   panel->Show();
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   const auto first = [&] { return TextsOf(panel->Picture(kScreen)).at(1); };
   for (const char32_t key : {U's', U'd'}) {
     Press(*panel, Typed(key));
-    Await(*panel, PanelState::kLive);
+    Await(*panel, FeedState::kLive);
   }
   EXPECT_EQ(panel->Title(), "watch list by code, ascending");
   const std::string ascending = first();
   Press(*panel, Typed(U'd'));
-  Await(*panel, PanelState::kLive);
+  Await(*panel, FeedState::kLive);
   EXPECT_NE(first(), ascending);
 }
 

@@ -217,7 +217,7 @@ TEST_F(ReferenceDeath, leavesNoRowAheadOfItsPackage) {
     {
       reference::PackageVersionStore store(kSymbol);
       ASSERT_TRUE(store.IsOpen()) << "death " << death;
-      const KLineMetaInfo row = store.Get(reference::PackageKey(1, 1));
+      const KLineMetaInfo row = store.Get(reference::PackageKey(1, 1)).value();
       EXPECT_LE(row.count, candles) << "the row is ahead of its file, death " << death;
       EXPECT_GE(row.count, newest) << "a row went back, death " << death;
       newest = row.count;

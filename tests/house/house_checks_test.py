@@ -123,6 +123,9 @@ class HouseChecks(unittest.TestCase):
     def test_docs_finds_a_service_without_an_example(self):
         self.plant_documentation()
         self.write_use("GetOne();")
+        self.assertEqual(self.doc_findings(), ["docs/use.md:1: GetOther is not named"])
+        self.write_use("GetOne();", "\nAnd `GetOther()`.\n")
+        self.write("examples/services/all.cpp", "bool ShowOne() {\n  GetOne();\n}\n")
         self.assertEqual(self.doc_findings(), ["docs/use.md:1: no example calls GetOther"])
 
     def test_docs_finds_a_readme_without_an_example(self):

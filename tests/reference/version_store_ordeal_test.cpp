@@ -126,7 +126,7 @@ TEST_F(VersionStoreOrdeal, keepsOneOfTwoVersionsOfOneRow) {
   other.join();
   PackageVersionStore store(Symbol(1).c_str());
   for (int race = 0; race < races; ++race) {
-    const KLineMetaInfo info = store.Get(static_cast<std::uint16_t>(race));
+    const KLineMetaInfo info = store.Get(static_cast<std::uint16_t>(race)).value();
     EXPECT_TRUE(info == (KLineMetaInfo{L"left", 0}) || info == (KLineMetaInfo{L"right", 1})) << race;
   }
 }
@@ -214,7 +214,7 @@ TEST_F(VersionStoreOrdeal, isNeverAheadOfItsPackageWhenTheProcessIsKilled) {
     cut_short += std::filesystem::exists(Path(1) + "-journal") ? 1 : 0;
     PackageVersionStore store(Symbol(1).c_str());
     ASSERT_TRUE(store.IsOpen());
-    const KLineMetaInfo info = store.Get(257);
+    const KLineMetaInfo info = store.Get(257).value();
     const int on_disk = std::stoi(Read(package));
     EXPECT_EQ(info.version, std::to_wstring(info.count)) << "a row is whole";
     EXPECT_LE(info.count, on_disk);
@@ -312,7 +312,7 @@ TEST_F(VersionStoreOrdeal, isWholeAtWhicheverOperationAnUpdateIsKilled) {
 
         PackageVersionStore store(Symbol(1).c_str());
         ASSERT_TRUE(store.IsOpen()) << "operation " << operation;
-        const KLineMetaInfo after = store.Get(257);
+        const KLineMetaInfo after = store.Get(257).value();
         EXPECT_TRUE(after == before || after == (KLineMetaInfo{L"20240315", 100}))
             << "operation " << operation;
         EXPECT_TRUE(!finished || after != before);

@@ -1,0 +1,120 @@
+#include "cli/run/session.h"
+
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "c_stock_market.h"
+#include "cli/format/text.h"
+#include "host_services/stock_host.h"
+
+namespace cli {
+namespace {
+
+std::string& RecordDirectory() {
+  static std::string* const directory = new std::string;
+  return *directory;
+}
+
+}  // namespace
+
+void RecordSessions(const std::string& directory) {
+  RecordDirectory() = directory;
+}
+
+struct Session::Listening {
+  Listening(Warnings& warnings, std::function<void()> on_event) {
+    stock_host::SetListener([&warnings, on_event = std::move(on_event)](const stock_host::Event& event) {
+      if (event.kind == stock_host::Event::Kind::kWarning) {
+        warnings.Add(event.text);
+      }
+      if (on_event) {
+        on_event();
+      }
+    });
+  }
+  ~Listening() { stock_host::SetListener({}); }
+  Listening(const Listening&) = delete;
+  Listening& operator=(const Listening&) = delete;
+};
+
+struct Session::HostServices {
+  explicit HostServices(const stock_host::Settings& settings) {
+    std::string error;
+    if (!stock_host::Start(settings, error)) {
+      throw std::runtime_error(error);
+    }
+  }
+  ~HostServices() { stock_host::Stop(); }
+  HostServices(const HostServices&) = delete;
+  HostServices& operator=(const HostServices&) = delete;
+};
+
+struct Session::Services {
+  Services() = default;
+  ~Services() { DestroyStockMarket(); }
+  Services(const Services&) = delete;
+  Services& operator=(const Services&) = delete;
+};
+
+Session::Session(const SessionOptions& options, std::function<void()> on_event) {
+  stock_host::Settings settings = stock_host::LoadSettings();
+  settings.static_root.clear();
+  settings.history_root.clear();
+  settings.log_to_stderr = false;
+  if (options.has_server) {
+    settings.record_directory = RecordDirectory();
+  }
+  if (!options.has_server) {
+    UseTemporaryDirectory(settings);
+    settings.api_root.clear();
+    server_text_ = "no server";
+  } else if (!options.replay.empty()) {
+    UseTemporaryDirectory(settings);
+    settings.replay_directory = options.replay;
+    settings.replay_speed = options.simulation.speed;
+    server_text_ = "the record in " + Printable(options.replay);
+    badge_ = "REPLAY";
+  } else if (options.server.empty()) {
+    UseTemporaryDirectory(settings);
+    simulation_ = std::make_unique<market_server::Server>(options.simulation);
+    simulation_->Start();
+    settings.api_root = simulation_->url();
+    settings.key_id = simulation_->key_id();
+    settings.key = simulation_->key();
+    settings.proxy.clear();
+    settings.ca_file.clear();
+    server_text_ = settings.api_root + " (simulated market)";
+    badge_ = "SIMULATED";
+  } else {
+    settings.api_root = options.server;
+    server_text_ = settings.api_root;
+  }
+  listening_ = std::make_unique<Listening>(warnings_, std::move(on_event));
+  host_ = std::make_unique<HostServices>(settings);
+  if (!options.has_server) {
+    return;
+  }
+  if (!options.replay.empty()) {
+    services_ = std::make_unique<Services>();
+    return;
+  }
+  if (settings.key_id.empty() || settings.key.empty()) {
+    const std::string first = warnings_.All().first;
+    throw std::runtime_error(
+        "no key to sign requests with: set CSM_KEY_ID and CSM_KEY, or name a key file in CSM_KEY_FILE" +
+        (first.empty() ? "" : " (" + first + ")"));
+  }
+  services_ = std::make_unique<Services>();
+}
+
+Session::~Session() = default;
+
+void Session::UseTemporaryDirectory(stock_host::Settings& settings) {
+  directory_ = std::make_unique<TemporaryDirectory>();
+  settings.data_directory = directory_->path() + "/data";
+  settings.log_directory = directory_->path() + "/log";
+  settings.log_level = "info";
+}
+
+}  // namespace cli

@@ -1,0 +1,197 @@
+// Panels of lists that do more than show themselves: the plates with their stocks, and the user's own list.
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/format/chart_headings.h"
+#include "cli/format/text.h"
+#include "cli/screen/view_panel.h"
+#include "host_services/stock_host.h"
+
+namespace cli {
+namespace {
+
+template <class ListView>
+std::unique_ptr<PagedPanel> MakePaged(PanelContext& context) {
+  ListChoice choice;
+  choice.order.columns = PlateColumns();
+  auto view = std::make_unique<ListView>(context.views, choice);
+  PagedList& list = *view;
+  return std::make_unique<PagedPanel>(context, std::move(view), list);
+}
+
+// The list of plates, or in its place the stocks of one of them.
+class PlatesPanel final : public Panel {
+ public:
+  explicit PlatesPanel(PanelContext& context)
+      : context_(context),
+        plates_(MakePaged<PlatesView>(context)),
+        members_(MakePaged<MembersView>(context)) {}
+
+  [[nodiscard]] std::string Title() const override { return seen().Title(); }
+  void Show() override {
+    shown_ = true;
+    seen().Show();
+  }
+  void Hide() override {
+    shown_ = false;
+    plates_->Hide();
+    members_->Hide();
+  }
+  void Select(const Security& security) override {
+    plates_->Select(security);
+    members_->Select(security);
+  }
+  void Refresh() override { seen().Refresh(); }
+  [[nodiscard]] bool PollsItself() const override { return true; }
+  [[nodiscard]] std::string Position() const override { return seen().Position(); }
+  [[nodiscard]] std::vector<std::string> ColumnNames() const override { return seen().ColumnNames(); }
+
+  bool OnKey(const Key& key) override {
+    if (key.kind == KeyKind::kEnter && !is_inside_) {
+      if (const auto plate = plates_->AtCursor()) {
+        // The plate is the current security from now on, and so the one whose stocks are shown.
+        context_.select(*plate);
+        members_->Select(*plate);
+        Enter(true);
+      }
+      return true;
+    }
+    if (is_inside_ && (key.kind == KeyKind::kBackspace || key.kind == KeyKind::kEscape)) {
+      Enter(false);
+      return true;
+    }
+    return seen().OnKey(key);
+  }
+  [[nodiscard]] std::vector<KeyHint> Keys() const override {
+    std::vector<KeyHint> hints = seen().Keys();
+    if (is_inside_) {
+      hints.push_back({"Backspace", "back to the plates"});
+    } else {
+      hints[1] = {"Enter", "its stocks"};
+    }
+    return hints;
+  }
+  [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const override {
+    return seen().Report(now, phase);
+  }
+  [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override {
+    return seen().Picture(size);
+  }
+
+ private:
+  [[nodiscard]] PagedPanel& seen() const { return is_inside_ ? *members_ : *plates_; }
+
+  void Enter(bool inside) {
+    seen().Hide();
+    is_inside_ = inside;
+    if (shown_) {
+      seen().Show();
+    }
+    context_.views.changed();
+  }
+
+  PanelContext& context_;
+  const std::unique_ptr<PagedPanel> plates_;
+  const std::unique_ptr<PagedPanel> members_;
+  bool is_inside_ = false;
+  bool shown_ = false;
+};
+
+class WatchListPanel final : public ListPanel {
+ public:
+  using ListPanel::ListPanel;
+
+  bool OnKey(const Key& key) override {
+    if (key.kind == KeyKind::kDelete) {
+      if (const auto security = AtCursor()) {
+        Remove(*security);
+      }
+    } else if (key == Typed(U'+')) {
+      Add(current());
+    } else if (key == Typed(U'-')) {
+      Remove(current());
+    } else if (key == Typed(U'u')) {
+      Undo();
+    } else {
+      return ListPanel::OnKey(key);
+    }
+    context().views.changed();
+    return true;
+  }
+
+  [[nodiscard]] std::vector<KeyHint> Keys() const override {
+    std::vector<KeyHint> hints = ListPanel::Keys();
+    hints.push_back({"+ -", "put in or take out the current one"});
+    hints.push_back({"Del", "take out the row"});
+    hints.push_back({"u", "undo that"});
+    return hints;
+  }
+
+ private:
+  struct Removed {
+    Security security;
+    std::size_t position = 0;
+  };
+
+  // The service is notified of a change of the list and asks at once.
+  void Add(const Security& security) {
+    std::string error;
+    if (security.code.empty()) {
+      context().tell(kNothingSelected);
+    } else if (stock_host::AddToWatchList(security.code, error)) {
+      context().tell(NameText(security) + " is in the watch list");
+    } else {
+      context().tell(Printable(error));
+    }
+  }
+  void Remove(const Security& security) {
+    const std::vector<std::wstring> list = stock_host::WatchList();
+    const auto place = std::find(list.begin(), list.end(), security.code) - list.begin();
+    std::string error;
+    if (security.code.empty()) {
+      context().tell(kNothingSelected);
+    } else if (stock_host::RemoveFromWatchList(security.code, error)) {
+      removed_.push_back({security, static_cast<std::size_t>(place)});
+      context().tell(NameText(security) + " is not in the watch list any more; u puts it back");
+    } else {
+      context().tell(Printable(error));
+    }
+  }
+  void Undo() {
+    if (removed_.empty()) {
+      context().tell("nothing was taken out");
+      return;
+    }
+    const Removed last = removed_.back();
+    std::string error;
+    if (stock_host::AddToWatchList(last.security.code, error) &&
+        stock_host::MoveInWatchList(last.security.code, last.position, error)) {
+      removed_.pop_back();
+      context().tell(NameText(last.security) + " is back in its place");
+    } else {
+      context().tell(Printable(error));
+    }
+  }
+
+  std::vector<Removed> removed_;
+};
+
+}  // namespace
+
+std::unique_ptr<Panel> MakePlatesPanel(PanelContext& context) {
+  return std::make_unique<PlatesPanel>(context);
+}
+
+std::unique_ptr<Panel> MakeWatchListPanel(PanelContext& context) {
+  ListChoice choice;
+  choice.order.columns = WatchListColumns();
+  choice.order.column = 0;
+  return std::make_unique<WatchListPanel>(context, std::make_unique<WatchListView>(context.views, choice),
+                                          ListPanel::Steps::kYes);
+}
+
+}  // namespace cli

@@ -1,0 +1,557 @@
+#include "cli/views/market_views.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+#include "analytics/money_effect_table.h"
+#include "analytics/stock_purchase_table.h"
+#include "analytics/stock_unusual_event_table.h"
+#include "analytics/strength_rating_table.h"
+#include "cli/format/base_info.h"
+#include "cli/format/china_time.h"
+#include "cli/format/csv.h"
+#include "cli/format/event_rows.h"
+#include "cli/format/figures.h"
+#include "cli/format/record_json.h"
+#include "cli/plot/market_charts.h"
+#include "cli/views/trading_days.h"
+#include "host/text.h"
+
+namespace cli {
+namespace {
+
+constexpr std::int64_t kDay = 86400;
+constexpr double kHundredMillion = 1e8;  // days differ in the fifth digit
+
+constexpr auto kMarginTable = request::TableOf<MarginTradeItem>(
+    request::Read("date", &MarginTradeItem::date, request::Truncated{}),
+    request::Read("sh_close", &MarginTradeItem::sh_close, request::Truncated{}),
+    request::Read("sz_close", &MarginTradeItem::sz_close, request::Truncated{}),
+    request::Read("balance", &MarginTradeItem::balance, request::Amount{}),
+    request::Read("change", &MarginTradeItem::change, request::Amount{}));
+
+void WriteCodesAndNames(JsonWriter& json, const std::vector<std::pair<std::wstring, std::wstring>>& items) {
+  json.BeginArray();
+  for (const auto& [code, name] : items) {
+    json.BeginObject();
+    json.Key("code");
+    json.Value(code);
+    json.Key("name");
+    json.Value(name);
+    json.EndObject();
+  }
+  json.EndArray();
+}
+
+// A figure that the feed leaves out is 0.
+Cell FigureCell(float value, int decimals) {
+  return {value == 0 ? kNoFigure : Fixed(value, decimals)};
+}
+
+std::string BaseInfoCsv(const BaseInfoItem& item) {
+  return CsvField(item.code) + "," + CsvField(item.name) + "," + CsvField(item.pinyin) + "," +
+         std::to_string(item.type) + "\n";
+}
+
+}  // namespace
+
+// --- Phase
+
+StateView::StateView(const ViewContext& context) : ServiceView(context, kStateFeed, &GetStockMarketState) {
+  Follow(L"CN");
+}
+
+std::wstring StateView::Caption() const {
+  return newest() != nullptr && newest()->data.valid ? newest()->data.text : std::wstring();
+}
+
+std::vector<StyledLine> StateView::LogLines(bool /*with_header*/) const {
+  const StockMarketState& state = newest()->data;
+  StyledLine line = {{DateAndTime(server_time()) + "  ", Tone::kDim}};
+  if (state.valid) {
+    // The record has the low half of the time only.
+    const auto time = static_cast<std::int64_t>(static_cast<std::uint32_t>(state.time));
+    line.push_back({Pad(Printable(state.text), 8, Align::kLeft), Tone::kStrong});
+    line.push_back({"  " + DateAndTime(time)});
+  } else {
+    line.push_back({"(unknown)", Tone::kWarning});
+  }
+  return {line};
+}
+
+std::string StateView::Csv() const {
+  const StockMarketState& state = newest()->data;
+  const auto time = static_cast<std::int64_t>(static_cast<std::uint32_t>(state.time));
+  return "text,time\n" + CsvField(Caption()) + "," + (state.valid ? IsoTime(time) : "") + "\n";
+}
+
+void StateView::WriteData(JsonWriter& json) const {
+  json.BeginArray();
+  json.BeginObject();
+  json.Key("text");
+  json.Value(newest()->data.text);
+  json.Key("time");
+  json.Value(newest()->data.time);
+  json.Key("valid");
+  json.Bool(newest()->data.valid);
+  json.EndObject();
+  json.EndArray();
+}
+
+// --- Events
+
+EventsView::EventsView(const ViewContext& context, std::uint32_t date, std::optional<std::size_t> last)
+    : DayView(context, kEventsFeed, &GetStockUnusualEvent, date),
+      last_(last),
+      past_(context.post, [this](const auto& delivery) { OnDelivery(delivery); }) {}
+
+// A past day is not polled.
+void EventsView::Resume(Observer& observer) {
+  if (date() == 0) {
+    observer.Resume(true);
+  } else {
+    AskForPast(observer.service());
+  }
+}
+
+void EventsView::AskAgain(IStockUnusualEvent& service) {
+  if (date() == 0) {
+    service.Refresh();
+  } else {
+    AskForPast(service);
+  }
+}
+
+void EventsView::AskForPast(IStockUnusualEvent& service) {
+  service.FetchUnusualEvent(date(), past_.Sender());
+}
+
+std::list<StockUnusualEventItem> EventsView::Events() const {
+  std::list<StockUnusualEventItem> events;
+  if (newest() != nullptr) {
+    events = newest()->data;
+    events.resize(std::min(events.size(), last_.value_or(events.size())));
+  }
+  return events;
+}
+
+Table EventsView::AsTable() const {
+  return EventTable(Events());
+}
+
+std::vector<Security> EventsView::Securities() const {
+  std::vector<Security> securities;
+  for (const StockUnusualEventItem& event : Events()) {
+    securities.push_back(SecurityOf(event.symbol, L""));
+  }
+  return securities;
+}
+
+std::vector<std::wstring> EventsView::RowKeys() const {
+  std::vector<std::wstring> keys;
+  for (const StockUnusualEventItem& event : Events()) {
+    keys.push_back(event.symbol + event.time + event.content);
+  }
+  return keys;
+}
+
+std::string EventsView::WhyNothingIn(const Delivery<std::list<StockUnusualEventItem>>& delivery) const {
+  return delivery.data.empty() ? NoEventText(Session(), delivery.server_time) : "";
+}
+
+std::string EventsView::Csv() const {
+  std::string text = "symbol," + CsvHeader(analytics::kStockUnusualEventTable) + "\n";
+  for (const StockUnusualEventItem& event : Events()) {
+    text += CsvField(event.symbol) + "," + CsvLine(analytics::kStockUnusualEventTable, event) + "\n";
+  }
+  return text;
+}
+
+void EventsView::WriteData(JsonWriter& json) const {
+  json.BeginArray();
+  for (const StockUnusualEventItem& event : Events()) {
+    json.BeginObject();
+    json.Key("symbol");
+    json.Value(event.symbol);
+    WriteMembers(json, analytics::kStockUnusualEventTable, event);
+    json.EndObject();
+  }
+  json.EndArray();
+}
+
+// --- Curves of a day
+
+std::unique_ptr<View> MakeStrengthView(const ViewContext& context, std::uint32_t date) {
+  using Rows = std::vector<StrengthRatingItem>;
+  static constexpr CurveLook<StrengthRatingItem> kLook{
+      "stocks up and down",
+      [](const Rows& rows) {
+        Table table({{"time"}, {"up", Align::kRight}, {"down", Align::kRight}});
+        for (const StrengthRatingItem& row : rows) {
+          table.Add({{MinuteText(row.min), Tone::kDim},
+                     {Fixed(row.up, 0), row.up > row.down ? Tone::kRise : Tone::kPlain},
+                     {Fixed(row.down, 0), row.down > row.up ? Tone::kFall : Tone::kPlain}});
+        }
+        return table;
+      },
+      &StrengthChart,
+      [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kStrengthRatingTable, rows); },
+      [](const Rows& rows) { return CsvOf(analytics::kStrengthRatingTable, rows); }};
+  return std::make_unique<StrengthView>(context, kStrengthFeed, &GetStrengthRating, date, kLook);
+}
+
+std::unique_ptr<View> MakeEffectView(const ViewContext& context, std::uint32_t date) {
+  using Rows = std::vector<MoneyEffectItem>;
+  static constexpr CurveLook<MoneyEffectItem> kLook{
+      "average change of all stocks",
+      [](const Rows& rows) {
+        Table table({{"time"}, {"average", Align::kRight}});
+        for (const MoneyEffectItem& row : rows) {
+          table.Add({{MinuteText(row.time), Tone::kDim}, {Signed(row.average, 4), ToneOf(row.average)}});
+        }
+        return table;
+      },
+      &EffectChart,
+      [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kMoneyEffectTable, rows); },
+      [](const Rows& rows) { return CsvOf(analytics::kMoneyEffectTable, rows); }};
+  return std::make_unique<EffectView>(context, kEffectFeed, &GetMoneyEffect, date, kLook);
+}
+
+// --- Spread
+
+DistributionView::DistributionView(const ViewContext& context, std::uint32_t date)
+    : DayView(context, kDistributionFeed, &GetStockDistribution, date) {}
+
+std::vector<StyledLine> DistributionView::Lines(int width) const {
+  constexpr int kUsualWidth = 80;
+  if (newest() == nullptr || !HasFigures(newest()->data)) {
+    return {};
+  }
+  return DistributionChart(newest()->data, Session(), width > 1000 ? kUsualWidth : width);
+}
+
+std::string DistributionView::WhyNothingIn(const Delivery<DistributionItem>& delivery) const {
+  return HasFigures(delivery.data)
+             ? ""
+             : NoFiguresText(date() != 0 ? date() : SessionDate(delivery.server_time), delivery.server_time);
+}
+
+std::string DistributionView::Csv() const {
+  std::string text = "direction,range,count,ratio\n";
+  for (const auto& [name, half] :
+       {std::pair("down", &newest()->data.first_half), std::pair("up", &newest()->data.second_half)}) {
+    for (std::size_t i = 0; i < half->size(); ++i) {
+      text += std::string(name) + "," + std::to_string(i + 1) + "," + std::to_string((*half)[i].count) + "," +
+              CsvField((*half)[i].ratio) + "\n";
+    }
+  }
+  return text;
+}
+
+void DistributionView::WriteData(JsonWriter& json) const {
+  const DistributionItem& item = newest()->data;
+  json.BeginObject();
+  json.Key("up");
+  json.Value(item.up);
+  json.Key("down");
+  json.Value(item.down);
+  json.Key("nochange");
+  json.Value(item.nochange);
+  for (const auto& [name, half] :
+       {std::pair("first_half", &item.first_half), std::pair("second_half", &item.second_half)}) {
+    json.Key(name);
+    json.BeginArray();
+    for (const DistributionBucket& bucket : *half) {
+      json.BeginObject();
+      json.Key("count");
+      json.Value(bucket.count);
+      json.Key("ratio");
+      json.Value(bucket.ratio);
+      json.EndObject();
+    }
+    json.EndArray();
+  }
+  json.EndObject();
+}
+
+// --- Margin trading
+
+MarginView::MarginView(const ViewContext& context, std::optional<std::size_t> last)
+    : AttachedView(context, kMarginFeed, &GetMarginTrade, &IMarginTrade::FetchMarginTradeInfo), last_(last) {}
+
+std::list<MarginTradeItem> MarginView::Days() const {
+  std::list<MarginTradeItem> days = Rows();
+  while (last_ && days.size() > *last_) {
+    days.pop_front();
+  }
+  return days;
+}
+
+std::string MarginView::WhyEmpty() const {
+  return has_data() && Rows().empty() ? "the server has fewer than two days, and none can be compared" : "";
+}
+
+Table MarginView::AsTable() const {
+  Table table({{"date"},
+               {"Shanghai", Align::kRight},
+               {"Shenzhen", Align::kRight},
+               {"balance", Align::kRight},
+               {"change", Align::kRight}});
+  for (const MarginTradeItem& day : Days()) {
+    const auto change = static_cast<double>(day.change);
+    table.Add({{DateText(static_cast<std::uint32_t>(day.date)), Tone::kDim},
+               {Fixed(day.sh_close, 0)},
+               {Fixed(day.sz_close, 0)},
+               {Fixed(static_cast<double>(day.balance) / kHundredMillion, 2) + "亿"},
+               {SignedShortAmount(change), ToneOf(change)}});
+  }
+  return table;
+}
+
+std::string MarginView::Csv() const {
+  return CsvOf(kMarginTable, Days());
+}
+
+void MarginView::WriteData(JsonWriter& json) const {
+  WriteRecords(json, kMarginTable, Days());
+}
+
+// --- New shares
+
+PurchaseView::PurchaseView(const ViewContext& context)
+    : AttachedView(context, kPurchaseFeed, &GetStockPurchase, &IStockPurchase::FetchPurchaseInfo) {}
+
+std::string PurchaseView::WhyEmpty() const {
+  return has_data() && Rows().empty() ? "no new shares to subscribe to" : "";
+}
+
+Table PurchaseView::AsTable() const {
+  Table table({{"code", Align::kLeft, 0, 16, 2},
+               {"name", Align::kLeft, 0, 16},
+               {"apply", Align::kLeft, 0, 16, 4},
+               {"published", Align::kLeft, 0, 16, 6},
+               {"online on", Align::kLeft, 0, 16, 1},
+               {"price", Align::kRight, 0, 24, 1},
+               {"pe", Align::kRight, 0, 24, 3},
+               {"issued", Align::kRight, 0, 24, 5},
+               {"online", Align::kRight, 0, 24, 5},
+               {"limit", Align::kRight, 0, 24, 3},
+               {"raised", Align::kRight, 0, 24, 5},
+               {"chance", Align::kRight, 0, 24, 4}});
+  for (const StockPurchaseItem& issue : Rows()) {
+    table.Add({{Printable(issue.code)},
+               {Printable(issue.name)},
+               {Printable(issue.buy_code)},
+               {Printable(issue.publish_time)},
+               {Printable(issue.publish_online_time)},
+               FigureCell(issue.publish_price, 2),
+               FigureCell(issue.pe, 2),
+               FigureCell(issue.publish_num, 0),
+               FigureCell(issue.publish_online_num, 0),
+               FigureCell(issue.buy_limit, 2),
+               FigureCell(issue.total_price, 2),
+               FigureCell(issue.chance, 4)});
+  }
+  return table;
+}
+
+std::string PurchaseView::Csv() const {
+  return CsvOf(analytics::kStockPurchaseTable, Rows());
+}
+
+void PurchaseView::WriteData(JsonWriter& json) const {
+  WriteRecords(json, analytics::kStockPurchaseTable, Rows());
+}
+
+// --- Reference data
+
+FoundView::FoundView(const ViewContext& context, Found found)
+    : View(context, Feed{found.service, ""}), found_(std::move(found)) {}
+
+bool FoundView::ResumeService() {
+  context().post([this] { TellArrival(); });
+  return true;
+}
+
+namespace {
+
+struct List {
+  std::string_view name;
+  int kinds;
+  const std::vector<BaseInfoItem>& (IStockCommon::*get)(int kind);
+};
+constexpr List kLists[] = {{"stocks", 5, &IStockCommon::GetStockList},
+                           {"plates", 2, &IStockCommon::GetPlateList},
+                           {"indices", 2, &IStockCommon::GetIndexList}};
+
+const List* ListNamed(std::string_view name) {
+  const auto* const found =
+      std::find_if(std::begin(kLists), std::end(kLists), [&](const List& list) { return list.name == name; });
+  return found == std::end(kLists) ? nullptr : found;
+}
+
+// The stock that is meant: a symbol in lower case, or the first stock with those digits.
+std::wstring SymbolOf(IStockCommon& reference, std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  const std::wstring symbol = common::s2ws(text, common::kUtf8);
+  const std::vector<BaseInfoItem> stocks = reference.GetStockList(1);
+  const auto found = std::find_if(stocks.begin(), stocks.end(), [&](const BaseInfoItem& stock) {
+    return stock.code == L"sh" + symbol || stock.code == L"sz" + symbol;
+  });
+  return found != stocks.end() ? found->code : symbol;
+}
+
+struct Month {
+  std::uint32_t number = 0;  // YYYYMM
+  int trading_days = 0;
+  std::vector<std::uint32_t> holidays;
+};
+
+std::vector<Month> MonthsOf(std::uint32_t year) {
+  std::vector<Month> months;
+  std::int64_t noon = common::DateToTime(year * 10000 + 101, 12, 0, 0);
+  for (std::uint32_t date = common::TimeToDate(noon); date / 10000 == year; date = common::TimeToDate(noon)) {
+    if (months.empty() || months.back().number != date / 100) {
+      months.push_back({date / 100, 0, {}});
+    }
+    if (IsTradingDay(date)) {
+      ++months.back().trading_days;
+    } else if (!IsWeekend(date)) {
+      months.back().holidays.push_back(date);
+    }
+    noon += kDay;
+  }
+  return months;
+}
+
+void WriteMonths(JsonWriter& json, const std::vector<Month>& months) {
+  json.BeginArray();
+  for (const Month& month : months) {
+    json.BeginObject();
+    json.Key("month");
+    json.Value(month.number);
+    json.Key("trading_days");
+    json.Value(std::int64_t{month.trading_days});
+    json.Key("holidays");
+    json.BeginArray();
+    for (const std::uint32_t date : month.holidays) {
+      json.Value(date);
+    }
+    json.EndArray();
+    json.EndObject();
+  }
+  json.EndArray();
+}
+
+}  // namespace
+
+int KindsOfList(std::string_view name) {
+  const List* const list = ListNamed(name);
+  return list == nullptr ? 0 : list->kinds;
+}
+
+Found FindList(IStockCommon& reference, std::string_view name, int kind) {
+  const std::vector<BaseInfoItem> items = (reference.*ListNamed(name)->get)(kind);
+  Found found;
+  found.key = std::wstring(name.begin(), name.end()) + L" " + std::to_wstring(kind);
+  found.table = Table(BaseInfoColumns());
+  found.csv = "code,name,pinyin,type\n";
+  for (const BaseInfoItem& item : items) {
+    found.table.Add(BaseInfoCells(item));
+    found.csv += BaseInfoCsv(item);
+  }
+  found.note = std::to_string(items.size()) + " " + std::string(name);
+  found.write = [items](JsonWriter& json) {
+    json.BeginArray();
+    for (const BaseInfoItem& item : items) {
+      json.BeginObject();
+      WriteBaseInfo(json, item);
+      json.EndObject();
+    }
+    json.EndArray();
+  };
+  return found;
+}
+
+Found FindSecurities(IStockCommon& reference, const std::string& text, std::size_t limit) {
+  const std::wstring wanted = common::s2ws(text, common::kUtf8);
+  const SecurityLists lists(reference);
+  std::vector<std::pair<std::string_view, BaseInfoItem>> matches;
+  for (const Match& match : lists.Find(wanted, limit)) {
+    matches.emplace_back(match.list, *match.item);
+  }
+  Found found;
+  found.key = L"find " + wanted;
+  std::vector<Column> columns = BaseInfoColumns();
+  columns.insert(columns.begin(), {"list"});
+  found.table = Table(columns);
+  found.csv = "list,code,name,pinyin,type\n";
+  for (const auto& [list, item] : matches) {
+    std::vector<Cell> cells = BaseInfoCells(item);
+    cells.insert(cells.begin(), {std::string(list), Tone::kDim});
+    found.table.Add(std::move(cells));
+    found.csv += std::string(list) + "," + BaseInfoCsv(item);
+  }
+  found.why_empty = matches.empty() ? "nothing is called \"" + Printable(wanted) + "\"" : "";
+  found.write = [matches](JsonWriter& json) {
+    json.BeginArray();
+    for (const auto& [list, item] : matches) {
+      json.BeginObject();
+      json.Key("list");
+      json.Value(list);
+      WriteBaseInfo(json, item);
+      json.EndObject();
+    }
+    json.EndArray();
+  };
+  return found;
+}
+
+Found FindPlatesOf(IStockCommon& reference, std::string text) {
+  Found found;
+  found.key = SymbolOf(reference, std::move(text));
+  std::vector<std::pair<std::wstring, std::wstring>> plates;
+  const bool known = reference.GetPlatesOfStock(found.key, plates);
+  found.table = Table({{"code", Align::kLeft, 8}, {"name"}});
+  found.csv = "code,name\n";
+  for (const auto& [code, name] : plates) {
+    found.table.Add({{Printable(code)}, {Printable(name)}});
+    found.csv += CsvField(code) + "," + CsvField(name) + "\n";
+  }
+  found.why_empty = known ? "" : "no plates are known of \"" + Printable(found.key) + "\"";
+  found.write = [plates](JsonWriter& json) { WriteCodesAndNames(json, plates); };
+  return found;
+}
+
+Found FindCalendar(std::uint32_t year) {
+  const std::uint32_t this_year = common::GetCurrentServerDate() / 10000;
+  const std::uint32_t shown = year == 0 ? this_year : year;
+  const std::vector<Month> months = MonthsOf(shown);
+  Found found;
+  found.service = "calendar";
+  found.key = std::to_wstring(shown);
+  found.table = Table({{"month"}, {"trading days", Align::kRight}, {"holidays"}});
+  found.csv = "holiday\n";
+  int trading_days = 0;
+  for (const Month& month : months) {
+    trading_days += month.trading_days;
+    std::string days;
+    for (const std::uint32_t date : month.holidays) {
+      days += (days.empty() ? "" : " ") + DateText(date).substr(8);
+      found.csv += CsvDate(date) + "\n";
+    }
+    found.table.Add(
+        {{DateText(month.number * 100).substr(0, 7)}, {std::to_string(month.trading_days)}, {days}});
+  }
+  found.note = std::to_string(trading_days) + " trading days in " + std::to_string(shown) +
+               (shown == this_year
+                    ? ""
+                    : "; the holidays of " + std::to_string(shown) + " are not known, only its weekends");
+  found.write = [months](JsonWriter& json) { WriteMonths(json, months); };
+  return found;
+}
+
+}  // namespace cli

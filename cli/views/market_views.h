@@ -1,0 +1,242 @@
+// Views of the market as a whole: its phase, its events, how its stocks do, margin trading, new shares, and
+// the reference data. See view.h.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "c_stock_market.h"
+#include "cli/views/service_view.h"
+
+namespace cli {
+
+class StateView final : public ServiceView<IStockMarketState, StockMarketState, std::wstring> {
+ public:
+  explicit StateView(const ViewContext& context);
+  [[nodiscard]] std::string Title() const override { return "phase"; }
+  [[nodiscard]] std::wstring Key() const override { return L"CN"; }
+  [[nodiscard]] std::vector<StyledLine> LogLines(bool with_header) const override;
+  [[nodiscard]] std::string Csv() const override;
+  /// What the phase is called, 开盘 and the like; empty when that is not known.
+  [[nodiscard]] std::wstring Caption() const;
+
+ private:
+  void WriteData(JsonWriter& json) const override;
+};
+
+/// A view of one day, of today if it is 0.
+template <class Service, class Data>
+class DayView : public ServiceView<Service, Data, std::uint32_t> {
+ public:
+  [[nodiscard]] std::wstring Key() const override { return std::to_wstring(Session()); }
+  [[nodiscard]] std::uint32_t Session() const override {
+    return date_ != 0 ? date_ : SessionDate(this->server_time());
+  }
+
+ protected:
+  DayView(const ViewContext& context, const Feed& feed, Service* (*get)(), std::uint32_t date)
+      : ServiceView<Service, Data, std::uint32_t>(context, feed, get), date_(date) {
+    this->Follow(date);
+  }
+  [[nodiscard]] std::uint32_t date() const { return date_; }
+
+ private:
+  const std::uint32_t date_;
+};
+
+class EventsView final : public DayView<IStockUnusualEvent, std::list<StockUnusualEventItem>> {
+ public:
+  EventsView(const ViewContext& context, std::uint32_t date, std::optional<std::size_t> last);
+  [[nodiscard]] std::string Title() const override { return "unusual events, the newest first"; }
+  [[nodiscard]] bool MayBeEmpty() const override { return true; }
+  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] std::vector<Security> Securities() const override;
+  [[nodiscard]] std::vector<std::wstring> RowKeys() const override;
+  [[nodiscard]] std::string Csv() const override;
+
+ private:
+  [[nodiscard]] std::list<StockUnusualEventItem> Events() const;
+  [[nodiscard]] bool FailureArrivesEmpty() const override { return true; }
+  void Resume(Observer& observer) override;
+  void AskAgain(IStockUnusualEvent& service) override;
+  void AskForPast(IStockUnusualEvent& service);
+  [[nodiscard]] std::string WhyNothingIn(
+      const Delivery<std::list<StockUnusualEventItem>>& delivery) const override;
+  void WriteData(JsonWriter& json) const override;
+
+  const std::optional<std::size_t> last_;
+  Mailbox<std::list<StockUnusualEventItem>> past_;
+};
+
+/// A curve over one day: how a curve looks is a matter of the functions.
+template <class Row>
+struct CurveLook {
+  const char* title;
+  Table (*table)(const std::vector<Row>& rows);
+  std::vector<StyledLine> (*chart)(const std::vector<Row>& rows, std::uint32_t date, const ChartSize& size);
+  void (*json)(JsonWriter& json, const std::vector<Row>& rows);
+  std::string (*csv)(const std::vector<Row>& rows);
+};
+
+template <class Service, class Row>
+class CurveView final : public DayView<Service, std::vector<Row>> {
+ public:
+  CurveView(const ViewContext& context, const Feed& feed, Service* (*get)(), std::uint32_t date,
+            const CurveLook<Row>& look)
+      : DayView<Service, std::vector<Row>>(context, feed, get, date), look_(look) {}
+  [[nodiscard]] std::string Title() const override { return look_.title; }
+  [[nodiscard]] Table AsTable() const override { return look_.table(Rows()); }
+  [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override {
+    return look_.chart(Rows(), this->Session(), size);
+  }
+  [[nodiscard]] std::string Csv() const override { return look_.csv(Rows()); }
+
+ private:
+  [[nodiscard]] std::vector<Row> Rows() const {
+    return this->newest() == nullptr ? std::vector<Row>() : this->newest()->data;
+  }
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<std::vector<Row>>& delivery) const override {
+    return delivery.data.empty()
+               ? NoFiguresText(this->date() != 0 ? this->date() : SessionDate(delivery.server_time),
+                               delivery.server_time)
+               : "";
+  }
+  void WriteData(JsonWriter& json) const override { look_.json(json, Rows()); }
+
+  const CurveLook<Row> look_;
+};
+
+using StrengthView = CurveView<IStrengthRating, StrengthRatingItem>;
+using EffectView = CurveView<IMoneyEffect, MoneyEffectItem>;
+[[nodiscard]] std::unique_ptr<View> MakeStrengthView(const ViewContext& context, std::uint32_t date);
+[[nodiscard]] std::unique_ptr<View> MakeEffectView(const ViewContext& context, std::uint32_t date);
+
+class DistributionView final : public DayView<IStockDistribution, DistributionItem> {
+ public:
+  DistributionView(const ViewContext& context, std::uint32_t date);
+  [[nodiscard]] std::string Title() const override { return "spread of the stocks' changes"; }
+  [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
+  [[nodiscard]] std::string Csv() const override;
+
+ private:
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<DistributionItem>& delivery) const override;
+  void WriteData(JsonWriter& json) const override;
+};
+
+/// A list that is attached to a service which does not poll, and asked for by a call.
+template <class Service, class Data>
+class AttachedView : public AnswerView<Data> {
+ public:
+  ~AttachedView() override {
+    if (service_ != nullptr) {
+      service_->Detach(&relay_);
+    }
+  }
+
+ protected:
+  AttachedView(const ViewContext& context, const Feed& feed, Service* (*get)(), void (Service::*fetch)())
+      : AnswerView<Data>(context, feed), get_(get), fetch_(fetch) {}
+  [[nodiscard]] Data Rows() const { return this->data() == nullptr ? Data() : *this->data(); }
+
+ private:
+  class Relay final : public IUpdate1<Data> {
+   public:
+    void Update(const Data& data) override { send(data); }
+    std::function<void(const Data&)> send;
+  };
+
+  bool Ask(const std::function<void(const Data&)>& done) override {
+    if (service_ == nullptr) {
+      service_ = get_();
+      if (service_ == nullptr) {
+        return false;
+      }
+      relay_.send = done;
+      service_->Attach(&relay_);
+    }
+    (service_->*fetch_)();
+    return true;
+  }
+
+  Service* (*const get_)();
+  void (Service::*const fetch_)();
+  Service* service_ = nullptr;
+  Relay relay_;
+};
+
+class MarginView final : public AttachedView<IMarginTrade, std::list<MarginTradeItem>> {
+ public:
+  MarginView(const ViewContext& context, std::optional<std::size_t> last);
+  [[nodiscard]] std::string Title() const override { return "margin trading"; }
+  [[nodiscard]] std::string WhyEmpty() const override;
+  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] std::string Csv() const override;
+
+ private:
+  [[nodiscard]] std::list<MarginTradeItem> Days() const;
+  void WriteData(JsonWriter& json) const override;
+
+  const std::optional<std::size_t> last_;
+};
+
+class PurchaseView final : public AttachedView<IStockPurchase, std::list<StockPurchaseItem>> {
+ public:
+  explicit PurchaseView(const ViewContext& context);
+  [[nodiscard]] std::string Title() const override { return "new shares"; }
+  [[nodiscard]] std::string WhyEmpty() const override;
+  [[nodiscard]] bool MayBeEmpty() const override { return true; }
+  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] std::string Csv() const override;
+
+ private:
+  void WriteData(JsonWriter& json) const override;
+};
+
+/// What was looked up in the reference data when it was made: nothing is asked for.
+struct Found {
+  std::string_view service = "stock_common";
+  std::wstring key;
+  Table table{{}};
+  std::function<void(JsonWriter& json)> write;
+  std::string csv;
+  std::string note;
+  std::string why_empty;
+};
+
+class FoundView final : public View {
+ public:
+  FoundView(const ViewContext& context, Found found);
+  [[nodiscard]] std::string Title() const override { return "reference data"; }
+  [[nodiscard]] std::wstring Key() const override { return found_.key; }
+  [[nodiscard]] bool has_data() const override { return true; }
+  [[nodiscard]] std::int64_t server_time() const override { return common::GetCurrentServerTime(); }
+  [[nodiscard]] std::string WhyEmpty() const override { return found_.why_empty; }
+  [[nodiscard]] std::string Note() const override { return found_.note; }
+  [[nodiscard]] Table AsTable() const override { return found_.table; }
+  [[nodiscard]] std::string Csv() const override { return found_.csv; }
+
+ private:
+  void WriteData(JsonWriter& json) const override { found_.write(json); }
+  bool ResumeService() override;
+  void SuspendService() override {}
+  void RefreshService() override {}
+
+  const Found found_;
+};
+
+/// The list `name` ("stocks", "plates", "indices") of a kind.
+[[nodiscard]] Found FindList(IStockCommon& reference, std::string_view name, int kind);
+/// How many kinds there are of a list; 0 when there is no such list.
+[[nodiscard]] int KindsOfList(std::string_view name);
+[[nodiscard]] Found FindSecurities(IStockCommon& reference, const std::string& text, std::size_t limit);
+[[nodiscard]] Found FindPlatesOf(IStockCommon& reference, std::string text);
+/// Trading days and holidays; 0 is this year.
+[[nodiscard]] Found FindCalendar(std::uint32_t year);
+
+}  // namespace cli

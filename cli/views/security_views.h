@@ -1,0 +1,124 @@
+// Views of one security: its quote, its minutes, its candles, what flows into and out of it. See view.h.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "c_stock_market.h"
+#include "cli/views/service_view.h"
+#include "cli/views/vocabulary.h"
+
+namespace cli {
+
+class QuoteView final : public ServiceView<ISingleStockMarket, StockMarketItem, std::wstring> {
+ public:
+  explicit QuoteView(const ViewContext& context);
+  [[nodiscard]] std::string Title() const override { return TitleOf("quote", security_); }
+  [[nodiscard]] std::wstring Key() const override { return security_.code; }
+  void Select(const Security& security) override;
+  /// The sheet of the quote, side by side or, where that is too wide, in one column.
+  [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
+  [[nodiscard]] std::string Csv() const override;
+
+ private:
+  [[nodiscard]] bool IsWanted(const StockMarketItem& quote) const override {
+    return quote.code == security_.code;
+  }
+  void WriteData(JsonWriter& json) const override;
+
+  Security security_;
+};
+
+/// The minutes of today, of another day, or of several days.
+class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std::wstring> {
+ public:
+  explicit MinuteLineView(const ViewContext& context);
+  [[nodiscard]] std::string Title() const override;
+  [[nodiscard]] std::wstring Key() const override { return security_.code; }
+  void Select(const Security& security) override;
+  /// `days` trading days that end at `date`; 0 is today.
+  void SelectDays(std::uint32_t date, int days);
+  [[nodiscard]] std::uint32_t date() const { return date_; }
+  [[nodiscard]] const Security& security() const { return security_; }
+  [[nodiscard]] std::uint32_t Session() const override;
+  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override;
+  [[nodiscard]] std::string Csv() const override;
+
+ private:
+  void FollowDays();
+  void Resume(Observer& observer) override;
+  void AskAgain(IStockMLine& service) override;
+  void AskForPast(IStockMLine& service);
+  [[nodiscard]] bool IsWanted(const StockMLineData& line) const override;
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<StockMLineData>& delivery) const override;
+  [[nodiscard]] std::string NothingText() const override;
+  void WriteData(JsonWriter& json) const override;
+
+  Security security_;
+  std::uint32_t date_ = 0;
+  int days_ = 1;
+  Mailbox<StockMLineData> past_;
+};
+
+class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wstring> {
+ public:
+  KLineView(const ViewContext& context, int period, int adjustment, std::optional<std::size_t> last);
+  [[nodiscard]] std::string Title() const override;
+  [[nodiscard]] std::wstring Key() const override { return security_.code; }
+  void Select(const Security& security) override;
+  [[nodiscard]] std::vector<Knob> Knobs() const override { return {Knob::kPeriod, Knob::kAdjustment}; }
+  bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::uint32_t Session() const override;
+  /// The newest sixty, unless a number was chosen.
+  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override;
+  [[nodiscard]] std::string Csv() const override;
+  /// All of them, the oldest first; none as long as nothing has arrived.
+  [[nodiscard]] std::vector<KLineCandle> Candles() const;
+
+ private:
+  void FollowSeries();
+  void Resume(Observer& observer) override;
+  [[nodiscard]] bool IsWanted(const StockKLineData& data) const override;
+  [[nodiscard]] bool IsTodayAlone(const StockKLineData& data) const;
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<StockKLineData>& delivery) const override;
+  // A download may take long, and ends with a record in any case.
+  [[nodiscard]] std::string NothingText() const override { return {}; }
+  void WriteData(JsonWriter& json) const override;
+  [[nodiscard]] std::vector<KLineCandle> Chosen(std::size_t otherwise) const;
+
+  Security security_;
+  int period_;
+  int adjustment_;
+  const std::optional<std::size_t> last_;
+  std::uint64_t failures_before_ = 0;
+};
+
+class FlowView final : public ServiceView<IStockInOut, StockInOutItem, std::wstring> {
+ public:
+  explicit FlowView(const ViewContext& context);
+  [[nodiscard]] std::string Title() const override { return TitleOf("flows in yuan", security_); }
+  [[nodiscard]] std::wstring Key() const override { return security_.code; }
+  void Select(const Security& security) override;
+  [[nodiscard]] std::uint32_t Session() const override;
+  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] std::string Csv() const override;
+
+ private:
+  [[nodiscard]] bool IsWanted(const StockInOutItem& flows) const override {
+    return flows.symbol == security_.code;
+  }
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<StockInOutItem>& delivery) const override;
+  [[nodiscard]] bool MayBeEmpty() const override { return true; }
+  [[nodiscard]] std::string NothingText() const override;
+  void WriteData(JsonWriter& json) const override;
+
+  Security security_;
+};
+
+}  // namespace cli

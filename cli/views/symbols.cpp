@@ -1,0 +1,55 @@
+#include "cli/views/symbols.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace cli {
+namespace {
+
+constexpr std::size_t kDigits = 6;
+
+bool AreDigits(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') {
+      c = static_cast<char>(c - 'A' + 'a');
+    }
+  }
+  return lower;
+}
+
+std::string MarketOf(char first_digit) {
+  switch (first_digit) {
+    case '0':
+    case '1':
+    case '2':
+    case '3':
+      return "sz";
+    case '5':
+    case '6':
+    case '9':
+      return "sh";
+    default:
+      return "";
+  }
+}
+
+}  // namespace
+
+std::optional<std::wstring> ParseSymbol(std::string_view text) {
+  std::string symbol = Lower(text);
+  if (symbol.size() == kDigits && AreDigits(symbol)) {
+    symbol.insert(0, MarketOf(symbol.front()));
+  }
+  const std::string_view market = std::string_view(symbol).substr(0, 2);
+  if (symbol.size() != kDigits + 2 || (market != "sh" && market != "sz") || !AreDigits(symbol.substr(2))) {
+    return std::nullopt;
+  }
+  return std::wstring(symbol.begin(), symbol.end());
+}
+
+}  // namespace cli

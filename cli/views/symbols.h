@@ -1,0 +1,16 @@
+// Symbols as users type them, understood without asking anybody. Pure functions. What the market knows is a
+// matter of securities.h.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cli {
+
+/// The symbol of a stock or an index, "sh600000": market and six digits in any case, or six digits alone,
+/// whose first one tells the market (0 to 3 Shenzhen, 5, 6 and 9 Shanghai). Nothing for anything else.
+[[nodiscard]] std::optional<std::wstring> ParseSymbol(std::string_view text);
+
+}  // namespace cli
