@@ -68,7 +68,7 @@ const std::vector<Route>& Table() {
      "The minute lines of one symbol on the `rn` trading days that end with the date, oldest first; less than 1 counts as 1, more than 250 as 250. Days on which it did not trade are left out, so that there may be fewer, or an empty array; `\"data\": {}` when the symbol is unknown.",
      "stock=sh600000&date=20240313&rn=2", Cost::kDays},
     {"/pc/rt/get_day_kline", {kStockArr}, DayCandle,
-     "The candle of the session of every symbol, once each, not adjusted; nothing for what is unknown or has not traded.", R"(stock_arr=["sh600000"])"},
+     "The candle of the session of every symbol, once each, not adjusted; zeros beside its `preclose` during the call auction; nothing for what is unknown or suspended.", R"(stock_arr=["sh600000"])"},
     {"/pc/monitor/get_monitor", {{"date", K::kSeconds}}, MarketEvents,
      "The events of the day (UTC+8) of that instant, up to it and to the server's clock, newest first; `time` is a text.", "date=1710468000", Cost::kDays},
     {"/pc/rt/stock_in_out", {kStockArr}, StockFlows,

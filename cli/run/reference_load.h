@@ -27,9 +27,9 @@ Service& Made(Service* service, const char* name) {
 }
 
 /// Loads what is needed and calls `done` on the main thread, with false when it could not be loaded within
-/// about ten seconds. Lists that fail at once are tried three times, a second apart, before that is said; then
-/// they are tried every ten seconds as long as the loop runs, and `done` is called a second time, with true,
-/// when they have come. The loop must outlive the module's services.
+/// about ten seconds. Lists that fail at once are tried three times, a second apart, before that is said;
+/// then they are tried every ten seconds as long as the loop runs, and `done` is called a second time, with
+/// true, when they have come. The loop must outlive the module's services.
 void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done);
 

@@ -196,7 +196,7 @@ void Screen::OnKey(const Key& key) {
 
 bool Screen::OnOverlayKey(const Key& key) {
   if (helps_ && (Plain(key).kind == KeyKind::kUp || Plain(key).kind == KeyKind::kDown)) {
-    help_first_ += Plain(key).kind == KeyKind::kDown ? 1 : 0;
+    help_first_ += Plain(key).kind == KeyKind::kDown ? 1U : 0U;
     help_first_ -= Plain(key).kind == KeyKind::kUp ? std::min<std::size_t>(help_first_, 1) : 0;
     return true;
   }

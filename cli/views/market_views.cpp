@@ -105,19 +105,22 @@ void StateView::WriteData(JsonWriter& json) const {
 EventsView::EventsView(const ViewContext& context, std::uint32_t date, std::optional<std::size_t> last)
     : DayView(context, kEventsFeed, &GetStockUnusualEvent, date),
       last_(last),
-      past_(context.post, [this](const auto& delivery) { OnDelivery(delivery); }) {}
+      past_(context.post, [this](const auto& delivery) {
+        is_past_ = true;
+        OnDelivery(delivery);
+        is_past_ = false;
+      }) {}
 
-// A past day is not polled.
+// The service polls the day of its clock, which has no events while the market is closed.
 void EventsView::Resume(Observer& observer) {
   if (date() == 0) {
     observer.Resume(true);
-  } else {
-    AskForPast(observer.service());
   }
+  AskForPast(observer.service());
 }
 
 void EventsView::AskAgain(IStockUnusualEvent& service) {
-  if (date() == 0) {
+  if (PastDay() == 0) {
     service.Refresh();
   } else {
     AskForPast(service);
@@ -125,7 +128,21 @@ void EventsView::AskAgain(IStockUnusualEvent& service) {
 }
 
 void EventsView::AskForPast(IStockUnusualEvent& service) {
-  service.FetchUnusualEvent(date(), past_.Sender());
+  if (PastDay() != 0) {
+    service.FetchUnusualEvent(PastDay(), past_.Sender());
+  }
+}
+
+std::uint32_t EventsView::PastDay() const {
+  if (date() != 0) {
+    return date();
+  }
+  const std::uint32_t day = SessionDate(common::GetCurrentServerTime());
+  return day == common::GetCurrentServerDate() ? 0 : day;
+}
+
+bool EventsView::IsWanted(const std::list<StockUnusualEventItem>& /*events*/) const {
+  return is_past_ || PastDay() == 0;
 }
 
 std::list<StockUnusualEventItem> EventsView::Events() const {

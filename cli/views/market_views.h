@@ -66,11 +66,15 @@ class EventsView final : public DayView<IStockUnusualEvent, std::list<StockUnusu
   void Resume(Observer& observer) override;
   void AskAgain(IStockUnusualEvent& service) override;
   void AskForPast(IStockUnusualEvent& service);
+  /// The day to ask for besides what is polled; 0: there is none.
+  [[nodiscard]] std::uint32_t PastDay() const;
+  [[nodiscard]] bool IsWanted(const std::list<StockUnusualEventItem>& events) const override;
   [[nodiscard]] std::string WhyNothingIn(
       const Delivery<std::list<StockUnusualEventItem>>& delivery) const override;
   void WriteData(JsonWriter& json) const override;
 
   const std::optional<std::size_t> last_;
+  bool is_past_ = false;  // what arrives was asked for by its day
   Mailbox<std::list<StockUnusualEventItem>> past_;
 };
 

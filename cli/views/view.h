@@ -140,9 +140,7 @@ class View {
   /// The counts of the feed's endpoint at this moment.
   [[nodiscard]] virtual stock_host::EndpointCounters Counters() const { return CountersOf(feed_.endpoint); }
   /// What is told when an answer came and nothing in it was for the key; empty: goes on waiting.
-  [[nodiscard]] virtual std::string NothingText() const {
-    return "the server answered, with nothing for this";
-  }
+  [[nodiscard]] virtual std::string NothingText() const { return "the server has no such figures"; }
   /// True when the service tells its views of a failure as of an answer with nothing in it.
   [[nodiscard]] virtual bool FailureArrivesEmpty() const { return false; }
   /// The trading day of the data by the clock; empty: nothing is there.

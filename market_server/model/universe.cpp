@@ -345,8 +345,8 @@ void Universe::MakeHistory(const Options& options, const Days& days) {
     int bonuses = 0;
     double factor = 1;
     // One dividend or split, within so many days from a date on.
-    const auto add = [&](std::uint64_t h, Date earliest, std::uint32_t span, bool may_split) {
-      Date date = Shift(earliest, static_cast<std::int64_t>(Below(Mix(h, 1), span)));
+    const auto add = [&](std::uint64_t h, Date from, std::uint32_t span, bool may_split) {
+      Date date = Shift(from, static_cast<std::int64_t>(Below(Mix(h, 1), span)));
       while (!IsTradingDay(date)) {
         date = Shift(date, 1);
       }

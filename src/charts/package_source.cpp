@@ -7,10 +7,10 @@
 #include "host/files.h"
 #include "host/network.h"
 #include "host/text.h"
+#include "json/budget.h"
 #include "reference/package_key.h"
 #include "reference/package_version_store.h"
 #include "request/ask.h"
-#include "json/budget.h"
 #include "request/urls.h"
 
 namespace charts {

@@ -116,7 +116,13 @@ TEST_F(CsmCharts, klineShowsTheMarketsCandlesInEveryPeriodAndAdjustment) {
     }
     const auto& today = shown[shown.Size() - 1];
     EXPECT_EQ(today["date"].GetUint(), kDay);
-    EXPECT_DOUBLE_EQ(today["close"].GetDouble(), market_.QuoteOf(*stock_, Now()).last);
+    // Adjusted backward, today stands in the base of the first day.
+    const auto close_of_today = [&](model::Adjustment of) {
+      return market_.Candles(*stock_, model::Period{1}, of, kDay).back().close;
+    };
+    const double factor =
+        adjustment == 3 ? close_of_today(model::Adjustment{3}) / close_of_today(model::Adjustment{1}) : 1;
+    EXPECT_NEAR(today["close"].GetDouble(), market_.QuoteOf(*stock_, Now()).last * factor, 0.005);
   }
 }
 
@@ -323,7 +329,7 @@ TEST_F(CsmCharts, aMissingAnswerIsTold) {
   ExpectFailure({"distribution"}, "the server has no figures of 2024-03-15");
   ExpectFailure({"purchase"}, "has no such figures");
   ExpectFailure({"mline", stock_->code},
-                "the server has no minute line of " + stock_->code + " on 2024-03-15");
+                "the server has no minute line of " + stock_->code + " " + stock_->name + " on 2024-03-15");
 }
 
 TEST_F(CsmCharts, hostileAnswersLeaveTheTerminalAlone) {

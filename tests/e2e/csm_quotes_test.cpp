@@ -13,6 +13,7 @@
 #include "cli/format/text.h"
 #include "cli/temporary_directory.h"
 #include "csm_market.h"
+#include "screen_reader.h"
 
 namespace tests {
 namespace {
@@ -517,21 +518,11 @@ TEST_F(CsmQuotes, sayWhyNothingArrives) {
                 "nothing arrived: no data: StockMarket::FetchStockMarkets Response Error");
 }
 
-// The newest whole screen without control sequences.
-std::string ScreenOf(const std::string& output) {
-  const std::size_t end = output.rfind("\x1b[J");
-  const std::size_t start = output.rfind("\x1b[H", end);
-  std::string plain;
-  for (std::size_t i = start; end != std::string::npos && i < end; ++i) {
-    if (output[i] == '\x1b') {
-      while (i < end && std::isalpha(static_cast<unsigned char>(output[i])) == 0) {
-        ++i;
-      }
-    } else if (output[i] != '\r') {
-      plain += output[i];
-    }
-  }
-  return plain;
+// What the terminal shows after all that the program has written to it.
+std::string ScreenOf(const ChildProcess& csm, int columns = 100, int rows = 30) {
+  tests::ScreenReader reader(columns, rows);
+  reader.Read(csm.output());
+  return reader.Text();
 }
 
 TEST_F(CsmQuotes, areRedrawnInPlaceOnATerminal) {
@@ -539,34 +530,31 @@ TEST_F(CsmQuotes, areRedrawnInPlaceOnATerminal) {
   const std::string code = TradedStock().security->code;
   ChildProcess csm(Asking({"quote", code, "--interval", "0.3"}), Environment(),
                    ChildProcess::Around::kTerminal);
-  ASSERT_TRUE(csm.ReadUntil([&] { return ScreenOf(csm.output()).find("bid5") != std::string::npos; }))
-      << csm.output();
-  const std::string first = ScreenOf(csm.output());
-  EXPECT_EQ(first.rfind("quote   2024-03-15 10:", 0), 0U) << first;
-  EXPECT_NE(first.find("\n* live"), std::string::npos) << first;
-  const auto book = [](const std::string& screen) { return screen.substr(screen.find("ask5")); };
-  EXPECT_TRUE(csm.ReadUntil([&] {
-    const std::string now = ScreenOf(csm.output());
-    return now.find("bid5") != std::string::npos && book(now) != book(first);
-  })) << "the book never changed";
-  EXPECT_NE(csm.output().find("\x1b[31m"), std::string::npos);
+  const auto shows = [&csm](std::string_view text) { return ScreenOf(csm).find(text) != std::string::npos; };
+  ASSERT_TRUE(csm.ReadUntil([&] { return shows("bid5") && shows("* live"); })) << ScreenOf(csm);
+  const std::string first = ScreenOf(csm);
+  EXPECT_NE(first.find("quote"), std::string::npos) << first;
+  EXPECT_NE(first.find("2024-03-15 10:"), std::string::npos) << first;
+  const auto book = [](const std::string& screen) {
+    return screen.substr(std::min(screen.find("ask5"), screen.size()));
+  };
+  EXPECT_TRUE(csm.ReadUntil([&] { return shows("bid5") && book(ScreenOf(csm)) != book(first); }))
+      << "the book never changed";
   csm.Type("q");
   EXPECT_EQ(csm.Wait(), 0);
-  const std::size_t left = csm.output().rfind("\x1b[?1049l");
-  ASSERT_NE(left, std::string::npos);
-  EXPECT_NE(csm.output().find("bid5", left), std::string::npos) << "the newest sheet stays";
+  EXPECT_NE(csm.output().rfind("\x1b[?1049l"), std::string::npos) << "the terminal is given back";
 }
 
 TEST_F(CsmQuotes, fitATerminalThatIsTooSmall) {
   ChildProcess csm(Asking({"board", "--rows", "0:60", "--interval", "0.3"}), Environment(),
                    ChildProcess::Around::kTerminal);
-  ASSERT_TRUE(csm.ReadUntil([&] { return ScreenOf(csm.output()).find("more lines") != std::string::npos; }))
-      << csm.output();
+  ASSERT_TRUE(csm.ReadUntil([&] { return ScreenOf(csm).find("* live") != std::string::npos; }))
+      << ScreenOf(csm);
+  const std::size_t before = csm.output().size();
   csm.Resize(40, 8);
-  ASSERT_TRUE(csm.ReadUntil([&] { return LinesOf(ScreenOf(csm.output())).size() == 8; }));
-  for (const std::string& line : LinesOf(ScreenOf(csm.output()))) {
-    EXPECT_LE(cli::DisplayWidth(line), 40) << line;
-  }
+  ASSERT_TRUE(csm.ReadUntil([&] {
+    return csm.output().find("too small: 40 by 8", before) != std::string::npos;
+  })) << csm.output().substr(before);
   csm.Signal(SIGTERM);
   EXPECT_EQ(csm.Wait(), 0);
 }

@@ -513,9 +513,14 @@ TEST_F(ProtocolSentences, theAuction) {
       EXPECT_GT(Number(list[i], "num_u") + Number(list[i], "num_z") + Number(list[i], "num_d"), 0);
     }
     EXPECT_TRUE(Minutes(clock).empty());
-    EXPECT_EQ(
-        Json("/pc/rt/get_day_kline", {{"stock_arr", List({"sh600000", "sh000001"})}})["data"].MemberCount(),
-        0U);
+    const Document candles = Json("/pc/rt/get_day_kline", {{"stock_arr", List({"sh600000", "sh000001"})}});
+    EXPECT_EQ(candles["data"].MemberCount(), 2U);
+    for (const auto& candle : candles["data"].GetObject()) {
+      EXPECT_GT(Number(candle.value["list"], "preclose"), 0);
+      for (const char* key : {"open", "high", "last", "low", "vol", "amt", "tr"}) {
+        EXPECT_EQ(Number(candle.value["list"], key), 0) << key;
+      }
+    }
   }
   EXPECT_TRUE(PageSays("| 00:00 | everything shows the session before |"));
   EXPECT_EQ(Minutes("2024-03-15 09:14:59").size(), 241U);
