@@ -43,6 +43,7 @@ IStockCommon* GetStockCommon() {
   return reference::TheStockCommon();
 }
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a declaration, which has no use for them
 #define CSM_ACCESSOR(area, Name)                  \
   I##Name* Get##Name() {                          \
     return frame::Only<&area::Make##Name>::Get(); \

@@ -47,7 +47,7 @@ ChartSize ChartOn(const Chosen& chosen) {
 }
 
 // A command that ends when it has shown its view.
-std::function<Runner(Form&)> Once(AddOptions add, WhatIsShown shown, std::string footer) {
+std::function<Runner(Form&)> Once(AddOptions add, WhatIsShown shown, const std::string& footer) {
   return [=](Form& form) -> Runner {
     const auto chosen = std::make_shared<Chosen>();
     add(form, *chosen);
@@ -62,7 +62,7 @@ std::function<Runner(Form&)> Once(AddOptions add, WhatIsShown shown, std::string
 }
 
 // A command that goes on, on a screen of its own where there is one.
-std::function<Runner(Form&)> Following(AddOptions add, WhatIsShown shown, std::string footer,
+std::function<Runner(Form&)> Following(AddOptions add, WhatIsShown shown, const std::string& footer,
                                        bool has_screen = true) {
   return [=](Form& form) -> Runner {
     const auto chosen = std::make_shared<Chosen>();

@@ -34,7 +34,8 @@ std::optional<int> LimitOf(const StockMarketItem& quote) {
 // To the fen, half a fen up.
 PlainField<double> Moved(double preclose, int percent) {
   const std::int64_t fen = std::llround(preclose * 100);
-  return {static_cast<double>((fen * (100 + percent) + 50) / 100) / 100, true};
+  const std::int64_t moved = (fen * (100 + percent) + 50) / 100;
+  return {static_cast<double>(moved) / 100, true};
 }
 
 }  // namespace

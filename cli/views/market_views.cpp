@@ -145,6 +145,13 @@ bool EventsView::IsWanted(const std::list<StockUnusualEventItem>& /*events*/) co
   return is_past_ || PastDay() == 0;
 }
 
+// What is shown is still the last session's.
+void EventsView::OnUnwanted(Clock::time_point at) {
+  if (newest() != nullptr) {
+    OnArrival(at, WhyNothingIn(*newest()));
+  }
+}
+
 std::list<StockUnusualEventItem> EventsView::Events() const {
   std::list<StockUnusualEventItem> events;
   if (newest() != nullptr) {

@@ -69,6 +69,7 @@ class EventsView final : public DayView<IStockUnusualEvent, std::list<StockUnusu
   /// The day to ask for besides what is polled; 0: there is none.
   [[nodiscard]] std::uint32_t PastDay() const;
   [[nodiscard]] bool IsWanted(const std::list<StockUnusualEventItem>& events) const override;
+  void OnUnwanted(Clock::time_point at) override;
   [[nodiscard]] std::string WhyNothingIn(
       const Delivery<std::list<StockUnusualEventItem>>& delivery) const override;
   void WriteData(JsonWriter& json) const override;

@@ -63,13 +63,19 @@ class ServiceView : public View {
   virtual void AskAgain(Service& service) { service.Refresh(); }
   /// False for data that belong to something that is not shown any more.
   [[nodiscard]] virtual bool IsWanted(const Data& /*data*/) const { return true; }
+  /// Such data have arrived.
+  virtual void OnUnwanted(View::Clock::time_point /*at*/) {}
   /// Why there is nothing in the data, for a person; empty: there is.
   [[nodiscard]] virtual std::string WhyNothingIn(const Delivery<Data>& /*delivery*/) const { return {}; }
   /// `newest()` is another one.
   virtual void OnData() {}
 
   void OnDelivery(const Delivery<Data>& delivery) {
-    if (!key_ || !IsWanted(delivery.data)) {
+    if (!key_) {
+      return;
+    }
+    if (!IsWanted(delivery.data)) {
+      OnUnwanted(delivery.at);
       return;
     }
     if (!newest_ || !(newest_->data == delivery.data)) {

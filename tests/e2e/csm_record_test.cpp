@@ -159,7 +159,8 @@ TEST_F(CsmRecord, whatWasNeverRecordedFails) {
 
 // One candle, that of today, was printed for all weeks.
 TEST_F(CsmRecord, aSeriesWhosePastWasNeverRecordedFails) {
-  ASSERT_EQ(RunCsm(Joined({"record", record_, "kline", "sh600000", "--csv"}, kStill)).code, 0);
+  const Ended recorded = RunCsm(Joined({"record", record_, "kline", "sh600000", "--csv"}, kStill));
+  ASSERT_EQ(recorded.code, 0) << recorded.errors;
   const Ended days = RunCsm({"kline", "sh600000", "--last", "5", "--csv", "--replay", record_});
   EXPECT_EQ(days.code, 0) << days.errors;
   EXPECT_EQ(LinesOf(days.output).size(), 6U) << days.output;

@@ -269,9 +269,7 @@ TEST_F(PanelsTest, showTheLastSessionWhileTheMarketIsClosed) {
   for (const PanelCase& one : kPanels) {
     const std::unique_ptr<Panel> panel = Make(one.make);
     panel->Show();
-    // Of today's unusual events there is none yet.
-    const bool is_empty = std::string(one.name) == "events";
-    Await(*panel, is_empty ? FeedState::kEmpty : FeedState::kClosed);
+    Await(*panel, FeedState::kClosed);
     EXPECT_NE(ReportOf(*panel).text.find("2024-03-15"), std::string::npos)
         << one.name << ": " << ReportOf(*panel).text;
   }
