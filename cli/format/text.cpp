@@ -123,4 +123,34 @@ std::string Pad(std::string_view text, int width, Align align) {
   return align == Align::kLeft ? std::string(text) + blanks : blanks + std::string(text);
 }
 
+std::string Wrapped(const std::string& text, int width, std::size_t indent) {
+  std::string wrapped;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    std::size_t begin = indent;
+    if (begin == 0) {
+      const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
+      const std::size_t gap = line.find("   ", blanks);
+      begin = gap == std::string::npos ? blanks : line.find_first_not_of(' ', gap);
+      begin = begin == std::string::npos || static_cast<int>(begin) > width / 2 ? blanks + 4 : begin;
+    }
+    while (DisplayWidth(line) > width) {
+      std::size_t cut = line.size();
+      do {
+        cut = line.rfind(' ', cut - 1);
+      } while (cut != std::string::npos && cut > begin && DisplayWidth(line.substr(0, cut)) > width);
+      if (cut == std::string::npos || cut <= begin) {
+        break;
+      }
+      wrapped += line.substr(0, line.find_last_not_of(' ', cut) + 1) + "\n";
+      line = std::string(begin, ' ') + line.substr(cut + 1);
+    }
+    wrapped += line + "\n";
+  }
+  if (!wrapped.empty()) {
+    wrapped.pop_back();
+  }
+  return wrapped;
+}
+
 }  // namespace cli

@@ -67,6 +67,8 @@ class Screen {
   void Refresh();
   void MoveFocus(int step);
   [[nodiscard]] bool OnOverlayKey(const Key& key);
+  [[nodiscard]] bool OnPanelKey(Panel& panel, const Key& key);
+  void OnMouse(const Key& key);
   void OnOwnKey(const Key& key);
   [[nodiscard]] std::vector<StyledLine> PartOf(const PlacedPart& part, Panel::Clock::time_point now,
                                                stock::MarketStatus phase);
@@ -74,6 +76,8 @@ class Screen {
   [[nodiscard]] std::vector<StyledLine> HelpLines() const;
   [[nodiscard]] std::vector<StyledLine> Help();
   [[nodiscard]] StyledLine HintLine() const;
+  /// The names of the pages, each in a cell of its own.
+  [[nodiscard]] StyledLine Tabs() const;
   [[nodiscard]] StyledLine PageLine() const;
   [[nodiscard]] Area Room() const;
   [[nodiscard]] bool is_too_small() const {

@@ -17,6 +17,7 @@
 #include "cli/format/json_writer.h"
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
+#include "cli/views/choices.h"
 #include "cli/views/feed_health.h"
 #include "cli/views/feeds.h"
 #include "cli/views/observer.h"
@@ -71,6 +72,11 @@ class View {
   [[nodiscard]] virtual std::vector<Knob> Knobs() const { return {}; }
   /// Goes on to the next of what the knob changes, or `step` places. False for a view without that knob.
   virtual bool Turn(Knob /*knob*/, int /*step*/) { return false; }
+  /// The columns that its rows can be ordered by.
+  [[nodiscard]] virtual Choices OrderColumns() const { return {}; }
+  /// Orders them by one of those, the largest first, codes and names from A to Z; by the one that they are
+  /// ordered by already, the other way round.
+  virtual void OrderBy(int /*column*/) {}
 
   /// How the data are, in words.
   [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const;

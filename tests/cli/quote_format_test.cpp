@@ -337,6 +337,17 @@ TEST(Order, isNamedForKeyAndTitle) {
   EXPECT_EQ(choice.order.Title(), "by tr, ascending");
 }
 
+// Enter on an event selected the index of the whole market, which every event has for its symbol.
+TEST(SymbolIn, findsTheStockThatAnEventNames) {
+  EXPECT_EQ(SymbolIn("浦发银行(600000)封涨停板"), L"sh600000");
+  EXPECT_EQ(SymbolIn("14:30 sz000002 万科A 大笔买入 123456789 股"), L"sz000002");
+  EXPECT_EQ(SymbolIn("成交 1234567 股, 平安银行 000001"), L"sz000001");
+  EXPECT_EQ(SymbolIn("SH000001 翻红"), L"sh000001");
+  EXPECT_EQ(SymbolIn("大盘跳水"), std::nullopt);
+  EXPECT_EQ(SymbolIn("1234567"), std::nullopt);
+  EXPECT_EQ(SymbolIn(""), std::nullopt);
+}
+
 TEST(Symbols, mayBeTypedWithoutTheirMarket) {
   EXPECT_EQ(ParseSymbol("sh600000"), L"sh600000");
   EXPECT_EQ(ParseSymbol("SZ000002"), L"sz000002");
