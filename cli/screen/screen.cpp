@@ -150,8 +150,13 @@ void Screen::Arrange() {
   if (!is_too_small() && !helps_ && page_ < pages_.size()) {
     placed_ = Place(pages_[page_], Room());
   }
+  std::vector<PlacedPart> wanted = placed_;
+  if (!placed_.empty() && shown_as_on_.rows > 0) {
+    wanted = Place(pages_[page_], {0, 0, std::max(size_.columns, shown_as_on_.columns),
+                                   std::max(size_.rows, shown_as_on_.rows)});
+  }
   std::set<std::size_t> seen;
-  for (const PlacedPart& part : placed_) {
+  for (const PlacedPart& part : wanted) {
     seen.insert(part.panel);
   }
   for (const std::size_t panel : shown_) {
@@ -160,14 +165,20 @@ void Screen::Arrange() {
     }
   }
   const std::set<std::size_t> before = std::exchange(shown_, seen);
-  for (const PlacedPart& part : placed_) {
+  for (const PlacedPart& part : wanted) {
     if (before.count(part.panel) == 0) {
       panels_[part.panel]->Show();
     }
   }
-  if (!placed_.empty() && seen.count(focus_) == 0) {
+  const auto has_focus = [&](const PlacedPart& part) { return part.panel == focus_; };
+  if (!placed_.empty() && std::none_of(placed_.begin(), placed_.end(), has_focus)) {
     focus_ = placed_.front().panel;
   }
+}
+
+void Screen::ShowAsOn(const ChartSize& size) {
+  shown_as_on_ = size;
+  Arrange();
 }
 
 void Screen::Refresh() {

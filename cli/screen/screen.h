@@ -46,6 +46,9 @@ class Screen {
   void Turn(std::size_t page);
   /// Other panels and pages take the place of those that there are.
   void Open(std::vector<std::unique_ptr<Panel>> panels, std::vector<Page> pages);
+  /// Panels of the page that `size` would have room for are shown from now on, in sight or not: what they ask
+  /// is to be recorded.
+  void ShowAsOn(const ChartSize& size);
   /// The panels that are seen.
   [[nodiscard]] std::vector<Panel*> Seen() const;
   /// Tells every panel what the current security is.
@@ -88,6 +91,7 @@ class Screen {
   std::vector<Page> pages_;
   const ScreenActions actions_;
   ChartSize size_{0, 0};
+  ChartSize shown_as_on_{0, 0};
   std::size_t page_ = 0;
   std::vector<PlacedPart> placed_;
   std::set<std::size_t> shown_;

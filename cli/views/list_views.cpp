@@ -241,7 +241,7 @@ std::wstring BoardView::Key() const {
 
 StockRangeRankingTarget BoardView::Target() const {
   return {As<std::uint32_t>(choice().group), As<std::uint32_t>(choice().order.column),
-          As<std::uint32_t>(choice().order.direction), range().start, range().end};
+          As<std::uint32_t>(choice().order.direction), Asked().start, Asked().end};
 }
 
 std::vector<Security> BoardView::SecuritiesIn(const Quotes& quotes) const {
@@ -287,7 +287,7 @@ std::wstring PlatesView::Key() const {
 
 PlateRangeRankingTarget PlatesView::Target() const {
   return {As<std::uint32_t>(choice().group), As<std::uint32_t>(choice().order.column),
-          As<std::uint32_t>(choice().order.direction), range().start, range().end};
+          As<std::uint32_t>(choice().order.direction), Asked().start, Asked().end};
 }
 
 std::vector<Security> PlatesView::SecuritiesIn(const Quotes& quotes) const {
@@ -340,7 +340,7 @@ void MembersView::Select(const Security& security) {
 
 PlateStockRankingTarget MembersView::Target() const {
   return {plate_.code, As<std::uint32_t>(choice().order.column), As<std::uint32_t>(choice().order.direction),
-          range().start, range().end};
+          Asked().start, Asked().end};
 }
 
 std::vector<Security> MembersView::SecuritiesIn(const PlateStockMarketData& data) const {

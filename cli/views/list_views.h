@@ -2,6 +2,7 @@
 // user's own choice, of codes and names. See view.h.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -113,6 +114,11 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
         names_(context.post, [this](const Delivery<CodeNameList>& list) { TakeNames(list.data); }) {}
 
   [[nodiscard]] const RowRange& range() const { return range_; }
+  /// The rows to ask for.
+  [[nodiscard]] RowRange Asked() const {
+    const std::uint32_t least = this->choice().rows ? 0 : this->context().least_rows;
+    return {range_.start, std::max(range_.end, range_.start + least)};
+  }
   [[nodiscard]] const Data& data() const { return data_; }
   [[nodiscard]] std::string RangeText() const {
     return this->choice().rows ? ", rows " + RowsText(range_) : "";

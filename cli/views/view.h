@@ -32,6 +32,7 @@ struct ViewContext {
   std::function<void()> changed = [] {};     ///< something is to be drawn anew
   const Warnings* warnings = nullptr;        ///< null: there are none
   std::chrono::milliseconds interval{3000};  ///< at which views are refreshed while the market is open
+  std::uint32_t least_rows = 0;  ///< that a page of a list is asked for, however many are in sight
 };
 
 /// Said by views of the current security as long as there is none.
