@@ -521,21 +521,21 @@ bool ReadPlain(std::string_view text, Content& content) {
   return true;
 }
 
-bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
+std::size_t ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
   const char* at = text.data();
   const char* const end = at + text.size();
   char before = '[';
   for (double& number : numbers) {
     if (at == end || *at != before) {
-      return false;
+      return 0;
     }
     at = PassNumber(at + 1, end, number);
     if (at == nullptr) {
-      return false;
+      return 0;
     }
     before = ',';
   }
-  return end - at == 1 && *at == ']';
+  return at != end && *at == ']' ? static_cast<std::size_t>(at + 1 - text.data()) : 0;
 }
 
 }  // namespace request::json::detail
