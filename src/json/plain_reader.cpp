@@ -476,6 +476,12 @@ class Reader {
   bool Multibyte() {
     const auto byte = [this](int place) { return static_cast<unsigned char>(at_[place]); };
     const unsigned char lead = byte(0);
+    // Most are of three bytes, without a limit to the second.
+    if ((lead & 0xF0) == 0xE0 && lead != 0xE0 && lead != 0xED && end_ - at_ >= 3 &&
+        (byte(1) & 0xC0) == 0x80 && (byte(2) & 0xC0) == 0x80) {
+      at_ += 3;
+      return true;
+    }
     const int length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
     if (lead < 0xC2 || lead > 0xF4 || end_ - at_ < length) {
       return false;
