@@ -129,6 +129,20 @@ void ListView<Service, Data, KeyType>::OrderBy(int column) {
   FollowList();
 }
 
+template <class Service, class Data, class KeyType>
+std::optional<KnobSetting> ListView<Service, Data, KeyType>::SettingOf(Knob knob) const {
+  switch (knob) {
+    case Knob::kGroup:
+      return groups_.empty() ? std::nullopt : std::optional(KnobSetting{groups_, choice_.group});
+    case Knob::kColumn:
+      return KnobSetting{choice_.order.columns, choice_.order.column};
+    case Knob::kDirection:
+      return KnobSetting{Directions(), choice_.order.direction};
+    default:
+      return std::nullopt;
+  }
+}
+
 // --- Lists that come page by page
 
 template <class Service, class Data, class KeyType>
@@ -405,6 +419,11 @@ bool StockRankingView::Turn(Knob knob, int step) {
   five_minutes_ = !five_minutes_;
   FollowList();
   return true;
+}
+
+std::optional<KnobSetting> StockRankingView::SettingOf(Knob knob) const {
+  return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0}
+                             : ListView::SettingOf(knob);
 }
 
 std::string StockRankingView::Title() const {

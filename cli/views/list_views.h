@@ -67,12 +67,8 @@ class PagedList {
 template <class Service, class Data, class KeyType>
 class ListView : public ServiceView<Service, Data, KeyType> {
  public:
-  [[nodiscard]] std::vector<Knob> Knobs() const override {
-    return groups_.empty() ? std::vector{Knob::kColumn, Knob::kDirection}
-                           : std::vector{Knob::kGroup, Knob::kColumn, Knob::kDirection};
-  }
   bool Turn(Knob knob, int step) override;
-  [[nodiscard]] Choices OrderColumns() const override { return choice_.order.columns; }
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   void OrderBy(int column) override;
 
  protected:
@@ -220,10 +216,8 @@ class StockRankingView final
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<Security> Securities() const override;
   [[nodiscard]] std::string Csv() const override;
-  [[nodiscard]] std::vector<Knob> Knobs() const override {
-    return {Knob::kGroup, Knob::kColumn, Knob::kDirection, Knob::kSpan};
-  }
   bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
 
  private:
   void FollowList() override;

@@ -1,5 +1,8 @@
 #include "cli/views/view.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
 #include "cli/format/record_json.h"
@@ -50,6 +53,36 @@ void View::Refresh() {
   if (!health_.under_way()) {
     RefreshService();
   }
+}
+
+std::vector<Knob> View::Knobs() const {
+  std::vector<Knob> knobs;
+  for (const Knob knob : {Knob::kGroup, Knob::kColumn, Knob::kDirection, Knob::kSpan, Knob::kPeriod,
+                          Knob::kAdjustment}) {
+    if (SettingOf(knob)) {
+      knobs.push_back(knob);
+    }
+  }
+  return knobs;
+}
+
+Choices View::OrderColumns() const {
+  const std::optional<KnobSetting> setting = SettingOf(Knob::kColumn);
+  return setting ? setting->choices : Choices();
+}
+
+bool View::Set(Knob knob, int number) {
+  const std::optional<KnobSetting> setting = SettingOf(knob);
+  if (!setting || setting->number == number) {
+    return setting.has_value();
+  }
+  const auto place = [&](int wanted) {
+    return std::find_if(setting->choices.begin(), setting->choices.end(),
+                        [&](const Choice& choice) { return choice.number == wanted; }) -
+           setting->choices.begin();
+  };
+  return place(number) < std::ssize(setting->choices) &&
+         Turn(knob, static_cast<int>(place(number) - place(setting->number)));
 }
 
 void View::Begin() {

@@ -41,6 +41,11 @@ inline constexpr const char* kNothingSelected = "no security is selected; / look
 /// What a person can change about what a view shows, step by step.
 enum class Knob { kGroup, kColumn, kDirection, kSpan, kPeriod, kAdjustment };
 
+struct KnobSetting {
+  Choices choices;  ///< what the knob can be turned to
+  int number = 0;   ///< the one that it is
+};
+
 class View {
  public:
   using Clock = FeedHealth::Clock;
@@ -70,11 +75,16 @@ class View {
 
   /// The current security is another one. A view that shows something else ignores it.
   virtual void Select(const Security& /*security*/) {}
-  [[nodiscard]] virtual std::vector<Knob> Knobs() const { return {}; }
+  /// Those that it has.
+  [[nodiscard]] std::vector<Knob> Knobs() const;
   /// Goes on to the next of what the knob changes, or `step` places. False for a view without that knob.
   virtual bool Turn(Knob /*knob*/, int /*step*/) { return false; }
+  /// Where the knob stands; nothing for a view without that knob.
+  [[nodiscard]] virtual std::optional<KnobSetting> SettingOf(Knob /*knob*/) const { return std::nullopt; }
+  /// Turns the knob to `number`. False for a view without that knob, or if it cannot be that.
+  bool Set(Knob knob, int number);
   /// The columns that its rows can be ordered by.
-  [[nodiscard]] virtual Choices OrderColumns() const { return {}; }
+  [[nodiscard]] Choices OrderColumns() const;
   /// Orders them by one of those, the largest first, codes and names from A to Z; by the one that they are
   /// ordered by already, the other way round.
   virtual void OrderBy(int /*column*/) {}
