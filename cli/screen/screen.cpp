@@ -435,25 +435,28 @@ StyledLine Screen::HintLine() const {
   return line;
 }
 
+// All names, or where they do not fit the numbers and the name of this page.
 StyledLine Screen::Tabs() const {
   StyledLine line;
-  for (std::size_t i = 0; i < pages_.size() && pages_.size() > 1; ++i) {
-    const std::string page = std::to_string(i + 1) + " " + std::string(pages_[i].name);
-    line.push_back(i == page_ ? Cell{"[" + page + "]", Tone::kStrong} : Cell{" " + page, Tone::kDim});
+  for (const bool with_names : {true, false}) {
+    line.clear();
+    for (std::size_t i = 0; i < pages_.size() && pages_.size() > 1; ++i) {
+      const std::string number = std::to_string(i + 1);
+      const std::string page = number + " " + std::string(pages_[i].name);
+      line.push_back(i == page_ ? Cell{"[" + page + "]", Tone::kStrong}
+                                : Cell{" " + (with_names ? page : number), Tone::kDim});
+    }
+    if (DisplayWidth(line) <= size_.columns) {
+      break;
+    }
   }
   return line;
 }
 
-StyledLine Screen::PageLine() const {
-  StyledLine line = Tabs();
-  for (const std::string keys : {"/ find  ? keys  q quit", "? keys  q quit", "? keys"}) {
-    const int blanks = size_.columns - DisplayWidth(line) - DisplayWidth(keys);
-    if (blanks > 0) {
-      line.push_back({std::string(static_cast<std::size_t>(blanks), ' ')});
-      line.push_back({keys, Tone::kDim});
-      break;
-    }
-  }
+// `line` and at the right what never goes.
+StyledLine Screen::WithKeys(StyledLine line, const std::string& keys) const {
+  line = Fitted(line, size_.columns - DisplayWidth(keys) - 1);
+  line.push_back({" " + keys, Tone::kDim});
   return line;
 }
 
@@ -467,8 +470,11 @@ std::vector<StyledLine> Screen::Picture(const ScreenHead& head, Panel::Clock::ti
   }
   std::vector<StyledLine> lines = helps_ ? Help() : Body(now, phase);
   lines.insert(lines.begin(), {head.indices, head.state});
-  lines.push_back(HintLine());
-  lines.push_back(PageLine());
+  constexpr std::string_view kAlways = "/ find  ? keys  q quit";
+  const StyledLine tabs = Tabs();
+  const bool fits = DisplayWidth(tabs) + DisplayWidth(kAlways) < size_.columns;
+  lines.push_back(fits || finder_ || !told_.empty() ? HintLine() : WithKeys(HintLine(), "? keys"));
+  lines.push_back(fits ? WithKeys(tabs, std::string(kAlways)) : tabs);
   for (StyledLine& line : lines) {
     line = Fitted(line, size_.columns);
   }

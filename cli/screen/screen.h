@@ -81,7 +81,7 @@ class Screen {
   [[nodiscard]] StyledLine HintLine() const;
   /// The names of the pages, each in a cell of its own.
   [[nodiscard]] StyledLine Tabs() const;
-  [[nodiscard]] StyledLine PageLine() const;
+  [[nodiscard]] StyledLine WithKeys(StyledLine line, const std::string& keys) const;
   [[nodiscard]] Area Room() const;
   [[nodiscard]] bool is_too_small() const {
     return size_.columns < kLeast.columns || size_.rows < kLeast.rows;

@@ -422,8 +422,7 @@ bool StockRankingView::Turn(Knob knob, int step) {
 }
 
 std::optional<KnobSetting> StockRankingView::SettingOf(Knob knob) const {
-  return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0}
-                             : ListView::SettingOf(knob);
+  return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0} : ListView::SettingOf(knob);
 }
 
 std::string StockRankingView::Title() const {

@@ -57,8 +57,8 @@ void View::Refresh() {
 
 std::vector<Knob> View::Knobs() const {
   std::vector<Knob> knobs;
-  for (const Knob knob : {Knob::kGroup, Knob::kColumn, Knob::kDirection, Knob::kSpan, Knob::kPeriod,
-                          Knob::kAdjustment}) {
+  for (const Knob knob :
+       {Knob::kGroup, Knob::kColumn, Knob::kDirection, Knob::kSpan, Knob::kPeriod, Knob::kAdjustment}) {
     if (SettingOf(knob)) {
       knobs.push_back(knob);
     }
