@@ -257,8 +257,8 @@ UnderstoodLine Parse(const Program& program, int argc, const char* const* argv) 
   const std::vector<Command>& commands = program.commands == nullptr ? kNone : program.commands();
   Runners runners;
   app.formatter(std::make_shared<HelpFormat>(program.help_width));
-  app.set_help_flag("-h,--help", "this text");
-  app.set_version_flag("--version", program.version, "its version");
+  app.set_help_flag("-h,--help", "show this help");
+  app.set_version_flag("--version", program.version, "show the version");
   runners[&app] = SetUp(app, program.set_up, runners);
   app.footer(program.examples);
   AddCommands(app, commands, runners);

@@ -155,7 +155,7 @@ Runner SetUpCompletion(Form& form) {
             .take =
                 [shell = shell.get()](const std::string& name) {
                   if (name != "bash" && name != "zsh") {
-                    throw UsageError("\"" + name + "\" is none of bash, zsh");
+                    throw UsageError("\"" + name + "\" is not one of bash, zsh");
                   }
                   *shell = name;
                 },

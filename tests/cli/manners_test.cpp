@@ -81,7 +81,7 @@ TEST(Completion, isUnderstoodByZsh) {
 TEST(Completion, ofAnotherShellIsRefused) {
   ChildProcess csm(Csm({"completion", "fish"}));
   EXPECT_EQ(csm.Wait(), 2);
-  EXPECT_EQ(csm.errors(), "csm: SHELL: \"fish\" is none of bash, zsh (csm --help says more)\n");
+  EXPECT_EQ(csm.errors(), "csm: SHELL: \"fish\" is not one of bash, zsh (csm --help says more)\n");
 }
 
 // The page as a person reads it, 80 columns wide, with every command and no complaint of the formatter.

@@ -295,7 +295,7 @@ TEST(FlowRows, haveInOutAndNetForEachPeriod) {
   EXPECT_NE(lines[2].find("-2.00万"), std::string::npos) << lines[2];
   EXPECT_TRUE(HasFlows(flows));
   EXPECT_FALSE(HasFlows({L"sh600000", 7, {}, {}, {}}));
-  EXPECT_EQ(NoFlowsText(kIndex), "flows are told of stocks only, and sh000001 上证指数 is none");
+  EXPECT_EQ(NoFlowsText(kIndex), "only stocks have flows; sh000001 上证指数 is not a stock");
 }
 
 TEST(EventTable, keepsTheOrderAndEscapesTexts) {

@@ -273,7 +273,7 @@ TEST(ListLook, takesTheColumnsThatTheUserChooses) {
     static_cast<void>(BoardLook().Chosen("code,prize"));
     FAIL() << "prize is no column";
   } catch (const std::invalid_argument& error) {
-    EXPECT_EQ(std::string(error.what()).rfind("\"prize\" is none of all, code, name, last", 0), 0U)
+    EXPECT_EQ(std::string(error.what()).rfind("\"prize\" is not one of all, code, name, last", 0), 0U)
         << error.what();
   }
 }

@@ -309,7 +309,7 @@ TEST_F(ScreenTest, goesBackWithoutASelection) {
   screen_->Resize({80, 24});
   TakeCalls();
   Type(U"/a");
-  EXPECT_TRUE(Shows("nothing is called that"));
+  EXPECT_TRUE(Shows("no match"));
   screen_->OnKey({KeyKind::kEnter});
   EXPECT_TRUE(Shows("/ a_"));
   screen_->OnKey({KeyKind::kEscape});

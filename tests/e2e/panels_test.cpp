@@ -247,7 +247,7 @@ TEST_F(PanelsTest, saySoWhenThereIsNothingOfTheCurrentSecurity) {
     EXPECT_EQ(ReportOf(*panel).state, FeedState::kEmpty);
     EXPECT_TRUE(panel->Picture(kScreen).empty());
   }
-  EXPECT_EQ(ReportOf(*flows).text, "flows are told of stocks only, and sh000001 上证指数 is none");
+  EXPECT_EQ(ReportOf(*flows).text, "only stocks have flows; sh000001 上证指数 is not a stock");
   EXPECT_EQ(ReportOf(*candles).text, "there are no candles of plates; " + cli::Printable(plate.code) + " " +
                                          cli::Printable(plate.name) + " is one");
   candles->Select(index);
