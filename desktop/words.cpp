@@ -1,0 +1,87 @@
+#include "desktop/words.h"
+
+#include <array>
+#include <utility>
+
+#include "cli/format/text.h"
+#include "cli/format/words.h"
+
+namespace desktop {
+namespace {
+
+bool InChinese() {
+  return cli::CurrentLanguage() == cli::Language::kChinese;
+}
+
+struct ChoiceWord {
+  std::string_view help;
+  const char* english;
+  const char* chinese;
+};
+
+// By what the choices say of themselves: names alone are not unique.
+constexpr std::array kChoiceWords = {
+    ChoiceWord{"all A shares", "All A shares", "沪深A股"},
+    ChoiceWord{"Shanghai", "Shanghai", "上证A股"},
+    ChoiceWord{"Shenzhen", "Shenzhen", "深证A股"},
+    ChoiceWord{"growth enterprises", "Growth", "创业板"},
+    ChoiceWord{"small and medium enterprises", "Small and medium", "中小板"},
+    ChoiceWord{"what companies make", "Industries", "行业"},
+    ChoiceWord{"what investors talk of", "Concepts", "概念"},
+    ChoiceWord{"of the day", "Day", "当日"},
+    ChoiceWord{"of the last five minutes", "Five minutes", "五分钟"},
+    ChoiceWord{"a trading day", "Day", "日K"},
+    ChoiceWord{"Monday to Friday", "Week", "周K"},
+    ChoiceWord{"a calendar month", "Month", "月K"},
+    ChoiceWord{"prices as they were traded at", "Unadjusted", "不复权"},
+    ChoiceWord{"today's prices stay, those of the past are changed", "Forward", "前复权"},
+    ChoiceWord{"the first prices stay, later ones are changed", "Backward", "后复权"},
+};
+
+}  // namespace
+
+QString Word(const char* english, const char* chinese) {
+  return QString::fromUtf8(InChinese() ? chinese : english);
+}
+
+QString Shown(const std::wstring& text) {
+  return Text(cli::Printable(text));
+}
+
+QString NameOf(const cli::Choice& choice) {
+  for (const ChoiceWord& word : kChoiceWords) {
+    if (word.help == choice.help) {
+      return Word(word.english, word.chinese);
+    }
+  }
+  return Text(cli::LabelOf(choice.name));
+}
+
+QString StateText(const cli::FeedReport& report) {
+  const QString text = Text(report.text);
+  if (!InChinese()) {
+    return text;
+  }
+  const QString last = text.section(QLatin1Char(' '), -1);
+  switch (report.state) {
+    case cli::FeedState::kWaiting:
+      return QStringLiteral("等待数据");
+    case cli::FeedState::kLive:
+      return QStringLiteral("实时");
+    case cli::FeedState::kUnchanged:
+      return QStringLiteral("自 %1 起无变化").arg(last);
+    case cli::FeedState::kClosed:
+      return (text.startsWith(QLatin1String("before")) ? QStringLiteral("开盘前，%1 的数据")
+                                                       : QStringLiteral("已收盘，%1 的数据"))
+          .arg(last);
+    case cli::FeedState::kStale:
+      return QStringLiteral("数据陈旧：%1").arg(text);
+    case cli::FeedState::kEmpty:
+      return QStringLiteral("无数据：%1").arg(text);
+    case cli::FeedState::kFailed:
+      break;
+  }
+  return QStringLiteral("失败：%1").arg(text);
+}
+
+}  // namespace desktop
