@@ -17,6 +17,11 @@ namespace {
 constexpr std::chrono::milliseconds kScrollRest(40);
 constexpr int kRowsForWidths = 60;
 constexpr int kRowPadding = 6;
+constexpr int kTitlePadding = 26;
+constexpr int kMostMore = 40;  // pixels that a column gets besides what it needs
+constexpr int kLeastColumns = 3;
+constexpr int kNever = 1000;  // rank of what is shown on demand only
+constexpr std::string_view kRowNumber = "row";
 
 const QString kHeaderKey = QStringLiteral("/header");
 
@@ -85,29 +90,65 @@ void ListPane::SetUpHeader() {
   header->setSectionsMovable(true);
   header->setSectionsClickable(true);
   header->setHighlightSections(false);
-  header->setSortIndicatorShown(view().SettingOf(cli::Knob::kColumn).has_value());
   header->setMinimumSectionSize(24);
   header->setStretchLastSection(false);
   header->setContextMenuPolicy(Qt::CustomContextMenu);
+  const auto arranged = [this] { is_arranged_ = true; };
+  connect(header, &QHeaderView::sectionMoved, this, arranged);
+  connect(header, &QHeaderView::sectionResized, this, arranged);
   connect(header, &QHeaderView::sectionClicked, this, &ListPane::OnHeader);
   connect(header, &QHeaderView::customContextMenuRequested, this, &ListPane::OnHeaderMenu);
 }
 
-void ListPane::ChooseUsualColumns() {
-  if (traits_.look == nullptr) {
+// Until the user has arranged them: each column as wide as its figures, the less important ones left out
+// where there is no room for them, the room that is left shared by all.
+void ListPane::FitColumns() {
+  if (is_arranged_ || table_->size() == 0) {
     return;
   }
-  const std::vector<cli::MemberColumn> usual = traits_.look->Usual({});
+  const QSignalBlocker quiet(list_->horizontalHeader());
+  const QFontMetrics metrics = list_->fontMetrics();
+  const QFontMetrics title_metrics = list_->horizontalHeader()->fontMetrics();
+  const int digit = metrics.horizontalAdvance(QLatin1Char('0'));
+  const int begin = static_cast<int>(table_->first());
+  const int end = std::min(table_->rowCount(), begin + kRowsForWidths);
+  struct Wanted {
+    int column;
+    int rank;
+    int width;
+  };
+  std::vector<Wanted> columns;
   for (int column = 0; column < table_->columnCount(); ++column) {
-    const std::string name = table_->ColumnName(column);
-    const bool is_usual = std::any_of(usual.begin(), usual.end(),
-                                      [&](const cli::MemberColumn& one) { return one.member == name; });
-    list_->setColumnHidden(column, !is_usual);
+    const cli::Column& shape = table_->column(column);
+    const QString title = table_->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
+    int width = std::max(title_metrics.horizontalAdvance(title) + kTitlePadding, shape.min_width * digit);
+    for (int row = begin; row < end; ++row) {
+      const QString text = table_->data(table_->index(row, column), Qt::DisplayRole).toString();
+      width = std::max(width, CellPainter::WidthFor(metrics, text));
+    }
+    columns.push_back({column, shape.name == kRowNumber ? kNever : shape.rank, width});
+  }
+  std::stable_sort(columns.begin(), columns.end(),
+                   [](const Wanted& a, const Wanted& b) { return a.rank < b.rank; });
+  int room = list_->viewport()->width();
+  int used = 0;
+  int shown = 0;
+  for (const Wanted& one : columns) {
+    const bool fits = one.rank < kNever && (shown < kLeastColumns || used + one.width <= room);
+    list_->setColumnHidden(one.column, !fits);
+    used += fits ? one.width : 0;
+    shown += fits ? 1 : 0;
+  }
+  const int more = shown == 0 ? 0 : std::clamp((room - used) / shown, 0, kMostMore);
+  for (const Wanted& one : columns) {
+    if (!list_->isColumnHidden(one.column)) {
+      list_->setColumnWidth(one.column, one.width + more);
+    }
   }
 }
 
 void ListPane::Save() {
-  if (has_widths_) {
+  if (is_arranged_) {
     desk().settings().setValue(id() + kHeaderKey, list_->horizontalHeader()->saveState());
   }
 }
@@ -116,9 +157,8 @@ void ListPane::ShowOrder() {
   const auto column = view().SettingOf(cli::Knob::kColumn);
   const auto direction = view().SettingOf(cli::Knob::kDirection);
   if (column && direction) {
-    const int section = table_->ColumnOf(cli::NameOf(column->choices, column->number));
-    list_->horizontalHeader()->setSortIndicator(
-        section, direction->number == cli::kAscending ? Qt::AscendingOrder : Qt::DescendingOrder);
+    table_->SetOrder(table_->ColumnOf(cli::NameOf(column->choices, column->number)),
+                     direction->number == cli::kAscending);
   }
 }
 
@@ -159,8 +199,9 @@ void ListPane::OnHeaderMenu(const QPoint& at) {
     action->setChecked(!list_->isColumnHidden(column));
     action->setToolTip(table_->headerData(column, Qt::Horizontal, Qt::ToolTipRole).toString());
     connect(action, &QAction::toggled, this, [this, column](bool on) {
+      is_arranged_ = true;
       list_->setColumnHidden(column, !on);
-      if (on && list_->columnWidth(column) < list_->horizontalHeader()->minimumSectionSize()) {
+      if (on && list_->columnWidth(column) <= list_->horizontalHeader()->minimumSectionSize()) {
         list_->resizeColumnToContents(column);
       }
     });
@@ -186,28 +227,16 @@ void ListPane::Draw() {
   }
   table_->Show(std::move(rows), view().RowKeys(), view().Securities(), std::move(place));
   if (std::exchange(was_reset_, false)) {
-    ChooseUsualColumns();
-    has_widths_ =
+    const QSignalBlocker quiet(list_->horizontalHeader());
+    is_arranged_ =
         list_->horizontalHeader()->restoreState(desk().settings().value(id() + kHeaderKey).toByteArray());
-    list_->horizontalHeader()->setSortIndicatorShown(view().SettingOf(cli::Knob::kColumn).has_value());
+    list_->horizontalHeader()->setSortIndicatorShown(false);
     ShowOrder();
+    has_widths_ = false;
   }
   if (!has_widths_ && table_->size() > 0) {
     has_widths_ = true;
-    const QFontMetrics metrics = list_->fontMetrics();
-    const QFontMetrics header_metrics = list_->horizontalHeader()->fontMetrics();
-    for (int column = 0; column < table_->columnCount(); ++column) {
-      int width = header_metrics.horizontalAdvance(
-                      table_->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString()) +
-                  28;
-      const int last = std::min<int>(table_->rowCount(), static_cast<int>(table_->first()) + kRowsForWidths);
-      for (int row = static_cast<int>(table_->first()); row < last; ++row) {
-        width = std::max(width,
-                         CellPainter::WidthFor(
-                             metrics, table_->data(table_->index(row, column), Qt::DisplayRole).toString()));
-      }
-      list_->setColumnWidth(column, width);
-    }
+    FitColumns();
   }
   MarkCurrent(false);
   if (seen() && traits_.steps && (pinned().code.empty())) {
@@ -238,7 +267,7 @@ bool ListPane::IsSettled() const {
 }
 
 QString ListPane::Note() const {
-  const QString note = Pane::Note();
+  const QString note = pages_ == nullptr ? Pane::Note() : QString();
   const int rows = table_->rowCount();
   return !note.isEmpty() || rows == 0 ? note : Word("%1 rows", "共 %1 行").arg(rows);
 }
@@ -334,6 +363,7 @@ void ListPane::AskForSight() {
 
 bool ListPane::eventFilter(QObject* watched, QEvent* event) {
   if (watched == list_->viewport() && event->type() == QEvent::Resize) {
+    FitColumns();
     sight_.start();
   }
   if (watched == list_->viewport() && event->type() == QEvent::Drop && traits_.is_watch_list) {

@@ -5,7 +5,6 @@
 
 #include <QtWidgets/QTableView>
 
-#include "cli/format/quote_rows.h"
 #include "cli/views/list_views.h"
 #include "desktop/cell_painter.h"
 #include "desktop/pane.h"
@@ -15,9 +14,8 @@ namespace desktop {
 
 /// What a list can do besides.
 struct ListTraits {
-  const cli::ListLook* look = nullptr;  ///< which columns are shown at first; null: all
-  bool steps = true;                    ///< Page Up and Page Down step through it
-  bool is_watch_list = false;           ///< rows are removed and dragged
+  bool steps = true;           ///< Page Up and Page Down step through it
+  bool is_watch_list = false;  ///< rows are removed and dragged
 };
 
 class ListPane final : public Pane {
@@ -40,7 +38,7 @@ class ListPane final : public Pane {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
   void SetUpHeader();
-  void ChooseUsualColumns();
+  void FitColumns();
   void ShowOrder();
   void OnHeader(int column);
   void OnHeaderMenu(const QPoint& at);
@@ -57,6 +55,7 @@ class ListPane final : public Pane {
   QTableView* list_;
   CellPainter* painter_;
   QTimer sight_;
+  bool is_arranged_ = false;  // the columns, by the user
   bool has_widths_ = false;
   bool was_reset_ = false;  // the model's columns are others: header and widths are set anew
 };

@@ -152,13 +152,13 @@ void MainWindow::MakeMenu() {
   };
   add_key(Word("Add to the watch list", "加入自选"), Qt::Key_Insert,
           [edit] { edit(&cli::WatchListEdits::Add); });
-  add_key(Word("Remove from the watch list", "移出自选"), Qt::SHIFT + Qt::Key_Delete,
+  add_key(Word("Remove from the watch list", "移出自选"), QKeySequence(QStringLiteral("Shift+Del")),
           [edit] { edit(&cli::WatchListEdits::Remove); });
-  add_key(Word("Put back what was removed", "撤销移出"), Qt::CTRL + Qt::Key_Z,
+  add_key(Word("Put back what was removed", "撤销移出"), QKeySequence(QStringLiteral("Ctrl+Z")),
           [this] { desk_.Tell(Text(desk_.watch_list().Undo())); });
-  add_key(Word("Ask again", "刷新"), Qt::CTRL + Qt::Key_R, [this] { desk_.RefreshAll(); });
+  add_key(Word("Ask again", "刷新"), QKeySequence(QStringLiteral("Ctrl+R")), [this] { desk_.RefreshAll(); });
   menu->addSeparator();
-  add_key(Word("Quit", "退出"), Qt::CTRL + Qt::Key_Q, [this] { close(); });
+  add_key(Word("Quit", "退出"), QKeySequence(QStringLiteral("Ctrl+Q")), [this] { close(); });
   button->setMenu(menu);
   auto* const bar = findChild<QToolBar*>(QStringLiteral("pages"));
   bar->insertWidget(bar->actions().front(), button);

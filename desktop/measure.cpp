@@ -51,10 +51,6 @@ void Say(const char* what, double value, const char* unit) {
   std::fflush(stdout);
 }
 
-double Largest(const std::vector<double>& values) {
-  return values.empty() ? 0 : *std::max_element(values.begin(), values.end());
-}
-
 struct Run {
   std::vector<double> frames;
   double longest_delivery = 0;  // ms

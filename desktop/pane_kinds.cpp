@@ -36,13 +36,13 @@ MadePane MakeBoard(Desk& desk, const QString& id) {
   return std::make_unique<ListPane>(
       desk, id,
       std::make_unique<cli::BoardView>(desk.views(), ChoiceOf(columns, NumberIn(columns, "change"))),
-      ListTraits{.look = &cli::BoardLook()});
+      ListTraits{});
 }
 
 MadePane MakeWatchList(Desk& desk, const QString& id) {
   return std::make_unique<ListPane>(
       desk, id, std::make_unique<cli::WatchListView>(desk.views(), ChoiceOf(cli::WatchListColumns(), 0)),
-      ListTraits{.look = &cli::WatchListLook(), .is_watch_list = true});
+      ListTraits{.is_watch_list = true});
 }
 
 MadePane MakePlates(Desk& desk, const QString& id) {
@@ -50,7 +50,7 @@ MadePane MakePlates(Desk& desk, const QString& id) {
   return std::make_unique<ListPane>(
       desk, id,
       std::make_unique<cli::PlatesView>(desk.views(), ChoiceOf(columns, NumberIn(columns, "change"))),
-      ListTraits{.look = &cli::PlatesLook()});
+      ListTraits{});
 }
 
 // Of the plate that was selected last.
@@ -175,8 +175,8 @@ const std::vector<PageKind>& PageKinds() {
        "Board",
        "行情",
        {{"board", ""},
-        {"quote", "board", How::kRight, 28},
-        {"minutes", "board", How::kBelow, 36},
+        {"quote", "board", How::kRight, 22},
+        {"minutes", "board", How::kBelow, 42},
         {"candles", "minutes", How::kRight, 50},
         {"flows", "quote", How::kBelow, 28}}},
       {"stock",

@@ -170,7 +170,8 @@ void QuoteSheet::PaintFigures(Painting& at) const {
   for (const auto& [table, span] : columns) {
     at.y = top;
     for (const auto& row : table->rows()) {
-      at.Draw(at.Row(span.first, span.second), Qt::AlignLeft, Text(row[0].text), theme.dim);
+      at.Draw(at.Row(span.first, span.second), Qt::AlignLeft,
+              Text(row[0].text).replace(QLatin1Char('_'), QLatin1Char(' ')), theme.dim);
       at.Draw(at.Row(span.first, span.second), Qt::AlignRight, Trimmed(row[1]), theme.Of(row[1].tone));
       at.y += at.row;
     }

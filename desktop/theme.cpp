@@ -3,9 +3,13 @@
 #include <QtGui/QFontDatabase>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QStyleFactory>
+#include <cmath>
+#include <utility>
 
 namespace desktop {
 namespace {
+
+constexpr int kFontSize = 13;  // pixels, before the scale of the screen
 
 Theme& InForce() {
   static Theme* const theme = new Theme(MakeTheme(true, false));
@@ -115,6 +119,9 @@ QComboBox { padding: 1px 6px; }
 
 void SetTheme(const Theme& theme) {
   InForce() = theme;
+  QFont font = QApplication::font();
+  font.setPixelSize(kFontSize);
+  QApplication::setFont(font);
   QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
   QApplication::setPalette(theme.Palette());
   qApp->setStyleSheet(theme.StyleSheet());
@@ -126,7 +133,7 @@ const Theme& CurrentTheme() {
 
 QFont FigureFont(double scale, bool bold) {
   QFont font = QApplication::font();
-  font.setPointSizeF(font.pointSizeF() * scale);
+  font.setPixelSize(static_cast<int>(std::lround(kFontSize * scale)));
   font.setBold(bold);
   return font;
 }

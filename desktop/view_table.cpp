@@ -161,6 +161,14 @@ const ViewTable::Row* ViewTable::InTable(int row) const {
              : nullptr;
 }
 
+void ViewTable::SetOrder(int column, bool ascending) {
+  ordered_by_ = column;
+  ascending_ = ascending;
+  if (columnCount() > 0) {
+    Q_EMIT headerDataChanged(Qt::Horizontal, 0, columnCount() - 1);
+  }
+}
+
 int ViewTable::rowCount(const QModelIndex& parent) const {
   return parent.isValid()
              ? 0
@@ -212,7 +220,9 @@ QVariant ViewTable::headerData(int section, Qt::Orientation orientation, int rol
   }
   switch (role) {
     case Qt::DisplayRole:
-      return Text(table_.columns()[static_cast<std::size_t>(section)].title);
+      return TitleOf(table_.columns()[static_cast<std::size_t>(section)].name) +
+             (section == ordered_by_ ? (ascending_ ? QStringLiteral(" ▲") : QStringLiteral(" ▼"))
+                                     : QString());
     case Qt::ToolTipRole:
       return Text(cli::MeaningOf(ColumnName(section)));
     case Qt::TextAlignmentRole:

@@ -39,6 +39,9 @@ class ViewTable final : public QAbstractTableModel {
   /// Nothing at all, the columns included if `columns`.
   void Clear();
 
+  [[nodiscard]] const cli::Column& column(int column) const {
+    return table_.columns()[static_cast<std::size_t>(column)];
+  }
   /// The name by which a column is known: "change".
   [[nodiscard]] std::string ColumnName(int column) const;
   [[nodiscard]] int ColumnOf(std::string_view name) const;
@@ -56,6 +59,8 @@ class ViewTable final : public QAbstractTableModel {
   [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
   [[nodiscard]] Qt::ItemFlags flags(const QModelIndex& index) const override;
 
+  /// The column that the list is ordered by gets a mark in its title; -1: none.
+  void SetOrder(int column, bool ascending);
   /// Rows may be dragged onto others.
   void SetDraggable(bool draggable) { draggable_ = draggable; }
   [[nodiscard]] Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
@@ -74,6 +79,8 @@ class ViewTable final : public QAbstractTableModel {
   std::unordered_map<std::wstring, int> rows_;  // by key, those of the table alone
   std::vector<signed char> flashes_;            // by cell of the table
   bool flashing_ = false;
+  int ordered_by_ = -1;
+  bool ascending_ = false;
   bool draggable_ = false;
 };
 

@@ -48,13 +48,17 @@ QString Shown(const std::wstring& text) {
   return Text(cli::Printable(text));
 }
 
+QString TitleOf(std::string_view name) {
+  return Text(cli::LabelOf(name)).replace(QLatin1Char('_'), QLatin1Char(' '));
+}
+
 QString NameOf(const cli::Choice& choice) {
   for (const ChoiceWord& word : kChoiceWords) {
     if (word.help == choice.help) {
       return Word(word.english, word.chinese);
     }
   }
-  return Text(cli::LabelOf(choice.name));
+  return TitleOf(choice.name);
 }
 
 QString StateText(const cli::FeedReport& report) {

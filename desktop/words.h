@@ -20,6 +20,9 @@ namespace desktop {
 /// `text` from outside, with everything that could steer or reorder what is shown written out.
 [[nodiscard]] QString Shown(const std::wstring& text);
 
+/// The title of a column or figure: "limit up" for "limit_up", in Chinese 涨停.
+[[nodiscard]] QString TitleOf(std::string_view name);
+
 /// What a choice of a board, a column, a period is called in a menu.
 [[nodiscard]] QString NameOf(const cli::Choice& choice);
 
