@@ -93,7 +93,7 @@ void ListPane::SetUpHeader() {
   header->setMinimumSectionSize(24);
   header->setStretchLastSection(false);
   header->setContextMenuPolicy(Qt::CustomContextMenu);
-  const auto arranged = [this] { is_arranged_ = true; };
+  const auto arranged = [this] { is_arranged_ = is_arranged_ || !is_fitting_; };
   connect(header, &QHeaderView::sectionMoved, this, arranged);
   connect(header, &QHeaderView::sectionResized, this, arranged);
   connect(header, &QHeaderView::sectionClicked, this, &ListPane::OnHeader);
@@ -106,7 +106,7 @@ void ListPane::FitColumns() {
   if (is_arranged_ || table_->size() == 0) {
     return;
   }
-  const QSignalBlocker quiet(list_->horizontalHeader());
+  is_fitting_ = true;
   const QFontMetrics metrics = list_->fontMetrics();
   const QFontMetrics title_metrics = list_->horizontalHeader()->fontMetrics();
   const int digit = metrics.horizontalAdvance(QLatin1Char('0'));
@@ -145,6 +145,7 @@ void ListPane::FitColumns() {
       list_->setColumnWidth(one.column, one.width + more);
     }
   }
+  is_fitting_ = false;
 }
 
 void ListPane::Save() {
@@ -231,6 +232,7 @@ void ListPane::Draw() {
     is_arranged_ =
         list_->horizontalHeader()->restoreState(desk().settings().value(id() + kHeaderKey).toByteArray());
     list_->horizontalHeader()->setSortIndicatorShown(false);
+    is_fitting_ = false;
     ShowOrder();
     has_widths_ = false;
   }

@@ -56,6 +56,7 @@ class ListPane final : public Pane {
   CellPainter* painter_;
   QTimer sight_;
   bool is_arranged_ = false;  // the columns, by the user
+  bool is_fitting_ = false;   // or by this pane, just now
   bool has_widths_ = false;
   bool was_reset_ = false;  // the model's columns are others: header and widths are set anew
 };

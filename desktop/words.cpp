@@ -38,6 +38,26 @@ constexpr std::array kChoiceWords = {
     ChoiceWord{"the first prices stay, later ones are changed", "Backward", "后复权"},
 };
 
+struct Reason {
+  std::string_view begin;  // of what the views say
+  const char* english;     // nothing: as they say it
+  const char* chinese;
+};
+constexpr std::array kReasons = {
+    Reason{"the watch list is empty", "The watch list is empty; Insert puts the current stock in", "自选为空，按 Insert 加入当前股票"},
+    Reason{"no security is selected", "No security is selected; type its code, name or initials", "未选中证券，直接键入代码、名称或拼音"},
+    Reason{"no plate is selected", nullptr, "未选中板块"},
+    Reason{"a plate is quoted", nullptr, "板块没有盘口，请在板块列表中查看"},
+    Reason{"there are no candles of plates", nullptr, "板块没有K线"},
+    Reason{"only stocks belong to plates", nullptr, "只有股票有所属板块"},
+    Reason{"no plates are known", nullptr, "没有所属板块的资料"},
+    Reason{"the server knows nothing of the watch list", nullptr, "服务器没有自选股的数据"},
+    Reason{"the server has no such figures", nullptr, "服务器没有这些数据"},
+    Reason{"no unusual event", nullptr, "当日没有异动"},
+    Reason{"nothing flowed", nullptr, "十日内没有资金流动"},
+    Reason{"the list has no row", nullptr, "列表为空"},
+};
+
 }  // namespace
 
 QString Word(const char* english, const char* chinese) {
@@ -62,6 +82,12 @@ QString NameOf(const cli::Choice& choice) {
 }
 
 QString StateText(const cli::FeedReport& report) {
+  for (const Reason& reason : kReasons) {
+    if (report.state == cli::FeedState::kEmpty && report.text.starts_with(reason.begin) &&
+        (InChinese() || reason.english != nullptr)) {
+      return Word(reason.english, reason.chinese);
+    }
+  }
   const QString text = Text(report.text);
   if (!InChinese()) {
     return text;

@@ -220,7 +220,7 @@ std::unique_ptr<View> MakeStrengthView(const ViewContext& context, std::uint32_t
         }
         return table;
       },
-      &StrengthChart,
+      &StrengthPicture,
       [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kStrengthRatingTable, rows); },
       [](const Rows& rows) { return CsvOf(analytics::kStrengthRatingTable, rows); }};
   return std::make_unique<StrengthView>(context, kStrengthFeed, &GetStrengthRating, date, kLook);
@@ -237,7 +237,7 @@ std::unique_ptr<View> MakeEffectView(const ViewContext& context, std::uint32_t d
         }
         return table;
       },
-      &EffectChart,
+      &EffectPicture,
       [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kMoneyEffectTable, rows); },
       [](const Rows& rows) { return CsvOf(analytics::kMoneyEffectTable, rows); }};
   return std::make_unique<EffectView>(context, kEffectFeed, &GetMoneyEffect, date, kLook);

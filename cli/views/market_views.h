@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "c_stock_market.h"
+#include "cli/plot/market_charts.h"
 #include "cli/views/service_view.h"
 
 namespace cli {
@@ -84,7 +85,7 @@ template <class Row>
 struct CurveLook {
   const char* title;
   Table (*table)(const std::vector<Row>& rows);
-  std::vector<StyledLine> (*chart)(const std::vector<Row>& rows, std::uint32_t date, const ChartSize& size);
+  SessionPicture (*picture)(const std::vector<Row>& rows, std::uint32_t date);
   void (*json)(JsonWriter& json, const std::vector<Row>& rows);
   std::string (*csv)(const std::vector<Row>& rows);
 };
@@ -98,8 +99,9 @@ class CurveView final : public DayView<Service, std::vector<Row>> {
   [[nodiscard]] std::string Title() const override { return look_.title; }
   [[nodiscard]] Table AsTable() const override { return look_.table(Rows()); }
   [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override {
-    return look_.chart(Rows(), this->Session(), size);
+    return ChartOf(Picture(), size);
   }
+  [[nodiscard]] SessionPicture Picture() const { return look_.picture(Rows(), this->Session()); }
   [[nodiscard]] std::string Csv() const override { return look_.csv(Rows()); }
 
  private:
