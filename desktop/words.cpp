@@ -44,8 +44,10 @@ struct Reason {
   const char* chinese;
 };
 constexpr std::array kReasons = {
-    Reason{"the watch list is empty", "The watch list is empty; Insert puts the current stock in", "自选为空，按 Insert 加入当前股票"},
-    Reason{"no security is selected", "No security is selected; type its code, name or initials", "未选中证券，直接键入代码、名称或拼音"},
+    Reason{"the watch list is empty", "The watch list is empty; Insert puts the current stock in",
+           "自选为空，按 Insert 加入当前股票"},
+    Reason{"no security is selected", "No security is selected; type its code, name or initials",
+           "未选中证券，直接键入代码、名称或拼音"},
     Reason{"no plate is selected", nullptr, "未选中板块"},
     Reason{"a plate is quoted", nullptr, "板块没有盘口，请在板块列表中查看"},
     Reason{"there are no candles of plates", nullptr, "板块没有K线"},

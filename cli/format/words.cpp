@@ -16,8 +16,8 @@ struct Word {
 
 // In the order of their names, so that nobody lists one twice.
 constexpr Word kWords[] = {
-    {"Shanghai", "沪市", "of the exchange in Shanghai"},
-    {"Shenzhen", "深市", "of the exchange in Shenzhen"},
+    {"Shanghai", "上证指数", "close of the index of Shanghai"},
+    {"Shenzhen", "深证成指", "close of the index of Shenzhen"},
     {"amount", "成交额", "yuan traded"},
     {"amp", "振幅", "amplitude: highest minus lowest, in percent of the previous close"},
     {"amt", "成交额", "yuan traded in this session"},
@@ -79,8 +79,8 @@ constexpr Word kWords[] = {
     {"status", "状态", "0 trades normally, 5 is newly listed, 6 ex rights, others are suspended"},
     {"time", "时间", "time of the day in China"},
     {"tr", "换手", "turnover rate: shares traded, in percent of the circulating ones"},
-    {"tso", "总股本", "all shares"},
     {"trading days", "交易日", "days on which the market trades"},
+    {"tso", "总股本", "all shares"},
     {"turnover", "换手", "turnover rate: shares traded, in percent of the circulating ones"},
     {"up", "上涨", "stocks above their previous close"},
     {"vol", "成交量", "shares traded in this session"},
