@@ -46,41 +46,42 @@ ViewTable::ViewTable(QObject* parent) : QAbstractTableModel(parent) {}
 
 void ViewTable::Show(cli::Table table, std::vector<std::wstring> keys, std::vector<cli::Security> securities,
                      Place place) {
-  const int rows_before = rowCount();
-  const auto is_same = [](const cli::Column& a, const cli::Column& b) { return a.title == b.title; };
+  const auto is_same = [](const cli::Column& a, const cli::Column& b) { return a.name == b.name; };
   const bool same_columns = std::equal(table.columns().begin(), table.columns().end(),
                                        table_.columns().begin(), table_.columns().end(), is_same);
   const int rows_after =
       static_cast<int>(std::max(place.total.value_or(0), place.first + table.rows().size()));
+  // Rows go before the figures change and come after that, so that each step is one that Qt knows.
   if (!same_columns) {
     beginResetModel();
-  } else if (rows_after > rows_before) {
-    beginInsertRows({}, rows_before, rows_after - 1);
-  } else if (rows_after < rows_before) {
-    beginRemoveRows({}, rows_after, rows_before - 1);
+  } else if (rows_after < row_count_) {
+    beginRemoveRows({}, rows_after, row_count_ - 1);
+    row_count_ = rows_after;
+    endRemoveRows();
   }
   const cli::Table before = std::exchange(table_, std::move(table));
   const std::vector<std::wstring> keys_before = std::exchange(keys_, std::move(keys));
   securities_ = std::move(securities);
   place_ = std::move(place);
+  names_.reset();
   rows_.clear();
   for (std::size_t i = 0; i < keys_.size(); ++i) {
     rows_.emplace(keys_[i], static_cast<int>(place_.first + i));
   }
-  if (same_columns) {
-    FindChanges(before, keys_before);
-  } else {
-    flashes_.assign(table_.rows().size() * table_.columns().size(), 0);
-  }
   if (!same_columns) {
+    flashes_.assign(table_.rows().size() * table_.columns().size(), 0);
+    row_count_ = rows_after;
     endResetModel();
-  } else if (rows_after > rows_before) {
-    endInsertRows();
-  } else if (rows_after < rows_before) {
-    endRemoveRows();
+    return;
   }
-  if (same_columns && rows_after > 0) {
-    Q_EMIT dataChanged(index(0, 0), index(rows_after - 1, columnCount() - 1));
+  FindChanges(before, keys_before);
+  if (row_count_ > 0) {
+    Q_EMIT dataChanged(index(0, 0), index(row_count_ - 1, columnCount() - 1));
+  }
+  if (rows_after > row_count_) {
+    beginInsertRows({}, row_count_, rows_after - 1);
+    row_count_ = rows_after;
+    endInsertRows();
   }
 }
 
@@ -138,20 +139,31 @@ std::optional<cli::Security> ViewTable::SecurityAt(int row) const {
   if (row >= 0 && number >= place_.first && number - place_.first < securities_.size()) {
     return securities_[number - place_.first];
   }
-  if (row >= 0 && number < place_.names.size()) {
-    return cli::SecurityOf(place_.names[number].code, place_.names[number].name);
+  if (row >= 0 && number < Names().size()) {
+    return cli::SecurityOf(Names()[number].code, Names()[number].name);
   }
   return std::nullopt;
 }
 
-int ViewTable::RowOf(const std::wstring& key) const {
-  const auto found = rows_.find(key);
-  if (found != rows_.end()) {
-    return found->second;
+const std::vector<BaseInfoItem>& ViewTable::Names() const {
+  if (!names_) {
+    names_ = place_.names ? place_.names() : std::vector<BaseInfoItem>();
   }
-  const auto known = std::find_if(place_.names.begin(), place_.names.end(),
+  return *names_;
+}
+
+int ViewTable::RowHere(const std::wstring& key) const {
+  const auto found = rows_.find(key);
+  return found == rows_.end() ? -1 : found->second;
+}
+
+int ViewTable::RowOf(const std::wstring& key) const {
+  if (const int here = RowHere(key); here >= 0) {
+    return here;
+  }
+  const auto known = std::find_if(Names().begin(), Names().end(),
                                   [&](const BaseInfoItem& item) { return item.code == key; });
-  return known == place_.names.end() ? -1 : static_cast<int>(known - place_.names.begin());
+  return known == Names().end() ? -1 : static_cast<int>(known - Names().begin());
 }
 
 const ViewTable::Row* ViewTable::InTable(int row) const {
@@ -170,9 +182,7 @@ void ViewTable::SetOrder(int column, bool ascending) {
 }
 
 int ViewTable::rowCount(const QModelIndex& parent) const {
-  return parent.isValid()
-             ? 0
-             : static_cast<int>(std::max(place_.total.value_or(0), place_.first + table_.rows().size()));
+  return parent.isValid() ? 0 : row_count_;
 }
 
 int ViewTable::columnCount(const QModelIndex& parent) const {
@@ -191,8 +201,8 @@ QVariant ViewTable::data(const QModelIndex& index, int role) const {
   const Row* const row = InTable(index.row());
   if (row == nullptr) {
     const std::string name = ColumnName(index.column());
-    if (role == Qt::DisplayRole && static_cast<std::size_t>(index.row()) < place_.names.size()) {
-      const BaseInfoItem& item = place_.names[static_cast<std::size_t>(index.row())];
+    if (role == Qt::DisplayRole && static_cast<std::size_t>(index.row()) < Names().size()) {
+      const BaseInfoItem& item = Names()[static_cast<std::size_t>(index.row())];
       return name == "code" ? Shown(item.code) : name == "name" ? Shown(item.name) : QString();
     }
     return role == kTone ? QVariant(static_cast<int>(cli::Tone::kDim)) : QVariant();
