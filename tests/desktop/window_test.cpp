@@ -188,7 +188,9 @@ TEST_F(WindowTest, watchListIsFilledUndoneAndReorderedByDragging) {
   EXPECT_EQ(Cell(watch, 0, "last"), cli::Fixed(QuoteOf(codes[0]).last, 2));
 
   // The first row is dropped onto the last one.
-  watch.list().setCurrentIndex(watch.table().index(0, 0));
+  QTest::mousePress(watch.list().viewport(), Qt::LeftButton, Qt::NoModifier,
+                    watch.list().visualRect(watch.table().index(0, 0)).center());
+  ASSERT_TRUE(Await([this] { return IsSettled(); }));
   const QRect last = watch.list().visualRect(watch.table().index(2, 0));
   QMimeData nothing;
   QDropEvent drop(last.center(), Qt::MoveAction, &nothing, Qt::LeftButton, Qt::NoModifier);
@@ -352,10 +354,10 @@ TEST_F(WindowTest, windowsOfTheSameKindKeepTheirOwnStocks) {
   ASSERT_NO_FATAL_FAILURE(Select(cli::Utf8(codes[2])));
   for (desktop::PaneWindow* const one : windows) {
     const auto expected = QuoteOf(one->pane().pinned().code);
-    const auto* const sheet = one->findChild<desktop::QuoteSheet*>();
+    const QWidget& sheet = dynamic_cast<desktop::QuotePane&>(one->pane()).sheet();
     EXPECT_TRUE(Await([&] {
-      return Described(*sheet).find(cli::Fixed(expected.last, 2)) != std::string::npos;
-    })) << Described(*sheet);
+      return Described(sheet).find(cli::Fixed(expected.last, 2)) != std::string::npos;
+    })) << Described(sheet);
   }
   window_->Save();
   window_ = std::make_unique<desktop::MainWindow>(*desk_);
