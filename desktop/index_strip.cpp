@@ -99,7 +99,11 @@ IndexStrip::IndexStrip(Desk& desk)
   setFixedHeight(kHeight);
   layout()->addWidget(bar_);
   HideState();
-  connect(&desk, &Desk::ticked, bar_, qOverload<>(&QWidget::update));
+  connect(&desk, &Desk::ticked, bar_, [this] {
+    if (seen()) {
+      bar_->update();
+    }
+  });
   connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
 }
 

@@ -4,6 +4,7 @@
 #include <QtCore/QProcess>
 #include <QtGui/QImage>
 #include <algorithm>
+#include <fstream>
 #include <string>
 
 #include "cli/temporary_directory.h"
@@ -22,6 +23,12 @@ Outcome Started(const QStringList& arguments, const QStringList& without = {}) {
   for (const QString& name : without) {
     environment.remove(name);
   }
+  // What Qt's platform keeps until the process ends.
+  const cli::TemporaryDirectory directory;
+  const std::string kept = directory.path() + "/kept";
+  std::ofstream(kept) << "leak:libqoffscreen\nleak:libQt5Gui\nleak:libfontconfig\n";
+  environment.insert(QStringLiteral("LSAN_OPTIONS"),
+                     QStringLiteral("print_suppressions=0:suppressions=") + QString::fromStdString(kept));
   process.setProcessEnvironment(environment);
   process.start(QStringLiteral(CSM_DESKTOP), arguments);
   if (!process.waitForFinished(100'000) || process.exitStatus() != QProcess::NormalExit) {
