@@ -9,10 +9,6 @@
 namespace desktop {
 namespace {
 
-QString Text(const char* text) {
-  return QString::fromUtf8(text);
-}
-
 std::vector<QPointF> BarsIn(const Chart& chart) {
   return SamplesOf<QPointF>(*PlotsOf(chart).at(0), QwtPlotItem::Rtti_PlotBarChart);
 }

@@ -11,10 +11,6 @@
 namespace desktop {
 namespace {
 
-QString Text(const char* text) {
-  return QString::fromUtf8(text);
-}
-
 std::vector<QwtOHLCSample> DrawnIn(const CandleChart& chart) {
   return SamplesOf<QwtOHLCSample>(*PlotsOf(chart).at(0), QwtPlotItem::Rtti_PlotTradingCurve);
 }
@@ -210,17 +206,22 @@ TEST(CandleChart, standsAboveItsVolumesWhateverItsSize) {
     CandleChart chart;
     chart.SetSeries(RisingSeries(300));
     ShowIn(chart, size.width(), size.height());
-    const auto box = [&](const QwtPlot* plot) {
-      return QRect(plot->canvas()->mapTo(&chart, QPoint()), plot->canvas()->size());
-    };
-    const QRect prices = box(PlotsOf(chart).at(0));
-    const QRect volumes = box(PlotsOf(chart).at(1));
-    EXPECT_EQ(prices.left(), volumes.left());
-    EXPECT_EQ(prices.right(), volumes.right());
-    EXPECT_LT(prices.bottom(), volumes.top());
-    EXPECT_GT(prices.height(), volumes.height());
-    EXPECT_TRUE(chart.rect().contains(prices) && chart.rect().contains(volumes));
+    ExpectAbove(chart, *PlotsOf(chart).at(0), *PlotsOf(chart).at(1));
   }
+}
+
+TEST(CandleChart, paintsNothingAnewForTheSameSeries) {
+  CandleChart chart;
+  ShowIn(chart, 400, 300);
+  chart.SetSeries(RisingSeries(30));
+  const auto candles = [&] {
+    return PlotsOf(chart).at(0)->itemList(QwtPlotItem::Rtti_PlotTradingCurve).at(0);
+  };
+  candles()->hide();
+  chart.SetSeries(RisingSeries(30));
+  EXPECT_FALSE(candles()->isVisible());
+  chart.SetSeries(RisingSeries(31));
+  EXPECT_TRUE(candles()->isVisible());
 }
 
 TEST(CandleChart, joinsNeighboursThatShareTwoPixels) {
