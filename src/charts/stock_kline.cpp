@@ -1,6 +1,7 @@
 // K-lines: today's candle from the quote server, then the history, in a task, then both as one series.
 #include "charts/stock_kline.h"
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,7 @@ namespace charts {
 namespace {
 
 constexpr auto kFetch = request::Fetch::kKLine;
+constexpr std::size_t kMostChoices = 1000;
 
 class CStockKLine : public frame::PolledSubject<IStockKLine> {
  public:
@@ -31,6 +33,7 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
 
  private:
   void FetchDay(const Series& series, const KLineCallback& done);
+  void Choose(const Series& series);
   Series AskedForLast(const std::wstring& symbol);
   void TellSeries(const KLineRequest& request, const Record& record);
 
@@ -69,13 +72,21 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
   const bool known = request::Succeeds(kFetch, [&] {
     series.symbol = symbol;
     if (!done) {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      asked_[series.symbol] = series;
+      Choose(series);
     }
   });
   if (known) {
     FetchDay(series, done);
   }
+}
+
+// Many choices may be open for charts that nobody shows at the moment; when there are too many those go.
+void CStockKLine::Choose(const Series& series) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (asked_.size() >= kMostChoices) {
+    std::erase_if(asked_, [this](const auto& choice) { return !IsShown(choice.first); });
+  }
+  asked_[series.symbol] = series;
 }
 
 Series CStockKLine::AskedForLast(const std::wstring& symbol) {

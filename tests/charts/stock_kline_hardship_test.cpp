@@ -324,6 +324,23 @@ TEST_F(KLineHardship, theSeriesShownLastIsInMemory) {
   EXPECT_EQ(host.RequestsTo(kHistoryPath).size(), 2U) << "the one shown least recently has gone";
 }
 
+// What was chosen for each symbol was remembered for ever.
+TEST_F(KLineHardship, choicesForChartsThatNobodyShowsHaveAnEnd) {
+  packages.Announce(L"");
+  day = [] { return NoToday(); };
+  service->FetchKLine(L"nobody's", 2, 1, {});
+  service->FetchKLine(L"sh600000", 3, 1, {});
+  for (int number = 0; number < 1100; ++number) {
+    service->FetchKLine((L"other " + std::to_wstring(number)).c_str(), 2, 1, {});
+  }
+  RecordingObserver<StockKLineData> other;
+  Show(other, L"nobody's");
+  service->Refresh();
+  EXPECT_EQ(view.Last().period, 3) << "the choice for a chart that is shown stays";
+  EXPECT_EQ(other.Last().period, 1) << "as if nothing had been chosen";
+  service->Detach(&other);
+}
+
 // --- Spelling ---
 
 // "SH600000" never got today's candle.
