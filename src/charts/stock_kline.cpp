@@ -33,7 +33,6 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
 
  private:
   void FetchDay(const Series& series, const KLineCallback& done);
-  void Choose(const Series& series);
   Series AskedForLast(const std::wstring& symbol);
   void TellSeries(const KLineRequest& request, const Record& record);
 
@@ -72,21 +71,16 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
   const bool known = request::Succeeds(kFetch, [&] {
     series.symbol = symbol;
     if (!done) {
-      Choose(series);
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (asked_.size() >= kMostChoices) {  // those of charts that nobody shows at the moment go
+        std::erase_if(asked_, [this](const auto& choice) { return !IsShown(choice.first); });
+      }
+      asked_[series.symbol] = series;
     }
   });
   if (known) {
     FetchDay(series, done);
   }
-}
-
-// Many choices may be open for charts that nobody shows at the moment; when there are too many those go.
-void CStockKLine::Choose(const Series& series) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (asked_.size() >= kMostChoices) {
-    std::erase_if(asked_, [this](const auto& choice) { return !IsShown(choice.first); });
-  }
-  asked_[series.symbol] = series;
 }
 
 Series CStockKLine::AskedForLast(const std::wstring& symbol) {
