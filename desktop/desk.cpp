@@ -100,7 +100,26 @@ void Desk::LoadReference() {
   });
 }
 
+void Desk::StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list) {
+  steps_in_ = pane;
+  steps_ = std::move(list);
+  if (current_.code.empty()) {
+    selection_->StepThrough(steps_());
+  }
+}
+
+void Desk::Unregister(Pane& pane) {
+  std::erase(panes_, &pane);
+  if (steps_in_ == &pane) {
+    steps_in_ = nullptr;
+    steps_ = {};
+  }
+}
+
 void Desk::Step(int direction) {
+  if (steps_) {
+    selection_->StepThrough(steps_());
+  }
   if (direction > 0) {
     selection_->Next();
   } else {

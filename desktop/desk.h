@@ -5,6 +5,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QSettings>
 #include <QtCore/QTimer>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -41,14 +42,14 @@ class Desk final : public QObject {
 
   [[nodiscard]] const cli::Security& current() const { return current_; }
   void Select(const cli::Security& security) { selection_->Select(security); }
-  /// Page Up and Page Down step through `list` from now on.
-  void StepThrough(std::vector<BaseInfoItem> list) { selection_->StepThrough(std::move(list)); }
+  /// Page Up and Page Down step through what `list` gives from now on, for as long as `pane` lives.
+  void StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list);
   void Step(int direction);
   /// Says something in the status bars.
   void Tell(const QString& text) { Q_EMIT told(text); }
 
   void Register(Pane& pane) { panes_.push_back(&pane); }
-  void Unregister(Pane& pane) { std::erase(panes_, &pane); }
+  void Unregister(Pane& pane);
   [[nodiscard]] const std::vector<Pane*>& panes() const { return panes_; }
   /// A window was minimised or shown again.
   void OnWindowState();
@@ -89,6 +90,8 @@ class Desk final : public QObject {
   QString why_no_lists_;
   cli::Security current_;
   std::vector<Pane*> panes_;
+  const Pane* steps_in_ = nullptr;
+  std::function<std::vector<BaseInfoItem>()> steps_;
   std::vector<stock_host::Finding> findings_;
   QTimer ticks_;
   QTimer interval_;

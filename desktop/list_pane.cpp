@@ -218,9 +218,7 @@ void ListPane::Draw() {
   if (pages_ != nullptr) {
     place.first = pages_->first_row();
     place.total = pages_->total();
-    if (place.total.value_or(0) > view().Securities().size()) {
-      place.names = pages_->WholeList();
-    }
+    place.names = [this] { return pages_->WholeList(); };
   }
   cli::Table rows = view().AsTable();
   if (rows.columns().empty()) {
@@ -248,15 +246,16 @@ void ListPane::Draw() {
 }
 
 void ListPane::StepHere() {
-  if (pages_ != nullptr) {
-    desk().StepThrough(pages_->WholeList());
-    return;
-  }
-  std::vector<BaseInfoItem> list;
-  for (const cli::Security& security : view().Securities()) {
-    list.push_back({security.code, security.name, L"", 0});
-  }
-  desk().StepThrough(std::move(list));
+  desk().StepThrough(this, [this] {
+    if (pages_ != nullptr) {
+      return pages_->WholeList();
+    }
+    std::vector<BaseInfoItem> list;
+    for (const cli::Security& security : view().Securities()) {
+      list.push_back({security.code, security.name, L"", 0});
+    }
+    return list;
+  });
 }
 
 bool ListPane::HasPicture() const {
@@ -296,7 +295,7 @@ void ListPane::OnSecurity(const cli::Security& security) {
 
 // The row of the current security; it is brought into sight when it has become another one.
 void ListPane::MarkCurrent(bool in_sight) {
-  const int row = table_->RowOf(desk().current().code);
+  const int row = in_sight ? table_->RowOf(desk().current().code) : table_->RowHere(desk().current().code);
   painter_->SetCurrentRow(row);
   list_->viewport()->update();
   if (row < 0) {

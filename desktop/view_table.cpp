@@ -63,6 +63,7 @@ void ViewTable::Show(cli::Table table, std::vector<std::wstring> keys, std::vect
   const std::vector<std::wstring> keys_before = std::exchange(keys_, std::move(keys));
   securities_ = std::move(securities);
   place_ = std::move(place);
+  names_.reset();
   rows_.clear();
   for (std::size_t i = 0; i < keys_.size(); ++i) {
     rows_.emplace(keys_[i], static_cast<int>(place_.first + i));
@@ -138,20 +139,31 @@ std::optional<cli::Security> ViewTable::SecurityAt(int row) const {
   if (row >= 0 && number >= place_.first && number - place_.first < securities_.size()) {
     return securities_[number - place_.first];
   }
-  if (row >= 0 && number < place_.names.size()) {
-    return cli::SecurityOf(place_.names[number].code, place_.names[number].name);
+  if (row >= 0 && number < Names().size()) {
+    return cli::SecurityOf(Names()[number].code, Names()[number].name);
   }
   return std::nullopt;
 }
 
-int ViewTable::RowOf(const std::wstring& key) const {
-  const auto found = rows_.find(key);
-  if (found != rows_.end()) {
-    return found->second;
+const std::vector<BaseInfoItem>& ViewTable::Names() const {
+  if (!names_) {
+    names_ = place_.names ? place_.names() : std::vector<BaseInfoItem>();
   }
-  const auto known = std::find_if(place_.names.begin(), place_.names.end(),
+  return *names_;
+}
+
+int ViewTable::RowHere(const std::wstring& key) const {
+  const auto found = rows_.find(key);
+  return found == rows_.end() ? -1 : found->second;
+}
+
+int ViewTable::RowOf(const std::wstring& key) const {
+  if (const int here = RowHere(key); here >= 0) {
+    return here;
+  }
+  const auto known = std::find_if(Names().begin(), Names().end(),
                                   [&](const BaseInfoItem& item) { return item.code == key; });
-  return known == place_.names.end() ? -1 : static_cast<int>(known - place_.names.begin());
+  return known == Names().end() ? -1 : static_cast<int>(known - Names().begin());
 }
 
 const ViewTable::Row* ViewTable::InTable(int row) const {
@@ -191,8 +203,8 @@ QVariant ViewTable::data(const QModelIndex& index, int role) const {
   const Row* const row = InTable(index.row());
   if (row == nullptr) {
     const std::string name = ColumnName(index.column());
-    if (role == Qt::DisplayRole && static_cast<std::size_t>(index.row()) < place_.names.size()) {
-      const BaseInfoItem& item = place_.names[static_cast<std::size_t>(index.row())];
+    if (role == Qt::DisplayRole && static_cast<std::size_t>(index.row()) < Names().size()) {
+      const BaseInfoItem& item = Names()[static_cast<std::size_t>(index.row())];
       return name == "code" ? Shown(item.code) : name == "name" ? Shown(item.name) : QString();
     }
     return role == kTone ? QVariant(static_cast<int>(cli::Tone::kDim)) : QVariant();

@@ -5,6 +5,7 @@
 #include <QtCore/QAbstractTableModel>
 #include <QtCore/QElapsedTimer>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -26,9 +27,10 @@ class ViewTable final : public QAbstractTableModel {
 
   /// What stands where in the whole list.
   struct Place {
-    std::size_t first = 0;                 ///< number of the table's first row
-    std::optional<std::size_t> total;      ///< nothing: as many as the table has
-    std::vector<BaseInfoItem> names = {};  ///< of the whole list; empty: not known
+    std::size_t first = 0;             ///< number of the table's first row
+    std::optional<std::size_t> total;  ///< nothing: as many as the table has
+    /// Code and name of the whole list, asked for when a row beyond the table is looked at; empty: not known.
+    std::function<std::vector<BaseInfoItem>()> names = {};
   };
 
   explicit ViewTable(QObject* parent = nullptr);
@@ -47,7 +49,8 @@ class ViewTable final : public QAbstractTableModel {
   [[nodiscard]] int ColumnOf(std::string_view name) const;
   /// What the row is about, as far as that is known.
   [[nodiscard]] std::optional<cli::Security> SecurityAt(int row) const;
-  /// The row of that key or code; -1: none that is known.
+  /// The row of that key or code, in the table alone or in the whole list; -1: none that is known.
+  [[nodiscard]] int RowHere(const std::wstring& key) const;
   [[nodiscard]] int RowOf(const std::wstring& key) const;
   [[nodiscard]] bool HasFigures(int row) const { return InTable(row) != nullptr; }
   [[nodiscard]] std::size_t first() const { return place_.first; }
@@ -69,6 +72,7 @@ class ViewTable final : public QAbstractTableModel {
   using Row = std::vector<cli::Cell>;
 
   [[nodiscard]] const Row* InTable(int row) const;
+  [[nodiscard]] const std::vector<BaseInfoItem>& Names() const;
   void FindChanges(const cli::Table& before, const std::vector<std::wstring>& keys_before);
   void EndFlashes();
 
@@ -76,8 +80,9 @@ class ViewTable final : public QAbstractTableModel {
   std::vector<std::wstring> keys_;
   std::vector<cli::Security> securities_;
   Place place_;
-  std::unordered_map<std::wstring, int> rows_;  // by key, those of the table alone
-  std::vector<signed char> flashes_;            // by cell of the table
+  mutable std::optional<std::vector<BaseInfoItem>> names_;  // as far as they were looked at
+  std::unordered_map<std::wstring, int> rows_;              // by key, those of the table alone
+  std::vector<signed char> flashes_;                        // by cell of the table
   bool flashing_ = false;
   int ordered_by_ = -1;
   bool ascending_ = false;
