@@ -226,6 +226,13 @@ void KLineView::Select(const Security& security) {
   FollowSeries();
 }
 
+std::optional<KnobSetting> KLineView::SettingOf(Knob knob) const {
+  if (knob == Knob::kPeriod) {
+    return KnobSetting{Periods(), period_};
+  }
+  return knob == Knob::kAdjustment ? std::optional(KnobSetting{Adjustments(), adjustment_}) : std::nullopt;
+}
+
 bool KLineView::Turn(Knob knob, int step) {
   if (knob == Knob::kPeriod) {
     period_ = StepFrom(Periods(), period_, step);

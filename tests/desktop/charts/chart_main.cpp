@@ -11,6 +11,7 @@ extern "C" const char* __lsan_default_suppressions() {
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
+  qputenv("QT_QPA_PLATFORM", "offscreen");
   QApplication application(argc, argv);
   QFont font = QApplication::font();
   font.setPointSize(9);
