@@ -64,6 +64,7 @@ CandleChart::CandleChart(QWidget* parent)
     new Wheel(*this, plot->canvas());
     auto* const drag = new QwtPicker(plot->canvas());
     drag->setStateMachine(new QwtPickerDragPointMachine);
+    plot->canvas()->setFocusPolicy(Qt::NoFocus);
     connect(drag, &QwtPicker::appended, this, [this](const QPoint& at) { dragged_ = at; });
     connect(drag, &QwtPicker::moved, this, [this](const QPoint& at) { Drag(at); });
   }

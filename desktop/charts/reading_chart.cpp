@@ -13,6 +13,7 @@ ChartPlot& ReadingChart::AddPlot(int stretch) {
   cross_hairs_.push_back(
       new CrossHair(plot->canvas(), lines, [this](std::optional<QPointF> place) { ReadAt(place); }));
   plots_.push_back(plot);
+  plot->canvas()->setFocusPolicy(Qt::NoFocus);  // pickers answer arrow keys by moving the mouse
   return *plot;
 }
 

@@ -120,6 +120,21 @@ TEST(CandleChart, readsTheCandleUnderTheMouse) {
   }
 }
 
+// A picker that has the keys moves the mouse itself.
+TEST(CandleChart, getsTheKeysOnceItIsClicked) {
+  CandleChart chart;
+  ShowIn(chart, 800, 500);
+  chart.SetSeries(RisingSeries(500));
+  chart.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&chart));
+  for (const QwtPlot* const plot : PlotsOf(chart)) {
+    chart.clearFocus();
+    const QPoint middle = plot->canvas()->rect().center();
+    QTest::mouseClick(chart.windowHandle(), Qt::LeftButton, {}, plot->canvas()->mapTo(&chart, middle));
+    EXPECT_EQ(QApplication::focusWidget(), &chart);
+  }
+}
+
 TEST(CandleChart, readsByKeysAndScrollsAlong) {
   CandleChart chart;
   ShowIn(chart, 800, 500);

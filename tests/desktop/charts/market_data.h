@@ -12,6 +12,7 @@
 #include <QTest>
 #include <QWheelEvent>
 #include <QWidget>
+#include <QWindow>
 #include <cstdint>
 #include <vector>
 
