@@ -136,7 +136,9 @@ bool DistributionChart::Draw() {
       words += QStringLiteral("; %1 %2").arg(QString::fromStdString(cli::RangeName(index, count)),
                                              text.simplified());
       places.push_back(place);
-      samples.push_back({place, static_cast<double>(bucket.count)});
+      if (bucket.count > 0) {
+        samples.push_back({place, static_cast<double>(bucket.count)});
+      }
       most = std::max(most, static_cast<double>(bucket.count));
       const QwtText label = plot_.Words(has_room ? text : Count(bucket), colour);
       widest = std::max(widest, label.textSize().width());

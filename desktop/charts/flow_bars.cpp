@@ -9,6 +9,7 @@
 
 #include "cli/format/figures.h"
 #include "cli/format/flow_rows.h"
+#include "cli/format/words.h"
 
 namespace desktop {
 namespace {
@@ -44,7 +45,10 @@ QColor FlowBars::ColourOf(int bar) const {
 }
 
 QString FlowBars::PeriodText(const std::string& days) {
-  return Word("days") + QLatin1Char(' ') + TextOf(days);
+  const bool chinese = cli::CurrentLanguage() == cli::Language::kChinese;
+  return TextOf(days) + (chinese       ? QStringLiteral("日")
+                         : days == "1" ? QStringLiteral(" day")
+                                       : QStringLiteral(" days"));
 }
 
 void FlowBars::SetFlows(const StockInOutItem& flows) {

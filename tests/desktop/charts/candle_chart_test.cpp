@@ -1,6 +1,7 @@
 #include "desktop/charts/candle_chart.h"
 
 #include <qwt_plot_curve.h>
+#include <qwt_plot_picker.h>
 #include <qwt_plot_tradingcurve.h>
 
 #include <cmath>
@@ -117,6 +118,30 @@ TEST(CandleChart, readsTheCandleUnderTheMouse) {
     QEvent leave(QEvent::Leave);
     QApplication::sendEvent(&canvas, &leave);
     EXPECT_TRUE(Says(chart, Text("2000-02-22 open 59.00")));
+  }
+}
+
+TEST(CandleChart, crossesTheCandleThatIsReadInBothPlotsWhateverTheSize) {
+  CandleChart chart;
+  ShowIn(chart, 800, 500);
+  chart.SetSeries(RisingSeries(50));
+  QTest::keyClick(&chart, Qt::Key_Left, Qt::ShiftModifier);
+  ShowIn(chart, 600, 400);
+  const QwtPlot& prices = *PlotsOf(chart).at(0);
+  int cross_hairs = 0;
+  for (const QwtPlotPicker* const picker : chart.findChildren<QwtPlotPicker*>()) {
+    ASSERT_TRUE(picker->isActive());
+    ASSERT_EQ(picker->selection().size(), 1);
+    EXPECT_NEAR(picker->selection()[0].x(), prices.transform(QwtPlot::xBottom, 49), 1);
+    if (picker->plot() == &prices) {
+      EXPECT_NEAR(picker->selection()[0].y(), prices.transform(QwtPlot::yLeft, 60), 1);
+    }
+    ++cross_hairs;
+  }
+  EXPECT_EQ(cross_hairs, 2);
+  QTest::keyClick(&chart, Qt::Key_Escape);
+  for (const QwtPlotPicker* const picker : chart.findChildren<QwtPlotPicker*>()) {
+    EXPECT_FALSE(picker->isActive());
   }
 }
 
