@@ -367,11 +367,12 @@ bool ListPane::eventFilter(QObject* watched, QEvent* event) {
     FitColumns();
     sight_.start();
   }
+  if (watched == list_->viewport() && event->type() == QEvent::MouseButtonPress) {
+    pressed_ = table_->SecurityAt(list_->rowAt(static_cast<QMouseEvent&>(*event).pos().y()));
+  }
   if (watched == list_->viewport() && event->type() == QEvent::Drop && traits_.is_watch_list) {
-    const auto& drop = static_cast<QDropEvent&>(*event);
-    int to = list_->rowAt(drop.pos().y());
-    to = to < 0 ? table_->rowCount() - 1 : to;
-    OnDrop(list_->currentIndex().row(), to);
+    const int to = list_->rowAt(static_cast<QDropEvent&>(*event).pos().y());
+    OnDrop(to < 0 ? table_->rowCount() - 1 : to);
     event->accept();
     return true;
   }
@@ -385,9 +386,10 @@ bool ListPane::eventFilter(QObject* watched, QEvent* event) {
   return Pane::eventFilter(watched, event);
 }
 
-void ListPane::OnDrop(int from, int to) {
-  const auto security = table_->SecurityAt(from);
-  if (!security || from == to) {
+// Rows may have changed places since the drag began.
+void ListPane::OnDrop(int to) {
+  const std::optional<cli::Security> security = std::exchange(pressed_, std::nullopt);
+  if (!security || table_->RowOf(security->code) == to) {
     return;
   }
   const auto column = view().SettingOf(cli::Knob::kColumn);

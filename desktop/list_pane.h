@@ -44,7 +44,7 @@ class ListPane final : public Pane {
   void OnHeaderMenu(const QPoint& at);
   void OnMenu(const QPoint& at);
   void OnRow(int row);
-  void OnDrop(int from, int to);
+  void OnDrop(int to);
   void AskForSight();
   void MarkCurrent(bool in_sight);
   void StepHere();
@@ -55,8 +55,9 @@ class ListPane final : public Pane {
   QTableView* list_;
   CellPainter* painter_;
   QTimer sight_;
-  bool is_arranged_ = false;  // the columns, by the user
-  bool is_fitting_ = false;   // or by this pane, just now
+  std::optional<cli::Security> pressed_;  // in the row that the mouse was pressed in last
+  bool is_arranged_ = false;              // the columns, by the user
+  bool is_fitting_ = false;               // or by this pane, just now
   bool has_widths_ = false;
   bool was_reset_ = false;  // the model's columns are others: header and widths are set anew
 };

@@ -30,6 +30,7 @@ class QuoteSheet final : public QWidget {
 class QuotePane final : public Pane {
  public:
   QuotePane(Desk& desk, const QString& id);
+  [[nodiscard]] QuoteSheet& sheet() { return *sheet_; }
 
  private:
   void Draw() override;

@@ -46,18 +46,18 @@ ViewTable::ViewTable(QObject* parent) : QAbstractTableModel(parent) {}
 
 void ViewTable::Show(cli::Table table, std::vector<std::wstring> keys, std::vector<cli::Security> securities,
                      Place place) {
-  const int rows_before = rowCount();
-  const auto is_same = [](const cli::Column& a, const cli::Column& b) { return a.title == b.title; };
+  const auto is_same = [](const cli::Column& a, const cli::Column& b) { return a.name == b.name; };
   const bool same_columns = std::equal(table.columns().begin(), table.columns().end(),
                                        table_.columns().begin(), table_.columns().end(), is_same);
   const int rows_after =
       static_cast<int>(std::max(place.total.value_or(0), place.first + table.rows().size()));
+  // Rows go before the figures change and come after that, so that each step is one that Qt knows.
   if (!same_columns) {
     beginResetModel();
-  } else if (rows_after > rows_before) {
-    beginInsertRows({}, rows_before, rows_after - 1);
-  } else if (rows_after < rows_before) {
-    beginRemoveRows({}, rows_after, rows_before - 1);
+  } else if (rows_after < row_count_) {
+    beginRemoveRows({}, rows_after, row_count_ - 1);
+    row_count_ = rows_after;
+    endRemoveRows();
   }
   const cli::Table before = std::exchange(table_, std::move(table));
   const std::vector<std::wstring> keys_before = std::exchange(keys_, std::move(keys));
@@ -68,20 +68,20 @@ void ViewTable::Show(cli::Table table, std::vector<std::wstring> keys, std::vect
   for (std::size_t i = 0; i < keys_.size(); ++i) {
     rows_.emplace(keys_[i], static_cast<int>(place_.first + i));
   }
-  if (same_columns) {
-    FindChanges(before, keys_before);
-  } else {
-    flashes_.assign(table_.rows().size() * table_.columns().size(), 0);
-  }
   if (!same_columns) {
+    flashes_.assign(table_.rows().size() * table_.columns().size(), 0);
+    row_count_ = rows_after;
     endResetModel();
-  } else if (rows_after > rows_before) {
-    endInsertRows();
-  } else if (rows_after < rows_before) {
-    endRemoveRows();
+    return;
   }
-  if (same_columns && rows_after > 0) {
-    Q_EMIT dataChanged(index(0, 0), index(rows_after - 1, columnCount() - 1));
+  FindChanges(before, keys_before);
+  if (row_count_ > 0) {
+    Q_EMIT dataChanged(index(0, 0), index(row_count_ - 1, columnCount() - 1));
+  }
+  if (rows_after > row_count_) {
+    beginInsertRows({}, row_count_, rows_after - 1);
+    row_count_ = rows_after;
+    endInsertRows();
   }
 }
 
@@ -182,9 +182,7 @@ void ViewTable::SetOrder(int column, bool ascending) {
 }
 
 int ViewTable::rowCount(const QModelIndex& parent) const {
-  return parent.isValid()
-             ? 0
-             : static_cast<int>(std::max(place_.total.value_or(0), place_.first + table_.rows().size()));
+  return parent.isValid() ? 0 : row_count_;
 }
 
 int ViewTable::columnCount(const QModelIndex& parent) const {

@@ -80,6 +80,7 @@ class ViewTable final : public QAbstractTableModel {
   std::vector<std::wstring> keys_;
   std::vector<cli::Security> securities_;
   Place place_;
+  int row_count_ = 0;
   mutable std::optional<std::vector<BaseInfoItem>> names_;  // as far as they were looked at
   std::unordered_map<std::wstring, int> rows_;              // by key, those of the table alone
   std::vector<signed char> flashes_;                        // by cell of the table

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QSignalSpy>
 #include <QtCore/QThread>
+#include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 #include <stdexcept>
 #include <thread>

@@ -3,6 +3,7 @@
 
 #include <QtCore/QProcess>
 #include <QtGui/QImage>
+#include <algorithm>
 #include <string>
 
 #include "cli/temporary_directory.h"
@@ -15,7 +16,7 @@ struct Outcome {
   std::string error;
 };
 
-Outcome Run(const QStringList& arguments, const QStringList& without = {}) {
+Outcome Started(const QStringList& arguments, const QStringList& without = {}) {
   QProcess process;
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   for (const QString& name : without) {
@@ -34,20 +35,20 @@ const QStringList kDisplay = {QStringLiteral("DISPLAY"), QStringLiteral("WAYLAND
                               QStringLiteral("QT_QPA_PLATFORM")};
 
 TEST(DesktopProgram, saysInOneLineThatThereIsNoDisplay) {
-  const Outcome outcome = Run({}, kDisplay);
+  const Outcome outcome = Started({}, kDisplay);
   EXPECT_EQ(outcome.code, 1);
   EXPECT_NE(outcome.error.find("there is no display"), std::string::npos) << outcome.error;
   EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
 }
 
 TEST(DesktopProgram, refusesAPageThatThereIsNot) {
-  const Outcome outcome = Run({QStringLiteral("--page"), QStringLiteral("nowhere")}, kDisplay);
+  const Outcome outcome = Started({QStringLiteral("--page"), QStringLiteral("nowhere")}, kDisplay);
   EXPECT_EQ(outcome.code, 2);
   EXPECT_NE(outcome.error.find("board"), std::string::npos) << outcome.error;
 }
 
 TEST(DesktopProgram, saysItsOptions) {
-  const Outcome outcome = Run({QStringLiteral("--help")}, kDisplay);
+  const Outcome outcome = Started({QStringLiteral("--help")}, kDisplay);
   EXPECT_EQ(outcome.code, 0);
   for (const char* const option :
        {"--server", "--replay", "--clock", "--scenario", "--lang", "--theme", "--screenshot"}) {
@@ -59,11 +60,11 @@ TEST(DesktopProgram, paintsAPageWithoutADisplay) {
   const cli::TemporaryDirectory directory;
   const QString file = QString::fromStdString(directory.path() + "/page.png");
   const Outcome outcome =
-      Run({QStringLiteral("--screenshot"), file, QStringLiteral("--size"), QStringLiteral("1000x700"),
-           QStringLiteral("--page"), QStringLiteral("stock"), QStringLiteral("--symbol"),
-           QStringLiteral("sh600000"), QStringLiteral("--theme"), QStringLiteral("light"),
-           QStringLiteral("--clock"), QStringLiteral("2024-03-15 14:20:00")},
-          kDisplay);
+      Started({QStringLiteral("--screenshot"), file, QStringLiteral("--size"), QStringLiteral("1000x700"),
+               QStringLiteral("--page"), QStringLiteral("stock"), QStringLiteral("--symbol"),
+               QStringLiteral("sh600000"), QStringLiteral("--theme"), QStringLiteral("light"),
+               QStringLiteral("--clock"), QStringLiteral("2024-03-15 14:20:00")},
+              kDisplay);
   EXPECT_EQ(outcome.code, 0) << outcome.error;
   EXPECT_EQ(outcome.error, "");
   const QImage image(file);
@@ -72,15 +73,15 @@ TEST(DesktopProgram, paintsAPageWithoutADisplay) {
 
 TEST(DesktopProgram, cannotPaintIntoAFolderThatIsNotThere) {
   const Outcome outcome =
-      Run({QStringLiteral("--screenshot"), QStringLiteral("/nowhere/page.png")}, kDisplay);
+      Started({QStringLiteral("--screenshot"), QStringLiteral("/nowhere/page.png")}, kDisplay);
   EXPECT_EQ(outcome.code, 1);
   EXPECT_NE(outcome.error.find("/nowhere/page.png"), std::string::npos) << outcome.error;
 }
 
 TEST(DesktopProgram, needsAKeyForAServerAndSaysSo) {
-  const Outcome outcome = Run({QStringLiteral("--server"), QStringLiteral("http://127.0.0.1:9"),
-                               QStringLiteral("--screenshot"), QStringLiteral("/nowhere/page.png")},
-                              kDisplay);
+  const Outcome outcome = Started({QStringLiteral("--server"), QStringLiteral("http://127.0.0.1:9"),
+                                   QStringLiteral("--screenshot"), QStringLiteral("/nowhere/page.png")},
+                                  kDisplay);
   EXPECT_EQ(outcome.code, 1);
   EXPECT_NE(outcome.error.find("CSM_KEY"), std::string::npos) << outcome.error;
 }

@@ -19,6 +19,7 @@
 #include "desktop/list_pane.h"
 #include "desktop/main_window.h"
 #include "desktop/words.h"
+#include "host/text.h"
 #include "host_services/stock_host.h"
 #include "market_server/market_server.h"
 #include "market_server/model/market.h"
@@ -116,6 +117,16 @@ class RunningDesk : public testing::Test {
     std::stable_sort(quotes.begin(), quotes.end(),
                      [](const auto& a, const auto& b) { return a.change > b.change; });
     return quotes;
+  }
+  /// Of stocks that trade.
+  [[nodiscard]] std::vector<std::wstring> Codes(std::size_t count) const {
+    std::vector<std::wstring> codes;
+    for (const auto& quote : market_->BoardAt(Now())->stocks) {
+      if (quote.last > 0 && codes.size() < count) {
+        codes.push_back(common::s2ws(quote.security->code, common::kUtf8));
+      }
+    }
+    return codes;
   }
   void Select(const std::string& code) {
     desk_->Select(cli::FindSecurity(*GetStockCommon(), code));

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QSignalSpy>
-#include <QtTest/QAbstractItemModelTester>
+#include <QAbstractItemModelTester>
+#include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
 #include "cli/format/words.h"
