@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kLook(100);
 constexpr int kMostLooks = 200;
+constexpr int kSmallest = 0;     // of PNG
 constexpr int kLooksAtRest = 8;  // settled for so long, so that flashes are over and the status is said
 
 struct Waiting {
@@ -34,7 +35,7 @@ void Look(Desk& desk, MainWindow& window, const std::shared_ptr<Waiting>& waitin
   }
   const QString file = Text(desk.options().screenshot);
   int code = 0;
-  if (!window.grab().save(file, "PNG")) {
+  if (!window.grab().save(file, "PNG", kSmallest)) {
     cli::Say("cannot write " + desk.options().screenshot);
     code = 1;
   } else if (!missing.isEmpty()) {
