@@ -43,11 +43,12 @@ IStockCommon* GetStockCommon() {
   return reference::TheStockCommon();
 }
 
-// NOLINTNEXTLINE(bugprone-macro-parentheses): a declaration, which has no use for them
+// NOLINTBEGIN(bugprone-macro-parentheses): a declaration has no use for them
 #define CSM_ACCESSOR(area, Name)                  \
   I##Name* Get##Name() {                          \
     return frame::Only<&area::Make##Name>::Get(); \
   }
+// NOLINTEND(bugprone-macro-parentheses)
 CSM_SERVICES(CSM_ACCESSOR)
 CSM_LASTING_SERVICES(CSM_ACCESSOR)
 

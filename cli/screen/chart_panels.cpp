@@ -134,7 +134,7 @@ class KLinePanel final : public ViewPanel {
   }
 
   bool OnKey(const Key& key) override {
-    const auto all = static_cast<std::ptrdiff_t>(Lines().Candles().size());
+    const auto all = std::ssize(Drawn());
     const auto page = static_cast<std::ptrdiff_t>(shown_);
     switch (key.kind) {
       case KeyKind::kLeft:
@@ -186,7 +186,7 @@ class KLinePanel final : public ViewPanel {
   }
 
   [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override {
-    const std::vector<KLineCandle> all = Lines().Candles();
+    const std::vector<KLineCandle> all = Drawn();
     if (all.empty()) {
       return {};
     }
@@ -218,6 +218,8 @@ class KLinePanel final : public ViewPanel {
   static constexpr std::ptrdiff_t kFewest = 5;
 
   [[nodiscard]] KLineView& Lines() const { return static_cast<KLineView&>(view()); }
+
+  [[nodiscard]] std::vector<KLineCandle> Drawn() const { return WithPrices(Lines().Candles()); }
 
   void Reset() {
     cross_.reset();

@@ -1,7 +1,9 @@
 #include "cli/views/market_views.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <iterator>
+#include <locale>
 #include <string_view>
 #include <utility>
 
@@ -432,8 +434,7 @@ const List* ListNamed(std::string_view name) {
 
 // The stock that is meant: a symbol in lower case, or the first stock with those digits.
 std::wstring SymbolOf(IStockCommon& reference, std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  boost::algorithm::to_lower(text, std::locale::classic());
   const std::wstring symbol = common::s2ws(text, common::kUtf8);
   const std::vector<BaseInfoItem> stocks = reference.GetStockList(1);
   const auto found = std::find_if(stocks.begin(), stocks.end(), [&](const BaseInfoItem& stock) {

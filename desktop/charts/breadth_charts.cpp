@@ -4,8 +4,6 @@
 #include <qwt_plot_curve.h>
 #include <qwt_plot_marker.h>
 
-#include <QGridLayout>
-#include <QKeyEvent>
 #include <QVector>
 #include <algorithm>
 #include <cmath>
@@ -18,6 +16,7 @@
 namespace desktop {
 namespace {
 
+constexpr int kCharacters = 60;  // of figures
 constexpr int kLabelPixels = 36;
 constexpr double kAir = 10;          // pixels
 constexpr int kRoomForShares = 240;  // pixels
@@ -29,11 +28,7 @@ QString Count(const DistributionBucket& bucket) {
 }  // namespace
 
 SessionChart::SessionChart(QWidget* parent)
-    : Chart("session_chart", parent),
-      plot_(*new ChartPlot(this)),
-      cross_(*new CrossHair(plot_.canvas(), QwtPicker::VLineRubberBand,
-                            [this](std::optional<QPointF> place) { ReadAt(place); })) {
-  body().addWidget(&plot_, 1);
+    : ReadingChart("session_chart", kCharacters, parent), plot_(AddPlot(1)) {
   plot_.ShowScale(QwtPlot::yLeft, [this](double value) {
     return QString::fromStdString(cli::Fixed(value, picture_.decimals));
   });
@@ -47,9 +42,16 @@ void SessionChart::SetPicture(const cli::SessionPicture& picture) {
   }
 }
 
-bool SessionChart::Draw() {
-  plot_.SetColours(colours());
-  plot_.Clear();
+std::size_t SessionChart::Points() const {
+  return picture_.curves.empty() ? 0 : picture_.curves.front().points.size();
+}
+
+QPointF SessionChart::PlaceOf(std::size_t point) const {
+  return {static_cast<double>(picture_.curves.front().points[point].minute),
+          plot_.axisInterval(QwtPlot::yLeft).minValue()};
+}
+
+void SessionChart::DrawPoints() {
   cli::Range range;
   for (const cli::Curve& curve : picture_.curves) {
     QVector<QPointF> points;
@@ -65,10 +67,6 @@ bool SessionChart::Draw() {
     drawn->setSamples(points);
     drawn->attach(&plot_);
   }
-  if (range.empty()) {
-    Read(std::nullopt);
-    return false;
-  }
   if (range.low < 0 && range.high > 0) {
     auto* const zero = new QwtPlotMarker;
     zero->setLineStyle(QwtPlotMarker::HLine);
@@ -79,60 +77,24 @@ bool SessionChart::Draw() {
   const cli::Range wide = range.Widened();
   plot_.SetRange(QwtPlot::yLeft, wide.low, wide.high, kLabelPixels);
   plot_.SetTicks(QwtPlot::xBottom, axis_.begin(), axis_.end(), axis_.Ticks(plot_.width()));
-  plot_.replot();
-  cross_.setRubberBandPen(colours().line);
-  Read(read_);
-  return true;
 }
 
-void SessionChart::ReadAt(std::optional<QPointF> place) {
-  if (!place || picture_.curves.empty()) {
-    Read(std::nullopt);
-    return;
-  }
-  const std::vector<cli::SessionPoint>& points = picture_.curves.front().points;
-  const auto distance = [&](const cli::SessionPoint& point) { return std::fabs(point.minute - place->x()); };
-  const auto nearest = std::min_element(
-      points.begin(), points.end(), [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
-  Read(static_cast<std::size_t>(nearest - points.begin()));
-}
-
-void SessionChart::Read(std::optional<std::size_t> point) {
-  const bool is_there = point && !picture_.curves.empty() && *point < picture_.curves.front().points.size();
-  read_ = is_there ? point : std::nullopt;
-  std::vector<Figure> texts = FiguresOf(picture_.title, colours());
-  if (read_) {
-    const int minute = picture_.curves.front().points[*read_].minute;
-    cross_.Place({static_cast<double>(minute), plot_.axisInterval(QwtPlot::yLeft).minValue()});
+void SessionChart::ShowFigures() {
+  std::vector<Figure> texts = FiguresOf(picture_.title);
+  if (reading()) {
     texts.resize(std::min<std::size_t>(texts.size(), 1));
-    texts.push_back({QStringLiteral("  ") + axis_.LabelOf(minute), colours().text});
+    texts.push_back({QStringLiteral("  ") + axis_.LabelOf(PlaceOf(*reading()).x()), colours().text});
     for (const cli::Curve& curve : picture_.curves) {
-      const double value = *read_ < curve.points.size() ? curve.points[*read_].value : std::nan("");
+      const double value = *reading() < curve.points.size() ? curve.points[*reading()].value : std::nan("");
       texts.push_back({QStringLiteral("  ") + QString::fromStdString(cli::Fixed(value, picture_.decimals)),
                        colours().Of(curve.tone)});
     }
-  } else {
-    cross_.Hide();
   }
-  figures().Show(std::move(texts));
-  Describe(figures().Text());
-}
-
-void SessionChart::keyPressEvent(QKeyEvent* event) {
-  const bool back = event->key() == Qt::Key_Left;
-  const std::size_t count = picture_.curves.empty() ? 0 : picture_.curves.front().points.size();
-  if (event->key() == Qt::Key_Escape && read_) {
-    Read(std::nullopt);
-  } else if ((back || event->key() == Qt::Key_Right) && count > 0) {
-    const std::size_t from = read_.value_or(back ? count : count - 1);
-    Read(back ? from - std::min<std::size_t>(from, 1) : std::min(from + 1, count - 1));
-  } else {
-    Chart::keyPressEvent(event);
-  }
+  Show(texts);
 }
 
 DistributionChart::DistributionChart(QWidget* parent)
-    : Chart("distribution_chart", parent), plot_(*new ChartPlot(this)) {
+    : Chart("distribution_chart", kCharacters, parent), plot_(*new ChartPlot(this)) {
   plot_.ShowGrid(false, false);
   body().addWidget(&plot_, 1);
   plot_.ShowScale(QwtPlot::yLeft, [this](double place) {
@@ -156,11 +118,9 @@ bool DistributionChart::Draw() {
   plot_.Clear();
   const std::size_t count = item_.first_half.size() + item_.second_half.size();
   if (!cli::HasFigures(item_) || count == 0) {
-    figures().Show({});
     return false;
   }
-  figures().Show(FiguresOf(cli::DistributionHeading(item_, date_), colours()));
-  QString words = figures().Text();
+  QString words;
   const bool has_room = width() >= kRoomForShares;
   QList<double> places;
   double most = 1;
@@ -173,9 +133,12 @@ bool DistributionChart::Draw() {
       const auto place = static_cast<double>(count - 1 - index);
       const QString text =
           Count(bucket) + QString::fromStdString("  " + cli::Fixed(bucket.ratio * 100, 1) + "%");
-      words += QStringLiteral("; %1 %2").arg(QString::fromStdString(cli::RangeName(index, count)), text);
+      words += QStringLiteral("; %1 %2").arg(QString::fromStdString(cli::RangeName(index, count)),
+                                             text.simplified());
       places.push_back(place);
-      samples.push_back({place, static_cast<double>(bucket.count)});
+      if (bucket.count > 0) {
+        samples.push_back({place, static_cast<double>(bucket.count)});
+      }
       most = std::max(most, static_cast<double>(bucket.count));
       const QwtText label = plot_.Words(has_room ? text : Count(bucket), colour);
       widest = std::max(widest, label.textSize().width());
@@ -201,29 +164,8 @@ bool DistributionChart::Draw() {
   const double room = plot_.canvas()->width();
   plot_.SetTicks(QwtPlot::xBottom, 0, most * room / std::max(room - widest - kAir, room / 4), {});
   plot_.replot();
-  Describe(words.simplified());
+  Show(FiguresOf(cli::DistributionHeading(item_, date_)), words);
   return true;
-}
-
-BreadthCharts::BreadthCharts(QWidget* parent)
-    : QWidget(parent),
-      strength_(*new SessionChart(this)),
-      effect_(*new SessionChart(this)),
-      distribution_(*new DistributionChart(this)) {
-  auto* const grid = new QGridLayout(this);
-  grid->setContentsMargins(0, 0, 0, 0);
-  grid->setSpacing(2);
-  grid->addWidget(&strength_, 0, 0);
-  grid->addWidget(&effect_, 1, 0);
-  grid->addWidget(&distribution_, 0, 1, 2, 1);
-  grid->setColumnStretch(0, 3);
-  grid->setColumnStretch(1, 2);
-}
-
-void BreadthCharts::SetColours(const ChartColours& colours) {
-  strength_.SetColours(colours);
-  effect_.SetColours(colours);
-  distribution_.SetColours(colours);
 }
 
 }  // namespace desktop

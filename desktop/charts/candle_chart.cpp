@@ -19,7 +19,8 @@
 namespace desktop {
 namespace {
 
-constexpr int kUsualPixels = 8;  // of a candle and the air beside it
+constexpr int kCharacters = 120;  // of its figures
+constexpr int kUsualPixels = 8;   // of a candle and the air beside it
 constexpr std::size_t kLeastRoom = 30;
 constexpr int kDatePixels = 96;
 constexpr int kPricePixels = 30;
@@ -49,15 +50,7 @@ class Wheel final : public QwtPlotMagnifier {
 }  // namespace
 
 CandleChart::CandleChart(QWidget* parent)
-    : Chart("candle_chart", parent),
-      prices_(*new ChartPlot(this)),
-      volumes_(*new ChartPlot(this)),
-      price_cross_(*new CrossHair(prices_.canvas(), QwtPicker::CrossRubberBand,
-                                  [this](std::optional<QPointF> place) { ReadAt(place); })),
-      volume_cross_(*new CrossHair(volumes_.canvas(), QwtPicker::VLineRubberBand,
-                                   [this](std::optional<QPointF> place) { ReadAt(place); })) {
-  body().addWidget(&prices_, 3);
-  body().addWidget(&volumes_, 1);
+    : ReadingChart("candle_chart", kCharacters, parent), prices_(AddPlot(3)), volumes_(AddPlot(1)) {
   prices_.ShowScale(QwtPlot::yLeft,
                     [](double price) { return QString::fromStdString(cli::Fixed(price, 2)); });
   volumes_.ShowScale(QwtPlot::yLeft,
@@ -71,6 +64,7 @@ CandleChart::CandleChart(QWidget* parent)
     new Wheel(*this, plot->canvas());
     auto* const drag = new QwtPicker(plot->canvas());
     drag->setStateMachine(new QwtPickerDragPointMachine);
+    plot->canvas()->setFocusPolicy(Qt::NoFocus);
     connect(drag, &QwtPicker::appended, this, [this](const QPoint& at) { dragged_ = at; });
     connect(drag, &QwtPicker::moved, this, [this](const QPoint& at) { Drag(at); });
   }
@@ -88,7 +82,7 @@ void CandleChart::SetSeries(const StockKLineData& series) {
   averages_ = cli::Averages(candles_, candles_.size());
   if (!is_same) {
     back_ = 0;
-    read_.reset();
+    Read(std::nullopt);
   } else if (back_ > 0 && candles_.size() > before) {
     back_ += candles_.size() - before;
   }
@@ -119,7 +113,7 @@ void CandleChart::Zoom(double factor) {
     next += factor > 1 ? 1 : factor < 1 ? -1 : 0;
   }
   next = std::clamp(next, std::min(static_cast<double>(kFewest), most), most);
-  const std::size_t anchor = read_ && *read_ >= first && *read_ <= last ? *read_ : last;
+  const std::size_t anchor = std::clamp(reading().value_or(last), first, last);
   const auto after = std::round(static_cast<double>(last - anchor) * next / count);
   wanted_ = static_cast<std::size_t>(next);
   const double back = static_cast<double>(candles_.size() - 1 - anchor) - after;
@@ -155,15 +149,11 @@ void CandleChart::Drag(const QPoint& to) {
   }
 }
 
-bool CandleChart::Draw() {
-  for (ChartPlot* const plot : {&prices_, &volumes_}) {
-    plot->SetColours(colours());
-    plot->Clear();
-  }
-  if (candles_.empty()) {
-    Read(std::nullopt);
-    return false;
-  }
+QPointF CandleChart::PlaceOf(std::size_t candle) const {
+  return {static_cast<double>(candle), candles_[candle].close};
+}
+
+void CandleChart::DrawPoints() {
   const std::size_t first = First();
   const std::size_t last = first + Count();
   const std::size_t sharing = SharingABar(static_cast<double>(last - first), prices_.canvas()->width());
@@ -184,12 +174,6 @@ bool CandleChart::Draw() {
   prices_.SetRange(QwtPlot::yLeft, range.low - air, range.high + air, kPricePixels);
   AlignSides({&prices_, &volumes_});
   LabelDates(first, last);
-  prices_.replot();
-  volumes_.replot();
-  price_cross_.setRubberBandPen(colours().line);
-  volume_cross_.setRubberBandPen(colours().line);
-  Read(read_);
-  return true;
 }
 
 // Rises are hollow, so that they differ from falls without colours, too. Where there is little room
@@ -262,85 +246,63 @@ void CandleChart::LabelDates(std::size_t first, std::size_t last) {
   }
 }
 
-void CandleChart::ReadAt(std::optional<QPointF> place) {
-  if (!place || candles_.empty()) {
-    Read(std::nullopt);
-    return;
-  }
-  const auto first = static_cast<double>(First());
-  const double last = first + static_cast<double>(Count()) - 1;
-  Read(static_cast<std::size_t>(std::clamp(std::round(place->x()), first, last)));
-}
-
-void CandleChart::Read(std::optional<std::size_t> candle) {
-  read_ = candle && *candle < candles_.size() ? candle : std::nullopt;
-  if (read_ && *read_ >= First() && *read_ < First() + Count()) {
-    const auto place = static_cast<double>(*read_);
-    price_cross_.Place({place, candles_[*read_].close});
-    volume_cross_.Place({place, 0});
-  } else {
-    price_cross_.Hide();
-    volume_cross_.Hide();
-  }
-  ShowFigures();
-}
-
 void CandleChart::ShowFigures() {
   if (candles_.empty()) {
-    figures().Show({});
     return;
   }
   const std::size_t first = First();
   const std::size_t last = first + Count() - 1;
-  const std::size_t shown = read_.value_or(last);
-  std::vector<Figure> texts = FiguresOf(cli::CandleFigures(candles_[shown]), colours());
+  const std::size_t shown = reading().value_or(last);
+  std::vector<Figure> figures = FiguresOf(cli::CandleFigures(candles_[shown]));
   for (std::size_t i = 0; i < averages_.size(); ++i) {
-    texts.push_back({QStringLiteral("  MA%1 %2")
-                         .arg(averages_[i].span)
-                         .arg(QString::fromStdString(cli::Fixed(averages_[i].values[shown], 2))),
-                     colours().averages.at(i)});
+    figures.push_back({QStringLiteral("  MA%1 %2")
+                           .arg(averages_[i].span)
+                           .arg(QString::fromStdString(cli::Fixed(averages_[i].values[shown], 2))),
+                       colours().averages.at(i)});
   }
-  figures().Show(std::move(texts));
-  Describe(QStringLiteral("%1; %2: %3 - %4")
-               .arg(figures().Text())
-               .arg(last - first + 1)
-               .arg(QString::fromStdString(cli::DateText(candles_[first].date)),
-                    QString::fromStdString(cli::DateText(candles_[last].date))));
+  Show(figures, QStringLiteral("; %1: %2 - %3")
+                    .arg(last - first + 1)
+                    .arg(QString::fromStdString(cli::DateText(candles_[first].date)),
+                         QString::fromStdString(cli::DateText(candles_[last].date))));
 }
 
 void CandleChart::keyPressEvent(QKeyEvent* event) {
-  const auto page = static_cast<std::ptrdiff_t>(Count());
   const auto all = static_cast<std::ptrdiff_t>(candles_.size());
-  const bool reads = event->modifiers().testFlag(Qt::ShiftModifier);
-  const int key = event->key();
-  if (candles_.empty()) {
-    Chart::keyPressEvent(event);
-  } else if (key == Qt::Key_Plus || key == Qt::Key_Equal) {
-    Zoom(1 / kZoomStep);
-  } else if (key == Qt::Key_Minus) {
-    Zoom(kZoomStep);
-  } else if (key == Qt::Key_Home || key == Qt::Key_End) {
-    ScrollBy(key == Qt::Key_Home ? -all : all);
-  } else if (key == Qt::Key_Left || key == Qt::Key_Right) {
-    const std::ptrdiff_t way = key == Qt::Key_Left ? -1 : 1;
-    if (!reads) {
-      ScrollBy(way * std::max<std::ptrdiff_t>(page / kKeySteps, 1));
-    } else {
-      const std::size_t last = First() + Count() - 1;
-      const auto next = read_ ? static_cast<std::ptrdiff_t>(*read_) + way : static_cast<std::ptrdiff_t>(last);
-      read_ = static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(next, 0, all - 1));
-      // The chart goes where it is read.
-      if (*read_ < First()) {
-        ScrollBy(-1);
-      } else if (*read_ >= First() + Count()) {
-        ScrollBy(1);
+  const auto step = std::max<std::ptrdiff_t>(static_cast<std::ptrdiff_t>(Count()) / kKeySteps, 1);
+  const int way = event->key() == Qt::Key_Left ? -1 : 1;
+  switch (candles_.empty() ? Qt::Key_unknown : event->key()) {
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+      Zoom(1 / kZoomStep);
+      break;
+    case Qt::Key_Minus:
+      Zoom(kZoomStep);
+      break;
+    case Qt::Key_Home:
+    case Qt::Key_End:
+      ScrollBy(event->key() == Qt::Key_Home ? -all : all);
+      break;
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+      if (event->modifiers().testFlag(Qt::ShiftModifier)) {
+        ReadNext(way);
+        Follow();
+      } else {
+        ScrollBy(way * step);
       }
-      Read(read_);
-    }
-  } else if (key == Qt::Key_Escape && read_) {
-    Read(std::nullopt);
-  } else {
-    Chart::keyPressEvent(event);
+      break;
+    default:
+      ReadingChart::keyPressEvent(event);
+  }
+}
+
+// The chart goes where it is read.
+void CandleChart::Follow() {
+  const std::size_t at = reading().value_or(First());
+  if (at < First()) {
+    ScrollBy(-static_cast<std::ptrdiff_t>(First() - at));
+  } else if (at >= First() + Count()) {
+    ScrollBy(static_cast<std::ptrdiff_t>(at + 1 - First() - Count()));
   }
 }
 

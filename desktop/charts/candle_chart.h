@@ -4,21 +4,18 @@
 
 #include <QPoint>
 #include <cstddef>
-#include <optional>
 #include <vector>
 
 #include "charts/stock_kline.h"
 #include "cli/plot/candle_chart.h"
-#include "desktop/charts/chart.h"
-#include "desktop/charts/chart_plot.h"
-#include "desktop/charts/cross_hair.h"
+#include "desktop/charts/reading_chart.h"
 
 namespace desktop {
 
 /// Keys: + and - zoom, as the wheel does; Left and Right scroll, as dragging does; Home and End go to the
 /// oldest and the newest candle; Shift with Left and Right reads candle after candle, as the mouse does,
 /// Escape ends that.
-class CandleChart final : public Chart {
+class CandleChart final : public ReadingChart {
  public:
   static constexpr std::size_t kFewest = 10;  ///< candles that are in sight however far one zooms in
 
@@ -38,28 +35,26 @@ class CandleChart final : public Chart {
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
-  bool Draw() override;
+  [[nodiscard]] std::size_t Points() const override { return candles_.size(); }
+  [[nodiscard]] QPointF PlaceOf(std::size_t candle) const override;
+  void DrawPoints() override;
+  void ShowFigures() override;
   void DrawCandles(std::size_t first, std::size_t last, std::size_t sharing);
   void DrawAverages(std::size_t first, std::size_t last, std::size_t sharing);
   void LabelDates(std::size_t first, std::size_t last);
   void Drag(const QPoint& to);
-  void Read(std::optional<std::size_t> candle);
-  void ReadAt(std::optional<QPointF> place);
-  void ShowFigures();
+  void Follow();
   [[nodiscard]] std::size_t Room() const;
   [[nodiscard]] double PixelsPerCandle() const;
 
   ChartPlot& prices_;
   ChartPlot& volumes_;
-  CrossHair& price_cross_;
-  CrossHair& volume_cross_;
   StockKLineData series_;
   std::vector<KLineCandle> candles_;
   std::vector<cli::Average> averages_;
   std::size_t wanted_ = 0;  // candles in sight; 0: as many as look good
   std::size_t back_ = 0;    // newer candles that are out of sight
   QPoint dragged_;
-  std::optional<std::size_t> read_;
 };
 
 }  // namespace desktop

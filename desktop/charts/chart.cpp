@@ -2,16 +2,25 @@
 
 #include <QEvent>
 
+#include <algorithm>
+
 #include "cli/format/words.h"
 
 namespace desktop {
+namespace {
 
-Chart::Chart(const char* name, QWidget* parent)
+constexpr int kMostLines = 3;  // of figures
+constexpr int kAir = 4;        // pixels: signs of other fonts may be higher
+
+}  // namespace
+
+Chart::Chart(const char* name, int characters, QWidget* parent)
     : QWidget(parent),
+      characters_(characters),
       stack_(*new QStackedLayout(this)),
       reason_(*new QLabel(this)),
       body_(*new QVBoxLayout),
-      figures_(*new FiguresLine(this)) {
+      figures_(*new QLabel(this)) {
   setObjectName(QLatin1String(name));
   setAutoFillBackground(true);
   setFocusPolicy(Qt::StrongFocus);
@@ -19,6 +28,11 @@ Chart::Chart(const char* name, QWidget* parent)
   reason_.setWordWrap(true);
   reason_.setAlignment(Qt::AlignCenter);
   reason_.setMargin(12);
+  figures_.setTextFormat(Qt::RichText);
+  figures_.setWordWrap(true);
+  figures_.setAlignment(Qt::AlignLeft | Qt::AlignTop);
+  figures_.setContentsMargins(4, 0, 4, 0);
+  figures_.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   auto* const picture = new QWidget(this);
   picture->setLayout(&body_);
   body_.setContentsMargins(2, 2, 2, 2);
@@ -46,6 +60,34 @@ void Chart::SetReason(const QString& reason) {
 
 QString Chart::Word(std::string_view name) {
   return QString::fromStdString(cli::LabelOf(name));
+}
+
+std::vector<Figure> Chart::FiguresOf(const cli::StyledLine& line) const {
+  std::vector<Figure> figures;
+  for (const cli::Cell& cell : line) {
+    figures.push_back({QString::fromStdString(cell.text), colours_.Of(cell.tone)});
+  }
+  return figures;
+}
+
+void Chart::Show(const std::vector<Figure>& figures, const QString& more) {
+  QString plain;
+  QString coloured = QStringLiteral("<p style='white-space:pre-wrap'>");
+  for (const Figure& figure : figures) {
+    plain += figure.text;
+    coloured += QStringLiteral("<span style='color:%1'>%2</span>")
+                    .arg(figure.colour.name(), figure.text.toHtmlEscaped());
+  }
+  figures_.setText(coloured);
+  Describe(plain.simplified() + more);
+}
+
+// So many lines whatever is shown, lest the plots jump.
+void Chart::GiveRoom() {
+  const int wanted = characters_ * fontMetrics().averageCharWidth();
+  const int lines = std::clamp(wanted / std::max(width(), 1) + 1, 1, kMostLines);
+  figures_.setFixedHeight(lines * fontMetrics().lineSpacing() + kAir);
+  body_.activate();
 }
 
 void Chart::Redraw() {
@@ -80,13 +122,13 @@ void Chart::changeEvent(QEvent* event) {
 // The number of labels follows the room, which is known once the layout has run.
 void Chart::resizeEvent(QResizeEvent* event) {
   QWidget::resizeEvent(event);
-  body_.activate();
+  GiveRoom();
   Redraw();
 }
 
 void Chart::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
-  body_.activate();
+  GiveRoom();
   Redraw();
 }
 

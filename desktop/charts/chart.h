@@ -10,10 +10,16 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/format/table.h"
 #include "desktop/charts/chart_colours.h"
-#include "desktop/charts/figures_line.h"
 
 namespace desktop {
+
+/// A piece of text in its colour.
+struct Figure {
+  QString text;
+  QColor colour;
+};
 
 class Chart : public QWidget {
  public:
@@ -28,33 +34,38 @@ class Chart : public QWidget {
   [[nodiscard]] QSize minimumSizeHint() const override { return {160, 120}; }
 
  protected:
-  Chart(const char* name, QWidget* parent);
+  /// Its figures have about so many characters.
+  Chart(const char* name, int characters, QWidget* parent);
 
   /// The word that names a figure, in the language of the program.
   [[nodiscard]] static QString Word(std::string_view name);
 
   [[nodiscard]] const ChartColours& colours() const { return colours_; }
   [[nodiscard]] QVBoxLayout& body() { return body_; }
-  [[nodiscard]] FiguresLine& figures() { return figures_; }
+  [[nodiscard]] std::vector<Figure> FiguresOf(const cli::StyledLine& line) const;
+  /// Shows `figures` side by side on top, and describes them and `more`.
+  void Show(const std::vector<Figure>& figures, const QString& more = {});
 
-  /// Draws again what it has, in the colours and the size that it has; false: there is nothing to draw. Its
-  /// last words are `Describe`.
+  /// Draws again what it has, in the colours and the size that it has, and shows its figures; false: there is
+  /// nothing to draw.
   virtual bool Draw() = 0;
   /// Calls `Draw`.
   void Redraw();
-  /// What is shown, in words.
-  void Describe(const QString& text);
 
   void changeEvent(QEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void showEvent(QShowEvent* event) override;
 
  private:
+  void GiveRoom();
+  void Describe(const QString& text);
+
+  const int characters_;
   ChartColours colours_ = LightChartColours();
   QStackedLayout& stack_;
   QLabel& reason_;
   QVBoxLayout& body_;
-  FiguresLine& figures_;
+  QLabel& figures_;
 };
 
 }  // namespace desktop

@@ -20,7 +20,6 @@ class CrossHair final : public QwtPlotPicker {
   /// Goes to a place in the values of the plot.
   void Place(const QPointF& at);
   void Hide();
-  [[nodiscard]] bool IsShown() const { return isActive(); }
 
  protected:
   void append(const QPoint& at) override { moved_(invTransform(at)); }

@@ -9,12 +9,13 @@
 
 #include "cli/format/figures.h"
 #include "cli/format/flow_rows.h"
+#include "cli/format/words.h"
 
 namespace desktop {
 namespace {
 
+constexpr int kCharacters = 120;  // of its figures
 constexpr int kLabelPixels = 48;
-constexpr int kAlphaOfSmall = 110;
 constexpr int kBars = 4;
 constexpr std::array<std::size_t, kBars> kColumnOfBar = {1, 2, 4, 5};  // of the table of flows
 
@@ -24,7 +25,7 @@ QString TextOf(const std::string& text) {
 
 }  // namespace
 
-FlowBars::FlowBars(QWidget* parent) : Chart("flow_bars", parent), plot_(*new ChartPlot(this)) {
+FlowBars::FlowBars(QWidget* parent) : Chart("flow_bars", kCharacters, parent), plot_(*new ChartPlot(this)) {
   body().addWidget(&plot_, 1);
   plot_.ShowScale(QwtPlot::yLeft, [](double amount) { return TextOf(cli::ShortAmount(amount)); });
   plot_.ShowScale(QwtPlot::xBottom, [](double place) {
@@ -35,13 +36,19 @@ FlowBars::FlowBars(QWidget* parent) : Chart("flow_bars", parent), plot_(*new Cha
 
 // In and out as rise and fall, small orders paler.
 QColor FlowBars::ColourOf(int bar) const {
-  QColor colour = bar % 2 == 0 ? colours().up : colours().down;
-  colour.setAlpha(bar < 2 ? 255 : kAlphaOfSmall);
-  return colour;
+  const QColor& full = bar % 2 == 0 ? colours().up : colours().down;
+  const auto mixed = [](int a, int b) { return (a + b) / 2; };
+  return bar < 2 ? full
+                 : QColor(mixed(full.red(), colours().background.red()),
+                          mixed(full.green(), colours().background.green()),
+                          mixed(full.blue(), colours().background.blue()));
 }
 
 QString FlowBars::PeriodText(const std::string& days) {
-  return Word("days") + QLatin1Char(' ') + TextOf(days);
+  const bool chinese = cli::CurrentLanguage() == cli::Language::kChinese;
+  return TextOf(days) + (chinese       ? QStringLiteral("日")
+                         : days == "1" ? QStringLiteral(" day")
+                                       : QStringLiteral(" days"));
 }
 
 void FlowBars::SetFlows(const StockInOutItem& flows) {
@@ -56,7 +63,6 @@ bool FlowBars::Draw() {
   plot_.SetColours(colours());
   plot_.Clear();
   if (!cli::HasFlows(flows_)) {
-    figures().Show({});
     return false;
   }
   QVector<QwtSetSample> samples;
@@ -103,8 +109,7 @@ bool FlowBars::Draw() {
                                           .replace(QLatin1Char(' '), QChar(0xa0)),
          ColourOf(i)});
   }
-  figures().Show(std::move(nets));
-  Describe(words.join(QStringLiteral("; ")));
+  Show(nets, QStringLiteral("; ") + words.join(QStringLiteral("; ")));
   return true;
 }
 

@@ -4,7 +4,6 @@
 #include <qwt_plot_marker.h>
 #include <qwt_symbol.h>
 
-#include <QKeyEvent>
 #include <QVector>
 #include <algorithm>
 #include <cmath>
@@ -18,6 +17,7 @@
 namespace desktop {
 namespace {
 
+constexpr int kCharacters = 80;    // of its figures
 constexpr int kLabelledEvent = 8;  // characters
 constexpr int kMarkSize = 7;
 
@@ -55,15 +55,7 @@ void AddLine(QwtPlot& plot, QwtPlotMarker::LineStyle style, double at, const QCo
 }  // namespace
 
 MinuteChart::MinuteChart(QWidget* parent)
-    : Chart("minute_chart", parent),
-      prices_(*new ChartPlot(this)),
-      volumes_(*new ChartPlot(this)),
-      price_cross_(*new CrossHair(prices_.canvas(), QwtPicker::CrossRubberBand,
-                                  [this](std::optional<QPointF> place) { ReadAt(place); })),
-      volume_cross_(*new CrossHair(volumes_.canvas(), QwtPicker::VLineRubberBand,
-                                   [this](std::optional<QPointF> place) { ReadAt(place); })) {
-  body().addWidget(&prices_, 3);
-  body().addWidget(&volumes_, 1);
+    : ReadingChart("minute_chart", kCharacters, parent), prices_(AddPlot(3)), volumes_(AddPlot(1)) {
   prices_.ShowScale(QwtPlot::yLeft, [this](double price) { return PriceLabel(price); });
   prices_.ShowScale(QwtPlot::yRight, [this](double price) { return RateLabel(price); });
   volumes_.ShowScale(QwtPlot::yLeft,
@@ -76,9 +68,7 @@ void MinuteChart::SetLine(const StockMLineData& line, bool average) {
   if (line == line_ && average == average_) {
     return;
   }
-  if (line.symbol != line_.symbol) {
-    read_.reset();
-  }
+  const bool is_same = line.symbol == line_.symbol;
   line_ = line;
   average_ = average;
   axis_ = SessionAxis(line.days);
@@ -92,6 +82,9 @@ void MinuteChart::SetLine(const StockMLineData& line, bool average) {
         before = point.price;
       }
     }
+  }
+  if (!is_same) {
+    Read(std::nullopt);
   }
   Redraw();
 }
@@ -118,15 +111,11 @@ QwtText MinuteChart::RateLabel(double price) const {
   return label;
 }
 
-bool MinuteChart::Draw() {
-  for (ChartPlot* const plot : {&prices_, &volumes_}) {
-    plot->SetColours(colours());
-    plot->Clear();
-  }
-  if (minutes_.empty()) {
-    Read(std::nullopt);
-    return false;
-  }
+QPointF MinuteChart::PlaceOf(std::size_t minute) const {
+  return {minutes_[minute].place, minutes_[minute].point.price};
+}
+
+void MinuteChart::DrawPoints() {
   const bool has_preclose = line_.preclose > 0;
   const cli::Range range = cli::RangeOfDays(line_.days, line_.preclose, average_).Widened();
   for (const int axis : {static_cast<int>(QwtPlot::yLeft), static_cast<int>(QwtPlot::yRight)}) {
@@ -152,12 +141,6 @@ bool MinuteChart::Draw() {
   }
   AlignSides({&prices_, &volumes_});
   DrawEvents();
-  prices_.replot();
-  volumes_.replot();
-  price_cross_.setRubberBandPen(colours().line);
-  volume_cross_.setRubberBandPen(colours().line);
-  Read(read_ ? std::optional(std::min(*read_, minutes_.size() - 1)) : std::nullopt);
-  return true;
 }
 
 // A curve ends with its day.
@@ -225,64 +208,20 @@ QString MinuteChart::EventsAt(const Minute& minute) const {
   return texts.join(QStringLiteral(", "));
 }
 
-void MinuteChart::ReadAt(std::optional<QPointF> place) {
-  if (!place || minutes_.empty()) {
-    Read(std::nullopt);
-    return;
-  }
-  const auto after = std::lower_bound(minutes_.begin(), minutes_.end(), place->x(),
-                                      [](const Minute& minute, double x) { return minute.place < x; });
-  auto number = static_cast<std::size_t>(after - minutes_.begin());
-  if (number == minutes_.size() ||
-      (number > 0 && place->x() - minutes_[number - 1].place < minutes_[number].place - place->x())) {
-    --number;
-  }
-  Read(number);
-}
-
-void MinuteChart::Read(std::optional<std::size_t> minute) {
-  read_ = minute;
-  if (read_) {
-    const Minute& at = minutes_[*read_];
-    price_cross_.Place({at.place, at.point.price});
-    volume_cross_.Place({at.place, 0});
-  } else {
-    price_cross_.Hide();
-    volume_cross_.Hide();
-  }
-  ShowFigures();
-}
-
 void MinuteChart::ShowFigures() {
   if (minutes_.empty()) {
-    figures().Show({});
     return;
   }
-  const Minute& shown = read_ ? minutes_[*read_] : minutes_.back();
-  std::vector<Figure> figures_shown =
-      FiguresOf(cli::MinuteFigures(shown.date, shown.point, average_), colours());
+  const Minute& shown = reading() ? minutes_[*reading()] : minutes_.back();
+  std::vector<Figure> figures = FiguresOf(cli::MinuteFigures(shown.date, shown.point, average_));
   const QString event = EventsAt(shown);
   if (!event.isEmpty()) {
-    figures_shown.push_back({QStringLiteral("  ") + event, colours().warning});
+    figures.push_back({QStringLiteral("  ") + event, colours().warning});
   }
-  figures().Show(std::move(figures_shown));
-  Describe(QStringLiteral("%1; %2 %3; %4 - %5")
-               .arg(figures().Text(), Word("preclose"), QString::fromStdString(cli::Fixed(line_.preclose, 2)),
-                    QString::fromStdString(cli::DateText(minutes_.front().date)),
-                    QString::fromStdString(cli::DateText(minutes_.back().date))));
-}
-
-void MinuteChart::keyPressEvent(QKeyEvent* event) {
-  const bool back = event->key() == Qt::Key_Left;
-  if (event->key() == Qt::Key_Escape && read_) {
-    Read(std::nullopt);
-  } else if ((back || event->key() == Qt::Key_Right) && !minutes_.empty()) {
-    const std::size_t last = minutes_.size() - 1;
-    const std::size_t from = read_.value_or(back ? last + 1 : last);
-    Read(back ? from - std::min<std::size_t>(from, 1) : std::min(from + 1, last));
-  } else {
-    Chart::keyPressEvent(event);
-  }
+  Show(figures, QStringLiteral("; %1 %2; %3 - %4")
+                    .arg(Word("preclose"), QString::fromStdString(cli::Fixed(line_.preclose, 2)),
+                         QString::fromStdString(cli::DateText(minutes_.front().date)),
+                         QString::fromStdString(cli::DateText(minutes_.back().date))));
 }
 
 }  // namespace desktop

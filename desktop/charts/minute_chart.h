@@ -3,20 +3,16 @@
 #pragma once
 
 #include <list>
-#include <optional>
 #include <vector>
 
 #include "analytics/stock_unusual_event.h"
 #include "charts/stock_mline.h"
-#include "desktop/charts/chart.h"
-#include "desktop/charts/chart_plot.h"
-#include "desktop/charts/cross_hair.h"
+#include "desktop/charts/reading_chart.h"
 #include "desktop/charts/session_axis.h"
 
 namespace desktop {
 
-/// Left and Right read minute after minute, Escape ends that; the mouse reads, too.
-class MinuteChart final : public Chart {
+class MinuteChart final : public ReadingChart {
  public:
   explicit MinuteChart(QWidget* parent = nullptr);
 
@@ -24,9 +20,6 @@ class MinuteChart final : public Chart {
   void SetLine(const StockMLineData& line, bool average);
   /// Events of the last day; one whose time is none of the line's minutes is left out.
   void SetEvents(const std::list<StockUnusualEventItem>& events);
-
- protected:
-  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   struct Minute {
@@ -36,26 +29,23 @@ class MinuteChart final : public Chart {
     bool rise;
   };
 
-  bool Draw() override;
+  [[nodiscard]] std::size_t Points() const override { return minutes_.size(); }
+  [[nodiscard]] QPointF PlaceOf(std::size_t minute) const override;
+  void DrawPoints() override;
+  void ShowFigures() override;
   void DrawDays();
   void DrawEvents();
-  void Read(std::optional<std::size_t> minute);
-  void ReadAt(std::optional<QPointF> place);
-  void ShowFigures();
   [[nodiscard]] QString EventsAt(const Minute& minute) const;
   [[nodiscard]] QwtText PriceLabel(double price) const;
   [[nodiscard]] QwtText RateLabel(double price) const;
 
   ChartPlot& prices_;
   ChartPlot& volumes_;
-  CrossHair& price_cross_;
-  CrossHair& volume_cross_;
   StockMLineData line_;
   bool average_ = true;
   std::list<StockUnusualEventItem> events_;
   SessionAxis axis_;
   std::vector<Minute> minutes_;  // those that have a price
-  std::optional<std::size_t> read_;
 };
 
 }  // namespace desktop

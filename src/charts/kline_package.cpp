@@ -58,28 +58,34 @@ KLineCandle CandleOf(const Array& row) {
   return CandleOf(positions);
 }
 
-template <class ReadLine>
-Candles ReadLines(std::string_view text, ReadLine read_line) {
-  Candles candles;
-  // A candle's line has this many characters at least; there may be shorter ones, and nothing but line ends.
-  constexpr std::size_t kShortestPlainLine = 26;
-  candles.reserve(std::min(CountLines(text), text.size() / kShortestPlainLine + 1));
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    if (!line.empty()) {
-      read_line(line, candles);
-    }
-  }
-  return candles;
-}
-
 void ReadAnyLine(std::string_view line, Candles& candles) {
   const Document document = Document::ParseByQt(line.data(), line.size());
   if (document.Error() == 0) {
     candles.push_back(CandleOf(document.RootArray()));
   }
+}
+
+// `read_plain` gives the length of a plain line that the text begins with; 0: there is none.
+template <class ReadPlain>
+Candles ReadLines(std::string_view text, ReadPlain read_plain) {
+  Candles candles;
+  // A candle's line has this many characters at least; there may be shorter ones, and nothing but line ends.
+  constexpr std::size_t kShortestPlainLine = 26;
+  candles.reserve(std::min(CountLines(text), text.size() / kShortestPlainLine + 1));
+  while (!text.empty()) {
+    Positions positions{};
+    std::size_t length = read_plain(text, positions);
+    if (length > 0 && (length == text.size() || text[length] == '\n')) {
+      candles.push_back(CandleOf(positions));
+    } else {
+      length = std::min(text.find('\n'), text.size());
+      if (length > 0) {
+        ReadAnyLine(text.substr(0, length), candles);
+      }
+    }
+    text.remove_prefix(std::min(length + 1, text.size()));
+  }
+  return candles;
 }
 
 // The date stands beside "list" or, when it is missing there, among the candle's figures.
@@ -107,18 +113,11 @@ std::size_t CountLines(std::string_view text) {
 }
 
 Candles ReadPackage(std::string_view text) {
-  return ReadLines(text, [](std::string_view line, Candles& candles) {
-    Positions positions{};
-    if (request::json::detail::ReadPlainNumbers(line, positions)) {
-      candles.push_back(CandleOf(positions));
-    } else {
-      ReadAnyLine(line, candles);
-    }
-  });
+  return ReadLines(text, request::json::detail::ReadPlainNumbers);
 }
 
 Candles ReadPackageByQt(std::string_view text) {
-  return ReadLines(text, ReadAnyLine);
+  return ReadLines(text, [](std::string_view, const Positions&) { return std::size_t{0}; });
 }
 
 Candles ReadHistory(const Object& root) {

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -44,14 +43,11 @@ class PlannedWait {
     return by_server >= milliseconds_ / 1000 && by_server >= (passed + 1999) / 1000;
   }
 
-  /// How long to sleep before asking again: to the end, a second at most.
-  [[nodiscard]] std::chrono::milliseconds ToNextLook() const {
-    constexpr std::int64_t kLook = 1000;
-    return std::chrono::milliseconds(
-        std::clamp(milliseconds_ - (SteadyMilliseconds() - began_), std::int64_t{0}, kLook));
+  /// How long it lasts yet, unless the server's clock ends it sooner.
+  [[nodiscard]] std::int64_t Milliseconds() const {
+    return std::max(milliseconds_ - (SteadyMilliseconds() - began_), std::int64_t{0});
   }
 
- private:
   // What is told of the phase: before the open it is that of the last trading day.
   struct Phase {
     stock::MarketStatus status;
@@ -60,7 +56,7 @@ class PlannedWait {
   };
 
   // Both are none when the host cannot say.
-  static std::optional<Phase> PhaseAt(std::int64_t time) {
+  [[nodiscard]] static std::optional<Phase> PhaseAt(std::int64_t time) {
     try {
       const stock::MarketStatus status = stock::CheckMarketStatus(static_cast<std::uint32_t>(time));
       const std::uint32_t today = common::TimeToDate(time);
@@ -69,7 +65,7 @@ class PlannedWait {
       return std::nullopt;
     }
   }
-  static std::optional<std::int64_t> ServerTime() {
+  [[nodiscard]] static std::optional<std::int64_t> ServerTime() {
     try {
       return common::GetCurrentServerTime();
     } catch (...) {
@@ -77,6 +73,7 @@ class PlannedWait {
     }
   }
 
+ private:
   const std::int64_t milliseconds_;
   const std::int64_t began_;
   const std::optional<std::int64_t> server_began_;

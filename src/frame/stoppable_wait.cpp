@@ -1,7 +1,10 @@
 #include "frame/stoppable_wait.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <optional>
 
 #include "frame/planned_wait.h"
 #include "frame/single_objects.h"
@@ -10,12 +13,97 @@
 
 namespace frame {
 
+namespace {
+
 using Lock = std::lock_guard<std::mutex>;
 
+constexpr std::int64_t kLook = 1000;  // milliseconds between two looks at the server's clock
+
+// What a look at the server's clock sees; none of what the host cannot say.
+struct ClockSeen {
+  std::optional<std::int64_t> ahead;  // of the monotonic clock, in milliseconds
+  std::optional<PlannedWait::Phase> phase;
+
+  static ClockSeen Now() {
+    const std::optional<std::int64_t> time = PlannedWait::ServerTime();
+    if (!time) {
+      return {};
+    }
+    // It wraps: a clock may be set anywhere.
+    const std::uint64_t ahead =
+        static_cast<std::uint64_t>(*time) * 1000 - static_cast<std::uint64_t>(SteadyMilliseconds());
+    return {static_cast<std::int64_t>(ahead), PlannedWait::PhaseAt(*time)};
+  }
+
+  // Neither a jump nor another phase lies between. The server's clock counts whole seconds.
+  [[nodiscard]] bool IsSameAs(const ClockSeen& other) const {
+    if (ahead.has_value() != other.ahead.has_value() || phase != other.phase) {
+      return false;
+    }
+    const std::uint64_t difference =
+        static_cast<std::uint64_t>(ahead.value_or(0)) - static_cast<std::uint64_t>(other.ahead.value_or(0));
+    return difference + 1000 <= 2000;
+  }
+};
+
+}  // namespace
+
+// Its mutex guards what follows, and the links; it is taken before that of a wait.
 struct StoppableWait::All {
   std::atomic<bool> is_told = false;  // the host knows whom to tell
-  std::mutex mutex;                   // guards `first` and the links; taken before that of a wait
+  std::mutex mutex;
   StoppableWait* first = nullptr;
+  StoppableWait* watchman = nullptr;  // the planned wait that looks at the clock for all
+  ClockSeen seen;                     // by the watchman, whoever it was
+};
+
+// A planned wait while it lasts: it may become the watchman, and hands that on at its end.
+class StoppableWait::Watch {
+ public:
+  explicit Watch(StoppableWait& wait) : wait_(wait) {}
+  Watch(const Watch&) = delete;
+  Watch& operator=(const Watch&) = delete;
+  ~Watch() {
+    const Lock lock(all_.mutex);
+    wait_.is_planned_ = false;
+    if (all_.watchman != nullptr && all_.watchman != &wait_) {
+      return;
+    }
+    all_.watchman = nullptr;
+    for (StoppableWait* other = all_.first; other != nullptr; other = other->next_) {
+      if (other->is_planned_) {
+        other->Wake();
+        return;
+      }
+    }
+  }
+
+  /// Whether this wait has to look. Where a program scripts the monotonic clock each has.
+  [[nodiscard]] bool IsOurs() {
+    const Lock lock(all_.mutex);
+    wait_.is_planned_ = true;
+    if (all_.watchman == nullptr) {
+      all_.watchman = &wait_;
+    }
+    return all_.watchman == &wait_ || detail::steady_source.load() != nullptr;
+  }
+
+  /// Wakes all when the clock is not as it was seen last.
+  void Look() {
+    const ClockSeen now = ClockSeen::Now();
+    {
+      const Lock lock(all_.mutex);
+      if (now.IsSameAs(all_.seen)) {
+        return;
+      }
+      all_.seen = now;
+    }
+    OnClockJump();
+  }
+
+ private:
+  StoppableWait& wait_;
+  All& all_ = TheWaits();
 };
 
 StoppableWait::All& StoppableWait::TheWaits() {
@@ -48,10 +136,14 @@ void StoppableWait::OnClockJump() {
   All& all = TheWaits();
   const Lock lock(all.mutex);
   for (StoppableWait* wait = all.first; wait != nullptr; wait = wait->next_) {
-    const Lock waiting(wait->mutex_);
-    ++wait->jumps_;
-    wait->changed_.notify_all();
+    wait->Wake();
   }
+}
+
+void StoppableWait::Wake() {
+  const Lock lock(mutex_);
+  ++jumps_;
+  changed_.notify_all();
 }
 
 // Ends sooner when the clock has jumped more often than `seen`; null: it does not matter.
@@ -74,10 +166,16 @@ bool StoppableWait::For(std::int64_t milliseconds) {
 
 bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
   const PlannedWait wait(seconds);
+  Watch watch(*this);
   // Read before the clock is: a jump between the two is not missed.
   for (unsigned seen = Jumps(); !wait.IsOver(); seen = Jumps()) {
-    if (!Wait(wait.ToNextLook().count(), &seen)) {
+    const bool watches = watch.IsOurs();
+    const std::int64_t left = wait.Milliseconds();
+    if (!Wait(watches || look ? std::min(left, kLook) : left, &seen)) {
       return false;
+    }
+    if (watches) {
+      watch.Look();
     }
     if (look) {
       look();

@@ -19,9 +19,10 @@ class StoppableWait {
   /// Waits so long. False, at once, when the waits are stopped.
   bool For(std::int64_t milliseconds);
 
-  /// Waits as a `PlannedWait` of so many seconds does. About once a second, and whenever the host says that
-  /// the server's clock has jumped, it looks at that clock and calls `look`. False, at once, when the waits
-  /// are stopped.
+  /// Waits as a `PlannedWait` of so many seconds does. About once a second one of all waits looks at the
+  /// server's clock and wakes the others when it has jumped or the market is in another phase; all look when
+  /// the host says that the clock has jumped. Calls `look`, if any, about once a second. False, at once, when
+  /// the waits are stopped.
   bool Planned(int seconds, const std::function<void()>& look = {});
 
   /// Ends the waits under way and those to come.
@@ -31,6 +32,7 @@ class StoppableWait {
  private:
   bool Wait(std::int64_t milliseconds, const unsigned* seen);
   unsigned Jumps();
+  void Wake();
   static void OnClockJump();
 
   std::mutex mutex_;  // guards the two below
@@ -40,9 +42,11 @@ class StoppableWait {
 
   // All waits of the module, linked; guarded by one mutex for all.
   struct All;
+  class Watch;
   static All& TheWaits();
   StoppableWait* next_ = nullptr;
   StoppableWait** link_ = nullptr;
+  bool is_planned_ = false;
 };
 
 }  // namespace frame

@@ -476,6 +476,12 @@ class Reader {
   bool Multibyte() {
     const auto byte = [this](int place) { return static_cast<unsigned char>(at_[place]); };
     const unsigned char lead = byte(0);
+    // Most are of three bytes, without a limit to the second.
+    if ((lead & 0xF0) == 0xE0 && lead != 0xE0 && lead != 0xED && end_ - at_ >= 3 &&
+        (byte(1) & 0xC0) == 0x80 && (byte(2) & 0xC0) == 0x80) {
+      at_ += 3;
+      return true;
+    }
     const int length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
     if (lead < 0xC2 || lead > 0xF4 || end_ - at_ < length) {
       return false;
@@ -521,21 +527,21 @@ bool ReadPlain(std::string_view text, Content& content) {
   return true;
 }
 
-bool ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
+std::size_t ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
   const char* at = text.data();
   const char* const end = at + text.size();
   char before = '[';
   for (double& number : numbers) {
     if (at == end || *at != before) {
-      return false;
+      return 0;
     }
     at = PassNumber(at + 1, end, number);
     if (at == nullptr) {
-      return false;
+      return 0;
     }
     before = ',';
   }
-  return end - at == 1 && *at == ']';
+  return at != end && *at == ']' ? static_cast<std::size_t>(at + 1 - text.data()) : 0;
 }
 
 }  // namespace request::json::detail

@@ -2,6 +2,7 @@
 // same way, and gives everything else up. Thread-safe: no state.
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <string_view>
 
@@ -16,8 +17,8 @@ namespace request::json::detail {
 /// one may.
 [[nodiscard]] bool ReadPlain(std::string_view text, Content& content);
 
-/// Fills `numbers` from a text that is an array of exactly as many plain numbers, "[20240315,1.5,...]". False
-/// for everything else, JSON or not.
-[[nodiscard]] bool ReadPlainNumbers(std::string_view text, std::span<double> numbers);
+/// Fills `numbers` from an array of exactly as many plain numbers, "[20240315,1.5,...]", that `text` begins
+/// with, and returns its length. 0 for everything else, JSON or not.
+[[nodiscard]] std::size_t ReadPlainNumbers(std::string_view text, std::span<double> numbers);
 
 }  // namespace request::json::detail

@@ -109,13 +109,13 @@ TEST_F(PlannedWait, isNotCutShortByTheRoundingOfTheClock) {
   EXPECT_TRUE(wait.IsOver());
 }
 
-TEST_F(PlannedWait, looksOnceASecondAndAtItsEnd) {
+TEST_F(PlannedWait, saysHowLongItLasts) {
   const frame::PlannedWait wait(2);
-  EXPECT_EQ(wait.ToNextLook().count(), 1000);
+  EXPECT_EQ(wait.Milliseconds(), 2000);
   steady.Advance(1400);
-  EXPECT_EQ(wait.ToNextLook().count(), 600);
+  EXPECT_EQ(wait.Milliseconds(), 600);
   steady.Advance(5000);
-  EXPECT_EQ(wait.ToNextLook().count(), 0);
+  EXPECT_EQ(wait.Milliseconds(), 0);
 }
 
 }  // namespace

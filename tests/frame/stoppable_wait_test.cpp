@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <thread>
 
 #include "host/clock.h"
@@ -89,29 +91,29 @@ TEST_F(StoppableWait, isWokenWhenItIsStopped) {
   stopper.join();
 }
 
-std::atomic<int> looks{0};
-
-std::int64_t CountedLook() {
-  ++looks;
-  return std::chrono::duration_cast<std::chrono::milliseconds>(
-             std::chrono::steady_clock::now().time_since_epoch())
-      .count();
-}
-
-// The one real second of these tests: a thread that waits looks at the server's clock without being woken.
+// The one real second of these tests: of the threads that wait one looks at the server's clock without being
+// woken, and wakes the others. When its wait ends, another one looks.
 TEST(StoppableWaitInEarnest, seesTheServersClockChange) {
   ScriptedHost host;
-  frame::SetSteadySource(&CountedLook);
-  frame::StoppableWait wait;
-  bool reached = false;
-  std::thread waiting([&] { reached = wait.Planned(7200); });
-  while (looks < 3) {  // by then the wait is planned
-    std::this_thread::yield();
+  constexpr std::size_t kWaits = 5;
+  std::array<frame::StoppableWait, kWaits> waits;
+  std::array<bool, kWaits> reached{};
+  std::array<std::thread, kWaits> waiting;
+  for (std::size_t i = 0; i < kWaits; ++i) {
+    const std::size_t before = host.ClockLooks();
+    waiting.at(i) = std::thread([&, i] { reached.at(i) = waits.at(i).Planned(7200); });
+    while (host.ClockLooks() < before + 2) {  // it is planned, and not over
+      std::this_thread::yield();
+    }
   }
+  waits.front().Stop();
+  waiting.front().join();
   host.Advance(7201);
-  waiting.join();
-  EXPECT_TRUE(reached);
-  frame::SetSteadySource(nullptr);
+  for (std::size_t i = 1; i < kWaits; ++i) {
+    waiting.at(i).join();
+    EXPECT_TRUE(reached.at(i)) << i;
+  }
+  EXPECT_FALSE(reached.front());
 }
 
 // The monotonic clock stands still: nothing but the host's word makes a thread look.

@@ -81,6 +81,11 @@ void ScriptedHost::Advance(std::int64_t seconds) {
   state_->now += seconds;
 }
 
+std::size_t ScriptedHost::ClockLooks() const {
+  const std::lock_guard<std::mutex> lock(state_->mutex);
+  return state_->clock_looks;
+}
+
 void ScriptedHost::SetMarketStatus(std::optional<int> status) {
   const std::lock_guard<std::mutex> lock(state_->mutex);
   state_->status = status;

@@ -170,6 +170,8 @@ class ScriptedHost {
   void SetTime(std::int64_t seconds_since_1970);
   void SetTime(std::uint32_t date, int hour, int minute, int second);
   void Advance(std::int64_t seconds);
+  /// How often the clock was looked at since the start.
+  std::size_t ClockLooks() const;
   /// The answer of `stock::CheckMarketStatus` from now on; without a value computed from the argument: Monday
   /// to Friday without the holidays set through the contract, phases at 09:00, 09:15, 09:30, 11:30, 13:00,
   /// 15:00.

@@ -100,6 +100,7 @@ class ScriptedHost::State {
   bool ended = false;
 
   std::int64_t now = 0;
+  std::size_t clock_looks = 0;
   std::optional<int> status;
   std::optional<std::int32_t> span;
   std::deque<std::int32_t> scripted_spans;

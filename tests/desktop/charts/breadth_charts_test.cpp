@@ -9,10 +9,6 @@
 namespace desktop {
 namespace {
 
-QString Text(const char* text) {
-  return QString::fromUtf8(text);
-}
-
 std::vector<QPointF> BarsIn(const Chart& chart) {
   return SamplesOf<QPointF>(*PlotsOf(chart).at(0), QwtPlotItem::Rtti_PlotBarChart);
 }
@@ -71,6 +67,17 @@ TEST(DistributionChart, hasABarForEachRange) {
   EXPECT_EQ(bars.back(), QPointF(0, 10));
 }
 
+TEST(DistributionChart, hasNoBarForARangeWithoutStocks) {
+  DistributionChart chart;
+  ShowIn(chart, 400, 300);
+  DistributionItem item = Spread();
+  item.first_half[0] = {};
+  chart.SetItem(item, 20240315);
+  EXPECT_TRUE(Says(chart, Text("limit down 0 0.0%")));
+  EXPECT_EQ(BarsIn(chart).size(), 9U);
+  EXPECT_EQ(BarsIn(chart).front(), QPointF(8, 2));
+}
+
 TEST(DistributionChart, hasRoomForTheWordsBesideTheBars) {
   for (const int width : {160, 240, 400, 1200}) {
     DistributionChart chart;
@@ -101,8 +108,8 @@ TEST(FlowBars, showAmountsAndNetsOfThreePeriods) {
   FlowBars chart;
   ShowIn(chart, 600, 300);
   chart.SetFlows({L"sh600000", 1, {120000000, 90000000, 60000000, 70000000}, {1, 2, 3, 4}, {5, 6, 7, 8}});
-  EXPECT_TRUE(Says(chart, Text("days 1, big in 1.20亿, big out 9,000万, big net +3,000万, small in 6,000万, "
-                               "small out 7,000万, small net -1,000万; days 5, big in 1, big out 2")));
+  EXPECT_TRUE(Says(chart, Text("1 day, big in 1.20亿, big out 9,000万, big net +3,000万, small in 6,000万, "
+                               "small out 7,000万, small net -1,000万; 5 days, big in 1, big out 2")));
   const auto sets = SamplesOf<QwtSetSample>(*PlotsOf(chart).at(0), QwtPlotItem::Rtti_PlotMultiBarChart);
   ASSERT_EQ(sets.size(), 3U);
   EXPECT_EQ(sets[0].set, QVector<double>({120000000, 90000000, 60000000, 70000000}));

@@ -1,6 +1,7 @@
 #include "desktop/charts/candle_chart.h"
 
 #include <qwt_plot_curve.h>
+#include <qwt_plot_picker.h>
 #include <qwt_plot_tradingcurve.h>
 
 #include <cmath>
@@ -10,10 +11,6 @@
 
 namespace desktop {
 namespace {
-
-QString Text(const char* text) {
-  return QString::fromUtf8(text);
-}
 
 std::vector<QwtOHLCSample> DrawnIn(const CandleChart& chart) {
   return SamplesOf<QwtOHLCSample>(*PlotsOf(chart).at(0), QwtPlotItem::Rtti_PlotTradingCurve);
@@ -124,6 +121,45 @@ TEST(CandleChart, readsTheCandleUnderTheMouse) {
   }
 }
 
+TEST(CandleChart, crossesTheCandleThatIsReadInBothPlotsWhateverTheSize) {
+  CandleChart chart;
+  ShowIn(chart, 800, 500);
+  chart.SetSeries(RisingSeries(50));
+  QTest::keyClick(&chart, Qt::Key_Left, Qt::ShiftModifier);
+  ShowIn(chart, 600, 400);
+  const QwtPlot& prices = *PlotsOf(chart).at(0);
+  int cross_hairs = 0;
+  for (const QwtPlotPicker* const picker : chart.findChildren<QwtPlotPicker*>()) {
+    ASSERT_TRUE(picker->isActive());
+    ASSERT_EQ(picker->selection().size(), 1);
+    EXPECT_NEAR(picker->selection()[0].x(), prices.transform(QwtPlot::xBottom, 49), 1);
+    if (picker->plot() == &prices) {
+      EXPECT_NEAR(picker->selection()[0].y(), prices.transform(QwtPlot::yLeft, 60), 1);
+    }
+    ++cross_hairs;
+  }
+  EXPECT_EQ(cross_hairs, 2);
+  QTest::keyClick(&chart, Qt::Key_Escape);
+  for (const QwtPlotPicker* const picker : chart.findChildren<QwtPlotPicker*>()) {
+    EXPECT_FALSE(picker->isActive());
+  }
+}
+
+// A picker that has the keys moves the mouse itself.
+TEST(CandleChart, getsTheKeysOnceItIsClicked) {
+  CandleChart chart;
+  ShowIn(chart, 800, 500);
+  chart.SetSeries(RisingSeries(500));
+  chart.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&chart));
+  for (const QwtPlot* const plot : PlotsOf(chart)) {
+    chart.clearFocus();
+    const QPoint middle = plot->canvas()->rect().center();
+    QTest::mouseClick(chart.windowHandle(), Qt::LeftButton, {}, plot->canvas()->mapTo(&chart, middle));
+    EXPECT_EQ(QApplication::focusWidget(), &chart);
+  }
+}
+
 TEST(CandleChart, readsByKeysAndScrollsAlong) {
   CandleChart chart;
   ShowIn(chart, 800, 500);
@@ -210,17 +246,22 @@ TEST(CandleChart, standsAboveItsVolumesWhateverItsSize) {
     CandleChart chart;
     chart.SetSeries(RisingSeries(300));
     ShowIn(chart, size.width(), size.height());
-    const auto box = [&](const QwtPlot* plot) {
-      return QRect(plot->canvas()->mapTo(&chart, QPoint()), plot->canvas()->size());
-    };
-    const QRect prices = box(PlotsOf(chart).at(0));
-    const QRect volumes = box(PlotsOf(chart).at(1));
-    EXPECT_EQ(prices.left(), volumes.left());
-    EXPECT_EQ(prices.right(), volumes.right());
-    EXPECT_LT(prices.bottom(), volumes.top());
-    EXPECT_GT(prices.height(), volumes.height());
-    EXPECT_TRUE(chart.rect().contains(prices) && chart.rect().contains(volumes));
+    ExpectAbove(chart, *PlotsOf(chart).at(0), *PlotsOf(chart).at(1));
   }
+}
+
+TEST(CandleChart, paintsNothingAnewForTheSameSeries) {
+  CandleChart chart;
+  ShowIn(chart, 400, 300);
+  chart.SetSeries(RisingSeries(30));
+  const auto candles = [&] {
+    return PlotsOf(chart).at(0)->itemList(QwtPlotItem::Rtti_PlotTradingCurve).at(0);
+  };
+  candles()->hide();
+  chart.SetSeries(RisingSeries(30));
+  EXPECT_FALSE(candles()->isVisible());
+  chart.SetSeries(RisingSeries(31));
+  EXPECT_TRUE(candles()->isVisible());
 }
 
 TEST(CandleChart, joinsNeighboursThatShareTwoPixels) {

@@ -12,6 +12,7 @@
 #include <QTest>
 #include <QWheelEvent>
 #include <QWidget>
+#include <QWindow>
 #include <cstdint>
 #include <vector>
 
@@ -99,6 +100,22 @@ std::vector<Sample> SamplesOf(const QwtPlot& plot, QwtPlotItem::RttiValues kind)
     }
   }
   return samples;
+}
+
+inline QString Text(const char* text) {
+  return QString::fromUtf8(text);
+}
+
+/// The canvas of `plot` stands above that of `below`, both are equally wide and lie in the chart.
+inline void ExpectAbove(const QWidget& chart, const QwtPlot& plot, const QwtPlot& below) {
+  const auto box = [&](const QwtPlot& of) {
+    return QRect(of.canvas()->mapTo(&chart, QPoint()), of.canvas()->size());
+  };
+  EXPECT_EQ(box(plot).left(), box(below).left());
+  EXPECT_EQ(box(plot).right(), box(below).right());
+  EXPECT_LT(box(plot).bottom(), box(below).top());
+  EXPECT_GT(box(plot).height(), box(below).height());
+  EXPECT_TRUE(chart.rect().contains(box(plot)) && chart.rect().contains(box(below)));
 }
 
 /// True when the description of what is shown holds `text`.

@@ -11,10 +11,6 @@
 namespace desktop {
 namespace {
 
-QString Text(const char* text) {
-  return QString::fromUtf8(text);
-}
-
 // Points of all curves: averages, prices, then the marks of events.
 std::vector<QPointF> PointsIn(const MinuteChart& chart) {
   return SamplesOf<QPointF>(*PlotsOf(chart).at(0), QwtPlotItem::Rtti_PlotCurve);
@@ -193,15 +189,7 @@ TEST(MinuteChart, standsAboveItsVolumesWhateverItsSize) {
     line.days[0].points[3].volume = 123456789;  // its label is wider than those of the prices
     chart.SetLine(line, true);
     ShowIn(chart, size.width(), size.height());
-    const auto box = [&](const QwtPlot* plot) {
-      return QRect(plot->canvas()->mapTo(&chart, QPoint()), plot->canvas()->size());
-    };
-    const QRect prices = box(PlotsOf(chart).at(0));
-    const QRect volumes = box(PlotsOf(chart).at(1));
-    EXPECT_EQ(prices.left(), volumes.left());
-    EXPECT_EQ(prices.right(), volumes.right());
-    EXPECT_LT(prices.bottom(), volumes.top());
-    EXPECT_TRUE(chart.rect().contains(prices) && chart.rect().contains(volumes));
+    ExpectAbove(chart, *PlotsOf(chart).at(0), *PlotsOf(chart).at(1));
   }
 }
 
