@@ -37,7 +37,7 @@ Exit codes: 0 fine, 1 failure, 2 wrong usage. Settings and keys: the CSM_* varia
 }  // namespace
 
 UnderstoodLine Understand(int argc, const char* const* argv, int help_width) {
-  return Parse({kAbout, kExamples, "csm " CSM_VERSION, &SetUpLive, help_width}, argc, argv);
+  return Parse({kAbout, kExamples, "csm " CSM_VERSION, &SetUpLive, &Commands, help_width}, argc, argv);
 }
 
 std::string About() {

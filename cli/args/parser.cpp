@@ -275,7 +275,7 @@ std::string MeantIn(const CLI::App& app) {
 
 // "csm --replay DIR --speed 5 rank stocks --json" is understood like "csm rank stocks --replay DIR --speed 5
 // --json".
-std::vector<const char*> InOrder(int argc, const char* const* argv) {
+std::vector<const char*> InOrder(const std::vector<Command>& commands, int argc, const char* const* argv) {
   std::vector<const char*> arguments(argv, argv + argc);
   const auto is = [&](std::size_t at, std::string_view option) {
     return at < arguments.size() && std::string_view(arguments[at]) == option;
@@ -290,7 +290,7 @@ std::vector<const char*> InOrder(int argc, const char* const* argv) {
     const auto command = arguments.begin() + static_cast<std::ptrdiff_t>(at);
     const std::vector<std::string> words(command, arguments.end());
     std::rotate(arguments.begin() + 1, command,
-                command + static_cast<std::ptrdiff_t>(CommandWords(Commands(), words)));
+                command + static_cast<std::ptrdiff_t>(CommandWords(commands, words)));
   }
   return arguments;
 }
@@ -298,26 +298,28 @@ std::vector<const char*> InOrder(int argc, const char* const* argv) {
 }  // namespace
 
 UnderstoodLine Parse(const Program& program, int argc, const char* const* argv) {
-  CLI::App app(program.about, "csm");
+  CLI::App app(program.about, program.name);
+  static const std::vector<Command> kNone;
+  const std::vector<Command>& commands = program.commands == nullptr ? kNone : program.commands();
   Runners runners;
   app.formatter(std::make_shared<HelpFormat>(program.help_width));
   app.set_help_flag("-h,--help", "this text");
   app.set_version_flag("--version", program.version, "its version");
   runners[&app] = SetUp(app, program.set_up, runners);
   app.footer(program.examples);
-  AddCommands(app, Commands(), runners);
+  AddCommands(app, commands, runners);
   app.require_subcommand(0, 1);
-  const auto refuse = [&app](const std::exception& error) {
+  const auto refuse = [&app, &program](const std::exception& error) {
     std::string text = Printable(std::string(error.what()));
     if (const std::string meant = MeantIn(app); !meant.empty()) {
       text += "; did you mean " + meant + "?";
     }
-    return UnderstoodLine{{}, kUsage, text + " (csm --help says more)"};
+    return UnderstoodLine{{}, kUsage, text + " (" + program.name + " --help says more)"};
   };
   try {
-    const std::vector<const char*> arguments = InOrder(argc, argv);
+    const std::vector<const char*> arguments = InOrder(commands, argc, argv);
     app.parse(argc, arguments.data());
-    std::string path = "csm";
+    std::string path = program.name;
     const CLI::App& chosen = Chosen(app, path);
     if (&chosen != &app) {
       RefuseMisplaced(app, chosen, path);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "cli/command.h"
 
@@ -16,8 +17,10 @@ struct Program {
   std::string about;     ///< the head of the help
   std::string examples;  ///< its end
   std::string version;
-  Runner (*set_up)(Form& form);      ///< what it is without a command
-  int help_width = kUsualHelpWidth;  ///< columns that the help may take
+  Runner (*set_up)(Form& form);                         ///< what it is without a command
+  const std::vector<Command>& (*commands)() = nullptr;  ///< null: it has none
+  int help_width = kUsualHelpWidth;                     ///< columns that the help may take
+  std::string name = "csm";
 };
 
 /// A command line that was understood, and of which nothing has been done yet.
@@ -27,7 +30,7 @@ struct UnderstoodLine {
   std::string text;  ///< without a runner: help or version, or, with kUsage, what makes no sense in one line
 };
 
-/// Reads a line for `program` and `Commands()`. Touches neither files, network nor environment. What a line
+/// Reads a line for `program`. Touches neither files, network nor environment. What a line
 /// holds makes it throw nothing.
 [[nodiscard]] UnderstoodLine Parse(const Program& program, int argc, const char* const* argv);
 

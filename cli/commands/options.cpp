@@ -141,14 +141,7 @@ void AddMarketOptions(Form& form, SessionOptions& options) {
   form.options[server].excludes = SimulationNames(form);
 }
 
-void AddOutputOptions(Form& form, ShowOptions& options) {
-  form.Add(Flag("--json", "one JSON object a line instead of a table", options.json));
-  form.Add(Flag("--no-color", "no colours (NO_COLOR is respected, too)", options.no_color));
-  form.Add(
-      {.name = "--quiet",
-       .help = "only figures and failures: no word about what is asked, how the data are and whose they are",
-       .take = [](const std::string&) { Quiet(true); },
-       .kind = Option::Kind::kFlag});
+void AddLanguageOption(Form& form) {
   form.Add({.name = "--lang",
             .help = "language of titles and columns: en or zh. Default: that of the locale",
             .take =
@@ -162,26 +155,41 @@ void AddOutputOptions(Form& form, ShowOptions& options) {
             .values = {"en", "zh"}});
 }
 
-void AddQueryOptions(Form& form, Chosen& chosen) {
-  ShowOptions& options = chosen.show;
-  AddMarketOptions(form, options.session);
+void AddOutputOptions(Form& form, ShowOptions& options) {
+  form.Add(Flag("--json", "one JSON object a line instead of a table", options.json));
+  form.Add(Flag("--no-color", "no colours (NO_COLOR is respected, too)", options.no_color));
+  form.Add(
+      {.name = "--quiet",
+       .help = "only figures and failures: no word about what is asked, how the data are and whose they are",
+       .take = [](const std::string&) { Quiet(true); },
+       .kind = Option::Kind::kFlag});
+  AddLanguageOption(form);
+}
+
+void AddReplayOption(Form& form, SessionOptions& session) {
   std::vector<std::string> others = SimulationNames(form);
   std::replace(others.begin(), others.end(), std::string("--speed"), std::string("--server"));
   form.Add({.name = "--replay",
             .help = "directory of a record (csm record) to answer from instead of a server; --speed is that "
                     "of the recorded time, from 0.001",
-            .take = Into(options.session.replay),
+            .take = Into(session.replay),
             .value = "DIR",
             .excludes = std::move(others)});
-  AddOutputOptions(form, options);
-  Option csv = Flag("--csv", "comma-separated values instead of a table", options.csv);
-  csv.excludes = {"--json"};
-  form.Add(std::move(csv));
-  form.checks.emplace_back([&session = options.session] {
+  form.checks.emplace_back([&session] {
     if (!session.replay.empty() && session.simulation.speed < 0.001) {
       throw UsageError("--speed: a replay cannot stand still: 0.001 is its least speed");
     }
   });
+}
+
+void AddQueryOptions(Form& form, Chosen& chosen) {
+  ShowOptions& options = chosen.show;
+  AddMarketOptions(form, options.session);
+  AddReplayOption(form, options.session);
+  AddOutputOptions(form, options);
+  Option csv = Flag("--csv", "comma-separated values instead of a table", options.csv);
+  csv.excludes = {"--json"};
+  form.Add(std::move(csv));
 }
 
 void AddForOption(Form& form, std::optional<double>& seconds) {

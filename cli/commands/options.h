@@ -39,6 +39,9 @@ struct Chosen {
 void AddSimulationOptions(Form& form, market_server::Options& options);
 /// --server and the simulation's options, which exclude each other.
 void AddMarketOptions(Form& form, SessionOptions& options);
+/// --replay; after those of the market.
+void AddReplayOption(Form& form, SessionOptions& session);
+void AddLanguageOption(Form& form);
 /// --json, --no-color, --quiet, --lang.
 void AddOutputOptions(Form& form, ShowOptions& options);
 /// All of these, --csv and --replay.

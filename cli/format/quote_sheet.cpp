@@ -63,12 +63,12 @@ Cell CellOfMember(const StockMarketItem& quote, const MemberColumn& column) {
   return cell;
 }
 
-std::vector<StyledLine> Names(const StockMarketItem& quote, std::span<const MemberColumn> columns) {
+Table Names(const StockMarketItem& quote, std::span<const MemberColumn> columns) {
   Table table({{"", Align::kLeft, 10}, {"", Align::kRight, 10}});
   for (const MemberColumn& column : columns) {
     table.Add({{LabelOf(column.member), Tone::kDim}, CellOfMember(quote, column)});
   }
-  return table.Rows();
+  return table;
 }
 
 const char* MarkOf(int direction) {
@@ -96,7 +96,7 @@ std::vector<Cell> BookRow(const StockMarketItem& quote, const std::string& name,
   return {{name, Tone::kDim}, price_cell, volume_cell};
 }
 
-std::vector<StyledLine> MemberLines(const StockMarketItem& quote) {
+Table MembersOf(const StockMarketItem& quote) {
   Table table({{"", Align::kLeft, 10}, {"", Align::kRight, 10}});
   const auto add = [&](const char* name, const MemberColumn& column, Tone tone) {
     Cell cell = CellOfMember(quote, column);
@@ -108,24 +108,11 @@ std::vector<StyledLine> MemberLines(const StockMarketItem& quote) {
   add("down", {"num_d", Writing::kWhole}, Tone::kFall);
   table.Add({{"leads", Tone::kDim}, {quote.lead.empty() ? kNoFigure : Printable(quote.lead) + " "}});
   add("", {"lead_change", Writing::kSignedPercent}, Tone::kPlain);
-  return table.Rows();
+  return table;
 }
 
 StyledLine NameLine(const StockMarketItem& quote) {
   return {{Printable(quote.code) + "  "}, {Printable(quote.name), Tone::kStrong}};
-}
-
-StyledLine PriceLine(const StockMarketItem& quote) {
-  const auto cell = [&](const char* member, Writing writing, const char* toned_by) {
-    const MemberColumn column{member, writing, 0, toned_by};
-    return CellsOf(kSingleQuoteTable, quote, std::span(&column, 1)).front();
-  };
-  StyledLine line = {cell("last", Writing::kPrice, "diff")};
-  line.push_back({"  "});
-  line.push_back(cell("diff", Writing::kSignedPrice, ""));
-  line.push_back({"  "});
-  line.push_back(cell("change", Writing::kSignedPercent, ""));
-  return line;
 }
 
 void AddStatus(StyledLine& line, const StockMarketItem& quote) {
@@ -145,17 +132,36 @@ StyledLine Headline(const StockMarketItem& quote) {
   return line;
 }
 
-struct Figures {
-  std::vector<StyledLine> prices;
-  std::vector<StyledLine> trade;
-  std::vector<StyledLine> beside;  // book or members
-};
-
-Figures FiguresOf(const StockMarketItem& quote) {
+// The book with a line between offers and bids.
+std::vector<StyledLine> LinesBeside(const StockMarketItem& quote, const Table& beside) {
+  std::vector<StyledLine> lines = beside.Rows();
   if (quote.symbol_type == stock::kSymbolStock) {
-    return {Names(quote, kPrices), Names(quote, kTrade), BookLines(quote)};
+    const std::string rule(kNameWidth + kPriceWidth + kVolumeWidth + 2 * kColumnGap, '-');
+    lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(request::kBookLevels), {{rule, Tone::kDim}});
   }
-  return {Names(quote, kIndexPrices), Names(quote, kIndexTrade), MemberLines(quote)};
+  return lines;
+}
+
+Table BookOf(const StockMarketItem& quote) {
+  constexpr std::size_t kLevels = request::kBookLevels;
+  Table table(
+      {{"", Align::kLeft, kNameWidth}, {"", Align::kRight, kPriceWidth}, {"", Align::kRight, kVolumeWidth}});
+  for (std::size_t level = kLevels; level-- > 0;) {
+    table.Add(BookRow(quote, "ask" + std::to_string(level + 1), LevelOf(quote.ask_prices, level),
+                      LevelOf(quote.ask_volumes, level)));
+  }
+  for (std::size_t level = 0; level < kLevels; ++level) {
+    table.Add(BookRow(quote, "bid" + std::to_string(level + 1), LevelOf(quote.bid_prices, level),
+                      LevelOf(quote.bid_volumes, level)));
+  }
+  return table;
+}
+
+QuoteTables TablesOf(const StockMarketItem& quote) {
+  if (quote.symbol_type == stock::kSymbolStock) {
+    return {Names(quote, kPrices), Names(quote, kTrade), BookOf(quote)};
+  }
+  return {Names(quote, kIndexPrices), Names(quote, kIndexTrade), MembersOf(quote)};
 }
 
 }  // namespace
@@ -178,40 +184,44 @@ std::string StatusText(stock::StockStatus status) {
 }
 
 std::vector<StyledLine> BookLines(const StockMarketItem& quote) {
-  constexpr std::size_t kLevels = request::kBookLevels;
-  Table table(
-      {{"", Align::kLeft, kNameWidth}, {"", Align::kRight, kPriceWidth}, {"", Align::kRight, kVolumeWidth}});
-  for (std::size_t level = kLevels; level-- > 0;) {
-    table.Add(BookRow(quote, "ask" + std::to_string(level + 1), LevelOf(quote.ask_prices, level),
-                      LevelOf(quote.ask_volumes, level)));
-  }
-  for (std::size_t level = 0; level < kLevels; ++level) {
-    table.Add(BookRow(quote, "bid" + std::to_string(level + 1), LevelOf(quote.bid_prices, level),
-                      LevelOf(quote.bid_volumes, level)));
-  }
-  std::vector<StyledLine> lines = table.Rows();
-  const std::string rule(kNameWidth + kPriceWidth + kVolumeWidth + 2 * kColumnGap, '-');
-  lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(kLevels), {{rule, Tone::kDim}});
-  return lines;
+  return LinesBeside(quote, BookOf(quote));
+}
+
+QuoteTables QuoteTablesOf(const StockMarketItem& quote) {
+  return TablesOf(WithLimitsOfBoard(quote));
+}
+
+StyledLine PriceLine(const StockMarketItem& quote) {
+  const auto cell = [&](const char* member, Writing writing, const char* toned_by) {
+    const MemberColumn column{member, writing, 0, toned_by};
+    return CellsOf(kSingleQuoteTable, quote, std::span(&column, 1)).front();
+  };
+  StyledLine line = {cell("last", Writing::kPrice, "diff")};
+  line.push_back({"  "});
+  line.push_back(cell("diff", Writing::kSignedPrice, ""));
+  line.push_back({"  "});
+  line.push_back(cell("change", Writing::kSignedPercent, ""));
+  return line;
 }
 
 std::vector<StyledLine> QuoteSheet(const StockMarketItem& delivered) {
   const StockMarketItem quote = WithLimitsOfBoard(delivered);
-  const Figures figures = FiguresOf(quote);
-  std::vector<StyledLine> lines =
-      SideBySide(SideBySide(figures.prices, figures.trade, kGap), figures.beside, kGap);
+  const QuoteTables tables = TablesOf(quote);
+  std::vector<StyledLine> lines = SideBySide(SideBySide(tables.prices.Rows(), tables.trade.Rows(), kGap),
+                                             LinesBeside(quote, tables.beside), kGap);
   lines.insert(lines.begin(), Headline(quote));
   return lines;
 }
 
 std::vector<StyledLine> NarrowQuoteSheet(const StockMarketItem& delivered) {
   const StockMarketItem quote = WithLimitsOfBoard(delivered);
-  const Figures figures = FiguresOf(quote);
+  const QuoteTables tables = TablesOf(quote);
   std::vector<StyledLine> lines = {NameLine(quote), PriceLine(quote)};
   AddStatus(lines.front(), quote);
   TrimEnd(lines.back());
-  for (const auto* const block : {&figures.beside, &figures.trade, &figures.prices}) {
-    lines.insert(lines.end(), block->begin(), block->end());
+  for (const std::vector<StyledLine>& block :
+       {LinesBeside(quote, tables.beside), tables.trade.Rows(), tables.prices.Rows()}) {
+    lines.insert(lines.end(), block.begin(), block.end());
   }
   return lines;
 }

@@ -15,6 +15,17 @@ namespace cli {
 /// The same in one column: price, then book or members, then the other figures.
 [[nodiscard]] std::vector<StyledLine> NarrowQuoteSheet(const StockMarketItem& quote);
 
+/// The same as tables without titles, cell by cell: name and figure, or of a level name, price and volume.
+struct QuoteTables {
+  Table prices;
+  Table trade;
+  Table beside;  ///< the order book, or the members of an index or a plate
+};
+[[nodiscard]] QuoteTables QuoteTablesOf(const StockMarketItem& quote);
+
+/// Price, difference and change, with blanks between them.
+[[nodiscard]] StyledLine PriceLine(const StockMarketItem& quote);
+
 /// The order book alone: five offers, the best at the bottom, a line, five bids, the best at the top; each
 /// with price and volume. Prices have the colour of their difference to the previous close, volumes that of
 /// their movement; both have a mark when they moved against the answer before.

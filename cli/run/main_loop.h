@@ -9,7 +9,19 @@
 
 namespace cli {
 
-class MainLoop {
+/// The thread on which everything that a person sees happens.
+class Schedule {
+ public:
+  /// Runs `work` there, in the order of the calls. Callable from any thread.
+  virtual void Post(std::function<void()> work) = 0;
+  virtual void After(std::chrono::milliseconds delay, std::function<void()> work) = 0;
+
+ protected:
+  Schedule() = default;
+  ~Schedule() = default;
+};
+
+class MainLoop final : public Schedule {
  public:
   /// Takes the signals of the process away from its threads, so it must exist before any thread is started.
   /// Until `Run` looks at them they wait. SIGINT, SIGTERM, SIGHUP and SIGQUIT end the loop; SIGTSTP stops the
@@ -19,11 +31,9 @@ class MainLoop {
   MainLoop(const MainLoop&) = delete;
   MainLoop& operator=(const MainLoop&) = delete;
 
-  /// Runs `work` on the main thread, in the order of the calls. Work that is left when the loop ends is not
-  /// run.
-  void Post(std::function<void()> work);
-
-  void After(std::chrono::milliseconds delay, std::function<void()> work);
+  /// Work that is left when the loop ends is not run.
+  void Post(std::function<void()> work) override;
+  void After(std::chrono::milliseconds delay, std::function<void()> work) override;
   /// Every `period`, the first time after one period.
   void Every(std::chrono::milliseconds period, std::function<void()> work);
 

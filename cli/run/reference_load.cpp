@@ -29,7 +29,7 @@ std::uint32_t ServerYear() {
   return common::GetCurrentServerDate() / 10000;
 }
 
-void AwaitCalendarFor(std::chrono::milliseconds patience, MainLoop& loop, std::function<void(bool ok)> done) {
+void AwaitCalendarFor(std::chrono::milliseconds patience, Schedule& loop, std::function<void(bool ok)> done) {
   const stock_host::EndpointCounters counters = stock_host::ReadCounters().endpoints[kCalendarEndpoint];
   const bool answered = counters.requests > 0 && counters.requests == counters.succeeded + counters.failed;
   if (answered || patience <= patience.zero()) {
@@ -43,7 +43,7 @@ void AwaitCalendarFor(std::chrono::milliseconds patience, MainLoop& loop, std::f
 
 using Clock = std::chrono::steady_clock;
 
-void LoadLists(MainLoop& loop, IStockCommon& reference, int number, Clock::time_point begun,
+void LoadLists(Schedule& loop, IStockCommon& reference, int number, Clock::time_point begun,
                const std::function<void(bool ok)>& done) {
   TryReferenceData(loop, reference, [&loop, &reference, number, begun, done](bool ok) {
     const bool at_once = number < kTriesAtOnce && Clock::now() - begun < kAtOnce;
@@ -61,15 +61,15 @@ void LoadLists(MainLoop& loop, IStockCommon& reference, int number, Clock::time_
 
 }  // namespace
 
-void AwaitCalendar(MainLoop& loop, std::function<void(bool ok)> done) {
+void AwaitCalendar(Schedule& loop, std::function<void(bool ok)> done) {
   AwaitCalendarFor(kCalendarPatience, loop, std::move(done));
 }
 
-void TryReferenceData(MainLoop& loop, IStockCommon& reference, std::function<void(bool ok)> done) {
+void TryReferenceData(Schedule& loop, IStockCommon& reference, std::function<void(bool ok)> done) {
   reference.Init([&loop, done = std::move(done)](bool ok) { loop.Post([ok, done] { done(ok); }); });
 }
 
-void LoadReferenceData(MainLoop& loop, IStockCommon& reference, Needs needs,
+void LoadReferenceData(Schedule& loop, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done) {
   if (needs == Needs::kNothing) {
     loop.Post([done = std::move(done)] { done(true); });

@@ -1,15 +1,12 @@
 // Panels of lists that do more than show themselves: the plates with their stocks, and the user's own list.
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "cli/format/chart_headings.h"
-#include "cli/format/text.h"
 #include "cli/screen/view_panel.h"
-#include "host_services/stock_host.h"
+#include "cli/views/watch_list_edits.h"
 
 namespace cli {
 namespace {
@@ -108,14 +105,14 @@ class WatchListPanel final : public ListPanel {
   bool OnKey(const Key& key) override {
     if (key.kind == KeyKind::kDelete) {
       if (const auto security = AtCursor()) {
-        Remove(*security);
+        context().tell(edits_.Remove(*security));
       }
     } else if (key == Typed(U'+')) {
-      Add(current());
+      context().tell(edits_.Add(current()));
     } else if (key == Typed(U'-')) {
-      Remove(current());
+      context().tell(edits_.Remove(current()));
     } else if (key == Typed(U'u')) {
-      Undo();
+      context().tell(edits_.Undo());
     } else {
       return ListPanel::OnKey(key);
     }
@@ -132,52 +129,7 @@ class WatchListPanel final : public ListPanel {
   }
 
  private:
-  struct Removed {
-    Security security;
-    std::size_t position = 0;
-  };
-
-  // The service is notified of a change of the list and asks at once.
-  void Add(const Security& security) {
-    std::string error;
-    if (security.code.empty()) {
-      context().tell(kNothingSelected);
-    } else if (stock_host::AddToWatchList(security.code, error)) {
-      context().tell(NameText(security) + " is in the watch list");
-    } else {
-      context().tell(Printable(error));
-    }
-  }
-  void Remove(const Security& security) {
-    const std::vector<std::wstring> list = stock_host::WatchList();
-    const auto place = std::find(list.begin(), list.end(), security.code) - list.begin();
-    std::string error;
-    if (security.code.empty()) {
-      context().tell(kNothingSelected);
-    } else if (stock_host::RemoveFromWatchList(security.code, error)) {
-      removed_.push_back({security, static_cast<std::size_t>(place)});
-      context().tell(NameText(security) + " is not in the watch list any more; u puts it back");
-    } else {
-      context().tell(Printable(error));
-    }
-  }
-  void Undo() {
-    if (removed_.empty()) {
-      context().tell("nothing was taken out");
-      return;
-    }
-    const Removed last = removed_.back();
-    std::string error;
-    if (stock_host::AddToWatchList(last.security.code, error) &&
-        stock_host::MoveInWatchList(last.security.code, last.position, error)) {
-      removed_.pop_back();
-      context().tell(NameText(last.security) + " is back in its place");
-    } else {
-      context().tell(Printable(error));
-    }
-  }
-
-  std::vector<Removed> removed_;
+  WatchListEdits edits_{"u"};
 };
 
 }  // namespace

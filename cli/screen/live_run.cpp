@@ -22,10 +22,10 @@
 #include "cli/screen/index_bar.h"
 #include "cli/screen/pages.h"
 #include "cli/screen/screen.h"
-#include "cli/screen/selection.h"
 #include "cli/screen/terminal_kind.h"
 #include "cli/screen/view_panel.h"
 #include "cli/views/securities.h"
+#include "cli/views/selection.h"
 
 namespace cli {
 namespace {

@@ -51,6 +51,19 @@ bool TurnList(ListChoice& choice, Choices groups, Knob knob, int step) {
   return TurnOrder(choice.order, knob, step);
 }
 
+std::optional<KnobSetting> SettingIn(const ListChoice& choice, Choices groups, Knob knob) {
+  switch (knob) {
+    case Knob::kGroup:
+      return groups.empty() ? std::nullopt : std::optional(KnobSetting{groups, choice.group});
+    case Knob::kColumn:
+      return KnobSetting{choice.order.columns, choice.order.column};
+    case Knob::kDirection:
+      return KnobSetting{Directions(), choice.order.direction};
+    default:
+      return std::nullopt;
+  }
+}
+
 std::vector<MemberColumn> ColumnsFor(const ListChoice& choice, const ListLook& look, bool all) {
   const std::string_view sorted_by = NameOf(choice.order.columns, choice.order.column);
   if (!choice.columns.empty()) {
@@ -131,6 +144,11 @@ bool PagedView<Service, Data, KeyType>::Turn(Knob knob, int step) {
   }
   FollowList();
   return true;
+}
+
+template <class Service, class Data, class KeyType>
+std::optional<KnobSetting> PagedView<Service, Data, KeyType>::SettingOf(Knob knob) const {
+  return SettingIn(choice_, groups_, knob);
 }
 
 template <class Service, class Data, class KeyType>
@@ -408,6 +426,11 @@ bool StockRankingView::Turn(Knob knob, int step) {
   return true;
 }
 
+std::optional<KnobSetting> StockRankingView::SettingOf(Knob knob) const {
+  return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0}
+                             : SettingIn(choice_, Boards(), knob);
+}
+
 std::string StockRankingView::Title() const {
   return "top " + std::to_string(count_) + " of " + std::string(HelpOf(Boards(), choice_.group)) + " " +
          choice_.order.Title() + (five_minutes_ ? ", within five minutes" : "");
@@ -459,6 +482,10 @@ bool PlateRankingView::Turn(Knob knob, int step) {
   }
   FollowList();
   return true;
+}
+
+std::optional<KnobSetting> PlateRankingView::SettingOf(Knob knob) const {
+  return SettingIn(choice_, PlateKinds(), knob);
 }
 
 std::string PlateRankingView::Title() const {
@@ -519,6 +546,10 @@ bool WatchListView::Turn(Knob knob, int step) {
   }
   FollowList();
   return true;
+}
+
+std::optional<KnobSetting> WatchListView::SettingOf(Knob knob) const {
+  return SettingIn(choice_, {}, knob);
 }
 
 std::string WatchListView::Title() const {

@@ -69,6 +69,7 @@ class PagedView : public ServiceView<Service, Data, KeyType>, public PagedList {
 
   [[nodiscard]] std::vector<Knob> Knobs() const override;
   bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   void SetRange(const RowRange& rows) override;
   [[nodiscard]] bool has_fixed_rows() const override { return choice_.rows.has_value(); }
   [[nodiscard]] std::uint32_t first_row() const override { return first_; }
@@ -194,6 +195,7 @@ class StockRankingView final
     return {Knob::kGroup, Knob::kColumn, Knob::kDirection, Knob::kSpan};
   }
   bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
 
  private:
   void FollowList();
@@ -219,6 +221,7 @@ class PlateRankingView final
     return {Knob::kGroup, Knob::kColumn, Knob::kDirection};
   }
   bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
 
  private:
   void FollowList();
@@ -245,6 +248,7 @@ class WatchListView final
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
   [[nodiscard]] std::vector<Knob> Knobs() const override { return {Knob::kColumn, Knob::kDirection}; }
   bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   [[nodiscard]] std::string WhyNothingToAsk() const override;
 
  private:

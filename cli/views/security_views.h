@@ -73,6 +73,7 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   void Select(const Security& security) override;
   [[nodiscard]] std::vector<Knob> Knobs() const override { return {Knob::kPeriod, Knob::kAdjustment}; }
   bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   [[nodiscard]] std::uint32_t Session() const override;
   /// The newest sixty, unless a number was chosen.
   [[nodiscard]] Table AsTable() const override;
@@ -90,7 +91,8 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   // A download may take long, and ends with a record in any case.
   [[nodiscard]] std::string NothingText() const override { return {}; }
   void WriteData(JsonWriter& json) const override;
-  [[nodiscard]] std::vector<KLineCandle> Chosen(std::size_t otherwise) const;
+  [[nodiscard]] std::vector<KLineCandle> Chosen(std::vector<KLineCandle> candles,
+                                                std::size_t otherwise) const;
 
   Security security_;
   int period_;

@@ -1,5 +1,8 @@
 #include "cli/views/view.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
 #include "cli/format/record_json.h"
@@ -50,6 +53,20 @@ void View::Refresh() {
   if (!health_.under_way()) {
     RefreshService();
   }
+}
+
+bool View::Set(Knob knob, int number) {
+  const std::optional<KnobSetting> setting = SettingOf(knob);
+  if (!setting || setting->number == number) {
+    return setting.has_value();
+  }
+  const auto place = [&](int wanted) {
+    return std::find_if(setting->choices.begin(), setting->choices.end(),
+                        [&](const Choice& choice) { return choice.number == wanted; }) -
+           setting->choices.begin();
+  };
+  return place(number) < std::ssize(setting->choices) &&
+         Turn(knob, static_cast<int>(place(number) - place(setting->number)));
 }
 
 void View::Begin() {
@@ -111,6 +128,9 @@ FeedReport View::Report(Clock::time_point now, stock::MarketStatus phase) const 
   FeedHealth health = health_;
   Observe(health);
   FeedReport report = health.Report(now, phase);
+  if (report.state == FeedState::kStale && IsAskedOnce() && health.failure().empty()) {
+    return {FeedState::kUnchanged, "as of " + ClockTime(server_time())};
+  }
   if (report.state == FeedState::kWaiting && now - asked_ >= kWorkOfAnAnswer &&
       Counters().succeeded > answered_before_ && !NothingText().empty()) {
     return {FeedState::kEmpty, NothingText()};

@@ -17,6 +17,7 @@
 #include "cli/format/json_writer.h"
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
+#include "cli/views/choices.h"
 #include "cli/views/feed_health.h"
 #include "cli/views/feeds.h"
 #include "cli/views/observer.h"
@@ -38,6 +39,11 @@ inline constexpr const char* kNothingSelected = "no security is selected; / look
 
 /// What a person can change about what a view shows, step by step.
 enum class Knob { kGroup, kColumn, kDirection, kSpan, kPeriod, kAdjustment };
+
+struct KnobSetting {
+  Choices choices;  ///< what the knob can be turned to
+  int number = 0;   ///< the one that it is
+};
 
 class View {
  public:
@@ -71,6 +77,10 @@ class View {
   [[nodiscard]] virtual std::vector<Knob> Knobs() const { return {}; }
   /// Goes on to the next of what the knob changes, or `step` places. False for a view without that knob.
   virtual bool Turn(Knob /*knob*/, int /*step*/) { return false; }
+  /// Where the knob stands; nothing for a view without that knob.
+  [[nodiscard]] virtual std::optional<KnobSetting> SettingOf(Knob /*knob*/) const { return std::nullopt; }
+  /// Turns the knob to `number`. False for a view without that knob, or if it cannot be that.
+  bool Set(Knob knob, int number);
 
   /// How the data are, in words.
   [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const;

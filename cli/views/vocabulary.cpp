@@ -4,6 +4,8 @@
 #include <array>
 #include <iterator>
 
+#include "cli/views/order.h"
+
 namespace cli {
 namespace {
 
@@ -75,6 +77,10 @@ constexpr Choice kAdjustments[] = {{"none", kUnadjusted, "prices as they were tr
                                    {"forward", 2, "today's prices stay, those of the past are changed"},
                                    {"backward", 3, "the first prices stay, later ones are changed"}};
 
+constexpr Choice kDirections[] = {{"asc", kAscending, "the smallest first"},
+                                  {"desc", kDescending, "the largest first"}};
+constexpr Choice kSpans[] = {{"day", 0, "of the day"}, {"five minutes", 1, "of the last five minutes"}};
+
 }  // namespace
 
 Choices Boards() {
@@ -99,6 +105,14 @@ Choices WatchListColumns() {
 
 Choices Periods() {
   return kPeriods;
+}
+
+Choices Directions() {
+  return kDirections;
+}
+
+Choices Spans() {
+  return kSpans;
 }
 
 Choices Adjustments() {

@@ -32,6 +32,12 @@ namespace cli {
 inline constexpr int kByDay = 1;
 inline constexpr int kUnadjusted = 1;
 
+/// Of an order: asc, desc.
+[[nodiscard]] Choices Directions();
+
+/// Of a ranking: the day, or five minutes of it.
+[[nodiscard]] Choices Spans();
+
 /// "by week, adjusted forward".
 [[nodiscard]] std::string SeriesText(int period, int adjustment);
 

@@ -1,5 +1,5 @@
 // The current security: nothing is looked up too early, and stepping follows the list that is shown.
-#include "cli/screen/selection.h"
+#include "cli/views/selection.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The current security of the live screen: the module's own, which every view of a client follows. Adds what
+// The current security of a front end: the module's own, which every view of a client follows. Adds what
 // the module leaves to its client: nothing is looked up before the reference data are there, and stepping
 // follows the list that a person looks at. Main thread only.
 #pragma once

@@ -1,4 +1,4 @@
-#include "cli/screen/selection.h"
+#include "cli/views/selection.h"
 
 #include <algorithm>
 #include <utility>
