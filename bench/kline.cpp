@@ -15,9 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "charts/kline_history.h"
-#include "charts/kline_merge.h"
 #include "charts/kline_package.h"
+#include "charts/series_loader.h"
 #include "charts/stock_kline.h"
 #include "host/files.h"
 #include "host/text.h"
@@ -115,7 +114,7 @@ class Disk {
 };
 
 // The record of a chart as a view gets it, with today's candle; nothing of it was in memory.
-StockKLineData Open(charts::KLineHistory& history) {
+StockKLineData Open(charts::SeriesLoader& history) {
   const charts::Series series{L"sh600000"};
   const KLineCandle today{20991232, 1, 1, 1, 1, 1, 1, 1, 1};
   StockKLineData data;
@@ -127,7 +126,7 @@ void OpenChart(benchmark::State& state) {
   const auto lines = static_cast<int>(state.range(0));
   const Disk disk(lines);
   {
-    charts::KLineHistory history({}, [] { return true; });
+    charts::SeriesLoader history([] { return true; });
     if (Open(history).candles.size() != static_cast<std::size_t>(lines) + 1) {
       state.SkipWithError("the chart does not hold every candle");
       return;
@@ -137,7 +136,7 @@ void OpenChart(benchmark::State& state) {
   bench::AgainstPeers(
       state,
       [] {
-        charts::KLineHistory history({}, [] { return true; });
+        charts::SeriesLoader history([] { return true; });
         benchmark::DoNotOptimize(Open(history));
       },
       {{"of_inflate", [&disk] { disk.Inflate(); }}, {"of_zlib", [&disk, &out] { disk.InflateBytes(out); }}});
@@ -147,7 +146,7 @@ BENCHMARK(OpenChart)->Arg(kTenYears)->Arg(kThirtyYears)->UseManualTime()->Unit(b
 // The same chart again: it is in memory.
 void OpenChartAgain(benchmark::State& state) {
   const Disk disk(kTenYears);
-  charts::KLineHistory history({}, [] { return true; });
+  charts::SeriesLoader history([] { return true; });
   const std::size_t before = mallinfo2().uordblks;
   StockKLineData data = Open(history);
   const std::size_t held_and_told = mallinfo2().uordblks - before;

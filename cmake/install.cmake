@@ -31,6 +31,10 @@ set_target_properties(c_stock_market stock_host PROPERTIES INSTALL_RPATH "$ORIGI
 install(TARGETS c_stock_market stock_host stock_market_headers EXPORT c_stock_market
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
 install(TARGETS csm RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+if(TARGET csm-desktop)
+  set_target_properties(csm-desktop PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+  install(TARGETS csm-desktop RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT desktop)
+endif()
 install(EXPORT c_stock_market NAMESPACE c_stock_market:: FILE c_stock_market-targets.cmake
         DESTINATION ${CSM_CMAKEDIR} COMPONENT development)
 

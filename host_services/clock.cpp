@@ -132,6 +132,11 @@ bool ServerClockModel::Sure(Moment now) {
   return learned_ && !stray_ && !SuspendedBetween(base_at_, now);
 }
 
+bool ServerClockModel::Suspended(Moment now) {
+  const std::lock_guard lock(mutex_);
+  return learned_ && SuspendedBetween(base_at_, now);
+}
+
 double ServerClockModel::Speed() {
   const std::lock_guard lock(mutex_);
   return speed_;
@@ -162,7 +167,7 @@ ServerClockState ReadServerClock() {
   const Moment now = Moment::Now();
   const double ahead = static_cast<double>(clock.Now(now)) - WallSeconds() + 0.5;
   const bool known = clock.Learned();
-  return {known, clock.Sure(now), known ? ahead : 0, clock.Speed()};
+  return {known, clock.Sure(now), clock.Suspended(now), known ? ahead : 0, clock.Speed()};
 }
 
 void ResetServerClock() {

@@ -58,6 +58,9 @@ class ServerClockModel {
   /// latest sample that is far off.
   [[nodiscard]] bool Sure(Moment now);
 
+  /// True while the clock has not been heard since the machine was suspended; false before it was learned.
+  [[nodiscard]] bool Suspended(Moment now);
+
   /// Seconds of server time in a real second; 0: it stands still.
   [[nodiscard]] double Speed();
 

@@ -133,8 +133,7 @@ bool Exchange::SetUpAgain(std::string url) {
   body_bytes_ = 0;
   too_large_ = false;
   trouble_.clear();
-  body_.clear();
-  ForgetHeader();
+  body_.clear();  // the header goes with the next status line
   sent_ = Moment::Now();
   return curl_easy_setopt(easy_, CURLOPT_URL, request.url.c_str()) == CURLE_OK;
 }

@@ -128,10 +128,11 @@ STOCK_HOST_API void SetListener(std::function<void(const Event&)> listener);
 
 /// What is known of the quote API server's clock.
 struct ServerClockState {
-  bool known = false;  ///< an answer has told it since the start
-  bool sure = false;   ///< and nothing has put it in doubt since: no suspension, no latest answer far off
-  double ahead = 0;    ///< seconds before the machine's clock, to about a second; negative: behind it
-  double speed = 1;    ///< seconds of the server's clock in a second; 0: it stands still
+  bool known = false;      ///< an answer has told it since the start
+  bool sure = false;       ///< and nothing has put it in doubt since: no suspension, no latest answer far off
+  bool suspended = false;  ///< the machine was suspended since the latest answer
+  double ahead = 0;        ///< seconds before the machine's clock, to about a second; negative: behind it
+  double speed = 1;        ///< seconds of the server's clock in a second; 0: it stands still
 };
 [[nodiscard]] STOCK_HOST_API ServerClockState ReadServerClock();
 

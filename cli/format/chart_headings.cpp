@@ -2,6 +2,7 @@
 
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
+#include "cli/format/words.h"
 #include "cli/views/trading_days.h"
 
 namespace cli {
@@ -24,7 +25,19 @@ StyledLine MinuteHeading(const StockMLineData& line) {
   return {{first + DateText(line.days.back().date) + " " + MinuteText(last.time) + "  "},
           {Fixed(last.price, 2) + " " + Signed(last.change, 2) + " " + SignedPercent(last.change_rate, 2),
            ToneOf(last.change)},
-          {"  amount " + ShortAmount(amount)}};
+          {"  " + LabelOf("amount") + " " + ShortAmount(amount)}};
+}
+
+StyledLine MinuteFigures(std::uint32_t date, const MinutePoint& point, bool average) {
+  StyledLine figures = {
+      {DateText(date) + " " + MinuteText(point.time) + "  "},
+      {Fixed(point.price, 2) + " " + Signed(point.change, 2) + " " + SignedPercent(point.change_rate, 2),
+       ToneOf(point.change)}};
+  if (average) {
+    figures.push_back({"  " + LabelOf("average") + " " + Fixed(point.avg_price, 2)});
+  }
+  figures.push_back({"  " + LabelOf("volume") + " " + ShortAmount(static_cast<double>(point.volume))});
+  return figures;
 }
 
 bool HasAverage(const Security& security) {
@@ -45,8 +58,23 @@ StyledLine CandleHeading(const KLineCandle& candle) {
   if (candle.preclose > 0) {
     heading.push_back({" " + SignedPercent(change / candle.preclose * 100, 2), ToneOf(change)});
   }
-  heading.push_back({"  amount " + ShortAmount(candle.amount)});
+  heading.push_back({"  " + LabelOf("amount") + " " + ShortAmount(candle.amount)});
   return heading;
+}
+
+StyledLine CandleFigures(const KLineCandle& candle) {
+  const double change = candle.close - candle.preclose;
+  const auto price = [](const char* name, double value) {
+    return LabelOf(name) + " " + Fixed(value, 2) + " ";
+  };
+  StyledLine figures = {{DateText(candle.date) + "  " + price("open", candle.open) +
+                         price("high", candle.high) + price("low", candle.low) + LabelOf("close") + " "},
+                        {Fixed(candle.close, 2), ToneOf(change)}};
+  if (candle.preclose > 0) {
+    figures.push_back({" " + SignedPercent(change / candle.preclose * 100, 2), ToneOf(change)});
+  }
+  figures.push_back({"  " + LabelOf("volume") + " " + ShortAmount(static_cast<double>(candle.volume))});
+  return figures;
 }
 
 std::string NoCandlesText(const Security& security) {

@@ -17,6 +17,9 @@ namespace cli {
 /// Day and minute, price, change and the amount of the last day of a line that has a point.
 [[nodiscard]] StyledLine MinuteHeading(const StockMLineData& line);
 
+/// Day and minute, price, change, average (if `average` says so) and volume of one point.
+[[nodiscard]] StyledLine MinuteFigures(std::uint32_t date, const MinutePoint& point, bool average);
+
 /// False for an index: what it trades are the shares of its members.
 [[nodiscard]] bool HasAverage(const Security& security);
 
@@ -25,6 +28,9 @@ namespace cli {
 
 /// Day, close, change and amount of a candle.
 [[nodiscard]] StyledLine CandleHeading(const KLineCandle& candle);
+
+/// Day, the four prices, change and volume of a candle.
+[[nodiscard]] StyledLine CandleFigures(const KLineCandle& candle);
 
 /// What is said about a security without candles.
 [[nodiscard]] std::string NoCandlesText(const Security& security);

@@ -16,6 +16,8 @@ struct Word {
 
 // In the order of their names, so that nobody lists one twice.
 constexpr Word kWords[] = {
+    {"Shanghai", "上证指数", "close of the index of Shanghai"},
+    {"Shenzhen", "深证成指", "close of the index of Shenzhen"},
     {"amount", "成交额", "yuan traded"},
     {"amp", "振幅", "amplitude: highest minus lowest, in percent of the previous close"},
     {"amt", "成交额", "yuan traded in this session"},
@@ -43,6 +45,7 @@ constexpr Word kWords[] = {
     {"down", "下跌", "stocks below their previous close"},
     {"event", "异动", "what happened"},
     {"high", "最高", "highest price"},
+    {"holidays", "休市日", "days of the month on which the market is closed, without weekends"},
     {"issued", "发行量", "shares issued, in ten thousands"},
     {"last", "最新", "last price; red above the previous close, green below"},
     {"lead", "领涨股", "leading member"},
@@ -52,6 +55,7 @@ constexpr Word kWords[] = {
     {"limit_up", "涨停", "highest price that the board allows today"},
     {"low", "最低", "lowest price"},
     {"mc", "总市值", "market value, in yuan"},
+    {"month", "月份", "month of the year"},
     {"name", "名称", "name"},
     {"num_d", "下跌", "members that fell"},
     {"num_u", "上涨", "members that rose"},
@@ -75,6 +79,7 @@ constexpr Word kWords[] = {
     {"status", "状态", "0 trades normally, 5 is newly listed, 6 ex rights, others are suspended"},
     {"time", "时间", "time of the day in China"},
     {"tr", "换手", "turnover rate: shares traded, in percent of the circulating ones"},
+    {"trading days", "交易日", "days on which the market trades"},
     {"tso", "总股本", "all shares"},
     {"turnover", "换手", "turnover rate: shares traded, in percent of the circulating ones"},
     {"up", "上涨", "stocks above their previous close"},

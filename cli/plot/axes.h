@@ -69,12 +69,16 @@ void DrawBar(Canvas& canvas, const Area& area, int column, double part, Tone ton
 struct SessionPoint {
   int minute;
   double value;
+
+  bool operator==(const SessionPoint&) const = default;
 };
 
 struct Curve {
   std::vector<SessionPoint> points;
   Tone tone = Tone::kPlain;
   bool dotted = false;
+
+  bool operator==(const Curve&) const = default;
 };
 
 /// A curve in an area that is one day wide.

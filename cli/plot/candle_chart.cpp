@@ -41,10 +41,6 @@ const char* CellOf(Ink upper, Ink lower, bool hollow) {
   return lower == Ink::kWick ? "╷" : " ";
 }
 
-bool IsRise(const KLineCandle& candle) {
-  return candle.close > candle.open || (candle.close == candle.open && candle.close >= candle.preclose);
-}
-
 void DrawCandle(Canvas& canvas, const Area& area, int column, const Scale& scale, const KLineCandle& candle) {
   const bool rise = IsRise(candle);
   const int high = scale.HalfAt(candle.high);
@@ -90,6 +86,21 @@ Area PriceArea(const ChartSize& size) {
 }
 
 }  // namespace
+
+bool IsRise(const KLineCandle& candle) {
+  return candle.close > candle.open || (candle.close == candle.open && candle.close >= candle.preclose);
+}
+
+std::vector<KLineCandle> WithPrices(std::vector<KLineCandle> candles) {
+  const auto is_price = [](double value) { return std::isfinite(value) && value > 0; };
+  std::erase_if(candles, [&](const KLineCandle& candle) { return !is_price(candle.close); });
+  for (KLineCandle& candle : candles) {
+    for (double* const price : {&candle.open, &candle.high, &candle.low}) {
+      *price = is_price(*price) ? *price : candle.close;
+    }
+  }
+  return candles;
+}
 
 std::size_t CandlesThatFit(const ChartSize& size) {
   return static_cast<std::size_t>((PriceArea(size).columns + 1) / 2);

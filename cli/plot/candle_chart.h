@@ -9,6 +9,13 @@
 
 namespace cli {
 
+/// A candle that closes above its open, or at it and not below the previous close.
+[[nodiscard]] bool IsRise(const KLineCandle& candle);
+
+/// The candles that can be drawn: one without a close is left out (a day on which nothing has traded yet, or
+/// a suspended one), and the close stands for a price that is missing.
+[[nodiscard]] std::vector<KLineCandle> WithPrices(std::vector<KLineCandle> candles);
+
 /// How many candles a chart of that size shows, with a column of air between two of them.
 [[nodiscard]] std::size_t CandlesThatFit(const ChartSize& size);
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli/format/figures.h"
+#include "cli/format/words.h"
 #include "cli/plot/scale.h"
 
 namespace cli {
@@ -13,12 +14,11 @@ namespace {
 
 constexpr std::array kUsualRanges = {"limit down", "below -7%",  "-7% to -5%", "-5% to -3%", "-3% to 0%",
                                      "0% to +3%",  "+3% to +5%", "+5% to +7%", "above +7%",  "limit up"};
+constexpr std::array kChineseRanges = {"跌停",  "<-7%",   "-7~-5%", "-5~-3%", "-3~0%",
+                                       "0~+3%", "+3~+5%", "+5~+7%", ">+7%",   "涨停"};
+static_assert(kChineseRanges.size() == kUsualRanges.size());
 constexpr int kLeastBar = 8;
 constexpr double kTrace = 0.125;  // of a cell
-
-std::string RangeName(std::size_t index, std::size_t count) {
-  return count == kUsualRanges.size() ? kUsualRanges[index] : "range " + std::to_string(index + 1);
-}
 
 std::string Bar(double length) {
   std::string bar;
@@ -30,6 +30,14 @@ std::string Bar(double length) {
 }
 
 }  // namespace
+
+std::string RangeName(std::size_t index, std::size_t count) {
+  const bool chinese = CurrentLanguage() == Language::kChinese;
+  if (count != kUsualRanges.size() || index >= count) {
+    return (chinese ? "区间 " : "range ") + std::to_string(index + 1);
+  }
+  return chinese ? kChineseRanges[index] : kUsualRanges[index];
+}
 
 std::vector<StyledLine> DistributionBars(const DistributionItem& item, int columns) {
   std::vector<DistributionBucket> buckets = item.first_half;

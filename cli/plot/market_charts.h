@@ -12,13 +12,23 @@
 
 namespace cli {
 
-/// Both curves below a line with the newest counts; nothing without rows.
-[[nodiscard]] std::vector<StyledLine> StrengthChart(const std::vector<StrengthRatingItem>& rows,
-                                                    std::uint32_t date, const ChartSize& size);
+/// Curves over one day and the figures above them, with the decimals of their scale; no curve without rows.
+struct SessionPicture {
+  std::vector<Curve> curves;
+  int decimals = 0;
+  StyledLine title;
 
-/// The curve below a line with the newest average; nothing without rows.
-[[nodiscard]] std::vector<StyledLine> EffectChart(const std::vector<MoneyEffectItem>& rows,
-                                                  std::uint32_t date, const ChartSize& size);
+  bool operator==(const SessionPicture&) const = default;
+};
+/// Stocks up and down, and the newest counts.
+[[nodiscard]] SessionPicture StrengthPicture(const std::vector<StrengthRatingItem>& rows, std::uint32_t date);
+/// The average, and the newest one.
+[[nodiscard]] SessionPicture EffectPicture(const std::vector<MoneyEffectItem>& rows, std::uint32_t date);
+/// The picture in cells; nothing without curves.
+[[nodiscard]] std::vector<StyledLine> ChartOf(const SessionPicture& picture, const ChartSize& size);
+
+/// The sums of a day.
+[[nodiscard]] StyledLine DistributionHeading(const DistributionItem& item, std::uint32_t date);
 
 /// Bars below a line with the sums, in at most `columns` unless those are very few.
 [[nodiscard]] std::vector<StyledLine> DistributionChart(const DistributionItem& item, std::uint32_t date,

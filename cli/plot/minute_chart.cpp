@@ -8,39 +8,13 @@
 
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
+#include "cli/plot/range.h"
 
 namespace cli {
 namespace {
 
 constexpr int kLeastDayColumns = 6;
 constexpr int kBelow = 2;  // rows of the axis and its labels
-
-// Smallest and largest of what is drawn.
-struct Range {
-  double low = std::numeric_limits<double>::infinity();
-  double high = -std::numeric_limits<double>::infinity();
-
-  void Add(double value) {
-    if (std::isfinite(value)) {
-      low = std::min(low, value);
-      high = std::max(high, value);
-    }
-  }
-  [[nodiscard]] bool empty() const { return low > high; }
-};
-
-Range RangeOf(const std::vector<MLineDay>& days, bool average) {
-  Range range;
-  for (const MLineDay& day : days) {
-    for (const MinutePoint& point : day.points) {
-      range.Add(point.price);
-      if (average) {
-        range.Add(point.avg_price);
-      }
-    }
-  }
-  return range;
-}
 
 ChartSize AtLeast(const ChartSize& size) {
   return {std::max(size.columns, kLeastChart.columns), std::max(size.rows, kLeastChart.rows)};
@@ -164,14 +138,7 @@ std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChar
     days.erase(days.begin(), days.end() - static_cast<std::ptrdiff_t>(most_days));
   }
   const bool has_preclose = line.preclose > 0;
-  Range range = RangeOf(days, look.average);
-  if (range.empty()) {
-    range.Add(line.preclose);
-  }
-  if (has_preclose && days.size() <= 1) {
-    const double farthest = std::max(range.high - line.preclose, line.preclose - range.low);
-    range = {line.preclose - farthest, line.preclose + farthest};
-  }
+  const Range range = RangeOfDays(days, line.preclose, look.average);
 
   // The gutters are as wide as their labels, which need the scale: rows are known beforehand.
   const Area rows = LayOut(size, 0, 0).prices;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "cli/plot/range.h"
+
 namespace cli {
 namespace {
 
@@ -18,17 +20,10 @@ std::size_t Eighths(double part) {
 
 }  // namespace
 
-Scale::Scale(double low, double high, int rows)
-    : low_(std::min(low, high)), high_(std::max(low, high)), rows_(std::max(rows, 1)) {
-  if (!std::isfinite(low) || !std::isfinite(high)) {
-    low_ = 0;
-    high_ = 1;
-  }
-  const double least = std::max(std::fabs(high_) * 1e-6, 0.01);
-  if (high_ - low_ < least) {
-    high_ += least;
-    low_ -= least;
-  }
+Scale::Scale(double low, double high, int rows) : rows_(std::max(rows, 1)) {
+  const Range range = Range{std::min(low, high), std::max(low, high)}.Widened();
+  low_ = range.low;
+  high_ = range.high;
 }
 
 double Scale::Place(double value) const {

@@ -20,17 +20,6 @@
 namespace cli {
 namespace {
 
-StyledLine CrossHeading(const KLineCandle& candle) {
-  const double change = candle.close - candle.preclose;
-  StyledLine heading = {{DateText(candle.date) + "  open " + Fixed(candle.open, 2) + " high " +
-                         Fixed(candle.high, 2) + " low " + Fixed(candle.low, 2) + " close "},
-                        {Fixed(candle.close, 2), ToneOf(change)}};
-  if (candle.preclose > 0) {
-    heading.push_back({" " + SignedPercent(change / candle.preclose * 100, 2), ToneOf(change)});
-  }
-  return heading;
-}
-
 class MinuteLinePanel final : public ViewPanel {
  public:
   MinuteLinePanel(PanelContext& context, std::unique_ptr<MinuteLineView> view)
@@ -82,11 +71,7 @@ class MinuteLinePanel final : public ViewPanel {
     const MinutePoint* const point = AtCross();
     StyledLine heading = MinuteHeading(newest->data);
     if (point != nullptr) {
-      heading = {{DateText(newest->data.days.back().date) + " " + MinuteText(point->time) + "  "},
-                 {Fixed(point->price, 2) + " " + Signed(point->change, 2) + " " +
-                      SignedPercent(point->change_rate, 2),
-                  ToneOf(point->change)},
-                 {"  volume " + ShortAmount(static_cast<double>(point->volume))}};
+      heading = MinuteFigures(newest->data.days.back().date, *point, HasAverage(Lines().security()));
     }
     return ChartIn(size, [&](const ChartSize& room) {
       return MinuteChart(newest->data, {room, heading, HasAverage(Lines().security()),
@@ -149,7 +134,7 @@ class KLinePanel final : public ViewPanel {
   }
 
   bool OnKey(const Key& key) override {
-    const auto all = static_cast<std::ptrdiff_t>(Lines().Candles().size());
+    const auto all = std::ssize(Drawn());
     const auto page = static_cast<std::ptrdiff_t>(shown_);
     switch (key.kind) {
       case KeyKind::kLeft:
@@ -201,7 +186,7 @@ class KLinePanel final : public ViewPanel {
   }
 
   [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override {
-    const std::vector<KLineCandle> all = Lines().Candles();
+    const std::vector<KLineCandle> all = Drawn();
     if (all.empty()) {
       return {};
     }
@@ -222,7 +207,7 @@ class KLinePanel final : public ViewPanel {
       CandleChartLook look{room, CandleHeading(seen.back()), Averages(until, shown_)};
       if (cross_) {
         look.cross = static_cast<std::size_t>(*cross_ - (std::ssize(until) - count));
-        look.title = CrossHeading(seen[*look.cross]);
+        look.title = CandleFigures(seen[*look.cross]);
       }
       AddAverages(look);
       return CandleChart(seen, look);
@@ -233,6 +218,8 @@ class KLinePanel final : public ViewPanel {
   static constexpr std::ptrdiff_t kFewest = 5;
 
   [[nodiscard]] KLineView& Lines() const { return static_cast<KLineView&>(view()); }
+
+  [[nodiscard]] std::vector<KLineCandle> Drawn() const { return WithPrices(Lines().Candles()); }
 
   void Reset() {
     cross_.reset();

@@ -1,7 +1,9 @@
 #include "cli/views/market_views.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <iterator>
+#include <locale>
 #include <string_view>
 #include <utility>
 
@@ -223,7 +225,7 @@ std::unique_ptr<View> MakeStrengthView(const ViewContext& context, std::uint32_t
         }
         return table;
       },
-      &StrengthChart,
+      &StrengthPicture,
       [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kStrengthRatingTable, rows); },
       [](const Rows& rows) { return CsvOf(analytics::kStrengthRatingTable, rows); }};
   return std::make_unique<StrengthView>(context, kStrengthFeed, &GetStrengthRating, date, kLook);
@@ -240,7 +242,7 @@ std::unique_ptr<View> MakeEffectView(const ViewContext& context, std::uint32_t d
         }
         return table;
       },
-      &EffectChart,
+      &EffectPicture,
       [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kMoneyEffectTable, rows); },
       [](const Rows& rows) { return CsvOf(analytics::kMoneyEffectTable, rows); }};
   return std::make_unique<EffectView>(context, kEffectFeed, &GetMoneyEffect, date, kLook);
@@ -395,9 +397,23 @@ void PurchaseView::WriteData(JsonWriter& json) const {
 // --- Reference data
 
 FoundView::FoundView(const ViewContext& context, Found found)
-    : View(context, Feed{found.service, ""}), found_(std::move(found)) {}
+    : View(context, Feed{found.service, ""}), title_("reference data"), found_(std::move(found)) {}
+
+FoundView::FoundView(const ViewContext& context, std::string title, Find find)
+    : View(context, Feed{Found().service, ""}), title_(std::move(title)), find_(std::move(find)) {}
+
+void FoundView::Select(const Security& security) {
+  if (find_) {
+    security_ = security;
+    Begin();
+  }
+}
 
 bool FoundView::ResumeService() {
+  if (find_) {
+    found_ = find_(security_);
+  }
+  OnArrival(Clock::now(), found_.why_empty);
   context().post([this] { TellArrival(); });
   return true;
 }
@@ -421,8 +437,7 @@ const List* ListNamed(std::string_view name) {
 
 // The stock that is meant: a symbol in lower case, or the first stock with those digits.
 std::wstring SymbolOf(IStockCommon& reference, std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  boost::algorithm::to_lower(text, std::locale::classic());
   const std::wstring symbol = common::s2ws(text, common::kUtf8);
   const std::vector<BaseInfoItem> stocks = reference.GetStockList(1);
   const auto found = std::find_if(stocks.begin(), stocks.end(), [&](const BaseInfoItem& stock) {
@@ -547,6 +562,7 @@ Found FindPlatesOf(IStockCommon& reference, std::string text) {
   for (const auto& [code, name] : plates) {
     found.table.Add({{Printable(code)}, {Printable(name)}});
     found.csv += CsvField(code) + "," + CsvField(name) + "\n";
+    found.securities.push_back({code, name, stock::kSymbolPlate});
   }
   found.why_empty = known ? "" : "no plates are known of \"" + Printable(found.key) + "\"";
   found.write = [plates](JsonWriter& json) { WriteCodesAndNames(json, plates); };

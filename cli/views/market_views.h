@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "c_stock_market.h"
+#include "cli/plot/market_charts.h"
 #include "cli/views/service_view.h"
 
 namespace cli {
@@ -84,7 +85,7 @@ template <class Row>
 struct CurveLook {
   const char* title;
   Table (*table)(const std::vector<Row>& rows);
-  std::vector<StyledLine> (*chart)(const std::vector<Row>& rows, std::uint32_t date, const ChartSize& size);
+  SessionPicture (*picture)(const std::vector<Row>& rows, std::uint32_t date);
   void (*json)(JsonWriter& json, const std::vector<Row>& rows);
   std::string (*csv)(const std::vector<Row>& rows);
 };
@@ -98,8 +99,9 @@ class CurveView final : public DayView<Service, std::vector<Row>> {
   [[nodiscard]] std::string Title() const override { return look_.title; }
   [[nodiscard]] Table AsTable() const override { return look_.table(Rows()); }
   [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override {
-    return look_.chart(Rows(), this->Session(), size);
+    return ChartOf(Picture(), size);
   }
+  [[nodiscard]] SessionPicture Picture() const { return look_.picture(Rows(), this->Session()); }
   [[nodiscard]] std::string Csv() const override { return look_.csv(Rows()); }
 
  private:
@@ -212,27 +214,38 @@ struct Found {
   std::string csv;
   std::string note;
   std::string why_empty;
+  std::vector<Security> securities{};  ///< by row
 };
 
 class FoundView final : public View {
  public:
+  using Find = std::function<Found(const Security& security)>;
+
   FoundView(const ViewContext& context, Found found);
-  [[nodiscard]] std::string Title() const override { return "reference data"; }
+  /// Looks it up again whenever it is shown, refreshed or of another security.
+  FoundView(const ViewContext& context, std::string title, Find find);
+  [[nodiscard]] std::string Title() const override { return TitleOf(title_, security_); }
   [[nodiscard]] std::wstring Key() const override { return found_.key; }
   [[nodiscard]] bool has_data() const override { return true; }
+  [[nodiscard]] bool IsAskedOnce() const override { return true; }
   [[nodiscard]] std::int64_t server_time() const override { return common::GetCurrentServerTime(); }
   [[nodiscard]] std::string WhyEmpty() const override { return found_.why_empty; }
   [[nodiscard]] std::string Note() const override { return found_.note; }
   [[nodiscard]] Table AsTable() const override { return found_.table; }
+  [[nodiscard]] std::vector<Security> Securities() const override { return found_.securities; }
   [[nodiscard]] std::string Csv() const override { return found_.csv; }
+  void Select(const Security& security) override;
 
  private:
   void WriteData(JsonWriter& json) const override { found_.write(json); }
   bool ResumeService() override;
   void SuspendService() override {}
-  void RefreshService() override {}
+  void RefreshService() override { ResumeService(); }
 
-  const Found found_;
+  const std::string title_;
+  const Find find_;  // empty: it was found once for all
+  Security security_;
+  Found found_;
 };
 
 /// The list `name` ("stocks", "plates", "indices") of a kind.

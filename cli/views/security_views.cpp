@@ -289,8 +289,7 @@ std::uint32_t KLineView::Session() const {
   return newest() == nullptr || newest()->data.candles.empty() ? 0 : newest()->data.candles.back().date;
 }
 
-std::vector<KLineCandle> KLineView::Chosen(std::size_t otherwise) const {
-  std::vector<KLineCandle> candles = Candles();
+std::vector<KLineCandle> KLineView::Chosen(std::vector<KLineCandle> candles, std::size_t otherwise) const {
   const std::size_t most = std::min(last_.value_or(otherwise), candles.size());
   candles.erase(candles.begin(), candles.end() - static_cast<std::ptrdiff_t>(most));
   return candles;
@@ -306,7 +305,7 @@ Table KLineView::AsTable() const {
                {"volume", Align::kRight},
                {"amount", Align::kRight},
                {"turnover", Align::kRight}});
-  for (const KLineCandle& candle : Chosen(kRowsOfATable)) {
+  for (const KLineCandle& candle : Chosen(Candles(), kRowsOfATable)) {
     const auto price = [&candle](double value) {
       return Cell{Fixed(value, 2), candle.preclose > 0 ? ToneOf(value - candle.preclose) : Tone::kPlain};
     };
@@ -325,18 +324,19 @@ Table KLineView::AsTable() const {
 }
 
 std::vector<StyledLine> KLineView::Chart(const ChartSize& size) const {
-  const std::vector<KLineCandle> candles = Chosen(CandlesThatFit(size));
+  const std::vector<KLineCandle> all = WithPrices(Candles());
+  const std::vector<KLineCandle> candles = Chosen(all, CandlesThatFit(size));
   if (candles.empty()) {
     return {};
   }
   StyledLine title = CandleHeading(candles.back());
   title.insert(title.begin(),
                {{NameText(security_), Tone::kStrong}, {"  " + SeriesText(period_, adjustment_) + "  "}});
-  return CandleChart(candles, {size, title, Averages(Candles(), candles.size())});
+  return CandleChart(candles, {size, title, Averages(all, candles.size())});
 }
 
 std::string KLineView::Csv() const {
-  return CsvOf(kKLineCandleTable, Chosen(std::numeric_limits<std::size_t>::max()));
+  return CsvOf(kKLineCandleTable, Chosen(Candles(), std::numeric_limits<std::size_t>::max()));
 }
 
 void KLineView::WriteData(JsonWriter& json) const {
@@ -349,7 +349,7 @@ void KLineView::WriteData(JsonWriter& json) const {
   json.Key("adjustment");
   json.Value(data.adjustment);
   json.Key("candles");
-  WriteRecords(json, kKLineCandleTable, Chosen(std::numeric_limits<std::size_t>::max()));
+  WriteRecords(json, kKLineCandleTable, Chosen(Candles(), std::numeric_limits<std::size_t>::max()));
   json.EndObject();
 }
 

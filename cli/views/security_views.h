@@ -90,7 +90,8 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   // A download may take long, and ends with a record in any case.
   [[nodiscard]] std::string NothingText() const override { return {}; }
   void WriteData(JsonWriter& json) const override;
-  [[nodiscard]] std::vector<KLineCandle> Chosen(std::size_t otherwise) const;
+  [[nodiscard]] std::vector<KLineCandle> Chosen(std::vector<KLineCandle> candles,
+                                                std::size_t otherwise) const;
 
   Security security_;
   int period_;

@@ -1,6 +1,8 @@
 #include "cli/views/symbols.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <locale>
 #include <utility>
 
 namespace cli {
@@ -10,16 +12,6 @@ constexpr std::size_t kDigits = 6;
 
 bool AreDigits(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') {
-      c = static_cast<char>(c - 'A' + 'a');
-    }
-  }
-  return lower;
 }
 
 std::string MarketOf(char first_digit) {
@@ -41,7 +33,7 @@ std::string MarketOf(char first_digit) {
 }  // namespace
 
 std::optional<std::wstring> ParseSymbol(std::string_view text) {
-  std::string symbol = Lower(text);
+  std::string symbol = boost::algorithm::to_lower_copy(std::string(text), std::locale::classic());
   if (symbol.size() == kDigits && AreDigits(symbol)) {
     symbol.insert(0, MarketOf(symbol.front()));
   }

@@ -1,6 +1,8 @@
 #include "cli/views/type_ahead.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <locale>
 #include <optional>
 #include <string>
 
@@ -8,13 +10,7 @@ namespace cli {
 namespace {
 
 std::wstring Folded(std::wstring_view text) {
-  std::wstring folded(text);
-  for (wchar_t& character : folded) {
-    if (character >= L'A' && character <= L'Z') {
-      character = static_cast<wchar_t>(character - L'A' + L'a');
-    }
-  }
-  return folded;
+  return boost::algorithm::to_lower_copy(std::wstring(text), std::locale::classic());
 }
 
 // 0 the whole, 1 its beginning, 2 a piece of it.

@@ -144,6 +144,9 @@ FeedReport View::Report(Clock::time_point now, stock::MarketStatus phase) const 
   FeedHealth health = health_;
   Observe(health);
   FeedReport report = health.Report(now, phase);
+  if (report.state == FeedState::kStale && IsAskedOnce() && health.failure().empty()) {
+    return {FeedState::kUnchanged, "as of " + ClockTime(server_time())};
+  }
   if (report.state == FeedState::kWaiting && now - asked_ >= kWorkOfAnAnswer &&
       Counters().succeeded > answered_before_ && !NothingText().empty()) {
     return {FeedState::kEmpty, NothingText()};

@@ -1,7 +1,11 @@
 #include "market_server/http/message.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/trim.hpp>
 #include <charconv>
+#include <locale>
 
 namespace market_server::http {
 namespace {
@@ -25,19 +29,12 @@ bool IsToken(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), TokenCharacter);
 }
 
-char Lower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool Same(std::string_view text, std::string_view lower) {
-  return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
-                    [](char a, char b) { return Lower(a) == b; });
+bool Same(std::string_view text, std::string_view other) {
+  return boost::algorithm::iequals(text, other, std::locale::classic());
 }
 
 std::string_view Trim(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+  return boost::algorithm::trim_copy_if(text, boost::algorithm::is_any_of(" \t"));
 }
 
 /// "GET /path HTTP/1.1"

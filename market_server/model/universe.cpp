@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <cmath>
+#include <locale>
 #include <numeric>
 #include <string>
 #include <unordered_set>
@@ -207,11 +209,8 @@ Universe::Universe(const Options& options, const Days& days) {
 }
 
 const Security* Universe::Find(std::string_view code) const {
-  std::string lower(code);
-  for (char& c : lower) {
-    c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  }
-  const auto found = by_code_.find(lower);
+  const auto found =
+      by_code_.find(boost::algorithm::to_lower_copy(std::string(code), std::locale::classic()));
   return found == by_code_.end() ? nullptr : found->second;
 }
 

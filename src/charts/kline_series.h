@@ -2,8 +2,10 @@
 // for them. Values.
 #pragma once
 
+#include <boost/algorithm/string/case_conv.hpp>
 #include <compare>
 #include <cstdint>
+#include <locale>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,9 +55,7 @@ struct KLineRequest {
 
 /// A symbol as files and servers know it: they are the same whatever the case of their letters.
 [[nodiscard]] inline std::wstring LowerCase(std::wstring symbol) {
-  for (wchar_t& letter : symbol) {
-    letter = letter >= L'A' && letter <= L'Z' ? static_cast<wchar_t>(letter - L'A' + L'a') : letter;
-  }
+  boost::algorithm::to_lower(symbol, std::locale::classic());
   return symbol;
 }
 

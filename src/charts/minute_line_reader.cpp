@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -83,24 +84,23 @@ class LineReader {
     MLineDay& day = line_.days.emplace_back();
     day.date = request::DateFromText(entry.Member("date"));
     const Array list = entry.ArrayAt("list");
-    budget_.Require(list.Size(), sizeof(MinutePoint) + sizeof(Object));
+    budget_.Require(list.Size(), sizeof(MinutePoint));
     budget_.Require(3, sizeof(MLineDay));  // as the days grow in number
     day.points.reserve(list.Size());
-    std::vector<Object> elements;
-    elements.reserve(list.Size());
-    list.ForEach([&elements](const Value& element) {
-      if (!element.IsNull() && !element.IsUndefined()) {
-        elements.push_back(element.AsObject());
+    std::optional<DayReader> reader;
+    list.ForEach([&](const Value& element) {
+      if (element.IsNull()) {
+        return;
       }
+      const Object point = element.AsObject();
+      if (!std::exchange(has_preclose_, true)) {
+        line_.preclose = point.Member("preclose").Number();
+      }
+      if (!reader) {
+        reader.emplace(line_.preclose);
+      }
+      day.points.push_back(reader->Read(point));
     });
-    if (!has_preclose_ && !elements.empty()) {
-      line_.preclose = elements.front().Member("preclose").Number();
-      has_preclose_ = true;
-    }
-    DayReader reader(line_.preclose);
-    for (const Object& element : elements) {
-      day.points.push_back(reader.Read(element));
-    }
   }
 
   StockMLineData& line_;

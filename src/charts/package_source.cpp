@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "charts/kline_merge.h"
+#include "charts/kline_link.h"
 #include "charts/kline_package.h"
 #include "host/files.h"
 #include "host/network.h"

@@ -1,5 +1,5 @@
 // Where the history of a series comes from: the package on disk, the static file server, the history query
-// service. What is done when one of them fails is a matter of kline_history.h. Thread-safe: no state of its
+// service. What is done when one of them fails is a matter of series_loader.h. Thread-safe: no state of its
 // own; its calls wait for disk and network.
 #pragma once
 

@@ -4,7 +4,8 @@
 #include <cstddef>
 #include <iterator>
 
-#include "charts/kline_merge.h"
+#include "charts/kline_link.h"
+#include "charts/kline_today.h"
 #include "frame/ticks.h"
 
 namespace charts {

@@ -1,6 +1,7 @@
 // K-lines: today's candle from the quote server, then the history, in a task, then both as one series.
 #include "charts/stock_kline.h"
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,7 @@ namespace charts {
 namespace {
 
 constexpr auto kFetch = request::Fetch::kKLine;
+constexpr std::size_t kMostChoices = 1000;
 
 class CStockKLine : public frame::PolledSubject<IStockKLine> {
  public:
@@ -70,6 +72,9 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
     series.symbol = symbol;
     if (!done) {
       const std::lock_guard<std::mutex> lock(mutex_);
+      if (asked_.size() >= kMostChoices) {  // those of charts that nobody shows at the moment go
+        std::erase_if(asked_, [this](const auto& choice) { return !IsShown(choice.first); });
+      }
       asked_[series.symbol] = series;
     }
   });

@@ -42,7 +42,8 @@ using KLineCallback = boost::function<void(const StockKLineData&)>;
 /// quote server.
 ///
 /// - Key: the symbol, "sh600000". Period and adjustment are those that `FetchKLine` was last called with
-///   for the symbol without a call-back; before any such call, days without adjustment.
+///   for the symbol without a call-back; before any such call, days without adjustment. Of symbols that
+///   nobody shows a thousand such choices are remembered.
 /// - Who is told: every active observer whose target is the symbol.
 /// - When: at every change of the market's phase and at least once an hour, while any observer is active. A
 ///   view that wants more calls `Refresh`.

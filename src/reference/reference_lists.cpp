@@ -1,14 +1,15 @@
 #include "reference/reference_lists.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
 #include <iterator>
+#include <locale>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "json/record_reader.h"
 #include "reference/base_info_table.h"
-#include "request/ascii.h"
 
 namespace reference {
 namespace {
@@ -26,7 +27,7 @@ std::int32_t Board(const request::json::Value& value) {
       {L"MB", 6}, {L"GEM", kGem}, {L"SME", kSme}};
   const std::wstring name = value.Text();
   for (const auto& [board, number] : kBoards) {
-    if (request::EqualsIgnoringCase<wchar_t>(name, board)) {
+    if (boost::algorithm::iequals(name, board, std::locale::classic())) {
       return number;
     }
   }

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-
-#include "request/ascii.h"
+#include <boost/algorithm/string/predicate.hpp>
+#include <locale>
 
 namespace request {
 namespace {
@@ -41,8 +41,9 @@ bool IsPlainVersion(std::string_view version) {
   const bool clean = std::all_of(version.begin(), version.end(), [&](char character) {
     return character >= ' ' && character <= '~' && kForbidden.find(character) == std::string_view::npos;
   });
-  return clean && std::none_of(kColumnNames.begin(), kColumnNames.end(),
-                               [&](std::string_view name) { return EqualsIgnoringCase(name, version); });
+  return clean && std::none_of(kColumnNames.begin(), kColumnNames.end(), [&](std::string_view name) {
+           return boost::algorithm::iequals(name, version, std::locale::classic());
+         });
 }
 
 }  // namespace request

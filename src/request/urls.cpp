@@ -1,8 +1,7 @@
 #include "request/urls.h"
 
-#include <locale>
 #include <map>
-#include <sstream>
+#include <string>
 #include <utility>
 
 #include "host/signing.h"
@@ -15,14 +14,6 @@ namespace request {
 namespace {
 
 using Parameters = std::map<std::string, std::string>;
-
-template <class Number>
-std::string Decimal(Number number) {
-  std::ostringstream stream;
-  stream.imbue(std::locale::classic());
-  stream << number;
-  return stream.str();
-}
 
 std::string Utf8(const std::wstring& text) {
   return common::ws2s(text, common::kUtf8);
@@ -41,7 +32,7 @@ std::string Symbols(const std::vector<std::wstring>& symbols) {
 }
 
 std::wstring ForDate(const wchar_t* path, std::uint32_t date) {
-  return Signed(path, {{"date", Decimal(date)}});
+  return Signed(path, {{"date", std::to_string(date)}});
 }
 
 template <class Character>
@@ -81,7 +72,7 @@ Parameters With(Parameters parameters, Parameters more) {
 }
 
 Parameters Span(const Rows& rows) {
-  return {{"start", Decimal(rows.start)}, {"end", Decimal(rows.end)}};
+  return {{"start", std::to_string(rows.start)}, {"end", std::to_string(rows.end)}};
 }
 
 }  // namespace
@@ -120,7 +111,7 @@ std::wstring PlateStocksUrl(const std::wstring& plate, const Order& order, const
 }
 
 std::wstring StockRankUrl(int stock_type, const Order& order, int count) {
-  return Signed(L"/pc/rt/get_stock_rank", With(Stocks(stock_type, order), {{"num", Decimal(count)}}));
+  return Signed(L"/pc/rt/get_stock_rank", With(Stocks(stock_type, order), {{"num", std::to_string(count)}}));
 }
 
 std::wstring StockFiveMinuteChangeUrl(int stock_type, const Order& order) {
@@ -128,7 +119,7 @@ std::wstring StockFiveMinuteChangeUrl(int stock_type, const Order& order) {
 }
 
 std::wstring PlateRankUrl(int plate_type, const Order& order, int count) {
-  return Signed(L"/pc/rt/get_bk_rank", With(Plates(plate_type, order), {{"num", Decimal(count)}}));
+  return Signed(L"/pc/rt/get_bk_rank", With(Plates(plate_type, order), {{"num", std::to_string(count)}}));
 }
 
 std::wstring DayMinuteLineUrl(const std::vector<std::wstring>& symbols) {
@@ -136,12 +127,12 @@ std::wstring DayMinuteLineUrl(const std::vector<std::wstring>& symbols) {
 }
 
 std::wstring HistoryMinuteLineUrl(const std::wstring& symbol, std::uint32_t date) {
-  return Signed(L"/pc/rt/get_day_htime", {{"stock", Utf8(symbol)}, {"date", Decimal(date)}});
+  return Signed(L"/pc/rt/get_day_htime", {{"stock", Utf8(symbol)}, {"date", std::to_string(date)}});
 }
 
 std::wstring RecentMinuteLinesUrl(const std::wstring& symbol, std::uint32_t date, int days) {
   return Signed(L"/pc/rt/get_choice_htime",
-                {{"stock", Utf8(symbol)}, {"date", Decimal(date)}, {"rn", Decimal(days)}});
+                {{"stock", Utf8(symbol)}, {"date", std::to_string(date)}, {"rn", std::to_string(days)}});
 }
 
 std::wstring DayCandleUrl(const std::wstring& symbol, int /*period*/, int /*adjustment*/) {
@@ -149,7 +140,7 @@ std::wstring DayCandleUrl(const std::wstring& symbol, int /*period*/, int /*adju
 }
 
 std::wstring UnusualEventsUrl(std::int64_t time) {
-  return Signed(L"/pc/monitor/get_monitor", {{"date", Decimal(time)}});
+  return Signed(L"/pc/monitor/get_monitor", {{"date", std::to_string(time)}});
 }
 
 std::wstring StockInOutUrl(const std::vector<std::wstring>& symbols) {
@@ -197,7 +188,7 @@ std::wstring StockInPlatesUrl(int plate_type) {
 }
 
 std::wstring TradeDateUrl(int year) {
-  return Signed(L"/pc/rt/trade_date", {{"date", Decimal(year)}});
+  return Signed(L"/pc/rt/trade_date", {{"date", std::to_string(year)}});
 }
 
 std::wstring KLineMetadataUrl() {
@@ -222,7 +213,7 @@ std::wstring KLineHistoryUrl(const wchar_t* symbol, int period, int adjustment, 
   return pattern::CSingleton<UrlHelper>::GetInstance()->HistoryRoot() + L"/kql?q={%22foo%22:[%22kline." +
          Widen(KLinePeriod(period)) + L"%22,{%22symbol%22:%22" + symbol +
          L"%22,%22mtime%22:0,%22type%22:%22" + Widen(KLineAdjustment(adjustment)) + L"%22,%22offset%22:" +
-         Widen(Decimal(offset)) + L",%22limit%22:" + Widen(Decimal(limit)) + L"}]}";
+         std::to_wstring(offset) + L",%22limit%22:" + std::to_wstring(limit) + L"}]}";
 }
 
 }  // namespace request

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "charts/kline_link.h"
+#include "charts/kline_today.h"
 #include "scripted_host.h"
 
 namespace {

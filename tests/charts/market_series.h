@@ -30,8 +30,9 @@ inline void Multiply(KLineCandle& candle, double factor) {
   }
 }
 
-inline void Adjust(std::vector<KLineCandle>& days, model::Adjustment adjustment) {
-  std::vector<double> factors(days.size(), 1);  // of the prices as they would be without any dividend
+/// `first_factor` is that of the first day: 1 where it is the first one of all.
+inline void Adjust(std::vector<KLineCandle>& days, model::Adjustment adjustment, double first_factor = 1) {
+  std::vector<double> factors(days.size(), first_factor);  // prices as they would be without any dividend
   for (std::size_t day = 1; day < days.size(); ++day) {
     factors[day] = factors[day - 1] * StepOf(days[day - 1], days[day]);
   }
@@ -64,8 +65,8 @@ inline std::vector<KLineCandle> DaysAt(const model::Market& market, const model:
 }
 
 inline std::vector<KLineCandle> SeriesOf(std::vector<KLineCandle> days, model::Period period,
-                                         model::Adjustment adjustment) {
-  Adjust(days, adjustment);
+                                         model::Adjustment adjustment, double first_factor = 1) {
+  Adjust(days, adjustment, first_factor);
   std::vector<KLineCandle> series;
   for (const KLineCandle& day : days) {
     if (series.empty() || GroupOf(period, series.back().date) != GroupOf(period, day.date)) {

@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "announced_packages.h"
-#include "charts/kline_history.h"
 #include "charts/kline_package.h"
+#include "charts/series_loader.h"
 #include "host/files.h"
 #include "host/text.h"
 #include "loopback_server.h"
@@ -93,7 +93,7 @@ inline std::optional<int> Load(AnnouncedPackages& packages, int version) {
   packages.Announce(VersionText(version));
   packages.Count(kSymbol, 1, 1, version);
   std::optional<int> loaded;
-  const auto candles = charts::KLineHistory({}, [] { return true; }).Load({kSymbol}, {}).candles;
+  const auto candles = charts::SeriesLoader([] { return true; }).Load({kSymbol}, {}).candles;
   if (candles != nullptr && !candles->empty()) {
     const int told = static_cast<int>(candles->front().preclose);
     if (*candles == charts::ReadPackage(PackageText(told))) loaded = told;

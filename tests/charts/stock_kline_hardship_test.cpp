@@ -17,6 +17,14 @@ using namespace kline_test;
 using Reply = std::function<Answer()>;
 
 constexpr const char* kPackages[] = {"2023", "20240314", "20240315"};
+constexpr const char* kAdjustments[] = {"bfq", "qfq", "hfq"};
+
+// A day that begins where the one before, of base `before`, has closed.
+KLineCandle DayAfter(int before, std::uint32_t date, int base) {
+  KLineCandle day = Candle(date, base);
+  day.preclose = Candle(date, before).close;
+  return day;
+}
 
 // A server that has every piece of sh600000, and whatever is wrong with one of them.
 class KLineHardship : public KLineTest {
@@ -25,13 +33,14 @@ class KLineHardship : public KLineTest {
     HoldPolling();
     for (const char* const version : kPackages) {
       for (const char* const period : {"day", "week"}) {
-        host.Allow(
-            Script(PackagePath("sh600000", period, "bfq", version)).Inline([this](const Request& request) {
-              return package
-                         ? package()
-                         : Answer::Body(Gzip(Package(
-                               request.path.find("20240315") != std::string::npos ? UntilFriday() : days)));
-            }));
+        for (const char* const adjustment : kAdjustments) {
+          host.Allow(Script(PackagePath("sh600000", period, adjustment, version))
+                         .Inline([this](const Request& request) {
+                           const bool with_friday = request.path.find("20240315") != std::string::npos;
+                           return package ? package()
+                                          : Answer::Body(Gzip(Package(with_friday ? UntilFriday() : days)));
+                         }));
+        }
       }
     }
     host.Allow(Script(kHistoryPath).Inline([this](const Request&) {
@@ -44,12 +53,15 @@ class KLineHardship : public KLineTest {
           L"StockKLine::FetchKLine Json Parse Error Code: 5"}) {
       host.AllowLine(line);
     }
-    packages.Count(L"sh600000", 1, 1, 3);
+    CountDays(3);
     Show(view, L"sh600000");
   }
 
   ~KLineHardship() override { LetPollingGo(); }
 
+  void CountDays(int count) {
+    for (const int adjustment : {1, 2, 3}) packages.Count(L"sh600000", 1, adjustment, count);
+  }
   std::vector<KLineCandle> UntilFriday() const {
     std::vector<KLineCandle> all = days;
     all.push_back(friday);
@@ -69,20 +81,24 @@ class KLineHardship : public KLineTest {
     host.SetTime(20240318, 10, 0, 0);
     after_friday = true;
     packages.Announce(L"20240315");
-    packages.Count(L"sh600000", 1, 1, 4);
+    CountDays(4);
   }
 
-  const std::vector<KLineCandle> days = {Candle(20240312, 10), Candle(20240313, 20), Candle(20240314, 30)};
-  const KLineCandle friday = Candle(20240315, 40);
-  const KLineCandle monday = Candle(20240318, 50);
+  const std::vector<KLineCandle> days = {Candle(20240312, 10), DayAfter(10, 20240313, 20),
+                                         DayAfter(20, 20240314, 30)};
+  const KLineCandle friday = DayAfter(30, 20240315, 40);
+  const KLineCandle monday = DayAfter(40, 20240318, 50);
   bool after_friday = false;
   Reply package, history, day;  // what is answered in place of the right thing
 };
 
 // --- Every fault, with nothing shown and with a full chart ---
 
-class KLineFault : public KLineHardship {
+// In each adjustment. Nothing happened to the stock, so the series is the same in all of them.
+class KLineFault : public KLineHardship, public ::testing::WithParamInterface<int> {
  public:
+  void Ask() { service->FetchKLine(L"sh600000", 1, GetParam(), {}); }
+
   // Names of faults, and what each of them does.
   std::map<std::string, std::function<void()>> Faults() {
     std::map<std::string, std::function<void()>> faults;
@@ -125,7 +141,7 @@ class KLineFault : public KLineHardship {
     faults["metadata: none"] = [this] { packages.Announce(L""); };
     faults["metadata: older"] = [this] { packages.Announce(L"2023"); };
     faults["metadata: no version"] = [this] { packages.Announce(L"9/../9"); };
-    faults["metadata: count"] = [this] { packages.Count(L"sh600000", 1, 1, 1'000'000'000); };
+    faults["metadata: count"] = [this] { CountDays(1'000'000'000); };
     faults["store: cannot be opened"] = [this] {
       std::filesystem::remove_all(Directory() + "/trace.db");
       std::filesystem::create_directories(Directory() + "/trace.db");
@@ -142,7 +158,7 @@ class KLineFault : public KLineHardship {
   void Heal() {
     package = history = day = nullptr;
     packages.Announce(after_friday ? L"20240315" : L"20240314");
-    packages.Count(L"sh600000", 1, 1, after_friday ? 4 : 3);
+    CountDays(after_friday ? 4 : 3);
     if (!std::filesystem::is_directory(Directory()) ||
         std::filesystem::is_directory(Directory() + "/trace.db")) {
       std::filesystem::remove_all(Directory());
@@ -163,11 +179,11 @@ class KLineFault : public KLineHardship {
   }
 };
 
-TEST_F(KLineFault, neverMakesAFullChartWorseAndIsOverWithTheNextLoad) {
+TEST_P(KLineFault, neverMakesAFullChartWorseAndIsOverWithTheNextLoad) {
   for (const auto& [name, begin] : Faults()) {
     SCOPED_TRACE(name);
     StartAnew();
-    service->Refresh();
+    Ask();
     ASSERT_EQ(Shown(), Right());
     const std::list<KLineCandle> before = Shown();
     // At once; on the next trading day with a new package; and in loads after that.
@@ -189,18 +205,20 @@ TEST_F(KLineFault, neverMakesAFullChartWorseAndIsOverWithTheNextLoad) {
   }
 }
 
-TEST_F(KLineFault, isOverWithTheNextLoadWhereNothingWasShown) {
+TEST_P(KLineFault, isOverWithTheNextLoadWhereNothingWasShown) {
   for (const auto& [name, begin] : Faults()) {
     SCOPED_TRACE(name);
     StartAnew();
     begin();
-    service->Refresh();
+    Ask();
     service->Refresh();
     Heal();
     service->Refresh();
     EXPECT_EQ(Shown(), Right());
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(Adjustments, KLineFault, ::testing::Values(1, 2, 3));
 
 // --- Slow lines ---
 
@@ -318,10 +336,32 @@ TEST_F(KLineHardship, theSeriesShownLastIsInMemory) {
   }
   EXPECT_EQ(host.RequestsTo(kHistoryPath).size(), 0U) << "sixty-four series are held";
   EXPECT_FALSE(std::filesystem::exists(host.Directory() + "/kline")) << "not even the stores are opened";
-  service->FetchKLine(symbol(0).c_str(), 1, 1, KLineTest::Keep());
-  EXPECT_EQ(host.RequestsTo(kHistoryPath).size(), 1U);
-  service->FetchKLine(symbol(136).c_str(), 1, 1, KLineTest::Keep());
-  EXPECT_EQ(host.RequestsTo(kHistoryPath).size(), 2U) << "the one shown least recently has gone";
+  const auto requests_for = [&](int number) {
+    host.ForgetRequests();
+    service->FetchKLine(symbol(number).c_str(), 1, 1, KLineTest::Keep());
+    return host.RequestsTo(kHistoryPath).size();
+  };
+  EXPECT_EQ(requests_for(136), 0U);
+  EXPECT_EQ(requests_for(0), 1U);
+  EXPECT_EQ(requests_for(136), 0U) << "it was shown again";
+  EXPECT_EQ(requests_for(137), 1U) << "the one shown least recently has gone";
+}
+
+// What was chosen for each symbol was remembered for ever.
+TEST_F(KLineHardship, choicesForChartsThatNobodyShowsHaveAnEnd) {
+  packages.Announce(L"");
+  day = [] { return NoToday(); };
+  service->FetchKLine(L"nobody's", 2, 1, {});
+  service->FetchKLine(L"sh600000", 3, 1, {});
+  for (int number = 0; number < 1100; ++number) {
+    service->FetchKLine((L"other " + std::to_wstring(number)).c_str(), 2, 1, {});
+  }
+  RecordingObserver<StockKLineData> other;
+  Show(other, L"nobody's");
+  service->Refresh();
+  EXPECT_EQ(view.Last().period, 3) << "the choice for a chart that is shown stays";
+  EXPECT_EQ(other.Last().period, 1) << "as if nothing had been chosen";
+  service->Detach(&other);
 }
 
 // --- Spelling ---

@@ -104,6 +104,16 @@ TEST_F(KLinePackages, leavesAFailedDownloadAloneForTenMinutes) {
   }
 }
 
+TEST_F(KLinePackages, leavesAFailedDownloadAloneThoughNothingElseCanBeHad) {
+  host.Expect(Script(kNewPackage).Times(2).Inline(Answer::Failed()));
+  host.Expect(Script(kHistoryPath).Times(20).Inline(Answer::Failed()));
+  for (int minute = 0; minute < 20; ++minute) {
+    EXPECT_EQ(Load(), List({})) << minute;
+    EXPECT_EQ(host.RequestsTo(kNewPackage).size(), minute < 10 ? 1U : 2U) << minute;
+    steady.Advance(60'000);
+  }
+}
+
 TEST_F(KLinePackages, triesAnotherVersionAtOnce) {
   host.Expect(Script(kNewPackage).Inline(Answer::Failed()));
   host.Expect(Script(kHistoryPath).Inline(History(kDays)));

@@ -307,6 +307,19 @@ TEST(CandleChart, drawsAFallFull) {
   EXPECT_EQ(ColumnOf(rows, kFirstCandle, 1, 9), "╷│╽┃┃┃┃││");
 }
 
+// The candle of a day on which nothing has traded yet pulled the scale down to 0.
+TEST(CandleChart, hasNoPlaceForADayWithoutAClose) {
+  KLineCandle suspended = CandleOf(20240313, 0, 15);
+  suspended.high = suspended.low = 0;
+  const KLineCandle not_open{20240315, 16, 0, 0, 0, 0, 0, 0, 0};
+  const std::vector<KLineCandle> drawn = WithPrices({suspended, CandleOf(20240314, 12, 16), not_open});
+  ASSERT_EQ(drawn.size(), 2U);
+  EXPECT_EQ(drawn[0].date, 20240313U);
+  EXPECT_EQ(drawn[0].open, 15);
+  EXPECT_EQ(drawn[0].low, 15);
+  EXPECT_EQ(drawn[1], CandleOf(20240314, 12, 16));
+}
+
 TEST(CandleChart, drawsADayWithoutABody) {
   const Rows rows = TextsOf(CandleChart({CandleOf(20240315, 14, 14)}, {{40, 16}, {{"title"}}}));
   EXPECT_EQ(ColumnOf(rows, kFirstCandle, 1, 9), "╷│││╽││││");

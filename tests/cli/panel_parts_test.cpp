@@ -215,23 +215,26 @@ TEST(ChartIn, fitsIntoAnyRoomWithTheMarketsCharts) {
   const DistributionItem distribution{10, 20, 3, {{10, 0.3}, {10, 0.3}}, {{10, 0.3}, {3, 0.1}}};
   for (const ChartSize& size : kSizes) {
     ExpectWithin(
-        ChartIn(size, [&](const ChartSize& room) { return StrengthChart(strength, 20240315, room); }), size);
-    ExpectWithin(ChartIn(size, [&](const ChartSize& room) { return EffectChart(effect, 20240315, room); }),
-                 size);
+        ChartIn(size,
+                [&](const ChartSize& room) { return ChartOf(StrengthPicture(strength, 20240315), room); }),
+        size);
+    ExpectWithin(
+        ChartIn(size, [&](const ChartSize& room) { return ChartOf(EffectPicture(effect, 20240315), room); }),
+        size);
     ExpectWithin(CutTo(DistributionChart(distribution, 20240315, size.columns), size), size);
   }
 }
 
 TEST(MarketCharts, areNothingWithoutRows) {
-  EXPECT_TRUE(StrengthChart({}, 20240315, {80, 24}).empty());
-  EXPECT_TRUE(EffectChart({}, 20240315, {80, 24}).empty());
+  EXPECT_TRUE(ChartOf(StrengthPicture({}, 20240315), {80, 24}).empty());
+  EXPECT_TRUE(ChartOf(EffectPicture({}, 20240315), {80, 24}).empty());
   EXPECT_FALSE(HasFigures({}));
 }
 
 TEST(MarketCharts, beginWithTheNewestFigures) {
-  EXPECT_EQ(TextsOf(StrengthChart({{930, 1, 2}, {1000, 3000, 10}}, 20240315, {80, 24})).at(0),
+  EXPECT_EQ(TextsOf(ChartOf(StrengthPicture({{930, 1, 2}, {1000, 3000, 10}}, 20240315), {80, 24})).at(0),
             "Strength  2024-03-15 10:00  up 3,000 (line)  down 10 (dots)");
-  EXPECT_EQ(TextsOf(EffectChart({{930, -0.5}, {1000, 1.5}}, 20240315, {80, 24})).at(0),
+  EXPECT_EQ(TextsOf(ChartOf(EffectPicture({{930, -0.5}, {1000, 1.5}}, 20240315), {80, 24})).at(0),
             "Money-making effect  2024-03-15 10:00  +1.5000");
   EXPECT_EQ(TextsOf(DistributionChart({10, 20, 3, {}, {}}, 20240315, 80)).at(0),
             "2024-03-15  up 10  unchanged 3  down 20");

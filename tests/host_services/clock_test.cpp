@@ -181,6 +181,20 @@ TEST_F(ServerClock, isSureWhenLearnedUntilSomethingPutsItInDoubt) {
   EXPECT_FALSE(clock_.Sure(now_));
 }
 
+TEST_F(ServerClock, knowsOfASuspensionUntilItIsHeardAgain) {
+  Sleep(std::chrono::hours(9));
+  EXPECT_FALSE(clock_.Suspended(now_)) << "it was not learned before";
+  (void)Learn(kStart);
+  Pass(std::chrono::hours(9));
+  EXPECT_FALSE(clock_.Suspended(now_));
+  Sleep(seconds(60));
+  EXPECT_TRUE(clock_.Suspended(now_));
+  (void)Learn(-5);
+  EXPECT_TRUE(clock_.Suspended(now_)) << "a date that is none says nothing";
+  (void)Learn(Now());
+  EXPECT_FALSE(clock_.Suspended(now_));
+}
+
 int jumps = 0;
 
 TEST_F(ServerClock, tellsOfEachJumpAndOfNothingElse) {

@@ -3,6 +3,7 @@
 // file, with an answer of a running server below each endpoint (target `protocol_page`).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdlib>
@@ -17,6 +18,7 @@
 #include "endpoint_fixture.h"
 #include "market_server/answer.h"
 #include "market_server/gzip.h"
+#include "market_server/model/calendar.h"
 #include "market_server/routes.h"
 
 namespace market_server::testing {
@@ -430,6 +432,31 @@ TEST_F(ProtocolSentences, theBookAndTheHours) {
   EXPECT_EQ(volume("2024-03-15 15:00:03"), volume("2024-03-15 23:59:59"));
 }
 
+TEST_F(ProtocolSentences, unitsOfQuotes) {
+  EXPECT_TRUE(PageSays("are numbers of percent: 1.5 is 1.5 %"));
+  EXPECT_TRUE(
+      PageSays("Prices and index levels are in yuan, volumes in shares, amounts and capitalisations in"));
+  EXPECT_TRUE(PageSays("price to earnings (negative: a loss; of a new share 0)"));
+  bool makes_a_loss = false;
+  const Document board = Board("cn_a");
+  for (const Value& row : board["data"].GetArray()) {
+    const std::string code = Text(row, "code");
+    const double before = Number(row, "preclose");
+    EXPECT_NEAR(Number(row, "change"), Number(row, "diff") / before * 100, 0.0051) << code;
+    EXPECT_NEAR(Number(row, "amp"), (Number(row, "high") - Number(row, "low")) / before * 100, 0.0051)
+        << code;
+    EXPECT_NEAR(Number(row, "tr"), Number(row, "vol") / Number(row, "shares") * 100, 0.0051) << code;
+    EXPECT_NEAR(Number(row, "mc") / (Number(row, "last") * Number(row, "tso")), 1, 1e-6) << code;
+    EXPECT_NEAR(Number(row, "cmc") / (Number(row, "last") * Number(row, "shares")), 1, 1e-6) << code;
+    if (Number(row, "vol") > 0) {
+      const double average = Number(row, "amt") / Number(row, "vol");
+      EXPECT_TRUE(average > Number(row, "low") - 0.01 && average < Number(row, "high") + 0.01) << code;
+    }
+    makes_a_loss = makes_a_loss || Number(row, "pe") < 0;
+  }
+  EXPECT_TRUE(makes_a_loss);
+}
+
 TEST_F(ProtocolSentences, numbersAreShort) {
   EXPECT_TRUE(PageSays("No figure has more than four decimals: 1.15, never 1.1500000000000001."));
   EXPECT_TRUE(PageSays("whole ones below 10^15 without fraction or exponent"));
@@ -624,6 +651,12 @@ TEST_F(ProtocolSentencesOfManyDays, minuteLines) {
     return days("20240313", count, "sh600000")["data"]["sh600000"].Size();
   };
   EXPECT_EQ(size("2147483647"), size("250"));
+  model::Date oldest = 20240313;
+  for (int day = 1; day < 250; ++day) oldest = model::PreviousTradingDay(oldest);
+  const Document most = days("20240313", "250", "sh600000");
+  std::string digits = most["data"]["sh600000"][0]["date"].GetString();
+  std::erase(digits, '-');
+  EXPECT_EQ(digits, std::to_string(oldest));
   const Document first = days("20150106", "250");
   ASSERT_EQ(first["data"]["sh000001"].Size(), 2U) << "the first day of all counts";
   EXPECT_STREQ(first["data"]["sh000001"][0]["date"].GetString(), "2015-01-05");
@@ -693,6 +726,11 @@ TEST_F(ProtocolSentences, packages) {
   };
   EXPECT_EQ(version("2024-03-15 17:59:59"), "20240314");
   EXPECT_EQ(version("2024-03-15 18:00:00"), "20240315");
+  EXPECT_TRUE(PageSays("a line with the version, a line with the number of symbols, and for each symbol"));
+  const std::string metadata = Gunzip(bench.Raw("/static/kline.meta.gzip").body);
+  const std::size_t second = metadata.find('\n') + 1;
+  ASSERT_EQ(metadata.compare(second, 2, "p:"), 0);
+  EXPECT_EQ(std::stol(metadata.substr(second + 2)), std::count(metadata.begin(), metadata.end(), '\n') - 2);
   EXPECT_TRUE(PageSays("Plates have none"));
   EXPECT_EQ(bench.Raw("/static/kline.bk1001.day.bfq.20240314.gzip").status, 404);
 }

@@ -1,0 +1,51 @@
+// The course of trading days: price and average against the previous close, volumes below, events as marks on
+// the line. Candles are candle_chart.h's matter. Used by the UI thread.
+#pragma once
+
+#include <list>
+#include <vector>
+
+#include "analytics/stock_unusual_event.h"
+#include "charts/stock_mline.h"
+#include "desktop/charts/reading_chart.h"
+#include "desktop/charts/session_axis.h"
+
+namespace desktop {
+
+class MinuteChart final : public ReadingChart {
+ public:
+  explicit MinuteChart(QWidget* parent = nullptr);
+
+  /// All days of `line`, side by side. An index has no average. Nothing happens when that is shown already.
+  void SetLine(const StockMLineData& line, bool average);
+  /// Events of the last day; one whose time is none of the line's minutes is left out.
+  void SetEvents(const std::list<StockUnusualEventItem>& events);
+
+ private:
+  struct Minute {
+    double place;
+    std::uint32_t date;
+    MinutePoint point;
+    bool rise;
+  };
+
+  [[nodiscard]] std::size_t Points() const override { return minutes_.size(); }
+  [[nodiscard]] QPointF PlaceOf(std::size_t minute) const override;
+  void DrawPoints() override;
+  void ShowFigures() override;
+  void DrawDays();
+  void DrawEvents();
+  [[nodiscard]] QString EventsAt(const Minute& minute) const;
+  [[nodiscard]] QwtText PriceLabel(double price) const;
+  [[nodiscard]] QwtText RateLabel(double price) const;
+
+  ChartPlot& prices_;
+  ChartPlot& volumes_;
+  StockMLineData line_;
+  bool average_ = true;
+  std::list<StockUnusualEventItem> events_;
+  SessionAxis axis_;
+  std::vector<Minute> minutes_;  // those that have a price
+};
+
+}  // namespace desktop

@@ -1,0 +1,404 @@
+#include "desktop/list_pane.h"
+
+#include <QtGui/QContextMenuEvent>
+#include <QtGui/QDropEvent>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QScrollBar>
+#include <algorithm>
+#include <chrono>
+#include <limits>
+
+#include "desktop/words.h"
+
+namespace desktop {
+namespace {
+
+constexpr std::chrono::milliseconds kScrollRest(40);
+constexpr int kRowsForWidths = 60;
+constexpr int kRowPadding = 6;
+constexpr int kTitlePadding = 26;
+constexpr int kMostMore = 40;  // pixels that a column gets besides what it needs
+constexpr int kLeastColumns = 3;
+constexpr int kNever = 1000;  // rank of what is shown on demand only
+constexpr std::string_view kRowNumber = "row";
+
+const QString kHeaderKey = QStringLiteral("/header");
+
+}  // namespace
+
+ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> shown, ListTraits traits)
+    : Pane(desk, id),
+      traits_(std::move(traits)),
+      pages_(dynamic_cast<cli::PagedList*>(shown.get())),
+      table_(new ViewTable(this)),
+      list_(new QTableView),
+      painter_(new CellPainter(this)) {
+  Add(std::move(shown));
+  for (const cli::Knob knob : {cli::Knob::kGroup, cli::Knob::kSpan}) {
+    if (view().SettingOf(knob)) {
+      AddKnob(knob);
+    }
+  }
+  list_->setModel(table_);
+  list_->setItemDelegate(painter_);
+  list_->setShowGrid(false);
+  list_->setSelectionMode(QAbstractItemView::NoSelection);
+  list_->setFrameShape(QFrame::NoFrame);
+  list_->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+  list_->setWordWrap(false);
+  list_->setTabKeyNavigation(false);
+  list_->setContextMenuPolicy(Qt::CustomContextMenu);
+  list_->setAccessibleName(Title());
+  list_->verticalHeader()->hide();
+  list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+  list_->verticalHeader()->setDefaultSectionSize(list_->fontMetrics().height() + kRowPadding);
+  list_->setMinimumHeight(0);
+  SetUpHeader();
+  if (traits_.is_watch_list) {
+    table_->SetDraggable(true);
+    list_->setSelectionMode(QAbstractItemView::SingleSelection);
+    list_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    list_->setDragDropMode(QAbstractItemView::InternalMove);
+    list_->setDropIndicatorShown(true);
+  }
+  list_->viewport()->installEventFilter(this);
+  list_->installEventFilter(this);
+  SetBody(list_);
+  sight_.setSingleShot(true);
+  sight_.setInterval(kScrollRest);
+  connect(&sight_, &QTimer::timeout, this, &ListPane::AskForSight);
+  connect(list_->verticalScrollBar(), &QScrollBar::valueChanged, &sight_, qOverload<>(&QTimer::start));
+  connect(list_->verticalScrollBar(), &QScrollBar::rangeChanged, &sight_, qOverload<>(&QTimer::start));
+  connect(list_, &QTableView::clicked, this, [this](const QModelIndex& index) { OnRow(index.row()); });
+  connect(list_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+          [this](const QModelIndex& index) {
+            // Arrow keys select as they go.
+            if (list_->hasFocus() && index.isValid()) {
+              OnRow(index.row());
+            }
+          });
+  connect(list_, &QTableView::customContextMenuRequested, this, &ListPane::OnMenu);
+  connect(table_, &QAbstractItemModel::modelReset, this, [this] { was_reset_ = true; });
+  connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
+}
+
+// --- Columns
+
+void ListPane::SetUpHeader() {
+  QHeaderView* const header = list_->horizontalHeader();
+  header->setSectionsMovable(true);
+  header->setSectionsClickable(true);
+  header->setHighlightSections(false);
+  header->setMinimumSectionSize(24);
+  header->setStretchLastSection(false);
+  header->setContextMenuPolicy(Qt::CustomContextMenu);
+  const auto arranged = [this] { is_arranged_ = is_arranged_ || !is_fitting_; };
+  connect(header, &QHeaderView::sectionMoved, this, arranged);
+  connect(header, &QHeaderView::sectionResized, this, arranged);
+  connect(header, &QHeaderView::sectionClicked, this, &ListPane::OnHeader);
+  connect(header, &QHeaderView::customContextMenuRequested, this, &ListPane::OnHeaderMenu);
+}
+
+// Until the user has arranged them: each column as wide as its figures, the less important ones left out
+// where there is no room for them, the room that is left shared by all.
+void ListPane::FitColumns() {
+  if (is_arranged_ || table_->size() == 0) {
+    return;
+  }
+  is_fitting_ = true;
+  const QFontMetrics metrics = list_->fontMetrics();
+  const QFontMetrics title_metrics = list_->horizontalHeader()->fontMetrics();
+  const int digit = metrics.horizontalAdvance(QLatin1Char('0'));
+  const int begin = static_cast<int>(table_->first());
+  const int end = std::min(table_->rowCount(), begin + kRowsForWidths);
+  struct Wanted {
+    int column;
+    int rank;
+    int width;
+  };
+  std::vector<Wanted> columns;
+  for (int column = 0; column < table_->columnCount(); ++column) {
+    const cli::Column& shape = table_->column(column);
+    const QString title = table_->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
+    int width = std::max(title_metrics.horizontalAdvance(title) + kTitlePadding, shape.min_width * digit);
+    for (int row = begin; row < end; ++row) {
+      const QString text = table_->data(table_->index(row, column), Qt::DisplayRole).toString();
+      width = std::max(width, CellPainter::WidthFor(metrics, text));
+    }
+    columns.push_back({column, shape.name == kRowNumber ? kNever : shape.rank, width});
+  }
+  std::stable_sort(columns.begin(), columns.end(),
+                   [](const Wanted& a, const Wanted& b) { return a.rank < b.rank; });
+  int room = list_->viewport()->width();
+  int used = 0;
+  int shown = 0;
+  for (const Wanted& one : columns) {
+    const bool fits = one.rank < kNever && (shown < kLeastColumns || used + one.width <= room);
+    list_->setColumnHidden(one.column, !fits);
+    used += fits ? one.width : 0;
+    shown += fits ? 1 : 0;
+  }
+  const int more = shown == 0 ? 0 : std::clamp((room - used) / shown, 0, kMostMore);
+  for (const Wanted& one : columns) {
+    if (!list_->isColumnHidden(one.column)) {
+      list_->setColumnWidth(one.column, one.width + more);
+    }
+  }
+  is_fitting_ = false;
+}
+
+void ListPane::Save() {
+  if (is_arranged_) {
+    desk().settings().setValue(id() + kHeaderKey, list_->horizontalHeader()->saveState());
+  }
+}
+
+void ListPane::ShowOrder() {
+  const auto column = view().SettingOf(cli::Knob::kColumn);
+  const auto direction = view().SettingOf(cli::Knob::kDirection);
+  if (column && direction) {
+    table_->SetOrder(table_->ColumnOf(cli::NameOf(column->choices, column->number)),
+                     direction->number == cli::kAscending);
+  }
+}
+
+// Another column is sorted with the largest on top, the same one the other way round; the third click gives
+// the watch list its own order back.
+void ListPane::OnHeader(int section) {
+  const auto column = view().SettingOf(cli::Knob::kColumn);
+  if (!column) {
+    return;
+  }
+  const auto number = cli::NumberOf(column->choices, table_->ColumnName(section));
+  const int direction = view().SettingOf(cli::Knob::kDirection)->number;
+  if (!number) {
+    desk().Tell(Word("The server does not sort by this column", "服务器不支持按此列排序"));
+  } else if (*number != column->number) {
+    if (direction == cli::kAscending) {
+      view().Set(cli::Knob::kDirection, cli::kDescending);
+    }
+    view().Set(cli::Knob::kColumn, *number);
+  } else if (traits_.is_watch_list && direction == cli::kAscending) {
+    view().Set(cli::Knob::kDirection, cli::kDescending);
+    view().Set(cli::Knob::kColumn, 0);
+  } else {
+    view().Turn(cli::Knob::kDirection, 1);
+  }
+  if (number) {
+    OnTurned();
+  }
+  ShowOrder();
+}
+
+void ListPane::OnHeaderMenu(const QPoint& at) {
+  QMenu menu;
+  for (int column = 0; column < table_->columnCount(); ++column) {
+    QAction* const action =
+        menu.addAction(table_->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString());
+    action->setCheckable(true);
+    action->setChecked(!list_->isColumnHidden(column));
+    action->setToolTip(table_->headerData(column, Qt::Horizontal, Qt::ToolTipRole).toString());
+    connect(action, &QAction::toggled, this, [this, column](bool on) {
+      is_arranged_ = true;
+      list_->setColumnHidden(column, !on);
+      if (on && list_->columnWidth(column) <= list_->horizontalHeader()->minimumSectionSize()) {
+        list_->resizeColumnToContents(column);
+      }
+    });
+  }
+  menu.setToolTipsVisible(true);
+  menu.exec(list_->horizontalHeader()->mapToGlobal(at));
+}
+
+// --- Rows
+
+void ListPane::Draw() {
+  ViewTable::Place place;
+  if (pages_ != nullptr) {
+    place.first = pages_->first_row();
+    place.total = pages_->total();
+    place.names = [this] { return pages_->WholeList(); };
+  }
+  cli::Table rows = view().AsTable();
+  if (rows.columns().empty()) {
+    return;
+  }
+  table_->Show(std::move(rows), view().RowKeys(), view().Securities(), std::move(place));
+  if (std::exchange(was_reset_, false)) {
+    const QSignalBlocker quiet(list_->horizontalHeader());
+    is_arranged_ =
+        list_->horizontalHeader()->restoreState(desk().settings().value(id() + kHeaderKey).toByteArray());
+    list_->horizontalHeader()->setSortIndicatorShown(false);
+    is_fitting_ = false;
+    ShowOrder();
+    has_widths_ = false;
+  }
+  if (!has_widths_ && table_->size() > 0) {
+    has_widths_ = true;
+    FitColumns();
+  }
+  MarkCurrent(false);
+  if (seen() && traits_.steps && (pinned().code.empty())) {
+    StepHere();
+  }
+  sight_.start();
+}
+
+void ListPane::StepHere() {
+  desk().StepThrough(this, [this] {
+    if (pages_ != nullptr) {
+      return pages_->WholeList();
+    }
+    std::vector<BaseInfoItem> list;
+    for (const cli::Security& security : view().Securities()) {
+      list.push_back({security.code, security.name, L"", 0});
+    }
+    return list;
+  });
+}
+
+bool ListPane::HasPicture() const {
+  return table_->rowCount() > 0 && view().WhyEmpty().empty() && view().WhyNothingToAsk().empty();
+}
+
+bool ListPane::IsSettled() const {
+  return Pane::IsSettled() &&
+         (pages_ == nullptr || pages_->total().has_value() || !view().WhyNothingToAsk().empty());
+}
+
+QString ListPane::Note() const {
+  const QString note = pages_ == nullptr ? Pane::Note() : QString();
+  const int rows = table_->rowCount();
+  return !note.isEmpty() || rows == 0 ? note : Word("%1 rows", "共 %1 行").arg(rows);
+}
+
+void ListPane::OnTurned() {
+  table_->Clear();
+  list_->scrollToTop();
+  ShowOrder();
+  ShowState();
+}
+
+void ListPane::OnSeen() {
+  sight_.start();
+}
+
+void ListPane::OnSecurity(const cli::Security& security) {
+  const std::string before = view().Title();
+  Pane::OnSecurity(security);
+  if (view().Title() != before) {
+    OnTurned();
+  }
+  MarkCurrent(true);
+}
+
+// The row of the current security; it is brought into sight when it has become another one.
+void ListPane::MarkCurrent(bool in_sight) {
+  const int row = in_sight ? table_->RowOf(desk().current().code) : table_->RowHere(desk().current().code);
+  painter_->SetCurrentRow(row);
+  list_->viewport()->update();
+  if (row < 0) {
+    return;
+  }
+  if (list_->currentIndex().row() != row) {
+    const QSignalBlocker quiet(list_->selectionModel());
+    list_->setCurrentIndex(table_->index(row, 0));
+  }
+  const bool chosen_here = list_->hasFocus() && !in_sight;
+  if (in_sight && !chosen_here) {
+    list_->scrollTo(table_->index(row, std::max(0, list_->horizontalHeader()->logicalIndexAt(0))));
+  }
+}
+
+void ListPane::OnRow(int row) {
+  const auto security = table_->SecurityAt(row);
+  if (!security || security->code.empty()) {
+    return;
+  }
+  if (security->code != desk().current().code) {
+    if (traits_.steps) {
+      StepHere();
+    }
+    desk().Select(*security);
+  }
+}
+
+void ListPane::OnMenu(const QPoint& at) {
+  const auto security = table_->SecurityAt(list_->rowAt(at.y()));
+  if (!security || security->code.empty()) {
+    return;
+  }
+  QMenu menu;
+  const auto tell = [this](const std::string& text) { desk().Tell(Text(text)); };
+  menu.addAction(Word("Add to the watch list", "加入自选"),
+                 [&] { tell(desk().watch_list().Add(*security)); });
+  menu.addAction(Word("Remove from the watch list", "移出自选"),
+                 [&] { tell(desk().watch_list().Remove(*security)); });
+  menu.exec(list_->viewport()->mapToGlobal(at));
+}
+
+// --- Rows in sight
+
+void ListPane::AskForSight() {
+  if (pages_ == nullptr || !seen()) {
+    return;
+  }
+  const int top = std::max(list_->rowAt(0), 0);
+  const int shown =
+      list_->viewport()->height() / std::max(list_->verticalHeader()->defaultSectionSize(), 1) + 1;
+  // There is no need to ask as long as what is here goes beyond what is seen.
+  const auto held_first = static_cast<int>(table_->first());
+  const auto held_end = held_first + static_cast<int>(table_->size());
+  const int total = static_cast<int>(pages_->total().value_or(std::numeric_limits<int>::max()));
+  const int first = std::max(top - shown, 0);
+  const int end = std::min(top + 2 * shown, total);
+  const bool enough =
+      held_first <= top && held_end >= std::min(top + shown, total) && held_end - held_first <= 4 * shown;
+  const bool near_edge = (held_first > 0 && top - held_first < shown / 2) ||
+                         (held_end < total && held_end - (top + shown) < shown / 2);
+  if (end > first && (!enough || near_edge || table_->size() == 0)) {
+    pages_->SetRange({static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(end)});
+  }
+}
+
+bool ListPane::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == list_->viewport() && event->type() == QEvent::Resize) {
+    FitColumns();
+    sight_.start();
+  }
+  if (watched == list_->viewport() && event->type() == QEvent::MouseButtonPress) {
+    pressed_ = table_->SecurityAt(list_->rowAt(static_cast<QMouseEvent&>(*event).pos().y()));
+  }
+  if (watched == list_->viewport() && event->type() == QEvent::Drop && traits_.is_watch_list) {
+    const int to = list_->rowAt(static_cast<QDropEvent&>(*event).pos().y());
+    OnDrop(to < 0 ? table_->rowCount() - 1 : to);
+    event->accept();
+    return true;
+  }
+  if (watched == list_ && event->type() == QEvent::KeyPress && traits_.is_watch_list &&
+      static_cast<QKeyEvent&>(*event).key() == Qt::Key_Delete) {
+    if (const auto security = table_->SecurityAt(list_->currentIndex().row())) {
+      desk().Tell(Text(desk().watch_list().Remove(*security)));
+    }
+    return true;
+  }
+  return Pane::eventFilter(watched, event);
+}
+
+// Rows may have changed places since the drag began.
+void ListPane::OnDrop(int to) {
+  const std::optional<cli::Security> security = std::exchange(pressed_, std::nullopt);
+  if (!security || table_->RowOf(security->code) == to) {
+    return;
+  }
+  const auto column = view().SettingOf(cli::Knob::kColumn);
+  if (column && column->number != 0) {
+    desk().Tell(Word("Rows are moved in the list's own order only: click the sorted column until it is back",
+                     "仅可在自选自身顺序下拖动：请先取消排序"));
+    return;
+  }
+  desk().Tell(Text(desk().watch_list().Move(*security, static_cast<std::size_t>(to))));
+}
+
+}  // namespace desktop

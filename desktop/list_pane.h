@@ -1,0 +1,65 @@
+// Lists: a view's rows in a table that is sorted by clicking its header, whose columns are chosen, moved and
+// remembered, and whose rows select securities. Of a list that comes page by page only the rows in sight and
+// a page around them are asked for. Main thread only.
+#pragma once
+
+#include <QtWidgets/QTableView>
+
+#include "cli/views/list_views.h"
+#include "desktop/cell_painter.h"
+#include "desktop/pane.h"
+#include "desktop/view_table.h"
+
+namespace desktop {
+
+/// What a list can do besides.
+struct ListTraits {
+  bool steps = true;           ///< Page Up and Page Down step through it
+  bool is_watch_list = false;  ///< rows are removed and dragged
+};
+
+class ListPane final : public Pane {
+ public:
+  ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> view, ListTraits traits);
+
+  [[nodiscard]] ViewTable& table() { return *table_; }
+  [[nodiscard]] QTableView& list() { return *list_; }
+  void Save() override;
+  void TakeFocus() override { list_->setFocus(); }
+  [[nodiscard]] bool IsSettled() const override;
+
+ private:
+  void Draw() override;
+  void OnSecurity(const cli::Security& security) override;
+  void OnTurned() override;
+  void OnSeen() override;
+  [[nodiscard]] bool HasPicture() const override;
+  [[nodiscard]] QString Note() const override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+  void SetUpHeader();
+  void FitColumns();
+  void ShowOrder();
+  void OnHeader(int column);
+  void OnHeaderMenu(const QPoint& at);
+  void OnMenu(const QPoint& at);
+  void OnRow(int row);
+  void OnDrop(int to);
+  void AskForSight();
+  void MarkCurrent(bool in_sight);
+  void StepHere();
+
+  const ListTraits traits_;
+  cli::PagedList* const pages_;  // null: the list comes as a whole
+  ViewTable* table_;
+  QTableView* list_;
+  CellPainter* painter_;
+  QTimer sight_;
+  std::optional<cli::Security> pressed_;  // in the row that the mouse was pressed in last
+  bool is_arranged_ = false;              // the columns, by the user
+  bool is_fitting_ = false;               // or by this pane, just now
+  bool has_widths_ = false;
+  bool was_reset_ = false;  // the model's columns are others: header and widths are set anew
+};
+
+}  // namespace desktop

@@ -1,0 +1,313 @@
+#include "desktop/main_window.h"
+
+#include <QtGui/QKeyEvent>
+#include <QtWidgets/QActionGroup>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QStatusBar>
+#include <QtWidgets/QToolBar>
+#include <QtWidgets/QToolButton>
+#include <QtWidgets/QVBoxLayout>
+
+#include "cli/format/chart_headings.h"
+#include "cli/format/china_time.h"
+#include "cli/format/text.h"
+#include "desktop/theme.h"
+#include "desktop/words.h"
+#include "host/clock.h"
+
+namespace desktop {
+namespace {
+
+constexpr int kMessageTime = 6000;  // ms
+constexpr QSize kPaneWindow(720, 460);
+
+const QString kGeometry = QStringLiteral("window/geometry");
+const QString kPage = QStringLiteral("window/page");
+const QString kWindows = QStringLiteral("windows");
+
+QLabel* MadeLabel() {
+  auto* const label = new QLabel;
+  label->setTextFormat(Qt::PlainText);
+  label->setContentsMargins(8, 0, 8, 0);
+  return label;
+}
+
+void Paint(QLabel& label, const QString& text, const QColor& colour) {
+  label.setText(text);
+  QPalette palette = label.palette();
+  palette.setColor(QPalette::WindowText, colour);
+  label.setPalette(palette);
+}
+
+}  // namespace
+
+// --- Windows of one pane
+
+PaneWindow::PaneWindow(Desk& desk, const PaneKind& kind, const cli::Security& security, int number)
+    : kind_(kind) {
+  auto* const layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  pane_ = kind.make(desk, QStringLiteral("window%1/%2").arg(number).arg(Text(kind.name))).release();
+  layout->addWidget(pane_);
+  QString title = Word(kind.english, kind.chinese);
+  if (kind.of_security && !security.code.empty()) {
+    pane_->Pin(security);
+    title += QStringLiteral(": ") + Text(cli::NameText(security));
+  }
+  setWindowTitle(title);
+  resize(kPaneWindow);
+}
+
+// --- The main window
+
+MainWindow::MainWindow(Desk& desk)
+    : desk_(desk),
+      indices_(new IndexStrip(desk)),
+      stack_(new QStackedWidget),
+      finder_(nullptr),
+      badge_(MadeLabel()),
+      connection_(MadeLabel()),
+      clock_(MadeLabel()),
+      doctor_(MadeLabel()) {
+  setWindowTitle(
+      Word("Chinese A-shares", "A股行情") +
+      (desk.session().badge().empty() ? QString() : QStringLiteral(" – ") + Text(desk.session().badge())));
+  auto* const body = new QWidget;
+  auto* const layout = new QVBoxLayout(body);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  layout->addWidget(indices_);
+  layout->addWidget(stack_, 1);
+  setCentralWidget(body);
+  finder_ = new Finder(desk, this);
+  MakePageBar();
+  MakeMenu();
+  MakeStatusBar();
+  connect(&desk_, &Desk::told, this, &MainWindow::Tell);
+  connect(&desk_, &Desk::ticked, this, &MainWindow::SayStatus);
+  connect(&desk_, &Desk::themeChanged, this, &MainWindow::SayStatus);
+  resize(desk_.options().size);
+  restoreGeometry(desk_.settings().value(kGeometry).toByteArray());
+  const std::string asked = desk_.options().page;
+  ShowPage(asked.empty() ? desk_.settings().value(kPage, QStringLiteral("board")).toString().toStdString()
+                         : asked);
+  ReopenWindows();
+  SayStatus();
+  qApp->installEventFilter(this);
+}
+
+MainWindow::~MainWindow() {
+  qApp->removeEventFilter(this);
+}
+
+void MainWindow::MakePageBar() {
+  auto* const bar = new QToolBar(Word("Pages", "页面"));
+  bar->setObjectName(QStringLiteral("pages"));
+  bar->setMovable(false);
+  bar->setContextMenuPolicy(Qt::PreventContextMenu);
+  auto* const group = new QActionGroup(this);
+  int number = 1;
+  for (const PageKind& kind : PageKinds()) {
+    QAction* const action = bar->addAction(Word(kind.english, kind.chinese));
+    action->setCheckable(true);
+    action->setShortcut(QKeySequence(QStringLiteral("F%1").arg(number++)));
+    action->setToolTip(QStringLiteral("%1 (%2)").arg(action->text(), action->shortcut().toString()));
+    group->addAction(action);
+    page_actions_.emplace(kind.name, action);
+    connect(action, &QAction::triggered, this, [this, name = kind.name] { ShowPage(name); });
+  }
+  addToolBar(Qt::LeftToolBarArea, bar);
+}
+
+void MainWindow::MakeMenu() {
+  auto* const button = new QToolButton;
+  button->setText(QStringLiteral("☰"));
+  button->setPopupMode(QToolButton::InstantPopup);
+  button->setAccessibleName(Word("Menu", "菜单"));
+  auto* const menu = new QMenu(button);
+  QMenu* const add = menu->addMenu(Word("Open a pane on this page", "在本页打开"));
+  QMenu* const window = menu->addMenu(Word("Open a window", "新窗口"));
+  for (const PaneKind& kind : PaneKinds()) {
+    add->addAction(Word(kind.english, kind.chinese), [this, &kind] { page().Open(kind); });
+    window->addAction(Word(kind.english, kind.chinese),
+                      [this, &kind] { OpenWindow(kind, desk_.current()).show(); });
+  }
+  menu->addAction(Word("Arrange this page as at first", "恢复本页布局"), [this] { page().Arrange(); });
+  menu->addSeparator();
+  menu->addAction(Word("Light or dark", "浅色/深色"),
+                  [this] { desk_.ChooseTheme(!CurrentTheme().is_dark, CurrentTheme().green_up); });
+  menu->addAction(Word("Exchange the colours of rises and falls", "红涨绿跌/绿涨红跌"),
+                  [this] { desk_.ChooseTheme(CurrentTheme().is_dark, !CurrentTheme().green_up); });
+  menu->addSeparator();
+  const auto add_key = [&](const QString& text, const QKeySequence& key, const auto& work) {
+    QAction* const action = menu->addAction(text, work);
+    action->setShortcut(key);
+    action->setShortcutContext(Qt::ApplicationShortcut);
+    addAction(action);
+  };
+  const auto edit = [this](std::string (cli::WatchListEdits::*change)(const cli::Security&)) {
+    desk_.Tell(Text((desk_.watch_list().*change)(desk_.current())));
+  };
+  add_key(Word("Add to the watch list", "加入自选"), Qt::Key_Insert,
+          [edit] { edit(&cli::WatchListEdits::Add); });
+  add_key(Word("Remove from the watch list", "移出自选"), QKeySequence(QStringLiteral("Shift+Del")),
+          [edit] { edit(&cli::WatchListEdits::Remove); });
+  add_key(Word("Put back what was removed", "撤销移出"), QKeySequence(QStringLiteral("Ctrl+Z")),
+          [this] { desk_.Tell(Text(desk_.watch_list().Undo())); });
+  add_key(Word("Ask again", "刷新"), QKeySequence(QStringLiteral("Ctrl+R")), [this] { desk_.RefreshAll(); });
+  menu->addSeparator();
+  add_key(Word("Quit", "退出"), QKeySequence(QStringLiteral("Ctrl+Q")), [this] { close(); });
+  button->setMenu(menu);
+  auto* const bar = findChild<QToolBar*>(QStringLiteral("pages"));
+  bar->insertWidget(bar->actions().front(), button);
+}
+
+void MainWindow::MakeStatusBar() {
+  for (QLabel* const label : {badge_, connection_, clock_, doctor_}) {
+    statusBar()->addPermanentWidget(label);
+  }
+  statusBar()->setSizeGripEnabled(false);
+}
+
+void MainWindow::Tell(const QString& text) {
+  statusBar()->showMessage(text, kMessageTime);
+}
+
+void MainWindow::SayStatus() {
+  if (isMinimized() || !isVisible()) {
+    return;
+  }
+  const Theme& theme = CurrentTheme();
+  Paint(*badge_, Text(desk_.session().badge()), theme.warning);
+  const QString server = Text(cli::Printable(desk_.session().server_text()));
+  switch (stock_host::ConnectionState()) {
+    case stock_host::Connection::kLive:
+      Paint(*connection_, Word("connected to ", "已连接 ") + server, theme.dim);
+      break;
+    case stock_host::Connection::kFailing:
+      Paint(*connection_, Word("not connected to ", "连接失败 ") + server, theme.warning);
+      break;
+    case stock_host::Connection::kIdle:
+    case stock_host::Connection::kNoServer:
+      Paint(*connection_, Word("connecting to ", "正在连接 ") + server, theme.dim);
+      break;
+  }
+  const stock_host::ServerClockState clock = stock_host::ReadServerClock();
+  Paint(*clock_,
+        clock.known ? Word("clock: server", "时钟：服务器") : Word("clock: this machine", "时钟：本机"),
+        theme.dim);
+  const Desk::Verdict verdict = desk_.Doctor();
+  Paint(*doctor_, Word("doctor: ", "自检：") + verdict.text.left(60),
+        verdict.good ? theme.dim : theme.warning);
+  doctor_->setToolTip(verdict.details);
+}
+
+Page& MainWindow::page() const {
+  return static_cast<Page&>(*stack_->currentWidget());
+}
+
+void MainWindow::ShowPage(std::string_view name) {
+  const auto& kinds = PageKinds();
+  auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const PageKind& one) { return one.name == name; });
+  kind = kind == kinds.end() ? kinds.begin() : kind;
+  auto found = pages_.find(kind->name);
+  if (found == pages_.end()) {
+    auto* const made = new Page(desk_, *kind);
+    stack_->addWidget(made);
+    found = pages_.emplace(kind->name, made).first;
+  }
+  stack_->setCurrentWidget(found->second);
+  page_actions_.at(kind->name)->setChecked(true);
+  if (Pane* const first = found->second->Find(kind->panes.front().pane)) {
+    first->TakeFocus();
+  }
+}
+
+PaneWindow& MainWindow::OpenWindow(const PaneKind& kind, const cli::Security& security) {
+  ForgetClosed();
+  windows_.push_back(std::make_unique<PaneWindow>(desk_, kind, security, static_cast<int>(windows_.size())));
+  return *windows_.back();
+}
+
+void MainWindow::ForgetClosed() {
+  std::erase_if(windows_, [](const auto& window) { return !window->isVisible() && !window->isMinimized(); });
+}
+
+void MainWindow::Save() {
+  QSettings& settings = desk_.settings();
+  settings.setValue(kGeometry, saveGeometry());
+  settings.setValue(kPage, Text(page().kind().name));
+  for (const auto& [name, made] : pages_) {
+    made->Save();
+  }
+  ForgetClosed();
+  settings.beginWriteArray(kWindows, static_cast<int>(windows_.size()));
+  for (std::size_t i = 0; i < windows_.size(); ++i) {
+    settings.setArrayIndex(static_cast<int>(i));
+    PaneWindow& window = *windows_[i];
+    settings.setValue(QStringLiteral("kind"), Text(window.kind().name));
+    settings.setValue(QStringLiteral("code"), QString::fromStdWString(window.pane().pinned().code));
+    settings.setValue(QStringLiteral("name"), QString::fromStdWString(window.pane().pinned().name));
+    settings.setValue(QStringLiteral("geometry"), window.saveGeometry());
+    window.pane().Save();
+  }
+  settings.endArray();
+  settings.sync();
+}
+
+void MainWindow::ReopenWindows() {
+  QSettings& settings = desk_.settings();
+  const int count = settings.beginReadArray(kWindows);
+  struct Kept {
+    const PaneKind* kind;
+    cli::Security security;
+    QByteArray geometry;
+  };
+  std::vector<Kept> all;
+  for (int i = 0; i < count; ++i) {
+    settings.setArrayIndex(i);
+    all.push_back({FindPaneKind(settings.value(QStringLiteral("kind")).toString().toStdString()),
+                   cli::SecurityOf(settings.value(QStringLiteral("code")).toString().toStdWString(),
+                                   settings.value(QStringLiteral("name")).toString().toStdWString()),
+                   settings.value(QStringLiteral("geometry")).toByteArray()});
+  }
+  settings.endArray();
+  for (const Kept& kept : all) {
+    if (kept.kind != nullptr) {
+      PaneWindow& window = OpenWindow(*kept.kind, kept.security);
+      window.restoreGeometry(kept.geometry);
+      window.show();
+    }
+  }
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  Save();
+  windows_.clear();
+  QMainWindow::closeEvent(event);
+  qApp->quit();
+}
+
+// Letters that nothing else wants open the finder; Page Up and Page Down step wherever the focus is.
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::KeyPress || !watched->isWidgetType() || finder_->isVisible() ||
+      QApplication::activePopupWidget() != nullptr || qobject_cast<QLineEdit*>(watched) != nullptr ||
+      !static_cast<QWidget*>(watched)->isActiveWindow()) {
+    return QMainWindow::eventFilter(watched, event);
+  }
+  const auto& key = static_cast<QKeyEvent&>(*event);
+  if (key.key() == Qt::Key_PageUp || key.key() == Qt::Key_PageDown) {
+    desk_.Step(key.key() == Qt::Key_PageDown ? 1 : -1);
+    return true;
+  }
+  const bool plain = (key.modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) == Qt::NoModifier;
+  if (plain && !key.text().isEmpty() && key.text().at(0).isLetterOrNumber()) {
+    finder_->Open(key.text());
+    return true;
+  }
+  return QMainWindow::eventFilter(watched, event);
+}
+
+}  // namespace desktop

@@ -1,0 +1,41 @@
+// A page of a window: panes as docks that are moved, put above each other, closed and opened again, made when
+// the page is first looked at. Main thread only.
+#pragma once
+
+#include <QtWidgets/QDockWidget>
+#include <QtWidgets/QMainWindow>
+#include <map>
+#include <string_view>
+
+#include "desktop/pane_kinds.h"
+
+namespace desktop {
+
+class Page final : public QMainWindow {
+ public:
+  Page(Desk& desk, const PageKind& kind);
+
+  [[nodiscard]] const PageKind& kind() const { return kind_; }
+  [[nodiscard]] std::vector<Pane*> Panes() const;
+  /// Null: the page has no such pane at present.
+  [[nodiscard]] Pane* Find(std::string_view pane) const;
+  [[nodiscard]] QDockWidget* Dock(std::string_view pane) const;
+  /// Opens a pane that the page does not have, or shows it again.
+  void Open(const PaneKind& kind);
+  /// As it is at first.
+  void Arrange();
+  void Save();
+
+ private:
+  QDockWidget* Make(const PaneKind& kind);
+  void resizeEvent(QResizeEvent* event) override;
+  void ShareOut();
+  [[nodiscard]] QString Key(const char* what) const;
+
+  Desk& desk_;
+  const PageKind& kind_;
+  std::map<std::string_view, QDockWidget*> docks_;
+  bool is_arranged_ = false;  // by the user, some time
+};
+
+}  // namespace desktop

@@ -1,0 +1,109 @@
+// A piece of a window that shows views: tools on top, what is shown in the middle, and below it how the
+// figures are. As long as nobody can see it its views are suspended. Main thread only.
+#pragma once
+
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QWidget>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "desktop/desk.h"
+
+namespace desktop {
+
+/// One line that is cut where there is no more room, in the colour of a tone.
+class StateLine final : public QWidget {
+ public:
+  explicit StateLine(QWidget* parent);
+  void Show(const cli::FeedReport& report, const QString& note);
+  [[nodiscard]] QString Text() const { return accessibleName(); }
+
+ private:
+  void paintEvent(QPaintEvent* event) override;
+
+  cli::FeedReport report_;
+  QString note_;
+};
+
+class Pane : public QWidget {
+ public:
+  /// `id` names what the pane remembers: "board/list".
+  Pane(Desk& desk, QString id);
+  ~Pane() override;
+
+  [[nodiscard]] const QString& id() const { return id_; }
+  /// What is shown at present: "minute line of sh600000 浦发银行".
+  [[nodiscard]] QString Title() const;
+  /// False while another one is in front of it.
+  void SetOnStage(bool on_stage);
+  [[nodiscard]] bool seen() const { return seen_; }
+  void UpdateSeen();
+  /// Shows `security` from now on, whatever is selected elsewhere.
+  void Pin(const cli::Security& security);
+  [[nodiscard]] const cli::Security& pinned() const { return pinned_; }
+  /// Asks for what is in sight; `at_interval`: what does not ask by itself.
+  void Refresh(bool at_interval);
+  /// How the figures are at this moment.
+  void ShowState();
+  [[nodiscard]] QString State() const { return state_->Text(); }
+  [[nodiscard]] cli::FeedReport Report() const;
+  /// True when every view in sight has its figures or says why not.
+  [[nodiscard]] virtual bool IsSettled() const;
+  /// The keys of the keyboard go to it.
+  virtual void TakeFocus() { setFocus(); }
+  /// Keeps what the user has arranged.
+  virtual void Save() {}
+
+ protected:
+  /// The first view is the one whose state is shown.
+  template <class View>
+  View& Add(std::unique_ptr<View> view) {
+    View& added = *view;
+    Take(std::move(view));
+    return added;
+  }
+  [[nodiscard]] Desk& desk() const { return desk_; }
+  [[nodiscard]] cli::View& view(std::size_t number = 0) const { return views_[number]->view(); }
+  [[nodiscard]] QHBoxLayout& tools() const { return *tools_; }
+  void SetBody(QWidget* body);
+  /// For what is small and says by itself how it is.
+  void HideState();
+  /// A box that turns a knob of the first view.
+  QComboBox* AddKnob(cli::Knob knob);
+
+  /// Something has arrived, or the colours are others: the body shows what the views have.
+  virtual void Draw() = 0;
+  /// The security is another one.
+  virtual void OnSecurity(const cli::Security& security);
+  /// A knob was turned: what is shown is no longer what is asked for.
+  virtual void OnTurned() {}
+  /// Has just come into sight.
+  virtual void OnSeen() {}
+  /// False: there is nothing that `Draw` could show.
+  [[nodiscard]] virtual bool HasPicture() const { return view().has_data() && view().WhyEmpty().empty(); }
+  [[nodiscard]] virtual QString Note() const;
+
+ private:
+  void Take(std::unique_ptr<cli::View> view);
+  void DrawAndSay();
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+
+  Desk& desk_;
+  const QString id_;
+  std::vector<std::unique_ptr<LiveView>> views_;
+  std::vector<QComboBox*> knobs_;
+  cli::Security pinned_;
+  bool on_stage_ = true;
+  bool seen_ = false;
+  QHBoxLayout* tools_;
+  QStackedWidget* stack_;
+  QLabel* reason_;
+  StateLine* state_;
+};
+
+}  // namespace desktop

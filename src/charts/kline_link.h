@@ -1,0 +1,61 @@
+// Which candles belong together, and how two pieces of an adjusted series are brought to one base: by
+// previous close. Thread-safe: pure functions of their arguments and of the host's calendar.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+
+#include "charts/kline_package.h"
+#include "charts/kline_series.h"
+
+namespace charts {
+
+/// True when two dates belong to one candle of the period.
+[[nodiscard]] bool IsSamePeriod(Period period, std::uint32_t date, std::uint32_t other);
+
+/// The last candle that is none of a short line; the end if there is none.
+template <class Container>
+[[nodiscard]] auto LastDated(Container& candles) {
+  const auto found = std::find_if(candles.rbegin(), candles.rend(),
+                                  [](const KLineCandle& candle) { return candle.date != kShortLineDate; });
+  return found == candles.rend() ? candles.end() : std::prev(found.base());
+}
+
+/// The date that a series reaches: that of its last candle, leaving aside candles of short lines where there
+/// are others. 0 for an empty series.
+[[nodiscard]] std::uint32_t LastDate(const Candles& candles);
+
+/// A price of the newer piece by that of the older one; 1 when either is 0.
+[[nodiscard]] constexpr double Quotient(double newer, double older) {
+  return newer == 0 || older == 0 ? 1 : newer / older;
+}
+
+/// What links `next` to the last candle of a series in which no trading day up to `complete_to` is missing.
+/// Across a gap prices moved, so only neighbouring trading days are linked: 1 for others.
+[[nodiscard]] double LinkOfNeighbours(const KLineCandle& last, std::uint32_t complete_to,
+                                      const KLineCandle& next);
+
+/// What links two pieces: by the latest day that both have, else by `next`, the first candle that is new,
+/// which completes `last`, the last one of the older piece, or follows it.
+[[nodiscard]] double LinkOf(Period period, const Candles& older, const Candles& newer,
+                            const KLineCandle& last, const KLineCandle& next);
+
+void Scale(KLineCandle& candle, double factor);
+
+/// Brings two pieces of a series to one base. `link` is a price in the base of the newer piece by the same
+/// price in that of the older one: history adjusted forward follows what is new, what is new follows history
+/// adjusted backward.
+template <class Older, class Newer>
+void Link(Adjustment adjustment, double link, Older& older, Newer& newer) {
+  if (link == 1) {
+    return;
+  }
+  if (adjustment == Adjustment::kForward) {
+    std::for_each(older.begin(), older.end(), [link](KLineCandle& candle) { Scale(candle, link); });
+  } else if (adjustment == Adjustment::kBackward) {
+    std::for_each(newer.begin(), newer.end(), [link](KLineCandle& candle) { Scale(candle, 1 / link); });
+  }
+}
+
+}  // namespace charts
