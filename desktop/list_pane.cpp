@@ -30,7 +30,7 @@ const QString kHeaderKey = QStringLiteral("/header");
 
 ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> shown, ListTraits traits)
     : Pane(desk, id),
-      traits_(std::move(traits)),
+      traits_(traits),
       pages_(dynamic_cast<cli::PagedList*>(shown.get())),
       table_(new ViewTable(this)),
       list_(new QTableView),
