@@ -97,6 +97,8 @@ void Desk::LoadReference() {
     }
     selection_->OnReferenceData();
     Q_EMIT listsLoaded();
+    // What was asked for first was asked by this machine's clock: the server's may stand on another day.
+    RefreshAll();
   });
 }
 

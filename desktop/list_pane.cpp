@@ -20,7 +20,8 @@ constexpr int kRowPadding = 6;
 constexpr int kTitlePadding = 26;
 constexpr int kMostMore = 40;  // pixels that a column gets besides what it needs
 constexpr int kLeastColumns = 3;
-constexpr int kNever = 1000;  // rank of what is shown on demand only
+constexpr int kLeastText = 100;  // pixels
+constexpr int kNever = 1000;     // rank of what is shown on demand only
 constexpr std::string_view kRowNumber = "row";
 
 const QString kHeaderKey = QStringLiteral("/header");
@@ -29,7 +30,7 @@ const QString kHeaderKey = QStringLiteral("/header");
 
 ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> shown, ListTraits traits)
     : Pane(desk, id),
-      traits_(std::move(traits)),
+      traits_(traits),
       pages_(dynamic_cast<cli::PagedList*>(shown.get())),
       table_(new ViewTable(this)),
       list_(new QTableView),
@@ -142,7 +143,11 @@ void ListPane::FitColumns() {
   const int more = shown == 0 ? 0 : std::clamp((room - used) / shown, 0, kMostMore);
   for (const Wanted& one : columns) {
     if (!list_->isColumnHidden(one.column)) {
-      list_->setColumnWidth(one.column, one.width + more);
+      // A text may be cut, a figure not.
+      const bool is_cut = used > room && table_->column(one.column).align == cli::Align::kLeft &&
+                          one.width - (used - room) >= kLeastText;
+      list_->setColumnWidth(one.column, is_cut ? one.width - (used - room) : one.width + more);
+      used = is_cut ? room : used;
     }
   }
   is_fitting_ = false;

@@ -52,7 +52,7 @@ void Say(const char* what, double value, const char* unit) {
 }
 
 struct Run {
-  std::vector<double> frames;
+  std::vector<Application::Frame> frames;
   double longest_delivery = 0;  // ms
   double processor = 0;
   double clock = 0;
@@ -68,13 +68,21 @@ struct Run {
     return 100 * (Now(CLOCK_PROCESS_CPUTIME_ID) - processor) / (Now(CLOCK_MONOTONIC) - clock);
   }
   void Tell(const std::string& when) const {
-    std::vector<double> sorted = frames;
+    std::vector<double> sorted;
+    std::vector<double> worked;
+    for (const Application::Frame& frame : frames) {
+      sorted.push_back(frame.clock);
+      worked.push_back(frame.processor);
+    }
     std::sort(sorted.begin(), sorted.end());
+    std::sort(worked.begin(), worked.end());
     Say((when + ": processor").c_str(), Load(), "% of one core");
     Say((when + ": frames").c_str(), static_cast<double>(frames.size()), "");
     if (!sorted.empty()) {
       Say((when + ": frame, median").c_str(), sorted[sorted.size() / 2], "ms");
+      Say((when + ": frame, 99 of 100 within").c_str(), sorted[sorted.size() * 99 / 100], "ms");
       Say((when + ": frame, longest").c_str(), sorted.back(), "ms");
+      Say((when + ": frame, most work").c_str(), worked.back(), "ms of the processor");
     }
     Say((when + ": delivery, longest").c_str(), longest_delivery, "ms");
   }
@@ -83,9 +91,9 @@ struct Run {
 }  // namespace
 
 bool Application::notify(QObject* receiver, QEvent* event) {
-  QElapsedTimer timer;
   const bool is_frame = frames != nullptr && event->type() == QEvent::UpdateRequest;
-  timer.start();
+  const double clock = is_frame ? Now(CLOCK_MONOTONIC) : 0;
+  const double processor = is_frame ? Now(CLOCK_THREAD_CPUTIME_ID) : 0;
   bool result = false;
   try {
     result = QApplication::notify(receiver, event);
@@ -96,7 +104,8 @@ bool Application::notify(QObject* receiver, QEvent* event) {
     desk->Tell(Word("A pane has failed: %1", "窗格出错：%1").arg(QString::fromUtf8(error.what())));
   }
   if (is_frame) {
-    frames->push_back(static_cast<double>(timer.nsecsElapsed()) / 1e6);
+    frames->push_back(
+        {1000 * (Now(CLOCK_MONOTONIC) - clock), 1000 * (Now(CLOCK_THREAD_CPUTIME_ID) - processor)});
   }
   return result;
 }

@@ -2,7 +2,6 @@
 // Main thread only.
 #pragma once
 
-#include <QtCore/QElapsedTimer>
 #include <QtWidgets/QApplication>
 #include <vector>
 
@@ -16,8 +15,13 @@ class Application final : public QApplication {
  public:
   using QApplication::QApplication;
 
-  /// Of all frames from now on: milliseconds.
-  std::vector<double>* frames = nullptr;
+  /// Of all frames from now on, in milliseconds: how long it took, and how long this thread worked on it. On
+  /// a busy machine they differ.
+  struct Frame {
+    double clock = 0;
+    double processor = 0;
+  };
+  std::vector<Frame>* frames = nullptr;
   Desk* desk = nullptr;
 
  private:

@@ -205,7 +205,7 @@ const std::vector<PageKind>& PageKinds() {
        "Rankings",
        "排行",
        {{"gainers", ""},
-        {"losers", "gainers", How::kRight, 66},
+        {"losers", "gainers", How::kRight, 50},
         {"plate-ranking", "losers", How::kRight, 50},
         {"risers-now", "gainers", How::kBelow, 50},
         {"fallers-now", "losers", How::kBelow, 50},

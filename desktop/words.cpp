@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "cli/commands/server_examination.h"
 #include "cli/format/text.h"
 #include "cli/format/words.h"
 
@@ -60,6 +61,19 @@ constexpr std::array kReasons = {
     Reason{"the list has no row", nullptr, "列表为空"},
 };
 
+// What the server's error number in a line of the log means, and what to do; else the line itself.
+QString Explained(const std::string& text) {
+  static constexpr std::string_view kNumber = "Response Error Code: ";
+  const std::size_t at = text.find(kNumber);
+  const int number = at == std::string::npos ? 0 : Text(text.substr(at + kNumber.size())).toInt();
+  if (number == 0) {
+    return Text(text);
+  }
+  const stock_host::Finding finding = cli::ExplainErrno(number, {}, {});
+  return Text(text.substr(0, text.find(':') + 1) + " " + finding.text +
+              (finding.advice.empty() ? "" : "; " + finding.advice));
+}
+
 }  // namespace
 
 QString Word(const char* english, const char* chinese) {
@@ -90,7 +104,7 @@ QString StateText(const cli::FeedReport& report) {
       return Word(reason.english, reason.chinese);
     }
   }
-  const QString text = Text(report.text);
+  const QString text = Explained(report.text);
   if (!InChinese()) {
     return text;
   }

@@ -318,6 +318,16 @@ TEST_F(WindowTest, aServerThatIsAwayIsSaidInEveryPane) {
   EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 
+TEST_F(WindowTest, aKeyThatTheServerDoesNotKnowIsSaidInPlainWords) {
+  server_options_.check_signatures = true;
+  setenv("CSM_KEY_ID", "stranger", 1);
+  StartServer(kAfternoon);
+  ASSERT_NO_FATAL_FAILURE(StartDesk("board"));
+  EXPECT_TRUE(Await([this] {
+    return List("board").State().contains(QStringLiteral("the server does not know the key id"));
+  })) << List("board").State().toStdString();
+}
+
 TEST_F(WindowTest, columnsPageAndColoursAreRemembered) {
   ASSERT_NO_FATAL_FAILURE(Open("board"));
   QHeaderView* header = List("board").list().horizontalHeader();
