@@ -481,7 +481,7 @@ TEST_F(PanelsTest, ofMinutesReadThemAndShowDaysBefore) {
     const auto& point = line.points.at(line.points.size() - 1 - back);
     std::string date = std::to_string(line.date);
     date.insert(6, "-").insert(4, "-");
-    char clock[16];
+    char clock[32];
     std::snprintf(clock, sizeof clock, " %02d:%02d  ", point.minute / 100, point.minute % 100);
     return date + clock + Decimals(point.last) + " " + Decimals(point.last - line.preclose, true);
   };
