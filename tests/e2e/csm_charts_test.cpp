@@ -270,7 +270,7 @@ TEST_F(CsmCharts, anUnknownSymbolIsToldAtOnce) {
     ExpectFailure({command, "sh999999"}, "the market knows no \"sh999999\"");
   }
   ExpectFailure({"mline", stock_->code.substr(0, 7)}, "did you mean " + stock_->code);
-  ExpectFailure({"flow", stock_->code, "sh000001"}, "stocks only");
+  ExpectFailure({"flow", stock_->code, "sh000001"}, "only stocks have flows");
   ExpectFailure({"kline", market_.plates()[0].code}, "no candles of plates");
 }
 
