@@ -3,6 +3,7 @@
 #include <array>
 
 #include "cli/format/chart_headings.h"
+#include "cli/format/event_rows.h"
 #include "cli/plot/market_charts.h"
 #include "desktop/theme.h"
 #include "desktop/words.h"
@@ -61,7 +62,7 @@ void MinutePane::Draw() {
     chart_->SetLine(line_.newest()->data, cli::HasAverage(line_.security()));
   }
   if (events_.newest() != nullptr) {
-    chart_->SetEvents(events_.newest()->data);
+    chart_->SetEvents(cli::EventsOf(line_.security(), events_.newest()->data));
   }
 }
 

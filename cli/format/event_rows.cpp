@@ -1,7 +1,9 @@
 #include "cli/format/event_rows.h"
 
 #include "cli/format/china_time.h"
+#include "cli/views/symbols.h"
 #include "cli/views/trading_days.h"
+#include "host/text.h"
 
 namespace cli {
 
@@ -11,6 +13,15 @@ Table EventTable(const std::list<StockUnusualEventItem>& events) {
     table.Add({{Printable(event.time), Tone::kDim}, {Printable(event.content)}});
   }
   return table;
+}
+
+std::list<StockUnusualEventItem> EventsOf(const Security& security, std::list<StockUnusualEventItem> events) {
+  if (security.type == stock::kSymbolStock) {
+    std::erase_if(events, [&security](const StockUnusualEventItem& event) {
+      return SymbolIn(common::ws2s(event.content, common::kUtf8)) != security.code;
+    });
+  }
+  return events;
 }
 
 std::string NoEventText(std::uint32_t date, std::int64_t time) {

@@ -307,6 +307,14 @@ TEST(EventTable, keepsTheOrderAndEscapesTexts) {
       (Texts{"time      event", "10:00:00  b", "09:30:00  \\u{1b}[2J"}));
 }
 
+// A stock's own stand beside its minutes, all of the market beside those of an index.
+TEST(EventsOf, areThoseThatNameTheStock) {
+  const StockUnusualEventItem own{L"SH000001", L"10:00:00", L"浦发银行(600000)快速拉升"};
+  const StockUnusualEventItem other{L"SH000001", L"10:01:00", L"平安银行(000001)快速拉升"};
+  EXPECT_EQ(EventsOf(kStock, {other, own, other}), (std::list<StockUnusualEventItem>{own}));
+  EXPECT_EQ(EventsOf(kIndex, {other, own}), (std::list<StockUnusualEventItem>{other, own}));
+}
+
 TEST(NoEventText, saysWhyThereIsNone) {
   EXPECT_EQ(NoEventText(20240315, common::DateToTime(20240315, 16, 0, 0)), "no unusual event on 2024-03-15");
   EXPECT_EQ(NoEventText(20240315, common::DateToTime(20240315, 9, 20, 0)),
