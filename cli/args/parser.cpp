@@ -25,58 +25,12 @@ constexpr int kHelpLeft = 26;
 // `left`, then `text` in lines of its own column.
 std::string HelpEntry(const std::string& left, const std::string& text, int help_width) {
   std::string entry = Pad("  " + left, kHelpLeft, Align::kLeft);
-  int column = DisplayWidth(entry);
-  const std::string next_line = "\n" + std::string(kHelpLeft, ' ');
-  if (column > kHelpLeft) {
-    entry += next_line;
-    column = kHelpLeft;
+  std::string above;
+  if (DisplayWidth(entry) > kHelpLeft) {
+    above = entry + "\n";
+    entry = std::string(kHelpLeft, ' ');
   }
-  std::istringstream words(text);
-  bool is_first = true;
-  for (std::string word; words >> word;) {
-    const int width = DisplayWidth(word);
-    if (is_first) {
-      is_first = false;
-    } else if (column + 1 + width > help_width) {
-      entry += next_line;
-      column = kHelpLeft;
-    } else {
-      entry += ' ';
-      ++column;
-    }
-    entry += word;
-    column += width;
-  }
-  return entry + "\n";
-}
-
-// Lines that are too long go on below where their text begins: after the last wide gap, or the blanks before
-// it.
-std::string Wrapped(const std::string& text, int width) {
-  std::string wrapped;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
-    const std::size_t gap = line.find("   ", blanks);
-    std::size_t indent = gap == std::string::npos ? blanks : line.find_first_not_of(' ', gap);
-    indent = indent == std::string::npos || static_cast<int>(indent) > width / 2 ? blanks + 4 : indent;
-    while (DisplayWidth(line) > width) {
-      std::size_t cut = line.size();
-      do {
-        cut = line.rfind(' ', cut - 1);
-      } while (cut != std::string::npos && cut > indent && DisplayWidth(line.substr(0, cut)) > width);
-      if (cut == std::string::npos || cut <= indent) {
-        break;
-      }
-      wrapped += line.substr(0, line.find_last_not_of(' ', cut) + 1) + "\n";
-      line = std::string(indent, ' ') + line.substr(cut + 1);
-    }
-    wrapped += line + "\n";
-  }
-  if (!wrapped.empty()) {
-    wrapped.pop_back();
-  }
-  return wrapped;
+  return above + Wrapped(entry + text, help_width, kHelpLeft) + "\n";
 }
 
 // How many letters have to be changed, put in or left out.
@@ -303,8 +257,8 @@ UnderstoodLine Parse(const Program& program, int argc, const char* const* argv) 
   const std::vector<Command>& commands = program.commands == nullptr ? kNone : program.commands();
   Runners runners;
   app.formatter(std::make_shared<HelpFormat>(program.help_width));
-  app.set_help_flag("-h,--help", "this text");
-  app.set_version_flag("--version", program.version, "its version");
+  app.set_help_flag("-h,--help", "show this help");
+  app.set_version_flag("--version", program.version, "show the version");
   runners[&app] = SetUp(app, program.set_up, runners);
   app.footer(program.examples);
   AddCommands(app, commands, runners);

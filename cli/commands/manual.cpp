@@ -96,16 +96,16 @@ std::string CompletionScript(std::string_view shell) {
     script << "#compdef csm\nautoload -U +X bashcompinit && bashcompinit\n";
   }
   script << "_csm() {\n"
-            "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} path= i\n"
+            "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} so_far= i\n"
             "  for ((i = 1; i < COMP_CWORD; i++)); do\n"
-            "    case \"$path ${COMP_WORDS[i]}\" in\n";
+            "    case \"$so_far ${COMP_WORDS[i]}\" in\n";
   const std::vector<Entry> entries = AllCommands();
   for (const Entry& entry : entries) {
     if (!entry.path.empty()) {
-      script << "      ' " << entry.path << "') path=' " << entry.path << "' ;;\n";
+      script << "      ' " << entry.path << "') so_far=' " << entry.path << "' ;;\n";
     }
   }
-  script << "    esac\n  done\n  case \"$path $before\" in\n";
+  script << "    esac\n  done\n  case \"$so_far $before\" in\n";
   for (const Entry& entry : entries) {
     const std::string path = entry.path.empty() ? "" : " " + entry.path;
     for (const Option& option : entry.form.options) {
@@ -121,7 +121,7 @@ std::string CompletionScript(std::string_view shell) {
       }
     }
   }
-  script << "  esac\n  case \"$path\" in\n";
+  script << "  esac\n  case \"$so_far\" in\n";
   for (const Entry& entry : entries) {
     script << "    '" << (entry.path.empty() ? "" : " " + entry.path) << "') COMPREPLY=($(compgen -W '"
            << WordsAfter(entry, entry.path.empty()) << "' -- \"$word\")) ;;\n";
@@ -155,7 +155,7 @@ Runner SetUpCompletion(Form& form) {
             .take =
                 [shell = shell.get()](const std::string& name) {
                   if (name != "bash" && name != "zsh") {
-                    throw UsageError("\"" + name + "\" is none of bash, zsh");
+                    throw UsageError("\"" + name + "\" is not one of bash, zsh");
                   }
                   *shell = name;
                 },

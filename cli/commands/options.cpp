@@ -194,7 +194,7 @@ void AddQueryOptions(Form& form, Chosen& chosen) {
 
 void AddForOption(Form& form, std::optional<double>& seconds) {
   form.Add({.name = "--for",
-            .help = "end after so many seconds",
+            .help = "end after this many seconds",
             .take = IntoSeconds(seconds),
             .value = "SECONDS"});
 }
@@ -211,7 +211,7 @@ void AddWatchOptions(Form& form, Chosen& chosen) {
   AddQueryOptions(form, chosen);
   AddForOption(form, chosen.show.seconds);
   form.Add({.name = "--count",
-            .help = "end after so many updates",
+            .help = "end after this many updates",
             .take = IntoCount(chosen.show.count),
             .value = "N"});
   AddIntervalOption(form, chosen.show.interval);
@@ -229,7 +229,7 @@ void AddChoice(Form& form, const std::string& option, Choices choices, const std
                 [choices, &number](const std::string& name) {
                   const std::optional<int> chosen = NumberOf(choices, name);
                   if (!chosen) {
-                    throw UsageError("\"" + name + "\" is none of " + NamesOf(choices));
+                    throw UsageError("\"" + name + "\" is not one of " + NamesOf(choices));
                   }
                   number = *chosen;
                 },

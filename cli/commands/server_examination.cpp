@@ -215,7 +215,7 @@ stock_host::Finding ExplainErrno(int number, const std::string& message, const s
       {1025, {"signed too long ago by the server's clock", kSetTheClock}},
       {1026, {"signed in the future by the server's clock", kSetTheClock}},
       {1027, {"the request came twice", "something on the way repeats requests; ask without that proxy"}},
-      {1099, {"the server failed", "tell the server's operator; its access log says on what"}},
+      {1099, {"the server failed", "notify the server's operator; the access log there says on what"}},
   };
   if (number == 0) {
     return {State::kGood, "signed request", "accepted with key id " + key_id, {}};
@@ -228,7 +228,7 @@ stock_host::Finding ExplainErrno(int number, const std::string& message, const s
           (found == table.end() ? (message.empty() ? "not in the protocol" : message) : found->second.text) +
           (number == 1023 || number == 1024 ? " " + key_id : "") +
           (is_time ? ", though csm goes by the Date header of its answers" : ""),
-      found == table.end() ? "tell the server's operator" : found->second.advice};
+      found == table.end() ? "notify the server's operator" : found->second.advice};
 }
 
 bool ExamineServer(const ExaminedServer& server, const Tell& tell) {

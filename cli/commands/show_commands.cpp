@@ -160,14 +160,14 @@ void AddLast(Form& form, Chosen& chosen, const char* help) {
 }
 
 void AddDaily(Form& form, Chosen& chosen) {
-  AddDateOption(form, chosen.date, "another day than today");
+  AddDateOption(form, chosen.date, "a day other than today");
   AddQueryOptions(form, chosen);
 }
 
 void AddCount(Form& form, Chosen& chosen) {
   AddSortOptions(form, chosen.list.order);
   form.Add({.name = "--num",
-            .help = "so many rows",
+            .help = "number of rows",
             .take = Into(chosen.count, 1, 10000),
             .value = "N",
             .standard = std::to_string(chosen.count)});
@@ -426,7 +426,7 @@ A holiday is a day from Monday to Friday without trading.)")},
                     .take =
                         [&c](const std::string& name) {
                           if (KindsOfList(name) == 0) {
-                            throw UsageError("\"" + name + "\" is none of stocks, plates, indices");
+                            throw UsageError("\"" + name + "\" is not one of stocks, plates, indices");
                           }
                           c.list_name = name;
                         },
@@ -505,9 +505,9 @@ The closest come first: the whole of a code, name or initials, then a beginning,
        Once(
            [](Form& f, Chosen& c) {
              AddSymbolTexts(f, c, "sh600000, 600000 or a name", false);
-             AddDateOption(f, c.date, "another day than today; with --days the last of them");
+             AddDateOption(f, c.date, "a day other than today; with --days the last of them");
              f.Add({.name = "--days",
-                    .help = "so many trading days",
+                    .help = "number of trading days",
                     .take = Into(c.days, 1, 250),
                     .value = "N",
                     .standard = std::to_string(c.days)});
@@ -543,7 +543,7 @@ previous close of the first day that is shown. In the chart the dotted line is t
              AddChoice(f, "--period", Periods(), "what one candle stands for", c.period);
              AddChoice(f, "--adjust", Adjustments(), "prices adjusted for dividends and splits",
                        c.adjustment);
-             AddLast(f, c, "the newest so many candles");
+             AddLast(f, c, "only the newest N candles");
              AddQueryOptions(f, c);
              AddPlotOptions(f, c);
            },
@@ -645,7 +645,7 @@ Amounts in yuan, through big and through small orders; "net" is what came in les
       {"margin", "Margin trading, day by day",
        Once(
            [](Form& f, Chosen& c) {
-             AddLast(f, c, "the newest so many days");
+             AddLast(f, c, "only the newest N days");
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {

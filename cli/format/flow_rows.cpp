@@ -44,7 +44,7 @@ std::vector<std::vector<Cell>> FlowRows(const StockInOutItem& flows) {
 }
 
 std::string NoFlowsText(const Security& security) {
-  return "flows are told of stocks only, and " + NameText(security) + " is none";
+  return "only stocks have flows; " + NameText(security) + " is not a stock";
 }
 
 bool HasFlows(const StockInOutItem& flows) {

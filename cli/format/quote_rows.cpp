@@ -155,7 +155,7 @@ std::vector<MemberColumn> ListLook::Chosen(const std::string& names) const {
       for (const MemberColumn& column : all_) {
         right += ", " + std::string(column.member);
       }
-      throw std::invalid_argument("\"" + name + "\" is none of " + right);
+      throw std::invalid_argument("\"" + name + "\" is not one of " + right);
     }
     columns.push_back(*found);
     columns.back().rank = static_cast<int>(columns.size());

@@ -44,6 +44,19 @@ bool MustBeEscaped(ucs4_t c) {
       c, UC_CATEGORY_MASK_Cc | UC_CATEGORY_MASK_Cf | UC_CATEGORY_MASK_Zl | UC_CATEGORY_MASK_Zp);
 }
 
+// Lines of prose, which neither begin with a blank nor end with a colon, on one line.
+std::string Filled(const std::string& text) {
+  std::string filled;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool is_inside = text[i] == '\n' && i > 0 && i + 1 < text.size() && text[i - 1] != '\n' &&
+                           text[i - 1] != ':' && text[i + 1] != '\n' && text[i + 1] != ' ';
+    const std::size_t line = text.rfind('\n', i - (i > 0 ? 1 : 0));
+    const bool is_prose = text[line == std::string::npos ? 0 : line + 1] != ' ';
+    filled += is_inside && is_prose ? ' ' : text[i];
+  }
+  return filled;
+}
+
 }  // namespace
 
 std::string Utf8(std::wstring_view text) {
@@ -121,6 +134,36 @@ std::string Clip(std::string_view text, int width) {
 std::string Pad(std::string_view text, int width, Align align) {
   const std::string blanks(static_cast<std::size_t>(std::max(width - DisplayWidth(text), 0)), ' ');
   return align == Align::kLeft ? std::string(text) + blanks : blanks + std::string(text);
+}
+
+std::string Wrapped(const std::string& text, int width, std::size_t indent) {
+  std::string wrapped;
+  std::istringstream lines(Filled(text));
+  for (std::string line; std::getline(lines, line);) {
+    std::size_t begin = indent;
+    if (begin == 0) {
+      const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
+      const std::size_t gap = line.find("   ", blanks);
+      begin = gap == std::string::npos ? blanks : line.find_first_not_of(' ', gap);
+      begin = begin == std::string::npos || static_cast<int>(begin) > width * 2 / 3 ? blanks + 4 : begin;
+    }
+    while (DisplayWidth(line) > width) {
+      std::size_t cut = line.size();
+      do {
+        cut = line.rfind(' ', cut - 1);
+      } while (cut != std::string::npos && cut > begin && DisplayWidth(line.substr(0, cut)) > width);
+      if (cut == std::string::npos || cut <= begin) {
+        break;
+      }
+      wrapped += line.substr(0, line.find_last_not_of(' ', cut) + 1) + "\n";
+      line = std::string(begin, ' ') + line.substr(cut + 1);
+    }
+    wrapped += line + "\n";
+  }
+  if (!wrapped.empty()) {
+    wrapped.pop_back();
+  }
+  return wrapped;
 }
 
 }  // namespace cli

@@ -3,6 +3,7 @@
 // json_writer.h.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,11 @@ namespace cli {
 
 /// `text` in at most `width` columns; a cut is marked by "…" as its last column.
 [[nodiscard]] std::string Clip(std::string_view text, int width);
+
+/// `text` in lines of at most `width` columns, as far as its words allow: a line that is too long goes on
+/// below where its text begins, which is column `indent`, or after the last wide gap, or after the blanks
+/// before it.
+[[nodiscard]] std::string Wrapped(const std::string& text, int width, std::size_t indent = 0);
 
 enum class Align { kLeft, kRight };
 

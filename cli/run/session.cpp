@@ -57,6 +57,10 @@ struct Session::Services {
   Services& operator=(const Services&) = delete;
 };
 
+bool Session::IsRecorded() {
+  return !RecordDirectory().empty();
+}
+
 Session::Session(const SessionOptions& options, std::function<void()> on_event) {
   stock_host::Settings settings = stock_host::LoadSettings();
   settings.static_root.clear();

@@ -44,6 +44,8 @@ class Session {
   [[nodiscard]] const Warnings& warnings() const { return warnings_; }
   /// "SIMULATED", "REPLAY" or nothing: what must be said of every figure.
   [[nodiscard]] const std::string& badge() const { return badge_; }
+  /// What it asks is recorded.
+  [[nodiscard]] static bool IsRecorded();
 
  private:
   struct Listening;

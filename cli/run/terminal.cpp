@@ -12,9 +12,10 @@
 namespace cli {
 namespace {
 
-// Screen of its own, no cursor, no wrapping at the right edge; and back.
+// Screen of its own, no cursor, no wrapping at the right edge; and back, the mouse in whatever way it was
+// taken.
 constexpr std::string_view kEnter = "\x1b[?1049h\x1b[?25l\x1b[?7l";
-constexpr std::string_view kLeave = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
+constexpr std::string_view kLeave = "\x1b[?1006l\x1b[?1000l\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
 
 constexpr std::array kCrashes = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 

@@ -159,9 +159,9 @@ class KLinePanel final : public ViewPanel {
         cross_.reset();
         break;
       default:
-        if (key == Typed(U'+') || key == Typed(U'=')) {
+        if (key == Typed(U'+') || key == Typed(U'=') || key.kind == KeyKind::kWheelUp) {
           wanted_ = std::max<std::ptrdiff_t>(page * 2 / 3, kFewest);
-        } else if (key == Typed(U'-')) {
+        } else if (key == Typed(U'-') || key.kind == KeyKind::kWheelDown) {
           wanted_ = std::max(page * 3 / 2, kFewest);
         } else if (TurnKnob(key)) {
           Reset();
@@ -177,7 +177,7 @@ class KLinePanel final : public ViewPanel {
     std::vector<KeyHint> hints = KnobHints();
     hints.push_back({"← →", "read a candle"});
     hints.push_back({"PgUp PgDn Home End", "scroll"});
-    hints.push_back({"+ -", "zoom"});
+    hints.push_back({"+ - wheel", "zoom"});
     hints.push_back({"Esc", "no cross-hair"});
     return hints;
   }

@@ -85,6 +85,19 @@ Key KeyOf(wint_t character) {
   }
 }
 
+// What the mouse did, the latest last. The library hands the latest out first, and several for one code.
+std::vector<Key> MouseKeys() {
+  std::vector<Key> keys;
+  MEVENT event{};
+  while (getmouse(&event) == OK) {
+    const KeyKind kind = (event.bstate & BUTTON4_PRESSED) != 0   ? KeyKind::kWheelUp
+                         : (event.bstate & BUTTON5_PRESSED) != 0 ? KeyKind::kWheelDown
+                                                                 : KeyKind::kClick;
+    keys.insert(keys.begin(), Key{kind, 0, event.x, event.y});
+  }
+  return keys;
+}
+
 // The library takes signals that have an owner already; this gives them back.
 class SignalsKept {
  public:
@@ -151,6 +164,13 @@ struct CursesDisplay::Curses {
     }
     // The screen was taken over by its owner; so are the modes.
     static_cast<void>(Take());
+    mouseinterval(0);
+  }
+
+  // The terminal sends what the mouse does from the next picture on. Its owner ends that with the screen.
+  static void AskForMouse() {
+    mousemask(0, nullptr);
+    mousemask(BUTTON1_PRESSED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
   }
 
   ~Curses() {
@@ -255,6 +275,9 @@ CursesDisplay::CursesDisplay(int in, bool colour) : in_(in), curses_(std::make_u
 CursesDisplay::~CursesDisplay() = default;
 
 std::string CursesDisplay::Difference(const std::vector<StyledLine>& lines, const ChartSize& size) {
+  if (forgotten_) {
+    curses_->AskForMouse();
+  }
   if (size.columns != size_.columns || size.rows != size_.rows || forgotten_) {
     resize_term(size.rows, size.columns);
     clearok(curscr, TRUE);
@@ -281,6 +304,9 @@ std::optional<std::vector<Key>> CursesDisplay::ReadKeys() {
   for (int kind = wget_wch(curses_->typed, &code); kind != ERR; kind = wget_wch(curses_->typed, &code)) {
     if (kind != KEY_CODE_YES) {
       keys.push_back(KeyOf(code));
+    } else if (code == KEY_MOUSE) {
+      const std::vector<Key> used = MouseKeys();
+      keys.insert(keys.end(), used.begin(), used.end());
     } else if (const auto known = KindOf(code)) {
       keys.push_back({*known});
     }

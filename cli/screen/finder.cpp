@@ -66,11 +66,11 @@ std::vector<StyledLine> Finder::Picture(const ChartSize& size) const {
   std::vector<StyledLine> lines;
   lines.push_back({{"/ ", Tone::kStrong}, {Printable(text_)}, {"_", Tone::kStrong}});
   if (text_.empty()) {
-    lines.push_back({{"  a piece of a code, of a name or of the pinyin initials", Tone::kDim}});
+    lines.push_back({{"  part of a code, a name or the pinyin initials", Tone::kDim}});
   } else if (!findings_.reason.empty()) {
     lines.push_back({{"  " + findings_.reason, Tone::kWarning}});
   } else if (findings_.matches.empty()) {
-    lines.push_back({{"  nothing is called that", Tone::kWarning}});
+    lines.push_back({{"  no match", Tone::kWarning}});
   }
   // The one under the cursor is always in sight.
   const auto room = static_cast<std::size_t>(std::max(size.rows - 1, 1));

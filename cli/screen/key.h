@@ -1,4 +1,5 @@
-// A key as the live screen understands it, whatever bytes the terminal sends for it. A value.
+// A key or a use of the mouse as the live screen understands it, whatever bytes the terminal sends for it. A
+// value.
 #pragma once
 
 namespace cli {
@@ -19,6 +20,7 @@ enum class KeyKind {
   kEscape,
   kBackspace,
   kDelete,
+  kClick,
   kWheelUp,
   kWheelDown,
 };
@@ -26,6 +28,8 @@ enum class KeyKind {
 struct Key {
   KeyKind kind = KeyKind::kCharacter;
   char32_t character = 0;  ///< of `kCharacter` only
+  int column = 0;          ///< where the mouse is, from the left, counted from 0; of clicks and the wheel
+  int row = 0;             ///< the same from the top of what the key is handed to
 
   bool operator==(const Key&) const = default;
 };

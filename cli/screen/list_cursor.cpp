@@ -3,17 +3,25 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/format/figures.h"
 #include "cli/screen/picture.h"
 
 namespace cli {
 
 void ListCursor::SetRows(std::vector<std::wstring> codes) {
-  if (moved_ && row_ < codes_.size()) {
-    const auto found = std::find(codes.begin(), codes.end(), codes_[row_]);
-    row_ = found == codes.end() ? row_ : static_cast<std::size_t>(found - codes.begin());
-  }
+  const std::size_t total = codes.size();
+  SetPage(std::move(codes), 0, total);
+}
+
+void ListCursor::SetPage(std::vector<std::wstring> codes, std::size_t first,
+                         std::optional<std::size_t> total) {
+  const auto aimed = moved_ && row() ? std::optional(codes_[*row()]) : std::nullopt;
   codes_ = std::move(codes);
-  row_ = std::min(row_, std::max<std::size_t>(codes_.size(), 1) - 1);
+  first_ = first;
+  total_ = total;
+  if (!aimed || !MoveTo(*aimed)) {
+    row_ = std::min(row_, Last());
+  }
 }
 
 void ListCursor::Reset() {
@@ -40,26 +48,49 @@ bool ListCursor::OnKey(const Key& key) {
       MoveTo(0);
       return true;
     case KeyKind::kEnd:
-      MoveTo(std::ssize(codes_) - 1);
+      MoveTo(static_cast<std::ptrdiff_t>(Last()));
       return true;
+    case KeyKind::kClick:
+      if (const std::size_t clicked = top_ + static_cast<std::size_t>(std::max(key.row, 1)) - 1;
+          key.row >= 1 && clicked < codes_.size()) {
+        MoveTo(static_cast<std::ptrdiff_t>(first_ + clicked));
+        return true;
+      }
+      return false;
     default:
       return false;
   }
 }
 
+// While it is not known how many there are, a full page may be followed by another one.
+std::size_t ListCursor::Last() const {
+  const std::size_t seen = first_ + codes_.size() + (codes_.size() >= room_ ? 1 : 0);
+  return std::max<std::size_t>(total_.value_or(seen), 1) - 1;
+}
+
 void ListCursor::MoveTo(std::ptrdiff_t row) {
-  row_ = static_cast<std::size_t>(
-      std::clamp<std::ptrdiff_t>(row, 0, std::max<std::ptrdiff_t>(std::ssize(codes_), 1) - 1));
+  row_ = std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(row, 0)), Last());
   moved_ = true;
 }
 
+bool ListCursor::MoveTo(const std::wstring& code) {
+  const auto found = std::find(codes_.begin(), codes_.end(), code);
+  if (found != codes_.end()) {
+    MoveTo(static_cast<std::ptrdiff_t>(first_) + (found - codes_.begin()));
+  }
+  return found != codes_.end();
+}
+
 std::optional<std::size_t> ListCursor::row() const {
-  return codes_.empty() ? std::nullopt : std::optional(row_);
+  return row_ >= first_ && row_ - first_ < codes_.size() ? std::optional(row_ - first_) : std::nullopt;
 }
 
 std::string ListCursor::Position() const {
-  return codes_.empty() ? std::string()
-                        : "row " + std::to_string(row_ + 1) + " of " + std::to_string(codes_.size());
+  if (codes_.empty()) {
+    return {};
+  }
+  return "row " + Fixed(static_cast<double>(row_ + 1), 0) +
+         (total_ ? " of " + Fixed(static_cast<double>(*total_), 0) : "");
 }
 
 std::vector<StyledLine> ListCursor::Picture(const std::vector<StyledLine>& lines, const std::wstring& current,
@@ -69,12 +100,14 @@ std::vector<StyledLine> ListCursor::Picture(const std::vector<StyledLine>& lines
   }
   const std::size_t rows = std::min(lines.size() - 1, codes_.size());
   room_ = static_cast<std::size_t>(std::max(size.rows - 1, 1));
-  first_ = std::min(first_, rows - std::min(rows, room_));
-  first_ = std::clamp(first_, row_ - std::min(row_, room_ - 1), row_);
+  top_ = std::min(top_, rows - std::min(rows, room_));
+  if (row()) {
+    top_ = std::clamp(top_, *row() - std::min(*row(), room_ - 1), *row());
+  }
   std::vector<StyledLine> picture = {lines.front()};
   picture.front().insert(picture.front().begin(), {"  "});
-  for (std::size_t i = first_; i < std::min(rows, first_ + room_); ++i) {
-    const char* const mark = i == row_ ? "▸ " : codes_[i] == current ? "• " : "  ";
+  for (std::size_t i = top_; i < std::min(rows, top_ + room_); ++i) {
+    const char* const mark = row() == i ? "▸ " : codes_[i] == current ? "• " : "  ";
     picture.push_back(lines[i + 1]);
     picture.back().insert(picture.back().begin(), {mark, Tone::kStrong});
   }

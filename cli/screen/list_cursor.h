@@ -1,5 +1,5 @@
 // Where a person stands in a list that is longer than the room for it: a row, and the part of the list around
-// it. A value; main thread only.
+// it. Of a list that comes page by page only some rows are there. A value; main thread only.
 #pragma once
 
 #include <cstddef>
@@ -25,16 +25,28 @@ class ListCursor {
   /// The list has these codes now. Once it was moved the cursor goes with its row, else it stays at its
   /// place.
   void SetRows(std::vector<std::wstring> codes);
+  /// The same for a list of which the rows from `first` on are there; `total` is nothing while nobody knows
+  /// how many it has.
+  void SetPage(std::vector<std::wstring> codes, std::size_t first, std::optional<std::size_t> total);
   /// Another list: from its top.
   void Reset();
 
-  /// True when `key` moves the cursor, whether or not there is somewhere to go.
+  /// True when `key` moves the cursor, whether or not there is somewhere to go. A click moves it to the row
+  /// of the picture.
   bool OnKey(const Key& key);
+  /// To that row of the list.
+  void MoveTo(std::ptrdiff_t row);
+  /// To the row with that code, if it is there.
+  bool MoveTo(const std::wstring& code);
 
-  /// Absent when the list is empty.
+  /// Number of the cursor's row among those that are there; absent when it is none of them.
   [[nodiscard]] std::optional<std::size_t> row() const;
+  /// Rows that the latest picture had room for.
+  [[nodiscard]] std::size_t room() const { return room_; }
+  /// First row of the page that the cursor is on, when a page has as many rows as there is room for.
+  [[nodiscard]] std::size_t page() const { return row_ / room_ * room_; }
 
-  /// "row 3 of 20"; empty when the list is.
+  /// "row 3 of 5,299"; empty when the list is.
   [[nodiscard]] std::string Position() const;
 
   /// The header, which is the first of `lines`, and as many rows around the cursor as there is room for. The
@@ -43,12 +55,14 @@ class ListCursor {
                                                 const std::wstring& current, const ChartSize& size);
 
  private:
-  void MoveTo(std::ptrdiff_t row);
+  [[nodiscard]] std::size_t Last() const;
 
   std::vector<std::wstring> codes_;
+  std::size_t first_ = 0;             // number of the first of `codes_` in the list
+  std::optional<std::size_t> total_;  // rows of the list
   std::size_t row_ = 0;
-  std::size_t first_ = 0;  // the uppermost row that is seen
-  std::size_t room_ = 1;
+  std::size_t top_ = 0;    // number among `codes_` of the uppermost row that is seen
+  std::size_t room_ = 30;  // before it is known how many rows there is room for
   bool moved_ = false;
 };
 

@@ -11,13 +11,12 @@
 namespace cli {
 namespace {
 
-template <class ListView>
-std::unique_ptr<PagedPanel> MakePaged(PanelContext& context) {
+template <class View>
+std::unique_ptr<ListPanel> MakePaged(PanelContext& context) {
   ListChoice choice;
   choice.order.columns = PlateColumns();
-  auto view = std::make_unique<ListView>(context.views, choice);
-  PagedList& list = *view;
-  return std::make_unique<PagedPanel>(context, std::move(view), list);
+  return std::make_unique<ListPanel>(context, std::make_unique<View>(context.views, choice),
+                                     ListPanel::Steps::kYes);
 }
 
 // The list of plates, or in its place the stocks of one of them.
@@ -45,7 +44,7 @@ class PlatesPanel final : public Panel {
   void Refresh() override { seen().Refresh(); }
   [[nodiscard]] bool PollsItself() const override { return true; }
   [[nodiscard]] std::string Position() const override { return seen().Position(); }
-  [[nodiscard]] std::vector<std::string> ColumnNames() const override { return seen().ColumnNames(); }
+  [[nodiscard]] std::vector<PanelColumn> Columns() const override { return seen().Columns(); }
 
   bool OnKey(const Key& key) override {
     if (key.kind == KeyKind::kEnter && !is_inside_) {
@@ -80,7 +79,7 @@ class PlatesPanel final : public Panel {
   }
 
  private:
-  [[nodiscard]] PagedPanel& seen() const { return is_inside_ ? *members_ : *plates_; }
+  [[nodiscard]] ListPanel& seen() const { return is_inside_ ? *members_ : *plates_; }
 
   void Enter(bool inside) {
     seen().Hide();
@@ -92,8 +91,8 @@ class PlatesPanel final : public Panel {
   }
 
   PanelContext& context_;
-  const std::unique_ptr<PagedPanel> plates_;
-  const std::unique_ptr<PagedPanel> members_;
+  const std::unique_ptr<ListPanel> plates_;
+  const std::unique_ptr<ListPanel> members_;
   bool is_inside_ = false;
   bool shown_ = false;
 };

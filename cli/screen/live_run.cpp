@@ -34,6 +34,8 @@ constexpr std::chrono::milliseconds kLook(500);
 constexpr std::size_t kMostMatches = 50;
 constexpr int kViewColumns = 31;
 constexpr int kViewRows = 5;
+// The largest terminal that a record of the screen can be shown on.
+constexpr ChartSize kRecordedFor{300, 100};
 
 class LiveRun {
  public:
@@ -45,7 +47,8 @@ class LiveRun {
         palette_(WantsColour(STDOUT_FILENO, options.no_color)),
         session_(options.session, [this] { OnEvent(); }),
         context_{{[this](std::function<void()> work) { loop_.Post(std::move(work)); }, [this] { Redraw(); },
-                  &session_.warnings(), options.Interval()},
+                  &session_.warnings(), options.Interval(),
+                  Session::IsRecorded() ? static_cast<std::uint32_t>(kRecordedFor.rows) : 0},
                  [this](const Security& security) { selection_.Select(security); },
                  [this](std::string text) { Tell(std::move(text)); },
                  [this](std::vector<BaseInfoItem> list) { selection_.StepThrough(std::move(list)); }},
@@ -107,6 +110,9 @@ class LiveRun {
 };
 
 int LiveRun::Run() {
+  if (Session::IsRecorded()) {
+    screen_.ShowAsOn(kRecordedFor);
+  }
   TakeTerminal();
   LoadReference();
   loop_.Every(kLook, [this] {

@@ -98,7 +98,7 @@ std::vector<Page> Pages() {
   const PageColumn book{kBookColumns, 1, {{kQuote, kBookRows}}};
   return {
       {"board", {{kMainColumns, 2, {{kBoard, kListRows}}}, book, {kMoreColumns, 1, {minutes, events, flow}}}},
-      {"minutes", {{kMainColumns, 3, {minutes}}, book, {kMoreColumns, 1, {flow, events}}}},
+      {"minute", {{kMainColumns, 3, {minutes}}, book, {kMoreColumns, 1, {flow, events}}}},
       {"candles", {{kMainColumns, 3, {candles}}, book, {kMoreColumns, 1, {minutes, flow}}}},
       {"ranks",
        {{kMoreColumns, 1, {{kStockRanking, kListRows}, {kPlateRanking, kListRows}}},

@@ -23,6 +23,12 @@ struct KeyHint {
   std::string_view effect;
 };
 
+/// A column that a panel has, or orders its rows by.
+struct PanelColumn {
+  std::string name;
+  char key = '\0';  ///< orders by it; 0: nothing does
+};
+
 /// What a panel may use of the screen around it. Outlives the panel.
 struct PanelContext {
   ViewContext views;                            ///< what the views stand on
@@ -58,10 +64,11 @@ class Panel {
 
   /// Where a person stands in what is longer than the room for it, "row 37 of 5,299"; empty: nowhere.
   [[nodiscard]] virtual std::string Position() const { return {}; }
-  /// What the panel has in its columns, by name, for those who want to have them explained.
-  [[nodiscard]] virtual std::vector<std::string> ColumnNames() const { return {}; }
+  /// For those who want to have them explained.
+  [[nodiscard]] virtual std::vector<PanelColumn> Columns() const { return {}; }
 
-  /// True when the panel had a use for `key`; the screen looks at the others.
+  /// True when the panel had a use for `key`; the screen looks at the others. The mouse is where `Picture`
+  /// has that row and column.
   virtual bool OnKey(const Key& /*key*/) { return false; }
   [[nodiscard]] virtual std::vector<KeyHint> Keys() const { return {}; }
 

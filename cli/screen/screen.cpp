@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <sstream>
 #include <utility>
 
 #include "cli/format/china_time.h"
@@ -17,6 +18,8 @@ constexpr int kFootRows = 2;
 constexpr int kAroundPicture = 2;  // title and state
 constexpr int kFinderRows = 12;
 constexpr int kHelpKeysWidth = 22;
+constexpr int kHelpKeyWidth = 4;
+constexpr int kWheelRows = 3;
 constexpr char32_t kEndOfInput = U'\x04';
 
 constexpr KeyHint kOwnKeys[] = {
@@ -26,6 +29,9 @@ constexpr KeyHint kOwnKeys[] = {
     {"/", "look for a security by code, name or pinyin"},
     {"r", "ask again now"},
     {"j k g G", "down, up, first, last"},
+    {"mouse",
+     "wheel: scroll; click: a page, a row, once more: as Enter, the head of a column: order by it; with "
+     "Shift it marks text as usual"},
     {"?", "these keys and what the columns say; ↑↓ scroll, any other key closes them"},
     {"q, Ctrl-C", "quit"}};
 
@@ -45,8 +51,20 @@ StyledLine TitleLine(const std::string& title, const std::string& position, bool
   return line;
 }
 
-// What a panel that does not know a letter may know as a key.
+bool IsMouse(const Key& key) {
+  return key.kind == KeyKind::kClick || key.kind == KeyKind::kWheelUp || key.kind == KeyKind::kWheelDown;
+}
+
+// Rows that a key moves by.
+int RowsOf(const Key& key) {
+  return IsMouse(key) && key.kind != KeyKind::kClick ? kWheelRows : 1;
+}
+
+// What a panel that does not know a letter or the wheel may know as a key.
 Key Plain(const Key& key) {
+  if (RowsOf(key) > 1) {
+    return {key.kind == KeyKind::kWheelUp ? KeyKind::kUp : KeyKind::kDown};
+  }
   switch (key.kind == KeyKind::kCharacter ? key.character : U'\0') {
     case U'j':
       return {KeyKind::kDown};
@@ -61,10 +79,21 @@ Key Plain(const Key& key) {
   }
 }
 
-void AddHints(std::vector<StyledLine>& lines, const std::string& title, std::span<const KeyHint> hints) {
+// What `effect` says beside `keys`, in as many lines as it takes.
+void AddHint(std::vector<StyledLine>& lines, const std::string& keys, std::string_view effect, int columns) {
+  constexpr int kLeft = kHelpKeysWidth + 2;
+  std::istringstream rest(
+      Wrapped("  " + Pad(keys, kHelpKeysWidth, Align::kLeft) + std::string(effect), columns, kLeft));
+  for (std::string line; std::getline(rest, line);) {
+    lines.push_back({{line}});
+  }
+}
+
+void AddHints(std::vector<StyledLine>& lines, const std::string& title, std::span<const KeyHint> hints,
+              int columns) {
   lines.push_back({{title, Tone::kStrong}});
   for (const KeyHint& hint : hints) {
-    lines.push_back({{"  " + Pad(hint.keys, kHelpKeysWidth, Align::kLeft)}, {std::string(hint.effect)}});
+    AddHint(lines, std::string(hint.keys), hint.effect, columns);
   }
 }
 
@@ -121,8 +150,13 @@ void Screen::Arrange() {
   if (!is_too_small() && !helps_ && page_ < pages_.size()) {
     placed_ = Place(pages_[page_], Room());
   }
+  std::vector<PlacedPart> wanted = placed_;
+  if (!placed_.empty() && shown_as_on_.rows > 0) {
+    wanted = Place(pages_[page_], {0, 0, std::max(size_.columns, shown_as_on_.columns),
+                                   std::max(size_.rows, shown_as_on_.rows)});
+  }
   std::set<std::size_t> seen;
-  for (const PlacedPart& part : placed_) {
+  for (const PlacedPart& part : wanted) {
     seen.insert(part.panel);
   }
   for (const std::size_t panel : shown_) {
@@ -131,14 +165,20 @@ void Screen::Arrange() {
     }
   }
   const std::set<std::size_t> before = std::exchange(shown_, seen);
-  for (const PlacedPart& part : placed_) {
+  for (const PlacedPart& part : wanted) {
     if (before.count(part.panel) == 0) {
       panels_[part.panel]->Show();
     }
   }
-  if (!placed_.empty() && seen.count(focus_) == 0) {
+  const auto has_focus = [&](const PlacedPart& part) { return part.panel == focus_; };
+  if (!placed_.empty() && std::none_of(placed_.begin(), placed_.end(), has_focus)) {
     focus_ = placed_.front().panel;
   }
+}
+
+void Screen::ShowAsOn(const ChartSize& size) {
+  shown_as_on_ = size;
+  Arrange();
 }
 
 void Screen::Refresh() {
@@ -186,18 +226,53 @@ void Screen::OnKey(const Key& key) {
   if (OnOverlayKey(key)) {
     return;
   }
-  const bool has_panel = shown_.count(focus_) > 0;
-  if (has_panel &&
-      (panels_[focus_]->OnKey(key) || (Plain(key) != key && panels_[focus_]->OnKey(Plain(key))))) {
-    return;
+  if (IsMouse(key)) {
+    OnMouse(key);
+  } else if (shown_.count(focus_) == 0 || !OnPanelKey(*panels_[focus_], key)) {
+    OnOwnKey(key);
   }
-  OnOwnKey(key);
+}
+
+bool Screen::OnPanelKey(Panel& panel, const Key& key) {
+  if (panel.OnKey(key)) {
+    return true;
+  }
+  for (int row = 1; row < RowsOf(key); ++row) {
+    panel.OnKey(Plain(key));
+  }
+  return Plain(key) != key && panel.OnKey(Plain(key));
+}
+
+// A click gives the keys to the panel below it, the wheel does not.
+void Screen::OnMouse(const Key& key) {
+  const auto inside = [&](const PlacedPart& part) {
+    return key.column >= part.area.column && key.column < part.area.column + part.area.columns &&
+           key.row >= part.area.row && key.row < part.area.row + part.area.rows;
+  };
+  const auto part = std::find_if(placed_.begin(), placed_.end(), inside);
+  if (part != placed_.end()) {
+    focus_ = key.kind == KeyKind::kClick ? part->panel : focus_;
+    Key local = key;
+    local.column -= part->area.column;
+    local.row -= part->area.row + 1;
+    static_cast<void>(OnPanelKey(*panels_[part->panel], local));
+  } else if (key.kind == KeyKind::kClick && key.row == size_.rows - 1) {
+    int end = 0;
+    const StyledLine tabs = Tabs();
+    for (std::size_t page = 0; page < tabs.size(); ++page) {
+      const int begin = std::exchange(end, end + DisplayWidth(tabs[page].text));
+      if (key.column >= begin && key.column < end) {
+        Turn(page);
+      }
+    }
+  }
 }
 
 bool Screen::OnOverlayKey(const Key& key) {
   if (helps_ && (Plain(key).kind == KeyKind::kUp || Plain(key).kind == KeyKind::kDown)) {
-    help_first_ += Plain(key).kind == KeyKind::kDown ? 1U : 0U;
-    help_first_ -= Plain(key).kind == KeyKind::kUp ? std::min<std::size_t>(help_first_, 1) : 0;
+    const auto rows = static_cast<std::size_t>(RowsOf(key));
+    help_first_ += Plain(key).kind == KeyKind::kDown ? rows : 0;
+    help_first_ -= Plain(key).kind == KeyKind::kUp ? std::min(help_first_, rows) : 0;
     return true;
   }
   if (helps_) {
@@ -208,7 +283,7 @@ bool Screen::OnOverlayKey(const Key& key) {
   if (!finder_) {
     return false;
   }
-  switch (finder_->OnKey(key)) {
+  switch (finder_->OnKey(RowsOf(key) > 1 ? Plain(key) : key)) {
     case Finder::Outcome::kOpen:
       break;
     case Finder::Outcome::kChosen: {
@@ -307,20 +382,24 @@ std::vector<StyledLine> Screen::Body(Panel::Clock::time_point now, stock::Market
 
 std::vector<StyledLine> Screen::HelpLines() const {
   std::vector<StyledLine> lines;
-  AddHints(lines, "Keys", kOwnKeys);
+  AddHints(lines, "Keys", kOwnKeys, size_.columns);
   const Panel& panel = *panels_[focus_];
   const std::vector<KeyHint> keys = panel.Keys();
   if (!keys.empty()) {
-    AddHints(lines, panel.Title(), keys);
+    AddHints(lines, panel.Title(), keys, size_.columns);
   }
   std::vector<StyledLine> columns;
-  for (const std::string& name : panel.ColumnNames()) {
+  bool has_keys = false;
+  for (const auto& [name, key] : panel.Columns()) {
+    has_keys = has_keys || key != '\0';
     if (const std::string_view meaning = MeaningOf(name); !meaning.empty()) {
-      columns.push_back({{"  " + Pad(LabelOf(name), kHelpKeysWidth, Align::kLeft)}, {std::string(meaning)}});
+      const std::string own_key(1, key == '\0' ? ' ' : key);
+      AddHint(columns, Pad(own_key, kHelpKeyWidth, Align::kLeft) + LabelOf(name), meaning, size_.columns);
     }
   }
   if (!columns.empty()) {
-    lines.push_back({{"Columns", Tone::kStrong}});
+    lines.push_back(
+        {{has_keys ? "Columns; a key orders by its column, again the other way" : "Columns", Tone::kStrong}});
     lines.insert(lines.end(), columns.begin(), columns.end());
   }
   return lines;
@@ -356,20 +435,28 @@ StyledLine Screen::HintLine() const {
   return line;
 }
 
-StyledLine Screen::PageLine() const {
+// All names, or where they do not fit the numbers and the name of this page.
+StyledLine Screen::Tabs() const {
   StyledLine line;
-  for (std::size_t i = 0; i < pages_.size() && pages_.size() > 1; ++i) {
-    const std::string page = std::to_string(i + 1) + " " + std::string(pages_[i].name);
-    line.push_back(i == page_ ? Cell{"[" + page + "]", Tone::kStrong} : Cell{" " + page, Tone::kDim});
-  }
-  for (const std::string keys : {"/ find  ? keys  q quit", "? keys  q quit", "? keys"}) {
-    const int blanks = size_.columns - DisplayWidth(line) - DisplayWidth(keys);
-    if (blanks > 0) {
-      line.push_back({std::string(static_cast<std::size_t>(blanks), ' ')});
-      line.push_back({keys, Tone::kDim});
+  for (const bool with_names : {true, false}) {
+    line.clear();
+    for (std::size_t i = 0; i < pages_.size() && pages_.size() > 1; ++i) {
+      const std::string number = std::to_string(i + 1);
+      const std::string page = number + " " + std::string(pages_[i].name);
+      line.push_back(i == page_ ? Cell{"[" + page + "]", Tone::kStrong}
+                                : Cell{" " + (with_names ? page : number), Tone::kDim});
+    }
+    if (DisplayWidth(line) <= size_.columns) {
       break;
     }
   }
+  return line;
+}
+
+// `line` and at the right what never goes.
+StyledLine Screen::WithKeys(StyledLine line, const std::string& keys) const {
+  line = Fitted(line, size_.columns - DisplayWidth(keys) - 1);
+  line.push_back({" " + keys, Tone::kDim});
   return line;
 }
 
@@ -383,8 +470,11 @@ std::vector<StyledLine> Screen::Picture(const ScreenHead& head, Panel::Clock::ti
   }
   std::vector<StyledLine> lines = helps_ ? Help() : Body(now, phase);
   lines.insert(lines.begin(), {head.indices, head.state});
-  lines.push_back(HintLine());
-  lines.push_back(PageLine());
+  constexpr std::string_view kAlways = "/ find  ? keys  q quit";
+  const StyledLine tabs = Tabs();
+  const bool fits = DisplayWidth(tabs) + DisplayWidth(kAlways) < size_.columns;
+  lines.push_back(fits || finder_ || !told_.empty() ? HintLine() : WithKeys(HintLine(), "? keys"));
+  lines.push_back(fits ? WithKeys(tabs, std::string(kAlways)) : tabs);
   for (StyledLine& line : lines) {
     line = Fitted(line, size_.columns);
   }

@@ -46,6 +46,9 @@ class Screen {
   void Turn(std::size_t page);
   /// Other panels and pages take the place of those that there are.
   void Open(std::vector<std::unique_ptr<Panel>> panels, std::vector<Page> pages);
+  /// Panels of the page that `size` would have room for are shown from now on, in sight or not: what they ask
+  /// is to be recorded.
+  void ShowAsOn(const ChartSize& size);
   /// The panels that are seen.
   [[nodiscard]] std::vector<Panel*> Seen() const;
   /// Tells every panel what the current security is.
@@ -67,6 +70,8 @@ class Screen {
   void Refresh();
   void MoveFocus(int step);
   [[nodiscard]] bool OnOverlayKey(const Key& key);
+  [[nodiscard]] bool OnPanelKey(Panel& panel, const Key& key);
+  void OnMouse(const Key& key);
   void OnOwnKey(const Key& key);
   [[nodiscard]] std::vector<StyledLine> PartOf(const PlacedPart& part, Panel::Clock::time_point now,
                                                stock::MarketStatus phase);
@@ -74,7 +79,9 @@ class Screen {
   [[nodiscard]] std::vector<StyledLine> HelpLines() const;
   [[nodiscard]] std::vector<StyledLine> Help();
   [[nodiscard]] StyledLine HintLine() const;
-  [[nodiscard]] StyledLine PageLine() const;
+  /// The names of the pages, each in a cell of its own.
+  [[nodiscard]] StyledLine Tabs() const;
+  [[nodiscard]] StyledLine WithKeys(StyledLine line, const std::string& keys) const;
   [[nodiscard]] Area Room() const;
   [[nodiscard]] bool is_too_small() const {
     return size_.columns < kLeast.columns || size_.rows < kLeast.rows;
@@ -84,6 +91,7 @@ class Screen {
   std::vector<Page> pages_;
   const ScreenActions actions_;
   ChartSize size_{0, 0};
+  ChartSize shown_as_on_{0, 0};
   std::size_t page_ = 0;
   std::vector<PlacedPart> placed_;
   std::set<std::size_t> shown_;

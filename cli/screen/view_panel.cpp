@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "cli/format/figures.h"
+#include "cli/format/words.h"
 #include "cli/screen/picture.h"
 
 namespace cli {
@@ -22,11 +22,6 @@ constexpr KnobKeys kKnobs[] = {{Knob::kGroup, U'b', U'B', {"b B", "group"}},
                                {Knob::kPeriod, U't', U'T', {"t T", "day, week, month"}},
                                {Knob::kAdjustment, U'a', U'A', {"a A", "adjustment"}}};
 
-std::string RowText(std::size_t row, std::optional<std::size_t> total) {
-  return "row " + Fixed(static_cast<double>(row + 1), 0) +
-         (total ? " of " + Fixed(static_cast<double>(*total), 0) : "");
-}
-
 }  // namespace
 
 // --- Lines
@@ -36,11 +31,57 @@ ViewPanel::ViewPanel(PanelContext& context, std::unique_ptr<View> view)
 
 bool ViewPanel::TurnKnob(const Key& key) {
   for (const KnobKeys& keys : kKnobs) {
-    if (key == Typed(keys.next) || key == Typed(keys.previous)) {
-      return view_->Turn(keys.knob, key == Typed(keys.next) ? 1 : -1);
+    const bool is_next = key == Typed(keys.next);
+    if ((is_next || key == Typed(keys.previous)) && view_->Turn(keys.knob, is_next ? 1 : -1)) {
+      return true;
     }
   }
+  const Choices columns = view_->OrderColumns();
+  const auto chosen = std::find_if(columns.begin(), columns.end(), [&](const Choice& column) {
+    return column.key != '\0' && key == Typed(static_cast<char32_t>(column.key));
+  });
+  if (chosen == columns.end()) {
+    return false;
+  }
+  view_->OrderBy(chosen->number);
+  return true;
+}
+
+bool ViewPanel::OrderAt(const StyledLine& header, int column) {
+  int end = 0;
+  for (const Cell& cell : header) {
+    end += DisplayWidth(cell.text);
+    if (column >= end) {
+      continue;
+    }
+    for (const Choice& choice : view_->OrderColumns()) {
+      if (const std::string label = LabelOf(choice.name);
+          Pad(label, DisplayWidth(cell.text), Align::kLeft) == cell.text ||
+          Pad(label, DisplayWidth(cell.text), Align::kRight) == cell.text) {
+        view_->OrderBy(choice.number);
+        return true;
+      }
+    }
+    return false;
+  }
   return false;
+}
+
+std::vector<PanelColumn> ViewPanel::Columns() const {
+  std::vector<PanelColumn> columns;
+  for (const std::string& name : view_->ColumnNames()) {
+    columns.push_back({name});
+  }
+  for (const Choice& choice : view_->OrderColumns()) {
+    const auto found = std::find_if(columns.begin(), columns.end(),
+                                    [&](const PanelColumn& column) { return column.name == choice.name; });
+    if (found == columns.end()) {
+      columns.push_back({std::string(choice.name), choice.key});
+    } else {
+      found->key = choice.key;
+    }
+  }
+  return columns;
 }
 
 std::vector<KeyHint> ViewPanel::KnobHints() const {
@@ -118,8 +159,17 @@ std::vector<StyledLine> ChartPanel::Picture(const ChartSize& size) {
 
 // --- Lists
 
+namespace {
+
+PagedList* PagesOf(View& view) {
+  auto* const list = dynamic_cast<PagedList*>(&view);
+  return list == nullptr || list->has_fixed_rows() ? nullptr : list;
+}
+
+}  // namespace
+
 ListPanel::ListPanel(PanelContext& context, std::unique_ptr<View> shown, Steps steps)
-    : ViewPanel(context, std::move(shown)), steps_(steps) {
+    : ViewPanel(context, std::move(shown)), paged_(PagesOf(view())), steps_(steps) {
   view().OnArrivals([this] { OnRows(); });
 }
 
@@ -129,39 +179,75 @@ void ListPanel::Show() {
 }
 
 void ListPanel::OnRows() {
-  cursor_.SetRows(view().RowKeys());
-  if (steps_ == Steps::kYes && view().shown() && view().has_data()) {
-    std::vector<BaseInfoItem> list;
-    for (const Security& security : view().Securities()) {
-      list.push_back({security.code, security.name, L"", 0});
-    }
-    context().step_through(std::move(list));
+  if (paged_ != nullptr) {
+    cursor_.SetPage(view().RowKeys(), paged_->first_row(), paged_->total());
+  } else {
+    cursor_.SetRows(view().RowKeys());
+  }
+  if (steps_ == Steps::kYes && view().shown() && !view().Securities().empty()) {
+    context().step_through(WholeList());
   }
 }
 
+std::vector<BaseInfoItem> ListPanel::WholeList() const {
+  if (paged_ != nullptr) {
+    return paged_->WholeList();
+  }
+  std::vector<BaseInfoItem> list;
+  for (const Security& security : view().Securities()) {
+    list.push_back({security.code, security.name, L"", 0});
+  }
+  return list;
+}
+
 void ListPanel::Select(const Security& security) {
+  ViewPanel::Select(security);
   current_ = security;
+  if (steps_ == Steps::kYes && !cursor_.MoveTo(current_.code)) {
+    const std::vector<BaseInfoItem> whole = WholeList();
+    const auto known = std::find_if(whole.begin(), whole.end(),
+                                    [&](const BaseInfoItem& item) { return item.code == current_.code; });
+    if (known != whole.end()) {
+      cursor_.MoveTo(known - whole.begin());
+    }
+  }
+  TurnPage();
   context().views.changed();
+}
+
+void ListPanel::TurnPage() {
+  if (paged_ != nullptr) {
+    const auto start = static_cast<std::uint32_t>(cursor_.page());
+    paged_->SetRange({start, start + static_cast<std::uint32_t>(cursor_.room())});
+  }
 }
 
 std::optional<Security> ListPanel::AtCursor() const {
   const std::vector<Security> rows = view().Securities();
-  return cursor_.row() && *cursor_.row() < rows.size() ? std::optional(rows[*cursor_.row()]) : std::nullopt;
+  const bool is_there = cursor_.row() && *cursor_.row() < rows.size() && !rows[*cursor_.row()].code.empty();
+  return is_there ? std::optional(rows[*cursor_.row()]) : std::nullopt;
 }
 
+// A click into the cursor's row takes it as Enter does.
 bool ListPanel::OnKey(const Key& key) {
-  if (cursor_.OnKey(key)) {
-    context().views.changed();
-  } else if (key.kind == KeyKind::kEnter) {
-    if (const auto security = AtCursor()) {
-      context().select(*security);
-    }
-  } else if (TurnKnob(key)) {
+  const std::optional<std::size_t> before = cursor_.row();
+  const bool is_header = key.kind == KeyKind::kClick && key.row == 0;
+  if (is_header ? OrderAt(header_, key.column) : TurnKnob(key)) {
     cursor_.Reset();
-  } else {
-    return false;
+    header_.clear();
+    return true;
   }
-  return true;
+  const bool is_moved = cursor_.OnKey(key);
+  if (is_moved) {
+    TurnPage();
+    context().views.changed();
+  }
+  const bool is_taken =
+      key.kind == KeyKind::kEnter || (is_moved && key.kind == KeyKind::kClick && cursor_.row() == before);
+  if (const auto security = is_taken ? AtCursor() : std::nullopt) {
+    context().select(*security);
+  }
+  return is_moved || is_taken;
 }
 
 std::vector<KeyHint> ListPanel::Keys() const {
@@ -171,153 +257,20 @@ std::vector<KeyHint> ListPanel::Keys() const {
 }
 
 std::vector<StyledLine> ListPanel::Picture(const ChartSize& size) {
-  if (!view().has_data() || !view().WhyEmpty().empty() || !view().WhyNothingToAsk().empty()) {
-    return {};
-  }
   const std::string note = view().Note();
-  const ChartSize room{size.columns, size.rows - (note.empty() ? 0 : 1)};
-  std::vector<StyledLine> lines =
-      cursor_.Picture(view().Lines(room.columns - kMarkColumns), current_.code, room);
-  if (!note.empty()) {
-    lines.push_back({{note, Tone::kDim}});
-  }
-  return CutTo(std::move(lines), size);
-}
-
-// --- Lists that come page by page
-
-PagedPanel::PagedPanel(PanelContext& context, std::unique_ptr<View> shown, PagedList& list)
-    : ViewPanel(context, std::move(shown)), list_(list) {
-  view().OnArrivals([this] { OnRows(); });
-  list_.SetRange({start_, start_ + room_});
-}
-
-void PagedPanel::Show() {
-  ViewPanel::Show();
-  if (!rows_.empty()) {
-    context().step_through(list_.WholeList());
-  }
-}
-
-// Once it was moved the cursor goes with its row.
-void PagedPanel::OnRows() {
-  const auto aimed = moved_ ? AtCursor() : std::nullopt;
-  rows_ = view().Securities();
-  first_ = list_.first_row();
-  const auto found = std::find_if(rows_.begin(), rows_.end(),
-                                  [&](const Security& row) { return aimed && row.code == aimed->code; });
-  if (found != rows_.end()) {
-    cursor_ = first_ + static_cast<std::uint32_t>(found - rows_.begin());
-  }
-  if (view().shown()) {
-    context().step_through(list_.WholeList());
-  }
-}
-
-void PagedPanel::Select(const Security& security) {
-  ViewPanel::Select(security);
-  current_ = security;
-  const auto is_it = [&](const auto& row) { return row.code == current_.code; };
-  const auto seen = std::find_if(rows_.begin(), rows_.end(), is_it);
-  if (seen != rows_.end()) {
-    MoveTo(first_ + static_cast<std::uint32_t>(seen - rows_.begin()));
-    return;
-  }
-  const std::vector<BaseInfoItem> whole = list_.WholeList();
-  const auto known = std::find_if(whole.begin(), whole.end(), is_it);
-  if (known != whole.end()) {
-    MoveTo(static_cast<std::uint32_t>(known - whole.begin()));
-  }
-}
-
-std::optional<Security> PagedPanel::AtCursor() const {
-  const std::size_t row = cursor_ - first_;
-  return cursor_ >= first_ && row < rows_.size() ? std::optional(rows_[row]) : std::nullopt;
-}
-
-// The row that the cursor can be in at most. While it is not known how many there are, a full page may be
-// followed by another one.
-std::uint32_t PagedPanel::Last() const {
-  const std::size_t seen = first_ + rows_.size() + (rows_.size() >= room_ ? 1 : 0);
-  return static_cast<std::uint32_t>(std::max<std::size_t>(list_.total().value_or(seen), 1) - 1);
-}
-
-void PagedPanel::TurnTo(std::uint32_t start) {
-  start_ = start;
-  list_.SetRange({start_, start_ + room_});
-}
-
-bool PagedPanel::MoveTo(std::uint32_t row) {
-  cursor_ = std::min(row, Last());
-  moved_ = true;
-  context().views.changed();
-  // A step beyond the edge turns the page.
-  if (cursor_ < start_ || cursor_ >= start_ + room_) {
-    TurnTo(cursor_ / room_ * room_);
-  }
-  return true;
-}
-
-bool PagedPanel::OnKey(const Key& key) {
-  switch (key.kind) {
-    case KeyKind::kUp:
-      return MoveTo(cursor_ - std::min(cursor_, 1U));
-    case KeyKind::kDown:
-      return MoveTo(cursor_ + 1);
-    case KeyKind::kPageUp:
-      return MoveTo(cursor_ - std::min(cursor_, room_));
-    case KeyKind::kPageDown:
-      return MoveTo(cursor_ + room_);
-    case KeyKind::kHome:
-      return MoveTo(0);
-    case KeyKind::kEnd:
-      return MoveTo(Last());
-    case KeyKind::kEnter:
-      if (const auto security = AtCursor()) {
-        context().select(*security);
-      }
-      return true;
-    default:
-      break;
-  }
-  if (!TurnKnob(key)) {
-    return false;
-  }
-  cursor_ = 0;
-  start_ = 0;
-  moved_ = false;
-  rows_.clear();
-  return true;
-}
-
-std::vector<KeyHint> PagedPanel::Keys() const {
-  std::vector<KeyHint> hints = KnobHints();
-  hints.insert(hints.begin(), {kCursorHint, {"Enter", "select"}});
-  return hints;
-}
-
-std::string PagedPanel::Position() const {
-  return rows_.empty() ? std::string() : RowText(cursor_, list_.total());
-}
-
-std::vector<StyledLine> PagedPanel::Picture(const ChartSize& size) {
-  const auto rows = static_cast<std::uint32_t>(std::max(size.rows - 1, 1));
-  if (rows != room_) {
-    room_ = rows;
-    TurnTo(cursor_ / room_ * room_);
-  }
-  if (rows_.empty() || size.rows <= 0) {
+  const ChartSize room{size.columns, size.rows - (note.empty() || paged_ != nullptr ? 0 : 1)};
+  // Rows stay until those of another page are there.
+  const bool has_rows = view().has_data() || (paged_ != nullptr && !view().Securities().empty());
+  const bool is_shown = has_rows && view().WhyEmpty().empty() && view().WhyNothingToAsk().empty();
+  std::vector<StyledLine> lines = cursor_.Picture(
+      is_shown ? view().Lines(room.columns - kMarkColumns) : std::vector<StyledLine>(1), current_.code, room);
+  TurnPage();
+  if (!is_shown) {
     return {};
   }
-  std::vector<StyledLine> lines = view().Lines(size.columns - kMarkColumns);
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    Cell mark{"  "};
-    if (i > 0 && first_ + i - 1 == cursor_) {
-      mark = {"▸ ", Tone::kStrong};
-    } else if (i > 0 && i - 1 < rows_.size() && rows_[i - 1].code == current_.code) {
-      mark = {"• ", Tone::kStrong};
-    }
-    lines[i].insert(lines[i].begin(), mark);
+  header_ = lines.empty() ? StyledLine() : lines.front();
+  if (room.rows < size.rows) {
+    lines.push_back({{note, Tone::kDim}});
   }
   return CutTo(std::move(lines), size);
 }
@@ -325,15 +278,11 @@ std::vector<StyledLine> PagedPanel::Picture(const ChartSize& size) {
 std::unique_ptr<Panel> MakeBoardPanel(PanelContext& context) {
   ListChoice choice;
   choice.order.columns = StockColumns();
-  auto view = std::make_unique<BoardView>(context.views, choice);
-  PagedList& list = *view;
-  return std::make_unique<PagedPanel>(context, std::move(view), list);
+  return std::make_unique<ListPanel>(context, std::make_unique<BoardView>(context.views, choice),
+                                     ListPanel::Steps::kYes);
 }
 
 std::unique_ptr<Panel> PanelFor(PanelContext& context, std::unique_ptr<View> view) {
-  if (auto* const list = dynamic_cast<PagedList*>(view.get()); list != nullptr && !list->has_fixed_rows()) {
-    return std::make_unique<PagedPanel>(context, std::move(view), *list);
-  }
   if (dynamic_cast<QuoteView*>(view.get()) != nullptr) {
     return std::make_unique<ViewPanel>(context, std::move(view));
   }

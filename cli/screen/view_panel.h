@@ -29,7 +29,7 @@ class ViewPanel : public Panel {
   bool OnKey(const Key& key) override;
   [[nodiscard]] std::vector<KeyHint> Keys() const override;
   [[nodiscard]] std::string Position() const override;
-  [[nodiscard]] std::vector<std::string> ColumnNames() const override { return view_->ColumnNames(); }
+  [[nodiscard]] std::vector<PanelColumn> Columns() const override;
   [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const override {
     return view_->Report(now, phase);
   }
@@ -38,8 +38,10 @@ class ViewPanel : public Panel {
  protected:
   [[nodiscard]] PanelContext& context() const { return context_; }
   [[nodiscard]] View& view() const { return *view_; }
-  /// True when `key` turned one of the view's knobs.
+  /// True when `key` turned one of the view's knobs, or orders its rows by a column.
   bool TurnKnob(const Key& key);
+  /// Orders the rows by the column whose title stands at `column` of `header`, if they can be.
+  bool OrderAt(const StyledLine& header, int column);
   [[nodiscard]] std::vector<KeyHint> KnobHints() const;
 
  private:
@@ -63,11 +65,12 @@ class ChartPanel : public ViewPanel {
   [[nodiscard]] std::vector<KeyHint> Keys() const override { return KnobHints(); }
 };
 
-/// Rows with a cursor; Enter selects the security in its row.
+/// Rows with a cursor; Enter selects the security in its row. Of a list that the server sends page by page as
+/// many rows are asked for as there is room for.
 class ListPanel : public ViewPanel {
  public:
   enum class Steps { kNo, kYes };
-  /// With `steps` "next" and "previous" go through the list.
+  /// With `steps` "next" and "previous" go through the list, and the cursor with them.
   ListPanel(PanelContext& context, std::unique_ptr<View> view, Steps steps = Steps::kNo);
 
   void Show() override;
@@ -77,48 +80,22 @@ class ListPanel : public ViewPanel {
   [[nodiscard]] std::string Position() const override { return cursor_.Position(); }
   [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override;
 
- protected:
   /// That of the cursor's row; nothing while there is none.
   [[nodiscard]] std::optional<Security> AtCursor() const;
+
+ protected:
   [[nodiscard]] const Security& current() const { return current_; }
 
  private:
   void OnRows();
+  /// Asks for the page that the cursor is on.
+  void TurnPage();
+  [[nodiscard]] std::vector<BaseInfoItem> WholeList() const;
 
+  PagedList* const paged_;  // the view; null: all rows are there at once
   const Steps steps_;
   ListCursor cursor_;
-  Security current_;
-};
-
-/// A list that the server sends page by page, as many rows as there is room for.
-class PagedPanel : public ViewPanel {
- public:
-  /// `view` and `list` are one object.
-  PagedPanel(PanelContext& context, std::unique_ptr<View> view, PagedList& list);
-
-  void Show() override;
-  void Select(const Security& security) override;
-  bool OnKey(const Key& key) override;
-  [[nodiscard]] std::vector<KeyHint> Keys() const override;
-  [[nodiscard]] std::string Position() const override;
-  [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override;
-
-  /// That of the cursor's row; nothing while the rows around it are still to come.
-  [[nodiscard]] std::optional<Security> AtCursor() const;
-
- private:
-  void OnRows();
-  [[nodiscard]] std::uint32_t Last() const;
-  bool MoveTo(std::uint32_t row);
-  void TurnTo(std::uint32_t start);
-
-  PagedList& list_;
-  std::vector<Security> rows_;
-  std::uint32_t first_ = 0;  // number of the first of `rows_`
-  std::uint32_t room_ = 30;  // before it is known how many rows there is room for
-  std::uint32_t start_ = 0;  // first row that is asked for
-  std::uint32_t cursor_ = 0;
-  bool moved_ = false;
+  StyledLine header_;
   Security current_;
 };
 

@@ -14,6 +14,7 @@ struct Choice {
   std::string_view name;
   int number = 0;         ///< what the service calls it
   std::string_view help;  ///< for a person, a few words
+  char key = '\0';        ///< chooses it where single keys do; 0: none
 };
 
 using Choices = std::span<const Choice>;

@@ -4,6 +4,7 @@
 #include <limits>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include "cli/format/china_time.h"
 #include "cli/format/csv.h"
@@ -32,36 +33,8 @@ Number As(int number) {
   return static_cast<Number>(number);
 }
 
-bool TurnOrder(Order& order, Knob knob, int step) {
-  if (knob == Knob::kColumn) {
-    order.column = StepFrom(order.columns, order.column, step);
-  } else if (knob == Knob::kDirection) {
-    order.direction = order.direction == kAscending ? kDescending : kAscending;
-  } else {
-    return false;
-  }
-  return true;
-}
-
-bool TurnList(ListChoice& choice, Choices groups, Knob knob, int step) {
-  if (knob == Knob::kGroup && !groups.empty()) {
-    choice.group = StepFrom(groups, choice.group, step);
-    return true;
-  }
-  return TurnOrder(choice.order, knob, step);
-}
-
-std::optional<KnobSetting> SettingIn(const ListChoice& choice, Choices groups, Knob knob) {
-  switch (knob) {
-    case Knob::kGroup:
-      return groups.empty() ? std::nullopt : std::optional(KnobSetting{groups, choice.group});
-    case Knob::kColumn:
-      return KnobSetting{choice.order.columns, choice.order.column};
-    case Knob::kDirection:
-      return KnobSetting{Directions(), choice.order.direction};
-    default:
-      return std::nullopt;
-  }
+void Reverse(Order& order) {
+  order.direction = order.direction == kAscending ? kDescending : kAscending;
 }
 
 std::vector<MemberColumn> ColumnsFor(const ListChoice& choice, const ListLook& look, bool all) {
@@ -127,19 +100,17 @@ void IndexView::WriteData(JsonWriter& json) const {
   WriteRecords(json, quotes::kIndexMarketSummaryTable, newest()->data);
 }
 
-// --- Lists that come page by page
+// --- Lists that can be changed
 
 template <class Service, class Data, class KeyType>
-std::vector<Knob> PagedView<Service, Data, KeyType>::Knobs() const {
-  if (groups_.empty()) {
-    return {Knob::kColumn, Knob::kDirection};
-  }
-  return {Knob::kGroup, Knob::kColumn, Knob::kDirection};
-}
-
-template <class Service, class Data, class KeyType>
-bool PagedView<Service, Data, KeyType>::Turn(Knob knob, int step) {
-  if (!TurnList(choice_, groups_, knob, step)) {
+bool ListView<Service, Data, KeyType>::Turn(Knob knob, int step) {
+  if (knob == Knob::kGroup && !groups_.empty()) {
+    choice_.group = StepFrom(groups_, choice_.group, step);
+  } else if (knob == Knob::kColumn) {
+    choice_.order.column = StepFrom(choice_.order.columns, choice_.order.column, step);
+  } else if (knob == Knob::kDirection) {
+    Reverse(choice_.order);
+  } else {
     return false;
   }
   FollowList();
@@ -147,13 +118,36 @@ bool PagedView<Service, Data, KeyType>::Turn(Knob knob, int step) {
 }
 
 template <class Service, class Data, class KeyType>
-std::optional<KnobSetting> PagedView<Service, Data, KeyType>::SettingOf(Knob knob) const {
-  return SettingIn(choice_, groups_, knob);
+void ListView<Service, Data, KeyType>::OrderBy(int column) {
+  Order& order = choice_.order;
+  if (std::exchange(order.column, column) == column) {
+    Reverse(order);
+  } else {
+    const std::string_view name = NameOf(order.columns, column);
+    order.direction = name == "code" || name == "name" ? kAscending : kDescending;
+  }
+  FollowList();
 }
 
 template <class Service, class Data, class KeyType>
+std::optional<KnobSetting> ListView<Service, Data, KeyType>::SettingOf(Knob knob) const {
+  switch (knob) {
+    case Knob::kGroup:
+      return groups_.empty() ? std::nullopt : std::optional(KnobSetting{groups_, choice_.group});
+    case Knob::kColumn:
+      return KnobSetting{choice_.order.columns, choice_.order.column};
+    case Knob::kDirection:
+      return KnobSetting{Directions(), choice_.order.direction};
+    default:
+      return std::nullopt;
+  }
+}
+
+// --- Lists that come page by page
+
+template <class Service, class Data, class KeyType>
 void PagedView<Service, Data, KeyType>::FollowList() {
-  if (!choice_.rows) {
+  if (!this->choice().rows) {
     range_ = {0, range_.end - range_.start};
   }
   data_ = {};
@@ -166,7 +160,7 @@ void PagedView<Service, Data, KeyType>::FollowList() {
 
 template <class Service, class Data, class KeyType>
 void PagedView<Service, Data, KeyType>::SetRange(const RowRange& rows) {
-  if (!choice_.rows && rows != range_) {
+  if (!this->choice().rows && rows != range_) {
     range_ = rows;
     this->Follow(Target());
   }
@@ -182,7 +176,7 @@ std::optional<std::size_t> PagedView<Service, Data, KeyType>::total() const {
 
 template <class Service, class Data, class KeyType>
 std::vector<MemberColumn> PagedView<Service, Data, KeyType>::Columns(const ListLook& look, bool all) const {
-  return ColumnsFor(choice_, look, all);
+  return ColumnsFor(this->choice(), look, all);
 }
 
 template <class Service, class Data, class KeyType>
@@ -199,7 +193,7 @@ std::vector<Security> PagedView<Service, Data, KeyType>::Securities() const {
 template <class Service, class Data, class KeyType>
 void PagedView<Service, Data, KeyType>::Resume(Observer& observer) {
   observer.Resume(true);
-  if (whole_.empty() && !choice_.rows) {
+  if (whole_.empty() && !this->choice().rows) {
     AskForNamesNow();
   }
 }
@@ -208,7 +202,8 @@ template <class Service, class Data, class KeyType>
 void PagedView<Service, Data, KeyType>::OnData() {
   data_ = this->newest()->data;
   first_ = range_.start;
-  if (!choice_.rows && Clock::now() - names_asked_ >= (whole_.empty() ? kUntilNextNames : kNamesLast)) {
+  if (!this->choice().rows &&
+      Clock::now() - names_asked_ >= (whole_.empty() ? kUntilNextNames : kNamesLast)) {
     AskForNamesNow();
   }
 }
@@ -255,12 +250,12 @@ std::string BoardView::Title() const {
 }
 
 std::wstring BoardView::Key() const {
-  return choice().Key(Wide(NameOf(Boards(), choice().group)), range());
+  return choice().Key(Wide(GroupName()), range());
 }
 
 StockRangeRankingTarget BoardView::Target() const {
   return {As<std::uint32_t>(choice().group), As<std::uint32_t>(choice().order.column),
-          As<std::uint32_t>(choice().order.direction), range().start, range().end};
+          As<std::uint32_t>(choice().order.direction), Asked().start, Asked().end};
 }
 
 std::vector<Security> BoardView::SecuritiesIn(const Quotes& quotes) const {
@@ -297,17 +292,16 @@ PlatesView::PlatesView(const ViewContext& context, const ListChoice& choice)
 }
 
 std::string PlatesView::Title() const {
-  return std::string(NameOf(PlateKinds(), choice().group)) + " plates " + choice().order.Title() +
-         RangeText();
+  return GroupName() + " plates " + choice().order.Title() + RangeText();
 }
 
 std::wstring PlatesView::Key() const {
-  return choice().Key(Wide(NameOf(PlateKinds(), choice().group)), range());
+  return choice().Key(Wide(GroupName()), range());
 }
 
 PlateRangeRankingTarget PlatesView::Target() const {
   return {As<std::uint32_t>(choice().group), As<std::uint32_t>(choice().order.column),
-          As<std::uint32_t>(choice().order.direction), range().start, range().end};
+          As<std::uint32_t>(choice().order.direction), Asked().start, Asked().end};
 }
 
 std::vector<Security> PlatesView::SecuritiesIn(const Quotes& quotes) const {
@@ -360,7 +354,7 @@ void MembersView::Select(const Security& security) {
 
 PlateStockRankingTarget MembersView::Target() const {
   return {plate_.code, As<std::uint32_t>(choice().order.column), As<std::uint32_t>(choice().order.direction),
-          range().start, range().end};
+          Asked().start, Asked().end};
 }
 
 std::vector<Security> MembersView::SecuritiesIn(const PlateStockMarketData& data) const {
@@ -393,6 +387,9 @@ void MembersView::WriteData(JsonWriter& json) const {
   json.Value(data().total_num);
 }
 
+template class ListView<IStockRanking, std::vector<StockMarketSummary>, RankingTarget>;
+template class ListView<IPlateRanking, std::vector<PlateMarketSummary>, RankingTarget>;
+template class ListView<IOptionalStockMarket, std::vector<OptionalMarketItem>, SortingTarget>;
 template class PagedView<IStockMarket, Quotes, StockRangeRankingTarget>;
 template class PagedView<IPlateMarket, Quotes, PlateRangeRankingTarget>;
 template class PagedView<IPlateStockMarket, PlateStockMarketData, PlateStockRankingTarget>;
@@ -401,8 +398,7 @@ template class PagedView<IPlateStockMarket, PlateStockMarketData, PlateStockRank
 
 StockRankingView::StockRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count,
                                    bool five_minutes)
-    : ServiceView(context, kStockRankingFeed, {}),
-      choice_(choice),
+    : ListView(context, kStockRankingFeed, nullptr, Boards(), choice),
       count_(count),
       five_minutes_(five_minutes) {
   FollowList();
@@ -410,35 +406,33 @@ StockRankingView::StockRankingView(const ViewContext& context, const ListChoice&
 
 void StockRankingView::FollowList() {
   Follow(five_minutes_ ? kFiveMinutesFeed : kStockRankingFeed,
-         [board = choice_.group, five_minutes = five_minutes_] {
+         [board = choice().group, five_minutes = five_minutes_] {
            return GetStockRanking(board, five_minutes, false);
          },
-         {choice_.order.column, choice_.order.direction, count_});
+         {choice().order.column, choice().order.direction, count_});
 }
 
 bool StockRankingView::Turn(Knob knob, int step) {
-  if (knob == Knob::kSpan) {
-    five_minutes_ = !five_minutes_;
-  } else if (!TurnList(choice_, Boards(), knob, step)) {
-    return false;
+  if (knob != Knob::kSpan) {
+    return ListView::Turn(knob, step);
   }
+  five_minutes_ = !five_minutes_;
   FollowList();
   return true;
 }
 
 std::optional<KnobSetting> StockRankingView::SettingOf(Knob knob) const {
-  return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0}
-                             : SettingIn(choice_, Boards(), knob);
+  return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0} : ListView::SettingOf(knob);
 }
 
 std::string StockRankingView::Title() const {
-  return "top " + std::to_string(count_) + " of " + std::string(HelpOf(Boards(), choice_.group)) + " " +
-         choice_.order.Title() + (five_minutes_ ? ", within five minutes" : "");
+  return "top " + std::to_string(count_) + " of " + std::string(HelpOf(Boards(), choice().group)) + " " +
+         choice().order.Title() + (five_minutes_ ? ", within five minutes" : "");
 }
 
 std::wstring StockRankingView::Key() const {
-  return Wide(std::string(NameOf(Boards(), choice_.group)) + " " + choice_.order.Key() + " " +
-              std::to_string(count_) + (five_minutes_ ? " five_minutes" : ""));
+  return Wide(GroupName() + " " + choice().order.Key() + " " + std::to_string(count_) +
+              (five_minutes_ ? " five_minutes" : ""));
 }
 
 Table StockRankingView::AsTable() const {
@@ -467,35 +461,21 @@ void StockRankingView::WriteData(JsonWriter& json) const {
 }
 
 PlateRankingView::PlateRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count)
-    : ServiceView(context, kPlateRankingFeed, {}), choice_(choice), count_(count) {
+    : ListView(context, kPlateRankingFeed, nullptr, PlateKinds(), choice), count_(count) {
   FollowList();
 }
 
 void PlateRankingView::FollowList() {
-  Follow(kPlateRankingFeed, [kind = choice_.group] { return GetPlateRanking(kind, false); },
-         {choice_.order.column, choice_.order.direction, count_});
-}
-
-bool PlateRankingView::Turn(Knob knob, int step) {
-  if (!TurnList(choice_, PlateKinds(), knob, step)) {
-    return false;
-  }
-  FollowList();
-  return true;
-}
-
-std::optional<KnobSetting> PlateRankingView::SettingOf(Knob knob) const {
-  return SettingIn(choice_, PlateKinds(), knob);
+  Follow(kPlateRankingFeed, [kind = choice().group] { return GetPlateRanking(kind, false); },
+         {choice().order.column, choice().order.direction, count_});
 }
 
 std::string PlateRankingView::Title() const {
-  return "top " + std::to_string(count_) + " of " + std::string(NameOf(PlateKinds(), choice_.group)) +
-         " plates " + choice_.order.Title();
+  return "top " + std::to_string(count_) + " of " + GroupName() + " plates " + choice().order.Title();
 }
 
 std::wstring PlateRankingView::Key() const {
-  return Wide(std::string(NameOf(PlateKinds(), choice_.group)) + " " + choice_.order.Key() + " " +
-              std::to_string(count_));
+  return Wide(GroupName() + " " + choice().order.Key() + " " + std::to_string(count_));
 }
 
 Table PlateRankingView::AsTable() const {
@@ -526,12 +506,12 @@ void PlateRankingView::WriteData(JsonWriter& json) const {
 // --- The user's own list
 
 WatchListView::WatchListView(const ViewContext& context, const ListChoice& choice)
-    : ServiceView(context, kWatchListFeed, &GetOptionalStockMarket), choice_(choice) {
+    : ListView(context, kWatchListFeed, &GetOptionalStockMarket, {}, choice) {
   FollowList();
 }
 
 void WatchListView::FollowList() {
-  Follow({As<std::uint32_t>(choice_.order.column), As<std::uint32_t>(choice_.order.direction)});
+  Follow({As<std::uint32_t>(choice().order.column), As<std::uint32_t>(choice().order.direction)});
 }
 
 std::string WatchListView::WhyNothingToAsk() const {
@@ -540,30 +520,18 @@ std::string WatchListView::WhyNothingToAsk() const {
              : "";
 }
 
-bool WatchListView::Turn(Knob knob, int step) {
-  if (!TurnOrder(choice_.order, knob, step)) {
-    return false;
-  }
-  FollowList();
-  return true;
-}
-
-std::optional<KnobSetting> WatchListView::SettingOf(Knob knob) const {
-  return SettingIn(choice_, {}, knob);
-}
-
 std::string WatchListView::Title() const {
-  const std::string order = choice_.order.Title();
+  const std::string order = choice().order.Title();
   return order.empty() ? "watch list" : "watch list " + order;
 }
 
 std::wstring WatchListView::Key() const {
-  return Wide(choice_.order.Key());
+  return Wide(choice().order.Key());
 }
 
 Table WatchListView::TableOf(bool all_columns) const {
   return WatchListTable(newest() == nullptr ? std::vector<OptionalMarketItem>() : newest()->data,
-                        ColumnsFor(choice_, WatchListLook(), all_columns));
+                        ColumnsFor(choice(), WatchListLook(), all_columns));
 }
 
 std::vector<StyledLine> WatchListView::Lines(int width) const {

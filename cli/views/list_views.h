@@ -2,6 +2,7 @@
 // user's own choice, of codes and names. See view.h.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -62,16 +63,39 @@ class PagedList {
   [[nodiscard]] virtual std::vector<BaseInfoItem> WholeList() const = 0;
 };
 
+/// A list whose group and order can be changed.
 template <class Service, class Data, class KeyType>
-class PagedView : public ServiceView<Service, Data, KeyType>, public PagedList {
+class ListView : public ServiceView<Service, Data, KeyType> {
+ public:
+  bool Turn(Knob knob, int step) override;
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
+  void OrderBy(int column) override;
+
+ protected:
+  /// `groups` is empty for a list that is the only one of its kind.
+  ListView(const ViewContext& context, const Feed& feed, Service* (*get)(), Choices groups,
+           const ListChoice& choice)
+      : ServiceView<Service, Data, KeyType>(context, feed, get), groups_(groups), choice_(choice) {}
+
+  [[nodiscard]] const ListChoice& choice() const { return choice_; }
+  /// Name of the group: "all".
+  [[nodiscard]] std::string GroupName() const { return std::string(NameOf(groups_, choice_.group)); }
+
+ private:
+  /// Shows the list of `choice()`, from its beginning.
+  virtual void FollowList() = 0;
+
+  const Choices groups_;
+  ListChoice choice_;
+};
+
+template <class Service, class Data, class KeyType>
+class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
  public:
   using typename ServiceView<Service, Data, KeyType>::Observer;
 
-  [[nodiscard]] std::vector<Knob> Knobs() const override;
-  bool Turn(Knob knob, int step) override;
-  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   void SetRange(const RowRange& rows) override;
-  [[nodiscard]] bool has_fixed_rows() const override { return choice_.rows.has_value(); }
+  [[nodiscard]] bool has_fixed_rows() const override { return this->choice().rows.has_value(); }
   [[nodiscard]] std::uint32_t first_row() const override { return first_; }
   [[nodiscard]] std::optional<std::size_t> total() const override;
   [[nodiscard]] std::vector<BaseInfoItem> WholeList() const override;
@@ -80,21 +104,24 @@ class PagedView : public ServiceView<Service, Data, KeyType>, public PagedList {
 
  protected:
   PagedView(const ViewContext& context, const Feed& feed, Service* (*get)(), Choices groups,
-            ListChoice choice)
-      : ServiceView<Service, Data, KeyType>(context, feed, get),
-        groups_(groups),
-        choice_(std::move(choice)),
-        range_(choice_.rows.value_or(RowRange())),
+            const ListChoice& choice)
+      : ListView<Service, Data, KeyType>(context, feed, get, groups, choice),
+        range_(choice.rows.value_or(RowRange())),
         names_(context.post, [this](const Delivery<CodeNameList>& list) { TakeNames(list.data); }) {}
 
-  [[nodiscard]] const ListChoice& choice() const { return choice_; }
   [[nodiscard]] const RowRange& range() const { return range_; }
+  /// The rows to ask for.
+  [[nodiscard]] RowRange Asked() const {
+    const std::uint32_t least = this->choice().rows ? 0 : this->context().least_rows;
+    return {range_.start, std::max(range_.end, range_.start + least)};
+  }
   [[nodiscard]] const Data& data() const { return data_; }
-  [[nodiscard]] std::string RangeText() const { return choice_.rows ? ", rows " + RowsText(range_) : ""; }
+  [[nodiscard]] std::string RangeText() const {
+    return this->choice().rows ? ", rows " + RowsText(range_) : "";
+  }
   /// The columns to show where any number of them has room, or all of them.
   [[nodiscard]] std::vector<MemberColumn> Columns(const ListLook& look, bool all) const;
-  /// Another list: from its beginning.
-  void FollowList();
+  void FollowList() override;
 
  private:
   using Clock = View::Clock;
@@ -119,8 +146,6 @@ class PagedView : public ServiceView<Service, Data, KeyType>, public PagedList {
   void AskForNamesNow();
   void TakeNames(const CodeNameList& list);
 
-  const Choices groups_;
-  ListChoice choice_;
   RowRange range_;
   Data data_{};                      // stays until the answer to the next question is there
   std::uint32_t first_ = 0;          // number of the first row of `data_`
@@ -182,7 +207,7 @@ class MembersView final : public PagedView<IPlateStockMarket, PlateStockMarketDa
 
 /// The first stocks of a board by a column, of the day or of the last five minutes.
 class StockRankingView final
-    : public ServiceView<IStockRanking, std::vector<StockMarketSummary>, RankingTarget> {
+    : public ListView<IStockRanking, std::vector<StockMarketSummary>, RankingTarget> {
  public:
   StockRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count,
                    bool five_minutes);
@@ -191,25 +216,21 @@ class StockRankingView final
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<Security> Securities() const override;
   [[nodiscard]] std::string Csv() const override;
-  [[nodiscard]] std::vector<Knob> Knobs() const override {
-    return {Knob::kGroup, Knob::kColumn, Knob::kDirection, Knob::kSpan};
-  }
   bool Turn(Knob knob, int step) override;
   [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
 
  private:
-  void FollowList();
+  void FollowList() override;
   [[nodiscard]] std::string WhyNothingIn(
       const Delivery<std::vector<StockMarketSummary>>& delivery) const override;
   void WriteData(JsonWriter& json) const override;
 
-  ListChoice choice_;
   std::int32_t count_;
   bool five_minutes_;
 };
 
 class PlateRankingView final
-    : public ServiceView<IPlateRanking, std::vector<PlateMarketSummary>, RankingTarget> {
+    : public ListView<IPlateRanking, std::vector<PlateMarketSummary>, RankingTarget> {
  public:
   PlateRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count);
   [[nodiscard]] std::string Title() const override;
@@ -217,24 +238,18 @@ class PlateRankingView final
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<Security> Securities() const override;
   [[nodiscard]] std::string Csv() const override;
-  [[nodiscard]] std::vector<Knob> Knobs() const override {
-    return {Knob::kGroup, Knob::kColumn, Knob::kDirection};
-  }
-  bool Turn(Knob knob, int step) override;
-  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
 
  private:
-  void FollowList();
+  void FollowList() override;
   [[nodiscard]] std::string WhyNothingIn(
       const Delivery<std::vector<PlateMarketSummary>>& delivery) const override;
   void WriteData(JsonWriter& json) const override;
 
-  ListChoice choice_;
   std::int32_t count_;
 };
 
 class WatchListView final
-    : public ServiceView<IOptionalStockMarket, std::vector<OptionalMarketItem>, SortingTarget> {
+    : public ListView<IOptionalStockMarket, std::vector<OptionalMarketItem>, SortingTarget> {
  public:
   WatchListView(const ViewContext& context, const ListChoice& choice);
   [[nodiscard]] std::string Title() const override;
@@ -246,21 +261,16 @@ class WatchListView final
   [[nodiscard]] std::vector<Security> Securities() const override;
   [[nodiscard]] std::string Csv() const override;
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
-  [[nodiscard]] std::vector<Knob> Knobs() const override { return {Knob::kColumn, Knob::kDirection}; }
-  bool Turn(Knob knob, int step) override;
-  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   [[nodiscard]] std::string WhyNothingToAsk() const override;
 
  private:
-  void FollowList();
+  void FollowList() override;
   [[nodiscard]] Table TableOf(bool all_columns) const;
   [[nodiscard]] std::string WhyNothingIn(
       const Delivery<std::vector<OptionalMarketItem>>& delivery) const override;
   // Others ask the same endpoint: its answers say nothing about this list.
   [[nodiscard]] std::string NothingText() const override { return {}; }
   void WriteData(JsonWriter& json) const override;
-
-  ListChoice choice_;
 };
 
 /// Code and name of a whole board, or of all plates of a kind.

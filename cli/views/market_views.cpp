@@ -18,6 +18,7 @@
 #include "cli/format/figures.h"
 #include "cli/format/record_json.h"
 #include "cli/plot/market_charts.h"
+#include "cli/views/symbols.h"
 #include "cli/views/trading_days.h"
 #include "host/text.h"
 
@@ -167,10 +168,12 @@ Table EventsView::AsTable() const {
   return EventTable(Events());
 }
 
+// Every event has the symbol of the whole market: the text alone names a stock.
 std::vector<Security> EventsView::Securities() const {
   std::vector<Security> securities;
   for (const StockUnusualEventItem& event : Events()) {
-    securities.push_back(SecurityOf(event.symbol, L""));
+    const auto symbol = SymbolIn(Utf8(event.content));
+    securities.push_back(symbol ? SecurityOf(*symbol, L"") : Security());
   }
   return securities;
 }
@@ -178,7 +181,7 @@ std::vector<Security> EventsView::Securities() const {
 std::vector<std::wstring> EventsView::RowKeys() const {
   std::vector<std::wstring> keys;
   for (const StockUnusualEventItem& event : Events()) {
-    keys.push_back(event.symbol + event.time + event.content);
+    keys.push_back(event.time + event.content);
   }
   return keys;
 }

@@ -71,7 +71,6 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   [[nodiscard]] std::string Title() const override;
   [[nodiscard]] std::wstring Key() const override { return security_.code; }
   void Select(const Security& security) override;
-  [[nodiscard]] std::vector<Knob> Knobs() const override { return {Knob::kPeriod, Knob::kAdjustment}; }
   bool Turn(Knob knob, int step) override;
   [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   [[nodiscard]] std::uint32_t Session() const override;

@@ -44,4 +44,21 @@ std::optional<std::wstring> ParseSymbol(std::string_view text) {
   return std::wstring(symbol.begin(), symbol.end());
 }
 
+std::optional<std::wstring> SymbolIn(std::string_view sentence) {
+  constexpr std::string_view kDigitsOfAll = "0123456789";
+  std::size_t end = 0;
+  for (std::size_t at = sentence.find_first_of(kDigitsOfAll); at != std::string_view::npos;
+       at = sentence.find_first_of(kDigitsOfAll, end)) {
+    end = std::min(sentence.find_first_not_of(kDigitsOfAll, at), sentence.size());
+    if (end - at != kDigits) {
+      continue;
+    }
+    const auto with_market = at >= 2 ? ParseSymbol(sentence.substr(at - 2, kDigits + 2)) : std::nullopt;
+    if (const auto symbol = with_market ? with_market : ParseSymbol(sentence.substr(at, kDigits))) {
+      return symbol;
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace cli

@@ -13,4 +13,8 @@ namespace cli {
 /// whose first one tells the market (0 to 3 Shenzhen, 5, 6 and 9 Shanghai). Nothing for anything else.
 [[nodiscard]] std::optional<std::wstring> ParseSymbol(std::string_view text);
 
+/// The first symbol of that kind in a sentence: "浦发银行(600000)封涨停板". Six digits of a longer number are
+/// none.
+[[nodiscard]] std::optional<std::wstring> SymbolIn(std::string_view sentence);
+
 }  // namespace cli

@@ -55,6 +55,22 @@ void View::Refresh() {
   }
 }
 
+std::vector<Knob> View::Knobs() const {
+  std::vector<Knob> knobs;
+  for (const Knob knob :
+       {Knob::kGroup, Knob::kColumn, Knob::kDirection, Knob::kSpan, Knob::kPeriod, Knob::kAdjustment}) {
+    if (SettingOf(knob)) {
+      knobs.push_back(knob);
+    }
+  }
+  return knobs;
+}
+
+Choices View::OrderColumns() const {
+  const std::optional<KnobSetting> setting = SettingOf(Knob::kColumn);
+  return setting ? setting->choices : Choices();
+}
+
 bool View::Set(Knob knob, int number) {
   const std::optional<KnobSetting> setting = SettingOf(knob);
   if (!setting || setting->number == number) {

@@ -32,6 +32,7 @@ struct ViewContext {
   std::function<void()> changed = [] {};     ///< something is to be drawn anew
   const Warnings* warnings = nullptr;        ///< null: there are none
   std::chrono::milliseconds interval{3000};  ///< at which views are refreshed while the market is open
+  std::uint32_t least_rows = 0;  ///< that a page of a list is asked for, however many are in sight
 };
 
 /// Said by views of the current security as long as there is none.
@@ -74,13 +75,19 @@ class View {
 
   /// The current security is another one. A view that shows something else ignores it.
   virtual void Select(const Security& /*security*/) {}
-  [[nodiscard]] virtual std::vector<Knob> Knobs() const { return {}; }
+  /// Those that it has.
+  [[nodiscard]] std::vector<Knob> Knobs() const;
   /// Goes on to the next of what the knob changes, or `step` places. False for a view without that knob.
   virtual bool Turn(Knob /*knob*/, int /*step*/) { return false; }
   /// Where the knob stands; nothing for a view without that knob.
   [[nodiscard]] virtual std::optional<KnobSetting> SettingOf(Knob /*knob*/) const { return std::nullopt; }
   /// Turns the knob to `number`. False for a view without that knob, or if it cannot be that.
   bool Set(Knob knob, int number);
+  /// The columns that its rows can be ordered by.
+  [[nodiscard]] Choices OrderColumns() const;
+  /// Orders them by one of those, the largest first, codes and names from A to Z; by the one that they are
+  /// ordered by already, the other way round.
+  virtual void OrderBy(int /*column*/) {}
 
   /// How the data are, in words.
   [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const;

@@ -18,25 +18,25 @@ constexpr Choice kBoards[] = {{"all", 1, "all A shares"},
 constexpr Choice kPlateKinds[] = {{"industry", 1, "what companies make"},
                                   {"concept", 2, "what investors talk of"}};
 
-constexpr Choice kCode{"code", 1, "symbol"};
-constexpr Choice kName{"name", 2, "name"};
-constexpr Choice kLast{"last", 3, "last price"};
-constexpr Choice kChange{"change", 4, "change against the previous close, in percent"};
-constexpr Choice kDiff{"diff", 5, "change against the previous close, in yuan"};
-constexpr Choice kBid1{"bid1", 6, "best bid"};
-constexpr Choice kAsk1{"ask1", 7, "best offer"};
-constexpr Choice kTr{"tr", 8, "turnover rate"};
-constexpr Choice kAmt{"amt", 9, "amount of the session"};
-constexpr Choice kVol{"vol", 10, "volume of the session"};
-constexpr Choice kPe{"pe", 11, "price to earnings"};
-constexpr Choice kHigh{"high", 12, "highest price"};
-constexpr Choice kLow{"low", 13, "lowest price"};
-constexpr Choice kOpen{"open", 14, "first price"};
-constexpr Choice kPreclose{"preclose", 15, "previous close"};
-constexpr Choice kAmp{"amp", 16, "amplitude"};
-constexpr Choice kQrr{"qrr", 17, "volume ratio"};
-constexpr Choice kCr{"cr", 18, "commission ratio"};
-constexpr Choice kMc{"mc", 19, "market capitalisation"};
+constexpr Choice kCode{"code", 1, "symbol", 'K'};
+constexpr Choice kName{"name", 2, "name", 'N'};
+constexpr Choice kLast{"last", 3, "last price", 'L'};
+constexpr Choice kChange{"change", 4, "change against the previous close, in percent", 'C'};
+constexpr Choice kDiff{"diff", 5, "change against the previous close, in yuan", 'D'};
+constexpr Choice kBid1{"bid1", 6, "best bid", 'I'};
+constexpr Choice kAsk1{"ask1", 7, "best offer", 'A'};
+constexpr Choice kTr{"tr", 8, "turnover rate", 'T'};
+constexpr Choice kAmt{"amt", 9, "amount of the session", 'M'};
+constexpr Choice kVol{"vol", 10, "volume of the session", 'V'};
+constexpr Choice kPe{"pe", 11, "price to earnings", 'P'};
+constexpr Choice kHigh{"high", 12, "highest price", 'H'};
+constexpr Choice kLow{"low", 13, "lowest price", 'W'};
+constexpr Choice kOpen{"open", 14, "first price", 'O'};
+constexpr Choice kPreclose{"preclose", 15, "previous close", 'Y'};
+constexpr Choice kAmp{"amp", 16, "amplitude", 'U'};
+constexpr Choice kQrr{"qrr", 17, "volume ratio", 'X'};
+constexpr Choice kCr{"cr", 18, "commission ratio", 'Z'};
+constexpr Choice kMc{"mc", 19, "market capitalisation", 'E'};
 
 constexpr Choice kStockColumns[] = {kCode, kName, kLast, kChange, kDiff,     kBid1, kAsk1, kTr, kAmt, kVol,
                                     kPe,   kHigh, kLow,  kOpen,   kPreclose, kAmp,  kQrr,  kCr, kMc};
@@ -58,16 +58,16 @@ constexpr Choice kPlateColumns[] = {kCode,
                                     kQrr,
                                     kCr,
                                     kMc,
-                                    {"lead", 20, "leading stock"},
-                                    {"lead_change", 21, "its change in percent"},
-                                    {"bpin", 22, "the server's figure of that name"},
-                                    {"cud", 23, "the server's count of that name"}};
+                                    {"lead", 20, "leading stock", 'F'},
+                                    {"lead_change", 21, "its change in percent", 'J'},
+                                    {"bpin", 22, "the server's figure of that name", '<'},
+                                    {"cud", 23, "the server's count of that name", '>'}};
 
 constexpr auto kWatchListColumns = [] {
   std::array<Choice, std::size(kStockColumns) + 2> columns{};
-  columns.front() = {"none", 0, "the order of the list itself"};
+  columns.front() = {"none", 0, "the order of the list itself", '0'};
   std::copy(std::begin(kStockColumns), std::end(kStockColumns), columns.begin() + 1);
-  columns.back() = {"plate", 24, "first plate of the stock"};
+  columns.back() = {"plate", 24, "first plate of the stock", 'F'};
   return columns;
 }();
 

@@ -14,7 +14,7 @@ namespace cli {
 /// Kinds of plates: industry, concept.
 [[nodiscard]] Choices PlateKinds();
 
-/// Columns by which lists of stocks can be ordered.
+/// Columns by which lists of stocks can be ordered, each with a key of its own.
 [[nodiscard]] Choices StockColumns();
 
 /// Columns by which lists of plates, and the members of a plate, can be ordered.

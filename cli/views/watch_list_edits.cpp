@@ -29,7 +29,7 @@ std::string WatchListEdits::Remove(const Security& security) {
     return Printable(error);
   }
   removed_.push_back({security, static_cast<std::size_t>(place)});
-  return NameText(security) + " is not in the watch list any more; " + undo_ + " puts it back";
+  return NameText(security) + " is off the watch list; " + undo_ + " puts it back";
 }
 
 std::string WatchListEdits::Move(const Security& security, std::size_t position) {

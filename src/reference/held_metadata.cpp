@@ -1,7 +1,5 @@
 #include "reference/held_metadata.h"
 
-#include <utility>
-
 #include "host/text.h"
 #include "request/fetch_texts.h"
 
@@ -23,36 +21,24 @@ std::string HeldMetadata::Version() {
 
 KLineMetaInfo HeldMetadata::InfoOf(const std::string& symbol, std::uint16_t package) {
   std::shared_ptr<KLineMetadata> metadata;
-  KLineMetadata::Symbol* entry = nullptr;
   std::int32_t count = 0;
-  bool parsed = true;
+  int error = 0;
   {
     const Lock lock(mutex_);
     metadata = metadata_;
     if (metadata == nullptr) {
       return {};
     }
-    entry = metadata->Find(symbol);
-    if (entry != nullptr) {
-      parsed = entry->parsed;
-      count = parsed ? entry->counts.Get(package) : 0;
+    if (KLineMetadata::Symbol* const entry = metadata->Find(symbol)) {
+      if (!entry->parsed) {
+        error = entry->counts.Read(entry->json);
+        entry->parsed = true;
+      }
+      count = entry->counts.Get(package);
     }
   }
-  if (!parsed) {
-    PackageCounts counts;
-    const int error = counts.Read(entry->json);
-    bool first = false;
-    {
-      const Lock lock(mutex_);
-      first = !std::exchange(entry->parsed, true);
-      if (first) {
-        entry->counts = counts;
-      }
-    }
-    if (first && error != 0) {
-      request::LogParseError(request::Fetch::kPackageCounts, error);
-    }
-    count = counts.Get(package);
+  if (error != 0) {
+    request::LogParseError(request::Fetch::kPackageCounts, error);
   }
   return {common::s2ws(metadata->Version(), common::kUtf8), count};
 }

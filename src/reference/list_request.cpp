@@ -1,5 +1,6 @@
 #include "reference/list_request.h"
 
+#include <cstddef>
 #include <string>
 
 #include "host/clock.h"
@@ -16,19 +17,16 @@ struct Endpoint {
   request::Fetch fetch;
 };
 
-Endpoint EndpointOf(ListName list) {
-  using request::Fetch;
-  switch (list) {
-    case ListName::kStocks:
-      return {&request::BasicInfoUrl, Fetch::kBaseInfo};
-    case ListName::kPlates:
-      return {&request::PlateListUrl, Fetch::kPlateList};
-    case ListName::kIndices:
-      return {&request::IndexListUrl, Fetch::kIndexList};
-    case ListName::kPlatesOfStocks:
-      break;
-  }
-  return {[] { return request::StockInPlatesUrl(kIndustryPlates); }, Fetch::kStockInPlates};
+// In the order of `ListName`.
+constexpr std::array<Endpoint, kListNames.size()> kEndpoints = {{
+    {&request::BasicInfoUrl, request::Fetch::kBaseInfo},
+    {&request::PlateListUrl, request::Fetch::kPlateList},
+    {&request::IndexListUrl, request::Fetch::kIndexList},
+    {[] { return request::StockInPlatesUrl(kIndustryPlates); }, request::Fetch::kStockInPlates},
+}};
+
+const Endpoint& EndpointOf(ListName list) {
+  return kEndpoints[static_cast<std::size_t>(list)];
 }
 
 }  // namespace

@@ -100,6 +100,23 @@ TEST(Understand, advisesACommandThatCanBeRecorded) {
   EXPECT_NE(advice.find("csm record DIR rank stocks --seed"), std::string::npos) << advice;
 }
 
+TEST(Understand, asksWhetherAnotherWordWasMeant) {
+  for (const auto& [words, meant] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{"bord"}, "board"},
+           {{"qoute", "600000"}, "quote"},
+           {{"rank", "stock"}, "stocks"},
+           {{"board", "--sotr", "tr"}, "--sort"},
+           {{"rank", "stocks", "--bord", "gem"}, "--board"},
+           {{"index", "--coun", "1"}, "--count"}}) {
+    const UnderstoodLine line = Understood(words);
+    EXPECT_EQ(line.code, kUsage);
+    EXPECT_NE(line.text.find("; did you mean " + meant + "?"), std::string::npos) << line.text;
+  }
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"xyzzy"}, {"index", "--zzzzzz"}}) {
+    EXPECT_EQ(Understood(words).text.find("did you mean"), std::string::npos) << Understood(words).text;
+  }
+}
+
 // Unknown kinds showed the first one.
 TEST(Understand, knowsHowManyKindsAListHas) {
   EXPECT_TRUE(Understood({"lists", "stocks", "5"}).run);

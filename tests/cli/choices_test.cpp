@@ -48,8 +48,8 @@ TEST(Choices, nameTheRightOnesForAWrongOne) {
   Form form;
   int colour = 7;
   AddChoice(form, "--colour", kColours, "which", colour);
-  EXPECT_EQ(ErrorOf(form, "Red"), "\"Red\" is none of red, green");
-  EXPECT_EQ(ErrorOf(form, "7"), "\"7\" is none of red, green");
+  EXPECT_EQ(ErrorOf(form, "Red"), "\"Red\" is not one of red, green");
+  EXPECT_EQ(ErrorOf(form, "7"), "\"7\" is not one of red, green");
   EXPECT_EQ(colour, 7);
 }
 

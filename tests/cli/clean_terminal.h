@@ -16,6 +16,8 @@ inline void ExpectCleanTerminal(const ChildProcess& child) {
   EXPECT_GT(output.rfind("\x1b[?1049l"), output.rfind("\x1b[?1049h"));
   EXPECT_GT(output.rfind("\x1b[?25h"), output.rfind("\x1b[?25l"));
   EXPECT_GT(output.rfind("\x1b[?7h"), output.rfind("\x1b[?7l"));
+  EXPECT_GT(output.rfind("\x1b[?1000l"), output.rfind("1000h"));  // the mouse
+  EXPECT_NE(output.rfind("\x1b[?1006l"), std::string::npos);
   const termios after = child.Modes();
   EXPECT_EQ(after.c_lflag, child.first_modes().c_lflag);
   EXPECT_EQ(after.c_iflag, child.first_modes().c_iflag);

@@ -135,6 +135,40 @@ TEST_F(ListCursorTest, leavesOtherKeysAlone) {
   EXPECT_FALSE(cursor_.OnKey(Typed(U's')));
 }
 
+// Of a list that comes page by page only a part is there.
+TEST_F(ListCursorTest, knowsWhereItIsInAListThatComesByPages) {
+  rows_ = 10;
+  static_cast<void>(Seen(11));
+  cursor_.SetPage(Codes(10), 0, std::nullopt);
+  EXPECT_EQ(cursor_.Position(), "row 1");
+  Press(KeyKind::kDown, 36);
+  EXPECT_EQ(cursor_.Position(), "row 11");  // whether there is a twelfth nobody knows
+  cursor_.SetPage(Codes(10), 0, 5299);
+  Press(KeyKind::kDown, 26);
+  EXPECT_EQ(cursor_.Position(), "row 37 of 5,299");
+  EXPECT_EQ(cursor_.page(), 30U);
+  EXPECT_FALSE(cursor_.row());
+  EXPECT_EQ(Seen(11).size(), 11U);  // the rows of before stay, none is the cursor's
+  EXPECT_EQ(Seen(11)[1], "  row 0");
+  cursor_.SetPage(Codes(10), 30, 5299);
+  EXPECT_EQ(cursor_.row(), 6U);
+  EXPECT_EQ(Seen(11)[7], "▸ row 6");
+  Press(KeyKind::kEnd);
+  EXPECT_EQ(cursor_.Position(), "row 5,299 of 5,299");
+}
+
+TEST_F(ListCursorTest, goesWhereItIsClicked) {
+  SetRows(10);
+  Press(KeyKind::kDown, 4);
+  EXPECT_EQ(Seen(4), (Texts{"  head", "  row 2", "  row 3", "▸ row 4"}));
+  EXPECT_TRUE(cursor_.OnKey({KeyKind::kClick, 0, 5, 2}));
+  EXPECT_EQ(Seen(4), (Texts{"  head", "  row 2", "▸ row 3", "  row 4"}));
+  EXPECT_FALSE(cursor_.OnKey({KeyKind::kClick, 0, 5, 0}));
+  EXPECT_FALSE(cursor_.OnKey({KeyKind::kClick, 0, 5, -1}));
+  EXPECT_FALSE(cursor_.OnKey({KeyKind::kClick, 0, 5, 40}));
+  EXPECT_EQ(cursor_.row(), 3U);
+}
+
 TEST_F(ListCursorTest, fitsIntoAnyRoom) {
   SetRows(50);
   Press(KeyKind::kDown, 25);
@@ -264,7 +298,7 @@ TEST(FlowRows, haveInOutAndNetForEachPeriod) {
   EXPECT_NE(lines[2].find("-2.00万"), std::string::npos) << lines[2];
   EXPECT_TRUE(HasFlows(flows));
   EXPECT_FALSE(HasFlows({L"sh600000", 7, {}, {}, {}}));
-  EXPECT_EQ(NoFlowsText(kIndex), "flows are told of stocks only, and sh000001 上证指数 is none");
+  EXPECT_EQ(NoFlowsText(kIndex), "only stocks have flows; sh000001 上证指数 is not a stock");
 }
 
 TEST(EventTable, keepsTheOrderAndEscapesTexts) {

@@ -273,7 +273,7 @@ TEST(ListLook, takesTheColumnsThatTheUserChooses) {
     static_cast<void>(BoardLook().Chosen("code,prize"));
     FAIL() << "prize is no column";
   } catch (const std::invalid_argument& error) {
-    EXPECT_EQ(std::string(error.what()).rfind("\"prize\" is none of all, code, name, last", 0), 0U)
+    EXPECT_EQ(std::string(error.what()).rfind("\"prize\" is not one of all, code, name, last", 0), 0U)
         << error.what();
   }
 }
@@ -335,6 +335,17 @@ TEST(Order, isNamedForKeyAndTitle) {
   choice.order = {StockColumns(), 8, kAscending};
   EXPECT_EQ(choice.Key(L"gem", {20, 40}), L"gem tr asc 20:40");
   EXPECT_EQ(choice.order.Title(), "by tr, ascending");
+}
+
+// Enter on an event selected the index of the whole market, which every event has for its symbol.
+TEST(SymbolIn, findsTheStockThatAnEventNames) {
+  EXPECT_EQ(SymbolIn("浦发银行(600000)封涨停板"), L"sh600000");
+  EXPECT_EQ(SymbolIn("14:30 sz000002 万科A 大笔买入 123456789 股"), L"sz000002");
+  EXPECT_EQ(SymbolIn("成交 1234567 股, 平安银行 000001"), L"sz000001");
+  EXPECT_EQ(SymbolIn("SH000001 翻红"), L"sh000001");
+  EXPECT_EQ(SymbolIn("大盘跳水"), std::nullopt);
+  EXPECT_EQ(SymbolIn("1234567"), std::nullopt);
+  EXPECT_EQ(SymbolIn(""), std::nullopt);
 }
 
 TEST(Symbols, mayBeTypedWithoutTheirMarket) {

@@ -131,7 +131,14 @@ TEST_F(CursesDisplayTest, takesNothingOver) {
   const auto before = handlers();
   {
     cli::CursesDisplay display(keys_[0], true);
-    EXPECT_EQ(display.Difference({}, {80, 24}).find("\x1b[?"), std::string::npos);
+    // The mouse is asked for; who owns the terminal gives it back.
+    std::string text = display.Difference({}, {80, 24});
+    for (const std::string asked : {"\x1b[?1006;1000h", "\x1b[?1006;1000l"}) {
+      if (const std::size_t at = text.find(asked); at != std::string::npos) {
+        text.erase(at, asked.size());
+      }
+    }
+    EXPECT_EQ(text.find("\x1b[?"), std::string::npos) << text;
     EXPECT_EQ(handlers(), before);
   }
   EXPECT_EQ(handlers(), before);
@@ -163,6 +170,23 @@ TEST_F(CursesDisplayTest, readsKeysHoweverTheTerminalSendsThem) {
   EXPECT_EQ(display.ReadKeys(), expected);
   Type("\x1b");
   EXPECT_EQ(display.ReadKeys(), std::vector<Key>{{KeyKind::kEscape}});
+}
+
+TEST_F(CursesDisplayTest, readsTheMouse) {
+  using cli::KeyKind;
+  cli::CursesDisplay display(keys_[0], true);
+  const std::string first = display.Difference({}, {200, 60});
+  EXPECT_NE(first.find("\x1b[?1006;1000h"), std::string::npos) << first;
+  // Press and release, wheel up and down, at columns and rows that are counted from 1; a key in between.
+  Type(
+      "\x1b[<0;151;5M\x1b[<0;151;5m\x1b[<64;1;1M"
+      "x\x1b[<65;80;60M");
+  EXPECT_EQ(display.ReadKeys(), (std::vector<cli::Key>{{KeyKind::kClick, 0, 150, 4},
+                                                       {KeyKind::kWheelUp, 0, 0, 0},
+                                                       cli::Typed(U'x'),
+                                                       {KeyKind::kWheelDown, 0, 79, 59}}));
+  display.Forget();
+  EXPECT_NE(display.Difference({}, {200, 60}).find("\x1b[?1006;1000h"), std::string::npos);
 }
 
 TEST_F(CursesDisplayTest, saysThatTheInputHasEnded) {

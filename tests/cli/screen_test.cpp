@@ -27,12 +27,26 @@ class FakePanel final : public Panel {
   void Refresh() override { Note("refresh"); }
   bool PollsItself() const override { return polls_; }
   bool OnKey(const Key& key) override {
+    switch (key.kind) {
+      case KeyKind::kClick:
+        Note("click " + std::to_string(key.column) + " " + std::to_string(key.row));
+        return true;
+      case KeyKind::kUp:
+        Note("up");
+        return true;
+      case KeyKind::kDown:
+        Note("down");
+        return true;
+      default:
+        break;
+    }
     if (key == Typed(U'x')) {
       Note("x");
       return true;
     }
     return false;
   }
+  std::vector<PanelColumn> Columns() const override { return {{"change", 'C'}, {"qrr"}, {"no such column"}}; }
   std::vector<KeyHint> Keys() const override { return {{"x", "does something"}}; }
   FeedReport Report(Clock::time_point, stock::MarketStatus) const override { return report; }
   std::vector<StyledLine> Picture(const ChartSize& size) override {
@@ -295,7 +309,7 @@ TEST_F(ScreenTest, goesBackWithoutASelection) {
   screen_->Resize({80, 24});
   TakeCalls();
   Type(U"/a");
-  EXPECT_TRUE(Shows("nothing is called that"));
+  EXPECT_TRUE(Shows("no match"));
   screen_->OnKey({KeyKind::kEnter});
   EXPECT_TRUE(Shows("/ a_"));
   screen_->OnKey({KeyKind::kEscape});
@@ -324,11 +338,92 @@ TEST_F(ScreenTest, listsTheKeysInPlaceOfThePanels) {
   EXPECT_EQ(TakeCalls(), Calls({"board show", "quote show"}));
 }
 
+TEST_F(ScreenTest, explainsColumnsAndTheirKeys) {
+  screen_->Resize({80, 40});
+  Type(U"?");
+  EXPECT_TRUE(Shows("Columns; a key orders by its column, again the other way"));
+  EXPECT_TRUE(Shows("  C   change            change against the previous close, in percent"));
+  EXPECT_TRUE(Shows("      qrr               volume ratio: against the usual volume at this time"));
+  EXPECT_FALSE(Shows("no such column"));
+}
+
+// Lines were cut at the right edge.
+TEST_F(ScreenTest, explainsEverythingOnTheSmallestTerminal) {
+  screen_->Resize({60, 14});
+  Type(U"?");
+  std::string all;
+  for (int line = 0; line < 40; ++line) {
+    const std::vector<std::string> rows = Rows(60);
+    for (std::size_t i = 2; i + 2 < rows.size(); ++i) {
+      EXPECT_EQ(rows[i].find("…"), std::string::npos) << rows[i];
+      all += rows[i] + "\n";
+    }
+    screen_->OnKey({KeyKind::kDown});
+  }
+  for (const char* const word : {"pinyin", "Shift", "closes", "previous close", "day\n", "quit"}) {
+    EXPECT_NE(all.find(word), std::string::npos) << word;
+  }
+}
+
+TEST_F(ScreenTest, givesClicksToThePanelBelowAndTheKeysWithThem) {
+  screen_->Resize({80, 24});
+  TakeCalls();
+  // The second panel begins at column 54; its picture two lines below the head.
+  const std::size_t quote = Rows()[2].find("quote");
+  ASSERT_NE(quote, std::string::npos);
+  const PlacedPart part = Place({"", {{40, 1, {{0, 10}}}, {20, 1, {{1, 10}}}}}, {0, 2, 80, 20}).at(1);
+  screen_->OnKey({KeyKind::kClick, 0, part.area.column + 7, part.area.row + 4});
+  Type(U"x");
+  EXPECT_EQ(TakeCalls(), Calls({"quote click 7 3", "quote x"}));
+  screen_->OnKey({KeyKind::kClick, 0, 0, 3});
+  Type(U"x");
+  EXPECT_EQ(TakeCalls(), Calls({"board click 0 0", "board x"}));
+}
+
+TEST_F(ScreenTest, scrollsThePanelBelowTheWheelAndLeavesTheKeysWhereTheyAre) {
+  screen_->Resize({80, 24});
+  TakeCalls();
+  screen_->OnKey({KeyKind::kWheelDown, 0, 70, 10});
+  screen_->OnKey({KeyKind::kWheelUp, 0, 5, 10});
+  Type(U"x");
+  EXPECT_EQ(TakeCalls(),
+            Calls({"quote down", "quote down", "quote down", "board up", "board up", "board up", "board x"}));
+}
+
+TEST_F(ScreenTest, turnsToThePageWhoseNameIsClicked) {
+  screen_->Resize({80, 24});
+  TakeCalls();
+  const int row = 23;
+  const int second = static_cast<int>(Rows()[row].find("2 second"));
+  screen_->OnKey({KeyKind::kClick, 0, second + 3, row});
+  EXPECT_EQ(TakeCalls(), Calls({"board hide", "line show"}));
+  screen_->OnKey({KeyKind::kClick, 0, 2, row});
+  EXPECT_EQ(TakeCalls(), Calls({"line hide", "board show"}));
+  screen_->OnKey({KeyKind::kClick, 0, 78, row});
+  screen_->OnKey({KeyKind::kClick, 0, 0, 0});
+  EXPECT_EQ(TakeCalls(), Calls());
+}
+
+TEST_F(ScreenTest, scrollsTheHelpAndTheFindingsByTheWheel) {
+  screen_->Resize({60, 14});
+  Type(U"?");
+  const std::vector<std::string> before = Rows();
+  screen_->OnKey({KeyKind::kWheelDown, 0, 1, 5});
+  EXPECT_EQ(Rows()[2], before[5]);
+  screen_->OnKey({KeyKind::kClick, 0, 1, 5});
+  findings_.matches = {{L"sh600000", L"one", stock::kSymbolStock},
+                       {L"sh000001", L"two", stock::kSymbolIndex}};
+  Type(U"/jk");
+  EXPECT_EQ(looked_for_, L"jk");
+  screen_->OnKey({KeyKind::kWheelDown, 0, 1, 5});
+  EXPECT_TRUE(Shows("▸ sh000001  two"));
+}
+
 TEST_F(ScreenTest, tellsALineUntilTheNextKey) {
   screen_->Resize({80, 24});
   screen_->Tell("no such thing");
   EXPECT_EQ(Rows()[22], "no such thing");
-  screen_->OnKey({KeyKind::kUp});
+  screen_->OnKey({KeyKind::kLeft});
   EXPECT_EQ(Rows()[22], "x does something");
 }
 

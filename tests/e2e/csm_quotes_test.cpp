@@ -155,13 +155,13 @@ TEST_F(CsmQuotes, boardHidesWhatMeansNothingBeforeTheOpening) {
 }
 
 TEST_F(CsmQuotes, wrongNamesAreToldWithTheRightOnes) {
-  ExpectFailure({"board", "--sort", "price"}, "--sort: \"price\" is none of code, name, last, change", 2);
-  ExpectFailure({"board", "--board", "bj"}, "--board: \"bj\" is none of all, sh, sz, gem, sme", 2);
-  ExpectFailure({"board", "--columns", "code,x"}, "--columns: \"x\" is none of all, code", 2);
+  ExpectFailure({"board", "--sort", "price"}, "--sort: \"price\" is not one of code, name, last, change", 2);
+  ExpectFailure({"board", "--board", "bj"}, "--board: \"bj\" is not one of all, sh, sz, gem, sme", 2);
+  ExpectFailure({"board", "--columns", "code,x"}, "--columns: \"x\" is not one of all, code", 2);
   ExpectFailure({"board", "--rows", "5"}, "--rows: \"5\" is no range", 2);
   ExpectFailure({"board", "--asc", "--desc"}, "--asc excludes --desc", 2);
-  ExpectFailure({"plates", "--kind", "region"}, "--kind: \"region\" is none of industry, concept", 2);
-  ExpectFailure({"plates", "--sort", "bid1"}, "--sort: \"bid1\" is none of code", 2);
+  ExpectFailure({"plates", "--kind", "region"}, "--kind: \"region\" is not one of industry, concept", 2);
+  ExpectFailure({"plates", "--sort", "bid1"}, "--sort: \"bid1\" is not one of code", 2);
   ExpectFailure({"rank", "stocks", "--num", "0"}, "--num", 2);
   ExpectFailure({"watchlist", "show", "--sort", "x"}, "none, code, name", 2);
 }

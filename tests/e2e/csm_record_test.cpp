@@ -201,6 +201,38 @@ TEST_F(CsmRecord, theScreenIsRecordedAndShownAgain) {
   EXPECT_EQ(screen_of({"--replay", record_}), recorded);
 }
 
+// A larger terminal has room for more rows, and for panels that were out of sight.
+TEST_F(CsmRecord, theScreenIsShownAgainOnALargerTerminal) {
+  const auto visit = [](const Arguments& arguments, int columns, int rows, const Arguments& visited) {
+    ChildProcess csm(Csm(arguments), {}, ChildProcess::Around::kTerminal);
+    csm.Resize(columns, rows);
+    ScreenReader reader(columns, rows);
+    std::size_t read = 0;
+    std::string pages;
+    for (const std::string& page : visited) {
+      csm.Type(page == "1" ? "" : page);  // the screen begins with that, and takes no key before
+      const auto is_complete = [&] {
+        reader.Read(std::string_view(csm.output()).substr(read));
+        read = csm.output().size();
+        const std::string text = reader.Text();
+        return text.find("[" + page + " ") != std::string::npos && text.find("… w") == std::string::npos &&
+               text.find(page == "4" ? "top 30" : " of s") != std::string::npos;
+      };
+      EXPECT_TRUE(csm.ReadUntil(is_complete, std::chrono::seconds(60))) << reader.Text();
+      pages += reader.Text();
+    }
+    csm.Type("q");
+    EXPECT_EQ(csm.Wait(), 0);
+    return pages;
+  };
+  // The last page is left when its events are there, which are out of sight on the first.
+  static_cast<void>(visit(Joined({"record", record_}, kStill), 80, 24, {"1", "4", "2", "6"}));
+  const std::string again = visit({"--replay", record_}, 200, 60, {"1", "4", "2"});
+  EXPECT_EQ(again.find("never recorded"), std::string::npos) << again;
+  EXPECT_NE(again.find("row 1 of "), std::string::npos) << again;
+  EXPECT_NE(again.find("flows in yuan of "), std::string::npos) << again;
+}
+
 // Refusals counted as exchanges, and the recording as a success.
 TEST_F(CsmRecord, ofADeadServerFails) {
   const Ended ended = RunCsm({"record", record_, "--for", "1", "--server", "http://127.0.0.1:1"}, kKey);

@@ -1,6 +1,8 @@
 // The panels of the live screen over the simulated market: what they ask for and when, what they draw of it,
 // and what their keys do.
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <regex>
@@ -245,7 +247,7 @@ TEST_F(PanelsTest, saySoWhenThereIsNothingOfTheCurrentSecurity) {
     EXPECT_EQ(ReportOf(*panel).state, FeedState::kEmpty);
     EXPECT_TRUE(panel->Picture(kScreen).empty());
   }
-  EXPECT_EQ(ReportOf(*flows).text, "flows are told of stocks only, and sh000001 上证指数 is none");
+  EXPECT_EQ(ReportOf(*flows).text, "only stocks have flows; sh000001 上证指数 is not a stock");
   EXPECT_EQ(ReportOf(*candles).text, "there are no candles of plates; " + cli::Printable(plate.code) + " " +
                                          cli::Printable(plate.name) + " is one");
   candles->Select(index);
@@ -357,6 +359,231 @@ TEST_F(PanelsTest, ofCandlesChangePeriodAndAdjustmentByKeys) {
   panel->Refresh();
   Await(*panel, FeedState::kLive);
   EXPECT_EQ(TextOf(*panel), pictures[1]);
+}
+
+constexpr ChartSize kWide{200, 40};
+
+// A figure as people write it, with a sign if it is wanted.
+std::string Decimals(double value, bool with_sign = false) {
+  char text[32];
+  std::snprintf(text, sizeof text, with_sign ? "%+.2f" : "%.2f", value);
+  return text;
+}
+
+// What is read at each candle, and the averages over it and those before.
+TEST_F(PanelsTest, ofCandlesReadThemByACrossHair) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::string code = common::ws2s(stocks_[0].code, common::kUtf8);
+  const auto* const stock = market_->Find(code);
+  std::vector<market_server::model::Candle> candles = market_->Candles(
+      *stock, market_server::model::Period::kDay, market_server::model::Adjustment::kNone, 20240314);
+  candles.push_back(*market_->DayCandle(*stock, static_cast<market_server::model::Instant>(Now())));
+  ASSERT_GT(candles.size(), 300U);
+  const auto reading = [&](std::size_t number) {
+    const auto& candle = candles[number];
+    std::string date = std::to_string(candle.date);
+    date.insert(6, "-").insert(4, "-");
+    return date + "  open " + Decimals(candle.open) + " high " + Decimals(candle.high) + " low " +
+           Decimals(candle.low) + " close " + Decimals(candle.close) + " " +
+           Decimals((candle.close / candle.preclose - 1) * 100, true) + "%";
+  };
+  const auto average = [&](std::size_t number, std::size_t span) {
+    double sum = 0;
+    for (std::size_t i = 0; i < span; ++i) {
+      sum += candles[number - i].close;
+    }
+    return "  MA" + std::to_string(span) + " " + Decimals(sum / static_cast<double>(span));
+  };
+  const auto averages = [&](std::size_t number) {
+    return average(number, 5) + average(number, 10) + average(number, 20) + average(number, 60);
+  };
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeKLinePanel);
+  panel->Show();
+  Await(*panel, FeedState::kLive);
+  const auto heading = [&] { return TextsOf(panel->Picture(kWide)).at(0); };
+  const std::size_t last = candles.size() - 1;
+  const std::string unread = heading();
+  EXPECT_EQ(unread.find(" open "), std::string::npos) << unread;
+  EXPECT_NE(unread.find(averages(last)), std::string::npos) << unread << "\n" << averages(last);
+  // The newest one first, then one by one through all history.
+  for (std::size_t back = 0; back <= 300; ++back) {
+    Press(*panel, {KeyKind::kLeft});
+    if (back % 75 < 3) {
+      EXPECT_EQ(heading().rfind(reading(last - back), 0), 0U) << heading() << "\n" << reading(last - back);
+    }
+    if (back == 75) {
+      EXPECT_NE(heading().find(averages(last - back)), std::string::npos) << heading();
+    }
+  }
+  Press(*panel, {KeyKind::kRight});
+  EXPECT_EQ(heading().rfind(reading(last - 299), 0), 0U) << heading();
+  for (std::size_t i = 0; i < candles.size() + 3; ++i) {
+    Press(*panel, {KeyKind::kLeft});
+    static_cast<void>(panel->Picture(kWide));
+  }
+  EXPECT_EQ(heading().rfind(reading(0), 0), 0U) << heading() << "\n" << reading(0);
+  Press(*panel, {KeyKind::kEscape});
+  Press(*panel, {KeyKind::kEnd});
+  EXPECT_EQ(heading(), unread);
+}
+
+TEST_F(PanelsTest, ofCandlesScrollAndZoom) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeKLinePanel);
+  panel->Show();
+  Await(*panel, FeedState::kLive);
+  const auto picture = [&] { return TextOf(*panel, kWide); };
+  const std::string newest = picture();
+  EXPECT_EQ(panel->Position(), "");
+  // As many newer candles are out of sight as a page holds.
+  const auto page = [&] {
+    Press(*panel, {KeyKind::kEnd});
+    static_cast<void>(picture());
+    Press(*panel, {KeyKind::kPageUp});
+    static_cast<void>(picture());
+    const std::string position = panel->Position();
+    EXPECT_NE(position.find(" newer ones"), std::string::npos) << position;
+    Press(*panel, {KeyKind::kPageDown});
+    static_cast<void>(picture());
+    EXPECT_EQ(panel->Position(), "");
+    return std::atoi(position.c_str());
+  };
+  const int usual = page();
+  EXPECT_EQ(picture(), newest);
+  for (const cli::Key& nearer : {Typed(U'+'), Typed(U'='), cli::Key{KeyKind::kWheelUp}}) {
+    Press(*panel, nearer);
+    const int fewer = page();
+    EXPECT_NEAR(fewer, usual * 2 / 3, 1);
+    EXPECT_NE(picture(), newest);
+    Press(*panel, nearer == Typed(U'+') ? Typed(U'-') : cli::Key{KeyKind::kWheelDown});
+    EXPECT_NEAR(page(), usual, 2);
+  }
+  for (int i = 0; i < 30; ++i) {
+    Press(*panel, Typed(U'+'));
+    static_cast<void>(picture());
+  }
+  EXPECT_EQ(page(), 5);
+  // The first of all, from which there is nothing older.
+  Press(*panel, {KeyKind::kHome});
+  const std::string oldest = picture();
+  Press(*panel, {KeyKind::kPageUp});
+  EXPECT_EQ(picture(), oldest);
+  EXPECT_NE(oldest, newest);
+}
+
+TEST_F(PanelsTest, ofMinutesReadThemAndShowDaysBefore) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const auto* const stock = market_->Find(common::ws2s(stocks_[0].code, common::kUtf8));
+  const auto minutes = [&](std::uint32_t date) {
+    return market_->MinuteLineOf(*stock, date, static_cast<market_server::model::Instant>(Now()));
+  };
+  const auto reading = [&](const market_server::model::MinuteLine& line, std::size_t back) {
+    const auto& point = line.points.at(line.points.size() - 1 - back);
+    std::string date = std::to_string(line.date);
+    date.insert(6, "-").insert(4, "-");
+    char clock[32];
+    std::snprintf(clock, sizeof clock, " %02d:%02d  ", point.minute / 100, point.minute % 100);
+    return date + clock + Decimals(point.last) + " " + Decimals(point.last - line.preclose, true);
+  };
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeMinuteLinePanel);
+  panel->Show();
+  Await(*panel, FeedState::kLive);
+  const auto heading = [&] { return TextsOf(panel->Picture(kWide)).at(0); };
+  for (std::size_t back = 0; back < 3; ++back) {
+    Press(*panel, {KeyKind::kLeft});
+    EXPECT_EQ(heading().rfind(reading(minutes(20240315), back), 0), 0U) << heading() << "\n"
+                                                                        << reading(minutes(20240315), back);
+  }
+  Press(*panel, {KeyKind::kRight});
+  EXPECT_EQ(heading().rfind(reading(minutes(20240315), 1), 0), 0U) << heading();
+  for (const std::uint32_t day : {20240314U, 20240313U}) {
+    Press(*panel, {KeyKind::kPageUp});
+    Await(*panel, FeedState::kLive);
+    Press(*panel, {KeyKind::kLeft});
+    EXPECT_EQ(heading().rfind(reading(minutes(day), 0), 0), 0U) << heading() << "\n"
+                                                                << reading(minutes(day), 0);
+  }
+  Press(*panel, {KeyKind::kPageDown});
+  Await(*panel, FeedState::kLive);
+  Press(*panel, {KeyKind::kLeft});
+  EXPECT_EQ(heading().rfind(reading(minutes(20240314), 0), 0), 0U) << heading();
+  Press(*panel, {KeyKind::kEnd});
+  Await(*panel, FeedState::kLive);
+  EXPECT_EQ(heading().rfind("2024-03-15 14:30", 0), 0U) << heading();
+}
+
+TEST_F(PanelsTest, ofEventsSelectTheirStock) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const auto events = market_->Events(20240315, static_cast<market_server::model::Instant>(Now()));
+  ASSERT_GT(events.size(), 1U);
+  const std::unique_ptr<Panel> panel = Make(&MakeEventsPanel);
+  panel->Show();
+  Await(*panel, FeedState::kLive);
+  static_cast<void>(panel->Picture(kWide));
+  Press(*panel, {KeyKind::kDown});
+  Press(*panel, {KeyKind::kEnter});
+  ASSERT_EQ(around_.selected.size(), 1U);
+  const std::string row = TextsOf(panel->Picture(kWide)).at(2);
+  EXPECT_EQ(row.rfind("▸ ", 0), 0U) << row;
+  EXPECT_NE(row.find(cli::Printable(around_.selected[0].code).substr(2)), std::string::npos) << row;
+  EXPECT_NE(events[1].content.find(cli::Printable(around_.selected[0].code).substr(2)), std::string::npos)
+      << events[1].content;
+}
+
+// A key for each column, and a click on its head.
+TEST_F(PanelsTest, ofListsOrderByAColumnAtOnce) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> board = Make(&cli::MakeBoardPanel);
+  board->Show();
+  Await(*board, FeedState::kLive);
+  const auto turns_to = [&](const std::string& order) {
+    EXPECT_EQ(board->Title(), "board: all A shares by " + order);
+    Await(*board, FeedState::kLive);
+    static_cast<void>(board->Picture(kWide));
+  };
+  for (const auto& [key, name] :
+       {std::pair(U'M', "amt"), std::pair(U'V', "vol"), std::pair(U'T', "tr"), std::pair(U'P', "pe"),
+        std::pair(U'X', "qrr"), std::pair(U'E', "mc"), std::pair(U'Z', "cr"), std::pair(U'L', "last")}) {
+    Press(*board, Typed(key));
+    turns_to(std::string(name) + ", descending");
+    Press(*board, Typed(key));
+    turns_to(std::string(name) + ", ascending");
+  }
+  Press(*board, Typed(U'K'));
+  turns_to("code, ascending");
+  const std::string head = TextsOf(board->Picture(kWide)).at(0);
+  for (const char* const name : {"high", "change", "last"}) {
+    const auto column = static_cast<int>(head.find(name));
+    ASSERT_GE(column, 0) << head;
+    Press(*board, {KeyKind::kClick, 0, column + 1, 0});
+    turns_to(std::string(name) + ", descending");
+    Press(*board, {KeyKind::kClick, 0, column, 0});
+    turns_to(std::string(name) + ", ascending");
+  }
+  EXPECT_FALSE(board->OnKey({KeyKind::kClick, 0, static_cast<int>(head.find("pb")), 0}));
+  for (const auto make : {&MakeStockRankingPanel, &MakePlateRankingPanel, &cli::MakeWatchListPanel}) {
+    const std::unique_ptr<Panel> panel = Make(make);
+    Press(*panel, Typed(U'T'));
+    EXPECT_NE(panel->Title().find(" by tr, descending"), std::string::npos) << panel->Title();
+  }
+  EXPECT_FALSE(Make(&MakeEventsPanel)->OnKey(Typed(U'T')));
+}
+
+// The first click aims, one more takes.
+TEST_F(PanelsTest, ofListsSelectTheRowThatIsClickedTwice) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&MakeStockRankingPanel);
+  panel->Show();
+  Await(*panel, FeedState::kLive);
+  static_cast<void>(panel->Picture(kScreen));
+  const cli::Key click{KeyKind::kClick, 0, 12, 7};
+  Press(*panel, click);
+  EXPECT_TRUE(around_.selected.empty());
+  EXPECT_EQ(TextsOf(panel->Picture(kScreen)).at(7).rfind("▸ ", 0), 0U);
+  Press(*panel, click);
+  ASSERT_EQ(around_.selected.size(), 1U);
+  EXPECT_NE(TextsOf(panel->Picture(kScreen)).at(7).find(cli::Printable(around_.selected[0].code)),
+            std::string::npos);
 }
 
 TEST_F(PanelsTest, ofEventsScroll) {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "frame/guarded.h"
 
@@ -193,6 +194,26 @@ TEST(GuardedPointer, runsNothingMoreWhileItIsBeingCleared) {
   leave = true;
   owner.join();
   first.join();
+}
+
+// Also not by those who come at the very moment at which it is cleared.
+TEST(GuardedPointer, isNeverRunOnNothing) {
+  frame::Guarded<int> guarded;
+  int object = 1;
+  std::atomic<bool> ended{false};
+  std::atomic<int> visits{0};
+  std::vector<std::thread> visitors;
+  for (int visitor = 0; visitor < 3; ++visitor) {
+    visitors.emplace_back([&] {
+      while (!ended) guarded.Run([&](int& value) { visits += value; });
+    });
+  }
+  while (visits < 20'000) {
+    guarded.Set(&object);
+    guarded.Clear();
+  }
+  ended = true;
+  for (std::thread& visitor : visitors) visitor.join();
 }
 
 TEST(GuardedPointer, aFunctionThatThrowsHasLeft) {

@@ -16,8 +16,8 @@ if(FROM STREQUAL "packages")
   must(${CPACK} --config ${BUILD}/CPackConfig.cmake -B ${WORK}/packages)
   file(GLOB packages ${WORK}/packages/*.deb)
   list(LENGTH packages count)
-  if(NOT count EQUAL 2)
-    message(FATAL_ERROR "not two packages but: ${packages}")
+  if(NOT count EQUAL 3)
+    message(FATAL_ERROR "not three packages but: ${packages}")
   endif()
   foreach(package ${packages})
     must(dpkg-deb --extract ${package} ${WORK}/unpacked)
@@ -33,7 +33,8 @@ else()
   set(prefix ${WORK}/prefix)
 endif()
 
-foreach(file ${LIBDIR}/libc_stock_market.so ${LIBDIR}/libstock_host.so bin/csm ${INCLUDEDIR}/c_stock_market/c_stock_market.h
+foreach(file ${LIBDIR}/libc_stock_market.so ${LIBDIR}/libstock_host.so bin/csm bin/csm-desktop
+             ${INCLUDEDIR}/c_stock_market/c_stock_market.h
              ${INCLUDEDIR}/c_stock_market/host/host.h ${INCLUDEDIR}/c_stock_market/host_services/stock_host.h
              ${LIBDIR}/cmake/c_stock_market/c_stock_market-config.cmake ${LIBDIR}/pkgconfig/c_stock_market.pc)
   if(NOT EXISTS ${prefix}/${file})
@@ -51,6 +52,7 @@ foreach(text ${texts})
   endif()
 endforeach()
 must(${prefix}/bin/csm --help)
+must(${prefix}/bin/csm-desktop --help)
 
 must(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig pkg-config --cflags --libs c_stock_market)
 separate_arguments(flags UNIX_COMMAND "${output}")
