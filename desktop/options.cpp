@@ -32,7 +32,8 @@ std::vector<std::string> PageNames() {
   return names;
 }
 
-cli::Option OneOf(const char* name, const char* help, std::vector<std::string> values, std::string& into) {
+cli::Option OneOf(const char* name, const char* help, const std::vector<std::string>& values,
+                  std::string& into) {
   return {.name = name,
           .help = help,
           .take =

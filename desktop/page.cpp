@@ -1,6 +1,6 @@
 #include "desktop/page.h"
 
-#include <QtWidgets/QStyle>
+#include <QtGui/QResizeEvent>
 
 #include "desktop/words.h"
 

@@ -104,7 +104,7 @@ QString StateText(const cli::FeedReport& report) {
       return Word(reason.english, reason.chinese);
     }
   }
-  const QString text = Explained(report.text);
+  QString text = Explained(report.text);
   if (!InChinese()) {
     return text;
   }
