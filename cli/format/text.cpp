@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <sstream>
 
 namespace cli {
 namespace {

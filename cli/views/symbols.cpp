@@ -54,7 +54,7 @@ std::optional<std::wstring> SymbolIn(std::string_view sentence) {
       continue;
     }
     const auto with_market = at >= 2 ? ParseSymbol(sentence.substr(at - 2, kDigits + 2)) : std::nullopt;
-    if (const auto symbol = with_market ? with_market : ParseSymbol(sentence.substr(at, kDigits))) {
+    if (auto symbol = with_market ? with_market : ParseSymbol(sentence.substr(at, kDigits))) {
       return symbol;
     }
   }

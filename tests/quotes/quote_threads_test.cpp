@@ -126,6 +126,7 @@ TEST_F(QuotesUnderLoad, stocksOfAPlate) {
 
 // The page of an older request, which takes long to read, against that of a newer one on another thread.
 TEST_F(QuotesUnderLoad, theNewestPageOfAPlateStaysTheLast) {
+  host.SetTime(20240315, 20, 0, 0);  // in the evening no poll comes between, however long this takes
   const std::unique_ptr<IPlateStockMarket> service(quotes::MakePlateStockMarket());
   RecordingObserver<PlateStockMarketData> view;
   service->Attach(&view);
