@@ -414,7 +414,11 @@ bool FoundView::ResumeService() {
     found_ = find_(security_);
   }
   OnArrival(Clock::now(), found_.why_empty);
-  context().post([this] { TellArrival(); });
+  context().post([this, alive = std::weak_ptr<const bool>(alive_)] {
+    if (!alive.expired()) {
+      TellArrival();
+    }
+  });
   return true;
 }
 

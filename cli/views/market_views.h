@@ -246,6 +246,7 @@ class FoundView final : public View {
   const Find find_;  // empty: it was found once for all
   Security security_;
   Found found_;
+  const std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);  // for what is posted
 };
 
 /// The list `name` ("stocks", "plates", "indices") of a kind.

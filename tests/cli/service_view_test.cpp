@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/views/market_views.h"
 #include "frame/observer.h"
 #include "panel_surroundings.h"
 
@@ -438,6 +439,23 @@ TEST(ServiceObserver, handsNothingOfAnOldKeyOver) {
   }
   ended = true;
   teller.join();
+}
+
+// What was found is told a moment later, when the view may be gone.
+TEST(FoundView, tellsNothingOnceItIsGone) {
+  tests::PanelSurroundings around;
+  int told = 0;
+  {
+    FoundView view(around.context.views, Found());
+    view.OnArrivals([&told] { ++told; });
+    view.Show();
+    around.RunPosted();
+    EXPECT_EQ(told, 1);
+    view.Hide();
+    view.Show();
+  }
+  around.RunPosted();
+  EXPECT_EQ(told, 1);
 }
 
 }  // namespace

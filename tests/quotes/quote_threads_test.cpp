@@ -17,6 +17,7 @@
 #include "ranking/stock_ranking.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
+#include "scripted_ticks.h"
 #include "services.h"
 
 namespace {
@@ -126,7 +127,7 @@ TEST_F(QuotesUnderLoad, stocksOfAPlate) {
 
 // The page of an older request, which takes long to read, against that of a newer one on another thread.
 TEST_F(QuotesUnderLoad, theNewestPageOfAPlateStaysTheLast) {
-  host.SetTime(20240315, 20, 0, 0);  // in the evening no poll comes between, however long this takes
+  const ScriptedSteady stopped;  // no poll comes between, however long this takes
   const std::unique_ptr<IPlateStockMarket> service(quotes::MakePlateStockMarket());
   RecordingObserver<PlateStockMarketData> view;
   service->Attach(&view);
