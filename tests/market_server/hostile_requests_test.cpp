@@ -65,7 +65,9 @@ void ExpectAnswers(const HostileRequest& request, const std::string& bytes) {
   for (const RawAnswer& answer : answers) statuses.push_back(answer.status);
   ASSERT_EQ(statuses, request.statuses);
   for (const RawAnswer& answer : answers) {
-    if (request.door == Door::kQuotes) EXPECT_EQ(answer.Field("Date"), kDate) << answer.status;
+    if (request.door == Door::kQuotes) {
+      EXPECT_EQ(answer.Field("Date"), kDate) << answer.status;
+    }
     if (answer.status == 200 && request.door == Door::kQuotes) {
       rapidjson::Document document;
       document.Parse(answer.body.data(), answer.body.size());
@@ -176,7 +178,7 @@ TEST_P(Hostile, isMetWithSilenceOnATlsPort) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Requests, Hostile, ::testing::ValuesIn(HostileRequests()),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& one) { return one.param.name; });
 
 TEST(HostileList, namesEachRequestOnce) {
   std::set<std::string> names;
