@@ -157,7 +157,7 @@ void CheckFlows(const Expected& expected) {
         }
         any = true;
       });
-      of_symbol += first == kSymbol ? 1 : 0;
+      of_symbol += first == kSymbol ? 1U : 0U;
     });
   }
   Require(view.told == of_symbol);
