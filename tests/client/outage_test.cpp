@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "market_server/market_server.h"
+#include "tests/market_server/own_address.h"
 #include "whole_client.h"
 
 namespace client_test {
@@ -27,6 +28,7 @@ TEST(Outage, isOverWithTheFirstRoundAfterTheServerIsBack) {
   options.clock = "2024-03-15 10:30:00";
   options.stocks = 200;
   options.keys = {{kKeyId, kKey}};
+  options.bind = market_server::testing::OwnAddress();
   auto server = std::make_unique<market_server::Server>(options);
   server->Start();
   options.port = server->port();

@@ -22,6 +22,7 @@
 #include "host/host.h"
 #include "host_services/stock_host.h"
 #include "market_server/market_server.h"
+#include "tests/market_server/own_address.h"
 
 /// Keeps everything that it is told. Thread-safe.
 template <class Data>
@@ -61,7 +62,10 @@ class Collector final : public IUpdate1<Data> {
 
 class LiveMarketTest : public testing::Test {
  protected:
-  LiveMarketTest() { options_.keys = {{"tester", "a secret of the test"}}; }
+  LiveMarketTest() {
+    options_.keys = {{"tester", "a secret of the test"}};
+    options_.bind = market_server::testing::OwnAddress();
+  }
   ~LiveMarketTest() override {
     DestroyStockMarket();
     stock_host::Stop();
@@ -75,7 +79,7 @@ class LiveMarketTest : public testing::Test {
 
   void StartHost() {
     stock_host::Settings settings;
-    settings.api_root = "http://127.0.0.1:" + std::to_string(options_.port);
+    settings.api_root = "http://" + options_.bind + ":" + std::to_string(options_.port);
     settings.static_root = static_root_;
     settings.key_id = "tester";
     settings.key = "a secret of the test";
