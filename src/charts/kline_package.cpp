@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "charts/kline_table.h"
+#include "charts/symbol_case.h"
 #include "json/budget.h"
 #include "json/numbers.h"
 #include "json/plain_reader.h"

@@ -7,6 +7,7 @@
 #include "charts/kline_link.h"
 #include "charts/kline_merge.h"
 #include "charts/package_source.h"
+#include "charts/symbol_case.h"
 #include "frame/ticks.h"
 #include "host/calendar.h"
 #include "host/clock.h"
