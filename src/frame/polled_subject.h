@@ -156,6 +156,9 @@ class PolledSubject : public Interface, private PolledWork {
   template <class Choose>
   [[nodiscard]] bool TellEach(Stamp stamp, Whom whom, Choose choose);
 
+  /// Drops the last data of the key: a view that is resumed is not shown them any more.
+  void Forget(const Key& key) { last_.Drop(key); }
+
   /// True when an attached observer shows the key.
   [[nodiscard]] bool IsShown(const Key& key) { return audience_.IsShown(key); }
 
