@@ -71,11 +71,11 @@ TEST_F(IndexQuotesTest, deliversExactlyWhatTheServerAnswers) {
 }
 
 TEST_F(IndexQuotesTest, deliversNewQuotesOnRefresh) {
-  options_.speed = 600;
+  options_.speed = 60;
   StartAll();
   View view;
   Show(view);
-  for (std::size_t count = 2; count < 20 && view.All().back() == view.All().front(); ++count) {
+  for (std::size_t count = 2; count < 2000 && view.All().back() == view.All().front(); ++count) {
     GetIndexMarket()->Refresh();
     ASSERT_TRUE(view.WaitFor(count));
   }
@@ -104,7 +104,8 @@ TEST_F(IndexQuotesTest, comesBackAfterAnOutage) {
   // One line for each request that failed, none for those that went well.
   ASSERT_TRUE(AwaitQuiet());
   const stock_host::Counters counters = stock_host::ReadCounters();
-  EXPECT_EQ(counters.failures.connection, counters.failed);
+  EXPECT_GE(counters.failures.connection, 1U);
+  EXPECT_EQ(counters.failures.connection + counters.failures.timeout, counters.failed);
   EXPECT_EQ(Warnings().size(), counters.failed);
 }
 

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "host/host.h"
-#include "host_services/ascii.h"
 #include "host_services/symbols.h"
 #include "market_rules.h"
 #include "no_watch_list.h"
@@ -151,9 +150,12 @@ std::wstring GetKLineFilePath(const wchar_t* symbol) {
   if (live == nullptr || symbol == nullptr) return {};
   {
     const std::lock_guard<std::mutex> lock(live->mutex);
-    if (!live->every_text_has_directory && stock_host::SecuritySymbol(symbol).empty()) return {};
+    if (live->every_text_has_directory) {
+      return market_rules::Widen(live->directory + "/kline/") + symbol;
+    }
   }
-  return market_rules::Widen(live->directory + "/kline/") + stock_host::Lower(std::wstring(symbol));
+  const std::wstring name = stock_host::SecuritySymbol(symbol);
+  return name.empty() ? name : market_rules::Widen(live->directory + "/kline/") + name;
 }
 
 std::wstring GetKLineMetaFilePath() {
