@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/host.h"
+#include "host_services/ascii.h"
 #include "host_services/symbols.h"
 #include "market_rules.h"
 #include "no_watch_list.h"
@@ -154,8 +155,8 @@ std::wstring GetKLineFilePath(const wchar_t* symbol) {
       return market_rules::Widen(live->directory + "/kline/") + symbol;
     }
   }
-  const std::wstring name = stock_host::SecuritySymbol(symbol);
-  return name.empty() ? name : market_rules::Widen(live->directory + "/kline/") + name;
+  if (stock_host::SecuritySymbol(symbol).empty()) return {};
+  return market_rules::Widen(live->directory + "/kline/") + stock_host::Lower(std::wstring(symbol));
 }
 
 std::wstring GetKLineMetaFilePath() {
