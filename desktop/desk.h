@@ -45,6 +45,8 @@ class Desk final : public QObject {
   /// Page Up and Page Down step through what `list` gives from now on, for as long as `pane` lives.
   void StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list);
   void Step(int direction);
+  /// The first row of a list that is shown, for what has nothing to show else.
+  void Suggest(const cli::Security& security) { Q_EMIT suggested(security); }
   /// Says something in the status bars.
   void Tell(const QString& text) { Q_EMIT told(text); }
 
@@ -68,6 +70,7 @@ class Desk final : public QObject {
 
  Q_SIGNALS:
   void selected();
+  void suggested(const cli::Security& security);
   void told(const QString& text);
   void listsLoaded();
   void themeChanged();
@@ -77,6 +80,7 @@ class Desk final : public QObject {
  private:
   bool eventFilter(QObject* watched, QEvent* event) override;
   void LoadReference();
+  void SelectSomething();
   void OnInterval();
 
   const Options options_;

@@ -23,58 +23,6 @@ using desktop::Pane;
 
 class WindowTest : public RunningDesk {};
 
-TEST_F(WindowTest, boardHasTheMarketsFiguresInTheMarketsOrder) {
-  ASSERT_NO_FATAL_FAILURE(Open("board"));
-  ListPane& board = List("board");
-  EXPECT_EQ(static_cast<std::size_t>(board.table().rowCount()), market_->Stocks(Now()).size());
-  const auto by_change = ByChange();
-  for (int row = 0; row < 12; ++row) {
-    const auto quote = QuoteOf(board.table().SecurityAt(row)->code);
-    EXPECT_EQ(Cell(board, row, "change"), cli::SignedPercent(quote.change, 2));
-    EXPECT_EQ(Cell(board, row, "last"), cli::Fixed(quote.last, 2));
-    EXPECT_EQ(Cell(board, row, "high"), cli::Fixed(quote.high, 2));
-    EXPECT_EQ(Cell(board, row, "vol"), cli::ShortAmount(static_cast<double>(quote.vol)));
-    EXPECT_EQ(Cell(board, row, "change"),
-              cli::SignedPercent(by_change[static_cast<std::size_t>(row)].change, 2));
-  }
-  EXPECT_EQ(board.State().toStdString(), "live");
-}
-
-TEST_F(WindowTest, currentStockShowsItsQuoteBookMinutesAndCandles) {
-  ASSERT_NO_FATAL_FAILURE(Open("stock"));
-  ASSERT_NO_FATAL_FAILURE(Select("sh600000"));
-  const auto quote = QuoteOf(L"sh600000");
-  const std::string text =
-      Described(dynamic_cast<desktop::QuotePane&>(*window_->page().Find("quote")).sheet());
-  EXPECT_NE(text.find(quote.security->name), std::string::npos);
-  for (const double price : {quote.last, quote.open, quote.preclose, quote.limit_up}) {
-    EXPECT_NE(text.find(cli::Fixed(price, 2)), std::string::npos) << price << " in " << text;
-  }
-  for (const auto& level : {quote.bids.front(), quote.bids.back(), quote.asks.front(), quote.asks.back()}) {
-    EXPECT_NE(text.find(cli::Fixed(level.price, 2)), std::string::npos) << text;
-  }
-  auto& minutes = dynamic_cast<desktop::MinutePane&>(*window_->page().Find("minutes"));
-  EXPECT_TRUE(minutes.chart().HasPicture());
-  EXPECT_NE(Described(minutes.chart()).find(cli::Fixed(quote.last, 2)), std::string::npos)
-      << Described(minutes.chart());
-  auto& candles = dynamic_cast<desktop::CandlePane&>(*window_->page().Find("candles"));
-  EXPECT_NE(Described(candles.chart()).find(cli::Fixed(quote.high, 2)), std::string::npos)
-      << Described(candles.chart());
-}
-
-TEST_F(WindowTest, indicesAndRankingsAreTheMarkets) {
-  ASSERT_NO_FATAL_FAILURE(Open("ranks"));
-  const std::string figures = window_->indices().Figures().toStdString();
-  for (const wchar_t* const code : {L"sh000001", L"sz399001"}) {
-    EXPECT_NE(figures.find(cli::Fixed(QuoteOf(code).last, 2)), std::string::npos) << figures;
-  }
-  const auto by_change = ByChange();
-  EXPECT_EQ(Cell(List("gainers"), 0, "change"), cli::SignedPercent(by_change.front().change, 2));
-  EXPECT_EQ(Cell(List("gainers"), 4, "change"), cli::SignedPercent(by_change[4].change, 2));
-  // The losers begin with the least.
-  EXPECT_EQ(Cell(List("losers"), 0, "change"), cli::SignedPercent(by_change.back().change, 2));
-}
-
 TEST_F(WindowTest, clickingAHeaderHasTheServerSortByIt) {
   ASSERT_NO_FATAL_FAILURE(Open("board"));
   ListPane& board = List("board");
@@ -149,6 +97,24 @@ TEST_F(WindowTest, pageDownStepsThroughTheListAndEveryPaneFollows) {
   EXPECT_NE(quote.Title().toStdString().find(cli::Utf8(second.code)), std::string::npos);
   QTest::keyClick(&board.list(), Qt::Key_PageUp);
   EXPECT_EQ(desk_->current().code, board.table().SecurityAt(0)->code);
+}
+
+TEST_F(WindowTest, theFirstStockIsSelectedWhereNoListHasOne) {
+  ASSERT_NO_FATAL_FAILURE(Open("stock"));
+  EXPECT_TRUE(Await([this] { return desk_->current().code == L"sh600000" && IsSettled(); })) << Unsettled();
+  EXPECT_EQ(window_->page().Find("quote")->Report().state, FeedState::kLive);
+}
+
+TEST_F(WindowTest, anotherPageSelectsNothingByItself) {
+  ASSERT_NO_FATAL_FAILURE(Open("board"));
+  ASSERT_NO_FATAL_FAILURE(Select("sh600000"));
+  for (const char* const page : {"watch", "plates", "ranks", "events", "board"}) {
+    window_->ShowPage(page);
+    ASSERT_TRUE(Await([this] { return IsSettled(); })) << Unsettled();
+    EXPECT_EQ(desk_->current().code, L"sh600000") << page;
+  }
+  window_->ShowPage("plates");
+  EXPECT_TRUE(Await([this] { return List("members").table().size() > 0; }));
 }
 
 TEST_F(WindowTest, aClickedRowIsSelectedAndArrowKeysGoOn) {
@@ -378,7 +344,7 @@ TEST_F(WindowTest, windowsOfTheSameKindKeepTheirOwnStocks) {
 TEST_F(WindowTest, windowsAreOpenedAndClosedAThousandTimesWhileFiguresArrive) {
   server_options_.speed = 20;
   StartServer(kAfternoon);
-  options_.interval = 0.1;
+  options_.interval = 0.5;
   ASSERT_NO_FATAL_FAILURE(StartDesk("board"));
   ASSERT_TRUE(Await([this] { return desk_->lists() != nullptr && !desk_->current().code.empty(); }));
   const auto kinds = desktop::PaneKinds();
