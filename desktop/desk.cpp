@@ -82,6 +82,7 @@ Desk::~Desk() {
 void Desk::LoadReference() {
   IStockCommon& reference = cli::Made(GetStockCommon(), "stock_common");
   cli::LoadReferenceData(thread_, reference, cli::Needs::kLists, [this, &reference](bool loaded) {
+    is_loading_ = false;
     if (!loaded) {
       why_no_lists_ = Text(cli::NotLoadedText(*session_));
       Tell(why_no_lists_);

@@ -39,6 +39,8 @@ class Desk final : public QObject {
   /// The lists of securities; null until they are loaded.
   [[nodiscard]] const cli::SecurityLists* lists() const { return lists_.get(); }
   [[nodiscard]] const QString& why_no_lists() const { return why_no_lists_; }
+  /// Until they are there, or the first tries have failed.
+  [[nodiscard]] bool is_loading() const { return is_loading_; }
 
   [[nodiscard]] const cli::Security& current() const { return current_; }
   void Select(const cli::Security& security) { selection_->Select(security); }
@@ -92,6 +94,7 @@ class Desk final : public QObject {
   std::unique_ptr<cli::Selection> selection_;
   std::unique_ptr<cli::SecurityLists> lists_;
   QString why_no_lists_;
+  bool is_loading_ = true;
   cli::Security current_;
   std::vector<Pane*> panes_;
   const Pane* steps_in_ = nullptr;

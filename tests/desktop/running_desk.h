@@ -8,6 +8,8 @@
 #include <QtCore/QElapsedTimer>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QStatusBar>
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -45,6 +47,13 @@ class RunningDesk : public testing::Test {
   ~RunningDesk() override {
     window_.reset();
     desk_.reset();
+  }
+
+  // Whatever happens is said in the window: no dialog stands in anybody's way.
+  void TearDown() override {
+    for (const QWidget* const one : QApplication::topLevelWidgets()) {
+      EXPECT_EQ(qobject_cast<const QDialog*>(one), nullptr) << one->windowTitle().toStdString();
+    }
   }
 
   void StartServer(const std::string& clock) {
@@ -102,6 +111,17 @@ class RunningDesk : public testing::Test {
     return model.data(model.index(row, list.table().ColumnOf(column)), Qt::DisplayRole)
         .toString()
         .toStdString();
+  }
+  /// All that the status bar says.
+  [[nodiscard]] std::string StatusText() const {
+    std::string text = window_->statusBar()->currentMessage().toStdString();
+    for (const QLabel* const label : window_->statusBar()->findChildren<QLabel*>()) {
+      text += " | " + label->text().toStdString() + " " + label->toolTip().toStdString();
+    }
+    return text;
+  }
+  [[nodiscard]] bool Says(const std::string& text) const {
+    return StatusText().find(text) != std::string::npos;
   }
   static std::string Described(const QWidget& widget) { return widget.accessibleDescription().toStdString(); }
 
