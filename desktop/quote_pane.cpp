@@ -178,16 +178,4 @@ void QuoteSheet::PaintFigures(Painting& at) const {
   }
 }
 
-QuotePane::QuotePane(Desk& desk, const QString& id)
-    : Pane(desk, id), quote_(Add(std::make_unique<cli::QuoteView>(desk.views()))), sheet_(new QuoteSheet) {
-  SetBody(sheet_);
-}
-
-void QuotePane::Draw() {
-  if (quote_.newest() != nullptr) {
-    sheet_->Show(quote_.newest()->data);
-  }
-  sheet_->update();
-}
-
 }  // namespace desktop

@@ -30,12 +30,7 @@ class DisturbanceTest : public RunningDesk {
            std::to_string(spread.down);
   }
   [[nodiscard]] bool ShowsSpread(const std::string& spread) const {
-    for (const QWidget* const child : window_->page().Find("distribution")->findChildren<QWidget*>()) {
-      if (Described(*child).find(spread) != std::string::npos) {
-        return true;
-      }
-    }
-    return false;
+    return Described(*window_->page().Find("distribution")).find(spread) != std::string::npos;
   }
   void WriteConfig(const std::string& name, const std::string& text) const {
     const QString folder = QString::fromStdString(directory_.path() + "/config");

@@ -298,10 +298,7 @@ class FiguresTest : public RunningDesk {
 
   // What a chart or a sheet says of itself, and all that is drawn of curves and candles.
   static std::string PictureOf(const Pane& pane) {
-    std::string text;
-    for (const QWidget* const child : pane.findChildren<QWidget*>()) {
-      text += child->accessibleDescription().toStdString() + "\n";
-    }
+    std::string text = Described(pane);
     const std::vector<QwtPlot*> plots = desktop::PlotsOf(pane);
     if (plots.empty()) {
       return text;

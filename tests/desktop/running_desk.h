@@ -123,7 +123,14 @@ class RunningDesk : public testing::Test {
   [[nodiscard]] bool Says(const std::string& text) const {
     return StatusText().find(text) != std::string::npos;
   }
-  static std::string Described(const QWidget& widget) { return widget.accessibleDescription().toStdString(); }
+  /// What the pictures in a pane say of themselves to those who cannot see them.
+  static std::string Described(const QWidget& pane) {
+    QString text;
+    for (const QWidget* const child : pane.findChildren<QWidget*>()) {
+      text += child->accessibleDescription() + QLatin1Char('\n');
+    }
+    return text.toStdString();
+  }
 
   [[nodiscard]] market_server::model::Instant Now() const {
     return static_cast<market_server::model::Instant>(server_->Now());

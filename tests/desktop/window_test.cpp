@@ -231,10 +231,9 @@ TEST_F(WindowTest, windowsOfTheSameKindKeepTheirOwnStocks) {
   ASSERT_NO_FATAL_FAILURE(Select(cli::Utf8(codes[2])));
   for (desktop::PaneWindow* const one : windows) {
     const auto expected = QuoteOf(one->pane().pinned().code);
-    const QWidget& sheet = dynamic_cast<desktop::QuotePane&>(one->pane()).sheet();
     EXPECT_TRUE(Await([&] {
-      return Described(sheet).find(cli::Fixed(expected.last, 2)) != std::string::npos;
-    })) << Described(sheet);
+      return Described(one->pane()).find(cli::Fixed(expected.last, 2)) != std::string::npos;
+    })) << Described(one->pane());
   }
   window_->Save();
   window_ = std::make_unique<desktop::MainWindow>(*desk_);
