@@ -11,14 +11,14 @@
 
 namespace desktop {
 
-/// Whatever `show` puts into a picture once the view has something.
+/// Whatever `fill` puts into a picture once the view has something.
 template <class Picture, class View>
 class PicturePane final : public Pane {
  public:
-  using Show = void (*)(Picture& picture, const View& view);
+  using Fill = void (*)(Picture& picture, const View& view);
 
-  PicturePane(Desk& desk, const QString& id, std::unique_ptr<View> view, Show show)
-      : Pane(desk, id), view_(Add(std::move(view))), show_(show), picture_(new Picture) {
+  PicturePane(Desk& desk, const QString& id, std::unique_ptr<View> view, Fill fill)
+      : Pane(desk, id), view_(Add(std::move(view))), fill_(fill), picture_(new Picture) {
     for (const cli::Knob knob : view_.Knobs()) {
       AddKnob(knob);
     }
@@ -28,12 +28,12 @@ class PicturePane final : public Pane {
  private:
   void Draw() override {
     if (view_.has_data()) {
-      show_(*picture_, view_);
+      fill_(*picture_, view_);
     }
   }
 
   View& view_;
-  const Show show_;
+  const Fill fill_;
   Picture* const picture_;
 };
 

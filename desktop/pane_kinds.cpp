@@ -10,7 +10,7 @@
 #include "desktop/charts/candle_chart.h"
 #include "desktop/charts/flow_bars.h"
 #include "desktop/list_pane.h"
-#include "desktop/quote_pane.h"
+#include "desktop/quote_sheet.h"
 
 namespace desktop {
 namespace {
@@ -27,8 +27,8 @@ cli::ListChoice ByChange(cli::Choices columns, int direction = cli::kDescending)
 
 template <class Picture, class View>
 MadePane MakePicture(Desk& desk, const QString& id, std::unique_ptr<View> view,
-                     typename PicturePane<Picture, View>::Show show) {
-  return std::make_unique<PicturePane<Picture, View>>(desk, id, std::move(view), show);
+                     typename PicturePane<Picture, View>::Fill fill) {
+  return std::make_unique<PicturePane<Picture, View>>(desk, id, std::move(view), fill);
 }
 
 MadePane MakeQuote(Desk& desk, const QString& id) {

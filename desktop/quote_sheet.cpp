@@ -1,4 +1,4 @@
-#include "desktop/quote_pane.h"
+#include "desktop/quote_sheet.h"
 
 #include <QtGui/QPainter>
 #include <algorithm>
