@@ -36,7 +36,7 @@ struct Form {
   std::vector<Command> commands;  ///< one of them has to follow
   /// Called when all options have been read. Each throws UsageError when they do not go together.
   std::vector<std::function<void()>> checks;
-  /// Gets what stands behind the options, a command line of its own, and the names of the options that were
+  /// Gets what follows the options, a whole command line, and the names of the options that were
   /// given. Throws UsageError, too.
   std::function<void(const std::vector<std::string>& rest, const std::vector<std::string>& given)> take_rest;
 

@@ -1,4 +1,4 @@
-#include "cli/commands/record.h"
+#include "cli/commands/commands.h"
 
 #include <algorithm>
 #include <chrono>
@@ -73,7 +73,7 @@ void RecordUsualViews(const RecordOptions& options) {
   loop.Run();
 }
 
-// What stands after the options of `record`, as a command line of its own. What `record` itself was told,
+// What stands after the options of `record`, as a whole command line. What was given to `record` itself,
 // save for how long, would not reach it.
 std::vector<std::string> CommandOf(std::vector<std::string> rest, const std::vector<std::string>& given,
                                    const RecordOptions& options) {

@@ -1,4 +1,4 @@
-#include "cli/commands/serve.h"
+#include "cli/commands/commands.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -48,19 +48,15 @@ class Session {
   [[nodiscard]] static bool IsRecorded();
 
  private:
-  struct Listening;
-  struct HostServices;
-  struct Services;
-
   void UseTemporaryDirectory(stock_host::Settings& settings);
 
   // The order of the members is the order of the start, and backwards that of the end.
   std::unique_ptr<TemporaryDirectory> directory_;
   std::unique_ptr<market_server::Server> simulation_;
   Warnings warnings_;
-  std::unique_ptr<Listening> listening_;
-  std::unique_ptr<HostServices> host_;
-  std::unique_ptr<Services> services_;
+  std::shared_ptr<void> listening_;
+  std::shared_ptr<void> host_;
+  std::shared_ptr<void> services_;
   std::string server_text_;
   std::string badge_;
 };

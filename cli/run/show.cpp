@@ -104,7 +104,8 @@ class Run {
       if (options_.json) {
         text += view->JsonLine() + "\n";
       } else if (options_.csv) {
-        text += is_first && text.empty() ? view->Csv() : WithoutHeader(view->Csv());
+        const std::string csv = view->AsSheet().csv();
+        text += is_first && text.empty() ? csv : WithoutHeader(csv);
       } else if (!view->WhyEmpty().empty()) {
         continue;
       } else if (options_.chart) {

@@ -8,7 +8,7 @@
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "cli/format/words.h"
-#include "cli/screen/state_line.h"
+#include "cli/screen/picture.h"
 
 namespace cli {
 namespace {
@@ -283,7 +283,9 @@ bool Screen::OnOverlayKey(const Key& key) {
   if (!finder_) {
     return false;
   }
-  switch (finder_->OnKey(RowsOf(key) > 1 ? Plain(key) : key)) {
+  Key local = RowsOf(key) > 1 ? Plain(key) : key;
+  local.row -= kHeadRows;
+  switch (finder_->OnKey(local)) {
     case Finder::Outcome::kOpen:
       break;
     case Finder::Outcome::kChosen: {
