@@ -6,7 +6,7 @@
 # small tests costs more than the tests. Dear ones are dealt to several processes that run side by side. A single test is
 # run by hand: build/dev/bin/<program> --gtest_filter=<test>
 #
-# Programs whose tests mostly wait, or leave a process in another state, use gtest_discover_tests: a process each.
+# Programs whose tests mostly wait, or leave a process in another state, use csm_tests_apart.
 #
 # Of a list of labels CTest keeps one in some places: a label that several selections find is one word, "host-tsan".
 function(csm_tests program)
@@ -32,4 +32,11 @@ function(csm_tests program)
     add_test(NAME ${name} COMMAND ${program} ${filter})
     set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" ENVIRONMENT "${environment}")
   endforeach()
+endfunction()
+
+# csm_tests_apart(<program> [<what gtest_discover_tests takes>...])
+# Each test of a program in a process of its own. The program is asked for its tests when it is built; while other compilers
+# run, the start of a sanitized one may take far longer than the few seconds that are usual.
+function(csm_tests_apart program)
+  gtest_discover_tests(${program} DISCOVERY_TIMEOUT 300 ${ARGN})
 endfunction()

@@ -169,7 +169,8 @@ bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
   Watch watch(*this);
   // Read before the clock is: a jump between the two is not missed.
   for (unsigned seen = Jumps(); !wait.IsOver(); seen = Jumps()) {
-    const bool watches = watch.IsOurs();
+    // Who has a look of its own, which may take long, watches for itself alone.
+    const bool watches = !look && watch.IsOurs();
     const std::int64_t left = wait.Milliseconds();
     if (!Wait(watches || look ? std::min(left, kLook) : left, &seen)) {
       return false;

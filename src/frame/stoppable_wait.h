@@ -21,8 +21,8 @@ class StoppableWait {
 
   /// Waits as a `PlannedWait` of so many seconds does. About once a second one of all waits looks at the
   /// server's clock and wakes the others when it has jumped or the market is in another phase; all look when
-  /// the host says that the clock has jumped. Calls `look`, if any, about once a second. False, at once, when
-  /// the waits are stopped.
+  /// the host says that the clock has jumped. Calls `look`, if any, about once a second; it may take long.
+  /// False, at once, when the waits are stopped.
   bool Planned(int seconds, const std::function<void()>& look = {});
 
   /// Ends the waits under way and those to come.

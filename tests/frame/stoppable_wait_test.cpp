@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <semaphore>
 #include <thread>
 
 #include "host/clock.h"
@@ -91,10 +92,21 @@ TEST_F(StoppableWait, isWokenWhenItIsStopped) {
   stopper.join();
 }
 
-// The one real second of these tests: of the threads that wait one looks at the server's clock without being
-// woken, and wakes the others. When its wait ends, another one looks.
+// The two real seconds of these tests: of the threads that wait one looks at the server's clock without being
+// woken, and wakes the others. When its wait ends, another one looks. It is none whose own look may take
+// long.
 TEST(StoppableWaitInEarnest, seesTheServersClockChange) {
   ScriptedHost host;
+  frame::StoppableWait slow;
+  std::binary_semaphore looks(0);
+  std::binary_semaphore may_go_on(0);
+  std::thread looking([&] {
+    static_cast<void>(slow.Planned(7200, [&] {
+      looks.release();
+      may_go_on.acquire();
+    }));
+  });
+  looks.acquire();
   constexpr std::size_t kWaits = 5;
   std::array<frame::StoppableWait, kWaits> waits;
   std::array<bool, kWaits> reached{};
@@ -114,6 +126,8 @@ TEST(StoppableWaitInEarnest, seesTheServersClockChange) {
     EXPECT_TRUE(reached.at(i)) << i;
   }
   EXPECT_FALSE(reached.front());
+  may_go_on.release();
+  looking.join();
 }
 
 // The monotonic clock stands still: nothing but the host's word makes a thread look.
