@@ -1,4 +1,5 @@
-// What a command of csm is. A new one is a pair of files in commands/ and one line in command_table.cpp.
+// What a command of csm is. A new one is an entry in commands/show_commands.cpp, or a file in commands/, a
+// line in commands.h there and one in command_table.cpp.
 #pragma once
 
 #include <cstddef>

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +20,7 @@
 #include "cli/run/main_loop.h"
 #include "cli/run/output.h"
 #include "cli/run/reference_load.h"
+#include "cli/run/session.h"
 #include "cli/run/terminal.h"
 #include "cli/temporary_directory.h"
 #include "cli/views/feeds.h"
@@ -197,46 +200,15 @@ class Report {
   bool complete_ = false;
 };
 
-// The services for the time of the look, in directories of their own: those of the user may be what is
-// wrong.
-class Services {
- public:
-  explicit Services(stock_host::Settings settings) {
-    settings.data_directory = directory_.path() + "/data";
-    settings.log_directory = directory_.path() + "/log";
-    settings.config_directory = directory_.path() + "/config";
-    settings.log_level = "info";
-    settings.log_to_stderr = false;
-    stock_host::SetListener([this](const stock_host::Event& event) {
-      if (event.kind == stock_host::Event::Kind::kWarning) {
-        log_.Add(event.text);
-      }
-    });
-    runs_ = stock_host::Start(settings, error_);
-  }
-  ~Services() { End(); }
-  Services(const Services&) = delete;
-  Services& operator=(const Services&) = delete;
-
-  /// Requests under way fail.
-  void End() {
-    if (runs_) {
-      DestroyStockMarket();
-      stock_host::Stop();
-      runs_ = false;
-    }
-    stock_host::SetListener({});
-  }
-  /// Why they do not run; empty when they do.
-  [[nodiscard]] const std::string& error() const { return error_; }
-  [[nodiscard]] const Warnings& log() const { return log_; }
-
- private:
-  const TemporaryDirectory directory_;
-  Warnings log_;
-  std::string error_;
-  bool runs_ = false;
-};
+// Of the look alone: the user's own directories may be what is wrong.
+stock_host::Settings InDirectory(stock_host::Settings settings, const TemporaryDirectory& directory) {
+  settings.data_directory = directory.path() + "/data";
+  settings.log_directory = directory.path() + "/log";
+  settings.config_directory = directory.path() + "/config";
+  settings.log_level = "info";
+  settings.log_to_stderr = false;
+  return settings;
+}
 
 void Finish(MainLoop& loop, Report& report) {
   report.TellCounters(stock_host::ReadCounters(), stock_host::ConnectionState());
@@ -305,9 +277,12 @@ int Examine(const ShowOptions& options) {
   }
   server.key_id = settings.key_id;
 
-  Services services(settings);
-  if (!services.error().empty()) {
-    report.Tell({State::kFailed, "services", services.error(), "correct it; the server was not looked at"});
+  const TemporaryDirectory directory;
+  std::optional<HostServices> services;
+  try {
+    services.emplace(InDirectory(settings, directory));
+  } catch (const std::runtime_error& error) {
+    report.Tell({State::kFailed, "services", error.what(), "correct it; the server was not looked at"});
     return kFailure;
   }
   std::jthread requests([&] {
@@ -315,14 +290,14 @@ int Examine(const ShowOptions& options) {
         server, [&](const Finding& finding) { loop.Post([&report, finding] { report.Tell(finding); }); });
     loop.Post([&, reached] {
       if (reached && !server.key_id.empty()) {
-        ExamineReferenceData(loop, report, services.log());
+        ExamineReferenceData(loop, report, services->warnings());
       } else {
         Finish(loop, report);
       }
     });
   });
   loop.Run();
-  services.End();  // a request that is still waited for comes to its end
+  services.reset();  // a request that is still waited for comes to its end
   requests.join();
   return report.is_complete() && !report.failed() ? kFine : kFailure;
 }

@@ -80,7 +80,7 @@ std::vector<std::string> SimulationNames(const Form& form) {
 void AddSimulationOptions(Form& form, market_server::Options& options) {
   form.Add(
       {.name = "--seed",
-       .help = "another number is another market",
+       .help = "number of the market: each one gives another",
        .take = IntoRead(options.seed, &ReadCount, "it must be a whole number from 0 to 18446744073709551615"),
        .value = "NUMBER",
        .standard = std::to_string(options.seed),
@@ -98,12 +98,12 @@ void AddSimulationOptions(Form& form, market_server::Options& options) {
             .standard = TextOf(options.speed),
             .group = kSimulation});
   form.Add({.name = "--scenario",
-            .help = "a scripted day; csm serve --list names them",
+            .help = "a scripted day; csm serve --list lists them",
             .take = Into(options.scenario),
             .value = "NAME",
             .group = kSimulation});
   form.Add({.name = "--faults",
-            .help = "name[:endpoint[:probability[:arguments]]], may be repeated; csm serve --list names them",
+            .help = "name[:endpoint[:probability[:arguments]]], may be repeated; csm serve --list lists them",
             .take = Into(options.faults),
             .kind = Option::Kind::kSeveral,
             .value = "FAULT",
@@ -139,11 +139,10 @@ void AddLanguageOption(Form& form) {
 void AddOutputOptions(Form& form, ShowOptions& options) {
   form.Add(Flag("--json", "one JSON object a line instead of a table", options.json));
   form.Add(Flag("--no-color", "no colours (NO_COLOR is respected, too)", options.no_color));
-  form.Add(
-      {.name = "--quiet",
-       .help = "only figures and failures: no word about what is asked, how the data are and whose they are",
-       .take = [](const std::string&) { Quiet(true); },
-       .kind = Option::Kind::kFlag});
+  form.Add({.name = "--quiet",
+            .help = "only figures and failures; nothing about the server or the state of the data",
+            .take = [](const std::string&) { Quiet(true); },
+            .kind = Option::Kind::kFlag});
   AddLanguageOption(form);
 }
 

@@ -74,9 +74,8 @@ std::function<Runner(Form&)> Following(AddOptions add, WhatIsShown shown, const 
     form.footer = footer;
     return [chosen, shown, has_screen] {
       const ShowOptions& options = chosen->show;
-      const bool on_screen =
-          has_screen && !options.json && !options.csv && !options.count && CanShowLiveScreen();
-      return on_screen ? RunViewsOnScreen(options, shown(*chosen)) : Follow(options, shown(*chosen));
+      return has_screen && IsForLiveScreen(options) ? RunViewsOnScreen(options, shown(*chosen))
+                                                    : Follow(options, shown(*chosen));
     };
   };
 }
@@ -146,9 +145,8 @@ Shown OfDay(const Chosen& chosen, MakeView make) {
 // On a screen the rows are those that there is room for.
 template <class ListView>
 Shown List(const Chosen& chosen, Needs needs = Needs::kNothing) {
-  const bool scrolls = !chosen.show.json && !chosen.show.csv && !chosen.show.count && CanShowLiveScreen();
   ListChoice choice = chosen.list;
-  choice.rows = scrolls ? choice.rows : choice.rows.value_or(RowRange());
+  choice.rows = IsForLiveScreen(chosen.show) ? choice.rows : choice.rows.value_or(RowRange());
   return Of<ListView>(needs, choice);
 }
 
@@ -319,7 +317,7 @@ A JSON line: {"service":"index_market","key":"","time":"2026-11-20T09:30:03+08:0
   csm quote sh600000 --json --for 60      a minute of JSON lines, one for each symbol and update
 
 Prices are red above the previous close and green below it. A mark after a figure says that it rose or fell since
-the update before; with several symbols there are mostly none.)")},
+the update before; with several symbols there are usually none.)")},
       {"board", "A page of a board of stocks",
        Following(
            [](Form& f, Chosen& c) {
@@ -458,15 +456,15 @@ A holiday is a day from Monday to Friday without trading.)")},
   csm lists stocks 4 --json     one JSON line
 
 The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a plate is its kind.)")},
-      {"find", "Securities by a piece of their code, name or pinyin",
+      {"find", "Securities by part of their code, name or pinyin",
        Once(
            [](Form& f, Chosen& c) {
              f.Add({.name = "TEXT",
-                    .help = "a piece of a code, of a name or of the pinyin initials",
+                    .help = "part of a code, a name or the pinyin initials",
                     .take = Into(c.text),
                     .is_required = true});
              f.Add({.name = "--limit",
-                    .help = "no more than so many",
+                    .help = "at most this many",
                     .take = Into(c.limit, 0, 1000000),
                     .value = "N",
                     .standard = std::to_string(c.limit)});
@@ -478,12 +476,12 @@ The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a
              });
            },
            R"(Examples:
-  csm find 6000                 codes that begin so, with or without sh and sz
+  csm find 6000                 codes that begin with 6000, after sh or sz or without them
   csm find PAYH                 by the pinyin initials, in any case
-  csm find 银行                 by a piece of the name
+  csm find 银行                 by part of the name
   csm find bank --limit 5       the five closest
 
-The closest come first: the whole of a code, name or initials, then a beginning, then any piece.)")},
+The closest come first: a whole code, name or initials, then a beginning, then any part.)")},
       {"plates-of", "The plates that a stock belongs to",
        Once(
            [](Form& f, Chosen& c) {
@@ -568,7 +566,7 @@ previous close of the first day that is shown. In the chart the dotted line is t
   csm kline sh600000 --adjust forward --json      every day in one JSON line
   csm kline sh000001 --period month --csv         for spreadsheets
 
-Adjusted prices leave the jumps of dividends and splits out. Without --last a table has the last 60
+Adjusted prices leave out the jumps at dividends and splits. Without --last a table has the last 60
 candles, a chart those that fit, JSON and comma-separated values all. In the chart a rise is hollow; the
 lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)") +
                "\n\n" + ListOf("Adjustments", Adjustments()))},
@@ -576,7 +574,7 @@ lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)")
        Once(
            [](Form& f, Chosen& c) {
              AddDaily(f, c);
-             AddLast(f, c, "the newest so many");
+             AddLast(f, c, "only the newest N events");
            },
            [](const Chosen& c) {
              return OfDay(c, [last = c.last](const ViewContext& context, std::uint32_t date) {
@@ -694,8 +692,7 @@ Runner SetUpLive(Form& form) {
     if (isatty(STDOUT_FILENO) != 1 && !options.seconds) {
       options.seconds = kSecondsWithoutTerminal;
     }
-    const bool has_screen = !options.json && !options.csv && !options.count && CanShowLiveScreen();
-    return has_screen ? RunLiveScreen(options) : Follow(options, Indices(*chosen));
+    return IsForLiveScreen(options) ? RunLiveScreen(options) : Follow(options, Indices(*chosen));
   };
 }
 

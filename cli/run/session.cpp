@@ -16,14 +16,32 @@ std::string& RecordDirectory() {
   return *directory;
 }
 
-std::shared_ptr<void> AtTheEnd(void (*work)()) {
-  return {nullptr, [work](void*) { work(); }};
-}
-
 }  // namespace
 
 void RecordSessions(const std::string& directory) {
   RecordDirectory() = directory;
+}
+
+HostServices::HostServices(const stock_host::Settings& settings, std::function<void()> on_event) {
+  stock_host::SetListener([this, on_event = std::move(on_event)](const stock_host::Event& event) {
+    if (event.kind == stock_host::Event::Kind::kWarning) {
+      warnings_.Add(event.text);
+    }
+    if (on_event) {
+      on_event();
+    }
+  });
+  std::string error;
+  if (!stock_host::Start(settings, error)) {
+    stock_host::SetListener({});
+    throw std::runtime_error(error);
+  }
+}
+
+HostServices::~HostServices() {
+  DestroyStockMarket();
+  stock_host::Stop();
+  stock_host::SetListener({});
 }
 
 bool Session::IsRecorded() {
@@ -63,33 +81,15 @@ Session::Session(const SessionOptions& options, std::function<void()> on_event) 
     settings.api_root = options.server;
     server_text_ = settings.api_root;
   }
-  stock_host::SetListener([this, on_event = std::move(on_event)](const stock_host::Event& event) {
-    if (event.kind == stock_host::Event::Kind::kWarning) {
-      warnings_.Add(event.text);
-    }
-    if (on_event) {
-      on_event();
-    }
-  });
-  listening_ = AtTheEnd([] { stock_host::SetListener({}); });
-  std::string error;
-  if (!stock_host::Start(settings, error)) {
-    throw std::runtime_error(error);
-  }
-  host_ = AtTheEnd(&stock_host::Stop);
-  if (!options.has_server) {
-    return;
-  }
-  if (options.replay.empty() && (settings.key_id.empty() || settings.key.empty())) {
-    const std::string first = warnings_.All().first;
+  host_ = std::make_unique<HostServices>(settings, std::move(on_event));
+  const bool needs_key = options.has_server && options.replay.empty();
+  if (needs_key && (settings.key_id.empty() || settings.key.empty())) {
+    const std::string first = warnings().All().first;
     throw std::runtime_error(
         "no key to sign requests with: set CSM_KEY_ID and CSM_KEY, or name a key file in CSM_KEY_FILE" +
         (first.empty() ? "" : " (" + first + ")"));
   }
-  services_ = AtTheEnd(&DestroyStockMarket);
 }
-
-Session::~Session() = default;
 
 void Session::UseTemporaryDirectory(stock_host::Settings& settings) {
   directory_ = std::make_unique<TemporaryDirectory>();

@@ -11,7 +11,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -38,17 +38,21 @@ constexpr std::array<std::pair<const char*, int>, 8> kUsualKeys = {{{"\x1b[A", K
                                                                     {"\x1b[1~", KEY_HOME},
                                                                     {"\x1b[4~", KEY_END}}};
 
+struct KeyCode {
+  wint_t code;
+  KeyKind kind;
+};
+
 // Keys by the library's codes, and by the characters that stand for some.
-const std::map<wint_t, KeyKind> kKeyKinds = {
-    {KEY_UP, KeyKind::kUp},        {KEY_DOWN, KeyKind::kDown},
-    {KEY_LEFT, KeyKind::kLeft},    {KEY_RIGHT, KeyKind::kRight},
-    {KEY_PPAGE, KeyKind::kPageUp}, {KEY_NPAGE, KeyKind::kPageDown},
-    {KEY_HOME, KeyKind::kHome},    {KEY_END, KeyKind::kEnd},
-    {KEY_BTAB, KeyKind::kBackTab}, {KEY_BACKSPACE, KeyKind::kBackspace},
-    {KEY_ENTER, KeyKind::kEnter},  {KEY_DC, KeyKind::kDelete}};
-const std::map<wint_t, KeyKind> kCharacterKinds = {
-    {L'\t', KeyKind::kTab},      {L'\r', KeyKind::kEnter},     {L'\n', KeyKind::kEnter},
-    {L'\x1b', KeyKind::kEscape}, {L'\b', KeyKind::kBackspace}, {L'\x7f', KeyKind::kBackspace}};
+constexpr KeyCode kKeyKinds[] = {{KEY_UP, KeyKind::kUp},        {KEY_DOWN, KeyKind::kDown},
+                                 {KEY_LEFT, KeyKind::kLeft},    {KEY_RIGHT, KeyKind::kRight},
+                                 {KEY_PPAGE, KeyKind::kPageUp}, {KEY_NPAGE, KeyKind::kPageDown},
+                                 {KEY_HOME, KeyKind::kHome},    {KEY_END, KeyKind::kEnd},
+                                 {KEY_BTAB, KeyKind::kBackTab}, {KEY_BACKSPACE, KeyKind::kBackspace},
+                                 {KEY_ENTER, KeyKind::kEnter},  {KEY_DC, KeyKind::kDelete}};
+constexpr KeyCode kCharacterKinds[] = {{L'\t', KeyKind::kTab},       {L'\r', KeyKind::kEnter},
+                                       {L'\n', KeyKind::kEnter},     {L'\x1b', KeyKind::kEscape},
+                                       {L'\b', KeyKind::kBackspace}, {L'\x7f', KeyKind::kBackspace}};
 
 // How a tone looks: an attribute, and the number of a colour pair.
 struct Look {
@@ -256,9 +260,11 @@ std::optional<std::vector<Key>> CursesDisplay::ReadKeys() {
   wint_t code = 0;
   for (int kind = wget_wch(curses_->typed, &code); kind != ERR; kind = wget_wch(curses_->typed, &code)) {
     const bool is_code = kind == KEY_CODE_YES;
-    const auto& kinds = is_code ? kKeyKinds : kCharacterKinds;
-    if (const auto known = kinds.find(code); known != kinds.end()) {
-      keys.push_back({known->second});
+    const std::span<const KeyCode> kinds = is_code ? std::span<const KeyCode>(kKeyKinds) : kCharacterKinds;
+    const auto known =
+        std::find_if(kinds.begin(), kinds.end(), [code](const KeyCode& key) { return key.code == code; });
+    if (known != kinds.end()) {
+      keys.push_back({known->kind});
     } else if (!is_code) {
       keys.push_back(Typed(static_cast<char32_t>(code)));
     } else if (code == KEY_MOUSE) {

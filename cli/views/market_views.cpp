@@ -227,9 +227,7 @@ std::vector<StyledLine> DistributionView::Lines(int width) const {
 }
 
 std::string DistributionView::WhyNothingIn(const Delivery<DistributionItem>& delivery) const {
-  return HasFigures(delivery.data)
-             ? ""
-             : NoFiguresText(date() != 0 ? date() : SessionDate(delivery.server_time), delivery.server_time);
+  return HasFigures(delivery.data) ? "" : NoFigures(delivery);
 }
 
 Sheet DistributionView::AsSheet() const {

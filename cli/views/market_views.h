@@ -45,6 +45,10 @@ class DayView : public ServiceView<Service, Data, std::uint32_t> {
     this->Follow(date);
   }
   [[nodiscard]] std::uint32_t date() const { return date_; }
+  /// What is said about a day that has nothing in it.
+  [[nodiscard]] std::string NoFigures(const Delivery<Data>& delivery) const {
+    return NoFiguresText(date_ != 0 ? date_ : SessionDate(delivery.server_time), delivery.server_time);
+  }
 
  private:
   const std::uint32_t date_;
@@ -103,10 +107,7 @@ class CurveView final : public DayView<Service, std::vector<Row>> {
 
  private:
   [[nodiscard]] std::string WhyNothingIn(const Delivery<std::vector<Row>>& delivery) const override {
-    return delivery.data.empty()
-               ? NoFiguresText(this->date() != 0 ? this->date() : SessionDate(delivery.server_time),
-                               delivery.server_time)
-               : "";
+    return delivery.data.empty() ? this->NoFigures(delivery) : "";
   }
 
   const CurveLook<Row> look_;
