@@ -104,7 +104,7 @@ Shown Of(Needs needs, Arguments... arguments) {
 template <class MakeView, class Check>
 Shown ForSymbols(const Chosen& chosen, MakeView make, Check check) {
   Shown shown;
-  shown.needs = Needs::kLists;
+  shown.needs = Needs::kNames;
   shown.make = [symbols = chosen.symbols, make, check](const ViewContext& context, IStockCommon& reference) {
     Views views;
     std::vector<std::wstring> met;
@@ -557,6 +557,7 @@ previous close of the first day that is shown. In the chart the dotted line is t
                               ? "there are no candles of plates; " + NameText(security) + " is one"
                               : std::string();
                  });
+             shown.needs = Needs::kLists;  // with the versions of the packages
              shown.says_session = true;
              return shown;
            },

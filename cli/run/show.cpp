@@ -78,16 +78,36 @@ class Run {
             (LoadFailure().empty() ? "" : ": " + LoadFailure()));
       }
       views_ = shown_.make(context_, reference);
-      for (const auto& view : views_) {
-        view->OnArrivals([this, shown = view.get()] { OnArrival(*shown); });
-      }
-      OnViews();
-      for (const auto& view : views_) {
-        if (!loop_.ended()) {
-          view->Show();
-        }
-      }
+      ShowViews();
     });
+    if (shown_.needs == Needs::kNames) {
+      AwaitNames(loop_, [this, &reference] { ShowEarly(reference); });
+    }
+  }
+
+  // Whoever is found asks at once. What is not, the end of the load says.
+  void ShowEarly(IStockCommon& reference) {
+    if (!views_.empty()) {
+      return;
+    }
+    try {
+      views_ = shown_.make(context_, reference);
+    } catch (const std::runtime_error&) {
+      return;
+    }
+    ShowViews();
+  }
+
+  void ShowViews() {
+    for (const auto& view : views_) {
+      view->OnArrivals([this, shown = view.get()] { OnArrival(*shown); });
+    }
+    OnViews();
+    for (const auto& view : views_) {
+      if (!loop_.ended()) {
+        view->Show();
+      }
+    }
   }
 
   virtual void OnViews() = 0;
