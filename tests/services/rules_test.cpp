@@ -176,15 +176,14 @@ TEST(ViewsOfToday, areGivenTheLastCurveAndANewOneAfterMidnight) {
 // On a line that is slower than the interval each answer was old when it came.
 TEST(StocksOfAPlate, areShownOnASlowLine) {
   AllServices all;
-  ScriptedSteady steady;
   all.host.Allow(Script("/pc/rt/get_bk_zone_list").Held());
   const auto asked = [&all] { return all.host.RequestsTo("/pc/rt/get_bk_zone_list").size(); };
   all.plate_stocks.While([&] {
     IPlateStockMarket* const service = all.plate_stocks.service.get();
     service->OnTimer();
-    steady.Advance(3000);
+    all.steady.Advance(3000);
     service->OnTimer();
-    steady.Advance(3000);
+    all.steady.Advance(3000);
     service->OnTimer();
     EXPECT_EQ(asked(), 1U) << "rounds are left out while the answer is on its way";
     all.host.Complete(0, Answer::Body(R"({"total_num":7,"data":[]})"));
@@ -193,10 +192,10 @@ TEST(StocksOfAPlate, areShownOnASlowLine) {
     EXPECT_EQ(asked(), 2U);
     service->Refresh();
     EXPECT_EQ(asked(), 3U) << "who asks is asked for";
-    steady.Advance(10'000);
+    all.steady.Advance(10'000);
     service->OnTimer();
     EXPECT_EQ(asked(), 3U);
-    steady.Advance(1);
+    all.steady.Advance(1);
     service->OnTimer();
     EXPECT_EQ(asked(), 4U) << "for ten seconds at most";
   });
