@@ -52,7 +52,7 @@ void DecodeLines(benchmark::State& state) {
   const auto decode = [&answer] {
     const auto checked =
         request::CheckAnswer(request::Fetch::kMinuteLine, {true, answer.data(), answer.size()});
-    return charts::ReadMinuteLines(checked.DataObject());
+    return charts::ReadMinuteLines(checked.DataObject(), {});
   };
   const auto lines = decode();
   if (lines.size() != kSymbols || lines.back().days.size() != 1 ||

@@ -93,7 +93,7 @@ Shown One(Needs needs, MakeView make) {
 template <class MakeView, class Check>
 Shown ForSymbols(const Chosen& chosen, MakeView make, Check check) {
   Shown shown;
-  shown.needs = Needs::kLists;
+  shown.needs = Needs::kNames;
   shown.make = [symbols = chosen.symbols, make, check](const ViewContext& context, IStockCommon& reference) {
     Views views;
     std::vector<std::wstring> met;
@@ -558,6 +558,7 @@ previous close of the first day that is shown. In the chart the dotted line is t
                               ? "there are no candles of plates; " + NameText(security) + " is one"
                               : std::string();
                  });
+             shown.needs = Needs::kLists;  // with the versions of the packages
              shown.says_session = true;
              return shown;
            },

@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -17,8 +19,10 @@ namespace cli {
 namespace {
 
 constexpr const char* kCalendarEndpoint = "/pc/rt/trade_date";
+constexpr const char* kNameEndpoints[] = {kCalendarEndpoint, "/pc/rt/get_basic_info", "/pc/rt/get_bk_list",
+                                          "/pc/rt/stock_index_list"};
 constexpr std::chrono::milliseconds kLook(20);
-constexpr std::chrono::milliseconds kCalendarPatience(9000);
+constexpr std::chrono::milliseconds kPatience(9000);
 
 constexpr int kTriesAtOnce = 3;
 constexpr std::chrono::milliseconds kAtOnce(3000);  // longer than that no try is followed by one at once
@@ -39,6 +43,22 @@ void AwaitCalendarFor(std::chrono::milliseconds patience, Schedule& loop, std::f
   }
   loop.After(kLook,
              [&loop, patience, done = std::move(done)] { AwaitCalendarFor(patience - kLook, loop, done); });
+}
+
+void AwaitNamesFor(std::chrono::milliseconds patience, Schedule& loop, std::function<void()> done) {
+  const auto counters = stock_host::ReadCounters().endpoints;
+  const bool answered =
+      std::all_of(std::begin(kNameEndpoints), std::end(kNameEndpoints), [&](const char* endpoint) {
+        const auto found = counters.find(endpoint);
+        return found != counters.end() && found->second.succeeded > 0;
+      });
+  if (answered) {
+    // An answer is counted before it is read.
+    loop.After(kLook, std::move(done));
+  } else if (patience > patience.zero()) {
+    loop.After(kLook,
+               [&loop, patience, done = std::move(done)] { AwaitNamesFor(patience - kLook, loop, done); });
+  }
 }
 
 using Clock = std::chrono::steady_clock;
@@ -62,7 +82,11 @@ void LoadLists(Schedule& loop, IStockCommon& reference, int number, Clock::time_
 }  // namespace
 
 void AwaitCalendar(Schedule& loop, std::function<void(bool ok)> done) {
-  AwaitCalendarFor(kCalendarPatience, loop, std::move(done));
+  AwaitCalendarFor(kPatience, loop, std::move(done));
+}
+
+void AwaitNames(Schedule& loop, std::function<void()> done) {
+  AwaitNamesFor(kPatience, loop, std::move(done));
 }
 
 void TryReferenceData(Schedule& loop, IStockCommon& reference, std::function<void(bool ok)> done) {
@@ -76,7 +100,7 @@ void LoadReferenceData(Schedule& loop, IStockCommon& reference, Needs needs,
     return;
   }
   const std::uint32_t year = ServerYear();
-  if (needs == Needs::kLists) {
+  if (needs == Needs::kNames || needs == Needs::kLists) {
     LoadLists(loop, reference, 1, Clock::now(), done);
     return;
   }

@@ -14,7 +14,8 @@ namespace cli {
 enum class Needs {
   kNothing,
   kCalendar,  ///< holidays, as far as the server knows them
-  kLists,     ///< stocks, indices, plates and the versions of K-line packages
+  kNames,     ///< stocks, indices and plates
+  kLists,     ///< these, the plates of the stocks and the versions of K-line packages
 };
 
 /// The service that an accessor handed out. Throws std::runtime_error when it could not be made.
@@ -32,6 +33,11 @@ Service& Made(Service* service, const char* name) {
 /// true, when they have come. The loop must outlive the module's services.
 void LoadReferenceData(Schedule& loop, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done);
+
+/// After the load of the lists was begun: calls `done` on the main thread when stocks, indices, plates and
+/// the holidays have come, which may be well before all is loaded; not at all when that takes longer than a
+/// load.
+void AwaitNames(Schedule& loop, std::function<void()> done);
 
 /// One try at the lists, without another: `done` is called once.
 void TryReferenceData(Schedule& loop, IStockCommon& reference, std::function<void(bool ok)> done);

@@ -66,7 +66,7 @@ class Run {
       if (!views_.empty()) {
         return;  // lists that come late change nothing of what is shown
       }
-      if (!ok && shown_.needs == Needs::kLists && shown_.needs_all) {
+      if (!ok && (shown_.needs == Needs::kNames || shown_.needs == Needs::kLists) && shown_.needs_all) {
         throw std::runtime_error(NotLoadedText(session_));
       }
       if (!ok && shown_.needs == Needs::kCalendar && !shown_.needs_all) {
@@ -77,16 +77,36 @@ class Run {
         throw std::runtime_error(NotLoadedText(session_));
       }
       views_ = shown_.make(context_, reference);
-      for (const auto& view : views_) {
-        view->OnArrivals([this, shown = view.get()] { OnArrival(*shown); });
-      }
-      OnViews();
-      for (const auto& view : views_) {
-        if (!loop_.ended()) {
-          view->Show();
-        }
-      }
+      ShowViews();
     });
+    if (shown_.needs == Needs::kNames) {
+      AwaitNames(loop_, [this, &reference] { ShowEarly(reference); });
+    }
+  }
+
+  // Whoever is found asks at once. What is not, the end of the load says.
+  void ShowEarly(IStockCommon& reference) {
+    if (!views_.empty()) {
+      return;
+    }
+    try {
+      views_ = shown_.make(context_, reference);
+    } catch (const std::runtime_error&) {
+      return;
+    }
+    ShowViews();
+  }
+
+  void ShowViews() {
+    for (const auto& view : views_) {
+      view->OnArrivals([this, shown = view.get()] { OnArrival(*shown); });
+    }
+    OnViews();
+    for (const auto& view : views_) {
+      if (!loop_.ended()) {
+        view->Show();
+      }
+    }
   }
 
   virtual void OnViews() = 0;

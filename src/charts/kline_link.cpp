@@ -23,7 +23,8 @@ std::uint32_t LastDate(const Candles& candles) {
 }
 
 double LinkOfNeighbours(const KLineCandle& last, std::uint32_t complete_to, const KLineCandle& next) {
-  return stock::GetLastTradingDate(next.date) <= complete_to ? Quotient(next.preclose, last.close) : 1;
+  const std::uint32_t known_to = std::max(complete_to, last.date);
+  return stock::GetLastTradingDate(next.date) <= known_to ? Quotient(next.preclose, last.close) : 1;
 }
 
 double LinkOf(Period period, const Candles& older, const Candles& newer, const KLineCandle& last,
@@ -38,7 +39,7 @@ double LinkOf(Period period, const Candles& older, const Candles& newer, const K
     }
   }
   return IsSamePeriod(period, last.date, next.date) ? Quotient(next.preclose, last.preclose)
-                                                    : LinkOfNeighbours(last, last.date, next);
+                                                    : LinkOfNeighbours(last, 0, next);
 }
 
 void Scale(KLineCandle& candle, double factor) {

@@ -31,8 +31,8 @@ template <class Container>
   return newer == 0 || older == 0 ? 1 : newer / older;
 }
 
-/// What links `next` to the last candle of a series in which no trading day up to `complete_to` is missing.
-/// Across a gap prices moved, so only neighbouring trading days are linked: 1 for others.
+/// What links `next` to the last candle of a series. Across a gap prices moved, so only neighbouring trading
+/// days are linked: 1 for others. The stock did not trade on the days between `last` and `complete_to`.
 [[nodiscard]] double LinkOfNeighbours(const KLineCandle& last, std::uint32_t complete_to,
                                       const KLineCandle& next);
 

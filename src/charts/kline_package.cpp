@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "charts/kline_table.h"
+#include "charts/symbol_case.h"
 #include "json/budget.h"
 #include "json/numbers.h"
 #include "json/plain_reader.h"
@@ -88,17 +89,29 @@ Candles ReadLines(std::string_view text, ReadPlain read_plain) {
   return candles;
 }
 
-// The date stands beside "list" or, when it is missing there, among the candle's figures.
+// The figures stand in "list", an object or an array in which it is the first one. The date stands beside
+// "list" or, when it is missing there, among the figures.
 std::optional<KLineCandle> CandleOf(const Object& entry) {
-  const Value list = entry.Member("list");
-  const Value day = list.IsArray() && list.AsArray().Size() > 0 ? list.AsArray().At(0) : list;
-  if (!list.IsObject() && !(list.IsArray() && list.AsArray().Size() > 0)) {
+  Value figures = entry.Member("list");
+  figures.AsArray().ForEach([&figures](const Value& element) {
+    if (!figures.IsObject() && element.IsObject()) {
+      figures = element;
+    }
+  });
+  if (!figures.IsObject()) {
+    return std::nullopt;
+  }
+  Value date = entry.Member("date");
+  if (date.IsUndefined()) {
+    date = figures.AsObject().Member("date");
+  }
+  const auto day = request::ExactDate(date);
+  if (!day) {
     return std::nullopt;
   }
   KLineCandle candle;
-  request::RecordReader<kKLineCandleTable>::Fill(candle, day.AsObject());
-  const Value date = entry.Member("date");
-  candle.date = request::DateFromTextOrNumber(date.IsUndefined() ? day.AsObject().Member("date") : date);
+  request::RecordReader<kKLineCandleTable>::Fill(candle, figures.AsObject());
+  candle.date = *day;
   return candle;
 }
 

@@ -29,7 +29,8 @@ inline constexpr std::uint32_t kShortLineDate = 20160101;
 [[nodiscard]] Candles ReadHistory(const request::json::Object& root);
 
 /// Today's candle of one symbol, whose letters may be of any case, from "data", which maps symbols to entries
-/// or, without a member of that name, is the symbol's entry itself. Nothing when the entry has none.
+/// or, without a member of that name, is the symbol's entry itself. Nothing when the entry has none, or
+/// no date of eight digits.
 [[nodiscard]] std::optional<KLineCandle> ReadDayCandle(const request::json::Object& data,
                                                        const std::wstring& symbol);
 

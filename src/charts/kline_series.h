@@ -2,10 +2,8 @@
 // for them. Values.
 #pragma once
 
-#include <boost/algorithm/string/case_conv.hpp>
 #include <compare>
 #include <cstdint>
-#include <locale>
 #include <memory>
 #include <optional>
 #include <string>
@@ -52,11 +50,5 @@ struct KLineRequest {
   KLineCallback done;                ///< empty: for the views of the symbol
   std::optional<KLineCandle> today;  ///< as traded, once the day answer is there
 };
-
-/// A symbol as files and servers know it: they are the same whatever the case of their letters.
-[[nodiscard]] inline std::wstring LowerCase(std::wstring symbol) {
-  boost::algorithm::to_lower(symbol, std::locale::classic());
-  return symbol;
-}
 
 }  // namespace charts

@@ -2,10 +2,13 @@
 
 #include <cmath>
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "charts/symbol_case.h"
 #include "host/calendar.h"
 #include "json/budget.h"
 #include "json/numbers.h"
@@ -108,35 +111,50 @@ class LineReader {
   bool has_preclose_ = false;  // it is read once, from the first element of all
 };
 
-// An object, or an array of objects.
+// An object, or an array of objects and not without any.
 bool IsEntry(const Value& entry) {
-  bool only_objects = entry.IsArray();
+  bool only_objects = entry.AsArray().Size() > 0;
   entry.AsArray().ForEach([&](const Value& day) { only_objects = only_objects && day.IsObject(); });
   return only_objects || entry.IsObject();
 }
 
 }  // namespace
 
-std::vector<StockMLineData> ReadMinuteLines(const Object& data) {
+std::vector<StockMLineData> ReadMinuteLines(const Object& data, const std::vector<std::wstring>& asked) {
+  std::multimap<std::wstring, std::wstring> spellings;
+  for (const std::wstring& symbol : asked) {
+    spellings.emplace(LowerCase(symbol), symbol);
+  }
   std::vector<StockMLineData> lines;
   request::json::Budget budget;
-  data.ForEach([&](std::string_view key, const Value& entry) {
-    std::wstring symbol = request::json::WideKey(key);
-    if (stock::CheckSymbol(symbol.c_str()) == stock::kSymbolUnknown || !IsEntry(entry)) {
-      return;
-    }
+  const auto read = [&](std::wstring symbol, const Value& entry) {
     // As the lines grow in number, and once more when they are kept.
     budget.Require(4, sizeof(StockMLineData));
     StockMLineData& line = lines.emplace_back();
     line.symbol = std::move(symbol);
     budget.Require(2, request::json::HeldBytes(line.symbol));
     LineReader(line, budget).ReadEntry(entry);
+  };
+  data.ForEach([&](std::string_view key, const Value& entry) {
+    std::wstring symbol = request::json::WideKey(key);
+    if (stock::CheckSymbol(symbol.c_str()) == stock::kSymbolUnknown || !IsEntry(entry)) {
+      return;
+    }
+    const auto [first, last] = spellings.equal_range(LowerCase(symbol));
+    for (auto other = first; other != last; ++other) {
+      const std::wstring& spelling = other->second;
+      if (spelling != symbol && data.Member(std::string(spelling.begin(), spelling.end())).IsUndefined()) {
+        read(spelling, entry);
+      }
+    }
+    spellings.erase(first, last);  // of several entries of one symbol the first serves the other spellings
+    read(std::move(symbol), entry);
   });
   return lines;
 }
 
 bool ReadMinuteLine(const Object& data, const std::wstring& symbol, StockMLineData& line) {
-  for (StockMLineData& candidate : ReadMinuteLines(data)) {
+  for (StockMLineData& candidate : ReadMinuteLines(data, {symbol})) {
     if (candidate.symbol == symbol) {
       line = std::move(candidate);
       return true;

@@ -4,6 +4,7 @@
 
 #include "charts/kline_link.h"
 #include "charts/kline_package.h"
+#include "charts/symbol_case.h"
 #include "host/files.h"
 #include "host/network.h"
 #include "host/text.h"
@@ -24,8 +25,8 @@ constexpr std::size_t kMostLines = 1'000'000;
 constexpr const wchar_t* kMarketIndex = L"sh000001";
 
 // Empty for a symbol that may have no package.
-std::wstring PathOf(const Series& series) {
-  const std::wstring directory = reference::PackageDirectory(series.symbol.c_str());
+std::wstring PathOf(const std::wstring& symbol, const Series& series) {
+  const std::wstring directory = reference::PackageDirectory(symbol.c_str());
   if (directory.empty()) {
     return {};
   }
@@ -53,7 +54,7 @@ BroughtPackage BringPackage(const PackageWish& wish) {
   const std::wstring symbol = LowerCase(series.symbol);
   const KLineMetaInfo& announced = wish.announced;
   BroughtPackage brought;
-  const std::wstring path = PathOf(series);
+  const std::wstring path = PathOf(symbol, series);
   if (path.empty()) {
     return brought;
   }

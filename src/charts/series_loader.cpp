@@ -7,6 +7,7 @@
 #include "charts/kline_link.h"
 #include "charts/kline_merge.h"
 #include "charts/package_source.h"
+#include "charts/symbol_case.h"
 #include "frame/ticks.h"
 #include "host/calendar.h"
 #include "host/clock.h"
@@ -64,6 +65,8 @@ SeriesHistory SeriesLoader::Load(const Series& series, const std::optional<KLine
   const std::uint32_t last_day = stock::GetLastTradingDate(today.date);
   const std::int64_t now = frame::SteadyMilliseconds();
   HeldSeries held = memory_.Find(series);
+  // What is known of days without trading stays known; what a wrong date claimed of days to come does not.
+  const std::uint32_t known_to = held.complete_to < today.date ? held.complete_to : 0;
   Renewed renewed;
   std::uint32_t limit = 0;
   if (held.candles == nullptr || held.version != announced.version || held.date != today.date ||
@@ -97,7 +100,7 @@ SeriesHistory SeriesLoader::Load(const Series& series, const std::optional<KLine
       held.load_after = std::max(held.load_after, held.tail_after);
     }
   }
-  held.complete_to = LastDate(candles);
+  held.complete_to = std::max(LastDate(candles), known_to);
   if (rows && held.complete_to < last_day && series.adjustment != Adjustment::kNone &&
       HistoryReaches(last_day)) {
     held.complete_to = last_day;

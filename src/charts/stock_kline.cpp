@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "charts/kline_history.h"
@@ -34,6 +35,7 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
  private:
   void FetchDay(const Series& series, const KLineCallback& done);
   Series AskedForLast(const std::wstring& symbol);
+  bool IsAskedForLast(const Series& series) noexcept;
   void TellSeries(const KLineRequest& request, const Record& record);
 
   frame::Stamps stamps_;
@@ -68,6 +70,7 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
   }
   const auto one_of_three = [](int number) { return number >= 1 && number <= 3 ? number : 1; };
   Series series{{}, Period{one_of_three(period)}, Adjustment{one_of_three(adjustment)}};
+  bool replaces_another = false;
   const bool known = request::Succeeds(kFetch, [&] {
     series.symbol = symbol;
     if (!done) {
@@ -75,9 +78,13 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
       if (asked_.size() >= kMostChoices) {  // those of charts that nobody shows at the moment go
         std::erase_if(asked_, [this](const auto& choice) { return !IsShown(choice.first); });
       }
-      asked_[series.symbol] = series;
+      Series& choice = asked_.try_emplace(series.symbol, Series{series.symbol}).first->second;
+      replaces_another = std::exchange(choice, Series(series)) != series;
     }
   });
+  if (replaces_another) {
+    Forget(series.symbol);
+  }
   if (known) {
     FetchDay(series, done);
   }
@@ -87,6 +94,14 @@ Series CStockKLine::AskedForLast(const std::wstring& symbol) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = asked_.find(symbol);
   return found != asked_.end() ? found->second : Series{symbol};
+}
+
+bool CStockKLine::IsAskedForLast(const Series& series) noexcept {
+  const Series usual;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = asked_.find(series.symbol);
+  const Series& last = found != asked_.end() ? found->second : usual;
+  return series.period == last.period && series.adjustment == last.adjustment;
 }
 
 void CStockKLine::FetchDay(const Series& series, const KLineCallback& done) {
@@ -121,19 +136,23 @@ void CStockKLine::TellSeries(const KLineRequest& request, const Record& record) 
     request.done(*record);
     return;
   }
+  bool passes = false;
   const bool told =
       record != nullptr && Tell(series.symbol, request.stamp, {.newest_wins = false}, [&]() -> Record {
-        if (AskedForLast(series.symbol) != series || !told_.Admits(series, request.stamp)) {
+        if (!IsAskedForLast(series) || !told_.Admits(series, request.stamp)) {
           return nullptr;
         }
         told_.Sweep([this](const Series& other) { return IsShown(other.symbol); });
         if (IsShown(series.symbol)) {
           told_.Told(series, request.stamp);
         }
+        passes = true;
         return record;
       });
   if (!told) {
     request::LogFailed(kFetch);
+  } else if (passes && !IsAskedForLast(series)) {
+    Forget(series.symbol);  // another was asked for while this one was kept
   }
 }
 

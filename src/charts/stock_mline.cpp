@@ -31,16 +31,16 @@ class CStockMLine : public frame::PolledSubject<IStockMLine> {
                          const MLineCallback& done) override;
 
  private:
-  void FetchLines(const Symbols& symbols);
+  void FetchLines(const std::shared_ptr<const Symbols>& symbols);
 
   frame::Stamps stamps_;
 };
 
 // --- Understand ---
 
-std::vector<Line> ReadLines(const request::Answer& answer) {
+std::vector<Line> ReadLines(const request::Answer& answer, const Symbols& symbols) {
   std::vector<Line> lines;
-  for (StockMLineData& line : ReadMinuteLines(answer.DataObject())) {
+  for (StockMLineData& line : ReadMinuteLines(answer.DataObject(), symbols)) {
     lines.push_back(std::make_shared<const StockMLineData>(std::move(line)));
   }
   return lines;
@@ -68,16 +68,19 @@ bool HandOver(const Line& line, const MLineCallback& done) {
 }
 
 void CStockMLine::Fetch() {
-  Symbols symbols;
-  if (request::Succeeds(request::Fetch::kMinuteLine, [&] { symbols = ActiveKeys(); }) && !symbols.empty()) {
+  std::shared_ptr<const Symbols> symbols;
+  const bool known = request::Succeeds(request::Fetch::kMinuteLine,
+                                       [&] { symbols = std::make_shared<const Symbols>(ActiveKeys()); });
+  if (known && !symbols->empty()) {
     FetchLines(symbols);
   }
 }
 
-void CStockMLine::FetchLines(const Symbols& symbols) {
+void CStockMLine::FetchLines(const std::shared_ptr<const Symbols>& symbols) {
   const frame::Stamp stamp = stamps_.Next();
   request::Ask(
-      {request::Fetch::kMinuteLine, gate_}, [&] { return request::DayMinuteLineUrl(symbols); }, &ReadLines,
+      {request::Fetch::kMinuteLine, gate_}, [&] { return request::DayMinuteLineUrl(*symbols); },
+      [symbols](const request::Answer& answer) { return ReadLines(answer, *symbols); },
       [this, stamp](const std::vector<Line>& lines) {
         bool told = true;
         for (const Line& line : lines) {
@@ -94,7 +97,7 @@ void CStockMLine::FetchMLine(const wchar_t* symbol, int /*arg*/, const MLineCall
     return;
   }
   if (!done) {
-    FetchLines(*symbols);
+    FetchLines(symbols);
     return;
   }
   if (const auto shared = request::Shared(kFetch, done)) {

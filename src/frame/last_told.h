@@ -8,6 +8,7 @@
 #include <mutex>
 #include <utility>
 
+#include "frame/stamp.h"
 #include "frame/sweep.h"
 #include "frame/ticks.h"
 
@@ -19,13 +20,21 @@ inline constexpr std::int64_t kFreshMilliseconds = 300;
 template <class Key, class Data>
 class LastTold {
  public:
-  /// Replaces the data of the key; they are fresh from now on.
-  void Keep(const Key& key, std::shared_ptr<const Data> data) {
+  /// Replaces the data of the key by those of the request `stamp`; they are fresh from now on.
+  void Keep(const Key& key, std::shared_ptr<const Data> data, Stamp stamp) {
     // The data before are let go of after the lock.
     const std::lock_guard<std::mutex> lock(mutex_);
     Entry& entry = entries_[key];
     entry.data.swap(data);
+    entry.stamp = stamp;
     entry.since = last_update_ = Ticks();
+  }
+
+  /// Whether what is kept of the key, if anything, is not of a newer request.
+  [[nodiscard]] bool Admits(const Key& key, Stamp stamp) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = entries_.find(key);
+    return found == entries_.end() || MayFollow(stamp, found->second.stamp);
   }
 
   void Drop(const Key& key) {
@@ -68,6 +77,7 @@ class LastTold {
   struct Entry {
     std::shared_ptr<const Data> data;
     std::int64_t since = 0;  // when it was kept
+    Stamp stamp = 0;         // of the request
   };
 
   std::mutex mutex_;  // guards the members below

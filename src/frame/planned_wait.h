@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "frame/ticks.h"
 #include "host/calendar.h"
@@ -12,17 +13,24 @@
 
 namespace frame {
 
-/// A wait of some seconds from now. It is over when they have passed on the monotonic clock, or sooner: when
-/// the market is in another phase than at its beginning, or in that of another day, or when the server's
-/// clock has run ahead of the monotonic one and reached the planned moment (clock or calendar was learned or
-/// corrected meanwhile, or the machine slept).
+/// A wait of some seconds from now. It is over when they have passed on the monotonic clock, or sooner,
+/// unless it is as short as the usual interval: when the server's clock has run ahead of the monotonic one
+/// and reached the planned moment (it was learned late or corrected, or the machine slept). What waits for a
+/// phase of the market is over, too, when the clock has jumped into another one, or into that of another day.
 class PlannedWait {
  public:
-  explicit PlannedWait(int seconds)
+  enum class For { kMoment, kPhase };
+
+  explicit PlannedWait(int seconds, For what = For::kPhase)
       : milliseconds_(std::int64_t{std::max(seconds, 0)} * 1000),
+        is_for_phase_(what == For::kPhase && milliseconds_ > kLongestFloor),
         began_(SteadyMilliseconds()),
-        server_began_(milliseconds_ > 0 ? ServerTime() : std::nullopt),
-        phase_(server_began_ ? PhaseAt(*server_began_) : std::nullopt) {}
+        server_began_(FollowsClock() ? ServerTime() : std::nullopt) {}
+
+  /// Whether the server's clock may end it.
+  [[nodiscard]] bool FollowsClock() const { return milliseconds_ > kUsualInterval; }
+
+  [[nodiscard]] bool IsForPhase() const { return is_for_phase_; }
 
   [[nodiscard]] bool IsOver() const {
     const std::int64_t passed = SteadyMilliseconds() - began_;
@@ -33,14 +41,15 @@ class PlannedWait {
     if (!now) {
       return false;
     }
-    if (const auto phase = phase_ ? PhaseAt(*now) : std::nullopt; phase && phase != phase_) {
-      return true;
-    }
     // Whole seconds, wrapping: a clock may be set anywhere. One that runs as the monotonic clock does may
     // seem up to a second ahead of it, but never a whole one.
-    const auto by_server = static_cast<std::int64_t>(static_cast<std::uint64_t>(*now) -
-                                                     static_cast<std::uint64_t>(*server_began_));
-    return by_server >= milliseconds_ / 1000 && by_server >= (passed + 1999) / 1000;
+    const std::int64_t by_server = Minus(*now, *server_began_);
+    if (by_server >= milliseconds_ / 1000 && by_server >= (passed + 1999) / 1000) {
+      return true;
+    }
+    const std::int64_t expected = Plus(*server_began_, passed / 1000);
+    const std::int64_t jumped = Minus(*now, expected);
+    return is_for_phase_ && (jumped < -1 || jumped > 1) && AreOfTwoPhases(expected, *now);
   }
 
   /// How long it lasts yet, unless the server's clock ends it sooner.
@@ -48,23 +57,6 @@ class PlannedWait {
     return std::max(milliseconds_ - (SteadyMilliseconds() - began_), std::int64_t{0});
   }
 
-  // What is told of the phase: before the open it is that of the last trading day.
-  struct Phase {
-    stock::MarketStatus status;
-    std::uint32_t day;
-    bool operator==(const Phase&) const = default;
-  };
-
-  // Both are none when the host cannot say.
-  [[nodiscard]] static std::optional<Phase> PhaseAt(std::int64_t time) {
-    try {
-      const stock::MarketStatus status = stock::CheckMarketStatus(static_cast<std::uint32_t>(time));
-      const std::uint32_t today = common::TimeToDate(time);
-      return Phase{status, status == stock::kMarketNotOpened ? stock::GetLastTradingDate(today) : today};
-    } catch (...) {
-      return std::nullopt;
-    }
-  }
   [[nodiscard]] static std::optional<std::int64_t> ServerTime() {
     try {
       return common::GetCurrentServerTime();
@@ -74,10 +66,35 @@ class PlannedWait {
   }
 
  private:
+  static constexpr std::int64_t kUsualInterval = 3000;   // milliseconds
+  static constexpr std::int64_t kLongestFloor = 30'000;  // what waits so long waits for no phase
+
+  static std::int64_t Minus(std::int64_t left, std::int64_t right) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(left) - static_cast<std::uint64_t>(right));
+  }
+  static std::int64_t Plus(std::int64_t left, std::int64_t right) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(left) + static_cast<std::uint64_t>(right));
+  }
+
+  // What is told of the phase differs; before the open it is that of the last trading day. False when the
+  // host cannot say.
+  static bool AreOfTwoPhases(std::int64_t one, std::int64_t other) {
+    const auto phase = [](std::int64_t time) {
+      const stock::MarketStatus status = stock::CheckMarketStatus(static_cast<std::uint32_t>(time));
+      const std::uint32_t today = common::TimeToDate(time);
+      return std::pair(status, status == stock::kMarketNotOpened ? stock::GetLastTradingDate(today) : today);
+    };
+    try {
+      return phase(one) != phase(other);
+    } catch (...) {
+      return false;
+    }
+  }
+
   const std::int64_t milliseconds_;
+  const bool is_for_phase_;
   const std::int64_t began_;
   const std::optional<std::int64_t> server_began_;
-  const std::optional<Phase> phase_;
 };
 
 }  // namespace frame

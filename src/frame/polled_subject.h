@@ -119,9 +119,10 @@ class PolledSubject : public Interface, private PolledWork {
     gate_.Close();
   }
 
-  /// One round of the polling thread: `OnTimer` if any observer is active.
+  /// One round of the polling thread: `OnTimer` if any observer is active and the service does not leave it
+  /// out.
   void PollOnce() {
-    if (audience_.HasActive()) {
+    if (audience_.HasActive() && !LeavesOutRound()) {
       this->OnTimer();
     }
   }
@@ -131,6 +132,9 @@ class PolledSubject : public Interface, private PolledWork {
 
   PolledSubject() = default;
   ~PolledSubject() override = default;
+
+  /// Whether the polling thread is not to ask this time. On that thread.
+  virtual bool LeavesOutRound() { return false; }
 
   /// What active observers show. Unlike `GetActiveTargets` it throws when there is no memory for the answer.
   [[nodiscard]] std::vector<Key> ActiveKeys() {
@@ -151,6 +155,9 @@ class PolledSubject : public Interface, private PolledWork {
   /// viewers, null for one that is not. Nothing is kept.
   template <class Choose>
   [[nodiscard]] bool TellEach(Stamp stamp, Whom whom, Choose choose);
+
+  /// Drops the last data of the key: a view that is resumed is not shown them any more.
+  void Forget(const Key& key) { last_.Drop(key); }
 
   /// True when an attached observer shows the key.
   [[nodiscard]] bool IsShown(const Key& key) { return audience_.IsShown(key); }
@@ -227,7 +234,7 @@ bool PolledSubject<Interface>::Tell(const Key& key, Stamp stamp, const Telling& 
   std::vector<Viewer> viewers;
   std::shared_ptr<const Data> data;
   try {
-    if (how.newest_wins && !newest_.Admits(key, stamp)) {
+    if (how.newest_wins && !(newest_.Admits(key, stamp) && last_.Admits(key, stamp))) {
       return true;
     }
     data = make();
@@ -238,7 +245,7 @@ bool PolledSubject<Interface>::Tell(const Key& key, Stamp stamp, const Telling& 
     const bool is_stored = how.keep == Keep::kAlways || (how.keep == Keep::kIfShown && !viewers.empty());
     if (is_stored) {
       Sweep();
-      last_.Keep(key, data);
+      last_.Keep(key, data, stamp);
     }
     const bool is_told = std::any_of(viewers.begin(), viewers.end(),
                                      [&](const Viewer& viewer) { return IsTold(how.whom, viewer.active); });

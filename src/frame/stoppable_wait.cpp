@@ -19,42 +19,37 @@ using Lock = std::lock_guard<std::mutex>;
 
 constexpr std::int64_t kLook = 1000;  // milliseconds between two looks at the server's clock
 
-// What a look at the server's clock sees; none of what the host cannot say.
-struct ClockSeen {
-  std::optional<std::int64_t> ahead;  // of the monotonic clock, in milliseconds
-  std::optional<PlannedWait::Phase> phase;
+// By how much the server's clock is ahead of the monotonic one, in milliseconds; none when the host cannot
+// say.
+using Ahead = std::optional<std::int64_t>;
 
-  static ClockSeen Now() {
-    const std::optional<std::int64_t> time = PlannedWait::ServerTime();
-    if (!time) {
-      return {};
-    }
-    // It wraps: a clock may be set anywhere.
-    const std::uint64_t ahead =
-        static_cast<std::uint64_t>(*time) * 1000 - static_cast<std::uint64_t>(SteadyMilliseconds());
-    return {static_cast<std::int64_t>(ahead), PlannedWait::PhaseAt(*time)};
+Ahead AheadNow() {
+  const std::optional<std::int64_t> time = PlannedWait::ServerTime();
+  if (!time) {
+    return std::nullopt;
   }
+  // It wraps: a clock may be set anywhere.
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(*time) * 1000 -
+                                   static_cast<std::uint64_t>(SteadyMilliseconds()));
+}
 
-  // Neither a jump nor another phase lies between. The server's clock counts whole seconds.
-  [[nodiscard]] bool IsSameAs(const ClockSeen& other) const {
-    if (ahead.has_value() != other.ahead.has_value() || phase != other.phase) {
-      return false;
-    }
-    const std::uint64_t difference =
-        static_cast<std::uint64_t>(ahead.value_or(0)) - static_cast<std::uint64_t>(other.ahead.value_or(0));
-    return difference + 1000 <= 2000;
-  }
-};
+// The clock has not jumped between. The server's clock counts whole seconds.
+bool IsSame(Ahead one, Ahead other) {
+  return one.has_value() == other.has_value() &&
+         static_cast<std::uint64_t>(one.value_or(0)) - static_cast<std::uint64_t>(other.value_or(0)) + 1000 <=
+             2000;
+}
 
 }  // namespace
 
 // Its mutex guards what follows, and the links; it is taken before that of a wait.
 struct StoppableWait::All {
   std::atomic<bool> is_told = false;  // the host knows whom to tell
+  std::atomic<unsigned> plans = 0;    // how often all was planned anew
   std::mutex mutex;
   StoppableWait* first = nullptr;
   StoppableWait* watchman = nullptr;  // the planned wait that looks at the clock for all
-  ClockSeen seen;                     // by the watchman, whoever it was
+  Ahead seen;                         // by the watchman, whoever it was
 };
 
 // A planned wait while it lasts: it may become the watchman, and hands that on at its end.
@@ -90,10 +85,10 @@ class StoppableWait::Watch {
 
   /// Wakes all when the clock is not as it was seen last.
   void Look() {
-    const ClockSeen now = ClockSeen::Now();
+    const Ahead now = AheadNow();
     {
       const Lock lock(all_.mutex);
-      if (now.IsSameAs(all_.seen)) {
+      if (IsSame(now, all_.seen)) {
         return;
       }
       all_.seen = now;
@@ -140,6 +135,11 @@ void StoppableWait::OnClockJump() {
   }
 }
 
+void StoppableWait::PlanAnew() {
+  ++TheWaits().plans;
+  OnClockJump();
+}
+
 void StoppableWait::Wake() {
   const Lock lock(mutex_);
   ++jumps_;
@@ -165,10 +165,16 @@ bool StoppableWait::For(std::int64_t milliseconds) {
 }
 
 bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
-  const PlannedWait wait(seconds);
+  const PlannedWait wait(seconds, look ? PlannedWait::For::kMoment : PlannedWait::For::kPhase);
+  if (!wait.FollowsClock() && !look) {
+    return For(wait.Milliseconds());
+  }
   Watch watch(*this);
+  const auto is_planned_anew = [&wait, &plans = TheWaits().plans, plan = TheWaits().plans.load()] {
+    return wait.IsForPhase() && plans != plan;
+  };
   // Read before the clock is: a jump between the two is not missed.
-  for (unsigned seen = Jumps(); !wait.IsOver(); seen = Jumps()) {
+  for (unsigned seen = Jumps(); !wait.IsOver() && !is_planned_anew(); seen = Jumps()) {
     // Who has a look of its own, which may take long, watches for itself alone.
     const bool watches = !look && watch.IsOurs();
     const std::int64_t left = wait.Milliseconds();

@@ -19,11 +19,14 @@ class StoppableWait {
   /// Waits so long. False, at once, when the waits are stopped.
   bool For(std::int64_t milliseconds);
 
-  /// Waits as a `PlannedWait` of so many seconds does. About once a second one of all waits looks at the
-  /// server's clock and wakes the others when it has jumped or the market is in another phase; all look when
-  /// the host says that the clock has jumped. Calls `look`, if any, about once a second; it may take long.
-  /// False, at once, when the waits are stopped.
+  /// Waits as a `PlannedWait` for a phase does. About once a second one of all waits looks at the server's
+  /// clock and wakes the others when it has jumped; all look when the host says so. With a `look`, which is
+  /// called about once a second and may take long, it is a wait for its moment only. False, at once, when the
+  /// waits are stopped.
   bool Planned(int seconds, const std::function<void()>& look = {});
+
+  /// Ends the waits for a phase, of everybody: what was known of the calendar has changed.
+  static void PlanAnew();
 
   /// Ends the waits under way and those to come.
   void Stop();

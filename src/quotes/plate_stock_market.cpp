@@ -26,14 +26,6 @@ class CPlateStockMarket : public request::KeyedService<IPlateStockMarket> {
 
   void Fetch() override { Remember(AskForEach()); }
 
-  /// Leaves out a round while the answer to the latest request is on its way: on a line that is slower than
-  /// the interval, none would ever be the latest when it comes.
-  void OnTimer() override {
-    if (!AwaitsAnswer()) {
-      Fetch();
-    }
-  }
-
   void FetchStockMarkets(const std::wstring& bk_code, std::uint32_t start, std::uint32_t end,
                          std::uint32_t sort_key, std::uint32_t sort_type) override {
     PlateStockRankingTarget target{{}, sort_key, sort_type, start, end};
@@ -61,7 +53,9 @@ class CPlateStockMarket : public request::KeyedService<IPlateStockMarket> {
     latest_ = asked;
     asked_at_ = frame::SteadyMilliseconds();
   }
-  bool AwaitsAnswer() {
+  // While the answer to the latest request is on its way: on a line that is slower than the interval, none
+  // would ever be the latest when it comes.
+  bool LeavesOutRound() override {
     const std::lock_guard<std::mutex> lock(mutex_);
     return latest_ != nullptr && !latest_->IsAnswered() &&
            frame::SteadyMilliseconds() - asked_at_ <= kLongestPatience;

@@ -36,9 +36,8 @@ struct PlateStockMarketData {
 /// - Who is told: every active observer whose target equals the key. Only the answer to the latest request
 ///   counts, whatever it asked for: with several targets and slow answers only the last target of a round
 ///   is refreshed.
-/// - When: every 3 seconds while any observer is active, and at `Refresh`. The polling leaves out rounds
-/// while
-///   the answer to the latest request is on its way, for ten seconds at most.
+/// - When: every 3 seconds while any observer is active, and at `Refresh`. The polling leaves out
+///   rounds while the answer to the latest request is on its way, for ten seconds at most.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
 ///   `Resume` when it hands over the last page (a newer one follows unless it is fresh); it must not call
 ///   this service.

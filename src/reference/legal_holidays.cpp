@@ -1,6 +1,5 @@
 #include "reference/legal_holidays.h"
 
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -11,32 +10,11 @@
 #include "reference/succeeds.h"
 #include "request/answer.h"
 #include "request/ask.h"
+#include "request/dates.h"
 #include "request/urls.h"
 
 namespace reference {
 namespace {
-
-constexpr int kDateDigits = 8;
-
-std::optional<unsigned long> DateOf(const std::wstring& text) {
-  unsigned long date = 0;
-  int digits = 0;
-  for (const wchar_t character : text) {
-    if (character < L'0' || character > L'9') {
-      continue;
-    }
-    if (++digits > kDateDigits) {
-      return std::nullopt;
-    }
-    date = date * 10 + static_cast<unsigned long>(character - L'0');
-  }
-  const unsigned long month = date / 100 % 100;
-  const unsigned long day = date % 100;
-  if (digits != kDateDigits || month < 1 || month > 12 || day < 1 || day > 31) {
-    return std::nullopt;
-  }
-  return date;
-}
 
 int YearNow() {
   return static_cast<int>(common::GetCurrentServerDate() / 10000);
@@ -48,7 +26,7 @@ HolidayList ReadHolidays(const request::json::Array& list) {
   HolidayList holidays;
   holidays.days.reserve(list.Size());
   list.ForEach([&holidays](const request::json::Value& element) {
-    if (const auto date = DateOf(element.Text())) {
+    if (const auto date = request::ExactDate(element.Text())) {
       holidays.days.push_back(*date);
     } else {
       ++holidays.without_date;

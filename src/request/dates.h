@@ -3,6 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "host/clock.h"
 #include "json/json.h"
@@ -27,10 +30,28 @@ namespace request {
   return date;
 }
 
-/// The same, and a number as it is, truncated.
-[[nodiscard]] inline std::uint32_t DateFromTextOrNumber(const json::Value& value) {
-  const std::uint32_t date = DateFromText(value);
-  return date != 0 ? date : ToUnsigned32(value.Number());
+/// The date that a text with just eight digits spells; nothing for any other text.
+[[nodiscard]] inline std::optional<std::uint32_t> ExactDate(std::wstring_view text) {
+  constexpr int kDateDigits = 8;
+  std::uint32_t date = 0;
+  int digits = 0;
+  for (const wchar_t character : text) {
+    if (character >= L'0' && character <= L'9') {
+      date = date * 10 + static_cast<std::uint32_t>(character - L'0');
+      ++digits;
+    }
+  }
+  const std::uint32_t month = date / 100 % 100;
+  const std::uint32_t day = date % 100;
+  if (digits != kDateDigits || month < 1 || month > 12 || day < 1 || day > 31) {
+    return std::nullopt;
+  }
+  return date;
+}
+
+/// The same of a text or, truncated, of a number.
+[[nodiscard]] inline std::optional<std::uint32_t> ExactDate(const json::Value& value) {
+  return ExactDate(value.IsNumber() ? std::to_wstring(ToUnsigned64(value.Number())) : value.Text());
 }
 
 }  // namespace request

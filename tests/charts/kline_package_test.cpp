@@ -314,11 +314,30 @@ TEST(KLineDay, readsItsMembersByName) {
 
 TEST(KLineDay, readsMissingFiguresAsZero) {
   EXPECT_EQ(Day(R"({"date":"20240315","list":{"vol":0,"last":"5","open":null}})"), (KLineCandle{20240315}));
-  EXPECT_EQ(Day(R"({"list":[7]})"), KLineCandle());
+}
+
+// Such a candle was dated 0 or 2429201248, and one of zeros took the place of today's.
+TEST(KLineDay, isMissingWithoutADateOrWithoutFigures) {
+  for (const char* const date :
+       {"", R"("date":null,)", R"("date":"",)", R"("date":"today",)", R"("date":"2024-03",)",
+        R"("date":"2024-03-15 10:00:00",)", R"("date":0,)", R"("date":20240315100000,)",
+        R"("date":-20240315,)", R"("date":"20241315",)", R"("date":"20240300",)", R"("date":[20240315],)"}) {
+    EXPECT_EQ(Day("{" + std::string(date) + R"("list":{"last":4}})"), std::nullopt) << date;
+    EXPECT_EQ(Day("{" + std::string(date) + R"("list":[{"last":4}]})"), std::nullopt) << date;
+  }
+  for (const char* const list : {"[7]", "[null]", R"(["last",4])", "[[4]]"}) {
+    EXPECT_EQ(Day(R"({"date":"20240315","list":)" + std::string(list) + "}"), std::nullopt) << list;
+  }
+}
+
+TEST(KLineDay, isTheFirstElementThatHoldsFigures) {
+  EXPECT_EQ(Day(R"({"date":"20240315","list":[null,7,{"last":4},{"last":5}]})"),
+            (KLineCandle{20240315, 0, 0, 0, 4}));
 }
 
 TEST(KLineDay, readsTheVolumeAsAnUnsignedNumber) {
-  EXPECT_EQ(Day(R"({"list":{"vol":1.8e19}})").value_or(KLineCandle()).volume, 18000000000000000000ULL);
+  EXPECT_EQ(Day(R"({"date":"20240315","list":{"vol":1.8e19}})").value_or(KLineCandle()).volume,
+            18000000000000000000ULL);
 }
 
 TEST(KLineDay, hasItsDateBesideItsFiguresOrAmongThem) {
@@ -333,10 +352,14 @@ TEST(KLineDay, isFoundUnderItsSymbolOrWithoutOne) {
   const auto last = [](const std::string& data) {
     return Day(data).value_or(KLineCandle{0, 0, 0, 0, -1}).close;
   };
-  EXPECT_EQ(last(R"({"sh600000":{"list":{"last":4}},"sh600001":{"list":{"last":5}},"list":{"last":6}})"), 4);
-  EXPECT_EQ(last(R"({"date":"20240315","list":[{"last":6}]})"), 6);
-  EXPECT_EQ(last(R"({"sh600001":{"list":{"last":5}}})"), -1) << "another symbol's";
-  EXPECT_EQ(last(R"({"sh600000":null,"list":{"last":6}})"), -1) << "the symbol is there, without a candle";
+  const auto entry = [](const std::string& price) {
+    return R"("date":"20240315","list":{"last":)" + price + "}";
+  };
+  EXPECT_EQ(
+      last(R"({"sh600000":{)" + entry("4") + R"(},"sh600001":{)" + entry("5") + "}," + entry("6") + "}"), 4);
+  EXPECT_EQ(last("{" + entry("6") + "}"), 6);
+  EXPECT_EQ(last(R"({"sh600001":{)" + entry("5") + "}}"), -1) << "another symbol's";
+  EXPECT_EQ(last(R"({"sh600000":null,)" + entry("6") + "}"), -1) << "the symbol is there, without a candle";
 }
 
 // A symbol that was asked for in capitals never got today's candle.

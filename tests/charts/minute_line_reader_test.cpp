@@ -16,7 +16,7 @@ using charts::ReadMinuteLines;
 std::vector<StockMLineData> Lines(const std::string& data) {
   const auto document = request::json::Document::Parse(data.data(), data.size());
   EXPECT_EQ(document.Error(), 0) << data;
-  return ReadMinuteLines(document.Root());
+  return ReadMinuteLines(document.Root(), {});
 }
 
 // The points of one day whose list holds these elements.
@@ -165,7 +165,7 @@ TEST(MinuteLineReader, readsOneRecordForEachSymbol) {
 }
 
 TEST(MinuteLineReader, passesOverEntriesThatAreNone) {
-  for (const char* const entry : {"null", "7", "\"\"", "false", "[null]", "[[]]", "[{},7]"}) {
+  for (const char* const entry : {"null", "7", "\"\"", "false", "[]", "[null]", "[[]]", "[{},7]"}) {
     const auto lines = Lines(R"({"sh600000":)" + std::string(entry) + R"(,"sh600001":{}})");
     ASSERT_EQ(lines.size(), 1U) << entry;
     EXPECT_EQ(lines[0].symbol, L"sh600001");

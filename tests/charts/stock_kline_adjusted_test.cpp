@@ -207,6 +207,82 @@ TEST_F(KLineAdjusted, daysWithoutTradingAreNotMissing) {
   }
 }
 
+// --- Days that the history does not have yet ---
+
+// Friday was shown at 42 and Monday at 22.
+TEST_F(KLineAdjusted, aDayFollowsTheOneToldBeforeThoughTheHistoryLagsBehind) {
+  KeepThreeDays(kBackward, 2);
+  Load(kDay, kBackward, Today("sh600000", Prices(20240315, 20, 21)));
+  host.SetTime(20240318, 10, 0, 0);
+  host.Expect(Script(kHistoryPath).Inline(Answer::Failed()));
+  EXPECT_EQ(Load(kDay, kBackward, Today("sh600000", Prices(20240318, 21, 22))),
+            List({Prices(20240312, 17, 18, 2), Prices(20240313, 18, 19, 2), Prices(20240314, 19, 20, 2),
+                  Prices(20240315, 20, 21, 2), Prices(20240318, 21, 22, 2)}));
+}
+
+TEST_F(KLineAdjusted, aSplitLowersTheDayToldBeforeAndTheHistoryThatLagsBehind) {
+  KeepThreeDays(kForward, 1);
+  Load(kDay, kForward, Today("sh600000", Prices(20240315, 20, 21)));
+  host.SetTime(20240318, 10, 0, 0);
+  host.Expect(Script(kHistoryPath)
+                  .Inline(History({Prices(20240313, 18, 19), Prices(20240314, 19, 20)})));  // not yet Friday
+  host.Expect(Script(kHistoryPath).Inline(History({Prices(20240314, 3000, 3010)})));
+  EXPECT_EQ(Load(kDay, kForward, Today("sh600000", Prices(20240318, 10.5, 11))),
+            List({Prices(20240312, 17, 18, 0.5), Prices(20240313, 18, 19, 0.5), Prices(20240314, 19, 20, 0.5),
+                  Prices(20240315, 20, 21, 0.5), Prices(20240318, 10.5, 11)}));
+}
+
+TEST_F(KLineAdjusted, aNewWeekFollowsTheOneToldBefore) {
+  Keep(L"20240314", {Prices(20240314, 19, 20, 2)}, kWeek, kBackward);
+  Load(kWeek, kBackward, Today("sh600000", Prices(20240315, 20, 21)));
+  host.SetTime(20240318, 10, 0, 0);
+  host.Expect(Script(kHistoryPath).Inline(Answer::Failed()));
+  EXPECT_EQ(Load(kWeek, kBackward, Today("sh600000", Prices(20240318, 21, 22))).back(),
+            Prices(20240318, 21, 22, 2));
+}
+
+TEST_F(KLineAdjusted, aDayAfterOneThatWasNeverToldIsNotLinked) {
+  KeepThreeDays(kBackward, 2);
+  Load(kDay, kBackward, Today("sh600000", Prices(20240315, 20, 21)));
+  host.SetTime(20240319, 10, 0, 0);
+  host.Expect(Script(kHistoryPath).Inline(Answer::Failed()));
+  EXPECT_EQ(Load(kDay, kBackward, Today("sh600000", Prices(20240319, 22, 23))),
+            List({Prices(20240312, 17, 18, 2), Prices(20240313, 18, 19, 2), Prices(20240314, 19, 20, 2),
+                  Prices(20240315, 20, 21, 2), Prices(20240319, 22, 23)}))
+      << "Monday is missing";
+}
+
+// What a stock did on its first day after a suspension lost its link with the next failure.
+TEST_F(KLineAdjusted, whatIsKnownOfDaysWithoutTradingStaysKnown) {
+  Keep(L"20240314", {Prices(20240308, 19, 20, 2)}, kDay, kBackward);
+  host.Expect(Script(kHistoryPath).Inline(History({Prices(20240308, 19, 20, 2)})));
+  host.Expect(Script(kHistoryPath).Inline(History({Prices(20240314, 3000, 3010)})));
+  const auto friday = Today("sh600000", Prices(20240315, 20, 21));
+  const auto linked = List({Prices(20240308, 19, 20, 2), Prices(20240315, 20, 21, 2)});
+  ASSERT_EQ(Load(kDay, kBackward, friday), linked);
+  packages.Announce(L"20240315");
+  host.Allow(Script(PackagePath("sh600000", "day", "hfq", "20240315")).Inline(Answer::Failed()));
+  host.Allow(Script(kHistoryPath).Inline(Answer::Failed()));
+  EXPECT_EQ(Load(kDay, kBackward, friday), linked) << "when a new package cannot be had";
+  host.SetTime(20240318, 10, 0, 0);
+  EXPECT_EQ(Load(kDay, kBackward, Today("sh600000", Prices(20240318, 21, 22))),
+            List({Prices(20240308, 19, 20, 2), Prices(20240315, 20, 21, 2), Prices(20240318, 21, 22, 2)}));
+}
+
+TEST_F(KLineAdjusted, aCandleOfADayToComeMakesNoDayKnown) {
+  Keep(L"20240314", {Prices(20240313, 18, 19, 2), Prices(20241231, 1, 1, 2)}, kDay, kBackward);
+  Load(kDay, kBackward);
+  packages.Announce(L"20240315");
+  host.Expect(Script(PackagePath("sh600000", "day", "hfq", "20240315"))
+                  .Inline(Answer::Body(Gzip(Package({Prices(20240313, 18, 19, 2)})))));
+  host.Expect(Script(kHistoryPath).Inline(Answer::Failed()));
+  EXPECT_EQ(Load(kDay, kBackward, Today("sh600000", Prices(20240315, 20, 21))),
+            List({Prices(20240313, 18, 19, 2), Prices(20240315, 20, 21)}))
+      << "Thursday is missing";
+}
+
+// --- Prices of zero ---
+
 TEST_F(KLineAdjusted, nothingIsLinkedByAPriceOfZero) {
   for (const int adjustment : {kForward, kBackward}) {
     Keep(L"20240314", {Prices(20240314, 19, 20)}, kDay, adjustment);

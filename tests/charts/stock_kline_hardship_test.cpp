@@ -114,6 +114,13 @@ class KLineFault : public KLineHardship, public ::testing::WithParamInterface<in
         {"short rows", Answer::Body(R"({"errno":0,"data":{"foo":{"list":[[],[1,2]]}}})")},
         {"null", Answer::Body(R"({"errno":0,"data":{"sh600000":null,"foo":null}})")},
         {"no list", Answer::Body(R"({"errno":0,"data":{"sh600000":{"date":"20240318"}}})")},
+        {"no date",
+         Answer::Body(R"({"errno":0,"data":{"sh600000":{"list":{"preclose":42,"last":44}},"foo":{}}})")},
+        {"a time in the date",
+         Answer::Body(
+             R"({"errno":0,"data":{"sh600000":{"date":"2024-03-15 10:00:00","list":{"last":44}},"foo":{}}})")},
+        {"no figures",
+         Answer::Body(R"({"errno":0,"data":{"sh600000":{"date":"20240315","list":[null]},"foo":{}}})")},
         {"no trade yet",
          Answer::Body(
              R"({"errno":0,"data":{"sh600000":{"date":"20240318","list":{"preclose":42,"vol":0}},"foo":{}}})")}};

@@ -25,6 +25,25 @@ TEST_F(KLinePackages, readsAPackageThatIsCurrentWithoutARequest) {
   EXPECT_EQ(host.RequestCount(), 1U) << "the day's candle alone";
 }
 
+// It had no history, and the row of the same stock in small letters was emptied.
+TEST_F(KLinePackages, belongToTheStockWhateverTheCaseOfItsSymbol) {
+  host.GiveEveryTextADirectory();
+  const auto load = [this] {
+    host.Expect(Script(kDayPath).Inline(NoToday()));
+    service->FetchKLine(L"SH600000", 1, 1, KLineTest::Keep());
+    return got.back().candles;
+  };
+  Keep(L"20240314", kDays);
+  EXPECT_EQ(load(), kSeries);
+  EXPECT_EQ(Stored(), (KLineMetaInfo{L"20240314", 3}));
+  packages.Announce(L"20240315");
+  host.Expect(
+      Script(PackagePath("sh600000", "day", "bfq", "20240315")).Inline(Answer::Body(Gzip(Package(kDays)))));
+  EXPECT_EQ(load(), kSeries);
+  EXPECT_TRUE(std::filesystem::exists(File()));
+  EXPECT_FALSE(std::filesystem::exists(host.Directory() + "/kline/SH600000"));
+}
+
 TEST_F(KLinePackages, readsAPackageThatIsNewerThanAnnounced) {
   Keep(L"20240315", kDays);
   EXPECT_EQ(Load(), kSeries);

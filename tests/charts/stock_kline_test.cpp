@@ -107,6 +107,33 @@ TEST_F(StockKLine, keepsTheSeriesForThoseWhoComeBackSoon) {
   EXPECT_EQ(view.Updates()[0], view.Updates()[1]);
 }
 
+// A view that was resumed was told days after weeks had been asked for.
+TEST_F(StockKLine, forgetsTheSeriesThatWasAskedForBefore) {
+  Show(view, L"sh600000");
+  Keep(L"20240314", {kThursday});
+  Keep(L"20240314", {kThursday}, 2);
+  const auto resume = [this] {
+    const std::size_t before = view.Count();
+    service->Suspend(&view);
+    service->Resume(&view, true);
+    return view.Count() - before;
+  };
+  host.Expect(Script(kDayPath).Inline(Today("sh600000", kToday)));
+  service->Refresh();
+  host.Allow(Script(kDayPath).Held());
+  service->FetchKLine(L"sh600000", 1, 1, {});
+  EXPECT_EQ(resume(), 1U) << "the series is the same";
+  service->FetchKLine(L"sh600000", 2, 1, KLineTest::Keep());
+  EXPECT_EQ(resume(), 1U) << "a direct request changes nothing";
+  service->FetchKLine(L"sh600000", 2, 1, {});
+  EXPECT_EQ(resume(), 0U);
+  host.Complete(host.RequestCount() - 1, Today("sh600000", kToday));
+  EXPECT_EQ(view.Last().period, 2) << "the answer to what the resumed view asked for";
+  EXPECT_EQ(resume(), 1U);
+  service->FetchKLine(L"sh600000", 2, 3, {});
+  EXPECT_EQ(resume(), 0U);
+}
+
 TEST_F(StockKLine, dropsTheSeriesOfASymbolThatIsLeft) {
   Show(view, L"sh600000");
   Keep(L"20240314", {kThursday});

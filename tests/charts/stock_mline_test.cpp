@@ -100,12 +100,12 @@ TEST_F(StockMLine, keepsTheLineForThoseWhoComeBackSoon) {
   EXPECT_EQ(Price(view.Last()), 2.0);
 }
 
-// `{"sh600000": null}` wiped a good line.
+// `{"sh600000": null}` wiped a good line, and so did `{"sh600000": []}`.
 TEST_F(StockMLine, keepsTheLineWhenTheEntryIsNone) {
   Show(view, L"sh600000");
   host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
   service->Refresh();
-  for (const char* const entry : {"null", "7", "\"\"", "true", "[null]", "[{},7]"}) {
+  for (const char* const entry : {"null", "7", "\"\"", "true", "[]", "[null]", "[{},7]"}) {
     host.Expect(Script(kToday).Inline(Data("\"sh600000\":" + std::string(entry))));
     service->Refresh();
     EXPECT_EQ(view.Count(), 1U) << entry;
@@ -150,6 +150,45 @@ TEST_F(StockMLine, tellsOfADayWithoutPoints) {
   host.Expect(Script(kToday).Inline(Data(R"("sh600000":{"date":"2024-03-15","list":[]})")));
   service->Refresh();
   EXPECT_EQ(view.Last(), (StockMLineData{L"sh600000", 0, {{20240315, {}}}}));
+}
+
+// --- Spelling ---
+
+// A view of "SH600000" was told nothing when the answer said "sh600000".
+TEST_F(StockMLine, tellsEachViewInItsOwnSpelling) {
+  RecordingObserver<StockMLineData> small;
+  RecordingObserver<StockMLineData> other;
+  Show(view, L"SH600000");
+  Show(small, L"sh600000");
+  Show(other, L"sh600001");
+  host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
+  service->Refresh();
+  ASSERT_EQ(view.Count(), 1U);
+  EXPECT_EQ(view.Last().symbol, L"SH600000");
+  EXPECT_EQ(Price(view.Last()), 1.0);
+  ASSERT_EQ(small.Count(), 1U);
+  EXPECT_EQ(small.Last().symbol, L"sh600000");
+  EXPECT_EQ(other.Count(), 0U);
+  host.Expect(Script(kToday).Inline(Data("\"sh600000\":" + Entry("20240315", 2) + ",\"SH600000\":" +
+                                         Entry("20240315", 3) + ",\"Sh600000\":" + Entry("20240315", 4))));
+  service->Refresh();
+  EXPECT_EQ(view.Count() + small.Count(), 4U);
+  EXPECT_EQ(Price(view.Last()), 3.0) << "an entry in the very spelling comes first";
+  EXPECT_EQ(Price(small.Last()), 2.0);
+  service->Detach(&small);
+  service->Detach(&other);
+}
+
+TEST_F(StockMLine, handsALineToACallbackInTheSpellingOfItsRequest) {
+  host.SetTaskMode(ScriptedHost::TaskMode::kInline);
+  host.Expect(Script(kToday).Inline(Line("sh600000", 1)));
+  service->FetchMLine(L"SH600000", 0, Keep());
+  host.Expect(Script(kPastDay).Inline(Line("sh600000", 2)));
+  service->FetchHistoryMLine(L"SH600000", 20240314, 0, Keep());
+  ASSERT_EQ(got.size(), 2U);
+  EXPECT_EQ(got[0].symbol, L"SH600000");
+  EXPECT_EQ(got[1].symbol, L"SH600000");
+  EXPECT_EQ(Price(got[1]), 2.0);
 }
 
 TEST_F(StockMLine, neverTellsAnOlderLineAfterANewerOne) {

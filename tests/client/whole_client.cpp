@@ -185,7 +185,20 @@ testing::AssertionResult WholeClient::AwaitAll(const std::vector<std::uint64_t>&
 }
 
 bool WholeClient::AwaitQuiet(std::chrono::milliseconds limit) {
-  return Await([] { return stock_host::ReadCounters().under_way == 0; }, limit);
+  const auto sum = [](auto count) {
+    std::uint64_t requests = 0;
+    for (const auto& [name, endpoint] : stock_host::ReadCounters().endpoints) {
+      requests += count(endpoint);
+    }
+    return requests;
+  };
+  const std::uint64_t out = sum([](const auto& endpoint) { return endpoint.requests; });
+  return Await(
+      [&] {
+        return stock_host::ReadCounters().under_way == 0 ||
+               sum([](const auto& endpoint) { return endpoint.succeeded + endpoint.failed; }) >= out;
+      },
+      limit);
 }
 
 bool WholeClient::AwaitSettled(std::chrono::milliseconds limit) const {

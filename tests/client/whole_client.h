@@ -53,7 +53,8 @@ class WholeClient {
   [[nodiscard]] testing::AssertionResult AwaitAll(const std::vector<std::uint64_t>& before,
                                                   std::uint64_t more,
                                                   std::chrono::milliseconds limit = kPatience) const;
-  /// Waits until no request is under way.
+  /// Waits until no request is under way, or as many have ended as are out now: polling services may keep a
+  /// slow machine from ever being quiet.
   [[nodiscard]] static bool AwaitQuiet(std::chrono::milliseconds limit = kPatience);
 
   /// Waits until no request is under way and what came has been told: an exchange is counted before it is

@@ -149,11 +149,11 @@ TEST_F(IndexQuotesTest, followsTheClockOfTheServer) {
 }
 
 TEST_F(IndexQuotesTest, deliversNewQuotesOnRefresh) {
-  options_.speed = 600;
+  options_.speed = 60;
   StartAll();
   Collector view;
   Show(view);
-  for (std::size_t count = 2; count < 20 && view.lists().back() == view.lists().front(); ++count) {
+  for (std::size_t count = 2; count < 2000 && view.lists().back() == view.lists().front(); ++count) {
     GetIndexMarket()->Refresh();
     ASSERT_TRUE(view.WaitFor(count));
   }
@@ -241,7 +241,8 @@ TEST_F(IndexQuotesTest, comesBackAfterAnOutage) {
   EXPECT_EQ(stock_host::ConnectionState(), stock_host::Connection::kLive);
   // One line for each request that failed, none for those that went well.
   const stock_host::Counters counters = stock_host::ReadCounters();
-  EXPECT_EQ(counters.failures.connection, counters.failed);
+  EXPECT_GE(counters.failures.connection, 1U);
+  EXPECT_EQ(counters.failures.connection + counters.failures.timeout, counters.failed);
   EXPECT_EQ(Warnings().size(), counters.failed);
 }
 

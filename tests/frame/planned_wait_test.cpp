@@ -1,9 +1,10 @@
 // Waits that are planned on the server's clock: over when the seconds have passed, or when the server's
-// clock, learned late or set forward, has reached the planned moment.
+// clock, learned late or set, has reached the planned moment or jumped into another phase.
 #include "frame/planned_wait.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <utility>
 
 #include "scripted_host.h"
@@ -63,13 +64,50 @@ TEST_F(PlannedWait, keepsItsDeadlineWhenTheClockIsSetBack) {
   EXPECT_TRUE(wait.IsOver());
 }
 
-// The calendar was learned, or the clock was set back: nothing tells the phase anew but this.
-TEST_F(PlannedWait, isOverWhenTheMarketIsInAnotherPhase) {
-  host.SetMarketStatus(4);
-  const frame::PlannedWait wait(60);
+// Nothing but this says anew what phase it is after the clock was set back.
+TEST_F(PlannedWait, isOverWhenTheClockJumpsIntoAnotherPhase) {
+  host.SetTime(20240315, 15, 30, 0);
+  const frame::PlannedWait wait(3600);
   Pass(1);
   EXPECT_FALSE(wait.IsOver());
-  host.SetMarketStatus(1);
+  host.Advance(-1800);
+  EXPECT_FALSE(wait.IsOver()) << "it is just past the close";
+  host.Advance(-60);
+  EXPECT_TRUE(wait.IsOver());
+}
+
+TEST_F(PlannedWait, goesOnWhenAPhaseComesInTheCourseOfTime) {
+  host.SetTime(20240315, 9, 29, 57);
+  const frame::PlannedWait wait(600);
+  Pass(10);
+  EXPECT_FALSE(wait.IsOver());
+  host.SetMarketStatus(2);
+  Pass(589);
+  EXPECT_FALSE(wait.IsOver());
+  Pass(1);
+  EXPECT_TRUE(wait.IsOver());
+}
+
+// What asks at most every 20 or 30 seconds does so whatever the phase is.
+TEST_F(PlannedWait, ofHalfAMinuteOrLessIsForNoPhase) {
+  for (const int seconds : {20, 30}) {
+    host.SetTime(20240315, 15, 0, 10);
+    const frame::PlannedWait wait(seconds);
+    Pass(1);
+    host.Advance(-60);
+    Pass(seconds - 2);
+    EXPECT_FALSE(wait.IsOver()) << seconds;
+    Pass(1);
+    EXPECT_TRUE(wait.IsOver()) << seconds;
+  }
+}
+
+TEST_F(PlannedWait, forAMomentIsNotEndedByAPhase) {
+  host.SetTime(20240315, 8, 59, 0);
+  const frame::PlannedWait wait(840, frame::PlannedWait::For::kMoment);
+  host.SetTime(20240315, 9, 0, 0);
+  EXPECT_FALSE(wait.IsOver());
+  host.SetTime(20240315, 9, 14, 0);
   EXPECT_TRUE(wait.IsOver());
 }
 
@@ -93,20 +131,32 @@ TEST_F(PlannedWait, isOverWhenThePhaseIsOfAnotherDay) {
 TEST_F(PlannedWait, goesOnWhenTheHostCannotSayThePhase) {
   host.SetTime(20240317, 20, 0, 0);
   const frame::PlannedWait wait(60);
+  host.SetTime(20240310, 20, 0, 0);
   for (long call = 0; call < 5; ++call) {
     const ThrowingCall throwing(call);
-    EXPECT_FALSE(wait.IsOver());
+    EXPECT_FALSE(wait.IsOver()) << call;
   }
+  EXPECT_TRUE(wait.IsOver());
 }
 
 // The server's time comes in whole seconds: one that seems a second ahead only turned its second sooner.
 TEST_F(PlannedWait, isNotCutShortByTheRoundingOfTheClock) {
-  const frame::PlannedWait wait(3);
-  steady.Advance(2001);
-  host.Advance(3);
+  const frame::PlannedWait wait(4);
+  steady.Advance(3001);
+  host.Advance(4);
   EXPECT_FALSE(wait.IsOver());
   steady.Advance(999);
   EXPECT_TRUE(wait.IsOver());
+}
+
+TEST_F(PlannedWait, ofTheUsualIntervalAsksTheHostNothing) {
+  const std::size_t looks = host.ClockLooks();
+  const frame::PlannedWait wait(3);
+  EXPECT_FALSE(wait.IsOver());
+  host.Advance(3600);
+  EXPECT_FALSE(wait.IsOver());
+  EXPECT_EQ(host.ClockLooks(), looks);
+  EXPECT_FALSE(wait.FollowsClock());
 }
 
 TEST_F(PlannedWait, saysHowLongItLasts) {

@@ -10,6 +10,7 @@
 #include "host/clock.h"
 #include "reference/stock_common_service.h"
 #include "reference/stock_market_state.h"
+#include "scripted_ticks.h"
 #include "services.h"
 #include "told_state.h"
 
@@ -110,6 +111,38 @@ TEST_F(ReferenceClock, rulesTheRoundsOfAWholeDay) {
     EXPECT_TRUE(rounds[round] == expected[round])
         << "round " << round << " ends at minute " << rounds[round].minute;
   }
+}
+
+// The same by the thread's own waits, while both clocks run: no phase of the market wakes it.
+TEST_F(ReferenceClock, waitsForTheMomentsOfItsRoundsOnly) {
+  host.SetTime(kFriday, 8, 0, 0);
+  for (const int kind : {1, 2}) {
+    static_cast<void>(service.GetPlateList(kind));
+    static_cast<void>(service.GetIndexList(kind));
+  }
+  static_cast<void>(service.GetStockList(1));
+  std::vector<std::pair<std::wstring, std::wstring>> plates;
+  static_cast<void>(service.GetPlatesOfStock(L"sh600000", plates));
+  ScriptedSteady steady;
+  steady.OnRead([&] {
+    steady.Advance(1000);
+    host.Advance(1);
+  });
+  const std::int64_t midnight = common::DateToTime(kFriday, 0, 0, 0);
+  std::vector<std::int64_t> checks;  // minutes of the day
+  std::vector<std::int64_t> loads;
+  while (common::GetCurrentServerTime() < midnight + 24 * 3600) {
+    const std::size_t checked = Asked(answers::kVersionPath);
+    const std::size_t loaded = Asked(answers::kBasicInfoPath);
+    ASSERT_TRUE(service.RunRound());
+    const std::int64_t minute = (common::GetCurrentServerTime() - midnight) / 60;
+    checks.insert(checks.end(), Asked(answers::kVersionPath) - checked, minute);
+    loads.insert(loads.end(), Asked(answers::kBasicInfoPath) - loaded, minute);
+  }
+  EXPECT_EQ(checks,
+            (std::vector<std::int64_t>{9 * 60 + 14, 11 * 60 + 14, 12 * 60 + 45, 14 * 60 + 45, 16 * 60 + 45,
+                                       18 * 60 + 30, 20 * 60 + 30, 22 * 60 + 30, 24 * 60 + 30}));
+  EXPECT_EQ(loads, std::vector<std::int64_t>{9 * 60 + 14});
 }
 
 // Asked for on Friday, answered on Saturday: it is Friday's list.

@@ -188,8 +188,11 @@ std::wstring GetKLineFilePath(const wchar_t* symbol) {
   if (live == nullptr || symbol == nullptr) return {};
   {
     const std::lock_guard<std::mutex> lock(live->mutex);
-    if (!live->every_text_has_directory && !market_rules::IsStockSymbol(symbol)) return {};
+    if (live->every_text_has_directory) {
+      return market_rules::Widen(live->directory + "/kline/" + market_rules::Narrow(symbol));
+    }
   }
+  if (!market_rules::IsStockSymbol(symbol)) return {};
   const std::string lower = market_rules::LowerAscii(market_rules::Narrow(symbol));
   return market_rules::Widen(live->directory + "/kline/" + lower);
 }

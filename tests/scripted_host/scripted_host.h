@@ -270,7 +270,7 @@ class ScriptedHost {
   void SetStatusWord(const std::wstring& text, int status);
   /// Directory of this host's files; K-line packages below "kline/<symbol>", the metadata file below "meta".
   const std::string& Directory() const;
-  /// From now on `stock::GetKLineFilePath` takes every text for a symbol.
+  /// From now on `stock::GetKLineFilePath` takes every text for a symbol and leaves its letters as they are.
   void GiveEveryTextADirectory();
   /// From now on `common::ForceRemoveFile` removes nothing and says false.
   void FailRemoving(bool fail);

@@ -406,7 +406,7 @@ TEST_F(ScriptedHostTest, givesEachSymbolADirectory) {
   EXPECT_EQ(stock::GetKLineMetaFilePath(), root + L"/meta");
   host.GiveEveryTextADirectory();
   EXPECT_EQ(stock::GetKLineFilePath(L"../etc00"), root + L"/kline/../etc00");
-  EXPECT_EQ(stock::GetKLineFilePath(L"SH600000"), root + L"/kline/sh600000");
+  EXPECT_EQ(stock::GetKLineFilePath(L"SH600000"), root + L"/kline/SH600000");
 }
 
 TEST_F(ScriptedHostTest, removesFilesUnlessToldNotTo) {

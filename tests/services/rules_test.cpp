@@ -7,6 +7,7 @@
 
 #include "answers.h"
 #include "fetches.h"
+#include "frame/polled_subject.h"
 
 namespace {
 
@@ -180,24 +181,26 @@ TEST(StocksOfAPlate, areShownOnASlowLine) {
   const auto asked = [&all] { return all.host.RequestsTo("/pc/rt/get_bk_zone_list").size(); };
   all.plate_stocks.While([&] {
     IPlateStockMarket* const service = all.plate_stocks.service.get();
-    service->OnTimer();
+    auto& polled = dynamic_cast<frame::PolledSubject<IPlateStockMarket>&>(*service);
+    polled.PollOnce();
     all.steady.Advance(3000);
-    service->OnTimer();
+    polled.PollOnce();
     all.steady.Advance(3000);
-    service->OnTimer();
+    polled.PollOnce();
     EXPECT_EQ(asked(), 1U) << "rounds are left out while the answer is on its way";
     all.host.Complete(0, Answer::Body(R"({"total_num":7,"data":[]})"));
     EXPECT_EQ(all.plate_stocks.view.Last().total_num, 7);
-    service->OnTimer();
+    polled.PollOnce();
     EXPECT_EQ(asked(), 2U);
     service->Refresh();
-    EXPECT_EQ(asked(), 3U) << "who asks is asked for";
+    service->OnTimer();
+    EXPECT_EQ(asked(), 4U) << "who asks is asked for";
     all.steady.Advance(10'000);
-    service->OnTimer();
-    EXPECT_EQ(asked(), 3U);
+    polled.PollOnce();
+    EXPECT_EQ(asked(), 4U);
     all.steady.Advance(1);
-    service->OnTimer();
-    EXPECT_EQ(asked(), 4U) << "for ten seconds at most";
+    polled.PollOnce();
+    EXPECT_EQ(asked(), 5U) << "for ten seconds at most";
   });
 }
 
