@@ -45,15 +45,7 @@ SymbolType CheckSymbol(const wchar_t* symbol) {
     return security.starts_with(L"sh000") || security.starts_with(L"sz399") ? kSymbolIndex : kSymbolStock;
   }
   const std::wstring text = stock_host::Lower(std::wstring(symbol));
-  if (text.size() <= 2 || !text.starts_with(L"bk")) {
-    return kSymbolUnknown;
-  }
-  for (const wchar_t c : text) {
-    if (!stock_host::IsDigit(c) && !(c >= L'a' && c <= L'z') && c != L'_') {
-      return kSymbolUnknown;
-    }
-  }
-  return kSymbolPlate;
+  return text.size() > 2 && text.starts_with(L"bk") ? kSymbolPlate : kSymbolUnknown;
 }
 
 StockStatus ConvertStockStatus(const std::wstring& text) {

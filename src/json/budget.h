@@ -9,15 +9,21 @@
 namespace request::json {
 
 inline constexpr std::size_t kMebibyte = std::size_t{1} << 20;
+inline constexpr std::size_t kMostAnswer = 8 * kMebibyte;
 inline constexpr std::size_t kMostAnswerMemory = 96 * kMebibyte;
 
 /// Of these: the document, from its parsing to its end.
 inline constexpr std::size_t kMostDocumentMemory = 32 * kMebibyte;
 
-/// The records that are made from it, their texts and their index. As much again stays for one copy of them
-/// (in a cache, in another order); a reader whose records are copied more often requires for the copies too.
-/// A board of 10,000 stocks requires 12 MiB.
+/// The records that are made from it, their texts and their index. As much again stays for copies of them (in
+/// other orders, in a series); a reader whose records are copied more often requires for the copies too.
 inline constexpr std::size_t kMostRecordMemory = 30 * kMebibyte;
+
+/// The same for records of which cache, previous answer and views share one copy, or whose reader requires
+/// for every copy: all that the answer itself and the document leave. A board of 10,000 stocks requires
+/// 12 MiB.
+inline constexpr std::size_t kMostSharedRecordMemory =
+    kMostAnswerMemory - kMostDocumentMemory - kMostAnswer - kMebibyte;
 
 /// An answer would take more memory than one may: handled like memory that is missing.
 class TooMuchMemory : public std::bad_alloc {
@@ -26,9 +32,11 @@ class TooMuchMemory : public std::bad_alloc {
 };
 
 /// What is left for the records of one answer. Readers of records require what they are about to take, before
-/// they take it; only texts may be required once they are read, one record's at a time.
+/// they take it.
 class Budget {
  public:
+  explicit Budget(std::size_t most = kMostRecordMemory) : left_(most) {}
+
   /// Throws `TooMuchMemory` when `count` times `bytes_each` is more than what is left.
   void Require(std::size_t count, std::size_t bytes_each) {
     if (bytes_each != 0 && count > left_ / bytes_each) {
@@ -41,7 +49,7 @@ class Budget {
   [[nodiscard]] std::size_t Left() const { return left_; }
 
  private:
-  std::size_t left_ = kMostRecordMemory;
+  std::size_t left_;
 };
 
 /// What an index of records by their codes takes for each of them, at most.

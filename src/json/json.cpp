@@ -49,8 +49,12 @@ class Copier {
     const std::size_t head = writer_.Begin();
     const auto first_key = static_cast<std::uint32_t>(keys_.size());
     for (auto member = object.begin(); member != object.end(); ++member) {
+      const QString key = member.key();
+      if (key.size() > kKeyMarkSize && key.at(kKeyMarkSize) == QChar::ByteOrderMark) {
+        text_ += key.at(kKeyMarkSize - 1).toLatin1();
+      }
       const std::size_t begin = text_.size();
-      PutUtf8(member.key(), kKeyMarkSize, false);
+      PutUtf8(key, kKeyMarkSize, false);
       keys_.push_back({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(text_.size() - begin)});
     }
     for (const QJsonValue& value : object) {
@@ -127,12 +131,17 @@ constexpr auto kLongestText = static_cast<std::size_t>(std::numeric_limits<std::
 }  // namespace
 
 std::wstring Value::Text() const {
+  Budget unlimited(std::numeric_limits<std::size_t>::max());
+  return Text(unlimited);
+}
+
+std::wstring Value::Text(Budget& budget) const {
   std::wstring text;
-  TextInto(text);
+  TextInto(text, budget);
   return text;
 }
 
-void Value::TextInto(std::wstring& out) const {
+void Value::TextInto(std::wstring& out, Budget& budget) const {
   if (!IsString()) {
     out.clear();
     return;
@@ -145,7 +154,7 @@ void Value::TextInto(std::wstring& out) const {
       end += rest[end] == '\\' ? 1U : 0U;
     }
   }
-  WidenInto(out, rest.substr(0, end), escaped);
+  WidenInto(out, rest.substr(0, end), escaped, budget);
 }
 
 int Value::Integer() const {
@@ -170,8 +179,9 @@ Value Array::At(std::size_t index) const {
 
 Value Object::Member(std::string_view key) const {
   Value found;
-  ForEachInText([&](std::string_view name, const Value& value) {
-    if (name == key) {
+  std::size_t index = GetCount().first_key;
+  ForEachValue([&](const Value& value) {
+    if (KeyAt(index++) == key) {
       found = value;
     }
   });
@@ -180,12 +190,26 @@ Value Object::Member(std::string_view key) const {
 
 NamedValue Object::First() const {
   NamedValue first;
-  ForEachInText([&](std::string_view key, const Value& value) {
-    if (first.value.IsUndefined() || !Utf16Less(first.key, key)) {
-      first = {key, value};  // of a repeated key the last one
+  std::string_view least;
+  std::size_t index = GetCount().first_key;
+  ForEachValue([&](const Value& value) {
+    const std::string_view key = KeyAt(index);
+    if (first.value.IsUndefined() || !Utf16Less(least, key)) {
+      first = {NameAt(index), value};  // of a repeated key the last one
+      least = key;
     }
+    ++index;
   });
   return first;
+}
+
+std::string_view Object::NameAt(std::size_t index) const {
+  std::string_view name = KeyAt(index);
+  // What such a key is named by stands in front of it.
+  if (name.starts_with(kByteOrderMark) && *(name.data() - 1) == kNameWithoutMark) {
+    name.remove_prefix(kByteOrderMark.size());
+  }
+  return name;
 }
 
 std::vector<Object::Entry> Object::Sorted() const {
@@ -252,8 +276,13 @@ Document Document::ParseByQt(const char* text, std::size_t length) {
 }
 
 std::wstring WideKey(std::string_view key) {
+  Budget unlimited(std::numeric_limits<std::size_t>::max());
+  return WideKey(key, unlimited);
+}
+
+std::wstring WideKey(std::string_view key, Budget& budget) {
   std::wstring wide;
-  WidenInto(wide, key, false);
+  WidenInto(wide, key, false, budget);
   return wide;
 }
 

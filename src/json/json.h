@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "json/budget.h"
 #include "json/cells.h"
 
 namespace request::json {
@@ -38,11 +39,13 @@ class Value {
   [[nodiscard]] bool IsArray() const { return Is(detail::Kind::kArray); }
   [[nodiscard]] bool IsObject() const { return Is(detail::Kind::kObject); }
 
-  /// The text of a string; empty for anything else.
+  /// The text of a string; empty for anything else. What it holds is required of the budget, if there is one,
+  /// before it is taken.
   [[nodiscard]] std::wstring Text() const;
+  [[nodiscard]] std::wstring Text(Budget& budget) const;
 
   /// The same into a text whose memory is used again.
-  void TextInto(std::wstring& out) const;
+  void TextInto(std::wstring& out, Budget& budget) const;
 
   /// The number; 0.0 for anything else.
   [[nodiscard]] double Number() const { return IsNumber() ? std::bit_cast<double>(*cell_) : 0.0; }
@@ -121,7 +124,8 @@ class Object : public detail::Container {
   /// An empty object.
   Object() = default;
 
-  /// The member of that name, the last one if the text held several; undefined when there is none.
+  /// The member of that name, the last one if the text held several; undefined when there is none, or none
+  /// but one that was written with a byte-order mark in front of it (the loops leave that out of the name).
   [[nodiscard]] Value Member(std::string_view key) const;
   [[nodiscard]] Object ObjectAt(std::string_view key) const { return Member(key).AsObject(); }
   [[nodiscard]] Array ArrayAt(std::string_view key) const { return Member(key).AsArray(); }
@@ -138,7 +142,7 @@ class Object : public detail::Container {
   template <class Visitor>
   void ForEach(Visitor&& visit) const {
     for (const Entry& member : Sorted()) {
-      visit(KeyAt(member.key), Value(head_ + member.value, content_));
+      visit(NameAt(member.key), Value(head_ + member.value, content_));
     }
   }
 
@@ -147,7 +151,7 @@ class Object : public detail::Container {
   template <class Visitor>
   void ForEachInText(Visitor&& visit) const {
     std::size_t key = GetCount().first_key;
-    ForEachValue([&](const Value& value) { visit(KeyAt(key++), value); });
+    ForEachValue([&](const Value& value) { visit(NameAt(key++), value); });
   }
 
   /// The same without the keys.
@@ -171,6 +175,9 @@ class Object : public detail::Container {
     const detail::Key& key = content_->keys[index];
     return content_->text.substr(key.begin, key.length);
   }
+
+  // The key as it is shown: without a byte-order mark in front of it that was written as it is.
+  [[nodiscard]] std::string_view NameAt(std::size_t index) const;
 
   // A member by places: there may be very many.
   struct Entry {
@@ -233,7 +240,8 @@ inline Array Value::AsArray() const {
   return IsArray() ? Array(cell_, content_) : Array();
 }
 
-/// A key as wide text.
+/// A key as wide text; the same holds.
 [[nodiscard]] std::wstring WideKey(std::string_view key);
+[[nodiscard]] std::wstring WideKey(std::string_view key, Budget& budget);
 
 }  // namespace request::json

@@ -106,18 +106,17 @@ class Scanner {
     return at_++ < text_.size();
   }
 
-  // The parser drops a byte-order mark in front of a key without escapes, and it would not be in front any
-  // more.
+  // Qt names a key without escapes without a byte-order mark in front of it, but goes on to look it up, and
+  // to order it, with it.
   void MarkKey(std::size_t begin, bool escaped) {
     out_.text.append(text_, copied_, begin - copied_);
     copied_ = begin;
-    if (!escaped && text_.substr(begin).starts_with(kByteOrderMark)) {
-      copied_ += kByteOrderMark.size();
-    }
     std::array<char, static_cast<std::size_t>(kKeyMarkSize)> mark{};
+    mark.back() =
+        !escaped && text_.substr(begin).starts_with(kByteOrderMark) ? kNameWithoutMark : kNameAsItIs;
     std::size_t number = keys_++;
     constexpr std::size_t kLetters = 26;
-    for (auto letter = mark.rbegin(); letter != mark.rend(); ++letter) {
+    for (auto letter = mark.rbegin() + 1; letter != mark.rend(); ++letter) {
       *letter = static_cast<char>('a' + number % kLetters);
       number /= kLetters;
     }

@@ -10,8 +10,11 @@
 
 namespace request::json {
 
-/// What every key begins with in a text for Qt.
-inline constexpr int kKeyMarkSize = 5;
+/// What every key begins with in a text for Qt. Its last character says whether the key's name goes without
+/// the byte-order mark that follows.
+inline constexpr int kKeyMarkSize = 6;
+inline constexpr char kNameAsItIs = 'k';
+inline constexpr char kNameWithoutMark = 'm';
 
 /// A text in which no key is repeated: a mark of its own stands in front of each. Marks ascend, so that the
 /// parser's members come in the order of the text. Nothing else changes, the parser's error included if the

@@ -40,8 +40,9 @@ inline void Convert(const json::Value& value, std::int32_t& out) {
 }
 
 template <class Record>
-void Fill(Text, Record& record, std::wstring Record::*member, const json::Value& value) {
-  value.TextInto(record.*member);
+void Fill(Text, Record& record, std::wstring Record::*member, const json::Value& value,
+          json::Budget& budget) {
+  value.TextInto(record.*member, budget);
 }
 
 template <class Record, class Type>
@@ -77,8 +78,11 @@ void Fill(Amount, Record& record, std::uint64_t Record::*member, const json::Val
 }
 
 template <class Record>
-void Fill(StatusText, Record& record, stock::StockStatus Record::*member, const json::Value& value) {
-  record.*member = stock::ConvertStockStatus(value.Text());
+void Fill(StatusText, Record& record, stock::StockStatus Record::*member, const json::Value& value,
+          json::Budget& budget) {
+  const std::wstring text = value.Text(budget);
+  budget.Require(1, json::HeldBytes(text));  // the host may make a copy
+  record.*member = stock::ConvertStockStatus(text);
 }
 
 template <class Record, class Shape>
@@ -118,15 +122,22 @@ class RecordReader {
 
   /// Fills the members whose keys are there; the others keep what they hold.
   static void Fill(Record& record, const json::Object& object) {
+    json::Budget budget;
+    Fill(record, object, budget);
+  }
+
+  /// The same within a budget; returns what the record's texts and lists hold, which is required for once.
+  static std::size_t Fill(Record& record, const json::Object& object, json::Budget& budget) {
     Plan plan;
-    Fill(record, object, plan);
+    return Fill(record, object, plan, budget);
   }
 
   /// One record per element, in order; an element that is no object gives a default record. Throws
   /// `json::TooMuchMemory` when the records and an index of their codes would take more than the budget has;
-  /// an answer that is read in several pieces has one budget for all.
+  /// an answer that is read in several pieces has one budget for all. Without one, the records must be shared
+  /// and not copied.
   [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array) {
-    json::Budget budget;
+    json::Budget budget(json::kMostSharedRecordMemory);
     return ReadAll(array, budget);
   }
   [[nodiscard]] static std::vector<Record> ReadAll(const json::Array& array, json::Budget& budget) {
@@ -139,7 +150,7 @@ class RecordReader {
   /// it is far too much. Calls `on_record(record)` for each while it is at hand.
   template <class Records, class OnRecord = Nothing>
   static void ReadInto(Records& records, const json::Array& array, OnRecord on_record = {}) {
-    json::Budget budget;
+    json::Budget budget(json::kMostSharedRecordMemory);
     ReadWithin(budget, records, array, on_record);
   }
 
@@ -166,8 +177,7 @@ class RecordReader {
       } else {
         Clear(*next);
       }
-      Fill(*next, element.AsObject(), plan);
-      budget.Require(1, HeldBytes(*next));
+      Fill(*next, element.AsObject(), plan, budget);
       on_record(*next);
       ++next;
     });
@@ -176,7 +186,7 @@ class RecordReader {
 
   static constexpr std::size_t kSize = std::remove_cvref_t<decltype(kTable)>::kSize;
 
-  using FillKey = void(Record&, json::Value);
+  using FillKey = void(Record&, json::Value, json::Budget&);
 
   struct Line {
     std::string_view key;
@@ -232,7 +242,9 @@ class RecordReader {
     record = std::move(empty);
   }
 
-  static void Fill(Record& record, const json::Object& object, Plan& plan) {
+  // Requires what the texts and lists of the record hold. The texts are judged before they are taken, by a
+  // copy of the budget: those of a repeated key are not held, and a record that is used again may hold more.
+  static std::size_t Fill(Record& record, const json::Object& object, Plan& plan, json::Budget& budget) {
     if (plan.shape != object.Shape()) {
       plan.fills.clear();
       object.ForEachInText(
@@ -240,32 +252,40 @@ class RecordReader {
       plan.shape = object.Shape();
     }
     auto fill = plan.fills.begin();
-    object.ForEachValue([&record, &fill](const json::Value& value) { (*fill++)(record, value); });
+    json::Budget texts = budget;
+    object.ForEachValue([&](const json::Value& value) { (*fill++)(record, value, texts); });
+    const std::size_t held = HeldBytes(record);
+    budget.Require(1, held);
+    return held;
   }
 
   static FillKey* FillOf(std::string_view key) {
     const auto line =
         std::lower_bound(kLines.begin(), kLines.end(), key,
                          [](const Line& entry, std::string_view wanted) { return entry.key < wanted; });
-    return line != kLines.end() && line->key == key ? line->fill : [](Record&, json::Value) {};
+    return line != kLines.end() && line->key == key ? line->fill : [](Record&, json::Value, json::Budget&) {};
   }
 
   template <std::size_t kIndex>
   static constexpr std::string_view kKeyOf = std::get<kIndex>(kTable.members).key;
 
   template <std::size_t kIndex, bool kHasKey>
-  static void FillLine(Record& record, const json::Value& value) {
+  static void FillLine(Record& record, const json::Value& value, [[maybe_unused]] json::Budget& budget) {
     if constexpr (kHasKey) {
       constexpr const auto& kLine = std::get<kIndex>(kTable.members);
-      detail::Fill(kLine.how, record, kLine.member, value);
+      if constexpr (requires { detail::Fill(kLine.how, record, kLine.member, value, budget); }) {
+        detail::Fill(kLine.how, record, kLine.member, value, budget);
+      } else {
+        detail::Fill(kLine.how, record, kLine.member, value);
+      }
     }
   }
 
   // All lines with the key of one, which may be several.
   template <std::size_t kLine, std::size_t... kIndices>
   static constexpr Line LineOf(std::index_sequence<kIndices...>) {
-    return {kKeyOf<kLine>, [](Record& record, json::Value value) {
-              (FillLine<kIndices, kKeyOf<kIndices> == kKeyOf<kLine>>(record, value), ...);
+    return {kKeyOf<kLine>, [](Record& record, json::Value value, json::Budget& budget) {
+              (FillLine<kIndices, kKeyOf<kIndices> == kKeyOf<kLine>>(record, value, budget), ...);
             }};
   }
 

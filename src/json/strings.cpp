@@ -149,10 +149,13 @@ void AppendUtf8(std::string& out, std::uint32_t code) {
   put_rest(0);
 }
 
-void WidenInto(std::wstring& out, std::string_view text, bool escaped) {
+void WidenInto(std::wstring& out, std::string_view text, bool escaped, Budget& budget) {
   const std::size_t most = CountCharacters(text);
   if (most > out.capacity()) {
+    budget.Require(1, most * sizeof(wchar_t) + kAllocationOverhead);
     out = std::wstring();  // grown, it would take twice what it had
+  } else {
+    budget.Require(1, HeldBytes(out));
   }
   out.resize(most);
   wchar_t* next = out.data();

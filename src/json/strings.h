@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "json/budget.h"
+
 namespace request::json {
 
 /// In UTF-8.
@@ -24,7 +26,8 @@ std::uint32_t PassEscape(const char*& at, const char* end);
 void AppendUtf8(std::string& out, std::uint32_t code);
 
 /// Reads well-formed UTF-8, lone surrogates aside, in which a backslash begins an escape sequence if it is
-/// `escaped`. Lone surrogates become U+FFFD. The memory of `out` is used again when it is enough.
-void WidenInto(std::wstring& out, std::string_view text, bool escaped);
+/// `escaped`. Lone surrogates become U+FFFD. The memory of `out` is used again when it is enough. What `out`
+/// holds then is required before it is taken.
+void WidenInto(std::wstring& out, std::string_view text, bool escaped, Budget& budget);
 
 }  // namespace request::json

@@ -177,6 +177,13 @@ void OrderInto(std::vector<OptionalMarketItem>& sorted, const std::vector<Option
 void SortedCopies::Begin(const std::vector<OptionalMarketItem>& items) {
   copies_.resize(used_);  // what the last list had no use for goes
   items_ = &items;
+  bytes_each_ = 0;
+  for (const OptionalMarketItem& item : items) {
+    using request::json::HeldBytes;
+    bytes_each_ += sizeof(item) + HeldBytes(item.code) + HeldBytes(item.name) + HeldBytes(item.lead) +
+                   HeldBytes(item.plate) + HeldBytes(item.bid_prices) + HeldBytes(item.ask_prices) +
+                   HeldBytes(item.bid_volumes) + HeldBytes(item.ask_volumes);
+  }
   used_ = 0;
 }
 
@@ -190,7 +197,7 @@ const std::vector<OptionalMarketItem>& SortedCopies::In(const SortingTarget& tar
       return copy->second;
     }
   }
-  if ((used_ + 1) * items_->size() * sizeof(OptionalMarketItem) > request::json::kMostRecordMemory) {
+  if ((used_ + 1) * bytes_each_ > request::json::kMostRecordMemory) {
     throw request::json::TooMuchMemory();
   }
   if (copy == copies_.end()) {

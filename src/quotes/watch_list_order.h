@@ -31,6 +31,7 @@ class SortedCopies {
 
  private:
   const std::vector<OptionalMarketItem>* items_ = nullptr;
+  std::size_t bytes_each_ = 0;                                                   // that a copy takes
   std::list<std::pair<SortingTarget, std::vector<OptionalMarketItem>>> copies_;  // those in use are in front
   std::size_t used_ = 0;
 };

@@ -14,7 +14,7 @@ using Items = std::vector<OptionalMarketItem>;
 
 // The first plate of each stock. Plates that are not at hand, because the server keeps silent about them,
 // leave the texts empty; a later answer brings them.
-void NamePlates(Items& items) {
+void NamePlates(Items& items, request::json::Budget& budget) {
   std::shared_ptr<const reference::PlateMembership> plates;
   for (OptionalMarketItem& item : items) {
     if (item.symbol_type == stock::kSymbolStock) {
@@ -23,7 +23,9 @@ void NamePlates(Items& items) {
           })) {
         return;
       }
-      item.plate = reference::FirstPlateOf(*plates, item.code);
+      const std::wstring_view plate = reference::FirstPlateOf(*plates, item.code);
+      budget.Require(plate.size(), sizeof(wchar_t));
+      item.plate = plate;
     }
   }
 }
@@ -38,14 +40,11 @@ std::shared_ptr<Items> ReadWatchList(const request::Answer& answer) {
   auto items = std::make_shared<Items>(list.Size());
   auto next = items->begin();
   list.ForEach([&](const request::json::Value& element) {
-    using request::json::HeldBytes;
     OptionalMarketItem& item = *next++;
-    request::RecordReader<kWatchListTable>::Fill(item, element.AsObject());
-    budget.Require(1, HeldBytes(item.code) + HeldBytes(item.name) + HeldBytes(item.lead));
-    budget.Require(4, HeldBytes(item.bid_prices));
+    request::RecordReader<kWatchListTable>::Fill(item, element.AsObject(), budget);
     item.symbol_type = stock::CheckSymbol(item.code.c_str());
   });
-  NamePlates(*items);
+  NamePlates(*items, budget);
   return items;
 }
 

@@ -1,5 +1,9 @@
 #include "reference/legal_holidays.h"
 
+#include <string>
+#include <utility>
+
+#include "frame/stoppable_wait.h"
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "host/log.h"
@@ -38,7 +42,7 @@ void LegalHolidays::Ask() noexcept {
 
 void LegalHolidays::AskIfMissing() noexcept {
   static_cast<void>(request::Succeeds(request::Fetch::kLegalHolidays, [this] {
-    if (const int year = YearNow(); !IsKnown(year)) {
+    if (const int year = YearNow(); !IsKnownOrOnItsWay(year)) {
       AskFor(year);
     }
   }));
@@ -54,33 +58,73 @@ void LegalHolidays::FollowYear() noexcept {
 }
 
 void LegalHolidays::AskFor(int year) {
+  const auto ended = [this, year] { Ended(year); };
   {
     const std::lock_guard<std::mutex> lock(mutex_);
+    ++years_[year].under_way;
     latest_ = year;
   }
   request::Ask(
-      {request::Fetch::kLegalHolidays, gate_}, [year] { return request::TradeDateUrl(year); },
+      {request::Fetch::kLegalHolidays, gate_},
+      [year, ended] {
+        std::wstring url = request::TradeDateUrl(year);
+        if (url.empty()) {
+          ended();
+        }
+        return url;
+      },
       [](const request::Answer& answer) { return ReadHolidays(answer.DataList()); },
-      [this, year, stamp = stamps_.Next()](const HolidayList& holidays) {
-        return Succeeds([&] { return Take(year, stamp, holidays); });
-      });
+      [this, year, ended, stamp = stamps_.Next()](HolidayList&& holidays) {
+        const bool taken = Succeeds([&] { return Take(year, stamp, std::move(holidays)); });
+        if (taken) {
+          ended();
+        }
+        return taken;
+      },
+      ended);
 }
 
-// False is a failure that nothing was written about yet.
-bool LegalHolidays::Take(int year, frame::Stamp stamp, const HolidayList& holidays) {
+void LegalHolidays::Ended(int year) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  --years_[year].under_way;
+}
+
+// False is a failure that nothing was written about yet. No lock is held while the host's calendar is given a
+// list, because the host may call back; who comes meanwhile leaves its list for the one who gives.
+bool LegalHolidays::Take(int year, frame::Stamp stamp, HolidayList&& holidays) {
   if (holidays.without_date > 0) {
     WriteProgramLogNoMask(L"StockCommon::InitLegalHolidays Elements Without Date: %d", holidays.without_date);
     if (holidays.days.empty()) {
       return true;
     }
   }
-  const std::lock_guard<std::mutex> lock(mutex_);
-  frame::Stamp& told = years_[year];
-  if (frame::MayFollow(stamp, told)) {
-    pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, holidays.days);
-    told = stamp;
+  std::unique_lock<std::mutex> lock(mutex_);
+  waiting_.push_back({year, stamp, std::move(holidays.days)});
+  if (std::exchange(is_giving_, true)) {
+    return true;
   }
-  return true;
+  bool ok = true;
+  for (; !waiting_.empty(); waiting_.pop_front()) {
+    const List& next = waiting_.front();
+    frame::Stamp& told = years_[next.year].told;
+    if (!frame::MayFollow(next.stamp, told)) {
+      continue;
+    }
+    const bool is_learned = told == 0;
+    lock.unlock();
+    const bool given = Succeeds([&next] {
+      pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(next.year, next.days);
+      return true;
+    });
+    if (given && is_learned) {
+      frame::StoppableWait::PlanAnew();
+    }
+    lock.lock();
+    told = given ? next.stamp : told;
+    ok = ok && given;
+  }
+  is_giving_ = false;
+  return ok;
 }
 
 bool LegalHolidays::WasAskedForLast(int year) {
@@ -88,10 +132,10 @@ bool LegalHolidays::WasAskedForLast(int year) {
   return latest_ == year;
 }
 
-bool LegalHolidays::IsKnown(int year) {
+bool LegalHolidays::IsKnownOrOnItsWay(int year) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = years_.find(year);
-  return found != years_.end() && found->second != 0;
+  return found != years_.end() && (found->second.told != 0 || found->second.under_way > 0);
 }
 
 }  // namespace reference

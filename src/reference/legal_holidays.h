@@ -2,6 +2,7 @@
 // Thread-safe.
 #pragma once
 
+#include <deque>
 #include <map>
 #include <mutex>
 #include <vector>
@@ -31,24 +32,37 @@ class LegalHolidays {
   /// nothing, and neither does one that a newer request's list for the year has overtaken.
   void Ask() noexcept;
 
-  /// The same if the calendar has no list for that year: the first answers bring the server's time, and that
-  /// may be of another year than the machine's.
+  /// The same if the calendar has no list for that year and none is being asked for: the first answers bring
+  /// the server's time, and that may be of another year than the machine's.
   void AskIfMissing() noexcept;
 
   /// The same, but only if that year is another one than was asked for last: for looks that come often.
   void FollowYear() noexcept;
 
  private:
+  // A list on its way to the calendar.
+  struct List {
+    int year;
+    frame::Stamp stamp;
+    std::vector<unsigned long> days;
+  };
+  struct Year {
+    frame::Stamp told = 0;  // of the request whose list the calendar has
+    int under_way = 0;      // requests without an outcome
+  };
+
   void AskFor(int year);
-  bool Take(int year, frame::Stamp stamp, const HolidayList& holidays);
-  [[nodiscard]] bool IsKnown(int year);
+  void Ended(int year);
+  bool Take(int year, frame::Stamp stamp, HolidayList&& holidays);
+  [[nodiscard]] bool IsKnownOrOnItsWay(int year);
   [[nodiscard]] bool WasAskedForLast(int year);
 
   const frame::CompletionGate& gate_;
   frame::Stamps stamps_;
-  std::mutex
-      mutex_;  // guards the members below; held while the calendar is given a list, so that newest wins
-  std::map<int, frame::Stamp> years_;  // of the request whose list the calendar has
+  std::mutex mutex_;  // guards the members below
+  std::map<int, Year> years_;
+  std::deque<List> waiting_;  // of answers that came while the calendar is given a list; that one is in front
+  bool is_giving_ = false;
   int latest_ = 0;
 };
 

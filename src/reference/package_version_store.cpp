@@ -42,49 +42,42 @@ bool MayBeStored(std::string_view version) {
   return version.empty() || request::IsPlainVersion(version);
 }
 
-void CreateTable(CppSQLite3DB& database) {
-  const Statement create(
-      "create table \"%s\" (id int primary key not null, version char(20) not null, count int not null);",
-      kTable);
-  database.execDML(create.Text());
-}
-
-[[noreturn]] void ThrowDamaged(const char* what) {
-  throw CppSQLite3Exception(SQLITE_CORRUPT, what);
-}
-
 // Throws when any page of the file is not what it should be. Reading alone would not find that, and the store
 // would stay useless for good.
 void CheckPages(CppSQLite3DB& database) {
   const CppSQLite3Query verdict = database.execQuery("pragma integrity_check(1);");
   if (verdict.eof() || verdict.getStringField(0) != "ok") {
-    ThrowDamaged("integrity check");
+    throw CppSQLite3Exception(SQLITE_CORRUPT, "integrity check");
   }
 }
 
-// Throws when the table is not what `CreateTable` makes.
-void CheckTable(CppSQLite3DB& database) {
-  // Rows are read by position and inserted without names.
+// Rows are read by position, found by id and inserted without names.
+bool HasColumns(CppSQLite3DB& database) {
   const Statement columns("pragma table_info(\"%s\");", kTable);
   CppSQLite3Query column = database.execQuery(columns.Text());
   for (const char* const name : {"id", "version", "count"}) {
-    if (column.eof() || column.getStringField(1) != name) {
-      ThrowDamaged("columns");
+    if (column.eof() || sqlite3_stricmp(column.getStringField(1).c_str(), name) != 0) {
+      return false;
     }
     column.nextRow();
   }
-  if (!column.eof()) {
-    ThrowDamaged("columns");
-  }
-  column.finalize();
+  return true;
+}
 
-  // A trigger or an index of somebody else's could refuse every row.
-  const Statement others(
-      "select count(*) from sqlite_master where lower(tbl_name)='%s' and type<>'table' and sql is not null;",
-      kTable);
-  if (database.execScalar(others.Text()) != 0) {
-    ThrowDamaged("schema");
+// Makes the table, also in the place of one that lacks a column or of a view: no statement would ever work on
+// it. One that can be read stays whatever else it has, further columns, indices and triggers, and so do all
+// other tables.
+void EnsureTable(CppSQLite3DB& database) {
+  const bool exists = database.tableExists(kTable);
+  if (exists && HasColumns(database)) {
+    return;
   }
+  const Statement drop(exists ? "drop table \"%s\";" : "drop view if exists \"%s\";", kTable);
+  database.execDML(drop.Text());
+  const Statement create(
+      "create table \"%s\" (id int primary key not null, version char(20) not null, count int not null);",
+      kTable);
+  database.execDML(create.Text());
 }
 
 // Whether an error at opening says that the file itself is bad. A lock, a full disk or a missing permission
@@ -131,11 +124,7 @@ void PackageVersionStore::Open(const std::wstring& path) {
     CppSQLite3Transaction transaction(database_);
     // A table is not made in a damaged file either.
     CheckPages(database_);
-    if (database_.tableExists(kTable)) {
-      CheckTable(database_);
-    } else {
-      CreateTable(database_);
-    }
+    EnsureTable(database_);
     transaction.commit();
     open_ = true;
   } catch (const CppSQLite3Exception& exception) {

@@ -2,19 +2,28 @@
 
 #include <QString>
 #include <algorithm>
+#include <cstdint>
+
+#include "json/budget.h"
 
 namespace reference {
 
 PlateMembership ReadPlateMembership(const request::json::Object& data) {
+  request::json::Budget budget(request::json::kMostSharedRecordMemory);
+  // Once more while they are sorted; and the order of the keys.
+  budget.Require(data.Size(), 2 * sizeof(StockPlatesEntry) + sizeof(std::uint64_t));
   PlateMembership membership;
-  data.ForEach([&membership](std::string_view key, const request::json::Value& value) {
+  membership.reserve(data.Size());
+  data.ForEach([&](std::string_view key, const request::json::Value& value) {
     StockPlatesEntry& entry = membership.emplace_back();
-    entry.symbol = request::json::WideKey(key);
+    entry.symbol = request::json::WideKey(key, budget);
     const request::json::Array plates = value.AsArray();
+    budget.Require(plates.Size(), sizeof(PlateNames::value_type));
+    budget.Require(1, request::json::kAllocationOverhead);
     entry.plates.reserve(plates.Size());
-    plates.ForEach([&entry](const request::json::Value& plate) {
+    plates.ForEach([&](const request::json::Value& plate) {
       const request::json::Array pair = plate.AsArray();
-      entry.plates.emplace_back(pair.At(0).Text(), pair.At(1).Text());
+      entry.plates.emplace_back(pair.At(0).Text(budget), pair.At(1).Text(budget));
     });
   });
   // Keys that are no text (half a surrogate pair) come changed, and then not in their order.

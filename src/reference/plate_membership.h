@@ -21,6 +21,7 @@ struct StockPlatesEntry {
 /// Ascending by symbol.
 using PlateMembership = std::vector<StockPlatesEntry>;
 
+/// Throws `request::json::TooMuchMemory` when the table would take more than one answer may.
 [[nodiscard]] PlateMembership ReadPlateMembership(const request::json::Object& data);
 
 /// Null for an unknown symbol.

@@ -1,13 +1,16 @@
 #include "reference/reference_lists.h"
 
 #include <algorithm>
+#include <array>
 #include <boost/algorithm/string/predicate.hpp>
+#include <cstddef>
 #include <iterator>
 #include <locale>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "json/budget.h"
 #include "json/record_reader.h"
 #include "reference/base_info_table.h"
 
@@ -21,11 +24,11 @@ using StockReader = request::RecordReader<kStockTable>;
 using PlateReader = request::RecordReader<kPlateTable>;
 using IndexReader = request::RecordReader<kIndexTable>;
 
-// Board of a stock: the number of its name, in any case.
-std::int32_t Board(const request::json::Value& value) {
+// Board of a stock: the number of its name, in any case. The name may take what is left, for a moment.
+std::int32_t Board(const request::json::Value& value, request::json::Budget left) {
   constexpr std::pair<std::wstring_view, std::int32_t> kBoards[] = {
       {L"MB", 6}, {L"GEM", kGem}, {L"SME", kSme}};
-  const std::wstring name = value.Text();
+  const std::wstring name = value.Text(left);
   for (const auto& [board, number] : kBoards) {
     if (boost::algorithm::iequals(name, board, std::locale::classic())) {
       return number;
@@ -46,22 +49,29 @@ std::int32_t PlateKind(const request::json::Value& value) {
   }
 }
 
-BaseInfoList ReadStocks(const request::json::Array& array) {
+// Requires also for the other lists that a stock is in: that of all stocks, and perhaps that of its board.
+BaseInfoList ReadStocks(const request::json::Array& array, request::json::Budget& budget) {
   BaseInfoList stocks;
+  budget.Require(array.Size(), 2 * sizeof(BaseInfoItem));
   stocks.reserve(array.Size());
-  array.ForEach([&stocks](const request::json::Value& element) {
+  array.ForEach([&](const request::json::Value& element) {
     const request::json::Object object = element.AsObject();
     BaseInfoItem& stock = stocks.emplace_back();
-    StockReader::Fill(stock, object);
-    stock.type = Board(object.Member("b"));
+    const std::size_t texts = StockReader::Fill(stock, object, budget);
+    budget.Require(1, texts);
+    stock.type = Board(object.Member("b"), budget);
+    if (stock.type == kGem || stock.type == kSme) {
+      budget.Require(1, sizeof(BaseInfoItem) + texts);
+    }
   });
   return stocks;
 }
 
 BaseInfoList OfBoard(const BaseInfoList& stocks, std::int32_t board) {
+  const auto is_of_board = [board](const BaseInfoItem& stock) { return stock.type == board; };
   BaseInfoList found;
-  std::copy_if(stocks.begin(), stocks.end(), std::back_inserter(found),
-               [board](const BaseInfoItem& stock) { return stock.type == board; });
+  found.reserve(static_cast<std::size_t>(std::count_if(stocks.begin(), stocks.end(), is_of_board)));
+  std::copy_if(stocks.begin(), stocks.end(), std::back_inserter(found), is_of_board);
   return found;
 }
 
@@ -69,8 +79,9 @@ BaseInfoList OfBoard(const BaseInfoList& stocks, std::int32_t board) {
 
 StockLists ReadStockLists(const request::json::Object& root) {
   StockLists lists;
-  lists.shanghai = ReadStocks(root.ArrayAt("sh"));
-  lists.shenzhen = ReadStocks(root.ArrayAt("sz"));
+  request::json::Budget budget(request::json::kMostSharedRecordMemory);
+  lists.shanghai = ReadStocks(root.ArrayAt("sh"), budget);
+  lists.shenzhen = ReadStocks(root.ArrayAt("sz"), budget);
   lists.all.reserve(lists.shanghai.size() + lists.shenzhen.size());
   for (const BaseInfoList* const exchange : {&lists.shanghai, &lists.shenzhen}) {
     lists.all.insert(lists.all.end(), exchange->begin(), exchange->end());
@@ -81,15 +92,25 @@ StockLists ReadStockLists(const request::json::Object& root) {
 }
 
 PlateLists ReadPlateLists(const request::json::Object& root) {
+  const request::json::Array array = root.ArrayAt("bk_lists");
+  const auto kind_of = [](const request::json::Object& plate) { return PlateKind(plate.Member("t")); };
+  std::array<std::size_t, 3> counts{};
+  array.ForEach([&](const request::json::Value& element) {
+    ++counts.at(static_cast<std::size_t>(kind_of(element.AsObject())));
+  });
+  request::json::Budget budget(request::json::kMostSharedRecordMemory);
+  budget.Require(counts[1] + counts[2], sizeof(BaseInfoItem));
   PlateLists plates;
-  root.ArrayAt("bk_lists").ForEach([&plates](const request::json::Value& element) {
+  plates.kind1.reserve(counts[1]);
+  plates.kind2.reserve(counts[2]);
+  array.ForEach([&](const request::json::Value& element) {
     const request::json::Object object = element.AsObject();
-    const std::int32_t kind = PlateKind(object.Member("t"));
+    const std::int32_t kind = kind_of(object);
     if (kind == 0) {
       return;
     }
     BaseInfoItem& plate = (kind == 1 ? plates.kind1 : plates.kind2).emplace_back();
-    PlateReader::Fill(plate, object);
+    PlateReader::Fill(plate, object, budget);
     plate.type = kind;
   });
   return plates;
@@ -97,9 +118,10 @@ PlateLists ReadPlateLists(const request::json::Object& root) {
 
 IndexLists ReadIndexLists(const request::json::Object& data) {
   IndexLists indices;
+  request::json::Budget budget(request::json::kMostSharedRecordMemory);
   for (const auto& [key, list] : {std::pair("sh", &indices.shanghai), std::pair("sz", &indices.shenzhen)}) {
     if (const request::json::Value value = data.Member(key); !value.IsUndefined()) {
-      *list = IndexReader::ReadAll(value.AsArray());
+      *list = IndexReader::ReadAll(value.AsArray(), budget);
     }
   }
   return indices;

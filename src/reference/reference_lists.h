@@ -1,5 +1,6 @@
 // How the answers to list requests become lists of stocks, plates and indices. Pure functions; held_lists.h
-// holds what they return. What each list is for stands in stock_common.h.
+// holds what they return. They throw `request::json::TooMuchMemory` when a list would take more than one
+// answer may. What each list is for stands in stock_common.h.
 #pragma once
 
 #include <optional>

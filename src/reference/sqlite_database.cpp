@@ -68,7 +68,8 @@ void CppSQLite3DB::open(const std::string& path) {
 
 bool CppSQLite3DB::tableExists(const char* table) {
   const std::string statement =
-      std::string("select count(*) from sqlite_master where type='table' and name='") + table + "';";
+      std::string("select count(*) from sqlite_master where type='table' and name='") + table +
+      "' collate nocase;";
   return execScalar(statement.c_str()) > 0;
 }
 

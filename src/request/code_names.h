@@ -10,13 +10,12 @@ namespace request {
 /// One pair per element, in order, from the keys "code" and "name".
 [[nodiscard]] inline CodeNameList ReadCodeNames(const json::Array& array) {
   CodeNameList list;
-  json::Budget budget;
+  json::Budget budget(json::kMostSharedRecordMemory);
   budget.Require(array.Size(), sizeof(CodeNameList::value_type));
   list.reserve(array.Size());
   array.ForEach([&](const json::Value& element) {
     const json::Object object = element.AsObject();
-    const auto& [code, name] = list.emplace_back(object.Member("code").Text(), object.Member("name").Text());
-    budget.Require(1, json::HeldBytes(code) + json::HeldBytes(name));
+    list.emplace_back(object.Member("code").Text(budget), object.Member("name").Text(budget));
   });
   return list;
 }

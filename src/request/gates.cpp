@@ -35,9 +35,6 @@ bool IsPlainVersion(std::string_view version) {
   if (version.empty() || version.size() > kLongest) {
     return false;
   }
-  if (version.front() == ' ' || version.back() == ' ') {
-    return false;
-  }
   const bool clean = std::all_of(version.begin(), version.end(), [&](char character) {
     return character >= ' ' && character <= '~' && kForbidden.find(character) == std::string_view::npos;
   });

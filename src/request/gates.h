@@ -11,7 +11,7 @@ namespace request {
 [[nodiscard]] bool IsPlainSymbol(std::wstring_view symbol);
 
 /// True for a package version that is safe in a file name, a URL and a statement: 1 to 64 printable ASCII
-/// characters (no blank at either end), none of `" \ / ? # % &`, and not the name of a column.
+/// characters, blanks included, none of `" \ / ? # % &`, and not the name of a column.
 [[nodiscard]] bool IsPlainVersion(std::string_view version);
 
 }  // namespace request

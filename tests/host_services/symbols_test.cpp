@@ -29,7 +29,8 @@ TEST(CheckSymbol, stocks) {
 }
 
 TEST(CheckSymbol, plates) {
-  for (const wchar_t* symbol : {L"bk0475", L"BK0475", L"bk_hy_12"}) {
+  for (const wchar_t* symbol :
+       {L"bk0475", L"BK0475", L"bk_hy_12", L"bk-1", L"bK 1", L"bk/..", L"bk\u94f6\u884c"}) {
     EXPECT_EQ(CheckSymbol(symbol), stock::kSymbolPlate) << symbol;
   }
 }
@@ -38,7 +39,7 @@ TEST(CheckSymbol, everythingElseIsUnknown) {
   EXPECT_EQ(CheckSymbol(nullptr), stock::kSymbolUnknown);
   for (const wchar_t* symbol :
        {L"", L"s", L"sh", L"sh00001", L"sh0000011", L"sh00000a", L" sh000001", L"sh000001 ", L"bj430047",
-        L"bk", L"bk/..", L"bk 1", L"sh\xff10\xff10\xff10\xff10\xff10\xff11", L"sh-00001", L"../../x",
+        L"bk", L"kb0475", L" bk1", L"b", L"sh\xff10\xff10\xff10\xff10\xff10\xff11", L"sh-00001", L"../../x",
         L"hs000001", L"\u0455h000001"}) {
     EXPECT_EQ(CheckSymbol(symbol), stock::kSymbolUnknown) << symbol;
   }

@@ -140,14 +140,12 @@ using Board = std::vector<StockMarketItem>;
 using BoardReader = request::RecordReader<quotes::kBoardTable>;
 
 struct HeldBoard {
-  Board rows;
-  Board copy;
+  Board rows;  // shared by all who show it
   std::optional<request::CodeIndex<StockMarketItem>> index;
 };
 
 void ReadBoard(const Object& root, HeldBoard& board) {
   board.rows = BoardReader::ReadAll(root.ObjectAt("data").ArrayAt("list"));
-  board.copy = board.rows;
   board.index.emplace(board.rows);
 }
 

@@ -51,17 +51,30 @@ inline std::string Same(const request::json::Array& ours, const QJsonArray& qt) 
   return difference;
 }
 
+/// A key as Qt has it: by itself it would lose a byte-order mark in front.
+inline QString NameOf(std::string_view key) {
+  return QString::fromStdWString(L"x" + request::json::WideKey(key)).mid(1);
+}
+
 inline std::string Same(const request::json::Object& ours, const QJsonObject& qt) {
   std::string difference;
-  QStringList keys;
+  auto member = qt.begin();
   ours.ForEach([&](std::string_view key, const request::json::Value& value) {
-    const QString name = QString::fromStdWString(request::json::WideKey(key));
-    keys.append(name);
-    const std::string below = Same(value, qt.value(name));
-    if (difference.empty() && !below.empty()) difference = "." + std::string(key) + below;
+    if (!difference.empty()) return;
+    const QString name = NameOf(key);
+    if (member == qt.end() || member.key() != name) {
+      difference = "other keys, or in another order";
+      return;
+    }
+    const std::string below = Same(value, member.value());
+    if (!below.empty()) {
+      difference = "." + std::string(key) + below;
+    } else if (ours.Member(key).IsUndefined() != qt.value(name).isUndefined()) {
+      difference = "." + std::string(key) + " is found by one only";
+    }
+    ++member;
   });
-  if (!difference.empty()) return difference;
-  return keys == qt.keys() ? std::string() : "other keys, or in another order";
+  return difference.empty() && member != qt.end() ? "fewer keys" : difference;
 }
 
 inline std::string Same(const request::json::Value& ours, const QJsonValue& qt) {

@@ -3,13 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "answers.h"
 #include "frame/gate.h"
+#include "frame/stoppable_wait.h"
+#include "scripted_ticks.h"
 
 namespace {
 
@@ -143,6 +147,47 @@ TEST_F(LegalHolidays, areMissingUntilAGoodAnswerOfThatYear) {
   EXPECT_EQ(host.RequestCount(), 5U) << "each year is remembered";
 }
 
+// A start asked twice: once by itself, and again when its loads were done and the calendar was not.
+TEST_F(LegalHolidays, areNotMissingWhileTheyAreBeingAskedFor) {
+  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
+  host.Expect(Script(answers::kHolidayPath).Times(3));
+  holidays.Ask();
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 1U);
+  holidays.Ask();
+  EXPECT_EQ(host.RequestCount(), 2U) << "a start always asks";
+  host.Complete(0, Answer::Body(""));
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 2U) << "the other one is on its way still";
+  host.Complete(1, Answer::Failed());
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 3U);
+}
+
+TEST_F(LegalHolidays, ofAnotherYearAreMissingAllTheSame) {
+  host.SetTime(20241231, 23, 59, 59);
+  host.Expect(Script(answers::kHolidayPath).With({{"date", "2024"}}));
+  host.Expect(Script(answers::kHolidayPath).With({{"date", "2025"}}));
+  holidays.AskIfMissing();
+  host.SetTime(20250101, 0, 0, 1);
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 2U);
+}
+
+TEST_F(LegalHolidays, areMissingAfterARequestThatWasNotSent) {
+  host.SignNothing(true);
+  holidays.AskIfMissing();
+  host.SignNothing(false);
+  host.Expect(Script(answers::kHolidayPath).Inline([](const Request&) -> Answer {
+    throw std::runtime_error("no socket");
+  }));
+  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
+  holidays.AskIfMissing();
+  host.Expect(Script(answers::kHolidayPath).Held());
+  holidays.AskIfMissing();
+  EXPECT_EQ(host.RequestCount(), 2U);
+}
+
 TEST_F(LegalHolidays, areThereWhenTheListIsEmpty) {
   AskForList("[]");
   holidays.AskIfMissing();
@@ -156,6 +201,52 @@ TEST_F(LegalHolidays, logAHostThatThrows) {
   }));
   holidays.Ask();
   EXPECT_TRUE(host.HolidayCalls().empty());
+}
+
+// The calendar was given its list under a lock that a request takes: one that calls back stood still for
+// good.
+TEST_F(LegalHolidays, reachACalendarThatCallsBack) {
+  host.Allow(Script(answers::kHolidayPath).Inline(Answer::Body(answers::kHolidays)));
+  int calls = 0;
+  host.OnHolidays([&] {
+    if (++calls == 1) {
+      holidays.Ask();
+    }
+  });
+  holidays.Ask();
+  EXPECT_EQ(host.HolidayCalls().size(), 2U);
+}
+
+// Who waits for a phase waited by a calendar that did not know the year.
+TEST_F(LegalHolidays, endWaitsForAPhaseWhenTheirYearIsLearned) {
+  const ScriptedSteady steady;
+  frame::StoppableWait wait;
+  const std::size_t before = host.ClockLooks();
+  std::thread waiting([&] { EXPECT_TRUE(wait.Planned(7200)); });
+  while (host.ClockLooks() < before + 2) {  // it is planned, and not over
+    std::this_thread::yield();
+  }
+  Ask(Answer::Body(answers::kHolidays));
+  waiting.join();
+}
+
+// Of lists that come while the calendar is given one, the newest is the last.
+TEST_F(LegalHolidays, reachTheCalendarOneAfterTheOther) {
+  host.Expect(Script(answers::kHolidayPath).Times(3));
+  for (int request = 0; request < 3; ++request) {
+    holidays.Ask();
+  }
+  int calls = 0;
+  host.OnHolidays([&] {
+    if (++calls == 1) {
+      host.Complete(2, Answer::Body(R"({"data":{"list":["20240501"]}})"));
+      host.Complete(1, Answer::Body(R"({"data":{"list":["20241001"]}})"));
+      EXPECT_EQ(host.HolidayCalls().size(), 1U) << "the first list is not taken yet";
+    }
+  });
+  host.Complete(0, Answer::Body(R"({"data":{"list":["20240101"]}})"));
+  ASSERT_EQ(host.HolidayCalls().size(), 2U);
+  EXPECT_EQ(host.HolidayCalls()[1].days, (std::vector<unsigned long>{20240501}));
 }
 
 TEST_F(LegalHolidays, areDroppedAfterTheEndOfTheService) {

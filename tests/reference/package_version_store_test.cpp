@@ -109,8 +109,9 @@ TEST_F(VersionStore, keepsExtremes) {
 
 TEST_F(VersionStore, keepsVersionsThatLookLikeSql) {
   PackageVersionStore store(kSymbol);
-  for (const wchar_t* const version : {L"a'b", L"1; drop table kline_pkg_info; --", L"null", L"(select 1)",
-                                       L"true", L"current_timestamp", L"kline_pkg_info", L"a b"}) {
+  for (const wchar_t* const version :
+       {L"a'b", L"1; drop table kline_pkg_info; --", L"null", L"(select 1)", L"true", L"current_timestamp",
+        L"kline_pkg_info", L"a b", L" 20240315", L" ", L"id "}) {
     store.Set(kDay, {version, 1});
     EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{version, 1}));
   }
@@ -243,37 +244,47 @@ TEST_F(VersionStore, findsDamageWhereThereIsNoTableYet) {
   EXPECT_TRUE(PackageVersionStore(kSymbol).IsOpen());
 }
 
-TEST_F(VersionStore, replacesATableOfAnotherShape) {
-  Run("create table kline_pkg_info (id int primary key not null, edition char(20) not null, count int not "
-      "null)");
-  EXPECT_FALSE(PackageVersionStore(kSymbol).IsOpen());
-  PackageVersionStore(kSymbol).Set(kDay, {L"1", 1});
-  EXPECT_EQ(Stored(kDay), (KLineMetaInfo{L"1", 1}));
+// The whole file was deleted, and with it whatever else it held.
+TEST_F(VersionStore, replacesATableThatLacksAColumnAndNothingElse) {
+  const std::string table = "create table kline_pkg_info ";
+  for (const std::string& schema :
+       {table + "(id int primary key not null, edition char(20) not null, count int not null)",
+        table + "(id int primary key not null, version char(20) not null)",
+        table + "(count int not null, version char(20) not null, id int primary key not null)",
+        std::string("create view kline_pkg_info as select 257 as id, '7' as version, 7 as count")}) {
+    std::filesystem::remove_all(Directory());
+    Run("create table other as select 4711 as x");
+    Run(schema);
+    PackageVersionStore store(kSymbol);
+    EXPECT_TRUE(store.IsOpen()) << schema;
+    store.Set(kDay, {L"1", 1});
+    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"1", 1})) << schema;
+    EXPECT_EQ(Run("select x from other"), "4711") << schema;
+  }
 }
 
-// Each of these could be read, but would never take a row.
-TEST_F(VersionStore, replacesATableThatRefusesEveryRow) {
+// A store that could be read was deleted for what it has besides.
+TEST_F(VersionStore, keepsATableThatCanBeReadWhateverElseItHas) {
   const std::string table = "create table kline_pkg_info ";
   const std::string usual =
       table + "(id int primary key not null, version char(20) not null, count int not null)";
+  const std::string row = "insert into kline_pkg_info values(257, '7', 8)";
   const std::vector<std::vector<std::string>> schemas = {
-      {table + "(id int primary key not null, version char(20) not null, count int not null, more int)"},
-      {table + "(count int not null, version char(20) not null, id int primary key not null)"},
-      {usual, "create trigger no before insert on kline_pkg_info begin select raise(abort, 'no'); end"},
-      {usual, "create unique index one on KLINE_pkg_info (count)"},
-      {"create table t (id int)",
-       "create view kline_pkg_info as select id, id as version, id as count from t"}};
+      {table + "(id int primary key not null, version char(20) not null, count int not null, more int)",
+       "insert into kline_pkg_info values(257, '7', 8, 9)"},
+      {"create table KLINE_PKG_INFO (ID int, Version text, COUNT int)", row},
+      {usual, row, "create trigger no before insert on kline_pkg_info begin select raise(abort, 'no'); end"},
+      {usual, row, "create unique index one on kline_pkg_info (count)"}};
   for (const auto& schema : schemas) {
     std::filesystem::remove_all(Directory());
     for (const std::string& statement : schema) {
       Run(statement);
     }
-    EXPECT_FALSE(PackageVersionStore(kSymbol).IsOpen()) << schema.back();
     PackageVersionStore store(kSymbol);
-    store.Set(kDay, {L"1", 1});
-    store.Set(kWeek, {L"2", 1});
-    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"1", 1})) << schema.back();
-    EXPECT_EQ(store.Get(kWeek), (KLineMetaInfo{L"2", 1})) << schema.back();
+    EXPECT_TRUE(store.IsOpen()) << schema.back();
+    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"7", 8})) << schema.back();
+    store.Set(kDay, {L"8", 9});
+    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"8", 9})) << schema.back();
   }
 }
 

@@ -101,6 +101,30 @@ TEST_F(StockCommonStart, doesNotNeedTheCalendar) {
   EXPECT_EQ(outcomes, std::vector<bool>{true}) << "it is asked for once more after the loads, and later";
 }
 
+TEST_F(StockCommonStart, asksForTheCalendarOnceWhileTheAnswerIsOnItsWay) {
+  answers::Allow(host, answers::kHolidayPath);
+  host.Expect(Script(answers::kHolidayPath).Held());
+  Init();
+  host.RunTasks();
+  EXPECT_EQ(outcomes, std::vector<bool>{true});
+  EXPECT_EQ(host.RequestsTo(answers::kHolidayPath).size(), 1U);
+}
+
+// It stood still for good.
+TEST_F(StockCommonStart, mayBeCalledByTheCalendar) {
+  answers::Allow(host);
+  int calls = 0;
+  host.OnHolidays([&] {
+    if (++calls == 1) {
+      Init();
+    }
+  });
+  Init();
+  host.RunTasks();
+  EXPECT_EQ(outcomes, std::vector<bool>{true}) << "of two starts at once one loads";
+  EXPECT_EQ(host.HolidayCalls().size(), 2U);
+}
+
 TEST_F(StockCommonStart, asksForTheServersYearWhenItFailsToo) {
   for (const bool learns : {true, false}) {
     service = std::make_unique<reference::CStockCommon>();

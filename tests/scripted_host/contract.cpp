@@ -102,11 +102,16 @@ bool ForceRemoveFile(const wchar_t* path) {
 void LegalHoliday::SetHolidays(int year, const std::vector<unsigned long>& days) {
   const auto live = Live();
   if (live == nullptr) return;
-  const std::lock_guard<std::mutex> lock(live->mutex);
-  std::set<std::uint32_t>& of_year = live->holidays[year];
-  of_year.clear();
-  for (const unsigned long day : days) of_year.insert(static_cast<std::uint32_t>(day));
-  live->holiday_calls.push_back({year, days});
+  std::function<void()> step;
+  {
+    const std::lock_guard<std::mutex> lock(live->mutex);
+    std::set<std::uint32_t>& of_year = live->holidays[year];
+    of_year.clear();
+    for (const unsigned long day : days) of_year.insert(static_cast<std::uint32_t>(day));
+    live->holiday_calls.push_back({year, days});
+    step = live->on_holidays;
+  }
+  if (step) step();
 }
 
 }  // namespace common

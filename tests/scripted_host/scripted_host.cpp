@@ -132,6 +132,11 @@ bool ScriptedHost::AwaitSpanCalls(std::size_t count) {
       std::to_string(count) + " questions for the span to the next phase");
 }
 
+void ScriptedHost::OnHolidays(std::function<void()> step) {
+  const std::lock_guard<std::mutex> lock(state_->mutex);
+  state_->on_holidays = std::move(step);
+}
+
 std::vector<HolidayCall> ScriptedHost::HolidayCalls() const {
   const std::lock_guard<std::mutex> lock(state_->mutex);
   return state_->holiday_calls;

@@ -195,6 +195,8 @@ class ScriptedHost {
   /// sleeps.
   bool AwaitSpanCalls(std::size_t count);
   std::vector<HolidayCall> HolidayCalls() const;
+  /// From now on `SetHolidays` runs this before it returns, as a calendar that calls back does.
+  void OnHolidays(std::function<void()> step);
 
   // --- requests
   // -----------------------------------------------------------------------------------------------

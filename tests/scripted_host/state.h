@@ -110,6 +110,7 @@ class ScriptedHost::State {
   std::vector<std::uint32_t> span_calls;
   std::map<int, std::set<std::uint32_t>> holidays;
   std::vector<HolidayCall> holiday_calls;
+  std::function<void()> on_holidays;
 
   [[nodiscard]] std::size_t RequestCount() const { return forgotten + requests.size(); }
 

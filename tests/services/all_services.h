@@ -103,6 +103,7 @@ class AllServices {
 
   ScriptedHost host;
   ScriptedTicks ticks;
+  ScriptedSteady steady;  // no service asks by itself while a view is shown, however busy the machine is
 
  private:
   const bool has_watch_list_ = [this] {

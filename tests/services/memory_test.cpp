@@ -6,6 +6,7 @@
 #include <functional>
 #include <list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "c_stock_market.h"
@@ -27,7 +28,11 @@ struct Counter final : IUpdate1<Data> {
 std::string Filled(const std::string& head, const std::function<std::string(int)>& row,
                    const std::string& tail) {
   std::string text = head;
-  for (int number = 0; text.size() + tail.size() + 64 < kAnswer; ++number) text += row(number);
+  for (int number = 0;; ++number) {
+    const std::string next = row(number);
+    if (text.size() + next.size() + tail.size() > kAnswer) break;
+    text += next;
+  }
   return text + tail;
 }
 
@@ -50,6 +55,7 @@ class Memory : public ::testing::Test {
 
   ScriptedHost host;
   ScriptedTicks ticks;
+  ScriptedSteady steady;  // no polling thread asks by itself, however long a test takes
 };
 
 TEST_F(Memory, ofShortLivedViewsEndsWithTheNextStore) {
@@ -192,6 +198,154 @@ TEST_F(Memory, ofRowsWithoutAnythingStaysWithinOneAnswersMeasure) {
     DestroyStockMarket();
     EXPECT_LT(held - std::min(held, memory::Held()), 64 * kMebibyte);
   }
+}
+
+// What is asked for when the lists are looked up, and how large an answer's list became.
+struct ListCase {
+  const char* path;
+  std::function<std::size_t()> read;
+};
+const ListCase kStocks = {"/pc/rt/get_basic_info", [] { return GetStockCommon()->GetStockList(0).size(); }};
+const ListCase kPlates = {"/pc/rt/get_bk_list", [] { return GetStockCommon()->GetPlateList(0).size(); }};
+const ListCase kIndices = {"/pc/rt/stock_index_list",
+                           [] { return GetStockCommon()->GetIndexList(0).size(); }};
+const ListCase kPlatesOfStock = {"/pc/rt/stock_in_bk", [] {
+                                   std::vector<std::pair<std::wstring, std::wstring>> plates;
+                                   GetStockCommon()->GetPlatesOfStock(L"sh600000", plates);
+                                   return plates.size();
+                                 }};
+
+// The lists took as much as the server liked: 872 MiB for eight.
+TEST_F(Memory, ofReferenceListsStaysWithinOneAnswersMeasure) {
+  const std::string text(kAnswer - 64 * 1024, 'x');
+  struct Case {
+    const ListCase& list;
+    std::string front, row, back;
+  };
+  const Case cases[] = {
+      {kStocks, R"({"sh":[)", "0,", "0]}"},
+      {kStocks, R"({"sh":[)", R"({"b":"GEM"},)", "0]}"},
+      {kStocks, R"({"sh":[)", R"({"c":"abcdefgh"},)", "0]}"},
+      {kStocks, R"({"sz":[)", R"({"c":"abcdefgh","b":"SME"},)", "0]}"},
+      {kStocks, R"({"sh":[{"c":")", text, R"("}]})"},
+      {kStocks, R"({"sh":[{"b":")", text, R"("}]})"},
+      {kPlates, R"({"bk_lists":[)", R"({"t":1},)", "0]}"},
+      {kPlates, R"({"bk_lists":[)", R"({"t":3,"n":"abcdefgh"},)", "0]}"},
+      {kIndices, R"({"data":{"sh":[)", "0,", "0]}}"},
+      {kPlatesOfStock, R"({"data":{"sh600000":[)", "0,", "0]}}"},
+      {kPlatesOfStock, R"({"data":{"sh600000":[)", R"(["abcdefgh","abcdefgh"],)", "0]}}"},
+      {kPlatesOfStock, R"({"data":{)", R"("sh600000":0,)", R"("sh600000":[[]]}})"},
+      {kPlatesOfStock, R"({"data":{"sh600000":[[")", text, R"("]]}})"},
+  };
+  for (const Case& hostile : cases) {
+    SCOPED_TRACE(hostile.list.path + (" " + hostile.front) + hostile.row.substr(0, 40));
+    GetStockCommon();
+    {
+      const std::string body = Filled(
+                                   hostile.front, [&](int) { return hostile.row; }, hostile.back)
+                                   .substr(0, kAnswer);
+      host.Expect(Script(hostile.list.path).Inline(Answer::Body(body)));
+    }
+    const Taken taken = By([&] { hostile.list.read(); });
+    EXPECT_LT(taken.peak, 96 * kMebibyte) << taken.peak / kMebibyte << " MiB";
+    host.ForgetRequests();
+    DestroyStockMarket();
+  }
+}
+
+TEST_F(Memory, isMoreThanEnoughForTheListsOfARealMarket) {
+  constexpr int kStockCount = 6000, kPlateCount = 1000, kPlatesOfEach = 20;
+  const auto rows = [](int count, const std::function<std::string(int)>& row) {
+    std::string text;
+    for (int number = 0; number < count; ++number) text += (number == 0 ? "" : ",") + row(number);
+    return text;
+  };
+  const std::string names = R"("n":"股票名称","py":"GPMC")";
+  const auto digits = [](int number) { return std::to_string(100'000 + number); };
+  const std::string stocks =
+      R"({"sh":[)" +
+      rows(kStockCount, [&](int n) { return R"({"c":"sh)" + digits(n) + R"(","b":"GEM",)" + names + "}"; }) +
+      "]}";
+  const std::string plates =
+      R"({"bk_lists":[)" +
+      rows(kPlateCount, [&](int n) { return R"({"bk":"bk)" + digits(n) + R"(","t":1,)" + names + "}"; }) +
+      "]}";
+  const std::string of_each =
+      "[" + rows(kPlatesOfEach, [&](int n) { return R"(["bk)" + digits(n) + R"(","行业板块"])"; }) + "]";
+  const std::string of_stocks =
+      R"({"data":{)" +
+      rows(kStockCount, [&](int n) { return R"("sh)" + digits(500'000 + n) + "\":" + of_each; }) + "}}";
+  host.Expect(Script(kStocks.path).Inline(Answer::Body(stocks)));
+  host.Expect(Script(kPlates.path).Inline(Answer::Body(plates)));
+  host.Expect(Script(kPlatesOfStock.path).Inline(Answer::Body(of_stocks)));
+  EXPECT_EQ(kStocks.read(), 6000U);
+  EXPECT_EQ(GetStockCommon()->GetStockList(4).size(), 6000U);
+  EXPECT_EQ(kPlates.read(), 1000U);
+  EXPECT_EQ(kPlatesOfStock.read(), 20U);
+}
+
+// A board of many small rows failed although it takes far less than an answer may.
+TEST_F(Memory, ofManySmallRowsIsTaken) {
+  constexpr std::size_t kRows = 45'000;
+  std::string body = R"({"data":[)";
+  for (std::size_t row = 0; row < kRows; ++row)
+    body += std::string(row == 0 ? "" : ",") + R"({"code":"sh600000"})";
+  body += "]}";
+  struct Board final : IUpdate1<std::vector<StockMarketItem>> {
+    void Update(const std::vector<StockMarketItem>& data) override { rows = data.size(); }
+    std::size_t rows = 0;
+  } board;
+  IStockMarket* const service = GetStockMarket();
+  service->Attach(&board);
+  service->SetTarget(&board, StockRangeRankingTarget{1, 4, 2, 0, 20});
+  host.Expect(Script("/pc/rt/get").Inline(Answer::Body(body)));
+  const Taken taken = By([&] { service->Resume(&board, true); });
+  EXPECT_EQ(board.rows, kRows);
+  EXPECT_LT(taken.peak, 96 * kMebibyte);
+  service->Detach(&board);
+}
+
+// Rows take all that they may, and then a text comes that takes the most.
+TEST_F(Memory, ofATextBehindManyRowsIsJudgedBeforeItIsTaken) {
+  for (int rows = 10'000; rows < 100'000; rows += 5'000) {
+    SCOPED_TRACE(rows);
+    std::string body = R"({"data":[)";
+    for (int row = 0; row < rows; ++row) body += "0,";
+    for (const char* const key : {"{\"status\":\"", "\",\"name\":\""}) {
+      body += key + std::string((kAnswer - 300'000) / 2, 'x');
+    }
+    body += "\"}]}";
+    host.AllowLine(L"StockMarket::FetchStockMarkets Failed.");
+    host.Expect(Script("/pc/rt/get").Inline(Answer::Body(std::move(body))));
+    const Taken taken = By([] {
+      ReadHostile<std::vector<StockMarketItem>>(GetStockMarket(), StockRangeRankingTarget{1, 4, 2, 0, 20});
+    });
+    EXPECT_LT(taken.peak, 96 * kMebibyte) << taken.peak / kMebibyte << " MiB";
+    host.ForgetRequests();
+    DestroyStockMarket();
+  }
+}
+
+// Each order was a copy, of which the texts did not count.
+TEST_F(Memory, ofLongTextsInManyOrdersIsLimited) {
+  std::string body =
+      R"({"data":{"list":[{"code":"sh600000","name":")" + std::string(5'000'000, 'x') + "\"}]}}";
+  host.AllowLine(L"OptionalStockMarket::FetchStockMarkets Failed.");
+  host.Allow(Script("/pc/rt/stock_in_bk").Inline(Answer::Failed()));
+  host.Expect(Script("/pc/rt/stock_detail_list").Inline(Answer::Body(std::move(body))));
+  IOptionalStockMarket* const service = GetOptionalStockMarket();
+  std::vector<Counter<std::vector<OptionalMarketItem>>> views(15);
+  const Taken taken = By([&] {
+    std::uint32_t column = 3;
+    for (auto& view : views) {
+      service->Attach(&view);
+      service->SetTarget(&view, SortingTarget{column++, 1});
+      service->Resume(&view, false);
+    }
+    service->Refresh();
+  });
+  EXPECT_LT(taken.peak, 96 * kMebibyte) << taken.peak / kMebibyte << " MiB";
+  for (auto& view : views) service->Detach(&view);
 }
 
 }  // namespace

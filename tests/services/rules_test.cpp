@@ -177,16 +177,15 @@ TEST(ViewsOfToday, areGivenTheLastCurveAndANewOneAfterMidnight) {
 // On a line that is slower than the interval each answer was old when it came.
 TEST(StocksOfAPlate, areShownOnASlowLine) {
   AllServices all;
-  ScriptedSteady steady;
   all.host.Allow(Script("/pc/rt/get_bk_zone_list").Held());
   const auto asked = [&all] { return all.host.RequestsTo("/pc/rt/get_bk_zone_list").size(); };
   all.plate_stocks.While([&] {
     IPlateStockMarket* const service = all.plate_stocks.service.get();
     auto& polled = dynamic_cast<frame::PolledSubject<IPlateStockMarket>&>(*service);
     polled.PollOnce();
-    steady.Advance(3000);
+    all.steady.Advance(3000);
     polled.PollOnce();
-    steady.Advance(3000);
+    all.steady.Advance(3000);
     polled.PollOnce();
     EXPECT_EQ(asked(), 1U) << "rounds are left out while the answer is on its way";
     all.host.Complete(0, Answer::Body(R"({"total_num":7,"data":[]})"));
@@ -196,10 +195,10 @@ TEST(StocksOfAPlate, areShownOnASlowLine) {
     service->Refresh();
     service->OnTimer();
     EXPECT_EQ(asked(), 4U) << "who asks is asked for";
-    steady.Advance(10'000);
+    all.steady.Advance(10'000);
     polled.PollOnce();
     EXPECT_EQ(asked(), 4U);
-    steady.Advance(1);
+    all.steady.Advance(1);
     polled.PollOnce();
     EXPECT_EQ(asked(), 5U) << "for ten seconds at most";
   });
