@@ -1,4 +1,5 @@
-// What a command of csm is. A new one is a pair of files in commands/ and one line in command_table.cpp.
+// What a command of csm is. A new one is an entry in commands/show_commands.cpp, or a file in commands/, a
+// line in commands.h there and one in command_table.cpp.
 #pragma once
 
 #include <cstddef>
@@ -36,7 +37,7 @@ struct Form {
   std::vector<Command> commands;  ///< one of them has to follow
   /// Called when all options have been read. Each throws UsageError when they do not go together.
   std::vector<std::function<void()>> checks;
-  /// Gets what stands behind the options, a command line of its own, and the names of the options that were
+  /// Gets what follows the options, a whole command line, and the names of the options that were
   /// given. Throws UsageError, too.
   std::function<void(const std::vector<std::string>& rest, const std::vector<std::string>& given)> take_rest;
 

@@ -2,12 +2,8 @@
 #include <iterator>
 
 #include "cli/command.h"
-#include "cli/commands/doctor.h"
-#include "cli/commands/manual.h"
-#include "cli/commands/record.h"
-#include "cli/commands/serve.h"
+#include "cli/commands/commands.h"
 #include "cli/commands/show_commands.h"
-#include "cli/commands/watchlist.h"
 
 namespace cli {
 

@@ -1,24 +1,46 @@
-// Panes of one chart each. How a chart is drawn is charts/'s matter. Main thread only.
+// Panes of one view and one picture of it. How a picture is drawn is charts/'s matter. Main thread only.
 #pragma once
+
+#include <memory>
+#include <utility>
 
 #include "cli/views/market_views.h"
 #include "cli/views/security_views.h"
-#include "desktop/charts/breadth_charts.h"
-#include "desktop/charts/candle_chart.h"
-#include "desktop/charts/flow_bars.h"
 #include "desktop/charts/minute_chart.h"
 #include "desktop/pane.h"
 
 namespace desktop {
 
-/// Those of the theme in force.
-[[nodiscard]] ChartColours ColoursOfCharts();
+/// Whatever `fill` puts into a picture once the view has something.
+template <class Picture, class View>
+class PicturePane final : public Pane {
+ public:
+  using Fill = void (*)(Picture& picture, const View& view);
+
+  PicturePane(Desk& desk, const QString& id, std::unique_ptr<View> view, Fill fill)
+      : Pane(desk, id), view_(Add(std::move(view))), fill_(fill), picture_(new Picture) {
+    for (const cli::Knob knob : view_.Knobs()) {
+      AddKnob(knob);
+    }
+    SetBody(picture_);
+  }
+
+ private:
+  void Draw() override {
+    if (view_.has_data()) {
+      fill_(*picture_, view_);
+    }
+  }
+
+  View& view_;
+  const Fill fill_;
+  Picture* const picture_;
+};
 
 /// The minutes of the day or of the last days, with the market's events as marks.
 class MinutePane final : public Pane {
  public:
   MinutePane(Desk& desk, const QString& id);
-  [[nodiscard]] MinuteChart& chart() { return *chart_; }
 
  private:
   void Draw() override;
@@ -30,53 +52,6 @@ class MinutePane final : public Pane {
   cli::EventsView& events_;
   QComboBox* const days_;
   MinuteChart* const chart_;
-};
-
-class CandlePane final : public Pane {
- public:
-  CandlePane(Desk& desk, const QString& id);
-  [[nodiscard]] CandleChart& chart() { return *chart_; }
-
- private:
-  void Draw() override;
-
-  cli::KLineView& candles_;
-  CandleChart* const chart_;
-};
-
-class FlowPane final : public Pane {
- public:
-  FlowPane(Desk& desk, const QString& id);
-
- private:
-  void Draw() override;
-
-  cli::FlowView& flows_;
-  FlowBars* const bars_;
-};
-
-/// Stocks up and down, or their average change, minute by minute.
-class CurvePane final : public Pane {
- public:
-  enum class Of { kStrength, kEffect };
-  CurvePane(Desk& desk, const QString& id, Of of);
-
- private:
-  void Draw() override;
-
-  const Of of_;
-  SessionChart* const chart_;
-};
-
-class DistributionPane final : public Pane {
- public:
-  DistributionPane(Desk& desk, const QString& id);
-
- private:
-  void Draw() override;
-
-  cli::DistributionView& spread_;
-  DistributionChart* const chart_;
 };
 
 }  // namespace desktop

@@ -62,6 +62,7 @@ Desk::Desk(const Options& options)
     for (Pane* const pane : panes_) {
       pane->ShowState();
     }
+    SelectSomething();
     Q_EMIT ticked();
   });
   ticks_.start(kTick);
@@ -81,6 +82,7 @@ Desk::~Desk() {
 void Desk::LoadReference() {
   IStockCommon& reference = cli::Made(GetStockCommon(), "stock_common");
   cli::LoadReferenceData(thread_, reference, cli::Needs::kLists, [this, &reference](bool loaded) {
+    is_loading_ = false;
     if (!loaded) {
       why_no_lists_ = Text(cli::NotLoadedText(*session_));
       Tell(why_no_lists_);
@@ -107,6 +109,18 @@ void Desk::StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>
   steps_ = std::move(list);
   if (current_.code.empty()) {
     selection_->StepThrough(steps_());
+  }
+}
+
+// Where no list in sight has selected its first row it is the first stock of all.
+void Desk::SelectSomething() {
+  const bool waiting = std::any_of(panes_.begin(), panes_.end(),
+                                   [](const Pane* pane) { return pane->seen() && !pane->IsSettled(); });
+  if (lists_ != nullptr && current_.code.empty() && !waiting) {
+    const std::vector<BaseInfoItem> stocks = cli::Made(GetStockCommon(), "stock_common").GetStockList(1);
+    if (!stocks.empty()) {
+      Select(cli::SecurityOf(stocks.front().code, stocks.front().name));
+    }
   }
 }
 

@@ -39,12 +39,16 @@ class Desk final : public QObject {
   /// The lists of securities; null until they are loaded.
   [[nodiscard]] const cli::SecurityLists* lists() const { return lists_.get(); }
   [[nodiscard]] const QString& why_no_lists() const { return why_no_lists_; }
+  /// Until they are there, or the first tries have failed.
+  [[nodiscard]] bool is_loading() const { return is_loading_; }
 
   [[nodiscard]] const cli::Security& current() const { return current_; }
   void Select(const cli::Security& security) { selection_->Select(security); }
   /// Page Up and Page Down step through what `list` gives from now on, for as long as `pane` lives.
   void StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list);
   void Step(int direction);
+  /// The first row of a list that is shown, for what has nothing to show else.
+  void Suggest(const cli::Security& security) { Q_EMIT suggested(security); }
   /// Says something in the status bars.
   void Tell(const QString& text) { Q_EMIT told(text); }
 
@@ -68,6 +72,7 @@ class Desk final : public QObject {
 
  Q_SIGNALS:
   void selected();
+  void suggested(const cli::Security& security);
   void told(const QString& text);
   void listsLoaded();
   void themeChanged();
@@ -77,6 +82,7 @@ class Desk final : public QObject {
  private:
   bool eventFilter(QObject* watched, QEvent* event) override;
   void LoadReference();
+  void SelectSomething();
   void OnInterval();
 
   const Options options_;
@@ -88,6 +94,7 @@ class Desk final : public QObject {
   std::unique_ptr<cli::Selection> selection_;
   std::unique_ptr<cli::SecurityLists> lists_;
   QString why_no_lists_;
+  bool is_loading_ = true;
   cli::Security current_;
   std::vector<Pane*> panes_;
   const Pane* steps_in_ = nullptr;

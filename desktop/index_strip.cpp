@@ -122,12 +122,11 @@ QString IndexStrip::Figures() const {
 QString IndexStrip::Note() const {
   const QString caption = Shown(phase_.Caption());
   const QString phase = Text(cli::PhaseName(cli::CurrentPhase()));
-  return Word("%1 %2", "%1")
-      .arg(caption.isEmpty() ? phase : caption)
-      .arg(caption.isEmpty() ? QString() : phase);
+  return caption.isEmpty() ? phase : caption + Word(qPrintable(QLatin1Char(' ') + phase), "");
 }
 
 void IndexStrip::Draw() {
+  bar_->setAccessibleName(Note());
   bar_->setAccessibleDescription(Figures());
   bar_->update();
 }

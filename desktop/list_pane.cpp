@@ -26,6 +26,24 @@ constexpr std::string_view kRowNumber = "row";
 
 const QString kHeaderKey = QStringLiteral("/header");
 
+// Arrow keys select as they go. A row that becomes the current one otherwise, because the list gets the focus
+// or loses rows, is nobody's choice.
+class Rows final : public QTableView {
+ public:
+  explicit Rows(std::function<void(int row)> moved) : moved_(std::move(moved)) {}
+
+ private:
+  void keyPressEvent(QKeyEvent* event) override {
+    const QModelIndex before = currentIndex();
+    QTableView::keyPressEvent(event);
+    if (currentIndex().isValid() && currentIndex() != before) {
+      moved_(currentIndex().row());
+    }
+  }
+
+  const std::function<void(int row)> moved_;
+};
+
 }  // namespace
 
 ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> shown, ListTraits traits)
@@ -33,7 +51,7 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
       traits_(traits),
       pages_(dynamic_cast<cli::PagedList*>(shown.get())),
       table_(new ViewTable(this)),
-      list_(new QTableView),
+      list_(new Rows([this](int row) { OnRow(row); })),
       painter_(new CellPainter(this)) {
   Add(std::move(shown));
   for (const cli::Knob knob : {cli::Knob::kGroup, cli::Knob::kSpan}) {
@@ -72,16 +90,14 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
   connect(list_->verticalScrollBar(), &QScrollBar::valueChanged, &sight_, qOverload<>(&QTimer::start));
   connect(list_->verticalScrollBar(), &QScrollBar::rangeChanged, &sight_, qOverload<>(&QTimer::start));
   connect(list_, &QTableView::clicked, this, [this](const QModelIndex& index) { OnRow(index.row()); });
-  connect(list_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
-          [this](const QModelIndex& index) {
-            // Arrow keys select as they go.
-            if (list_->hasFocus() && index.isValid()) {
-              OnRow(index.row());
-            }
-          });
   connect(list_, &QTableView::customContextMenuRequested, this, &ListPane::OnMenu);
   connect(table_, &QAbstractItemModel::modelReset, this, [this] { was_reset_ = true; });
   connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
+  connect(&desk, &Desk::suggested, this, [this](const cli::Security& security) {
+    if (!view().WhyNothingToAsk().empty() && pinned().code.empty()) {
+      view().Select(security);
+    }
+  });
 }
 
 // --- Columns
@@ -244,8 +260,11 @@ void ListPane::Draw() {
     FitColumns();
   }
   MarkCurrent(false);
-  if (seen() && traits_.steps && (pinned().code.empty())) {
+  if (seen() && traits_.steps && pinned().code.empty()) {
     StepHere();
+  }
+  if (const auto first = table_->SecurityAt(0); seen() && first) {
+    desk().Suggest(*first);
   }
   sight_.start();
 }

@@ -22,6 +22,7 @@ namespace {
 
 constexpr int kMessageTime = 6000;  // ms
 constexpr QSize kPaneWindow(720, 460);
+constexpr int kMostWindows = 50;  // that are opened again
 
 const QString kGeometry = QStringLiteral("window/geometry");
 const QString kPage = QStringLiteral("window/page");
@@ -95,6 +96,10 @@ MainWindow::MainWindow(Desk& desk)
                          : asked);
   ReopenWindows();
   SayStatus();
+  if (desk_.settings().status() != QSettings::NoError) {
+    Tell(Word("Layout and colours are as at first: %1 cannot be read", "布局与配色已恢复默认：无法读取 %1")
+             .arg(desk_.settings().fileName()));
+  }
   qApp->installEventFilter(this);
 }
 
@@ -259,7 +264,7 @@ void MainWindow::Save() {
 
 void MainWindow::ReopenWindows() {
   QSettings& settings = desk_.settings();
-  const int count = settings.beginReadArray(kWindows);
+  const int count = std::min(settings.beginReadArray(kWindows), kMostWindows);
   struct Kept {
     const PaneKind* kind;
     cli::Security security;

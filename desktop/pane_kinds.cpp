@@ -6,8 +6,11 @@
 #include "cli/format/text.h"
 #include "cli/views/market_views.h"
 #include "desktop/chart_panes.h"
+#include "desktop/charts/breadth_charts.h"
+#include "desktop/charts/candle_chart.h"
+#include "desktop/charts/flow_bars.h"
 #include "desktop/list_pane.h"
-#include "desktop/quote_pane.h"
+#include "desktop/quote_sheet.h"
 
 namespace desktop {
 namespace {
@@ -16,75 +19,86 @@ using MadePane = std::unique_ptr<Pane>;
 
 constexpr std::int32_t kRankedRows = 50;
 
-cli::ListChoice ChoiceOf(cli::Choices columns, int column, int direction = cli::kDescending) {
+cli::ListChoice ByChange(cli::Choices columns, int direction = cli::kDescending) {
   cli::ListChoice choice;
-  choice.order = {columns, column, direction};
+  choice.order = {columns, cli::NumberOf(columns, "change").value_or(columns.front().number), direction};
   return choice;
 }
 
-int NumberIn(cli::Choices columns, std::string_view name) {
-  return cli::NumberOf(columns, name).value_or(columns.front().number);
+template <class Picture, class View>
+MadePane MakePicture(Desk& desk, const QString& id, std::unique_ptr<View> view,
+                     typename PicturePane<Picture, View>::Fill fill) {
+  return std::make_unique<PicturePane<Picture, View>>(desk, id, std::move(view), fill);
 }
 
-template <class Kind>
-MadePane Made(Desk& desk, const QString& id) {
-  return std::make_unique<Kind>(desk, id);
+MadePane MakeQuote(Desk& desk, const QString& id) {
+  return MakePicture<QuoteSheet>(
+      desk, id, std::make_unique<cli::QuoteView>(desk.views()),
+      +[](QuoteSheet& sheet, const cli::QuoteView& view) { sheet.Show(view.newest()->data); });
 }
 
-MadePane MakeBoard(Desk& desk, const QString& id) {
-  const cli::Choices columns = cli::StockColumns();
-  return std::make_unique<ListPane>(
-      desk, id,
-      std::make_unique<cli::BoardView>(desk.views(), ChoiceOf(columns, NumberIn(columns, "change"))),
-      ListTraits{});
+MadePane MakeMinutes(Desk& desk, const QString& id) {
+  return std::make_unique<MinutePane>(desk, id);
+}
+
+MadePane MakeCandles(Desk& desk, const QString& id) {
+  return MakePicture<CandleChart>(
+      desk, id, std::make_unique<cli::KLineView>(desk.views(), cli::kByDay, cli::kUnadjusted, std::nullopt),
+      +[](CandleChart& chart, const cli::KLineView& view) { chart.SetSeries(view.newest()->data); });
+}
+
+MadePane MakeFlows(Desk& desk, const QString& id) {
+  return MakePicture<FlowBars>(
+      desk, id, std::make_unique<cli::FlowView>(desk.views()),
+      +[](FlowBars& bars, const cli::FlowView& view) { bars.SetFlows(view.newest()->data); });
+}
+
+template <class View>
+MadePane MakeCurve(Desk& desk, const QString& id, std::unique_ptr<cli::View> view) {
+  return MakePicture<SessionChart>(
+      desk, id, std::move(view), +[](SessionChart& chart, const cli::View& shown) {
+        chart.SetPicture(static_cast<const View&>(shown).Picture());
+      });
+}
+
+MadePane MakeDistribution(Desk& desk, const QString& id) {
+  return MakePicture<DistributionChart>(
+      desk, id, std::make_unique<cli::DistributionView>(desk.views(), 0),
+      +[](DistributionChart& chart, const cli::DistributionView& view) {
+        chart.SetItem(view.newest()->data, view.Session());
+      });
+}
+
+template <class View>
+MadePane MakeList(Desk& desk, const QString& id, std::unique_ptr<View> view,
+                  ListTraits traits = {.steps = false}) {
+  return std::make_unique<ListPane>(desk, id, std::move(view), traits);
+}
+
+// Of the members it is the plate that was selected last.
+template <class View, cli::Choices (*kColumns)()>
+MadePane MakeStepped(Desk& desk, const QString& id) {
+  return MakeList(desk, id, std::make_unique<View>(desk.views(), ByChange(kColumns())), ListTraits{});
 }
 
 MadePane MakeWatchList(Desk& desk, const QString& id) {
-  return std::make_unique<ListPane>(
-      desk, id, std::make_unique<cli::WatchListView>(desk.views(), ChoiceOf(cli::WatchListColumns(), 0)),
-      ListTraits{.is_watch_list = true});
-}
-
-MadePane MakePlates(Desk& desk, const QString& id) {
-  const cli::Choices columns = cli::PlateColumns();
-  return std::make_unique<ListPane>(
-      desk, id,
-      std::make_unique<cli::PlatesView>(desk.views(), ChoiceOf(columns, NumberIn(columns, "change"))),
-      ListTraits{});
-}
-
-// Of the plate that was selected last.
-MadePane MakeMembers(Desk& desk, const QString& id) {
-  const cli::Choices columns = cli::PlateColumns();
-  return std::make_unique<ListPane>(
-      desk, id,
-      std::make_unique<cli::MembersView>(desk.views(), ChoiceOf(columns, NumberIn(columns, "change"))),
-      ListTraits{});
+  cli::ListChoice own;
+  own.order = {cli::WatchListColumns(), 0, cli::kDescending};
+  return MakeList(desk, id, std::make_unique<cli::WatchListView>(desk.views(), own),
+                  ListTraits{.is_watch_list = true});
 }
 
 template <int kDirection, bool kFiveMinutes>
 MadePane MakeRanking(Desk& desk, const QString& id) {
-  const cli::Choices columns = cli::StockColumns();
-  return std::make_unique<ListPane>(
-      desk, id,
-      std::make_unique<cli::StockRankingView>(desk.views(),
-                                              ChoiceOf(columns, NumberIn(columns, "change"), kDirection),
-                                              kRankedRows, kFiveMinutes),
-      ListTraits{.steps = false});
+  return MakeList(desk, id,
+                  std::make_unique<cli::StockRankingView>(
+                      desk.views(), ByChange(cli::StockColumns(), kDirection), kRankedRows, kFiveMinutes));
 }
 
 MadePane MakePlateRanking(Desk& desk, const QString& id) {
-  const cli::Choices columns = cli::PlateColumns();
-  return std::make_unique<ListPane>(
+  return MakeList(
       desk, id,
-      std::make_unique<cli::PlateRankingView>(desk.views(), ChoiceOf(columns, NumberIn(columns, "change")),
-                                              kRankedRows),
-      ListTraits{.steps = false});
-}
-
-template <class View>
-MadePane MakeList(Desk& desk, const QString& id, std::unique_ptr<View> view) {
-  return std::make_unique<ListPane>(desk, id, std::move(view), ListTraits{.steps = false});
+      std::make_unique<cli::PlateRankingView>(desk.views(), ByChange(cli::PlateColumns()), kRankedRows));
 }
 
 // What needs the lists of securities, until they are there.
@@ -118,15 +132,16 @@ MadePane MakeCalendar(Desk& desk, const QString& id) {
 }
 
 constexpr PaneKind kPanes[] = {
-    {"board", "Board", "行情", false, &MakeBoard},
-    {"quote", "Quote", "盘口", true, &Made<QuotePane>},
-    {"minutes", "Minutes", "分时", true, &Made<MinutePane>},
-    {"candles", "Candles", "K线", true, &Made<CandlePane>},
-    {"flows", "Flows", "资金流向", true, &Made<FlowPane>},
+    {"board", "Board", "行情", false, &MakeStepped<cli::BoardView, &cli::StockColumns>},
+    {"quote", "Quote", "盘口", true, &MakeQuote},
+    {"minutes", "Minutes", "分时", true, &MakeMinutes},
+    {"candles", "Candles", "K线", true, &MakeCandles},
+    {"flows", "Flows", "资金流向", true, &MakeFlows},
     {"plates-of", "Plates of the stock", "所属板块", true, &MakePlatesOf},
     {"watch", "Watch list", "自选股", false, &MakeWatchList},
-    {"plates", "Plates", "板块", false, &MakePlates},
-    {"members", "Stocks of the plate", "板块成份股", false, &MakeMembers},
+    {"plates", "Plates", "板块", false, &MakeStepped<cli::PlatesView, &cli::PlateColumns>},
+    {"members", "Stocks of the plate", "板块成份股", false,
+     &MakeStepped<cli::MembersView, &cli::PlateColumns>},
     {"gainers", "Rises", "涨幅榜", false, &MakeRanking<cli::kDescending, false>},
     {"losers", "Falls", "跌幅榜", false, &MakeRanking<cli::kAscending, false>},
     {"risers-now", "Rises of five minutes", "五分钟涨幅", false, &MakeRanking<cli::kDescending, true>},
@@ -137,14 +152,14 @@ constexpr PaneKind kPanes[] = {
        return MakeList(desk, id, std::make_unique<cli::EventsView>(desk.views(), 0, std::nullopt));
      }},
     {"strength", "Stocks up and down", "涨跌家数", false,
-     [](Desk& desk, const QString& id) -> MadePane {
-       return std::make_unique<CurvePane>(desk, id, CurvePane::Of::kStrength);
+     [](Desk& desk, const QString& id) {
+       return MakeCurve<cli::StrengthView>(desk, id, cli::MakeStrengthView(desk.views(), 0));
      }},
     {"effect", "Money-making effect", "赚钱效应", false,
-     [](Desk& desk, const QString& id) -> MadePane {
-       return std::make_unique<CurvePane>(desk, id, CurvePane::Of::kEffect);
+     [](Desk& desk, const QString& id) {
+       return MakeCurve<cli::EffectView>(desk, id, cli::MakeEffectView(desk.views(), 0));
      }},
-    {"distribution", "Spread of changes", "涨跌分布", false, &Made<DistributionPane>},
+    {"distribution", "Spread of changes", "涨跌分布", false, &MakeDistribution},
     {"margin", "Margin trading", "融资融券", false,
      [](Desk& desk, const QString& id) {
        return MakeList(desk, id, std::make_unique<cli::MarginView>(desk.views(), std::nullopt));

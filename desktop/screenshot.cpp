@@ -22,7 +22,7 @@ struct Waiting {
 };
 
 void Look(Desk& desk, MainWindow& window, const std::shared_ptr<Waiting>& waiting) {
-  QString missing;
+  QString missing = desk.is_loading() ? QStringLiteral("the lists of securities") : QString();
   for (const Pane* const pane : desk.panes()) {
     if (pane->seen() && !pane->IsSettled()) {
       missing = pane->id();

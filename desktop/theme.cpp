@@ -35,6 +35,8 @@ Theme MakeTheme(bool is_dark, bool green_up) {
     theme.rise = QColor(0xff5c5c);
     theme.fall = QColor(0x2fc27a);
     theme.warning = QColor(0xf0b040);
+    theme.event = QColor(0xc79bff);
+    theme.averages = {QColor(0x7ab3ff), QColor(0xf2b84b), QColor(0xe58be0), QColor(0x7fd0d6)};
   } else {
     theme.window = QColor(0xe9ecf0);
     theme.base = QColor(0xffffff);
@@ -48,6 +50,8 @@ Theme MakeTheme(bool is_dark, bool green_up) {
     theme.rise = QColor(0xd32020);
     theme.fall = QColor(0x0a8a47);
     theme.warning = QColor(0xa86400);
+    theme.event = QColor(0x8a3ffc);
+    theme.averages = {QColor(0x1f5fbf), QColor(0xb26a00), QColor(0xa0309a), QColor(0x3d7a80)};
   }
   if (green_up) {
     std::swap(theme.rise, theme.fall);

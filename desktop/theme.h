@@ -6,6 +6,8 @@
 #include <QtGui/QFont>
 #include <QtGui/QPalette>
 
+#include <array>
+
 #include "cli/format/palette.h"
 
 namespace desktop {
@@ -25,6 +27,8 @@ struct Theme {
   QColor rise;
   QColor fall;
   QColor warning;
+  QColor event;                    ///< a mark on a minute line
+  std::array<QColor, 4> averages;  ///< of candles; the first two are a price and its average, too
 
   [[nodiscard]] QColor Of(cli::Tone tone) const;
   [[nodiscard]] QPalette Palette() const;

@@ -1,4 +1,4 @@
-// What a command can be told, as values: the name of an option, its help, and where it goes. How a line is
+// What a command takes, as values: the name of an option, its help, and where it goes. How a line is
 // read by them is the parser's matter. Main thread only.
 #pragma once
 
@@ -47,7 +47,7 @@ struct Option {
 /// A flag that sets `on`.
 [[nodiscard]] Option Flag(std::string name, std::string help, bool& on);
 
-/// What is typed goes into `text`, or behind what is in `texts`.
+/// What is typed goes into `text`, or after what is in `texts`.
 [[nodiscard]] Take Into(std::string& text);
 [[nodiscard]] Take Into(std::vector<std::string>& texts);
 

@@ -251,6 +251,18 @@ std::vector<const char*> InOrder(const std::vector<Command>& commands, int argc,
 
 }  // namespace
 
+std::size_t CommandWords(const std::vector<Command>& commands, std::span<const std::string> words) {
+  const auto met = std::find_if(commands.begin(), commands.end(), [&](const Command& command) {
+    return !words.empty() && command.name == words.front();
+  });
+  if (met == commands.end()) {
+    return 0;
+  }
+  Form form;
+  static_cast<void>(met->set_up(form));
+  return 1 + CommandWords(form.commands, words.subspan(1));
+}
+
 UnderstoodLine Parse(const Program& program, int argc, const char* const* argv) {
   CLI::App app(program.about, program.name);
   static const std::vector<Command> kNone;

@@ -1,9 +1,11 @@
-#include "cli/commands/doctor.h"
+#include "cli/commands/commands.h"
 
 #include <unistd.h>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +20,7 @@
 #include "cli/run/main_loop.h"
 #include "cli/run/output.h"
 #include "cli/run/reference_load.h"
+#include "cli/run/session.h"
 #include "cli/run/terminal.h"
 #include "cli/temporary_directory.h"
 #include "cli/views/feeds.h"
@@ -84,18 +87,12 @@ class Report {
   void Tell(const Finding& finding) {
     failed_ = failed_ || finding.state == State::kFailed;
     if (json_) {
-      JsonWriter json;
-      json.BeginObject();
-      const std::pair<const char*, std::string_view> members[] = {{"check", finding.subject},
-                                                                  {"state", NameOf(finding.state)},
-                                                                  {"text", finding.text},
-                                                                  {"advice", finding.advice}};
-      for (const auto& [name, text] : members) {
-        json.Key(name);
-        json.Value(text);
-      }
-      json.EndObject();
-      output_.WriteLine(json.Text());
+      WriteObject([&](JsonWriter& json) {
+        json.Member("check", finding.subject);
+        json.Member("state", NameOf(finding.state));
+        json.Member("text", finding.text);
+        json.Member("advice", finding.advice);
+      });
       return;
     }
     StyledLine line = {{Pad(NameOf(finding.state), 9, Align::kLeft),
@@ -108,7 +105,7 @@ class Report {
     output_.WriteLine(Render(line, palette_));
   }
 
-  /// The last thing to be told.
+  /// The last thing to be reported.
   void TellCounters(const stock_host::Counters& counters, stock_host::Connection connection) {
     complete_ = true;
     if (json_) {
@@ -160,52 +157,40 @@ class Report {
 
  private:
   void WriteCounters(const stock_host::Counters& counters, stock_host::Connection connection) {
-    JsonWriter total;
-    total.BeginObject();
-    total.Key("connection");
-    total.Value(NameOf(connection));
-    const std::pair<const char*, std::uint64_t> numbers[] = {{"requests", counters.requests},
-                                                             {"succeeded", counters.succeeded},
-                                                             {"failed", counters.failed},
-                                                             {"bytes_received", counters.bytes_received},
-                                                             {"connections", counters.connections}};
-    for (const auto& [name, number] : numbers) {
-      total.Key(name);
-      total.Value(number);
-    }
-    total.Key("failures");
-    total.BeginObject();
-    for (const FailureKind& kind : kFailureKinds) {
-      total.Key(kind.name);
-      total.Value(counters.failures.*kind.count);
-    }
-    total.EndObject();
-    total.EndObject();
-    output_.WriteLine(total.Text());
+    WriteObject([&](JsonWriter& json) {
+      json.Member("connection", NameOf(connection));
+      json.Member("requests", counters.requests);
+      json.Member("succeeded", counters.succeeded);
+      json.Member("failed", counters.failed);
+      json.Member("bytes_received", counters.bytes_received);
+      json.Member("connections", counters.connections);
+      json.Key("failures");
+      json.Object([&] {
+        for (const FailureKind& kind : kFailureKinds) {
+          json.Member(kind.name, counters.failures.*kind.count);
+        }
+      });
+    });
     for (const auto& [name, one] : counters.endpoints) {
-      JsonWriter json;
-      json.BeginObject();
-      json.Key("endpoint");
-      json.Value(std::string_view(name));
-      const std::pair<const char*, std::uint64_t> counts[] = {{"requests", one.requests},
-                                                              {"succeeded", one.succeeded},
-                                                              {"failed", one.failed},
-                                                              {"bytes_received", one.bytes_received}};
-      for (const auto& [member, count] : counts) {
-        json.Key(member);
-        json.Value(count);
-      }
-      json.Key("last_success");
-      json.Value(one.last_success);
-      json.Key("success_age");
-      json.Value(one.success_age);
-      json.Key("answer_seconds");
-      json.Value(one.answer_seconds);
-      json.Key("last_error");
-      json.Value(std::string_view(one.last_error));
-      json.EndObject();
-      output_.WriteLine(json.Text());
+      WriteObject([&, &name = name, &one = one](JsonWriter& json) {
+        json.Member("endpoint", name);
+        json.Member("requests", one.requests);
+        json.Member("succeeded", one.succeeded);
+        json.Member("failed", one.failed);
+        json.Member("bytes_received", one.bytes_received);
+        json.Member("last_success", one.last_success);
+        json.Member("success_age", one.success_age);
+        json.Member("answer_seconds", one.answer_seconds);
+        json.Member("last_error", one.last_error);
+      });
     }
+  }
+
+  template <class Members>
+  void WriteObject(const Members& members) {
+    JsonWriter json;
+    json.Object([&] { members(json); });
+    output_.WriteLine(json.Text());
   }
 
   Output& output_;
@@ -215,46 +200,15 @@ class Report {
   bool complete_ = false;
 };
 
-// The services for the time of the look, in directories of their own: those of the user may be what is
-// wrong.
-class Services {
- public:
-  explicit Services(stock_host::Settings settings) {
-    settings.data_directory = directory_.path() + "/data";
-    settings.log_directory = directory_.path() + "/log";
-    settings.config_directory = directory_.path() + "/config";
-    settings.log_level = "info";
-    settings.log_to_stderr = false;
-    stock_host::SetListener([this](const stock_host::Event& event) {
-      if (event.kind == stock_host::Event::Kind::kWarning) {
-        log_.Add(event.text);
-      }
-    });
-    runs_ = stock_host::Start(settings, error_);
-  }
-  ~Services() { End(); }
-  Services(const Services&) = delete;
-  Services& operator=(const Services&) = delete;
-
-  /// Requests under way fail.
-  void End() {
-    if (runs_) {
-      DestroyStockMarket();
-      stock_host::Stop();
-      runs_ = false;
-    }
-    stock_host::SetListener({});
-  }
-  /// Why they do not run; empty when they do.
-  [[nodiscard]] const std::string& error() const { return error_; }
-  [[nodiscard]] const Warnings& log() const { return log_; }
-
- private:
-  const TemporaryDirectory directory_;
-  Warnings log_;
-  std::string error_;
-  bool runs_ = false;
-};
+// Of the look alone: the user's own directories may be what is wrong.
+stock_host::Settings InDirectory(stock_host::Settings settings, const TemporaryDirectory& directory) {
+  settings.data_directory = directory.path() + "/data";
+  settings.log_directory = directory.path() + "/log";
+  settings.config_directory = directory.path() + "/config";
+  settings.log_level = "info";
+  settings.log_to_stderr = false;
+  return settings;
+}
 
 void Finish(MainLoop& loop, Report& report) {
   report.TellCounters(stock_host::ReadCounters(), stock_host::ConnectionState());
@@ -318,14 +272,17 @@ int Examine(const ShowOptions& options) {
   }
   settings.api_root = server.url;
   if (settings.key.empty() || settings.key_id.empty()) {
-    settings.key.clear();  // what is missing was told above
+    settings.key.clear();  // what is missing was reported above
     settings.key_id.clear();
   }
   server.key_id = settings.key_id;
 
-  Services services(settings);
-  if (!services.error().empty()) {
-    report.Tell({State::kFailed, "services", services.error(), "correct it; the server was not looked at"});
+  const TemporaryDirectory directory;
+  std::optional<HostServices> services;
+  try {
+    services.emplace(InDirectory(settings, directory));
+  } catch (const std::runtime_error& error) {
+    report.Tell({State::kFailed, "services", error.what(), "correct it; the server was not looked at"});
     return kFailure;
   }
   std::jthread requests([&] {
@@ -333,14 +290,14 @@ int Examine(const ShowOptions& options) {
         server, [&](const Finding& finding) { loop.Post([&report, finding] { report.Tell(finding); }); });
     loop.Post([&, reached] {
       if (reached && !server.key_id.empty()) {
-        ExamineReferenceData(loop, report, services.log());
+        ExamineReferenceData(loop, report, services->warnings());
       } else {
         Finish(loop, report);
       }
     });
   });
   loop.Run();
-  services.End();  // a request that is still waited for comes to its end
+  services.reset();  // a request that is still waited for comes to its end
   requests.join();
   return report.is_complete() && !report.failed() ? kFine : kFailure;
 }

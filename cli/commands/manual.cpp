@@ -1,4 +1,4 @@
-#include "cli/commands/manual.h"
+#include "cli/commands/commands.h"
 
 #include <iostream>
 #include <memory>

@@ -18,55 +18,43 @@ namespace {
 
 constexpr const char* kSimulation = "Simulated market";
 
-Take IntoUrl(std::string& url) {
-  return [&url](const std::string& text) {
-    if (text.rfind("http://", 0) != 0 && text.rfind("https://", 0) != 0) {
-      throw UsageError("it must begin with http:// or https://");
+// What `read` makes of a text goes into `target`; where it makes nothing, `refusal` says what would do.
+template <class Target, class Read>
+Take IntoRead(Target& target, Read read, std::string refusal) {
+  return [&target, read, refusal = std::move(refusal)](const std::string& text) {
+    auto value = read(text);
+    if (!value) {
+      throw UsageError(refusal);
     }
-    url = text;
+    target = *std::move(value);
   };
+}
+
+template <class Number>
+Take IntoReal(Number& number, double least, double most, std::string refusal) {
+  return IntoRead(
+      number,
+      [least, most](const std::string& text) {
+        const std::optional<double> read = ReadNumber(text);
+        return read && *read >= least && *read <= most ? read : std::nullopt;
+      },
+      std::move(refusal));
 }
 
 // Seconds that a timer can be set to.
 template <class Seconds>
 Take IntoSeconds(Seconds& seconds) {
-  return [&seconds](const std::string& text) {
-    const std::optional<double> number = ReadNumber(text);
-    if (!number || !(*number >= 0.1 && *number <= 1e7)) {
-      throw UsageError("it must be a number of seconds from 0.1 to 10000000");
-    }
-    seconds = *number;
-  };
+  return IntoReal(seconds, 0.1, 1e7, "it must be a number of seconds from 0.1 to 10000000");
 }
 
-Take IntoSpeed(double& speed) {
-  return [&speed](const std::string& text) {
-    const std::optional<double> number = ReadNumber(text);
-    if (!number || !(*number >= 0 && *number <= 100000)) {
-      throw UsageError("it must be a number from 0 to 100000");
-    }
-    speed = *number;
-  };
+std::optional<std::string> ReadUrl(const std::string& text) {
+  const bool is_url = text.rfind("http://", 0) == 0 || text.rfind("https://", 0) == 0;
+  return is_url ? std::optional(text) : std::nullopt;
 }
 
-Take IntoSeed(std::uint64_t& seed) {
-  return [&seed](const std::string& text) {
-    const std::optional<std::uint64_t> number = ReadCount(text);
-    if (!number) {
-      throw UsageError("it must be a whole number from 0 to 18446744073709551615");
-    }
-    seed = *number;
-  };
-}
-
-Take IntoCount(std::optional<std::uint64_t>& count) {
-  return [&count](const std::string& text) {
-    const std::optional<std::uint64_t> number = ReadCount(text);
-    if (!number || *number < 1) {
-      throw UsageError("it must be a whole number above 0");
-    }
-    count = number;
-  };
+std::optional<std::uint64_t> ReadUpdates(const std::string& text) {
+  const std::optional<std::uint64_t> count = ReadCount(text);
+  return count && *count > 0 ? count : std::nullopt;
 }
 
 std::string TextOf(double number) {
@@ -76,15 +64,7 @@ std::string TextOf(double number) {
   return text.str();
 }
 
-std::wstring CheckedSymbol(const std::string& text) {
-  auto symbol = ParseSymbol(text);
-  if (!symbol) {
-    throw UsageError("\"" + text + "\" is no symbol: sh or sz and six digits");
-  }
-  return *std::move(symbol);
-}
-
-// Of the options of `form` that a simulated market is told by.
+// Of the options of `form` that describe a simulated market.
 std::vector<std::string> SimulationNames(const Form& form) {
   std::vector<std::string> names;
   for (const Option& option : form.options) {
@@ -98,12 +78,13 @@ std::vector<std::string> SimulationNames(const Form& form) {
 }  // namespace
 
 void AddSimulationOptions(Form& form, market_server::Options& options) {
-  form.Add({.name = "--seed",
-            .help = "another number is another market",
-            .take = IntoSeed(options.seed),
-            .value = "NUMBER",
-            .standard = std::to_string(options.seed),
-            .group = kSimulation});
+  form.Add(
+      {.name = "--seed",
+       .help = "number of the market: each one gives another",
+       .take = IntoRead(options.seed, &ReadCount, "it must be a whole number from 0 to 18446744073709551615"),
+       .value = "NUMBER",
+       .standard = std::to_string(options.seed),
+       .group = kSimulation});
   form.Add({.name = "--clock",
             .help = "the market's time (China): now, replay, HH:MM[:SS], YYYY-MM-DD HH:MM[:SS] or @SECONDS. "
                     "Default: now while the market trades, else the last session from 10:30 on",
@@ -112,17 +93,17 @@ void AddSimulationOptions(Form& form, market_server::Options& options) {
             .group = kSimulation});
   form.Add({.name = "--speed",
             .help = "seconds of the market's time in one second; 0 stops it",
-            .take = IntoSpeed(options.speed),
+            .take = IntoReal(options.speed, 0, 100000, "it must be a number from 0 to 100000"),
             .value = "FACTOR",
             .standard = TextOf(options.speed),
             .group = kSimulation});
   form.Add({.name = "--scenario",
-            .help = "a scripted day; csm serve --list names them",
+            .help = "a scripted day; csm serve --list lists them",
             .take = Into(options.scenario),
             .value = "NAME",
             .group = kSimulation});
   form.Add({.name = "--faults",
-            .help = "name[:endpoint[:probability[:arguments]]], may be repeated; csm serve --list names them",
+            .help = "name[:endpoint[:probability[:arguments]]], may be repeated; csm serve --list lists them",
             .take = Into(options.faults),
             .kind = Option::Kind::kSeveral,
             .value = "FAULT",
@@ -134,7 +115,7 @@ void AddMarketOptions(Form& form, SessionOptions& options) {
             .help =
                 "market server to ask. Default: a simulated market inside csm. Needs a key: CSM_KEY_ID and "
                 "CSM_KEY, or a key file named in CSM_KEY_FILE",
-            .take = IntoUrl(options.server),
+            .take = IntoRead(options.server, &ReadUrl, "it must begin with http:// or https://"),
             .value = "URL"});
   const std::size_t server = form.options.size() - 1;
   AddSimulationOptions(form, options.simulation);
@@ -158,11 +139,10 @@ void AddLanguageOption(Form& form) {
 void AddOutputOptions(Form& form, ShowOptions& options) {
   form.Add(Flag("--json", "one JSON object a line instead of a table", options.json));
   form.Add(Flag("--no-color", "no colours (NO_COLOR is respected, too)", options.no_color));
-  form.Add(
-      {.name = "--quiet",
-       .help = "only figures and failures: no word about what is asked, how the data are and whose they are",
-       .take = [](const std::string&) { Quiet(true); },
-       .kind = Option::Kind::kFlag});
+  form.Add({.name = "--quiet",
+            .help = "only figures and failures; nothing about the server or the state of the data",
+            .take = [](const std::string&) { Quiet(true); },
+            .kind = Option::Kind::kFlag});
   AddLanguageOption(form);
 }
 
@@ -212,7 +192,7 @@ void AddWatchOptions(Form& form, Chosen& chosen) {
   AddForOption(form, chosen.show.seconds);
   form.Add({.name = "--count",
             .help = "end after this many updates",
-            .take = IntoCount(chosen.show.count),
+            .take = IntoRead(chosen.show.count, &ReadUpdates, "it must be a whole number above 0"),
             .value = "N"});
   AddIntervalOption(form, chosen.show.interval);
 }
@@ -304,15 +284,8 @@ std::optional<std::uint32_t> ParseDate(const std::string& text) {
 void AddDateOption(Form& form, std::uint32_t& date, const std::string& help) {
   form.Add({.name = "--date",
             .help = help,
-            .take =
-                [&date](const std::string& text) {
-                  const std::optional<std::uint32_t> parsed = ParseDate(text);
-                  if (!parsed) {
-                    throw UsageError(
-                        "it must be a day of the calendar from 1990 to 2099: 20240315 or 2024-03-15");
-                  }
-                  date = *parsed;
-                },
+            .take = IntoRead(date, &ParseDate,
+                             "it must be a day of the calendar from 1990 to 2099: 20240315 or 2024-03-15"),
             .value = "DATE"});
 }
 
@@ -332,27 +305,23 @@ void AddPlotOptions(Form& form, Chosen& chosen) {
             .needs = {"--plot"}});
 }
 
-void AddSymbol(Form& form, std::wstring& symbol) {
-  form.Add({.name = "SYMBOL",
-            .help = "a stock or an index, sh600000 or 600000",
-            .take = [&symbol](const std::string& text) { symbol = CheckedSymbol(text); },
-            .value = "",
-            .is_required = true});
-}
-
-void AddSymbols(Form& form, std::vector<std::wstring>& symbols) {
-  form.Add({.name = "SYMBOL",
-            .help = "stocks or indices, sh600000 or 600000",
-            .take =
-                [&symbols](const std::string& text) {
-                  std::wstring symbol = CheckedSymbol(text);
-                  if (std::find(symbols.begin(), symbols.end(), symbol) == symbols.end()) {
-                    symbols.push_back(std::move(symbol));
-                  }
-                },
-            .kind = Option::Kind::kSeveral,
-            .value = "",
-            .is_required = true});
+void AddSymbols(Form& form, std::vector<std::wstring>& symbols, bool several) {
+  form.Add(
+      {.name = "SYMBOL",
+       .help = several ? "stocks or indices, sh600000 or 600000" : "a stock or an index, sh600000 or 600000",
+       .take =
+           [&symbols](const std::string& text) {
+             const std::optional<std::wstring> symbol = ParseSymbol(text);
+             if (!symbol) {
+               throw UsageError("\"" + text + "\" is no symbol: sh or sz and six digits");
+             }
+             if (std::find(symbols.begin(), symbols.end(), *symbol) == symbols.end()) {
+               symbols.push_back(*symbol);
+             }
+           },
+       .kind = several ? Option::Kind::kSeveral : Option::Kind::kOne,
+       .value = "",
+       .is_required = true});
 }
 
 }  // namespace cli

@@ -1,4 +1,4 @@
-// What commands can be told, each option added to a command by one call: the names, the help and where it
+// What commands take, each option added to a command by one call: the names, the help and where it
 // goes. Values and the functions that fill them. Main thread only.
 #pragma once
 
@@ -14,7 +14,7 @@
 
 namespace cli {
 
-/// What was typed behind a command that shows something. Each command fills some of it.
+/// What was typed after a command that shows something. Each command fills some of it.
 struct Chosen {
   ShowOptions show;
   bool plot = false;
@@ -35,7 +35,7 @@ struct Chosen {
   std::uint32_t year = 0;  ///< 0: this year
 };
 
-/// What a simulated market can be told, as a group of its own.
+/// The options of a simulated market, as a separate group.
 void AddSimulationOptions(Form& form, market_server::Options& options);
 /// --server and the simulation's options, which exclude each other.
 void AddMarketOptions(Form& form, SessionOptions& options);
@@ -65,9 +65,8 @@ void AddColumnsOption(Form& form, const ListLook& look, std::string& names);
 void AddDateOption(Form& form, std::uint32_t& date, const std::string& help);
 /// --plot, --columns and --rows. A chart excludes --json and --csv.
 void AddPlotOptions(Form& form, Chosen& chosen);
-/// The positional argument SYMBOL, one or more of them (a repeated one counts once).
-void AddSymbol(Form& form, std::wstring& symbol);
-void AddSymbols(Form& form, std::vector<std::wstring>& symbols);
+/// The positional argument SYMBOL, one or, with `several`, more of them (a repeated one counts once).
+void AddSymbols(Form& form, std::vector<std::wstring>& symbols, bool several = true);
 
 /// YYYYMMDD for "20240315" or "2024-03-15"; nothing for a text that is no day of the calendar from 1990 to
 /// 2099.

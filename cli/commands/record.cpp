@@ -1,10 +1,7 @@
-#include "cli/commands/record.h"
+#include "cli/commands/commands.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cmath>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,23 +32,17 @@ options stand after everything else.)";
 
 struct RecordOptions {
   std::string directory;
-  std::optional<double> seconds;
-  double interval = 3;
-  SessionOptions session;
+  ShowOptions show;
   std::vector<std::string> command;  // that is to be recorded, with its options; empty: all services
 };
 
-std::chrono::milliseconds Milliseconds(double seconds) {
-  return std::chrono::milliseconds(std::llround(seconds * 1000));
-}
-
 // A client that shows everything at once and looks at nothing.
-void RecordUsualViews(const RecordOptions& options) {
+void RecordUsualViews(const ShowOptions& options) {
   MainLoop loop;
   const Session session(options.session);
   Note("recording " + session.server_text() + "; Ctrl-C ends it");
   const ViewContext context{[&loop](std::function<void()> work) { loop.Post(std::move(work)); }, [] {},
-                            &session.warnings(), Milliseconds(options.interval)};
+                            &session.warnings(), options.Interval()};
   Views views;
   IStockCommon& reference = Made(GetStockCommon(), "stock_common");
   LoadReferenceData(loop, reference, Needs::kLists, [&](bool) {
@@ -60,20 +51,20 @@ void RecordUsualViews(const RecordOptions& options) {
       view->Show();
     }
   });
-  loop.Every(Milliseconds(options.interval), [&views] {
+  loop.Every(options.Interval(), [&views] {
     for (const auto& view : views) {
       if (!view->PollsItself() && !view->IsAskedOnce()) {
         view->Refresh();
       }
     }
   });
-  if (options.seconds) {
-    loop.After(Milliseconds(*options.seconds), [&loop] { loop.End(); });
+  if (const auto limit = options.Limit()) {
+    loop.After(*limit, [&loop] { loop.End(); });
   }
   loop.Run();
 }
 
-// What stands after the options of `record`, as a command line of its own. What `record` itself was told,
+// What stands after the options of `record`, as a whole command line. What was given to `record` itself,
 // save for how long, would not reach it.
 std::vector<std::string> CommandOf(std::vector<std::string> rest, const std::vector<std::string>& given,
                                    const RecordOptions& options) {
@@ -97,8 +88,8 @@ std::vector<std::string> CommandOf(std::vector<std::string> rest, const std::vec
       throw UsageError(name + ": belongs after the command: " + path + " " + name);
     }
   }
-  if (options.seconds) {
-    rest.insert(options_begin, {"--for", std::to_string(*options.seconds)});
+  if (options.show.seconds) {
+    rest.insert(options_begin, {"--for", std::to_string(*options.show.seconds)});
   }
   return rest;
 }
@@ -115,13 +106,9 @@ int Record(const RecordOptions& options) {
   RecordSessions(options.directory);
   int code = kFine;
   if (options.command.empty() && CanShowLiveScreen()) {
-    ShowOptions live;
-    live.session = options.session;
-    live.seconds = options.seconds;
-    live.interval = options.interval;
-    code = RunLiveScreen(live);
+    code = RunLiveScreen(options.show);
   } else if (options.command.empty()) {
-    RecordUsualViews(options);
+    RecordUsualViews(options.show);
   } else {
     code = RecordCommand(options.command);
   }
@@ -149,9 +136,9 @@ Runner SetUpRecord(Form& form) {
             .help = "directory of the record",
             .take = Into(options->directory),
             .is_required = true});
-  AddMarketOptions(form, options->session);
-  AddForOption(form, options->seconds);
-  AddIntervalOption(form, options->interval);
+  AddMarketOptions(form, options->show.session);
+  AddForOption(form, options->show.seconds);
+  AddIntervalOption(form, options->show.interval);
   form.take_rest = [options = options.get()](const std::vector<std::string>& rest,
                                              const std::vector<std::string>& given) {
     options->command = CommandOf(rest, given, *options);

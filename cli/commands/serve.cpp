@@ -1,4 +1,4 @@
-#include "cli/commands/serve.h"
+#include "cli/commands/commands.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -23,7 +23,7 @@ namespace {
 
 constexpr const char* kExamples = R"(Examples:
   csm serve                                    on a free port of this machine
-  csm serve --port 8080 --access-log -         a line for every answer on standard error
+  csm serve --port 8080 --access-log -         a line for every answer, on standard error
   csm serve --clock 09:10 --speed 60           a trading day in six minutes
   csm serve --scenario crash --seed 7          another day
   csm serve --faults 'errno::0.5'              every second answer carries an error number
@@ -143,7 +143,7 @@ Runner SetUpServe(Form& form) {
             .value = "PORT",
             .standard = std::to_string(options->server.port)});
   form.Add({.name = "--bind",
-            .help = "address to listen on; another one than this opens it to others",
+            .help = "address to listen on; any but this one is open to other machines",
             .take = Into(options->server.bind),
             .value = "ADDRESS",
             .standard = options->server.bind});
@@ -166,7 +166,7 @@ Runner SetUpServe(Form& form) {
             .take = IntoPort(options->server.control_port),
             .value = "PORT"});
   form.Add(Flag("--unsigned", "answer requests without a signature, too", options->unsigned_too));
-  form.Add(Flag("--list", "name the scenarios and faults, and end", options->list));
+  form.Add(Flag("--list", "list the scenarios and faults, and end", options->list));
   AddSimulationOptions(form, options->server);
   form.footer = kExamples;
   return [options] { return Serve(*options); };

@@ -47,18 +47,18 @@ Asked Ask(const std::wstring& url) {
       asked.reason = endpoint.last_error;
     }
   }
-  asked.failures.connection = after.failures.connection - before.failures.connection;
-  asked.failures.security = after.failures.security - before.failures.security;
-  asked.failures.timeout = after.failures.timeout - before.failures.timeout;
-  asked.failures.status = after.failures.status - before.failures.status;
+  using Failures = stock_host::Failures;
+  for (const auto count :
+       {&Failures::connection, &Failures::security, &Failures::timeout, &Failures::status}) {
+    asked.failures.*count = after.failures.*count - before.failures.*count;
+  }
   return asked;
 }
 
 std::string AdviceFor(const Asked& asked) {
   if (asked.failures.security > 0) {
     return "the certificate must be valid, made for this name and signed by somebody trusted: name the file "
-           "of "
-           "your own authority in CSM_CA_FILE, and look at this machine's date";
+           "of your own authority in CSM_CA_FILE, and look at this machine's date";
   }
   if (asked.failures.connection > 0) {
     return "start the server, correct its address, or let the firewall pass it";

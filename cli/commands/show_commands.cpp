@@ -32,6 +32,10 @@ std::string ColumnsList(Choices columns) {
   return ListOf("Columns to order by", columns) + "\n\n";
 }
 
+std::string BoardsAndColumns() {
+  return ListOf("Boards", Boards()) + "\n\n" + ColumnsList(StockColumns());
+}
+
 // What a chart on standard output may take: the terminal without the rows of the next prompt, 80 by 24
 // elsewhere.
 ChartSize ChartOn(const Chosen& chosen) {
@@ -70,9 +74,8 @@ std::function<Runner(Form&)> Following(AddOptions add, WhatIsShown shown, const 
     form.footer = footer;
     return [chosen, shown, has_screen] {
       const ShowOptions& options = chosen->show;
-      const bool on_screen =
-          has_screen && !options.json && !options.csv && !options.count && CanShowLiveScreen();
-      return on_screen ? RunViewsOnScreen(options, shown(*chosen)) : Follow(options, shown(*chosen));
+      return has_screen && IsForLiveScreen(options) ? RunViewsOnScreen(options, shown(*chosen))
+                                                    : Follow(options, shown(*chosen));
     };
   };
 }
@@ -89,7 +92,15 @@ Shown One(Needs needs, MakeView make) {
   return shown;
 }
 
-// A view for each symbol, each once.
+// A view of that type, made of the context and `arguments`.
+template <class ViewType, class... Arguments>
+Shown Of(Needs needs, Arguments... arguments) {
+  return One(needs, [=](const ViewContext& context, IStockCommon&) {
+    return std::make_unique<ViewType>(context, arguments...);
+  });
+}
+
+// A view for each symbol, each once; `check` gives the reason why there is none of a security.
 template <class MakeView, class Check>
 Shown ForSymbols(const Chosen& chosen, MakeView make, Check check) {
   Shown shown;
@@ -131,20 +142,12 @@ Shown OfDay(const Chosen& chosen, MakeView make) {
   return shown;
 }
 
-ListChoice ListOfFirst(const ListChoice& list) {
-  ListChoice choice = list;
-  choice.rows = list.rows.value_or(RowRange());
-  return choice;
-}
-
 // On a screen the rows are those that there is room for.
 template <class ListView>
 Shown List(const Chosen& chosen, Needs needs = Needs::kNothing) {
-  const bool scrolls = !chosen.show.json && !chosen.show.csv && !chosen.show.count && CanShowLiveScreen();
-  const ListChoice choice = scrolls ? chosen.list : ListOfFirst(chosen.list);
-  return One(needs, [choice](const ViewContext& context, IStockCommon&) {
-    return std::make_unique<ListView>(context, choice);
-  });
+  ListChoice choice = chosen.list;
+  choice.rows = IsForLiveScreen(chosen.show) ? choice.rows : choice.rows.value_or(RowRange());
+  return Of<ListView>(needs, choice);
 }
 
 void AddSymbolTexts(Form& form, Chosen& chosen, const char* help, bool several) {
@@ -164,6 +167,28 @@ void AddDaily(Form& form, Chosen& chosen) {
   AddQueryOptions(form, chosen);
 }
 
+void AddDailyPlot(Form& form, Chosen& chosen) {
+  AddDaily(form, chosen);
+  AddPlotOptions(form, chosen);
+}
+
+// A list of stocks or plates, of which the group can be chosen.
+void AddStockList(Form& form, Chosen& chosen) {
+  chosen.list.order.columns = StockColumns();
+  AddChoice(form, "--board", Boards(), "the board, see below", chosen.list.group);
+}
+
+void AddPlateList(Form& form, Chosen& chosen) {
+  chosen.list.order.columns = PlateColumns();
+  AddChoice(form, "--kind", PlateKinds(), "industry or concept", chosen.list.group);
+}
+
+// A list of which a page is followed.
+void AddPage(Form& form, Chosen& chosen) {
+  AddSortOptions(form, chosen.list.order);
+  AddRowsOption(form, chosen.list.rows, RowRange());
+}
+
 void AddCount(Form& form, Chosen& chosen) {
   AddSortOptions(form, chosen.list.order);
   form.Add({.name = "--num",
@@ -180,17 +205,14 @@ Runner SetUpRank(Form& form) {
       {"stocks", "The first stocks of a board by a column",
        Following(
            [](Form& f, Chosen& c) {
-             c.list.order.columns = StockColumns();
-             AddChoice(f, "--board", Boards(), "the board, see below", c.list.group);
+             AddStockList(f, c);
              f.Add(Flag("--five-minutes", "\"change\" is that of the last five minutes", c.five_minutes));
              AddCount(f, c);
            },
            [](const Chosen& c) {
-             return One(Needs::kNothing, [c](const ViewContext& context, IStockCommon&) {
-               return std::make_unique<StockRankingView>(context, c.list, c.count, c.five_minutes);
-             });
+             return Of<StockRankingView>(Needs::kNothing, c.list, c.count, c.five_minutes);
            },
-           ListOf("Boards", Boards()) + "\n\n" + ColumnsList(StockColumns()) + R"(Examples:
+           BoardsAndColumns() + R"(Examples:
   csm rank stocks                          the ten stocks that rose most
   csm rank stocks --asc --num 5            the five that fell most
   csm rank stocks --board gem --sort tr    those of the growth board with the largest turnover rate
@@ -199,15 +221,10 @@ Runner SetUpRank(Form& form) {
       {"plates", "The first plates of a kind by a column",
        Following(
            [](Form& f, Chosen& c) {
-             c.list.order.columns = PlateColumns();
-             AddChoice(f, "--kind", PlateKinds(), "industry or concept", c.list.group);
+             AddPlateList(f, c);
              AddCount(f, c);
            },
-           [](const Chosen& c) {
-             return One(Needs::kNothing, [c](const ViewContext& context, IStockCommon&) {
-               return std::make_unique<PlateRankingView>(context, c.list, c.count);
-             });
-           },
+           [](const Chosen& c) { return Of<PlateRankingView>(Needs::kNothing, c.list, c.count); },
            ColumnsList(PlateColumns()) + R"(Examples:
   csm rank plates                              the ten industries that rose most
   csm rank plates --kind concept --sort bpin   the concepts by the figure bpin
@@ -217,9 +234,7 @@ Runner SetUpRank(Form& form) {
 
 template <ItemsView::Of kOf>
 Shown Items(const Chosen& chosen) {
-  return One(Needs::kNothing, [list = chosen.list](const ViewContext& context, IStockCommon&) {
-    return std::make_unique<ItemsView>(context, kOf, list);
-  });
+  return Of<ItemsView>(Needs::kNothing, kOf, chosen.list);
 }
 
 void AddItemsOptions(Form& form, Chosen& chosen) {
@@ -233,20 +248,17 @@ Runner SetUpItems(Form& form) {
   form.commands = {{"stocks", "The stocks of a board",
                     Once(
                         [](Form& f, Chosen& c) {
-                          c.list.order.columns = StockColumns();
-                          AddChoice(f, "--board", Boards(), "the board, see below", c.list.group);
+                          AddStockList(f, c);
                           AddItemsOptions(f, c);
                         },
-                        &Items<ItemsView::Of::kStocks>,
-                        ListOf("Boards", Boards()) + "\n\n" + ColumnsList(StockColumns()) + R"(Examples:
+                        &Items<ItemsView::Of::kStocks>, BoardsAndColumns() + R"(Examples:
   csm items stocks --sort code --asc        every A share by its code
   csm items stocks --board sme --rows 0:10  the ten stocks of a board that rose most
   csm items stocks --json                   one JSON line)")},
                    {"plates", "The plates of a kind",
                     Once(
                         [](Form& f, Chosen& c) {
-                          c.list.order.columns = PlateColumns();
-                          AddChoice(f, "--kind", PlateKinds(), "industry or concept", c.list.group);
+                          AddPlateList(f, c);
                           AddItemsOptions(f, c);
                         },
                         &Items<ItemsView::Of::kPlates>, ColumnsList(PlateColumns()) + R"(Examples:
@@ -263,13 +275,8 @@ Shown OfFound(Needs needs, Find find) {
   });
 }
 
-void AddIndexOptions(Form& form, Chosen& chosen) {
-  AddWatchOptions(form, chosen);
-}
-
 Shown Indices(const Chosen& /*chosen*/) {
-  return One(Needs::kNothing,
-             [](const ViewContext& context, IStockCommon&) { return std::make_unique<IndexView>(context); });
+  return Of<IndexView>(Needs::kNothing);
 }
 
 }  // namespace
@@ -277,7 +284,7 @@ Shown Indices(const Chosen& /*chosen*/) {
 std::vector<Command> ShowCommands() {
   return {
       {"index", "Quotes of the three headline indices",
-       Following(&AddIndexOptions, &Indices, R"(Examples:
+       Following(&AddWatchOptions, &Indices, R"(Examples:
   csm index                           three lines every three seconds, until Ctrl-C
   csm index --count 1                 the quotes of this moment
   csm index --json --for 60           a minute of JSON lines
@@ -310,19 +317,16 @@ A JSON line: {"service":"index_market","key":"","time":"2026-11-20T09:30:03+08:0
   csm quote sh600000 --json --for 60      a minute of JSON lines, one for each symbol and update
 
 Prices are red above the previous close and green below it. A mark after a figure says that it rose or fell since
-the update before; with several symbols there are mostly none.)")},
+the update before; with several symbols there are usually none.)")},
       {"board", "A page of a board of stocks",
        Following(
            [](Form& f, Chosen& c) {
-             c.list.order.columns = StockColumns();
-             AddChoice(f, "--board", Boards(), "the board, see below", c.list.group);
-             AddSortOptions(f, c.list.order);
-             AddRowsOption(f, c.list.rows, RowRange());
+             AddStockList(f, c);
+             AddPage(f, c);
              AddColumnsOption(f, BoardLook(), c.list.columns);
              AddWatchOptions(f, c);
            },
-           [](const Chosen& c) { return List<BoardView>(c); },
-           ListOf("Boards", Boards()) + "\n\n" + ColumnsList(StockColumns()) + R"(Examples:
+           [](const Chosen& c) { return List<BoardView>(c); }, BoardsAndColumns() + R"(Examples:
   csm board                                    the stocks that rose most
   csm board --board gem --sort amt             those of the growth board with the largest amount
   csm board --asc --rows 20:40                 the second page of those that fell most
@@ -334,10 +338,8 @@ since the update before; in JSON "directions" says it.)")},
       {"plates", "A page of the plates of a kind",
        Following(
            [](Form& f, Chosen& c) {
-             c.list.order.columns = PlateColumns();
-             AddChoice(f, "--kind", PlateKinds(), "industry or concept", c.list.group);
-             AddSortOptions(f, c.list.order);
-             AddRowsOption(f, c.list.rows, RowRange());
+             AddPlateList(f, c);
+             AddPage(f, c);
              AddColumnsOption(f, PlatesLook(), c.list.columns);
              AddWatchOptions(f, c);
            },
@@ -356,8 +358,7 @@ since the update before; in JSON "directions" says it.)")},
                     .take = Into(c.text),
                     .value = "",
                     .is_required = true});
-             AddSortOptions(f, c.list.order);
-             AddRowsOption(f, c.list.rows, RowRange());
+             AddPage(f, c);
              AddWatchOptions(f, c);
            },
            [](const Chosen& c) {
@@ -385,12 +386,10 @@ plates.)")},
       {"items", "Code and name of a whole board, in an order", &SetUpItems},
       {"state", "The phase of the market",
        Following(
-           &AddIndexOptions,
+           &AddWatchOptions,
            [](const Chosen&) {
              // Made only when the server's clock is known: the service's thread wakes by that clock.
-             Shown shown = One(Needs::kCalendar, [](const ViewContext& context, IStockCommon&) {
-               return std::make_unique<StateView>(context);
-             });
+             Shown shown = Of<StateView>(Needs::kCalendar);
              shown.needs_all = false;
              return shown;
            },
@@ -457,15 +456,15 @@ A holiday is a day from Monday to Friday without trading.)")},
   csm lists stocks 4 --json     one JSON line
 
 The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a plate is its kind.)")},
-      {"find", "Securities by a piece of their code, name or pinyin",
+      {"find", "Securities by part of their code, name or pinyin",
        Once(
            [](Form& f, Chosen& c) {
              f.Add({.name = "TEXT",
-                    .help = "a piece of a code, of a name or of the pinyin initials",
+                    .help = "part of a code, a name or the pinyin initials",
                     .take = Into(c.text),
                     .is_required = true});
              f.Add({.name = "--limit",
-                    .help = "no more than so many",
+                    .help = "at most this many",
                     .take = Into(c.limit, 0, 1000000),
                     .value = "N",
                     .standard = std::to_string(c.limit)});
@@ -477,12 +476,12 @@ The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a
              });
            },
            R"(Examples:
-  csm find 6000                 codes that begin so, with or without sh and sz
+  csm find 6000                 codes that begin with 6000, after sh or sz or without them
   csm find PAYH                 by the pinyin initials, in any case
-  csm find 银行                 by a piece of the name
+  csm find 银行                 by part of the name
   csm find bank --limit 5       the five closest
 
-The closest come first: the whole of a code, name or initials, then a beginning, then any piece.)")},
+The closest come first: a whole code, name or initials, then a beginning, then any part.)")},
       {"plates-of", "The plates that a stock belongs to",
        Once(
            [](Form& f, Chosen& c) {
@@ -568,7 +567,7 @@ previous close of the first day that is shown. In the chart the dotted line is t
   csm kline sh600000 --adjust forward --json      every day in one JSON line
   csm kline sh000001 --period month --csv         for spreadsheets
 
-Adjusted prices leave the jumps of dividends and splits out. Without --last a table has the last 60
+Adjusted prices leave out the jumps at dividends and splits. Without --last a table has the last 60
 candles, a chart those that fit, JSON and comma-separated values all. In the chart a rise is hollow; the
 lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)") +
                "\n\n" + ListOf("Adjustments", Adjustments()))},
@@ -576,7 +575,7 @@ lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)")
        Once(
            [](Form& f, Chosen& c) {
              AddDaily(f, c);
-             AddLast(f, c, "the newest so many");
+             AddLast(f, c, "only the newest N events");
            },
            [](const Chosen& c) {
              return OfDay(c, [last = c.last](const ViewContext& context, std::uint32_t date) {
@@ -611,11 +610,7 @@ lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)")
 Amounts in yuan, through big and through small orders; "net" is what came in less what went out.)")},
       {"strength", "Stocks up and down in the course of a day",
        Once(
-           [](Form& f, Chosen& c) {
-             AddDaily(f, c);
-             AddPlotOptions(f, c);
-           },
-           [](const Chosen& c) { return OfDay(c, &MakeStrengthView); }, R"(Examples:
+           &AddDailyPlot, [](const Chosen& c) { return OfDay(c, &MakeStrengthView); }, R"(Examples:
   csm strength                        stocks up and down at every minute of today
   csm strength --plot                 both curves as a chart
   csm strength --date 2024-03-13      another day
@@ -634,11 +629,7 @@ Amounts in yuan, through big and through small orders; "net" is what came in les
   csm distribution --json                 one JSON line)")},
       {"effect", "The money-making effect in the course of a day",
        Once(
-           [](Form& f, Chosen& c) {
-             AddDaily(f, c);
-             AddPlotOptions(f, c);
-           },
-           [](const Chosen& c) { return OfDay(c, &MakeEffectView); }, R"(Examples:
+           &AddDailyPlot, [](const Chosen& c) { return OfDay(c, &MakeEffectView); }, R"(Examples:
   csm effect                        the average change of all stocks at every minute of today
   csm effect --plot                 the curve as a chart
   csm effect --date 2024-03-13      another day
@@ -649,11 +640,7 @@ Amounts in yuan, through big and through small orders; "net" is what came in les
              AddLast(f, c, "only the newest N days");
              AddQueryOptions(f, c);
            },
-           [](const Chosen& c) {
-             return One(Needs::kNothing, [last = c.last](const ViewContext& context, IStockCommon&) {
-               return std::make_unique<MarginView>(context, last);
-             });
-           },
+           [](const Chosen& c) { return Of<MarginView>(Needs::kNothing, c.last); },
            R"(Examples:
   csm margin               every day that the server has, the newest last
   csm margin --last 10     the last ten days
@@ -662,12 +649,7 @@ Amounts in yuan, through big and through small orders; "net" is what came in les
 The balance is that of both exchanges in yuan, the change that from the trading day before.)")},
       {"purchase", "New shares to subscribe to",
        Once(
-           &AddQueryOptions,
-           [](const Chosen&) {
-             return One(Needs::kNothing, [](const ViewContext& context, IStockCommon&) {
-               return std::make_unique<PurchaseView>(context);
-             });
-           },
+           &AddQueryOptions, [](const Chosen&) { return Of<PurchaseView>(Needs::kNothing); },
            R"(Examples:
   csm purchase             the latest online subscription first
   csm purchase --json      one JSON line
@@ -690,9 +672,7 @@ Command ShowWatchListCommand() {
               },
               [](const Chosen& c) {
                 // The plates of the stocks come from the reference data; without them the column stays empty.
-                Shown shown = One(Needs::kLists, [list = c.list](const ViewContext& context, IStockCommon&) {
-                  return std::make_unique<WatchListView>(context, list);
-                });
+                Shown shown = Of<WatchListView>(Needs::kLists, c.list);
                 shown.needs_all = false;
                 return shown;
               },
@@ -713,16 +693,14 @@ Runner SetUpLive(Form& form) {
     if (isatty(STDOUT_FILENO) != 1 && !options.seconds) {
       options.seconds = kSecondsWithoutTerminal;
     }
-    const bool has_screen = !options.json && !options.csv && !options.count && CanShowLiveScreen();
-    return has_screen ? RunLiveScreen(options) : Follow(options, Indices(*chosen));
+    return IsForLiveScreen(options) ? RunLiveScreen(options) : Follow(options, Indices(*chosen));
   };
 }
 
 Views UsualViews(const ViewContext& context, IStockCommon& reference) {
   constexpr std::int32_t kCount = 100;
   constexpr const wchar_t* kStock = L"sh600000";
-  ListChoice stocks;
-  stocks.order.columns = StockColumns();
+  ListChoice stocks = ListBy(StockColumns());
   stocks.rows = RowRange{0, kCount};  // those of a large screen
   Views views;
   views.push_back(std::make_unique<IndexView>(context));
@@ -737,9 +715,7 @@ Views UsualViews(const ViewContext& context, IStockCommon& reference) {
     views.push_back(std::make_unique<PlatesView>(context, plates));
     views.push_back(std::make_unique<PlateRankingView>(context, plates, kCount));
   }
-  ListChoice watch;
-  watch.order = {WatchListColumns(), 0};
-  views.push_back(std::make_unique<WatchListView>(context, watch));
+  views.push_back(std::make_unique<WatchListView>(context, ListBy(WatchListColumns(), 0)));
   for (const Choice& period : Periods()) {
     views.push_back(std::make_unique<KLineView>(context, period.number, kUnadjusted, std::nullopt));
   }

@@ -17,7 +17,7 @@ namespace cli {
 /// `csm` without a command: the live screen on a terminal, the indices line by line elsewhere.
 [[nodiscard]] Runner SetUpLive(Form& form);
 
-/// All views with the keys that commands show unless they are told otherwise, for recording.
+/// All views with the keys that commands show by default, for recording.
 [[nodiscard]] Views UsualViews(const ViewContext& context, IStockCommon& reference);
 
 }  // namespace cli

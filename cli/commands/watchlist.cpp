@@ -1,4 +1,4 @@
-#include "cli/commands/watchlist.h"
+#include "cli/commands/commands.h"
 
 #include <unistd.h>
 
@@ -34,7 +34,6 @@ notified of a change within a second.)";
 struct EditOptions {
   bool json = false;
   std::vector<std::wstring> symbols;
-  std::wstring symbol;
   std::uint32_t position = 1;
 };
 
@@ -43,11 +42,7 @@ void PrintList(const EditOptions& options, Output& output) {
   if (options.json) {
     JsonWriter json;
     BeginJsonLine(json, "watch_list", L"", common::GetCurrentServerTime());
-    json.BeginArray();
-    for (const std::wstring& symbol : list) {
-      json.Value(symbol);
-    }
-    json.EndArray();
+    json.Array(list, [&json](const std::wstring& symbol) { json.Value(symbol); });
     json.EndObject();
     output.WriteLine(json.Text());
     return;
@@ -111,7 +106,8 @@ int Remove(const EditOptions& options) {
 int Move(const EditOptions& options) {
   return Edit(options, [&] {
     std::string error;
-    return stock_host::MoveInWatchList(options.symbol, options.position - 1, error) ? std::string() : error;
+    return stock_host::MoveInWatchList(options.symbols.front(), options.position - 1, error) ? std::string()
+                                                                                             : error;
   });
 }
 
@@ -136,7 +132,7 @@ Runner SetUpRemove(Form& form) {
 
 Runner SetUpMove(Form& form) {
   const auto options = MakeEditOptions(form);
-  AddSymbol(form, options->symbol);
+  AddSymbols(form, options->symbols, false);
   form.Add({.name = "POSITION",
             .help = "1 is the first; beyond the end is the last",
             .take = Into(options->position, 1, std::int64_t{1} << 31),

@@ -1,58 +1,35 @@
 #include "cli/format/china_time.h"
 
 #include <array>
-#include <chrono>
+#include <cstddef>
 #include <cstdio>
+#include <ctime>
 
 namespace cli {
 namespace {
 
-struct Fields {
-  int year;
-  unsigned month;
-  unsigned day;
-  int hour;
-  int minute;
-  int second;
-};
-
-Fields Split(std::int64_t seconds) {
-  using namespace std::chrono;
-  const sys_seconds shifted{std::chrono::seconds{seconds} + hours{8}};
-  const auto day = floor<days>(shifted);
-  const year_month_day date{day};
-  const hh_mm_ss time{shifted - day};
-  return {static_cast<int>(date.year()),
-          static_cast<unsigned>(date.month()),
-          static_cast<unsigned>(date.day()),
-          static_cast<int>(time.hours().count()),
-          static_cast<int>(time.minutes().count()),
-          static_cast<int>(time.seconds().count())};
-}
-
-std::string Written(std::int64_t seconds, const char* between, const char* after) {
-  const Fields f = Split(seconds);
+// In the format of strftime.
+std::string Written(std::int64_t seconds, const char* format) {
+  const std::time_t shifted = seconds + 8 * 3600;
+  std::tm time{};
+  gmtime_r(&shifted, &time);
   std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%04d-%02u-%02u%s%02d:%02d:%02d%s", f.year, f.month, f.day, between,
-                f.hour, f.minute, f.second, after);
+  std::strftime(text.data(), text.size(), format, &time);
   return text.data();
 }
 
 }  // namespace
 
 std::string IsoTime(std::int64_t seconds) {
-  return Written(seconds, "T", "+08:00");
+  return Written(seconds, "%Y-%m-%dT%H:%M:%S+08:00");
 }
 
 std::string DateAndTime(std::int64_t seconds) {
-  return Written(seconds, " ", "");
+  return Written(seconds, "%Y-%m-%d %H:%M:%S");
 }
 
 std::string ClockTime(std::int64_t seconds) {
-  const Fields f = Split(seconds);
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", f.hour, f.minute, f.second);
-  return text.data();
+  return Written(seconds, "%H:%M:%S");
 }
 
 std::string DateText(std::uint32_t date) {
@@ -71,25 +48,11 @@ std::string MinuteText(std::int32_t minute) {
 }
 
 std::string PhaseName(stock::MarketStatus phase) {
-  switch (phase) {
-    case stock::kMarketNotOpened:
-      return "not opened";
-    case stock::kMarketPreparing:
-      return "opening preparation";
-    case stock::kMarketCallAuction:
-      return "call auction";
-    case stock::kMarketMorning:
-      return "morning session";
-    case stock::kMarketLunchBreak:
-      return "lunch break";
-    case stock::kMarketAfternoon:
-      return "afternoon session";
-    case stock::kMarketClosed:
-      return "closed";
-    case stock::kMarketUnknown:
-      break;
-  }
-  return "unknown phase";
+  static constexpr std::array kNames = {"unknown phase",     "not opened",      "opening preparation",
+                                        "call auction",      "morning session", "lunch break",
+                                        "afternoon session", "closed"};
+  const auto number = static_cast<std::size_t>(phase);
+  return kNames[number < kNames.size() ? number : 0];
 }
 
 bool IsClosed(stock::MarketStatus phase) {

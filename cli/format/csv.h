@@ -21,7 +21,7 @@ namespace cli {
 inline std::string CsvField(const std::wstring& text) {
   return CsvField(std::wstring_view(text));
 }
-/// To a millionth, and to fifteen digits at most: what binary fractions add behind is left out. Empty for
+/// To a millionth, and to fifteen digits at most: what binary fractions add after that is left out. Empty for
 /// what is no finite number.
 [[nodiscard]] std::string CsvField(double number);
 template <std::integral Number>

@@ -21,6 +21,27 @@ class JsonWriter {
   void BeginArray();
   void EndArray();
   void Key(std::string_view name);
+  /// One value under its name.
+  template <class Type>
+  void Member(std::string_view name, const Type& value) {
+    Key(name);
+    Value(value);
+  }
+  /// What `write` writes, as an object or, once for each item, as an array.
+  template <class Write>
+  void Object(const Write& write) {
+    BeginObject();
+    write();
+    EndObject();
+  }
+  template <class Items, class Write>
+  void Array(const Items& items, const Write& write) {
+    BeginArray();
+    for (const auto& item : items) {
+      write(item);
+    }
+    EndArray();
+  }
 
   void Null();
   void Bool(bool value);

@@ -1,12 +1,14 @@
 #include "cli/format/quote_rows.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <iterator>
 #include <span>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
-#include "cli/format/quote_tables.h"
+#include "cli/format/record_tables.h"
 #include "ranking/plate_market_summary_table.h"
 #include "ranking/stock_market_summary_table.h"
 
@@ -16,66 +18,67 @@ namespace {
 using Columns = std::vector<MemberColumn>;
 
 constexpr int kLongestNumber = 20;
+constexpr int kRankOfChange = 2;
 
-constexpr MemberColumn kCode{"code", Writing::kText, 8, {}, 3};
-constexpr MemberColumn kName{"name", Writing::kText, 8, {}, 0};
-constexpr MemberColumn kLast{"last", Writing::kPrice, 9, "diff", 1};
-constexpr MemberColumn kChange{"change", Writing::kSignedPercent, 8, {}, 2};
-constexpr MemberColumn kDiff{"diff", Writing::kSignedPrice, 8, {}, 5};
-constexpr MemberColumn kTr{"tr", Writing::kPercent, 7, {}, 6};
-constexpr MemberColumn kAmt{"amt", Writing::kAmount, 9, {}, 7};
-constexpr MemberColumn kVol{"vol", Writing::kAmount, 9, {}, 8};
-constexpr MemberColumn kHigh{"high", Writing::kPrice, 8, {}, 9};
-constexpr MemberColumn kLow{"low", Writing::kPrice, 8, {}, 9};
-constexpr MemberColumn kOpen{"open", Writing::kPrice, 8, {}, 9};
-constexpr MemberColumn kPreclose{"preclose", Writing::kPrice, 8, {}, 10};
-constexpr MemberColumn kAmp{"amp", Writing::kPercent, 6, {}, 10};
-constexpr MemberColumn kQrr{"qrr", Writing::kRatio, 5, {}, 10};
-constexpr MemberColumn kCr{"cr", Writing::kSignedPercent, 7, {}, 10};
-constexpr MemberColumn kPe{"pe", Writing::kRatio, 7, {}, 11};
-constexpr MemberColumn kMc{"mc", Writing::kAmount, 8, {}, 11};
-// What stands of a plate before a chart of it.
-constexpr MemberColumn kLead{"lead", Writing::kText, 8, {}, 4};
-constexpr MemberColumn kLeadChange{"lead_change", Writing::kSignedPercent, 7, {}, 4};
-constexpr MemberColumn kNumU{"num_u", Writing::kWhole, 5, {}, 5};
-constexpr MemberColumn kNumZ{"num_z", Writing::kWhole, 5, {}, 5};
-constexpr MemberColumn kNumD{"num_d", Writing::kWhole, 5, {}, 5};
+// Everything that quotes have, in the order of a list's columns. What stands of a plate before a chart of it
+// ranks high.
+constexpr MemberColumn kFigures[] = {{"code", Writing::kText, 8, {}, 3},
+                                     {"name", Writing::kText, 8, {}, 0},
+                                     {"last", Writing::kPrice, 9, "diff", 1},
+                                     {"diff", Writing::kSignedPrice, 8, {}, 5},
+                                     {"change", Writing::kSignedPercent, 8, {}, kRankOfChange},
+                                     {"bid1", Writing::kPrice, 9, {}, 12},
+                                     {"ask1", Writing::kPrice, 9, {}, 12},
+                                     {"num_u", Writing::kWhole, 5, {}, 5},
+                                     {"num_z", Writing::kWhole, 5, {}, 5},
+                                     {"num_d", Writing::kWhole, 5, {}, 5},
+                                     {"lead", Writing::kText, 8, {}, 4},
+                                     {"lead_change", Writing::kSignedPercent, 7, {}, 4},
+                                     {"tr", Writing::kPercent, 7, {}, 6},
+                                     {"vol", Writing::kAmount, 9, {}, 8},
+                                     {"amt", Writing::kAmount, 9, {}, 7},
+                                     {"open", Writing::kPrice, 8, {}, 9},
+                                     {"high", Writing::kPrice, 8, {}, 9},
+                                     {"low", Writing::kPrice, 8, {}, 9},
+                                     {"preclose", Writing::kPrice, 8, {}, 10},
+                                     {"amp", Writing::kPercent, 6, {}, 10},
+                                     {"qrr", Writing::kRatio, 5, {}, 10},
+                                     {"cr", Writing::kSignedPercent, 7, {}, 10},
+                                     {"pe", Writing::kRatio, 7, {}, 11},
+                                     {"pb", Writing::kRatio, 6, {}, 13},
+                                     {"mc", Writing::kAmount, 8, {}, 11},
+                                     {"cmc", Writing::kAmount, 8, {}, 13},
+                                     {"tso", Writing::kAmount, 8, {}, 14},
+                                     {"shares", Writing::kAmount, 8, {}, 14},
+                                     {"status", Writing::kWhole, 0, {}, 15},
+                                     {"plate", Writing::kText, 8, {}, 7},
+                                     {"bpin", Writing::kAmount, 9, {}, 6},
+                                     {"cud", Writing::kWhole, 4, {}, 7},
+                                     {"avg_price", Writing::kPrice},
+                                     {"limit_up", Writing::kPrice},
+                                     {"limit_down", Writing::kPrice}};
 
-Columns StockColumns() {
-  return {kCode,
-          kName,
-          kLast,
-          kDiff,
-          kChange,
-          {"bid1", Writing::kPrice, 9, {}, 12},
-          {"ask1", Writing::kPrice, 9, {}, 12},
-          kTr,
-          kVol,
-          kAmt,
-          kOpen,
-          kHigh,
-          kLow,
-          kPreclose,
-          kAmp,
-          kQrr,
-          kCr,
-          kPe,
-          {"pb", Writing::kRatio, 6, {}, 13},
-          kMc,
-          {"cmc", Writing::kAmount, 8, {}, 13},
-          {"tso", Writing::kAmount, 8, {}, 14},
-          {"shares", Writing::kAmount, 8, {}, 14},
-          {"status", Writing::kWhole, 0, {}, 15}};
+// Those up to `last`, except `without`.
+Columns Figures(std::string_view last, std::initializer_list<std::string_view> without) {
+  Columns columns;
+  for (const MemberColumn& column : kFigures) {
+    if (std::find(without.begin(), without.end(), column.member) == without.end()) {
+      columns.push_back(column);
+    }
+    if (column.member == last) {
+      break;
+    }
+  }
+  return columns;
 }
 
-Columns PlateColumns() {
-  return {kCode, kName, kLast, kDiff, kChange, kNumU,     kNumZ, kNumD, kLead, kLeadChange, kTr,
-          kVol,  kAmt,  kOpen, kHigh, kLow,    kPreclose, kAmp,  kQrr,  kCr,   kPe,         kMc};
+Columns StockColumns(std::string_view last) {
+  return Figures(last, {"num_u", "num_z", "num_d", "lead", "lead_change"});
 }
 
-Columns WithPlate() {
-  Columns columns = StockColumns();
-  columns.push_back({"plate", Writing::kText, 8, {}, 7});
+Columns ColumnsFor(std::initializer_list<std::string_view> members) {
+  Columns columns;
+  std::transform(members.begin(), members.end(), std::back_inserter(columns), &FigureColumn);
   return columns;
 }
 
@@ -115,13 +118,19 @@ Table NumberedTable(const RecordTable& table, const Records& records, const Numb
 Columns Favouring(std::string_view sorted_by, Columns columns) {
   for (MemberColumn& column : columns) {
     if (column.member == sorted_by) {
-      column.rank = std::min(column.rank, kChange.rank);
+      column.rank = std::min(column.rank, kRankOfChange);
     }
   }
   return columns;
 }
 
 }  // namespace
+
+MemberColumn FigureColumn(std::string_view member) {
+  const auto* const found = std::find_if(std::begin(kFigures), std::end(kFigures),
+                                         [&](const MemberColumn& column) { return column.member == member; });
+  return found == std::end(kFigures) ? MemberColumn{member} : *found;
+}
 
 ListLook::ListLook(std::vector<MemberColumn> all, std::vector<std::string_view> usual)
     : all_(std::move(all)), usual_(std::move(usual)) {}
@@ -164,18 +173,20 @@ std::vector<MemberColumn> ListLook::Chosen(const std::string& names) const {
 }
 
 const ListLook& BoardLook() {
-  static const ListLook look(StockColumns(), {"code", "name", "last", "diff", "change", "tr", "vol", "amt"});
+  static const ListLook look(StockColumns("status"),
+                             {"code", "name", "last", "diff", "change", "tr", "vol", "amt"});
   return look;
 }
 
 const ListLook& PlatesLook() {
-  static const ListLook look(PlateColumns(), {"code", "name", "last", "change", "num_u", "num_z", "num_d",
-                                              "lead", "lead_change", "amt"});
+  static const ListLook look(
+      Figures("mc", {"bid1", "ask1", "pb"}),
+      {"code", "name", "last", "change", "num_u", "num_z", "num_d", "lead", "lead_change", "amt"});
   return look;
 }
 
 const ListLook& WatchListLook() {
-  static const ListLook look(WithPlate(),
+  static const ListLook look(StockColumns("plate"),
                              {"code", "name", "last", "diff", "change", "tr", "vol", "amt", "plate"});
   return look;
 }
@@ -214,16 +225,18 @@ std::string MissingFrom(const std::vector<OptionalMarketItem>& quotes,
   return missing;
 }
 
-Table RankedStockTable(const std::vector<StockMarketSummary>& stocks, const Numbering& numbering) {
-  static constexpr MemberColumn kColumns[] = {kCode, kName, kLast, kDiff, kChange, kTr};
-  return NumberedTable(ranking::kStockMarketSummaryTable, stocks, numbering, kColumns);
+Table RankedTable(const std::vector<StockMarketSummary>& stocks, const Numbering& numbering) {
+  return NumberedTable(ranking::kStockMarketSummaryTable, stocks, numbering,
+                       ColumnsFor({"code", "name", "last", "diff", "change", "tr"}));
 }
 
-Table RankedPlateTable(const std::vector<PlateMarketSummary>& plates) {
-  static constexpr MemberColumn kColumns[] = {
-      {"bk", Writing::kText, 8, {}, 3},   kName, kChange,    {"bpin", Writing::kAmount, 9, {}, 6},
-      {"cud", Writing::kWhole, 4, {}, 7}, kLead, kLeadChange};
-  return NumberedTable(ranking::kPlateMarketSummaryTable, plates, {}, kColumns);
+Table RankedTable(const std::vector<PlateMarketSummary>& plates) {
+  Columns columns = ColumnsFor({"name", "change", "bpin", "cud", "lead", "lead_change"});
+  MemberColumn code = FigureColumn("code");
+  code.member = "bk";
+  code.title = "code";
+  columns.insert(columns.begin(), code);
+  return NumberedTable(ranking::kPlateMarketSummaryTable, plates, {}, columns);
 }
 
 }  // namespace cli

@@ -15,6 +15,9 @@
 
 namespace cli {
 
+/// How the figure `member` of a quote looks, in a list or alone.
+[[nodiscard]] MemberColumn FigureColumn(std::string_view member);
+
 /// The figures of a list that its columns are chosen from.
 class ListLook {
  public:
@@ -56,8 +59,8 @@ struct Numbering {
 };
 
 /// Of short ranked rows.
-[[nodiscard]] Table RankedStockTable(const std::vector<StockMarketSummary>& stocks,
-                                     const Numbering& numbering);
-[[nodiscard]] Table RankedPlateTable(const std::vector<PlateMarketSummary>& plates);
+[[nodiscard]] Table RankedTable(const std::vector<StockMarketSummary>& stocks,
+                                const Numbering& numbering = {});
+[[nodiscard]] Table RankedTable(const std::vector<PlateMarketSummary>& plates);
 
 }  // namespace cli

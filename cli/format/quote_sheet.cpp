@@ -6,8 +6,9 @@
 
 #include "cli/format/figures.h"
 #include "cli/format/price_limits.h"
-#include "cli/format/quote_tables.h"
+#include "cli/format/quote_rows.h"
 #include "cli/format/record_rows.h"
+#include "cli/format/record_tables.h"
 #include "cli/format/words.h"
 
 namespace cli {
@@ -19,22 +20,14 @@ constexpr int kNameWidth = 4;
 constexpr int kPriceWidth = 10;
 constexpr int kVolumeWidth = 13;
 
-constexpr MemberColumn kPrices[] = {{"open", Writing::kPrice},       {"high", Writing::kPrice},
-                                    {"low", Writing::kPrice},        {"preclose", Writing::kPrice},
-                                    {"avg_price", Writing::kPrice},  {"limit_up", Writing::kPrice},
-                                    {"limit_down", Writing::kPrice}, {"amp", Writing::kPercent},
-                                    {"pe", Writing::kRatio},         {"pb", Writing::kRatio}};
-constexpr MemberColumn kTrade[] = {
-    {"vol", Writing::kAmount}, {"amt", Writing::kAmount},       {"tr", Writing::kPercent},
-    {"qrr", Writing::kRatio},  {"cr", Writing::kSignedPercent}, {"mc", Writing::kAmount},
-    {"cmc", Writing::kAmount}, {"tso", Writing::kAmount},       {"shares", Writing::kAmount}};
+using Members = std::span<const std::string_view>;
+
+constexpr std::string_view kPrices[] = {"open",     "high",       "low", "preclose", "avg_price",
+                                        "limit_up", "limit_down", "amp", "pe",       "pb"};
+constexpr std::string_view kTrade[] = {"vol", "amt", "tr", "qrr", "cr", "mc", "cmc", "tso", "shares"};
 // An index has no book and nothing that is derived from one.
-constexpr MemberColumn kIndexPrices[] = {{"open", Writing::kPrice},  {"high", Writing::kPrice},
-                                         {"low", Writing::kPrice},   {"preclose", Writing::kPrice},
-                                         {"amp", Writing::kPercent}, {"pe", Writing::kRatio}};
-constexpr MemberColumn kIndexTrade[] = {{"vol", Writing::kAmount},       {"amt", Writing::kAmount},
-                                        {"tr", Writing::kPercent},       {"qrr", Writing::kRatio},
-                                        {"cr", Writing::kSignedPercent}, {"mc", Writing::kAmount}};
+constexpr std::string_view kIndexPrices[] = {"open", "high", "low", "preclose", "amp", "pe"};
+constexpr std::string_view kIndexTrade[] = {"vol", "amt", "tr", "qrr", "cr", "mc"};
 
 bool IsPriceOfTheDay(std::string_view member) {
   static constexpr std::string_view kOfTheDay[] = {"open", "high", "low", "avg_price"};
@@ -51,22 +44,22 @@ Tone ToneOfPrice(double price, const StockMarketItem& quote) {
   return difference > -0.005 && difference < 0.005 ? Tone::kPlain : ToneOf(difference);
 }
 
-Cell CellOfMember(const StockMarketItem& quote, const MemberColumn& column) {
-  const MemberValue value = FindMember(kSingleQuoteTable, quote, column.member).value_or(MemberValue());
-  Cell cell = CellOf(value, column, {});
+Cell CellOfMember(const StockMarketItem& quote, std::string_view member) {
+  const MemberValue value = FindMember(kSingleQuoteTable, quote, member).value_or(MemberValue());
+  Cell cell = CellOf(value, FigureColumn(member), {});
   if (!value.moves) {
     cell.text += ' ';  // below the figures with room for a mark
   }
-  if (value.figure && IsPriceOfTheDay(column.member)) {
+  if (value.figure && IsPriceOfTheDay(member)) {
     cell.tone = ToneOfPrice(*value.figure, quote);
   }
   return cell;
 }
 
-Table Names(const StockMarketItem& quote, std::span<const MemberColumn> columns) {
+Table Names(const StockMarketItem& quote, Members members) {
   Table table({{"", Align::kLeft, 10}, {"", Align::kRight, 10}});
-  for (const MemberColumn& column : columns) {
-    table.Add({{LabelOf(column.member), Tone::kDim}, CellOfMember(quote, column)});
+  for (const std::string_view member : members) {
+    table.Add({{LabelOf(member), Tone::kDim}, CellOfMember(quote, member)});
   }
   return table;
 }
@@ -98,16 +91,16 @@ std::vector<Cell> BookRow(const StockMarketItem& quote, const std::string& name,
 
 Table MembersOf(const StockMarketItem& quote) {
   Table table({{"", Align::kLeft, 10}, {"", Align::kRight, 10}});
-  const auto add = [&](const char* name, const MemberColumn& column, Tone tone) {
-    Cell cell = CellOfMember(quote, column);
+  const auto add = [&](const char* name, std::string_view member, Tone tone) {
+    Cell cell = CellOfMember(quote, member);
     cell.tone = cell.tone == Tone::kPlain ? tone : cell.tone;
     table.Add({{name, Tone::kDim}, cell});
   };
-  add("up", {"num_u", Writing::kWhole}, Tone::kRise);
-  add("unchanged", {"num_z", Writing::kWhole}, Tone::kPlain);
-  add("down", {"num_d", Writing::kWhole}, Tone::kFall);
+  add("up", "num_u", Tone::kRise);
+  add("unchanged", "num_z", Tone::kPlain);
+  add("down", "num_d", Tone::kFall);
   table.Add({{"leads", Tone::kDim}, {quote.lead.empty() ? kNoFigure : Printable(quote.lead) + " "}});
-  add("", {"lead_change", Writing::kSignedPercent}, Tone::kPlain);
+  add("", "lead_change", Tone::kPlain);
   return table;
 }
 
@@ -167,24 +160,14 @@ QuoteTables TablesOf(const StockMarketItem& quote) {
 }  // namespace
 
 std::string StatusText(stock::StockStatus status) {
-  switch (static_cast<int>(status)) {
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-    case 7:
-      return "suspended";
-    case 5:
-      return "newly listed";
-    case 6:
-      return "ex rights";
-    default:
-      return "";
+  const int number = status;
+  if (number == 5) {
+    return "newly listed";
   }
-}
-
-std::vector<StyledLine> BookLines(const StockMarketItem& quote) {
-  return LinesBeside(quote, BookOf(quote));
+  if (number == 6) {
+    return "ex rights";
+  }
+  return number >= 1 && number <= 7 ? "suspended" : "";
 }
 
 QuoteTables QuoteTablesOf(const StockMarketItem& quote) {
@@ -192,16 +175,9 @@ QuoteTables QuoteTablesOf(const StockMarketItem& quote) {
 }
 
 StyledLine PriceLine(const StockMarketItem& quote) {
-  const auto cell = [&](const char* member, Writing writing, const char* toned_by) {
-    const MemberColumn column{member, writing, 0, toned_by};
-    return CellsOf(kSingleQuoteTable, quote, std::span(&column, 1)).front();
-  };
-  StyledLine line = {cell("last", Writing::kPrice, "diff")};
-  line.push_back({"  "});
-  line.push_back(cell("diff", Writing::kSignedPrice, ""));
-  line.push_back({"  "});
-  line.push_back(cell("change", Writing::kSignedPercent, ""));
-  return line;
+  const MemberColumn columns[] = {FigureColumn("last"), FigureColumn("diff"), FigureColumn("change")};
+  const std::vector<Cell> cells = CellsOf(kSingleQuoteTable, quote, columns);
+  return {cells[0], {"  "}, cells[1], {"  "}, cells[2]};
 }
 
 std::vector<StyledLine> QuoteSheet(const StockMarketItem& delivered) {

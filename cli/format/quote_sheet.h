@@ -26,11 +26,6 @@ struct QuoteTables {
 /// Price, difference and change, with blanks between them.
 [[nodiscard]] StyledLine PriceLine(const StockMarketItem& quote);
 
-/// The order book alone: five offers, the best at the bottom, a line, five bids, the best at the top; each
-/// with price and volume. Prices have the colour of their difference to the previous close, volumes that of
-/// their movement; both have a mark when they moved against the answer before.
-[[nodiscard]] std::vector<StyledLine> BookLines(const StockMarketItem& quote);
-
 /// "suspended" and the like; empty for normal trading.
 [[nodiscard]] std::string StatusText(stock::StockStatus status);
 

@@ -3,6 +3,7 @@
 // records that have one. Nothing is kept; callable from any thread.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
@@ -54,11 +55,7 @@ inline void WriteValue(JsonWriter& json, const TrendValue& figure) {
 /// One side of the book, the best level first.
 template <class Type>
 void WriteValue(JsonWriter& json, const std::vector<BookLevel<Type>>& side) {
-  json.BeginArray();
-  for (const BookLevel<Type>& level : side) {
-    WriteValue(json, level);
-  }
-  json.EndArray();
+  json.Array(side, [&json](const BookLevel<Type>& level) { WriteValue(json, level); });
 }
 
 // How a member moved: 1, -1 or 0.
@@ -97,8 +94,7 @@ template <class Record, class Type, class How>
 void WriteDirection(JsonWriter& json, const Record& record,
                     const request::Member<Record, Type, How>& member) {
   if (const int direction = DirectionOf(record.*member.member); direction != 0) {
-    json.Key(member.name);
-    json.Value(direction);
+    json.Member(member.name, direction);
   }
 }
 
@@ -107,19 +103,11 @@ template <class Record, class Type>
 void WriteDirection(JsonWriter& json, const Record& record,
                     const request::Member<Record, std::vector<BookLevel<Type>>, request::Level>& member) {
   const std::vector<BookLevel<Type>>& side = record.*member.member;
-  bool moved = false;
-  for (const BookLevel<Type>& level : side) {
-    moved = moved || level.direction != 0;
+  const auto moved = [](const BookLevel<Type>& level) { return level.direction != 0; };
+  if (member.how.index == 0 && std::any_of(side.begin(), side.end(), moved)) {
+    json.Key(member.name);
+    json.Array(side, [&json](const BookLevel<Type>& level) { json.Value(std::int32_t{level.direction}); });
   }
-  if (member.how.index != 0 || !moved) {
-    return;
-  }
-  json.Key(member.name);
-  json.BeginArray();
-  for (const BookLevel<Type>& level : side) {
-    json.Value(std::int32_t{level.direction});
-  }
-  json.EndArray();
 }
 
 template <class Record, class Type, class How>
@@ -154,32 +142,19 @@ void WriteMembers(JsonWriter& json, const Table& table, const typename Table::Re
   request::ForEachMember(table, [&](const auto& member) { WriteMember(json, record, member); });
   if constexpr (HasDirections<Table>()) {
     json.Key("directions");
-    json.BeginObject();
-    request::ForEachMember(table, [&](const auto& member) { WriteDirection(json, record, member); });
-    json.EndObject();
+    json.Object([&] {
+      request::ForEachMember(table, [&](const auto& member) { WriteDirection(json, record, member); });
+    });
   }
   if constexpr (requires { record.null_flags; }) {
-    json.Key("null_flags");
-    json.Value(record.null_flags);
+    json.Member("null_flags", record.null_flags);
   }
-}
-
-/// Writes `record` as an object.
-template <class Table>
-void WriteRecord(JsonWriter& json, const Table& table, const typename Table::Record& record) {
-  json.BeginObject();
-  WriteMembers(json, table, record);
-  json.EndObject();
 }
 
 /// Writes a list of records as an array.
 template <class Table, class Records>
 void WriteRecords(JsonWriter& json, const Table& table, const Records& records) {
-  json.BeginArray();
-  for (const auto& record : records) {
-    WriteRecord(json, table, record);
-  }
-  json.EndArray();
+  json.Array(records, [&](const auto& record) { json.Object([&] { WriteMembers(json, table, record); }); });
 }
 
 }  // namespace cli

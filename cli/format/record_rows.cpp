@@ -61,7 +61,8 @@ std::vector<Column> ColumnsOf(std::span<const MemberColumn> columns) {
   std::vector<Column> result;
   for (const MemberColumn& column : columns) {
     const bool is_text = column.writing == Writing::kText;
-    result.push_back({std::string(column.member), is_text ? Align::kLeft : Align::kRight, column.min_width,
+    result.push_back({std::string(column.title.empty() ? column.member : column.title),
+                      is_text ? Align::kLeft : Align::kRight, column.min_width,
                       is_text ? kLongestText : std::numeric_limits<int>::max(), column.rank});
   }
   return result;

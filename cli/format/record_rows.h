@@ -17,7 +17,7 @@
 
 namespace cli {
 
-/// What stands behind a figure that rose or fell against the answer before.
+/// What stands after a figure that rose or fell against the answer before.
 inline constexpr const char* kRose = "▴";
 inline constexpr const char* kFell = "▾";
 
@@ -34,12 +34,13 @@ enum class Writing {
 
 /// One column: a member, and how it looks.
 struct MemberColumn {
-  std::string_view member;  ///< its name in the record's table, and the title
+  std::string_view member;  ///< its name in the record's table
   Writing writing = Writing::kText;
   int min_width = 0;
   /// The member whose sign gives the colour; empty: its own for signed figures, else that of its movement.
   std::string_view toned_by{};
-  int rank = 0;  ///< columns of high ranks are the first that a narrow place leaves out
+  int rank = 0;              ///< columns of high ranks are the first that a narrow place leaves out
+  std::string_view title{};  ///< empty: the member
 };
 
 /// A member's value, whatever its shape.

@@ -29,13 +29,13 @@ using StyledLine = std::vector<Cell>;
 /// Takes the blanks at the end of `line` away.
 void TrimEnd(StyledLine& line);
 
-/// `line` in exactly `width` columns: cut, or with blanks behind it.
+/// `line` in exactly `width` columns: cut, or filled up with blanks.
 [[nodiscard]] StyledLine Fitted(const StyledLine& line, int width);
 
 /// Columns that a terminal needs for `line`.
 [[nodiscard]] int DisplayWidth(const StyledLine& line);
 
-/// `right` beside `left`, `gap` columns behind the widest line of `left`.
+/// `right` beside `left`, `gap` columns after the widest line of `left`.
 [[nodiscard]] std::vector<StyledLine> SideBySide(const std::vector<StyledLine>& left,
                                                  const std::vector<StyledLine>& right, int gap);
 

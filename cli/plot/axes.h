@@ -53,7 +53,7 @@ struct BottomLabel {
 
 /// An upright line at the left of the area, and the labels before it.
 void DrawLeftAxis(Canvas& canvas, const Area& area, const std::vector<SideLabel>& labels);
-/// The same at its right, the labels behind it.
+/// The same at its right, the labels after it.
 void DrawRightAxis(Canvas& canvas, const Area& area, const std::vector<SideLabel>& labels);
 /// A line below the area with a mark for every label, and the labels below it, each under its mark as far as
 /// the canvas allows. Of labels that would touch each other the one that is given first is shown.

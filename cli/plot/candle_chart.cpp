@@ -14,7 +14,7 @@
 namespace cli {
 namespace {
 
-constexpr int kGutter = 12;  // labels of prices and the line behind them
+constexpr int kGutter = 12;  // labels of prices and the line after them
 constexpr int kBelow = 2;    // rows of the axis and its labels
 constexpr int kDateColumns = 13;
 
@@ -59,7 +59,7 @@ void DrawCandle(Canvas& canvas, const Area& area, int column, const Scale& scale
   }
 }
 
-// Each span in a tone of its own, in dots, behind the candles.
+// Each span in its own tone, in dots, behind the candles.
 void DrawAverage(Canvas& canvas, const Area& area, const Scale& scale, const Average& average,
                  std::size_t count, int step) {
   const Tone tone = ToneOfAverage(average.span);

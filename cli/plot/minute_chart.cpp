@@ -38,76 +38,61 @@ Layout LayOut(const ChartSize& size, int left, int right) {
   return {{left + 2, 1, columns, prices}, {left + 2, 1 + prices + 1, columns, volumes}};
 }
 
-class DayChart {
- public:
-  DayChart(Canvas& canvas, const Layout& layout, const Scale& scale, std::uint64_t most)
-      : canvas_(canvas), layout_(layout), scale_(scale), most_(most) {}
+// The minutes that share a column.
+struct Volume {
+  std::uint64_t sum = 0;
+  std::uint64_t minutes = 0;
+  Tone tone = Tone::kPlain;
 
-  void Draw(const MLineDay& day, double preclose, bool average) {
-    if (average) {
-      Curve curve{{}, Tone::kWarning, true};
-      for (const MinutePoint& point : day.points) {
-        curve.points.push_back({SessionMinute(point.time), point.avg_price});
-      }
-      DrawCurve(canvas_, layout_.prices, scale_, curve);
-    }
-    Curve curve{{}, Tone::kStrong, false};
-    for (const MinutePoint& point : day.points) {
-      curve.points.push_back({SessionMinute(point.time), point.price});
-    }
-    DrawCurve(canvas_, layout_.prices, scale_, curve);
-    DrawVolumes(day, preclose);
-  }
-
-  /// The largest volume of a column of a day that is `columns` wide.
-  static std::uint64_t MostIn(const MLineDay& day, int columns) {
-    const std::vector<Volume> volumes = VolumesOf(day, 0, columns);
-    std::uint64_t most = 0;
-    for (const Volume& volume : volumes) {
-      most = std::max(most, volume.Mean());
-    }
-    return most;
-  }
-
- private:
-  // The minutes that share a column.
-  struct Volume {
-    std::uint64_t sum = 0;
-    std::uint64_t minutes = 0;
-    Tone tone = Tone::kPlain;
-
-    [[nodiscard]] std::uint64_t Mean() const { return minutes == 0 ? 0 : sum / minutes; }
-  };
-
-  static std::vector<Volume> VolumesOf(const MLineDay& day, double preclose, int columns) {
-    std::vector<Volume> volumes(static_cast<std::size_t>(std::max(columns, 1)));
-    double before = preclose;
-    for (const MinutePoint& point : day.points) {
-      const int minute = SessionMinute(point.time);
-      if (minute >= 0) {
-        Volume& volume = volumes[static_cast<std::size_t>(minute * (columns - 1) / kSessionMinutes)];
-        volume.sum += point.volume;
-        ++volume.minutes;
-        volume.tone = point.price < before ? Tone::kFall : Tone::kRise;
-      }
-      before = point.price;
-    }
-    return volumes;
-  }
-
-  void DrawVolumes(const MLineDay& day, double preclose) {
-    const std::vector<Volume> volumes = VolumesOf(day, preclose, layout_.volumes.columns);
-    for (std::size_t i = 0; i < volumes.size() && most_ > 0; ++i) {
-      DrawBar(canvas_, layout_.volumes, layout_.volumes.column + static_cast<int>(i),
-              static_cast<double>(volumes[i].Mean()) / static_cast<double>(most_), volumes[i].tone);
-    }
-  }
-
-  Canvas& canvas_;
-  const Layout& layout_;
-  const Scale& scale_;
-  const std::uint64_t most_;
+  [[nodiscard]] std::uint64_t Mean() const { return minutes == 0 ? 0 : sum / minutes; }
 };
+
+std::vector<Volume> VolumesOf(const MLineDay& day, double preclose, int columns) {
+  std::vector<Volume> volumes(static_cast<std::size_t>(std::max(columns, 1)));
+  double before = preclose;
+  for (const MinutePoint& point : day.points) {
+    const int minute = SessionMinute(point.time);
+    if (minute >= 0) {
+      Volume& volume = volumes[static_cast<std::size_t>(minute * (columns - 1) / kSessionMinutes)];
+      volume.sum += point.volume;
+      ++volume.minutes;
+      volume.tone = point.price < before ? Tone::kFall : Tone::kRise;
+    }
+    before = point.price;
+  }
+  return volumes;
+}
+
+// The largest volume of a column of a day that is `columns` wide.
+std::uint64_t MostIn(const MLineDay& day, int columns) {
+  std::uint64_t most = 0;
+  for (const Volume& volume : VolumesOf(day, 0, columns)) {
+    most = std::max(most, volume.Mean());
+  }
+  return most;
+}
+
+Curve CurveOf(const MLineDay& day, double MinutePoint::*value, Tone tone, bool dotted) {
+  Curve curve{{}, tone, dotted};
+  for (const MinutePoint& point : day.points) {
+    curve.points.push_back({SessionMinute(point.time), point.*value});
+  }
+  return curve;
+}
+
+// One day with its volumes, of which `most` fills the height.
+void DrawDay(Canvas& canvas, const Layout& layout, const Scale& scale, std::uint64_t most,
+             const MLineDay& day, double preclose, bool average) {
+  if (average) {
+    DrawCurve(canvas, layout.prices, scale, CurveOf(day, &MinutePoint::avg_price, Tone::kWarning, true));
+  }
+  DrawCurve(canvas, layout.prices, scale, CurveOf(day, &MinutePoint::price, Tone::kStrong, false));
+  const std::vector<Volume> volumes = VolumesOf(day, preclose, layout.volumes.columns);
+  for (std::size_t i = 0; i < volumes.size() && most > 0; ++i) {
+    DrawBar(canvas, layout.volumes, layout.volumes.column + static_cast<int>(i),
+            static_cast<double>(volumes[i].Mean()) / static_cast<double>(most), volumes[i].tone);
+  }
+}
 
 std::vector<StyledLine> WithTitle(const StyledLine& title, const Canvas& canvas) {
   std::vector<StyledLine> lines = canvas.Lines();
@@ -160,14 +145,14 @@ std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChar
   const int count = static_cast<int>(days.size());
   std::uint64_t most = 0;
   for (int i = 0; i < count; ++i) {
-    most = std::max(most, DayChart::MostIn(days[static_cast<std::size_t>(i)],
-                                           DayLayout(layout, i, count).volumes.columns));
+    most = std::max(most,
+                    MostIn(days[static_cast<std::size_t>(i)], DayLayout(layout, i, count).volumes.columns));
   }
   std::vector<BottomLabel> labels = count <= 1 ? SessionLabels(layout.volumes) : std::vector<BottomLabel>();
   for (int i = 0; i < count; ++i) {
     const MLineDay& day = days[static_cast<std::size_t>(i)];
     const Layout part = DayLayout(layout, i, count);
-    DayChart(canvas, part, scale, most).Draw(day, line.preclose, look.average);
+    DrawDay(canvas, part, scale, most, day, line.preclose, look.average);
     if (count > 1) {
       labels.push_back({part.volumes.column + part.volumes.columns / 2, DateText(day.date).substr(5)});
     }

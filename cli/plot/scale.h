@@ -32,7 +32,7 @@ class Scale {
 inline constexpr int kSessionMinutes = 240;
 
 /// The position of a clock time HHMM on the axis of a day, lunch left out: 930 is 0, 1130 and 1300 are 120,
-/// 1500 is 240. What lies before the opening, in the lunch break or behind the close has the position of the
+/// 1500 is 240. What lies before the opening, in the lunch break or after the close has the position of the
 /// nearest trading minute before it, or 0. Negative for what is no clock time.
 [[nodiscard]] int SessionMinute(std::int32_t clock);
 

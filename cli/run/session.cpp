@@ -22,40 +22,27 @@ void RecordSessions(const std::string& directory) {
   RecordDirectory() = directory;
 }
 
-struct Session::Listening {
-  Listening(Warnings& warnings, std::function<void()> on_event) {
-    stock_host::SetListener([&warnings, on_event = std::move(on_event)](const stock_host::Event& event) {
-      if (event.kind == stock_host::Event::Kind::kWarning) {
-        warnings.Add(event.text);
-      }
-      if (on_event) {
-        on_event();
-      }
-    });
-  }
-  ~Listening() { stock_host::SetListener({}); }
-  Listening(const Listening&) = delete;
-  Listening& operator=(const Listening&) = delete;
-};
-
-struct Session::HostServices {
-  explicit HostServices(const stock_host::Settings& settings) {
-    std::string error;
-    if (!stock_host::Start(settings, error)) {
-      throw std::runtime_error(error);
+HostServices::HostServices(const stock_host::Settings& settings, std::function<void()> on_event) {
+  stock_host::SetListener([this, on_event = std::move(on_event)](const stock_host::Event& event) {
+    if (event.kind == stock_host::Event::Kind::kWarning) {
+      warnings_.Add(event.text);
     }
+    if (on_event) {
+      on_event();
+    }
+  });
+  std::string error;
+  if (!stock_host::Start(settings, error)) {
+    stock_host::SetListener({});
+    throw std::runtime_error(error);
   }
-  ~HostServices() { stock_host::Stop(); }
-  HostServices(const HostServices&) = delete;
-  HostServices& operator=(const HostServices&) = delete;
-};
+}
 
-struct Session::Services {
-  Services() = default;
-  ~Services() { DestroyStockMarket(); }
-  Services(const Services&) = delete;
-  Services& operator=(const Services&) = delete;
-};
+HostServices::~HostServices() {
+  DestroyStockMarket();
+  stock_host::Stop();
+  stock_host::SetListener({});
+}
 
 bool Session::IsRecorded() {
   return !RecordDirectory().empty();
@@ -94,25 +81,15 @@ Session::Session(const SessionOptions& options, std::function<void()> on_event) 
     settings.api_root = options.server;
     server_text_ = settings.api_root;
   }
-  listening_ = std::make_unique<Listening>(warnings_, std::move(on_event));
-  host_ = std::make_unique<HostServices>(settings);
-  if (!options.has_server) {
-    return;
-  }
-  if (!options.replay.empty()) {
-    services_ = std::make_unique<Services>();
-    return;
-  }
-  if (settings.key_id.empty() || settings.key.empty()) {
-    const std::string first = warnings_.All().first;
+  host_ = std::make_unique<HostServices>(settings, std::move(on_event));
+  const bool needs_key = options.has_server && options.replay.empty();
+  if (needs_key && (settings.key_id.empty() || settings.key.empty())) {
+    const std::string first = warnings().All().first;
     throw std::runtime_error(
         "no key to sign requests with: set CSM_KEY_ID and CSM_KEY, or name a key file in CSM_KEY_FILE" +
         (first.empty() ? "" : " (" + first + ")"));
   }
-  services_ = std::make_unique<Services>();
 }
-
-Session::~Session() = default;
 
 void Session::UseTemporaryDirectory(stock_host::Settings& settings) {
   directory_ = std::make_unique<TemporaryDirectory>();

@@ -24,6 +24,23 @@ struct SessionOptions {
 /// Every session made from now on is recorded in `directory`; a replay then throws.
 void RecordSessions(const std::string& directory);
 
+/// The host services, and the module's own as long as they run. Made and destroyed on the main thread.
+class HostServices {
+ public:
+  /// `on_event` is called for each exchange that ended and each warning, on any thread. Throws
+  /// std::runtime_error when the services cannot be started.
+  explicit HostServices(const stock_host::Settings& settings, std::function<void()> on_event = {});
+  /// Ends the module's services, then the host services: requests under way fail.
+  ~HostServices();
+  HostServices(const HostServices&) = delete;
+  HostServices& operator=(const HostServices&) = delete;
+
+  [[nodiscard]] const Warnings& warnings() const { return warnings_; }
+
+ private:
+  Warnings warnings_;
+};
+
 class Session {
  public:
   /// Starts what is needed; no request is sent. Throws std::runtime_error with a text for a person.
@@ -33,34 +50,26 @@ class Session {
   ///
   /// `on_event` is called for each exchange that ended and each warning, on any thread.
   explicit Session(const SessionOptions& options, std::function<void()> on_event = {});
-  /// Ends the module's services, then the host services, then the simulated market, then the temporary
-  /// directory.
-  ~Session();
+  /// Ends the services, then the simulated market, then the temporary directory.
+  ~Session() = default;
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
   /// "http://127.0.0.1:40001 (simulated market)" and the like.
   [[nodiscard]] const std::string& server_text() const { return server_text_; }
-  [[nodiscard]] const Warnings& warnings() const { return warnings_; }
+  [[nodiscard]] const Warnings& warnings() const { return host_->warnings(); }
   /// "SIMULATED", "REPLAY" or nothing: what must be said of every figure.
   [[nodiscard]] const std::string& badge() const { return badge_; }
   /// What it asks is recorded.
   [[nodiscard]] static bool IsRecorded();
 
  private:
-  struct Listening;
-  struct HostServices;
-  struct Services;
-
   void UseTemporaryDirectory(stock_host::Settings& settings);
 
   // The order of the members is the order of the start, and backwards that of the end.
   std::unique_ptr<TemporaryDirectory> directory_;
   std::unique_ptr<market_server::Server> simulation_;
-  Warnings warnings_;
-  std::unique_ptr<Listening> listening_;
   std::unique_ptr<HostServices> host_;
-  std::unique_ptr<Services> services_;
   std::string server_text_;
   std::string badge_;
 };

@@ -33,6 +33,10 @@ constexpr std::chrono::milliseconds kLate(1000);
 
 using Clock = std::chrono::steady_clock;
 
+std::chrono::milliseconds Milliseconds(double seconds) {
+  return std::chrono::milliseconds(std::llround(seconds * 1000));
+}
+
 std::string WithoutHeader(const std::string& csv) {
   return csv.substr(std::min(csv.find('\n') + 1, csv.size()));
 }
@@ -66,15 +70,12 @@ class Run {
       if (!views_.empty()) {
         return;  // lists that come late change nothing of what is shown
       }
-      if (!ok && (shown_.needs == Needs::kNames || shown_.needs == Needs::kLists) && shown_.needs_all) {
+      if (!ok && shown_.needs_all) {
         throw std::runtime_error(NotLoadedText(session_));
       }
-      if (!ok && shown_.needs == Needs::kCalendar && !shown_.needs_all) {
+      if (!ok && shown_.needs == Needs::kCalendar) {
         Say("the holidays are not known, only weekends" +
             (LoadFailure().empty() ? "" : ": " + LoadFailure()));
-      }
-      if (!ok && shown_.needs == Needs::kCalendar && shown_.needs_all) {
-        throw std::runtime_error(NotLoadedText(session_));
       }
       views_ = shown_.make(context_, reference);
       ShowViews();
@@ -124,7 +125,8 @@ class Run {
       if (options_.json) {
         text += view->JsonLine() + "\n";
       } else if (options_.csv) {
-        text += is_first && text.empty() ? view->Csv() : WithoutHeader(view->Csv());
+        const std::string csv = view->AsSheet().csv();
+        text += is_first && text.empty() ? csv : WithoutHeader(csv);
       } else if (!view->WhyEmpty().empty()) {
         continue;
       } else if (options_.chart) {
@@ -256,8 +258,8 @@ class Following final : public Run {
       TellState();
     });
     loop_.Every(options_.Interval(), [this] { AskAgain(); });
-    if (options_.seconds) {
-      loop_.After(std::chrono::milliseconds(std::llround(*options_.seconds * 1000)), [this] {
+    if (const auto limit = options_.Limit()) {
+      loop_.After(*limit, [this] {
         timed_out_ = true;
         loop_.End();
       });
@@ -394,7 +396,11 @@ class Following final : public Run {
 }  // namespace
 
 std::chrono::milliseconds ShowOptions::Interval() const {
-  return std::chrono::milliseconds(std::llround(interval * 1000));
+  return Milliseconds(interval);
+}
+
+std::optional<std::chrono::milliseconds> ShowOptions::Limit() const {
+  return seconds ? std::optional(Milliseconds(*seconds)) : std::nullopt;
 }
 
 int ShowOnce(const ShowOptions& options, const Shown& shown) {

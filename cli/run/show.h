@@ -28,6 +28,8 @@ struct ShowOptions {
   double interval = 3;                 ///< seconds between two requests
 
   [[nodiscard]] std::chrono::milliseconds Interval() const;
+  /// After which it ends; nothing: it does not by itself.
+  [[nodiscard]] std::optional<std::chrono::milliseconds> Limit() const;
 };
 
 using Views = std::vector<std::unique_ptr<View>>;

@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -37,52 +38,44 @@ constexpr std::array<std::pair<const char*, int>, 8> kUsualKeys = {{{"\x1b[A", K
                                                                     {"\x1b[1~", KEY_HOME},
                                                                     {"\x1b[4~", KEY_END}}};
 
-std::optional<KeyKind> KindOf(wint_t code) {
-  switch (code) {
-    case KEY_UP:
-      return KeyKind::kUp;
-    case KEY_DOWN:
-      return KeyKind::kDown;
-    case KEY_LEFT:
-      return KeyKind::kLeft;
-    case KEY_RIGHT:
-      return KeyKind::kRight;
-    case KEY_PPAGE:
-      return KeyKind::kPageUp;
-    case KEY_NPAGE:
-      return KeyKind::kPageDown;
-    case KEY_HOME:
-      return KeyKind::kHome;
-    case KEY_END:
-      return KeyKind::kEnd;
-    case KEY_BTAB:
-      return KeyKind::kBackTab;
-    case KEY_ENTER:
-      return KeyKind::kEnter;
-    case KEY_BACKSPACE:
-      return KeyKind::kBackspace;
-    case KEY_DC:
-      return KeyKind::kDelete;
-    default:
-      return std::nullopt;
-  }
-}
+struct KeyCode {
+  wint_t code;
+  KeyKind kind;
+};
 
-Key KeyOf(wint_t character) {
-  switch (character) {
-    case L'\t':
-      return {KeyKind::kTab};
-    case L'\r':
-    case L'\n':
-      return {KeyKind::kEnter};
-    case L'\x1b':
-      return {KeyKind::kEscape};
-    case L'\b':
-    case L'\x7f':
-      return {KeyKind::kBackspace};
-    default:
-      return Typed(static_cast<char32_t>(character));
+// Keys by the library's codes, and by the characters that stand for some.
+constexpr KeyCode kKeyKinds[] = {{KEY_UP, KeyKind::kUp},        {KEY_DOWN, KeyKind::kDown},
+                                 {KEY_LEFT, KeyKind::kLeft},    {KEY_RIGHT, KeyKind::kRight},
+                                 {KEY_PPAGE, KeyKind::kPageUp}, {KEY_NPAGE, KeyKind::kPageDown},
+                                 {KEY_HOME, KeyKind::kHome},    {KEY_END, KeyKind::kEnd},
+                                 {KEY_BTAB, KeyKind::kBackTab}, {KEY_BACKSPACE, KeyKind::kBackspace},
+                                 {KEY_ENTER, KeyKind::kEnter},  {KEY_DC, KeyKind::kDelete}};
+constexpr KeyCode kCharacterKinds[] = {{L'\t', KeyKind::kTab},       {L'\r', KeyKind::kEnter},
+                                       {L'\n', KeyKind::kEnter},     {L'\x1b', KeyKind::kEscape},
+                                       {L'\b', KeyKind::kBackspace}, {L'\x7f', KeyKind::kBackspace}};
+
+// How a tone looks: an attribute, and the number of a colour pair.
+struct Look {
+  attr_t attributes = A_NORMAL;
+  short pair = 0;
+};
+
+Look LookOf(Tone tone) {
+  switch (tone) {
+    case Tone::kStrong:
+      return {A_BOLD, 0};
+    case Tone::kDim:
+      return {A_DIM, 0};
+    case Tone::kRise:
+      return {A_NORMAL, kRisePair};
+    case Tone::kFall:
+      return {A_NORMAL, kFallPair};
+    case Tone::kWarning:
+      return {A_NORMAL, kWarningPair};
+    case Tone::kPlain:
+      break;
   }
+  return {};
 }
 
 // What the mouse did, the latest last. The library hands the latest out first, and several for one code.
@@ -208,49 +201,13 @@ struct CursesDisplay::Curses {
     return text;
   }
 
-  [[nodiscard]] attr_t AttributesOf(Tone tone) const {
-    if (!has_tones) {
-      return A_NORMAL;
-    }
-    switch (tone) {
-      case Tone::kStrong:
-        return A_BOLD;
-      case Tone::kDim:
-        return A_DIM;
-      case Tone::kPlain:
-      case Tone::kRise:
-      case Tone::kFall:
-      case Tone::kWarning:
-        break;
-    }
-    return A_NORMAL;
-  }
-
-  [[nodiscard]] short PairOf(Tone tone) const {
-    if (!has_colour) {
-      return 0;
-    }
-    switch (tone) {
-      case Tone::kRise:
-        return kRisePair;
-      case Tone::kFall:
-        return kFallPair;
-      case Tone::kWarning:
-        return kWarningPair;
-      case Tone::kPlain:
-      case Tone::kStrong:
-      case Tone::kDim:
-        break;
-    }
-    return 0;
-  }
-
   void Put(int row, const StyledLine& line, int columns) const {
     wmove(stdscr, row, 0);
     for (const Cell& cell : line) {
       const std::string fitting = Clip(cell.text, columns);
       columns -= DisplayWidth(fitting);
-      wattr_set(stdscr, AttributesOf(cell.tone), PairOf(cell.tone), nullptr);
+      const Look look = has_tones ? LookOf(cell.tone) : Look();
+      wattr_set(stdscr, look.attributes, has_colour ? look.pair : short{0}, nullptr);
       waddwstr(stdscr, common::s2ws(fitting, common::kUtf8).c_str());
       if (fitting.size() != cell.text.size()) {
         break;
@@ -302,13 +259,17 @@ std::optional<std::vector<Key>> CursesDisplay::ReadKeys() {
   std::vector<Key> keys;
   wint_t code = 0;
   for (int kind = wget_wch(curses_->typed, &code); kind != ERR; kind = wget_wch(curses_->typed, &code)) {
-    if (kind != KEY_CODE_YES) {
-      keys.push_back(KeyOf(code));
+    const bool is_code = kind == KEY_CODE_YES;
+    const std::span<const KeyCode> kinds = is_code ? std::span<const KeyCode>(kKeyKinds) : kCharacterKinds;
+    const auto known =
+        std::find_if(kinds.begin(), kinds.end(), [code](const KeyCode& key) { return key.code == code; });
+    if (known != kinds.end()) {
+      keys.push_back({known->kind});
+    } else if (!is_code) {
+      keys.push_back(Typed(static_cast<char32_t>(code)));
     } else if (code == KEY_MOUSE) {
       const std::vector<Key> used = MouseKeys();
       keys.insert(keys.end(), used.begin(), used.end());
-    } else if (const auto known = KindOf(code)) {
-      keys.push_back({*known});
     }
   }
   return keys;

@@ -1,8 +1,10 @@
 #include "cli/screen/finder.h"
 
-#include <algorithm>
+#include <optional>
+#include <utility>
 
 #include "cli/format/text.h"
+#include "cli/screen/picture.h"
 
 namespace cli {
 namespace {
@@ -27,17 +29,12 @@ std::string_view KindOf(stock::SymbolType type) {
 }  // namespace
 
 Finder::Outcome Finder::OnKey(const Key& key) {
+  const std::optional<std::size_t> before = cursor_.row();
   switch (key.kind) {
     case KeyKind::kEscape:
       return Outcome::kCancelled;
     case KeyKind::kEnter:
-      return findings_.matches.empty() ? Outcome::kOpen : Outcome::kChosen;
-    case KeyKind::kUp:
-      cursor_ -= std::min<std::size_t>(cursor_, 1);
-      break;
-    case KeyKind::kDown:
-      cursor_ = std::min(cursor_ + 1, std::max<std::size_t>(findings_.matches.size(), 1) - 1);
-      break;
+      return before ? Outcome::kChosen : Outcome::kOpen;
     case KeyKind::kBackspace:
       if (text_.empty()) {
         return Outcome::kCancelled;
@@ -51,7 +48,10 @@ Finder::Outcome Finder::OnKey(const Key& key) {
         Look();
       }
       break;
+    case KeyKind::kClick:
+      return cursor_.OnKey(key) && cursor_.row() == before ? Outcome::kChosen : Outcome::kOpen;
     default:
+      cursor_.OnKey(key);
       break;
   }
   return Outcome::kOpen;
@@ -59,36 +59,32 @@ Finder::Outcome Finder::OnKey(const Key& key) {
 
 void Finder::Look() {
   findings_ = text_.empty() ? Findings() : find_(text_);
-  cursor_ = 0;
+  cursor_.Reset();
+  std::vector<std::wstring> codes;
+  for (const Security& match : findings_.matches) {
+    codes.push_back(match.code);
+  }
+  cursor_.SetRows(std::move(codes));
 }
 
-std::vector<StyledLine> Finder::Picture(const ChartSize& size) const {
-  std::vector<StyledLine> lines;
-  lines.push_back({{"/ ", Tone::kStrong}, {Printable(text_)}, {"_", Tone::kStrong}});
-  if (text_.empty()) {
-    lines.push_back({{"  part of a code, a name or the pinyin initials", Tone::kDim}});
-  } else if (!findings_.reason.empty()) {
-    lines.push_back({{"  " + findings_.reason, Tone::kWarning}});
-  } else if (findings_.matches.empty()) {
-    lines.push_back({{"  no match", Tone::kWarning}});
-  }
-  // The one under the cursor is always in sight.
-  const auto room = static_cast<std::size_t>(std::max(size.rows - 1, 1));
-  const std::size_t first = cursor_ < room ? 0 : cursor_ - room + 1;
-  const std::size_t end = std::min(findings_.matches.size(), first + room);
-  for (std::size_t i = first; i < end; ++i) {
-    const Security& match = findings_.matches[i];
-    const Tone tone = i == cursor_ ? Tone::kStrong : Tone::kPlain;
-    lines.push_back({{i == cursor_ ? "▸ " : "  ", tone},
-                     {Pad(Printable(match.code), kCodeWidth, Align::kLeft), tone},
-                     {Printable(match.name) + "  ", tone},
+std::vector<StyledLine> Finder::Picture(const ChartSize& size) {
+  const StyledLine typed = {{"/ ", Tone::kStrong}, {Printable(text_)}, {"_", Tone::kStrong}};
+  std::vector<StyledLine> lines(1);
+  for (const Security& match : findings_.matches) {
+    lines.push_back({{Pad(Printable(match.code), kCodeWidth, Align::kLeft)},
+                     {Printable(match.name) + "  "},
                      {std::string(KindOf(match.type)), Tone::kDim}});
   }
-  lines.resize(std::min(lines.size(), static_cast<std::size_t>(std::max(size.rows, 0))));
-  for (StyledLine& line : lines) {
-    line = Fitted(line, size.columns);
+  std::vector<StyledLine> picture = cursor_.Picture(lines, L"", size);
+  picture.front() = typed;
+  if (text_.empty()) {
+    picture.push_back({{"  part of a code, a name or the pinyin initials", Tone::kDim}});
+  } else if (!findings_.reason.empty()) {
+    picture.push_back({{"  " + findings_.reason, Tone::kWarning}});
+  } else if (findings_.matches.empty()) {
+    picture.push_back({{"  no match", Tone::kWarning}});
   }
-  return lines;
+  return CutTo(std::move(picture), size);
 }
 
 }  // namespace cli

@@ -2,7 +2,6 @@
 // below it. Knows nothing of where they come from. Main thread only.
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
 #include "cli/screen/key.h"
+#include "cli/screen/list_cursor.h"
 #include "cli/views/securities.h"
 
 namespace cli {
@@ -27,12 +27,13 @@ class Finder {
   /// `find` is called for every text that is not empty.
   explicit Finder(std::function<Findings(const std::wstring&)> find) : find_(std::move(find)) {}
 
-  /// `kChosen`: `chosen()` is the one.
+  /// `kChosen`: `chosen()` is the one. A click moves the cursor to that row of the picture; one on the
+  /// cursor's row chooses it.
   Outcome OnKey(const Key& key);
-  [[nodiscard]] const Security& chosen() const { return findings_.matches[cursor_]; }
+  [[nodiscard]] const Security& chosen() const { return findings_.matches[cursor_.row().value_or(0)]; }
 
   /// The line, and as many securities as fit below it.
-  [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) const;
+  [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size);
 
  private:
   void Look();
@@ -40,7 +41,7 @@ class Finder {
   const std::function<Findings(const std::wstring&)> find_;
   std::wstring text_;
   Findings findings_;
-  std::size_t cursor_ = 0;
+  ListCursor cursor_;
 };
 
 }  // namespace cli

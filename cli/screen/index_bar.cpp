@@ -6,7 +6,7 @@
 #include "cli/format/china_time.h"
 #include "cli/format/index_rows.h"
 #include "cli/format/text.h"
-#include "cli/screen/state_line.h"
+#include "cli/screen/picture.h"
 #include "host/clock.h"
 #include "host/text.h"
 #include "host_services/stock_host.h"

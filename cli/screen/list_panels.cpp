@@ -13,9 +13,7 @@ namespace {
 
 template <class View>
 std::unique_ptr<ListPanel> MakePaged(PanelContext& context) {
-  ListChoice choice;
-  choice.order.columns = PlateColumns();
-  return std::make_unique<ListPanel>(context, std::make_unique<View>(context.views, choice),
+  return std::make_unique<ListPanel>(context, std::make_unique<View>(context.views, ListBy(PlateColumns())),
                                      ListPanel::Steps::kYes);
 }
 
@@ -138,11 +136,9 @@ std::unique_ptr<Panel> MakePlatesPanel(PanelContext& context) {
 }
 
 std::unique_ptr<Panel> MakeWatchListPanel(PanelContext& context) {
-  ListChoice choice;
-  choice.order.columns = WatchListColumns();
-  choice.order.column = 0;
-  return std::make_unique<WatchListPanel>(context, std::make_unique<WatchListView>(context.views, choice),
-                                          ListPanel::Steps::kYes);
+  return std::make_unique<WatchListPanel>(
+      context, std::make_unique<WatchListView>(context.views, ListBy(WatchListColumns(), 0)),
+      ListPanel::Steps::kYes);
 }
 
 }  // namespace cli

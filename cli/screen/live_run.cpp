@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -120,8 +119,8 @@ int LiveRun::Run() {
     Redraw();
   });
   loop_.Every(options_.Interval(), [this] { screen_.OnInterval(CurrentPhase()); });
-  if (options_.seconds) {
-    loop_.After(std::chrono::milliseconds(std::llround(*options_.seconds * 1000)), [this] {
+  if (const auto limit = options_.Limit()) {
+    loop_.After(*limit, [this] {
       timed_out_ = true;
       loop_.End();
     });
@@ -291,6 +290,10 @@ bool CanShowLiveScreen() {
   const char* const kind = std::getenv("TERM");
   return isatty(STDOUT_FILENO) == 1 && kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0 &&
          KnowsTerminalKind();
+}
+
+bool IsForLiveScreen(const ShowOptions& options) {
+  return !options.json && !options.csv && !options.count && CanShowLiveScreen();
 }
 
 int RunLiveScreen(const ShowOptions& options) {

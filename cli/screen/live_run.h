@@ -8,6 +8,8 @@ namespace cli {
 
 /// True when standard output is a terminal that the live screen can be drawn on.
 [[nodiscard]] bool CanShowLiveScreen();
+/// True when it can, and `options` want neither lines for other programs nor a number of updates.
+[[nodiscard]] bool IsForLiveScreen(const ShowOptions& options);
 
 /// Runs the live screen until the person has had enough. Returns an exit code.
 [[nodiscard]] int RunLiveScreen(const ShowOptions& options);

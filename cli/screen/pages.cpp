@@ -28,45 +28,30 @@ enum PanelNumber : std::size_t {
   kPlates,
 };
 
-ListChoice ChoiceOf(Choices columns) {
-  ListChoice choice;
-  choice.order.columns = columns;
-  return choice;
+template <class PanelType, class ViewType, class... Arguments>
+std::unique_ptr<Panel> Make(PanelContext& context, Arguments... arguments) {
+  return std::make_unique<PanelType>(context, std::make_unique<ViewType>(context.views, arguments...));
 }
 
 // In the order of their numbers.
 constexpr MakePanel kPanels[] = {
     &MakeBoardPanel,
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ViewPanel>(context, std::make_unique<QuoteView>(context.views));
-    },
+    &Make<ViewPanel, QuoteView>,
     &MakeMinuteLinePanel,
     &MakeKLinePanel,
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ListPanel>(
-          context,
-          std::make_unique<StockRankingView>(context.views, ChoiceOf(StockColumns()), kRankedRows, false));
+    [](PanelContext& c) {
+      return Make<ListPanel, StockRankingView>(c, ListBy(StockColumns()), kRankedRows, false);
     },
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ListPanel>(
-          context, std::make_unique<PlateRankingView>(context.views, ChoiceOf(PlateColumns()), kRankedRows));
-    },
+    [](PanelContext& c) { return Make<ListPanel, PlateRankingView>(c, ListBy(PlateColumns()), kRankedRows); },
     &MakeWatchListPanel,
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ListPanel>(context,
-                                         std::make_unique<EventsView>(context.views, 0, std::nullopt));
+    [](PanelContext& c) { return Make<ListPanel, EventsView>(c, 0U, std::nullopt); },
+    &Make<ViewPanel, FlowView>,
+    [](PanelContext& c) -> std::unique_ptr<Panel> {
+      return std::make_unique<ChartPanel>(c, MakeStrengthView(c.views, 0));
     },
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ViewPanel>(context, std::make_unique<FlowView>(context.views));
-    },
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ChartPanel>(context, MakeStrengthView(context.views, 0));
-    },
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ViewPanel>(context, std::make_unique<DistributionView>(context.views, 0));
-    },
-    [](PanelContext& context) -> std::unique_ptr<Panel> {
-      return std::make_unique<ChartPanel>(context, MakeEffectView(context.views, 0));
+    [](PanelContext& c) { return Make<ViewPanel, DistributionView>(c, 0U); },
+    [](PanelContext& c) -> std::unique_ptr<Panel> {
+      return std::make_unique<ChartPanel>(c, MakeEffectView(c.views, 0));
     },
     &MakePlatesPanel};
 

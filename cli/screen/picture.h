@@ -1,4 +1,4 @@
-// Pictures of panels in the room that there is. Pure functions.
+// Pictures of panels in the room that there is, and the line of a feed's state below them. Pure functions.
 #pragma once
 
 #include <functional>
@@ -6,6 +6,7 @@
 
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
+#include "cli/views/feed_health.h"
 
 namespace cli {
 
@@ -16,5 +17,8 @@ namespace cli {
 /// much room it takes.
 [[nodiscard]] std::vector<StyledLine> ChartIn(
     const ChartSize& size, const std::function<std::vector<StyledLine>(const ChartSize&)>& draw);
+
+/// The state of a feed: a mark for the eye, and the words.
+[[nodiscard]] StyledLine StateLine(const FeedReport& report);
 
 }  // namespace cli

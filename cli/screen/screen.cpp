@@ -8,7 +8,7 @@
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "cli/format/words.h"
-#include "cli/screen/state_line.h"
+#include "cli/screen/picture.h"
 
 namespace cli {
 namespace {
@@ -24,13 +24,13 @@ constexpr char32_t kEndOfInput = U'\x04';
 
 constexpr KeyHint kOwnKeys[] = {
     {"1 to 9", "page"},
-    {"Tab, Shift-Tab", "the next panel, the one before: it has the keys"},
+    {"Tab, Shift-Tab", "next or previous panel: it gets the keys"},
     {"n, p", "next and previous security of the list"},
     {"/", "look for a security by code, name or pinyin"},
     {"r", "ask again now"},
     {"j k g G", "down, up, first, last"},
     {"mouse",
-     "wheel: scroll; click: a page, a row, once more: as Enter, the head of a column: order by it; with "
+     "wheel: scroll; click: a page, a row (again: as Enter), the head of a column to order by it; with "
      "Shift it marks text as usual"},
     {"?", "these keys and what the columns say; ↑↓ scroll, any other key closes them"},
     {"q, Ctrl-C", "quit"}};
@@ -283,7 +283,9 @@ bool Screen::OnOverlayKey(const Key& key) {
   if (!finder_) {
     return false;
   }
-  switch (finder_->OnKey(RowsOf(key) > 1 ? Plain(key) : key)) {
+  Key local = RowsOf(key) > 1 ? Plain(key) : key;
+  local.row -= kHeadRows;
+  switch (finder_->OnKey(local)) {
     case Finder::Outcome::kOpen:
       break;
     case Finder::Outcome::kChosen: {

@@ -276,10 +276,8 @@ std::vector<StyledLine> ListPanel::Picture(const ChartSize& size) {
 }
 
 std::unique_ptr<Panel> MakeBoardPanel(PanelContext& context) {
-  ListChoice choice;
-  choice.order.columns = StockColumns();
-  return std::make_unique<ListPanel>(context, std::make_unique<BoardView>(context.views, choice),
-                                     ListPanel::Steps::kYes);
+  return std::make_unique<ListPanel>(
+      context, std::make_unique<BoardView>(context.views, ListBy(StockColumns())), ListPanel::Steps::kYes);
 }
 
 std::unique_ptr<Panel> PanelFor(PanelContext& context, std::unique_ptr<View> view) {

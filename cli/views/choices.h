@@ -22,7 +22,7 @@ using Choices = std::span<const Choice>;
 /// The name of `number`; empty when there is none.
 [[nodiscard]] std::string_view NameOf(Choices choices, int number);
 
-/// The number that stands `step` places behind `number`; the first one follows the last.
+/// The number that stands `step` places after `number`; the first one follows the last.
 [[nodiscard]] int StepFrom(Choices choices, int number, int step);
 
 /// What is said about `number`; empty when there is none.

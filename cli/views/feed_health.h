@@ -15,12 +15,12 @@ namespace cli {
 enum class FeedState {
   kWaiting,  ///< asked, nothing has arrived yet
   kLive,
-  kUnchanged,  ///< the answers come, and have had the same figures in them for a while; the text tells since
+  kUnchanged,  ///< the answers come, and have had the same figures in them for a while; the text says since
                ///< when
-  kStale,  ///< older than they should be, or newer ones were asked for in vain; the text tells age and reason
+  kStale,   ///< older than they should be, or newer ones were asked for in vain; the text says age and reason
   kClosed,  ///< the market is closed: figures of its last session
   kEmpty,   ///< the answer arrived and has nothing in it
-  kFailed,  ///< no data at all; the text tells the reason
+  kFailed,  ///< no data at all; the text says why
 };
 
 struct FeedReport {
@@ -38,7 +38,7 @@ class FeedHealth {
   /// failure then makes the data stale at once.
   FeedHealth(std::chrono::milliseconds interval, std::chrono::milliseconds closed_interval);
 
-  /// Something arrived. `nothing` tells a person why there is nothing in it; empty: there is.
+  /// Something arrived. `nothing` says why there is nothing in it; empty: there is.
   void OnUpdate(Clock::time_point now, std::string nothing = {});
   /// The figures that arrived last are others than before, and those of `server_time`.
   void OnChange(Clock::time_point now, std::int64_t server_time);

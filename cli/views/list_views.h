@@ -6,13 +6,16 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "c_stock_market.h"
+#include "cli/format/base_info.h"
 #include "cli/format/quote_rows.h"
 #include "cli/views/order.h"
 #include "cli/views/row_range.h"
@@ -29,10 +32,7 @@ class IndexView final : public ServiceView<IIndexMarket, std::vector<IndexMarket
   [[nodiscard]] std::string Title() const override { return "indices"; }
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<StyledLine> LogLines(bool with_header) const override;
-  [[nodiscard]] std::string Csv() const override;
-
- private:
-  void WriteData(JsonWriter& json) const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 };
 
 /// What a list is made of and how it looks.
@@ -44,7 +44,16 @@ struct ListChoice {
 
   /// "all change desc 0:20", where `what` is "all".
   [[nodiscard]] std::wstring Key(const std::wstring& what, const RowRange& shown) const;
+  /// Those of `look`: the chosen ones, else all, or the usual ones where any number of them has room.
+  [[nodiscard]] std::vector<MemberColumn> Columns(const ListLook& look, bool all) const;
 };
+
+/// The list that can be ordered by `columns` and is by one of them, the largest first.
+[[nodiscard]] inline ListChoice ListBy(Choices columns, int column = Order().column) {
+  ListChoice choice;
+  choice.order = {columns, column};
+  return choice;
+}
 
 /// A list that the server sends page by page.
 class PagedList {
@@ -63,13 +72,51 @@ class PagedList {
   [[nodiscard]] virtual std::vector<BaseInfoItem> WholeList() const = 0;
 };
 
+/// The securities in rows whose member `code` has the symbol.
+template <class Row>
+[[nodiscard]] std::vector<Security> SecuritiesIn(const std::vector<Row>& rows, std::wstring Row::*code,
+                                                 stock::SymbolType type) {
+  std::vector<Security> securities;
+  for (const Row& row : rows) {
+    securities.push_back({row.*code, row.name, type});
+  }
+  return securities;
+}
+
 /// A list whose group and order can be changed.
 template <class Service, class Data, class KeyType>
 class ListView : public ServiceView<Service, Data, KeyType> {
  public:
-  bool Turn(Knob knob, int step) override;
-  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
-  void OrderBy(int column) override;
+  bool Turn(Knob knob, int step) override {
+    Order& order = choice_.order;
+    if (knob == Knob::kGroup && !groups_.empty()) {
+      choice_.group = StepFrom(groups_, choice_.group, step);
+    } else if (knob == Knob::kColumn) {
+      order.column = StepFrom(order.columns, order.column, step);
+    } else if (knob == Knob::kDirection) {
+      order.Reverse();
+    } else {
+      return false;
+    }
+    FollowList();
+    return true;
+  }
+  [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override {
+    switch (knob) {
+      case Knob::kGroup:
+        return groups_.empty() ? std::nullopt : std::optional(KnobSetting{groups_, choice_.group});
+      case Knob::kColumn:
+        return KnobSetting{choice_.order.columns, choice_.order.column};
+      case Knob::kDirection:
+        return KnobSetting{Directions(), choice_.order.direction};
+      default:
+        return std::nullopt;
+    }
+  }
+  void OrderBy(int column) override {
+    choice_.order.By(column);
+    FollowList();
+  }
 
  protected:
   /// `groups` is empty for a list that is the only one of its kind.
@@ -94,13 +141,35 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
  public:
   using typename ServiceView<Service, Data, KeyType>::Observer;
 
-  void SetRange(const RowRange& rows) override;
+  void SetRange(const RowRange& rows) override {
+    if (!has_fixed_rows() && rows != range_) {
+      range_ = rows;
+      this->Follow(Target());
+    }
+  }
   [[nodiscard]] bool has_fixed_rows() const override { return this->choice().rows.has_value(); }
   [[nodiscard]] std::uint32_t first_row() const override { return first_; }
-  [[nodiscard]] std::optional<std::size_t> total() const override;
-  [[nodiscard]] std::vector<BaseInfoItem> WholeList() const override;
-  [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
-  [[nodiscard]] std::vector<Security> Securities() const override;
+  [[nodiscard]] std::optional<std::size_t> total() const override {
+    return whole_.empty() ? std::nullopt : std::optional(whole_.size());
+  }
+  // The rows that are there are newer than the order of the whole list.
+  [[nodiscard]] std::vector<BaseInfoItem> WholeList() const override {
+    std::set<std::wstring> here;
+    std::vector<BaseInfoItem> rows;
+    for (const Security& row : Securities()) {
+      here.insert(row.code);
+      rows.push_back({row.code, row.name, L"", 0});
+    }
+    std::vector<BaseInfoItem> list = whole_;
+    std::erase_if(list, [&](const BaseInfoItem& item) { return here.count(item.code) > 0; });
+    list.insert(list.begin() + std::min<std::ptrdiff_t>(first_, std::ssize(list)), rows.begin(), rows.end());
+    return list;
+  }
+  [[nodiscard]] std::vector<StyledLine> Lines(int width) const override {
+    const Table table = TableOf(width != std::numeric_limits<int>::max());
+    return table.rows().empty() ? std::vector<StyledLine>{{{"(no row)", Tone::kDim}}} : table.Lines(width);
+  }
+  [[nodiscard]] std::vector<Security> Securities() const override { return SecuritiesOf(data_); }
 
  protected:
   PagedView(const ViewContext& context, const Feed& feed, Service* (*get)(), Choices groups,
@@ -112,39 +181,64 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
   [[nodiscard]] const RowRange& range() const { return range_; }
   /// The rows to ask for.
   [[nodiscard]] RowRange Asked() const {
-    const std::uint32_t least = this->choice().rows ? 0 : this->context().least_rows;
+    const std::uint32_t least = has_fixed_rows() ? 0 : this->context().least_rows;
     return {range_.start, std::max(range_.end, range_.start + least)};
   }
   [[nodiscard]] const Data& data() const { return data_; }
-  [[nodiscard]] std::string RangeText() const {
-    return this->choice().rows ? ", rows " + RowsText(range_) : "";
+  [[nodiscard]] std::string RangeText() const { return has_fixed_rows() ? ", rows " + RowsText(range_) : ""; }
+  void FollowList() override {
+    if (!has_fixed_rows()) {
+      range_ = {0, range_.end - range_.start};
+    }
+    data_ = {};
+    first_ = 0;
+    whole_.clear();
+    names_.Forget();
+    names_asked_ = {};
+    this->Follow(Target());
   }
-  /// The columns to show where any number of them has room, or all of them.
-  [[nodiscard]] std::vector<MemberColumn> Columns(const ListLook& look, bool all) const;
-  void FollowList() override;
 
  private:
   using Clock = View::Clock;
 
   [[nodiscard]] virtual KeyType Target() const = 0;
-  [[nodiscard]] virtual std::vector<Security> SecuritiesIn(const Data& data) const = 0;
+  [[nodiscard]] virtual std::vector<Security> SecuritiesOf(const Data& data) const = 0;
   [[nodiscard]] virtual Table TableOf(bool all_columns) const = 0;
   [[nodiscard]] Table AsTable() const override { return TableOf(true); }
-  /// How many rows the whole list has, as the data themselves say.
-  [[nodiscard]] virtual std::optional<std::size_t> TotalIn(const Data& /*data*/) const {
-    return std::nullopt;
-  }
-  /// Asks for code and name of the whole list. False when that cannot be asked for.
-  virtual bool AskForNames(const CodeNameCallback& /*done*/) { return false; }
+  /// Asks for code and name of the whole list, if that can be asked for.
+  virtual void AskForNames(const CodeNameCallback& /*done*/) {}
 
   [[nodiscard]] std::string WhyNothingIn(const Delivery<Data>& delivery) const override {
-    return SecuritiesIn(delivery.data).empty() ? "the list has no row " + std::to_string(range_.start + 1)
+    return SecuritiesOf(delivery.data).empty() ? "the list has no row " + std::to_string(range_.start + 1)
                                                : "";
   }
-  void Resume(Observer& observer) override;
-  void OnData() override;
-  void AskForNamesNow();
-  void TakeNames(const CodeNameList& list);
+  void Resume(Observer& observer) override {
+    observer.Resume(true);
+    if (whole_.empty() && !has_fixed_rows()) {
+      AskForNamesNow();
+    }
+  }
+  void OnData() override {
+    constexpr std::chrono::seconds kUntilNextNames(10);
+    constexpr std::chrono::seconds kNamesLast(60);
+    data_ = this->figures();
+    first_ = range_.start;
+    if (!has_fixed_rows() && Clock::now() - names_asked_ >= (whole_.empty() ? kUntilNextNames : kNamesLast)) {
+      AskForNamesNow();
+    }
+  }
+  void AskForNamesNow() {
+    names_asked_ = Clock::now();
+    AskForNames(names_.Sender());
+  }
+  void TakeNames(const CodeNameList& list) {
+    whole_.clear();
+    for (const auto& [code, name] : list) {
+      whole_.push_back({code, name, L"", 0});
+    }
+    this->context().changed();
+    this->TellArrival();
+  }
 
   RowRange range_;
   Data data_{};                      // stays until the answer to the next question is there
@@ -154,98 +248,94 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
   Clock::time_point names_asked_;
 };
 
-class BoardView final : public PagedView<IStockMarket, Quotes, StockRangeRankingTarget> {
+/// A list of full quotes, page by page: a board of stocks, or the plates of a kind.
+template <class Service, class KeyType>
+class QuotesView final : public PagedView<Service, Quotes, KeyType> {
  public:
-  BoardView(const ViewContext& context, const ListChoice& choice);
+  QuotesView(const ViewContext& context, const ListChoice& choice);
   [[nodiscard]] std::string Title() const override;
   [[nodiscard]] std::wstring Key() const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 
  private:
-  [[nodiscard]] StockRangeRankingTarget Target() const override;
-  [[nodiscard]] std::vector<Security> SecuritiesIn(const Quotes& quotes) const override;
+  [[nodiscard]] KeyType Target() const override;
+  [[nodiscard]] std::vector<Security> SecuritiesOf(const Quotes& quotes) const override;
   [[nodiscard]] Table TableOf(bool all_columns) const override;
-  bool AskForNames(const CodeNameCallback& done) override;
-  void WriteData(JsonWriter& json) const override;
+  void AskForNames(const CodeNameCallback& done) override;
 };
 
-class PlatesView final : public PagedView<IPlateMarket, Quotes, PlateRangeRankingTarget> {
- public:
-  PlatesView(const ViewContext& context, const ListChoice& choice);
-  [[nodiscard]] std::string Title() const override;
-  [[nodiscard]] std::wstring Key() const override;
-  [[nodiscard]] std::string Csv() const override;
-
- private:
-  [[nodiscard]] PlateRangeRankingTarget Target() const override;
-  [[nodiscard]] std::vector<Security> SecuritiesIn(const Quotes& quotes) const override;
-  [[nodiscard]] Table TableOf(bool all_columns) const override;
-  bool AskForNames(const CodeNameCallback& done) override;
-  void WriteData(JsonWriter& json) const override;
-};
+using BoardView = QuotesView<IStockMarket, StockRangeRankingTarget>;
+using PlatesView = QuotesView<IPlateMarket, PlateRangeRankingTarget>;
 
 /// The stocks of the plate that is selected.
 class MembersView final : public PagedView<IPlateStockMarket, PlateStockMarketData, PlateStockRankingTarget> {
  public:
   MembersView(const ViewContext& context, const ListChoice& choice);
   [[nodiscard]] std::string Title() const override;
-  [[nodiscard]] std::wstring Key() const override;
+  [[nodiscard]] std::wstring Key() const override { return choice().Key(plate_.code, range()); }
   [[nodiscard]] std::string Note() const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
+  [[nodiscard]] std::optional<std::size_t> total() const override;
   /// A security that is no plate is ignored.
   void Select(const Security& security) override;
 
  private:
   [[nodiscard]] PlateStockRankingTarget Target() const override;
-  [[nodiscard]] std::vector<Security> SecuritiesIn(const PlateStockMarketData& data) const override;
+  [[nodiscard]] std::vector<Security> SecuritiesOf(const PlateStockMarketData& data) const override;
   [[nodiscard]] Table TableOf(bool all_columns) const override;
-  [[nodiscard]] std::optional<std::size_t> TotalIn(const PlateStockMarketData& data) const override;
-  void WriteData(JsonWriter& json) const override;
 
   Security plate_;
 };
 
-/// The first stocks of a board by a column, of the day or of the last five minutes.
-class StockRankingView final
-    : public ListView<IStockRanking, std::vector<StockMarketSummary>, RankingTarget> {
+/// The first rows of a board, or of the plates of a kind, by a column.
+template <class Service, class Row>
+class RankingView : public ListView<Service, std::vector<Row>, RankingTarget> {
+ public:
+  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] std::vector<Security> Securities() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
+  [[nodiscard]] std::string Title() const override;
+  [[nodiscard]] std::wstring Key() const override;
+
+ protected:
+  RankingView(const ViewContext& context, const Feed& feed, Choices groups, const ListChoice& choice,
+              std::int32_t count)
+      : ListView<Service, std::vector<Row>, RankingTarget>(context, feed, nullptr, groups, choice),
+        count_(count) {}
+  [[nodiscard]] RankingTarget Target() const {
+    return {this->choice().order.column, this->choice().order.direction, count_};
+  }
+
+ private:
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<std::vector<Row>>& delivery) const override {
+    return delivery.data.empty() ? "the list has no row" : "";
+  }
+
+  const std::int32_t count_;
+};
+
+/// The first stocks, of the day or of the last five minutes.
+class StockRankingView final : public RankingView<IStockRanking, StockMarketSummary> {
  public:
   StockRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count,
                    bool five_minutes);
   [[nodiscard]] std::string Title() const override;
   [[nodiscard]] std::wstring Key() const override;
-  [[nodiscard]] Table AsTable() const override;
-  [[nodiscard]] std::vector<Security> Securities() const override;
-  [[nodiscard]] std::string Csv() const override;
   bool Turn(Knob knob, int step) override;
   [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
 
  private:
   void FollowList() override;
-  [[nodiscard]] std::string WhyNothingIn(
-      const Delivery<std::vector<StockMarketSummary>>& delivery) const override;
-  void WriteData(JsonWriter& json) const override;
 
-  std::int32_t count_;
   bool five_minutes_;
 };
 
-class PlateRankingView final
-    : public ListView<IPlateRanking, std::vector<PlateMarketSummary>, RankingTarget> {
+class PlateRankingView final : public RankingView<IPlateRanking, PlateMarketSummary> {
  public:
   PlateRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count);
-  [[nodiscard]] std::string Title() const override;
-  [[nodiscard]] std::wstring Key() const override;
-  [[nodiscard]] Table AsTable() const override;
-  [[nodiscard]] std::vector<Security> Securities() const override;
-  [[nodiscard]] std::string Csv() const override;
 
  private:
   void FollowList() override;
-  [[nodiscard]] std::string WhyNothingIn(
-      const Delivery<std::vector<PlateMarketSummary>>& delivery) const override;
-  void WriteData(JsonWriter& json) const override;
-
-  std::int32_t count_;
 };
 
 class WatchListView final
@@ -259,7 +349,7 @@ class WatchListView final
   [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
   [[nodiscard]] std::string Note() const override;
   [[nodiscard]] std::vector<Security> Securities() const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
   [[nodiscard]] std::string WhyNothingToAsk() const override;
 
@@ -270,7 +360,6 @@ class WatchListView final
       const Delivery<std::vector<OptionalMarketItem>>& delivery) const override;
   // Others ask the same endpoint: its answers say nothing about this list.
   [[nodiscard]] std::string NothingText() const override { return {}; }
-  void WriteData(JsonWriter& json) const override;
 };
 
 /// Code and name of a whole board, or of all plates of a kind.
@@ -281,13 +370,12 @@ class ItemsView final : public AnswerView<CodeNameList> {
   [[nodiscard]] std::string Title() const override { return "items"; }
   [[nodiscard]] std::wstring Key() const override;
   [[nodiscard]] std::string Note() const override;
-  [[nodiscard]] Table AsTable() const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Table AsTable() const override { return CodeNameTable(Rows()); }
+  [[nodiscard]] Sheet AsSheet() const override { return CodeNameSheet(Rows()); }
 
  private:
   bool Ask(const std::function<void(const CodeNameList&)>& done) override;
   [[nodiscard]] CodeNameList Rows() const;
-  void WriteData(JsonWriter& json) const override;
 
   const Of of_;
   const ListChoice choice_;

@@ -1,6 +1,7 @@
 #include "cli/views/market_views.h"
 
 #include <algorithm>
+#include <array>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <iterator>
 #include <locale>
@@ -13,10 +14,8 @@
 #include "analytics/strength_rating_table.h"
 #include "cli/format/base_info.h"
 #include "cli/format/china_time.h"
-#include "cli/format/csv.h"
 #include "cli/format/event_rows.h"
 #include "cli/format/figures.h"
-#include "cli/format/record_json.h"
 #include "cli/plot/market_charts.h"
 #include "cli/views/symbols.h"
 #include "cli/views/trading_days.h"
@@ -35,27 +34,17 @@ constexpr auto kMarginTable = request::TableOf<MarginTradeItem>(
     request::Read("balance", &MarginTradeItem::balance, request::Amount{}),
     request::Read("change", &MarginTradeItem::change, request::Amount{}));
 
-void WriteCodesAndNames(JsonWriter& json, const std::vector<std::pair<std::wstring, std::wstring>>& items) {
-  json.BeginArray();
-  for (const auto& [code, name] : items) {
-    json.BeginObject();
-    json.Key("code");
-    json.Value(code);
-    json.Key("name");
-    json.Value(name);
-    json.EndObject();
-  }
-  json.EndArray();
-}
+constexpr auto kEventTable = request::Join(request::TableOf<StockUnusualEventItem>(request::Read(
+                                               "symbol", &StockUnusualEventItem::symbol, request::Text{})),
+                                           analytics::kStockUnusualEventTable);
+
+constexpr auto kBucketTable = request::TableOf<DistributionBucket>(
+    request::Read("count", &DistributionBucket::count, request::Truncated{}),
+    request::Read("ratio", &DistributionBucket::ratio, request::Number{}));
 
 // A figure that the feed leaves out is 0.
 Cell FigureCell(float value, int decimals) {
   return {value == 0 ? kNoFigure : Fixed(value, decimals)};
-}
-
-std::string BaseInfoCsv(const BaseInfoItem& item) {
-  return CsvField(item.code) + "," + CsvField(item.name) + "," + CsvField(item.pinyin) + "," +
-         std::to_string(item.type) + "\n";
 }
 
 }  // namespace
@@ -67,7 +56,7 @@ StateView::StateView(const ViewContext& context) : ServiceView(context, kStateFe
 }
 
 std::wstring StateView::Caption() const {
-  return newest() != nullptr && newest()->data.valid ? newest()->data.text : std::wstring();
+  return figures().valid ? figures().text : std::wstring();
 }
 
 std::vector<StyledLine> StateView::LogLines(bool /*with_header*/) const {
@@ -84,23 +73,22 @@ std::vector<StyledLine> StateView::LogLines(bool /*with_header*/) const {
   return {line};
 }
 
-std::string StateView::Csv() const {
-  const StockMarketState& state = newest()->data;
-  const auto time = static_cast<std::int64_t>(static_cast<std::uint32_t>(state.time));
-  return "text,time\n" + CsvField(Caption()) + "," + (state.valid ? IsoTime(time) : "") + "\n";
-}
-
-void StateView::WriteData(JsonWriter& json) const {
-  json.BeginArray();
-  json.BeginObject();
-  json.Key("text");
-  json.Value(newest()->data.text);
-  json.Key("time");
-  json.Value(newest()->data.time);
-  json.Key("valid");
-  json.Bool(newest()->data.valid);
-  json.EndObject();
-  json.EndArray();
+Sheet StateView::AsSheet() const {
+  const StockMarketState& state = figures();
+  return {[state](JsonWriter& json) {
+            json.Array(std::array{state}, [&json](const StockMarketState& only) {
+              json.Object([&] {
+                json.Member("text", only.text);
+                json.Member("time", only.time);
+                json.Key("valid");
+                json.Bool(only.valid);
+              });
+            });
+          },
+          [state] {
+            const auto time = static_cast<std::int64_t>(static_cast<std::uint32_t>(state.time));
+            return "text,time\n" + (state.valid ? CsvField(state.text) + "," + IsoTime(time) : ",") + "\n";
+          }};
 }
 
 // --- Events
@@ -156,11 +144,8 @@ void EventsView::OnUnwanted(Clock::time_point at) {
 }
 
 std::list<StockUnusualEventItem> EventsView::Events() const {
-  std::list<StockUnusualEventItem> events;
-  if (newest() != nullptr) {
-    events = newest()->data;
-    events.resize(std::min(events.size(), last_.value_or(events.size())));
-  }
+  std::list<StockUnusualEventItem> events = figures();
+  events.resize(std::min(events.size(), last_.value_or(events.size())));
   return events;
 }
 
@@ -190,24 +175,8 @@ std::string EventsView::WhyNothingIn(const Delivery<std::list<StockUnusualEventI
   return delivery.data.empty() ? NoEventText(Session(), delivery.server_time) : "";
 }
 
-std::string EventsView::Csv() const {
-  std::string text = "symbol," + CsvHeader(analytics::kStockUnusualEventTable) + "\n";
-  for (const StockUnusualEventItem& event : Events()) {
-    text += CsvField(event.symbol) + "," + CsvLine(analytics::kStockUnusualEventTable, event) + "\n";
-  }
-  return text;
-}
-
-void EventsView::WriteData(JsonWriter& json) const {
-  json.BeginArray();
-  for (const StockUnusualEventItem& event : Events()) {
-    json.BeginObject();
-    json.Key("symbol");
-    json.Value(event.symbol);
-    WriteMembers(json, analytics::kStockUnusualEventTable, event);
-    json.EndObject();
-  }
-  json.EndArray();
+Sheet EventsView::AsSheet() const {
+  return SheetOf(kEventTable, Events());
 }
 
 // --- Curves of a day
@@ -225,9 +194,7 @@ std::unique_ptr<View> MakeStrengthView(const ViewContext& context, std::uint32_t
         }
         return table;
       },
-      &StrengthPicture,
-      [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kStrengthRatingTable, rows); },
-      [](const Rows& rows) { return CsvOf(analytics::kStrengthRatingTable, rows); }};
+      &StrengthPicture, [](const Rows& rows) { return SheetOf(analytics::kStrengthRatingTable, rows); }};
   return std::make_unique<StrengthView>(context, kStrengthFeed, &GetStrengthRating, date, kLook);
 }
 
@@ -242,9 +209,7 @@ std::unique_ptr<View> MakeEffectView(const ViewContext& context, std::uint32_t d
         }
         return table;
       },
-      &EffectPicture,
-      [](JsonWriter& json, const Rows& rows) { WriteRecords(json, analytics::kMoneyEffectTable, rows); },
-      [](const Rows& rows) { return CsvOf(analytics::kMoneyEffectTable, rows); }};
+      &EffectPicture, [](const Rows& rows) { return SheetOf(analytics::kMoneyEffectTable, rows); }};
   return std::make_unique<EffectView>(context, kEffectFeed, &GetMoneyEffect, date, kLook);
 }
 
@@ -262,47 +227,33 @@ std::vector<StyledLine> DistributionView::Lines(int width) const {
 }
 
 std::string DistributionView::WhyNothingIn(const Delivery<DistributionItem>& delivery) const {
-  return HasFigures(delivery.data)
-             ? ""
-             : NoFiguresText(date() != 0 ? date() : SessionDate(delivery.server_time), delivery.server_time);
+  return HasFigures(delivery.data) ? "" : NoFigures(delivery);
 }
 
-std::string DistributionView::Csv() const {
-  std::string text = "direction,range,count,ratio\n";
-  for (const auto& [name, half] :
-       {std::pair("down", &newest()->data.first_half), std::pair("up", &newest()->data.second_half)}) {
-    for (std::size_t i = 0; i < half->size(); ++i) {
-      text += std::string(name) + "," + std::to_string(i + 1) + "," + std::to_string((*half)[i].count) + "," +
-              CsvField((*half)[i].ratio) + "\n";
-    }
-  }
-  return text;
-}
-
-void DistributionView::WriteData(JsonWriter& json) const {
-  const DistributionItem& item = newest()->data;
-  json.BeginObject();
-  json.Key("up");
-  json.Value(item.up);
-  json.Key("down");
-  json.Value(item.down);
-  json.Key("nochange");
-  json.Value(item.nochange);
-  for (const auto& [name, half] :
-       {std::pair("first_half", &item.first_half), std::pair("second_half", &item.second_half)}) {
-    json.Key(name);
-    json.BeginArray();
-    for (const DistributionBucket& bucket : *half) {
-      json.BeginObject();
-      json.Key("count");
-      json.Value(bucket.count);
-      json.Key("ratio");
-      json.Value(bucket.ratio);
-      json.EndObject();
-    }
-    json.EndArray();
-  }
-  json.EndObject();
+Sheet DistributionView::AsSheet() const {
+  const DistributionItem& item = figures();
+  return {[item](JsonWriter& json) {
+            json.Object([&] {
+              json.Member("up", item.up);
+              json.Member("down", item.down);
+              json.Member("nochange", item.nochange);
+              json.Key("first_half");
+              WriteRecords(json, kBucketTable, item.first_half);
+              json.Key("second_half");
+              WriteRecords(json, kBucketTable, item.second_half);
+            });
+          },
+          [item] {
+            std::string text = "direction,range," + CsvHeader(kBucketTable) + "\n";
+            for (const auto& [name, half] :
+                 {std::pair("down", &item.first_half), std::pair("up", &item.second_half)}) {
+              for (std::size_t i = 0; i < half->size(); ++i) {
+                text += std::string(name) + "," + std::to_string(i + 1) + "," +
+                        CsvLine(kBucketTable, (*half)[i]) + "\n";
+              }
+            }
+            return text;
+          }};
 }
 
 // --- Margin trading
@@ -311,7 +262,7 @@ MarginView::MarginView(const ViewContext& context, std::optional<std::size_t> la
     : AttachedView(context, kMarginFeed, &GetMarginTrade, &IMarginTrade::FetchMarginTradeInfo), last_(last) {}
 
 std::list<MarginTradeItem> MarginView::Days() const {
-  std::list<MarginTradeItem> days = Rows();
+  std::list<MarginTradeItem> days = figures();
   while (last_ && days.size() > *last_) {
     days.pop_front();
   }
@@ -319,7 +270,8 @@ std::list<MarginTradeItem> MarginView::Days() const {
 }
 
 std::string MarginView::WhyEmpty() const {
-  return has_data() && Rows().empty() ? "the server has fewer than two days, and none can be compared" : "";
+  return has_data() && figures().empty() ? "the server has fewer than two days, and none can be compared"
+                                         : "";
 }
 
 Table MarginView::AsTable() const {
@@ -339,12 +291,8 @@ Table MarginView::AsTable() const {
   return table;
 }
 
-std::string MarginView::Csv() const {
-  return CsvOf(kMarginTable, Days());
-}
-
-void MarginView::WriteData(JsonWriter& json) const {
-  WriteRecords(json, kMarginTable, Days());
+Sheet MarginView::AsSheet() const {
+  return SheetOf(kMarginTable, Days());
 }
 
 // --- New shares
@@ -353,7 +301,7 @@ PurchaseView::PurchaseView(const ViewContext& context)
     : AttachedView(context, kPurchaseFeed, &GetStockPurchase, &IStockPurchase::FetchPurchaseInfo) {}
 
 std::string PurchaseView::WhyEmpty() const {
-  return has_data() && Rows().empty() ? "no new shares to subscribe to" : "";
+  return has_data() && figures().empty() ? "no new shares to subscribe to" : "";
 }
 
 Table PurchaseView::AsTable() const {
@@ -369,7 +317,7 @@ Table PurchaseView::AsTable() const {
                {"limit", Align::kRight, 0, 24, 3},
                {"raised", Align::kRight, 0, 24, 5},
                {"chance", Align::kRight, 0, 24, 4}});
-  for (const StockPurchaseItem& issue : Rows()) {
+  for (const StockPurchaseItem& issue : figures()) {
     table.Add({{Printable(issue.code)},
                {Printable(issue.name)},
                {Printable(issue.buy_code)},
@@ -386,12 +334,8 @@ Table PurchaseView::AsTable() const {
   return table;
 }
 
-std::string PurchaseView::Csv() const {
-  return CsvOf(analytics::kStockPurchaseTable, Rows());
-}
-
-void PurchaseView::WriteData(JsonWriter& json) const {
-  WriteRecords(json, analytics::kStockPurchaseTable, Rows());
+Sheet PurchaseView::AsSheet() const {
+  return SheetOf(analytics::kStockPurchaseTable, figures());
 }
 
 // --- Reference data
@@ -473,23 +417,26 @@ std::vector<Month> MonthsOf(std::uint32_t year) {
   return months;
 }
 
-void WriteMonths(JsonWriter& json, const std::vector<Month>& months) {
-  json.BeginArray();
-  for (const Month& month : months) {
-    json.BeginObject();
-    json.Key("month");
-    json.Value(month.number);
-    json.Key("trading_days");
-    json.Value(std::int64_t{month.trading_days});
-    json.Key("holidays");
-    json.BeginArray();
-    for (const std::uint32_t date : month.holidays) {
-      json.Value(date);
-    }
-    json.EndArray();
-    json.EndObject();
-  }
-  json.EndArray();
+Sheet SheetOfMonths(const std::vector<Month>& months) {
+  return {[months](JsonWriter& json) {
+            json.Array(months, [&json](const Month& month) {
+              json.Object([&] {
+                json.Member("month", month.number);
+                json.Member("trading_days", month.trading_days);
+                json.Key("holidays");
+                json.Array(month.holidays, [&json](std::uint32_t date) { json.Value(date); });
+              });
+            });
+          },
+          [months] {
+            std::string text = "holiday\n";
+            for (const Month& month : months) {
+              for (const std::uint32_t date : month.holidays) {
+                text += CsvDate(date) + "\n";
+              }
+            }
+            return text;
+          }};
 }
 
 }  // namespace
@@ -500,76 +447,44 @@ int KindsOfList(std::string_view name) {
 }
 
 Found FindList(IStockCommon& reference, std::string_view name, int kind) {
-  const std::vector<BaseInfoItem> items = (reference.*ListNamed(name)->get)(kind);
+  std::vector<ListedItem> items;
+  for (const BaseInfoItem& item : (reference.*ListNamed(name)->get)(kind)) {
+    items.emplace_back(name, item);
+  }
   Found found;
   found.key = std::wstring(name.begin(), name.end()) + L" " + std::to_wstring(kind);
-  found.table = Table(BaseInfoColumns());
-  found.csv = "code,name,pinyin,type\n";
-  for (const BaseInfoItem& item : items) {
-    found.table.Add(BaseInfoCells(item));
-    found.csv += BaseInfoCsv(item);
-  }
+  found.table = BaseInfoTable(items, false);
+  found.sheet = BaseInfoSheet(items, false);
   found.note = std::to_string(items.size()) + " " + std::string(name);
-  found.write = [items](JsonWriter& json) {
-    json.BeginArray();
-    for (const BaseInfoItem& item : items) {
-      json.BeginObject();
-      WriteBaseInfo(json, item);
-      json.EndObject();
-    }
-    json.EndArray();
-  };
   return found;
 }
 
 Found FindSecurities(IStockCommon& reference, const std::string& text, std::size_t limit) {
   const std::wstring wanted = common::s2ws(text, common::kUtf8);
   const SecurityLists lists(reference);
-  std::vector<std::pair<std::string_view, BaseInfoItem>> matches;
+  std::vector<ListedItem> matches;
   for (const Match& match : lists.Find(wanted, limit)) {
     matches.emplace_back(match.list, *match.item);
   }
   Found found;
   found.key = L"find " + wanted;
-  std::vector<Column> columns = BaseInfoColumns();
-  columns.insert(columns.begin(), {"list"});
-  found.table = Table(columns);
-  found.csv = "list,code,name,pinyin,type\n";
-  for (const auto& [list, item] : matches) {
-    std::vector<Cell> cells = BaseInfoCells(item);
-    cells.insert(cells.begin(), {std::string(list), Tone::kDim});
-    found.table.Add(std::move(cells));
-    found.csv += std::string(list) + "," + BaseInfoCsv(item);
-  }
+  found.table = BaseInfoTable(matches, true);
+  found.sheet = BaseInfoSheet(matches, true);
   found.why_empty = matches.empty() ? "nothing is called \"" + Printable(wanted) + "\"" : "";
-  found.write = [matches](JsonWriter& json) {
-    json.BeginArray();
-    for (const auto& [list, item] : matches) {
-      json.BeginObject();
-      json.Key("list");
-      json.Value(list);
-      WriteBaseInfo(json, item);
-      json.EndObject();
-    }
-    json.EndArray();
-  };
   return found;
 }
 
 Found FindPlatesOf(IStockCommon& reference, std::string text) {
   Found found;
   found.key = SymbolOf(reference, std::move(text));
-  std::vector<std::pair<std::wstring, std::wstring>> plates;
+  CodeNameList plates;
   const bool known = reference.GetPlatesOfStock(found.key, plates);
-  found.table = Table({{"code", Align::kLeft, 8}, {"name"}});
-  found.csv = "code,name\n";
+  found.table = CodeNameTable(plates);
+  found.sheet = CodeNameSheet(plates);
   for (const auto& [code, name] : plates) {
-    found.table.Add({{Printable(code)}, {Printable(name)}});
-    found.csv += CsvField(code) + "," + CsvField(name) + "\n";
     found.securities.push_back({code, name, stock::kSymbolPlate});
   }
   found.why_empty = known ? "" : "no plates are known of \"" + Printable(found.key) + "\"";
-  found.write = [plates](JsonWriter& json) { WriteCodesAndNames(json, plates); };
   return found;
 }
 
@@ -581,14 +496,13 @@ Found FindCalendar(std::uint32_t year) {
   found.service = "calendar";
   found.key = std::to_wstring(shown);
   found.table = Table({{"month"}, {"trading days", Align::kRight}, {"holidays"}});
-  found.csv = "holiday\n";
+  found.sheet = SheetOfMonths(months);
   int trading_days = 0;
   for (const Month& month : months) {
     trading_days += month.trading_days;
     std::string days;
     for (const std::uint32_t date : month.holidays) {
       days += (days.empty() ? "" : " ") + DateText(date).substr(8);
-      found.csv += CsvDate(date) + "\n";
     }
     found.table.Add(
         {{DateText(month.number * 100).substr(0, 7)}, {std::to_string(month.trading_days)}, {days}});
@@ -597,7 +511,6 @@ Found FindCalendar(std::uint32_t year) {
                (shown == this_year
                     ? ""
                     : "; the holidays of " + std::to_string(shown) + " are not known, only its weekends");
-  found.write = [months](JsonWriter& json) { WriteMonths(json, months); };
   return found;
 }
 

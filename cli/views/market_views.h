@@ -23,12 +23,11 @@ class StateView final : public ServiceView<IStockMarketState, StockMarketState, 
   [[nodiscard]] std::string Title() const override { return "phase"; }
   [[nodiscard]] std::wstring Key() const override { return L"CN"; }
   [[nodiscard]] std::vector<StyledLine> LogLines(bool with_header) const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
   /// What the phase is called, 开盘 and the like; empty when that is not known.
   [[nodiscard]] std::wstring Caption() const;
 
  private:
-  void WriteData(JsonWriter& json) const override;
 };
 
 /// A view of one day, of today if it is 0.
@@ -46,6 +45,10 @@ class DayView : public ServiceView<Service, Data, std::uint32_t> {
     this->Follow(date);
   }
   [[nodiscard]] std::uint32_t date() const { return date_; }
+  /// What is said about a day that has nothing in it.
+  [[nodiscard]] std::string NoFigures(const Delivery<Data>& delivery) const {
+    return NoFiguresText(date_ != 0 ? date_ : SessionDate(delivery.server_time), delivery.server_time);
+  }
 
  private:
   const std::uint32_t date_;
@@ -59,7 +62,7 @@ class EventsView final : public DayView<IStockUnusualEvent, std::list<StockUnusu
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<Security> Securities() const override;
   [[nodiscard]] std::vector<std::wstring> RowKeys() const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 
  private:
   [[nodiscard]] std::list<StockUnusualEventItem> Events() const;
@@ -73,7 +76,6 @@ class EventsView final : public DayView<IStockUnusualEvent, std::list<StockUnusu
   void OnUnwanted(Clock::time_point at) override;
   [[nodiscard]] std::string WhyNothingIn(
       const Delivery<std::list<StockUnusualEventItem>>& delivery) const override;
-  void WriteData(JsonWriter& json) const override;
 
   const std::optional<std::size_t> last_;
   bool is_past_ = false;  // what arrives was asked for by its day
@@ -86,8 +88,7 @@ struct CurveLook {
   const char* title;
   Table (*table)(const std::vector<Row>& rows);
   SessionPicture (*picture)(const std::vector<Row>& rows, std::uint32_t date);
-  void (*json)(JsonWriter& json, const std::vector<Row>& rows);
-  std::string (*csv)(const std::vector<Row>& rows);
+  Sheet (*sheet)(const std::vector<Row>& rows);
 };
 
 template <class Service, class Row>
@@ -97,24 +98,17 @@ class CurveView final : public DayView<Service, std::vector<Row>> {
             const CurveLook<Row>& look)
       : DayView<Service, std::vector<Row>>(context, feed, get, date), look_(look) {}
   [[nodiscard]] std::string Title() const override { return look_.title; }
-  [[nodiscard]] Table AsTable() const override { return look_.table(Rows()); }
+  [[nodiscard]] Table AsTable() const override { return look_.table(this->figures()); }
   [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override {
     return ChartOf(Picture(), size);
   }
-  [[nodiscard]] SessionPicture Picture() const { return look_.picture(Rows(), this->Session()); }
-  [[nodiscard]] std::string Csv() const override { return look_.csv(Rows()); }
+  [[nodiscard]] SessionPicture Picture() const { return look_.picture(this->figures(), this->Session()); }
+  [[nodiscard]] Sheet AsSheet() const override { return look_.sheet(this->figures()); }
 
  private:
-  [[nodiscard]] std::vector<Row> Rows() const {
-    return this->newest() == nullptr ? std::vector<Row>() : this->newest()->data;
-  }
   [[nodiscard]] std::string WhyNothingIn(const Delivery<std::vector<Row>>& delivery) const override {
-    return delivery.data.empty()
-               ? NoFiguresText(this->date() != 0 ? this->date() : SessionDate(delivery.server_time),
-                               delivery.server_time)
-               : "";
+    return delivery.data.empty() ? this->NoFigures(delivery) : "";
   }
-  void WriteData(JsonWriter& json) const override { look_.json(json, Rows()); }
 
   const CurveLook<Row> look_;
 };
@@ -129,11 +123,10 @@ class DistributionView final : public DayView<IStockDistribution, DistributionIt
   DistributionView(const ViewContext& context, std::uint32_t date);
   [[nodiscard]] std::string Title() const override { return "spread of the stocks' changes"; }
   [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 
  private:
   [[nodiscard]] std::string WhyNothingIn(const Delivery<DistributionItem>& delivery) const override;
-  void WriteData(JsonWriter& json) const override;
 };
 
 /// A list that is attached to a service which does not poll, and asked for by a call.
@@ -149,7 +142,6 @@ class AttachedView : public AnswerView<Data> {
  protected:
   AttachedView(const ViewContext& context, const Feed& feed, Service* (*get)(), void (Service::*fetch)())
       : AnswerView<Data>(context, feed), get_(get), fetch_(fetch) {}
-  [[nodiscard]] Data Rows() const { return this->data() == nullptr ? Data() : *this->data(); }
 
  private:
   class Relay final : public IUpdate1<Data> {
@@ -183,11 +175,10 @@ class MarginView final : public AttachedView<IMarginTrade, std::list<MarginTrade
   [[nodiscard]] std::string Title() const override { return "margin trading"; }
   [[nodiscard]] std::string WhyEmpty() const override;
   [[nodiscard]] Table AsTable() const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 
  private:
   [[nodiscard]] std::list<MarginTradeItem> Days() const;
-  void WriteData(JsonWriter& json) const override;
 
   const std::optional<std::size_t> last_;
 };
@@ -199,10 +190,7 @@ class PurchaseView final : public AttachedView<IStockPurchase, std::list<StockPu
   [[nodiscard]] std::string WhyEmpty() const override;
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
   [[nodiscard]] Table AsTable() const override;
-  [[nodiscard]] std::string Csv() const override;
-
- private:
-  void WriteData(JsonWriter& json) const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 };
 
 /// What was looked up in the reference data when it was made: nothing is asked for.
@@ -210,8 +198,7 @@ struct Found {
   std::string_view service = "stock_common";
   std::wstring key;
   Table table{{}};
-  std::function<void(JsonWriter& json)> write;
-  std::string csv;
+  Sheet sheet{};
   std::string note;
   std::string why_empty;
   std::vector<Security> securities{};  ///< by row
@@ -233,11 +220,10 @@ class FoundView final : public View {
   [[nodiscard]] std::string Note() const override { return found_.note; }
   [[nodiscard]] Table AsTable() const override { return found_.table; }
   [[nodiscard]] std::vector<Security> Securities() const override { return found_.securities; }
-  [[nodiscard]] std::string Csv() const override { return found_.csv; }
+  [[nodiscard]] Sheet AsSheet() const override { return found_.sheet; }
   void Select(const Security& security) override;
 
  private:
-  void WriteData(JsonWriter& json) const override { found_.write(json); }
   bool ResumeService() override;
   void SuspendService() override {}
   void RefreshService() override { ResumeService(); }

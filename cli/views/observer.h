@@ -83,7 +83,7 @@ class ServiceObserver final : public IUpdate1<Data> {
   /// service says to clear it, is handed over after the return.
   template <class Key>
   void SetTarget(const Key& key) {
-    // After the return no `Update` runs on another thread: services tell under the lock that this takes.
+    // After the return no `Update` runs on another thread: services deliver under the lock that this takes.
     service_.Suspend(this);
     service_.SetTarget(this, key);
     mailbox_.Forget();

@@ -1,5 +1,5 @@
-// What a person means by a symbol: looked up in the reference data, so that a typing error is told at once
-// instead of waiting for an answer that does not come. Main thread only, after the reference data were
+// What a person means by a symbol: looked up in the reference data, so that a typing error is reported at
+// once instead of waiting for an answer that does not come. Main thread only, after the reference data were
 // loaded.
 #pragma once
 

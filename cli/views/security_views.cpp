@@ -1,20 +1,19 @@
 #include "cli/views/security_views.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <limits>
 #include <utility>
 
+#include "charts/kline_table.h"
 #include "cli/format/chart_headings.h"
-#include "cli/format/chart_tables.h"
 #include "cli/format/china_time.h"
-#include "cli/format/csv.h"
 #include "cli/format/figures.h"
 #include "cli/format/flow_rows.h"
 #include "cli/format/price_limits.h"
 #include "cli/format/quote_sheet.h"
-#include "cli/format/quote_tables.h"
-#include "cli/format/record_json.h"
+#include "cli/format/record_tables.h"
 #include "cli/plot/candle_chart.h"
 #include "cli/plot/minute_chart.h"
 
@@ -50,18 +49,18 @@ std::vector<StyledLine> QuoteView::Lines(int width) const {
   return fits ? lines : NarrowQuoteSheet(newest()->data);
 }
 
-std::string QuoteView::Csv() const {
-  return CsvOf(kSingleQuoteTable, std::vector{WithLimitsOfBoard(newest()->data)});
-}
-
-void QuoteView::WriteData(JsonWriter& json) const {
-  json.BeginArray();
-  json.BeginObject();
-  json.Key("symbol_type");
-  json.Value(static_cast<std::int32_t>(newest()->data.symbol_type));
-  WriteMembers(json, kSingleQuoteTable, WithLimitsOfBoard(newest()->data));
-  json.EndObject();
-  json.EndArray();
+Sheet QuoteView::AsSheet() const {
+  const StockMarketItem quote = WithLimitsOfBoard(figures());
+  Sheet sheet = SheetOf(kSingleQuoteTable, std::vector{quote});
+  sheet.json = [quote](JsonWriter& json) {
+    json.Array(std::array{quote}, [&json](const StockMarketItem& only) {
+      json.Object([&] {
+        json.Member("symbol_type", static_cast<std::int32_t>(only.symbol_type));
+        WriteMembers(json, kSingleQuoteTable, only);
+      });
+    });
+  };
+  return sheet;
 }
 
 // --- Minutes
@@ -137,7 +136,7 @@ std::string MinuteLineView::NothingText() const {
 }
 
 std::uint32_t MinuteLineView::Session() const {
-  return newest() == nullptr || newest()->data.days.empty() ? 0 : newest()->data.days.back().date;
+  return figures().days.empty() ? 0 : figures().days.back().date;
 }
 
 Table MinuteLineView::AsTable() const {
@@ -150,7 +149,7 @@ Table MinuteLineView::AsTable() const {
                {"volume", Align::kRight},
                {"amount", Align::kRight},
                {"qrr", Align::kRight}});
-  for (const MLineDay& day : newest() == nullptr ? std::vector<MLineDay>() : newest()->data.days) {
+  for (const MLineDay& day : figures().days) {
     for (const MinutePoint& point : day.points) {
       const Tone tone = ToneOf(point.change);
       table.Add({{DateText(day.date), Tone::kDim},
@@ -168,43 +167,38 @@ Table MinuteLineView::AsTable() const {
 }
 
 std::vector<StyledLine> MinuteLineView::Chart(const ChartSize& size) const {
-  if (newest() == nullptr || LastPoint(newest()->data) == nullptr) {
+  if (LastPoint(figures()) == nullptr) {
     return {};
   }
-  StyledLine title = MinuteHeading(newest()->data);
+  StyledLine title = MinuteHeading(figures());
   title.insert(title.begin(), {{NameText(security_), Tone::kStrong}, {"  "}});
-  return MinuteChart(newest()->data, {size, title, HasAverage(security_)});
+  return MinuteChart(figures(), {size, title, HasAverage(security_)});
 }
 
-std::string MinuteLineView::Csv() const {
-  std::string text = "date," + CsvHeader(kMinutePointTable) + "\n";
-  for (const MLineDay& day : newest()->data.days) {
-    for (const MinutePoint& point : day.points) {
-      text += CsvDate(day.date) + "," + CsvLine(kMinutePointTable, point) + "\n";
-    }
-  }
-  return text;
-}
-
-void MinuteLineView::WriteData(JsonWriter& json) const {
-  const StockMLineData& line = newest()->data;
-  json.BeginObject();
-  json.Key("symbol");
-  json.Value(line.symbol);
-  json.Key("preclose");
-  json.Value(line.preclose);
-  json.Key("days");
-  json.BeginArray();
-  for (const MLineDay& day : line.days) {
-    json.BeginObject();
-    json.Key("date");
-    json.Value(day.date);
-    json.Key("points");
-    WriteRecords(json, kMinutePointTable, day.points);
-    json.EndObject();
-  }
-  json.EndArray();
-  json.EndObject();
+Sheet MinuteLineView::AsSheet() const {
+  return {[line = figures()](JsonWriter& json) {
+            json.Object([&] {
+              json.Member("symbol", line.symbol);
+              json.Member("preclose", line.preclose);
+              json.Key("days");
+              json.Array(line.days, [&json](const MLineDay& day) {
+                json.Object([&] {
+                  json.Member("date", day.date);
+                  json.Key("points");
+                  WriteRecords(json, kMinutePointTable, day.points);
+                });
+              });
+            });
+          },
+          [days = figures().days] {
+            std::string text = "date," + CsvHeader(kMinutePointTable) + "\n";
+            for (const MLineDay& day : days) {
+              for (const MinutePoint& point : day.points) {
+                text += CsvDate(day.date) + "," + CsvLine(kMinutePointTable, point) + "\n";
+              }
+            }
+            return text;
+          }};
 }
 
 // --- Candles
@@ -279,14 +273,14 @@ std::string KLineView::WhyNothingIn(const Delivery<StockKLineData>& delivery) co
 }
 
 std::vector<KLineCandle> KLineView::Candles() const {
-  if (newest() == nullptr || IsTodayAlone(newest()->data)) {
+  if (IsTodayAlone(figures())) {
     return {};
   }
-  return {newest()->data.candles.begin(), newest()->data.candles.end()};
+  return {figures().candles.begin(), figures().candles.end()};
 }
 
 std::uint32_t KLineView::Session() const {
-  return newest() == nullptr || newest()->data.candles.empty() ? 0 : newest()->data.candles.back().date;
+  return figures().candles.empty() ? 0 : figures().candles.back().date;
 }
 
 std::vector<KLineCandle> KLineView::Chosen(std::vector<KLineCandle> candles, std::size_t otherwise) const {
@@ -335,22 +329,20 @@ std::vector<StyledLine> KLineView::Chart(const ChartSize& size) const {
   return CandleChart(candles, {size, title, Averages(all, candles.size())});
 }
 
-std::string KLineView::Csv() const {
-  return CsvOf(kKLineCandleTable, Chosen(Candles(), std::numeric_limits<std::size_t>::max()));
-}
-
-void KLineView::WriteData(JsonWriter& json) const {
-  const StockKLineData& data = newest()->data;
-  json.BeginObject();
-  json.Key("symbol");
-  json.Value(data.symbol);
-  json.Key("period");
-  json.Value(data.period);
-  json.Key("adjustment");
-  json.Value(data.adjustment);
-  json.Key("candles");
-  WriteRecords(json, kKLineCandleTable, Chosen(Candles(), std::numeric_limits<std::size_t>::max()));
-  json.EndObject();
+Sheet KLineView::AsSheet() const {
+  const auto candles = Chosen(Candles(), std::numeric_limits<std::size_t>::max());
+  Sheet sheet = SheetOf(charts::kKLineCandleTable, candles);
+  sheet.json = [=, symbol = figures().symbol, period = figures().period,
+                adjustment = figures().adjustment](JsonWriter& json) {
+    json.Object([&] {
+      json.Member("symbol", symbol);
+      json.Member("period", period);
+      json.Member("adjustment", adjustment);
+      json.Key("candles");
+      WriteRecords(json, charts::kKLineCandleTable, candles);
+    });
+  };
+  return sheet;
 }
 
 // --- Flows
@@ -395,42 +387,36 @@ std::string FlowView::NothingText() const {
   return "the server has no flows of " + NameText(security_);
 }
 
-std::string FlowView::Csv() const {
-  std::string text = "symbol,days,big_in,big_out,small_in,small_out\n";
-  for (const auto& [name, member] : kFlowPeriods) {
-    const FlowAmounts& amounts = newest()->data.*member;
-    text += CsvField(security_.code) + "," + (name + 1);
-    for (const std::uint64_t amount :
-         {amounts.big_in, amounts.big_out, amounts.small_in, amounts.small_out}) {
-      text += "," + std::to_string(static_cast<std::int64_t>(amount));
-    }
-    text += "\n";
-  }
-  return text;
-}
-
-void FlowView::WriteData(JsonWriter& json) const {
-  const StockInOutItem& item = newest()->data;
-  json.BeginObject();
-  json.Key("symbol");
-  json.Value(item.symbol);
-  json.Key("mtime");
-  json.Value(item.mtime);
-  for (const auto& [name, member] : kFlowPeriods) {
-    const FlowAmounts& amounts = item.*member;
-    json.Key(name);
-    json.BeginObject();
-    const std::pair<const char*, std::uint64_t> members[] = {{"big_in", amounts.big_in},
-                                                             {"big_out", amounts.big_out},
-                                                             {"small_in", amounts.small_in},
-                                                             {"small_out", amounts.small_out}};
-    for (const auto& [key, amount] : members) {
-      json.Key(key);
-      json.Value(amount);
-    }
-    json.EndObject();
-  }
-  json.EndObject();
+Sheet FlowView::AsSheet() const {
+  return {[item = figures()](JsonWriter& json) {
+            json.Object([&] {
+              json.Member("symbol", item.symbol);
+              json.Member("mtime", item.mtime);
+              for (const auto& [name, member] : kFlowPeriods) {
+                const FlowAmounts& amounts = item.*member;
+                json.Key(name);
+                json.Object([&] {
+                  json.Member("big_in", amounts.big_in);
+                  json.Member("big_out", amounts.big_out);
+                  json.Member("small_in", amounts.small_in);
+                  json.Member("small_out", amounts.small_out);
+                });
+              }
+            });
+          },
+          [item = figures(), code = security_.code] {
+            std::string text = "symbol,days,big_in,big_out,small_in,small_out\n";
+            for (const auto& [name, member] : kFlowPeriods) {
+              const FlowAmounts& amounts = item.*member;
+              text += CsvField(code) + "," + (name + 1);
+              for (const std::uint64_t amount :
+                   {amounts.big_in, amounts.big_out, amounts.small_in, amounts.small_out}) {
+                text += "," + CsvField(static_cast<std::int64_t>(amount));
+              }
+              text += "\n";
+            }
+            return text;
+          }};
 }
 
 }  // namespace cli

@@ -22,13 +22,12 @@ class QuoteView final : public ServiceView<ISingleStockMarket, StockMarketItem, 
   void Select(const Security& security) override;
   /// The sheet of the quote, side by side or, where that is too wide, in one column.
   [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 
  private:
   [[nodiscard]] bool IsWanted(const StockMarketItem& quote) const override {
     return quote.code == security_.code;
   }
-  void WriteData(JsonWriter& json) const override;
 
   Security security_;
 };
@@ -47,7 +46,7 @@ class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std
   [[nodiscard]] std::uint32_t Session() const override;
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 
  private:
   void FollowDays();
@@ -57,7 +56,6 @@ class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std
   [[nodiscard]] bool IsWanted(const StockMLineData& line) const override;
   [[nodiscard]] std::string WhyNothingIn(const Delivery<StockMLineData>& delivery) const override;
   [[nodiscard]] std::string NothingText() const override;
-  void WriteData(JsonWriter& json) const override;
 
   Security security_;
   std::uint32_t date_ = 0;
@@ -77,7 +75,7 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   /// The newest sixty, unless a number was chosen.
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
   /// All of them, the oldest first; none as long as nothing has arrived.
   [[nodiscard]] std::vector<KLineCandle> Candles() const;
 
@@ -89,7 +87,6 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   [[nodiscard]] std::string WhyNothingIn(const Delivery<StockKLineData>& delivery) const override;
   // A download may take long, and ends with a record in any case.
   [[nodiscard]] std::string NothingText() const override { return {}; }
-  void WriteData(JsonWriter& json) const override;
   [[nodiscard]] std::vector<KLineCandle> Chosen(std::vector<KLineCandle> candles,
                                                 std::size_t otherwise) const;
 
@@ -108,7 +105,7 @@ class FlowView final : public ServiceView<IStockInOut, StockInOutItem, std::wstr
   void Select(const Security& security) override;
   [[nodiscard]] std::uint32_t Session() const override;
   [[nodiscard]] Table AsTable() const override;
-  [[nodiscard]] std::string Csv() const override;
+  [[nodiscard]] Sheet AsSheet() const override;
 
  private:
   [[nodiscard]] bool IsWanted(const StockInOutItem& flows) const override {
@@ -117,7 +114,6 @@ class FlowView final : public ServiceView<IStockInOut, StockInOutItem, std::wstr
   [[nodiscard]] std::string WhyNothingIn(const Delivery<StockInOutItem>& delivery) const override;
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
   [[nodiscard]] std::string NothingText() const override;
-  void WriteData(JsonWriter& json) const override;
 
   Security security_;
 };

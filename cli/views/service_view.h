@@ -13,6 +13,12 @@
 
 namespace cli {
 
+template <class Data>
+[[nodiscard]] const Data& FiguresOf(const std::optional<Delivery<Data>>& newest) {
+  static const Data kNothing{};
+  return newest ? newest->data : kNothing;
+}
+
 template <class Service, class Data, class KeyType>
 class ServiceView : public View {
  public:
@@ -25,6 +31,8 @@ class ServiceView : public View {
   }
   /// The newest data of the key; null: nothing has arrived.
   [[nodiscard]] const Delivery<Data>* newest() const { return newest_ ? &*newest_ : nullptr; }
+  /// The same without their time, empty as long as nothing has arrived.
+  [[nodiscard]] const Data& figures() const { return FiguresOf(newest_); }
 
  protected:
   using Observer = ServiceObserver<Service, Data>;
@@ -50,7 +58,7 @@ class ServiceView : public View {
     SetFeed(feed);
     Follow(std::move(key));
   }
-  /// Shows nothing and asks for nothing; `why` tells a person the reason.
+  /// Shows nothing and asks for nothing; `why` says why.
   void FollowNothing(std::string why) {
     key_.reset();
     newest_.reset();
@@ -139,7 +147,7 @@ class AnswerView : public View {
           TellArrival();
         }) {}
 
-  [[nodiscard]] const Data* data() const { return newest_ ? &newest_->data : nullptr; }
+  [[nodiscard]] const Data& figures() const { return FiguresOf(newest_); }
   /// What was asked for before is not wanted any more.
   void Forget() {
     mailbox_.Forget();

@@ -10,7 +10,7 @@
 namespace cli {
 
 /// The symbol of a stock or an index, "sh600000": market and six digits in any case, or six digits alone,
-/// whose first one tells the market (0 to 3 Shenzhen, 5, 6 and 9 Shanghai). Nothing for anything else.
+/// whose first one decides the market (0 to 3 Shenzhen, 5, 6 and 9 Shanghai). Nothing for anything else.
 [[nodiscard]] std::optional<std::wstring> ParseSymbol(std::string_view text);
 
 /// The first symbol of that kind in a sentence: "浦发银行(600000)封涨停板". Six digits of a longer number are

@@ -5,7 +5,6 @@
 
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
-#include "cli/format/record_json.h"
 #include "cli/views/trading_days.h"
 
 namespace cli {
@@ -163,7 +162,7 @@ FeedReport View::Report(Clock::time_point now, stock::MarketStatus phase) const 
 std::string View::JsonLine() const {
   JsonWriter json;
   BeginJsonLine(json, feed_.name, Key(), server_time());
-  WriteData(json);
+  AsSheet().json(json);
   json.EndObject();
   return json.Text();
 }

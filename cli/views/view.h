@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/format/json_writer.h"
+#include "cli/format/sheet.h"
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
 #include "cli/views/choices.h"
@@ -119,14 +119,14 @@ class View {
   [[nodiscard]] virtual std::vector<StyledLine> LogLines(bool /*with_header*/) const { return {}; }
   /// The security in each row of the table, if there are any.
   [[nodiscard]] virtual std::vector<Security> Securities() const { return {}; }
-  /// What tells the rows of the table from each other, as far as anything does.
+  /// What identifies the rows of the table, as far as anything does.
   [[nodiscard]] virtual std::vector<std::wstring> RowKeys() const;
   /// Nothing: this view has no chart.
   [[nodiscard]] virtual std::vector<StyledLine> Chart(const ChartSize& /*size*/) const { return {}; }
+  /// The newest data for other programs.
+  [[nodiscard]] virtual Sheet AsSheet() const = 0;
   /// One line; the name of the service, key, time and data.
   [[nodiscard]] std::string JsonLine() const;
-  /// A header and rows; empty: this view has none.
-  [[nodiscard]] virtual std::string Csv() const { return {}; }
   /// Names of columns, for those who want to have them explained.
   [[nodiscard]] std::vector<std::string> ColumnNames() const;
 
@@ -148,17 +148,14 @@ class View {
   }
   /// Another key: nothing of it is there yet. Asks for it if the view is shown.
   void Begin();
-  /// There is nothing to ask for; `why` tells a person the reason.
+  /// There is nothing to ask for; `why` says why.
   void BeginNothing(std::string why);
-
-  /// Writes the value of "data", and further members of the line if need be.
-  virtual void WriteData(JsonWriter& json) const = 0;
 
   /// The counts of the feed's endpoint at this moment.
   [[nodiscard]] virtual stock_host::EndpointCounters Counters() const { return CountersOf(feed_.endpoint); }
-  /// What is told when an answer came and nothing in it was for the key; empty: goes on waiting.
+  /// What is said when an answer came and nothing in it was for the key; empty: goes on waiting.
   [[nodiscard]] virtual std::string NothingText() const { return "the server has no such figures"; }
-  /// True when the service tells its views of a failure as of an answer with nothing in it.
+  /// True when a failure reaches views as an answer with nothing in it.
   [[nodiscard]] virtual bool FailureArrivesEmpty() const { return false; }
   /// The trading day of the data by the clock; empty: nothing is there.
   [[nodiscard]] std::string SessionText() const;

@@ -63,14 +63,14 @@ void SessionChart::DrawPoints() {
     }
     auto* const drawn = new QwtPlotCurve;
     drawn->setRenderHint(QwtPlotItem::RenderAntialiased);
-    drawn->setPen(colours().Of(curve.tone), 1.4, curve.dotted ? Qt::DotLine : Qt::SolidLine);
+    drawn->setPen(CurrentTheme().Of(curve.tone), 1.4, curve.dotted ? Qt::DotLine : Qt::SolidLine);
     drawn->setSamples(points);
     drawn->attach(&plot_);
   }
   if (range.low < 0 && range.high > 0) {
     auto* const zero = new QwtPlotMarker;
     zero->setLineStyle(QwtPlotMarker::HLine);
-    zero->setLinePen(colours().dim, 1, Qt::DashLine);
+    zero->setLinePen(CurrentTheme().dim, 1, Qt::DashLine);
     zero->setYValue(0);
     zero->attach(&plot_);
   }
@@ -83,11 +83,11 @@ void SessionChart::ShowFigures() {
   std::vector<Figure> texts = FiguresOf(picture_.title);
   if (reading()) {
     texts.resize(std::min<std::size_t>(texts.size(), 1));
-    texts.push_back({QStringLiteral("  ") + axis_.LabelOf(PlaceOf(*reading()).x()), colours().text});
+    texts.push_back({QStringLiteral("  ") + axis_.LabelOf(PlaceOf(*reading()).x()), CurrentTheme().text});
     for (const cli::Curve& curve : picture_.curves) {
       const double value = *reading() < curve.points.size() ? curve.points[*reading()].value : std::nan("");
       texts.push_back({QStringLiteral("  ") + QString::fromStdString(cli::Fixed(value, picture_.decimals)),
-                       colours().Of(curve.tone)});
+                       CurrentTheme().Of(curve.tone)});
     }
   }
   Show(texts);
@@ -114,7 +114,7 @@ void DistributionChart::SetItem(const DistributionItem& item, std::uint32_t date
 
 // The first range stands on top.
 bool DistributionChart::Draw() {
-  plot_.SetColours(colours());
+  plot_.PutOnTheme();
   plot_.Clear();
   const std::size_t count = item_.first_half.size() + item_.second_half.size();
   if (!cli::HasFigures(item_) || count == 0) {
@@ -128,7 +128,7 @@ bool DistributionChart::Draw() {
   std::size_t index = 0;
   for (const auto* const half : {&item_.first_half, &item_.second_half}) {
     QVector<QPointF> samples;
-    const QColor& colour = half == &item_.first_half ? colours().down : colours().up;
+    const QColor& colour = half == &item_.first_half ? CurrentTheme().fall : CurrentTheme().rise;
     for (const DistributionBucket& bucket : *half) {
       const auto place = static_cast<double>(count - 1 - index);
       const QString text =

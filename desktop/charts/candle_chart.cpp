@@ -197,12 +197,12 @@ void CandleChart::DrawCandles(std::size_t first, std::size_t last, std::size_t s
     (rise ? rises : falls).push_back({place, joined.open, joined.high, joined.low, joined.close});
     bars.push_back({place, volume, rise});
   }
-  ShowVolumes(volumes_, bars, sharing, colours());
+  ShowVolumes(volumes_, bars, sharing);
   for (const bool rise : {true, false}) {
-    const QColor& colour = rise ? colours().up : colours().down;
+    const QColor& colour = rise ? CurrentTheme().rise : CurrentTheme().fall;
     auto* const curve = new QwtPlotTradingCurve;
     curve->setSymbolPen(colour, 1);
-    curve->setSymbolBrush(QwtPlotTradingCurve::Increasing, colours().background);
+    curve->setSymbolBrush(QwtPlotTradingCurve::Increasing, CurrentTheme().base);
     curve->setSymbolBrush(QwtPlotTradingCurve::Decreasing, colour);
     curve->setSymbolExtent(kWidth * static_cast<double>(sharing));
     curve->setMinSymbolWidth(1);
@@ -221,7 +221,7 @@ void CandleChart::DrawAverages(std::size_t first, std::size_t last, std::size_t 
       }
     }
     auto* const curve = new QwtPlotCurve;
-    curve->setPen(colours().averages.at(i), 1);
+    curve->setPen(CurrentTheme().averages.at(i), 1);
     curve->setRenderHint(QwtPlotItem::RenderAntialiased, sharing == 1);
     curve->setSamples(points);
     curve->attach(&prices_);
@@ -258,7 +258,7 @@ void CandleChart::ShowFigures() {
     figures.push_back({QStringLiteral("  MA%1 %2")
                            .arg(averages_[i].span)
                            .arg(QString::fromStdString(cli::Fixed(averages_[i].values[shown], 2))),
-                       colours().averages.at(i)});
+                       CurrentTheme().averages.at(i)});
   }
   Show(figures, QStringLiteral("; %1: %2 - %3")
                     .arg(last - first + 1)

@@ -42,13 +42,6 @@ Chart::Chart(const char* name, int characters, QWidget* parent)
   stack_.addWidget(picture);
 }
 
-void Chart::SetColours(const ChartColours& colours) {
-  if (colours != colours_) {
-    colours_ = colours;
-    Redraw();
-  }
-}
-
 void Chart::SetReason(const QString& reason) {
   if (reason != reason_.text()) {
     reason_.setText(reason);
@@ -62,10 +55,10 @@ QString Chart::Word(std::string_view name) {
   return QString::fromStdString(cli::LabelOf(name));
 }
 
-std::vector<Figure> Chart::FiguresOf(const cli::StyledLine& line) const {
+std::vector<Figure> Chart::FiguresOf(const cli::StyledLine& line) {
   std::vector<Figure> figures;
   for (const cli::Cell& cell : line) {
-    figures.push_back({QString::fromStdString(cell.text), colours_.Of(cell.tone)});
+    figures.push_back({QString::fromStdString(cell.text), CurrentTheme().Of(cell.tone)});
   }
   return figures;
 }
@@ -92,8 +85,8 @@ void Chart::GiveRoom() {
 
 void Chart::Redraw() {
   QPalette palette = this->palette();
-  palette.setColor(QPalette::Window, colours_.background);
-  palette.setColor(QPalette::WindowText, colours_.dim);
+  palette.setColor(QPalette::Window, CurrentTheme().base);
+  palette.setColor(QPalette::WindowText, CurrentTheme().dim);
   setPalette(palette);
   const bool drawn = Draw();
   if (drawn != HasPicture()) {
@@ -114,7 +107,8 @@ void Chart::Describe(const QString& text) {
 
 void Chart::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
-  if (event->type() == QEvent::LanguageChange || event->type() == QEvent::FontChange) {
+  if (event->type() == QEvent::LanguageChange || event->type() == QEvent::FontChange ||
+      event->type() == QEvent::StyleChange) {
     Redraw();
   }
 }

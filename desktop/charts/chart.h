@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "cli/format/table.h"
-#include "desktop/charts/chart_colours.h"
+#include "desktop/theme.h"
 
 namespace desktop {
 
@@ -23,7 +23,6 @@ struct Figure {
 
 class Chart : public QWidget {
  public:
-  void SetColours(const ChartColours& colours);
   /// Why there is nothing to draw; shown only then.
   void SetReason(const QString& reason);
   [[nodiscard]] QString Reason() const { return reason_.text(); }
@@ -40,9 +39,8 @@ class Chart : public QWidget {
   /// The word that names a figure, in the language of the program.
   [[nodiscard]] static QString Word(std::string_view name);
 
-  [[nodiscard]] const ChartColours& colours() const { return colours_; }
   [[nodiscard]] QVBoxLayout& body() { return body_; }
-  [[nodiscard]] std::vector<Figure> FiguresOf(const cli::StyledLine& line) const;
+  [[nodiscard]] static std::vector<Figure> FiguresOf(const cli::StyledLine& line);
   /// Shows `figures` side by side on top, and describes them and `more`.
   void Show(const std::vector<Figure>& figures, const QString& more = {});
 
@@ -61,7 +59,6 @@ class Chart : public QWidget {
   void Describe(const QString& text);
 
   const int characters_;
-  ChartColours colours_ = LightChartColours();
   QStackedLayout& stack_;
   QLabel& reason_;
   QVBoxLayout& body_;

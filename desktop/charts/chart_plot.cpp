@@ -46,14 +46,15 @@ ChartPlot::ChartPlot(QWidget* parent) : QwtPlot(parent), grid_(*new QwtPlotGrid)
   grid_.attach(this);
 }
 
-void ChartPlot::SetColours(const ChartColours& colours) {
-  setCanvasBackground(colours.background);
-  grid_.setPen(colours.grid, 1, Qt::SolidLine);
+void ChartPlot::PutOnTheme() {
+  const Theme& theme = CurrentTheme();
+  setCanvasBackground(theme.base);
+  grid_.setPen(theme.line, 1, Qt::SolidLine);
   for (const int axis : kAxes) {
     setAxisFont(axis, font());
     QPalette palette = axisWidget(axis)->palette();
-    palette.setColor(QPalette::WindowText, colours.grid);
-    palette.setColor(QPalette::Text, colours.dim);
+    palette.setColor(QPalette::WindowText, theme.line);
+    palette.setColor(QPalette::Text, theme.dim);
     axisWidget(axis)->setPalette(palette);
   }
 }

@@ -11,7 +11,7 @@
 #include <functional>
 #include <initializer_list>
 
-#include "desktop/charts/chart_colours.h"
+#include "desktop/theme.h"
 
 namespace desktop {
 
@@ -23,7 +23,7 @@ class ChartPlot final : public QwtPlot {
   /// Without scales and without frame.
   explicit ChartPlot(QWidget* parent);
 
-  void SetColours(const ChartColours& colours);
+  void PutOnTheme();
   /// Shows the scale `axis` with these words.
   void ShowScale(int axis, Labels labels);
   void ShowGrid(bool upright, bool across);

@@ -36,12 +36,12 @@ FlowBars::FlowBars(QWidget* parent) : Chart("flow_bars", kCharacters, parent), p
 
 // In and out as rise and fall, small orders paler.
 QColor FlowBars::ColourOf(int bar) const {
-  const QColor& full = bar % 2 == 0 ? colours().up : colours().down;
+  const Theme& theme = CurrentTheme();
+  const QColor& full = bar % 2 == 0 ? theme.rise : theme.fall;
   const auto mixed = [](int a, int b) { return (a + b) / 2; };
   return bar < 2 ? full
-                 : QColor(mixed(full.red(), colours().background.red()),
-                          mixed(full.green(), colours().background.green()),
-                          mixed(full.blue(), colours().background.blue()));
+                 : QColor(mixed(full.red(), theme.base.red()), mixed(full.green(), theme.base.green()),
+                          mixed(full.blue(), theme.base.blue()));
 }
 
 QString FlowBars::PeriodText(const std::string& days) {
@@ -60,7 +60,7 @@ void FlowBars::SetFlows(const StockInOutItem& flows) {
 
 // What is not four amounts in and out is left to the table: the rows of both are the same.
 bool FlowBars::Draw() {
-  plot_.SetColours(colours());
+  plot_.PutOnTheme();
   plot_.Clear();
   if (!cli::HasFlows(flows_)) {
     return false;
@@ -99,9 +99,9 @@ bool FlowBars::Draw() {
       line += QStringLiteral(", %1 %2").arg(Word(columns[i].title), TextOf(row[i].text));
     }
     words.push_back(line);
-    nets.push_back({PeriodText(row[0].text) + QLatin1Char(' '), colours().dim});
+    nets.push_back({PeriodText(row[0].text) + QLatin1Char(' '), CurrentTheme().dim});
     nets.push_back({QStringLiteral("%1 %2  ").arg(Word(columns[3].title), TextOf(row[3].text)),
-                    colours().Of(row[3].tone)});
+                    CurrentTheme().Of(row[3].tone)});
   }
   for (int i = 0; i < kBars; ++i) {
     nets.push_back(

@@ -52,6 +52,10 @@ void AddLine(QwtPlot& plot, QwtPlotMarker::LineStyle style, double at, const QCo
   marker->attach(&plot);
 }
 
+QColor OfChange(double change) {
+  return change == 0 ? CurrentTheme().dim : CurrentTheme().Of(cli::ToneOf(change));
+}
+
 }  // namespace
 
 MinuteChart::MinuteChart(QWidget* parent)
@@ -99,7 +103,7 @@ void MinuteChart::SetEvents(const std::list<StockUnusualEventItem>& events) {
 QwtText MinuteChart::PriceLabel(double price) const {
   QwtText label(QString::fromStdString(cli::Fixed(price, 2)));
   if (line_.preclose > 0) {
-    label.setColor(colours().OfChange(std::round((price - line_.preclose) * 1000)));
+    label.setColor(OfChange(std::round((price - line_.preclose) * 1000)));
   }
   return label;
 }
@@ -107,7 +111,7 @@ QwtText MinuteChart::PriceLabel(double price) const {
 QwtText MinuteChart::RateLabel(double price) const {
   const double rate = (price - line_.preclose) / line_.preclose * 100;
   QwtText label(QString::fromStdString(cli::SignedPercent(rate, 2)));
-  label.setColor(colours().OfChange(std::round(rate * 1000)));
+  label.setColor(OfChange(std::round(rate * 1000)));
   return label;
 }
 
@@ -130,10 +134,10 @@ void MinuteChart::DrawPoints() {
     bars.push_back({minute.place, static_cast<double>(minute.point.volume), minute.rise});
   }
   const std::size_t sharing = SharingABar(axis_.end() - axis_.begin(), volumes_.canvas()->width());
-  ShowVolumes(volumes_, Joined(bars, sharing), sharing, colours());
+  ShowVolumes(volumes_, Joined(bars, sharing), sharing);
   DrawDays();
   if (has_preclose) {
-    AddLine(prices_, QwtPlotMarker::HLine, line_.preclose, colours().dim, Qt::DashLine);
+    AddLine(prices_, QwtPlotMarker::HLine, line_.preclose, CurrentTheme().dim, Qt::DashLine);
   }
   const QList<double> ticks = axis_.Ticks(volumes_.width());
   for (ChartPlot* const plot : {&prices_, &volumes_}) {
@@ -151,7 +155,7 @@ void MinuteChart::DrawDays() {
     const std::uint32_t date = first->date;
     if (first != minutes_.begin()) {
       for (ChartPlot* const plot : {&prices_, &volumes_}) {
-        AddLine(*plot, QwtPlotMarker::VLine, first->place - 1, colours().dim, Qt::DotLine);
+        AddLine(*plot, QwtPlotMarker::VLine, first->place - 1, CurrentTheme().dim, Qt::DotLine);
       }
     }
     for (; first != minutes_.end() && first->date == date; ++first) {
@@ -160,8 +164,8 @@ void MinuteChart::DrawDays() {
         averages.push_back({first->place, first->point.avg_price});
       }
     }
-    AddCurve(prices_, averages, colours().average, 1);
-    AddCurve(prices_, prices, colours().line, 1.4);
+    AddCurve(prices_, averages, CurrentTheme().averages[1], 1);
+    AddCurve(prices_, prices, CurrentTheme().averages[0], 1.4);
   }
 }
 
@@ -178,7 +182,7 @@ void MinuteChart::DrawEvents() {
     marks.push_back({minute.place, minute.point.price});
     const bool is_long = text.size() > kLabelledEvent;
     const QwtText words =
-        prices_.Words(is_long ? text.left(kLabelledEvent) + QChar(0x2026) : text, colours().warning);
+        prices_.Words(is_long ? text.left(kLabelledEvent) + QChar(0x2026) : text, CurrentTheme().event);
     const double room = (words.textSize().width() + kMarkSize) * minutes_of_pixel;
     const bool fits_right = minute.place + room <= axis_.end();
     if (minute.place >= free_from && (fits_right || minute.place - room >= free_from)) {
@@ -190,9 +194,9 @@ void MinuteChart::DrawEvents() {
       free_from = minute.place + (fits_right ? room : 0);
     }
   }
-  QwtPlotCurve* const curve = AddCurve(prices_, marks, colours().warning, 1);
+  QwtPlotCurve* const curve = AddCurve(prices_, marks, CurrentTheme().event, 1);
   curve->setStyle(QwtPlotCurve::NoCurve);
-  curve->setSymbol(new QwtSymbol(QwtSymbol::Diamond, colours().warning, colours().background,
+  curve->setSymbol(new QwtSymbol(QwtSymbol::Diamond, CurrentTheme().event, CurrentTheme().base,
                                  QSize(kMarkSize, kMarkSize)));
 }
 
@@ -216,7 +220,7 @@ void MinuteChart::ShowFigures() {
   std::vector<Figure> figures = FiguresOf(cli::MinuteFigures(shown.date, shown.point, average_));
   const QString event = EventsAt(shown);
   if (!event.isEmpty()) {
-    figures.push_back({QStringLiteral("  ") + event, colours().warning});
+    figures.push_back({QStringLiteral("  ") + event, CurrentTheme().event});
   }
   Show(figures, QStringLiteral("; %1 %2; %3 - %4")
                     .arg(Word("preclose"), QString::fromStdString(cli::Fixed(line_.preclose, 2)),

@@ -19,7 +19,7 @@ ChartPlot& ReadingChart::AddPlot(int stretch) {
 
 bool ReadingChart::Draw() {
   for (ChartPlot* const plot : plots_) {
-    plot->SetColours(colours());
+    plot->PutOnTheme();
     plot->Clear();
   }
   if (Points() > 0) {
@@ -36,7 +36,7 @@ bool ReadingChart::Draw() {
 void ReadingChart::Read(std::optional<std::size_t> point) {
   reading_ = point && Points() > 0 ? std::optional(std::min(*point, Points() - 1)) : std::nullopt;
   for (CrossHair* const cross_hair : cross_hairs_) {
-    cross_hair->setRubberBandPen(colours().line);
+    cross_hair->setRubberBandPen(CurrentTheme().averages[0]);
     if (reading_ && plots_.front()->axisInterval(QwtPlot::xBottom).contains(PlaceOf(*reading_).x())) {
       cross_hair->Place(PlaceOf(*reading_));
     } else {

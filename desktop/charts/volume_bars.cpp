@@ -32,8 +32,7 @@ std::vector<VolumeBar> Joined(const std::vector<VolumeBar>& bars, std::size_t sh
   return joined;
 }
 
-void ShowVolumes(ChartPlot& plot, const std::vector<VolumeBar>& bars, std::size_t sharing,
-                 const ChartColours& colours) {
+void ShowVolumes(ChartPlot& plot, const std::vector<VolumeBar>& bars, std::size_t sharing) {
   const double half = kHalfWidth * static_cast<double>(sharing);
   plot.Clear();
   double most = 0;
@@ -46,7 +45,7 @@ void ShowVolumes(ChartPlot& plot, const std::vector<VolumeBar>& bars, std::size_
       }
     }
     auto* const histogram = new QwtPlotHistogram;
-    histogram->setSymbol(MakeColumn(rise ? colours.up : colours.down));
+    histogram->setSymbol(MakeColumn(rise ? CurrentTheme().rise : CurrentTheme().fall));
     histogram->setSamples(samples);
     histogram->attach(&plot);
   }

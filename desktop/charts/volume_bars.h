@@ -22,7 +22,6 @@ struct VolumeBar {
 
 /// Replaces what the plot shows by bars that `sharing` places share, and labels its left scale by the largest
 /// volume.
-void ShowVolumes(ChartPlot& plot, const std::vector<VolumeBar>& bars, std::size_t sharing,
-                 const ChartColours& colours);
+void ShowVolumes(ChartPlot& plot, const std::vector<VolumeBar>& bars, std::size_t sharing);
 
 }  // namespace desktop

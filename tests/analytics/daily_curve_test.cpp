@@ -23,7 +23,6 @@ struct Strength {
   using Item = StrengthRatingItem;
   static Interface* Make() { return analytics::MakeStrengthRating(); }
   static constexpr const char* kPath = "/pc/rt/stock_min_num";
-  static constexpr const wchar_t* kName = L"StrengthRating::FetchStrengthRating";
   static constexpr const char* kAnswer =
       R"({"errno":0,"data":{"list":[{"min":930,"up":2,"down":1,"more":7},{"min":931,"up":3},{"min":"932"}]}})";
   static std::vector<Item> Expected() { return {{930, 2, 1}, {931, 3, 0}, {0, 0, 0}}; }
@@ -34,7 +33,6 @@ struct Effect {
   using Item = MoneyEffectItem;
   static Interface* Make() { return analytics::MakeMoneyEffect(); }
   static constexpr const char* kPath = "/pc/rt/stock_min_average";
-  static constexpr const wchar_t* kName = L"MoneyEffect::FetchMoneyEffect";
   static constexpr const char* kAnswer =
       R"({"errno":0,"data":{"list":[{"time":930,"average":-0.25},{"time":"931","average":1.5},{}]}})";
   static std::vector<Item> Expected() { return {{930, -0.25}, {0, 1.5}, {0, 0.0}}; }
@@ -51,7 +49,6 @@ class DailyCurve : public ::testing::Test {
     service->Resume(&view, false);
   }
   static Script Asked(const char* date) { return Script(Curve::kPath).With({{"date", date}}).Setting(3); }
-  std::wstring Line(const wchar_t* ending) const { return std::wstring(Curve::kName) + ending; }
 
   DailyCurve() { AwaitSleepingThreads(); }
 
@@ -143,69 +140,6 @@ TYPED_TEST(DailyCurve, tellsActiveObserversOfTheDayOnly) {
   this->service->Detach(&other);
 }
 
-TYPED_TEST(DailyCurve, servesASecondViewFromTheCache) {
-  typename TestFixture::Recorder first;
-  typename TestFixture::Recorder second;
-  this->Show(first, 0);
-  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
-  this->service->Refresh();
-  this->service->Attach(&second);
-  this->service->SetTarget(&second, 0);
-  this->service->Resume(&second, true);
-  EXPECT_EQ(second.Last(), TypeParam::Expected());
-  EXPECT_EQ(this->host.RequestCount(), 1U);
-  this->service->Detach(&first);
-  this->service->Detach(&second);
-}
-
-TYPED_TEST(DailyCurve, logsATransportFailureAndTellsNobody) {
-  typename TestFixture::Recorder view;
-  this->Show(view, 0);
-  this->host.ExpectFailureLine(this->Line(L" Failed."));
-  this->host.Expect(this->Asked("0").Inline(Answer::Failed()));
-  this->service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
-  this->service->Detach(&view);
-}
-
-TYPED_TEST(DailyCurve, isSilentAboutAnEmptyBody) {
-  typename TestFixture::Recorder view;
-  this->Show(view, 0);
-  this->host.Expect(this->Asked("0").Inline(Answer::Body("")));
-  this->service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
-  this->service->Detach(&view);
-}
-
-TYPED_TEST(DailyCurve, logsAnErrorNumberAndTellsNobody) {
-  typename TestFixture::Recorder view;
-  this->Show(view, 0);
-  this->host.ExpectCodeLine(this->Line(L" Response Error Code: %d"), 7);
-  this->host.Expect(this->Asked("0").Inline(Answer::Body(R"({"errno":7})")));
-  this->service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
-  this->service->Detach(&view);
-}
-
-TYPED_TEST(DailyCurve, logsAParseErrorAndTellsNobody) {
-  typename TestFixture::Recorder view;
-  this->Show(view, 0);
-  this->host.ExpectCodeLine(this->Line(L" Json Parse Error Code: %d"), 5);
-  this->host.Expect(this->Asked("0").Inline(Answer::Body("nothing")));
-  this->service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
-  this->service->Detach(&view);
-}
-
-TYPED_TEST(DailyCurve, sendsNothingWithoutAUrl) {
-  typename TestFixture::Recorder view;
-  this->Show(view, 0);
-  this->host.SignNothing(true);
-  this->service->Refresh();
-  EXPECT_EQ(this->host.RequestCount(), 0U);
-  this->service->Detach(&view);
-}
-
 TYPED_TEST(DailyCurve, asksForEveryActiveDayOnRefresh) {
   typename TestFixture::Recorder today;
   typename TestFixture::Recorder past;
@@ -234,12 +168,6 @@ TYPED_TEST(DailyCurve, followsZeroAfterMidnightAndLeavesTheDateBehind) {
   this->service->Detach(&date);
 }
 
-TYPED_TEST(DailyCurve, sleepsUntilThePhaseChangesWithoutAFloor) {
-  this->host.ScriptSpans({7200, 10, 9});
-  EXPECT_EQ(this->service->GetInterval(), 3600);
-  EXPECT_EQ(this->service->GetInterval(), 9);
-}
-
 TYPED_TEST(DailyCurve, hasOneRowPerElementWhateverItIs) {
   typename TestFixture::Recorder view;
   this->Show(view, 0);
@@ -247,34 +175,6 @@ TYPED_TEST(DailyCurve, hasOneRowPerElementWhateverItIs) {
   this->service->Refresh();
   EXPECT_EQ(view.Last(), std::vector<typename TypeParam::Item>(4));
   this->service->Detach(&view);
-}
-
-TYPED_TEST(DailyCurve, keepsItsRowsAfterAFailure) {
-  typename TestFixture::Recorder first;
-  typename TestFixture::Recorder second;
-  this->Show(first, 0);
-  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
-  this->service->Refresh();
-  this->host.ExpectFailureLine(this->Line(L" Failed."));
-  this->host.Expect(this->Asked("0").Inline(Answer::Failed(R"({"data":{"list":[]}})")));
-  this->service->Refresh();
-  EXPECT_EQ(first.Count(), 1U);
-  this->service->Attach(&second);
-  this->service->SetTarget(&second, 0);
-  this->service->Resume(&second, true);
-  EXPECT_EQ(second.Last(), TypeParam::Expected());
-  this->service->Detach(&first);
-  this->service->Detach(&second);
-}
-
-TYPED_TEST(DailyCurve, dropsAnAnswerThatComesAfterItsEnd) {
-  typename TestFixture::Recorder view;
-  this->Show(view, 0);
-  this->host.Expect(this->Asked("0").Held());
-  this->service->Refresh();
-  this->service.reset();
-  this->host.Complete(0, Answer::Body("?"));
-  EXPECT_EQ(view.Count(), 0U);
 }
 
 }  // namespace

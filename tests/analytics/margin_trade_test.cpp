@@ -62,33 +62,12 @@ TEST_F(MarginTrade, keepsTheWholeRangeOfABalance) {
   EXPECT_EQ(view.Last().front().balance, 10'000'000'000'000'000'000U);
 }
 
-TEST_F(MarginTrade, isToldToAllInTheOrderOfAttachment) {
-  std::string order;
-  RecordingObserver<Days> second([&order](const Days&) { order += "2"; });
-  RecordingObserver<Days> third([&order](const Days&) { order += "3"; });
-  service->Attach(&third);
-  service->Attach(&second);
-  service->Attach(&third);
-  service->Attach(nullptr);
-  Fetch("");
-  EXPECT_EQ(order, "32");
-  service->Detach(&second);
-  service->Detach(&third);
-  service->Detach(nullptr);
-}
-
 TEST_F(MarginTrade, deliversNothingInAttach) {
   Fetch("");
   RecordingObserver<Days> late;
   service->Attach(&late);
   EXPECT_EQ(late.Count(), 0U);
   service->Detach(&late);
-}
-
-TEST_F(MarginTrade, sendsNothingWithoutAUrl) {
-  host.SignNothing(true);
-  service->FetchMarginTradeInfo();
-  EXPECT_EQ(host.RequestCount(), 0U);
 }
 
 TEST_F(MarginTrade, mayGoBeforeItsAnswer) {

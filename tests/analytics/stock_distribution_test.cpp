@@ -117,11 +117,6 @@ TEST_F(Distribution, ofNothingIsDeliveredAllTheSame) {
   EXPECT_EQ(view.Last(), DistributionItem{});
 }
 
-TEST_F(Distribution, isSilentAboutAnEmptyBody) {
-  Answer200("");
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(Distribution, clearsASuspendedObserverInTheCallersThread) {
   service->Attach(&view);
   service->SetTarget(&view, 0);
@@ -161,22 +156,6 @@ TEST_F(Distribution, pollsTodayUnderEitherName) {
   EXPECT_EQ(today.Count(), 1U);
   service->Detach(&view);
   service->Detach(&today);
-}
-
-TEST_F(Distribution, sleepsUntilThePhaseChangesWithoutAFloor) {
-  host.ScriptSpans({7200, 10, 9});
-  EXPECT_EQ(service->GetInterval(), 3600);
-  EXPECT_EQ(service->GetInterval(), 9);
-}
-
-TEST_F(Distribution, sendsNothingWithoutAUrl) {
-  service->Attach(&view);
-  service->SetTarget(&view, 0);
-  service->Resume(&view, false);
-  host.SignNothing(true);
-  service->Refresh();
-  EXPECT_EQ(host.RequestCount(), 0U);
-  service->Detach(&view);
 }
 
 }  // namespace

@@ -153,72 +153,12 @@ TEST_F(InOut, clearsAViewThatTurnsToAnotherStock) {
   service->Detach(&view);
 }
 
-TEST_F(InOut, writesTwoLinesForAFailedRequest) {
-  Show(view, L"A");
-  host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
-  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Json Parse Error Code: %d", 5);
-  host.Expect(Script(kPath).Inline(Answer::Failed()));
-  service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
-  service->Detach(&view);
-}
-
-TEST_F(InOut, parsesAnEmptyBody) {
-  Show(view, L"A");
-  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Json Parse Error Code: %d", 5);
-  host.Expect(Script(kPath).Inline(Answer::Body("")));
-  service->Refresh();
-  service->Detach(&view);
-}
-
 TEST_F(InOut, parsesWhateverCameWithAFailure) {
   Show(view, L"A");
   host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
   host.Expect(Script(kPath).Inline(Answer::Failed(R"({"data":{"list":[{"A":{"mtime":3}}]}})")));
   service->Refresh();
   EXPECT_EQ(view.Last().mtime, 3U);
-  service->Detach(&view);
-}
-
-TEST_F(InOut, logsAnErrorNumberAndTellsNobody) {
-  Show(view, L"A");
-  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Response Error Code: %d", 1);
-  host.Expect(Script(kPath).Inline(Answer::Body(R"({"errno":1,"data":{"list":[{"A":{}}]}})")));
-  service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
-  service->Detach(&view);
-}
-
-TEST_F(InOut, keepsAFloorOfTwentySeconds) {
-  const int spans[][2] = {{5, 20}, {20, 20}, {40, 40}, {7200, 3600}};
-  for (const auto& [span, interval] : spans) {
-    host.SetSpan(span);
-    EXPECT_EQ(service->GetInterval(), interval) << span;
-  }
-}
-
-TEST_F(InOut, asksTheHostForItsIntervalOnce) {
-  const std::size_t before = host.SpanCalls().size();
-  host.ScriptSpans({7200, 5});
-  EXPECT_EQ(service->GetInterval(), 3600);
-  EXPECT_EQ(host.SpanCalls().size(), before + 1);
-}
-
-TEST_F(InOut, sendsNothingWithoutAUrl) {
-  Show(view, L"A");
-  host.SignNothing(true);
-  service->Refresh();
-  EXPECT_EQ(host.RequestCount(), 0U);
-  service->Detach(&view);
-}
-
-TEST_F(InOut, checksTheErrorNumberOfABodyThatCameWithAFailure) {
-  Show(view, L"A");
-  host.ExpectFailureLine(L"StockInOut::FetchStockInOutInfo Failed.");
-  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Response Error Code: %d", 503);
-  host.Expect(Script(kPath).Inline(Answer::Failed(R"({"errno":503,"data":{"list":[{"A":{}}]}})")));
-  service->Refresh();
-  EXPECT_EQ(view.Count(), 0U);
   service->Detach(&view);
 }
 
@@ -251,22 +191,6 @@ TEST_F(InOut, deliversEveryItemInTheOrderOfTheAnswer) {
   EXPECT_EQ(order, "123");
   service->Detach(&a);
   service->Detach(&b);
-}
-
-TEST_F(InOut, keepsWhatItHoldsAfterAFailure) {
-  Show(view, L"A");
-  host.Expect(Script(kPath).Inline(Answer::Body(R"({"data":{"list":[{"A":{"mtime":9}}]}})")));
-  service->Refresh();
-  host.ExpectCodeLine(L"StockInOut::FetchStockInOutInfo Response Error Code: %d", 1);
-  host.Expect(Script(kPath).Inline(Answer::Body(R"({"errno":1})")));
-  service->Refresh();
-  RecordingObserver<StockInOutItem> second;
-  service->Attach(&second);
-  service->SetTarget(&second, L"A");
-  service->Resume(&second, true);
-  EXPECT_EQ(second.Last().mtime, 9U);
-  service->Detach(&view);
-  service->Detach(&second);
 }
 
 TEST_F(InOut, cachesAnAnswerThatComesWhenNobodyIsLeft) {

@@ -69,24 +69,6 @@ TEST_F(Purchase, readsNullMembersAsEmpty) {
   EXPECT_EQ(view.Last(), Issues(1));
 }
 
-TEST_F(Purchase, sendsNothingWithoutAUrl) {
-  host.SignNothing(true);
-  service->FetchPurchaseInfo();
-  EXPECT_EQ(host.RequestCount(), 0U);
-}
-
-TEST_F(Purchase, isToldToAllInTheOrderOfAttachment) {
-  std::string order;
-  RecordingObserver<Issues> second([&order](const Issues&) { order += "2"; });
-  RecordingObserver<Issues> third([&order](const Issues&) { order += "3"; });
-  service->Attach(&third);
-  service->Attach(&second);
-  Fetch(R"({"data":{"list":[]}})");
-  EXPECT_EQ(order, "32");
-  service->Detach(&second);
-  service->Detach(&third);
-}
-
 TEST_F(Purchase, waitsAtItsEndForAnAnswerThatIsBeingTold) {
   std::atomic<bool> inside{false}, ending{false}, ended{false};
   RecordingObserver<Issues> slow([&](const Issues& issues) {

@@ -108,34 +108,6 @@ TEST_F(UnusualEvents, mayBeAskedForWithoutCallBack) {
   service->FetchUnusualEvent(0, {});
 }
 
-TEST_F(UnusualEvents, neverStandInTheCache) {
-  Show(view, 0);
-  host.Expect(Script(kPath).Times(2).Inline(Answer::Body("{}")));
-  service->Refresh();
-  RecordingObserver<Events> second;
-  service->Attach(&second);
-  service->SetTarget(&second, 0);
-  service->Resume(&second, true);
-  EXPECT_EQ(host.RequestCount(), 2U);
-  service->Detach(&view);
-  service->Detach(&second);
-}
-
-TEST_F(UnusualEvents, keepAFloorOfThirtySeconds) {
-  const int spans[][2] = {{10, 30}, {29, 30}, {30, 30}, {120, 120}, {3600, 3600}, {5000, 3600}, {-1, 30}};
-  for (const auto& [span, interval] : spans) {
-    host.SetSpan(span);
-    EXPECT_EQ(service->GetInterval(), interval) << span;
-  }
-}
-
-TEST_F(UnusualEvents, askTheHostForTheirIntervalOnce) {
-  const std::size_t before = host.SpanCalls().size();
-  host.ScriptSpans({7200, 5});
-  EXPECT_EQ(service->GetInterval(), 3600);
-  EXPECT_EQ(host.SpanCalls().size(), before + 1);
-}
-
 TEST_F(UnusualEvents, ofADateThatHasBecomeTodayArePolled) {
   Show(view, 20240318);
   service->OnTimer();
@@ -207,14 +179,6 @@ TEST_F(UnusualEvents, askedForDirectlyReachNoView) {
   service->FetchUnusualEvent(0, [](const Events&) {});
   EXPECT_EQ(view.Count(), 0U);
   service->Detach(&view);
-}
-
-TEST_F(UnusualEvents, areNotAskedForWithoutAUrl) {
-  host.SignNothing(true);
-  int calls = 0;
-  service->FetchUnusualEvent(0, [&calls](const Events&) { ++calls; });
-  EXPECT_EQ(host.RequestCount(), 0U);
-  EXPECT_EQ(calls, 0);
 }
 
 TEST_F(UnusualEvents, haveOneItemPerElementWhateverItIs) {

@@ -263,15 +263,6 @@ TEST_F(StockKLine, ignoresANullSymbol) {
   EXPECT_EQ(host.RequestCount(), 0U);
 }
 
-TEST_F(StockKLine, sendsNothingThatIsNotSigned) {
-  Show(view, L"sh600000");
-  host.SignNothing(true);
-  service->Refresh();
-  service->FetchKLine(L"sh600000", 1, 1, KLineTest::Keep());
-  EXPECT_EQ(host.RequestCount(), 0U);
-  EXPECT_TRUE(got.empty());
-}
-
 TEST_F(StockKLine, dropsWhatComesAfterItsEnd) {
   Show(view, L"sh600000");
   host.SetTaskMode(ScriptedHost::TaskMode::kQueued);
@@ -287,13 +278,6 @@ TEST_F(StockKLine, dropsWhatComesAfterItsEnd) {
   EXPECT_EQ(view.Count(), 0U);
   EXPECT_TRUE(got.empty());
   service.reset(charts::MakeStockKLine());
-}
-
-TEST_F(StockKLine, wakesAtTheNextPhaseAndHourly) {
-  host.SetTime(20240315, 10, 0, 0);
-  EXPECT_EQ(service->GetInterval(), 3600);
-  host.SetTime(20240315, 14, 59, 50);
-  EXPECT_EQ(service->GetInterval(), 10);
 }
 
 }  // namespace

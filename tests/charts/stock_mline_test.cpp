@@ -135,16 +135,6 @@ TEST_F(StockMLine, forgetsTheLineOfASymbolThatIsLeft) {
   service->Detach(&second);
 }
 
-TEST_F(StockMLine, tellsNobodyOfAnAnswerWithoutLines) {
-  Show(view, L"sh600000");
-  for (const char* body : {R"({"errno":0})", R"({"data":{}})", R"({"data":[]})", R"({"data":null})", "[]",
-                           R"({"data":{"sh600001":{"date":"20240315","list":[]}}})"}) {
-    host.Expect(Script(kToday).Inline(Answer::Body(body)));
-    service->Refresh();
-  }
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(StockMLine, tellsOfADayWithoutPoints) {
   Show(view, L"sh600000");
   host.Expect(Script(kToday).Inline(Data(R"("sh600000":{"date":"2024-03-15","list":[]})")));
@@ -191,17 +181,6 @@ TEST_F(StockMLine, handsALineToACallbackInTheSpellingOfItsRequest) {
   EXPECT_EQ(Price(got[1]), 2.0);
 }
 
-TEST_F(StockMLine, neverTellsAnOlderLineAfterANewerOne) {
-  Show(view, L"sh600000");
-  host.Expect(Script(kToday).Times(2).Held());
-  service->Refresh();
-  service->Refresh();
-  host.Complete(1, Line("sh600000", 2));
-  host.Complete(0, Line("sh600000", 1));
-  ASSERT_EQ(view.Count(), 1U);
-  EXPECT_EQ(Price(view.Last()), 2.0);
-}
-
 TEST_F(StockMLine, handsTodaysLineToACallback) {
   Show(view, L"sh600000");
   host.Expect(Script(kToday).With({{"stock_arr", R"(["sh600000"])"}}).Setting(8).Inline(Line("sh600000", 1)));
@@ -218,19 +197,6 @@ TEST_F(StockMLine, handsTodaysLineToACallback) {
   service->Suspend(&view);
   service->Resume(&view, true);
   EXPECT_EQ(Price(view.Last()), 2.0);
-}
-
-TEST_F(StockMLine, callsBackOnlyWithALine) {
-  host.ExpectFailureLine(L"StockMLine::FetchMLine Failed.");
-  host.ExpectCodeLine(L"StockMLine::FetchMLine Response Error Code: %d", -7);
-  host.ExpectCodeLine(L"StockMLine::FetchMLine Json Parse Error Code: %d", 5);
-  for (const Answer& answer : {Answer::Failed(), Answer::Body(R"({"errno":-7})"), Answer::Body("?"),
-                               Answer::Body(""), Line("sh600001", 1)}) {
-    host.Expect(Script(kToday).Inline(answer));
-    service->FetchMLine(L"sh600000", 0, Keep());
-    host.RunTasks();
-  }
-  EXPECT_TRUE(got.empty());
 }
 
 TEST_F(StockMLine, sendsAnAnswerWithoutCallbackTheWayOfAPolledOne) {
@@ -305,41 +271,12 @@ TEST_F(StockMLine, tellsActiveViewsOfAPastDayWithoutKeepingIt) {
   service->Detach(&other);
 }
 
-TEST_F(StockMLine, writesTheLinesOfThePastForBothWaysOfAsking) {
-  Show(view, L"sh600000");
-  host.ExpectFailureLine(L"StockMLine::FetchHistoryMLine Failed.", 2);
-  host.ExpectCodeLine(L"StockMLine::FetchHistoryMLine Response Error Code: %d", 9, 2);
-  host.ExpectCodeLine(L"StockMLine::FetchHistoryMLine Json Parse Error Code: %d", 5, 2);
-  for (const int days : {0, 3}) {
-    for (const Answer& answer :
-         {Answer::Failed(), Answer::Body(R"({"errno":9})"), Answer::Body("?"), Answer::Body("")}) {
-      host.Expect(Script(days == 0 ? kPastDay : kPastDays).Inline(answer));
-      service->FetchHistoryMLine(L"sh600000", 20240314, days, days == 0 ? MLineCallback() : Keep());
-      host.RunTasks();
-    }
-  }
-  EXPECT_TRUE(got.empty());
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(StockMLine, ignoresANullSymbol) {
   service->FetchMLine(nullptr, 0, Keep());
   service->FetchMLine(nullptr, 0, {});
   service->FetchHistoryMLine(nullptr, 20240314, 0, Keep());
   service->FetchHistoryMLine(nullptr, 20240314, 5, Keep());
   EXPECT_EQ(host.RunTasks() + host.RequestCount(), 0U);
-}
-
-TEST_F(StockMLine, sendsNothingThatIsNotSigned) {
-  Show(view, L"sh600000");
-  host.SignNothing(true);
-  service->Refresh();
-  service->FetchMLine(L"sh600000", 0, Keep());
-  service->FetchHistoryMLine(L"sh600000", 20240314, 0, Keep());
-  service->FetchHistoryMLine(L"sh600000", 20240314, 5, Keep());
-  host.RunTasks();
-  EXPECT_EQ(host.RequestCount(), 0U);
-  EXPECT_TRUE(got.empty());
 }
 
 TEST_F(StockMLine, dropsWhatComesAfterItsEnd) {
@@ -358,17 +295,6 @@ TEST_F(StockMLine, dropsWhatComesAfterItsEnd) {
   EXPECT_EQ(view.Count(), 0U);
   EXPECT_TRUE(got.empty());
   service.reset(charts::MakeStockMLine());
-}
-
-TEST_F(StockMLine, wakesAtTheNextPhaseAndHourly) {
-  host.SetTime(20240315, 10, 0, 0);
-  EXPECT_EQ(service->GetInterval(), 3600);
-  host.SetTime(20240315, 11, 29, 50);
-  EXPECT_EQ(service->GetInterval(), 10);
-  host.SetSpan(3601);
-  EXPECT_EQ(service->GetInterval(), 3600);
-  host.SetSpan(3600);
-  EXPECT_EQ(service->GetInterval(), 3600);
 }
 
 }  // namespace

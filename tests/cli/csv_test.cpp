@@ -7,7 +7,8 @@
 #include <limits>
 #include <string>
 
-#include "cli/format/chart_tables.h"
+#include "charts/kline_table.h"
+#include "cli/format/record_tables.h"
 
 namespace cli {
 namespace {
@@ -63,8 +64,8 @@ TEST(CsvField, isEmptyForWhatIsNoNumber) {
 }
 
 TEST(CsvLine, hasAFieldForEachMember) {
-  EXPECT_EQ(CsvHeader(kKLineCandleTable), "date,preclose,open,high,close,low,volume,amount,turnover");
-  EXPECT_EQ(CsvLine(kKLineCandleTable, {20240315, 10.1, 10.2, 10.9, 10.5, 10, 123, 1290.5, 0.25}),
+  EXPECT_EQ(CsvHeader(charts::kKLineCandleTable), "date,preclose,open,high,close,low,volume,amount,turnover");
+  EXPECT_EQ(CsvLine(charts::kKLineCandleTable, {20240315, 10.1, 10.2, 10.9, 10.5, 10, 123, 1290.5, 0.25}),
             "2024-03-15,10.1,10.2,10.9,10.5,10,123,1290.5,0.25");
   EXPECT_EQ(CsvHeader(kMinutePointTable), "time,price,volume,amount,qrr,change,change_rate,avg_price");
   EXPECT_EQ(CsvLine(kMinutePointTable, {931, 10.5, 7, 73.5, 1.2, 0.4, 3.96, 10.49}),

@@ -199,7 +199,7 @@ TEST_F(LiveProgramTest, hasAPageForEverything) {
       {"5", {"▸ watch list", "▸ s", "quote of s"}},
       {"2", {"▸ minute line of s", "09:30", "quote of s"}},
       {"3", {"▸ candles", "quote of s"}},
-      {"4", {"▸ top 30 of all A shares by change", "top 30 of industry plates", " bk"}},
+      {"4", {"▸ top 30 of all A shares by change", "top 30 of industry plates", "bpin"}},
       {"6", {"▸ unusual events, the newest first", "flows in yuan of s"}},
       {"7", {"▸ stocks up and down", "spread of the stocks' changes"}},
       {"8", {"average change of all stocks"}},

@@ -129,8 +129,14 @@ TEST(PriceLimits, ofAnIndexAreNone) {
   EXPECT_FALSE(WithLimitsOfBoard(StockMarketItem()).limit_up.present);
 }
 
-TEST(BookLines, haveTheOffersAboveTheBids) {
-  EXPECT_EQ(TextsOf(BookLines(Stock())),
+// The order book of a sheet, below its name and price.
+std::vector<StyledLine> BookIn(const StockMarketItem& quote) {
+  const std::vector<StyledLine> sheet = NarrowQuoteSheet(quote);
+  return {sheet.begin() + 2, sheet.begin() + 13};
+}
+
+TEST(OrderBook, hasTheOffersAboveTheBids) {
+  EXPECT_EQ(TextsOf(BookIn(Stock())),
             (std::vector<std::string>{"ask5      10.06          5,000", "ask4      10.05          4,000",
                                       "ask3      10.04          3,000", "ask2      10.03          2,000",
                                       "ask1      10.02          1,000", "-------------------------------",
@@ -139,22 +145,22 @@ TEST(BookLines, haveTheOffersAboveTheBids) {
                                       "bid5       9.97            500"}));
 }
 
-TEST(BookLines, paintPricesByTheirDifferenceToThePreviousClose) {
-  const auto lines = BookLines(Stock());
+TEST(OrderBook, paintsPricesByTheirDifferenceToThePreviousClose) {
+  const auto lines = BookIn(Stock());
   EXPECT_EQ(ToneOfText(lines, "10.06"), Tone::kRise);
   EXPECT_EQ(ToneOfText(lines, "10.00"), Tone::kPlain);
   EXPECT_EQ(ToneOfText(lines, "9.97"), Tone::kFall);
   StockMarketItem quote = Stock();
   quote.preclose.present = false;
-  EXPECT_EQ(ToneOfText(BookLines(quote), "10.06"), Tone::kPlain);
+  EXPECT_EQ(ToneOfText(BookIn(quote), "10.06"), Tone::kPlain);
 }
 
-TEST(BookLines, markAndPaintWhatMoved) {
+TEST(OrderBook, marksAndPaintsWhatMoved) {
   StockMarketItem quote = Stock();
   quote.ask_prices[4].direction = -1;
   quote.ask_volumes[4].direction = 1;
   quote.bid_volumes[0].direction = -1;
-  const auto lines = BookLines(quote);
+  const auto lines = BookIn(quote);
   EXPECT_EQ(Render(lines[0], kPlainText), "ask5      10.06▾         5,000▴");
   EXPECT_EQ(Render(lines[6], kPlainText), "bid1      10.01            100▾");
   EXPECT_EQ(ToneOfText(lines, "5,000"), Tone::kRise);
@@ -162,13 +168,13 @@ TEST(BookLines, markAndPaintWhatMoved) {
   EXPECT_EQ(ToneOfText(lines, "4,000"), Tone::kPlain);
 }
 
-TEST(BookLines, showAbsentLevelsAsSuch) {
+TEST(OrderBook, showsAbsentLevelsAsSuch) {
   StockMarketItem quote = Stock();
   quote.ask_prices[1].present = false;
   quote.ask_volumes[1].present = false;
   quote.bid_prices.clear();
   quote.bid_volumes.clear();
-  const auto texts = TextsOf(BookLines(quote));
+  const auto texts = TextsOf(BookIn(quote));
   ASSERT_EQ(texts.size(), 11U);
   EXPECT_EQ(texts[3], "ask2         --             --");
   EXPECT_EQ(texts[6], "bid1         --             --");
@@ -292,7 +298,7 @@ TEST(RankedStockLines, numberTheirRowsAndMarkWhatMoved) {
   row.name = L"浦发银行";
   row.last = {10.02, true, -1};
   row.change = {1.5, true, 1};
-  const auto texts = TextsOf(RankedStockTable({row}, {"row", 20}).Lines());
+  const auto texts = TextsOf(RankedTable({row}, {"row", 20}).Lines());
   EXPECT_EQ(texts[0].rfind("row  code", 0), 0U) << texts[0];
   EXPECT_EQ(texts[1].rfind(" 20  sh600000  浦发银行     10.02▾", 0), 0U) << texts[1];
   EXPECT_NE(texts[1].find("+1.50%▴"), std::string::npos) << texts[1];
@@ -307,8 +313,16 @@ TEST(RankedPlateLines, showTheirLeader) {
   row.cud = -3;
   row.lead = L"浦发银行";
   row.lead_change = 2;
-  const auto texts = TextsOf(RankedPlateTable({row}).Lines());
+  const auto texts = TextsOf(RankedTable(std::vector{row}).Lines());
   EXPECT_EQ(texts[1], "1  bk1001    银行        -0.50%   -12.35万    -3  浦发银行       +2.00%");
+}
+
+// The head of the codes was "bk", which no order has: a click on it did nothing but in Chinese.
+TEST(RankedPlateLines, haveHeadsThatTheirOrderKnows) {
+  const Table table = RankedTable(std::vector<PlateMarketSummary>(1));
+  for (std::size_t i = 1; i < table.columns().size(); ++i) {
+    EXPECT_TRUE(NumberOf(PlateColumns(), table.columns()[i].name)) << table.columns()[i].name;
+  }
 }
 
 TEST(Vocabulary, numbersItsWordsAsTheServicesDo) {

@@ -124,7 +124,7 @@ TEST(RecordRows, haveColumnsNamedLikeTheirMembers) {
 
 std::string JsonOf(const Record& record) {
   JsonWriter json;
-  WriteRecord(json, kTable, record);
+  json.Object([&] { WriteMembers(json, kTable, record); });
   return json.Text();
 }
 

@@ -404,6 +404,23 @@ TEST_F(ScreenTest, turnsToThePageWhoseNameIsClicked) {
   EXPECT_EQ(TakeCalls(), Calls());
 }
 
+TEST_F(ScreenTest, takesTheRowOfTheFinderThatIsClickedTwice) {
+  screen_->Resize({80, 24});
+  TakeCalls();
+  findings_.matches = {{L"sh600000", L"one", stock::kSymbolStock},
+                       {L"sh000001", L"two", stock::kSymbolIndex}};
+  Type(U"/q");
+  ASSERT_NE(Rows()[4].find("sh000001"), std::string::npos) << Rows()[4];
+  screen_->OnKey({KeyKind::kClick, 0, 5, 4});
+  EXPECT_TRUE(Shows("▸ sh000001  two"));
+  screen_->OnKey({KeyKind::kClick, 0, 5, 2});  // the line that is typed in
+  screen_->OnKey({KeyKind::kClick, 0, 5, 9});  // below the rows
+  EXPECT_EQ(TakeCalls(), Calls());
+  screen_->OnKey({KeyKind::kClick, 0, 40, 4});
+  EXPECT_EQ(TakeCalls(), Calls({"choose sh000001"}));
+  EXPECT_FALSE(Shows("/ q"));
+}
+
 TEST_F(ScreenTest, scrollsTheHelpAndTheFindingsByTheWheel) {
   screen_->Resize({60, 14});
   Type(U"?");

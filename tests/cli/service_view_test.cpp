@@ -90,7 +90,7 @@ class FakeView final : public ServiceView<FakeService, Figures, std::string> {
   [[nodiscard]] std::string WhyNothingIn(const Delivery<Figures>& delivery) const override {
     return delivery.data.empty() ? "no figure today" : "";
   }
-  void WriteData(JsonWriter& json) const override { json.Null(); }
+  [[nodiscard]] Sheet AsSheet() const override { return {}; }
   [[nodiscard]] bool FailureArrivesEmpty() const override { return failure_arrives_empty; }
   [[nodiscard]] std::string NothingText() const override { return nothing; }
 };

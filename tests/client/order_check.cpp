@@ -187,8 +187,8 @@ struct StockView final : IUpdate1<StockMarketItem> {
   Witness witness;
 };
 
-bool Await(const std::function<bool()>& reached, milliseconds limit) {
-  const auto end = steady_clock::now() + limit;
+bool Await(const std::function<bool()>& reached) {
+  const auto end = steady_clock::now() + seconds(60);
   while (!reached()) {
     if (steady_clock::now() > end) {
       return false;
@@ -236,7 +236,7 @@ int Run(int duration, bool expect_order) {
   const auto ask = [&server](const std::string& path, const std::function<void()>& request) {
     const std::uint64_t before = server.Arrived(path);
     request();
-    return Await([&] { return server.Arrived(path) > before; }, seconds(10));
+    return Await([&] { return server.Arrived(path) > before; });
   };
   const auto ask_all = [&] {
     for (const auto& feed : feeds) {
@@ -269,7 +269,7 @@ int Run(int duration, bool expect_order) {
 
   // All is well again: one more round brings everybody to the newest state, without another key's.
   server.Heal();
-  const bool quiet = Await([] { return stock_host::ReadCounters().under_way == 0; }, seconds(30));
+  const bool quiet = Await([] { return stock_host::ReadCounters().under_way == 0; });
   std::vector<const Witness*> ordered = {&stock_items, &plate_items};
   for (const auto& feed : feeds) {
     ordered.push_back(&feed->witness);
@@ -283,23 +283,21 @@ int Run(int duration, bool expect_order) {
     seen.push_back(witness->seen());
   }
   all_arrived = all_arrived && ask_all();
-  const bool converged = Await(
-      [&] {
-        for (std::size_t i = 0; i < all.size(); ++i) {
-          if (all[i]->seen() == seen[i]) {
-            return false;
-          }
-        }
-        for (const auto& feed : feeds) {
-          if (feed->path != "/pc/rt/stock_detail_list" &&
-              feed->witness.last() != static_cast<double>(server.Arrived(feed->path))) {
-            return false;
-          }
-        }
-        return stock_items.last() == static_cast<double>(server.Arrived("/pc/rt/stock_price_list")) &&
-               plate_items.last() == static_cast<double>(server.Arrived("/pc/rt/bk_price_list"));
-      },
-      seconds(20));
+  const bool converged = Await([&] {
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      if (all[i]->seen() == seen[i]) {
+        return false;
+      }
+    }
+    for (const auto& feed : feeds) {
+      if (feed->path != "/pc/rt/stock_detail_list" &&
+          feed->witness.last() != static_cast<double>(server.Arrived(feed->path))) {
+        return false;
+      }
+    }
+    return stock_items.last() == static_cast<double>(server.Arrived("/pc/rt/stock_price_list")) &&
+           plate_items.last() == static_cast<double>(server.Arrived("/pc/rt/bk_price_list"));
+  });
 
   for (const auto& feed : feeds) {
     feed->Leave();

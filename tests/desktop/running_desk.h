@@ -8,6 +8,8 @@
 #include <QtCore/QElapsedTimer>
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QStatusBar>
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -45,6 +47,13 @@ class RunningDesk : public testing::Test {
   ~RunningDesk() override {
     window_.reset();
     desk_.reset();
+  }
+
+  // Whatever happens is said in the window: no dialog stands in anybody's way.
+  void TearDown() override {
+    for (const QWidget* const one : QApplication::topLevelWidgets()) {
+      EXPECT_EQ(qobject_cast<const QDialog*>(one), nullptr) << one->windowTitle().toStdString();
+    }
   }
 
   void StartServer(const std::string& clock) {
@@ -103,7 +112,25 @@ class RunningDesk : public testing::Test {
         .toString()
         .toStdString();
   }
-  static std::string Described(const QWidget& widget) { return widget.accessibleDescription().toStdString(); }
+  /// All that the status bar says.
+  [[nodiscard]] std::string StatusText() const {
+    std::string text = window_->statusBar()->currentMessage().toStdString();
+    for (const QLabel* const label : window_->statusBar()->findChildren<QLabel*>()) {
+      text += " | " + label->text().toStdString() + " " + label->toolTip().toStdString();
+    }
+    return text;
+  }
+  [[nodiscard]] bool Says(const std::string& text) const {
+    return StatusText().find(text) != std::string::npos;
+  }
+  /// What the pictures in a pane say of themselves to those who cannot see them.
+  static std::string Described(const QWidget& pane) {
+    QString text;
+    for (const QWidget* const child : pane.findChildren<QWidget*>()) {
+      text += child->accessibleDescription() + QLatin1Char('\n');
+    }
+    return text.toStdString();
+  }
 
   [[nodiscard]] market_server::model::Instant Now() const {
     return static_cast<market_server::model::Instant>(server_->Now());

@@ -48,21 +48,13 @@ class ChartsTest : public RunningMarket {
   // Starts everything, with announced packages.
   void Open(const std::string& clock) {
     StartAll(clock, 0);
-    LoadReferenceData();
-  }
-
-  static void LoadReferenceData() {
-    auto loaded = std::make_shared<std::promise<bool>>();
-    GetStockCommon()->Init([loaded](bool ok) { loaded->set_value(ok); });
-    auto outcome = loaded->get_future();
-    ASSERT_EQ(outcome.wait_for(std::chrono::seconds(60)), std::future_status::ready);
-    ASSERT_TRUE(outcome.get());
+    ASSERT_TRUE(LoadReferenceData());
   }
 
   // As a program that is started anew: nothing is in memory, the files are there.
   static void StartAgain() {
     DestroyStockMarket();
-    LoadReferenceData();
+    ASSERT_TRUE(LoadReferenceData());
   }
 
   template <class Data, class Ask>

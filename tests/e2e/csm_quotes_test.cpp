@@ -226,6 +226,15 @@ TEST_F(CsmQuotes, quoteDrawsTheBookWithTheOffersAbove) {
   EXPECT_NE(lines[8].find("bid1 "), std::string::npos) << text;
 }
 
+// Nothing of a quote is in the plates of the stocks: their load would last its eight seconds, and fail.
+TEST_F(CsmQuotes, quoteIsAskedForAsSoonAsTheNamesAreThere) {
+  server_.SetFaults({"silence:/pc/rt/stock_in_bk"});
+  const model::Quote quote = TradedStock();
+  const auto record = JsonOf({"quote", quote.security->code, "--count", "1"});
+  ExpectFigures(record["data"][0], quote);
+  EXPECT_EQ(record["data"][0]["symbol_type"].GetInt(), 2);
+}
+
 TEST_F(CsmQuotes, quoteTellsWhatTheMarketDoesNotKnow) {
   ExpectFailure({"quote", "sh609999"}, "the market knows no \"sh609999\"");
   ExpectFailure({"quote", "bk1001"}, "is a plate");

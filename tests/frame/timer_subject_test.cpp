@@ -179,17 +179,6 @@ TEST_F(TimerSubject, resumeWithoutATargetFetchesInTheCallersThread) {
   EXPECT_EQ(a.Count(), 0u);
 }
 
-TEST_F(TimerSubject, resumeDeliversFreshDataInsideTheCall) {
-  AttachActive(a, L"k");
-  service.Deliver(L"k", 7);
-  ticks.Advance(200);
-  AttachSuspended(b, L"k");
-  service.Resume(&b, true);
-  EXPECT_EQ(b.Updates(), Numbers{7});
-  EXPECT_EQ(b.Threads().at(0), std::this_thread::get_id());
-  EXPECT_EQ(service.fetches, 0);
-}
-
 TEST_F(TimerSubject, holdsSharedDataInTheCacheUntilTheNext) {
   const auto data = std::make_shared<const int>(7);
   service.DeliverShared(L"k", data);
@@ -205,43 +194,29 @@ TEST_F(TimerSubject, holdsSharedDataInTheCacheUntilTheNext) {
   EXPECT_EQ(data.use_count(), 1);
 }
 
-TEST_F(TimerSubject, resumeDeliversAtExactly300Milliseconds) {
-  AttachActive(a, L"k");
-  service.Deliver(L"k", 7);
-  ticks.Advance(300);
-  AttachSuspended(b, L"k");
-  service.Resume(&b, true);
-  EXPECT_EQ(b.Updates(), Numbers{7});
-  EXPECT_EQ(service.fetches, 0);
-}
-
-TEST_F(TimerSubject, resumeCountsWholeMillisecondsOnly) {
-  AttachActive(a, L"k");
-  service.Deliver(L"k", 7);
-  ticks.AdvanceTicks(3'009'999);
-  AttachSuspended(b, L"k");
-  service.Resume(&b, true);
-  EXPECT_EQ(b.Updates(), Numbers{7});
-}
-
-TEST_F(TimerSubject, resumeFetchesAt301Milliseconds) {
-  AttachActive(a, L"k");
-  service.Deliver(L"k", 7);
-  ticks.Advance(301);
-  AttachSuspended(b, L"k");
-  service.Resume(&b, true);
-  EXPECT_EQ(b.Count(), 0u);
-  EXPECT_EQ(service.fetches, 1);
-}
-
-TEST_F(TimerSubject, resumeTakesANegativeAgeForFresh) {
-  AttachActive(a, L"k");
-  service.Deliver(L"k", 7);
-  ticks.Advance(-3'600'000);
-  AttachSuspended(b, L"k");
-  service.Resume(&b, true);
-  EXPECT_EQ(b.Updates(), Numbers{7});
-  EXPECT_EQ(service.fetches, 0);
+TEST_F(TimerSubject, resumeDeliversDataOf300WholeMillisecondsAtMost) {
+  struct Age {
+    std::int64_t ticks;  // of 100 ns
+    bool is_fresh;
+  };
+  for (const Age& age : {Age{2'000'000, true}, Age{3'000'000, true}, Age{3'009'999, true},
+                         Age{3'010'000, false}, Age{-36'000'000'000, true}}) {
+    SCOPED_TRACE(age.ticks);
+    FrameService own;
+    FrameRecorder first, second;
+    own.Attach(&first);
+    own.SetTarget(&first, L"k");
+    own.Deliver(L"k", 7);
+    ticks.AdvanceTicks(age.ticks);
+    own.Attach(&second);
+    own.SetTarget(&second, L"k");
+    own.Resume(&second, true);
+    EXPECT_EQ(second.Updates(), age.is_fresh ? Numbers{7} : Numbers{});
+    EXPECT_EQ(own.fetches, age.is_fresh ? 0 : 1);
+    if (age.is_fresh) {
+      EXPECT_EQ(second.Threads().at(0), std::this_thread::get_id());
+    }
+  }
 }
 
 TEST_F(TimerSubject, resumeFetchesWhenTheKeyHasNoData) {

@@ -39,7 +39,7 @@ class Answers {
   /// False when `count` call-backs have not come in a time that no test may need.
   [[nodiscard]] bool Wait(std::size_t count = 1) {
     std::unique_lock lock(mutex_);
-    return arrived_.wait_for(lock, std::chrono::seconds(30), [&] { return given_.size() >= count; });
+    return arrived_.wait_for(lock, std::chrono::seconds(90), [&] { return given_.size() >= count; });
   }
 
   [[nodiscard]] std::vector<GivenAnswer> Given() {

@@ -34,9 +34,9 @@ using Count = std::uint64_t stock_host::Failures::*;
 
 constexpr int kLimitSeconds = 1;
 // For servers that do not wait: their misbehaviour ends the request, not the limit.
-constexpr int kAmpleSeconds = 25;
+constexpr int kAmpleSeconds = 120;
 // Far from what any of them takes, so that a busy machine does not matter; below the ample limit.
-constexpr auto kInTime = 15s;
+constexpr auto kInTime = 60s;
 
 enum class Transport { kPlain, kOtherHost, kExpired, kUnknownIssuer, kOldProtocol, kNoTlsAtAll };
 

@@ -357,17 +357,6 @@ TEST(GetAsyn, whatACallbackThrowsIsLoggedAndDropped) {
   EXPECT_NE(host.LogFile().find("dropped an exception of unknown type"), std::string::npos);
 }
 
-TEST(GetAsyn, limitBelowASecondIsOneSecond) {
-  const RunningHost host;
-  LoopbackServer server(Answering("well"));
-  Answers answers;
-  GetAsyn(server.WideUrl(), answers.Callback(), {}, 0);
-  GetAsyn(server.WideUrl(), answers.Callback(), {}, -7);
-  ASSERT_TRUE(answers.Wait(2));
-  EXPECT_TRUE(answers.Given()[0].ok);
-  EXPECT_TRUE(answers.Given()[1].ok);
-}
-
 TEST(GetAsyn, hundredRequestsAtOnceEachGetTheirOwnAnswer) {
   const RunningHost host;
   LoopbackServer server(Echo());

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -39,20 +41,28 @@ std::size_t OpenFilesOfThisProcess() {
   return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
+// An ended thread stands in the list for a moment after it was waited for, and the other side of a connection
+// closes when it gets to it.
+bool Becomes(std::size_t (*count)(), std::size_t wanted) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (count() > wanted && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+  return count() <= wanted;
+}
+
 LoopbackServer::Handler Silent() {
   return [](LoopbackServer::Connection& connection) { connection.WaitForClose(); };
 }
 
 TEST(Lifetime, hundredStartsAndStopsLeaveNoThreadAndNoFileBehind) {
   const TemporaryDirectory directory;
-  LoopbackServer server(Answering("well"));
+  auto server = std::make_unique<LoopbackServer>(Answering("well"));
   std::size_t threads = 0;
   std::size_t files = 0;
   for (int i = 0; i < 100; ++i) {
     std::string error;
     ASSERT_TRUE(stock_host::Start(SettingsIn(directory), error)) << error;
     Answers answers;
-    GetAsyn(server.WideUrl(), answers.Callback(), {}, kLimit);
+    GetAsyn(server->WideUrl(), answers.Callback(), {}, kLimit);
     // With the request finished in some rounds and under way in others.
     if (i % 2 == 0) {
       EXPECT_TRUE(answers.Wait());
@@ -60,14 +70,15 @@ TEST(Lifetime, hundredStartsAndStopsLeaveNoThreadAndNoFileBehind) {
     stock_host::Stop();
     ASSERT_EQ(answers.Given().size(), 1U) << "round " << i;
     if (i == 9) {
+      server.reset();
       threads = ThreadsOfThisProcess();
       files = OpenFilesOfThisProcess();
+      server = std::make_unique<LoopbackServer>(Answering("well"));
     }
   }
-  // The server on the other side of the loopback has threads of its own, one for each connection it still
-  // has.
-  EXPECT_LE(ThreadsOfThisProcess(), threads + 3);
-  EXPECT_LE(OpenFilesOfThisProcess(), files + 6);
+  server.reset();
+  EXPECT_TRUE(Becomes(&ThreadsOfThisProcess, threads)) << ThreadsOfThisProcess() << " and not " << threads;
+  EXPECT_TRUE(Becomes(&OpenFilesOfThisProcess, files)) << OpenFilesOfThisProcess() << " and not " << files;
 }
 
 TEST(Lifetime, requestsUnderWayFailAtTheStopEachOnce) {
@@ -306,7 +317,7 @@ TEST(Lifetime, startRefusesWhatCannotWork) {
     EXPECT_FALSE(stock_host::Start(settings, error)) << one.name;
     EXPECT_FALSE(error.empty()) << one.name;
     EXPECT_EQ(error.find("secret"), std::string::npos) << one.name;
-    EXPECT_LE(ThreadsOfThisProcess(), threads) << one.name;
+    EXPECT_TRUE(Becomes(&ThreadsOfThisProcess, threads)) << one.name;
   }
   std::string error;
   EXPECT_TRUE(stock_host::Start(SettingsIn(directory), error)) << error;

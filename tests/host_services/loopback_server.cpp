@@ -239,9 +239,10 @@ LoopbackServer::Handler Answering(std::string body, std::string more_header_line
 }
 
 std::uint16_t ClosedPort() {
-  asio::io_context io;
-  tcp::acceptor acceptor(io, tcp::endpoint(asio::ip::address_v4::loopback(), 0));
-  return acceptor.local_endpoint().port();
+  // Held, so that nobody else gets it, and not listened on.
+  static asio::io_context io;
+  static const tcp::socket holder(io, tcp::endpoint(asio::ip::address_v4::loopback(), 0));
+  return holder.local_endpoint().port();
 }
 
 std::string Gzipped(std::string_view text) {

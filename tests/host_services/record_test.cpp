@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "answers.h"
 #include "host/network.h"
 #include "host/signing.h"
 #include "host/singleton.h"
@@ -25,6 +26,7 @@
 namespace {
 
 using host_test::Answering;
+using host_test::Answers;
 using host_test::LoopbackServer;
 using host_test::ReadFile;
 using host_test::RunningHost;
@@ -184,6 +186,21 @@ TEST(Record, keepsTimesSettingOutcomeDateAndBytes) {
   EXPECT_EQ(one.answer.status, 200);
   EXPECT_EQ(one.answer.body, body);
   EXPECT_EQ(ReadFile(directory.Path("record/exchanges.csm")).find("hush"), std::string::npos);
+}
+
+TEST(Record, limitBelowASecondIsOneSecond) {
+  const TemporaryDirectory directory;
+  LoopbackServer server(Answering("well"));
+  Answers answers;
+  {
+    const RunningHost host(Recording(directory, server));
+    GetAsyn(server.WideUrl(), answers.Callback(), {}, 0);
+    GetAsyn(server.WideUrl(), answers.Callback(), {}, -7);
+    ASSERT_TRUE(answers.Wait(2));
+  }
+  const Content content = Read(directory.Path("record"));
+  ASSERT_EQ(content.exchanges.size(), 2U);
+  for (const RecordedExchange& one : content.exchanges) EXPECT_EQ(one.limit, 1000);
 }
 
 TEST(Record, namesTheServersApart) {

@@ -166,29 +166,6 @@ TEST_F(Endpoint, aStockHasAllItsKeys) {
   EXPECT_STREQ(row["status"].GetString(), "0");
 }
 
-TEST_F(Endpoint, theOrderBookHasFiveLevelsAroundTheLastPrice) {
-  const Document board = Board("cn_a");
-  int whole = 0;
-  for (const Value& row : board["data"].GetArray()) {
-    for (const char side : {'b', 's'}) {
-      for (char level = '1'; level <= '5'; ++level) {
-        const std::string price = {side, level, 'p'};
-        const std::string volume = {side, level, 'v'};
-        EXPECT_EQ(row.HasMember(price.c_str()), row.HasMember(volume.c_str()));
-        if (row.HasMember(price.c_str())) {
-          EXPECT_GT(Number(row, price), 0);
-        }
-      }
-    }
-    if (!row.HasMember("b5p") || !row.HasMember("s5p")) continue;
-    ++whole;
-    EXPECT_LT(Number(row, "b1p"), Number(row, "s1p"));
-    EXPECT_GT(Number(row, "b1p"), Number(row, "b5p"));
-    EXPECT_LT(Number(row, "s1p"), Number(row, "s5p"));
-  }
-  EXPECT_GT(whole, 50);
-}
-
 TEST_F(Endpoint, anIndexHasCountsAndALead) {
   Document answer = Json("/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh000001\"]"}});
   const Value& row = answer["data"]["list"][0];
@@ -243,27 +220,6 @@ TEST_F(Endpoint, pagesAreCutFromTheWholeBoard) {
   EXPECT_EQ(page(size + 5, size + 10)["data"].Size(), 0U);
   EXPECT_EQ(page(-5, 3)["data"].Size(), 3U);
   EXPECT_EQ(page(size - 3, -1)["data"].Size(), 3U);
-}
-
-TEST_F(Endpoint, priceListsHaveTheOrderOfTheBoard) {
-  for (const std::string& type : kStockTypes) {
-    const Document board = Board(type, "change", "asc");
-    Document list =
-        Json("/pc/rt/stock_price_list", {{"stock_type", type}, {"sort_key", "change"}, {"sort_type", "asc"}});
-    ASSERT_EQ(list["data"].Size(), board["data"].Size()) << type;
-    for (rapidjson::SizeType i = 0; i < list["data"].Size(); ++i) {
-      EXPECT_EQ(list["data"][i]["code"], board["data"][i]["code"]);
-      EXPECT_EQ(list["data"][i]["name"], board["data"][i]["name"]);
-    }
-  }
-}
-
-TEST_F(Endpoint, quotesOfABoardAndOfAListAreTheSame) {
-  const Document board = Board("cn_a", "change", "desc", "0", "20");
-  for (const Value& row : board["data"].GetArray()) {
-    Document one = Json("/pc/rt/stock_detail_list", {{"stock_arr", List({row["code"].GetString()})}});
-    EXPECT_EQ(one["data"]["list"][0], row) << row["code"].GetString();
-  }
 }
 
 TEST_F(Endpoint, platesAreOrderedByEveryColumnInBothDirections) {
@@ -419,27 +375,6 @@ TEST_F(Endpoint, plateRankingsAreTheFirstPlates) {
 
 // Charts
 
-TEST_F(Endpoint, aMinuteLineEndsWithTheQuote) {
-  const Document board = Board("cn_a", "vol", "desc", "0", "10");
-  for (const Value& row : board["data"].GetArray()) {
-    const std::string code = row["code"].GetString();
-    Document answer = Json("/pc/rt/get_day_time", {{"stock_arr", List({code})}});
-    const Value& day = answer["data"][code.c_str()];
-    EXPECT_STREQ(day["date"].GetString(), "2024-03-15");
-    const Value& list = day["list"];
-    ASSERT_GT(list.Size(), 50U) << code;
-    const Value& last = list[list.Size() - 1];
-    EXPECT_EQ(list[0]["preclose"], row["preclose"]) << code;
-    EXPECT_EQ(last["last"], row["last"]) << code;
-    EXPECT_EQ(last["vol"], row["vol"]) << code;
-    EXPECT_EQ(last["amt"], row["amt"]) << code;
-    for (rapidjson::SizeType i = 1; i < list.Size(); ++i) {
-      EXPECT_LT(list[i - 1]["min"].GetInt(), list[i]["min"].GetInt());
-      EXPECT_LE(Number(list[i - 1], "vol"), Number(list[i], "vol"));
-    }
-  }
-}
-
 TEST_F(Endpoint, minuteLinesStandUnderTheSymbolsAskedFor) {
   Document answer =
       Json("/pc/rt/get_day_time", {{"stock_arr", R"(["SH600000","sh000001","sh000001","nothing"])"}});
@@ -478,19 +413,6 @@ TEST_F(Endpoint, chosenDaysEndWithTheDateOldestFirst) {
   Document unknown =
       Json("/pc/rt/get_choice_htime", {{"stock", "nothing"}, {"date", "20240313"}, {"rn", "1"}});
   EXPECT_EQ(unknown["data"].MemberCount(), 0U);
-}
-
-TEST_F(Endpoint, todaysCandleIsTheQuote) {
-  const Document board = Board("cn_a", "vol", "desc", "0", "10");
-  for (const Value& row : board["data"].GetArray()) {
-    const std::string code = row["code"].GetString();
-    Document answer = Json("/pc/rt/get_day_kline", {{"stock_arr", List({code})}});
-    const Value& candle = answer["data"][code.c_str()];
-    EXPECT_STREQ(candle["date"].GetString(), "2024-03-15");
-    for (const char* key : {"preclose", "open", "high", "last", "low", "vol", "amt", "tr"}) {
-      EXPECT_EQ(candle["list"][key], row[key]) << code << " " << key;
-    }
-  }
 }
 
 // Analytics
@@ -809,9 +731,9 @@ TEST_F(Packages, historyOfAnUnknownSymbolIsEmptyAndBadQueriesAreRefused) {
   }
 }
 
-// Agreement at any time
+// At any time
 
-TEST_F(Endpoint, answersAgreeAtEveryPhaseOfTheDay) {
+TEST_F(Endpoint, everyRouteAnswersInEveryPhaseOfTheDay) {
   for (const char* clock :
        {"2024-03-15 08:00:00", "2024-03-15 09:05:00", "2024-03-15 09:20:00", "2024-03-15 09:27:00",
         "2024-03-15 09:30:03", "2024-03-15 12:00:00", "2024-03-15 14:59:57", "2024-03-15 16:00:00",
@@ -819,17 +741,6 @@ TEST_F(Endpoint, answersAgreeAtEveryPhaseOfTheDay) {
     bench.server().SetClock(clock);
     for (const Given& given : GoodRequests())
       EXPECT_EQ(bench.Errno(given.path, given.parameters), 0) << clock << given.path;
-    const Document board = Board("cn_a", "change", "desc", "0", "3");
-    for (const Value& row : board["data"].GetArray()) {
-      const std::string code = row["code"].GetString();
-      Document detail = Json("/pc/rt/stock_detail_list", {{"stock_arr", List({code})}});
-      EXPECT_EQ(detail["data"]["list"][0], row) << clock;
-      Document line = Json("/pc/rt/get_day_time", {{"stock_arr", List({code})}});
-      const Value& points = line["data"][code.c_str()]["list"];
-      if (points.Empty()) continue;
-      EXPECT_EQ(points[points.Size() - 1]["vol"], row["vol"]) << clock;
-      EXPECT_EQ(points[points.Size() - 1]["last"], row["last"]) << clock;
-    }
   }
 }
 

@@ -25,6 +25,10 @@ std::string RawAnswer::Field(std::string_view name) const {
   return {};
 }
 
+bool HeadIsWhole(const std::string& text) {
+  return text.find("\r\n\r\n") != std::string::npos;
+}
+
 RawAnswer ParseAnswer(std::string_view text) {
   RawAnswer answer;
   const std::size_t head_end = text.find("\r\n\r\n");
@@ -113,11 +117,17 @@ std::string RawClient::ReadAll(std::chrono::milliseconds quiet, std::size_t most
   return std::exchange(received_, {});
 }
 
-RawAnswer RawClient::ReadAnswer(std::chrono::milliseconds quiet) {
+std::string RawClient::ReadUntil(const std::function<bool(const std::string&)>& is_enough) {
+  while (!is_enough(received_) && ReadSome()) {
+  }
+  return std::exchange(received_, {});
+}
+
+RawAnswer RawClient::ReadAnswer() {
   static constexpr std::string_view kHeadEnd = "\r\n\r\n";
   std::size_t head = received_.find(kHeadEnd);
   while (head == std::string::npos) {
-    if (!ReadSome(quiet)) return ParseAnswer(std::exchange(received_, {}));
+    if (!ReadSome()) return ParseAnswer(std::exchange(received_, {}));
     head = received_.find(kHeadEnd);
   }
   const RawAnswer begun = ParseAnswer(std::string_view(received_).substr(0, head + kHeadEnd.size()));
@@ -125,7 +135,7 @@ RawAnswer RawClient::ReadAnswer(std::chrono::milliseconds quiet) {
   std::size_t length = 0;
   std::from_chars(announced.data(), announced.data() + announced.size(), length);
   const std::size_t end = head + kHeadEnd.size() + length;
-  while (received_.size() < end && ReadSome(quiet)) {
+  while (received_.size() < end && ReadSome()) {
   }
   RawAnswer answer = ParseAnswer(std::string_view(received_).substr(0, end));
   received_.erase(0, end);

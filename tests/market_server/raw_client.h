@@ -1,9 +1,10 @@
 // A client that sees every byte: for tests of what really travels on a connection. One connection each; not
-// thread-safe. Every wait ends after a few seconds, so that a hanging server fails a test and hangs none.
+// thread-safe. Every wait ends after a while, so that a hanging server fails a test and hangs none.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -43,10 +44,11 @@ class RawClient {
   bool SendGet(const std::string& target);
   /// Everything that arrives until the connection ends, `quiet` passes without a byte, or there are `most`
   /// bytes.
-  std::string ReadAll(std::chrono::milliseconds quiet = std::chrono::milliseconds(5000),
-                      std::size_t most = std::size_t{1} << 26);
+  std::string ReadAll(std::chrono::milliseconds quiet = kPatience, std::size_t most = std::size_t{1} << 26);
+  /// Everything that arrives until it is enough or the connection ends.
+  std::string ReadUntil(const std::function<bool(const std::string&)>& is_enough);
   /// One answer with Content-Length; what arrives beyond it is kept for the next.
-  RawAnswer ReadAnswer(std::chrono::milliseconds quiet = std::chrono::milliseconds(5000));
+  RawAnswer ReadAnswer();
   /// How the connection stands after the last read.
   [[nodiscard]] End end() const { return end_; }
 
@@ -55,14 +57,19 @@ class RawClient {
   [[nodiscard]] std::string host() const;
 
  private:
+  static constexpr std::chrono::milliseconds kPatience{30'000};  ///< for what must come
+
   /// Waits for bytes and appends them; false when none came.
-  bool ReadSome(std::chrono::milliseconds quiet);
+  bool ReadSome(std::chrono::milliseconds quiet = kPatience);
 
   int socket_ = -1;
   std::uint16_t port_;
   End end_ = End::kOpen;
   std::string received_;
 };
+
+/// True when the empty line that ends a head has come.
+[[nodiscard]] bool HeadIsWhole(const std::string& text);
 
 /// Splits an answer into its parts; the body is what follows the head.
 [[nodiscard]] RawAnswer ParseAnswer(std::string_view text);

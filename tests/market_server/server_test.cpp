@@ -270,8 +270,7 @@ TEST(Server, consentsToABodyBeforeItIsSent) {
   Bench bench;
   RawClient client(bench.server().port());
   client.Send("POST /x HTTP/1.1\r\nHost: a\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
-  const std::string consent = client.ReadAll(milliseconds(5000), 1);
-  EXPECT_EQ(consent, "HTTP/1.1 100 Continue\r\n\r\n");
+  EXPECT_EQ(client.ReadUntil(&HeadIsWhole), "HTTP/1.1 100 Continue\r\n\r\n");
   client.Send("abc");
   EXPECT_EQ(client.ReadAnswer().status, 405);
   client.Send("POST /x HTTP/1.1\r\nHost: a\r\nExpect: 100-continue\r\nContent-Length: 99999\r\n\r\n");
@@ -308,10 +307,16 @@ TEST(Server, dropsAnIdleConnection) {
   Options options = SmallMarket();
   options.limits.idle_time = milliseconds(100);
   Bench bench(options);
-  RawClient client(bench.server().port());
-  EXPECT_EQ(client.Get("/x").status, 200);
-  client.ReadAll();
-  EXPECT_NE(client.end(), End::kOpen);
+  // On a busy machine it is idle for too long before its first request; then another one asks.
+  std::unique_ptr<RawClient> client;
+  int status = 0;
+  for (int tries = 0; tries < 100 && status != 200; ++tries) {
+    client = std::make_unique<RawClient>(bench.server().port());
+    status = client->Get("/x").status;
+  }
+  EXPECT_EQ(status, 200);
+  client->ReadAll();
+  EXPECT_NE(client->end(), End::kOpen);
 }
 
 TEST(Server, dropsAClientThatTakesItsAnswerTooSlowly) {
@@ -417,7 +422,8 @@ TEST(Server, aThousandSlowConnectionsDoNotKeepItFromAnswering) {
   constexpr std::size_t kSlow = 1000;
   ASSERT_TRUE(AllowFiles(2 * kSlow + 200));  // both ends are in this process
   Options options = SmallMarket();
-  options.limits.request_time = std::chrono::minutes(10);
+  options.limits.request_time = options.limits.idle_time = options.limits.answer_time =
+      std::chrono::minutes(10);
   Bench bench(options);
   bench.server().SetFaults({"drip_body:/slow:1:1000"});
   std::vector<std::unique_ptr<RawClient>> slow;
@@ -492,7 +498,7 @@ TEST(Server, hostileConnectionsDoNoHarmToGoodOnes) {
   EXPECT_TRUE(reached);
   EXPECT_EQ(good, kGood);
   EXPECT_EQ(bench.Errno("/pc/rt/stock_version"), 0);
-  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (bench.server().ReadCounters().open > 1 && std::chrono::steady_clock::now() < until) {
     std::this_thread::yield();
   }

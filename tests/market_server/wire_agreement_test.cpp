@@ -255,6 +255,12 @@ TEST_P(AnyTime, theBookStandsAroundTheLastPrice) {
       if (ask) {
         EXPECT_GE(Number(row, "s1p"), Number(row, "last"));
       }
+      for (char level = '1'; level <= '5'; ++level) {
+        for (const char side : {'b', 's'}) {
+          EXPECT_EQ(row.HasMember(std::string{side, level, 'p'}.c_str()),
+                    row.HasMember(std::string{side, level, 'v'}.c_str()));
+        }
+      }
       for (char level = '2'; level <= '5'; ++level) {
         const std::string bid_key = {'b', level, 'p'};
         const std::string ask_key = {'s', level, 'p'};

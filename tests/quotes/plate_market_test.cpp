@@ -76,17 +76,6 @@ TEST_F(PlateBoard, hidesNothingInAnyPhase) {
   }
 }
 
-TEST_F(PlateBoard, handsOutTheListOfTheLatestCallOnly) {
-  ScriptedTicks ticks;
-  host.Expect(Script("/pc/rt/bk_price_list").Times(2).Held());
-  std::vector<int> called;
-  service->FetchPlateItems(4, 2, 1, [&called](const CodeNameList&) { called.push_back(1); });
-  service->FetchPlateItems(4, 2, 2, [&called](const CodeNameList&) { called.push_back(2); });
-  host.Complete(1, Answer::Body(R"({"data":[]})"));
-  host.Complete(0, Answer::Body(R"({"data":[]})"));
-  EXPECT_EQ(called, std::vector<int>{2});
-}
-
 TEST_F(PlateBoard, keepsTheFullRangeOfVolumes) {
   Show(view, {1, 4, 2, 0, 9});
   host.Expect(

@@ -117,12 +117,4 @@ TEST_F(PlateStocks, haveNoTrends) {
   EXPECT_EQ(view.Last().stocks[0].last, (TrendValue{2, true, 0}));
 }
 
-TEST_F(PlateStocks, logTheFailureOfAnOlderRequestToo) {
-  host.Expect(Script(kPath).Times(2).Held());
-  service->FetchStockMarkets(L"bk1", 0, 1, 4, 2);
-  service->FetchStockMarkets(L"bk2", 0, 1, 4, 2);
-  host.ExpectFailureLine(L"PlateStockMarket::FetchStockMarkets Failed.");
-  host.Complete(0, Answer::Failed());
-}
-
 }  // namespace

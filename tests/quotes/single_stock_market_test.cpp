@@ -79,15 +79,6 @@ TEST_F(SingleQuote, hasNoDirectionsBeforeASecondAnswerWhateverTheCode) {
   EXPECT_EQ(Quote(L"", R"("last":6)").last.direction, 1);
 }
 
-TEST_F(SingleQuote, isSilentAboutAnEmptyList) {
-  Show(view, L"sh600000");
-  for (const char* body : {R"({"data":{"list":[]}})", R"({"data":{}})", R"({})"}) {
-    host.Expect(Script("/pc/rt/stock_detail_list").Inline(Answer::Body(body)));
-    service->Refresh();
-  }
-  EXPECT_EQ(view.Count(), 0U);
-}
-
 TEST_F(SingleQuote, readsTheFirstElementOnly) {
   Show(view, L"sh600000");
   host.Expect(Script("/pc/rt/stock_detail_list")

@@ -94,18 +94,6 @@ TEST_F(StockBoard, handsOutCodesAndNamesOnce) {
   EXPECT_EQ(list, (CodeNameList{{L"b", L"乙"}, {L"a", L""}}));
 }
 
-TEST_F(StockBoard, handsOutTheListOfTheLatestCallOnly) {
-  host.Expect(Script("/pc/rt/stock_price_list").Times(2).Held());
-  int first = 0;
-  int second = 0;
-  service->FetchStockItems(4, 2, 1, [&first](const CodeNameList&) { ++first; });
-  service->FetchStockItems(4, 2, 2, [&second](const CodeNameList&) { ++second; });
-  host.Complete(1, Answer::Body(R"({"data":[]})"));
-  host.Complete(0, Answer::Body(R"({"data":[]})"));
-  EXPECT_EQ(first, 0);
-  EXPECT_EQ(second, 1);
-}
-
 TEST_F(StockBoard, comparesWithTheAnswerBeforeWhicheverTargetItWasFor) {
   RecordingObserver<Board> second;
   Show(view, {1, 4, 2, 0, 49});
@@ -207,34 +195,6 @@ TEST_F(StockBoard, makesARowOfEveryElement) {
   EXPECT_EQ(view.Last()[0].code, L"b");
   EXPECT_EQ(view.Last()[1], StockMarketItem{});
   EXPECT_EQ(view.Last()[3].code, L"a");
-}
-
-TEST_F(StockBoard, tellsCallsOfOneMomentApart) {
-  ScriptedTicks ticks;
-  host.Expect(Script("/pc/rt/stock_price_list").Times(2).Held());
-  std::vector<int> called;
-  service->FetchStockItems(4, 2, 1, [&called](const CodeNameList&) { called.push_back(1); });
-  service->FetchStockItems(4, 2, 1, [&called](const CodeNameList&) { called.push_back(2); });
-  host.Complete(0, Answer::Body(R"({"data":[]})"));
-  host.Complete(1, Answer::Body(R"({"data":[]})"));
-  EXPECT_EQ(called, std::vector<int>{2});
-}
-
-TEST_F(StockBoard, logsTheFailureOfAnOlderCallToo) {
-  host.Expect(Script("/pc/rt/stock_price_list").Times(2).Held());
-  service->FetchStockItems(4, 2, 1, {});
-  service->FetchStockItems(4, 2, 1, {});
-  host.ExpectFailureLine(L"StockMarket::FetchStockItems Failed.");
-  host.Complete(0, Answer::Failed());
-  host.Complete(1, Answer::Body(R"({"data":[{"code":"a"}]})"));
-}
-
-TEST_F(StockBoard, saysNothingOfAnOlderCallsWrongAnswer) {
-  host.Expect(Script("/pc/rt/stock_price_list").Times(2).Held());
-  service->FetchStockItems(4, 2, 1, {});
-  service->FetchStockItems(4, 2, 1, {});
-  host.Complete(0, Answer::Body("no JSON"));
-  host.Complete(1, Answer::Body(R"({"data":[]})"));
 }
 
 }  // namespace

@@ -175,13 +175,6 @@ TEST_F(StockRanking, comparesWithTheRowsThatWereKept) {
   service->Detach(&view);
 }
 
-TEST_F(StockRanking, isPolledAtPhaseChanges) {
-  host.SetSpan(3601);
-  EXPECT_EQ(service->GetInterval(), 3600);
-  host.SetSpan(12);
-  EXPECT_EQ(service->GetInterval(), 12);
-}
-
 TEST(Trends, letOneOldRowServeOneNewRow) {
   const Rows earlier{{L"a", L"", {1, true, 0}, {}, {}, {}}};
   Rows rows{{L"a", L"", {2, true, 0}, {}, {}, {}}, {L"a", L"", {3, true, 0}, {}, {}, {}}};

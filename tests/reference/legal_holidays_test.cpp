@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QByteArray>
-#include <QJsonDocument>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,8 +13,6 @@
 
 namespace {
 
-constexpr const wchar_t* kParseLine = L"StockCommon::InitLegalHolidays Json Parse Error Code: %d";
-constexpr const wchar_t* kResponseLine = L"StockCommon::InitLegalHolidays Response Error Code: %d";
 constexpr const wchar_t* kNoDateLine = L"StockCommon::InitLegalHolidays Elements Without Date: %d";
 
 class LegalHolidays : public ::testing::Test {
@@ -160,43 +156,6 @@ TEST_F(LegalHolidays, logAHostThatThrows) {
   }));
   holidays.Ask();
   EXPECT_TRUE(host.HolidayCalls().empty());
-}
-
-TEST_F(LegalHolidays, logATransportFailure) {
-  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
-  Ask(Answer::Failed());
-  EXPECT_TRUE(host.HolidayCalls().empty());
-}
-
-TEST_F(LegalHolidays, logATransportFailureEvenWithABody) {
-  host.ExpectFailureLine(L"StockCommon::InitLegalHolidays Failed.");
-  Ask(Answer::Failed(answers::kHolidays));
-  EXPECT_TRUE(host.HolidayCalls().empty());
-}
-
-TEST_F(LegalHolidays, stayAsTheyAreOnAnEmptyBody) {
-  Ask(Answer::Body(""));
-  EXPECT_TRUE(host.HolidayCalls().empty());
-}
-
-TEST_F(LegalHolidays, logAParseError) {
-  QJsonParseError error{};
-  QJsonDocument::fromJson(QByteArray("{\"errno\":0,"), &error);
-  host.ExpectCodeLine(kParseLine, error.error);
-  Ask(Answer::Body("{\"errno\":0,"));
-  EXPECT_TRUE(host.HolidayCalls().empty());
-}
-
-TEST_F(LegalHolidays, logAnErrorNumber) {
-  host.ExpectCodeLine(kResponseLine, 1001);
-  Ask(Answer::Body(R"({"errno":1001,"data":{"list":["20240101"]}})"));
-  EXPECT_TRUE(host.HolidayCalls().empty());
-}
-
-TEST_F(LegalHolidays, areNotAskedForWithoutASignature) {
-  host.SignNothing(true);
-  holidays.Ask();
-  EXPECT_EQ(host.RequestCount(), 0U);
 }
 
 TEST_F(LegalHolidays, areDroppedAfterTheEndOfTheService) {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QByteArray>
-#include <QJsonDocument>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -12,9 +10,6 @@
 #include "answers.h"
 
 namespace {
-
-constexpr const wchar_t* kResponseLine = L"StockCommon::InitStockInPlates Response Error Code: %d";
-constexpr const wchar_t* kParseLine = L"StockCommon::InitStockInPlates Json Parse Error Code: %d";
 
 std::string File(const std::string& version) {
   return Gzip("version:" + version + "\nsh600000:{\"d\":{\"b\":1}}\n");
@@ -78,20 +73,6 @@ TEST_F(MetadataCheck, failsSilentlyWithoutAVersion) {
   EXPECT_FALSE(Check("").ok);
 }
 
-TEST_F(MetadataCheck, logsTheErrorNumberWithTheTextOfTheMembershipLoad) {
-  host.ExpectCodeLine(kResponseLine, 1001);
-  host.Expect(Script(answers::kVersionPath).Inline(Answer::Body(R"({"errno":1001,"version":"7"})")));
-  EXPECT_FALSE(Check("").ok);
-}
-
-TEST_F(MetadataCheck, logsTheParseErrorWithTheTextOfTheMembershipLoad) {
-  QJsonParseError error{};
-  QJsonDocument::fromJson(QByteArray("<html>"), &error);
-  host.ExpectCodeLine(kParseLine, error.error);
-  host.Expect(Script(answers::kVersionPath).Inline(Answer::Body("<html>")));
-  EXPECT_FALSE(Check("").ok);
-}
-
 TEST_F(MetadataCheck, takesAVersionThatCannotBeOneForAFailure) {
   for (const char* const version :
        {R"(1\",count=(select 1),version=\"2)", "../../etc", "a b?", "rowid", "版本", "1%"}) {
@@ -100,12 +81,6 @@ TEST_F(MetadataCheck, takesAVersionThatCannotBeOneForAFailure) {
   }
   ServerHas(std::string(65, '1'));
   EXPECT_FALSE(Check("").ok) << "too long";
-}
-
-TEST_F(MetadataCheck, asksNothingWithoutASignature) {
-  host.SignNothing(true);
-  EXPECT_FALSE(Check("").ok);
-  EXPECT_EQ(host.RequestCount(), 0U);
 }
 
 // --- Nothing is held ---

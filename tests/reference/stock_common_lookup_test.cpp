@@ -157,38 +157,6 @@ TEST_F(StockCommonLookUp, replacesStocksByAnAnswerWithoutAny) {
   EXPECT_TRUE(service.GetStockList(1).empty());
 }
 
-TEST_F(StockCommonLookUp, keepsStocksWhenALoadFails) {
-  AnswerOnce(answers::kBasicInfoPath, answers::kBasicInfo);
-  static_cast<void>(service.GetStockList(1));
-  host.SetTime(20240316, 10, 0, 0);
-  host.Expect(Script(answers::kBasicInfoPath).Inline(Answer::Failed()));
-  EXPECT_EQ(service.GetStockList(1).size(), 5U);
-  steady.Advance(60'000);
-  host.Expect(Script(answers::kBasicInfoPath).Inline(Answer::Failed(answers::kBasicInfo)));
-  EXPECT_EQ(service.GetStockList(1).size(), 5U);
-  steady.Advance(60'000);
-  AnswerOnce(answers::kBasicInfoPath, "");
-  EXPECT_EQ(service.GetStockList(1).size(), 5U);
-}
-
-TEST_F(StockCommonLookUp, logsFailedStockLoadsAndKeepsTheList) {
-  AnswerOnce(answers::kBasicInfoPath, answers::kBasicInfo);
-  static_cast<void>(service.GetStockList(1));
-  host.SetTime(20240316, 10, 0, 0);
-  host.ExpectCodeLine(L"StockCommon::InitBaseInfoItems Json Parse Error Code: %d", QtError("{]"));
-  AnswerOnce(answers::kBasicInfoPath, "{]");
-  EXPECT_EQ(service.GetStockList(1).size(), 5U);
-  steady.Advance(60'000);
-  host.ExpectCodeLine(L"StockCommon::InitBaseInfo Response Error Code: %d", 7);
-  AnswerOnce(answers::kBasicInfoPath, R"({"errno":7,"sh":[],"sz":[]})");
-  EXPECT_EQ(service.GetStockList(1).size(), 5U);
-}
-
-TEST_F(StockCommonLookUp, takesAnErrorNumberOfAnotherTypeForSuccess) {
-  AnswerOnce(answers::kBasicInfoPath, R"({"errno":"7","sh":[{"c":"a"}]})");
-  EXPECT_EQ(service.GetStockList(1).size(), 1U);
-}
-
 TEST_F(StockCommonLookUp, leavesReferencesReadableWhenAListIsReplaced) {
   AnswerOnce(answers::kBasicInfoPath, R"({"sh":[{"c":"first"}],"sz":[]})");
   const auto& first = service.GetStockList(2);
@@ -240,17 +208,6 @@ TEST_F(StockCommonLookUp, asksForPlatesWhenThereAreNoneOfTheFirstKind) {
   EXPECT_EQ(host.RequestCount(), 2U) << "plates have no date rule";
 }
 
-TEST_F(StockCommonLookUp, logsFailedPlateLoads) {
-  host.ExpectCodeLine(L"StockCommon::InitPlateItemList Json Parse Error Code: %d", QtError("["));
-  AnswerOnce(answers::kPlateListPath, "[");
-  EXPECT_TRUE(service.GetPlateList(1).empty());
-  host.ExpectCodeLine(L"StockCommon::InitPlateItem Response Error Code: %d", -3);
-  AnswerOnce(answers::kPlateListPath, R"({"errno":-3,"bk_lists":[{"bk":"a","t":1}]})");
-  EXPECT_TRUE(service.GetPlateList(1).empty());
-  host.Expect(Script(answers::kPlateListPath).Inline(Answer::Failed()));
-  EXPECT_TRUE(service.GetPlateList(1).empty());
-}
-
 // --- Indices ---
 
 TEST_F(StockCommonLookUp, givesIndicesByKind) {
@@ -277,15 +234,6 @@ TEST_F(StockCommonLookUp, keepsAnIndexListThatTheAnswerDoesNotName) {
   AnswerOnce(answers::kIndexListPath, R"({"data":{"sh":[{"c":"s1"}]}})");
   static_cast<void>(service.GetIndexList(1));
   EXPECT_EQ(Codes(service.GetIndexList(2)), (std::vector<std::wstring>{L"kept"}));
-}
-
-TEST_F(StockCommonLookUp, logsFailedIndexLoads) {
-  host.ExpectCodeLine(L"StockCommon::InitIndexItemList Json Parse Error Code: %d", QtError("x"));
-  AnswerOnce(answers::kIndexListPath, "x");
-  EXPECT_TRUE(service.GetIndexList(1).empty());
-  host.ExpectCodeLine(L"StockCommon::InitIndexItem Response Error Code: %d", 2);
-  AnswerOnce(answers::kIndexListPath, R"({"errno":2})");
-  EXPECT_TRUE(service.GetIndexList(1).empty());
 }
 
 // --- Plates of a stock ---
@@ -321,16 +269,6 @@ TEST_F(StockCommonLookUp, asksForTheIndustryPlatesOfStocksWhenNothingIsHeld) {
   EXPECT_EQ(request.setting, 8);
   EXPECT_FALSE(service.GetPlatesOfStock(L"none", plates));
   EXPECT_EQ(host.RequestCount(), 1U);
-}
-
-TEST_F(StockCommonLookUp, logsFailedMembershipLoads) {
-  Plates plates;
-  host.ExpectCodeLine(L"StockCommon::InitStockInPlates Json Parse Error Code: %d", QtError("{\"a\""));
-  AnswerOnce(answers::kInPlatesPath, "{\"a\"");
-  EXPECT_FALSE(service.GetPlatesOfStock(L"sh600000", plates));
-  host.ExpectCodeLine(L"StockCommon::InitStockInPlates Response Error Code: %d", 5);
-  AnswerOnce(answers::kInPlatesPath, R"({"errno":5})");
-  EXPECT_FALSE(service.GetPlatesOfStock(L"sh600000", plates));
 }
 
 // --- K-line metadata ---

@@ -1,8 +1,6 @@
 // The refresh of the reference data: what its thread does after a wait, without the thread.
 #include <gtest/gtest.h>
 
-#include <QByteArray>
-#include <QJsonDocument>
 #include <boost/thread/thread_only.hpp>
 #include <memory>
 #include <stdexcept>
@@ -70,70 +68,6 @@ TEST_F(StockCommonRefresh, goesOnAfterAHostThatThrows) {
   answers::Allow(host);
   service->FinishRound({1, true});
   EXPECT_EQ(service->GetStockList(1).size(), 5U);
-}
-
-// Every way in which a load can fail, for every list: what is held stays, and the log says why or nothing.
-TEST_F(StockCommonRefresh, keepsEveryListWhateverWayItsLoadFails) {
-  struct Load {
-    const char* path;
-    const wchar_t* parse_line;
-    const wchar_t* response_line;
-  };
-  const std::vector<Load> loads = {
-      {answers::kBasicInfoPath, L"StockCommon::InitBaseInfoItems Json Parse Error Code: %d",
-       L"StockCommon::InitBaseInfo Response Error Code: %d"},
-      {answers::kPlateListPath, L"StockCommon::InitPlateItemList Json Parse Error Code: %d",
-       L"StockCommon::InitPlateItem Response Error Code: %d"},
-      {answers::kIndexListPath, L"StockCommon::InitIndexItemList Json Parse Error Code: %d",
-       L"StockCommon::InitIndexItem Response Error Code: %d"},
-      {answers::kInPlatesPath, L"StockCommon::InitStockInPlates Json Parse Error Code: %d",
-       L"StockCommon::InitStockInPlates Response Error Code: %d"},
-      {answers::kVersionPath, L"StockCommon::InitStockInPlates Json Parse Error Code: %d",
-       L"StockCommon::InitStockInPlates Response Error Code: %d"}};
-  constexpr const char* kBad = R"({"errno":0,"sh":[}])";
-  QJsonParseError error{};
-  QJsonDocument::fromJson(QByteArray(kBad), &error);
-  const std::vector<Answer> failures = {
-      Answer::Failed(),   Answer::Failed(R"({"errno":0,"sh":[],"sz":[],"bk_lists":[],"data":{}})"),
-      Answer::Body(""),   Answer::Null(),
-      Answer::Body(kBad), Answer::Body(R"({"errno":-7,"sh":[],"sz":[],"bk_lists":[],"data":{}})")};
-  constexpr std::size_t kParse = 4;
-  constexpr std::size_t kErrno = 5;
-
-  for (const Load& load : loads) {
-    host.Expect(
-        Script(load.path).Inline(Answer::Body(load.path == answers::kBasicInfoPath   ? answers::kBasicInfo
-                                              : load.path == answers::kPlateListPath ? answers::kPlateList
-                                              : load.path == answers::kIndexListPath ? answers::kIndexList
-                                              : load.path == answers::kInPlatesPath  ? answers::kInPlates
-                                                                                     : answers::kVersion)));
-  }
-  host.Allow(Script(answers::kHolidayPath).Inline(Answer::Body(answers::kHolidays)));
-  host.Allow(Script(answers::kMetadataPath).Inline(Answer::Body(Gzip(answers::kMetadata))));
-  service->FinishRound({1, true});
-
-  for (std::size_t failure = 0; failure < failures.size(); ++failure) {
-    for (const Load& load : loads) {
-      host.Expect(Script(load.path).Inline(failures[failure]));
-      if (failure == kParse) {
-        host.ExpectCodeLine(load.parse_line, error.error);
-      } else if (failure == kErrno) {
-        host.ExpectCodeLine(load.response_line, -7);
-      }
-    }
-    service->FinishRound({1, true});
-    const std::size_t asked = host.RequestCount();
-    EXPECT_EQ(service->GetStockList(1).size(), 5U) << failure;
-    EXPECT_EQ(service->GetStockList(4).size(), 1U) << failure;
-    EXPECT_EQ(service->GetPlateList(1).size(), 2U) << failure;
-    EXPECT_EQ(service->GetPlateList(2).size(), 1U) << failure;
-    EXPECT_EQ(service->GetIndexList(1).size(), 2U) << failure;
-    EXPECT_EQ(service->GetIndexList(2).size(), 1U) << failure;
-    std::vector<std::pair<std::wstring, std::wstring>> plates;
-    EXPECT_TRUE(service->GetPlatesOfStock(L"sz000001", plates)) << failure;
-    EXPECT_EQ(service->GetKLineMetaInfo(L"sh600000", 1, 1), (KLineMetaInfo{L"20240315", 100})) << failure;
-    EXPECT_EQ(host.RequestCount(), asked) << failure;
-  }
 }
 
 TEST_F(StockCommonRefresh, replacesAnIndexListOfAnotherCountAndKeepsTheOther) {

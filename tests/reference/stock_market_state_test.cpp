@@ -119,16 +119,6 @@ TEST_F(MarketState, bindsEveryObserverToTheMarket) {
   service->Detach(&view);
 }
 
-TEST_F(MarketState, isToldToSuspendedObserversToo) {
-  const Service service;
-  View view;
-  service->Attach(&view);
-  service->Refresh();
-  EXPECT_EQ(view.states.size(), 1U);
-  EXPECT_TRUE(service->IsSuspended(&view));
-  service->Detach(&view);
-}
-
 TEST_F(MarketState, isToldInEveryRoundWhetherItChangedOrNot) {
   const Service service;
   View first;
@@ -163,20 +153,6 @@ TEST_F(MarketState, isToldWhenItIsUnknown) {
   service->Detach(&view);
 }
 
-TEST_F(MarketState, isServedFreshFromTheCache) {
-  const Service service;
-  View first;
-  View second;
-  service->Attach(&first);
-  service->Resume(&first, true);
-  service->Attach(&second);
-  service->Resume(&second, true);
-  EXPECT_EQ(second.states.size(), 1U);
-  EXPECT_EQ(first.states.size(), 1U) << "no second round was made";
-  service->Detach(&first);
-  service->Detach(&second);
-}
-
 TEST_F(MarketState, ignoresNull) {
   const Service service;
   service->Attach(nullptr);
@@ -184,29 +160,6 @@ TEST_F(MarketState, ignoresNull) {
 }
 
 // --- When ---
-
-TEST_F(MarketState, wakesAtTheNextPhase) {
-  const Service service;
-  ASSERT_TRUE(host.AwaitSpanCalls(1)) << "the thread's own first look";
-  host.SetTime(kFriday, 9, 14, 50);
-  EXPECT_EQ(service->GetInterval(), 10);
-  EXPECT_EQ(host.SpanCalls().size(), 3U);
-}
-
-TEST_F(MarketState, wakesHourlyAtLeast) {
-  host.SetSpan(3601);
-  const Service service;
-  ASSERT_TRUE(host.AwaitSpanCalls(1));
-  EXPECT_EQ(service->GetInterval(), 3600);
-  EXPECT_EQ(host.SpanCalls().size(), 2U) << "one question is enough above an hour";
-}
-
-TEST_F(MarketState, takesTheSecondAnswerAsItIs) {
-  const Service service;
-  ASSERT_TRUE(host.AwaitSpanCalls(1));
-  host.ScriptSpans({3600, 7200});
-  EXPECT_EQ(service->GetInterval(), 7200);
-}
 
 TEST_F(MarketState, isPublishedByItsThreadAtAChangeOfPhase) {
   host.HoldSpans();

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <locale>
 
@@ -273,125 +274,48 @@ TEST_F(Urls, tradeDateCarriesTheNumberInDate) {
   ExpectSigned([] { return request::TradeDateUrl(2024); }, L"/pc/rt/trade_date", {{"date", "2024"}});
 }
 
-TEST_F(Urls, everyStockFieldHasItsWordInEveryStockList) {
-  for (const auto& [number, word] : kStockFields) {
-    const int field = number;
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockRangeUrl(1, {field, 1}, {0, 1});
-              }).parameters.at("sort_key"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockPriceListUrl(1, {field, 1});
-              }).parameters.at("sort_key"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockRankUrl(1, {field, 1}, 1);
-              }).parameters.at("sort_key"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockFiveMinuteChangeUrl(1, {field, 1});
-              }).parameters.at("sort_key"),
-              word);
-  }
-}
+// The lists that have an order: how each is asked for, and what its kind is called in the request.
+struct OrderedList {
+  std::function<std::wstring(int kind, const request::Order&)> url;
+  std::string kind_key;  // empty for the stocks of one plate
+  bool of_stocks;
+};
 
-TEST_F(Urls, everyPlateFieldHasItsWordInEveryPlateList) {
-  for (const auto& [number, word] : kPlateFields) {
-    const int field = number;
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateRangeUrl(1, {field, 1}, {0, 1});
-              }).parameters.at("sort_key"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlatePriceListUrl(1, {field, 1});
-              }).parameters.at("sort_key"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateStocksUrl(L"bk", {field, 1}, {0, 1});
-              }).parameters.at("sort_key"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateRankUrl(1, {field, 1}, 1);
-              }).parameters.at("sort_key"),
-              word);
-  }
-}
+const std::vector<OrderedList> kOrderedLists = {
+    {[](int kind, const auto& order) {
+       return request::StockRangeUrl(kind, order, {0, 1});
+     },
+     "stock_type", true},
+    {[](int kind, const auto& order) { return request::StockPriceListUrl(kind, order); }, "stock_type", true},
+    {[](int kind, const auto& order) { return request::StockRankUrl(kind, order, 1); }, "stock_type", true},
+    {[](int kind, const auto& order) { return request::StockFiveMinuteChangeUrl(kind, order); }, "stock_type",
+     true},
+    {[](int kind, const auto& order) {
+       return request::PlateRangeUrl(kind, order, {0, 1});
+     },
+     "bk_type", false},
+    {[](int kind, const auto& order) { return request::PlatePriceListUrl(kind, order); }, "bk_type", false},
+    {[](int kind, const auto& order) { return request::PlateRankUrl(kind, order, 1); }, "bk_type", false},
+    {[](int, const auto& order) {
+       return request::PlateStocksUrl(L"bk", order, {0, 1});
+     },
+     "", false}};
 
-TEST_F(Urls, everyStockTypeHasItsWordAndNoTypeAnEmptyOne) {
-  for (const auto& [number, word] : kStockTypes) {
-    const int type = number;
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockRangeUrl(type, {1, 1}, {0, 1});
-              }).parameters.at("stock_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockPriceListUrl(type, {1, 1});
-              }).parameters.at("stock_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockRankUrl(type, {1, 1}, 1);
-              }).parameters.at("stock_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockFiveMinuteChangeUrl(type, {1, 1});
-              }).parameters.at("stock_type"),
-              word);
-  }
-}
-
-TEST_F(Urls, everyPlateTypeHasItsWordAndNoTypeAnEmptyOne) {
-  for (const auto& [number, word] : kPlateTypes) {
-    const int type = number;
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateRangeUrl(type, {1, 1}, {0, 1});
-              }).parameters.at("bk_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlatePriceListUrl(type, {1, 1});
-              }).parameters.at("bk_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateRankUrl(type, {1, 1}, 1);
-              }).parameters.at("bk_type"),
-              word);
-  }
-}
-
-TEST_F(Urls, everyDirectionHasItsWordAndNoDirectionAnEmptyOne) {
-  for (const auto& [number, word] : kDirections) {
-    const int way = number;
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockRangeUrl(1, {1, way}, {0, 1});
-              }).parameters.at("sort_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockPriceListUrl(1, {1, way});
-              }).parameters.at("sort_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateRangeUrl(1, {1, way}, {0, 1});
-              }).parameters.at("sort_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlatePriceListUrl(1, {1, way});
-              }).parameters.at("sort_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateStocksUrl(L"bk", {1, way}, {0, 1});
-              }).parameters.at("sort_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockRankUrl(1, {1, way}, 1);
-              }).parameters.at("sort_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::StockFiveMinuteChangeUrl(1, {1, way});
-              }).parameters.at("sort_type"),
-              word);
-    EXPECT_EQ(SigningOf([&] {
-                return request::PlateRankUrl(1, {1, way}, 1);
-              }).parameters.at("sort_type"),
-              word);
+TEST_F(Urls, everyFieldDirectionAndKindHasItsWordInEveryList) {
+  for (const OrderedList& list : kOrderedLists) {
+    const auto word_of = [&](const std::string& key, int kind, const request::Order& order) {
+      return SigningOf([&] { return list.url(kind, order); }).parameters.at(key);
+    };
+    for (const auto& [field, word] : list.of_stocks ? kStockFields : kPlateFields) {
+      EXPECT_EQ(word_of("sort_key", 1, {field, 1}), word);
+    }
+    for (const auto& [direction, word] : kDirections) {
+      EXPECT_EQ(word_of("sort_type", 1, {1, direction}), word);
+    }
+    if (list.kind_key.empty()) continue;
+    for (const auto& [kind, word] : list.of_stocks ? kStockTypes : kPlateTypes) {
+      EXPECT_EQ(word_of(list.kind_key, kind, {1, 1}), word);
+    }
   }
 }
 

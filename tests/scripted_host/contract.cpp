@@ -1,5 +1,6 @@
-// The functions of the host contract. Each does what the live host's script says; with no live host they give
-// the plainest answer there is, and a request or a log line is held against the next host.
+// The functions of the host contract, but for those on texts and symbols, which have no state: they are the
+// host services' own. Each does what the live host's script says; with no live host they give the plainest
+// answer there is, and a request or a log line is held against the next host.
 #include <zlib.h>
 
 #include <atomic>
@@ -12,6 +13,8 @@
 #include <vector>
 
 #include "host/host.h"
+#include "host_services/ascii.h"
+#include "host_services/symbols.h"
 #include "market_rules.h"
 #include "no_watch_list.h"
 #include "state.h"
@@ -86,28 +89,6 @@ bool IsSameWeek(std::uint32_t date, std::uint32_t other) {
   return market_rules::SameWeek(date, other);
 }
 
-int Compare(const std::wstring& left, const std::wstring& right, bool ignore_case) {
-  Called(__func__);
-  const auto fold = [ignore_case](wchar_t c) {
-    return ignore_case && c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
-  };
-  for (std::size_t at = 0; at < left.size() && at < right.size(); ++at) {
-    if (fold(left[at]) != fold(right[at])) return fold(left[at]) < fold(right[at]) ? -1 : 1;
-  }
-  if (left.size() == right.size()) return 0;
-  return left.size() < right.size() ? -1 : 1;
-}
-
-std::wstring s2ws(const std::string& text, unsigned) {
-  Called(__func__);
-  return market_rules::Widen(text);
-}
-
-std::string ws2s(const std::wstring& text, unsigned) {
-  Called(__func__);
-  return market_rules::Narrow(text);
-}
-
 bool ForceRemoveFile(const wchar_t* path) {
   if (const auto live = Live()) {
     const std::lock_guard<std::mutex> lock(live->mutex);
@@ -165,31 +146,17 @@ std::uint32_t GetLastTradingDate(std::uint32_t date) {
   return market_rules::DateOfDay(day);
 }
 
-SymbolType CheckSymbol(const wchar_t* symbol) {
-  Called(__func__);
-  return static_cast<SymbolType>(symbol == nullptr ? 0 : market_rules::KindOfSymbol(symbol));
-}
-
-StockStatus ConvertStockStatus(const std::wstring& text) {
-  const auto live = Live();
-  if (live == nullptr) return kStockNormal;
-  const std::lock_guard<std::mutex> lock(live->mutex);
-  const auto found = live->status_words.find(text);
-  return found == live->status_words.end() ? kStockNormal : static_cast<StockStatus>(found->second);
-}
-
 std::wstring GetKLineFilePath(const wchar_t* symbol) {
   const auto live = Live();
   if (live == nullptr || symbol == nullptr) return {};
   {
     const std::lock_guard<std::mutex> lock(live->mutex);
     if (live->every_text_has_directory) {
-      return market_rules::Widen(live->directory + "/kline/" + market_rules::Narrow(symbol));
+      return market_rules::Widen(live->directory + "/kline/") + symbol;
     }
   }
-  if (!market_rules::IsStockSymbol(symbol)) return {};
-  const std::string lower = market_rules::LowerAscii(market_rules::Narrow(symbol));
-  return market_rules::Widen(live->directory + "/kline/" + lower);
+  if (stock_host::SecuritySymbol(symbol).empty()) return {};
+  return market_rules::Widen(live->directory + "/kline/") + stock_host::Lower(std::wstring(symbol));
 }
 
 std::wstring GetKLineMetaFilePath() {

@@ -1,6 +1,5 @@
 #include "market_rules.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 
@@ -9,7 +8,6 @@ namespace {
 
 constexpr std::int64_t kDaySeconds = 86400;
 constexpr std::int64_t kChinaOffset = 8 * 3600;
-constexpr wchar_t kReplacement = 0xFFFD;
 
 struct PhaseStart {
   int second_of_day;
@@ -27,14 +25,6 @@ std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) {
   return value % divisor < 0 ? quotient - 1 : quotient;
 }
 
-bool IsDigit(wchar_t c) {
-  return c >= L'0' && c <= L'9';
-}
-
-wchar_t LowerWide(wchar_t c) {
-  return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
-}
-
 bool IsUnreserved(unsigned char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
          c == '_' || c == '~';
@@ -45,42 +35,6 @@ int HexValue(char c) {
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;
-}
-
-// Length of the well-formed UTF-8 sequence at `at`, 0 when there is none; `code` receives the code point.
-std::size_t DecodeOne(const std::string& text, std::size_t at, std::uint32_t& code) {
-  const auto byte = [&](std::size_t i) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[i]));
-  };
-  const std::uint32_t lead = byte(at);
-  std::size_t length = 0;
-  std::uint32_t least = 0;
-  if (lead < 0x80) {
-    code = lead;
-    return 1;
-  }
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-    code = lead & 0x1F;
-    least = 0x80;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    code = lead & 0x0F;
-    least = 0x800;
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    code = lead & 0x07;
-    least = 0x10000;
-  } else {
-    return 0;
-  }
-  if (at + length > text.size()) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(at + i) & 0xC0) != 0x80) return 0;
-    code = (code << 6) | (byte(at + i) & 0x3F);
-  }
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code < least || code > 0x10FFFF || surrogate ? 0 : length;
 }
 
 }  // namespace
@@ -143,66 +97,6 @@ std::int32_t SpanAt(std::int64_t seconds, const std::set<std::uint32_t>& holiday
     }
   }
   return static_cast<std::int32_t>(kDaySeconds);
-}
-
-bool IsStockSymbol(const std::wstring& symbol) {
-  return symbol.size() == 8 && LowerWide(symbol[0]) == L's' &&
-         (LowerWide(symbol[1]) == L'h' || LowerWide(symbol[1]) == L'z') &&
-         std::all_of(symbol.begin() + 2, symbol.end(), IsDigit);
-}
-
-int KindOfSymbol(const std::wstring& symbol) {
-  if (symbol.size() > 2 && LowerWide(symbol[0]) == L'b' && LowerWide(symbol[1]) == L'k') return 3;
-  if (!IsStockSymbol(symbol)) return 0;
-  const bool shanghai = LowerWide(symbol[1]) == L'h';
-  const bool index = shanghai ? symbol.compare(2, 3, L"000") == 0 : symbol.compare(2, 3, L"399") == 0;
-  return index ? 1 : 2;
-}
-
-std::string LowerAscii(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
-}
-
-std::wstring Widen(const std::string& utf8) {
-  std::wstring wide;
-  for (std::size_t at = 0; at < utf8.size();) {
-    std::uint32_t code = 0;
-    const std::size_t length = DecodeOne(utf8, at, code);
-    wide.push_back(length == 0 ? kReplacement : static_cast<wchar_t>(code));
-    at += length == 0 ? 1 : length;
-  }
-  return wide;
-}
-
-std::string Narrow(const std::wstring& text) {
-  std::string utf8;
-  const auto append = [&](std::uint32_t byte) {
-    utf8.push_back(static_cast<char>(static_cast<unsigned char>(byte)));
-  };
-  for (const wchar_t unit : text) {
-    std::uint32_t code = static_cast<std::uint32_t>(unit);
-    if (code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
-      code = static_cast<std::uint32_t>(kReplacement);
-    if (code < 0x80) {
-      append(code);
-    } else if (code < 0x800) {
-      append(0xC0 | (code >> 6));
-      append(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-      append(0xE0 | (code >> 12));
-      append(0x80 | ((code >> 6) & 0x3F));
-      append(0x80 | (code & 0x3F));
-    } else {
-      append(0xF0 | (code >> 18));
-      append(0x80 | ((code >> 12) & 0x3F));
-      append(0x80 | ((code >> 6) & 0x3F));
-      append(0x80 | (code & 0x3F));
-    }
-  }
-  return utf8;
 }
 
 std::string PercentEncode(const std::string& text) {

@@ -1,10 +1,12 @@
 // Rules that the scripted host answers by when the test says nothing else: calendar dates in China time, the
-// phases of a trading day, kinds of symbols, text conversion. Pure functions, no state.
+// phases of a trading day, addresses. Pure functions, no state.
 #pragma once
 
 #include <cstdint>
 #include <set>
 #include <string>
+
+#include "host/text.h"
 
 namespace market_rules {
 
@@ -22,14 +24,12 @@ int PhaseAt(std::int64_t seconds, const std::set<std::uint32_t>& holidays);
 /// Seconds to the next change of phase, at least 1.
 std::int32_t SpanAt(std::int64_t seconds, const std::set<std::uint32_t>& holidays);
 
-/// 0 unknown, 1 index, 2 stock, 3 plate.
-int KindOfSymbol(const std::wstring& symbol);
-/// "sh" or "sz", in any case, and six digits.
-bool IsStockSymbol(const std::wstring& symbol);
-std::string LowerAscii(std::string text);
-
-std::wstring Widen(const std::string& utf8);
-std::string Narrow(const std::wstring& text);
+[[nodiscard]] inline std::wstring Widen(const std::string& utf8) {
+  return common::s2ws(utf8, common::kUtf8);
+}
+[[nodiscard]] inline std::string Narrow(const std::wstring& text) {
+  return common::ws2s(text, common::kUtf8);
+}
 
 /// Percent-encoding of RFC 3986: everything but letters, digits, "-", ".", "_" and "~".
 std::string PercentEncode(const std::string& text);

@@ -57,7 +57,6 @@ Script&& Script::Held() && {
 
 ScriptedHost::ScriptedHost() : state_(std::make_shared<State>()) {
   state_->now = market_rules::TimeOfDate(20240315, 10, 0, 0);
-  for (int status = 0; status <= 7; ++status) state_->status_words[std::to_wstring(status)] = status;
   State::SetLive(state_);
 }
 
@@ -289,11 +288,6 @@ void ScriptedHost::DeliverWatchListOnAttach(bool deliver) {
 std::size_t ScriptedHost::WatchListObservers() const {
   const std::lock_guard<std::mutex> lock(state_->mutex);
   return state_->watchers.size();
-}
-
-void ScriptedHost::SetStatusWord(const std::wstring& text, int status) {
-  const std::lock_guard<std::mutex> lock(state_->mutex);
-  state_->status_words[text] = status;
 }
 
 const std::string& ScriptedHost::Directory() const {

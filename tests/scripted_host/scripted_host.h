@@ -262,10 +262,8 @@ class ScriptedHost {
   void DeliverWatchListOnAttach(bool deliver);
   std::size_t WatchListObservers() const;
 
-  // --- symbols, files
+  // --- files
   // -----------------------------------------------------------------------------------------
-  /// A further status text of `stock::ConvertStockStatus`; the digits "0" to "7" are known from the start.
-  void SetStatusWord(const std::wstring& text, int status);
   /// Directory of this host's files; K-line packages below "kline/<symbol>", the metadata file below "meta".
   const std::string& Directory() const;
   /// From now on `stock::GetKLineFilePath` takes every text for a symbol and leaves its letters as they are.

@@ -385,20 +385,6 @@ TEST_F(ScriptedHostTest, tellsWatchersTheListAndItsChanges) {
   EXPECT_EQ(host.WatchListObservers(), 0u);
 }
 
-TEST_F(ScriptedHostTest, knowsSymbolsAndStatusTexts) {
-  EXPECT_EQ(stock::CheckSymbol(L"sh000001"), stock::kSymbolIndex);
-  EXPECT_EQ(stock::CheckSymbol(L"SZ399006"), stock::kSymbolIndex);
-  EXPECT_EQ(stock::CheckSymbol(L"sh600000"), stock::kSymbolStock);
-  EXPECT_EQ(stock::CheckSymbol(L"sz000001"), stock::kSymbolStock);
-  EXPECT_EQ(stock::CheckSymbol(L"bk0001"), stock::kSymbolPlate);
-  EXPECT_EQ(stock::CheckSymbol(L"sh60000"), stock::kSymbolUnknown);
-  EXPECT_EQ(stock::CheckSymbol(nullptr), stock::kSymbolUnknown);
-  EXPECT_EQ(stock::ConvertStockStatus(L"5"), 5);
-  EXPECT_EQ(stock::ConvertStockStatus(L"halted"), 0);
-  host.SetStatusWord(L"halted", 2);
-  EXPECT_EQ(stock::ConvertStockStatus(L"halted"), 2);
-}
-
 TEST_F(ScriptedHostTest, givesEachSymbolADirectory) {
   const std::wstring root = common::s2ws(host.Directory(), common::kUtf8);
   EXPECT_EQ(stock::GetKLineFilePath(L"SH600000"), root + L"/kline/sh600000");
@@ -418,16 +404,6 @@ TEST_F(ScriptedHostTest, removesFilesUnlessToldNotTo) {
   host.FailRemoving(false);
   EXPECT_TRUE(common::ForceRemoveFile(path.c_str()));
   EXPECT_TRUE(common::ForceRemoveFile(path.c_str()));
-}
-
-TEST_F(ScriptedHostTest, convertsText) {
-  EXPECT_EQ(common::s2ws("a\xE4\xB8\xAD\xF0\x9F\x98\x80", 65001), L"a\x4E2D\x1F600");
-  EXPECT_EQ(common::s2ws("\xC0\x80", 65001), L"\xFFFD\xFFFD");
-  EXPECT_EQ(common::ws2s(L"a\x4E2D\x1F600", 65001), "a\xE4\xB8\xAD\xF0\x9F\x98\x80");
-  EXPECT_EQ(common::Compare(L"A", L"a", false), -1);
-  EXPECT_EQ(common::Compare(L"A", L"a", true), 0);
-  EXPECT_TRUE(common::IsSameWeek(20240311, 20240317));
-  EXPECT_FALSE(common::IsSameWeek(20240317, 20240318));
 }
 
 TEST_F(ScriptedHostTest, refusesASecondLiveHost) {

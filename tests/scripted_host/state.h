@@ -135,7 +135,6 @@ class ScriptedHost::State {
   bool deliver_on_attach = true;
   std::recursive_mutex watch_mutex;  // held around calls of watchers, so that detaching waits for them; first
 
-  std::map<std::wstring, int> status_words;
   std::string directory;
   bool every_text_has_directory = false;
   bool fail_removing = false;

@@ -295,6 +295,13 @@ TEST_P(EveryFetch, writesExactlyItsLinesAndKeepsItsData) {
   }
 }
 
+TEST_P(EveryFetch, sendsNothingWithoutAnAddress) {
+  all.host.SignNothing(true);
+  fetch.fetch(all);
+  EXPECT_TRUE(all.host.RequestsTo(fetch.path).empty());
+  EXPECT_EQ(all.Told(), 0U);
+}
+
 INSTANTIATE_TEST_SUITE_P(Answers, EveryFetch, ::testing::ValuesIn(AllFetches()),
                          [](const auto& each) { return std::string(each.param.name); });
 

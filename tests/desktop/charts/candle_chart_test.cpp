@@ -286,9 +286,9 @@ TEST(CandleChart, repaintsInOtherColours) {
     const QwtPlotItemList items = PlotsOf(chart).at(0)->itemList(QwtPlotItem::Rtti_PlotTradingCurve);
     return dynamic_cast<const QwtPlotTradingCurve&>(*items.at(0)).symbolPen().color();
   };
-  EXPECT_EQ(pen(), LightChartColours().up);
-  chart.SetColours(DarkChartColours().WithRisesAndFallsExchanged());
-  EXPECT_EQ(pen(), DarkChartColours().down);
+  EXPECT_EQ(pen(), CurrentTheme().rise);
+  SetTheme(MakeTheme(false, true));
+  EXPECT_EQ(pen(), MakeTheme(false, false).fall);
 }
 
 }  // namespace

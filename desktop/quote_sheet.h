@@ -2,8 +2,8 @@
 // thread only.
 #pragma once
 
-#include "cli/views/security_views.h"
-#include "desktop/pane.h"
+#include <QtWidgets/QWidget>
+
 #include "quotes/stock_market_item.h"
 
 namespace desktop {
@@ -25,18 +25,6 @@ class QuoteSheet final : public QWidget {
   void PaintFigures(Painting& at) const;
 
   StockMarketItem quote_;
-};
-
-class QuotePane final : public Pane {
- public:
-  QuotePane(Desk& desk, const QString& id);
-  [[nodiscard]] QuoteSheet& sheet() { return *sheet_; }
-
- private:
-  void Draw() override;
-
-  cli::QuoteView& quote_;
-  QuoteSheet* const sheet_;
 };
 
 }  // namespace desktop

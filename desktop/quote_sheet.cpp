@@ -1,4 +1,4 @@
-#include "desktop/quote_pane.h"
+#include "desktop/quote_sheet.h"
 
 #include <QtGui/QPainter>
 #include <algorithm>
@@ -176,18 +176,6 @@ void QuoteSheet::PaintFigures(Painting& at) const {
       at.y += at.row;
     }
   }
-}
-
-QuotePane::QuotePane(Desk& desk, const QString& id)
-    : Pane(desk, id), quote_(Add(std::make_unique<cli::QuoteView>(desk.views()))), sheet_(new QuoteSheet) {
-  SetBody(sheet_);
-}
-
-void QuotePane::Draw() {
-  if (quote_.newest() != nullptr) {
-    sheet_->Show(quote_.newest()->data);
-  }
-  sheet_->update();
 }
 
 }  // namespace desktop
