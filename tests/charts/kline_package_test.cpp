@@ -320,8 +320,9 @@ TEST(KLineDay, readsMissingFiguresAsZero) {
 TEST(KLineDay, isMissingWithoutADateOrWithoutFigures) {
   for (const char* const date :
        {"", R"("date":null,)", R"("date":"",)", R"("date":"today",)", R"("date":"2024-03",)",
-        R"("date":"2024-03-15 10:00:00",)", R"("date":0,)", R"("date":20240315100000,)",
-        R"("date":-20240315,)", R"("date":"20241315",)", R"("date":"20240300",)", R"("date":[20240315],)"}) {
+        R"("date":"2024-03-15 10:00:00",)", R"("date":"00 2024-03-15",)", R"("date":0,)",
+        R"("date":20240315100000,)", R"("date":-20240315,)", R"("date":"20241315",)", R"("date":"20240300",)",
+        R"("date":[20240315],)"}) {
     EXPECT_EQ(Day("{" + std::string(date) + R"("list":{"last":4}})"), std::nullopt) << date;
     EXPECT_EQ(Day("{" + std::string(date) + R"("list":[{"last":4}]})"), std::nullopt) << date;
   }
