@@ -8,6 +8,7 @@
 #include "analytics/stock_purchase_table.h"
 #include "analytics/stock_unusual_event_table.h"
 #include "analytics/strength_rating_table.h"
+#include "json/budget.h"
 #include "json/json.h"
 #include "json/record_reader.h"
 #include "quotes/index_market_table.h"
@@ -25,10 +26,15 @@ using request::json::Value;
 template <const auto& kTable>
 auto ReadLineByLine(const Object& object) {
   typename request::RecordReader<kTable>::Record record{};
+  request::json::Budget budget;
   request::ForEachMember(kTable, [&](const auto& line) {
     const Value value = object.Member(line.key);
     if (!value.IsUndefined()) {
-      request::detail::Fill(line.how, record, line.member, value);
+      if constexpr (requires { request::detail::Fill(line.how, record, line.member, value, budget); }) {
+        request::detail::Fill(line.how, record, line.member, value, budget);
+      } else {
+        request::detail::Fill(line.how, record, line.member, value);
+      }
     }
   });
   return record;
