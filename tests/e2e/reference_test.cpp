@@ -5,16 +5,19 @@
 #include <vector>
 
 #include "running_market.h"
+#include "sleeping_threads.h"
 
 namespace {
 
 class ReferenceDataTest : public RunningMarket {
  protected:
-  // Starts everything at an instant, at which the clock stands, and loads the reference data.
+  // Starts everything at an instant, at which the clock stands, and loads the reference data. The thread that
+  // refreshes them starts after that is told, and plans its wait by the clock that it finds.
   void LoadAt(const std::string& clock) {
     options_.stocks = 400;
     StartAll(clock, 0);
     ASSERT_TRUE(LoadReferenceData());
+    AwaitSleepingThreads();
   }
 };
 
