@@ -77,6 +77,7 @@ template <class Row>
 [[nodiscard]] std::vector<Security> SecuritiesIn(const std::vector<Row>& rows, std::wstring Row::*code,
                                                  stock::SymbolType type) {
   std::vector<Security> securities;
+  securities.reserve(rows.size());
   for (const Row& row : rows) {
     securities.push_back({row.*code, row.name, type});
   }

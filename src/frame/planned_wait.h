@@ -23,7 +23,7 @@ class PlannedWait {
 
   explicit PlannedWait(int seconds, For what = For::kPhase)
       : milliseconds_(std::int64_t{std::max(seconds, 0)} * 1000),
-        is_for_phase_(what == For::kPhase && milliseconds_ > kLongestFloor),
+        is_for_phase_(what == For::kPhase && FollowsClock()),
         began_(SteadyMilliseconds()),
         server_began_(FollowsClock() ? ServerTime() : std::nullopt) {}
 
@@ -66,8 +66,7 @@ class PlannedWait {
   }
 
  private:
-  static constexpr std::int64_t kUsualInterval = 3000;   // milliseconds
-  static constexpr std::int64_t kLongestFloor = 30'000;  // what waits so long waits for no phase
+  static constexpr std::int64_t kUsualInterval = 3000;  // milliseconds
 
   static std::int64_t Minus(std::int64_t left, std::int64_t right) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(left) - static_cast<std::uint64_t>(right));

@@ -61,15 +61,22 @@ bool HasColumns(CppSQLite3DB& database) {
     }
     column.nextRow();
   }
-  return true;
+  return column.eof();
 }
 
-// Makes the table, also in the place of one that lacks a column or of a view: no statement would ever work on
-// it. One that can be read stays whatever else it has, further columns, indices and triggers, and so do all
-// other tables.
+// A trigger or an index of somebody else's could refuse every row.
+bool IsAlone(CppSQLite3DB& database) {
+  const Statement others(
+      "select count(*) from sqlite_master where lower(tbl_name)='%s' and type<>'table' and sql is not null;",
+      kTable);
+  return database.execScalar(others.Text()) == 0;
+}
+
+// Makes the table, also in the place of one with other columns, with an index or a trigger, and of a view: it
+// might never take a row. All other tables stay.
 void EnsureTable(CppSQLite3DB& database) {
   const bool exists = database.tableExists(kTable);
-  if (exists && HasColumns(database)) {
+  if (exists && HasColumns(database) && IsAlone(database)) {
     return;
   }
   const Statement drop(exists ? "drop table \"%s\";" : "drop view if exists \"%s\";", kTable);

@@ -215,8 +215,10 @@ TEST_F(CsmRecord, theScreenIsShownAgainOnALargerTerminal) {
         reader.Read(std::string_view(csm.output()).substr(read));
         read = csm.output().size();
         const std::string text = reader.Text();
+        static const std::regex event(R"(\n(▸| ) *\d\d:\d\d:\d\d )");
         return text.find("[" + page + " ") != std::string::npos && text.find("… w") == std::string::npos &&
-               text.find(page == "4" ? "top 30" : " of s") != std::string::npos;
+               text.find(page == "4" ? "top 30" : " of s") != std::string::npos &&
+               (page != "6" || std::regex_search(text, event));
       };
       EXPECT_TRUE(csm.ReadUntil(is_complete, std::chrono::seconds(60))) << reader.Text();
       pages += reader.Text();
