@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -33,32 +34,31 @@ std::uint32_t ServerYear() {
   return common::GetCurrentServerDate() / 10000;
 }
 
-void AwaitCalendarFor(std::chrono::milliseconds patience, Schedule& loop, std::function<void(bool ok)> done) {
-  const stock_host::EndpointCounters counters = stock_host::ReadCounters().endpoints[kCalendarEndpoint];
-  const bool answered = counters.requests > 0 && counters.requests == counters.succeeded + counters.failed;
-  if (answered || patience <= patience.zero()) {
-    // An answer is counted before its completion runs.
-    loop.After(kLook, [ok = answered && counters.failed == 0, done = std::move(done)] { done(ok); });
-    return;
-  }
-  loop.After(kLook,
-             [&loop, patience, done = std::move(done)] { AwaitCalendarFor(patience - kLook, loop, done); });
+// Calls `done` with what `look` sees in the counters as soon as it sees something, with false at the end of
+// the patience. An answer is counted before it is read: `done` comes a look later.
+void LookUntilSeen(std::chrono::milliseconds patience, Schedule& loop,
+                   std::function<std::optional<bool>()> look, std::function<void(bool ok)> done) {
+  const std::optional<bool> seen = patience > patience.zero() ? look() : std::optional(false);
+  loop.After(kLook, [=, &loop, look = std::move(look), done = std::move(done)] {
+    if (seen) {
+      done(*seen);
+    } else {
+      LookUntilSeen(patience - kLook, loop, look, done);
+    }
+  });
 }
 
-void AwaitNamesFor(std::chrono::milliseconds patience, Schedule& loop, std::function<void()> done) {
-  const auto counters = stock_host::ReadCounters().endpoints;
-  const bool answered =
-      std::all_of(std::begin(kNameEndpoints), std::end(kNameEndpoints), [&](const char* endpoint) {
-        const auto found = counters.find(endpoint);
-        return found != counters.end() && found->second.succeeded > 0;
-      });
-  if (answered) {
-    // An answer is counted before it is read.
-    loop.After(kLook, std::move(done));
-  } else if (patience > patience.zero()) {
-    loop.After(kLook,
-               [&loop, patience, done = std::move(done)] { AwaitNamesFor(patience - kLook, loop, done); });
-  }
+std::optional<bool> CalendarSeen() {
+  const stock_host::EndpointCounters counters = stock_host::ReadCounters().endpoints[kCalendarEndpoint];
+  const bool answered = counters.requests > 0 && counters.requests == counters.succeeded + counters.failed;
+  return answered ? std::optional(counters.failed == 0) : std::nullopt;
+}
+
+std::optional<bool> NamesSeen() {
+  auto counters = stock_host::ReadCounters().endpoints;
+  const bool all = std::all_of(std::begin(kNameEndpoints), std::end(kNameEndpoints),
+                               [&](const char* endpoint) { return counters[endpoint].succeeded > 0; });
+  return all ? std::optional(true) : std::nullopt;
 }
 
 using Clock = std::chrono::steady_clock;
@@ -82,11 +82,15 @@ void LoadLists(Schedule& loop, IStockCommon& reference, int number, Clock::time_
 }  // namespace
 
 void AwaitCalendar(Schedule& loop, std::function<void(bool ok)> done) {
-  AwaitCalendarFor(kPatience, loop, std::move(done));
+  LookUntilSeen(kPatience, loop, CalendarSeen, std::move(done));
 }
 
 void AwaitNames(Schedule& loop, std::function<void()> done) {
-  AwaitNamesFor(kPatience, loop, std::move(done));
+  LookUntilSeen(kPatience, loop, NamesSeen, [done = std::move(done)](bool ok) {
+    if (ok) {
+      done();
+    }
+  });
 }
 
 void TryReferenceData(Schedule& loop, IStockCommon& reference, std::function<void(bool ok)> done) {

@@ -34,7 +34,8 @@ struct StockInOutItem {
 ///   item with the new symbol and zeros, inside the call, so that the view clears the old figures.
 /// - Who is told: every active observer whose target is the symbol.
 /// - When: at every change of the market's phase, 20 seconds after the round before at the earliest and an
-///   hour at the latest, while any observer is active, and at `Refresh`.
+///   hour at the latest, while any observer is active, and at `Refresh`. Sooner only when the server's clock
+///   is set into another phase, or the holidays are learned.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library, or inside
 ///   `Resume` (the last item; a newer one follows unless it is fresh) and `SetTarget`; it must not call
 ///   this service.

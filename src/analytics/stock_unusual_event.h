@@ -28,7 +28,8 @@ using UnusualEventCallback = boost::function<void(const std::list<StockUnusualEv
 /// - Who is told: every active observer whose target is the date. `Resume(observer, true)` always asks the
 ///   server.
 /// - When: at every change of the market's phase, 30 seconds after the round before at the earliest and an
-///   hour at the latest, while any observer is active, and at `Refresh`.
+///   hour at the latest, while any observer is active, and at `Refresh`. Sooner only when the server's clock
+///   is set into another phase, or the holidays are learned.
 /// - Threads: callable from any thread. `Update` runs on a thread of the host's network library; it must
 ///   not call this service.
 /// - Failure: one line in the log, and an empty list, so that the view clears its events. An empty answer

@@ -2,16 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "desktop/measure.h"
-
-// What the platform of Qt keeps until the process ends.
-extern "C" const char* __lsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:libqoffscreen\nleak:libQt5Gui\nleak:libfontconfig\n";
-}
+#include "tests/desktop/without_display.h"
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  qputenv("QT_QPA_PLATFORM", "offscreen");
+  tests::PaintWithoutDisplay();
   desktop::Application application(argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -4,15 +4,11 @@
 #include <QApplication>
 #include <QFont>
 
-// What the platform of Qt keeps until the process ends.
-extern "C" const char* __lsan_default_suppressions();  // NOLINT(bugprone-reserved-identifier)
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:libqoffscreen\nleak:libQt5Gui\nleak:libfontconfig\n";
-}
+#include "tests/desktop/without_display.h"
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  qputenv("QT_QPA_PLATFORM", "offscreen");
+  tests::PaintWithoutDisplay();
   QApplication application(argc, argv);
   QFont font = QApplication::font();
   font.setPointSize(9);
