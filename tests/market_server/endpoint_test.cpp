@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <set>
 #include <string>
@@ -138,30 +137,6 @@ TEST_F(Endpoint, detailListOfNothingIsEmpty) {
   EXPECT_EQ(Json("/pc/rt/stock_detail_list", {{"stock_arr", "[]"}})["data"]["list"].Size(), 0U);
 }
 
-TEST_F(Endpoint, aStockHasAllItsKeys) {
-  const Document board = Board("cn_a", "vol", "desc", "0", "1");
-  const Value& row = board["data"][0];
-  for (const char* key :
-       {"last", "change",   "diff", "b1p", "s1p", "tr", "amt", "vol", "pe",     "high", "low",
-        "open", "preclose", "amp",  "qrr", "cr",  "mc", "pb",  "tso", "shares", "cmc"}) {
-    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
-  }
-  for (const char* key : {"code", "name", "status"}) EXPECT_NE(Text(row, key), "") << key;
-  EXPECT_STREQ(row["status"].GetString(), "0");
-}
-
-TEST_F(Endpoint, anIndexHasCountsAndALead) {
-  Document answer = Json("/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh000001\"]"}});
-  const Value& row = answer["data"]["list"][0];
-  for (const char* key : {"last", "change", "diff", "open", "high", "low", "preclose", "vol", "amt", "num_u",
-                          "num_z", "num_d", "lead_change"}) {
-    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
-  }
-  EXPECT_NE(Text(row, "lead"), "");
-  EXPECT_GT(Number(row, "num_u") + Number(row, "num_z") + Number(row, "num_d"), 0);
-  EXPECT_FALSE(row.HasMember("b1p"));
-}
-
 TEST_F(Endpoint, boardsAreOrderedByEveryColumnInBothDirections) {
   for (const std::string& column : kStockColumns) {
     for (const std::string& direction : kDirections) {
@@ -237,18 +212,6 @@ TEST_F(Endpoint, plateKindsAreKeptApart) {
   EXPECT_EQ(codes["hy"].size() + codes["gn"].size(), codes[""].size());
   EXPECT_GT(codes["hy"].size(), 20U);
   EXPECT_GT(codes["gn"].size(), 20U);
-}
-
-TEST_F(Endpoint, aPlateHasAllItsKeys) {
-  Document answer =
-      Json("/pc/rt/get_bk_detail",
-           {{"bk_type", "hy"}, {"sort_key", "vol"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "1"}});
-  const Value& row = answer["data"][0];
-  for (const char* key : {"last", "change", "diff", "tr", "amt", "pe", "high", "low", "open", "preclose",
-                          "amp", "qrr", "cr", "mc", "lead_change", "vol", "num_u", "num_z", "num_d"}) {
-    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
-  }
-  for (const char* key : {"bk", "name", "lead"}) EXPECT_NE(Text(row, key), "") << key;
 }
 
 TEST_F(Endpoint, thePagesOfAPlateAreItsMembers) {
@@ -427,31 +390,6 @@ TEST_F(Endpoint, eventsAreThoseOfTheDayUpToTheInstant) {
   EXPECT_EQ(events(kMidMorning + 86400)["data"]["list"].Size(), 0U);
 }
 
-TEST_F(Endpoint, flowsOfADayAddUpToItsAmount) {
-  const Document board = Board("cn_a", "amt", "desc", "0", "5");
-  std::vector<std::string> symbols = {"nothing"};
-  for (const Value& row : board["data"].GetArray()) symbols.emplace_back(row["code"].GetString());
-  Document answer = Json("/pc/rt/stock_in_out", {{"stock_arr", List(symbols)}});
-  const Value& list = answer["data"]["list"];
-  ASSERT_EQ(list.Size(), 5U);
-  for (rapidjson::SizeType i = 0; i < 5; ++i) {
-    ASSERT_EQ(list[i].MemberCount(), 1U);
-    EXPECT_EQ(std::string(list[i].MemberBegin()->name.GetString()), symbols[i + 1]);
-    const Value& flows = list[i].MemberBegin()->value;
-    EXPECT_LE(flows["mtime"].GetInt64(), kMidMorning);
-    EXPECT_GT(flows["mtime"].GetInt64(), kMidMorning - 60);
-    std::map<std::string, std::uint64_t> total;
-    for (const char* direction : {"in", "out"}) {
-      for (const char* size : {"big", "small"}) {
-        for (const char* days : {"d1", "d5", "d10"}) total[days] += flows[direction][size][days].GetUint64();
-      }
-    }
-    EXPECT_NEAR(static_cast<double>(total["d1"]), Number(board["data"][i], "amt"), 1);
-    EXPECT_GE(total["d5"], total["d1"]);
-    EXPECT_GE(total["d10"], total["d5"]);
-  }
-}
-
 TEST_F(Endpoint, analyticsOfOtherDaysAreWholeOrEmpty) {
   for (const char* path : {"/pc/rt/stock_min_num", "/pc/rt/stock_min_average"}) {
     EXPECT_EQ(Json(path, {{"date", "20240313"}})["data"]["list"].Size(), 241U) << path;
@@ -463,58 +401,7 @@ TEST_F(Endpoint, analyticsOfOtherDaysAreWholeOrEmpty) {
   EXPECT_EQ(Json("/pc/rt/stock_distribute_num", {{"date", "20240316"}})["data"]["up"].GetInt(), 0);
 }
 
-TEST_F(Endpoint, marginBalancesRunBackFromTheDayBefore) {
-  Document answer = Json("/pc/rt/stock_trade");
-  const Value& list = answer["data"]["list"];
-  ASSERT_GT(list.Size(), 20U);
-  EXPECT_EQ(list[0]["sh"]["date"].GetUint(), 20240314U);
-  for (rapidjson::SizeType i = 0; i < list.Size(); ++i) {
-    EXPECT_EQ(list[i]["sh"]["date"], list[i]["sz"]["date"]);
-    EXPECT_GT(Number(list[i]["sh"], "close"), 0);
-    EXPECT_GT(Number(list[i]["sz"]["meta"], "bsta"), 0);
-    if (i > 0) {
-      EXPECT_GT(list[i - 1]["sh"]["date"].GetUint(), list[i]["sh"]["date"].GetUint());
-    }
-  }
-}
-
 // Reference data
-
-TEST_F(Endpoint, basicInfoListsTheStocksOfTheBoard) {
-  Document answer = Json("/pc/rt/get_basic_info");
-  std::set<std::string> codes;
-  std::set<std::string> boards;
-  for (const char* exchange : {"sh", "sz"}) {
-    for (const Value& stock : answer[exchange].GetArray()) {
-      EXPECT_TRUE(std::string(stock["c"].GetString()).starts_with(exchange));
-      EXPECT_NE(Text(stock, "n"), "");
-      EXPECT_NE(Text(stock, "py"), "");
-      codes.insert(stock["c"].GetString());
-      boards.insert(stock["b"].GetString());
-    }
-  }
-  EXPECT_EQ(codes, Codes(Board("cn_a")["data"]));
-  for (const char* board : {"MB", "GEM", "SME"}) EXPECT_TRUE(boards.contains(board)) << board;
-}
-
-TEST_F(Endpoint, plateListHoldsEveryKind) {
-  Document answer = Json("/pc/rt/get_bk_list");
-  std::map<int, int> kinds;
-  for (const Value& plate : answer["bk_lists"].GetArray()) {
-    ++kinds[plate["t"].GetInt()];
-    for (const char* key : {"n", "bk", "py"}) EXPECT_NE(Text(plate, key), "") << key;
-  }
-  for (const int kind : {1, 2, 3}) EXPECT_GT(kinds[kind], 0) << kind;
-}
-
-TEST_F(Endpoint, indexListHoldsBothExchanges) {
-  Document answer = Json("/pc/rt/stock_index_list");
-  EXPECT_GE(answer["data"]["sh"].Size(), 20U);
-  EXPECT_GE(answer["data"]["sz"].Size(), 20U);
-  EXPECT_TRUE(Codes(answer["data"]["sh"], "c").contains("sh000001"));
-  EXPECT_TRUE(Codes(answer["data"]["sz"], "c").contains("sz399001"));
-  EXPECT_TRUE(Codes(answer["data"]["sz"], "c").contains("sz399006"));
-}
 
 TEST_F(Endpoint, everyStockIsInOneIndustryAndSomeConcepts) {
   const auto membership = [&](const std::string& category) {
@@ -566,23 +453,6 @@ TEST_F(Packages, countsAreTheRowsOfEveryPackage) {
             << symbol << period << adjustment;
       }
     }
-  }
-}
-
-TEST_F(Packages, linesAreNineNumbersInTheOrderOfDays) {
-  for (const char* period : {"day", "week", "month"}) {
-    double last = 0;
-    for (const std::string& line : Rows("sh600000", period, "qfq")) {
-      Document row;
-      row.Parse(line.c_str());
-      ASSERT_TRUE(row.IsArray() && row.Size() == 9) << line;
-      EXPECT_GT(row[0].GetDouble(), last);
-      last = row[0].GetDouble();
-      EXPECT_GE(row[3].GetDouble(), row[5].GetDouble()) << line;
-      EXPECT_GE(row[3].GetDouble(), row[4].GetDouble()) << line;
-      EXPECT_LE(row[5].GetDouble(), row[4].GetDouble()) << line;
-    }
-    EXPECT_EQ(last, 20240314);
   }
 }
 
