@@ -17,8 +17,9 @@ namespace request::json::detail {
 
 // A document is a row of cells in the order of the text. A number is a cell with its double; what is no
 // number stands in the payload of a NaN, which no number of JSON is: of a string, where it begins in the
-// text, behind its quote. A container has a head of two cells, the number of all its cells and its `Count`;
-// its elements or its members' values follow. Keys stand apart, because alike objects share them.
+// text, behind its quote, and its length. A container has a head of two cells, the number of all its cells
+// and its `Count`; its elements or its members' values follow. Keys stand apart, because alike objects share
+// them.
 using Cell = std::uint64_t;
 
 enum class Kind : std::uint16_t {
@@ -44,6 +45,20 @@ constexpr bool IsContainer(Cell cell) {
 }
 constexpr std::size_t PayloadOf(Cell cell) {
   return cell & ((Cell{1} << kPayloadBits) - 1);
+}
+
+// A string's place, and its length unless it is long.
+constexpr unsigned kPlaceBits = 31;
+constexpr std::size_t kLongString = (std::size_t{1} << (kPayloadBits - kPlaceBits)) - 1;
+
+constexpr Cell StringCell(Kind kind, std::size_t begin, std::size_t length) {
+  return MakeCell(kind, std::min(length, kLongString) << kPlaceBits | begin);
+}
+constexpr std::size_t BeginOf(Cell cell) {
+  return cell & ((Cell{1} << kPlaceBits) - 1);
+}
+constexpr std::size_t LengthOf(Cell cell) {
+  return PayloadOf(cell) >> kPlaceBits;
 }
 
 constexpr std::size_t kHead = 2;

@@ -101,8 +101,9 @@ class Copier {
   // As JSON writes it, up to the quote behind it.
   void CopyString(const QString& text) {
     const bool escaped = text.contains(QLatin1Char('\\')) || text.contains(QLatin1Char('"'));
-    writer_.Put(MakeCell(escaped ? Kind::kEscaped : Kind::kString, text_.size()));
+    const std::size_t begin = text_.size();
     PutUtf8(text, 0, escaped);
+    writer_.Put(detail::StringCell(escaped ? Kind::kEscaped : Kind::kString, begin, text_.size() - begin));
     text_ += '"';
   }
 
@@ -147,14 +148,14 @@ void Value::TextInto(std::wstring& out, Budget& budget) const {
     return;
   }
   const bool escaped = Is(Kind::kEscaped);
-  const std::string_view rest = content_->text.substr(detail::PayloadOf(*cell_));
-  std::size_t end = rest.find('"');
-  if (escaped) {
-    for (end = 0; rest[end] != '"'; ++end) {
-      end += rest[end] == '\\' ? 1U : 0U;
+  const std::string_view rest = content_->text.substr(detail::BeginOf(*cell_));
+  std::size_t length = detail::LengthOf(*cell_);
+  if (length == detail::kLongString) {
+    for (length = 0; rest[length] != '"'; ++length) {
+      length += rest[length] == '\\' ? 1U : 0U;
     }
   }
-  WidenInto(out, rest.substr(0, end), escaped, budget);
+  WidenInto(out, rest.substr(0, length), escaped, budget);
 }
 
 int Value::Integer() const {

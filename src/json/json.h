@@ -164,6 +164,14 @@ class Object : public detail::Container {
     }
   }
 
+  /// No member is an object or an array.
+  [[nodiscard]] bool HasPlainValues() const { return detail::PayloadOf(*head_) == detail::kHead + Size(); }
+
+  /// Value `index` of the text, repeated keys included, of an object that `HasPlainValues`.
+  [[nodiscard]] Value PlainValueAt(std::size_t index) const {
+    return {head_ + detail::kHead + index, content_};
+  }
+
   /// What is the same for two objects of one document only if they have the same keys in the same order.
   [[nodiscard]] detail::Count Shape() const { return GetCount(); }
 

@@ -415,8 +415,8 @@ class Reader {
     }
     while (Characters()) {
       if (*at_ == '"') {
+        writer_.Put(StringCell(kind, begin, static_cast<std::size_t>(at_ - text_) - begin));
         ++at_;
-        writer_.Put(MakeCell(kind, begin));
         return true;
       }
       kind = Kind::kEscaped;

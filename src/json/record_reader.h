@@ -87,14 +87,21 @@ void Fill(StatusText, Record& record, stock::StockStatus Record::*member, const 
 
 template <class Record, class Shape>
 void Fill(Figure, Record& record, Shape Record::*member, const json::Value& value) {
-  Convert(value, (record.*member).value);
-  (record.*member).present = true;
+  Shape figure{};
+  Convert(value, figure.value);
+  figure.present = true;
+  record.*member = figure;
 }
 
 template <class Record>
 void Fill(Figure, Record& record, TrendValue Record::*member, const json::Value& value) {
-  (record.*member).value = value.Number();
-  (record.*member).valid = true;
+  record.*member = {value.Number(), true, 0};
+}
+
+// Apart, so that what comes for every level stays short.
+template <class Type>
+[[gnu::noinline]] void MakeLevels(std::vector<BookLevel<Type>>& side) {
+  side.resize(kBookLevels);
 }
 
 template <class Record, class Type>
@@ -102,10 +109,12 @@ void Fill(const Level& how, Record& record, std::vector<BookLevel<Type>> Record:
           const json::Value& value) {
   std::vector<BookLevel<Type>>& side = record.*member;
   if (side.size() < kBookLevels) {
-    side.resize(kBookLevels);
+    MakeLevels(side);
   }
-  Convert(value, side[how.index].value);
-  side[how.index].present = true;
+  BookLevel<Type> level;
+  Convert(value, level.value);
+  level.present = true;
+  side[how.index] = level;
 }
 
 }  // namespace detail
@@ -146,8 +155,9 @@ class RecordReader {
     return records;
   }
 
-  /// The same into records that are no longer wanted, a vector or a list, whose memory is used again unless
-  /// it is far too much. Calls `on_record(record)` for each while it is at hand.
+  /// The same into records that this reader filled and that are no longer wanted, a vector or a list, whose
+  /// memory is used again unless it is far too much. Members that the table does not name must be as they
+  /// were made. Calls `on_record(record)` for each while it is at hand.
   template <class Records, class OnRecord = Nothing>
   static void ReadInto(Records& records, const json::Array& array, OnRecord on_record = {}) {
     json::Budget budget(json::kMostSharedRecordMemory);
@@ -172,12 +182,13 @@ class RecordReader {
     Plan plan;
     auto next = records.begin();
     array.ForEach([&](const json::Value& element) {
+      const json::Object object = element.AsObject();
       if (next == records.end()) {
         next = records.emplace(next);
-      } else {
+      } else if (!plan.FillsAll(object) || HeldBytes(*next) > kUsualBytes) {
         Clear(*next);
       }
-      Fill(*next, element.AsObject(), plan, budget);
+      Fill(*next, object, plan, budget);
       on_record(*next);
       ++next;
     });
@@ -186,18 +197,58 @@ class RecordReader {
 
   static constexpr std::size_t kSize = std::remove_cvref_t<decltype(kTable)>::kSize;
 
-  using FillKey = void(Record&, json::Value, json::Budget&);
+  using FillKey = void(Record&, const json::Value&, json::Budget&);
+
+  // The usual figures need no call: where the number stands, and where it goes.
+  template <class Field>
+  struct PutFigure {
+    std::size_t place;
+    Field Record::*member;
+  };
+  template <class Type>
+  struct PutLevel {
+    std::size_t place;
+    std::vector<BookLevel<Type>> Record::*member;
+    std::size_t index;
+  };
+  template <class... Fields>
+  struct FigureLists {
+    template <class Field>
+    static constexpr bool kHas = (std::is_same_v<Field, Fields> || ...);
+
+    std::tuple<std::vector<PutFigure<Fields>>...> lists;
+  };
+  using Figures = FigureLists<TickField<double>, TickField<std::uint64_t>, PlainField<double>,
+                              PlainField<std::uint64_t>, CountField, TrendValue>;
+
+  struct PutOther {
+    std::size_t place;
+    FillKey* fill;
+  };
+
+  // What the values of an object fill. It holds for all objects of the same shape in one document.
+  struct Plan {
+    json::detail::Count shape;
+    std::vector<FillKey*> fills;  // one after the other
+    // The same by kinds, each in their order, so that the last of repeated keys counts here as well.
+    Figures figures;
+    std::vector<PutLevel<float>> prices;
+    std::vector<PutLevel<std::uint32_t>> volumes;
+    std::vector<PutOther> others;
+    bool is_whole = false;  // no key of the table is missing
+
+    // Nothing stays of what a record held.
+    [[nodiscard]] bool FillsAll(const json::Object& object) const {
+      return is_whole && shape == object.Shape();
+    }
+  };
+
+  using PlanKey = void(Plan&, std::size_t place);
 
   struct Line {
     std::string_view key;
     FillKey* fill = nullptr;
-  };
-
-  // What the values of an object fill, one after the other. It holds for all objects of the same shape in one
-  // document.
-  struct Plan {
-    json::detail::Count shape;
-    std::vector<FillKey*> fills;
+    PlanKey* plan = nullptr;
   };
 
   static constexpr std::size_t kRecordBytes = [] {
@@ -222,9 +273,10 @@ class RecordReader {
     return bytes;
   }
 
+  static constexpr std::size_t kUsualBytes = 512;
+
   // Makes it a default record; its texts and lists keep their memory, as long as it is not unusually much.
   static void Clear(Record& record) {
-    constexpr std::size_t kUsualBytes = 512;
     Record empty{};
     ForEachMember(kTable, [&record, &empty](const auto& line) {
       auto& used = record.*line.member;
@@ -234,7 +286,7 @@ class RecordReader {
         if (json::HeldBytes(used) > kUsualBytes) {
           std::remove_cvref_t<decltype(used)>().swap(used);
         } else if (used.capacity() > kept.capacity()) {
-          used = std::as_const(kept);
+          used.assign(kept.begin(), kept.end());
           kept.swap(used);
         }
       }
@@ -246,24 +298,64 @@ class RecordReader {
   // copy of the budget: those of a repeated key are not held, and a record that is used again may hold more.
   static std::size_t Fill(Record& record, const json::Object& object, Plan& plan, json::Budget& budget) {
     if (plan.shape != object.Shape()) {
-      plan.fills.clear();
-      object.ForEachInText(
-          [&plan](std::string_view key, const json::Value&) { plan.fills.push_back(FillOf(key)); });
-      plan.shape = object.Shape();
+      plan = PlanFor(object);
     }
-    auto fill = plan.fills.begin();
     json::Budget texts = budget;
-    object.ForEachValue([&](const json::Value& value) { (*fill++)(record, value, texts); });
+    if (object.HasPlainValues()) {
+      std::apply([&](const auto&... list) { (PutAll(record, object, list), ...); }, plan.figures.lists);
+      PutAll(record, object, plan.prices);
+      PutAll(record, object, plan.volumes);
+      for (const PutOther& other : plan.others) {
+        other.fill(record, object.PlainValueAt(other.place), texts);
+      }
+    } else {
+      auto fill = plan.fills.begin();
+      object.ForEachValue([&](const json::Value& value) { (*fill++)(record, value, texts); });
+    }
     const std::size_t held = HeldBytes(record);
     budget.Require(1, held);
     return held;
   }
 
-  static FillKey* FillOf(std::string_view key) {
+  template <class Field>
+  static void PutAll(Record& record, const json::Object& object, const std::vector<PutFigure<Field>>& puts) {
+    for (const PutFigure<Field>& put : puts) {
+      detail::Fill(Figure{}, record, put.member, object.PlainValueAt(put.place));
+    }
+  }
+
+  template <class Type>
+  static void PutAll(Record& record, const json::Object& object, const std::vector<PutLevel<Type>>& puts) {
+    for (const PutLevel<Type>& put : puts) {
+      detail::Fill(Level{put.index}, record, put.member, object.PlainValueAt(put.place));
+    }
+  }
+
+  static Plan PlanFor(const json::Object& object) {
+    Plan plan;
+    plan.shape = object.Shape();
+    std::vector<std::string_view> known;
+    object.ForEachInText([&](std::string_view key, const json::Value&) {
+      const Line* const line = LineOf(key);
+      plan.fills.push_back(line == nullptr ? [](Record&, const json::Value&, json::Budget&) {} : line->fill);
+      if (line != nullptr) {
+        line->plan(plan, plan.fills.size() - 1);
+        known.push_back(key);
+      }
+    });
+    std::sort(known.begin(), known.end());
+    const auto has = [&known](const Line& line) {
+      return std::binary_search(known.begin(), known.end(), line.key);
+    };
+    plan.is_whole = std::all_of(kLines.begin(), kLines.end(), has);
+    return plan;
+  }
+
+  static const Line* LineOf(std::string_view key) {
     const auto line =
         std::lower_bound(kLines.begin(), kLines.end(), key,
                          [](const Line& entry, std::string_view wanted) { return entry.key < wanted; });
-    return line != kLines.end() && line->key == key ? line->fill : [](Record&, json::Value, json::Budget&) {};
+    return line != kLines.end() && line->key == key ? &*line : nullptr;
   }
 
   template <std::size_t kIndex>
@@ -281,11 +373,32 @@ class RecordReader {
     }
   }
 
+  template <std::size_t kIndex, bool kHasKey>
+  static void PlanLine(Plan& plan, std::size_t place) {
+    if constexpr (kHasKey) {
+      constexpr const auto& kLine = std::get<kIndex>(kTable.members);
+      using Field = std::remove_cvref_t<decltype(std::declval<Record&>().*kLine.member)>;
+      if constexpr (Figures::template kHas<Field>) {
+        std::get<std::vector<PutFigure<Field>>>(plan.figures.lists).push_back({place, kLine.member});
+      } else if constexpr (std::is_same_v<Field, std::vector<BookLevel<float>>>) {
+        plan.prices.push_back({place, kLine.member, kLine.how.index});
+      } else if constexpr (std::is_same_v<Field, std::vector<BookLevel<std::uint32_t>>>) {
+        plan.volumes.push_back({place, kLine.member, kLine.how.index});
+      } else {
+        plan.others.push_back({place, &FillLine<kIndex, true>});
+      }
+    }
+  }
+
   // All lines with the key of one, which may be several.
   template <std::size_t kLine, std::size_t... kIndices>
   static constexpr Line LineOf(std::index_sequence<kIndices...>) {
-    return {kKeyOf<kLine>, [](Record& record, json::Value value, json::Budget& budget) {
+    return {kKeyOf<kLine>,
+            [](Record& record, const json::Value& value, json::Budget& budget) {
               (FillLine<kIndices, kKeyOf<kIndices> == kKeyOf<kLine>>(record, value, budget), ...);
+            },
+            [](Plan& plan, std::size_t place) {
+              (PlanLine<kIndices, kKeyOf<kIndices> == kKeyOf<kLine>>(plan, place), ...);
             }};
   }
 

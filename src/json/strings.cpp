@@ -150,7 +150,10 @@ void AppendUtf8(std::string& out, std::uint32_t code) {
 }
 
 void WidenInto(std::wstring& out, std::string_view text, bool escaped, Budget& budget) {
-  const std::size_t most = CountCharacters(text);
+  std::size_t most = text.size();
+  if (most > out.capacity()) {
+    most = CountCharacters(text);
+  }
   if (most > out.capacity()) {
     budget.Require(1, most * sizeof(wchar_t) + kAllocationOverhead);
     out = std::wstring();  // grown, it would take twice what it had

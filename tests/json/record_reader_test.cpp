@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "scripted_host.h"
 
 namespace {
@@ -192,6 +194,41 @@ TEST(RecordReader, leavesNothingOfRecordsThatAreUsedAgain) {
     for (Row& row : rows) row.unread = 7;
     request::RecordReader<kRowTable>::ReadInto(rows, document.RootArray());
     EXPECT_EQ(rows, request::RecordReader<kRowTable>::ReadAll(document.RootArray())) << text;
+  }
+}
+
+// Rows with every key of the table take another road than others: between them nothing may stay either.
+TEST(RecordReader, leavesNothingWhenRowsWithEveryKeyFollowOthers) {
+  const std::string rest =
+      R"("last":1,"small":2,"nullable":null,"whole":3,"truncated":4.5,"amount":5,"tick":6,"volume":7,)"
+      R"("plain":8,"count":9,"trend":10,"p1":11,"p5":12,"v2":13})";
+  const std::string whole = R"({"code":"text",)" + rest;
+  const std::string long_text(2000, 'x');
+  const std::vector<std::string> answers = {
+      "[" + whole + "," + whole + "]",
+      R"([{"code":[1],"p1":{}},{"last":null}])",
+      "[" + whole + "," + whole + "]",
+      R"([{"last":5},{"last":6}])",
+      "[" + whole + R"(,{"code":")" + long_text + R"("},)" + whole + "]",
+      "[" + whole + "," + whole + "," + whole + "]",
+      R"([{"code":{"code":1},)" + rest + "," + whole + "]",
+      R"([{"code":"first","code":"again",)" + rest + "," + whole + "]",
+  };
+  std::vector<Row> rows;
+  for (const std::string& text : answers) {
+    const auto document = request::json::Document::Parse(text.data(), text.size());
+    ASSERT_EQ(document.Error(), 0) << text;
+    for (Row& row : rows) {
+      row.tick.direction = -1;
+      if (!row.prices.empty()) row.prices[4].direction = 1;
+    }
+    request::RecordReader<kRowTable>::ReadInto(rows, document.RootArray());
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+      Row alone;
+      request::RecordReader<kRowTable>::Fill(alone, document.RootArray().At(row).AsObject());
+      EXPECT_EQ(rows[row], alone) << text;
+      EXPECT_LE(rows[row].code.capacity(), std::max<std::size_t>(rows[row].code.size(), 500)) << text;
+    }
   }
 }
 
