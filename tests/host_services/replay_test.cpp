@@ -199,6 +199,77 @@ TEST_F(Replay, theNewestOfASeriesAreTakenFromALongerOne) {
   EXPECT_EQ(body(query("kline.month", 1)), "");
 }
 
+TEST_F(Replay, theNewestDaysOfALineAreTakenFromMoreOfThem) {
+  const std::string days = "/pc/rt/get_choice_htime?stock=sh1&date=20240313&rn=";
+  Write({At(0, days + "3", R"({"data":{"sh1":["a","b","c"]}})")});
+  const auto replayer = Open();
+  EXPECT_EQ(BodyAt(*replayer, seconds(0), days + "2"), R"({"data":{"sh1":["b","c"]}})");
+  EXPECT_EQ(BodyAt(*replayer, seconds(0), days + "0"), R"({"data":{"sh1":[]}})");
+  EXPECT_EQ(BodyAt(*replayer, seconds(0), days + "4"), "") << "there may be a fourth";
+}
+
+// An answer of which nothing can be taken is given as the client had it, and fails there as it did.
+TEST_F(Replay, answersOfAnotherFormAreGivenAsTheyWere) {
+  const std::string page = "/pc/rt/get?sort_key=change";
+  const std::string list = "/pc/rt/stock_detail_list?stock_arr=";
+  struct Case {
+    std::string recorded, expected;
+  };
+  for (const std::string body :
+       {"no json", "[]", R"({"errno":7})", R"({"data":5})", R"({"data":{"list":{}}})"}) {
+    Write({At(0, page + "&start=0&end=20", body), At(0, page + "&num=20", body),
+           At(0, list + R"(["sh1","sh2"])", body)});
+    const auto replayer = Open();
+    EXPECT_EQ(BodyAt(*replayer, seconds(0), page + "&start=0&end=3"), body);
+    EXPECT_EQ(BodyAt(*replayer, seconds(0), page + "&num=3"), body);
+    if (body != R"({"data":{"list":{}}})") {
+      EXPECT_EQ(BodyAt(*replayer, seconds(0), list + R"(["sh1"])"), body);
+    }
+  }
+  const std::vector<Case> of_symbols = {
+      {R"({"data":{"list":[7,{"code":5},{"name":"x"},{"code":"sh2"},{"code":"sh1"}]}})",
+       R"({"data":{"list":[{"code":"sh1"}]}})"},
+      {R"({"data":{"list":[{"sh2":{}},{"sh1":{"mtime":1}}]}})", R"({"data":{"list":[{"sh1":{"mtime":1}}]}})"},
+      {R"({"data":{"list":[{"code":"sh2"}]}})", R"({"data":{"list":[]}})"},
+      {R"({"data":{"list":5}})", R"({"data":{"list":[]}})"},
+      {R"({"data":{"sh2":{}}})", R"({"data":{}})"}};
+  for (const Case& one : of_symbols) {
+    Write({At(0, list + R"(["sh1","sh2"])", one.recorded)});
+    EXPECT_EQ(BodyAt(*Open(), seconds(0), list + R"(["sh1"])"), one.expected) << one.recorded;
+  }
+}
+
+TEST_F(Replay, requestsOfAnotherFormAreMatchedAsTheyStand) {
+  const std::vector<std::string> queries = {"stock_arr=%zz",
+                                            "stock_arr=%5",
+                                            R"(stock_arr=["sh1",7])",
+                                            "stock_arr={}",
+                                            "stock_arr=",
+                                            "start=x&end=y",
+                                            "start=1",
+                                            "num=x",
+                                            "rn=1x",
+                                            "date=x",
+                                            "a&b=1",
+                                            "=",
+                                            "q=no json",
+                                            "q=[]",
+                                            R"(q={"a":1,"b":2})",
+                                            R"(q={"a":1})",
+                                            R"(q={"a":["k"]})",
+                                            R"(q={"a":["k",5]})",
+                                            R"(q={"a":["k",{}]})",
+                                            R"(q={"a":["k",{"limit":"x"}]})"};
+  std::vector<RecordedExchange> exchanges;
+  for (const std::string& query : queries) exchanges.push_back(At(0, "/pc/rt/one?" + query, "of " + query));
+  Write(exchanges);
+  const auto replayer = Open();
+  for (const std::string& query : queries) {
+    EXPECT_EQ(BodyAt(*replayer, seconds(0), "/pc/rt/one?" + query), "of " + query);
+    EXPECT_EQ(BodyAt(*replayer, seconds(0), "/pc/rt/one?" + query + "&more=1"), "") << query;
+  }
+}
+
 TEST_F(Replay, runsAtItsSpeed) {
   Write({At(0, "/pc/rt/one?a=1", "early"), At(20, "/pc/rt/one?a=1", "late")});
   const auto replayer = Open(10);

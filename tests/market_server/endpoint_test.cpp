@@ -337,19 +337,6 @@ TEST_F(Endpoint, minuteLinesStandUnderTheSymbolsAskedFor) {
   EXPECT_EQ(Json("/pc/rt/get_day_time", {{"stock_arr", "[]"}})["data"].MemberCount(), 0U);
 }
 
-TEST_F(Endpoint, aPastDayIsWholeAndADayWithoutTradingIsNotThere) {
-  const auto day = [&](const std::string& date) {
-    return Json("/pc/rt/get_day_htime", {{"stock", "sh000001"}, {"date", date}});
-  };
-  Document past = day("20240313");
-  EXPECT_STREQ(past["data"]["sh000001"]["date"].GetString(), "2024-03-13");
-  EXPECT_EQ(past["data"]["sh000001"]["list"].Size(), 241U);
-  EXPECT_EQ(day("20240316")["data"].MemberCount(), 0U);
-  Document today = day("0");
-  EXPECT_EQ(today["data"]["sh000001"]["date"], Value("2024-03-15"));
-  EXPECT_EQ(day("20240318")["data"].MemberCount(), 0U) << "still to come";
-}
-
 TEST_F(Endpoint, chosenDaysEndWithTheDateOldestFirst) {
   const auto days = [&](const std::string& date, const std::string& rn) {
     Document answer = Json("/pc/rt/get_choice_htime", {{"stock", "sh000001"}, {"date", date}, {"rn", rn}});

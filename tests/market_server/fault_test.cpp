@@ -581,6 +581,20 @@ TEST(FaultRules, actOnTheirEndpointsOnly) {
   EXPECT_EQ(bench.Raw("/pc/rt/stock_version").status, 200);
 }
 
+TEST(FaultRules, ofPackagesActOnPackagesOnly) {
+  Bench bench;
+  const std::string good = bench.Get("/pc/rt/stock_detail_list", kIndices).body;
+  const std::string metadata = bench.Raw("/static/kline.meta.gzip").body;
+  const std::string past = "/static/kline.sh600000.day.bfq.20140101.gzip";
+  for (const FaultInfo& fault : Faults()) {
+    if (fault.stage != "package") continue;
+    bench.server().SetFaults({fault.name + ":/pc/*", fault.name + ":" + past});
+    EXPECT_EQ(bench.Get("/pc/rt/stock_detail_list", kIndices).body, good) << fault.name;
+    EXPECT_EQ(bench.Raw(past).status, 404) << fault.name << ": there is none to damage";
+  }
+  EXPECT_EQ(bench.Raw("/static/kline.meta.gzip").body, metadata);
+}
+
 std::string Pattern(Bench& bench, int count) {
   std::string pattern;
   for (int i = 0; i < count; ++i) pattern += bench.Raw("/x").status == 503 ? '!' : '.';

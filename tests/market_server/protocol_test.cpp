@@ -606,7 +606,10 @@ TEST_F(ProtocolSentences, labelsOfMinutes) {
   EXPECT_TRUE(PageSays("at 10:30:03 the last point is 1031, at 10:30:00 it is 1030"));
   EXPECT_EQ(Minutes("2024-03-15 10:30:00").back(), 1030);
   EXPECT_EQ(Minutes("2024-03-15 10:30:02").back(), 1030);
-  EXPECT_EQ(Minutes("2024-03-15 10:30:03").back(), 1031);
+  for (const char* symbol : {"sh600000", "sh000001", "bk1001"}) {
+    EXPECT_EQ(Minutes("2024-03-15 10:30:03", symbol).back(), 1031) << symbol;
+    EXPECT_EQ(Minutes("2024-03-15 13:05:12", symbol).back(), 1306) << symbol;
+  }
   EXPECT_EQ(Minutes("2024-03-15 09:30:30").back(), 931);
   EXPECT_EQ(Minutes("2024-03-15 12:00:00").back(), 1130);
   EXPECT_EQ(Minutes("2024-03-15 13:00:30").back(), 1301);

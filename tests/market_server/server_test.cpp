@@ -423,6 +423,26 @@ TEST(AccessLogFile, holdsNoSignatureWhereverItStands) {
   EXPECT_NE(log.find("b=c_s=d"), std::string::npos) << log;
 }
 
+// A full disk costs lines, never an answer.
+TEST(AccessLogFile, thatCannotGrowLeavesTheAnswersAlone) {
+  Options options = SmallMarket();
+  options.access_log = "/dev/full";
+  Bench bench(options);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(bench.Errno("/pc/rt/stock_version"), 0);
+  EXPECT_EQ(bench.server().ReadCounters().errors, 0U);
+}
+
+TEST(AccessLogFile, mayBeTheStandardErrorOutput) {
+  Options options = SmallMarket();
+  options.access_log = "-";
+  ::testing::internal::CaptureStderr();
+  {
+    Bench bench(options);
+    (void)bench.Raw("/x");
+  }
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find(" GET /x 200 1001 "), std::string::npos);
+}
+
 // HTTPS
 
 class Tls : public ::testing::Test {

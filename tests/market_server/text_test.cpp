@@ -107,28 +107,6 @@ TEST(JsonDamage, nullsAndRemoves) {
   EXPECT_EQ(PatchJson(kAnswer, "data/no/such/thing", JsonPatch::kRemove), kAnswer);
 }
 
-TEST(JsonDamage, repeatsAndEmptiesTheLongestArray) {
-  EXPECT_EQ(RepeatRows(kAnswer, 3),
-            R"({"errno":0,"data":{"list":[{"a":1,"b":"x"},{"a":2,"b":"y"},{"a":1,"b":"x"}]}})");
-  EXPECT_EQ(EmptyRows(kAnswer), R"({"errno":0,"data":{"list":[]}})");
-}
-
-TEST(JsonDamage, duplicatesEveryKey) {
-  const std::string text = DuplicateKeys(R"({"errno":0,"data":{"a":1}})");
-  EXPECT_EQ(text,
-            R"({"errno":{"first":[1,{"of":"two"},[[]]]},"errno":0,"data":{"first":[1,{"of":"two"},[[]]]},)"
-            R"("data":{"a":{"first":[1,{"of":"two"},[[]]]},"a":1}})");
-}
-
-TEST(JsonDamage, hostileNumbersSpareTheErrorNumber) {
-  EXPECT_EQ(HostileNumbers(R"({"errno":0,"data":[1,2,"t"]})"), R"({"errno":0,"data":[1e400,-1e400,"t"]})");
-}
-
-TEST(JsonDamage, replacesAMemberOfTheRoot) {
-  EXPECT_EQ(ReplaceRootMember(R"({"errno":0,"data":[1]})", "errno", "\"7\""), R"({"errno":"7","data":[1]})");
-  EXPECT_EQ(ReplaceRootMember(R"({"data":[1]})", "errno", "5.5"), R"({"errno":5.5,"data":[1]})");
-}
-
 TEST(JsonDamage, takesPathsThatLeadNowhere) {
   for (const char* path :
        {"data/list/9/a", "data/list/x", "data/list/*/a/b/c", "errno/0", "/", "data//list"}) {

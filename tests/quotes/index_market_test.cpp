@@ -76,16 +76,6 @@ TEST_F(IndexMarket, asksForTheThreeIndicesInOrder) {
   EXPECT_EQ(request.thread, std::this_thread::get_id());
 }
 
-TEST_F(IndexMarket, asksTheSignedAddress) {
-  host.Expect(Script(kPath).Held());
-  service->Fetch();
-  EXPECT_EQ(host.Signings().at(0).path, L"/pc/rt/stock_detail_list");
-  EXPECT_EQ(
-      host.Requests().at(0).url,
-      L"http://api.test/pc/rt/stock_detail_list?stock_arr=%5B%22sh000001%22%2C%22sz399001%22%2C%22sz399006"
-      L"%22%5D");
-}
-
 TEST_F(IndexMarket, sendsNothingForAnObserverThatOnlyAttached) {
   service->Attach(&a);
   service->SetTarget(&a, L"sh000001");
@@ -146,19 +136,6 @@ TEST_F(IndexMarket, replacesTheListByAnEmptyOneAndTells) {
 
 // --- tell
 // -------------------------------------------------------------------------------------------------------
-
-TEST_F(IndexMarket, tellsEveryAttachedObserverSuspendedOnesIncluded) {
-  service->Attach(&a);
-  service->Attach(&b);
-  service->Resume(&b, false);
-  service->Attach(&c);
-  service->SetTarget(&c, L"sz399001");
-  FetchWith(OneIndex(1));
-  EXPECT_EQ(a.Count(), 1u);
-  EXPECT_EQ(b.Count(), 1u);
-  EXPECT_EQ(c.Count(), 1u);
-  EXPECT_TRUE(service->IsSuspended(&a));
-}
 
 TEST_F(IndexMarket, tellsOnTheThreadOfTheAnswer) {
   host.Expect(Script(kPath).OnWorker(1, OneIndex(1)));
