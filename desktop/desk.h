@@ -28,7 +28,6 @@ class Desk final : public QObject {
  public:
   /// Starts the session. Throws std::runtime_error with a text for a person.
   explicit Desk(const Options& options);
-  ~Desk() override;
 
   [[nodiscard]] const Options& options() const { return options_; }
   [[nodiscard]] UiThread& thread() { return thread_; }
@@ -55,10 +54,10 @@ class Desk final : public QObject {
   void Register(Pane& pane) { panes_.push_back(&pane); }
   void Unregister(Pane& pane);
   [[nodiscard]] const std::vector<Pane*>& panes() const { return panes_; }
-  /// A window was minimised or shown again.
-  void OnWindowState();
+  /// One in sight that still waits for figures; null: there is none.
+  [[nodiscard]] const Pane* Unsettled() const;
   /// Asks for everything that is in sight now.
-  void RefreshAll();
+  void RefreshAll() { Refresh(false); }
 
   /// Colours as chosen, kept for the next time.
   void ChooseTheme(bool is_dark, bool green_up);
@@ -84,6 +83,7 @@ class Desk final : public QObject {
   void LoadReference();
   void SelectSomething();
   void OnInterval();
+  void Refresh(bool at_interval);
 
   const Options options_;
   UiThread thread_;
@@ -91,11 +91,11 @@ class Desk final : public QObject {
   std::unique_ptr<cli::Session> session_;
   cli::ViewContext context_;
   cli::WatchListEdits edits_{"Ctrl+Z"};
+  cli::Security current_;
   std::unique_ptr<cli::Selection> selection_;
   std::unique_ptr<cli::SecurityLists> lists_;
   QString why_no_lists_;
   bool is_loading_ = true;
-  cli::Security current_;
   std::vector<Pane*> panes_;
   const Pane* steps_in_ = nullptr;
   std::function<std::vector<BaseInfoItem>()> steps_;

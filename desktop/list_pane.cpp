@@ -59,6 +59,21 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
       AddKnob(knob);
     }
   }
+  SetUpList();
+  SetUpHeader();
+  SetBody(list_);
+  sight_.setSingleShot(true);
+  sight_.setInterval(kScrollRest);
+  connect(&sight_, &QTimer::timeout, this, &ListPane::AskForSight);
+  connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
+  connect(&desk, &Desk::suggested, this, [this](const cli::Security& security) {
+    if (!view().WhyNothingToAsk().empty() && pinned().code.empty()) {
+      view().Select(security);
+    }
+  });
+}
+
+void ListPane::SetUpList() {
   list_->setModel(table_);
   list_->setItemDelegate(painter_);
   list_->setShowGrid(false);
@@ -69,35 +84,21 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
   list_->setTabKeyNavigation(false);
   list_->setContextMenuPolicy(Qt::CustomContextMenu);
   list_->setAccessibleName(Title());
+  list_->setMinimumHeight(0);
   list_->verticalHeader()->hide();
   list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   list_->verticalHeader()->setDefaultSectionSize(list_->fontMetrics().height() + kRowPadding);
-  list_->setMinimumHeight(0);
-  SetUpHeader();
   if (traits_.is_watch_list) {
-    table_->SetDraggable(true);
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
     list_->setSelectionBehavior(QAbstractItemView::SelectRows);
     list_->setDragDropMode(QAbstractItemView::InternalMove);
-    list_->setDropIndicatorShown(true);
   }
   list_->viewport()->installEventFilter(this);
   list_->installEventFilter(this);
-  SetBody(list_);
-  sight_.setSingleShot(true);
-  sight_.setInterval(kScrollRest);
-  connect(&sight_, &QTimer::timeout, this, &ListPane::AskForSight);
   connect(list_->verticalScrollBar(), &QScrollBar::valueChanged, &sight_, qOverload<>(&QTimer::start));
   connect(list_->verticalScrollBar(), &QScrollBar::rangeChanged, &sight_, qOverload<>(&QTimer::start));
   connect(list_, &QTableView::clicked, this, [this](const QModelIndex& index) { OnRow(index.row()); });
   connect(list_, &QTableView::customContextMenuRequested, this, &ListPane::OnMenu);
-  connect(table_, &QAbstractItemModel::modelReset, this, [this] { was_reset_ = true; });
-  connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
-  connect(&desk, &Desk::suggested, this, [this](const cli::Security& security) {
-    if (!view().WhyNothingToAsk().empty() && pinned().code.empty()) {
-      view().Select(security);
-    }
-  });
 }
 
 // --- Columns
@@ -115,6 +116,17 @@ void ListPane::SetUpHeader() {
   connect(header, &QHeaderView::sectionResized, this, arranged);
   connect(header, &QHeaderView::sectionClicked, this, &ListPane::OnHeader);
   connect(header, &QHeaderView::customContextMenuRequested, this, &ListPane::OnHeaderMenu);
+  connect(table_, &QAbstractItemModel::modelReset, this, &ListPane::RestoreColumns);
+}
+
+// The columns are others than before.
+void ListPane::RestoreColumns() {
+  const QSignalBlocker quiet(list_->horizontalHeader());
+  const QByteArray kept = desk().settings().value(id() + kHeaderKey).toByteArray();
+  is_arranged_ = list_->horizontalHeader()->restoreState(kept);
+  list_->horizontalHeader()->setSortIndicatorShown(false);
+  has_widths_ = false;
+  ShowOrder();
 }
 
 // Until the user has arranged them: each column as wide as its figures, the less important ones left out
@@ -147,7 +159,7 @@ void ListPane::FitColumns() {
   }
   std::stable_sort(columns.begin(), columns.end(),
                    [](const Wanted& a, const Wanted& b) { return a.rank < b.rank; });
-  int room = list_->viewport()->width();
+  const int room = list_->viewport()->width();
   int used = 0;
   int shown = 0;
   for (const Wanted& one : columns) {
@@ -156,7 +168,7 @@ void ListPane::FitColumns() {
     used += fits ? one.width : 0;
     shown += fits ? 1 : 0;
   }
-  const int more = shown == 0 ? 0 : std::clamp((room - used) / shown, 0, kMostMore);
+  const int more = std::clamp((room - used) / std::max(shown, 1), 0, kMostMore);
   for (const Wanted& one : columns) {
     if (!list_->isColumnHidden(one.column)) {
       // A text may be cut, a figure not.
@@ -191,25 +203,20 @@ void ListPane::OnHeader(int section) {
   if (!column) {
     return;
   }
-  const auto number = cli::NumberOf(column->choices, table_->ColumnName(section));
-  const int direction = view().SettingOf(cli::Knob::kDirection)->number;
+  const auto number = cli::NumberOf(column->choices, table_->column(section).name);
   if (!number) {
     desk().Tell(Word("The server does not sort by this column", "服务器不支持按此列排序"));
-  } else if (*number != column->number) {
-    if (direction == cli::kAscending) {
-      view().Set(cli::Knob::kDirection, cli::kDescending);
-    }
-    view().Set(cli::Knob::kColumn, *number);
-  } else if (traits_.is_watch_list && direction == cli::kAscending) {
-    view().Set(cli::Knob::kDirection, cli::kDescending);
-    view().Set(cli::Knob::kColumn, 0);
-  } else {
+    return;
+  }
+  const bool is_same = *number == column->number;
+  const bool is_ascending = view().SettingOf(cli::Knob::kDirection)->number == cli::kAscending;
+  if (is_same && !(traits_.is_watch_list && is_ascending)) {
     view().Turn(cli::Knob::kDirection, 1);
+  } else {
+    view().Set(cli::Knob::kDirection, cli::kDescending);
+    view().Set(cli::Knob::kColumn, is_same ? 0 : *number);
   }
-  if (number) {
-    OnTurned();
-  }
-  ShowOrder();
+  OnTurned();
 }
 
 void ListPane::OnHeaderMenu(const QPoint& at) {
@@ -235,38 +242,27 @@ void ListPane::OnHeaderMenu(const QPoint& at) {
 // --- Rows
 
 void ListPane::Draw() {
+  sight_.start();
   ViewTable::Place place;
   if (pages_ != nullptr) {
-    place.first = pages_->first_row();
-    place.total = pages_->total();
-    place.names = [this] { return pages_->WholeList(); };
+    place = {pages_->first_row(), pages_->total(), [this] { return pages_->WholeList(); }};
   }
   cli::Table rows = view().AsTable();
   if (rows.columns().empty()) {
     return;
   }
   table_->Show(std::move(rows), view().RowKeys(), view().Securities(), std::move(place));
-  if (std::exchange(was_reset_, false)) {
-    const QSignalBlocker quiet(list_->horizontalHeader());
-    is_arranged_ =
-        list_->horizontalHeader()->restoreState(desk().settings().value(id() + kHeaderKey).toByteArray());
-    list_->horizontalHeader()->setSortIndicatorShown(false);
-    is_fitting_ = false;
-    ShowOrder();
-    has_widths_ = false;
-  }
   if (!has_widths_ && table_->size() > 0) {
     has_widths_ = true;
     FitColumns();
   }
   MarkCurrent(false);
-  if (seen() && traits_.steps && pinned().code.empty()) {
+  if (traits_.steps && pinned().code.empty()) {
     StepHere();
   }
-  if (const auto first = table_->SecurityAt(0); seen() && first) {
+  if (const auto first = table_->SecurityAt(0)) {
     desk().Suggest(*first);
   }
-  sight_.start();
 }
 
 void ListPane::StepHere() {
@@ -304,10 +300,6 @@ void ListPane::OnTurned() {
   ShowState();
 }
 
-void ListPane::OnSeen() {
-  sight_.start();
-}
-
 void ListPane::OnSecurity(const cli::Security& security) {
   const std::string before = view().Title();
   Pane::OnSecurity(security);
@@ -329,28 +321,25 @@ void ListPane::MarkCurrent(bool in_sight) {
     const QSignalBlocker quiet(list_->selectionModel());
     list_->setCurrentIndex(table_->index(row, 0));
   }
-  const bool chosen_here = list_->hasFocus() && !in_sight;
-  if (in_sight && !chosen_here) {
+  if (in_sight) {
     list_->scrollTo(table_->index(row, std::max(0, list_->horizontalHeader()->logicalIndexAt(0))));
   }
 }
 
 void ListPane::OnRow(int row) {
   const auto security = table_->SecurityAt(row);
-  if (!security || security->code.empty()) {
+  if (!security || security->code == desk().current().code) {
     return;
   }
-  if (security->code != desk().current().code) {
-    if (traits_.steps) {
-      StepHere();
-    }
-    desk().Select(*security);
+  if (traits_.steps) {
+    StepHere();
   }
+  desk().Select(*security);
 }
 
 void ListPane::OnMenu(const QPoint& at) {
   const auto security = table_->SecurityAt(list_->rowAt(at.y()));
-  if (!security || security->code.empty()) {
+  if (!security) {
     return;
   }
   QMenu menu;
@@ -387,27 +376,29 @@ void ListPane::AskForSight() {
 }
 
 bool ListPane::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == list_->viewport() && event->type() == QEvent::Resize) {
+  const bool in_rows = watched == list_->viewport();
+  if (in_rows && event->type() == QEvent::Resize) {
     FitColumns();
     sight_.start();
-  }
-  if (watched == list_->viewport() && event->type() == QEvent::MouseButtonPress) {
+  } else if (in_rows && event->type() == QEvent::MouseButtonPress) {
     pressed_ = table_->SecurityAt(list_->rowAt(static_cast<QMouseEvent&>(*event).pos().y()));
-  }
-  if (watched == list_->viewport() && event->type() == QEvent::Drop && traits_.is_watch_list) {
+  } else if (in_rows && event->type() == QEvent::Drop && traits_.is_watch_list) {
     const int to = list_->rowAt(static_cast<QDropEvent&>(*event).pos().y());
     OnDrop(to < 0 ? table_->rowCount() - 1 : to);
     event->accept();
     return true;
-  }
-  if (watched == list_ && event->type() == QEvent::KeyPress && traits_.is_watch_list &&
-      static_cast<QKeyEvent&>(*event).key() == Qt::Key_Delete) {
-    if (const auto security = table_->SecurityAt(list_->currentIndex().row())) {
-      desk().Tell(Text(desk().watch_list().Remove(*security)));
-    }
+  } else if (!in_rows && event->type() == QEvent::KeyPress && traits_.is_watch_list &&
+             static_cast<QKeyEvent&>(*event).key() == Qt::Key_Delete) {
+    OnDelete();
     return true;
   }
   return Pane::eventFilter(watched, event);
+}
+
+void ListPane::OnDelete() {
+  if (const auto security = table_->SecurityAt(list_->currentIndex().row())) {
+    desk().Tell(Text(desk().watch_list().Remove(*security)));
+  }
 }
 
 // Rows may have changed places since the drag began.

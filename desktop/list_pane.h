@@ -3,10 +3,12 @@
 // a page around them are asked for. Main thread only.
 #pragma once
 
+#include <QtCore/QTimer>
 #include <QtWidgets/QTableView>
+#include <memory>
+#include <optional>
 
 #include "cli/views/list_views.h"
-#include "desktop/cell_painter.h"
 #include "desktop/pane.h"
 #include "desktop/view_table.h"
 
@@ -25,19 +27,19 @@ class ListPane final : public Pane {
   [[nodiscard]] ViewTable& table() { return *table_; }
   [[nodiscard]] QTableView& list() { return *list_; }
   void Save() override;
-  void TakeFocus() override { list_->setFocus(); }
   [[nodiscard]] bool IsSettled() const override;
 
  private:
   void Draw() override;
   void OnSecurity(const cli::Security& security) override;
   void OnTurned() override;
-  void OnSeen() override;
   [[nodiscard]] bool HasPicture() const override;
   [[nodiscard]] QString Note() const override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
+  void SetUpList();
   void SetUpHeader();
+  void RestoreColumns();
   void FitColumns();
   void ShowOrder();
   void OnHeader(int column);
@@ -45,6 +47,7 @@ class ListPane final : public Pane {
   void OnMenu(const QPoint& at);
   void OnRow(int row);
   void OnDrop(int to);
+  void OnDelete();
   void AskForSight();
   void MarkCurrent(bool in_sight);
   void StepHere();
@@ -59,7 +62,6 @@ class ListPane final : public Pane {
   bool is_arranged_ = false;              // the columns, by the user
   bool is_fitting_ = false;               // or by this pane, just now
   bool has_widths_ = false;
-  bool was_reset_ = false;  // the model's columns are others: header and widths are set anew
 };
 
 }  // namespace desktop

@@ -1,14 +1,7 @@
 #include "desktop/main_window.h"
 
-#include <QtGui/QKeyEvent>
-#include <QtWidgets/QActionGroup>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QMenu>
-#include <QtWidgets/QStatusBar>
-#include <QtWidgets/QToolBar>
-#include <QtWidgets/QToolButton>
-#include <QtWidgets/QVBoxLayout>
+#include <QtWidgets/QtWidgets>
+#include <algorithm>
 
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
@@ -27,6 +20,11 @@ constexpr int kMostWindows = 50;  // that are opened again
 const QString kGeometry = QStringLiteral("window/geometry");
 const QString kPage = QStringLiteral("window/page");
 const QString kWindows = QStringLiteral("windows");
+
+// What is kept of the windows, as an array of Qt's.
+QString KeyOfWindow(int number) {
+  return QStringLiteral("%1/%2/").arg(kWindows).arg(number);
+}
 
 QLabel* MadeLabel() {
   auto* const label = new QLabel;
@@ -186,22 +184,16 @@ void MainWindow::SayStatus() {
   }
   const Theme& theme = CurrentTheme();
   Paint(*badge_, Text(desk_.session().badge()), theme.warning);
-  const QString server = Text(cli::Printable(desk_.session().server_text()));
-  switch (stock_host::ConnectionState()) {
-    case stock_host::Connection::kLive:
-      Paint(*connection_, Word("connected to ", "已连接 ") + server, theme.dim);
-      break;
-    case stock_host::Connection::kFailing:
-      Paint(*connection_, Word("not connected to ", "连接失败 ") + server, theme.warning);
-      break;
-    case stock_host::Connection::kIdle:
-    case stock_host::Connection::kNoServer:
-      Paint(*connection_, Word("connecting to ", "正在连接 ") + server, theme.dim);
-      break;
-  }
-  const stock_host::ServerClockState clock = stock_host::ReadServerClock();
+  const stock_host::Connection state = stock_host::ConnectionState();
+  const bool failing = state == stock_host::Connection::kFailing;
+  const QString connection = state == stock_host::Connection::kLive ? Word("connected to %1", "已连接 %1")
+                             : failing ? Word("not connected to %1", "连接失败 %1")
+                                       : Word("connecting to %1", "正在连接 %1");
+  Paint(*connection_, connection.arg(Text(cli::Printable(desk_.session().server_text()))),
+        failing ? theme.warning : theme.dim);
   Paint(*clock_,
-        clock.known ? Word("clock: server", "时钟：服务器") : Word("clock: this machine", "时钟：本机"),
+        stock_host::ReadServerClock().known ? Word("clock: server", "时钟：服务器")
+                                            : Word("clock: this machine", "时钟：本机"),
         theme.dim);
   const Desk::Verdict verdict = desk_.Doctor();
   Paint(*doctor_, Word("doctor: ", "自检：") + verdict.text.left(60),
@@ -214,8 +206,8 @@ Page& MainWindow::page() const {
 }
 
 void MainWindow::ShowPage(std::string_view name) {
-  const auto& kinds = PageKinds();
-  auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const PageKind& one) { return one.name == name; });
+  const auto kinds = PageKinds();
+  auto kind = std::ranges::find(kinds, name, &PageKind::name);
   kind = kind == kinds.end() ? kinds.begin() : kind;
   auto found = pages_.find(kind->name);
   if (found == pages_.end()) {
@@ -226,7 +218,7 @@ void MainWindow::ShowPage(std::string_view name) {
   stack_->setCurrentWidget(found->second);
   page_actions_.at(kind->name)->setChecked(true);
   if (Pane* const first = found->second->Find(kind->panes.front().pane)) {
-    first->TakeFocus();
+    first->setFocus();
   }
 }
 
@@ -248,41 +240,30 @@ void MainWindow::Save() {
     made->Save();
   }
   ForgetClosed();
-  settings.beginWriteArray(kWindows, static_cast<int>(windows_.size()));
-  for (std::size_t i = 0; i < windows_.size(); ++i) {
-    settings.setArrayIndex(static_cast<int>(i));
-    PaneWindow& window = *windows_[i];
-    settings.setValue(QStringLiteral("kind"), Text(window.kind().name));
-    settings.setValue(QStringLiteral("code"), QString::fromStdWString(window.pane().pinned().code));
-    settings.setValue(QStringLiteral("name"), QString::fromStdWString(window.pane().pinned().name));
-    settings.setValue(QStringLiteral("geometry"), window.saveGeometry());
-    window.pane().Save();
+  settings.remove(kWindows);
+  settings.setValue(kWindows + QStringLiteral("/size"), static_cast<int>(windows_.size()));
+  int number = 0;
+  for (const auto& window : windows_) {
+    const QString key = KeyOfWindow(++number);
+    settings.setValue(key + QStringLiteral("kind"), Text(window->kind().name));
+    settings.setValue(key + QStringLiteral("code"), QString::fromStdWString(window->pane().pinned().code));
+    settings.setValue(key + QStringLiteral("name"), QString::fromStdWString(window->pane().pinned().name));
+    settings.setValue(key + QStringLiteral("geometry"), window->saveGeometry());
+    window->pane().Save();
   }
-  settings.endArray();
   settings.sync();
 }
 
 void MainWindow::ReopenWindows() {
-  QSettings& settings = desk_.settings();
-  const int count = std::min(settings.beginReadArray(kWindows), kMostWindows);
-  struct Kept {
-    const PaneKind* kind;
-    cli::Security security;
-    QByteArray geometry;
+  const auto kept = [this](int number, const char* what) {
+    return desk_.settings().value(KeyOfWindow(number) + QLatin1String(what));
   };
-  std::vector<Kept> all;
-  for (int i = 0; i < count; ++i) {
-    settings.setArrayIndex(i);
-    all.push_back({FindPaneKind(settings.value(QStringLiteral("kind")).toString().toStdString()),
-                   cli::SecurityOf(settings.value(QStringLiteral("code")).toString().toStdWString(),
-                                   settings.value(QStringLiteral("name")).toString().toStdWString()),
-                   settings.value(QStringLiteral("geometry")).toByteArray()});
-  }
-  settings.endArray();
-  for (const Kept& kept : all) {
-    if (kept.kind != nullptr) {
-      PaneWindow& window = OpenWindow(*kept.kind, kept.security);
-      window.restoreGeometry(kept.geometry);
+  const int count = desk_.settings().value(kWindows + QStringLiteral("/size")).toInt();
+  for (int number = 1; number <= std::min(count, kMostWindows); ++number) {
+    if (const PaneKind* const kind = FindPaneKind(kept(number, "kind").toString().toStdString())) {
+      PaneWindow& window = OpenWindow(*kind, cli::SecurityOf(kept(number, "code").toString().toStdWString(),
+                                                             kept(number, "name").toString().toStdWString()));
+      window.restoreGeometry(kept(number, "geometry").toByteArray());
       window.show();
     }
   }

@@ -4,8 +4,8 @@
 
 #include <QtWidgets/QDockWidget>
 #include <QtWidgets/QMainWindow>
-#include <map>
 #include <string_view>
+#include <vector>
 
 #include "desktop/pane_kinds.h"
 
@@ -28,13 +28,13 @@ class Page final : public QMainWindow {
 
  private:
   QDockWidget* Make(const PaneKind& kind);
+  [[nodiscard]] QList<QDockWidget*> Docks() const;
   void resizeEvent(QResizeEvent* event) override;
   void ShareOut();
-  [[nodiscard]] QString Key(const char* what) const;
+  [[nodiscard]] QString Key(const QString& what) const;
 
   Desk& desk_;
   const PageKind& kind_;
-  std::map<std::string_view, QDockWidget*> docks_;
   bool is_arranged_ = false;  // by the user, some time
 };
 

@@ -7,16 +7,14 @@
 #include "analytics/stock_distribution.h"
 #include "cli/plot/market_charts.h"
 #include "desktop/charts/chart.h"
-#include "desktop/charts/chart_plot.h"
-#include "desktop/charts/reading_chart.h"
 #include "desktop/charts/session_axis.h"
 
 namespace desktop {
 
 /// Curves over one day.
-class SessionChart final : public ReadingChart {
+class SessionChart final : public Chart {
  public:
-  explicit SessionChart(QWidget* parent = nullptr);
+  SessionChart();
 
   void SetPicture(const cli::SessionPicture& picture);
 
@@ -34,12 +32,14 @@ class SessionChart final : public ReadingChart {
 /// A lying bar for each range of change.
 class DistributionChart final : public Chart {
  public:
-  explicit DistributionChart(QWidget* parent = nullptr);
+  DistributionChart();
 
   void SetItem(const DistributionItem& item, std::uint32_t date);
 
  private:
-  bool Draw() override;
+  [[nodiscard]] std::size_t Points() const override;
+  void DrawPoints() override;
+  void ShowFigures() override;
 
   ChartPlot& plot_;
   DistributionItem item_;

@@ -22,7 +22,7 @@ class SessionAxis {
   /// is no clock time.
   [[nodiscard]] double At(std::size_t day, std::int32_t minute) const;
   [[nodiscard]] double begin() const { return -lead_; }
-  [[nodiscard]] double end() const;
+  [[nodiscard]] double end() const { return static_cast<double>(dates_.size()) * Width() - lead_; }
 
   /// Where labels stand, and what they say: times of one day, dates of several.
   [[nodiscard]] QList<double> Ticks(int pixels) const;
