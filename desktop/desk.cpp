@@ -1,8 +1,6 @@
 #include "desktop/desk.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QEvent>
-#include <QtCore/QStandardPaths>
+#include <QtCore/QtCore>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -90,7 +88,7 @@ void Desk::LoadReference() {
       try {
         selection_->Select(cli::FindSecurity(reference, options_.symbol));
       } catch (const std::exception& wrong) {
-        Tell(Text(cli::Printable(std::string(wrong.what()))));
+        Tell(cli::Printable(std::string(wrong.what())));
       }
     }
     selection_->OnReferenceData();

@@ -7,7 +7,6 @@
 #include <QtCore/QTimer>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,6 +49,7 @@ class Desk final : public QObject {
   void Suggest(const cli::Security& security) { Q_EMIT suggested(security); }
   /// Says something in the status bars.
   void Tell(const QString& text) { Q_EMIT told(text); }
+  void Tell(const std::string& utf8) { Q_EMIT told(QString::fromStdString(utf8)); }
 
   void Register(Pane& pane) { panes_.push_back(&pane); }
   void Unregister(Pane& pane);

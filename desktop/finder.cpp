@@ -1,9 +1,5 @@
 #include "desktop/finder.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtGui/QKeyEvent>
-#include <QtWidgets/QVBoxLayout>
-
 #include "desktop/words.h"
 
 namespace desktop {

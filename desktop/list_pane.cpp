@@ -1,10 +1,5 @@
 #include "desktop/list_pane.h"
 
-#include <QtGui/QContextMenuEvent>
-#include <QtGui/QDropEvent>
-#include <QtWidgets/QHeaderView>
-#include <QtWidgets/QMenu>
-#include <QtWidgets/QScrollBar>
 #include <algorithm>
 #include <chrono>
 #include <limits>
@@ -26,24 +21,6 @@ constexpr std::string_view kRowNumber = "row";
 
 const QString kHeaderKey = QStringLiteral("/header");
 
-// Arrow keys select as they go. A row that becomes the current one otherwise, because the list gets the focus
-// or loses rows, is nobody's choice.
-class Rows final : public QTableView {
- public:
-  explicit Rows(std::function<void(int row)> moved) : moved_(std::move(moved)) {}
-
- private:
-  void keyPressEvent(QKeyEvent* event) override {
-    const QModelIndex before = currentIndex();
-    QTableView::keyPressEvent(event);
-    if (currentIndex().isValid() && currentIndex() != before) {
-      moved_(currentIndex().row());
-    }
-  }
-
-  const std::function<void(int row)> moved_;
-};
-
 }  // namespace
 
 ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> shown, ListTraits traits)
@@ -51,7 +28,7 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
       traits_(traits),
       pages_(dynamic_cast<cli::PagedList*>(shown.get())),
       table_(new ViewTable(this)),
-      list_(new Rows([this](int row) { OnRow(row); })),
+      list_(new QTableView),
       painter_(new CellPainter(this)) {
   Add(std::move(shown));
   for (const cli::Knob knob : {cli::Knob::kGroup, cli::Knob::kSpan}) {
@@ -84,7 +61,6 @@ void ListPane::SetUpList() {
   list_->setTabKeyNavigation(false);
   list_->setContextMenuPolicy(Qt::CustomContextMenu);
   list_->setAccessibleName(Title());
-  list_->setMinimumHeight(0);
   list_->verticalHeader()->hide();
   list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   list_->verticalHeader()->setDefaultSectionSize(list_->fontMetrics().height() + kRowPadding);
@@ -106,10 +82,8 @@ void ListPane::SetUpList() {
 void ListPane::SetUpHeader() {
   QHeaderView* const header = list_->horizontalHeader();
   header->setSectionsMovable(true);
-  header->setSectionsClickable(true);
   header->setHighlightSections(false);
   header->setMinimumSectionSize(24);
-  header->setStretchLastSection(false);
   header->setContextMenuPolicy(Qt::CustomContextMenu);
   const auto arranged = [this] { is_arranged_ = is_arranged_ || !is_fitting_; };
   connect(header, &QHeaderView::sectionMoved, this, arranged);
@@ -124,7 +98,6 @@ void ListPane::RestoreColumns() {
   const QSignalBlocker quiet(list_->horizontalHeader());
   const QByteArray kept = desk().settings().value(id() + kHeaderKey).toByteArray();
   is_arranged_ = list_->horizontalHeader()->restoreState(kept);
-  list_->horizontalHeader()->setSortIndicatorShown(false);
   has_widths_ = false;
   ShowOrder();
 }
@@ -267,19 +240,14 @@ void ListPane::Draw() {
 
 void ListPane::StepHere() {
   desk().StepThrough(this, [this] {
-    if (pages_ != nullptr) {
-      return pages_->WholeList();
-    }
     std::vector<BaseInfoItem> list;
-    for (const cli::Security& security : view().Securities()) {
-      list.push_back({security.code, security.name, L"", 0});
+    for (int row = 0; row < table_->rowCount(); ++row) {
+      if (const auto security = table_->SecurityAt(row)) {
+        list.push_back({security->code, security->name, L"", 0});
+      }
     }
     return list;
   });
-}
-
-bool ListPane::HasPicture() const {
-  return table_->rowCount() > 0 && view().WhyEmpty().empty() && view().WhyNothingToAsk().empty();
 }
 
 bool ListPane::IsSettled() const {
@@ -343,11 +311,10 @@ void ListPane::OnMenu(const QPoint& at) {
     return;
   }
   QMenu menu;
-  const auto tell = [this](const std::string& text) { desk().Tell(Text(text)); };
   menu.addAction(Word("Add to the watch list", "加入自选"),
-                 [&] { tell(desk().watch_list().Add(*security)); });
+                 [&] { desk().Tell(desk().watch_list().Add(*security)); });
   menu.addAction(Word("Remove from the watch list", "移出自选"),
-                 [&] { tell(desk().watch_list().Remove(*security)); });
+                 [&] { desk().Tell(desk().watch_list().Remove(*security)); });
   menu.exec(list_->viewport()->mapToGlobal(at));
 }
 
@@ -360,17 +327,15 @@ void ListPane::AskForSight() {
   const int top = std::max(list_->rowAt(0), 0);
   const int shown =
       list_->viewport()->height() / std::max(list_->verticalHeader()->defaultSectionSize(), 1) + 1;
-  // There is no need to ask as long as what is here goes beyond what is seen.
   const auto held_first = static_cast<int>(table_->first());
   const auto held_end = held_first + static_cast<int>(table_->size());
   const int total = static_cast<int>(pages_->total().value_or(std::numeric_limits<int>::max()));
   const int first = std::max(top - shown, 0);
   const int end = std::min(top + 2 * shown, total);
-  const bool enough =
-      held_first <= top && held_end >= std::min(top + shown, total) && held_end - held_first <= 4 * shown;
-  const bool near_edge = (held_first > 0 && top - held_first < shown / 2) ||
-                         (held_end < total && held_end - (top + shown) < shown / 2);
-  if (end > first && (!enough || near_edge || table_->size() == 0)) {
+  // There is no need to ask as long as what is here goes beyond what is seen.
+  const bool ends_above = held_first > 0 && top - held_first < shown / 2;
+  const bool ends_below = held_end < total && held_end - (top + shown) < shown / 2;
+  if (end > first && (ends_above || ends_below || held_end - held_first > 4 * shown)) {
     pages_->SetRange({static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(end)});
   }
 }
@@ -387,17 +352,26 @@ bool ListPane::eventFilter(QObject* watched, QEvent* event) {
     OnDrop(to < 0 ? table_->rowCount() - 1 : to);
     event->accept();
     return true;
-  } else if (!in_rows && event->type() == QEvent::KeyPress && traits_.is_watch_list &&
-             static_cast<QKeyEvent&>(*event).key() == Qt::Key_Delete) {
-    OnDelete();
+  } else if (!in_rows && event->type() == QEvent::KeyPress) {
+    OnKey(static_cast<QKeyEvent&>(*event));
     return true;
   }
   return Pane::eventFilter(watched, event);
 }
 
-void ListPane::OnDelete() {
-  if (const auto security = table_->SecurityAt(list_->currentIndex().row())) {
-    desk().Tell(Text(desk().watch_list().Remove(*security)));
+// Arrow keys select as they go. A row that becomes the current one otherwise, because the list gets the focus
+// or loses rows, is nobody's choice.
+void ListPane::OnKey(QKeyEvent& key) {
+  const QModelIndex before = list_->currentIndex();
+  if (traits_.is_watch_list && key.key() == Qt::Key_Delete) {
+    if (const auto security = table_->SecurityAt(before.row())) {
+      desk().Tell(desk().watch_list().Remove(*security));
+    }
+    return;
+  }
+  static_cast<QObject*>(list_)->event(&key);
+  if (list_->currentIndex() != before) {
+    OnRow(list_->currentIndex().row());
   }
 }
 
@@ -413,7 +387,7 @@ void ListPane::OnDrop(int to) {
                      "仅可在自选自身顺序下拖动：请先取消排序"));
     return;
   }
-  desk().Tell(Text(desk().watch_list().Move(*security, static_cast<std::size_t>(to))));
+  desk().Tell(desk().watch_list().Move(*security, static_cast<std::size_t>(to)));
 }
 
 }  // namespace desktop

@@ -3,8 +3,7 @@
 // a page around them are asked for. Main thread only.
 #pragma once
 
-#include <QtCore/QTimer>
-#include <QtWidgets/QTableView>
+#include <QtWidgets/QtWidgets>
 #include <memory>
 #include <optional>
 
@@ -33,7 +32,9 @@ class ListPane final : public Pane {
   void Draw() override;
   void OnSecurity(const cli::Security& security) override;
   void OnTurned() override;
-  [[nodiscard]] bool HasPicture() const override;
+  [[nodiscard]] bool HasPicture() const override {
+    return table_->rowCount() > 0 && view().WhyEmpty().empty() && view().WhyNothingToAsk().empty();
+  }
   [[nodiscard]] QString Note() const override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -46,8 +47,8 @@ class ListPane final : public Pane {
   void OnHeaderMenu(const QPoint& at);
   void OnMenu(const QPoint& at);
   void OnRow(int row);
+  void OnKey(QKeyEvent& key);
   void OnDrop(int to);
-  void OnDelete();
   void AskForSight();
   void MarkCurrent(bool in_sight);
   void StepHere();

@@ -3,7 +3,6 @@
 
 #include <QtCore/QTimer>
 #include <cmath>
-#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -21,15 +20,10 @@
 
 namespace {
 
-bool IsSet(const char* variable) {
-  const char* const value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
-}
-
 // Qt ends a program that finds no display by an abort and a page of words; one line says it.
 void OnQtMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
   if (type == QtFatalMsg || text.contains(QLatin1String("could not connect to display"))) {
-    cli::Say("cannot open the display " + std::string(IsSet("DISPLAY") ? std::getenv("DISPLAY") : "") +
+    cli::Say("cannot open the display " + qEnvironmentVariable("DISPLAY").toStdString() +
              "; --screenshot FILE works without one");
     _exit(1);
   }
@@ -39,9 +33,10 @@ void OnQtMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QS
 }
 
 int Run(int argc, char** argv, const desktop::Options& options) {
+  const auto is_unset = [](const char* variable) { return qEnvironmentVariableIsEmpty(variable); };
   if (!options.screenshot.empty()) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-  } else if (!IsSet("DISPLAY") && !IsSet("WAYLAND_DISPLAY") && !IsSet("QT_QPA_PLATFORM")) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  } else if (is_unset("DISPLAY") && is_unset("WAYLAND_DISPLAY") && is_unset("QT_QPA_PLATFORM")) {
     cli::Say(
         "there is no display (DISPLAY and WAYLAND_DISPLAY are empty); --screenshot FILE works without one");
     return 1;

@@ -1,6 +1,5 @@
 #include "desktop/measure.h"
 
-#include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -61,20 +60,16 @@ struct Costs {
   void Begin() { *this = {{}, 0, Now(CLOCK_PROCESS_CPUTIME_ID), Now(CLOCK_MONOTONIC)}; }
   void Tell(const std::string& when) const {
     const double load = (Now(CLOCK_PROCESS_CPUTIME_ID) - processor) / (Now(CLOCK_MONOTONIC) - clock);
-    std::vector<double> took;
-    std::vector<double> worked;
-    for (const Application::Frame& frame : frames) {
-      took.push_back(frame.clock);
-      worked.push_back(frame.processor);
-    }
-    std::ranges::sort(took);
+    std::vector<Application::Frame> sorted = frames;
+    std::ranges::sort(sorted, {}, &Application::Frame::clock);
     Say(when + ": processor", 100 * load, "% of one core");
     Say(when + ": frames", static_cast<double>(frames.size()), "");
-    if (!took.empty()) {
-      Say(when + ": frame, median", took[took.size() / 2], "ms");
-      Say(when + ": frame, 99 of 100 within", took[took.size() * 99 / 100], "ms");
-      Say(when + ": frame, longest", took.back(), "ms");
-      Say(when + ": frame, most work", std::ranges::max(worked), "ms of the processor");
+    if (!sorted.empty()) {
+      const auto most = std::ranges::max(frames, {}, &Application::Frame::processor);
+      Say(when + ": frame, median", sorted[sorted.size() / 2].clock, "ms");
+      Say(when + ": frame, 99 of 100 within", sorted[sorted.size() * 99 / 100].clock, "ms");
+      Say(when + ": frame, longest", sorted.back().clock, "ms");
+      Say(when + ": frame, most work", most.processor, "ms of the processor");
     }
     Say(when + ": delivery, longest", longest_delivery, "ms");
   }

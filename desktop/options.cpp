@@ -1,7 +1,7 @@
 #include "desktop/options.h"
 
-#include <memory>
-#include <utility>
+#include <algorithm>
+#include <boost/algorithm/string/join.hpp>
 #include <vector>
 
 #include "cli/commands/options.h"
@@ -24,43 +24,35 @@ Exit codes: 0 fine, 1 failure, 2 wrong usage. Settings and keys: the CSM_* varia
 
 Options* target = nullptr;  // of the line that is being read
 
-std::vector<std::string> PageNames() {
-  std::vector<std::string> names;
-  for (const PageKind& page : PageKinds()) {
-    names.emplace_back(page.name);
-  }
-  return names;
-}
-
 cli::Option OneOf(const char* name, const char* help, const std::vector<std::string>& values,
                   std::string& into) {
-  return {.name = name,
-          .help = help,
-          .take =
-              [values, &into](const std::string& text) {
-                std::string all;
-                for (const std::string& value : values) {
-                  all += (all.empty() ? "" : ", ") + value;
-                  if (value == text) {
-                    into = text;
-                    return;
-                  }
-                }
-                throw cli::UsageError("\"" + text + "\" is none of " + all);
-              },
-          .value = "NAME",
-          .values = values};
+  return {
+      .name = name,
+      .help = help,
+      .take =
+          [values, &into](const std::string& text) {
+            if (std::ranges::find(values, text) == values.end()) {
+              throw cli::UsageError("\"" + text + "\" is none of " + boost::algorithm::join(values, ", "));
+            }
+            into = text;
+          },
+      .value = "NAME",
+      .values = values};
 }
 
 cli::Runner SetUp(cli::Form& form) {
   Options& options = *target;
+  std::vector<std::string> pages;
+  for (const PageKind& page : PageKinds()) {
+    pages.emplace_back(page.name);
+  }
   cli::AddMarketOptions(form, options.session);
   cli::AddReplayOption(form, options.session);
   cli::AddLanguageOption(form);
   form.Add(OneOf("--theme", "colours: light or dark", {"light", "dark"}, options.theme));
   form.Add(OneOf("--rises", "the colour of rises, the other one is that of falls: red or green",
                  {"red", "green"}, options.rises));
-  form.Add(OneOf("--page", "the page that is opened", PageNames(), options.page));
+  form.Add(OneOf("--page", "the page that is opened", pages, options.page));
   form.Add({.name = "--symbol",
             .help = "the stock, index or plate that is selected, sh600000 or 600000",
             .take = cli::Into(options.symbol)});

@@ -1,9 +1,5 @@
 #include "desktop/page.h"
 
-#include <QtGui/QResizeEvent>
-
-#include "desktop/words.h"
-
 namespace desktop {
 
 Page::Page(Desk& desk, const PageKind& kind) : desk_(desk), kind_(kind) {
@@ -25,10 +21,6 @@ Page::Page(Desk& desk, const PageKind& kind) : desk_(desk), kind_(kind) {
   }
   Arrange();
   is_arranged_ = restoreState(desk_.settings().value(Key(QStringLiteral("docks"))).toByteArray());
-}
-
-QString Page::Key(const QString& what) const {
-  return Text(kind_.name) + QLatin1Char('/') + what;
 }
 
 QDockWidget* Page::Make(const PaneKind& kind) {
@@ -87,10 +79,6 @@ void Page::resizeEvent(QResizeEvent* event) {
   if (!is_arranged_ && event->oldSize() != event->size()) {
     ShareOut();
   }
-}
-
-QList<QDockWidget*> Page::Docks() const {
-  return findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly);
 }
 
 std::vector<Pane*> Page::Panes() const {

@@ -2,12 +2,12 @@
 // the page is first looked at. Main thread only.
 #pragma once
 
-#include <QtWidgets/QDockWidget>
-#include <QtWidgets/QMainWindow>
+#include <QtWidgets/QtWidgets>
 #include <string_view>
 #include <vector>
 
 #include "desktop/pane_kinds.h"
+#include "desktop/words.h"
 
 namespace desktop {
 
@@ -28,10 +28,12 @@ class Page final : public QMainWindow {
 
  private:
   QDockWidget* Make(const PaneKind& kind);
-  [[nodiscard]] QList<QDockWidget*> Docks() const;
+  [[nodiscard]] QList<QDockWidget*> Docks() const {
+    return findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly);
+  }
   void resizeEvent(QResizeEvent* event) override;
   void ShareOut();
-  [[nodiscard]] QString Key(const QString& what) const;
+  [[nodiscard]] QString Key(const QString& what) const { return Text(kind_.name) + QLatin1Char('/') + what; }
 
   Desk& desk_;
   const PageKind& kind_;

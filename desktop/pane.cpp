@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "cli/views/feeds.h"
 #include "desktop/theme.h"
-#include "desktop/words.h"
 
 namespace desktop {
 namespace {
@@ -15,17 +13,11 @@ constexpr int kStateHeight = 20;
 constexpr double kSmall = 0.9;
 
 QColor ColourOf(cli::FeedState state) {
-  switch (state) {
-    case cli::FeedState::kLive:
-      return QColor(0x35b06b);
-    case cli::FeedState::kUnchanged:
-      return CurrentTheme().accent;
-    case cli::FeedState::kStale:
-    case cli::FeedState::kFailed:
-      return CurrentTheme().warning;
-    default:
-      return CurrentTheme().dim;
-  }
+  const bool is_wrong = state == cli::FeedState::kStale || state == cli::FeedState::kFailed;
+  return state == cli::FeedState::kLive        ? QColor(0x35b06b)
+         : state == cli::FeedState::kUnchanged ? CurrentTheme().accent
+         : is_wrong                            ? CurrentTheme().warning
+                                               : CurrentTheme().dim;
 }
 
 QString Coloured(const QColor& colour, const QString& text) {
@@ -129,10 +121,6 @@ void Pane::AddKnob(cli::Knob knob) {
   AddTools().insertWidget(AddTools().count() - 1, box);
 }
 
-QString Pane::Title() const {
-  return Text(view().Title());
-}
-
 void Pane::SetOnStage(bool on_stage) {
   on_stage_ = on_stage;
   UpdateSeen();
@@ -181,17 +169,9 @@ void Pane::Refresh(bool at_interval) {
   }
 }
 
-cli::FeedReport Pane::ReportOf(const cli::View& view) {
-  return view.Report(cli::View::Clock::now(), cli::CurrentPhase());
-}
-
 bool Pane::IsSettled() const {
   return std::none_of(views_.begin(), views_.end(),
                       [](const auto& view) { return ReportOf(*view).state == cli::FeedState::kWaiting; });
-}
-
-QString Pane::Note() const {
-  return Text(view().Note());
 }
 
 void Pane::ShowState() {

@@ -2,15 +2,13 @@
 // figures are. As long as nobody can see it its views are suspended. Main thread only.
 #pragma once
 
-#include <QtWidgets/QBoxLayout>
-#include <QtWidgets/QComboBox>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QStackedWidget>
-#include <QtWidgets/QWidget>
+#include <QtWidgets/QtWidgets>
 #include <memory>
 #include <vector>
 
+#include "cli/views/feeds.h"
 #include "desktop/desk.h"
+#include "desktop/words.h"
 
 namespace desktop {
 
@@ -22,7 +20,7 @@ class Pane : public QWidget {
 
   [[nodiscard]] const QString& id() const { return id_; }
   /// What is shown at present: "minute line of sh600000 浦发银行".
-  [[nodiscard]] QString Title() const;
+  [[nodiscard]] QString Title() const { return Text(view().Title()); }
   /// False while another one is in front of it.
   void SetOnStage(bool on_stage);
   [[nodiscard]] bool seen() const { return seen_; }
@@ -68,10 +66,12 @@ class Pane : public QWidget {
   virtual void OnTurned() {}
   /// False: there is nothing that `Draw` could show.
   [[nodiscard]] virtual bool HasPicture() const { return view().has_data() && view().WhyEmpty().empty(); }
-  [[nodiscard]] virtual QString Note() const;
+  [[nodiscard]] virtual QString Note() const { return Text(view().Note()); }
 
  private:
-  static cli::FeedReport ReportOf(const cli::View& view);
+  [[nodiscard]] static cli::FeedReport ReportOf(const cli::View& view) {
+    return view.Report(cli::View::Clock::now(), cli::CurrentPhase());
+  }
   void Follow(cli::View& view);
   void DrawAndSay();
   bool event(QEvent* event) override;

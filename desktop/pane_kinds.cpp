@@ -29,9 +29,8 @@ constexpr ListTraits kPlain = {.steps = false};
 template <class Picture, class View>
 class PicturePane final : public Pane {
  public:
-  using Fill = void (*)(Picture& picture, const View& view);
-
-  PicturePane(Desk& desk, const QString& id, std::unique_ptr<View> view, Fill fill)
+  PicturePane(Desk& desk, const QString& id, std::unique_ptr<View> view,
+              void (*fill)(Picture& picture, const View& view))
       : Pane(desk, id), view_(Add(std::move(view))), fill_(fill), picture_(new Picture) {
     for (const cli::Knob knob : view_.Knobs()) {
       AddKnob(knob);
@@ -47,22 +46,30 @@ class PicturePane final : public Pane {
   }
 
   View& view_;
-  const Fill fill_;
+  void (*const fill_)(Picture& picture, const View& view);
   Picture* const picture_;
 };
 
-template <class Picture, class View>
-MadePane MakePicture(Desk& desk, const QString& id, std::unique_ptr<View> view,
-                     void (*fill)(Picture& picture, const View& view)) {
-  return std::make_unique<PicturePane<Picture, View>>(desk, id, std::move(view), fill);
+// A picture that takes the view's newest data as they are.
+template <class Picture, class View, auto kShow, auto... kArguments>
+MadePane MakeShown(Desk& desk, const QString& id) {
+  const auto fill = +[](Picture& picture, const View& view) { (picture.*kShow)(view.newest()->data); };
+  return MadePane(new PicturePane(desk, id, std::make_unique<View>(desk.views(), kArguments...), fill));
 }
 
-template <class View>
-MadePane MakeCurve(Desk& desk, const QString& id, std::unique_ptr<cli::View> view) {
-  return MakePicture(
-      desk, id, std::move(view), +[](SessionChart& chart, const cli::View& shown) {
-        chart.SetPicture(static_cast<const View&>(shown).Picture());
-      });
+template <class View, std::unique_ptr<cli::View> (*kMake)(const cli::ViewContext&, std::uint32_t)>
+MadePane MakeCurve(Desk& desk, const QString& id) {
+  const auto fill = +[](SessionChart& chart, const cli::View& view) {
+    chart.SetPicture(static_cast<const View&>(view).Picture());
+  };
+  return MadePane(new PicturePane(desk, id, kMake(desk.views(), 0), fill));
+}
+
+MadePane MakeDistribution(Desk& desk, const QString& id) {
+  const auto fill = +[](DistributionChart& chart, const cli::DistributionView& view) {
+    chart.SetItem(view.newest()->data, view.Session());
+  };
+  return MadePane(new PicturePane(desk, id, std::make_unique<cli::DistributionView>(desk.views(), 0), fill));
 }
 
 // The minutes of the day or of the last days, with the market's events as marks.
@@ -108,6 +115,11 @@ MadePane MakeList(Desk& desk, const QString& id, ListTraits traits, Arguments...
   return std::make_unique<ListPane>(desk, id, std::make_unique<View>(desk.views(), arguments...), traits);
 }
 
+template <class View, auto... kArguments>
+MadePane MakePlain(Desk& desk, const QString& id) {
+  return MakeList<View>(desk, id, kPlain, kArguments...);
+}
+
 cli::ListChoice ByChange(cli::Choices columns, int direction = cli::kDescending) {
   cli::ListChoice choice = cli::ListBy(columns, *cli::NumberOf(columns, "change"));
   choice.order.direction = direction;
@@ -148,27 +160,13 @@ MadePane MakeFound(Desk& desk, const QString& id, const char* title, cli::FoundV
 
 constexpr PaneKind kPanes[] = {
     {"board", "Board", "行情", false, &MakeStepped<cli::BoardView, &cli::StockColumns>},
-    {"quote", "Quote", "盘口", true,
-     [](Desk& desk, const QString& id) {
-       return MakePicture(
-           desk, id, std::make_unique<cli::QuoteView>(desk.views()),
-           +[](QuoteSheet& sheet, const cli::QuoteView& view) { sheet.Show(view.newest()->data); });
-     }},
+    {"quote", "Quote", "盘口", true, &MakeShown<QuoteSheet, cli::QuoteView, &QuoteSheet::Show>},
     {"minutes", "Minutes", "分时", true,
      [](Desk& desk, const QString& id) -> MadePane { return std::make_unique<MinutePane>(desk, id); }},
     {"candles", "Candles", "K线", true,
-     [](Desk& desk, const QString& id) {
-       return MakePicture(
-           desk, id,
-           std::make_unique<cli::KLineView>(desk.views(), cli::kByDay, cli::kUnadjusted, std::nullopt),
-           +[](CandleChart& chart, const cli::KLineView& view) { chart.SetSeries(view.newest()->data); });
-     }},
-    {"flows", "Flows", "资金流向", true,
-     [](Desk& desk, const QString& id) {
-       return MakePicture(
-           desk, id, std::make_unique<cli::FlowView>(desk.views()),
-           +[](FlowBars& bars, const cli::FlowView& view) { bars.SetFlows(view.newest()->data); });
-     }},
+     &MakeShown<CandleChart, cli::KLineView, &CandleChart::SetSeries, cli::kByDay, cli::kUnadjusted,
+                std::nullopt>},
+    {"flows", "Flows", "资金流向", true, &MakeShown<FlowBars, cli::FlowView, &FlowBars::SetFlows>},
     {"plates-of", "Plates of the stock", "所属板块", true,
      [](Desk& desk, const QString& id) { return MakeFound(desk, id, "plates", &PlatesOf); }},
     {"watch", "Watch list", "自选股", false,
@@ -188,30 +186,13 @@ constexpr PaneKind kPanes[] = {
        const cli::ListChoice choice = ByChange(cli::PlateColumns());
        return MakeList<cli::PlateRankingView>(desk, id, kPlain, choice, kRankedRows);
      }},
-    {"events", "Unusual events", "异动", false,
-     [](Desk& desk, const QString& id) {
-       return MakeList<cli::EventsView>(desk, id, kPlain, 0U, std::nullopt);
-     }},
+    {"events", "Unusual events", "异动", false, &MakePlain<cli::EventsView, 0U, std::nullopt>},
     {"strength", "Stocks up and down", "涨跌家数", false,
-     [](Desk& desk, const QString& id) {
-       return MakeCurve<cli::StrengthView>(desk, id, cli::MakeStrengthView(desk.views(), 0));
-     }},
-    {"effect", "Money-making effect", "赚钱效应", false,
-     [](Desk& desk, const QString& id) {
-       return MakeCurve<cli::EffectView>(desk, id, cli::MakeEffectView(desk.views(), 0));
-     }},
-    {"distribution", "Spread of changes", "涨跌分布", false,
-     [](Desk& desk, const QString& id) {
-       return MakePicture(
-           desk, id, std::make_unique<cli::DistributionView>(desk.views(), 0),
-           +[](DistributionChart& chart, const cli::DistributionView& view) {
-             chart.SetItem(view.newest()->data, view.Session());
-           });
-     }},
-    {"margin", "Margin trading", "融资融券", false,
-     [](Desk& desk, const QString& id) { return MakeList<cli::MarginView>(desk, id, kPlain, std::nullopt); }},
-    {"new-shares", "New shares", "新股申购", false,
-     [](Desk& desk, const QString& id) { return MakeList<cli::PurchaseView>(desk, id, kPlain); }},
+     &MakeCurve<cli::StrengthView, &cli::MakeStrengthView>},
+    {"effect", "Money-making effect", "赚钱效应", false, &MakeCurve<cli::EffectView, &cli::MakeEffectView>},
+    {"distribution", "Spread of changes", "涨跌分布", false, &MakeDistribution},
+    {"margin", "Margin trading", "融资融券", false, &MakePlain<cli::MarginView, std::nullopt>},
+    {"new-shares", "New shares", "新股申购", false, &MakePlain<cli::PurchaseView>},
     {"calendar", "Trading days", "交易日历", false,
      [](Desk& desk, const QString& id) {
        return MakeFound(desk, id, "calendar", [](const cli::Security&) { return cli::FindCalendar(0); });

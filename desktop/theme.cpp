@@ -59,7 +59,7 @@ QColor Theme::Of(cli::Tone tone) const {
 }
 
 QPalette Theme::Palette() const {
-  QPalette palette(text, heading, heading, line, line, text, text, base, window);
+  QPalette palette(text, heading, heading, line, line, text, warning, base, window);
   palette.setColor(QPalette::AlternateBase, stripe);
   palette.setColor(QPalette::Highlight, selection);
   palette.setColor(QPalette::HighlightedText, text);

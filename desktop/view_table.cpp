@@ -152,14 +152,6 @@ void ViewTable::SetOrder(int column, bool ascending) {
   }
 }
 
-int ViewTable::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : row_count_;
-}
-
-int ViewTable::columnCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(table_.columns().size());
-}
-
 QVariant ViewTable::data(const QModelIndex& index, int role) const {
   if (!index.isValid()) {
     return {};

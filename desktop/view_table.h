@@ -54,8 +54,12 @@ class ViewTable final : public QAbstractTableModel {
   [[nodiscard]] std::size_t first() const { return place_.first; }
   [[nodiscard]] std::size_t size() const { return table_.rows().size(); }
 
-  [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
-  [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override;
+  [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override {
+    return parent.isValid() ? 0 : row_count_;
+  }
+  [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override {
+    return parent.isValid() ? 0 : static_cast<int>(table_.columns().size());
+  }
   [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
   [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
   /// Rows may be dragged between others, where the view lets them.

@@ -1,8 +1,5 @@
 #include "desktop/words.h"
 
-#include <array>
-#include <utility>
-
 #include "cli/commands/server_examination.h"
 
 namespace desktop {
@@ -19,40 +16,40 @@ struct Translation {
 };
 
 // By what the choices say of themselves: names alone are not unique.
-constexpr std::array kChoiceWords = {
-    Translation{"all A shares", "All A shares", "沪深A股"},
-    Translation{"Shanghai", "Shanghai", "上证A股"},
-    Translation{"Shenzhen", "Shenzhen", "深证A股"},
-    Translation{"growth enterprises", "Growth", "创业板"},
-    Translation{"small and medium enterprises", "Small and medium", "中小板"},
-    Translation{"what companies make", "Industries", "行业"},
-    Translation{"what investors talk of", "Concepts", "概念"},
-    Translation{"of the day", "Day", "当日"},
-    Translation{"of the last five minutes", "Five minutes", "五分钟"},
-    Translation{"a trading day", "Day", "日K"},
-    Translation{"Monday to Friday", "Week", "周K"},
-    Translation{"a calendar month", "Month", "月K"},
-    Translation{"prices as they were traded at", "Unadjusted", "不复权"},
-    Translation{"today's prices stay, those of the past are changed", "Forward", "前复权"},
-    Translation{"the first prices stay, later ones are changed", "Backward", "后复权"},
+constexpr Translation kChoiceWords[] = {
+    {"all A shares", "All A shares", "沪深A股"},
+    {"Shanghai", "Shanghai", "上证A股"},
+    {"Shenzhen", "Shenzhen", "深证A股"},
+    {"growth enterprises", "Growth", "创业板"},
+    {"small and medium enterprises", "Small and medium", "中小板"},
+    {"what companies make", "Industries", "行业"},
+    {"what investors talk of", "Concepts", "概念"},
+    {"of the day", "Day", "当日"},
+    {"of the last five minutes", "Five minutes", "五分钟"},
+    {"a trading day", "Day", "日K"},
+    {"Monday to Friday", "Week", "周K"},
+    {"a calendar month", "Month", "月K"},
+    {"prices as they were traded at", "Unadjusted", "不复权"},
+    {"today's prices stay, those of the past are changed", "Forward", "前复权"},
+    {"the first prices stay, later ones are changed", "Backward", "后复权"},
 };
 
 // By how they begin.
-constexpr std::array kReasons = {
-    Translation{"the watch list is empty", "The watch list is empty; Insert puts the current stock in",
-                "自选为空，按 Insert 加入当前股票"},
-    Translation{"no security is selected", "No security is selected; type its code, name or initials",
-                "未选中证券，直接键入代码、名称或拼音"},
-    Translation{"no plate is selected", "", "未选中板块"},
-    Translation{"a plate is quoted", "", "板块没有盘口，请在板块列表中查看"},
-    Translation{"there are no candles of plates", "", "板块没有K线"},
-    Translation{"only stocks belong to plates", "", "只有股票有所属板块"},
-    Translation{"no plates are known", "", "没有所属板块的资料"},
-    Translation{"the server knows nothing of the watch list", "", "服务器没有自选股的数据"},
-    Translation{"the server has no such figures", "", "服务器没有这些数据"},
-    Translation{"no unusual event", "", "当日没有异动"},
-    Translation{"nothing flowed", "", "十日内没有资金流动"},
-    Translation{"the list has no row", "", "列表为空"},
+constexpr Translation kReasons[] = {
+    {"the watch list is empty", "The watch list is empty; Insert puts the current stock in",
+     "自选为空，按 Insert 加入当前股票"},
+    {"no security is selected", "No security is selected; type its code, name or initials",
+     "未选中证券，直接键入代码、名称或拼音"},
+    {"no plate is selected", "", "未选中板块"},
+    {"a plate is quoted", "", "板块没有盘口，请在板块列表中查看"},
+    {"there are no candles of plates", "", "板块没有K线"},
+    {"only stocks belong to plates", "", "只有股票有所属板块"},
+    {"no plates are known", "", "没有所属板块的资料"},
+    {"the server knows nothing of the watch list", "", "服务器没有自选股的数据"},
+    {"the server has no such figures", "", "服务器没有这些数据"},
+    {"no unusual event", "", "当日没有异动"},
+    {"nothing flowed", "", "十日内没有资金流动"},
+    {"the list has no row", "", "列表为空"},
 };
 
 // What the server's error number in a line of the log means, and what to do; else the line itself.

@@ -23,21 +23,10 @@ QString ShareText(const DistributionBucket& bucket) {
 
 }  // namespace
 
-SessionChart::SessionChart() : Chart("session_chart", kCharacters), plot_(AddPlot(1, true)) {
+SessionChart::SessionChart() : Chart(kCharacters), plot_(AddPlot(1, true)) {
   plot_.ShowScale(QwtPlot::yLeft,
                   [this](double value) { return Text(cli::Fixed(value, picture_.decimals)); });
   plot_.ShowScale(QwtPlot::xBottom, [this](double place) { return axis_.LabelOf(place); });
-}
-
-void SessionChart::SetPicture(const cli::SessionPicture& picture) {
-  if (picture != picture_) {
-    picture_ = picture;
-    Redraw();
-  }
-}
-
-std::size_t SessionChart::Points() const {
-  return picture_.curves.empty() ? 0 : picture_.curves.front().points.size();
 }
 
 QPointF SessionChart::PlaceOf(std::size_t point) const {
@@ -79,24 +68,12 @@ void SessionChart::ShowFigures() {
   Show(texts);
 }
 
-DistributionChart::DistributionChart() : Chart("distribution_chart", kCharacters), plot_(AddPlot(1, false)) {
+DistributionChart::DistributionChart() : Chart(kCharacters), plot_(AddPlot(1, false)) {
   plot_.HideGrid();
   plot_.ShowScale(QwtPlot::yLeft, [this](double place) {
     const auto below = static_cast<std::size_t>(std::max(place, 0.0));
     return below < Points() ? Text(cli::RangeName(Points() - 1 - below, Points())) : QString();
   });
-}
-
-void DistributionChart::SetItem(const DistributionItem& item, std::uint32_t date) {
-  if (item != item_ || date != date_) {
-    item_ = item;
-    date_ = date;
-    Redraw();
-  }
-}
-
-std::size_t DistributionChart::Points() const {
-  return cli::HasFigures(item_) ? item_.first_half.size() + item_.second_half.size() : 0;
 }
 
 // The first range stands on top.

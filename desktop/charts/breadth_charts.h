@@ -16,10 +16,12 @@ class SessionChart final : public Chart {
  public:
   SessionChart();
 
-  void SetPicture(const cli::SessionPicture& picture);
+  void SetPicture(const cli::SessionPicture& picture) { Take(picture_, picture); }
 
  private:
-  [[nodiscard]] std::size_t Points() const override;
+  [[nodiscard]] std::size_t Points() const override {
+    return picture_.curves.empty() ? 0 : picture_.curves.front().points.size();
+  }
   [[nodiscard]] QPointF PlaceOf(std::size_t point) const override;
   void DrawPoints() override;
   void ShowFigures() override;
@@ -34,10 +36,15 @@ class DistributionChart final : public Chart {
  public:
   DistributionChart();
 
-  void SetItem(const DistributionItem& item, std::uint32_t date);
+  void SetItem(const DistributionItem& item, std::uint32_t date) {
+    Take(item_, item);
+    Take(date_, date);
+  }
 
  private:
-  [[nodiscard]] std::size_t Points() const override;
+  [[nodiscard]] std::size_t Points() const override {
+    return cli::HasFigures(item_) ? item_.first_half.size() + item_.second_half.size() : 0;
+  }
   void DrawPoints() override;
   void ShowFigures() override;
 

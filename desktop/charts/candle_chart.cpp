@@ -47,8 +47,7 @@ class Wheel final : public QwtPlotMagnifier {
 
 }  // namespace
 
-CandleChart::CandleChart()
-    : Chart("candle_chart", kCharacters), prices_(AddPlot(3, true)), volumes_(AddPlot(1, true)) {
+CandleChart::CandleChart() : Chart(kCharacters), prices_(AddPlot(3, true)), volumes_(AddPlot(1, true)) {
   prices_.ShowScale(QwtPlot::yLeft, [](double price) { return Text(cli::Fixed(price, 2)); });
   volumes_.ShowScale(QwtPlot::yLeft, [](double volume) { return Text(cli::ShortAmount(volume)); });
   volumes_.ShowScale(QwtPlot::xBottom, [this](double place) {
@@ -134,14 +133,10 @@ double CandleChart::PixelsPerCandle() const {
   return static_cast<double>(std::max(prices_.canvas()->width(), 1)) / static_cast<double>(Room());
 }
 
-QPointF CandleChart::PlaceOf(std::size_t candle) const {
-  return {static_cast<double>(candle), candles_[candle].close};
-}
-
 void CandleChart::DrawPoints() {
   const std::size_t first = First();
   const std::size_t last = first + Count();
-  const std::size_t sharing = SharingABar(static_cast<double>(last - first), prices_.canvas()->width());
+  const std::size_t sharing = prices_.SharingABar(static_cast<double>(last - first));
   cli::Range range;
   for (std::size_t i = 0; i < averages_.size(); ++i) {
     QVector<QPointF> points;
@@ -239,43 +234,29 @@ void CandleChart::ShowFigures() {
 }
 
 void CandleChart::keyPressEvent(QKeyEvent* event) {
-  const auto all = static_cast<std::ptrdiff_t>(candles_.size());
-  const auto step = std::max<std::ptrdiff_t>(static_cast<std::ptrdiff_t>(Count()) / kKeySteps, 1);
-  const int way = event->key() == Qt::Key_Left ? -1 : 1;
-  switch (candles_.empty() ? Qt::Key_unknown : event->key()) {
-    case Qt::Key_Plus:
-    case Qt::Key_Equal:
-      Zoom(1 / kZoomStep);
-      break;
-    case Qt::Key_Minus:
-      Zoom(kZoomStep);
-      break;
-    case Qt::Key_Home:
-      ScrollBy(-all);
-      break;
-    case Qt::Key_End:
-      ScrollBy(all);
-      break;
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-      if (event->modifiers().testFlag(Qt::ShiftModifier)) {
-        ReadNext(way);
-        Follow();
-      } else {
-        ScrollBy(way * step);
-      }
-      break;
-    default:
-      Chart::keyPressEvent(event);
-  }
-}
-
-// The chart goes where it is read.
-void CandleChart::Follow() {
+  const int key = event->key();
+  const bool is_arrow = key == Qt::Key_Left || key == Qt::Key_Right;
   const auto first = static_cast<std::ptrdiff_t>(First());
-  const auto last = first + static_cast<std::ptrdiff_t>(Count()) - 1;
-  const auto at = static_cast<std::ptrdiff_t>(reading().value_or(First()));
-  ScrollBy(at < first ? at - first : std::max(at - last, std::ptrdiff_t{0}));
+  const auto count = static_cast<std::ptrdiff_t>(Count());
+  if (candles_.empty()) {
+    Chart::keyPressEvent(event);
+  } else if (key == Qt::Key_Plus || key == Qt::Key_Equal) {
+    Zoom(1 / kZoomStep);
+  } else if (key == Qt::Key_Minus) {
+    Zoom(kZoomStep);
+  } else if (key == Qt::Key_Home || key == Qt::Key_End) {
+    ScrollBy(key == Qt::Key_Home ? -std::ssize(candles_) : std::ssize(candles_));
+  } else if (is_arrow && event->modifiers().testFlag(Qt::ShiftModifier)) {
+    ReadNext(key == Qt::Key_Left ? -1 : 1);
+    // The chart goes where it is read.
+    const auto at = static_cast<std::ptrdiff_t>(reading().value_or(First()));
+    ScrollBy(at < first ? at - first : std::max(at + 1 - first - count, std::ptrdiff_t{0}));
+  } else if (is_arrow) {
+    const std::ptrdiff_t step = std::max(count / kKeySteps, std::ptrdiff_t{1});
+    ScrollBy(key == Qt::Key_Left ? -step : step);
+  } else {
+    Chart::keyPressEvent(event);
+  }
 }
 
 }  // namespace desktop

@@ -31,12 +31,13 @@ class CandleChart final : public Chart {
  private:
   void keyPressEvent(QKeyEvent* event) override;
   [[nodiscard]] std::size_t Points() const override { return candles_.size(); }
-  [[nodiscard]] QPointF PlaceOf(std::size_t candle) const override;
+  [[nodiscard]] QPointF PlaceOf(std::size_t candle) const override {
+    return {static_cast<double>(candle), candles_[candle].close};
+  }
   void DrawPoints() override;
   void ShowFigures() override;
   void DrawCandles(std::size_t first, std::size_t last, std::size_t sharing);
   void LabelDates(std::size_t first, std::size_t last);
-  void Follow();
   [[nodiscard]] std::size_t Room() const;
   [[nodiscard]] double PixelsPerCandle() const;
 

@@ -45,9 +45,8 @@ class Chart::CrossHair final : public QwtPlotPicker {
   Chart& chart_;
 };
 
-Chart::Chart(const char* name, int characters)
+Chart::Chart(int characters)
     : characters_(characters), layout_(*new QVBoxLayout(this)), figures_(*new QLabel) {
-  setObjectName(QLatin1String(name));
   setBackgroundRole(QPalette::Base);
   setAutoFillBackground(true);
   setFocusPolicy(Qt::StrongFocus);
@@ -169,32 +168,26 @@ void Chart::keyPressEvent(QKeyEvent* event) {
   }
 }
 
-void Chart::changeEvent(QEvent* event) {
-  QWidget::changeEvent(event);
-  if (event->type() == QEvent::LanguageChange || event->type() == QEvent::FontChange ||
-      event->type() == QEvent::StyleChange) {
+bool Chart::event(QEvent* event) {
+  const bool done = QWidget::event(event);
+  const QEvent::Type type = event->type();
+  const bool has_room = type == QEvent::Resize || type == QEvent::Show;
+  if (has_room) {
+    FitFigures();
+  }
+  if (has_room || type == QEvent::LanguageChange || type == QEvent::FontChange ||
+      type == QEvent::StyleChange) {
     Redraw();
   }
+  return done;
 }
 
-void Chart::resizeEvent(QResizeEvent* event) {
-  QWidget::resizeEvent(event);
-  FitAndRedraw();
-}
-
-void Chart::showEvent(QShowEvent* event) {
-  QWidget::showEvent(event);
-  FitAndRedraw();
-}
-
-// The number of labels follows the room, which is known once the layout has run. So many lines of figures
-// whatever is shown, lest the plots jump.
-void Chart::FitAndRedraw() {
+// So many lines whatever is shown, lest the plots jump.
+void Chart::FitFigures() {
   const int wanted = characters_ * fontMetrics().averageCharWidth();
   const int lines = std::clamp(wanted / std::max(width(), 1) + 1, 1, kMostLines);
   figures_.setFixedHeight(lines * fontMetrics().lineSpacing() + kAir);
   layout_.activate();
-  Redraw();
 }
 
 }  // namespace desktop

@@ -34,7 +34,7 @@ class Chart : public QWidget {
 
  protected:
   /// Its figures have about so many characters.
-  Chart(const char* name, int characters);
+  explicit Chart(int characters);
 
   /// A plot below those that are there. The first one with cross-hairs has a line across, too.
   ChartPlot& AddPlot(int stretch, bool has_cross_hair);
@@ -49,6 +49,14 @@ class Chart : public QWidget {
 
   /// What is drawn is no longer what it has.
   void Redraw();
+  /// Has `now` from now on; nothing happens if it has that already.
+  template <class Data>
+  void Take(Data& kept, const Data& now) {
+    if (kept != now) {
+      kept = now;
+      Redraw();
+    }
+  }
   void Read(std::optional<std::size_t> point);
   /// Goes one point to the left (-1) or the right; starts with the last point in sight.
   void ReadNext(int way);
@@ -63,10 +71,8 @@ class Chart : public QWidget {
  private:
   class CrossHair;
 
-  void changeEvent(QEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
-  void showEvent(QShowEvent* event) override;
-  void FitAndRedraw();
+  bool event(QEvent* event) override;
+  void FitFigures();
   void DrawAll();
   void ReadAt(std::optional<QPointF> place);
 

@@ -121,6 +121,10 @@ void ChartPlot::AddLine(QwtPlotMarker::LineStyle style, double at, Qt::PenStyle 
   marker->attach(this);
 }
 
+std::size_t ChartPlot::SharingABar(double neighbours) const {
+  return static_cast<std::size_t>(std::max(std::ceil(neighbours * 2 / std::max(canvas()->width(), 1)), 1.0));
+}
+
 void ChartPlot::AddVolumes(const std::vector<VolumeBar>& bars, std::size_t sharing) {
   const double half = kHalfBar * static_cast<double>(sharing);
   double most = 0;
@@ -166,10 +170,6 @@ QwtColumnSymbol* MakeColumn(const QColor& colour) {
   column->setFrameStyle(QwtColumnSymbol::NoFrame);
   column->setPalette(QPalette(colour, colour));
   return column;
-}
-
-std::size_t SharingABar(double neighbours, int pixels) {
-  return static_cast<std::size_t>(std::max(std::ceil(neighbours * 2 / std::max(pixels, 1)), 1.0));
 }
 
 }  // namespace desktop

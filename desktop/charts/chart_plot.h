@@ -51,6 +51,8 @@ class ChartPlot final : public QwtPlot {
   void AddWords(const QwtText& words, const QPointF& at, Qt::Alignment beside, int spacing = 2);
   QwtPlotCurve& AddCurve(const QVector<QPointF>& points, const QPen& pen);
   void AddLine(QwtPlotMarker::LineStyle style, double at, Qt::PenStyle pen);
+  /// How many neighbours share a bar, so that each bar has two pixels at least.
+  [[nodiscard]] std::size_t SharingABar(double neighbours) const;
   /// Bars in the colours of rises and falls that `sharing` places share, and a left scale labelled by the
   /// largest volume.
   void AddVolumes(const std::vector<VolumeBar>& bars, std::size_t sharing);
@@ -64,8 +66,5 @@ void AlignSides(std::initializer_list<ChartPlot*> plots);
 
 /// A column without frame; whom it is given to owns it.
 [[nodiscard]] QwtColumnSymbol* MakeColumn(const QColor& colour);
-
-/// How many neighbours share a bar, so that each bar has two pixels at least.
-[[nodiscard]] std::size_t SharingABar(double neighbours, int pixels);
 
 }  // namespace desktop

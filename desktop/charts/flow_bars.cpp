@@ -42,18 +42,11 @@ QString PeriodText(const std::string& days) {
 
 }  // namespace
 
-FlowBars::FlowBars() : Chart("flow_bars", kCharacters), plot_(AddPlot(1, false)) {
+FlowBars::FlowBars() : Chart(kCharacters), plot_(AddPlot(1, false)) {
   plot_.ShowScale(QwtPlot::yLeft, [](double amount) { return Text(cli::ShortAmount(amount)); });
   plot_.ShowScale(QwtPlot::xBottom, [](double place) {
     return PeriodText(cli::kFlowPeriods[static_cast<std::size_t>(std::clamp(place, 0.0, 2.0))].first + 1);
   });
-}
-
-void FlowBars::SetFlows(const StockInOutItem& flows) {
-  if (flows != flows_) {
-    flows_ = flows;
-    Redraw();
-  }
 }
 
 void FlowBars::DrawPoints() {

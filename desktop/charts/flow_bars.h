@@ -13,7 +13,7 @@ class FlowBars final : public Chart {
  public:
   FlowBars();
 
-  void SetFlows(const StockInOutItem& flows);
+  void SetFlows(const StockInOutItem& flows) { Take(flows_, flows); }
 
  private:
   // What is not four amounts in and out is left to the table: the rows of both are the same.

@@ -45,8 +45,7 @@ QList<double> EvenTicks(const cli::Range& range, int height) {
 
 }  // namespace
 
-MinuteChart::MinuteChart()
-    : Chart("minute_chart", kCharacters), prices_(AddPlot(3, true)), volumes_(AddPlot(1, true)) {
+MinuteChart::MinuteChart() : Chart(kCharacters), prices_(AddPlot(3, true)), volumes_(AddPlot(1, true)) {
   prices_.ShowScale(QwtPlot::yLeft, [this](double price) {
     return Label(cli::Fixed(price, 2), line_.preclose > 0 ? price - line_.preclose : 0);
   });
@@ -94,10 +93,6 @@ void MinuteChart::SetEvents(const std::list<StockUnusualEventItem>& events) {
   }
 }
 
-QPointF MinuteChart::PlaceOf(std::size_t minute) const {
-  return {minutes_[minute].place, minutes_[minute].point.price};
-}
-
 void MinuteChart::DrawPoints() {
   const bool has_preclose = line_.preclose > 0;
   const cli::Range range = cli::RangeOfDays(line_.days, line_.preclose, average_).Widened();
@@ -121,7 +116,7 @@ void MinuteChart::DrawPoints() {
 
 // Where there is little room neighbours share a bar: their mean, in the direction of the last.
 void MinuteChart::DrawVolumes() {
-  const std::size_t sharing = SharingABar(axis_.end() - axis_.begin(), volumes_.canvas()->width());
+  const std::size_t sharing = volumes_.SharingABar(axis_.end() - axis_.begin());
   std::vector<VolumeBar> bars;
   for (std::size_t first = 0; first < minutes_.size(); first += sharing) {
     const std::size_t end = std::min(first + sharing, minutes_.size());

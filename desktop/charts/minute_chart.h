@@ -31,7 +31,9 @@ class MinuteChart final : public Chart {
   };
 
   [[nodiscard]] std::size_t Points() const override { return minutes_.size(); }
-  [[nodiscard]] QPointF PlaceOf(std::size_t minute) const override;
+  [[nodiscard]] QPointF PlaceOf(std::size_t minute) const override {
+    return {minutes_[minute].place, minutes_[minute].point.price};
+  }
   void DrawPoints() override;
   void ShowFigures() override;
   void DrawVolumes();

@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "cli/format/china_time.h"
-#include "cli/plot/scale.h"
 #include "desktop/words.h"
 
 namespace desktop {
@@ -32,10 +31,6 @@ SessionAxis::SessionAxis(const std::vector<MLineDay>& days) {
       }
     }
   }
-}
-
-double SessionAxis::Width() const {
-  return lead_ + cli::kSessionMinutes + (dates_.size() > 1 ? 1 : 0);
 }
 
 double SessionAxis::At(std::size_t day, std::int32_t minute) const {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "charts/stock_mline.h"
+#include "cli/plot/scale.h"
 
 namespace desktop {
 
@@ -29,7 +30,7 @@ class SessionAxis {
   [[nodiscard]] QString LabelOf(double place) const;
 
  private:
-  [[nodiscard]] double Width() const;
+  [[nodiscard]] double Width() const { return lead_ + cli::kSessionMinutes + (dates_.size() > 1 ? 1 : 0); }
 
   std::vector<std::uint32_t> dates_{0};
   int lead_ = 0;  // minutes before 09:30
