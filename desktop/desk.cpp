@@ -1,6 +1,5 @@
 #include "desktop/desk.h"
 
-#include <QtCore/QtCore>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -98,7 +97,7 @@ void Desk::LoadReference() {
   });
 }
 
-void Desk::StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list) {
+void Desk::StepThrough(const QObject* pane, std::function<std::vector<BaseInfoItem>()> list) {
   steps_in_ = pane;
   steps_ = std::move(list);
   if (current_.code.empty()) {
@@ -122,23 +121,11 @@ void Desk::SelectSomething() {
   }
 }
 
-void Desk::Unregister(Pane& pane) {
-  std::erase(panes_, &pane);
-  if (steps_in_ == &pane) {
-    steps_in_ = nullptr;
-    steps_ = {};
-  }
-}
-
 void Desk::Step(int direction) {
-  if (steps_) {
+  if (steps_in_ != nullptr) {
     selection_->StepThrough(steps_());
   }
-  if (direction > 0) {
-    selection_->Next();
-  } else {
-    selection_->Previous();
-  }
+  direction > 0 ? selection_->Next() : selection_->Previous();
 }
 
 // A window was minimised or shown again.
@@ -185,14 +172,13 @@ Desk::Verdict Desk::Doctor() const {
       continue;
     }
     const bool good = finding.state == stock_host::Finding::State::kGood;
-    const QString text = Text(cli::Printable(finding.subject + ": " + finding.text));
+    const std::string text = finding.subject + ": " + finding.text;
+    const std::string advice = finding.advice.empty() ? "" : ". " + finding.advice;
     if (!good) {
-      wrong << text;
+      wrong << Text(cli::Printable(text));
     }
-    verdict.details +=
-        (good ? QStringLiteral("ok  ") : QStringLiteral("!  ")) + text +
-        (finding.advice.empty() ? QString() : QStringLiteral(". ") + Text(cli::Printable(finding.advice))) +
-        QLatin1Char('\n');
+    verdict.details += (good ? QStringLiteral("ok  ") : QStringLiteral("!  ")) +
+                       Text(cli::Printable(text + advice)) + QLatin1Char('\n');
   }
   const auto add = [&](const QString& text) {
     wrong.prepend(text);

@@ -2,9 +2,7 @@
 // panes that are open, which it asks to look at the clock. Main thread only.
 #pragma once
 
-#include <QtCore/QObject>
-#include <QtCore/QSettings>
-#include <QtCore/QTimer>
+#include <QtCore/QtCore>
 #include <functional>
 #include <memory>
 #include <string>
@@ -43,7 +41,7 @@ class Desk final : public QObject {
   [[nodiscard]] const cli::Security& current() const { return current_; }
   void Select(const cli::Security& security) { selection_->Select(security); }
   /// Page Up and Page Down step through what `list` gives from now on, for as long as `pane` lives.
-  void StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list);
+  void StepThrough(const QObject* pane, std::function<std::vector<BaseInfoItem>()> list);
   void Step(int direction);
   /// The first row of a list that is shown, for what has nothing to show else.
   void Suggest(const cli::Security& security) { Q_EMIT suggested(security); }
@@ -52,7 +50,7 @@ class Desk final : public QObject {
   void Tell(const std::string& utf8) { Q_EMIT told(QString::fromStdString(utf8)); }
 
   void Register(Pane& pane) { panes_.push_back(&pane); }
-  void Unregister(Pane& pane);
+  void Unregister(Pane& pane) { std::erase(panes_, &pane); }
   [[nodiscard]] const std::vector<Pane*>& panes() const { return panes_; }
   /// One in sight that still waits for figures; null: there is none.
   [[nodiscard]] const Pane* Unsettled() const;
@@ -97,7 +95,7 @@ class Desk final : public QObject {
   QString why_no_lists_;
   bool is_loading_ = true;
   std::vector<Pane*> panes_;
-  const Pane* steps_in_ = nullptr;
+  QPointer<const QObject> steps_in_;
   std::function<std::vector<BaseInfoItem>()> steps_;
   std::vector<stock_host::Finding> findings_;
   QTimer ticks_;

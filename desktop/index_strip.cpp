@@ -48,7 +48,9 @@ IndexStrip::IndexStrip(Desk& desk)
   });
   connect(&desk, &Desk::ticked, this, [this] {
     clock_->setText(Text(cli::DateAndTime(common::GetCurrentServerTime())));
-    caption_->setText(Note());
+    if (seen()) {
+      Draw();
+    }
   });
   connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
 }
@@ -57,11 +59,6 @@ QString IndexStrip::Note() const {
   const QString caption = Shown(phase_.Caption());
   const QString phase = Text(cli::PhaseName(cli::CurrentPhase()));
   return caption.isEmpty() ? phase : caption + Word(" " + phase.toStdString(), "");
-}
-
-void IndexStrip::resizeEvent(QResizeEvent* event) {
-  Pane::resizeEvent(event);
-  Draw();
 }
 
 // As many indices as have room; each is a link that selects it.
@@ -75,13 +72,12 @@ void IndexStrip::Draw() {
     const std::vector<cli::Cell> cells = cli::IndexCells(newest->data[i]);
     QString words;
     for (const IndexCell cell : {kName, kLast, kDiff, kChange}) {
-      const QColor colour = CurrentTheme().Of(cell == kName ? cli::Tone::kPlain : cells[cell].tone);
       const QString text = Text(cells[cell].text);
+      const QString word =
+          Coloured(text, CurrentTheme().Of(cell == kName ? cli::Tone::kPlain : cells[cell].tone));
       plain += text + QLatin1Char(' ');
       if (cell != kDiff || width() > kRoomForDifferences) {
-        words += QStringLiteral("<span style='color:%1;font-weight:%2'>%3&nbsp; </span>")
-                     .arg(colour.name(), cell == kLast ? QStringLiteral("bold") : QStringLiteral("normal"),
-                          text.toHtmlEscaped());
+        words += (cell == kLast ? QStringLiteral("<b>%1</b>&nbsp; ") : QStringLiteral("%1&nbsp; ")).arg(word);
       }
     }
     links << QStringLiteral("<a href='%1' style='text-decoration:none'>%2</a>").arg(i).arg(words);

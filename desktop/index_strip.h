@@ -15,7 +15,6 @@ class IndexStrip final : public Pane {
   void Draw() override;
   void OnSecurity(const cli::Security& /*security*/) override {}
   [[nodiscard]] QString Note() const override;
-  void resizeEvent(QResizeEvent* event) override;
 
   cli::IndexView& indices_;
   cli::StateView& phase_;

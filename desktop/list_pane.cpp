@@ -77,8 +77,6 @@ void ListPane::SetUpList() {
   connect(list_, &QTableView::customContextMenuRequested, this, &ListPane::OnMenu);
 }
 
-// --- Columns
-
 void ListPane::SetUpHeader() {
   QHeaderView* const header = list_->horizontalHeader();
   header->setSectionsMovable(true);
@@ -95,11 +93,13 @@ void ListPane::SetUpHeader() {
 
 // The columns are others than before.
 void ListPane::RestoreColumns() {
-  const QSignalBlocker quiet(list_->horizontalHeader());
-  const QByteArray kept = desk().settings().value(id() + kHeaderKey).toByteArray();
-  is_arranged_ = list_->horizontalHeader()->restoreState(kept);
-  has_widths_ = false;
+  {
+    const QSignalBlocker quiet(list_->horizontalHeader());
+    const QByteArray kept = desk().settings().value(id() + kHeaderKey).toByteArray();
+    is_arranged_ = list_->horizontalHeader()->restoreState(kept);
+  }
   ShowOrder();
+  FitColumns();
 }
 
 // Until the user has arranged them: each column as wide as its figures, the less important ones left out
@@ -212,8 +212,6 @@ void ListPane::OnHeaderMenu(const QPoint& at) {
   menu.exec(list_->horizontalHeader()->mapToGlobal(at));
 }
 
-// --- Rows
-
 void ListPane::Draw() {
   sight_.start();
   ViewTable::Place place;
@@ -224,9 +222,9 @@ void ListPane::Draw() {
   if (rows.columns().empty()) {
     return;
   }
+  const bool was_empty = table_->size() == 0;
   table_->Show(std::move(rows), view().RowKeys(), view().Securities(), std::move(place));
-  if (!has_widths_ && table_->size() > 0) {
-    has_widths_ = true;
+  if (was_empty) {
     FitColumns();
   }
   MarkCurrent(false);
@@ -317,8 +315,6 @@ void ListPane::OnMenu(const QPoint& at) {
                  [&] { desk().Tell(desk().watch_list().Remove(*security)); });
   menu.exec(list_->viewport()->mapToGlobal(at));
 }
-
-// --- Rows in sight
 
 void ListPane::AskForSight() {
   if (pages_ == nullptr || !seen()) {

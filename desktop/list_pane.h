@@ -62,7 +62,6 @@ class ListPane final : public Pane {
   std::optional<cli::Security> pressed_;  // in the row that the mouse was pressed in last
   bool is_arranged_ = false;              // the columns, by the user
   bool is_fitting_ = false;               // or by this pane, just now
-  bool has_widths_ = false;
 };
 
 }  // namespace desktop

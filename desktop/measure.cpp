@@ -19,6 +19,8 @@
 namespace desktop {
 namespace {
 
+constexpr int kScrolledRows = 3;  // at once
+
 double Now(clockid_t clock) {
   timespec time{};
   clock_gettime(clock, &time);
@@ -75,12 +77,6 @@ struct Costs {
   }
 };
 
-// Scrolls down its list and begins again on top.
-void ScrollOn(QScrollBar& bar) {
-  constexpr int kRows = 3;
-  bar.setValue(bar.value() == bar.maximum() ? 0 : bar.value() + kRows);
-}
-
 }  // namespace
 
 bool Application::notify(QObject* receiver, QEvent* event) {
@@ -113,8 +109,10 @@ void Measure(Application& application, Desk& desk, MainWindow& window, double se
   auto* const board = dynamic_cast<ListPane*>(window.page().Find("board"));
   auto* const scrolling = new QTimer(&window);
   if (board != nullptr) {
-    QObject::connect(scrolling, &QTimer::timeout, board,
-                     [board] { ScrollOn(*board->list().verticalScrollBar()); });
+    QScrollBar& bar = *board->list().verticalScrollBar();
+    QObject::connect(scrolling, &QTimer::timeout, &bar, [&bar] {
+      bar.setValue(bar.value() == bar.maximum() ? 0 : bar.value() + kScrolledRows);
+    });
   }
   const milliseconds third(std::llround(seconds / 3 * 1000));
   // The first picture with figures: a pane has its rows and they are painted.

@@ -20,10 +20,6 @@ QColor ColourOf(cli::FeedState state) {
                                                : CurrentTheme().dim;
 }
 
-QString Coloured(const QColor& colour, const QString& text) {
-  return QStringLiteral("<font color='%1'>%2</font>").arg(colour.name(), text.toHtmlEscaped());
-}
-
 }  // namespace
 
 Pane::Pane(Desk& desk, QString id)
@@ -68,10 +64,6 @@ Pane::Pane(Desk& desk, QString id)
   connect(&desk_, &Desk::themeChanged, this, [this] { DrawAndSay(); });
 }
 
-Pane::~Pane() {
-  desk_.Unregister(*this);
-}
-
 void Pane::Follow(cli::View& view) {
   if (!desk_.current().code.empty()) {
     view.Select(desk_.current());
@@ -82,11 +74,6 @@ void Pane::Follow(cli::View& view) {
 void Pane::SetBody(QWidget* body) {
   stack_->addWidget(body);
   setFocusProxy(body);
-}
-
-void Pane::HideBody() {
-  stack_->hide();
-  state_->hide();
 }
 
 QHBoxLayout& Pane::AddTools() {
@@ -121,22 +108,13 @@ void Pane::AddKnob(cli::Knob knob) {
   AddTools().insertWidget(AddTools().count() - 1, box);
 }
 
-void Pane::SetOnStage(bool on_stage) {
-  on_stage_ = on_stage;
-  UpdateSeen();
-}
-
 void Pane::UpdateSeen() {
   const bool now = isVisible() && on_stage_ && !window()->isMinimized();
   if (std::exchange(seen_, now) == now) {
     return;
   }
   for (const auto& view : views_) {
-    if (now) {
-      view->Show();
-    } else {
-      view->Hide();
-    }
+    now ? view->Show() : view->Hide();
   }
   DrawAndSay();
 }
@@ -184,8 +162,8 @@ void Pane::ShowState() {
   note_->setText(Note());
   const int room = state_->width() - note_->sizeHint().width() - 5 * kMargin;
   const QString shown = state_->fontMetrics().elidedText(text, Qt::ElideRight, room);
-  state_->setText(Coloured(colour, QStringLiteral("● ")) +
-                  Coloured(colour == CurrentTheme().warning ? colour : CurrentTheme().dim, shown));
+  state_->setText(Coloured(QStringLiteral("● "), colour) +
+                  Coloured(shown, colour == CurrentTheme().warning ? colour : CurrentTheme().dim));
   state_->setAccessibleName(text);
   state_->setToolTip(text);
   const bool has_picture = stack_->count() > 1 && HasPicture();

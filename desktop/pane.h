@@ -16,13 +16,16 @@ class Pane : public QWidget {
  public:
   /// `id` names what the pane remembers: "board/list".
   Pane(Desk& desk, QString id);
-  ~Pane() override;
+  ~Pane() override { desk_.Unregister(*this); }
 
   [[nodiscard]] const QString& id() const { return id_; }
   /// What is shown at present: "minute line of sh600000 浦发银行".
   [[nodiscard]] QString Title() const { return Text(view().Title()); }
   /// False while another one is in front of it.
-  void SetOnStage(bool on_stage);
+  void SetOnStage(bool on_stage) {
+    on_stage_ = on_stage;
+    UpdateSeen();
+  }
   [[nodiscard]] bool seen() const { return seen_; }
   void UpdateSeen();
   /// Shows `security` from now on, whatever is selected elsewhere.
@@ -54,7 +57,10 @@ class Pane : public QWidget {
   QHBoxLayout& AddTools();
   void SetBody(QWidget* body);
   /// For what is small and says by itself how it is: there are tools only.
-  void HideBody();
+  void HideBody() {
+    stack_->hide();
+    state_->hide();
+  }
   /// A box that turns a knob of the first view.
   void AddKnob(cli::Knob knob);
 

@@ -114,6 +114,10 @@ QFont FigureFont(double scale, bool bold) {
   return font;
 }
 
+QString Coloured(const QString& text, const QColor& colour) {
+  return QStringLiteral("<span style='color:%1'>%2</span>").arg(colour.name(), text.toHtmlEscaped());
+}
+
 bool HasChineseFont() {
   return !QFontDatabase().families(QFontDatabase::SimplifiedChinese).isEmpty();
 }

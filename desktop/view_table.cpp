@@ -201,11 +201,6 @@ QVariant ViewTable::headerData(int section, Qt::Orientation orientation, int rol
   }
 }
 
-Qt::ItemFlags ViewTable::flags(const QModelIndex& index) const {
-  return QAbstractTableModel::flags(index) |
-         (index.isValid() ? Qt::ItemIsDragEnabled : Qt::ItemIsDropEnabled);
-}
-
 int CellPainter::WidthFor(const QFontMetrics& metrics, const QString& text) {
   return metrics.horizontalAdvance(text) + 2 * kPadding + kMark + 2;
 }

@@ -63,7 +63,10 @@ class ViewTable final : public QAbstractTableModel {
   [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
   [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
   /// Rows may be dragged between others, where the view lets them.
-  [[nodiscard]] Qt::ItemFlags flags(const QModelIndex& index) const override;
+  [[nodiscard]] Qt::ItemFlags flags(const QModelIndex& index) const override {
+    return QAbstractTableModel::flags(index) |
+           (index.isValid() ? Qt::ItemIsDragEnabled : Qt::ItemIsDropEnabled);
+  }
   [[nodiscard]] Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
 
   /// The column that the list is ordered by gets a mark in its title; -1: none.

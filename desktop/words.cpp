@@ -1,5 +1,7 @@
 #include "desktop/words.h"
 
+#include <algorithm>
+
 #include "cli/commands/server_examination.h"
 
 namespace desktop {
@@ -68,12 +70,8 @@ QString Explained(const std::string& text) {
 }  // namespace
 
 QString NameOf(const cli::Choice& choice) {
-  for (const Translation& word : kChoiceWords) {
-    if (word.of == choice.help) {
-      return Word(word.english, word.chinese);
-    }
-  }
-  return TitleOf(choice.name);
+  const auto* const word = std::ranges::find(kChoiceWords, choice.help, &Translation::of);
+  return word == std::end(kChoiceWords) ? TitleOf(choice.name) : Word(word->english, word->chinese);
 }
 
 QString StateText(const cli::FeedReport& report) {

@@ -29,11 +29,6 @@ SessionChart::SessionChart() : Chart(kCharacters), plot_(AddPlot(1, true)) {
   plot_.ShowScale(QwtPlot::xBottom, [this](double place) { return axis_.LabelOf(place); });
 }
 
-QPointF SessionChart::PlaceOf(std::size_t point) const {
-  return {static_cast<double>(picture_.curves.front().points[point].minute),
-          plot_.axisInterval(QwtPlot::yLeft).minValue()};
-}
-
 void SessionChart::DrawPoints() {
   cli::Range range;
   for (const cli::Curve& curve : picture_.curves) {

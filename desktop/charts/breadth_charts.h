@@ -22,7 +22,10 @@ class SessionChart final : public Chart {
   [[nodiscard]] std::size_t Points() const override {
     return picture_.curves.empty() ? 0 : picture_.curves.front().points.size();
   }
-  [[nodiscard]] QPointF PlaceOf(std::size_t point) const override;
+  [[nodiscard]] QPointF PlaceOf(std::size_t point) const override {
+    return {static_cast<double>(picture_.curves.front().points[point].minute),
+            plot_.axisInterval(QwtPlot::yLeft).minValue()};
+  }
   void DrawPoints() override;
   void ShowFigures() override;
 

@@ -85,14 +85,10 @@ void Chart::Show(const std::vector<Figure>& figures, const QString& more) {
   QString coloured = QStringLiteral("<p style='white-space:pre-wrap'>");
   for (const Figure& figure : figures) {
     plain += figure.text;
-    coloured += QStringLiteral("<span style='color:%1'>%2</span>")
-                    .arg(figure.colour.name(), figure.text.toHtmlEscaped());
+    coloured += Coloured(figure.text, figure.colour);
   }
   figures_.setText(coloured);
-  const QString description = plain.simplified() + more;
-  if (description != accessibleDescription()) {
-    setAccessibleDescription(description);
-  }
+  setAccessibleDescription(plain.simplified() + more);
 }
 
 void Chart::Redraw() {

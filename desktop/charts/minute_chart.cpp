@@ -83,14 +83,11 @@ void MinuteChart::SetLine(const StockMLineData& line, bool average) {
 }
 
 void MinuteChart::SetEvents(const std::list<StockUnusualEventItem>& events) {
-  if (events != events_) {
-    events_ = events;
-    texts_.clear();
-    for (const StockUnusualEventItem& event : events) {
-      texts_[ClockOf(event.time)] << Shown(event.content);
-    }
-    Redraw();
+  QMap<int, QStringList> texts;
+  for (const StockUnusualEventItem& event : events) {
+    texts[ClockOf(event.time)] << Shown(event.content);
   }
+  Take(events_, texts);
 }
 
 void MinuteChart::DrawPoints() {
@@ -178,7 +175,7 @@ void MinuteChart::DrawEvents() {
 
 QString MinuteChart::EventsAt(const Minute& minute) const {
   const bool is_last_day = minute.date == minutes_.back().date;
-  return is_last_day ? texts_.value(minute.point.time).join(QStringLiteral(", ")) : QString();
+  return is_last_day ? events_.value(minute.point.time).join(QStringLiteral(", ")) : QString();
 }
 
 void MinuteChart::ShowFigures() {

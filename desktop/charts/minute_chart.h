@@ -45,8 +45,7 @@ class MinuteChart final : public Chart {
   ChartPlot& volumes_;
   StockMLineData line_;
   bool average_ = true;
-  std::list<StockUnusualEventItem> events_;
-  QMap<int, QStringList> texts_;  // of the events, by their minutes
+  QMap<int, QStringList> events_;  // what they say, by their minutes
   SessionAxis axis_;
   std::vector<Minute> minutes_;  // those that have a price
 };
