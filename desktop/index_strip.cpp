@@ -38,7 +38,6 @@ IndexStrip::IndexStrip(Desk& desk)
   AddTools().setSpacing(kGap);
   figures_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   figures_->setTextFormat(Qt::RichText);
-  figures_->setForegroundRole(QPalette::PlaceholderText);
   caption_->setTextFormat(Qt::PlainText);
   caption_->setForegroundRole(QPalette::Link);
   caption_->setFont(FigureFont(1, true));
@@ -47,7 +46,6 @@ IndexStrip::IndexStrip(Desk& desk)
     this->desk().Select(cli::SecurityOf(index.code, index.name));
   });
   connect(&desk, &Desk::ticked, this, [this] {
-    clock_->setText(Text(cli::DateAndTime(common::GetCurrentServerTime())));
     if (seen()) {
       Draw();
     }
@@ -63,6 +61,7 @@ QString IndexStrip::Note() const {
 
 // As many indices as have room; each is a link that selects it.
 void IndexStrip::Draw() {
+  clock_->setText(Text(cli::DateAndTime(common::GetCurrentServerTime())));
   caption_->setText(Note());
   caption_->setAccessibleName(Note());
   QStringList links;
@@ -83,13 +82,13 @@ void IndexStrip::Draw() {
     links << QStringLiteral("<a href='%1' style='text-decoration:none'>%2</a>").arg(i).arg(words);
   }
   figures_->setAccessibleDescription(plain);
-  for (bool fits = false; !fits && !links.isEmpty();) {
+  bool fits = false;
+  for (; !fits && !links.isEmpty(); links.removeLast()) {
     figures_->setText(links.join(QStringLiteral("&nbsp; ")));
     fits = figures_->sizeHint().width() <= figures_->width();
-    links.removeLast();
   }
-  if (newest == nullptr) {
-    figures_->setText(StateText(Report()));
+  if (!fits) {
+    figures_->setText(Coloured(StateText(Report()), CurrentTheme().dim));
   }
 }
 

@@ -43,6 +43,7 @@ Pane::Pane(Desk& desk, QString id)
   reason_->setForegroundRole(QPalette::PlaceholderText);
   stack_->addWidget(reason_);
   state_->setFont(FigureFont(kSmall));
+  state_->setTextFormat(Qt::RichText);
   state_->setIndent(kMargin);
   state_->setFixedHeight(kStateHeight);
   state_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);

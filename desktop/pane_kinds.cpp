@@ -138,18 +138,23 @@ MadePane MakeRanking(Desk& desk, const QString& id) {
   return MakeList<cli::StockRankingView>(desk, id, kPlain, choice, kRankedRows, kFiveMinutes);
 }
 
+cli::Found Nothing(const std::string& why) {
+  cli::Found nothing;
+  nothing.why_empty = why;
+  return nothing;
+}
+
 cli::Found PlatesOf(const cli::Security& security) {
-  return security.code.empty() ? cli::Found{.why_empty = cli::kNothingSelected}
+  return security.code.empty() ? Nothing(cli::kNothingSelected)
          : security.type != stock::kSymbolStock
-             ? cli::Found{.why_empty = "only stocks belong to plates"}
+             ? Nothing("only stocks belong to plates")
              : cli::FindPlatesOf(*GetStockCommon(), cli::Utf8(security.code));
 }
 
 // Looked up in the lists of securities, once they are there.
 MadePane MakeFound(Desk& desk, const QString& id, const char* title, cli::FoundView::Find find) {
   return MakeList<cli::FoundView>(desk, id, kPlain, title, [&desk, find](const cli::Security& security) {
-    return desk.lists() == nullptr ? cli::Found{.why_empty = desk.why_no_lists().toStdString()}
-                                   : find(security);
+    return desk.lists() == nullptr ? Nothing(desk.why_no_lists().toStdString()) : find(security);
   });
 }
 
