@@ -4,32 +4,17 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QEvent>
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QTimer>
 #include <exception>
 #include <utility>
 
 namespace desktop {
-namespace {
-
-const auto kWork = static_cast<QEvent::Type>(QEvent::registerEventType());
-
-class WorkEvent final : public QEvent {
- public:
-  explicit WorkEvent(std::function<void()> work) : QEvent(kWork), work_(std::move(work)) {}
-  void Run() const { work_(); }
-
- private:
-  const std::function<void()> work_;
-};
-
-}  // namespace
 
 void UiThread::Post(std::function<void()> work) {
-  QCoreApplication::postEvent(this, new WorkEvent(std::move(work)));
+  QMetaObject::invokeMethod(
+      this, [this, work = std::move(work)] { Do(work); }, Qt::QueuedConnection);
 }
 
 void UiThread::After(std::chrono::milliseconds delay, std::function<void()> work) {
@@ -57,25 +42,15 @@ void UiThread::TakeSignals() {
   });
 }
 
-bool UiThread::event(QEvent* event) {
-  if (event->type() != kWork) {
-    return QObject::event(event);
-  }
+void UiThread::Do(const std::function<void()>& work) {
   QElapsedTimer timer;
   timer.start();
   try {
-    static_cast<const WorkEvent*>(event)->Run();
+    work();
   } catch (const std::exception& error) {
     Q_EMIT failed(QString::fromUtf8(error.what()));
   }
   Q_EMIT worked(timer.nsecsElapsed());
-  return true;
 }
-
-LiveView::LiveView(std::unique_ptr<cli::View> view) : view_(std::move(view)) {
-  view_->OnArrivals([this] { Q_EMIT arrived(); });
-}
-
-LiveView::~LiveView() = default;
 
 }  // namespace desktop

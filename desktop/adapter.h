@@ -1,14 +1,11 @@
-// The bridge between the module's views and Qt, and the only file that knows both threads: what services say
-// on threads of their own is carried out in Qt's event loop, in its order, and comes out as signals.
+// The bridge between the module's services and Qt, and the only file that knows both threads: what services
+// say on threads of their own is carried out in Qt's event loop, in its order. Views say there that their
+// data are others.
 #pragma once
 
 #include <QtCore/QObject>
-#include <chrono>
-#include <functional>
-#include <memory>
 
 #include "cli/run/main_loop.h"
-#include "cli/views/view.h"
 
 namespace desktop {
 
@@ -17,8 +14,6 @@ class UiThread final : public QObject, public cli::Schedule {
   Q_OBJECT
 
  public:
-  UiThread() = default;
-
   /// Work that is left when the event loop ends is not done.
   void Post(std::function<void()> work) override;
   void After(std::chrono::milliseconds delay, std::function<void()> work) override;
@@ -34,24 +29,7 @@ class UiThread final : public QObject, public cli::Schedule {
   void failed(const QString& text);
 
  private:
-  bool event(QEvent* event) override;
-};
-
-/// A view that says by a signal that its data are others.
-class LiveView final : public QObject {
-  Q_OBJECT
-
- public:
-  explicit LiveView(std::unique_ptr<cli::View> view);
-  ~LiveView() override;
-
-  [[nodiscard]] cli::View& view() const { return *view_; }
-
- Q_SIGNALS:
-  void arrived();
-
- private:
-  const std::unique_ptr<cli::View> view_;
+  void Do(const std::function<void()>& work);
 };
 
 }  // namespace desktop

@@ -1,8 +1,5 @@
 #include "desktop/desk.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QEvent>
-#include <QtCore/QStandardPaths>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -75,10 +72,6 @@ Desk::Desk(const Options& options)
   QCoreApplication::instance()->installEventFilter(this);
 }
 
-Desk::~Desk() {
-  selection_.reset();
-}
-
 void Desk::LoadReference() {
   IStockCommon& reference = cli::Made(GetStockCommon(), "stock_common");
   cli::LoadReferenceData(thread_, reference, cli::Needs::kLists, [this, &reference](bool loaded) {
@@ -94,7 +87,7 @@ void Desk::LoadReference() {
       try {
         selection_->Select(cli::FindSecurity(reference, options_.symbol));
       } catch (const std::exception& wrong) {
-        Tell(Text(cli::Printable(std::string(wrong.what()))));
+        Tell(cli::Printable(std::string(wrong.what())));
       }
     }
     selection_->OnReferenceData();
@@ -104,7 +97,7 @@ void Desk::LoadReference() {
   });
 }
 
-void Desk::StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list) {
+void Desk::StepThrough(const QObject* pane, std::function<std::vector<BaseInfoItem>()> list) {
   steps_in_ = pane;
   steps_ = std::move(list);
   if (current_.code.empty()) {
@@ -112,11 +105,15 @@ void Desk::StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>
   }
 }
 
+const Pane* Desk::Unsettled() const {
+  const auto found =
+      std::ranges::find_if(panes_, [](const Pane* pane) { return pane->seen() && !pane->IsSettled(); });
+  return found == panes_.end() ? nullptr : *found;
+}
+
 // Where no list in sight has selected its first row it is the first stock of all.
 void Desk::SelectSomething() {
-  const bool waiting = std::any_of(panes_.begin(), panes_.end(),
-                                   [](const Pane* pane) { return pane->seen() && !pane->IsSettled(); });
-  if (lists_ != nullptr && current_.code.empty() && !waiting) {
+  if (lists_ != nullptr && current_.code.empty() && Unsettled() == nullptr) {
     const std::vector<BaseInfoItem> stocks = cli::Made(GetStockCommon(), "stock_common").GetStockList(1);
     if (!stocks.empty()) {
       Select(cli::SecurityOf(stocks.front().code, stocks.front().name));
@@ -124,41 +121,26 @@ void Desk::SelectSomething() {
   }
 }
 
-void Desk::Unregister(Pane& pane) {
-  std::erase(panes_, &pane);
-  if (steps_in_ == &pane) {
-    steps_in_ = nullptr;
-    steps_ = {};
-  }
-}
-
 void Desk::Step(int direction) {
-  if (steps_) {
+  if (steps_in_ != nullptr) {
     selection_->StepThrough(steps_());
   }
-  if (direction > 0) {
-    selection_->Next();
-  } else {
-    selection_->Previous();
-  }
+  direction > 0 ? selection_->Next() : selection_->Previous();
 }
 
+// A window was minimised or shown again.
 bool Desk::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::WindowStateChange) {
-    OnWindowState();
+    for (Pane* const pane : panes_) {
+      pane->UpdateSeen();
+    }
   }
   return QObject::eventFilter(watched, event);
 }
 
-void Desk::OnWindowState() {
+void Desk::Refresh(bool at_interval) {
   for (Pane* const pane : panes_) {
-    pane->UpdateSeen();
-  }
-}
-
-void Desk::RefreshAll() {
-  for (Pane* const pane : panes_) {
-    pane->Refresh(false);
+    pane->Refresh(at_interval);
   }
 }
 
@@ -170,9 +152,7 @@ void Desk::OnInterval() {
   if (std::exchange(asks_once_more_, is_new) || is_new) {
     RefreshAll();
   } else if (!cli::IsClosed(now)) {
-    for (Pane* const pane : panes_) {
-      pane->Refresh(true);
-    }
+    Refresh(true);
   }
 }
 
@@ -185,45 +165,41 @@ void Desk::ChooseTheme(bool is_dark, bool green_up) {
 
 Desk::Verdict Desk::Doctor() const {
   Verdict verdict;
-  int wrong = 0;
-  QString worst;
+  QStringList wrong;
   for (const stock_host::Finding& finding : findings_) {
     // A market of our own, or a record, needs neither.
     if (!session_->badge().empty() && (finding.subject == "key" || finding.subject == "server address")) {
       continue;
     }
     const bool good = finding.state == stock_host::Finding::State::kGood;
-    verdict.details +=
-        (good ? QStringLiteral("ok  ") : QStringLiteral("!  ")) +
-        Text(cli::Printable(finding.subject + ": " + finding.text)) +
-        (finding.advice.empty() ? QString() : QStringLiteral(". ") + Text(cli::Printable(finding.advice))) +
-        QLatin1Char('\n');
+    const std::string text = finding.subject + ": " + finding.text;
+    const std::string advice = finding.advice.empty() ? "" : ". " + finding.advice;
     if (!good) {
-      ++wrong;
-      worst = worst.isEmpty() ? Text(cli::Printable(finding.subject + ": " + finding.text)) : worst;
+      wrong << Text(cli::Printable(text));
     }
+    verdict.details += (good ? QStringLiteral("ok  ") : QStringLiteral("!  ")) +
+                       Text(cli::Printable(text + advice)) + QLatin1Char('\n');
   }
+  const auto add = [&](const QString& text) {
+    wrong.prepend(text);
+    verdict.details += text + QLatin1Char('\n');
+  };
   const stock_host::ServerClockState clock = stock_host::ReadServerClock();
   if (session_->badge().empty() && clock.known && std::abs(clock.ahead) > kClockTolerance) {
-    ++wrong;
-    worst = Word("this machine's clock is wrong by %1", "本机时钟误差 %1")
-                .arg(Text(cli::Span(static_cast<std::int64_t>(std::abs(clock.ahead)))));
-    verdict.details += worst + QLatin1Char('\n');
+    add(Word("this machine's clock is wrong by %1", "本机时钟误差 %1")
+            .arg(Text(cli::Span(static_cast<std::int64_t>(std::abs(clock.ahead))))));
   }
   if (stock_host::ConnectionState() == stock_host::Connection::kFailing) {
-    ++wrong;
-    worst = Text(cli::NotLoadedReason(session_->warnings()));
-    verdict.details += worst + QLatin1Char('\n');
+    add(Text(cli::NotLoadedReason(session_->warnings())));
   }
   if (!HasChineseFont()) {
-    ++wrong;
-    worst = Word("no font for Chinese; Debian: fonts-wqy-microhei", "缺少中文字体：fonts-wqy-microhei");
-    verdict.details += worst + QLatin1Char('\n');
+    add(Word("no font for Chinese; Debian: fonts-wqy-microhei", "缺少中文字体：fonts-wqy-microhei"));
   }
-  verdict.good = wrong == 0;
-  verdict.text = verdict.good ? Word("all well", "一切正常")
-                 : wrong == 1 ? worst
-                              : Word("%1 things are wrong: %2", "%1 项异常：%2").arg(wrong).arg(worst);
+  verdict.good = wrong.isEmpty();
+  verdict.text = wrong.isEmpty()     ? Word("all well", "一切正常")
+                 : wrong.size() == 1 ? wrong.front()
+                                     : Word("%1 things are wrong: %2", "%1 项异常：%2")
+                                           .arg(QString::number(wrong.size()), wrong.front());
   return verdict;
 }
 

@@ -2,12 +2,9 @@
 // panes that are open, which it asks to look at the clock. Main thread only.
 #pragma once
 
-#include <QtCore/QObject>
-#include <QtCore/QSettings>
-#include <QtCore/QTimer>
+#include <QtCore/QtCore>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,7 +25,6 @@ class Desk final : public QObject {
  public:
   /// Starts the session. Throws std::runtime_error with a text for a person.
   explicit Desk(const Options& options);
-  ~Desk() override;
 
   [[nodiscard]] const Options& options() const { return options_; }
   [[nodiscard]] UiThread& thread() { return thread_; }
@@ -45,20 +41,21 @@ class Desk final : public QObject {
   [[nodiscard]] const cli::Security& current() const { return current_; }
   void Select(const cli::Security& security) { selection_->Select(security); }
   /// Page Up and Page Down step through what `list` gives from now on, for as long as `pane` lives.
-  void StepThrough(const Pane* pane, std::function<std::vector<BaseInfoItem>()> list);
+  void StepThrough(const QObject* pane, std::function<std::vector<BaseInfoItem>()> list);
   void Step(int direction);
   /// The first row of a list that is shown, for what has nothing to show else.
   void Suggest(const cli::Security& security) { Q_EMIT suggested(security); }
   /// Says something in the status bars.
   void Tell(const QString& text) { Q_EMIT told(text); }
+  void Tell(const std::string& utf8) { Q_EMIT told(QString::fromStdString(utf8)); }
 
   void Register(Pane& pane) { panes_.push_back(&pane); }
-  void Unregister(Pane& pane);
+  void Unregister(Pane& pane) { std::erase(panes_, &pane); }
   [[nodiscard]] const std::vector<Pane*>& panes() const { return panes_; }
-  /// A window was minimised or shown again.
-  void OnWindowState();
+  /// One in sight that still waits for figures; null: there is none.
+  [[nodiscard]] const Pane* Unsettled() const;
   /// Asks for everything that is in sight now.
-  void RefreshAll();
+  void RefreshAll() { Refresh(false); }
 
   /// Colours as chosen, kept for the next time.
   void ChooseTheme(bool is_dark, bool green_up);
@@ -84,6 +81,7 @@ class Desk final : public QObject {
   void LoadReference();
   void SelectSomething();
   void OnInterval();
+  void Refresh(bool at_interval);
 
   const Options options_;
   UiThread thread_;
@@ -91,13 +89,13 @@ class Desk final : public QObject {
   std::unique_ptr<cli::Session> session_;
   cli::ViewContext context_;
   cli::WatchListEdits edits_{"Ctrl+Z"};
+  cli::Security current_;
   std::unique_ptr<cli::Selection> selection_;
   std::unique_ptr<cli::SecurityLists> lists_;
   QString why_no_lists_;
   bool is_loading_ = true;
-  cli::Security current_;
   std::vector<Pane*> panes_;
-  const Pane* steps_in_ = nullptr;
+  QPointer<const QObject> steps_in_;
   std::function<std::vector<BaseInfoItem>()> steps_;
   std::vector<stock_host::Finding> findings_;
   QTimer ticks_;

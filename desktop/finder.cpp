@@ -1,9 +1,5 @@
 #include "desktop/finder.h"
 
-#include <QtGui/QKeyEvent>
-#include <QtWidgets/QVBoxLayout>
-#include <algorithm>
-
 #include "desktop/words.h"
 
 namespace desktop {
@@ -31,6 +27,7 @@ Finder::Finder(Desk& desk, QWidget* window)
   list_->setFocusPolicy(Qt::NoFocus);
   line_->installEventFilter(this);
   connect(line_, &QLineEdit::textChanged, this, &Finder::Look);
+  connect(line_, &QLineEdit::returnPressed, this, &Finder::Choose);
   connect(list_, &QListWidget::itemClicked, this, &Finder::Choose);
   hide();
 }
@@ -64,36 +61,21 @@ void Finder::Look() {
 }
 
 void Finder::Choose() {
-  const int row = list_->currentRow();
-  if (row >= 0 && static_cast<std::size_t>(row) < matches_.size()) {
-    desk_.Select(matches_[static_cast<std::size_t>(row)]);
+  if (list_->currentRow() >= 0) {
+    desk_.Select(matches_[static_cast<std::size_t>(list_->currentRow())]);
     hide();
   }
 }
 
 bool Finder::eventFilter(QObject* watched, QEvent* event) {
-  if (event->type() == QEvent::KeyPress) {
-    switch (static_cast<QKeyEvent&>(*event).key()) {
-      case Qt::Key_Escape:
-        hide();
-        return true;
-      case Qt::Key_Return:
-      case Qt::Key_Enter:
-        Choose();
-        return true;
-      case Qt::Key_Up:
-        list_->setCurrentRow(std::max(list_->currentRow() - 1, 0));
-        return true;
-      case Qt::Key_Down:
-        list_->setCurrentRow(std::min(list_->currentRow() + 1, list_->count() - 1));
-        return true;
-      default:
-        break;
-    }
-  } else if (event->type() == QEvent::FocusOut) {
+  const int key = event->type() == QEvent::KeyPress ? static_cast<QKeyEvent&>(*event).key() : 0;
+  if (key == Qt::Key_Up || key == Qt::Key_Down) {
+    return QCoreApplication::sendEvent(list_, event);
+  }
+  if (key == Qt::Key_Escape || event->type() == QEvent::FocusOut) {
     hide();
   }
-  return QFrame::eventFilter(watched, event);
+  return key == Qt::Key_Escape || QFrame::eventFilter(watched, event);
 }
 
 }  // namespace desktop

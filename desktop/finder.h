@@ -2,10 +2,7 @@
 // thread only.
 #pragma once
 
-#include <QtWidgets/QFrame>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QListWidget>
+#include <QtWidgets/QtWidgets>
 #include <vector>
 
 #include "desktop/desk.h"

@@ -1,10 +1,5 @@
 #include "desktop/list_pane.h"
 
-#include <QtGui/QContextMenuEvent>
-#include <QtGui/QDropEvent>
-#include <QtWidgets/QHeaderView>
-#include <QtWidgets/QMenu>
-#include <QtWidgets/QScrollBar>
 #include <algorithm>
 #include <chrono>
 #include <limits>
@@ -26,24 +21,6 @@ constexpr std::string_view kRowNumber = "row";
 
 const QString kHeaderKey = QStringLiteral("/header");
 
-// Arrow keys select as they go. A row that becomes the current one otherwise, because the list gets the focus
-// or loses rows, is nobody's choice.
-class Rows final : public QTableView {
- public:
-  explicit Rows(std::function<void(int row)> moved) : moved_(std::move(moved)) {}
-
- private:
-  void keyPressEvent(QKeyEvent* event) override {
-    const QModelIndex before = currentIndex();
-    QTableView::keyPressEvent(event);
-    if (currentIndex().isValid() && currentIndex() != before) {
-      moved_(currentIndex().row());
-    }
-  }
-
-  const std::function<void(int row)> moved_;
-};
-
 }  // namespace
 
 ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> shown, ListTraits traits)
@@ -51,7 +28,7 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
       traits_(traits),
       pages_(dynamic_cast<cli::PagedList*>(shown.get())),
       table_(new ViewTable(this)),
-      list_(new Rows([this](int row) { OnRow(row); })),
+      list_(new QTableView),
       painter_(new CellPainter(this)) {
   Add(std::move(shown));
   for (const cli::Knob knob : {cli::Knob::kGroup, cli::Knob::kSpan}) {
@@ -59,6 +36,21 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
       AddKnob(knob);
     }
   }
+  SetUpList();
+  SetUpHeader();
+  SetBody(list_);
+  sight_.setSingleShot(true);
+  sight_.setInterval(kScrollRest);
+  connect(&sight_, &QTimer::timeout, this, &ListPane::AskForSight);
+  connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
+  connect(&desk, &Desk::suggested, this, [this](const cli::Security& security) {
+    if (!view().WhyNothingToAsk().empty() && pinned().code.empty()) {
+      view().Select(security);
+    }
+  });
+}
+
+void ListPane::SetUpList() {
   list_->setModel(table_);
   list_->setItemDelegate(painter_);
   list_->setShowGrid(false);
@@ -72,49 +64,42 @@ ListPane::ListPane(Desk& desk, const QString& id, std::unique_ptr<cli::View> sho
   list_->verticalHeader()->hide();
   list_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   list_->verticalHeader()->setDefaultSectionSize(list_->fontMetrics().height() + kRowPadding);
-  list_->setMinimumHeight(0);
-  SetUpHeader();
   if (traits_.is_watch_list) {
-    table_->SetDraggable(true);
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
     list_->setSelectionBehavior(QAbstractItemView::SelectRows);
     list_->setDragDropMode(QAbstractItemView::InternalMove);
-    list_->setDropIndicatorShown(true);
   }
   list_->viewport()->installEventFilter(this);
   list_->installEventFilter(this);
-  SetBody(list_);
-  sight_.setSingleShot(true);
-  sight_.setInterval(kScrollRest);
-  connect(&sight_, &QTimer::timeout, this, &ListPane::AskForSight);
   connect(list_->verticalScrollBar(), &QScrollBar::valueChanged, &sight_, qOverload<>(&QTimer::start));
   connect(list_->verticalScrollBar(), &QScrollBar::rangeChanged, &sight_, qOverload<>(&QTimer::start));
   connect(list_, &QTableView::clicked, this, [this](const QModelIndex& index) { OnRow(index.row()); });
   connect(list_, &QTableView::customContextMenuRequested, this, &ListPane::OnMenu);
-  connect(table_, &QAbstractItemModel::modelReset, this, [this] { was_reset_ = true; });
-  connect(&desk, &Desk::listsLoaded, this, [this] { Refresh(false); });
-  connect(&desk, &Desk::suggested, this, [this](const cli::Security& security) {
-    if (!view().WhyNothingToAsk().empty() && pinned().code.empty()) {
-      view().Select(security);
-    }
-  });
 }
-
-// --- Columns
 
 void ListPane::SetUpHeader() {
   QHeaderView* const header = list_->horizontalHeader();
   header->setSectionsMovable(true);
-  header->setSectionsClickable(true);
   header->setHighlightSections(false);
   header->setMinimumSectionSize(24);
-  header->setStretchLastSection(false);
   header->setContextMenuPolicy(Qt::CustomContextMenu);
   const auto arranged = [this] { is_arranged_ = is_arranged_ || !is_fitting_; };
   connect(header, &QHeaderView::sectionMoved, this, arranged);
   connect(header, &QHeaderView::sectionResized, this, arranged);
   connect(header, &QHeaderView::sectionClicked, this, &ListPane::OnHeader);
   connect(header, &QHeaderView::customContextMenuRequested, this, &ListPane::OnHeaderMenu);
+  connect(table_, &QAbstractItemModel::modelReset, this, &ListPane::RestoreColumns);
+}
+
+// The columns are others than before.
+void ListPane::RestoreColumns() {
+  {
+    const QSignalBlocker quiet(list_->horizontalHeader());
+    const QByteArray kept = desk().settings().value(id() + kHeaderKey).toByteArray();
+    is_arranged_ = list_->horizontalHeader()->restoreState(kept);
+  }
+  ShowOrder();
+  FitColumns();
 }
 
 // Until the user has arranged them: each column as wide as its figures, the less important ones left out
@@ -147,7 +132,7 @@ void ListPane::FitColumns() {
   }
   std::stable_sort(columns.begin(), columns.end(),
                    [](const Wanted& a, const Wanted& b) { return a.rank < b.rank; });
-  int room = list_->viewport()->width();
+  const int room = list_->viewport()->width();
   int used = 0;
   int shown = 0;
   for (const Wanted& one : columns) {
@@ -156,7 +141,7 @@ void ListPane::FitColumns() {
     used += fits ? one.width : 0;
     shown += fits ? 1 : 0;
   }
-  const int more = shown == 0 ? 0 : std::clamp((room - used) / shown, 0, kMostMore);
+  const int more = std::clamp((room - used) / std::max(shown, 1), 0, kMostMore);
   for (const Wanted& one : columns) {
     if (!list_->isColumnHidden(one.column)) {
       // A text may be cut, a figure not.
@@ -191,25 +176,20 @@ void ListPane::OnHeader(int section) {
   if (!column) {
     return;
   }
-  const auto number = cli::NumberOf(column->choices, table_->ColumnName(section));
-  const int direction = view().SettingOf(cli::Knob::kDirection)->number;
+  const auto number = cli::NumberOf(column->choices, table_->column(section).name);
   if (!number) {
     desk().Tell(Word("The server does not sort by this column", "服务器不支持按此列排序"));
-  } else if (*number != column->number) {
-    if (direction == cli::kAscending) {
-      view().Set(cli::Knob::kDirection, cli::kDescending);
-    }
-    view().Set(cli::Knob::kColumn, *number);
-  } else if (traits_.is_watch_list && direction == cli::kAscending) {
-    view().Set(cli::Knob::kDirection, cli::kDescending);
-    view().Set(cli::Knob::kColumn, 0);
-  } else {
+    return;
+  }
+  const bool is_same = *number == column->number;
+  const bool is_ascending = view().SettingOf(cli::Knob::kDirection)->number == cli::kAscending;
+  if (is_same && !(traits_.is_watch_list && is_ascending)) {
     view().Turn(cli::Knob::kDirection, 1);
+  } else {
+    view().Set(cli::Knob::kDirection, cli::kDescending);
+    view().Set(cli::Knob::kColumn, is_same ? 0 : *number);
   }
-  if (number) {
-    OnTurned();
-  }
-  ShowOrder();
+  OnTurned();
 }
 
 void ListPane::OnHeaderMenu(const QPoint& at) {
@@ -232,58 +212,40 @@ void ListPane::OnHeaderMenu(const QPoint& at) {
   menu.exec(list_->horizontalHeader()->mapToGlobal(at));
 }
 
-// --- Rows
-
 void ListPane::Draw() {
+  sight_.start();
   ViewTable::Place place;
   if (pages_ != nullptr) {
-    place.first = pages_->first_row();
-    place.total = pages_->total();
-    place.names = [this] { return pages_->WholeList(); };
+    place = {pages_->first_row(), pages_->total(), [this] { return pages_->WholeList(); }};
   }
   cli::Table rows = view().AsTable();
   if (rows.columns().empty()) {
     return;
   }
+  const bool was_empty = table_->size() == 0;
   table_->Show(std::move(rows), view().RowKeys(), view().Securities(), std::move(place));
-  if (std::exchange(was_reset_, false)) {
-    const QSignalBlocker quiet(list_->horizontalHeader());
-    is_arranged_ =
-        list_->horizontalHeader()->restoreState(desk().settings().value(id() + kHeaderKey).toByteArray());
-    list_->horizontalHeader()->setSortIndicatorShown(false);
-    is_fitting_ = false;
-    ShowOrder();
-    has_widths_ = false;
-  }
-  if (!has_widths_ && table_->size() > 0) {
-    has_widths_ = true;
+  if (was_empty) {
     FitColumns();
   }
   MarkCurrent(false);
-  if (seen() && traits_.steps && pinned().code.empty()) {
+  if (traits_.steps && pinned().code.empty()) {
     StepHere();
   }
-  if (const auto first = table_->SecurityAt(0); seen() && first) {
+  if (const auto first = table_->SecurityAt(0)) {
     desk().Suggest(*first);
   }
-  sight_.start();
 }
 
 void ListPane::StepHere() {
   desk().StepThrough(this, [this] {
-    if (pages_ != nullptr) {
-      return pages_->WholeList();
-    }
     std::vector<BaseInfoItem> list;
-    for (const cli::Security& security : view().Securities()) {
-      list.push_back({security.code, security.name, L"", 0});
+    for (int row = 0; row < table_->rowCount(); ++row) {
+      if (const auto security = table_->SecurityAt(row)) {
+        list.push_back({security->code, security->name, L"", 0});
+      }
     }
     return list;
   });
-}
-
-bool ListPane::HasPicture() const {
-  return table_->rowCount() > 0 && view().WhyEmpty().empty() && view().WhyNothingToAsk().empty();
 }
 
 bool ListPane::IsSettled() const {
@@ -302,10 +264,6 @@ void ListPane::OnTurned() {
   list_->scrollToTop();
   ShowOrder();
   ShowState();
-}
-
-void ListPane::OnSeen() {
-  sight_.start();
 }
 
 void ListPane::OnSecurity(const cli::Security& security) {
@@ -329,40 +287,34 @@ void ListPane::MarkCurrent(bool in_sight) {
     const QSignalBlocker quiet(list_->selectionModel());
     list_->setCurrentIndex(table_->index(row, 0));
   }
-  const bool chosen_here = list_->hasFocus() && !in_sight;
-  if (in_sight && !chosen_here) {
+  if (in_sight) {
     list_->scrollTo(table_->index(row, std::max(0, list_->horizontalHeader()->logicalIndexAt(0))));
   }
 }
 
 void ListPane::OnRow(int row) {
   const auto security = table_->SecurityAt(row);
-  if (!security || security->code.empty()) {
+  if (!security || security->code == desk().current().code) {
     return;
   }
-  if (security->code != desk().current().code) {
-    if (traits_.steps) {
-      StepHere();
-    }
-    desk().Select(*security);
+  if (traits_.steps) {
+    StepHere();
   }
+  desk().Select(*security);
 }
 
 void ListPane::OnMenu(const QPoint& at) {
   const auto security = table_->SecurityAt(list_->rowAt(at.y()));
-  if (!security || security->code.empty()) {
+  if (!security) {
     return;
   }
   QMenu menu;
-  const auto tell = [this](const std::string& text) { desk().Tell(Text(text)); };
   menu.addAction(Word("Add to the watch list", "加入自选"),
-                 [&] { tell(desk().watch_list().Add(*security)); });
+                 [&] { desk().Tell(desk().watch_list().Add(*security)); });
   menu.addAction(Word("Remove from the watch list", "移出自选"),
-                 [&] { tell(desk().watch_list().Remove(*security)); });
+                 [&] { desk().Tell(desk().watch_list().Remove(*security)); });
   menu.exec(list_->viewport()->mapToGlobal(at));
 }
-
-// --- Rows in sight
 
 void ListPane::AskForSight() {
   if (pages_ == nullptr || !seen()) {
@@ -371,43 +323,52 @@ void ListPane::AskForSight() {
   const int top = std::max(list_->rowAt(0), 0);
   const int shown =
       list_->viewport()->height() / std::max(list_->verticalHeader()->defaultSectionSize(), 1) + 1;
-  // There is no need to ask as long as what is here goes beyond what is seen.
   const auto held_first = static_cast<int>(table_->first());
   const auto held_end = held_first + static_cast<int>(table_->size());
   const int total = static_cast<int>(pages_->total().value_or(std::numeric_limits<int>::max()));
   const int first = std::max(top - shown, 0);
   const int end = std::min(top + 2 * shown, total);
-  const bool enough =
-      held_first <= top && held_end >= std::min(top + shown, total) && held_end - held_first <= 4 * shown;
-  const bool near_edge = (held_first > 0 && top - held_first < shown / 2) ||
-                         (held_end < total && held_end - (top + shown) < shown / 2);
-  if (end > first && (!enough || near_edge || table_->size() == 0)) {
+  // There is no need to ask as long as what is here goes beyond what is seen.
+  const bool ends_above = held_first > 0 && top - held_first < shown / 2;
+  const bool ends_below = held_end < total && held_end - (top + shown) < shown / 2;
+  if (end > first && (ends_above || ends_below || held_end - held_first > 4 * shown)) {
     pages_->SetRange({static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(end)});
   }
 }
 
 bool ListPane::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == list_->viewport() && event->type() == QEvent::Resize) {
+  const bool in_rows = watched == list_->viewport();
+  if (in_rows && event->type() == QEvent::Resize) {
     FitColumns();
     sight_.start();
-  }
-  if (watched == list_->viewport() && event->type() == QEvent::MouseButtonPress) {
+  } else if (in_rows && event->type() == QEvent::MouseButtonPress) {
     pressed_ = table_->SecurityAt(list_->rowAt(static_cast<QMouseEvent&>(*event).pos().y()));
-  }
-  if (watched == list_->viewport() && event->type() == QEvent::Drop && traits_.is_watch_list) {
+  } else if (in_rows && event->type() == QEvent::Drop && traits_.is_watch_list) {
     const int to = list_->rowAt(static_cast<QDropEvent&>(*event).pos().y());
     OnDrop(to < 0 ? table_->rowCount() - 1 : to);
     event->accept();
     return true;
-  }
-  if (watched == list_ && event->type() == QEvent::KeyPress && traits_.is_watch_list &&
-      static_cast<QKeyEvent&>(*event).key() == Qt::Key_Delete) {
-    if (const auto security = table_->SecurityAt(list_->currentIndex().row())) {
-      desk().Tell(Text(desk().watch_list().Remove(*security)));
-    }
+  } else if (!in_rows && event->type() == QEvent::KeyPress) {
+    OnKey(static_cast<QKeyEvent&>(*event));
     return true;
   }
   return Pane::eventFilter(watched, event);
+}
+
+// Arrow keys select as they go. A row that becomes the current one otherwise, because the list gets the focus
+// or loses rows, is nobody's choice.
+void ListPane::OnKey(QKeyEvent& key) {
+  const QModelIndex before = list_->currentIndex();
+  if (traits_.is_watch_list && key.key() == Qt::Key_Delete) {
+    if (const auto security = table_->SecurityAt(before.row())) {
+      desk().Tell(desk().watch_list().Remove(*security));
+    }
+    return;
+  }
+  static_cast<QObject*>(list_)->event(&key);
+  if (list_->currentIndex() != before) {
+    OnRow(list_->currentIndex().row());
+  }
 }
 
 // Rows may have changed places since the drag began.
@@ -422,7 +383,7 @@ void ListPane::OnDrop(int to) {
                      "仅可在自选自身顺序下拖动：请先取消排序"));
     return;
   }
-  desk().Tell(Text(desk().watch_list().Move(*security, static_cast<std::size_t>(to))));
+  desk().Tell(desk().watch_list().Move(*security, static_cast<std::size_t>(to)));
 }
 
 }  // namespace desktop

@@ -3,10 +3,11 @@
 // a page around them are asked for. Main thread only.
 #pragma once
 
-#include <QtWidgets/QTableView>
+#include <QtWidgets/QtWidgets>
+#include <memory>
+#include <optional>
 
 #include "cli/views/list_views.h"
-#include "desktop/cell_painter.h"
 #include "desktop/pane.h"
 #include "desktop/view_table.h"
 
@@ -25,25 +26,28 @@ class ListPane final : public Pane {
   [[nodiscard]] ViewTable& table() { return *table_; }
   [[nodiscard]] QTableView& list() { return *list_; }
   void Save() override;
-  void TakeFocus() override { list_->setFocus(); }
   [[nodiscard]] bool IsSettled() const override;
 
  private:
   void Draw() override;
   void OnSecurity(const cli::Security& security) override;
   void OnTurned() override;
-  void OnSeen() override;
-  [[nodiscard]] bool HasPicture() const override;
+  [[nodiscard]] bool HasPicture() const override {
+    return table_->rowCount() > 0 && view().WhyEmpty().empty() && view().WhyNothingToAsk().empty();
+  }
   [[nodiscard]] QString Note() const override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
+  void SetUpList();
   void SetUpHeader();
+  void RestoreColumns();
   void FitColumns();
   void ShowOrder();
   void OnHeader(int column);
   void OnHeaderMenu(const QPoint& at);
   void OnMenu(const QPoint& at);
   void OnRow(int row);
+  void OnKey(QKeyEvent& key);
   void OnDrop(int to);
   void AskForSight();
   void MarkCurrent(bool in_sight);
@@ -58,8 +62,6 @@ class ListPane final : public Pane {
   std::optional<cli::Security> pressed_;  // in the row that the mouse was pressed in last
   bool is_arranged_ = false;              // the columns, by the user
   bool is_fitting_ = false;               // or by this pane, just now
-  bool has_widths_ = false;
-  bool was_reset_ = false;  // the model's columns are others: header and widths are set anew
 };
 
 }  // namespace desktop

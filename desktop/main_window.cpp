@@ -1,21 +1,11 @@
 #include "desktop/main_window.h"
 
-#include <QtGui/QKeyEvent>
-#include <QtWidgets/QActionGroup>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QMenu>
-#include <QtWidgets/QStatusBar>
-#include <QtWidgets/QToolBar>
-#include <QtWidgets/QToolButton>
-#include <QtWidgets/QVBoxLayout>
+#include <algorithm>
 
 #include "cli/format/chart_headings.h"
-#include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "desktop/theme.h"
 #include "desktop/words.h"
-#include "host/clock.h"
 
 namespace desktop {
 namespace {
@@ -28,6 +18,11 @@ const QString kGeometry = QStringLiteral("window/geometry");
 const QString kPage = QStringLiteral("window/page");
 const QString kWindows = QStringLiteral("windows");
 
+// What is kept of the windows, as an array of Qt's.
+QString KeyOfWindow(int number) {
+  return QStringLiteral("%1/%2/").arg(kWindows).arg(number);
+}
+
 QLabel* MadeLabel() {
   auto* const label = new QLabel;
   label->setTextFormat(Qt::PlainText);
@@ -35,16 +30,12 @@ QLabel* MadeLabel() {
   return label;
 }
 
-void Paint(QLabel& label, const QString& text, const QColor& colour) {
+void Say(QLabel& label, const QString& text, bool is_warning) {
   label.setText(text);
-  QPalette palette = label.palette();
-  palette.setColor(QPalette::WindowText, colour);
-  label.setPalette(palette);
+  label.setForegroundRole(is_warning ? QPalette::BrightText : QPalette::PlaceholderText);
 }
 
 }  // namespace
-
-// --- Windows of one pane
 
 PaneWindow::PaneWindow(Desk& desk, const PaneKind& kind, const cli::Security& security, int number)
     : kind_(kind) {
@@ -61,20 +52,18 @@ PaneWindow::PaneWindow(Desk& desk, const PaneKind& kind, const cli::Security& se
   resize(kPaneWindow);
 }
 
-// --- The main window
-
 MainWindow::MainWindow(Desk& desk)
     : desk_(desk),
       indices_(new IndexStrip(desk)),
       stack_(new QStackedWidget),
-      finder_(nullptr),
+      finder_(new Finder(desk, this)),
       badge_(MadeLabel()),
       connection_(MadeLabel()),
       clock_(MadeLabel()),
       doctor_(MadeLabel()) {
-  setWindowTitle(
-      Word("Chinese A-shares", "A股行情") +
-      (desk.session().badge().empty() ? QString() : QStringLiteral(" – ") + Text(desk.session().badge())));
+  const QString badge = Text(desk.session().badge());
+  setWindowTitle(Word("Chinese A-shares", "A股行情") +
+                 (badge.isEmpty() ? badge : QStringLiteral(" – ") + badge));
   auto* const body = new QWidget;
   auto* const layout = new QVBoxLayout(body);
   layout->setContentsMargins(0, 0, 0, 0);
@@ -82,29 +71,26 @@ MainWindow::MainWindow(Desk& desk)
   layout->addWidget(indices_);
   layout->addWidget(stack_, 1);
   setCentralWidget(body);
-  finder_ = new Finder(desk, this);
   MakePageBar();
-  MakeMenu();
-  MakeStatusBar();
-  connect(&desk_, &Desk::told, this, &MainWindow::Tell);
+  for (QLabel* const label : {badge_, connection_, clock_, doctor_}) {
+    statusBar()->addPermanentWidget(label);
+  }
+  statusBar()->setSizeGripEnabled(false);
+  connect(&desk_, &Desk::told, this,
+          [this](const QString& text) { statusBar()->showMessage(text, kMessageTime); });
   connect(&desk_, &Desk::ticked, this, &MainWindow::SayStatus);
-  connect(&desk_, &Desk::themeChanged, this, &MainWindow::SayStatus);
   resize(desk_.options().size);
   restoreGeometry(desk_.settings().value(kGeometry).toByteArray());
   const std::string asked = desk_.options().page;
-  ShowPage(asked.empty() ? desk_.settings().value(kPage, QStringLiteral("board")).toString().toStdString()
-                         : asked);
+  ShowPage(asked.empty() ? desk_.settings().value(kPage).toString().toStdString() : asked);
   ReopenWindows();
   SayStatus();
   if (desk_.settings().status() != QSettings::NoError) {
-    Tell(Word("Layout and colours are as at first: %1 cannot be read", "布局与配色已恢复默认：无法读取 %1")
-             .arg(desk_.settings().fileName()));
+    desk_.Tell(
+        Word("Layout and colours are as at first: %1 cannot be read", "布局与配色已恢复默认：无法读取 %1")
+            .arg(desk_.settings().fileName()));
   }
   qApp->installEventFilter(this);
-}
-
-MainWindow::~MainWindow() {
-  qApp->removeEventFilter(this);
 }
 
 void MainWindow::MakePageBar() {
@@ -112,6 +98,13 @@ void MainWindow::MakePageBar() {
   bar->setObjectName(QStringLiteral("pages"));
   bar->setMovable(false);
   bar->setContextMenuPolicy(Qt::PreventContextMenu);
+  auto* const button = new QToolButton;
+  button->setText(QStringLiteral("☰"));
+  button->setPopupMode(QToolButton::InstantPopup);
+  button->setAccessibleName(Word("Menu", "菜单"));
+  button->setMenu(new QMenu(button));
+  MakeMenu(*button->menu());
+  bar->addWidget(button);
   auto* const group = new QActionGroup(this);
   int number = 1;
   for (const PageKind& kind : PageKinds()) {
@@ -126,96 +119,63 @@ void MainWindow::MakePageBar() {
   addToolBar(Qt::LeftToolBarArea, bar);
 }
 
-void MainWindow::MakeMenu() {
-  auto* const button = new QToolButton;
-  button->setText(QStringLiteral("☰"));
-  button->setPopupMode(QToolButton::InstantPopup);
-  button->setAccessibleName(Word("Menu", "菜单"));
-  auto* const menu = new QMenu(button);
-  QMenu* const add = menu->addMenu(Word("Open a pane on this page", "在本页打开"));
-  QMenu* const window = menu->addMenu(Word("Open a window", "新窗口"));
+void MainWindow::MakeMenu(QMenu& menu) {
+  QMenu* const add = menu.addMenu(Word("Open a pane on this page", "在本页打开"));
+  QMenu* const window = menu.addMenu(Word("Open a window", "新窗口"));
   for (const PaneKind& kind : PaneKinds()) {
     add->addAction(Word(kind.english, kind.chinese), [this, &kind] { page().Open(kind); });
     window->addAction(Word(kind.english, kind.chinese),
                       [this, &kind] { OpenWindow(kind, desk_.current()).show(); });
   }
-  menu->addAction(Word("Arrange this page as at first", "恢复本页布局"), [this] { page().Arrange(); });
-  menu->addSeparator();
-  menu->addAction(Word("Light or dark", "浅色/深色"),
-                  [this] { desk_.ChooseTheme(!CurrentTheme().is_dark, CurrentTheme().green_up); });
-  menu->addAction(Word("Exchange the colours of rises and falls", "红涨绿跌/绿涨红跌"),
-                  [this] { desk_.ChooseTheme(CurrentTheme().is_dark, !CurrentTheme().green_up); });
-  menu->addSeparator();
-  const auto add_key = [&](const QString& text, const QKeySequence& key, const auto& work) {
-    QAction* const action = menu->addAction(text, work);
-    action->setShortcut(key);
+  menu.addAction(Word("Arrange this page as at first", "恢复本页布局"), [this] { page().Arrange(); });
+  menu.addSeparator();
+  menu.addAction(Word("Light or dark", "浅色/深色"),
+                 [this] { desk_.ChooseTheme(!CurrentTheme().is_dark, CurrentTheme().green_up); });
+  menu.addAction(Word("Exchange the colours of rises and falls", "红涨绿跌/绿涨红跌"),
+                 [this] { desk_.ChooseTheme(CurrentTheme().is_dark, !CurrentTheme().green_up); });
+  menu.addSeparator();
+  const auto add_key = [&](const QString& text, const char* key, const auto& work) {
+    QAction* const action = menu.addAction(text, work);
+    action->setShortcut(QKeySequence(QLatin1String(key)));
     action->setShortcutContext(Qt::ApplicationShortcut);
     addAction(action);
   };
   const auto edit = [this](std::string (cli::WatchListEdits::*change)(const cli::Security&)) {
-    desk_.Tell(Text((desk_.watch_list().*change)(desk_.current())));
+    desk_.Tell((desk_.watch_list().*change)(desk_.current()));
   };
-  add_key(Word("Add to the watch list", "加入自选"), Qt::Key_Insert,
-          [edit] { edit(&cli::WatchListEdits::Add); });
-  add_key(Word("Remove from the watch list", "移出自选"), QKeySequence(QStringLiteral("Shift+Del")),
+  add_key(Word("Add to the watch list", "加入自选"), "Ins", [edit] { edit(&cli::WatchListEdits::Add); });
+  add_key(Word("Remove from the watch list", "移出自选"), "Shift+Del",
           [edit] { edit(&cli::WatchListEdits::Remove); });
-  add_key(Word("Put back what was removed", "撤销移出"), QKeySequence(QStringLiteral("Ctrl+Z")),
-          [this] { desk_.Tell(Text(desk_.watch_list().Undo())); });
-  add_key(Word("Ask again", "刷新"), QKeySequence(QStringLiteral("Ctrl+R")), [this] { desk_.RefreshAll(); });
-  menu->addSeparator();
-  add_key(Word("Quit", "退出"), QKeySequence(QStringLiteral("Ctrl+Q")), [this] { close(); });
-  button->setMenu(menu);
-  auto* const bar = findChild<QToolBar*>(QStringLiteral("pages"));
-  bar->insertWidget(bar->actions().front(), button);
-}
-
-void MainWindow::MakeStatusBar() {
-  for (QLabel* const label : {badge_, connection_, clock_, doctor_}) {
-    statusBar()->addPermanentWidget(label);
-  }
-  statusBar()->setSizeGripEnabled(false);
-}
-
-void MainWindow::Tell(const QString& text) {
-  statusBar()->showMessage(text, kMessageTime);
+  add_key(Word("Put back what was removed", "撤销移出"), "Ctrl+Z",
+          [this] { desk_.Tell(desk_.watch_list().Undo()); });
+  add_key(Word("Ask again", "刷新"), "Ctrl+R", [this] { desk_.RefreshAll(); });
+  menu.addSeparator();
+  add_key(Word("Quit", "退出"), "Ctrl+Q", [this] { close(); });
 }
 
 void MainWindow::SayStatus() {
   if (isMinimized() || !isVisible()) {
     return;
   }
-  const Theme& theme = CurrentTheme();
-  Paint(*badge_, Text(desk_.session().badge()), theme.warning);
-  const QString server = Text(cli::Printable(desk_.session().server_text()));
-  switch (stock_host::ConnectionState()) {
-    case stock_host::Connection::kLive:
-      Paint(*connection_, Word("connected to ", "已连接 ") + server, theme.dim);
-      break;
-    case stock_host::Connection::kFailing:
-      Paint(*connection_, Word("not connected to ", "连接失败 ") + server, theme.warning);
-      break;
-    case stock_host::Connection::kIdle:
-    case stock_host::Connection::kNoServer:
-      Paint(*connection_, Word("connecting to ", "正在连接 ") + server, theme.dim);
-      break;
-  }
-  const stock_host::ServerClockState clock = stock_host::ReadServerClock();
-  Paint(*clock_,
-        clock.known ? Word("clock: server", "时钟：服务器") : Word("clock: this machine", "时钟：本机"),
-        theme.dim);
+  const stock_host::Connection state = stock_host::ConnectionState();
+  const bool failing = state == stock_host::Connection::kFailing;
+  const QString connection = failing ? Word("not connected to %1", "连接失败 %1")
+                             : state == stock_host::Connection::kLive
+                                 ? Word("connected to %1", "已连接 %1")
+                                 : Word("connecting to %1", "正在连接 %1");
+  const bool by_server = stock_host::ReadServerClock().known;
   const Desk::Verdict verdict = desk_.Doctor();
-  Paint(*doctor_, Word("doctor: ", "自检：") + verdict.text.left(60),
-        verdict.good ? theme.dim : theme.warning);
+  Say(*badge_, Text(desk_.session().badge()), true);
+  Say(*connection_, connection.arg(Text(cli::Printable(desk_.session().server_text()))), failing);
+  Say(*clock_, by_server ? Word("clock: server", "时钟：服务器") : Word("clock: this machine", "时钟：本机"),
+      false);
+  Say(*doctor_, Word("doctor: ", "自检：") + verdict.text.left(60), !verdict.good);
   doctor_->setToolTip(verdict.details);
 }
 
-Page& MainWindow::page() const {
-  return static_cast<Page&>(*stack_->currentWidget());
-}
-
 void MainWindow::ShowPage(std::string_view name) {
-  const auto& kinds = PageKinds();
-  auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const PageKind& one) { return one.name == name; });
+  const auto kinds = PageKinds();
+  auto kind = std::ranges::find(kinds, name, &PageKind::name);
   kind = kind == kinds.end() ? kinds.begin() : kind;
   auto found = pages_.find(kind->name);
   if (found == pages_.end()) {
@@ -226,7 +186,7 @@ void MainWindow::ShowPage(std::string_view name) {
   stack_->setCurrentWidget(found->second);
   page_actions_.at(kind->name)->setChecked(true);
   if (Pane* const first = found->second->Find(kind->panes.front().pane)) {
-    first->TakeFocus();
+    first->setFocus();
   }
 }
 
@@ -248,41 +208,30 @@ void MainWindow::Save() {
     made->Save();
   }
   ForgetClosed();
-  settings.beginWriteArray(kWindows, static_cast<int>(windows_.size()));
-  for (std::size_t i = 0; i < windows_.size(); ++i) {
-    settings.setArrayIndex(static_cast<int>(i));
-    PaneWindow& window = *windows_[i];
-    settings.setValue(QStringLiteral("kind"), Text(window.kind().name));
-    settings.setValue(QStringLiteral("code"), QString::fromStdWString(window.pane().pinned().code));
-    settings.setValue(QStringLiteral("name"), QString::fromStdWString(window.pane().pinned().name));
-    settings.setValue(QStringLiteral("geometry"), window.saveGeometry());
-    window.pane().Save();
+  settings.remove(kWindows);
+  settings.setValue(kWindows + QStringLiteral("/size"), static_cast<int>(windows_.size()));
+  int number = 0;
+  for (const auto& window : windows_) {
+    const QString key = KeyOfWindow(++number);
+    settings.setValue(key + QStringLiteral("kind"), Text(window->kind().name));
+    settings.setValue(key + QStringLiteral("code"), QString::fromStdWString(window->pane().pinned().code));
+    settings.setValue(key + QStringLiteral("name"), QString::fromStdWString(window->pane().pinned().name));
+    settings.setValue(key + QStringLiteral("geometry"), window->saveGeometry());
+    window->pane().Save();
   }
-  settings.endArray();
   settings.sync();
 }
 
 void MainWindow::ReopenWindows() {
-  QSettings& settings = desk_.settings();
-  const int count = std::min(settings.beginReadArray(kWindows), kMostWindows);
-  struct Kept {
-    const PaneKind* kind;
-    cli::Security security;
-    QByteArray geometry;
+  const auto kept = [this](int number, const char* what) {
+    return desk_.settings().value(KeyOfWindow(number) + QLatin1String(what));
   };
-  std::vector<Kept> all;
-  for (int i = 0; i < count; ++i) {
-    settings.setArrayIndex(i);
-    all.push_back({FindPaneKind(settings.value(QStringLiteral("kind")).toString().toStdString()),
-                   cli::SecurityOf(settings.value(QStringLiteral("code")).toString().toStdWString(),
-                                   settings.value(QStringLiteral("name")).toString().toStdWString()),
-                   settings.value(QStringLiteral("geometry")).toByteArray()});
-  }
-  settings.endArray();
-  for (const Kept& kept : all) {
-    if (kept.kind != nullptr) {
-      PaneWindow& window = OpenWindow(*kept.kind, kept.security);
-      window.restoreGeometry(kept.geometry);
+  const int count = desk_.settings().value(kWindows + QStringLiteral("/size")).toInt();
+  for (int number = 1; number <= std::min(count, kMostWindows); ++number) {
+    if (const PaneKind* const kind = FindPaneKind(kept(number, "kind").toString().toStdString())) {
+      PaneWindow& window = OpenWindow(*kind, cli::SecurityOf(kept(number, "code").toString().toStdWString(),
+                                                             kept(number, "name").toString().toStdWString()));
+      window.restoreGeometry(kept(number, "geometry").toByteArray());
       window.show();
     }
   }

@@ -2,9 +2,7 @@
 // of a kind as one likes. Main thread only.
 #pragma once
 
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QMainWindow>
-#include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QtWidgets>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -31,11 +29,10 @@ class PaneWindow final : public QWidget {
 class MainWindow final : public QMainWindow {
  public:
   explicit MainWindow(Desk& desk);
-  ~MainWindow() override;
 
   /// Makes the page if need be.
   void ShowPage(std::string_view name);
-  [[nodiscard]] Page& page() const;
+  [[nodiscard]] Page& page() const { return static_cast<Page&>(*stack_->currentWidget()); }
   [[nodiscard]] IndexStrip& indices() const { return *indices_; }
   [[nodiscard]] Finder& finder() const { return *finder_; }
   PaneWindow& OpenWindow(const PaneKind& kind, const cli::Security& security);
@@ -47,9 +44,7 @@ class MainWindow final : public QMainWindow {
   bool eventFilter(QObject* watched, QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void MakePageBar();
-  void MakeMenu();
-  void MakeStatusBar();
-  void Tell(const QString& text);
+  void MakeMenu(QMenu& menu);
   void SayStatus();
   void ForgetClosed();
   void ReopenWindows();

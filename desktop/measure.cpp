@@ -1,6 +1,5 @@
 #include "desktop/measure.h"
 
-#include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -19,6 +18,8 @@
 
 namespace desktop {
 namespace {
+
+constexpr int kScrolledRows = 3;  // at once
 
 double Now(clockid_t clock) {
   timespec time{};
@@ -46,45 +47,33 @@ double MemoryMiB() {
   return pages * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
 }
 
-void Say(const char* what, double value, const char* unit) {
-  std::printf("%-34s %8.2f %s\n", what, value, unit);
+void Say(const std::string& what, double value, const char* unit) {
+  std::printf("%-34s %8.2f %s\n", what.c_str(), value, unit);
   std::fflush(stdout);
 }
 
-struct Run {
+// What a stretch of time has cost.
+struct Costs {
   std::vector<Application::Frame> frames;
   double longest_delivery = 0;  // ms
   double processor = 0;
   double clock = 0;
-  int scroll = 0;
 
-  void Begin() {
-    frames.clear();
-    longest_delivery = 0;
-    processor = Now(CLOCK_PROCESS_CPUTIME_ID);
-    clock = Now(CLOCK_MONOTONIC);
-  }
-  [[nodiscard]] double Load() const {
-    return 100 * (Now(CLOCK_PROCESS_CPUTIME_ID) - processor) / (Now(CLOCK_MONOTONIC) - clock);
-  }
+  void Begin() { *this = {{}, 0, Now(CLOCK_PROCESS_CPUTIME_ID), Now(CLOCK_MONOTONIC)}; }
   void Tell(const std::string& when) const {
-    std::vector<double> sorted;
-    std::vector<double> worked;
-    for (const Application::Frame& frame : frames) {
-      sorted.push_back(frame.clock);
-      worked.push_back(frame.processor);
-    }
-    std::sort(sorted.begin(), sorted.end());
-    std::sort(worked.begin(), worked.end());
-    Say((when + ": processor").c_str(), Load(), "% of one core");
-    Say((when + ": frames").c_str(), static_cast<double>(frames.size()), "");
+    const double load = (Now(CLOCK_PROCESS_CPUTIME_ID) - processor) / (Now(CLOCK_MONOTONIC) - clock);
+    std::vector<Application::Frame> sorted = frames;
+    std::ranges::sort(sorted, {}, &Application::Frame::clock);
+    Say(when + ": processor", 100 * load, "% of one core");
+    Say(when + ": frames", static_cast<double>(frames.size()), "");
     if (!sorted.empty()) {
-      Say((when + ": frame, median").c_str(), sorted[sorted.size() / 2], "ms");
-      Say((when + ": frame, 99 of 100 within").c_str(), sorted[sorted.size() * 99 / 100], "ms");
-      Say((when + ": frame, longest").c_str(), sorted.back(), "ms");
-      Say((when + ": frame, most work").c_str(), worked.back(), "ms of the processor");
+      const auto most = std::ranges::max(frames, {}, &Application::Frame::processor);
+      Say(when + ": frame, median", sorted[sorted.size() / 2].clock, "ms");
+      Say(when + ": frame, 99 of 100 within", sorted[sorted.size() * 99 / 100].clock, "ms");
+      Say(when + ": frame, longest", sorted.back().clock, "ms");
+      Say(when + ": frame, most work", most.processor, "ms of the processor");
     }
-    Say((when + ": delivery, longest").c_str(), longest_delivery, "ms");
+    Say(when + ": delivery, longest", longest_delivery, "ms");
   }
 };
 
@@ -111,49 +100,52 @@ bool Application::notify(QObject* receiver, QEvent* event) {
 }
 
 void Measure(Application& application, Desk& desk, MainWindow& window, double seconds) {
-  const auto run = std::make_shared<Run>();
-  application.frames = &run->frames;
-  QObject::connect(&desk.thread(), &UiThread::worked, &window, [run](qint64 nanoseconds) {
-    run->longest_delivery = std::max(run->longest_delivery, static_cast<double>(nanoseconds) / 1e6);
+  using std::chrono::milliseconds;
+  const auto costs = std::make_shared<Costs>();
+  application.frames = &costs->frames;
+  QObject::connect(&desk.thread(), &UiThread::worked, &window, [costs](qint64 nanoseconds) {
+    costs->longest_delivery = std::max(costs->longest_delivery, static_cast<double>(nanoseconds) / 1e6);
   });
   auto* const board = dynamic_cast<ListPane*>(window.page().Find("board"));
-  const auto third = std::chrono::milliseconds(std::llround(seconds / 3 * 1000));
   auto* const scrolling = new QTimer(&window);
-  QObject::connect(scrolling, &QTimer::timeout, &window, [run, board] {
-    if (board != nullptr) {
-      QScrollBar& bar = *board->list().verticalScrollBar();
-      run->scroll = run->scroll == 0 || bar.value() == bar.maximum() ? 3 : run->scroll;
-      bar.setValue(bar.value() == bar.maximum() ? 0 : bar.value() + run->scroll);
-    }
-  });
+  if (board != nullptr) {
+    QScrollBar& bar = *board->list().verticalScrollBar();
+    QObject::connect(scrolling, &QTimer::timeout, &bar, [&bar] {
+      bar.setValue(bar.value() == bar.maximum() ? 0 : bar.value() + kScrolledRows);
+    });
+  }
+  const milliseconds third(std::llround(seconds / 3 * 1000));
   // The first picture with figures: a pane has its rows and they are painted.
   auto* const first = new QTimer(&window);
-  QObject::connect(first, &QTimer::timeout, &window, [&desk, run, board, scrolling, first, third, &window] {
-    if (board != nullptr && (board->table().size() == 0 || run->frames.empty())) {
+  QObject::connect(first, &QTimer::timeout, &window, [&desk, &window, costs, board, first, scrolling, third] {
+    if (board != nullptr && (board->table().size() == 0 || costs->frames.empty())) {
       return;
     }
     first->stop();
     Say("first picture with figures", Age(), "s after the start");
-    desk.thread().After(std::chrono::seconds(3), [&desk, run, scrolling, third, &window] {
-      run->Begin();
+    milliseconds when(0);
+    const auto after = [&](milliseconds pause, const std::function<void()>& work) {
+      when += pause;
+      desk.thread().After(when, work);
+    };
+    after(milliseconds(3000), [costs, scrolling] {
+      costs->Begin();
       scrolling->start(16);
-      desk.thread().After(third, [&desk, run, scrolling, third, &window] {
-        scrolling->stop();
-        run->Tell("scrolling");
-        run->Begin();
-        desk.thread().After(third, [&desk, run, third, &window] {
-          run->Tell("live");
-          window.showMinimized();
-          desk.thread().After(std::chrono::seconds(2), [&desk, run, third] {
-            run->Begin();
-            desk.thread().After(third, [run] {
-              run->Tell("hidden");
-              Say("resident", MemoryMiB(), "MiB");
-              QApplication::exit(0);
-            });
-          });
-        });
-      });
+    });
+    after(third, [costs, scrolling] {
+      scrolling->stop();
+      costs->Tell("scrolling");
+      costs->Begin();
+    });
+    after(third, [costs, &window] {
+      costs->Tell("live");
+      window.showMinimized();
+    });
+    after(milliseconds(2000), [costs] { costs->Begin(); });
+    after(third, [costs] {
+      costs->Tell("hidden");
+      Say("resident", MemoryMiB(), "MiB");
+      QApplication::exit(0);
     });
   });
   first->start(5);

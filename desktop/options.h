@@ -1,11 +1,10 @@
-// What csm-desktop can be told on its command line. A value.
+// What the viewer is told when it is started. A value.
 #pragma once
 
 #include <QtCore/QSize>
 #include <optional>
 #include <string>
 
-#include "cli/args/parser.h"
 #include "cli/run/session.h"
 
 namespace desktop {
@@ -22,8 +21,5 @@ struct Options {
   double interval = 3;            ///< seconds between two requests while the market is open
   bool measure = false;
 };
-
-/// Fills `options`; what comes back says whether the program goes on.
-[[nodiscard]] cli::UnderstoodLine ReadOptions(int argc, const char* const* argv, Options& options);
 
 }  // namespace desktop

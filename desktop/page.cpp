@@ -1,9 +1,5 @@
 #include "desktop/page.h"
 
-#include <QtGui/QResizeEvent>
-
-#include "desktop/words.h"
-
 namespace desktop {
 
 Page::Page(Desk& desk, const PageKind& kind) : desk_(desk), kind_(kind) {
@@ -11,32 +7,28 @@ Page::Page(Desk& desk, const PageKind& kind) : desk_(desk), kind_(kind) {
   setDockNestingEnabled(true);
   setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
   setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
-  QStringList open = desk_.settings().value(Key("panes")).toStringList();
+  QStringList open = desk_.settings().value(Key(QStringLiteral("panes"))).toStringList();
   if (open.isEmpty()) {
     for (const Placing& placing : kind_.panes) {
       open << Text(placing.pane);
     }
   }
   for (const QString& name : open) {
-    if (const PaneKind* const pane = FindPaneKind(name.toStdString())) {
-      docks_.emplace(pane->name, Make(*pane));
+    const PaneKind* const pane = FindPaneKind(name.toStdString());
+    if (pane != nullptr && Dock(pane->name) == nullptr) {
+      Make(*pane);
     }
   }
   Arrange();
-  is_arranged_ = restoreState(desk_.settings().value(Key("docks")).toByteArray());
-}
-
-QString Page::Key(const char* what) const {
-  return Text(kind_.name) + QLatin1Char('/') + QString::fromLatin1(what);
+  is_arranged_ = restoreState(desk_.settings().value(Key(QStringLiteral("docks"))).toByteArray());
 }
 
 QDockWidget* Page::Make(const PaneKind& kind) {
   auto* const dock = new QDockWidget(Word(kind.english, kind.chinese), this);
   dock->setObjectName(Text(kind.name));
-  std::unique_ptr<Pane> pane = kind.make(desk_, Text(kind_.name) + QLatin1Char('/') + Text(kind.name));
-  Pane* const made = pane.release();
-  dock->setWidget(made);
-  connect(dock, &QDockWidget::visibilityChanged, made, [made](bool visible) { made->SetOnStage(visible); });
+  Pane* const pane = kind.make(desk_, Key(dock->objectName())).release();
+  dock->setWidget(pane);
+  connect(dock, &QDockWidget::visibilityChanged, pane, &Pane::SetOnStage);
   return dock;
 }
 
@@ -58,7 +50,7 @@ void Page::Arrange() {
       splitDockWidget(beside, dock, placing.how == Placing::How::kRight ? Qt::Horizontal : Qt::Vertical);
     }
   }
-  for (const auto& [name, dock] : docks_) {
+  for (QDockWidget* const dock : Docks()) {
     if (dockWidgetArea(dock) == Qt::NoDockWidgetArea) {
       addDockWidget(Qt::RightDockWidgetArea, dock);
     }
@@ -91,19 +83,18 @@ void Page::resizeEvent(QResizeEvent* event) {
 
 std::vector<Pane*> Page::Panes() const {
   std::vector<Pane*> panes;
-  for (const auto& [name, dock] : docks_) {
+  for (const QDockWidget* const dock : Docks()) {
     panes.push_back(static_cast<Pane*>(dock->widget()));
   }
   return panes;
 }
 
 QDockWidget* Page::Dock(std::string_view pane) const {
-  const auto found = docks_.find(pane);
-  return found == docks_.end() ? nullptr : found->second;
+  return pane.empty() ? nullptr : findChild<QDockWidget*>(Text(pane), Qt::FindDirectChildrenOnly);
 }
 
 Pane* Page::Find(std::string_view pane) const {
-  QDockWidget* const dock = Dock(pane);
+  const QDockWidget* const dock = Dock(pane);
   return dock == nullptr ? nullptr : static_cast<Pane*>(dock->widget());
 }
 
@@ -111,7 +102,6 @@ void Page::Open(const PaneKind& kind) {
   QDockWidget* dock = Dock(kind.name);
   if (dock == nullptr) {
     dock = Make(kind);
-    docks_.emplace(kind.name, dock);
     addDockWidget(Qt::RightDockWidgetArea, dock);
   }
   dock->show();
@@ -120,12 +110,12 @@ void Page::Open(const PaneKind& kind) {
 
 void Page::Save() {
   QStringList open;
-  for (const auto& [name, dock] : docks_) {
-    open << Text(name);
+  for (const QDockWidget* const dock : Docks()) {
+    open << dock->objectName();
     static_cast<Pane*>(dock->widget())->Save();
   }
-  desk_.settings().setValue(Key("panes"), open);
-  desk_.settings().setValue(Key("docks"), saveState());
+  desk_.settings().setValue(Key(QStringLiteral("panes")), open);
+  desk_.settings().setValue(Key(QStringLiteral("docks")), saveState());
 }
 
 }  // namespace desktop

@@ -2,12 +2,12 @@
 // the page is first looked at. Main thread only.
 #pragma once
 
-#include <QtWidgets/QDockWidget>
-#include <QtWidgets/QMainWindow>
-#include <map>
+#include <QtWidgets/QtWidgets>
 #include <string_view>
+#include <vector>
 
 #include "desktop/pane_kinds.h"
+#include "desktop/words.h"
 
 namespace desktop {
 
@@ -28,13 +28,15 @@ class Page final : public QMainWindow {
 
  private:
   QDockWidget* Make(const PaneKind& kind);
+  [[nodiscard]] QList<QDockWidget*> Docks() const {
+    return findChildren<QDockWidget*>(QString(), Qt::FindDirectChildrenOnly);
+  }
   void resizeEvent(QResizeEvent* event) override;
   void ShareOut();
-  [[nodiscard]] QString Key(const char* what) const;
+  [[nodiscard]] QString Key(const QString& what) const { return Text(kind_.name) + QLatin1Char('/') + what; }
 
   Desk& desk_;
   const PageKind& kind_;
-  std::map<std::string_view, QDockWidget*> docks_;
   bool is_arranged_ = false;  // by the user, some time
 };
 

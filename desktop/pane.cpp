@@ -1,93 +1,39 @@
 #include "desktop/pane.h"
 
-#include <QtGui/QPainter>
+#include <algorithm>
 #include <utility>
 
-#include "cli/views/feeds.h"
 #include "desktop/theme.h"
-#include "desktop/words.h"
 
 namespace desktop {
 namespace {
 
 constexpr int kMargin = 6;
 constexpr int kStateHeight = 20;
-constexpr int kDot = 7;
 constexpr double kSmall = 0.9;
 
 QColor ColourOf(cli::FeedState state) {
-  const Theme& theme = CurrentTheme();
-  switch (state) {
-    case cli::FeedState::kLive:
-      return QColor(0x35b06b);
-    case cli::FeedState::kUnchanged:
-      return theme.accent;
-    case cli::FeedState::kStale:
-    case cli::FeedState::kFailed:
-      return theme.warning;
-    case cli::FeedState::kWaiting:
-    case cli::FeedState::kClosed:
-    case cli::FeedState::kEmpty:
-      break;
-  }
-  return theme.dim;
-}
-
-bool IsWrong(cli::FeedState state) {
-  return state == cli::FeedState::kStale || state == cli::FeedState::kFailed;
+  const bool is_wrong = state == cli::FeedState::kStale || state == cli::FeedState::kFailed;
+  return state == cli::FeedState::kLive        ? QColor(0x35b06b)
+         : state == cli::FeedState::kUnchanged ? CurrentTheme().accent
+         : is_wrong                            ? CurrentTheme().warning
+                                               : CurrentTheme().dim;
 }
 
 }  // namespace
 
-StateLine::StateLine(QWidget* parent) : QWidget(parent) {
-  setFixedHeight(kStateHeight);
-}
-
-void StateLine::Show(const cli::FeedReport& report, const QString& note) {
-  const QString text = StateText(report);
-  if (report.state == report_.state && text == accessibleName() && note == note_) {
-    return;
-  }
-  report_ = report;
-  note_ = note;
-  setAccessibleName(text);
-  setToolTip(text);
-  update();
-}
-
-void StateLine::paintEvent(QPaintEvent* /*event*/) {
-  const Theme& theme = CurrentTheme();
-  QPainter painter(this);
-  painter.fillRect(rect(), theme.heading);
-  painter.setFont(FigureFont(kSmall));
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(ColourOf(report_.state));
-  painter.drawEllipse(QRect(kMargin, (height() - kDot) / 2, kDot, kDot));
-  painter.setPen(IsWrong(report_.state) ? theme.warning : theme.dim);
-  const QFontMetrics metrics = painter.fontMetrics();
-  const int note_width = note_.isEmpty() ? 0 : metrics.horizontalAdvance(note_) + 2 * kMargin;
-  const QRect left = rect().adjusted(2 * kMargin + kDot, 0, -note_width - kMargin, 0);
-  painter.drawText(left, Qt::AlignVCenter,
-                   metrics.elidedText(accessibleName(), Qt::ElideRight, left.width()));
-  painter.setPen(theme.dim);
-  painter.drawText(rect().adjusted(0, 0, -kMargin, 0), Qt::AlignVCenter | Qt::AlignRight, note_);
-}
-
 Pane::Pane(Desk& desk, QString id)
     : desk_(desk),
       id_(std::move(id)),
-      tools_(new QHBoxLayout),
       stack_(new QStackedWidget),
       reason_(new QLabel),
-      state_(new StateLine(this)) {
+      state_(new QLabel),
+      note_(new QLabel(state_)) {
   auto* const layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);
-  layout->addLayout(tools_);
   layout->addWidget(stack_, 1);
   layout->addWidget(state_);
-  tools_->setSpacing(kMargin);
   reason_->setAlignment(Qt::AlignCenter);
   reason_->setWordWrap(true);
   reason_->setTextFormat(Qt::PlainText);
@@ -96,6 +42,18 @@ Pane::Pane(Desk& desk, QString id)
   reason_->setBackgroundRole(QPalette::Base);
   reason_->setForegroundRole(QPalette::PlaceholderText);
   stack_->addWidget(reason_);
+  state_->setFont(FigureFont(kSmall));
+  state_->setTextFormat(Qt::RichText);
+  state_->setIndent(kMargin);
+  state_->setFixedHeight(kStateHeight);
+  state_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+  state_->setAutoFillBackground(true);
+  state_->setBackgroundRole(QPalette::Button);
+  note_->setTextFormat(Qt::PlainText);
+  note_->setForegroundRole(QPalette::PlaceholderText);
+  auto* const beside = new QHBoxLayout(state_);
+  beside->setContentsMargins(0, 0, kMargin, 0);
+  beside->addWidget(note_, 0, Qt::AlignRight);
   setMinimumSize(120, 80);
   desk_.Register(*this);
   connect(&desk_, &Desk::selected, this, [this] {
@@ -107,17 +65,11 @@ Pane::Pane(Desk& desk, QString id)
   connect(&desk_, &Desk::themeChanged, this, [this] { DrawAndSay(); });
 }
 
-Pane::~Pane() {
-  desk_.Unregister(*this);
-}
-
-void Pane::Take(std::unique_ptr<cli::View> view) {
-  auto live = std::make_unique<LiveView>(std::move(view));
+void Pane::Follow(cli::View& view) {
   if (!desk_.current().code.empty()) {
-    live->view().Select(desk_.current());
+    view.Select(desk_.current());
   }
-  connect(live.get(), &LiveView::arrived, this, [this] { DrawAndSay(); });
-  views_.push_back(std::move(live));
+  view.OnArrivals([this] { DrawAndSay(); });
 }
 
 void Pane::SetBody(QWidget* body) {
@@ -125,12 +77,18 @@ void Pane::SetBody(QWidget* body) {
   setFocusProxy(body);
 }
 
-void Pane::HideState() {
-  stack_->hide();
-  state_->hide();
+QHBoxLayout& Pane::AddTools() {
+  if (tools_ == nullptr) {
+    tools_ = new QHBoxLayout;
+    tools_->setContentsMargins(kMargin, 3, kMargin, 3);
+    tools_->setSpacing(kMargin);
+    tools_->addStretch();
+    static_cast<QVBoxLayout*>(layout())->insertLayout(0, tools_);
+  }
+  return *tools_;
 }
 
-QComboBox* Pane::AddKnob(cli::Knob knob) {
+void Pane::AddKnob(cli::Knob knob) {
   const auto setting = view().SettingOf(knob);
   auto* const box = new QComboBox;
   box->setFocusPolicy(Qt::NoFocus);
@@ -148,21 +106,7 @@ QComboBox* Pane::AddKnob(cli::Knob knob) {
     OnTurned();
     DrawAndSay();
   });
-  if (tools_->isEmpty()) {
-    tools_->setContentsMargins(kMargin, 3, kMargin, 3);
-    tools_->addStretch();
-  }
-  tools_->insertWidget(tools_->count() - 1, box);
-  return box;
-}
-
-QString Pane::Title() const {
-  return Text(view().Title());
-}
-
-void Pane::SetOnStage(bool on_stage) {
-  on_stage_ = on_stage;
-  UpdateSeen();
+  AddTools().insertWidget(AddTools().count() - 1, box);
 }
 
 void Pane::UpdateSeen() {
@@ -170,27 +114,18 @@ void Pane::UpdateSeen() {
   if (std::exchange(seen_, now) == now) {
     return;
   }
-  for (const auto& live : views_) {
-    if (now) {
-      live->view().Show();
-    } else {
-      live->view().Hide();
-    }
+  for (const auto& view : views_) {
+    now ? view->Show() : view->Hide();
   }
-  if (now) {
-    OnSeen();
-    DrawAndSay();
-  }
+  DrawAndSay();
 }
 
-void Pane::showEvent(QShowEvent* event) {
-  QWidget::showEvent(event);
-  UpdateSeen();
-}
-
-void Pane::hideEvent(QHideEvent* event) {
-  QWidget::hideEvent(event);
-  UpdateSeen();
+bool Pane::event(QEvent* event) {
+  const bool done = QWidget::event(event);
+  if (event->type() == QEvent::Show || event->type() == QEvent::Hide) {
+    UpdateSeen();
+  }
+  return done;
 }
 
 void Pane::Pin(const cli::Security& security) {
@@ -200,36 +135,22 @@ void Pane::Pin(const cli::Security& security) {
 }
 
 void Pane::OnSecurity(const cli::Security& security) {
-  for (const auto& live : views_) {
-    live->view().Select(security);
+  for (const auto& view : views_) {
+    view->Select(security);
   }
 }
 
 void Pane::Refresh(bool at_interval) {
-  for (const auto& live : views_) {
-    cli::View& one = live->view();
-    if (seen_ && !(at_interval && (one.PollsItself() || one.IsAskedOnce()))) {
-      one.Refresh();
+  for (const auto& view : views_) {
+    if (seen_ && !(at_interval && (view->PollsItself() || view->IsAskedOnce()))) {
+      view->Refresh();
     }
   }
-}
-
-cli::FeedReport Pane::Report() const {
-  return view().Report(cli::View::Clock::now(), cli::CurrentPhase());
 }
 
 bool Pane::IsSettled() const {
-  const auto now = cli::View::Clock::now();
-  for (const auto& live : views_) {
-    if (live->view().Report(now, cli::CurrentPhase()).state == cli::FeedState::kWaiting) {
-      return false;
-    }
-  }
-  return true;
-}
-
-QString Pane::Note() const {
-  return Text(view().Note());
+  return std::none_of(views_.begin(), views_.end(),
+                      [](const auto& view) { return ReportOf(*view).state == cli::FeedState::kWaiting; });
 }
 
 void Pane::ShowState() {
@@ -237,14 +158,20 @@ void Pane::ShowState() {
     return;
   }
   const cli::FeedReport report = Report();
-  state_->Show(report, Note());
+  const QString text = StateText(report);
+  const QColor colour = ColourOf(report.state);
+  note_->setText(Note());
+  const int room = state_->width() - note_->sizeHint().width() - 5 * kMargin;
+  const QString shown = state_->fontMetrics().elidedText(text, Qt::ElideRight, room);
+  state_->setText(Coloured(QStringLiteral("● "), colour) +
+                  Coloured(shown, colour == CurrentTheme().warning ? colour : CurrentTheme().dim));
+  state_->setAccessibleName(text);
+  state_->setToolTip(text);
   const bool has_picture = stack_->count() > 1 && HasPicture();
   if (!has_picture) {
-    reason_->setText(StateText(report));
+    reason_->setText(text);
   }
-  if (stack_->count() > 1) {
-    stack_->setCurrentIndex(has_picture ? 1 : 0);
-  }
+  stack_->setCurrentIndex(has_picture ? 1 : 0);
 }
 
 void Pane::DrawAndSay() {

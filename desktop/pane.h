@@ -2,44 +2,30 @@
 // figures are. As long as nobody can see it its views are suspended. Main thread only.
 #pragma once
 
-#include <QtWidgets/QBoxLayout>
-#include <QtWidgets/QComboBox>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QStackedWidget>
-#include <QtWidgets/QWidget>
+#include <QtWidgets/QtWidgets>
 #include <memory>
-#include <string>
 #include <vector>
 
+#include "cli/views/feeds.h"
 #include "desktop/desk.h"
+#include "desktop/words.h"
 
 namespace desktop {
-
-/// One line that is cut where there is no more room, in the colour of a tone.
-class StateLine final : public QWidget {
- public:
-  explicit StateLine(QWidget* parent);
-  void Show(const cli::FeedReport& report, const QString& note);
-  [[nodiscard]] QString Text() const { return accessibleName(); }
-
- private:
-  void paintEvent(QPaintEvent* event) override;
-
-  cli::FeedReport report_;
-  QString note_;
-};
 
 class Pane : public QWidget {
  public:
   /// `id` names what the pane remembers: "board/list".
   Pane(Desk& desk, QString id);
-  ~Pane() override;
+  ~Pane() override { desk_.Unregister(*this); }
 
   [[nodiscard]] const QString& id() const { return id_; }
   /// What is shown at present: "minute line of sh600000 浦发银行".
-  [[nodiscard]] QString Title() const;
+  [[nodiscard]] QString Title() const { return Text(view().Title()); }
   /// False while another one is in front of it.
-  void SetOnStage(bool on_stage);
+  void SetOnStage(bool on_stage) {
+    on_stage_ = on_stage;
+    UpdateSeen();
+  }
   [[nodiscard]] bool seen() const { return seen_; }
   void UpdateSeen();
   /// Shows `security` from now on, whatever is selected elsewhere.
@@ -49,12 +35,10 @@ class Pane : public QWidget {
   void Refresh(bool at_interval);
   /// How the figures are at this moment.
   void ShowState();
-  [[nodiscard]] QString State() const { return state_->Text(); }
-  [[nodiscard]] cli::FeedReport Report() const;
+  [[nodiscard]] QString State() const { return state_->accessibleName(); }
+  [[nodiscard]] cli::FeedReport Report() const { return ReportOf(view()); }
   /// True when every view in sight has its figures or says why not.
   [[nodiscard]] virtual bool IsSettled() const;
-  /// The keys of the keyboard go to it.
-  virtual void TakeFocus() { setFocus(); }
   /// Keeps what the user has arranged.
   virtual void Save() {}
 
@@ -63,17 +47,22 @@ class Pane : public QWidget {
   template <class View>
   View& Add(std::unique_ptr<View> view) {
     View& added = *view;
-    Take(std::move(view));
+    views_.push_back(std::move(view));
+    Follow(added);
     return added;
   }
   [[nodiscard]] Desk& desk() const { return desk_; }
-  [[nodiscard]] cli::View& view(std::size_t number = 0) const { return views_[number]->view(); }
-  [[nodiscard]] QHBoxLayout& tools() const { return *tools_; }
+  [[nodiscard]] cli::View& view() const { return *views_.front(); }
+  /// A line of tools.
+  QHBoxLayout& AddTools();
   void SetBody(QWidget* body);
-  /// For what is small and says by itself how it is.
-  void HideState();
+  /// For what is small and says by itself how it is: there are tools only.
+  void HideBody() {
+    stack_->hide();
+    state_->hide();
+  }
   /// A box that turns a knob of the first view.
-  QComboBox* AddKnob(cli::Knob knob);
+  void AddKnob(cli::Knob knob);
 
   /// Something has arrived, or the colours are others: the body shows what the views have.
   virtual void Draw() = 0;
@@ -81,29 +70,29 @@ class Pane : public QWidget {
   virtual void OnSecurity(const cli::Security& security);
   /// A knob was turned: what is shown is no longer what is asked for.
   virtual void OnTurned() {}
-  /// Has just come into sight.
-  virtual void OnSeen() {}
   /// False: there is nothing that `Draw` could show.
   [[nodiscard]] virtual bool HasPicture() const { return view().has_data() && view().WhyEmpty().empty(); }
-  [[nodiscard]] virtual QString Note() const;
+  [[nodiscard]] virtual QString Note() const { return Text(view().Note()); }
 
  private:
-  void Take(std::unique_ptr<cli::View> view);
+  [[nodiscard]] static cli::FeedReport ReportOf(const cli::View& view) {
+    return view.Report(cli::View::Clock::now(), cli::CurrentPhase());
+  }
+  void Follow(cli::View& view);
   void DrawAndSay();
-  void showEvent(QShowEvent* event) override;
-  void hideEvent(QHideEvent* event) override;
+  bool event(QEvent* event) override;
 
   Desk& desk_;
   const QString id_;
-  std::vector<std::unique_ptr<LiveView>> views_;
-  std::vector<QComboBox*> knobs_;
+  std::vector<std::unique_ptr<cli::View>> views_;
   cli::Security pinned_;
   bool on_stage_ = true;
   bool seen_ = false;
-  QHBoxLayout* tools_;
+  QHBoxLayout* tools_ = nullptr;
   QStackedWidget* stack_;
   QLabel* reason_;
-  StateLine* state_;
+  QLabel* state_;
+  QLabel* note_;
 };
 
 }  // namespace desktop

@@ -5,7 +5,6 @@
 #include <memory>
 #include <span>
 #include <string_view>
-#include <vector>
 
 #include "desktop/pane.h"
 
@@ -13,8 +12,8 @@ namespace desktop {
 
 struct PaneKind {
   std::string_view name;
-  const char* english;
-  const char* chinese;
+  std::string_view english;
+  std::string_view chinese;
   bool of_security;  ///< shows the current security
   std::unique_ptr<Pane> (*make)(Desk& desk, const QString& id);
 };
@@ -33,10 +32,10 @@ struct Placing {
 
 struct PageKind {
   std::string_view name;
-  const char* english;
-  const char* chinese;
-  std::vector<Placing> panes;
+  std::string_view english;
+  std::string_view chinese;
+  std::span<const Placing> panes;
 };
-[[nodiscard]] const std::vector<PageKind>& PageKinds();
+[[nodiscard]] std::span<const PageKind> PageKinds();
 
 }  // namespace desktop

@@ -10,19 +10,14 @@ namespace desktop {
 
 class QuoteSheet final : public QWidget {
  public:
-  explicit QuoteSheet(QWidget* parent = nullptr);
+  QuoteSheet() { setFocusPolicy(Qt::StrongFocus); }
 
   void Show(const StockMarketItem& quote);
   [[nodiscard]] QSize minimumSizeHint() const override { return {180, 200}; }
   [[nodiscard]] QSize sizeHint() const override { return {300, 520}; }
 
  private:
-  struct Painting;
-
   void paintEvent(QPaintEvent* event) override;
-  void PaintHead(Painting& at) const;
-  void PaintBeside(Painting& at) const;
-  void PaintFigures(Painting& at) const;
 
   StockMarketItem quote_;
 };

@@ -3,6 +3,7 @@
 #include <QtGui/QFontDatabase>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QStyleFactory>
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -10,6 +11,23 @@ namespace desktop {
 namespace {
 
 constexpr int kFontSize = 13;  // pixels, before the scale of the screen
+
+struct Shade {
+  QColor Theme::*of;
+  QRgb dark;
+  QRgb light;
+};
+constexpr Shade kShades[] = {
+    {&Theme::window, 0x0e1116, 0xe9ecf0}, {&Theme::base, 0x14181f, 0xffffff},
+    {&Theme::stripe, 0x181d25, 0xf7f8fa}, {&Theme::heading, 0x1c222c, 0xf0f2f5},
+    {&Theme::line, 0x2b3340, 0xd6dbe1},   {&Theme::text, 0xd7dde6, 0x1a1f27},
+    {&Theme::dim, 0x8592a3, 0x66717f},    {&Theme::selection, 0x24405f, 0xcfe3fb},
+    {&Theme::accent, 0x4f9cf0, 0x1766c2}, {&Theme::rise, 0xff5c5c, 0xd32020},
+    {&Theme::fall, 0x2fc27a, 0x0a8a47},   {&Theme::warning, 0xf0b040, 0xa86400},
+    {&Theme::event, 0xc79bff, 0x8a3ffc},
+};
+constexpr std::array<QRgb, 4> kDarkAverages = {0x7ab3ff, 0xf2b84b, 0xe58be0, 0x7fd0d6};
+constexpr std::array<QRgb, 4> kLightAverages = {0x1f5fbf, 0xb26a00, 0xa0309a, 0x3d7a80};
 
 Theme& InForce() {
   static Theme* const theme = new Theme(MakeTheme(true, false));
@@ -22,37 +40,10 @@ Theme MakeTheme(bool is_dark, bool green_up) {
   Theme theme;
   theme.is_dark = is_dark;
   theme.green_up = green_up;
-  if (is_dark) {
-    theme.window = QColor(0x0e1116);
-    theme.base = QColor(0x14181f);
-    theme.stripe = QColor(0x181d25);
-    theme.heading = QColor(0x1c222c);
-    theme.line = QColor(0x2b3340);
-    theme.text = QColor(0xd7dde6);
-    theme.dim = QColor(0x8592a3);
-    theme.selection = QColor(0x24405f);
-    theme.accent = QColor(0x4f9cf0);
-    theme.rise = QColor(0xff5c5c);
-    theme.fall = QColor(0x2fc27a);
-    theme.warning = QColor(0xf0b040);
-    theme.event = QColor(0xc79bff);
-    theme.averages = {QColor(0x7ab3ff), QColor(0xf2b84b), QColor(0xe58be0), QColor(0x7fd0d6)};
-  } else {
-    theme.window = QColor(0xe9ecf0);
-    theme.base = QColor(0xffffff);
-    theme.stripe = QColor(0xf7f8fa);
-    theme.heading = QColor(0xf0f2f5);
-    theme.line = QColor(0xd6dbe1);
-    theme.text = QColor(0x1a1f27);
-    theme.dim = QColor(0x66717f);
-    theme.selection = QColor(0xcfe3fb);
-    theme.accent = QColor(0x1766c2);
-    theme.rise = QColor(0xd32020);
-    theme.fall = QColor(0x0a8a47);
-    theme.warning = QColor(0xa86400);
-    theme.event = QColor(0x8a3ffc);
-    theme.averages = {QColor(0x1f5fbf), QColor(0xb26a00), QColor(0xa0309a), QColor(0x3d7a80)};
+  for (const Shade& shade : kShades) {
+    theme.*shade.of = QColor(is_dark ? shade.dark : shade.light);
   }
+  std::ranges::copy(is_dark ? kDarkAverages : kLightAverages, theme.averages.begin());
   if (green_up) {
     std::swap(theme.rise, theme.fall);
   }
@@ -60,41 +51,22 @@ Theme MakeTheme(bool is_dark, bool green_up) {
 }
 
 QColor Theme::Of(cli::Tone tone) const {
-  switch (tone) {
-    case cli::Tone::kDim:
-      return dim;
-    case cli::Tone::kRise:
-      return rise;
-    case cli::Tone::kFall:
-      return fall;
-    case cli::Tone::kWarning:
-      return warning;
-    case cli::Tone::kPlain:
-    case cli::Tone::kStrong:
-      break;
-  }
-  return text;
+  return tone == cli::Tone::kDim       ? dim
+         : tone == cli::Tone::kRise    ? rise
+         : tone == cli::Tone::kFall    ? fall
+         : tone == cli::Tone::kWarning ? warning
+                                       : text;
 }
 
 QPalette Theme::Palette() const {
-  QPalette palette;
-  palette.setColor(QPalette::Window, window);
-  palette.setColor(QPalette::WindowText, text);
-  palette.setColor(QPalette::Base, base);
+  QPalette palette(text, heading, heading, line, line, text, warning, base, window);
   palette.setColor(QPalette::AlternateBase, stripe);
-  palette.setColor(QPalette::Text, text);
-  palette.setColor(QPalette::Button, heading);
-  palette.setColor(QPalette::ButtonText, text);
-  palette.setColor(QPalette::BrightText, text);
   palette.setColor(QPalette::Highlight, selection);
   palette.setColor(QPalette::HighlightedText, text);
   palette.setColor(QPalette::ToolTipBase, heading);
   palette.setColor(QPalette::ToolTipText, text);
   palette.setColor(QPalette::PlaceholderText, dim);
   palette.setColor(QPalette::Link, accent);
-  palette.setColor(QPalette::Mid, line);
-  palette.setColor(QPalette::Dark, line);
-  palette.setColor(QPalette::Light, heading);
   for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
     palette.setColor(QPalette::Disabled, role, dim);
   }
@@ -140,6 +112,10 @@ QFont FigureFont(double scale, bool bold) {
   font.setPixelSize(static_cast<int>(std::lround(kFontSize * scale)));
   font.setBold(bold);
   return font;
+}
+
+QString Coloured(const QString& text, const QColor& colour) {
+  return QStringLiteral("<span style='color:%1'>%2</span>").arg(colour.name(), text.toHtmlEscaped());
 }
 
 bool HasChineseFont() {

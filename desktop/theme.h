@@ -44,6 +44,9 @@ void SetTheme(const Theme& theme);
 /// Figures of one width, so that they stand under each other and do not tremble.
 [[nodiscard]] QFont FigureFont(double scale = 1, bool bold = false);
 
+/// The text as HTML in that colour.
+[[nodiscard]] QString Coloured(const QString& text, const QColor& colour);
+
 /// False when no font of this machine can show Chinese.
 [[nodiscard]] bool HasChineseFont();
 

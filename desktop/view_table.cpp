@@ -1,17 +1,22 @@
 #include "desktop/view_table.h"
 
 #include <QtCore/QTimer>
+#include <QtGui/QPainter>
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "cli/format/record_rows.h"
-#include "cli/format/words.h"
+#include "desktop/theme.h"
 #include "desktop/words.h"
 
 namespace desktop {
 namespace {
 
 constexpr std::chrono::milliseconds kFlashTime(450);
+constexpr int kFlashAlpha = 60;
+constexpr int kPadding = 6;
+constexpr int kMark = 6;  // width and height of the triangle
 
 // A figure, and what moved it.
 struct Figure {
@@ -19,36 +24,27 @@ struct Figure {
   int mark = 0;
 };
 
-Figure FigureIn(const std::string& cell) {
-  std::string_view text = cell;
+Figure FigureIn(std::string_view text) {
   for (const auto& [mark, direction] : {std::pair(std::string_view(cli::kRose), 1), {cli::kFell, -1}}) {
     if (text.ends_with(mark)) {
       return {text.substr(0, text.size() - mark.size()), direction};
     }
   }
-  while (text.ends_with(' ')) {
-    text.remove_suffix(1);
-  }
-  return {text, 0};
+  return {text.substr(0, text.find_last_not_of(' ') + 1), 0};
 }
 
-int DirectionOf(const cli::Cell& cell) {
+signed char DirectionOf(const cli::Cell& cell) {
   const int mark = FigureIn(cell.text).mark;
-  if (mark != 0) {
-    return mark;
-  }
-  return cell.tone == cli::Tone::kFall ? -1 : cell.tone == cli::Tone::kRise ? 1 : 0;
+  const int tone = cell.tone == cli::Tone::kFall ? -1 : cell.tone == cli::Tone::kRise ? 1 : 0;
+  return static_cast<signed char>(mark != 0 ? mark : tone);
 }
 
 }  // namespace
 
-ViewTable::ViewTable(QObject* parent) : QAbstractTableModel(parent) {}
-
-void ViewTable::Show(cli::Table table, std::vector<std::wstring> keys, std::vector<cli::Security> securities,
-                     Place place) {
-  const auto is_same = [](const cli::Column& a, const cli::Column& b) { return a.name == b.name; };
-  const bool same_columns = std::equal(table.columns().begin(), table.columns().end(),
-                                       table_.columns().begin(), table_.columns().end(), is_same);
+void ViewTable::Show(cli::Table table, const std::vector<std::wstring>& keys,
+                     std::vector<cli::Security> securities, Place place) {
+  const bool same_columns =
+      std::ranges::equal(table.columns(), table_.columns(), {}, &cli::Column::name, &cli::Column::name);
   const int rows_after =
       static_cast<int>(std::max(place.total.value_or(0), place.first + table.rows().size()));
   // Rows go before the figures change and come after that, so that each step is one that Qt knows.
@@ -60,24 +56,21 @@ void ViewTable::Show(cli::Table table, std::vector<std::wstring> keys, std::vect
     endRemoveRows();
   }
   const cli::Table before = std::exchange(table_, std::move(table));
-  const std::vector<std::wstring> keys_before = std::exchange(keys_, std::move(keys));
+  const RowsByKey rows_before = std::exchange(rows_, {});
   securities_ = std::move(securities);
   place_ = std::move(place);
   names_.reset();
-  rows_.clear();
-  for (std::size_t i = 0; i < keys_.size(); ++i) {
-    rows_.emplace(keys_[i], static_cast<int>(place_.first + i));
+  for (std::size_t i = 0; i < std::min(keys.size(), size()); ++i) {
+    rows_.emplace(keys[i], i);
   }
+  flashes_.assign(size() * table_.columns().size(), 0);
   if (!same_columns) {
-    flashes_.assign(table_.rows().size() * table_.columns().size(), 0);
     row_count_ = rows_after;
     endResetModel();
     return;
   }
-  FindChanges(before, keys_before);
-  if (row_count_ > 0) {
-    Q_EMIT dataChanged(index(0, 0), index(row_count_ - 1, columnCount() - 1));
-  }
+  FindChanges(before, rows_before);
+  SayChanged();
   if (rows_after > row_count_) {
     beginInsertRows({}, row_count_, rows_after - 1);
     row_count_ = rows_after;
@@ -85,62 +78,48 @@ void ViewTable::Show(cli::Table table, std::vector<std::wstring> keys, std::vect
   }
 }
 
-void ViewTable::Clear() {
-  Show(cli::Table(table_.columns()), {}, {}, {});
-}
-
-void ViewTable::FindChanges(const cli::Table& before, const std::vector<std::wstring>& keys_before) {
-  std::unordered_map<std::wstring, const Row*> old;
-  for (std::size_t i = 0; i < std::min(keys_before.size(), before.rows().size()); ++i) {
-    old.emplace(keys_before[i], &before.rows()[i]);
-  }
+void ViewTable::FindChanges(const cli::Table& before, const RowsByKey& rows_before) {
   const std::size_t columns = table_.columns().size();
-  flashes_.assign(table_.rows().size() * columns, 0);
-  bool any = false;
-  for (std::size_t i = 0; i < std::min(keys_.size(), table_.rows().size()); ++i) {
-    const auto found = old.find(keys_[i]);
-    for (std::size_t c = 0; found != old.end() && c < columns; ++c) {
-      const cli::Cell& cell = table_.rows()[i][c];
+  for (const auto& [key, row] : rows_) {
+    const auto found = rows_before.find(key);
+    for (std::size_t c = 0; found != rows_before.end() && c < columns; ++c) {
+      const cli::Cell& cell = table_.rows()[row][c];
+      const cli::Cell& old = before.rows()[found->second][c];
       const bool is_figure = table_.columns()[c].align == cli::Align::kRight && cell.tone != cli::Tone::kDim;
-      if (is_figure && FigureIn(cell.text).text != FigureIn((*found->second)[c].text).text) {
-        flashes_[i * columns + c] = static_cast<signed char>(DirectionOf(cell));
-        any = any || flashes_[i * columns + c] != 0;
+      if (is_figure && FigureIn(cell.text).text != FigureIn(old.text).text) {
+        flashes_[row * columns + c] = DirectionOf(cell);
       }
     }
   }
+  const bool any = std::ranges::any_of(flashes_, [](signed char flash) { return flash != 0; });
   if (any && !std::exchange(flashing_, true)) {
-    QTimer::singleShot(kFlashTime, this, [this] { EndFlashes(); });
+    QTimer::singleShot(kFlashTime, this, [this] {
+      flashing_ = false;
+      std::ranges::fill(flashes_, static_cast<signed char>(0));
+      SayChanged();
+    });
   }
 }
 
-void ViewTable::EndFlashes() {
-  flashing_ = false;
-  std::fill(flashes_.begin(), flashes_.end(), static_cast<signed char>(0));
-  if (rowCount() > 0) {
-    Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+void ViewTable::SayChanged() {
+  if (row_count_ > 0) {
+    Q_EMIT dataChanged(index(0, 0), index(row_count_ - 1, columnCount() - 1));
   }
-}
-
-std::string ViewTable::ColumnName(int column) const {
-  return table_.columns()[static_cast<std::size_t>(column)].name;
 }
 
 int ViewTable::ColumnOf(std::string_view name) const {
-  for (int column = 0; column < columnCount(); ++column) {
-    if (ColumnName(column) == name) {
-      return column;
-    }
-  }
-  return -1;
+  const auto found = std::ranges::find(table_.columns(), name, &cli::Column::name);
+  return found == table_.columns().end() ? -1 : static_cast<int>(found - table_.columns().begin());
 }
 
 std::optional<cli::Security> ViewTable::SecurityAt(int row) const {
-  const auto number = static_cast<std::size_t>(row);
-  if (row >= 0 && number >= place_.first && number - place_.first < securities_.size()) {
-    return securities_[number - place_.first];
+  if (Here(row) < securities_.size()) {
+    const cli::Security& security = securities_[Here(row)];
+    return security.code.empty() ? std::nullopt : std::optional(security);
   }
-  if (row >= 0 && number < Names().size()) {
-    return cli::SecurityOf(Names()[number].code, Names()[number].name);
+  if (static_cast<std::size_t>(row) < Names().size()) {
+    const BaseInfoItem& item = Names()[static_cast<std::size_t>(row)];
+    return cli::SecurityOf(item.code, item.name);
   }
   return std::nullopt;
 }
@@ -154,23 +133,15 @@ const std::vector<BaseInfoItem>& ViewTable::Names() const {
 
 int ViewTable::RowHere(const std::wstring& key) const {
   const auto found = rows_.find(key);
-  return found == rows_.end() ? -1 : found->second;
+  return found == rows_.end() ? -1 : static_cast<int>(place_.first + found->second);
 }
 
 int ViewTable::RowOf(const std::wstring& key) const {
   if (const int here = RowHere(key); here >= 0) {
     return here;
   }
-  const auto known = std::find_if(Names().begin(), Names().end(),
-                                  [&](const BaseInfoItem& item) { return item.code == key; });
+  const auto known = std::ranges::find(Names(), key, &BaseInfoItem::code);
   return known == Names().end() ? -1 : static_cast<int>(known - Names().begin());
-}
-
-const ViewTable::Row* ViewTable::InTable(int row) const {
-  const auto number = static_cast<std::size_t>(row);
-  return row >= 0 && number >= place_.first && number - place_.first < table_.rows().size()
-             ? &table_.rows()[number - place_.first]
-             : nullptr;
 }
 
 void ViewTable::SetOrder(int column, bool ascending) {
@@ -181,33 +152,24 @@ void ViewTable::SetOrder(int column, bool ascending) {
   }
 }
 
-int ViewTable::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : row_count_;
-}
-
-int ViewTable::columnCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(table_.columns().size());
-}
-
 QVariant ViewTable::data(const QModelIndex& index, int role) const {
   if (!index.isValid()) {
     return {};
   }
-  const auto column = static_cast<std::size_t>(index.column());
+  const cli::Column& shape = column(index.column());
   if (role == Qt::TextAlignmentRole) {
-    const bool is_right = table_.columns()[column].align == cli::Align::kRight;
-    return QVariant((is_right ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    return QVariant((shape.align == cli::Align::kRight ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
   }
-  const Row* const row = InTable(index.row());
-  if (row == nullptr) {
-    const std::string name = ColumnName(index.column());
+  if (!HasFigures(index.row())) {
     if (role == Qt::DisplayRole && static_cast<std::size_t>(index.row()) < Names().size()) {
       const BaseInfoItem& item = Names()[static_cast<std::size_t>(index.row())];
-      return name == "code" ? Shown(item.code) : name == "name" ? Shown(item.name) : QString();
+      return shape.name == "code" ? Shown(item.code) : shape.name == "name" ? Shown(item.name) : QString();
     }
     return role == kTone ? QVariant(static_cast<int>(cli::Tone::kDim)) : QVariant();
   }
-  const cli::Cell& cell = (*row)[column];
+  const std::size_t row = Here(index.row());
+  const auto number = static_cast<std::size_t>(index.column());
+  const cli::Cell& cell = table_.rows()[row][number];
   switch (role) {
     case Qt::DisplayRole:
       return Text(FigureIn(cell.text).text);
@@ -216,9 +178,7 @@ QVariant ViewTable::data(const QModelIndex& index, int role) const {
     case kMark:
       return FigureIn(cell.text).mark;
     case kFlash:
-      return static_cast<int>(
-          flashes_[(static_cast<std::size_t>(index.row()) - place_.first) * table_.columns().size() +
-                   column]);
+      return static_cast<int>(flashes_[row * table_.columns().size() + number]);
     default:
       return {};
   }
@@ -228,13 +188,12 @@ QVariant ViewTable::headerData(int section, Qt::Orientation orientation, int rol
   if (orientation != Qt::Horizontal || section >= columnCount()) {
     return {};
   }
+  const QString mark = ascending_ ? QStringLiteral(" ▲") : QStringLiteral(" ▼");
   switch (role) {
     case Qt::DisplayRole:
-      return TitleOf(table_.columns()[static_cast<std::size_t>(section)].name) +
-             (section == ordered_by_ ? (ascending_ ? QStringLiteral(" ▲") : QStringLiteral(" ▼"))
-                                     : QString());
+      return TitleOf(column(section).name) + (section == ordered_by_ ? mark : QString());
     case Qt::ToolTipRole:
-      return Text(cli::MeaningOf(ColumnName(section)));
+      return Text(cli::MeaningOf(column(section).name));
     case Qt::TextAlignmentRole:
       return data(index(0, section), role);
     default:
@@ -242,12 +201,46 @@ QVariant ViewTable::headerData(int section, Qt::Orientation orientation, int rol
   }
 }
 
-Qt::ItemFlags ViewTable::flags(const QModelIndex& index) const {
-  Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-  if (draggable_) {
-    flags |= index.isValid() ? Qt::ItemIsDragEnabled : Qt::ItemIsDropEnabled;
+int CellPainter::WidthFor(const QFontMetrics& metrics, const QString& text) {
+  return metrics.horizontalAdvance(text) + 2 * kPadding + kMark + 2;
+}
+
+void CellPainter::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                        const QModelIndex& index) const {
+  const Theme& theme = CurrentTheme();
+  const QRect& cell = option.rect;
+  if (index.row() == current_row_) {
+    painter->fillRect(cell, theme.selection);
+  } else if (index.row() % 2 == 1) {
+    painter->fillRect(cell, theme.stripe);
   }
-  return flags;
+  if (const int flash = index.data(ViewTable::kFlash).toInt(); flash != 0) {
+    QColor colour = flash > 0 ? theme.rise : theme.fall;
+    colour.setAlpha(kFlashAlpha);
+    painter->fillRect(cell, colour);
+  }
+  const QString text = index.data(Qt::DisplayRole).toString();
+  const auto alignment = static_cast<Qt::Alignment>(index.data(Qt::TextAlignmentRole).toInt());
+  const bool is_figure = alignment.testFlag(Qt::AlignRight);
+  const QRect room = cell.adjusted(kPadding, 0, is_figure ? -kPadding - kMark - 2 : -kPadding, 0);
+  // A figure that is cut would be another figure.
+  const bool fits = !is_figure || option.fontMetrics.horizontalAdvance(text) <= room.width();
+  painter->setFont(option.font);
+  painter->setPen(theme.Of(static_cast<cli::Tone>(index.data(ViewTable::kTone).toInt())));
+  painter->drawText(
+      room, static_cast<int>(alignment),
+      fits ? option.fontMetrics.elidedText(text, Qt::ElideRight, room.width()) : QStringLiteral("…"));
+  if (const int mark = index.data(ViewTable::kMark).toInt(); mark != 0) {
+    const QPoint at(cell.right() - kPadding - kMark / 2 + 2, cell.center().y() + 1);
+    const int third = mark * kMark / 3;
+    const QPoint triangle[] = {at + QPoint(-kMark / 2, third), at + QPoint(kMark / 2, third),
+                               at - QPoint(0, third)};
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(mark > 0 ? theme.rise : theme.fall);
+    painter->drawPolygon(triangle, 3);
+    painter->setRenderHint(QPainter::Antialiasing, false);
+  }
 }
 
 }  // namespace desktop

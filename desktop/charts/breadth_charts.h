@@ -7,22 +7,25 @@
 #include "analytics/stock_distribution.h"
 #include "cli/plot/market_charts.h"
 #include "desktop/charts/chart.h"
-#include "desktop/charts/chart_plot.h"
-#include "desktop/charts/reading_chart.h"
 #include "desktop/charts/session_axis.h"
 
 namespace desktop {
 
 /// Curves over one day.
-class SessionChart final : public ReadingChart {
+class SessionChart final : public Chart {
  public:
-  explicit SessionChart(QWidget* parent = nullptr);
+  SessionChart();
 
-  void SetPicture(const cli::SessionPicture& picture);
+  void SetPicture(const cli::SessionPicture& picture) { Take(picture_, picture); }
 
  private:
-  [[nodiscard]] std::size_t Points() const override;
-  [[nodiscard]] QPointF PlaceOf(std::size_t point) const override;
+  [[nodiscard]] std::size_t Points() const override {
+    return picture_.curves.empty() ? 0 : picture_.curves.front().points.size();
+  }
+  [[nodiscard]] QPointF PlaceOf(std::size_t point) const override {
+    return {static_cast<double>(picture_.curves.front().points[point].minute),
+            plot_.axisInterval(QwtPlot::yLeft).minValue()};
+  }
   void DrawPoints() override;
   void ShowFigures() override;
 
@@ -34,12 +37,19 @@ class SessionChart final : public ReadingChart {
 /// A lying bar for each range of change.
 class DistributionChart final : public Chart {
  public:
-  explicit DistributionChart(QWidget* parent = nullptr);
+  DistributionChart();
 
-  void SetItem(const DistributionItem& item, std::uint32_t date);
+  void SetItem(const DistributionItem& item, std::uint32_t date) {
+    Take(item_, item);
+    Take(date_, date);
+  }
 
  private:
-  bool Draw() override;
+  [[nodiscard]] std::size_t Points() const override {
+    return cli::HasFigures(item_) ? item_.first_half.size() + item_.second_half.size() : 0;
+  }
+  void DrawPoints() override;
+  void ShowFigures() override;
 
   ChartPlot& plot_;
   DistributionItem item_;

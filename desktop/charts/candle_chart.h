@@ -2,24 +2,21 @@
 // minute_chart.h's matter. Used by the UI thread.
 #pragma once
 
-#include <QPoint>
 #include <cstddef>
 #include <vector>
 
 #include "charts/stock_kline.h"
 #include "cli/plot/candle_chart.h"
-#include "desktop/charts/reading_chart.h"
+#include "desktop/charts/chart.h"
 
 namespace desktop {
 
 /// Keys: + and - zoom, as the wheel does; Left and Right scroll, as dragging does; Home and End go to the
 /// oldest and the newest candle; Shift with Left and Right reads candle after candle, as the mouse does,
 /// Escape ends that.
-class CandleChart final : public ReadingChart {
+class CandleChart final : public Chart {
  public:
-  static constexpr std::size_t kFewest = 10;  ///< candles that are in sight however far one zooms in
-
-  explicit CandleChart(QWidget* parent = nullptr);
+  CandleChart();
 
   /// The newest candles of another series; of the same one the part that is in sight stays there. Nothing
   /// happens when that is shown already.
@@ -31,19 +28,16 @@ class CandleChart final : public ReadingChart {
   void Zoom(double factor);               ///< so many times as many candles
   void ScrollBy(std::ptrdiff_t candles);  ///< into the past if negative
 
- protected:
-  void keyPressEvent(QKeyEvent* event) override;
-
  private:
+  void keyPressEvent(QKeyEvent* event) override;
   [[nodiscard]] std::size_t Points() const override { return candles_.size(); }
-  [[nodiscard]] QPointF PlaceOf(std::size_t candle) const override;
+  [[nodiscard]] QPointF PlaceOf(std::size_t candle) const override {
+    return {static_cast<double>(candle), candles_[candle].close};
+  }
   void DrawPoints() override;
   void ShowFigures() override;
   void DrawCandles(std::size_t first, std::size_t last, std::size_t sharing);
-  void DrawAverages(std::size_t first, std::size_t last, std::size_t sharing);
   void LabelDates(std::size_t first, std::size_t last);
-  void Drag(const QPoint& to);
-  void Follow();
   [[nodiscard]] std::size_t Room() const;
   [[nodiscard]] double PixelsPerCandle() const;
 
@@ -54,7 +48,7 @@ class CandleChart final : public ReadingChart {
   std::vector<cli::Average> averages_;
   std::size_t wanted_ = 0;  // candles in sight; 0: as many as look good
   std::size_t back_ = 0;    // newer candles that are out of sight
-  QPoint dragged_;
+  int dragged_ = 0;         // the pixel where the mouse stood that drags
 };
 
 }  // namespace desktop

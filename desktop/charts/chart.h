@@ -1,17 +1,19 @@
-// What all charts share: figures on top, plots below them, and a reason in the middle while there is nothing
-// to draw. Whatever is shown stands in the accessible description, too. Used by the UI thread.
+// What all charts share: figures on top, plots below each other, and points that are read one by one, with
+// cross-hairs through the plots. Whatever is shown stands in the accessible description, too. Used by the UI
+// thread.
 #pragma once
 
 #include <QLabel>
-#include <QStackedLayout>
-#include <QString>
+#include <QPointF>
 #include <QVBoxLayout>
 #include <QWidget>
-#include <string_view>
+#include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "cli/format/table.h"
-#include "desktop/theme.h"
+#include "desktop/charts/chart_plot.h"
+#include "desktop/words.h"
 
 namespace desktop {
 
@@ -21,48 +23,66 @@ struct Figure {
   QColor colour;
 };
 
+/// The mouse reads the point below it. Left and Right read point after point, Escape ends that.
 class Chart : public QWidget {
  public:
-  /// Why there is nothing to draw; shown only then.
-  void SetReason(const QString& reason);
-  [[nodiscard]] QString Reason() const { return reason_.text(); }
-  /// True when a chart is shown, false when it is the reason.
-  [[nodiscard]] bool HasPicture() const { return stack_.currentIndex() == 1; }
+  /// False: there is nothing to draw, and the chart is empty.
+  [[nodiscard]] bool HasPicture() const { return has_picture_; }
 
   [[nodiscard]] QSize sizeHint() const override { return {480, 320}; }
   [[nodiscard]] QSize minimumSizeHint() const override { return {160, 120}; }
 
  protected:
   /// Its figures have about so many characters.
-  Chart(const char* name, int characters, QWidget* parent);
+  explicit Chart(int characters);
 
-  /// The word that names a figure, in the language of the program.
-  [[nodiscard]] static QString Word(std::string_view name);
+  /// A plot below those that are there. The first one with cross-hairs has a line across, too.
+  ChartPlot& AddPlot(int stretch, bool has_cross_hair);
 
-  [[nodiscard]] QVBoxLayout& body() { return body_; }
+  [[nodiscard]] virtual std::size_t Points() const = 0;
+  /// The place of a point on the first plot; from point to point more to the right.
+  [[nodiscard]] virtual QPointF PlaceOf(std::size_t /*point*/) const { return {}; }
+  /// Draws all points, one at least, into empty plots, in the colours and the size of the moment.
+  virtual void DrawPoints() = 0;
+  /// Shows and describes the point that is read, or the chart as a whole, if it has a point.
+  virtual void ShowFigures() = 0;
+
+  /// What is drawn is no longer what it has.
+  void Redraw();
+  /// Has `now` from now on; nothing happens if it has that already.
+  template <class Data>
+  void Take(Data& kept, const Data& now) {
+    if (kept != now) {
+      kept = now;
+      Redraw();
+    }
+  }
+  void Read(std::optional<std::size_t> point);
+  /// Goes one point to the left (-1) or the right; starts with the last point in sight.
+  void ReadNext(int way);
+  [[nodiscard]] std::optional<std::size_t> reading() const { return reading_; }
+
   [[nodiscard]] static std::vector<Figure> FiguresOf(const cli::StyledLine& line);
   /// Shows `figures` side by side on top, and describes them and `more`.
   void Show(const std::vector<Figure>& figures, const QString& more = {});
 
-  /// Draws again what it has, in the colours and the size that it has, and shows its figures; false: there is
-  /// nothing to draw.
-  virtual bool Draw() = 0;
-  /// Calls `Draw`.
-  void Redraw();
-
-  void changeEvent(QEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
-  void showEvent(QShowEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
-  void GiveRoom();
-  void Describe(const QString& text);
+  class CrossHair;
+
+  bool event(QEvent* event) override;
+  void FitFigures();
+  void DrawAll();
+  void ReadAt(std::optional<QPointF> place);
 
   const int characters_;
-  QStackedLayout& stack_;
-  QLabel& reason_;
-  QVBoxLayout& body_;
+  QVBoxLayout& layout_;
   QLabel& figures_;
+  std::vector<ChartPlot*> plots_;
+  std::vector<CrossHair*> cross_hairs_;
+  std::optional<std::size_t> reading_;
+  bool has_picture_ = false;
 };
 
 }  // namespace desktop

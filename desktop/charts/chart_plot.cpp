@@ -1,17 +1,21 @@
 #include "desktop/charts/chart_plot.h"
 
+#include <qwt_plot_histogram.h>
 #include <qwt_plot_layout.h>
 #include <qwt_scale_draw.h>
 #include <qwt_scale_engine.h>
 #include <qwt_scale_widget.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace desktop {
 namespace {
 
 constexpr int kAxes[] = {QwtPlot::yLeft, QwtPlot::yRight, QwtPlot::xBottom};
+constexpr double kHalfBar = 0.35;
+constexpr double kAirAboveBars = 1.08;
 
 class WordedScale final : public QwtScaleDraw {
  public:
@@ -30,6 +34,7 @@ ChartPlot::ChartPlot(QWidget* parent) : QwtPlot(parent), grid_(*new QwtPlotGrid)
   auto* const drawn = new QwtPlotCanvas(this);
   drawn->setFrameStyle(QFrame::NoFrame);
   drawn->setFocusIndicator(QwtPlotCanvas::NoFocusIndicator);
+  drawn->setFocusProxy(parent);   // pickers answer arrow keys by moving the mouse
   drawn->setMouseTracking(true);  // a cross-hair follows without a button
   setCanvas(drawn);
   setAutoReplot(false);
@@ -46,7 +51,18 @@ ChartPlot::ChartPlot(QWidget* parent) : QwtPlot(parent), grid_(*new QwtPlotGrid)
   grid_.attach(this);
 }
 
-void ChartPlot::PutOnTheme() {
+void ChartPlot::ShowScale(int axis, Labels labels) {
+  auto* const scale = new WordedScale(std::move(labels));
+  scale->setTickLength(QwtScaleDiv::MajorTick, 3);
+  scale->enableComponent(QwtAbstractScaleDraw::Backbone, false);
+  setAxisScaleDraw(axis, scale);
+  enableAxis(axis, true);
+}
+
+void ChartPlot::Clear() {
+  grid_.detach();
+  detachItems(QwtPlotItem::Rtti_PlotItem, true);
+  grid_.attach(this);
   const Theme& theme = CurrentTheme();
   setCanvasBackground(theme.base);
   grid_.setPen(theme.line, 1, Qt::SolidLine);
@@ -59,23 +75,17 @@ void ChartPlot::PutOnTheme() {
   }
 }
 
-void ChartPlot::ShowScale(int axis, Labels labels) {
-  auto* const scale = new WordedScale(std::move(labels));
-  scale->setTickLength(QwtScaleDiv::MajorTick, 3);
-  scale->enableComponent(QwtAbstractScaleDraw::Backbone, false);
-  setAxisScaleDraw(axis, scale);
-  enableAxis(axis, true);
+void ChartPlot::SetRange(int axis, double low, double high, int pixels) {
+  const int labels = std::max((axis == xBottom ? width() : height()) / pixels, 2);
+  const QwtScaleDiv division = QwtLinearScaleEngine().divideScale(low, high, labels, 1);
+  SetTicks(axis, low, high, division.ticks(QwtScaleDiv::MajorTick));
 }
 
-void ChartPlot::ShowGrid(bool upright, bool across) {
-  grid_.enableX(upright);
-  grid_.enableY(across);
-}
-
-void ChartPlot::Clear() {
-  grid_.detach();
-  detachItems(QwtPlotItem::Rtti_PlotItem, true);
-  grid_.attach(this);
+void ChartPlot::SetTicks(int axis, double low, double high, const QList<double>& ticks) {
+  if (auto* const scale = dynamic_cast<WordedScale*>(axisScaleDraw(axis))) {
+    scale->Forget();
+  }
+  setAxisScaleDiv(axis, QwtScaleDiv(low, high, {}, {}, ticks));
 }
 
 QwtText ChartPlot::Words(const QString& text, const QColor& colour) const {
@@ -85,19 +95,54 @@ QwtText ChartPlot::Words(const QString& text, const QColor& colour) const {
   return words;
 }
 
-void ChartPlot::SetRange(int axis, double low, double high, int pixels) {
-  const int room = axis == xBottom ? width() : height();
-  SetTicks(axis, low, high,
-           QwtLinearScaleEngine()
-               .divideScale(low, high, std::max(room / pixels, 2), 1)
-               .ticks(QwtScaleDiv::MajorTick));
+void ChartPlot::AddWords(const QwtText& words, const QPointF& at, Qt::Alignment beside, int spacing) {
+  auto* const marker = new QwtPlotMarker;
+  marker->setValue(at);
+  marker->setLabel(words);
+  marker->setLabelAlignment(beside);
+  marker->setSpacing(spacing);
+  marker->attach(this);
 }
 
-void ChartPlot::SetTicks(int axis, double low, double high, const QList<double>& ticks) {
-  if (auto* const scale = dynamic_cast<WordedScale*>(axisScaleDraw(axis))) {
-    scale->Forget();
+QwtPlotCurve& ChartPlot::AddCurve(const QVector<QPointF>& points, const QPen& pen) {
+  auto* const curve = new QwtPlotCurve;
+  curve->setRenderHint(QwtPlotItem::RenderAntialiased);
+  curve->setPen(pen);
+  curve->setSamples(points);
+  curve->attach(this);
+  return *curve;
+}
+
+void ChartPlot::AddLine(QwtPlotMarker::LineStyle style, double at, Qt::PenStyle pen) {
+  auto* const marker = new QwtPlotMarker;
+  marker->setLineStyle(style);
+  marker->setLinePen(CurrentTheme().dim, 1, pen);
+  marker->setValue(at, at);
+  marker->attach(this);
+}
+
+std::size_t ChartPlot::SharingABar(double neighbours) const {
+  return static_cast<std::size_t>(std::max(std::ceil(neighbours * 2 / std::max(canvas()->width(), 1)), 1.0));
+}
+
+void ChartPlot::AddVolumes(const std::vector<VolumeBar>& bars, std::size_t sharing) {
+  const double half = kHalfBar * static_cast<double>(sharing);
+  double most = 0;
+  for (const bool rise : {true, false}) {
+    QVector<QwtIntervalSample> samples;
+    for (const VolumeBar& bar : bars) {
+      most = std::max(most, bar.volume);
+      if (bar.rise == rise && bar.volume > 0) {
+        samples.push_back({bar.volume, bar.place - half, bar.place + half});
+      }
+    }
+    auto* const histogram = new QwtPlotHistogram;
+    histogram->setSymbol(MakeColumn(rise ? CurrentTheme().rise : CurrentTheme().fall));
+    histogram->setSamples(samples);
+    histogram->attach(this);
   }
-  setAxisScaleDiv(axis, QwtScaleDiv(low, high, {}, {}, ticks));
+  SetTicks(QwtPlot::yLeft, 0, most > 0 ? most * kAirAboveBars : 1,
+           most > 0 ? QList<double>{most} : QList<double>{});
 }
 
 void AlignSides(std::initializer_list<ChartPlot*> plots) {
@@ -123,19 +168,8 @@ void AlignSides(std::initializer_list<ChartPlot*> plots) {
 QwtColumnSymbol* MakeColumn(const QColor& colour) {
   auto* const column = new QwtColumnSymbol(QwtColumnSymbol::Box);
   column->setFrameStyle(QwtColumnSymbol::NoFrame);
-  QPalette palette;
-  palette.setColor(QPalette::Window, colour);
-  column->setPalette(palette);
+  column->setPalette(QPalette(colour, colour));
   return column;
-}
-
-QList<double> EvenTicks(double low, double high, int height) {
-  const int parts = height < 120 ? 2 : height < 500 ? 4 : 8;
-  QList<double> ticks;
-  for (int i = 0; i <= parts; ++i) {
-    ticks.push_back(low + (high - low) * i / parts);
-  }
-  return ticks;
 }
 
 }  // namespace desktop

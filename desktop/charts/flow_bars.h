@@ -2,25 +2,26 @@
 // thread.
 #pragma once
 
-#include <string>
-
 #include "analytics/stock_in_out.h"
+#include "cli/format/flow_rows.h"
 #include "desktop/charts/chart.h"
-#include "desktop/charts/chart_plot.h"
 
 namespace desktop {
 
 /// Four bars for each period: in and out by big orders, then by small ones.
 class FlowBars final : public Chart {
  public:
-  explicit FlowBars(QWidget* parent = nullptr);
+  FlowBars();
 
-  void SetFlows(const StockInOutItem& flows);
+  void SetFlows(const StockInOutItem& flows) { Take(flows_, flows); }
 
  private:
-  bool Draw() override;
-  [[nodiscard]] QColor ColourOf(int bar) const;
-  [[nodiscard]] static QString PeriodText(const std::string& days);
+  // What is not four amounts in and out is left to the table: the rows of both are the same.
+  [[nodiscard]] std::size_t Points() const override {
+    return cli::HasFlows(flows_) ? std::size(cli::kFlowPeriods) : 0;
+  }
+  void DrawPoints() override;
+  void ShowFigures() override;
 
   ChartPlot& plot_;
   StockInOutItem flows_;

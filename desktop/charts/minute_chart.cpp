@@ -1,10 +1,7 @@
 #include "desktop/charts/minute_chart.h"
 
-#include <qwt_plot_curve.h>
-#include <qwt_plot_marker.h>
 #include <qwt_symbol.h>
 
-#include <QVector>
 #include <algorithm>
 #include <cmath>
 
@@ -12,58 +9,51 @@
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
 #include "cli/plot/range.h"
-#include "desktop/charts/volume_bars.h"
 
 namespace desktop {
 namespace {
 
 constexpr int kCharacters = 80;    // of its figures
 constexpr int kLabelledEvent = 8;  // characters
-constexpr int kMarkSize = 7;
+constexpr QSize kMark(7, 7);
 
 // 931 for "09:31", "09:31:20" and "0931"; negative for what is no time.
-std::int32_t ClockOf(const std::wstring& time) {
-  std::int32_t clock = 0;
-  int digits = 0;
-  for (const wchar_t character : time) {
-    if (character >= L'0' && character <= L'9' && digits < 4) {
-      clock = clock * 10 + (character - L'0');
-      ++digits;
-    }
+int ClockOf(const std::wstring& time) {
+  const QString digits = QString::fromStdWString(time).remove(QLatin1Char(':')).left(4);
+  bool is_number = false;
+  const int clock = digits.toInt(&is_number);
+  return is_number && digits.size() == 4 ? clock : -1;
+}
+
+// A label of a price in the colour of its change.
+QwtText Label(const std::string& text, double change) {
+  QwtText label(Text(text));
+  const double seen = std::round(change * 1000);
+  label.setColor(seen == 0 ? CurrentTheme().dim : CurrentTheme().Of(cli::ToneOf(seen)));
+  return label;
+}
+
+// At equal distances, so that the previous close in the middle has one.
+QList<double> EvenTicks(const cli::Range& range, int height) {
+  const int parts = height < 120 ? 2 : height < 500 ? 4 : 8;
+  QList<double> ticks;
+  for (int i = 0; i <= parts; ++i) {
+    ticks.push_back(range.low + (range.high - range.low) * i / parts);
   }
-  return digits == 4 ? clock : -1;
-}
-
-QwtPlotCurve* AddCurve(QwtPlot& plot, const QVector<QPointF>& points, const QColor& colour, double width) {
-  auto* const curve = new QwtPlotCurve;
-  curve->setRenderHint(QwtPlotItem::RenderAntialiased);
-  curve->setPen(colour, width);
-  curve->setSamples(points);
-  curve->attach(&plot);
-  return curve;
-}
-
-void AddLine(QwtPlot& plot, QwtPlotMarker::LineStyle style, double at, const QColor& colour,
-             Qt::PenStyle pen) {
-  auto* const marker = new QwtPlotMarker;
-  marker->setLineStyle(style);
-  marker->setLinePen(colour, 1, pen);
-  marker->setValue(at, at);
-  marker->attach(&plot);
-}
-
-QColor OfChange(double change) {
-  return change == 0 ? CurrentTheme().dim : CurrentTheme().Of(cli::ToneOf(change));
+  return ticks;
 }
 
 }  // namespace
 
-MinuteChart::MinuteChart(QWidget* parent)
-    : ReadingChart("minute_chart", kCharacters, parent), prices_(AddPlot(3)), volumes_(AddPlot(1)) {
-  prices_.ShowScale(QwtPlot::yLeft, [this](double price) { return PriceLabel(price); });
-  prices_.ShowScale(QwtPlot::yRight, [this](double price) { return RateLabel(price); });
-  volumes_.ShowScale(QwtPlot::yLeft,
-                     [](double volume) { return QString::fromStdString(cli::ShortAmount(volume)); });
+MinuteChart::MinuteChart() : Chart(kCharacters), prices_(AddPlot(3, true)), volumes_(AddPlot(1, true)) {
+  prices_.ShowScale(QwtPlot::yLeft, [this](double price) {
+    return Label(cli::Fixed(price, 2), line_.preclose > 0 ? price - line_.preclose : 0);
+  });
+  prices_.ShowScale(QwtPlot::yRight, [this](double price) {
+    const double rate = (price - line_.preclose) / line_.preclose * 100;
+    return Label(cli::SignedPercent(rate, 2), rate);
+  });
+  volumes_.ShowScale(QwtPlot::yLeft, [](double volume) { return Text(cli::ShortAmount(volume)); });
   volumes_.ShowScale(QwtPlot::yRight, [](double) { return QwtText(); });
   volumes_.ShowScale(QwtPlot::xBottom, [this](double place) { return axis_.LabelOf(place); });
 }
@@ -72,7 +62,9 @@ void MinuteChart::SetLine(const StockMLineData& line, bool average) {
   if (line == line_ && average == average_) {
     return;
   }
-  const bool is_same = line.symbol == line_.symbol;
+  if (line.symbol != line_.symbol) {
+    Read(std::nullopt);
+  }
   line_ = line;
   average_ = average;
   axis_ = SessionAxis(line.days);
@@ -87,64 +79,51 @@ void MinuteChart::SetLine(const StockMLineData& line, bool average) {
       }
     }
   }
-  if (!is_same) {
-    Read(std::nullopt);
-  }
   Redraw();
 }
 
 void MinuteChart::SetEvents(const std::list<StockUnusualEventItem>& events) {
-  if (events != events_) {
-    events_ = events;
-    Redraw();
+  QMap<int, QStringList> texts;
+  for (const StockUnusualEventItem& event : events) {
+    texts[ClockOf(event.time)] << Shown(event.content);
   }
-}
-
-QwtText MinuteChart::PriceLabel(double price) const {
-  QwtText label(QString::fromStdString(cli::Fixed(price, 2)));
-  if (line_.preclose > 0) {
-    label.setColor(OfChange(std::round((price - line_.preclose) * 1000)));
-  }
-  return label;
-}
-
-QwtText MinuteChart::RateLabel(double price) const {
-  const double rate = (price - line_.preclose) / line_.preclose * 100;
-  QwtText label(QString::fromStdString(cli::SignedPercent(rate, 2)));
-  label.setColor(OfChange(std::round(rate * 1000)));
-  return label;
-}
-
-QPointF MinuteChart::PlaceOf(std::size_t minute) const {
-  return {minutes_[minute].place, minutes_[minute].point.price};
+  Take(events_, texts);
 }
 
 void MinuteChart::DrawPoints() {
   const bool has_preclose = line_.preclose > 0;
   const cli::Range range = cli::RangeOfDays(line_.days, line_.preclose, average_).Widened();
   for (const int axis : {static_cast<int>(QwtPlot::yLeft), static_cast<int>(QwtPlot::yRight)}) {
-    prices_.SetTicks(axis, range.low, range.high, EvenTicks(range.low, range.high, prices_.height()));
+    prices_.SetTicks(axis, range.low, range.high, EvenTicks(range, prices_.height()));
   }
   prices_.enableAxis(QwtPlot::yRight, has_preclose);
   volumes_.enableAxis(QwtPlot::yRight, has_preclose);
   volumes_.SetTicks(QwtPlot::yRight, 0, 1, {});
-
-  std::vector<VolumeBar> bars;
-  for (const Minute& minute : minutes_) {
-    bars.push_back({minute.place, static_cast<double>(minute.point.volume), minute.rise});
-  }
-  const std::size_t sharing = SharingABar(axis_.end() - axis_.begin(), volumes_.canvas()->width());
-  ShowVolumes(volumes_, Joined(bars, sharing), sharing);
+  DrawVolumes();
   DrawDays();
   if (has_preclose) {
-    AddLine(prices_, QwtPlotMarker::HLine, line_.preclose, CurrentTheme().dim, Qt::DashLine);
+    prices_.AddLine(QwtPlotMarker::HLine, line_.preclose, Qt::DashLine);
   }
-  const QList<double> ticks = axis_.Ticks(volumes_.width());
   for (ChartPlot* const plot : {&prices_, &volumes_}) {
-    plot->SetTicks(QwtPlot::xBottom, axis_.begin(), axis_.end(), ticks);
+    plot->SetTicks(QwtPlot::xBottom, axis_.begin(), axis_.end(), axis_.Ticks(volumes_.width()));
   }
   AlignSides({&prices_, &volumes_});
   DrawEvents();
+}
+
+// Where there is little room neighbours share a bar: their mean, in the direction of the last.
+void MinuteChart::DrawVolumes() {
+  const std::size_t sharing = volumes_.SharingABar(axis_.end() - axis_.begin());
+  std::vector<VolumeBar> bars;
+  for (std::size_t first = 0; first < minutes_.size(); first += sharing) {
+    const std::size_t end = std::min(first + sharing, minutes_.size());
+    VolumeBar bar{(minutes_[first].place + minutes_[end - 1].place) / 2, 0, minutes_[end - 1].rise};
+    for (std::size_t i = first; i < end; ++i) {
+      bar.volume += static_cast<double>(minutes_[i].point.volume) / static_cast<double>(end - first);
+    }
+    bars.push_back(bar);
+  }
+  volumes_.AddVolumes(bars, sharing);
 }
 
 // A curve ends with its day.
@@ -154,9 +133,8 @@ void MinuteChart::DrawDays() {
     QVector<QPointF> averages;
     const std::uint32_t date = first->date;
     if (first != minutes_.begin()) {
-      for (ChartPlot* const plot : {&prices_, &volumes_}) {
-        AddLine(*plot, QwtPlotMarker::VLine, first->place - 1, CurrentTheme().dim, Qt::DotLine);
-      }
+      prices_.AddLine(QwtPlotMarker::VLine, first->place - 1, Qt::DotLine);
+      volumes_.AddLine(QwtPlotMarker::VLine, first->place - 1, Qt::DotLine);
     }
     for (; first != minutes_.end() && first->date == date; ++first) {
       prices.push_back({first->place, first->point.price});
@@ -164,13 +142,14 @@ void MinuteChart::DrawDays() {
         averages.push_back({first->place, first->point.avg_price});
       }
     }
-    AddCurve(prices_, averages, CurrentTheme().averages[1], 1);
-    AddCurve(prices_, prices, CurrentTheme().averages[0], 1.4);
+    prices_.AddCurve(averages, {CurrentTheme().averages[1], 1});
+    prices_.AddCurve(prices, {CurrentTheme().averages[0], 1.4});
   }
 }
 
 // Every event has its mark; words stand at those that have room for them.
 void MinuteChart::DrawEvents() {
+  const QColor& colour = CurrentTheme().event;
   QVector<QPointF> marks;
   double free_from = axis_.begin();
   const double minutes_of_pixel = (axis_.end() - axis_.begin()) / std::max(prices_.canvas()->width(), 1);
@@ -181,51 +160,35 @@ void MinuteChart::DrawEvents() {
     }
     marks.push_back({minute.place, minute.point.price});
     const bool is_long = text.size() > kLabelledEvent;
-    const QwtText words =
-        prices_.Words(is_long ? text.left(kLabelledEvent) + QChar(0x2026) : text, CurrentTheme().event);
-    const double room = (words.textSize().width() + kMarkSize) * minutes_of_pixel;
+    const QwtText words = prices_.Words(is_long ? text.left(kLabelledEvent) + QChar(0x2026) : text, colour);
+    const double room = (words.textSize().width() + kMark.width()) * minutes_of_pixel;
     const bool fits_right = minute.place + room <= axis_.end();
     if (minute.place >= free_from && (fits_right || minute.place - room >= free_from)) {
-      auto* const marker = new QwtPlotMarker;
-      marker->setValue(minute.place, minute.point.price);
-      marker->setLabel(words);
-      marker->setLabelAlignment((fits_right ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignTop);
-      marker->attach(&prices_);
+      prices_.AddWords(words, marks.back(), (fits_right ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignTop);
       free_from = minute.place + (fits_right ? room : 0);
     }
   }
-  QwtPlotCurve* const curve = AddCurve(prices_, marks, CurrentTheme().event, 1);
-  curve->setStyle(QwtPlotCurve::NoCurve);
-  curve->setSymbol(new QwtSymbol(QwtSymbol::Diamond, CurrentTheme().event, CurrentTheme().base,
-                                 QSize(kMarkSize, kMarkSize)));
+  QwtPlotCurve& curve = prices_.AddCurve(marks, {colour, 1});
+  curve.setStyle(QwtPlotCurve::NoCurve);
+  curve.setSymbol(new QwtSymbol(QwtSymbol::Diamond, colour, CurrentTheme().base, kMark));
 }
 
 QString MinuteChart::EventsAt(const Minute& minute) const {
-  QStringList texts;
-  if (minute.date == minutes_.back().date) {
-    for (const StockUnusualEventItem& event : events_) {
-      if (ClockOf(event.time) == minute.point.time) {
-        texts.push_back(QString::fromStdString(cli::Printable(event.content)));
-      }
-    }
-  }
-  return texts.join(QStringLiteral(", "));
+  const bool is_last_day = minute.date == minutes_.back().date;
+  return is_last_day ? events_.value(minute.point.time).join(QStringLiteral(", ")) : QString();
 }
 
 void MinuteChart::ShowFigures() {
-  if (minutes_.empty()) {
-    return;
-  }
   const Minute& shown = reading() ? minutes_[*reading()] : minutes_.back();
   std::vector<Figure> figures = FiguresOf(cli::MinuteFigures(shown.date, shown.point, average_));
   const QString event = EventsAt(shown);
   if (!event.isEmpty()) {
     figures.push_back({QStringLiteral("  ") + event, CurrentTheme().event});
   }
-  Show(figures, QStringLiteral("; %1 %2; %3 - %4")
-                    .arg(Word("preclose"), QString::fromStdString(cli::Fixed(line_.preclose, 2)),
-                         QString::fromStdString(cli::DateText(minutes_.front().date)),
-                         QString::fromStdString(cli::DateText(minutes_.back().date))));
+  Show(figures,
+       QStringLiteral("; %1 %2; %3 - %4")
+           .arg(TitleOf("preclose"), Text(cli::Fixed(line_.preclose, 2)),
+                Text(cli::DateText(minutes_.front().date)), Text(cli::DateText(minutes_.back().date))));
 }
 
 }  // namespace desktop

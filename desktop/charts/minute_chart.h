@@ -2,19 +2,20 @@
 // the line. Candles are candle_chart.h's matter. Used by the UI thread.
 #pragma once
 
+#include <QMap>
 #include <list>
 #include <vector>
 
 #include "analytics/stock_unusual_event.h"
 #include "charts/stock_mline.h"
-#include "desktop/charts/reading_chart.h"
+#include "desktop/charts/chart.h"
 #include "desktop/charts/session_axis.h"
 
 namespace desktop {
 
-class MinuteChart final : public ReadingChart {
+class MinuteChart final : public Chart {
  public:
-  explicit MinuteChart(QWidget* parent = nullptr);
+  MinuteChart();
 
   /// All days of `line`, side by side. An index has no average. Nothing happens when that is shown already.
   void SetLine(const StockMLineData& line, bool average);
@@ -30,20 +31,21 @@ class MinuteChart final : public ReadingChart {
   };
 
   [[nodiscard]] std::size_t Points() const override { return minutes_.size(); }
-  [[nodiscard]] QPointF PlaceOf(std::size_t minute) const override;
+  [[nodiscard]] QPointF PlaceOf(std::size_t minute) const override {
+    return {minutes_[minute].place, minutes_[minute].point.price};
+  }
   void DrawPoints() override;
   void ShowFigures() override;
+  void DrawVolumes();
   void DrawDays();
   void DrawEvents();
   [[nodiscard]] QString EventsAt(const Minute& minute) const;
-  [[nodiscard]] QwtText PriceLabel(double price) const;
-  [[nodiscard]] QwtText RateLabel(double price) const;
 
   ChartPlot& prices_;
   ChartPlot& volumes_;
   StockMLineData line_;
   bool average_ = true;
-  std::list<StockUnusualEventItem> events_;
+  QMap<int, QStringList> events_;  // what they say, by their minutes
   SessionAxis axis_;
   std::vector<Minute> minutes_;  // those that have a price
 };

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "charts/stock_mline.h"
+#include "cli/plot/scale.h"
 
 namespace desktop {
 
@@ -22,14 +23,14 @@ class SessionAxis {
   /// is no clock time.
   [[nodiscard]] double At(std::size_t day, std::int32_t minute) const;
   [[nodiscard]] double begin() const { return -lead_; }
-  [[nodiscard]] double end() const;
+  [[nodiscard]] double end() const { return static_cast<double>(dates_.size()) * Width() - lead_; }
 
   /// Where labels stand, and what they say: times of one day, dates of several.
   [[nodiscard]] QList<double> Ticks(int pixels) const;
   [[nodiscard]] QString LabelOf(double place) const;
 
  private:
-  [[nodiscard]] double Width() const;
+  [[nodiscard]] double Width() const { return lead_ + cli::kSessionMinutes + (dates_.size() > 1 ? 1 : 0); }
 
   std::vector<std::uint32_t> dates_{0};
   int lead_ = 0;  // minutes before 09:30

@@ -30,11 +30,10 @@ TEST(SessionChart, showsBothCurvesAndReadsAMinute) {
   EXPECT_TRUE(Says(chart, Text("09:30 20 10")));
 }
 
-TEST(SessionChart, hasAScaleAroundOnePointAndSaysWhyThereIsNone) {
+TEST(SessionChart, hasAScaleAroundOnePointAndNothingWithoutAny) {
   SessionChart chart;
   ShowIn(chart, 600, 300);
-  chart.SetReason(Text("not opened"));
-  EXPECT_EQ(chart.accessibleDescription(), Text("not opened"));
+  EXPECT_FALSE(chart.HasPicture());
   chart.SetPicture(cli::EffectPicture({{931, -0.5}}, 20240315));
   EXPECT_TRUE(Says(chart, Text("2024-03-15 09:31 -0.5")));
   EXPECT_TRUE(PlotsOf(chart).at(0)->axisInterval(QwtPlot::yLeft).contains(-0.5));
@@ -93,15 +92,14 @@ TEST(DistributionChart, hasRoomForTheWordsBesideTheBars) {
   }
 }
 
-TEST(DistributionChart, saysWhyThereIsNothing) {
+TEST(DistributionChart, isEmptyOnADayWithoutStocks) {
   DistributionChart chart;
   ShowIn(chart, 400, 300);
-  chart.SetReason(Text("no trading day"));
   chart.SetItem(Spread(), 20240315);
   EXPECT_TRUE(chart.HasPicture());
   chart.SetItem({}, 20240316);
   EXPECT_FALSE(chart.HasPicture());
-  EXPECT_EQ(chart.accessibleDescription(), Text("no trading day"));
+  EXPECT_EQ(chart.accessibleDescription(), Text(""));
 }
 
 TEST(FlowBars, showAmountsAndNetsOfThreePeriods) {
