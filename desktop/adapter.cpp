@@ -15,6 +15,15 @@
 namespace desktop {
 namespace {
 
+sigset_t EndingSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaddset(&set, number);
+  }
+  return set;
+}
+
 const auto kWork = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 class WorkEvent final : public QEvent {
@@ -36,14 +45,15 @@ void UiThread::After(std::chrono::milliseconds delay, std::function<void()> work
   QTimer::singleShot(delay, this, [work = std::move(work)] { work(); });
 }
 
-void UiThread::TakeSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaddset(&set, number);
-  }
+void UiThread::HoldSignals() {
+  const sigset_t set = EndingSignals();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   signal(SIGPIPE, SIG_IGN);
+}
+
+void UiThread::TakeSignals() {
+  HoldSignals();
+  const sigset_t set = EndingSignals();
   const int fd = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
   if (fd < 0) {
     return;

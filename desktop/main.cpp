@@ -47,6 +47,7 @@ int Run(int argc, char** argv, const desktop::Options& options) {
     return 1;
   }
   qInstallMessageHandler(&OnQtMessage);
+  desktop::UiThread::HoldSignals();
   QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
   QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
   desktop::Application application(argc, argv);

@@ -208,7 +208,9 @@ void Pane::OnSecurity(const cli::Security& security) {
 void Pane::Refresh(bool at_interval) {
   for (const auto& live : views_) {
     cli::View& one = live->view();
-    if (seen_ && !(at_interval && (one.PollsItself() || one.IsAskedOnce()))) {
+    // What is asked once is asked again after a failure.
+    const bool rests = one.PollsItself() || (one.IsAskedOnce() && one.Failure().empty());
+    if (seen_ && !(at_interval && rests)) {
       one.Refresh();
     }
   }

@@ -126,6 +126,19 @@ TEST_F(DisturbanceTest, faultsLeaveNoWrongFigureAndEnd) {
   }
 }
 
+// They stood there as failed for the rest of the day.
+TEST_F(DisturbanceTest, figuresThatAreAskedForOnceADayAreAskedForAgainAfterAFailure) {
+  server_options_.faults = {"errno:/pc/rt/stock_trade", "errno:/pc/rt/stock_buy"};
+  ASSERT_NO_FATAL_FAILURE(Open("more"));
+  for (const char* const pane : {"margin", "new-shares"}) {
+    EXPECT_TRUE(Await([&] { return IsState(pane, FeedState::kFailed); })) << StateOf(pane);
+  }
+  server_->SetFaults({});
+  for (const char* const pane : {"margin", "new-shares"}) {
+    EXPECT_TRUE(Await([&] { return IsFresh(pane); })) << StateOf(pane);
+  }
+}
+
 TEST_F(DisturbanceTest, aWrongClockOfThisMachineIsSaidWithTheDifference) {
   server_options_.speed = 1;
   server_options_.faults = {"date_wrong::1:7200"};
