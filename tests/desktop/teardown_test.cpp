@@ -3,6 +3,7 @@
 // without.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sanitizer/tsan_interface.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
@@ -22,9 +23,6 @@
 #include "market_server/market_server.h"
 #include "whole_client.h"
 
-#ifdef CSM_THREAD_SANITIZER
-#include <sanitizer/tsan_interface.h>
-
 // What is done before an event is posted happens before what its receiver does.
 void QCoreApplication::postEvent(QObject* receiver, QEvent* event, int priority) {
   static const auto post = reinterpret_cast<decltype(&QCoreApplication::postEvent)>(
@@ -32,7 +30,6 @@ void QCoreApplication::postEvent(QObject* receiver, QEvent* event, int priority)
   __tsan_release(event);
   post(receiver, event, priority);
 }
-#endif
 
 namespace {
 
@@ -42,9 +39,7 @@ class Application final : public QCoreApplication {
 
  private:
   bool notify(QObject* receiver, QEvent* event) override {
-#ifdef CSM_THREAD_SANITIZER
     __tsan_acquire(event);
-#endif
     return QCoreApplication::notify(receiver, event);
   }
 };
