@@ -11,6 +11,18 @@
 #include <utility>
 
 namespace desktop {
+namespace {
+
+sigset_t EndingSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaddset(&set, number);
+  }
+  return set;
+}
+
+}  // namespace
 
 void UiThread::Post(std::function<void()> work) {
   QMetaObject::invokeMethod(
@@ -21,14 +33,15 @@ void UiThread::After(std::chrono::milliseconds delay, std::function<void()> work
   QTimer::singleShot(delay, this, [work = std::move(work)] { work(); });
 }
 
-void UiThread::TakeSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaddset(&set, number);
-  }
+void UiThread::HoldSignals() {
+  const sigset_t set = EndingSignals();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   signal(SIGPIPE, SIG_IGN);
+}
+
+void UiThread::TakeSignals() {
+  HoldSignals();
+  const sigset_t set = EndingSignals();
   const int fd = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
   if (fd < 0) {
     return;

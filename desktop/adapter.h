@@ -18,7 +18,10 @@ class UiThread final : public QObject, public cli::Schedule {
   void Post(std::function<void()> work) override;
   void After(std::chrono::milliseconds delay, std::function<void()> work) override;
 
-  /// SIGINT, SIGTERM and SIGHUP come as `ended` instead of killing the process. Before any thread is started.
+  /// From now on SIGINT, SIGTERM and SIGHUP wait until `TakeSignals`. Before any thread is started, and so
+  /// before the application is made: a window system has threads, and each of them could be killed for all.
+  static void HoldSignals();
+  /// They come as `ended` instead of killing the process.
   void TakeSignals();
 
  Q_SIGNALS:

@@ -249,8 +249,9 @@ void ListPane::StepHere() {
 }
 
 bool ListPane::IsSettled() const {
-  return Pane::IsSettled() &&
-         (pages_ == nullptr || pages_->total().has_value() || !view().WhyNothingToAsk().empty());
+  const cli::FeedState state = Report().state;
+  return Pane::IsSettled() && (pages_ == nullptr || pages_->total().has_value() ||
+                               state == cli::FeedState::kEmpty || state == cli::FeedState::kFailed);
 }
 
 QString ListPane::Note() const {

@@ -57,6 +57,7 @@ int Run(const desktop::Options& options) {
     return 1;
   }
   qInstallMessageHandler(&OnQtMessage);
+  desktop::UiThread::HoldSignals();
   QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
   QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
   int argc = 1;

@@ -142,7 +142,9 @@ void Pane::OnSecurity(const cli::Security& security) {
 
 void Pane::Refresh(bool at_interval) {
   for (const auto& view : views_) {
-    if (seen_ && !(at_interval && (view->PollsItself() || view->IsAskedOnce()))) {
+    // What is asked once is asked again after a failure.
+    const bool rests = view->PollsItself() || (view->IsAskedOnce() && view->Failure().empty());
+    if (seen_ && !(at_interval && rests)) {
       view->Refresh();
     }
   }

@@ -62,8 +62,12 @@ class RunningDesk : public testing::Test {
     server_->Start();
     server_options_.port = server_->port();  // the next one takes its place
     options_.session.server = server_->url();
-    market_ = std::make_unique<market_server::model::Market>(
-        market_server::model::Options{.seed = server_options_.seed, .stocks = server_options_.stocks});
+    market_server::model::Options market{.seed = server_options_.seed, .stocks = server_options_.stocks};
+    if (!server_options_.scenario.empty()) {
+      market.scenario = market_server::model::ScenarioNamed(server_options_.scenario).value();
+      market.scenario_date = market_server::model::SessionDate(Now());
+    }
+    market_ = std::make_unique<market_server::model::Market>(market);
   }
   void StartDesk(const std::string& page) {
     options_.page = page;
@@ -79,15 +83,15 @@ class RunningDesk : public testing::Test {
     ASSERT_TRUE(Await([this] { return IsSettled() && desk_->lists() != nullptr; })) << Unsettled();
   }
 
-  /// Lets the viewer work until it is so; false after a minute.
-  static bool Await(const std::function<bool()>& reached) {
+  /// Lets the viewer work until it is so, and looks every `pause` ms; false after a minute.
+  static bool Await(const std::function<bool()>& reached, int pause = 5) {
     QElapsedTimer patience;
     patience.start();
     while (!reached()) {
       if (patience.elapsed() > 60'000) {
         return false;
       }
-      QTest::qWait(5);
+      QTest::qWait(pause);
     }
     return true;
   }

@@ -17,6 +17,7 @@ using desktop::ListPane;
 using desktop::Pane;
 
 class WindowTest : public RunningDesk {};
+class TeardownTest : public RunningDesk {};
 
 TEST_F(WindowTest, clickingAHeaderHasTheServerSortByIt) {
   ASSERT_NO_FATAL_FAILURE(Open("board"));
@@ -236,7 +237,7 @@ TEST_F(WindowTest, windowsOfTheSameKindKeepTheirOwnStocks) {
   EXPECT_EQ(window_->windows()[1]->pane().pinned().code, codes[1]);
 }
 
-TEST_F(WindowTest, windowsAreOpenedAndClosedAThousandTimesWhileFiguresArrive) {
+TEST_F(TeardownTest, windowsAreOpenedAndClosedAThousandTimesWhileFiguresArrive) {
   server_options_.speed = 5;
   StartServer(kAfternoon);
   options_.size = {700, 400};

@@ -3,13 +3,12 @@
 
 #include <QtGlobal>
 
-// What the platform of Qt keeps until the process ends.
-extern "C" const char* __lsan_default_suppressions();   // NOLINT(bugprone-reserved-identifier)
-extern "C" const char* __lsan_default_suppressions() {  // NOLINT(misc-definitions-in-headers)
-  return "leak:libqoffscreen\nleak:libQt5Gui\nleak:libfontconfig\n";
-}
-
 namespace tests {
+
+// What the platform of Qt keeps until the process ends.
+inline constexpr const char* kKeptByQt =
+    "leak:libqoffscreen\nleak:libqxcb\nleak:libxcb\nleak:libX11\nleak:libdbus\nleak:libQt5Gui\nleak:"
+    "libfontconfig\n";
 
 /// Before the application is made.
 inline void PaintWithoutDisplay() {
@@ -17,3 +16,8 @@ inline void PaintWithoutDisplay() {
 }
 
 }  // namespace tests
+
+extern "C" const char* __lsan_default_suppressions();   // NOLINT(bugprone-reserved-identifier)
+extern "C" const char* __lsan_default_suppressions() {  // NOLINT(misc-definitions-in-headers)
+  return tests::kKeptByQt;
+}

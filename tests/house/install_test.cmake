@@ -70,3 +70,28 @@ foreach(client consumer namesake)
     must(${WORK}/by_pkg_config ${WORK}/host)
   endforeach()
 endforeach()
+
+# The desktop viewer is a client as well. Of the tree it gets its own sources, the tables of names, and the header of the
+# simulated market inside it, which has nothing of the library. Packages bring the same files.
+if(FROM STREQUAL "install")
+  get_filename_component(tree ${SOURCE}/../.. ABSOLUTE)
+  set(viewer ${WORK}/viewer)
+  file(COPY ${tree}/cli ${tree}/desktop ${SOURCE}/viewer/CMakeLists.txt DESTINATION ${viewer})
+  file(GLOB tables RELATIVE ${tree}/src ${tree}/src/*/*_table.h)
+  list(TRANSFORM tables PREPEND src/)
+  foreach(file ${tables} market_server/market_server.h cmake/toolchain.cmake)
+    string(REGEX REPLACE "^src/" "" place ${file})
+    get_filename_component(folder ${place} DIRECTORY)
+    file(COPY ${tree}/${file} DESTINATION ${viewer}/${folder})
+  endforeach()
+  must(${CMAKE_COMMAND} -S ${viewer} -B ${WORK}/viewer_build -G Ninja -DCMAKE_CXX_COMPILER=${VIEWER_CXX}
+       -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0
+       -DMARKET_SERVER=${MARKET_SERVER} -DMARKET_MODEL=${MARKET_MODEL})
+  must(${CMAKE_COMMAND} --build ${WORK}/viewer_build --target csm-desktop)
+  must(${CMAKE_COMMAND} -E env XDG_CONFIG_HOME=${WORK}/host XDG_DATA_HOME=${WORK}/host XDG_STATE_HOME=${WORK}/host
+       ${WORK}/viewer_build/bin/csm-desktop --screenshot ${WORK}/board.png --page board --clock "2024-03-15 14:20:00")
+  file(SIZE ${WORK}/board.png size)
+  if(size LESS 50000)
+    message(FATAL_ERROR "the viewer painted next to nothing: ${size} bytes")
+  endif()
+endif()
