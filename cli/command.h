@@ -1,5 +1,5 @@
 // What a command of csm is. A new one is an entry in commands/show_commands.cpp, or a file in commands/, a
-// line in commands.h there and one in command_table.cpp.
+// line in commands.h there and one in application.cpp.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/args/option.h"
@@ -41,7 +42,25 @@ struct Form {
   /// given. Throws UsageError, too.
   std::function<void(const std::vector<std::string>& rest, const std::vector<std::string>& given)> take_rest;
 
-  void Add(Option option) { options.push_back(std::move(option)); }
+  /// "--rows A:B" is an option with its name and with what the help calls its text.
+  Option& Add(const std::string& name_and_text, std::string help, Take take) {
+    const std::size_t name_end = name_and_text.find(' ');
+    Option& option = options.emplace_back();
+    option.name = name_and_text.substr(0, name_end);
+    option.help = std::move(help);
+    option.take = std::move(take);
+    option.value = name_end == std::string::npos ? "" : name_and_text.substr(name_end + 1);
+    return option;
+  }
+  /// A flag that sets `on`.
+  Option& AddFlag(const std::string& name, std::string help, bool& on) {
+    return AddFlag(name, std::move(help), [&on](const std::string&) { on = true; });
+  }
+  Option& AddFlag(const std::string& name, std::string help, Take take) {
+    Option& option = Add(name, std::move(help), std::move(take));
+    option.kind = Option::Kind::kFlag;
+    return option;
+  }
 };
 
 /// How many of the first of `words` name one of `commands`: two of "rank stocks --json", none of "--json".

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "cli/format/chart_headings.h"
-#include "cli/format/event_rows.h"
+#include "cli/format/market_rows.h"
 #include "desktop/words.h"
 
 namespace desktop {

@@ -4,7 +4,7 @@
 #include <QtGui/QPainter>
 
 #include "cli/format/china_time.h"
-#include "cli/format/index_rows.h"
+#include "cli/format/market_rows.h"
 #include "cli/views/feeds.h"
 #include "desktop/theme.h"
 #include "desktop/words.h"

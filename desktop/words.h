@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "cli/views/choices.h"
 #include "cli/views/feed_health.h"
+#include "cli/views/vocabulary.h"
 
 namespace desktop {
 

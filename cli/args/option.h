@@ -35,17 +35,14 @@ struct Option {
   std::string help{};
   Take take{};  ///< called for each text, in their order
   Kind kind = Kind::kOne;
-  std::string value = "TEXT";  ///< what the help calls its text; may be empty
-  std::string standard{};      ///< what holds without it, for the help; empty: not said
-  std::string group{};         ///< title of its part of the help; empty: the usual one
+  std::string value{};     ///< what the help calls its text; may be empty
+  std::string standard{};  ///< what holds without it, for the help; empty: not said
+  std::string group{};     ///< title of its part of the help; empty: the usual one
   bool is_required = false;
   std::vector<std::string> excludes{};  ///< names of options that must not stand beside it
   std::vector<std::string> needs{};     ///< names of options that must
   std::vector<std::string> values{};    ///< all that make sense, if those can be listed
 };
-
-/// A flag that sets `on`.
-[[nodiscard]] Option Flag(std::string name, std::string help, bool& on);
 
 /// What is typed goes into `text`, or after what is in `texts`.
 [[nodiscard]] Take Into(std::string& text);

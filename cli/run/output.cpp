@@ -36,10 +36,6 @@ void Output::LookForReader() {
   }
 }
 
-void Output::WriteLine(std::string_view text) {
-  Write(std::string(text) + "\n");
-}
-
 void WriteLast(int fd, std::string_view text) {
   pollfd out{fd, POLLOUT, 0};
   if (poll(&out, 1, 0) == 1) {

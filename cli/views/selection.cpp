@@ -14,15 +14,6 @@ constexpr int kCustomList = 10;
 
 }  // namespace
 
-Selection::Selection(ICurrentStock& current, std::function<void(const Security&)> on_change)
-    : current_(current), on_change_(std::move(on_change)) {
-  current_.Attach(this);
-}
-
-Selection::~Selection() {
-  current_.Detach(this);
-}
-
 void Selection::OnReferenceData() {
   is_ready_ = current_.EnsureStockCommon();
   if (is_ready_ && wanted_) {
@@ -84,10 +75,6 @@ void Selection::Previous() {
   if (is_ready_) {
     current_.Previous();
   }
-}
-
-void Selection::Update(const CurrentStockItem& item) {
-  on_change_(SecurityOf(item.symbol, item.name));
 }
 
 }  // namespace cli

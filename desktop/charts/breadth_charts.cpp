@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "cli/format/figures.h"
-#include "cli/plot/distribution_bars.h"
-#include "cli/plot/range.h"
+#include "cli/plot/market_charts.h"
+#include "cli/plot/scale.h"
 
 namespace desktop {
 namespace {

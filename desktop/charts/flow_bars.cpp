@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "cli/format/figures.h"
-#include "cli/format/flow_rows.h"
+#include "cli/format/market_rows.h"
 #include "cli/format/words.h"
 
 namespace desktop {

@@ -11,7 +11,7 @@
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
-#include "cli/plot/range.h"
+#include "cli/plot/scale.h"
 #include "desktop/charts/volume_bars.h"
 
 namespace desktop {

@@ -1,4 +1,4 @@
-#include "cli/screen/picture.h"
+#include "cli/screen/panel.h"
 
 #include <algorithm>
 #include <cstddef>
