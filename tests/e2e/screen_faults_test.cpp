@@ -296,7 +296,7 @@ class ScreenFaults : public RunningMarket {
     const cli::ViewContext& views = around_.context.views;
     const cli::ListChoice stock_list = cli::ListBy(cli::StockColumns());
     const cli::ListChoice plate_list = cli::ListBy(cli::PlateColumns());
-    Add<cli::ListPanel>("index", std::make_unique<cli::IndexView>(views), &Rows);
+    Add<cli::ViewPanel>("index", std::make_unique<cli::IndexView>(views), &Rows);
     Add<cli::ListPanel>("board", std::make_unique<cli::BoardView>(views, stock_list), &Rows);
     Add<cli::ListPanel>("plates", std::make_unique<cli::PlatesView>(views, plate_list), &Rows);
     Add<cli::ListPanel>("members", std::make_unique<cli::MembersView>(views, plate_list), &Rows);
@@ -351,7 +351,7 @@ class ScreenFaults : public RunningMarket {
         EXPECT_FALSE(part.view->has_data() && part.view->WhyEmpty().empty()) << part.name << " draws nothing";
         continue;
       }
-      ++drawing;
+      drawing += part.is_chart || lines.size() > 1 ? 1 : 0;
       rapidjson::Document record;
       record.Parse<rapidjson::kParseFullPrecisionFlag>(part.view->JsonLine().c_str());
       EXPECT_FALSE(record.HasParseError()) << part.name;
@@ -373,13 +373,15 @@ class ScreenFaults : public RunningMarket {
 // Of each kind of damage, at the depth of records where that can be said. Left out is what takes its time:
 // floods, and lines that are silent until the limit; nothing of those reaches a view.
 constexpr const char* kDamaged[] = {"null",
-                                    "null::1:data.*.*",
-                                    "null::1:data.list.*.*",
-                                    "missing::1:data.*.*",
+                                    "null::1:data/*/*",
+                                    "null::1:data/list/*/*",
+                                    "null::1:data/list/*/last",
+                                    "null::1:data/*/last",
+                                    "missing::1:data/*/*",
                                     "missing",
-                                    "missing::1:data.list.*",
-                                    "wrong_type::1:data.*.*",
-                                    "wrong_type::1:data.list.*.*",
+                                    "missing::1:data/list/*",
+                                    "wrong_type::1:data/*/*",
+                                    "wrong_type::1:data/list/*/*",
                                     "no_rows",
                                     "hostile_numbers",
                                     "hostile_texts",
@@ -390,10 +392,13 @@ constexpr const char* kDamaged[] = {"null",
                                     "old_answer",
                                     "gzip",
                                     "chunked",
-                                    "reorder"};
-constexpr const char* kFailing[] = {"errno",         "not_json",       "truncated",    "status",
-                                    "redirect",      "gzip_wrong",     "length_short", "chunked_cut",
-                                    "close_in_body", "reset_in_header"};
+                                    "reorder",
+                                    "errno",
+                                    "not_json",
+                                    "truncated",
+                                    "length_short"};
+constexpr const char* kFailing[] = {"status", "gzip_wrong", "chunked_cut", "close_in_body",
+                                    "reset_in_header"};
 
 TEST_F(ScreenFaults, everyFigureIsThatOfItsRecord) {
   ASSERT_NO_FATAL_FAILURE(Open());
@@ -417,13 +422,10 @@ TEST_F(ScreenFaults, figuresOfBeforeStayAndAreNotLive) {
     ASSERT_NO_FATAL_FAILURE(AskAgain());
     Compare();
     for (const Part& part : parts_) {
-      const auto is_said = [&] {
-        const FeedState state = part.panel->Report(cli::Panel::Clock::now(), cli::CurrentPhase()).state;
-        return state != FeedState::kLive && state != FeedState::kUnchanged;
-      };
-      EXPECT_TRUE(around_.RunUntil(is_said)) << part.name << " is called live";
+      const FeedState state = part.panel->Report(cli::Panel::Clock::now(), cli::CurrentPhase()).state;
+      EXPECT_TRUE(state != FeedState::kLive && state != FeedState::kUnchanged)
+          << part.name << " is called live";
     }
-    Compare();
     server_->SetFaults({});
     ASSERT_NO_FATAL_FAILURE(AskAgain());
     EXPECT_EQ(Compare(), std::ssize(parts_));
