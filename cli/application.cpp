@@ -6,7 +6,6 @@
 #include <exception>
 #include <iostream>
 #include <iterator>
-#include <string>
 #include <vector>
 
 #include "cli/commands/commands.h"

@@ -5,7 +5,7 @@
 
 #include "cli/format/china_time.h"
 #include "cli/format/market_rows.h"
-#include "cli/views/feeds.h"
+#include "cli/views/feed_health.h"
 #include "desktop/theme.h"
 #include "desktop/words.h"
 #include "host/clock.h"

@@ -3,7 +3,7 @@
 #include <QtGui/QPainter>
 #include <utility>
 
-#include "cli/views/feeds.h"
+#include "cli/views/feed_health.h"
 #include "desktop/theme.h"
 #include "desktop/words.h"
 

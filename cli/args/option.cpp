@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <system_error>
-#include <utility>
 
 namespace cli {
 namespace {

@@ -11,10 +11,8 @@
 #include <memory>
 #include <numeric>
 #include <sstream>
-#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "cli/format/text.h"
 

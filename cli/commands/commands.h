@@ -1,12 +1,12 @@
 // What csm's commands are made of: a table of those that show a view, and those that are more than a view,
-// each of which says what it takes and gives what does its work. See command.h.
+// each of which says what it takes and gives what does its work. See option.h.
 #pragma once
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/run/show.h"
 
 namespace cli {

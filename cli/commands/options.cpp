@@ -5,9 +5,7 @@
 #include <locale>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "cli/format/words.h"
 #include "cli/run/output.h"
@@ -118,7 +116,7 @@ void AddLanguageOption(Form& form) {
     }
     SetLanguage(name == "zh" ? Language::kChinese : Language::kEnglish);
   };
-  form.Add("--lang NAME", "language of titles and columns: en or zh. Default: that of the locale", take)
+  form.Add("--lang NAME", "language of labels and columns: en or zh. Default: that of the locale", take)
       .values = {"en", "zh"};
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/run/show.h"
 #include "cli/views/list_views.h"
 

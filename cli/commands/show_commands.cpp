@@ -11,13 +11,13 @@
 
 #include "cli/commands/options.h"
 #include "cli/format/chart_headings.h"
+#include "cli/format/china_time.h"
 #include "cli/format/market_rows.h"
 #include "cli/format/text.h"
 #include "cli/run/terminal.h"
 #include "cli/screen/live_run.h"
 #include "cli/views/market_views.h"
 #include "cli/views/security_views.h"
-#include "cli/views/trading_days.h"
 #include "host/clock.h"
 
 namespace cli {

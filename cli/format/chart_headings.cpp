@@ -3,7 +3,6 @@
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
 #include "cli/format/words.h"
-#include "cli/views/trading_days.h"
 
 namespace cli {
 
@@ -65,7 +64,9 @@ StyledLine CandleHeading(const KLineCandle& candle) {
 StyledLine CandleFigures(const KLineCandle& candle, int columns) {
   const double change = candle.close - candle.preclose;
   StyledLine figures;
-  for (const bool short_words : {false, true}) {
+  // With little room the volume and the year go, with less the words.
+  for (const int left_out : {0, 1, 2}) {
+    const bool short_words = left_out > 1;
     const auto word = [short_words](const char* name) {
       const std::string label = LabelOf(name);
       const std::size_t initial = CurrentLanguage() == Language::kChinese ? 3 : 1;  // bytes
@@ -73,13 +74,13 @@ StyledLine CandleFigures(const KLineCandle& candle, int columns) {
     };
     const auto price = [&](const char* name, double value) { return word(name) + Fixed(value, 2) + " "; };
     const std::string date = DateText(candle.date);
-    figures = {{(short_words ? date.substr(5) + " " : date + "  ") + price("open", candle.open) +
+    figures = {{(left_out > 0 ? date.substr(5) + " " : date + "  ") + price("open", candle.open) +
                 price("high", candle.high) + price("low", candle.low) + word("close")},
                {Fixed(candle.close, 2), ToneOf(change)}};
     if (candle.preclose > 0) {
       figures.push_back({" " + SignedPercent(change / candle.preclose * 100, 2), ToneOf(change)});
     }
-    if (!short_words) {
+    if (left_out == 0) {
       figures.push_back({"  " + LabelOf("volume") + " " + ShortAmount(static_cast<double>(candle.volume))});
     }
     if (DisplayWidth(figures) <= columns) {

@@ -1,14 +1,11 @@
 #include "cli/format/market_rows.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
 
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
-#include "cli/views/securities.h"
-#include "cli/views/trading_days.h"
 #include "host/text.h"
 
 namespace cli {

@@ -11,7 +11,6 @@
 #include "cli/format/figures.h"
 #include "cli/format/quote_rows.h"
 #include "cli/format/record_rows.h"
-#include "cli/format/record_tables.h"
 #include "cli/format/words.h"
 
 namespace cli {

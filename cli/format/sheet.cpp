@@ -1,6 +1,5 @@
 #include "cli/format/sheet.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>

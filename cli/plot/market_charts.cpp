@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
-#include <string>
 
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <string>
 #include <system_error>
 
 #include "cli/run/main_loop.h"

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "cli/run/main_loop.h"

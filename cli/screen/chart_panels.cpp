@@ -14,7 +14,6 @@
 #include "cli/plot/minute_chart.h"
 #include "cli/screen/panel.h"
 #include "cli/screen/view_panel.h"
-#include "cli/views/trading_days.h"
 #include "host/clock.h"
 
 namespace cli {

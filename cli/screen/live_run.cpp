@@ -12,14 +12,14 @@
 #include <utility>
 
 #include "c_stock_market.h"
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/run/main_loop.h"
 #include "cli/run/output.h"
 #include "cli/run/reference_load.h"
 #include "cli/run/terminal.h"
 #include "cli/screen/curses_display.h"
 #include "cli/screen/index_bar.h"
-#include "cli/screen/pages.h"
+#include "cli/screen/page.h"
 #include "cli/screen/screen.h"
 #include "cli/screen/terminal_kind.h"
 #include "cli/screen/view_panel.h"

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "cli/format/words.h"
-#include "cli/screen/panel.h"
 
 namespace cli {
 namespace {

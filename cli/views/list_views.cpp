@@ -1,18 +1,10 @@
 #include "cli/views/list_views.h"
 
-#include <algorithm>
-#include <limits>
-#include <string_view>
-#include <utility>
-
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
-#include "cli/format/market_rows.h"
-#include "cli/format/record_tables.h"
+#include "cli/format/quote_rows.h"
 #include "host_services/stock_host.h"
 #include "quotes/index_market_table.h"
-#include "quotes/stock_market_item_table.h"
-#include "ranking/stock_market_summary_table.h"
 
 namespace cli {
 

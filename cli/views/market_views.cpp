@@ -15,7 +15,6 @@
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
 #include "cli/views/securities.h"
-#include "cli/views/trading_days.h"
 #include "host/text.h"
 
 namespace cli {

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <locale>
-#include <optional>
 #include <stdexcept>
-#include <string>
 #include <utility>
 
 #include "cli/format/text.h"

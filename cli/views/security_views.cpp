@@ -7,10 +7,9 @@
 #include <utility>
 
 #include "charts/kline_table.h"
-#include "cli/format/china_time.h"
 #include "cli/format/figures.h"
+#include "cli/format/quote_rows.h"
 #include "cli/format/quote_sheet.h"
-#include "cli/format/record_tables.h"
 #include "cli/plot/candle_chart.h"
 #include "cli/plot/minute_chart.h"
 

@@ -1,7 +1,6 @@
 #include "cli/views/selection.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace cli {
 namespace {

@@ -18,11 +18,9 @@
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
 #include "cli/views/feed_health.h"
-#include "cli/views/feeds.h"
 #include "cli/views/observer.h"
 #include "cli/views/securities.h"
 #include "cli/views/vocabulary.h"
-#include "cli/views/warnings.h"
 
 namespace cli {
 

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <iterator>
 #include <limits>
-#include <string_view>
 #include <system_error>
 #include <utility>
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "charts/kline_table.h"
-#include "cli/format/record_tables.h"
+#include "cli/format/quote_rows.h"
 #include "quotes/index_market_table.h"
 
 namespace cli {

@@ -287,6 +287,8 @@ TEST(CandleFigures, keepTheFourPricesAndTheChangeInFortySixColumns) {
   candle.low = 100.5;
   candle.close = 111.65;
   EXPECT_EQ(TextsOf({CandleFigures(candle, 46)}).front(), "11-18 o102.25 h112.75 l100.50 c111.65 +10.00%");
+  EXPECT_EQ(TextsOf({CandleFigures(candle, 61)}).front(),
+            "11-18 open 102.25 high 112.75 low 100.50 close 111.65 +10.00%");
   EXPECT_EQ(TextsOf({CandleFigures(candle, 100)}).front(),
             "2026-11-18  open 102.25 high 112.75 low 100.50 close 111.65 +10.00%  volume 0");
 }

@@ -18,7 +18,7 @@
 #include "cli/format/figures.h"
 #include "cli/format/market_rows.h"
 #include "cli/screen/view_panel.h"
-#include "cli/views/feeds.h"
+#include "cli/views/feed_health.h"
 #include "cli/views/market_views.h"
 #include "panel_surroundings.h"
 #include "running_market.h"
