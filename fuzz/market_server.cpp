@@ -3,24 +3,21 @@
 // the second byte says where the bytes are cut in two. What follows is sent as it is. The server must end the
 // connection in bounded time, hold nothing afterwards, and go on answering; what it answers in the clear is
 // HTTP.
-#include <stdlib.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
 
-#include "certificate.h"
 #include "market_server/market_server.h"
+#include "own_files.h"
 #include "raw_client.h"
 
 namespace {
@@ -41,17 +38,10 @@ std::unique_ptr<market_server::Server> Start(bool tls) {
   options.keys = {{"key", "secret"}};
   options.check_signatures = tls;
   options.control_port = 0;
-  std::string file = (std::filesystem::temp_directory_path() / "fuzz-XXXXXX").string();
-  if (tls) {
-    close(mkstemp(file.data()));
-    options.tls_cert = file;
-    options.tls_key = file + ".key";
-    market_server::testing::WriteCertificate(options.tls_cert, options.tls_key);
-  }
+  const market_server::testing::TemporaryDirectory directory;
+  if (tls) market_server::testing::UseTls(options, directory);
   auto server = std::make_unique<market_server::Server>(options);
   server->Start();
-  std::filesystem::remove(options.tls_cert);
-  std::filesystem::remove(options.tls_key);
   return server;
 }
 

@@ -1,21 +1,13 @@
-// Civil dates in China time (UTC+8) and the trading calendar behind host/calendar.h. Callable from any
-// thread; nothing here knows what time it is now (that is clock.h).
+// What host/calendar.h's functions add to the rules of trading_day.h: the holidays that are known, and doubt.
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <mutex>
 #include <optional>
 
 #include "clock.h"
 
 namespace stock_host {
-
-/// The day of a YYYYMMDD number; nothing when it is no date of the years 1 to 9999.
-[[nodiscard]] std::optional<std::chrono::sys_days> DayOfDate(std::uint64_t date);
-
-/// The YYYYMMDD number of a day; 0 outside the years 1 to 9999.
-[[nodiscard]] std::uint32_t DateOfDay(std::chrono::sys_days day);
 
 /// How long it may take until the phase is asked for again while clock or holidays may tell the wrong one:
 /// two seconds, and a minute when they have not become known within a minute. Callable from any thread.

@@ -8,11 +8,11 @@
 #include <sstream>
 #include <utility>
 
-#include "calendar.h"
 #include "descriptor.h"
 #include "host/tasks.h"
 #include "log.h"
 #include "replace_file.h"
+#include "trading_day.h"
 
 namespace stock_host {
 namespace {

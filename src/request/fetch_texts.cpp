@@ -66,24 +66,20 @@ constexpr std::array kEntries = {
           {nullptr, nullptr, L"StockCommon::ParseComplexTypeCount Json Parse Error Code: %d"}},
 };
 
-constexpr const Entry* Find(Fetch fetch) {
+constexpr bool EveryFetchIsInItsPlace() {
+  std::size_t place = 0;
   for (const Entry& entry : kEntries) {
-    if (entry.fetch == fetch) {
-      return &entry;
-    }
-  }
-  return nullptr;
-}
-
-constexpr bool EveryFetchIsThere() {
-  for (int fetch = 0; fetch <= static_cast<int>(Fetch::kPackageCounts); ++fetch) {
-    if (Find(static_cast<Fetch>(fetch)) == nullptr) {
+    if (static_cast<std::size_t>(entry.fetch) != place++ || entry.texts.parse_error == nullptr) {
       return false;
     }
   }
-  return kEntries.size() == static_cast<std::size_t>(Fetch::kPackageCounts) + 1;
+  return place == static_cast<std::size_t>(Fetch::kPackageCounts) + 1;
 }
-static_assert(EveryFetchIsThere(), "one entry for each fetch");
+static_assert(EveryFetchIsInItsPlace(), "one entry for each fetch, in their order");
+
+constexpr const Entry& EntryOf(Fetch fetch) {
+  return kEntries[static_cast<std::size_t>(fetch)];
+}
 
 constexpr unsigned kAllOnes = 0xFFFFFFFFU;
 
@@ -98,11 +94,11 @@ void Write(Line line) noexcept {
 }  // namespace
 
 const FetchTexts& TextsOf(Fetch fetch) {
-  return Find(fetch)->texts;
+  return EntryOf(fetch).texts;
 }
 
 int SecondsOf(Fetch fetch) {
-  return Find(fetch)->seconds;
+  return EntryOf(fetch).seconds;
 }
 
 bool ParsesIncomplete(Fetch fetch) {
@@ -126,11 +122,7 @@ void LogResponseError(Fetch fetch, int number) noexcept {
 }
 
 void LogParseError(Fetch fetch, int code) noexcept {
-  Write([format = TextsOf(fetch).parse_error, code] {
-    if (format != nullptr) {
-      WriteProgramLogNoMask(format, code);
-    }
-  });
+  Write([format = TextsOf(fetch).parse_error, code] { WriteProgramLogNoMask(format, code); });
 }
 
 }  // namespace request

@@ -68,15 +68,6 @@ TYPED_TEST(DailyCurve, deliversOneRowPerElement) {
   this->service->Detach(&view);
 }
 
-TYPED_TEST(DailyCurve, deliversAnEmptyList) {
-  typename TestFixture::Recorder view;
-  this->Show(view, 0);
-  this->host.Expect(this->Asked("0").Inline(Answer::Body(R"({"errno":0,"data":{"list":[]}})")));
-  this->service->Refresh();
-  EXPECT_TRUE(view.Last().empty());
-  this->service->Detach(&view);
-}
-
 TYPED_TEST(DailyCurve, asksForAPastDayOnResumeAndNeverPollsIt) {
   typename TestFixture::Recorder view;
   this->service->Attach(&view);
@@ -109,35 +100,6 @@ TYPED_TEST(DailyCurve, pollsTodayUnderEitherName) {
   EXPECT_EQ(today.Count(), 1U);
   this->service->Detach(&zero);
   this->service->Detach(&today);
-}
-
-TYPED_TEST(DailyCurve, keepsTheDateAsItWasSet) {
-  typename TestFixture::Recorder view;
-  this->service->Attach(&view);
-  this->service->SetTarget(&view, kToday);
-  std::uint32_t date = 1;
-  EXPECT_TRUE(this->service->GetTarget(&view, date));
-  EXPECT_EQ(date, kToday);
-  EXPECT_EQ(view.Count(), 0U);
-  this->service->Detach(&view);
-}
-
-TYPED_TEST(DailyCurve, tellsActiveObserversOfTheDayOnly) {
-  typename TestFixture::Recorder shown;
-  typename TestFixture::Recorder suspended;
-  typename TestFixture::Recorder other;
-  this->Show(shown, 0);
-  this->service->Attach(&suspended);
-  this->service->SetTarget(&suspended, 0);
-  this->Show(other, kYesterday);
-  this->host.Expect(this->Asked("0").Inline(Answer::Body(TypeParam::kAnswer)));
-  this->service->OnTimer();
-  EXPECT_EQ(shown.Count(), 1U);
-  EXPECT_EQ(suspended.Count(), 0U);
-  EXPECT_EQ(other.Count(), 0U);
-  this->service->Detach(&shown);
-  this->service->Detach(&suspended);
-  this->service->Detach(&other);
 }
 
 TYPED_TEST(DailyCurve, asksForEveryActiveDayOnRefresh) {

@@ -79,15 +79,6 @@ TEST_F(Distribution, clearsAnObserverThatHadADateEveryTime) {
   service->Detach(&view);
 }
 
-TEST_F(Distribution, storesTheDateUnchanged) {
-  service->Attach(&view);
-  service->SetTarget(&view, 20240315);
-  std::uint32_t date = 0;
-  EXPECT_TRUE(service->GetTarget(&view, date));
-  EXPECT_EQ(date, 20240315U);
-  service->Detach(&view);
-}
-
 TEST_F(Distribution, asksForAPastDayOnlyWhenAViewResumes) {
   service->Attach(&view);
   service->SetTarget(&view, 20240314);
@@ -109,12 +100,6 @@ TEST_F(Distribution, hasNoSharesWhenTheCountsCancelOut) {
 TEST_F(Distribution, countsItsSharesFromTheListAlone) {
   Answer200(R"({"errno":0,"data":{"up":1000,"nochange":1000,"down":1000,"list":[1,3]}})");
   EXPECT_EQ(view.Last().first_half, (std::vector<DistributionBucket>{{1, 0.25}}));
-}
-
-TEST_F(Distribution, ofNothingIsDeliveredAllTheSame) {
-  Answer200(R"({"errno":0})");
-  EXPECT_EQ(view.Count(), 1U);
-  EXPECT_EQ(view.Last(), DistributionItem{});
 }
 
 TEST_F(Distribution, clearsASuspendedObserverInTheCallersThread) {

@@ -196,15 +196,6 @@ TEST_F(InOut, cachesAnAnswerThatComesWhenNobodyIsLeft) {
   service->Detach(&view);
 }
 
-TEST_F(InOut, clearsASuspendedViewToo) {
-  service->Attach(&view);
-  service->SetTarget(&view, L"A");
-  EXPECT_TRUE(service->IsSuspended(&view));
-  service->SetTarget(&view, L"B");
-  EXPECT_EQ(view.Count(), 1U);
-  service->Detach(&view);
-}
-
 TEST_F(InOut, clearsInTheCallersThreadBeforeTheTargetChanges) {
   std::wstring during;
   RecordingObserver<StockInOutItem> observer(

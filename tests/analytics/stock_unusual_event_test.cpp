@@ -121,21 +121,6 @@ TEST_F(UnusualEvents, ofADateThatHasBecomeTodayArePolled) {
   service->Detach(&view);
 }
 
-TEST_F(UnusualEvents, areToldToActiveViewsOfThatDayOnly) {
-  RecordingObserver<Events> past;
-  RecordingObserver<Events> suspended;
-  Show(view, 0);
-  Show(past, kYesterday);
-  Show(suspended, 0);
-  service->Suspend(&suspended);
-  host.Expect(Script(kPath).Inline(Answer::Body("{}")));
-  service->OnTimer();
-  EXPECT_EQ(view.Count(), 1U);
-  EXPECT_EQ(past.Count(), 0U);
-  EXPECT_EQ(suspended.Count(), 0U);
-  for (auto* const observer : {&view, &past, &suspended}) service->Detach(observer);
-}
-
 TEST_F(UnusualEvents, ofAPastDayAreNotEvenAskedForOnResume) {
   service->Attach(&view);
   service->SetTarget(&view, kYesterday);
@@ -152,25 +137,6 @@ TEST_F(UnusualEvents, thatCameWithAFailureAreNotRead) {
   EXPECT_EQ(view.Count(), 1U);
   EXPECT_TRUE(view.Last().empty());
   service->Detach(&view);
-}
-
-TEST_F(UnusualEvents, askedForDirectlyEndInOneCallAfterEveryFailure) {
-  host.ExpectFailureLine(L"StockUnusualEvent::FetchUnusualEvent Failed.");
-  host.ExpectCodeLine(L"StockUnusualEvent::FetchUnusualEvent Response Error Code: %d", 5);
-  host.ExpectCodeLine(L"StockUnusualEvent::FetchUnusualEvent Json Parse Error Code: %d", 5);
-  std::size_t calls = 0;
-  for (const Answer& answer : {Answer::Failed(), Answer::Body(R"({"errno":5,"data":{"list":[{}]}})"),
-                               Answer::Body("?"), Answer::Body(""), Answer::Null()}) {
-    host.Expect(Script(kPath).Setting(30).Inline(answer));
-    Events got(1);
-    const std::size_t before = calls;
-    service->FetchUnusualEvent(kYesterday, [&](const Events& events) {
-      ++calls;
-      got = events;
-    });
-    EXPECT_EQ(calls, before + 1);
-    EXPECT_TRUE(got.empty());
-  }
 }
 
 TEST_F(UnusualEvents, askedForDirectlyReachNoView) {

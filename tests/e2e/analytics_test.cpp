@@ -233,67 +233,6 @@ TEST_F(AnalyticsTest, deliverPastDaysWholeAndAskForThemOnce) {
   EXPECT_FALSE(asked.All().back().empty());
 }
 
-TEST_F(AnalyticsTest, clearAndFailAsEachOfThemDoes) {
-  StartAll("2024-03-15 10:30:00", 0);
-  Collector<Days> margin;
-  Collector<Issues> purchase;
-  GetMarginTrade()->Attach(&margin);
-  GetStockPurchase()->Attach(&purchase);
-  LiveEvents events(GetStockUnusualEvent(), 0U);
-  LiveStrength strength(GetStrengthRating(), 0U);
-  LiveDistribution distribution(GetStockDistribution(), 0U);
-  LiveEffect effect(GetMoneyEffect(), 0U);
-  LiveFlows flows(GetStockInOut(), Wide(market_->Stocks(Now()).front()->code));
-  ASSERT_TRUE(events.view.WaitForLast([](const Events& items) { return !items.empty(); }));
-  ASSERT_TRUE(strength.view.WaitFor(1) && distribution.view.WaitFor(1) && effect.view.WaitFor(1) &&
-              flows.view.WaitFor(1));
-
-  const auto refresh = [] {
-    GetStockUnusualEvent()->Refresh();
-    GetStockInOut()->Refresh();
-    GetStrengthRating()->Refresh();
-    GetStockDistribution()->Refresh();
-    GetMoneyEffect()->Refresh();
-    GetMarginTrade()->FetchMarginTradeInfo();
-    GetStockPurchase()->FetchPurchaseInfo();
-  };
-  // The different lines of the log, once they are those or do not become them in time. How often a line is
-  // there is not said: a round of a polling thread may ask beside the view.
-  const auto await = [this](const std::vector<std::string>& wanted) {
-    std::vector<std::string> lines;
-    AwaitTrue([&] {
-      lines = Warnings();
-      std::sort(lines.begin(), lines.end());
-      lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
-      return lines == wanted;
-    });
-    return lines;
-  };
-  server_->SetFaults({"errno::1:4711"});
-  refresh();
-  const std::string number = " Response Error Code: 4711";
-  const std::vector<std::string> numbers = {
-      "CMarginTrade::FetchMarginTradeInfo" + number, "CStockPurchase::FetchPurchaseInfo" + number,
-      "MoneyEffect::FetchMoneyEffect" + number,      "StockDistribution::FetchDistribution" + number,
-      "StockInOut::FetchStockInOutInfo" + number,    "StockUnusualEvent::FetchUnusualEvent" + number,
-      "StrengthRating::FetchStrengthRating" + number};
-  EXPECT_EQ(await(numbers), numbers);
-  EXPECT_TRUE(events.view.WaitForLast(Events{})) << "events are cleared by a failure";
-
-  server_->Stop();
-  refresh();
-  std::vector<std::string> lines = numbers;
-  for (const std::string& line : numbers) {
-    lines.push_back(line.substr(0, line.size() - number.size()) + " Failed.");
-  }
-  lines.push_back("StockInOut::FetchStockInOutInfo Json Parse Error Code: 5");
-  std::sort(lines.begin(), lines.end());
-  EXPECT_EQ(await(lines), lines);
-  EXPECT_TRUE(margin.All().empty() && purchase.All().empty());
-  GetMarginTrade()->Detach(&margin);
-  GetStockPurchase()->Detach(&purchase);
-}
-
 // A day within seconds: the polling threads alone ask, at each change of phase and at least hourly. A machine
 // that is busy for the whole session gets a slower day.
 TEST_F(AnalyticsTest, followADayByThemselves) {

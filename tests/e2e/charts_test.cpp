@@ -151,24 +151,18 @@ TEST_F(ChartsTest, deliverTheSameCandlesFromServerAndDiskAndOnTheNextDay) {
   EXPECT_EQ(Warnings(), std::vector<std::string>());
 }
 
-TEST_F(ChartsTest, deliverTheDaysOwnSeriesAfterTheClose) {
+// After the close, and when the package with the day is out: the day is counted once.
+TEST_F(ChartsTest, deliverTheDaysOwnSeriesInTheEvening) {
   Open(kFridayEvening);
-  for (int chart = Rounds(6, 100); chart > 0; --chart) {
-    const model::Security& stock = AnyStock();
-    for (int period = 1; period <= 3; ++period) {
-      SCOPED_TRACE(stock.code + " period " + std::to_string(period));
-      ExpectTheMarketsSeries(stock, period, AnyOfThree());
-    }
-  }
-}
-
-TEST_F(ChartsTest, countTheDayOnceWhenItsPackageIsOut) {
-  Open(kFridayNight);
-  for (int chart = Rounds(6, 100); chart > 0; --chart) {
-    const model::Security& stock = AnyStock();
-    for (int period = 1; period <= 3; ++period) {
-      SCOPED_TRACE(stock.code + " period " + std::to_string(period));
-      ExpectTheMarketsSeries(stock, period, AnyOfThree());
+  for (const char* const clock : {kFridayEvening, kFridayNight}) {
+    MoveTo(clock);
+    StartAgain();
+    for (int chart = Rounds(6, 100); chart > 0; --chart) {
+      const model::Security& stock = AnyStock();
+      for (int period = 1; period <= 3; ++period) {
+        SCOPED_TRACE(stock.code + " period " + std::to_string(period) + " " + clock);
+        ExpectTheMarketsSeries(stock, period, AnyOfThree());
+      }
     }
   }
 }

@@ -3,10 +3,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <atomic>
-#include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "live_market.h"
@@ -39,8 +36,6 @@ class IndexQuotesTest : public LiveMarketTest {
   }
 };
 
-const std::vector<std::string> kNone;
-
 TEST_F(IndexQuotesTest, deliversExactlyWhatTheServerAnswers) {
   options_.speed = 0;
   StartAll();
@@ -70,19 +65,6 @@ TEST_F(IndexQuotesTest, deliversExactlyWhatTheServerAnswers) {
   EXPECT_GT(list[0].last, 0);
 }
 
-TEST_F(IndexQuotesTest, deliversNewQuotesOnRefresh) {
-  options_.speed = 60;
-  StartAll();
-  View view;
-  Show(view);
-  for (std::size_t count = 2; count < 2000 && view.All().back() == view.All().front(); ++count) {
-    GetIndexMarket()->Refresh();
-    ASSERT_TRUE(view.WaitFor(count));
-  }
-  EXPECT_NE(view.All().back(), view.All().front());
-  EXPECT_EQ(Warnings(), kNone);
-}
-
 TEST_F(IndexQuotesTest, comesBackAfterAnOutage) {
   StartAll();
   View view;
@@ -109,35 +91,6 @@ TEST_F(IndexQuotesTest, comesBackAfterAnOutage) {
   EXPECT_EQ(Warnings().size(), counters.failed);
 }
 
-TEST_F(IndexQuotesTest, startsEvenWhenTheServerComesLater) {
-  StartServer();
-  server_.reset();
-  StartHost();
-  View view;
-  GetIndexMarket()->Attach(&view);
-  GetIndexMarket()->Resume(&view, true);
-  ExpectFailures(1);
-  StartServer();
-  GetIndexMarket()->Refresh();
-  EXPECT_TRUE(view.WaitFor(1));
-}
-
-TEST_F(IndexQuotesTest, dropsAnswersThatArriveAfterTheEnd) {
-  options_.faults = {"latency::1:50"};
-  StartAll();
-  for (int i = 0; i < 20; ++i) {
-    auto view = std::make_unique<View>();
-    GetIndexMarket()->Attach(view.get());
-    GetIndexMarket()->Resume(view.get(), true);
-    DestroyStockMarket();
-    view.reset();
-  }
-  // The answers come in while the services are gone; the next ones are served all the same.
-  View view;
-  Show(view);
-  EXPECT_EQ(Warnings(), kNone);
-}
-
 TEST_F(IndexQuotesTest, survivesHostServicesThatStopFirst) {
   options_.faults = {"silence"};
   StartAll();
@@ -151,52 +104,6 @@ TEST_F(IndexQuotesTest, survivesHostServicesThatStopFirst) {
   // What could not be written any more is in the log of the next start.
   StartHost();
   ExpectFailures(1);
-}
-
-TEST_F(IndexQuotesTest, runsAgainAfterEverythingWasStopped) {
-  StartServer();
-  for (int i = 0; i < 3; ++i) {
-    StartHost();
-    View view;
-    Show(view);
-    GetIndexMarket()->Detach(&view);
-    DestroyStockMarket();
-    stock_host::Stop();
-  }
-  EXPECT_EQ(Warnings(), kNone);
-}
-
-TEST_F(IndexQuotesTest, letsViewsComeAndGoWhileAnswersArrive) {
-  options_.speed = 60;
-  options_.faults = {"jitter::1:5"};
-  StartAll();
-  View steady;
-  Show(steady);
-  std::atomic<bool> over{false};
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 3; ++i) {
-    threads.emplace_back([&over] {
-      while (!over) {
-        auto view = std::make_unique<View>();
-        GetIndexMarket()->Attach(view.get());
-        // Every request makes the answers to those before it old: these views leave the asking to the steady
-        // one.
-        GetIndexMarket()->Resume(view.get(), false);
-        GetIndexMarket()->Suspend(view.get());
-        GetIndexMarket()->Detach(view.get());
-        view.reset();
-      }
-    });
-  }
-  for (std::size_t count = steady.All().size(); count < 50; ++count) {
-    GetIndexMarket()->Refresh();
-    EXPECT_TRUE(steady.WaitFor(count + 1));
-  }
-  over = true;
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(Warnings(), kNone);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -186,34 +185,6 @@ TEST_F(QuotesTest, tellAPageOfEveryBoard) {
   }
 }
 
-class BeforeTheOpening : public QuotesTest, public testing::WithParamInterface<int> {};
-
-TEST_P(BeforeTheOpening, boardsShowLastPricesOnly) {
-  StartAt(9, GetParam());
-  BoardView view(GetStockMarket(), StockRangeRankingTarget{1, kByCode, kAscending, 0, kToTheEnd});
-  const Board board = view.First();
-  EXPECT_EQ(board.size(), board_->stocks.size());
-  for (const StockMarketItem& item : board) {
-    EXPECT_TRUE(item.last.present || item.status != 0) << item.code.c_str();
-    EXPECT_FALSE(item.change.present || item.bid1.present || item.vol.present || item.high.present ||
-                 item.preclose.present || item.cmc.present || item.shares.present);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Minutes, BeforeTheOpening, testing::Values(5, 20));
-
-TEST_F(QuotesTest, listCodesAndNamesOfABoard) {
-  StartAt(10, 30);
-  const auto list = Receiver<CodeNameList>();
-  GetStockMarket()->FetchStockItems(kByChange, kDescending, 1,
-                                    [list](const CodeNameList& got) { list->Update(got); });
-  ASSERT_TRUE(list->Await(1));
-  const auto pair = [](const model::Quote& q) {
-    return std::pair(expected::Wide(q.security->code), expected::Wide(q.security->name));
-  };
-  EXPECT_EQ(list->Last(), Each(OrderedBy(Stocks(), false, ChangeOf), pair));
-}
-
 // --- One security ---
 
 TEST_F(QuotesTest, tellAStockWithBookLimitsAndAverage) {
@@ -242,19 +213,6 @@ TEST_F(QuotesTest, tellAnIndexWithItsMembers) {
   SingleView view(GetSingleStockMarket(), std::wstring(L"sh000001"));
   EXPECT_EQ(view.First(), row);
   EXPECT_GT(row.num_u.value + row.num_z.value + row.num_d.value, 0);
-}
-
-TEST_F(QuotesTest, tellASuspendedStockByItsLastPrice) {
-  StartAt(10, 30);
-  const model::Quote quote = FirstStock([](const model::Quote& q) { return !model::Trades(q.status); });
-  SingleView view(GetSingleStockMarket(), expected::Wide(quote.security->code));
-  const StockMarketItem item = view.First();
-  EXPECT_EQ(item.last, (TickField<double>{quote.last, true, 0}));
-  EXPECT_EQ(item.preclose, (PlainField<double>{quote.preclose, true}));
-  EXPECT_EQ(item.mc, (PlainField<double>{quote.mc, true}));
-  EXPECT_FALSE(item.change.present || item.vol.present || item.open.present || item.limit_up.present ||
-               item.avg_price.present);
-  EXPECT_EQ(static_cast<int>(item.status), static_cast<int>(quote.status));
 }
 
 // --- The watch list ---
@@ -321,33 +279,6 @@ TEST_F(WatchListTest, namesThePlateOfEachStock) {
   EXPECT_EQ(view.Last()[1].plate, L"");
 }
 
-TEST_F(WatchListTest, thatChangesIsAskedForAtOnce) {
-  StartAt(10, 30);
-  const std::string first = Stocks().at(3)->security->code;
-  const std::string second = Stocks().at(4)->security->code;
-  Add(first);
-  IOptionalStockMarket* const service = GetOptionalStockMarket();
-  WatchListView view(service, SortingTarget{});
-  AwaitList(view);
-  // Without an active view nobody polls: any request is the change's.
-  service->Suspend(&view.observer());
-  const std::string path = "/pc/rt/stock_detail_list";
-  const std::uint64_t before = Requests(path);
-  Add(second);
-  EXPECT_TRUE(AwaitTrue([&] { return Requests(path) > before; }));
-  service->Resume(&view.observer(), true);
-  EXPECT_TRUE(AwaitTrue([&view] { return view.Last().size() == 2U; }));
-  EXPECT_EQ(view.Last(), (WatchList{Watched(first), Watched(second)}));
-  std::string error;
-  ASSERT_TRUE(stock_host::RemoveFromWatchList(expected::Wide(first), error)) << error;
-  EXPECT_TRUE(AwaitTrue([&view] { return view.Last().size() == 1U; }));
-  EXPECT_EQ(view.Last(), WatchList{Watched(second)});
-  const auto names = Receiver<CodeNameList>();
-  service->FetchStockItems(1, 1, [names](const CodeNameList& got) { names->Update(got); });
-  ASSERT_TRUE(names->Await(1));
-  EXPECT_EQ(names->Last(), (CodeNameList{{Watched(second).code, Watched(second).name}}));
-}
-
 // --- Plates ---
 
 TEST_F(QuotesTest, tellPlatesOfBothKinds) {
@@ -410,76 +341,6 @@ TEST_F(QuotesTest, rankPlates) {
   Rows rows = OrderedBy(Plates(1), false, [](const model::Quote& q) { return q.cud; });
   rows.resize(10);
   EXPECT_EQ(view.First(), Each(rows, expected::PlateSummary));
-}
-
-// --- The latest request wins ---
-
-class LatestRequest : public QuotesTest {
- protected:
-  static constexpr std::uint32_t kRequests = 8;
-
-  // Lets `ask` ask and `look` look at what came of it. Every answer comes so late that all has been asked by
-  // then, and every other one later still. Once more when a round of a polling thread came in between, or a
-  // busy machine was slower in asking than the server in answering.
-  template <class Asking, class Looking>
-  void Overtake(const std::string& path, Asking ask, Looking look) {
-    constexpr std::chrono::milliseconds kLate(1000);
-    options_.faults = {"latency:" + path + ":1:" + std::to_string(kLate.count()),
-                       "reorder:" + path + ":1:150"};
-    StartAt(10, 30);
-    for (int tries = 0; tries < 20; ++tries) {
-      const auto begin = std::chrono::steady_clock::now();
-      ask();
-      const bool in_time = std::chrono::steady_clock::now() - begin < kLate;
-      ASSERT_TRUE(AwaitAnswers(path, kRequests));
-      stock_host::Stop();  // after it every answer was handed over
-      DestroyStockMarket();
-      if (in_time && Requests(path) == kRequests) return look();
-      StartHost();
-      Ask(L"/pc/rt/stock_version", {});
-    }
-    FAIL() << "the machine is too busy for this test";
-  }
-};
-
-TEST_F(LatestRequest, handsOutItsListOfItemsAloneWhenAnswersOvertakeEachOther) {
-  Received<std::uint32_t> called;
-  Overtake(
-      "/pc/rt/stock_price_list",
-      [&called] {
-        called = Receiver<std::uint32_t>();
-        for (std::uint32_t call = 1; call <= kRequests; ++call) {
-          GetStockMarket()->FetchStockItems(
-              kByCode, kAscending, 1,
-              [called = called, call](const CodeNameList& list) { called->Update(list.empty() ? 0 : call); });
-        }
-      },
-      [&called] { EXPECT_EQ(called->Updates(), std::vector<std::uint32_t>{kRequests}); });
-}
-
-TEST_F(LatestRequest, tellsItsPageOfAPlateAloneWhenAnswersOvertakeEachOther) {
-  std::vector<std::unique_ptr<RecordingObserver<PlateStockMarketData>>> views;
-  Overtake(
-      "/pc/rt/get_bk_zone_list",
-      [&] {
-        const std::wstring plate = expected::Wide(Plates(1).at(5)->security->code);
-        IPlateStockMarket* const service = GetPlateStockMarket();
-        views.clear();
-        for (std::uint32_t page = 0; page < kRequests; ++page) {
-          views.push_back(std::make_unique<RecordingObserver<PlateStockMarketData>>());
-          service->Attach(views.back().get());
-          service->SetTarget(views.back().get(), {plate, kByChange, kDescending, page, page + 1});
-          service->Resume(views.back().get(), false);
-        }
-        for (std::uint32_t page = 0; page < kRequests; ++page) {
-          service->FetchStockMarkets(plate, page, page + 1, kByChange, kDescending);
-        }
-      },
-      [&] {
-        for (std::uint32_t page = 0; page < kRequests; ++page) {
-          EXPECT_EQ(views[page]->Count(), page + 1 == kRequests ? 1U : 0U) << "page " << page;
-        }
-      });
 }
 
 // --- A minute of trading ---

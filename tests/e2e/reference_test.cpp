@@ -88,40 +88,4 @@ TEST_F(ReferenceDataTest, checksTheMetadataAtNoonAndInTheEvening) {
   }
 }
 
-TEST_F(ReferenceDataTest, movesToTheNewMetadata) {
-  LoadAt("2024-03-15 12:44:00");
-  const KLineMetaInfo before = GetStockCommon()->GetKLineMetaInfo(L"sh600000", 1, 1);
-  EXPECT_EQ(before.version, L"20240314");
-  MoveTo("2024-03-15 18:30:00");
-  KLineMetaInfo after;
-  EXPECT_TRUE(AwaitTrue([&] {
-    after = GetStockCommon()->GetKLineMetaInfo(L"sh600000", 1, 1);
-    return after.version == L"20240315";
-  }));
-  EXPECT_EQ(after.count, before.count + 1);
-}
-
-TEST_F(ReferenceDataTest, loadsTheLocalMetadataOfAnEarlierRun) {
-  StartAll("2024-03-15 10:30:00", 0);
-  ASSERT_TRUE(LoadReferenceData());
-  DestroyStockMarket();
-  const std::uint64_t downloads = Succeeded("static");
-  EXPECT_EQ(downloads, 1U);
-  ASSERT_TRUE(LoadReferenceData());
-  EXPECT_EQ(Succeeded("static"), downloads);
-  EXPECT_EQ(GetStockCommon()->GetKLineMetaInfo(L"sh600000", 1, 1).version, L"20240314");
-}
-
-TEST_F(ReferenceDataTest, failsAndComesBack) {
-  StartAll("2024-03-15 10:30:00", 0);
-  server_->SetFaults({"errno:/pc/rt/get_bk_list:1:4711"});
-  EXPECT_FALSE(LoadReferenceData());
-  const auto warnings = Warnings();
-  ASSERT_EQ(warnings.size(), 1U);
-  EXPECT_EQ(warnings[0], "StockCommon::InitPlateItem Response Error Code: 4711");
-  server_->SetFaults({});
-  EXPECT_TRUE(LoadReferenceData());
-  EXPECT_FALSE(GetStockCommon()->GetPlateList(1).empty());
-}
-
 }  // namespace

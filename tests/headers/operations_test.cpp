@@ -37,11 +37,6 @@ void ExpectConsecutive(Operations... operations) {
   }
 }
 
-/// True when `Service` is a polled subject with that key and data.
-template <class Service, class Key, class Data>
-constexpr bool kPolls = std::is_base_of_v<ITimerSubject<IUpdate1<Data>, Key, Data>, Service>&&
-    std::has_virtual_destructor_v<Service>;
-
 /// True when the operation is of the type `Signature`.
 template <class Signature, auto operation>
 constexpr bool kIs = std::is_same_v<decltype(operation), Signature>;
@@ -51,28 +46,11 @@ using Observer = IUpdate1<T>;
 
 TEST(TimerSubject, declaresItsOperationsInOrder) {
   using S = IIndexMarket;
+  EXPECT_EQ(Entry(&IUpdate1<int>::Update), 0);
+  EXPECT_EQ(Entry(&S::Attach), 2) << "two entries for the destructor";
   ExpectConsecutive(&S::Attach, &S::Detach, &S::Refresh, &S::Suspend, &S::Resume, &S::IsSuspended,
                     &S::SetTarget, &S::GetTarget, &S::RemoveTarget, &S::GetActiveTargets, &S::Fetch,
                     &S::OnTimer, &S::GetInterval);
-}
-
-TEST(PolledServices, areSubjectsOfTheirKeyAndData) {
-  static_assert(kPolls<IIndexMarket, std::wstring, std::vector<IndexMarketSummary>>);
-  static_assert(kPolls<IStockMarket, StockRangeRankingTarget, std::vector<StockMarketItem>>);
-  static_assert(kPolls<ISingleStockMarket, std::wstring, StockMarketItem>);
-  static_assert(kPolls<IOptionalStockMarket, SortingTarget, std::vector<OptionalMarketItem>>);
-  static_assert(kPolls<IPlateMarket, PlateRangeRankingTarget, std::vector<StockMarketItem>>);
-  static_assert(kPolls<IPlateStockMarket, PlateStockRankingTarget, PlateStockMarketData>);
-  static_assert(kPolls<IStockRanking, RankingTarget, std::vector<StockMarketSummary>>);
-  static_assert(kPolls<IPlateRanking, RankingTarget, std::vector<PlateMarketSummary>>);
-  static_assert(kPolls<IStockMLine, std::wstring, StockMLineData>);
-  static_assert(kPolls<IStockKLine, std::wstring, StockKLineData>);
-  static_assert(kPolls<IStockUnusualEvent, std::uint32_t, std::list<StockUnusualEventItem>>);
-  static_assert(kPolls<IStockInOut, std::wstring, StockInOutItem>);
-  static_assert(kPolls<IStrengthRating, std::uint32_t, std::vector<StrengthRatingItem>>);
-  static_assert(kPolls<IStockDistribution, std::uint32_t, DistributionItem>);
-  static_assert(kPolls<IMoneyEffect, std::uint32_t, std::vector<MoneyEffectItem>>);
-  static_assert(kPolls<IStockMarketState, std::wstring, StockMarketState>);
 }
 
 TEST(PolledServices, appendTheirOwnOperations) {
@@ -150,34 +128,6 @@ TEST(OneShotServices, declareTheirOperationsInOrder) {
   lists.GetIndexList(1);
   lists.GetKLineMetaInfo(L"sh600000", 1, 1);
   current.GetCurrentItem();
-}
-
-/// An accessor's type; not evaluated, since this program does not load the library.
-template <class Service, class... Arguments>
-using Accessor = Service* (*)(Arguments...);
-
-TEST(Accessors, haveTheirSignatures) {
-  static_assert(std::is_same_v<decltype(&GetStockCommon), Accessor<IStockCommon>>);
-  static_assert(std::is_same_v<decltype(&GetCurrentStock), Accessor<ICurrentStock>>);
-  static_assert(std::is_same_v<decltype(&GetIndexMarket), Accessor<IIndexMarket>>);
-  static_assert(std::is_same_v<decltype(&GetPlateMarket), Accessor<IPlateMarket>>);
-  static_assert(std::is_same_v<decltype(&GetPlateStockMarket), Accessor<IPlateStockMarket>>);
-  static_assert(std::is_same_v<decltype(&GetStockMarket), Accessor<IStockMarket>>);
-  static_assert(std::is_same_v<decltype(&GetOptionalStockMarket), Accessor<IOptionalStockMarket>>);
-  static_assert(std::is_same_v<decltype(&GetSingleStockMarket), Accessor<ISingleStockMarket>>);
-  static_assert(std::is_same_v<decltype(&GetStockRanking), Accessor<IStockRanking, int, bool, bool>>);
-  static_assert(std::is_same_v<decltype(&GetPlateRanking), Accessor<IPlateRanking, int, bool>>);
-  static_assert(std::is_same_v<decltype(&GetStockMLine), Accessor<IStockMLine>>);
-  static_assert(std::is_same_v<decltype(&GetStockKLine), Accessor<IStockKLine>>);
-  static_assert(std::is_same_v<decltype(&GetStockUnusualEvent), Accessor<IStockUnusualEvent>>);
-  static_assert(std::is_same_v<decltype(&GetStockPurchase), Accessor<IStockPurchase>>);
-  static_assert(std::is_same_v<decltype(&GetMarginTrade), Accessor<IMarginTrade>>);
-  static_assert(std::is_same_v<decltype(&GetStockInOut), Accessor<IStockInOut>>);
-  static_assert(std::is_same_v<decltype(&GetStrengthRating), Accessor<IStrengthRating>>);
-  static_assert(std::is_same_v<decltype(&GetStockDistribution), Accessor<IStockDistribution>>);
-  static_assert(std::is_same_v<decltype(&GetMoneyEffect), Accessor<IMoneyEffect>>);
-  static_assert(std::is_same_v<decltype(&GetStockMarketState), Accessor<IStockMarketState>>);
-  static_assert(std::is_same_v<decltype(&DestroyStockMarket), void (*)()>);
 }
 
 }  // namespace

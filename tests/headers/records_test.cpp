@@ -19,49 +19,6 @@ TEST(FieldShapes, startEmptyAbsentAndWithoutMovement) {
   EXPECT_EQ(trend.trend, 0);
 }
 
-// Designated initialisers must follow the order of declaration, so that this compiles is half of the test.
-TEST(StockMarketItem, declaresItsMembersInOrder) {
-  const StockMarketItem item{.symbol_type = stock::kSymbolStock,
-                             .code = L"sh600000",
-                             .name = L"n",
-                             .last = {1},
-                             .change = {2},
-                             .diff = {3},
-                             .bid1 = {4},
-                             .ask1 = {5},
-                             .tr = {6},
-                             .amt = {7},
-                             .vol = {8},
-                             .pe = {9},
-                             .high = {10},
-                             .low = {11},
-                             .open = {12},
-                             .preclose = {13},
-                             .amp = {14},
-                             .qrr = {15},
-                             .cr = {16},
-                             .mc = {17},
-                             .pb = {18},
-                             .tso = {19},
-                             .shares = {20},
-                             .cmc = {21},
-                             .status = stock::kStockNormal,
-                             .bid_prices = {},
-                             .ask_prices = {},
-                             .bid_volumes = {},
-                             .ask_volumes = {},
-                             .limit_up = {22},
-                             .limit_down = {23},
-                             .avg_price = {24},
-                             .lead = L"l",
-                             .lead_change = {25},
-                             .num_u = {26},
-                             .num_z = {27},
-                             .num_d = {28}};
-  EXPECT_EQ(item.vol.value, 8U);
-  EXPECT_EQ(item.num_d.value, 28);
-}
-
 TEST(OptionalMarketItem, isAQuoteFollowedByThePlate) {
   static_assert(std::is_aggregate_v<OptionalMarketItem>);
   static_assert(std::is_base_of_v<StockMarketItem, OptionalMarketItem>);
@@ -73,19 +30,6 @@ TEST(OptionalMarketItem, isAQuoteFollowedByThePlate) {
   other = item;
   other.code = L"sh600001";
   EXPECT_FALSE(item == other);
-}
-
-TEST(KLineCandle, hasCloseBeforeLow) {
-  const KLineCandle candle{.date = 20170227,
-                           .preclose = 1,
-                           .open = 2,
-                           .high = 3,
-                           .close = 4,
-                           .low = 5,
-                           .volume = 6,
-                           .amount = 7,
-                           .turnover = 8};
-  EXPECT_EQ(candle.low, 5);
 }
 
 TEST(StockUnusualEventItem, isAlwaysOfTheSameSymbol) {

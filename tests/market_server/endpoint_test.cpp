@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -26,11 +24,6 @@ TEST_F(Endpoint, theTableHasTwentySixSignedPaths) {
   for (const Route& route : Routes()) routes.insert(std::string(route.path));
   EXPECT_EQ(routes, known);
   EXPECT_EQ(routes.size(), 26U);
-}
-
-TEST_F(Endpoint, everyRouteAnswersAGoodRequest) {
-  for (const Given& given : GoodRequests())
-    EXPECT_EQ(bench.Errno(given.path, given.parameters), 0) << given.path;
 }
 
 TEST_F(Endpoint, everyRouteAnswersEveryWordAndAnEmptyOneAsItsDefault) {
@@ -122,23 +115,13 @@ TEST_F(Endpoint, pathsThatAreNoneAreRefused) {
   }
 }
 
-TEST_F(Endpoint, aQueryWithBadEscapesIsRefused) {
-  EXPECT_NE(bench.Raw("/pc/rt/stock_version?a=%zz").body.find("\"errno\":1003"), std::string::npos);
-}
-
-TEST_F(Endpoint, aListOfTooManySymbolsIsRefused) {
-  std::string list = "[\"\"";
-  for (int i = 0; i < 4000; ++i) list += ",\"\"";
-  EXPECT_EQ(bench.Errno("/pc/rt/stock_detail_list", {{"stock_arr", list + "]"}}), 1013);
-}
-
-TEST_F(Endpoint, asManySymbolsAsAListMayHaveFitIntoARequest) {
-  Document answer =
-      Json("/pc/rt/stock_detail_list", {{"stock_arr", List(std::vector<std::string>(4000, "sh600000"))}});
-  EXPECT_EQ(answer["data"]["list"].Size(), 4000U);
-}
-
 // Quotes
+
+/// A list of names in the order of a page.
+void ExpectSameCodes(const Value& names, const Value& page, const char* key) {
+  ASSERT_EQ(names.Size(), page.Size());
+  for (rapidjson::SizeType i = 0; i < page.Size(); ++i) EXPECT_EQ(names[i]["code"], page[i][key]);
+}
 
 TEST_F(Endpoint, detailListKeepsTheOrderAndLeavesOutWhatIsUnknown) {
   Document answer = Json("/pc/rt/stock_detail_list",
@@ -154,35 +137,14 @@ TEST_F(Endpoint, detailListOfNothingIsEmpty) {
   EXPECT_EQ(Json("/pc/rt/stock_detail_list", {{"stock_arr", "[]"}})["data"]["list"].Size(), 0U);
 }
 
-TEST_F(Endpoint, aStockHasAllItsKeys) {
-  const Document board = Board("cn_a", "vol", "desc", "0", "1");
-  const Value& row = board["data"][0];
-  for (const char* key :
-       {"last", "change",   "diff", "b1p", "s1p", "tr", "amt", "vol", "pe",     "high", "low",
-        "open", "preclose", "amp",  "qrr", "cr",  "mc", "pb",  "tso", "shares", "cmc"}) {
-    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
-  }
-  for (const char* key : {"code", "name", "status"}) EXPECT_NE(Text(row, key), "") << key;
-  EXPECT_STREQ(row["status"].GetString(), "0");
-}
-
-TEST_F(Endpoint, anIndexHasCountsAndALead) {
-  Document answer = Json("/pc/rt/stock_detail_list", {{"stock_arr", "[\"sh000001\"]"}});
-  const Value& row = answer["data"]["list"][0];
-  for (const char* key : {"last", "change", "diff", "open", "high", "low", "preclose", "vol", "amt", "num_u",
-                          "num_z", "num_d", "lead_change"}) {
-    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
-  }
-  EXPECT_NE(Text(row, "lead"), "");
-  EXPECT_GT(Number(row, "num_u") + Number(row, "num_z") + Number(row, "num_d"), 0);
-  EXPECT_FALSE(row.HasMember("b1p"));
-}
-
 TEST_F(Endpoint, boardsAreOrderedByEveryColumnInBothDirections) {
   for (const std::string& column : kStockColumns) {
     for (const std::string& direction : kDirections) {
       const Document answer = Board("cn_a", column, direction);
       ExpectOrdered(answer["data"], column, direction, column + " " + direction);
+      ExpectSameCodes(Json("/pc/rt/stock_price_list",
+                           {{"stock_type", "cn_a"}, {"sort_key", column}, {"sort_type", direction}})["data"],
+                      answer["data"], "code");
     }
   }
   ExpectOrdered(Board("cn_a", "", "")["data"], "change", "desc", "empty words");
@@ -229,6 +191,9 @@ TEST_F(Endpoint, platesAreOrderedByEveryColumnInBothDirections) {
           "/pc/rt/get_bk_detail",
           {{"bk_type", "hy"}, {"sort_key", column}, {"sort_type", direction}, {"start", "0"}, {"end", "-1"}});
       ExpectOrdered(answer["data"], column, direction, column + " " + direction);
+      ExpectSameCodes(Json("/pc/rt/bk_price_list",
+                           {{"bk_type", "hy"}, {"sort_key", column}, {"sort_type", direction}})["data"],
+                      answer["data"], "bk");
     }
   }
 }
@@ -247,18 +212,6 @@ TEST_F(Endpoint, plateKindsAreKeptApart) {
   EXPECT_EQ(codes["hy"].size() + codes["gn"].size(), codes[""].size());
   EXPECT_GT(codes["hy"].size(), 20U);
   EXPECT_GT(codes["gn"].size(), 20U);
-}
-
-TEST_F(Endpoint, aPlateHasAllItsKeys) {
-  Document answer =
-      Json("/pc/rt/get_bk_detail",
-           {{"bk_type", "hy"}, {"sort_key", "vol"}, {"sort_type", "desc"}, {"start", "0"}, {"end", "1"}});
-  const Value& row = answer["data"][0];
-  for (const char* key : {"last", "change", "diff", "tr", "amt", "pe", "high", "low", "open", "preclose",
-                          "amp", "qrr", "cr", "mc", "lead_change", "vol", "num_u", "num_z", "num_d"}) {
-    EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
-  }
-  for (const char* key : {"bk", "name", "lead"}) EXPECT_NE(Text(row, key), "") << key;
 }
 
 TEST_F(Endpoint, thePagesOfAPlateAreItsMembers) {
@@ -437,139 +390,18 @@ TEST_F(Endpoint, eventsAreThoseOfTheDayUpToTheInstant) {
   EXPECT_EQ(events(kMidMorning + 86400)["data"]["list"].Size(), 0U);
 }
 
-TEST_F(Endpoint, flowsOfADayAddUpToItsAmount) {
-  const Document board = Board("cn_a", "amt", "desc", "0", "5");
-  std::vector<std::string> symbols = {"nothing"};
-  for (const Value& row : board["data"].GetArray()) symbols.emplace_back(row["code"].GetString());
-  Document answer = Json("/pc/rt/stock_in_out", {{"stock_arr", List(symbols)}});
-  const Value& list = answer["data"]["list"];
-  ASSERT_EQ(list.Size(), 5U);
-  for (rapidjson::SizeType i = 0; i < 5; ++i) {
-    ASSERT_EQ(list[i].MemberCount(), 1U);
-    EXPECT_EQ(std::string(list[i].MemberBegin()->name.GetString()), symbols[i + 1]);
-    const Value& flows = list[i].MemberBegin()->value;
-    EXPECT_LE(flows["mtime"].GetInt64(), kMidMorning);
-    EXPECT_GT(flows["mtime"].GetInt64(), kMidMorning - 60);
-    std::map<std::string, std::uint64_t> total;
-    for (const char* direction : {"in", "out"}) {
-      for (const char* size : {"big", "small"}) {
-        for (const char* days : {"d1", "d5", "d10"}) total[days] += flows[direction][size][days].GetUint64();
-      }
-    }
-    EXPECT_NEAR(static_cast<double>(total["d1"]), Number(board["data"][i], "amt"), 1);
-    EXPECT_GE(total["d5"], total["d1"]);
-    EXPECT_GE(total["d10"], total["d5"]);
-  }
-}
-
-TEST_F(Endpoint, breadthDistributionAndAverageDescribeTheBoard) {
-  int up = 0;
-  int down = 0;
-  const Document board = Board("cn_a");
-  for (const Value& row : board["data"].GetArray()) {
-    up += Number(row, "change") > 0 ? 1 : 0;
-    down += Number(row, "change") < 0 ? 1 : 0;
-  }
-  for (const char* date : {"0", "20240315"}) {
-    Document breadth = Json("/pc/rt/stock_min_num", {{"date", date}});
-    const Value& minutes = breadth["data"]["list"];
-    ASSERT_GT(minutes.Size(), 50U);
-    EXPECT_EQ(minutes[minutes.Size() - 1]["up"].GetInt(), up);
-    EXPECT_EQ(minutes[minutes.Size() - 1]["down"].GetInt(), down);
-    Document distribution = Json("/pc/rt/stock_distribute_num", {{"date", date}});
-    EXPECT_EQ(distribution["data"]["up"].GetInt(), up);
-    EXPECT_EQ(distribution["data"]["down"].GetInt(), down);
-    ASSERT_EQ(distribution["data"]["list"].Size(), 10U);
-    int below = 0;
-    int above = 0;
-    for (rapidjson::SizeType i = 0; i < 10; ++i)
-      (i < 5 ? below : above) += distribution["data"]["list"][i].GetInt();
-    EXPECT_EQ(below, down);
-    EXPECT_EQ(above, up);
-    Document average = Json("/pc/rt/stock_min_average", {{"date", date}});
-    ASSERT_EQ(average["data"]["list"].Size(), minutes.Size());
-    for (rapidjson::SizeType i = 0; i < minutes.Size(); ++i)
-      EXPECT_EQ(average["data"]["list"][i]["time"], minutes[i]["min"]);
-  }
-}
-
 TEST_F(Endpoint, analyticsOfOtherDaysAreWholeOrEmpty) {
   for (const char* path : {"/pc/rt/stock_min_num", "/pc/rt/stock_min_average"}) {
     EXPECT_EQ(Json(path, {{"date", "20240313"}})["data"]["list"].Size(), 241U) << path;
     EXPECT_EQ(Json(path, {{"date", "20240316"}})["data"]["list"].Size(), 0U) << path;
     EXPECT_EQ(Json(path, {{"date", "20240318"}})["data"]["list"].Size(), 0U) << path;
+    EXPECT_EQ(Json(path, {{"date", "20240315"}}), Json(path, {{"date", "0"}})) << path;
   }
   EXPECT_GT(Json("/pc/rt/stock_distribute_num", {{"date", "20240313"}})["data"]["up"].GetInt(), 0);
   EXPECT_EQ(Json("/pc/rt/stock_distribute_num", {{"date", "20240316"}})["data"]["up"].GetInt(), 0);
 }
 
-TEST_F(Endpoint, marginBalancesRunBackFromTheDayBefore) {
-  Document answer = Json("/pc/rt/stock_trade");
-  const Value& list = answer["data"]["list"];
-  ASSERT_GT(list.Size(), 20U);
-  EXPECT_EQ(list[0]["sh"]["date"].GetUint(), 20240314U);
-  for (rapidjson::SizeType i = 0; i < list.Size(); ++i) {
-    EXPECT_EQ(list[i]["sh"]["date"], list[i]["sz"]["date"]);
-    EXPECT_GT(Number(list[i]["sh"], "close"), 0);
-    EXPECT_GT(Number(list[i]["sz"]["meta"], "bsta"), 0);
-    if (i > 0) {
-      EXPECT_GT(list[i - 1]["sh"]["date"].GetUint(), list[i]["sh"]["date"].GetUint());
-    }
-  }
-}
-
-TEST_F(Endpoint, newSharesHaveAllTheirKeys) {
-  Document answer = Json("/pc/rt/stock_buy");
-  const Value& list = answer["data"]["list"];
-  ASSERT_GT(list.Size(), 0U);
-  for (const Value& row : list.GetArray()) {
-    for (const char* key : {"code", "name", "publish_time", "publish_online_time", "buy_code"})
-      EXPECT_NE(Text(row, key), "") << key;
-    for (const char* key :
-         {"publish_num", "publish_online_num", "publish_price", "pe", "buy_limit", "total_price", "chance"}) {
-      EXPECT_TRUE(row.HasMember(key) && row[key].IsNumber()) << key;
-    }
-    EXPECT_EQ(Text(row, "publish_time").size(), 10U);
-  }
-}
-
 // Reference data
-
-TEST_F(Endpoint, basicInfoListsTheStocksOfTheBoard) {
-  Document answer = Json("/pc/rt/get_basic_info");
-  std::set<std::string> codes;
-  std::set<std::string> boards;
-  for (const char* exchange : {"sh", "sz"}) {
-    for (const Value& stock : answer[exchange].GetArray()) {
-      EXPECT_TRUE(std::string(stock["c"].GetString()).starts_with(exchange));
-      EXPECT_NE(Text(stock, "n"), "");
-      EXPECT_NE(Text(stock, "py"), "");
-      codes.insert(stock["c"].GetString());
-      boards.insert(stock["b"].GetString());
-    }
-  }
-  EXPECT_EQ(codes, Codes(Board("cn_a")["data"]));
-  for (const char* board : {"MB", "GEM", "SME"}) EXPECT_TRUE(boards.contains(board)) << board;
-}
-
-TEST_F(Endpoint, plateListHoldsEveryKind) {
-  Document answer = Json("/pc/rt/get_bk_list");
-  std::map<int, int> kinds;
-  for (const Value& plate : answer["bk_lists"].GetArray()) {
-    ++kinds[plate["t"].GetInt()];
-    for (const char* key : {"n", "bk", "py"}) EXPECT_NE(Text(plate, key), "") << key;
-  }
-  for (const int kind : {1, 2, 3}) EXPECT_GT(kinds[kind], 0) << kind;
-}
-
-TEST_F(Endpoint, indexListHoldsBothExchanges) {
-  Document answer = Json("/pc/rt/stock_index_list");
-  EXPECT_GE(answer["data"]["sh"].Size(), 20U);
-  EXPECT_GE(answer["data"]["sz"].Size(), 20U);
-  EXPECT_TRUE(Codes(answer["data"]["sh"], "c").contains("sh000001"));
-  EXPECT_TRUE(Codes(answer["data"]["sz"], "c").contains("sz399001"));
-  EXPECT_TRUE(Codes(answer["data"]["sz"], "c").contains("sz399006"));
-}
 
 TEST_F(Endpoint, everyStockIsInOneIndustryAndSomeConcepts) {
   const auto membership = [&](const std::string& category) {
@@ -607,14 +439,6 @@ TEST_F(Endpoint, holidaysAreThoseOfTheYear) {
 
 // Static files and history
 
-TEST_F(Packages, metadataHasTheVersionOfTheApi) {
-  auto lines = Metadata();
-  EXPECT_EQ(lines["version"], Version());
-  EXPECT_EQ(Version(), "20240314");
-  EXPECT_FALSE(lines["p"].empty());
-  EXPECT_GT(lines.size(), 200U);
-}
-
 TEST_F(Packages, countsAreTheRowsOfEveryPackage) {
   auto lines = Metadata();
   for (const char* symbol : {"sh600000", "sz000001", "sh000001"}) {
@@ -629,23 +453,6 @@ TEST_F(Packages, countsAreTheRowsOfEveryPackage) {
             << symbol << period << adjustment;
       }
     }
-  }
-}
-
-TEST_F(Packages, linesAreNineNumbersInTheOrderOfDays) {
-  for (const char* period : {"day", "week", "month"}) {
-    double last = 0;
-    for (const std::string& line : Rows("sh600000", period, "qfq")) {
-      Document row;
-      row.Parse(line.c_str());
-      ASSERT_TRUE(row.IsArray() && row.Size() == 9) << line;
-      EXPECT_GT(row[0].GetDouble(), last);
-      last = row[0].GetDouble();
-      EXPECT_GE(row[3].GetDouble(), row[5].GetDouble()) << line;
-      EXPECT_GE(row[3].GetDouble(), row[4].GetDouble()) << line;
-      EXPECT_LE(row[5].GetDouble(), row[4].GetDouble()) << line;
-    }
-    EXPECT_EQ(last, 20240314);
   }
 }
 
@@ -704,31 +511,6 @@ TEST_F(Packages, historyIsCountedFromTheNewestRow) {
   EXPECT_EQ(dates("0", "0").size(), 0U);
   EXPECT_EQ(dates("4000000000", "5").size(), 0U);
   EXPECT_EQ(dates("0", "4294967295").size(), Rows("sh600000", "day", "bfq").size());
-}
-
-TEST_F(Packages, historyReachesTheLastSessionThatIsOver) {
-  const auto last = [&](const char* clock) {
-    bench.server().SetClock(clock);
-    Document answer = History("sh600000", "kline.day", "bfq", "0", "1");
-    return answer["data"]["foo"]["list"][0][0].GetUint();
-  };
-  EXPECT_EQ(last("2024-03-15 08:00:00"), 20240314U);
-  EXPECT_EQ(last("2024-03-15 14:59:59"), 20240314U);
-  EXPECT_EQ(last("2024-03-15 15:00:00"), 20240315U);
-  EXPECT_EQ(last("2024-03-17 12:00:00"), 20240315U);
-}
-
-TEST_F(Packages, historyOfAnUnknownSymbolIsEmptyAndBadQueriesAreRefused) {
-  EXPECT_EQ(History("nothing", "kline.day", "bfq", "0", "5")["data"]["foo"]["list"].Size(), 0U);
-  EXPECT_NE(bench.Raw("/kql").body.find("\"errno\":1010"), std::string::npos);
-  for (const char* q : {"", "x", "[]", "{%22foo%22:[]}", "{%22foo%22:[%22kline.day%22,[]]}",
-                        "{%22foo%22:[%22kline.year%22,{}]}",
-                        "{%22foo%22:[%22kline.day%22,{%22symbol%22:%22sh600000%22,%22type%22:%22bfq%22,%"
-                        "22offset%22:-1,%22limit%22:5}]}",
-                        "{%22foo%22:[%22kline.day%22,{%22symbol%22:%22sh600000%22,%22type%22:%22no%22,%"
-                        "22offset%22:0,%22limit%22:5}]}"}) {
-    EXPECT_NE(bench.Raw(std::string("/kql?q=") + q).body.find("\"errno\":1011"), std::string::npos) << q;
-  }
 }
 
 // At any time

@@ -17,7 +17,6 @@
 #include <thread>
 #include <vector>
 
-#include "certificate.h"
 #include "server_fixture.h"
 
 namespace market_server::testing {
@@ -86,14 +85,10 @@ class Hostile : public ::testing::TestWithParam<HostileRequest> {
   }
   static Bench& OverTls() {
     static Bench* const bench = [] {
-      const auto directory = std::filesystem::temp_directory_path() / ("hostile-" + std::to_string(getpid()));
-      std::filesystem::create_directories(directory);
+      const TemporaryDirectory directory;
       Options options = Unsigned();
-      options.tls_cert = (directory / "cert.pem").string();
-      options.tls_key = (directory / "key.pem").string();
-      WriteCertificate(options.tls_cert, options.tls_key);
+      UseTls(options, directory);
       auto* made = new Bench(options);
-      std::filesystem::remove_all(directory);
       return made;
     }();
     return *bench;

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -351,7 +350,7 @@ TEST_F(ProtocolSentencesOfManyDays, timeSimulated) {
 TEST_F(ProtocolSentences, limits) {
   const Limits limits;
   const auto seconds = [](std::chrono::milliseconds time) { return std::to_string(time.count() / 1000); };
-  // Server.limitsTheHeader and its neighbours hold the server to these.
+  // The list of hostile requests holds the server to those of heads and bodies.
   EXPECT_TRUE(PageSays("longer than " + std::to_string(limits.body_bytes / 1024) + " KiB |"));
   EXPECT_EQ(limits.header_bytes, 98'304U);
   EXPECT_TRUE(PageSays("longer than 96 KiB, that is 98,304 bytes"));
@@ -443,6 +442,7 @@ TEST_F(ProtocolSentences, unitsOfQuotes) {
     const std::string code = Text(row, "code");
     const double before = Number(row, "preclose");
     EXPECT_NEAR(Number(row, "change"), Number(row, "diff") / before * 100, 0.0051) << code;
+    EXPECT_NEAR(Number(row, "diff"), Number(row, "last") - before, 1e-9) << code;
     EXPECT_NEAR(Number(row, "amp"), (Number(row, "high") - Number(row, "low")) / before * 100, 0.0051)
         << code;
     EXPECT_NEAR(Number(row, "tr"), Number(row, "vol") / Number(row, "shares") * 100, 0.0051) << code;
@@ -452,6 +452,14 @@ TEST_F(ProtocolSentences, unitsOfQuotes) {
       const double average = Number(row, "amt") / Number(row, "vol");
       EXPECT_TRUE(average > Number(row, "low") - 0.01 && average < Number(row, "high") + 0.01) << code;
     }
+    double bids = 0;
+    double offers = 0;
+    for (char level = '1'; level <= '5'; ++level) {
+      bids += Number(row, {'b', level, 'v'});
+      offers += Number(row, {'s', level, 'v'});
+    }
+    EXPECT_NEAR(Number(row, "cr"), bids + offers > 0 ? (bids - offers) / (bids + offers) * 100 : 0, 0.0051)
+        << code;
     makes_a_loss = makes_a_loss || Number(row, "pe") < 0;
   }
   EXPECT_TRUE(makes_a_loss);
@@ -506,8 +514,8 @@ TEST_F(ProtocolSentences, pagesAndOrder) {
 
 TEST_F(ProtocolSentences, listsOfSymbols) {
   EXPECT_TRUE(PageSays("A list has at most 4,000 of them"));
-  const std::vector<std::string> most(4000, "x");
-  EXPECT_EQ(Details(most)["data"]["list"].Size(), 0U);
+  const std::vector<std::string> most(4000, "sh600000");
+  EXPECT_EQ(Details(most)["data"]["list"].Size(), 4000U) << "so many fit into a request";
   const std::vector<std::string> more(4001, "x");
   EXPECT_EQ(bench.Errno("/pc/rt/stock_detail_list", {{"stock_arr", List(more)}}), 1013);
   EXPECT_TRUE(PageSays("as often as they stand there"));
@@ -524,16 +532,27 @@ TEST_F(ProtocolSentences, theAuction) {
   EXPECT_TRUE(PageSays("| 09:15 | the call auction."));
   for (const char* clock : {"2024-03-15 09:15:00", "2024-03-15 09:20:00", "2024-03-15 09:24:59"}) {
     bench.server().SetClock(clock);
-    const Document quotes = Details({"sh600000", "sh000001", "bk1001"});
+    const Document board = Board("cn_a");
+    for (const Value& row : board["data"].GetArray()) {
+      for (const char* key : kNothingTraded) EXPECT_EQ(Number(row, key), 0) << clock << " " << key;
+      EXPECT_GT(Number(row, "last"), 0);
+      if (!row.HasMember("b1p")) continue;  // suspended
+      EXPECT_EQ(Number(row, "b1p"), Number(row, "last"));
+      EXPECT_EQ(Number(row, "s1p"), Number(row, "last"));
+      EXPECT_FALSE(row.HasMember("b2p") || row.HasMember("s2p"));
+    }
+    EXPECT_EQ(
+        Json("/pc/monitor/get_monitor",
+             {{"date", std::to_string(static_cast<std::int64_t>(bench.server().Now()))}})["data"]["list"]
+            .Size(),
+        0U);
+    const Document quotes = Details({"sh000001", "bk1001"});
     const Value& list = quotes["data"]["list"];
-    ASSERT_EQ(list.Size(), 3U);
+    ASSERT_EQ(list.Size(), 2U);
     for (const Value& row : list.GetArray()) {
       for (const char* key : kNothingTraded) EXPECT_EQ(Number(row, key), 0) << clock << " " << key;
     }
-    EXPECT_EQ(Number(list[0], "b1p"), Number(list[0], "last"));
-    EXPECT_EQ(Number(list[0], "s1p"), Number(list[0], "last"));
-    EXPECT_FALSE(list[0].HasMember("b2p") || list[0].HasMember("s2p"));
-    for (const rapidjson::SizeType i : {1U, 2U}) {
+    for (const rapidjson::SizeType i : {0U, 1U}) {
       EXPECT_EQ(Number(list[i], "last"), Number(list[i], "preclose"));
       EXPECT_EQ(Number(list[i], "change"), 0);
       EXPECT_EQ(Number(list[i], "diff"), 0);
@@ -554,10 +573,12 @@ TEST_F(ProtocolSentences, theAuction) {
   EXPECT_TRUE(
       PageSays("| 09:25 | the auction is over: first prices, volumes and the minute 930 are there |"));
   EXPECT_EQ(Minutes("2024-03-15 09:25:00"), std::vector<int>{930});
-  const Document opened = Details({"sh600000", "sh000001"});
-  for (const Value& row : opened["data"]["list"].GetArray()) {
-    EXPECT_EQ(Number(row, "open"), Number(row, "last"));
+  const Document opened = Board("cn_a");
+  for (const Value& row : opened["data"].GetArray()) {
+    if (!row.HasMember("b1p") && !row.HasMember("s1p")) continue;  // suspended
+    for (const char* key : {"open", "high", "low"}) EXPECT_EQ(Number(row, key), Number(row, "last")) << key;
     EXPECT_GT(Number(row, "vol"), 0);
+    EXPECT_NEAR(Number(row, "amt"), Number(row, "vol") * Number(row, "open"), 0.01);
   }
 }
 
@@ -589,7 +610,13 @@ TEST_F(ProtocolSentences, labelsOfMinutes) {
   EXPECT_EQ(Minutes("2024-03-15 09:30:30").back(), 931);
   EXPECT_EQ(Minutes("2024-03-15 12:00:00").back(), 1130);
   EXPECT_EQ(Minutes("2024-03-15 13:00:30").back(), 1301);
-  EXPECT_EQ(Minutes("2024-03-15 15:00:00").size(), 241U);
+  std::vector<int> whole_day = {930};
+  for (int minute = 9 * 60 + 31; minute <= 15 * 60; ++minute) {
+    if (minute <= 11 * 60 + 30 || minute > 13 * 60) whole_day.push_back(minute / 60 * 100 + minute % 60);
+  }
+  EXPECT_EQ(whole_day.size(), 241U);
+  EXPECT_EQ(Minutes("2024-03-15 15:00:00"), whole_day);
+  EXPECT_EQ(Minutes("2024-03-15 16:00:00", "sh000001"), whole_day);
   EXPECT_TRUE(PageSays("figures change every three seconds"));
   const auto board = [this](const char* clock) {
     bench.server().SetClock(clock);
@@ -708,6 +735,8 @@ TEST_F(ProtocolSentences, unitsOfNewShares) {
     EXPECT_LT(Number(row, "buy_limit"), Number(row, "publish_online_num")) << code;
     EXPECT_GE(Number(row, "buy_limit"), 0.05) << code;
     EXPECT_EQ(Text(row, "buy_code").size(), 6U) << code;
+    EXPECT_NE(Text(row, "name"), "") << code;
+    EXPECT_TRUE(row.HasMember("pe")) << code;
     EXPECT_LT(Text(row, "publish_time"), Text(row, "publish_online_time")) << code;
     EXPECT_EQ(Number(row, "chance") > 0, Text(row, "publish_online_time") < "2024-03-15") << code;
   }
@@ -728,6 +757,7 @@ TEST_F(ProtocolSentences, packages) {
   EXPECT_EQ(version("2024-03-15 18:00:00"), "20240315");
   EXPECT_TRUE(PageSays("a line with the version, a line with the number of symbols, and for each symbol"));
   const std::string metadata = Gunzip(bench.Raw("/static/kline.meta.gzip").body);
+  EXPECT_TRUE(metadata.starts_with("version:20240315\n"));
   const std::size_t second = metadata.find('\n') + 1;
   ASSERT_EQ(metadata.compare(second, 2, "p:"), 0);
   EXPECT_EQ(std::stol(metadata.substr(second + 2)), std::count(metadata.begin(), metadata.end(), '\n') - 2);
@@ -756,7 +786,9 @@ TEST_F(ProtocolSentences, historyQueries) {
     EXPECT_EQ(code(query(terms)), 1011) << terms;
   }
   EXPECT_EQ(code(query(symbol + rest, "kline.year")), 1011);
-  EXPECT_EQ(code("[]"), 1011);
+  for (const char* none : {"", "x", "[]", R"({"a":[]})", R"({"a":["kline.day",[]]})"})
+    EXPECT_EQ(code(none), 1011) << none;
+  EXPECT_EQ(code(query(symbol + R"(,"type":"no","offset":0,"limit":1)")), 1011);
   EXPECT_EQ(KqlErrno("/kql"), 1010);
   EXPECT_EQ(KqlErrno("/kql?q={}&q={}"), 1014);
   EXPECT_TRUE(PageSays("an object of up to ten members"));
@@ -781,6 +813,7 @@ TEST_F(ProtocolSentences, historyQueries) {
   };
   EXPECT_EQ(last("2024-03-15 14:59:59"), 20240314);
   EXPECT_EQ(last("2024-03-15 15:00:00"), 20240315);
+  EXPECT_EQ(last("2024-03-17 12:00:00"), 20240315) << "a Sunday";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "market_server/market_server.h"
+#include "own_files.h"
 #include "raw_client.h"
 #include "signer.h"
 

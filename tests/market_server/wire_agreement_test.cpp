@@ -65,33 +65,15 @@ int Direction(const Value& row) {
   return last > before ? 1 : last < before ? -1 : 0;
 }
 
-/// Codes of the rows in the order of a column; equal ones stay in the order of codes, in which the rows come.
-std::vector<std::string> CodesInOrder(const Value& rows, const std::string& column,
-                                      const std::string& direction, const char* code_key) {
-  std::vector<const Value*> order;
-  for (const Value& row : rows.GetArray()) order.push_back(&row);
-  const bool is_text = column == "code" || column == "name" || column == "lead";
-  const std::string key = column == "code" ? code_key : column;
-  const auto less = [&](const Value& a, const Value& b) {
-    return is_text ? Text(a, key) < Text(b, key) : Number(a, key) < Number(b, key);
-  };
-  std::stable_sort(order.begin(), order.end(), [&](const Value* a, const Value* b) {
-    return direction == "asc" ? less(*a, *b) : less(*b, *a);
-  });
-  std::vector<std::string> codes;
-  for (const Value* row : order) codes.push_back(Text(*row, code_key));
-  return codes;
-}
-
 std::vector<std::string> CodesOf(const Value& rows, const char* key) {
   std::vector<std::string> codes;
   for (const Value& row : rows.GetArray()) codes.push_back(Text(row, key));
   return codes;
 }
 
-class AnyTime : public Packages, public ::testing::WithParamInterface<int> {
+class AnyTime : public Endpoint, public ::testing::WithParamInterface<int> {
  protected:
-  AnyTime() : Packages(AnyMarket(GetParam())) {}
+  AnyTime() : Endpoint(AnyMarket(GetParam())) {}
 
   /// Runs the check at the instant that the server started with, then at random ones.
   template <class Check>
@@ -124,19 +106,6 @@ class AnyTime : public Packages, public ::testing::WithParamInterface<int> {
     const Value& rows = board_["data"];
     return Text(rows[static_cast<rapidjson::SizeType>(Below(random_, rows.Size()))], "code");
   }
-  std::vector<std::vector<double>> Series(const std::string& symbol, const std::string& period,
-                                          const std::string& adjustment) {
-    Document answer = History(symbol, "kline." + period, adjustment, "0", "1000000");
-    std::vector<std::vector<double>> rows;
-    for (const Value& line : answer["data"]["foo"]["list"].GetArray()) {
-      std::vector<double> row;
-      for (const Value& number : line.GetArray()) row.push_back(number.GetDouble());
-      EXPECT_EQ(row.size(), 9U);
-      rows.push_back(row);
-    }
-    return rows;
-  }
-
   Random random_{static_cast<std::uint64_t>(GetParam()) + 1000};
   Document board_;  ///< all stocks by code
 };
@@ -151,35 +120,6 @@ TEST_P(AnyTime, pagesListsAndDetailsAreTheSameQuotes) {
     std::vector<std::string> listed = CodesOf(info["sh"], "c");
     for (const Value& stock : info["sz"].GetArray()) listed.push_back(Text(stock, "c"));
     EXPECT_EQ(listed, codes);
-  });
-}
-
-TEST_P(AnyTime, rankedListsAreTheQuotesSorted) {
-  AtEachInstant([this] {
-    const std::string type = AnyOf(random_, kStockTypes);
-    const std::string column = AnyOf(random_, kStockColumns);
-    const std::string direction = AnyOf(random_, kDirections);
-    SCOPED_TRACE(type + " " + column + " " + direction);
-    const Document stocks = Board(type);
-    std::vector<std::string> expected = CodesInOrder(stocks["data"], column, direction, "code");
-    EXPECT_EQ(CodesOf(Board(type, column, direction)["data"], "code"), expected);
-    const QueryMap words = {{"stock_type", type}, {"sort_key", column}, {"sort_type", direction}};
-    EXPECT_EQ(CodesOf(Json("/pc/rt/stock_price_list", words)["data"], "code"), expected);
-    QueryMap ranking = words;
-    ranking["num"] = "12";
-    expected.resize(std::min<std::size_t>(expected.size(), 12));
-    EXPECT_EQ(CodesOf(Json("/pc/rt/get_stock_rank", ranking)["data"], "code"), expected);
-
-    const std::string kind = AnyOf(random_, kPlateTypes);
-    const std::string plate_column = AnyOf(random_, kPlateColumns);
-    SCOPED_TRACE(kind + " " + plate_column);
-    std::vector<std::string> plates = CodesInOrder(Plates(kind)["data"], plate_column, direction, "bk");
-    const QueryMap plate_words = {{"bk_type", kind}, {"sort_key", plate_column}, {"sort_type", direction}};
-    EXPECT_EQ(CodesOf(Json("/pc/rt/bk_price_list", plate_words)["data"], "code"), plates);
-    QueryMap plate_ranking = plate_words;
-    plate_ranking["num"] = "12";
-    plates.resize(12);
-    EXPECT_EQ(CodesOf(Json("/pc/rt/get_bk_rank", plate_ranking)["data"], "bk"), plates);
   });
 }
 
@@ -234,48 +174,6 @@ TEST_P(AnyTime, minuteLineAndCandleEndAtTheQuote) {
   });
 }
 
-TEST_P(AnyTime, theBookStandsAroundTheLastPrice) {
-  AtEachInstant([this] {
-    for (const Value& row : board_["data"].GetArray()) {
-      SCOPED_TRACE(Text(row, "code"));
-      const bool bid = row.HasMember("b1p");
-      const bool ask = row.HasMember("s1p");
-      if (!Trades(row)) {
-        EXPECT_FALSE(bid || ask);
-        continue;
-      }
-      if (bid && ask && Number(row, "open") > 0) {
-        EXPECT_LT(Number(row, "b1p"), Number(row, "s1p"));
-      } else if (bid && ask) {  // the call auction: both sides stand at the price that it would have
-        EXPECT_EQ(Number(row, "b1p"), Number(row, "s1p"));
-      }
-      if (bid) {
-        EXPECT_LE(Number(row, "b1p"), Number(row, "last"));
-      }
-      if (ask) {
-        EXPECT_GE(Number(row, "s1p"), Number(row, "last"));
-      }
-      for (char level = '1'; level <= '5'; ++level) {
-        for (const char side : {'b', 's'}) {
-          EXPECT_EQ(row.HasMember(std::string{side, level, 'p'}.c_str()),
-                    row.HasMember(std::string{side, level, 'v'}.c_str()));
-        }
-      }
-      for (char level = '2'; level <= '5'; ++level) {
-        const std::string bid_key = {'b', level, 'p'};
-        const std::string ask_key = {'s', level, 'p'};
-        const char before = static_cast<char>(level - 1);
-        if (row.HasMember(bid_key.c_str())) {
-          EXPECT_LT(Number(row, bid_key), Number(row, {'b', before, 'p'}));
-        }
-        if (row.HasMember(ask_key.c_str())) {
-          EXPECT_GT(Number(row, ask_key), Number(row, {'s', before, 'p'}));
-        }
-      }
-    }
-  });
-}
-
 TEST_P(AnyTime, platesAndIndicesCountTheirStocks) {
   AtEachInstant([this] {
     std::map<std::string, const Value*> quotes;
@@ -284,13 +182,17 @@ TEST_P(AnyTime, platesAndIndicesCountTheirStocks) {
       SCOPED_TRACE(whole.HasMember("bk") ? Text(whole, "bk") : Text(whole, "code"));
       std::map<int, int> count;
       double volume = 0;
+      double amount = 0;
+      double capitalisation = 0;
       double best = -1e9;
       std::set<std::string> leaders;
       for (const std::string& code : members) {
         ASSERT_TRUE(quotes.contains(code)) << code;
         const Value& row = *quotes[code];
+        capitalisation += Number(row, "mc");
         if (!Trades(row)) continue;
         ++count[Direction(row)];
+        amount += Number(row, "amt");
         volume += Number(row, "vol");
         if (Number(row, "change") > best) leaders.clear();
         best = std::max(best, Number(row, "change"));
@@ -300,6 +202,8 @@ TEST_P(AnyTime, platesAndIndicesCountTheirStocks) {
       EXPECT_EQ(Number(whole, "num_z"), count[0]);
       EXPECT_EQ(Number(whole, "num_d"), count[-1]);
       EXPECT_EQ(Number(whole, "vol"), volume);
+      EXPECT_NEAR(Number(whole, "amt"), amount, 0.01 + amount * 1e-12);
+      EXPECT_NEAR(Number(whole, "mc"), capitalisation, 0.1 + capitalisation * 1e-12);
       EXPECT_EQ(whole.HasMember("lead"), !leaders.empty());
       if (leaders.empty()) return;
       EXPECT_TRUE(leaders.contains(Text(whole, "lead"))) << Text(whole, "lead");
@@ -375,143 +279,13 @@ TEST_P(AnyTime, breadthAverageAndDistributionCountTheSameStocks) {
     const Value& minutes = breadth["data"]["list"];
     const Value& averages = average["data"]["list"];
     ASSERT_EQ(minutes.Size(), averages.Size());
+    for (rapidjson::SizeType i = 0; i < minutes.Size(); ++i)
+      EXPECT_EQ(averages[i]["time"], minutes[i]["min"]);
     if (minutes.Empty()) return;  // the call auction: nothing is traded yet
     EXPECT_EQ(minutes[minutes.Size() - 1]["up"].GetInt(), count[1]);
     EXPECT_EQ(minutes[minutes.Size() - 1]["down"].GetInt(), count[-1]);
     EXPECT_NEAR(averages[averages.Size() - 1]["average"].GetDouble(), sum / (count[1] + count[0] + count[-1]),
                 0.000051);
-  });
-}
-
-TEST_P(AnyTime, flowsOfADayAddUpToItsAmount) {
-  AtEachInstant([this] {
-    std::map<std::string, double> amounts;
-    for (const Value& row : board_["data"].GetArray()) amounts[Text(row, "code")] = Number(row, "amt");
-    std::vector<std::string> symbols;
-    for (int i = 0; i < 8; ++i) symbols.push_back(AnyStock());
-    Document answer = Json("/pc/rt/stock_in_out", {{"stock_arr", List(symbols)}});
-    ASSERT_EQ(answer["data"]["list"].Size(), symbols.size());
-    for (const Value& element : answer["data"]["list"].GetArray()) {
-      const Value& flows = element.MemberBegin()->value;
-      double total = 0;
-      for (const char* way : {"in", "out"}) {
-        for (const char* size : {"big", "small"}) total += flows[way][size]["d1"].GetDouble();
-      }
-      EXPECT_NEAR(total, amounts.at(element.MemberBegin()->name.GetString()), 1);
-    }
-  });
-}
-
-TEST_P(AnyTime, weeksAndMonthsAreTheirDays) {
-  AtEachInstant([this] {
-    for (const std::string& symbol : {AnyStock(), std::string("sz399001")}) {
-      const auto days = Series(symbol, "day", "bfq");
-      for (const std::string period : {"week", "month"}) {
-        SCOPED_TRACE(symbol + " " + period);
-        // Weeks are those of Monday to Sunday, counted from one.
-        const auto group = [&period](const std::vector<double>& day) {
-          const auto date = static_cast<model::Date>(day[0]);
-          return period == "month" ? static_cast<std::int64_t>(date / 100)
-                                   : static_cast<std::int64_t>((model::InstantOf(date, 12, 0, 0) -
-                                                                model::InstantOf(20141229, 0, 0, 0)) /
-                                                               (7 * 86400));
-        };
-        std::vector<std::vector<double>> expected;
-        std::int64_t current = -1;
-        for (const auto& day : days) {
-          if (group(day) != current) {
-            current = group(day);
-            expected.push_back(day);
-            continue;
-          }
-          auto& sum = expected.back();
-          sum[0] = day[0];
-          sum[3] = std::max(sum[3], day[3]);
-          sum[4] = day[4];
-          sum[5] = std::min(sum[5], day[5]);
-          for (const std::size_t i : {6U, 7U, 8U}) sum[i] += day[i];
-        }
-        const auto rows = Series(symbol, period, "bfq");
-        ASSERT_EQ(rows.size(), expected.size());
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-          for (const std::size_t k : {0U, 1U, 2U, 3U, 4U, 5U, 6U}) {
-            EXPECT_EQ(rows[i][k], expected[i][k]) << rows[i][0] << " position " << k;
-          }
-          EXPECT_NEAR(rows[i][7], expected[i][7], 0.01 + expected[i][7] * 1e-12) << rows[i][0];
-          EXPECT_NEAR(rows[i][8], expected[i][8], 0.001) << rows[i][0];
-        }
-      }
-    }
-  });
-}
-
-TEST_P(AnyTime, adjustedSeriesHaveNoGaps) {
-  int adjusted = 0;
-  AtEachInstant([this, &adjusted] {
-    const std::string symbol = AnyStock();
-    SCOPED_TRACE(symbol);
-    const auto plain = Series(symbol, "day", "bfq");
-    const auto forward = Series(symbol, "day", "qfq");
-    const auto backward = Series(symbol, "day", "hfq");
-    ASSERT_EQ(forward.size(), plain.size());
-    ASSERT_EQ(backward.size(), plain.size());
-    if (plain.empty()) return;
-    EXPECT_EQ(forward.back(), plain.back()) << "forward adjustment leaves the newest day as it is";
-    EXPECT_EQ(backward.front(), plain.front()) << "backward adjustment leaves the oldest day as it is";
-    adjusted += forward.front() != plain.front() && backward.back() != plain.back() ? 1 : 0;
-    for (std::size_t i = 1; i < plain.size(); ++i) {
-      EXPECT_NEAR(forward[i][1], forward[i - 1][4], 0.011) << plain[i][0];
-      EXPECT_NEAR(backward[i][1], backward[i - 1][4], 0.011) << plain[i][0];
-      for (const std::size_t k : {0U, 6U, 7U, 8U}) {
-        EXPECT_EQ(forward[i][k], plain[i][k]);
-        EXPECT_EQ(backward[i][k], plain[i][k]);
-      }
-    }
-  });
-  EXPECT_GT(adjusted, 0) << "no stock ever paid a dividend";
-}
-
-TEST_P(AnyTime, metadataAnnouncesThePackages) {
-  AtEachInstant([this] {
-    auto lines = Metadata();
-    const std::string version = lines["version"];
-    EXPECT_EQ(version, Version());
-    EXPECT_EQ(lines["p"], std::to_string(lines.size() - 2));
-    const std::string symbol = AnyStock();
-    const std::string period = AnyOf(random_, std::vector<std::string>{"day", "week", "month"});
-    const std::string adjustment = AnyOf(random_, std::vector<std::string>{"bfq", "qfq", "hfq"});
-    SCOPED_TRACE(symbol + " " + period + " " + adjustment);
-    const std::vector<std::string> rows = Rows(symbol, period, adjustment);
-    ASSERT_EQ(lines.contains(symbol), !rows.empty());
-    if (rows.empty()) return;
-    Document counts;
-    counts.Parse(lines[symbol].c_str());
-    EXPECT_EQ(counts[period.substr(0, 1).c_str()][adjustment.substr(0, 1).c_str()].GetUint(), rows.size());
-    EXPECT_LE(rows.back().substr(1, 8), version);
-    if (adjustment == "qfq" || period != "day") return;  // the history may know a day more
-    const auto history = Series(symbol, period, adjustment);
-    ASSERT_GE(history.size(), rows.size());
-    for (std::size_t i = 0; i < rows.size(); i += 1 + rows.size() / 50) {
-      Document row;
-      row.Parse<rapidjson::kParseFullPrecisionFlag>(rows[i].c_str());
-      for (rapidjson::SizeType k = 0; k < 9; ++k) EXPECT_EQ(row[k].GetDouble(), history[i][k]) << rows[i];
-    }
-  });
-}
-
-TEST_P(AnyTime, marginBalancesCarryTheClosesOfTheIndices) {
-  AtEachInstant([this] {
-    std::map<double, double> closes;
-    for (const auto& row : Series("sh000001", "day", "bfq")) closes[row[0]] = row[4];
-    Document margin = Json("/pc/rt/stock_trade");
-    int checked = 0;
-    for (const Value& day : margin["data"]["list"].GetArray()) {
-      const auto close = closes.find(Number(day["sh"], "date"));
-      if (close == closes.end()) continue;
-      EXPECT_EQ(Number(day["sh"], "close"), close->second) << close->first;
-      ++checked;
-    }
-    EXPECT_GT(checked, 50);
   });
 }
 

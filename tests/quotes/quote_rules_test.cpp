@@ -20,83 +20,6 @@
 
 namespace {
 
-StockMarketItem AllShown() {
-  StockMarketItem item;
-  for (auto* const field :
-       {&item.last, &item.change, &item.diff, &item.bid1, &item.ask1, &item.tr, &item.amt}) {
-    *field = {1.0, true, 0};
-  }
-  item.vol = {1, true, 0};
-  for (auto* const field :
-       {&item.pe, &item.high, &item.low, &item.open, &item.preclose, &item.amp, &item.qrr, &item.cr, &item.mc,
-        &item.pb, &item.cmc, &item.limit_up, &item.limit_down, &item.avg_price, &item.lead_change}) {
-    *field = {1.0, true};
-  }
-  item.tso = {1, true};
-  item.shares = {1, true};
-  for (auto* const field : {&item.num_u, &item.num_z, &item.num_d}) {
-    *field = {1, true};
-  }
-  item.bid_prices.assign(5, {1.0F, true, 0});
-  item.ask_prices.assign(5, {1.0F, true, 0});
-  item.bid_volumes.assign(5, {1, true, 0});
-  item.ask_volumes.assign(5, {1, true, 0});
-  return item;
-}
-
-StockMarketItem AllHidden() {
-  StockMarketItem item = AllShown();
-  for (auto* const field :
-       {&item.last, &item.change, &item.diff, &item.bid1, &item.ask1, &item.tr, &item.amt}) {
-    field->present = false;
-  }
-  item.vol.present = false;
-  for (auto* const field :
-       {&item.pe, &item.high, &item.low, &item.open, &item.preclose, &item.amp, &item.qrr, &item.cr, &item.mc,
-        &item.pb, &item.cmc, &item.limit_up, &item.limit_down, &item.avg_price}) {
-    field->present = false;
-  }
-  item.tso.present = false;
-  item.shares.present = false;
-  return item;
-}
-
-// --- Zeros ---
-
-TEST(HideZeros, leavesASecurityThatIsTraded) {
-  StockMarketItem item = AllShown();
-  item.last.value = 0;
-  const StockMarketItem before = item;
-  quotes::HideZeros(item);
-  EXPECT_EQ(item, before);
-}
-
-TEST(HideZeros, hidesEveryFigureBelowTheTolerance) {
-  StockMarketItem item = AllShown();
-  item.status = static_cast<stock::StockStatus>(5);
-  for (auto* const field :
-       {&item.last, &item.change, &item.diff, &item.bid1, &item.ask1, &item.tr, &item.amt}) {
-    field->value = -0.0009;
-  }
-  for (auto* const field :
-       {&item.pe, &item.high, &item.low, &item.open, &item.preclose, &item.amp, &item.qrr, &item.cr, &item.mc,
-        &item.pb, &item.cmc, &item.limit_up, &item.limit_down, &item.avg_price, &item.lead_change}) {
-    field->value = 0.0009;
-  }
-  item.vol.value = 0;
-  item.tso.value = 0;
-  item.shares.value = 0;
-  quotes::HideZeros(item);
-  EXPECT_FALSE(item.last.present || item.change.present || item.diff.present || item.bid1.present ||
-               item.ask1.present || item.tr.present || item.amt.present || item.vol.present);
-  EXPECT_FALSE(item.pe.present || item.high.present || item.low.present || item.open.present ||
-               item.preclose.present || item.amp.present || item.qrr.present || item.cr.present ||
-               item.mc.present || item.pb.present || item.cmc.present || item.tso.present ||
-               item.shares.present || item.limit_up.present || item.limit_down.present ||
-               item.avg_price.present);
-  EXPECT_TRUE(item.lead_change.present && item.num_u.present && item.bid_prices[0].present);
-}
-
 // Every figure that a rule may hide, with its name.
 template <class Visit>
 void ForEachFigure(StockMarketItem& item, Visit visit) {
@@ -126,19 +49,57 @@ void ForEachFigure(StockMarketItem& item, Visit visit) {
   visit("avg_price", item.avg_price);
 }
 
-TEST(HideZeros, hidesAZeroAloneUnderEveryStatusButTheNormalOne) {
+// The sides of the book.
+template <class Visit>
+void ForEachLevel(StockMarketItem& item, Visit visit) {
+  for (auto* const side : {&item.bid_prices, &item.ask_prices}) {
+    for (auto& level : *side) visit(level);
+  }
+  for (auto* const side : {&item.bid_volumes, &item.ask_volumes}) {
+    for (auto& level : *side) visit(level);
+  }
+}
+
+StockMarketItem AllShown() {
+  StockMarketItem item;
+  ForEachFigure(item, [](const std::string&, auto& field) {
+    field.value = 1;
+    field.present = true;
+  });
+  item.lead_change = {1.0, true};
+  for (auto* const field : {&item.num_u, &item.num_z, &item.num_d}) *field = {1, true};
+  item.bid_prices.assign(5, {1.0F, true, 0});
+  item.ask_prices.assign(5, {1.0F, true, 0});
+  item.bid_volumes.assign(5, {1, true, 0});
+  item.ask_volumes.assign(5, {1, true, 0});
+  return item;
+}
+
+StockMarketItem AllHidden() {
+  StockMarketItem item = AllShown();
+  ForEachFigure(item, [](const std::string&, auto& field) { field.present = false; });
+  return item;
+}
+
+// --- Zeros ---
+
+TEST(HideZeros, hidesAFigureBelowTheToleranceAloneUnderEveryStatusButTheNormalOne) {
   StockMarketItem names = AllShown();
   ForEachFigure(names, [](const std::string& zero, auto&) {
     for (int status = 0; status <= 7; ++status) {
-      StockMarketItem item = AllShown();
-      item.status = static_cast<stock::StockStatus>(status);
-      ForEachFigure(item, [&zero](const std::string& name, auto& field) {
-        if (name == zero) field.value = 0;
-      });
-      quotes::HideZeros(item);
-      ForEachFigure(item, [&](const std::string& name, auto& field) {
-        EXPECT_EQ(field.present, status == 0 || name != zero) << name << ", status " << status;
-      });
+      for (const double tiny : {0.0, 0.0009, -0.0009}) {
+        StockMarketItem item = AllShown();
+        item.status = static_cast<stock::StockStatus>(status);
+        ForEachFigure(item, [&](const std::string& name, auto& field) {
+          if (name == zero) field.value = static_cast<decltype(field.value)>(tiny);
+        });
+        StockMarketItem expected = item;
+        ForEachFigure(expected, [&](const std::string& name, auto& field) {
+          field.present = status == 0 || name != zero;
+        });
+        quotes::HideZeros(item);
+        EXPECT_EQ(item, expected) << zero << " of " << tiny << ", status " << status;
+      }
     }
   });
 }
@@ -167,57 +128,27 @@ TEST(HideBeforeOpening, leavesTheLastPriceAloneInPhasesTwoAndThree) {
 
 // --- The single quote: every phase, status and kind of security ---
 
-// The rules as a list, applied in order to flags by name; written apart from the code.
-struct Flags {
-  bool last, change, diff, bid1, ask1, tr, amt, vol, pe, high, low, open, preclose, amp, qrr, cr, mc, pb, tso,
-      shares, cmc, limit_up, limit_down, avg_price, lead_change, num_u, num_z, num_d;
-  bool book;  // all levels of the four sides; a mixture is a failure
-  bool operator==(const Flags&) const = default;
-};
-
-bool BookShown(const StockMarketItem& item) {
-  int shown = 0;
-  const auto count = [&shown](const auto& side) {
-    for (const auto& level : side) shown += level.present ? 1 : 0;
-  };
-  count(item.bid_prices);
-  count(item.ask_prices);
-  count(item.bid_volumes);
-  count(item.ask_volumes);
-  EXPECT_TRUE(shown == 0 || shown == 20) << shown << " levels of the book are shown";
-  return shown == 20;
-}
-
-Flags FlagsOf(const StockMarketItem& item) {
-  return {item.last.present,        item.change.present,   item.diff.present,       item.bid1.present,
-          item.ask1.present,        item.tr.present,       item.amt.present,        item.vol.present,
-          item.pe.present,          item.high.present,     item.low.present,        item.open.present,
-          item.preclose.present,    item.amp.present,      item.qrr.present,        item.cr.present,
-          item.mc.present,          item.pb.present,       item.tso.present,        item.shares.present,
-          item.cmc.present,         item.limit_up.present, item.limit_down.present, item.avg_price.present,
-          item.lead_change.present, item.num_u.present,    item.num_z.present,      item.num_d.present,
-          BookShown(item)};
-}
-
-void ApplyByTheBook(Flags& f, int phase, int status, bool is_stock) {
-  if (phase == 2) f.last = f.change = f.diff = f.open = f.pb = f.cmc = f.mc = false;
-  if (phase == 3) f.last = f.change = f.diff = f.open = f.pb = f.cmc = f.mc = true;
+// The rules as a list, applied in order; written apart from the code.
+void ApplyByTheBook(StockMarketItem& q, int phase, int status, bool is_stock) {
+  const auto set = [](bool shown, auto&... fields) { ((fields.present = shown), ...); };
+  if (phase == 2) set(false, q.last, q.change, q.diff, q.open, q.pb, q.cmc, q.mc);
+  if (phase == 3) set(true, q.last, q.change, q.diff, q.open, q.pb, q.cmc, q.mc);
   if (phase == 2 || phase == 3) {
-    f.shares = f.tso = f.cr = f.qrr = f.amp = f.low = f.high = f.pe = f.vol = f.amt = f.tr = f.ask1 = f.bid1 =
-        false;
-    f.preclose = true;
+    set(false, q.shares, q.tso, q.cr, q.qrr, q.amp, q.low, q.high, q.pe, q.vol, q.amt, q.tr, q.ask1, q.bid1);
+    set(true, q.preclose);
   }
   const bool halted = status == 1 || status == 2 || status == 3 || status == 4 || status == 7;
   if (halted) {
-    f.pe = f.preclose = f.mc = f.last = f.cmc = true;
-    f.pb = f.change = f.diff = f.bid1 = f.ask1 = f.tr = f.amt = f.vol = f.high = f.low = f.open = f.amp =
-        f.qrr = f.cr = f.tso = f.shares = false;
+    set(true, q.pe, q.preclose, q.mc, q.last, q.cmc);
+    set(false, q.pb, q.change, q.diff, q.bid1, q.ask1, q.tr, q.amt, q.vol, q.high, q.low, q.open, q.amp,
+        q.qrr, q.cr, q.tso, q.shares);
   }
   if (phase == 2 || phase == 3 || halted) {
     if (is_stock) {
-      f.book = f.limit_up = f.limit_down = f.avg_price = false;
+      ForEachLevel(q, [](auto& level) { level.present = false; });
+      set(false, q.limit_up, q.limit_down, q.avg_price);
     } else {
-      f.lead_change = f.num_u = f.num_z = f.num_d = false;
+      set(false, q.lead_change, q.num_u, q.num_z, q.num_d);
     }
   }
 }
@@ -230,10 +161,10 @@ TEST(SingleQuoteRules, holdForEveryPhaseStatusAndKind) {
           StockMarketItem item = shown ? AllShown() : AllHidden();
           item.status = static_cast<stock::StockStatus>(status);
           item.symbol_type = static_cast<stock::SymbolType>(kind);
-          Flags expected = FlagsOf(item);
+          StockMarketItem expected = item;
           ApplyByTheBook(expected, phase, status, kind == 2);
           quotes::ApplySingleQuoteRules(item, static_cast<stock::MarketStatus>(phase));
-          EXPECT_EQ(FlagsOf(item), expected) << "phase " << phase << " status " << status << " kind " << kind;
+          EXPECT_EQ(item, expected) << "phase " << phase << " status " << status << " kind " << kind;
         }
       }
     }

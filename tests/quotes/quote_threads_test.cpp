@@ -12,9 +12,7 @@
 
 #include "quotes/optional_stock_market.h"
 #include "quotes/plate_stock_market.h"
-#include "quotes/single_stock_market.h"
 #include "quotes/stock_market.h"
-#include "ranking/stock_ranking.h"
 #include "recording_observer.h"
 #include "scripted_host.h"
 #include "scripted_ticks.h"
@@ -87,42 +85,6 @@ TEST_F(QuotesUnderLoad, boards) {
   const std::unique_ptr<IStockMarket> service(quotes::MakeStockMarket());
   LetViewsComeAndGo<std::vector<StockMarketItem>>(
       service, "/pc/rt/get", Keys<StockRangeRankingTarget>{key(1), key(2), key(3), key(4)});
-}
-
-TEST_F(QuotesUnderLoad, singleStocks) {
-  const auto key = [](const std::string& digit) {
-    return std::pair(std::wstring(L"sh60000") + static_cast<wchar_t>(digit[0]),
-                     NameValues{{"stock_arr", R"(["sh60000)" + digit + R"("])"}});
-  };
-  const std::unique_ptr<ISingleStockMarket> service(quotes::MakeSingleStockMarket());
-  LetViewsComeAndGo<StockMarketItem>(service, "/pc/rt/stock_detail_list",
-                                     Keys<std::wstring>{key("1"), key("2"), key("3"), key("4")});
-}
-
-TEST_F(QuotesUnderLoad, rankings) {
-  const auto key = [](std::int32_t num) {
-    return std::pair(RankingTarget{4, 2, num}, NameValues{{"stock_type", "cn_a"},
-                                                          {"sort_key", "change"},
-                                                          {"sort_type", "desc"},
-                                                          {"num", std::to_string(num)}});
-  };
-  const std::unique_ptr<IStockRanking> service(ranking::MakeStockRanking(1, false));
-  LetViewsComeAndGo<std::vector<StockMarketSummary>>(service, "/pc/rt/get_stock_rank",
-                                                     Keys<RankingTarget>{key(1), key(2), key(3), key(4)});
-}
-
-TEST_F(QuotesUnderLoad, stocksOfAPlate) {
-  const auto key = [](std::uint32_t end) {
-    return std::pair(PlateStockRankingTarget{L"bk1001", 4, 2, 0, end},
-                     NameValues{{"bk_code", "bk1001"},
-                                {"sort_key", "change"},
-                                {"sort_type", "desc"},
-                                {"start", "0"},
-                                {"end", std::to_string(end)}});
-  };
-  const std::unique_ptr<IPlateStockMarket> service(quotes::MakePlateStockMarket());
-  LetViewsComeAndGo<PlateStockMarketData>(service, "/pc/rt/get_bk_zone_list",
-                                          Keys<PlateStockRankingTarget>{key(1), key(2), key(3), key(4)});
 }
 
 // The page of an older request, which takes long to read, against that of a newer one on another thread.

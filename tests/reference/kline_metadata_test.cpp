@@ -27,29 +27,27 @@ TEST(KLineMetadata, holdsVersionAndSymbols) {
   EXPECT_EQ(metadata->Find("sz000002"), nullptr);
 }
 
-TEST(KLineMetadata, splitsALineAtItsFirstColon) {
-  const auto metadata = KLineMetadata::FromText("version:1\na:b:c\n");
-  ASSERT_NE(metadata, nullptr);
-  EXPECT_EQ(metadata->Find("a")->json, "b:c");
-}
-
-TEST(KLineMetadata, skipsLinesWithoutColon) {
-  const auto metadata = KLineMetadata::FromText("no colon here\n\nversion:1\n\n\nsh600000:{}\nrest");
-  ASSERT_NE(metadata, nullptr);
-  EXPECT_EQ(metadata->Version(), "1");
-  EXPECT_EQ(metadata->Size(), 1U);
-}
-
-TEST(KLineMetadata, readsALastLineWithoutItsEnd) {
-  const auto metadata = KLineMetadata::FromText("sh600000:{}\nversion:7");
-  ASSERT_NE(metadata, nullptr);
-  EXPECT_EQ(metadata->Version(), "7");
-}
-
-TEST(KLineMetadata, mayHaveAnEmptyVersion) {
-  const auto metadata = KLineMetadata::FromText("version:\nsh600000:{}\n");
-  ASSERT_NE(metadata, nullptr);
-  EXPECT_EQ(metadata->Version(), "");
+TEST(KLineMetadata, isReadLineByLineSplitAtTheFirstColon) {
+  struct Case {
+    const char* text;
+    const char* version;
+    std::size_t symbols;
+    const char* json_of_a;
+  };
+  const Case cases[] = {
+      {"version:1\na:b:c\n", "1", 1, "b:c"},
+      {"no colon here\n\nversion:1\n\n\na:{}\nrest", "1", 1, "{}"},
+      {"a:{}\nversion:7", "7", 1, "{}"},
+      {"version:\na:{}\n", "", 1, "{}"},
+      {"version: 20240315\na:{}\n", " 20240315", 1, "{}"},  // a blank is part of the version
+      {"version:1\na:first\na:second\nversion:2\n", "2", 1, "second"}};
+  for (const Case& one : cases) {
+    const auto metadata = KLineMetadata::FromText(one.text);
+    ASSERT_NE(metadata, nullptr) << one.text;
+    EXPECT_EQ(metadata->Version(), one.version) << one.text;
+    EXPECT_EQ(metadata->Size(), one.symbols) << one.text;
+    EXPECT_EQ(metadata->Find("a")->json, one.json_of_a) << one.text;
+  }
 }
 
 TEST(KLineMetadata, refusesAVersionThatCannotBeOne) {
@@ -57,14 +55,6 @@ TEST(KLineMetadata, refusesAVersionThatCannotBeOne) {
     EXPECT_EQ(KLineMetadata::FromText(std::string("version:") + version + "\nsh600000:{}\n"), nullptr)
         << version;
   }
-}
-
-// A line is split at its colon and nowhere else: a blank behind it is part of the version. Such a file was
-// refused.
-TEST(KLineMetadata, keepsTheBlanksOfAVersion) {
-  const auto metadata = KLineMetadata::FromText("version: 20240315\nsh600000:{}\n");
-  ASSERT_NE(metadata, nullptr);
-  EXPECT_EQ(metadata->Version(), " 20240315");
 }
 
 TEST(KLineMetadata, refusesATextThatHasNothing) {
@@ -79,14 +69,6 @@ TEST(KLineMetadata, refusesMoreSymbolsThanAnyMarketHas) {
     text += std::to_string(number) + ":\n";
   }
   EXPECT_EQ(KLineMetadata::FromText(text), nullptr);
-}
-
-TEST(KLineMetadata, takesTheLastLineOfARepeatedSymbol) {
-  const auto metadata = KLineMetadata::FromText("version:1\na:first\na:second\nversion:2\n");
-  ASSERT_NE(metadata, nullptr);
-  EXPECT_EQ(metadata->Find("a")->json, "second");
-  EXPECT_EQ(metadata->Version(), "2");
-  EXPECT_EQ(metadata->Size(), 1U);
 }
 
 TEST(PackageKey, hasThePeriodInTheHighByte) {

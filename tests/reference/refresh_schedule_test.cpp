@@ -45,51 +45,6 @@ TEST_F(RefreshSchedule, waitsTwoHoursAtMost) {
   EXPECT_EQ(At(23, 59, 59).seconds, 7200);
 }
 
-TEST_F(RefreshSchedule, reloadsListsAfterARoundThatBeganBeforeTheMorningLoad) {
-  EXPECT_TRUE(At(0, 0, 0).reload_lists);
-  EXPECT_TRUE(At(8, 0, 0).reload_lists);
-  EXPECT_TRUE(At(9, 13, 59).reload_lists);
-  EXPECT_FALSE(At(9, 14, 0).reload_lists);
-  EXPECT_FALSE(At(9, 14, 1).reload_lists);
-  EXPECT_FALSE(At(23, 59, 59).reload_lists);
-}
-
-// What a thread that starts at 01:00 does until the next midnight.
-TEST_F(RefreshSchedule, coversADayFromTheNightOn) {
-  std::vector<std::int64_t> wakes;
-  std::vector<bool> reloads;
-  std::int64_t now = common::DateToTime(kDay, 1, 0, 0);
-  while (now < common::DateToTime(kDay, 23, 0, 0)) {
-    const auto round = PlanRefresh(now);
-    now += round.seconds;
-    wakes.push_back((now - common::DateToTime(kDay, 0, 0, 0)) / 60);
-    reloads.push_back(round.reload_lists);
-  }
-  EXPECT_EQ(wakes, (std::vector<std::int64_t>{3 * 60, 5 * 60, 7 * 60, 9 * 60, 9 * 60 + 14, 11 * 60 + 14,
-                                              12 * 60 + 45, 14 * 60 + 45, 16 * 60 + 45, 18 * 60 + 30,
-                                              20 * 60 + 30, 22 * 60 + 30, 24 * 60 + 30}));
-  EXPECT_EQ(reloads, (std::vector<bool>{true, true, true, true, true, false, false, false, false, false,
-                                        false, false, false}));
-}
-
-TEST_F(RefreshSchedule, takesTheDayFromTheInstant) {
-  EXPECT_EQ(At(9, 13, 0, 20240316).seconds, 60);
-  EXPECT_EQ(reference::ListsFinalTime(common::DateToTime(20240316, 23, 0, 0)),
-            common::DateToTime(20240316, 9, 14, 0));
-}
-
-TEST_F(RefreshSchedule, findsAStockListStaleAfterTheMorningLoadOnly) {
-  const auto stale_at = [this](int hour, int minute, int second) {
-    host.SetTime(kDay, hour, minute, second);
-    return reference::ListIsStale(20240314);
-  };
-  EXPECT_FALSE(stale_at(8, 0, 0));
-  EXPECT_FALSE(stale_at(9, 13, 59));
-  EXPECT_FALSE(stale_at(9, 14, 0));
-  EXPECT_TRUE(stale_at(9, 14, 1));
-  EXPECT_TRUE(stale_at(23, 59, 59));
-}
-
 TEST_F(RefreshSchedule, findsAListOfTodayFresh) {
   host.SetTime(kDay, 15, 0, 0);
   EXPECT_FALSE(reference::ListIsStale(kDay));
@@ -107,11 +62,6 @@ TEST_F(RefreshSchedule, findsAListDueFromTheMorningLoadOn) {
   EXPECT_TRUE(due_at(23, 59, 59));
   EXPECT_FALSE(reference::ListIsDue(kDay));
   EXPECT_TRUE(reference::ListIsDue(0));
-}
-
-TEST_F(RefreshSchedule, findsYesterdaysListFreshAfterMidnight) {
-  host.SetTime(20240316, 0, 0, 1);
-  EXPECT_FALSE(reference::ListIsStale(kDay));
 }
 
 }  // namespace

@@ -3,24 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <utility>
 
 #include "market_terms.h"
 
 namespace {
-
-TEST(Vocabulary, theTwoSortTablesShareOneNumbering) {
-  for (int number = 1; number <= 19; ++number) {
-    if (number == 6 || number == 7) continue;
-    EXPECT_EQ(request::StockSortField(number), request::PlateSortField(number)) << number;
-  }
-}
-
-TEST(Vocabulary, sixIsABidPriceForStocksAndTheChangeForPlates) {
-  EXPECT_EQ(request::StockSortField(6), "b1p");
-  EXPECT_EQ(request::PlateSortField(6), "change");
-}
 
 // What a client writes by name travels as the word of that name.
 TEST(Vocabulary, theNamesOfTheNumbersMeanTheirWords) {
@@ -55,18 +42,6 @@ TEST(Vocabulary, theNamesOfTheNumbersMeanTheirWords) {
   EXPECT_EQ(request::KLineAdjustment(kUnadjusted), "bfq");
   EXPECT_EQ(request::KLineAdjustment(kForward), "qfq");
   EXPECT_EQ(request::KLineAdjustment(kBackward), "hfq");
-}
-
-TEST(Vocabulary, theEndsOfTheRangeHaveTheFallbacks) {
-  for (const int number : {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
-    EXPECT_EQ(request::StockSortField(number), "change");
-    EXPECT_EQ(request::PlateSortField(number), "change");
-    EXPECT_EQ(request::StockType(number), "");
-    EXPECT_EQ(request::PlateType(number), "");
-    EXPECT_EQ(request::SortDirection(number), "");
-    EXPECT_EQ(request::KLinePeriod(number), "day");
-    EXPECT_EQ(request::KLineAdjustment(number), "bfq");
-  }
 }
 
 }  // namespace

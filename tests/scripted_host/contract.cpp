@@ -5,9 +5,11 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <cstdio>
 #include <cwchar>
 #include <filesystem>
 #include <new>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -15,7 +17,7 @@
 #include "host/host.h"
 #include "host_services/ascii.h"
 #include "host_services/symbols.h"
-#include "market_rules.h"
+#include "host_services/trading_day.h"
 #include "no_watch_list.h"
 #include "state.h"
 
@@ -44,6 +46,20 @@ std::wstring Format(const wchar_t* format, va_list arguments) {
     if (length >= 0) return {text.data(), static_cast<std::size_t>(length)};
   }
   return L"(cannot be formatted)";
+}
+
+/// Everything encoded but letters, digits, "-", ".", "_" and "~".
+std::string PercentEncoded(const std::string& text) {
+  static constexpr std::string_view kBare =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+  std::string encoded;
+  for (const char c : text) {
+    char code[16] = {c};
+    if (kBare.find(c) == std::string_view::npos)
+      std::snprintf(code, sizeof code, "%%%02X", static_cast<unsigned char>(c));
+    encoded += code;
+  }
+  return encoded;
 }
 
 std::atomic<bool> has_watch_list{true};
@@ -76,17 +92,17 @@ std::uint32_t GetCurrentServerDate() {
 
 std::uint32_t TimeToDate(std::int64_t seconds) {
   Called(__func__);
-  return market_rules::DateOfTime(seconds);
+  return stock_host::DateOfDay(stock_host::DayAt(seconds));
 }
 
 std::int64_t DateToTime(std::uint32_t date, int hour, int minute, int second) {
   Called(__func__);
-  return market_rules::TimeOfDate(date, hour, minute, second);
+  return stock_host::InstantOf(date, hour, minute, second);
 }
 
 bool IsSameWeek(std::uint32_t date, std::uint32_t other) {
   Called(__func__);
-  return market_rules::SameWeek(date, other);
+  return stock_host::IsOneWeek(date, other);
 }
 
 bool ForceRemoveFile(const wchar_t* path) {
@@ -95,8 +111,8 @@ bool ForceRemoveFile(const wchar_t* path) {
     if (live->fail_removing) return false;
   }
   std::error_code error;
-  std::filesystem::remove(market_rules::Narrow(path), error);
-  return !std::filesystem::exists(market_rules::Narrow(path), error);
+  std::filesystem::remove(Narrow(path), error);
+  return !std::filesystem::exists(Narrow(path), error);
 }
 
 void LegalHoliday::SetHolidays(int year, const std::vector<unsigned long>& days) {
@@ -117,22 +133,13 @@ void LegalHoliday::SetHolidays(int year, const std::vector<unsigned long>& days)
 }  // namespace common
 
 namespace stock {
-namespace {
-
-std::set<std::uint32_t> Holidays(ScriptedHost::State& live) {
-  std::set<std::uint32_t> days;
-  for (const auto& [year, of_year] : live.holidays) days.insert(of_year.begin(), of_year.end());
-  return days;
-}
-
-}  // namespace
 
 MarketStatus CheckMarketStatus(std::uint32_t time) {
   const auto live = Live();
   if (live == nullptr) return kMarketUnknown;
   const std::lock_guard<std::mutex> lock(live->mutex);
-  return static_cast<MarketStatus>(live->status ? *live->status
-                                                : market_rules::PhaseAt(time, Holidays(*live)));
+  return live->status ? static_cast<MarketStatus>(*live->status)
+                      : stock_host::PhaseAt(time, live->KnownHolidays());
 }
 
 std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
@@ -141,14 +148,11 @@ std::int32_t TimeSpanToNextMarketStatus(std::uint32_t time) {
 }
 
 std::uint32_t GetLastTradingDate(std::uint32_t date) {
-  std::set<std::uint32_t> days;
-  if (const auto live = Live()) {
-    const std::lock_guard<std::mutex> lock(live->mutex);
-    days = Holidays(*live);
-  }
-  std::int64_t day = market_rules::DayOfDate(date) - 1;
-  for (int tries = 0; tries < 60 && !market_rules::IsTradingDay(day, days); ++tries) --day;
-  return market_rules::DateOfDay(day);
+  const auto live = Live();
+  if (live == nullptr)
+    return stock_host::TradingDateBefore(date, [](std::chrono::sys_days) { return false; });
+  const std::lock_guard<std::mutex> lock(live->mutex);
+  return stock_host::TradingDateBefore(date, live->KnownHolidays());
 }
 
 std::wstring GetKLineFilePath(const wchar_t* symbol) {
@@ -157,16 +161,16 @@ std::wstring GetKLineFilePath(const wchar_t* symbol) {
   {
     const std::lock_guard<std::mutex> lock(live->mutex);
     if (live->every_text_has_directory) {
-      return market_rules::Widen(live->directory + "/kline/") + symbol;
+      return Widen(live->directory + "/kline/") + symbol;
     }
   }
   if (stock_host::SecuritySymbol(symbol).empty()) return {};
-  return market_rules::Widen(live->directory + "/kline/") + stock_host::Lower(std::wstring(symbol));
+  return Widen(live->directory + "/kline/") + stock_host::Lower(std::wstring(symbol));
 }
 
 std::wstring GetKLineMetaFilePath() {
   const auto live = Live();
-  return live == nullptr ? std::wstring() : market_rules::Widen(live->directory + "/meta");
+  return live == nullptr ? std::wstring() : Widen(live->directory + "/meta");
 }
 
 }  // namespace stock
@@ -215,9 +219,9 @@ std::wstring UrlHelper::GetSigniture(const std::wstring& path,
   std::string query;
   for (const auto& [key, value] : parameters) {
     query += query.empty() ? "?" : "&";
-    query += market_rules::PercentEncode(key) + "=" + market_rules::PercentEncode(value);
+    query += PercentEncoded(key) + "=" + PercentEncoded(value);
   }
-  return L"http://api.test" + path + market_rules::Widen(query);
+  return L"http://api.test" + path + Widen(query);
 }
 
 std::wstring UrlHelper::StaticRoot() {
@@ -233,7 +237,7 @@ std::wstring UrlHelper::HistoryRoot() {
 bool GetSync(const std::wstring& url, std::string& body, const std::map<std::string, std::string>& headers,
              int seconds) {
   if (const auto live = Live()) return live->GetNow(url, body, headers, seconds);
-  ScriptedHost::State::Stray("a request: " + market_rules::Narrow(url));
+  ScriptedHost::State::Stray("a request: " + Narrow(url));
   body.clear();
   return false;
 }
@@ -243,13 +247,13 @@ void GetAsyn(const std::wstring& url, const AsynCallback& done,
   if (const auto live = Live()) {
     live->Get(url, done, headers, seconds);
   } else {
-    ScriptedHost::State::Stray("a request: " + market_rules::Narrow(url));
+    ScriptedHost::State::Stray("a request: " + Narrow(url));
   }
 }
 
 bool DownloadFileSyncWithRetry(const std::wstring& url, const std::wstring& path, int retries, int seconds) {
   if (const auto live = Live()) return live->Download(url, path, retries, seconds);
-  ScriptedHost::State::Stray("a download: " + market_rules::Narrow(url));
+  ScriptedHost::State::Stray("a download: " + Narrow(url));
   return false;
 }
 
@@ -258,7 +262,7 @@ bool GZipExtract(const wchar_t* path, std::string& text) {
   constexpr std::size_t kLargest = std::size_t{64} << 20;
   text.clear();
   std::error_code error;
-  const std::string name = path == nullptr ? std::string() : market_rules::Narrow(path);
+  const std::string name = path == nullptr ? std::string() : Narrow(path);
   if (!std::filesystem::is_regular_file(name, error)) return false;
   std::vector<char> block(1 << 16);
   const gzFile file = gzopen(name.c_str(), "rb");
@@ -290,7 +294,7 @@ void WriteProgramLogString(unsigned mask, const wchar_t* text) {
   if (const auto live = Live()) {
     live->WriteLog(std::move(line));
   } else {
-    ScriptedHost::State::Stray("a log line: " + market_rules::Narrow(text));
+    ScriptedHost::State::Stray("a log line: " + Narrow(text));
   }
 }
 
@@ -305,7 +309,7 @@ void WriteProgramLogNoMask(const wchar_t* format, ...) {
   if (const auto live = Live()) {
     live->WriteLog(std::move(line));
   } else {
-    ScriptedHost::State::Stray("a log line: " + market_rules::Narrow(line.text));
+    ScriptedHost::State::Stray("a log line: " + Narrow(line.text));
   }
 }
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "market_rules.h"
 #include "state.h"
 
 Script&& Script::With(NameValues parameters) && {
@@ -56,7 +55,7 @@ Script&& Script::Held() && {
 }
 
 ScriptedHost::ScriptedHost() : state_(std::make_shared<State>()) {
-  state_->now = market_rules::TimeOfDate(20240315, 10, 0, 0);
+  state_->now = stock_host::InstantOf(20240315, 10, 0, 0);
   State::SetLive(state_);
 }
 
@@ -72,7 +71,7 @@ void ScriptedHost::SetTime(std::int64_t seconds_since_1970) {
 }
 
 void ScriptedHost::SetTime(std::uint32_t date, int hour, int minute, int second) {
-  SetTime(market_rules::TimeOfDate(date, hour, minute, second));
+  SetTime(stock_host::InstantOf(date, hour, minute, second));
 }
 
 void ScriptedHost::Advance(std::int64_t seconds) {

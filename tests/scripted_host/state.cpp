@@ -1,6 +1,7 @@
 #include "state.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -8,8 +9,6 @@
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
-
-#include "market_rules.h"
 
 namespace {
 
@@ -31,21 +30,33 @@ std::vector<std::string>& StrayCalls() {
   return *calls;
 }
 
+std::string PercentDecoded(const std::string& text) {
+  std::string decoded;
+  for (const char* at = text.data(); at != text.data() + text.size(); ++at) {
+    unsigned code = 0;
+    const char* const end = at + 3;
+    const bool encoded =
+        *at == '%' && end <= text.data() + text.size() && std::from_chars(at + 1, end, code, 16).ptr == end;
+    decoded.push_back(encoded ? static_cast<char>(code) : *at);
+    if (encoded) at += 2;
+  }
+  return decoded;
+}
+
 void ReadUrl(Request& request) {
-  const std::string url = market_rules::Narrow(request.url);
+  const std::string url = Narrow(request.url);
   const std::size_t scheme = url.find("://");
   const std::size_t path = scheme == std::string::npos ? std::string::npos : url.find('/', scheme + 3);
   request.server = url.substr(0, path);
   if (path == std::string::npos) return;
   const std::size_t query = url.find('?', path);
-  request.path =
-      market_rules::PercentDecode(url.substr(path, query == std::string::npos ? query : query - path));
+  request.path = PercentDecoded(url.substr(path, query == std::string::npos ? query : query - path));
   for (std::size_t at = query; at != std::string::npos;) {
     const std::size_t next = url.find('&', at + 1);
     const std::string part = url.substr(at + 1, next == std::string::npos ? next : next - at - 1);
     const std::size_t equals = part.find('=');
-    request.parameters[market_rules::PercentDecode(part.substr(0, equals))] =
-        equals == std::string::npos ? std::string() : market_rules::PercentDecode(part.substr(equals + 1));
+    request.parameters[PercentDecoded(part.substr(0, equals))] =
+        equals == std::string::npos ? std::string() : PercentDecoded(part.substr(equals + 1));
     at = next;
   }
 }
@@ -64,8 +75,8 @@ void Deliver(const AsynCallback& done, const Answer& answer) {
 
 std::string Name(const LogLine& line) {
   const bool string = line.writer == LogLine::Writer::kString;
-  return std::string(string ? "WriteProgramLogString" : "WriteProgramLogNoMask") + " \"" +
-         market_rules::Narrow(line.text) + "\"";
+  return std::string(string ? "WriteProgramLogString" : "WriteProgramLogNoMask") + " \"" + Narrow(line.text) +
+         "\"";
 }
 
 }  // namespace
@@ -177,8 +188,8 @@ ScriptedHost::State::Taken ScriptedHost::State::Take(Request request, const Asyn
       break;
     }
     if (!taken.expected) {
-      problems.push_back("a request that no script covers: " + market_rules::Narrow(request.url) +
-                         " (setting " + std::to_string(request.setting) + ")");
+      problems.push_back("a request that no script covers: " + Narrow(request.url) + " (setting " +
+                         std::to_string(request.setting) + ")");
     } else if (taken.mode == Script::Mode::kHeld && !ended) {
       if (done != nullptr) held.emplace(request.number, *done);
       if (waiting != nullptr) {
@@ -240,7 +251,7 @@ bool ScriptedHost::State::Download(const std::wstring& url, const std::wstring& 
   request.setting = seconds;
   const Answer answer = AnswerNow(std::move(request));
   if (!answer.ok) return false;
-  std::ofstream file(std::filesystem::path(market_rules::Narrow(path)), std::ios::binary | std::ios::trunc);
+  std::ofstream file(std::filesystem::path(Narrow(path)), std::ios::binary | std::ios::trunc);
   file.write(answer.body.data(), static_cast<std::streamsize>(answer.body.size()));
   file.close();
   return static_cast<bool>(file);
@@ -311,9 +322,7 @@ std::int32_t ScriptedHost::State::Span(std::uint32_t time) {
     return seconds;
   }
   if (span) return *span;
-  std::set<std::uint32_t> days;
-  for (const auto& [year, of_year] : holidays) days.insert(of_year.begin(), of_year.end());
-  return market_rules::SpanAt(time, days);
+  return static_cast<std::int32_t>(stock_host::SpanToNextPhase(time, KnownHolidays()).count());
 }
 
 std::uint32_t ScriptedHost::State::AddTask(const boost::function<void()>& task) {
@@ -429,8 +438,8 @@ std::vector<std::string> ScriptedHost::State::Problems() {
   }
   for (const LogRule& rule : log_rules) {
     if (rule.times && rule.taken < *rule.times) {
-      all.push_back("expected " + std::to_string(*rule.times) + " times the log line \"" +
-                    market_rules::Narrow(rule.text) + "\", it came " + std::to_string(rule.taken) + " times");
+      all.push_back("expected " + std::to_string(*rule.times) + " times the log line \"" + Narrow(rule.text) +
+                    "\", it came " + std::to_string(rule.taken) + " times");
     }
   }
   rules.clear();

@@ -3,7 +3,9 @@
 // under a lock.
 #pragma once
 
+#include <algorithm>
 #include <boost/function.hpp>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -16,8 +18,17 @@
 #include <vector>
 
 #include "host/network.h"
+#include "host/text.h"
 #include "host/watch_list.h"
+#include "host_services/trading_day.h"
 #include "scripted_host.h"
+
+[[nodiscard]] inline std::wstring Widen(const std::string& utf8) {
+  return common::s2ws(utf8, common::kUtf8);
+}
+[[nodiscard]] inline std::string Narrow(const std::wstring& text) {
+  return common::ws2s(text, common::kUtf8);
+}
 
 /// A thread with a queue, first in first out.
 class Worker {
@@ -109,6 +120,14 @@ class ScriptedHost::State {
   std::deque<std::int32_t> released_spans;
   std::vector<std::uint32_t> span_calls;
   std::map<int, std::set<std::uint32_t>> holidays;
+  /// Those that were set, while `mutex` is held.
+  [[nodiscard]] stock_host::IsHoliday KnownHolidays() const {
+    return [this](std::chrono::sys_days day) {
+      return std::any_of(
+          holidays.begin(), holidays.end(),
+          [date = stock_host::DateOfDay(day)](const auto& year) { return year.second.contains(date); });
+    };
+  }
   std::vector<HolidayCall> holiday_calls;
   std::function<void()> on_holidays;
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 
 #include "small_market.h"
@@ -43,48 +42,6 @@ TEST_P(Agreement, aSingleQuoteIsTheRowOfTheBoard) {
   }
 }
 
-TEST_P(Agreement, theBoardHoldsEveryListedStockInOrder) {
-  for (const Instant time : InstantsOfAllKinds()) {
-    const auto board = market_.BoardAt(time);
-    const auto stocks = market_.Stocks(time);
-    ASSERT_EQ(board->stocks.size(), stocks.size());
-    for (std::size_t i = 0; i < stocks.size(); ++i) {
-      EXPECT_EQ(board->stocks[i].security, stocks[i]);
-    }
-    EXPECT_EQ(board->indices.size(), market_.indices().size());
-    EXPECT_EQ(board->plates.size(), market_.plates().size());
-    EXPECT_EQ(board->date, SessionDate(time));
-  }
-}
-
-TEST_P(Agreement, theMinuteLineEndsAtTheQuote) {
-  for (const Instant time : InstantsOfAllKinds()) {
-    for (const Security* security : SomeSecurities(time)) {
-      const Quote quote = market_.QuoteOf(*security, time);
-      const MinuteLine line = market_.MinuteLineOf(*security, quote.date, time);
-      EXPECT_EQ(line.preclose, quote.preclose) << At(*security, time);
-      if (quote.open == 0) {
-        EXPECT_TRUE(line.points.empty()) << At(*security, time);
-        continue;
-      }
-      ASSERT_FALSE(line.points.empty()) << At(*security, time);
-      EXPECT_EQ(line.points.front().last, quote.open) << At(*security, time);
-      EXPECT_EQ(line.points.back().last, quote.last) << At(*security, time);
-      EXPECT_EQ(line.points.back().vol, quote.vol) << At(*security, time);
-      EXPECT_EQ(line.points.back().amt, quote.amt) << At(*security, time);
-      EXPECT_EQ(line.points.back().qrr, quote.qrr) << At(*security, time);
-      double high = 0;
-      double low = 1e9;
-      for (const MinutePoint& point : line.points) {
-        high = std::max(high, point.last);
-        low = std::min(low, point.last);
-      }
-      EXPECT_EQ(high, quote.high) << At(*security, time);
-      EXPECT_EQ(low, quote.low) << At(*security, time);
-    }
-  }
-}
-
 TEST_P(Agreement, theMinuteLineOfAPastDayEndsAtItsClose) {
   const Instant now = InstantOf(20261120, 10, 0, 0);
   for (const Date date : {20150105u, 20190604u, 20261118u}) {
@@ -115,21 +72,6 @@ TEST_P(Agreement, aMinuteOfTheLineIsTheQuoteAtItsEnd) {
       EXPECT_EQ(quote.vol, point.vol) << security->code << " " << point.minute;
       EXPECT_EQ(quote.amt, point.amt) << security->code << " " << point.minute;
       EXPECT_EQ(quote.qrr, point.qrr) << security->code << " " << point.minute;
-    }
-  }
-}
-
-TEST_P(Agreement, theCandleOfTheDayIsTheQuote) {
-  for (const Instant time : InstantsOfAllKinds()) {
-    for (const Security* security : SomeSecurities(time)) {
-      const Quote quote = market_.QuoteOf(*security, time);
-      const auto candle = market_.DayCandle(*security, time);
-      ASSERT_EQ(candle.has_value(), Trades(quote.status) && quote.open > 0) << At(*security, time);
-      if (candle) {
-        EXPECT_EQ(*candle, (Candle{quote.date, quote.preclose, quote.open, quote.high, quote.last, quote.low,
-                                   quote.vol, quote.amt, quote.tr}))
-            << At(*security, time);
-      }
     }
   }
 }
@@ -177,53 +119,6 @@ TEST_P(Agreement, aDayBeginsAtTheCloseOfTheDayBefore) {
     }
   }
   EXPECT_GT(ex_rights, 0);
-}
-
-TEST_P(Agreement, indexAndPlateCountsAreThoseOfTheirMembers) {
-  for (const Instant time : InstantsOfAllKinds()) {
-    const auto board = market_.BoardAt(time);
-    std::map<const Security*, const Quote*> quotes;
-    for (const Quote& row : board->stocks) {
-      quotes[row.security] = &row;
-    }
-    for (const auto* rows : {&board->indices, &board->plates}) {
-      for (const Quote& row : *rows) {
-        std::int32_t up = 0;
-        std::int32_t unchanged = 0;
-        std::int32_t down = 0;
-        std::uint64_t volume = 0;
-        double amount = 0;
-        double capitalisation = 0;
-        double best = -1e9;
-        for (const Security* member : market_.Members(*row.security)) {
-          const auto found = quotes.find(member);
-          if (found == quotes.end()) {
-            continue;  // not listed yet
-          }
-          const Quote& quote = *found->second;
-          capitalisation += quote.mc;
-          if (!Trades(quote.status)) {
-            continue;
-          }
-          ++(quote.last > quote.preclose ? up : quote.last < quote.preclose ? down : unchanged);
-          volume += quote.vol;
-          amount += quote.amt;
-          best = std::max(best, quote.change);
-        }
-        EXPECT_EQ(row.num_u, up) << At(*row.security, time);
-        EXPECT_EQ(row.num_z, unchanged) << At(*row.security, time);
-        EXPECT_EQ(row.num_d, down) << At(*row.security, time);
-        EXPECT_EQ(row.vol, volume) << At(*row.security, time);
-        EXPECT_NEAR(row.amt, amount, 0.01 + amount * 1e-12) << At(*row.security, time);
-        EXPECT_NEAR(row.mc, capitalisation, 0.1 + capitalisation * 1e-12) << At(*row.security, time);
-        if (up + unchanged + down > 0) {
-          ASSERT_NE(row.lead, nullptr) << At(*row.security, time);
-          EXPECT_EQ(row.lead_change, best) << At(*row.security, time);
-          EXPECT_EQ(quotes.at(row.lead)->change, best) << At(*row.security, time);
-        }
-      }
-    }
-  }
 }
 
 TEST_P(Agreement, theLineOfAnIndexCountsItsMembers) {
@@ -278,29 +173,6 @@ TEST_P(Agreement, anIndexMovesWithItsMembers) {
       }
     }
     EXPECT_NEAR(board->indices[0].change, sum / weight, 1.2) << At(*board->indices[0].security, time);
-  }
-}
-
-TEST_P(Agreement, derivedFiguresFollowFromTheOthers) {
-  for (const Instant time : InstantsOfAllKinds()) {
-    const auto board = market_.BoardAt(time);
-    for (const Quote& q : board->stocks) {
-      EXPECT_NEAR(q.diff, q.last - q.preclose, 1e-9) << At(*q.security, time);
-      EXPECT_NEAR(q.change, q.diff * 100 / q.preclose, 0.0051) << At(*q.security, time);
-      EXPECT_NEAR(q.tr, static_cast<double>(q.vol) * 100 / static_cast<double>(q.shares), 0.0051)
-          << At(*q.security, time);
-      EXPECT_NEAR(q.amp, (q.high - q.low) * 100 / q.preclose, 0.0051) << At(*q.security, time);
-      EXPECT_NEAR(q.mc, static_cast<double>(q.tso) * q.last, 1 + q.mc * 1e-12) << At(*q.security, time);
-      EXPECT_NEAR(q.cmc, static_cast<double>(q.shares) * q.last, 1 + q.cmc * 1e-12) << At(*q.security, time);
-      double bids = 0;
-      double asks = 0;
-      for (std::size_t level = 0; level < 5; ++level) {
-        bids += q.bids[level].volume;
-        asks += q.asks[level].volume;
-      }
-      EXPECT_NEAR(q.cr, bids + asks > 0 ? (bids - asks) * 100 / (bids + asks) : 0, 0.0051)
-          << At(*q.security, time);
-    }
   }
 }
 

@@ -91,26 +91,6 @@ TEST(Plates, countTheDaysInARow) {
   EXPECT_GE(longest, 1);
 }
 
-TEST(Breadth, countsTheStocksOfTheBoard) {
-  for (const Instant time : TradingInstants()) {
-    const auto rows = market().BreadthOn(DateOf(time), time);
-    ASSERT_FALSE(rows.empty());
-    Breadth expected;
-    double change = 0;
-    const auto board = market().BoardAt(time);
-    for (const Quote& q : board->stocks) {
-      if (Trades(q.status)) {
-        ++(q.last > q.preclose ? expected.up : q.last < q.preclose ? expected.down : expected.unchanged);
-        change += q.change;
-      }
-    }
-    EXPECT_EQ(rows.back().up, expected.up);
-    EXPECT_EQ(rows.back().unchanged, expected.unchanged);
-    EXPECT_EQ(rows.back().down, expected.down);
-    EXPECT_NEAR(rows.back().average, change / (expected.up + expected.unchanged + expected.down), 0.00006);
-  }
-}
-
 TEST(Breadth, ofAMinuteIsTheDistributionAtItsEnd) {
   const Date date = 20261119;
   const auto rows = market().BreadthOn(date, InstantOf(20261120, 10, 0, 0));
@@ -130,39 +110,6 @@ TEST(Breadth, growsAsTheDayDoes) {
   const auto part = market().BreadthOn(date, InstantOf(date, 10, 0, 0));
   ASSERT_EQ(part.size(), 31u);
   EXPECT_TRUE(std::equal(part.begin(), part.end(), whole.begin()));
-}
-
-TEST(Distribution, spreadsTheStocksOverTheBuckets) {
-  for (const Instant time : InstantsOfAllKinds()) {
-    const Distribution got = market().DistributionOn(SessionDate(time), time);
-    EXPECT_EQ(got.down, got.buckets[0] + got.buckets[1] + got.buckets[2] + got.buckets[3] + got.buckets[4]);
-    EXPECT_EQ(got.up, got.buckets[5] + got.buckets[6] + got.buckets[7] + got.buckets[8] + got.buckets[9]);
-    const auto board = market().BoardAt(time);
-    std::array<std::int32_t, 10> expected{};
-    for (const Quote& q : board->stocks) {
-      if (!Trades(q.status) || q.last == q.preclose) {
-        continue;
-      }
-      std::size_t bucket = 0;
-      if (q.last == q.limit_up) {
-        bucket = 9;
-      } else if (q.last == q.limit_down) {
-        bucket = 0;
-      } else {
-        const double c = q.change;
-        bucket = q.last < q.preclose ? (c < -7   ? 1
-                                        : c < -5 ? 2
-                                        : c < -3 ? 3
-                                                 : 4)
-                                     : (c > 7   ? 8
-                                        : c > 5 ? 7
-                                        : c > 3 ? 6
-                                                : 5);
-      }
-      ++expected[bucket];
-    }
-    EXPECT_EQ(got.buckets, expected) << DateOf(time);
-  }
 }
 
 TEST(PastDays, areWholeAndFutureOnesEmpty) {

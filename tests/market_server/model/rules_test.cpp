@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <set>
 
 #include "small_market.h"
 
@@ -201,32 +200,6 @@ TEST(Rules, volumesAreWholeLotsAndPricesMoveEverywhere) {
   }
 }
 
-TEST(Rules, theCallAuctionIsIndicative) {
-  for (const Instant time :
-       {InstantOf(20261120, 9, 15, 0), InstantOf(20261120, 9, 20, 31), InstantOf(20261120, 9, 24, 59)}) {
-    const auto board = market().BoardAt(time);
-    EXPECT_EQ(board->date, 20261120u);
-    for (const Quote& q : board->stocks) {
-      EXPECT_EQ(q.vol, 0u) << At(*q.security, time);
-      EXPECT_EQ(q.amt, 0) << At(*q.security, time);
-      EXPECT_EQ(q.open, 0) << At(*q.security, time);
-      EXPECT_EQ(q.high, 0) << At(*q.security, time);
-      EXPECT_EQ(q.low, 0) << At(*q.security, time);
-      EXPECT_GT(q.last, 0) << At(*q.security, time);
-      if (Trades(q.status)) {
-        EXPECT_EQ(q.bids[0].price, q.last) << At(*q.security, time);
-        EXPECT_EQ(q.asks[0].price, q.last) << At(*q.security, time);
-      }
-    }
-    for (const Quote& q : board->indices) {
-      EXPECT_EQ(q.last, q.preclose) << q.security->code;
-      EXPECT_EQ(q.vol, 0u) << q.security->code;
-    }
-    EXPECT_TRUE(market().BreadthOn(20261120, time).empty());
-    EXPECT_TRUE(market().Events(20261120, time).empty());
-  }
-}
-
 TEST(Rules, theIndicativePriceEndsNearTheOpen) {
   double early = 0;
   double late = 0;
@@ -240,49 +213,6 @@ TEST(Rules, theIndicativePriceEndsNearTheOpen) {
     }
   }
   EXPECT_LT(late, early / 4);
-}
-
-TEST(Rules, theOpeningAuctionTradesAtFiveMinutesToHalfPastNine) {
-  for (const Instant time : {InstantOf(20261120, 9, 25, 0), InstantOf(20261120, 9, 29, 59)}) {
-    const auto board = market().BoardAt(time);
-    for (const Quote& q : board->stocks) {
-      if (Trades(q.status)) {
-        EXPECT_EQ(q.open, q.last) << At(*q.security, time);
-        EXPECT_EQ(q.high, q.last) << At(*q.security, time);
-        EXPECT_EQ(q.low, q.last) << At(*q.security, time);
-        EXPECT_GT(q.vol, 0u) << At(*q.security, time);
-        EXPECT_NEAR(q.amt, static_cast<double>(q.vol) * q.open, 0.01) << At(*q.security, time);
-        const MinuteLine line = market().MinuteLineOf(*q.security, 20261120, time);
-        ASSERT_EQ(line.points.size(), 1u);
-        EXPECT_EQ(line.points[0].minute, 930);
-      }
-    }
-  }
-}
-
-TEST(Rules, theMinutesOfADayAreTheClockOfItsSessions) {
-  const MinuteLine line =
-      market().MinuteLineOf(*market().Find("sh600000"), 20261120, InstantOf(20261120, 16, 0, 0));
-  ASSERT_EQ(line.points.size(), 241u);
-  EXPECT_EQ(line.points[0].minute, 930);
-  EXPECT_EQ(line.points[1].minute, 931);
-  EXPECT_EQ(line.points[30].minute, 1000);
-  EXPECT_EQ(line.points[120].minute, 1130);
-  EXPECT_EQ(line.points[121].minute, 1301);
-  EXPECT_EQ(line.points[240].minute, 1500);
-  for (std::size_t i = 1; i < line.points.size(); ++i) {
-    EXPECT_LT(line.points[i - 1].minute, line.points[i].minute);
-    EXPECT_LE(line.points[i - 1].vol, line.points[i].vol);
-    EXPECT_LE(line.points[i - 1].amt, line.points[i].amt);
-  }
-}
-
-TEST(Rules, theMinuteUnderWayIsTheLastPoint) {
-  const MinuteLine line =
-      market().MinuteLineOf(*market().Find("sh000001"), 20261120, InstantOf(20261120, 13, 5, 12));
-  ASSERT_EQ(line.points.size(), 127u);
-  EXPECT_EQ(line.points[125].minute, 1305);
-  EXPECT_EQ(line.points[126].minute, 1306);
 }
 
 TEST(Rules, aSuspendedStockShowsItsLastCloseAndNothingElse) {
