@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
-#include <string>
+#include <iterator>
+#include <vector>
 
-#include "cli/commands/show_commands.h"
+#include "cli/commands/commands.h"
 #include "cli/format/text.h"
 #include "cli/format/words.h"
 #include "cli/run/output.h"
@@ -35,6 +36,24 @@ constexpr const char* kExamples = R"(Examples:
 Exit codes: 0 fine, 1 failure, 2 wrong usage. Settings and keys: the CSM_* variables and csm.ini.)";
 
 }  // namespace
+
+const std::vector<Command>& Commands() {
+  static const std::vector<Command> commands = [] {
+    std::vector<Command> all = ShowCommands();
+    const auto items =
+        std::find_if(all.begin(), all.end(), [](const Command& command) { return command.name == "items"; });
+    all.insert(items, {"watchlist", "The user's own list, shown and edited", &SetUpWatchList});
+    const Command others[] = {
+        {"record", "Keeps every exchange with a server, for --replay", &SetUpRecord},
+        {"doctor", "Looks at settings, key, directories and server, and says what to do", &SetUpDoctor},
+        {"serve", "A simulated market for other programs to ask", &SetUpServe},
+        {"completion", "A script that completes command lines in a shell", &SetUpCompletion},
+        {"manual", "The manual page of csm", &SetUpManual}};
+    all.insert(all.end(), std::begin(others), std::end(others));
+    return all;
+  }();
+  return commands;
+}
 
 UnderstoodLine Understand(int argc, const char* const* argv, int help_width) {
   return Parse({kAbout, kExamples, "csm " CSM_VERSION, &SetUpLive, &Commands, help_width}, argc, argv);

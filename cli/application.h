@@ -1,5 +1,5 @@
 // The command line as a whole: understands it, runs what it asks for, turns every outcome into an exit code.
-// Main thread only. Commands are found in command_table.cpp.
+// Main thread only.
 #pragma once
 
 #include <string>

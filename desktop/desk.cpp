@@ -8,7 +8,7 @@
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "cli/run/reference_load.h"
-#include "cli/views/feeds.h"
+#include "cli/views/feed_health.h"
 #include "desktop/pane.h"
 #include "desktop/theme.h"
 #include "desktop/words.h"

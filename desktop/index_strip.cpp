@@ -1,8 +1,8 @@
 #include "desktop/index_strip.h"
 
 #include "cli/format/china_time.h"
-#include "cli/format/index_rows.h"
-#include "cli/views/feeds.h"
+#include "cli/format/market_rows.h"
+#include "cli/views/feed_health.h"
 #include "desktop/theme.h"
 #include "desktop/words.h"
 #include "host/clock.h"

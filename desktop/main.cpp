@@ -85,20 +85,20 @@ int Run(const desktop::Options& options) {
   return code;
 }
 
-cli::Option OneOf(const char* name, const char* help, const std::vector<std::string>& values,
-                  std::string& into) {
-  return {
-      .name = name,
-      .help = help,
-      .take =
-          [values, &into](const std::string& text) {
-            if (std::ranges::find(values, text) == values.end()) {
-              throw cli::UsageError("\"" + text + "\" is none of " + boost::algorithm::join(values, ", "));
-            }
-            into = text;
-          },
-      .value = "NAME",
-      .values = values};
+void AddOneOf(cli::Form& form, const char* name, const char* help, const std::vector<std::string>& values,
+              std::string& into) {
+  const auto take = [values, &into](const std::string& text) {
+    std::string all;
+    for (const std::string& value : values) {
+      all += (all.empty() ? "" : ", ") + value;
+      if (value == text) {
+        into = text;
+        return;
+      }
+    }
+    throw cli::UsageError("\"" + text + "\" is none of " + all);
+  };
+  form.Add(std::string(name) + " NAME", help, take).values = values;
 }
 
 cli::Runner SetUp(cli::Form& form) {
@@ -111,35 +111,27 @@ cli::Runner SetUp(cli::Form& form) {
   cli::AddMarketOptions(form, options.session);
   cli::AddReplayOption(form, options.session);
   cli::AddLanguageOption(form);
-  form.Add(OneOf("--theme", "colours: light or dark", {"light", "dark"}, options.theme));
-  form.Add(OneOf("--rises", "the colour of rises, the other one is that of falls: red or green",
-                 {"red", "green"}, options.rises));
-  form.Add(OneOf("--page", "the page that is opened", pages, options.page));
-  form.Add({.name = "--symbol",
-            .help = "the stock, index or plate that is selected, sh600000 or 600000",
-            .take = cli::Into(options.symbol)});
-  form.Add({.name = "--size",
-            .help = "of the window, in pixels",
-            .take =
-                [&options](const std::string& text) {
-                  const std::size_t x = text.find('x');
-                  if (x == std::string::npos) {
-                    throw cli::UsageError("it must be WIDTHxHEIGHT: 1440x900");
-                  }
-                  options.size = {static_cast<int>(cli::WholeNumber(text.substr(0, x), 400, 8000)),
-                                  static_cast<int>(cli::WholeNumber(text.substr(x + 1), 300, 8000))};
-                },
-            .value = "WxH",
-            .standard = "1440x900"});
-  form.Add({.name = "--screenshot",
-            .help = "paint the page into this PNG file, without a display, and end",
-            .take = cli::Into(options.screenshot),
-            .value = "FILE"});
+  AddOneOf(form, "--theme", "colours: light or dark", {"light", "dark"}, options.theme);
+  AddOneOf(form, "--rises", "the colour of rises, the other one is that of falls: red or green",
+           {"red", "green"}, options.rises);
+  AddOneOf(form, "--page", "the page that is opened", pages, options.page);
+  form.Add("--symbol TEXT", "the stock, index or plate that is selected, sh600000 or 600000",
+           cli::Into(options.symbol));
+  const auto take_size = [&options](const std::string& text) {
+    const std::size_t x = text.find('x');
+    if (x == std::string::npos) {
+      throw cli::UsageError("it must be WIDTHxHEIGHT: 1440x900");
+    }
+    options.size = {static_cast<int>(cli::WholeNumber(text.substr(0, x), 400, 8000)),
+                    static_cast<int>(cli::WholeNumber(text.substr(x + 1), 300, 8000))};
+  };
+  form.Add("--size WxH", "of the window, in pixels", take_size).standard = "1440x900";
+  form.Add("--screenshot FILE", "paint the page into this PNG file, without a display, and end",
+           cli::Into(options.screenshot));
   cli::AddForOption(form, options.seconds);
   cli::AddIntervalOption(form, options.interval);
-  form.Add(cli::Flag("--measure",
-                     "scroll, stand still and hide for a third of --for each, and say what that cost",
-                     options.measure));
+  form.AddFlag("--measure", "scroll, stand still and hide for a third of --for each, and say what that cost",
+               options.measure);
   return [kept] { return Run(*kept); };
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/views/feed_health.h"
 #include "desktop/theme.h"
 
 namespace desktop {

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "cli/views/feeds.h"
+#include "cli/views/feed_health.h"
 #include "desktop/desk.h"
 #include "desktop/words.h"
 

@@ -4,7 +4,7 @@
 
 #include "c_stock_market.h"
 #include "cli/format/chart_headings.h"
-#include "cli/format/event_rows.h"
+#include "cli/format/market_rows.h"
 #include "cli/format/text.h"
 #include "cli/views/market_views.h"
 #include "cli/views/security_views.h"

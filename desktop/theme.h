@@ -8,7 +8,7 @@
 
 #include <array>
 
-#include "cli/format/palette.h"
+#include "cli/format/table.h"
 
 namespace desktop {
 

@@ -8,8 +8,8 @@
 
 #include "cli/format/text.h"
 #include "cli/format/words.h"
-#include "cli/views/choices.h"
 #include "cli/views/feed_health.h"
+#include "cli/views/vocabulary.h"
 
 namespace desktop {
 

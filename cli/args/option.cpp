@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <system_error>
-#include <utility>
 
 namespace cli {
 namespace {
@@ -19,13 +18,6 @@ std::optional<Number> Read(const std::string& text) {
 constexpr std::int64_t kMostInWords = 1'000'000;
 
 }  // namespace
-
-Option Flag(std::string name, std::string help, bool& on) {
-  return {.name = std::move(name),
-          .help = std::move(help),
-          .take = [&on](const std::string&) { on = true; },
-          .kind = Option::Kind::kFlag};
-}
 
 Take Into(std::string& text) {
   return [&text](const std::string& typed) { text = typed; };

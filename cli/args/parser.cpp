@@ -4,16 +4,15 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
 #include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
 #include <numeric>
 #include <sstream>
-#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "cli/format/text.h"
 
@@ -86,7 +85,7 @@ class HelpFormat : public CLI::Formatter {
   }
 
   std::string make_description(const CLI::App* app) const override {
-    return Wrapped(CLI::Formatter::make_description(app), width_) + "\n";
+    return Wrapped(CLI::Formatter::make_description(app), width_) + "\n\n";
   }
 
  private:
@@ -294,7 +293,7 @@ UnderstoodLine Parse(const Program& program, int argc, const char* const* argv) 
   } catch (const CLI::Success& wish) {
     std::ostringstream text;
     app.exit(wish, text, text);
-    return {{}, kFine, text.str()};
+    return {{}, kFine, boost::algorithm::replace_all_copy(text.str(), "\n\n\n", "\n\n")};
   } catch (const CLI::ParseError& error) {
     return refuse(error);
   } catch (const UsageError& error) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/command.h"
+#include "cli/args/option.h"
 
 namespace cli {
 

@@ -23,8 +23,7 @@
 #include "cli/run/session.h"
 #include "cli/run/terminal.h"
 #include "cli/temporary_directory.h"
-#include "cli/views/feeds.h"
-#include "cli/views/warnings.h"
+#include "cli/views/feed_health.h"
 #include "host/clock.h"
 #include "host_services/stock_host.h"
 

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "cli/application.h"
-#include "cli/commands/show_commands.h"
 
 namespace cli {
 namespace {
@@ -150,17 +149,14 @@ std::string ManualPage() {
 
 Runner SetUpCompletion(Form& form) {
   const auto shell = std::make_shared<std::string>();
-  form.Add({.name = "SHELL",
-            .help = "bash or zsh",
-            .take =
-                [shell = shell.get()](const std::string& name) {
-                  if (name != "bash" && name != "zsh") {
-                    throw UsageError("\"" + name + "\" is not one of bash, zsh");
-                  }
-                  *shell = name;
-                },
-            .is_required = true,
-            .values = {"bash", "zsh"}});
+  Option& option = form.Add("SHELL", "bash or zsh", [shell = shell.get()](const std::string& name) {
+    if (name != "bash" && name != "zsh") {
+      throw UsageError("\"" + name + "\" is not one of bash, zsh");
+    }
+    *shell = name;
+  });
+  option.is_required = true;
+  option.values = {"bash", "zsh"};
   form.footer = R"(Examples:
   csm completion bash > ~/.local/share/bash-completion/completions/csm
   csm completion zsh > ~/.zfunc/_csm)";

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/run/show.h"
 #include "cli/views/list_views.h"
 
@@ -65,9 +65,6 @@ void AddColumnsOption(Form& form, const ListLook& look, std::string& names);
 void AddDateOption(Form& form, std::uint32_t& date, const std::string& help);
 /// --plot, --columns and --rows. A chart excludes --json and --csv.
 void AddPlotOptions(Form& form, Chosen& chosen);
-/// The positional argument SYMBOL, one or, with `several`, more of them (a repeated one counts once).
-void AddSymbols(Form& form, std::vector<std::wstring>& symbols, bool several = true);
-
 /// YYYYMMDD for "20240315" or "2024-03-15"; nothing for a text that is no day of the calendar from 1990 to
 /// 2099.
 [[nodiscard]] std::optional<std::uint32_t> ParseDate(const std::string& text);

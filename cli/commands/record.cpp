@@ -8,7 +8,6 @@
 
 #include "cli/application.h"
 #include "cli/commands/options.h"
-#include "cli/commands/show_commands.h"
 #include "cli/format/text.h"
 #include "cli/run/main_loop.h"
 #include "cli/run/output.h"
@@ -132,10 +131,7 @@ int Record(const RecordOptions& options) {
 
 Runner SetUpRecord(Form& form) {
   const auto options = std::make_shared<RecordOptions>();
-  form.Add({.name = "DIR",
-            .help = "directory of the record",
-            .take = Into(options->directory),
-            .is_required = true});
+  form.Add("DIR", "directory of the record", Into(options->directory)).is_required = true;
   AddMarketOptions(form, options->show.session);
   AddForOption(form, options->show.seconds);
   AddIntervalOption(form, options->show.interval);

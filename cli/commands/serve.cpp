@@ -137,37 +137,22 @@ int Serve(const ServeOptions& options) {
 
 Runner SetUpServe(Form& form) {
   const auto options = std::make_shared<ServeOptions>();
-  form.Add({.name = "--port",
-            .help = "port to listen on; 0: any free one",
-            .take = IntoPort(options->server.port),
-            .value = "PORT",
-            .standard = std::to_string(options->server.port)});
-  form.Add({.name = "--bind",
-            .help = "address to listen on; any but this one is open to other machines",
-            .take = Into(options->server.bind),
-            .value = "ADDRESS",
-            .standard = options->server.bind});
-  form.Add({.name = "--tls-cert",
-            .help = "certificate chain (PEM): HTTPS instead of HTTP",
-            .take = Into(options->server.tls_cert),
-            .value = "FILE",
-            .needs = {"--tls-key"}});
-  form.Add({.name = "--tls-key",
-            .help = "its private key (PEM)",
-            .take = Into(options->server.tls_key),
-            .value = "FILE",
-            .needs = {"--tls-cert"}});
-  form.Add({.name = "--access-log",
-            .help = "file for a line per answer, - for standard error",
-            .take = Into(options->server.access_log),
-            .value = "FILE"});
-  form.Add({.name = "--control-port",
-            .help = "port on 127.0.0.1 where faults and clock can be changed; 0: any free one. Default: none",
-            .take = IntoPort(options->server.control_port),
-            .value = "PORT"});
-  form.Add(Flag("--unsigned", "answer requests without a signature, too", options->unsigned_too));
-  form.Add(Flag("--list", "list the scenarios and faults, and end", options->list));
-  AddSimulationOptions(form, options->server);
+  market_server::Options& server = options->server;
+  form.Add("--port PORT", "port to listen on; 0: any free one", IntoPort(server.port)).standard =
+      std::to_string(server.port);
+  form.Add("--bind ADDRESS", "address to listen on; any but this one is open to other machines",
+           Into(server.bind))
+      .standard = server.bind;
+  form.Add("--tls-cert FILE", "certificate chain (PEM): HTTPS instead of HTTP", Into(server.tls_cert))
+      .needs = {"--tls-key"};
+  form.Add("--tls-key FILE", "its private key (PEM)", Into(server.tls_key)).needs = {"--tls-cert"};
+  form.Add("--access-log FILE", "file for a line per answer, - for standard error", Into(server.access_log));
+  form.Add("--control-port PORT",
+           "port on 127.0.0.1 where faults and clock can be changed; 0: any free one. Default: none",
+           IntoPort(server.control_port));
+  form.AddFlag("--unsigned", "answer requests without a signature, too", options->unsigned_too);
+  form.AddFlag("--list", "list the scenarios and faults, and end", options->list);
+  AddSimulationOptions(form, server);
   form.footer = kExamples;
   return [options] { return Serve(*options); };
 }

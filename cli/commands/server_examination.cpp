@@ -2,6 +2,8 @@
 
 #include <rapidjson/document.h>
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -10,7 +12,6 @@
 #include <optional>
 #include <utility>
 
-#include "cli/commands/network_probe.h"
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
 #include "host/host.h"
@@ -85,6 +86,49 @@ std::optional<std::pair<int, std::string>> ErrnoOf(const std::string& body) {
                    std::string(has_message ? document["errmsg"].GetString() : ""));
 }
 
+struct HostAndPort {
+  std::string host;
+  std::string port;
+};
+
+// Of an http or https address; the port is the scheme's own unless it stands there. Nothing when there is no
+// host.
+std::optional<HostAndPort> HostAndPortOf(const std::string& url) {
+  const std::size_t scheme_end = url.find("://");
+  if (scheme_end == std::string::npos) {
+    return std::nullopt;
+  }
+  const std::string rest = url.substr(scheme_end + 3);
+  const std::string authority = rest.substr(0, rest.find_first_of("/?#"));
+  const std::size_t bracket = authority.find(']');  // of an IPv6 address
+  const std::size_t colon = authority.find(':', bracket == std::string::npos ? 0 : bracket);
+  HostAndPort server{authority.substr(0, colon),
+                     colon == std::string::npos ? std::string() : authority.substr(colon + 1)};
+  if (server.host.size() > 2 && server.host.front() == '[') {
+    server.host = server.host.substr(1, server.host.size() - 2);
+  }
+  if (server.port.empty()) {
+    server.port = url.rfind("https", 0) == 0 ? "443" : "80";
+  }
+  return server.host.empty() ? std::nullopt : std::optional(server);
+}
+
+// Why the name has no address; empty when it has one.
+std::string NameTrouble(const HostAndPort& server) {
+  boost::asio::io_context io;
+  boost::system::error_code error;
+  boost::asio::ip::tcp::resolver(io).resolve(server.host, server.port, error);
+  return error ? error.message() : std::string();
+}
+
+// Why no connection to any address of the name comes about in time; empty when one does.
+std::string ConnectionTrouble(const HostAndPort& server) {
+  boost::asio::ip::tcp::iostream connection;
+  connection.expires_after(kConnectLimit);
+  connection.connect(server.host, server.port);
+  return connection ? std::string() : connection.error().message();
+}
+
 bool ExamineWay(const ExaminedServer& server, const Tell& tell) {
   const std::string& through = server.proxy.empty() ? server.url : server.proxy;
   const std::string who = server.proxy.empty() ? "" : "proxy ";
@@ -101,7 +145,7 @@ bool ExamineWay(const ExaminedServer& server, const Tell& tell) {
   }
   tell({State::kGood, "name", who + address->host, {}});
   const std::string place = who + address->host + " port " + address->port;
-  trouble = ConnectionTrouble(*address, kConnectLimit);
+  trouble = ConnectionTrouble(*address);
   if (!trouble.empty()) {
     tell({State::kFailed, "connection", place + ": " + trouble,
           "start the server, correct its port, or let the firewall pass it"});

@@ -1,4 +1,4 @@
-#include "cli/commands/show_commands.h"
+#include "cli/commands/commands.h"
 
 #include <unistd.h>
 
@@ -11,13 +11,13 @@
 
 #include "cli/commands/options.h"
 #include "cli/format/chart_headings.h"
-#include "cli/format/flow_rows.h"
+#include "cli/format/china_time.h"
+#include "cli/format/market_rows.h"
 #include "cli/format/text.h"
 #include "cli/run/terminal.h"
 #include "cli/screen/live_run.h"
 #include "cli/views/market_views.h"
 #include "cli/views/security_views.h"
-#include "cli/views/trading_days.h"
 #include "host/clock.h"
 
 namespace cli {
@@ -151,15 +151,13 @@ Shown List(const Chosen& chosen, Needs needs = Needs::kNothing) {
 }
 
 void AddSymbolTexts(Form& form, Chosen& chosen, const char* help, bool several) {
-  form.Add({.name = "SYMBOL",
-            .help = help,
-            .take = Into(chosen.symbols),
-            .kind = several ? Option::Kind::kSeveral : Option::Kind::kOne,
-            .is_required = true});
+  Option& symbol = form.Add("SYMBOL", help, Into(chosen.symbols));
+  symbol.kind = several ? Option::Kind::kSeveral : Option::Kind::kOne;
+  symbol.is_required = true;
 }
 
 void AddLast(Form& form, Chosen& chosen, const char* help) {
-  form.Add({.name = "--last", .help = help, .take = Into(chosen.last, 1, 100000), .value = "N"});
+  form.Add("--last N", help, Into(chosen.last, 1, 100000));
 }
 
 void AddDaily(Form& form, Chosen& chosen) {
@@ -191,11 +189,7 @@ void AddPage(Form& form, Chosen& chosen) {
 
 void AddCount(Form& form, Chosen& chosen) {
   AddSortOptions(form, chosen.list.order);
-  form.Add({.name = "--num",
-            .help = "number of rows",
-            .take = Into(chosen.count, 1, 10000),
-            .value = "N",
-            .standard = std::to_string(chosen.count)});
+  form.Add("--num N", "number of rows", Into(chosen.count, 1, 10000)).standard = std::to_string(chosen.count);
   AddWatchOptions(form, chosen);
 }
 
@@ -206,7 +200,7 @@ Runner SetUpRank(Form& form) {
        Following(
            [](Form& f, Chosen& c) {
              AddStockList(f, c);
-             f.Add(Flag("--five-minutes", "\"change\" is that of the last five minutes", c.five_minutes));
+             f.AddFlag("--five-minutes", "\"change\" is that of the last five minutes", c.five_minutes);
              AddCount(f, c);
            },
            [](const Chosen& c) {
@@ -291,7 +285,8 @@ std::vector<Command> ShowCommands() {
   csm index --clock 09:29:50          the opening of the simulated market
   csm index --server https://host     another market server
 
-A JSON line: {"service":"index_market","key":"","time":"2026-11-20T09:30:03+08:00","data":[{"code":"sh000001",...}]}
+A JSON line:
+  {"service":"index_market","key":"","time":"2026-11-20T09:30:03+08:00","data":[{"code":"sh000001",...}]}
 "time" is the server's. A figure that the server sent as null is null, and has its bit in "null_flags".)",
                  false)},
       {"quote", "Figures and order book of single securities",
@@ -312,7 +307,7 @@ A JSON line: {"service":"index_market","key":"","time":"2026-11-20T09:30:03+08:0
            },
            R"(Examples:
   csm quote sh600000                      figures and order book, redrawn in place; q ends it
-  csm quote 600000 000002 sh000001        several; an index shows its members in place of a book
+  csm quote 600000 000001 sh000001        several; an index shows its members in place of a book
   csm quote sh600000 --count 1            once
   csm quote sh600000 --json --for 60      a minute of JSON lines, one for each symbol and update
 
@@ -353,11 +348,7 @@ since the update before; in JSON "directions" says it.)")},
        Following(
            [](Form& f, Chosen& c) {
              c.list.order.columns = PlateColumns();
-             f.Add({.name = "PLATE",
-                    .help = "a plate: bk1001, 1001 or a name",
-                    .take = Into(c.text),
-                    .value = "",
-                    .is_required = true});
+             f.Add("PLATE", "a plate: bk1001, 1001 or a name", Into(c.text)).is_required = true;
              AddPage(f, c);
              AddWatchOptions(f, c);
            },
@@ -403,9 +394,7 @@ The time beside the caption is that of the close or of the break while the marke
       {"calendar", "Trading days and holidays of a year",
        Once(
            [](Form& f, Chosen& c) {
-             f.Add({.name = "YEAR",
-                    .help = "another year than this one, 1990 to 2099",
-                    .take = Into(c.year, 1990, 2099)});
+             f.Add("YEAR", "another year than this one, 1990 to 2099", Into(c.year, 1990, 2099));
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {
@@ -420,22 +409,15 @@ A holiday is a day from Monday to Friday without trading.)")},
       {"lists", "Stocks, plates or indices",
        Once(
            [](Form& f, Chosen& c) {
-             f.Add({.name = "LIST",
-                    .help = "stocks, plates or indices",
-                    .take =
-                        [&c](const std::string& name) {
-                          if (KindsOfList(name) == 0) {
-                            throw UsageError("\"" + name + "\" is not one of stocks, plates, indices");
-                          }
-                          c.list_name = name;
-                        },
-                    .is_required = true,
-                    .values = {"stocks", "plates", "indices"}});
-             f.Add({.name = "KIND",
-                    .help = "which of them, see below",
-                    .take = Into(c.kind, 1, 5),
-                    .value = "INT",
-                    .standard = std::to_string(c.kind)});
+             Option& list = f.Add("LIST", "stocks, plates or indices", [&c](const std::string& name) {
+               if (KindsOfList(name) == 0) {
+                 throw UsageError("\"" + name + "\" is not one of stocks, plates, indices");
+               }
+               c.list_name = name;
+             });
+             list.is_required = true;
+             list.values = {"stocks", "plates", "indices"};
+             f.Add("KIND", "which of them, see below", Into(c.kind, 1, 5)).standard = std::to_string(c.kind);
              f.checks.emplace_back([&c] {
                const int kinds = KindsOfList(c.list_name);
                if (c.kind > kinds) {
@@ -459,15 +441,9 @@ The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a
       {"find", "Securities by part of their code, name or pinyin",
        Once(
            [](Form& f, Chosen& c) {
-             f.Add({.name = "TEXT",
-                    .help = "part of a code, a name or the pinyin initials",
-                    .take = Into(c.text),
-                    .is_required = true});
-             f.Add({.name = "--limit",
-                    .help = "at most this many",
-                    .take = Into(c.limit, 0, 1000000),
-                    .value = "N",
-                    .standard = std::to_string(c.limit)});
+             f.Add("TEXT", "part of a code, a name or the pinyin initials", Into(c.text)).is_required = true;
+             f.Add("--limit N", "at most this many", Into(c.limit, 0, 1000000)).standard =
+                 std::to_string(c.limit);
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {
@@ -477,18 +453,15 @@ The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a
            },
            R"(Examples:
   csm find 6000                 codes that begin with 6000, after sh or sz or without them
-  csm find PAYH                 by the pinyin initials, in any case
+  csm find yh                   by the pinyin initials, in any case
   csm find 银行                 by part of the name
-  csm find bank --limit 5       the five closest
+  csm find yh --limit 5         the five closest
 
 The closest come first: a whole code, name or initials, then a beginning, then any part.)")},
       {"plates-of", "The plates that a stock belongs to",
        Once(
            [](Form& f, Chosen& c) {
-             f.Add({.name = "SYMBOL",
-                    .help = "a stock, sh600000 or 600000",
-                    .take = Into(c.text),
-                    .is_required = true});
+             f.Add("SYMBOL", "a stock, sh600000 or 600000", Into(c.text)).is_required = true;
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {
@@ -505,11 +478,8 @@ The closest come first: a whole code, name or initials, then a beginning, then a
            [](Form& f, Chosen& c) {
              AddSymbolTexts(f, c, "sh600000, 600000 or a name", false);
              AddDateOption(f, c.date, "a day other than today; with --days the last of them");
-             f.Add({.name = "--days",
-                    .help = "number of trading days",
-                    .take = Into(c.days, 1, 250),
-                    .value = "N",
-                    .standard = std::to_string(c.days)});
+             f.Add("--days N", "number of trading days", Into(c.days, 1, 250)).standard =
+                 std::to_string(c.days);
              AddQueryOptions(f, c);
              AddPlotOptions(f, c);
            },

@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/commands/options.h"
-#include "cli/commands/show_commands.h"
-#include "cli/format/record_json.h"
+#include "cli/format/sheet.h"
 #include "cli/format/text.h"
 #include "cli/run/main_loop.h"
 #include "cli/run/output.h"
@@ -23,14 +23,15 @@ namespace cli {
 namespace {
 
 constexpr const char* kExamples = R"(Examples:
-  csm watchlist add sh600000 000002      at the end of the list
-  csm watchlist move 000002 1            to its head
+  csm watchlist add sh600000 000001      at the end of the list
+  csm watchlist move 000001 1            to its head
   csm watchlist show --sort change       with quotes, redrawn in place
   csm watchlist remove sh600000
 
 The list is the user's own, whatever market is asked: watchlist.txt in the configuration directory
 (CSM_CONFIG_DIRECTORY, else $XDG_CONFIG_HOME/csm, else ~/.config/csm). Other programs of the user that show it are
 notified of a change within a second.)";
+
 struct EditOptions {
   bool json = false;
   std::vector<std::wstring> symbols;
@@ -72,73 +73,68 @@ int Edit(const EditOptions& options, const std::function<std::string()>& change)
   return kFine;
 }
 
-int Add(const EditOptions& options) {
-  return Edit(options, [&] {
-    std::string error;
-    for (const std::wstring& symbol : options.symbols) {
-      if (!stock_host::AddToWatchList(symbol, error)) {
-        return error;
+// A command that edits the list; `change` gives an error text, empty for none. `position`: it takes one
+// symbol and a place, else any number of symbols.
+template <class Change>
+std::function<Runner(Form&)> Editing(bool position, Change change) {
+  return [position, change](Form& form) -> Runner {
+    const auto options = std::make_shared<EditOptions>();
+    form.AddFlag("--json", "the new list as one JSON line", options->json);
+    const auto take = [&symbols = options->symbols](const std::string& text) {
+      const std::optional<std::wstring> symbol = ParseSymbol(text);
+      if (!symbol) {
+        throw UsageError("\"" + text + "\" is no symbol: sh or sz and six digits");
       }
-    }
-    return std::string();
-  });
-}
-
-int Remove(const EditOptions& options) {
-  return Edit(options, [&] {
-    const std::vector<std::wstring> list = stock_host::WatchList();
-    for (const std::wstring& symbol : options.symbols) {
-      // All or none.
-      if (std::find(list.begin(), list.end(), symbol) == list.end()) {
-        return "\"" + Utf8(symbol) + "\" is not in the watch list";
+      if (std::find(symbols.begin(), symbols.end(), *symbol) == symbols.end()) {
+        symbols.push_back(*symbol);
       }
+    };
+    Option& symbol = form.Add(
+        "SYMBOL",
+        position ? "a stock or an index, sh600000 or 600000" : "stocks or indices, sh600000 or 600000", take);
+    symbol.kind = position ? Option::Kind::kOne : Option::Kind::kSeveral;
+    symbol.is_required = true;
+    if (position) {
+      form.Add("POSITION", "1 is the first; beyond the end is the last",
+               Into(options->position, 1, std::int64_t{1} << 31))
+          .is_required = true;
     }
-    std::string error;
-    for (const std::wstring& symbol : options.symbols) {
-      if (!stock_host::RemoveFromWatchList(symbol, error)) {
-        return error;
-      }
+    form.footer = kExamples;
+    return [options, change] { return Edit(*options, [&] { return change(*options); }); };
+  };
+}
+
+std::string Add(const EditOptions& options) {
+  std::string error;
+  for (const std::wstring& symbol : options.symbols) {
+    if (!stock_host::AddToWatchList(symbol, error)) {
+      break;
     }
-    return std::string();
-  });
+  }
+  return error;
 }
 
-int Move(const EditOptions& options) {
-  return Edit(options, [&] {
-    std::string error;
-    return stock_host::MoveInWatchList(options.symbols.front(), options.position - 1, error) ? std::string()
-                                                                                             : error;
-  });
+// All or none.
+std::string Remove(const EditOptions& options) {
+  const std::vector<std::wstring> list = stock_host::WatchList();
+  std::string error;
+  for (const std::wstring& symbol : options.symbols) {
+    if (std::find(list.begin(), list.end(), symbol) == list.end()) {
+      return "\"" + Utf8(symbol) + "\" is not in the watch list";
+    }
+  }
+  for (const std::wstring& symbol : options.symbols) {
+    if (!stock_host::RemoveFromWatchList(symbol, error)) {
+      break;
+    }
+  }
+  return error;
 }
 
-std::shared_ptr<EditOptions> MakeEditOptions(Form& form) {
-  auto options = std::make_shared<EditOptions>();
-  form.Add(Flag("--json", "the new list as one JSON line", options->json));
-  form.footer = kExamples;
-  return options;
-}
-
-Runner SetUpAdd(Form& form) {
-  const auto options = MakeEditOptions(form);
-  AddSymbols(form, options->symbols);
-  return [options] { return Add(*options); };
-}
-
-Runner SetUpRemove(Form& form) {
-  const auto options = MakeEditOptions(form);
-  AddSymbols(form, options->symbols);
-  return [options] { return Remove(*options); };
-}
-
-Runner SetUpMove(Form& form) {
-  const auto options = MakeEditOptions(form);
-  AddSymbols(form, options->symbols, false);
-  form.Add({.name = "POSITION",
-            .help = "1 is the first; beyond the end is the last",
-            .take = Into(options->position, 1, std::int64_t{1} << 31),
-            .value = "",
-            .is_required = true});
-  return [options] { return Move(*options); };
+std::string Move(const EditOptions& options) {
+  std::string error;
+  static_cast<void>(stock_host::MoveInWatchList(options.symbols.front(), options.position - 1, error));
+  return error;
 }
 
 }  // namespace
@@ -146,9 +142,9 @@ Runner SetUpMove(Form& form) {
 Runner SetUpWatchList(Form& form) {
   form.footer = kExamples;
   form.commands = {ShowWatchListCommand(),
-                   {"add", "Append stocks or indices", &SetUpAdd},
-                   {"remove", "Take stocks or indices out", &SetUpRemove},
-                   {"move", "Give one another place", &SetUpMove}};
+                   {"add", "Append stocks or indices", Editing(false, &Add)},
+                   {"remove", "Take stocks or indices out", Editing(false, &Remove)},
+                   {"move", "Give one another place", Editing(true, &Move)}};
   return {};
 }
 

@@ -3,7 +3,6 @@
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
 #include "cli/format/words.h"
-#include "cli/views/trading_days.h"
 
 namespace cli {
 
@@ -62,18 +61,32 @@ StyledLine CandleHeading(const KLineCandle& candle) {
   return heading;
 }
 
-StyledLine CandleFigures(const KLineCandle& candle) {
+StyledLine CandleFigures(const KLineCandle& candle, int columns) {
   const double change = candle.close - candle.preclose;
-  const auto price = [](const char* name, double value) {
-    return LabelOf(name) + " " + Fixed(value, 2) + " ";
-  };
-  StyledLine figures = {{DateText(candle.date) + "  " + price("open", candle.open) +
-                         price("high", candle.high) + price("low", candle.low) + LabelOf("close") + " "},
-                        {Fixed(candle.close, 2), ToneOf(change)}};
-  if (candle.preclose > 0) {
-    figures.push_back({" " + SignedPercent(change / candle.preclose * 100, 2), ToneOf(change)});
+  StyledLine figures;
+  // With little room the volume and the year go, with less the words.
+  for (const int left_out : {0, 1, 2}) {
+    const bool short_words = left_out > 1;
+    const auto word = [short_words](const char* name) {
+      const std::string label = LabelOf(name);
+      const std::size_t initial = CurrentLanguage() == Language::kChinese ? 3 : 1;  // bytes
+      return short_words ? label.substr(0, initial) : label + " ";
+    };
+    const auto price = [&](const char* name, double value) { return word(name) + Fixed(value, 2) + " "; };
+    const std::string date = DateText(candle.date);
+    figures = {{(left_out > 0 ? date.substr(5) + " " : date + "  ") + price("open", candle.open) +
+                price("high", candle.high) + price("low", candle.low) + word("close")},
+               {Fixed(candle.close, 2), ToneOf(change)}};
+    if (candle.preclose > 0) {
+      figures.push_back({" " + SignedPercent(change / candle.preclose * 100, 2), ToneOf(change)});
+    }
+    if (left_out == 0) {
+      figures.push_back({"  " + LabelOf("volume") + " " + ShortAmount(static_cast<double>(candle.volume))});
+    }
+    if (DisplayWidth(figures) <= columns) {
+      break;
+    }
   }
-  figures.push_back({"  " + LabelOf("volume") + " " + ShortAmount(static_cast<double>(candle.volume))});
   return figures;
 }
 
@@ -83,10 +96,6 @@ std::string NoCandlesText(const Security& security) {
 
 std::string NoPastText(const Security& security, const std::string& reason) {
   return "the candles of " + NameText(security) + " before today could not be loaded: " + reason;
-}
-
-std::string NameText(const Security& security) {
-  return Printable(security.code) + " " + Printable(security.name);
 }
 
 }  // namespace cli

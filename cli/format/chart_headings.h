@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 
 #include "charts/stock_kline.h"
@@ -29,16 +30,15 @@ namespace cli {
 /// Day, close, change and amount of a candle.
 [[nodiscard]] StyledLine CandleHeading(const KLineCandle& candle);
 
-/// Day, the four prices, change and volume of a candle.
-[[nodiscard]] StyledLine CandleFigures(const KLineCandle& candle);
+/// Day, the four prices, change and volume of a candle; in fewer than their `columns` without the volume and
+/// with initials for words.
+[[nodiscard]] StyledLine CandleFigures(const KLineCandle& candle,
+                                       int columns = std::numeric_limits<int>::max());
 
 /// What is said about a security without candles.
 [[nodiscard]] std::string NoCandlesText(const Security& security);
 
 /// What is said when the days before today could not be had.
 [[nodiscard]] std::string NoPastText(const Security& security, const std::string& reason);
-
-/// "sh600000 浦发银行".
-[[nodiscard]] std::string NameText(const Security& security);
 
 }  // namespace cli

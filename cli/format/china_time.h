@@ -1,5 +1,6 @@
-// The clock and the phases of the market in words. Times are China time (UTC+8) whatever TZ says. Pure
-// functions, callable from any thread.
+// The clock, the phases and the trading days of the market in words. Times are China time (UTC+8) whatever TZ
+// says; dates are YYYYMMDD. Trading days are those of the host's calendar: holidays of the server's year once
+// the calendar was loaded, else weekends only. Callable from any thread.
 #pragma once
 
 #include <cstdint>
@@ -32,5 +33,17 @@ namespace cli {
 
 /// "4 s", "3 min", "2 h".
 [[nodiscard]] std::string Span(std::int64_t seconds);
+
+[[nodiscard]] bool IsWeekend(std::uint32_t date);
+[[nodiscard]] bool IsTradingDay(std::uint32_t date);
+
+/// The trading day whose figures servers show at `now`: today from 09:15 on, else the last one before.
+[[nodiscard]] std::uint32_t SessionDate(std::int64_t now);
+
+/// Why a day has no figures, for a person: "2024-05-01 is a holiday". Empty when nothing speaks against them.
+[[nodiscard]] std::string WhyNoFigures(std::uint32_t date, std::int64_t now);
+
+/// What is said at `now` about a day that a server has nothing of.
+[[nodiscard]] std::string NoFiguresText(std::uint32_t date, std::int64_t now);
 
 }  // namespace cli

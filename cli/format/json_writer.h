@@ -1,26 +1,27 @@
 // One line of JSON, always valid: UTF-8 whatever the text holds, null for what is no number, all digits of a
-// number. Used by one thread. How a record becomes an object is record_json.h's matter.
+// number. Used by one thread. How a record becomes an object is sheet.h's matter.
 #pragma once
 
-#include <cstdint>
-#include <memory>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <concepts>
 #include <string>
 #include <string_view>
+#include <type_traits>
+
+#include "cli/format/text.h"
 
 namespace cli {
 
 class JsonWriter {
  public:
-  JsonWriter();
-  ~JsonWriter();
-  JsonWriter(const JsonWriter&) = delete;
-  JsonWriter& operator=(const JsonWriter&) = delete;
-
-  void BeginObject();
-  void EndObject();
-  void BeginArray();
-  void EndArray();
-  void Key(std::string_view name);
+  void BeginObject() { writer_.StartObject(); }
+  void EndObject() { writer_.EndObject(); }
+  void Key(std::string_view name) { writer_.Key(name.data(), static_cast<rapidjson::SizeType>(name.size())); }
   /// One value under its name.
   template <class Type>
   void Member(std::string_view name, const Type& value) {
@@ -36,32 +37,45 @@ class JsonWriter {
   }
   template <class Items, class Write>
   void Array(const Items& items, const Write& write) {
-    BeginArray();
+    writer_.StartArray();
     for (const auto& item : items) {
       write(item);
     }
-    EndArray();
+    writer_.EndArray();
   }
 
-  void Null();
-  void Bool(bool value);
-  void Value(std::wstring_view text);
-  void Value(const std::wstring& text) { Value(std::wstring_view(text)); }
-  void Value(std::string_view utf8);
-  void Value(double number);
-  /// The shortest text that reads back as the same float.
-  void Value(float number);
-  void Value(std::int32_t number) { Value(std::int64_t{number}); }
-  void Value(std::uint32_t number) { Value(std::uint64_t{number}); }
-  void Value(std::int64_t number);
-  void Value(std::uint64_t number);
+  void Null() { writer_.Null(); }
+  void Value(std::string_view utf8) {
+    const std::string valid = ValidUtf8(utf8);
+    writer_.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+  }
+  void Value(std::wstring_view text) { Value(std::string_view(Utf8(text))); }
+  void Value(std::integral auto number) {
+    if constexpr (std::is_same_v<decltype(number), bool>) {
+      writer_.Bool(number);
+    } else if constexpr (std::is_signed_v<decltype(number)>) {
+      writer_.Int64(number);
+    } else {
+      writer_.Uint64(number);
+    }
+  }
+  /// The shortest text that reads back as the same number.
+  void Value(std::floating_point auto number) {
+    std::array<char, 32> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
+    if (std::isfinite(number)) {
+      writer_.RawValue(text.data(), static_cast<std::size_t>(end - text.data()), rapidjson::kNumberType);
+    } else {
+      Null();
+    }
+  }
 
   /// What was written, without a line feed.
-  [[nodiscard]] std::string Text() const;
+  [[nodiscard]] std::string Text() const { return {buffer_.GetString(), buffer_.GetSize()}; }
 
  private:
-  class Impl;
-  std::unique_ptr<Impl> impl_;
+  rapidjson::StringBuffer buffer_;
+  rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
 };
 
 }  // namespace cli

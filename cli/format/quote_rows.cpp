@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "cli/format/record_tables.h"
 #include "ranking/plate_market_summary_table.h"
 #include "ranking/stock_market_summary_table.h"
 

@@ -1,16 +1,19 @@
-// Lists of quotes as tables: which columns they have, and the rows. Pure functions. One quote as a whole
-// sheet is quote_sheet.h's matter.
+// Lists of quotes as tables: which columns they have, and the rows; and the tables of records that are shown,
+// where those that the feed is read by have not all of it. Pure functions. One quote as a whole sheet is
+// quote_sheet.h's matter.
 #pragma once
 
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "charts/stock_mline.h"
 #include "cli/format/record_rows.h"
 #include "cli/format/table.h"
 #include "quotes/optional_stock_market.h"
 #include "quotes/plate_stock_market.h"
 #include "quotes/stock_market_item.h"
+#include "quotes/stock_market_item_table.h"
 #include "ranking/plate_ranking.h"
 
 namespace cli {
@@ -62,5 +65,28 @@ struct Numbering {
 [[nodiscard]] Table RankedTable(const std::vector<StockMarketSummary>& stocks,
                                 const Numbering& numbering = {});
 [[nodiscard]] Table RankedTable(const std::vector<PlateMarketSummary>& plates);
+
+/// Figures that no feed sends.
+inline constexpr auto kDerivedTable = [] {
+  using request::Figure;
+  using request::Read;
+  return request::TableOf<StockMarketItem>(Read("", "limit_up", &StockMarketItem::limit_up, Figure{}),
+                                           Read("", "limit_down", &StockMarketItem::limit_down, Figure{}),
+                                           Read("", "avg_price", &StockMarketItem::avg_price, Figure{}));
+}();
+
+/// All that a single quote can have.
+inline constexpr auto kSingleQuoteTable = request::Join(quotes::kWatchListTable, kDerivedTable);
+
+/// The points of a minute line.
+inline constexpr auto kMinutePointTable =
+    request::TableOf<MinutePoint>(request::Read("min", "time", &MinutePoint::time, request::Integer{}),
+                                  request::Read("last", "price", &MinutePoint::price, request::Number{}),
+                                  request::Read("vol", "volume", &MinutePoint::volume, request::Amount{}),
+                                  request::Read("amt", "amount", &MinutePoint::amount, request::Number{}),
+                                  request::Read("qrr", &MinutePoint::qrr, request::Number{}),
+                                  request::Read("change", &MinutePoint::change, request::Number{}),
+                                  request::Read("change_rate", &MinutePoint::change_rate, request::Number{}),
+                                  request::Read("avg_price", &MinutePoint::avg_price, request::Number{}));
 
 }  // namespace cli

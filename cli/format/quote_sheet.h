@@ -29,4 +29,9 @@ struct QuoteTables {
 /// "suspended" and the like; empty for normal trading.
 [[nodiscard]] std::string StatusText(stock::StockStatus status);
 
+/// `quote` of a stock with the limits of its board: a fifth on the growth and the STAR board, a twentieth for
+/// a stock under special treatment elsewhere, none on its first days. A limit that the day's own prices lie
+/// beyond is not known.
+[[nodiscard]] StockMarketItem WithLimitsOfBoard(StockMarketItem quote);
+
 }  // namespace cli

@@ -55,55 +55,72 @@ struct MemberValue {
                           std::optional<double> toned_by);
 [[nodiscard]] std::vector<Column> ColumnsOf(std::span<const MemberColumn> columns);
 
-inline MemberValue ValueOf(const std::wstring& text) {
-  return {text, {}, 0, false};
-}
-
-template <class Number>
-requires std::is_arithmetic_v<Number> MemberValue ValueOf(Number number) {
-  return {{}, static_cast<double>(number), 0, false};
-}
-
-inline MemberValue ValueOf(stock::StockStatus status) {
-  return {{}, static_cast<double>(status), 0, false};
-}
-
-template <class Shape>
-requires requires(const Shape& shape) {
-  shape.present;
-}
-MemberValue ValueOf(const Shape& shape) {
-  MemberValue value;
-  if (shape.present) {
-    value.figure = static_cast<double>(shape.value);
+/// What a value of any shape holds; nothing when it is not there.
+template <class Value>
+[[nodiscard]] auto HeldBy(const Value& value) {
+  if constexpr (requires { value.present; }) {
+    return value.present ? std::optional(value.value) : std::nullopt;
+  } else if constexpr (requires { value.valid; }) {
+    return value.valid ? std::optional(value.value) : std::nullopt;
+  } else if constexpr (std::is_enum_v<Value>) {
+    return std::optional(static_cast<std::int32_t>(value));
+  } else {
+    return std::optional(value);
   }
-  if constexpr (requires { shape.direction; }) {
-    value.moves = true;
-    value.direction = shape.direction;
+}
+/// The same for a member of a record; nothing, too, when the feed sent null.
+template <class Record, class Type, class How>
+[[nodiscard]] auto HeldBy(const Record& record, const request::Member<Record, Type, How>& member) {
+  auto held = HeldBy(record.*member.member);
+  if constexpr (requires { member.how.flags; }) {
+    if ((record.*member.how.flags & member.how.bit) != 0) {
+      held.reset();
+    }
   }
-  return value;
+  return held;
 }
 
-inline MemberValue ValueOf(const TrendValue& figure) {
-  return {{}, figure.valid ? std::optional(figure.value) : std::nullopt, figure.trend, true};
+/// How a value moved: 1, -1 or 0.
+template <class Value>
+[[nodiscard]] int DirectionOf(const Value& value) {
+  if constexpr (requires { value.direction; }) {
+    return value.direction;
+  } else if constexpr (requires { value.trend; }) {
+    return value.trend;
+  } else {
+    return 0;
+  }
 }
+/// True for shapes that know that.
+template <class Value>
+inline constexpr bool kMoves = requires(const Value& value) {
+  value.direction;
+}
+|| requires(const Value& value) {
+  value.trend;
+};
 
 /// The value of the member called `name`; nothing when the table has none, or has it as more than one figure.
 template <class Table>
 std::optional<MemberValue> FindMember(const Table& table, const typename Table::Record& record,
                                       std::string_view name) {
   std::optional<MemberValue> found;
-  request::ForEachMember(table, [&](const auto& member) {
-    if (member.name == name) {
-      using How = std::remove_cvref_t<decltype(member.how)>;
-      if constexpr (requires { member.how.flags; }) {
-        const bool is_null = (record.*member.how.flags & member.how.bit) != 0;
-        found = is_null ? MemberValue{} : ValueOf(record.*member.member);
-      } else if constexpr (!std::is_same_v<How, request::Level>) {
-        found = ValueOf(record.*member.member);
-      }
-    }
-  });
+  const auto look_at =
+      [&]<class Record, class Type, class How>(const request::Member<Record, Type, How>& member) {
+        if constexpr (!std::is_same_v<How, request::Level>) {
+          if (member.name == name) {
+            found = {{}, {}, DirectionOf(record.*member.member), kMoves<Type>};
+            if (const auto held = HeldBy(record, member)) {
+              if constexpr (std::is_same_v<Type, std::wstring>) {
+                found->text = *held;
+              } else {
+                found->figure = static_cast<double>(*held);
+              }
+            }
+          }
+        }
+      };
+  request::ForEachMember(table, look_at);
   return found;
 }
 

@@ -8,7 +8,6 @@
 #include "cli/format/words.h"
 
 namespace cli {
-
 namespace {
 
 constexpr std::string_view kCutMark = "…";
@@ -40,6 +39,24 @@ StyledLine Cut(const StyledLine& line, int width) {
   }
   cut.push_back({std::string(kCutMark), Tone::kDim});
   return cut;
+}
+
+const char* SequenceOf(Tone tone) {
+  switch (tone) {
+    case Tone::kPlain:
+      break;
+    case Tone::kStrong:
+      return "\x1b[1m";
+    case Tone::kDim:
+      return "\x1b[2m";
+    case Tone::kRise:
+      return "\x1b[31m";
+    case Tone::kFall:
+      return "\x1b[32m";
+    case Tone::kWarning:
+      return "\x1b[33m";
+  }
+  return "";
 }
 
 }  // namespace
@@ -135,10 +152,6 @@ std::vector<StyledLine> Table::Lines(int width) const {
   return Fitting(width).Lines();
 }
 
-void Table::Append(const Table& other) {
-  rows_.insert(rows_.end(), other.rows_.begin(), other.rows_.end());
-}
-
 Table Table::Fitting(int width) const {
   const std::vector<int> widths = Widths();
   std::vector<std::size_t> by_rank(columns_.size());
@@ -205,6 +218,20 @@ std::string TextOf(const std::vector<StyledLine>& lines, const Palette& palette)
 
 std::string TextOf(const Table& table, const Palette& palette) {
   return Render(table.Header(), palette) + "\n" + TextOf(table.Rows(), palette);
+}
+
+Tone ToneOf(double change) {
+  if (change > 0) {
+    return Tone::kRise;
+  }
+  return change < 0 ? Tone::kFall : Tone::kPlain;
+}
+
+std::string Palette::Paint(std::string_view text, Tone tone) const {
+  if (!colour_ || tone == Tone::kPlain || text.empty()) {
+    return std::string(text);
+  }
+  return SequenceOf(tone) + std::string(text) + "\x1b[0m";
 }
 
 }  // namespace cli

@@ -1,5 +1,5 @@
-// Rows under each other: cells padded to common widths in terminal columns, then painted. Used by one thread
-// at a time. A table knows nothing of what its cells mean; cells hold printable text already.
+// Rows under each other: cells padded to common widths in terminal columns, then painted, in the one place
+// where a meaning becomes a colour. A table knows nothing of what its cells mean; cells hold printable text.
 #pragma once
 
 #include <limits>
@@ -7,10 +7,24 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/format/palette.h"
 #include "cli/format/text.h"
 
 namespace cli {
+
+/// What a piece of text means to the eye. A rise is red and a fall green, as Chinese investors expect it.
+enum class Tone { kPlain, kStrong, kDim, kRise, kFall, kWarning };
+
+/// The tone of a figure that is shown with its sign.
+[[nodiscard]] Tone ToneOf(double change);
+
+class Palette {
+ public:
+  explicit Palette(bool colour) : colour_(colour) {}
+  [[nodiscard]] std::string Paint(std::string_view text, Tone tone) const;
+
+ private:
+  bool colour_;
+};
 
 struct Cell {
   std::string text;
@@ -60,7 +74,7 @@ class Table {
   /// Adds a row; a missing cell is empty, a cell too many is dropped.
   void Add(std::vector<Cell> row);
   /// Adds the rows of a table with the same columns.
-  void Append(const Table& other);
+  void Append(const Table& other) { rows_.insert(rows_.end(), other.rows_.begin(), other.rows_.end()); }
 
   [[nodiscard]] const std::vector<Column>& columns() const { return columns_; }
   [[nodiscard]] const std::vector<std::vector<Cell>>& rows() const { return rows_; }

@@ -154,6 +154,9 @@ std::string Wrapped(const std::string& text, int width, std::size_t indent) {
         cut = line.rfind(' ', cut - 1);
       } while (cut != std::string::npos && cut > begin && DisplayWidth(line.substr(0, cut)) > width);
       if (cut == std::string::npos || cut <= begin) {
+        cut = line.find(' ', begin + 1);  // after a word that no line has room for
+      }
+      if (cut == std::string::npos) {
         break;
       }
       wrapped += line.substr(0, line.find_last_not_of(' ', cut) + 1) + "\n";

@@ -1,8 +1,12 @@
-// How values become places on a chart: a linear scale from the top down, and the axis of a trading day. Pure
-// functions and values.
+// How values become places on a chart: the range of what is drawn, a linear scale from the top down, and the
+// axis of a trading day. Pure functions and values.
 #pragma once
 
 #include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "charts/stock_mline.h"
 
 namespace cli {
 
@@ -40,5 +44,20 @@ inline constexpr int kSessionMinutes = 240;
 [[nodiscard]] const char* EighthFromBelow(double part);
 /// The same from the left: " ", "▏" … "█".
 [[nodiscard]] const char* EighthFromLeft(double part);
+
+/// Smallest and largest of what is drawn; values that are no finite number do not count.
+struct Range {
+  double low = std::numeric_limits<double>::infinity();
+  double high = -std::numeric_limits<double>::infinity();
+
+  void Add(double value);
+  [[nodiscard]] bool empty() const { return low > high; }
+  /// One without height is a little higher, one that is empty or not finite is 0 to 1.
+  [[nodiscard]] Range Widened() const;
+};
+
+/// That of prices, and of averages if `average` says so; those that are missing (0) do not count. One day has
+/// its previous close in the middle.
+[[nodiscard]] Range RangeOfDays(const std::vector<MLineDay>& days, double preclose, bool average);
 
 }  // namespace cli

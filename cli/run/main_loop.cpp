@@ -71,24 +71,6 @@ class MainLoop::Impl {
     });
   }
 
-  struct Repeat {
-    asio::steady_timer timer;
-    std::chrono::milliseconds period;
-    std::function<void()> work;
-  };
-
-  static void Arm(const std::shared_ptr<Repeat>& repeat) {
-    repeat->timer.async_wait([repeat](const error_code& error) {
-      if (error) {
-        return;
-      }
-      repeat->work();
-      // A loop that was held up does not catch up on what it missed.
-      repeat->timer.expires_after(repeat->period);
-      Arm(repeat);
-    });
-  }
-
   struct Watched {
     asio::posix::stream_descriptor descriptor;
     std::function<bool()> work;
@@ -131,9 +113,12 @@ void MainLoop::After(std::chrono::milliseconds delay, std::function<void()> work
   });
 }
 
+// A loop that was held up does not catch up on what it missed.
 void MainLoop::Every(std::chrono::milliseconds period, std::function<void()> work) {
-  Impl::Arm(std::make_shared<Impl::Repeat>(
-      Impl::Repeat{asio::steady_timer(impl_->io_, period), period, std::move(work)}));
+  After(period, [this, period, work = std::move(work)] {
+    work();
+    Every(period, work);
+  });
 }
 
 void MainLoop::OnReadable(int fd, std::function<bool()> work) {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <string>
 #include <system_error>
 
 #include "cli/run/main_loop.h"
@@ -34,10 +33,6 @@ void Output::LookForReader() {
     closed_ = true;
     loop_.End();
   }
-}
-
-void Output::WriteLine(std::string_view text) {
-  Write(std::string(text) + "\n");
 }
 
 void WriteLast(int fd, std::string_view text) {

@@ -2,6 +2,7 @@
 // thread only.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace cli {
@@ -21,7 +22,7 @@ class Output {
   /// long.
   void LookForReader();
   /// `text` and a line feed, in one piece.
-  void WriteLine(std::string_view text);
+  void WriteLine(std::string_view text) { Write(std::string(text) + "\n"); }
 
  private:
   MainLoop& loop_;

@@ -7,11 +7,9 @@
 #include <cstdint>
 #include <iterator>
 #include <optional>
-#include <stdexcept>
-#include <string>
 #include <utility>
 
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/format/text.h"
 #include "host/clock.h"
 #include "host_services/stock_host.h"

@@ -6,7 +6,6 @@
 
 #include "c_stock_market.h"
 #include "cli/format/text.h"
-#include "host_services/stock_host.h"
 
 namespace cli {
 namespace {

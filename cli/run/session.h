@@ -8,7 +8,7 @@
 #include <string>
 
 #include "cli/temporary_directory.h"
-#include "cli/views/warnings.h"
+#include "cli/views/feed_health.h"
 #include "host_services/stock_host.h"
 #include "market_server/market_server.h"
 

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "cli/run/main_loop.h"
@@ -309,11 +309,14 @@ class Following final : public Run {
     }
   }
 
-  // A service that asks more often than is wanted is listened to now and then.
+  // A service that asks by itself, and more often than is wanted, is listened to now and then. A phase is
+  // news whenever it comes.
   [[nodiscard]] bool IsWanted(Clock::time_point now) const {
-    const std::chrono::milliseconds polls = views_.front()->feed().polls;
-    return !shown_at_ || options_.Interval() <= polls || polls.count() == 0 ||
-           now - *shown_at_ >= options_.Interval() - polls / 2;
+    const Feed& feed = views_.front()->feed();
+    const std::chrono::milliseconds early =
+        feed.polls.count() == 0 ? options_.Interval() / 4 : feed.polls / 2;
+    return !shown_at_ || options_.Interval() <= feed.polls || feed.name == kStateFeed.name ||
+           now - *shown_at_ >= options_.Interval() - early;
   }
 
   void Show() {

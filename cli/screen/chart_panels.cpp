@@ -12,9 +12,8 @@
 #include "cli/format/figures.h"
 #include "cli/plot/candle_chart.h"
 #include "cli/plot/minute_chart.h"
-#include "cli/screen/picture.h"
+#include "cli/screen/panel.h"
 #include "cli/screen/view_panel.h"
-#include "cli/views/trading_days.h"
 #include "host/clock.h"
 
 namespace cli {
@@ -207,7 +206,7 @@ class KLinePanel final : public ViewPanel {
       CandleChartLook look{room, CandleHeading(seen.back()), Averages(until, shown_)};
       if (cross_) {
         look.cross = static_cast<std::size_t>(*cross_ - (std::ssize(until) - count));
-        look.title = CandleFigures(seen[*look.cross]);
+        look.title = CandleFigures(seen[*look.cross], room.columns);
       }
       AddAverages(look);
       return CandleChart(seen, look);

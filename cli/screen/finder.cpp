@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "cli/format/text.h"
-#include "cli/screen/picture.h"
+#include "cli/screen/panel.h"
 
 namespace cli {
 namespace {

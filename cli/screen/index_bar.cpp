@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "cli/format/china_time.h"
-#include "cli/format/index_rows.h"
+#include "cli/format/market_rows.h"
 #include "cli/format/text.h"
-#include "cli/screen/picture.h"
+#include "cli/screen/panel.h"
 #include "host/clock.h"
 #include "host/text.h"
 #include "host_services/stock_host.h"
@@ -115,10 +115,6 @@ IndexBar::IndexBar(const ViewContext& context, const Session& session, Shows sho
   if (shows_ == Shows::kIndices) {
     indices_.Show();
   }
-}
-
-void IndexBar::FollowPhase() {
-  phase_.Show();
 }
 
 void IndexBar::Refresh() {

@@ -43,7 +43,7 @@ class IndexBar {
   IndexBar(const ViewContext& context, const Session& session, Shows shows);
 
   /// The server's clock and calendar are known: the phase is followed from now on.
-  void FollowPhase();
+  void FollowPhase() { phase_.Show(); }
   /// Asks again, unless an answer is being waited for.
   void Refresh();
 

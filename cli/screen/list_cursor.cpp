@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "cli/format/figures.h"
-#include "cli/screen/picture.h"
 
 namespace cli {
 
@@ -15,11 +14,11 @@ void ListCursor::SetRows(std::vector<std::wstring> codes) {
 
 void ListCursor::SetPage(std::vector<std::wstring> codes, std::size_t first,
                          std::optional<std::size_t> total) {
-  const auto aimed = moved_ && row() ? std::optional(codes_[*row()]) : std::nullopt;
+  const std::wstring aimed = !aim_.empty() ? aim_ : moved_ && row() ? codes_[*row()] : L"";
   codes_ = std::move(codes);
   first_ = first;
   total_ = total;
-  if (!aimed || !MoveTo(*aimed)) {
+  if (aimed.empty() || !MoveTo(aimed)) {
     row_ = std::min(row_, Last());
   }
 }
@@ -71,6 +70,12 @@ std::size_t ListCursor::Last() const {
 void ListCursor::MoveTo(std::ptrdiff_t row) {
   row_ = std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(row, 0)), Last());
   moved_ = true;
+  aim_.clear();
+}
+
+void ListCursor::Aim(const std::wstring& code, std::ptrdiff_t row) {
+  MoveTo(row);
+  aim_ = code;
 }
 
 bool ListCursor::MoveTo(const std::wstring& code) {

@@ -38,6 +38,8 @@ class ListCursor {
   void MoveTo(std::ptrdiff_t row);
   /// To the row with that code, if it is there.
   bool MoveTo(const std::wstring& code);
+  /// To the row where `code` was seen last; to the code itself as soon as its row is there.
+  void Aim(const std::wstring& code, std::ptrdiff_t row);
 
   /// Number of the cursor's row among those that are there; absent when it is none of them.
   [[nodiscard]] std::optional<std::size_t> row() const;
@@ -64,6 +66,7 @@ class ListCursor {
   std::size_t top_ = 0;    // number among `codes_` of the uppermost row that is seen
   std::size_t room_ = 30;  // before it is known how many rows there is room for
   bool moved_ = false;
+  std::wstring aim_;  // whose row is on its way; empty: nobody's
 };
 
 }  // namespace cli

@@ -12,14 +12,14 @@
 #include <utility>
 
 #include "c_stock_market.h"
-#include "cli/command.h"
+#include "cli/args/option.h"
 #include "cli/run/main_loop.h"
 #include "cli/run/output.h"
 #include "cli/run/reference_load.h"
 #include "cli/run/terminal.h"
 #include "cli/screen/curses_display.h"
 #include "cli/screen/index_bar.h"
-#include "cli/screen/pages.h"
+#include "cli/screen/page.h"
 #include "cli/screen/screen.h"
 #include "cli/screen/terminal_kind.h"
 #include "cli/screen/view_panel.h"
@@ -61,7 +61,27 @@ class LiveRun {
   LiveRun(const LiveRun&) = delete;
   LiveRun& operator=(const LiveRun&) = delete;
 
-  int Run();
+  int Run() {
+    if (Session::IsRecorded()) {
+      screen_.ShowAsOn(kRecordedFor);
+    }
+    TakeTerminal();
+    LoadReference();
+    loop_.Every(kLook, [this] {
+      output_.LookForReader();
+      Redraw();
+    });
+    loop_.Every(options_.Interval(), [this] { screen_.OnInterval(CurrentPhase()); });
+    if (const auto limit = options_.Limit()) {
+      loop_.After(*limit, [this] {
+        timed_out_ = true;
+        loop_.End();
+      });
+    }
+    Redraw();
+    loop_.Run();
+    return Leave();
+  }
 
  private:
   ScreenActions Actions() {
@@ -73,20 +93,159 @@ class LiveRun {
             [this] { bar_.Refresh(); }};
   }
 
-  void TakeTerminal();
-  void LoadReference();
-  void OnReference(bool loaded);
-  void OpenShown();
-  void OnSelection(const Security& security);
-  [[nodiscard]] Findings Find(const std::wstring& text) const;
-  void Tell(std::string text);
-  void OnEvent();
-  void Redraw();
-  void Draw();
-  [[nodiscard]] FeedReport Report(View::Clock::time_point now, stock::MarketStatus phase) const;
-  bool OnKeys();
-  void Pause();
-  int Leave();
+  // A signal may be looked at in the middle of a write: what it asks for is done after that.
+  void TakeTerminal() {
+    display_ = std::make_unique<CursesDisplay>(STDIN_FILENO, WantsColour(STDOUT_FILENO, options_.no_color));
+    terminal_ = std::make_unique<Terminal>(STDIN_FILENO, STDOUT_FILENO);
+    loop_.OnReadable(STDIN_FILENO, [this] { return OnKeys(); });
+    loop_.OnSignal(SIGWINCH, [this] { Redraw(); });
+    loop_.OnSignal(SIGTSTP, [this] { loop_.Post([this] { Pause(); }); });
+  }
+
+  // Stepping and the finder need the lists, whatever the views do.
+  void LoadReference() {
+    LoadReferenceData(loop_, Made(GetStockCommon(), "stock_common"), Needs::kLists,
+                      [this](bool loaded) { OnReference(loaded); });
+    if (shown_ != nullptr && shown_->needs == Needs::kNothing) {
+      loop_.Post([this] { OpenShown(); });
+    }
+  }
+
+  void OnReference(bool loaded) {
+    if (loaded) {
+      not_loaded_.clear();
+      selection_.OnReferenceData();
+    } else {
+      not_loaded_ = NotLoadedText(session_);
+      Tell(not_loaded_);
+    }
+    if (shown_ != nullptr && (loaded || !shown_->needs_all)) {
+      OpenShown();
+    }
+    bar_.FollowPhase();
+    Redraw();
+  }
+
+  void OpenShown() {
+    if (views_ > 0) {
+      return;
+    }
+    std::vector<std::unique_ptr<Panel>> panels;
+    Page page{"", {}};
+    for (std::unique_ptr<View>& view : shown_->make(context_.views, *GetStockCommon())) {
+      page.columns.push_back({kViewColumns, 1, {{panels.size(), kViewRows}}});
+      panels.push_back(PanelFor(context_, std::move(view)));
+    }
+    views_ = panels.size();
+    screen_.Open(std::move(panels), {page});
+    Redraw();
+  }
+
+  // Several views have securities of their own.
+  void OnSelection(const Security& security) {
+    if (shown_ == nullptr || views_ == 1) {
+      screen_.Select(security);
+    }
+    Redraw();
+  }
+
+  [[nodiscard]] Findings Find(const std::wstring& text) const {
+    if (!not_loaded_.empty()) {
+      return {{}, not_loaded_};
+    }
+    Findings findings;
+    const SecurityLists lists(*GetStockCommon());
+    for (const Match& match : lists.Find(text, kMostMatches)) {
+      findings.matches.push_back(SecurityOf(match.item->code, match.item->name));
+    }
+    return findings;
+  }
+
+  void Tell(std::string text) {
+    screen_.Tell(std::move(text));
+    Redraw();
+  }
+
+  // On any thread. What comes while one is being looked at waits for that look.
+  void OnEvent() {
+    if (!ended_ && !announced_.exchange(true)) {
+      loop_.Post([this] {
+        announced_ = false;
+        Redraw();
+      });
+    }
+  }
+
+  // Whatever arrives at the same time is drawn once.
+  void Redraw() {
+    if (!std::exchange(is_dirty_, true)) {
+      loop_.Post([this] { Draw(); });
+    }
+  }
+
+  // How the figures are that the head speaks of.
+  [[nodiscard]] FeedReport Report(View::Clock::time_point now, stock::MarketStatus phase) const {
+    if (shown_ == nullptr) {
+      return bar_.Report(now, phase);
+    }
+    const std::vector<Panel*> seen = screen_.Seen();
+    if (seen.empty()) {
+      return {FeedState::kWaiting, not_loaded_.empty() ? "waiting for data" : not_loaded_};
+    }
+    return seen.front()->Report(now, phase);
+  }
+
+  void Draw() {
+    is_dirty_ = false;
+    if (loop_.ended()) {
+      return;
+    }
+    const Terminal::Size terminal = terminal_->size();
+    const ChartSize size{terminal.columns, terminal.rows};
+    screen_.Resize(size);
+    const auto now = Panel::Clock::now();
+    const stock::MarketStatus phase = CurrentPhase();
+    const ScreenHead head = bar_.Head(Report(now, phase), phase, size.columns);
+    output_.Write(display_->Difference(screen_.Picture(head, now, phase), size));
+  }
+
+  bool OnKeys() {
+    const auto keys = display_->ReadKeys();
+    if (!keys) {
+      return false;  // no more keys; the screen goes on
+    }
+    for (const Key& key : *keys) {
+      screen_.OnKey(key);
+    }
+    Redraw();
+    return true;
+  }
+
+  void Pause() {
+    terminal_->Leave();
+    kill(getpid(), SIGSTOP);
+    terminal_->Enter();
+    display_->Forget();
+    Draw();
+  }
+
+  int Leave() {
+    const Terminal::Size terminal = terminal_->size();
+    const FeedReport report = Report(View::Clock::now(), CurrentPhase());
+    std::vector<StyledLine> newest = bar_.Table();
+    for (Panel* const panel : shown_ == nullptr ? std::vector<Panel*>() : screen_.Seen()) {
+      const auto lines = panel->Picture({terminal.columns, terminal.rows});
+      newest.insert(newest.end(), lines.begin(), lines.end());
+    }
+    display_.reset();
+    terminal_.reset();
+    WriteLast(STDOUT_FILENO, TextOf(newest, palette_));
+    if (timed_out_ && newest.empty()) {
+      Say("nothing arrived: " + report.text);
+      return kFailure;
+    }
+    return kFine;
+  }
 
   const ShowOptions options_;
   const Shown* const shown_;
@@ -107,182 +266,6 @@ class LiveRun {
   bool timed_out_ = false;
   std::size_t views_ = 0;  // of `shown_`
 };
-
-int LiveRun::Run() {
-  if (Session::IsRecorded()) {
-    screen_.ShowAsOn(kRecordedFor);
-  }
-  TakeTerminal();
-  LoadReference();
-  loop_.Every(kLook, [this] {
-    output_.LookForReader();
-    Redraw();
-  });
-  loop_.Every(options_.Interval(), [this] { screen_.OnInterval(CurrentPhase()); });
-  if (const auto limit = options_.Limit()) {
-    loop_.After(*limit, [this] {
-      timed_out_ = true;
-      loop_.End();
-    });
-  }
-  Redraw();
-  loop_.Run();
-  return Leave();
-}
-
-// A signal may be looked at in the middle of a write: what it asks for is done after that.
-void LiveRun::TakeTerminal() {
-  display_ = std::make_unique<CursesDisplay>(STDIN_FILENO, WantsColour(STDOUT_FILENO, options_.no_color));
-  terminal_ = std::make_unique<Terminal>(STDIN_FILENO, STDOUT_FILENO);
-  loop_.OnReadable(STDIN_FILENO, [this] { return OnKeys(); });
-  loop_.OnSignal(SIGWINCH, [this] { Redraw(); });
-  loop_.OnSignal(SIGTSTP, [this] { loop_.Post([this] { Pause(); }); });
-}
-
-// Stepping and the finder need the lists, whatever the views do.
-void LiveRun::LoadReference() {
-  LoadReferenceData(loop_, Made(GetStockCommon(), "stock_common"), Needs::kLists,
-                    [this](bool loaded) { OnReference(loaded); });
-  if (shown_ != nullptr && shown_->needs == Needs::kNothing) {
-    loop_.Post([this] { OpenShown(); });
-  }
-}
-
-void LiveRun::OnReference(bool loaded) {
-  if (loaded) {
-    not_loaded_.clear();
-    selection_.OnReferenceData();
-  } else {
-    not_loaded_ = NotLoadedText(session_);
-    Tell(not_loaded_);
-  }
-  if (shown_ != nullptr && (loaded || !shown_->needs_all)) {
-    OpenShown();
-  }
-  bar_.FollowPhase();
-  Redraw();
-}
-
-void LiveRun::OpenShown() {
-  if (views_ > 0) {
-    return;
-  }
-  std::vector<std::unique_ptr<Panel>> panels;
-  Page page{"", {}};
-  for (std::unique_ptr<View>& view : shown_->make(context_.views, *GetStockCommon())) {
-    page.columns.push_back({kViewColumns, 1, {{panels.size(), kViewRows}}});
-    panels.push_back(PanelFor(context_, std::move(view)));
-  }
-  views_ = panels.size();
-  screen_.Open(std::move(panels), {page});
-  Redraw();
-}
-
-// Several views have securities of their own.
-void LiveRun::OnSelection(const Security& security) {
-  if (shown_ == nullptr || views_ == 1) {
-    screen_.Select(security);
-  }
-  Redraw();
-}
-
-Findings LiveRun::Find(const std::wstring& text) const {
-  if (!not_loaded_.empty()) {
-    return {{}, not_loaded_};
-  }
-  Findings findings;
-  const SecurityLists lists(*GetStockCommon());
-  for (const Match& match : lists.Find(text, kMostMatches)) {
-    findings.matches.push_back(SecurityOf(match.item->code, match.item->name));
-  }
-  return findings;
-}
-
-void LiveRun::Tell(std::string text) {
-  screen_.Tell(std::move(text));
-  Redraw();
-}
-
-// On any thread. What comes while one is being looked at waits for that look.
-void LiveRun::OnEvent() {
-  if (!ended_ && !announced_.exchange(true)) {
-    loop_.Post([this] {
-      announced_ = false;
-      Redraw();
-    });
-  }
-}
-
-// Whatever arrives at the same time is drawn once.
-void LiveRun::Redraw() {
-  if (!std::exchange(is_dirty_, true)) {
-    loop_.Post([this] { Draw(); });
-  }
-}
-
-// How the figures are that the head speaks of.
-FeedReport LiveRun::Report(View::Clock::time_point now, stock::MarketStatus phase) const {
-  if (shown_ == nullptr) {
-    return bar_.Report(now, phase);
-  }
-  const std::vector<Panel*> seen = screen_.Seen();
-  if (seen.empty()) {
-    return {FeedState::kWaiting, not_loaded_.empty() ? "waiting for data" : not_loaded_};
-  }
-  return seen.front()->Report(now, phase);
-}
-
-void LiveRun::Draw() {
-  is_dirty_ = false;
-  if (loop_.ended()) {
-    return;
-  }
-  const Terminal::Size terminal = terminal_->size();
-  const ChartSize size{terminal.columns, terminal.rows};
-  screen_.Resize(size);
-  const auto now = Panel::Clock::now();
-  const stock::MarketStatus phase = CurrentPhase();
-  const ScreenHead head = bar_.Head(Report(now, phase), phase, size.columns);
-  output_.Write(display_->Difference(screen_.Picture(head, now, phase), size));
-}
-
-bool LiveRun::OnKeys() {
-  const auto keys = display_->ReadKeys();
-  if (!keys) {
-    return false;  // no more keys; the screen goes on
-  }
-  for (const Key& key : *keys) {
-    screen_.OnKey(key);
-  }
-  Redraw();
-  return true;
-}
-
-void LiveRun::Pause() {
-  terminal_->Leave();
-  kill(getpid(), SIGSTOP);
-  terminal_->Enter();
-  display_->Forget();
-  Draw();
-}
-
-int LiveRun::Leave() {
-  const Terminal::Size terminal = terminal_->size();
-  const FeedReport report = Report(View::Clock::now(), CurrentPhase());
-  std::vector<StyledLine> newest = bar_.Table();
-  for (Panel* const panel : shown_ == nullptr ? std::vector<Panel*>() : screen_.Seen()) {
-    const auto lines = panel->Picture({terminal.columns, terminal.rows});
-    newest.insert(newest.end(), lines.begin(), lines.end());
-  }
-  display_.reset();
-  terminal_.reset();
-  WriteLast(STDOUT_FILENO, TextOf(newest, palette_));
-  if (timed_out_ && newest.empty()) {
-    Say("nothing arrived: " + report.text);
-    return kFailure;
-  }
-  return kFine;
-}
 
 }  // namespace
 

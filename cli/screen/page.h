@@ -1,12 +1,14 @@
 // What stands where on the pages of the live screen: columns side by side, panels under each other. A larger
-// terminal has room for more of them. Pure functions.
+// terminal has room for more of them. A new panel is one line of the table. Main thread only.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string_view>
 #include <vector>
 
 #include "cli/plot/axes.h"
+#include "cli/screen/panel.h"
 
 namespace cli {
 
@@ -39,5 +41,10 @@ inline constexpr int kPageGap = 3;
 
 /// As many columns and parts, from the first on, as `room` is large enough for; the first part always.
 [[nodiscard]] std::vector<PlacedPart> Place(const Page& page, const Area& room);
+
+/// All panels, hidden, in the order in which pages number them.
+[[nodiscard]] std::vector<std::unique_ptr<Panel>> MakePanels(PanelContext& context);
+
+[[nodiscard]] std::vector<Page> Pages();
 
 }  // namespace cli

@@ -11,6 +11,7 @@
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
 #include "cli/screen/key.h"
+#include "cli/views/feed_health.h"
 #include "cli/views/securities.h"
 #include "cli/views/view.h"
 #include "host/calendar.h"
@@ -82,5 +83,16 @@ class Panel {
   Panel(const Panel&) = delete;
   Panel& operator=(const Panel&) = delete;
 };
+
+/// `lines` cut to at most `size`.
+[[nodiscard]] std::vector<StyledLine> CutTo(std::vector<StyledLine> lines, const ChartSize& size);
+
+/// What `draw` draws in `size`; where there is no room for a chart, its first line alone, and below it how
+/// much room it takes.
+[[nodiscard]] std::vector<StyledLine> ChartIn(
+    const ChartSize& size, const std::function<std::vector<StyledLine>(const ChartSize&)>& draw);
+
+/// The state of a feed: a mark for the eye, and the words.
+[[nodiscard]] StyledLine StateLine(const FeedReport& report);
 
 }  // namespace cli

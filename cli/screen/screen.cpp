@@ -8,7 +8,6 @@
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "cli/format/words.h"
-#include "cli/screen/picture.h"
 
 namespace cli {
 namespace {

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "cli/format/words.h"
-#include "cli/screen/picture.h"
 
 namespace cli {
 namespace {
@@ -208,7 +207,7 @@ void ListPanel::Select(const Security& security) {
     const auto known = std::find_if(whole.begin(), whole.end(),
                                     [&](const BaseInfoItem& item) { return item.code == current_.code; });
     if (known != whole.end()) {
-      cursor_.MoveTo(known - whole.begin());
+      cursor_.Aim(current_.code, known - whole.begin());
     }
   }
   TurnPage();

@@ -34,10 +34,10 @@ class ViewPanel : public Panel {
     return view_->Report(now, phase);
   }
   [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override;
+  [[nodiscard]] View& view() const { return *view_; }
 
  protected:
   [[nodiscard]] PanelContext& context() const { return context_; }
-  [[nodiscard]] View& view() const { return *view_; }
   /// True when `key` turned one of the view's knobs, or orders its rows by a column.
   bool TurnKnob(const Key& key);
   /// Orders the rows by the column whose title stands at `column` of `header`, if they can be.

@@ -1,17 +1,25 @@
 #include "cli/views/feed_health.h"
 
 #include <algorithm>
-#include <utility>
+#include <cctype>
 
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
+#include "host/clock.h"
 
 namespace cli {
-
 namespace {
 
 // Feeds move every few seconds: what stands for less than this has not stopped.
 constexpr std::chrono::milliseconds kQuiet(10'000);
+
+void AddTo(Warnings::Lines& lines, const std::string& line) {
+  ++lines.count;
+  lines.last = line;
+  if (lines.first.empty()) {
+    lines.first = line;
+  }
+}
 
 }  // namespace
 
@@ -94,6 +102,47 @@ FeedReport FeedHealth::Report(Clock::time_point now, stock::MarketStatus phase) 
     return {FeedState::kUnchanged, "unchanged since " + ClockTime(changed_server_time_)};
   }
   return {FeedState::kLive, "live"};
+}
+
+stock_host::EndpointCounters CountersOf(std::string_view endpoint) {
+  const stock_host::Counters counters = stock_host::ReadCounters();
+  const auto found = counters.endpoints.find(std::string(endpoint));
+  return found == counters.endpoints.end() ? stock_host::EndpointCounters() : found->second;
+}
+
+std::pair<std::uint64_t, std::string> FailuresOfHistory() {
+  const stock_host::EndpointCounters counters = CountersOf("history");
+  return {counters.failed, Printable(counters.last_error)};
+}
+
+stock::MarketStatus CurrentPhase() {
+  return stock::CheckMarketStatus(static_cast<std::uint32_t>(common::GetCurrentServerTime()));
+}
+
+// Writers are classes of the module: nothing that a server sends adds one.
+void Warnings::Add(std::string_view line) {
+  const std::string text = Printable(line);
+  const std::size_t end = text.find("::");
+  const auto is_letter = [](unsigned char c) { return std::isalnum(c) != 0; };
+  const bool has_writer =
+      end != std::string::npos &&
+      std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), is_letter);
+  const std::lock_guard lock(mutex_);
+  AddTo(all_, text);
+  if (has_writer) {
+    AddTo(writers_[text.substr(0, end)], text);
+  }
+}
+
+Warnings::Lines Warnings::All() const {
+  const std::lock_guard lock(mutex_);
+  return all_;
+}
+
+Warnings::Lines Warnings::Of(std::string_view writer) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = writers_.find(writer);
+  return found == writers_.end() ? Lines() : found->second;
 }
 
 }  // namespace cli

@@ -1,34 +1,25 @@
 #include "cli/views/list_views.h"
 
-#include <algorithm>
-#include <limits>
-#include <string_view>
-#include <type_traits>
-#include <utility>
-
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
-#include "cli/format/index_rows.h"
-#include "cli/format/record_tables.h"
+#include "cli/format/quote_rows.h"
 #include "host_services/stock_host.h"
 #include "quotes/index_market_table.h"
-#include "quotes/stock_market_item_table.h"
-#include "ranking/plate_market_summary_table.h"
-#include "ranking/stock_market_summary_table.h"
 
 namespace cli {
-namespace {
 
-std::wstring Wide(std::string_view ascii) {
-  return {ascii.begin(), ascii.end()};
+std::wstring ListChoice::Key(const std::wstring& what, const RowRange& shown) const {
+  return what + Wide(" " + order.Key() + " " + RowsText(shown));
 }
 
-template <class Number>
-Number As(int number) {
-  return static_cast<Number>(number);
+std::vector<MemberColumn> ListChoice::Columns(const ListLook& look, bool all) const {
+  const std::string_view sorted_by = NameOf(order.columns, order.column);
+  if (!columns.empty()) {
+    return look.Chosen(columns);
+  }
+  return all ? look.All(sorted_by) : look.Usual(sorted_by);
 }
 
-// Asks for code and name of a whole list; false without a service.
 bool AskForItems(IStockMarket* market, const ListChoice& list, const CodeNameCallback& done) {
   if (market != nullptr) {
     market->FetchStockItems(list.order.column, list.order.direction, list.group, done);
@@ -41,33 +32,6 @@ bool AskForItems(IPlateMarket* market, const ListChoice& list, const CodeNameCal
     market->FetchPlateItems(list.order.column, list.order.direction, list.group, done);
   }
   return market != nullptr;
-}
-
-// What differs between boards and plates.
-template <class Service>
-constexpr bool kIsBoard = std::is_same_v<Service, IStockMarket>;
-
-template <class Service>
-Service* Market() {
-  if constexpr (kIsBoard<Service>) {
-    return GetStockMarket();
-  } else {
-    return GetPlateMarket();
-  }
-}
-
-}  // namespace
-
-std::wstring ListChoice::Key(const std::wstring& what, const RowRange& shown) const {
-  return what + Wide(" " + order.Key() + " " + RowsText(shown));
-}
-
-std::vector<MemberColumn> ListChoice::Columns(const ListLook& look, bool all) const {
-  const std::string_view sorted_by = NameOf(order.columns, order.column);
-  if (!columns.empty()) {
-    return look.Chosen(columns);
-  }
-  return all ? look.All(sorted_by) : look.Usual(sorted_by);
 }
 
 // --- Indices
@@ -105,60 +69,7 @@ Sheet IndexView::AsSheet() const {
   return SheetOf(quotes::kIndexMarketSummaryTable, figures());
 }
 
-// --- Boards and plates
-
-template <class Service, class KeyType>
-QuotesView<Service, KeyType>::QuotesView(const ViewContext& context, const ListChoice& choice)
-    : PagedView<Service, Quotes, KeyType>(context, kIsBoard<Service> ? kBoardFeed : kPlatesFeed,
-                                          &Market<Service>, kIsBoard<Service> ? Boards() : PlateKinds(),
-                                          choice) {
-  this->FollowList();
-}
-
-template <class Service, class KeyType>
-std::string QuotesView<Service, KeyType>::Title() const {
-  const std::string what = kIsBoard<Service> ? "board: " + std::string(HelpOf(Boards(), this->choice().group))
-                                             : this->GroupName() + " plates";
-  return what + " " + this->choice().order.Title() + this->RangeText();
-}
-
-template <class Service, class KeyType>
-std::wstring QuotesView<Service, KeyType>::Key() const {
-  return this->choice().Key(Wide(this->GroupName()), this->range());
-}
-
-template <class Service, class KeyType>
-KeyType QuotesView<Service, KeyType>::Target() const {
-  const ListChoice& list = this->choice();
-  return {As<std::uint32_t>(list.group), As<std::uint32_t>(list.order.column),
-          As<std::uint32_t>(list.order.direction), this->Asked().start, this->Asked().end};
-}
-
-template <class Service, class KeyType>
-std::vector<Security> QuotesView<Service, KeyType>::SecuritiesOf(const Quotes& quotes) const {
-  return SecuritiesIn(quotes, &StockMarketItem::code,
-                      kIsBoard<Service> ? stock::kSymbolStock : stock::kSymbolPlate);
-}
-
-template <class Service, class KeyType>
-Table QuotesView<Service, KeyType>::TableOf(bool all_columns) const {
-  const auto columns = this->choice().Columns(kIsBoard<Service> ? BoardLook() : PlatesLook(), all_columns);
-  return kIsBoard<Service> ? BoardTable(this->data(), columns) : PlateTable(this->data(), columns);
-}
-
-template <class Service, class KeyType>
-void QuotesView<Service, KeyType>::AskForNames(const CodeNameCallback& done) {
-  AskForItems(Market<Service>(), this->choice(), done);
-}
-
-template <class Service, class KeyType>
-Sheet QuotesView<Service, KeyType>::AsSheet() const {
-  return kIsBoard<Service> ? SheetOf(quotes::kBoardTable, quotes::kFigureTable, this->data())
-                           : SheetOf(quotes::kPlateTable, this->data());
-}
-
-template class QuotesView<IStockMarket, StockRangeRankingTarget>;
-template class QuotesView<IPlateMarket, PlateRangeRankingTarget>;
+// --- Stocks of a plate
 
 MembersView::MembersView(const ViewContext& context, const ListChoice& choice)
     : PagedView(context, kMembersFeed, &GetPlateStockMarket, {}, choice) {
@@ -176,25 +87,8 @@ void MembersView::Select(const Security& security) {
   }
 }
 
-PlateStockRankingTarget MembersView::Target() const {
-  return {plate_.code, As<std::uint32_t>(choice().order.column), As<std::uint32_t>(choice().order.direction),
-          Asked().start, Asked().end};
-}
-
-std::vector<Security> MembersView::SecuritiesOf(const PlateStockMarketData& data) const {
-  return SecuritiesIn(data.stocks, &StockMarketSummary::code, stock::kSymbolStock);
-}
-
-Table MembersView::TableOf(bool /*all_columns*/) const {
-  return RankedTable(data().stocks, {"row", first_row()});
-}
-
 std::optional<std::size_t> MembersView::total() const {
   return data().stocks.empty() ? std::nullopt : std::optional(static_cast<std::size_t>(data().total_num));
-}
-
-std::string MembersView::Note() const {
-  return std::to_string(data().total_num) + " stocks in all";
 }
 
 Sheet MembersView::AsSheet() const {
@@ -207,45 +101,6 @@ Sheet MembersView::AsSheet() const {
 }
 
 // --- The first by a column
-
-template <class Service, class Row>
-Table RankingView<Service, Row>::AsTable() const {
-  return RankedTable(this->figures());
-}
-
-template <class Service, class Row>
-std::vector<Security> RankingView<Service, Row>::Securities() const {
-  if constexpr (std::is_same_v<Row, StockMarketSummary>) {
-    return SecuritiesIn(this->figures(), &Row::code, stock::kSymbolStock);
-  } else {
-    return SecuritiesIn(this->figures(), &Row::bk, stock::kSymbolPlate);
-  }
-}
-
-template <class Service, class Row>
-Sheet RankingView<Service, Row>::AsSheet() const {
-  if constexpr (std::is_same_v<Row, StockMarketSummary>) {
-    return SheetOf(ranking::kStockMarketSummaryTable, this->figures());
-  } else {
-    return SheetOf(ranking::kPlateMarketSummaryTable, this->figures());
-  }
-}
-
-template <class Service, class Row>
-std::string RankingView<Service, Row>::Title() const {
-  const std::string what = std::is_same_v<Row, StockMarketSummary>
-                               ? std::string(HelpOf(Boards(), this->choice().group))
-                               : this->GroupName() + " plates";
-  return "top " + std::to_string(count_) + " of " + what + " " + this->choice().order.Title();
-}
-
-template <class Service, class Row>
-std::wstring RankingView<Service, Row>::Key() const {
-  return Wide(this->GroupName() + " " + this->choice().order.Key() + " " + std::to_string(count_));
-}
-
-template class RankingView<IStockRanking, StockMarketSummary>;
-template class RankingView<IPlateRanking, PlateMarketSummary>;
 
 StockRankingView::StockRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count,
                                    bool five_minutes)
@@ -275,33 +130,11 @@ std::optional<KnobSetting> StockRankingView::SettingOf(Knob knob) const {
   return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0} : RankingView::SettingOf(knob);
 }
 
-std::string StockRankingView::Title() const {
-  return RankingView::Title() + (five_minutes_ ? ", within five minutes" : "");
-}
-
-std::wstring StockRankingView::Key() const {
-  return RankingView::Key() + (five_minutes_ ? L" five_minutes" : L"");
-}
-
-PlateRankingView::PlateRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count)
-    : RankingView(context, kPlateRankingFeed, PlateKinds(), choice, count) {
-  FollowList();
-}
-
-void PlateRankingView::FollowList() {
-  Follow(
-      kPlateRankingFeed, [kind = choice().group] { return GetPlateRanking(kind, false); }, Target());
-}
-
 // --- The user's own list
 
 WatchListView::WatchListView(const ViewContext& context, const ListChoice& choice)
     : ListView(context, kWatchListFeed, &GetOptionalStockMarket, {}, choice) {
   FollowList();
-}
-
-void WatchListView::FollowList() {
-  Follow({As<std::uint32_t>(choice().order.column), As<std::uint32_t>(choice().order.direction)});
 }
 
 std::string WatchListView::WhyNothingToAsk() const {
@@ -313,14 +146,6 @@ std::string WatchListView::WhyNothingToAsk() const {
 std::string WatchListView::Title() const {
   const std::string order = choice().order.Title();
   return order.empty() ? "watch list" : "watch list " + order;
-}
-
-std::wstring WatchListView::Key() const {
-  return Wide(choice().order.Key());
-}
-
-Table WatchListView::TableOf(bool all_columns) const {
-  return WatchListTable(figures(), choice().Columns(WatchListLook(), all_columns));
 }
 
 std::vector<StyledLine> WatchListView::Lines(int width) const {
@@ -339,10 +164,6 @@ std::vector<Security> WatchListView::Securities() const {
     rows.push_back(SecurityOf(quote.code, quote.name));
   }
   return rows;
-}
-
-std::string WatchListView::WhyNothingIn(const Delivery<std::vector<OptionalMarketItem>>& delivery) const {
-  return delivery.data.empty() ? "the server knows nothing of the watch list" : "";
 }
 
 Sheet WatchListView::AsSheet() const {
@@ -366,11 +187,6 @@ ItemsView::ItemsView(const ViewContext& context, Of of, const ListChoice& choice
   Begin();
 }
 
-bool ItemsView::Ask(const std::function<void(const CodeNameList&)>& done) {
-  return of_ == Of::kStocks ? AskForItems(GetStockMarket(), choice_, done)
-                            : AskForItems(GetPlateMarket(), choice_, done);
-}
-
 // The wanted rows: the server sends all.
 CodeNameList ItemsView::Rows() const {
   const CodeNameList& items = figures();
@@ -384,10 +200,6 @@ CodeNameList ItemsView::Rows() const {
 std::wstring ItemsView::Key() const {
   const std::string_view what = NameOf(of_ == Of::kStocks ? Boards() : PlateKinds(), choice_.group);
   return choice_.Key(L"items " + Wide(what), choice_.rows.value_or(RowRange{0, RowRange::kOpen}));
-}
-
-std::string ItemsView::Note() const {
-  return std::to_string(Rows().size()) + " of " + std::to_string(figures().size());
 }
 
 }  // namespace cli

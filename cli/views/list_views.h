@@ -11,16 +11,19 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "c_stock_market.h"
-#include "cli/format/base_info.h"
+#include "cli/format/market_rows.h"
 #include "cli/format/quote_rows.h"
-#include "cli/views/order.h"
-#include "cli/views/row_range.h"
 #include "cli/views/service_view.h"
 #include "cli/views/vocabulary.h"
+#include "quotes/stock_market_item_table.h"
+#include "ranking/plate_market_summary_table.h"
+#include "ranking/stock_market_summary_table.h"
 
 namespace cli {
 
@@ -34,6 +37,11 @@ class IndexView final : public ServiceView<IIndexMarket, std::vector<IndexMarket
   [[nodiscard]] std::vector<StyledLine> LogLines(bool with_header) const override;
   [[nodiscard]] Sheet AsSheet() const override;
 };
+
+/// `ascii` as services have their texts.
+[[nodiscard]] inline std::wstring Wide(std::string_view ascii) {
+  return {ascii.begin(), ascii.end()};
+}
 
 /// What a list is made of and how it looks.
 struct ListChoice {
@@ -54,6 +62,10 @@ struct ListChoice {
   choice.order = {columns, column};
   return choice;
 }
+
+/// Asks for code and name of a whole list of stocks or plates; false without a service.
+bool AskForItems(IStockMarket* market, const ListChoice& list, const CodeNameCallback& done);
+bool AskForItems(IPlateMarket* market, const ListChoice& list, const CodeNameCallback& done);
 
 /// A list that the server sends page by page.
 class PagedList {
@@ -126,6 +138,10 @@ class ListView : public ServiceView<Service, Data, KeyType> {
       : ServiceView<Service, Data, KeyType>(context, feed, get), groups_(groups), choice_(choice) {}
 
   [[nodiscard]] const ListChoice& choice() const { return choice_; }
+  [[nodiscard]] std::uint32_t Column() const { return static_cast<std::uint32_t>(choice_.order.column); }
+  [[nodiscard]] std::uint32_t Direction() const {
+    return static_cast<std::uint32_t>(choice_.order.direction);
+  }
   /// Name of the group: "all".
   [[nodiscard]] std::string GroupName() const { return std::string(NameOf(groups_, choice_.group)); }
 
@@ -253,16 +269,46 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
 template <class Service, class KeyType>
 class QuotesView final : public PagedView<Service, Quotes, KeyType> {
  public:
-  QuotesView(const ViewContext& context, const ListChoice& choice);
-  [[nodiscard]] std::string Title() const override;
-  [[nodiscard]] std::wstring Key() const override;
-  [[nodiscard]] Sheet AsSheet() const override;
+  QuotesView(const ViewContext& context, const ListChoice& choice)
+      : PagedView<Service, Quotes, KeyType>(context, kIsBoard ? kBoardFeed : kPlatesFeed, &Market,
+                                            kIsBoard ? Boards() : PlateKinds(), choice) {
+    this->FollowList();
+  }
+  [[nodiscard]] std::string Title() const override {
+    const std::string what = kIsBoard ? "board: " + std::string(HelpOf(Boards(), this->choice().group))
+                                      : this->GroupName() + " plates";
+    return what + " " + this->choice().order.Title() + this->RangeText();
+  }
+  [[nodiscard]] std::wstring Key() const override {
+    return this->choice().Key(Wide(this->GroupName()), this->range());
+  }
+  [[nodiscard]] Sheet AsSheet() const override {
+    return kIsBoard ? SheetOf(quotes::kBoardTable, quotes::kFigureTable, this->data())
+                    : SheetOf(quotes::kPlateTable, this->data());
+  }
 
  private:
-  [[nodiscard]] KeyType Target() const override;
-  [[nodiscard]] std::vector<Security> SecuritiesOf(const Quotes& quotes) const override;
-  [[nodiscard]] Table TableOf(bool all_columns) const override;
-  void AskForNames(const CodeNameCallback& done) override;
+  static constexpr bool kIsBoard = std::is_same_v<Service, IStockMarket>;
+
+  static Service* Market() {
+    if constexpr (kIsBoard) {
+      return GetStockMarket();
+    } else {
+      return GetPlateMarket();
+    }
+  }
+  [[nodiscard]] KeyType Target() const override {
+    return {static_cast<std::uint32_t>(this->choice().group), this->Column(), this->Direction(),
+            this->Asked().start, this->Asked().end};
+  }
+  [[nodiscard]] std::vector<Security> SecuritiesOf(const Quotes& quotes) const override {
+    return SecuritiesIn(quotes, &StockMarketItem::code, kIsBoard ? stock::kSymbolStock : stock::kSymbolPlate);
+  }
+  [[nodiscard]] Table TableOf(bool all_columns) const override {
+    const auto columns = this->choice().Columns(kIsBoard ? BoardLook() : PlatesLook(), all_columns);
+    return kIsBoard ? BoardTable(this->data(), columns) : PlateTable(this->data(), columns);
+  }
+  void AskForNames(const CodeNameCallback& done) override { AskForItems(Market(), this->choice(), done); }
 };
 
 using BoardView = QuotesView<IStockMarket, StockRangeRankingTarget>;
@@ -274,16 +320,24 @@ class MembersView final : public PagedView<IPlateStockMarket, PlateStockMarketDa
   MembersView(const ViewContext& context, const ListChoice& choice);
   [[nodiscard]] std::string Title() const override;
   [[nodiscard]] std::wstring Key() const override { return choice().Key(plate_.code, range()); }
-  [[nodiscard]] std::string Note() const override;
+  [[nodiscard]] std::string Note() const override {
+    return std::to_string(data().total_num) + " stocks in all";
+  }
   [[nodiscard]] Sheet AsSheet() const override;
   [[nodiscard]] std::optional<std::size_t> total() const override;
   /// A security that is no plate is ignored.
   void Select(const Security& security) override;
 
  private:
-  [[nodiscard]] PlateStockRankingTarget Target() const override;
-  [[nodiscard]] std::vector<Security> SecuritiesOf(const PlateStockMarketData& data) const override;
-  [[nodiscard]] Table TableOf(bool all_columns) const override;
+  [[nodiscard]] PlateStockRankingTarget Target() const override {
+    return {plate_.code, Column(), Direction(), Asked().start, Asked().end};
+  }
+  [[nodiscard]] std::vector<Security> SecuritiesOf(const PlateStockMarketData& data) const override {
+    return SecuritiesIn(data.stocks, &StockMarketSummary::code, stock::kSymbolStock);
+  }
+  [[nodiscard]] Table TableOf(bool /*all_columns*/) const override {
+    return RankedTable(data().stocks, {"row", first_row()});
+  }
 
   Security plate_;
 };
@@ -292,11 +346,29 @@ class MembersView final : public PagedView<IPlateStockMarket, PlateStockMarketDa
 template <class Service, class Row>
 class RankingView : public ListView<Service, std::vector<Row>, RankingTarget> {
  public:
-  [[nodiscard]] Table AsTable() const override;
-  [[nodiscard]] std::vector<Security> Securities() const override;
-  [[nodiscard]] Sheet AsSheet() const override;
-  [[nodiscard]] std::string Title() const override;
-  [[nodiscard]] std::wstring Key() const override;
+  [[nodiscard]] Table AsTable() const override { return RankedTable(this->figures()); }
+  [[nodiscard]] std::vector<Security> Securities() const override {
+    if constexpr (kIsOfStocks) {
+      return SecuritiesIn(this->figures(), &Row::code, stock::kSymbolStock);
+    } else {
+      return SecuritiesIn(this->figures(), &Row::bk, stock::kSymbolPlate);
+    }
+  }
+  [[nodiscard]] Sheet AsSheet() const override {
+    if constexpr (kIsOfStocks) {
+      return SheetOf(ranking::kStockMarketSummaryTable, this->figures());
+    } else {
+      return SheetOf(ranking::kPlateMarketSummaryTable, this->figures());
+    }
+  }
+  [[nodiscard]] std::string Title() const override {
+    const std::string what =
+        kIsOfStocks ? std::string(HelpOf(Boards(), this->choice().group)) : this->GroupName() + " plates";
+    return "top " + std::to_string(count_) + " of " + what + " " + this->choice().order.Title();
+  }
+  [[nodiscard]] std::wstring Key() const override {
+    return Wide(this->GroupName() + " " + this->choice().order.Key() + " " + std::to_string(count_));
+  }
 
  protected:
   RankingView(const ViewContext& context, const Feed& feed, Choices groups, const ListChoice& choice,
@@ -308,6 +380,8 @@ class RankingView : public ListView<Service, std::vector<Row>, RankingTarget> {
   }
 
  private:
+  static constexpr bool kIsOfStocks = std::is_same_v<Row, StockMarketSummary>;
+
   [[nodiscard]] std::string WhyNothingIn(const Delivery<std::vector<Row>>& delivery) const override {
     return delivery.data.empty() ? "the list has no row" : "";
   }
@@ -320,8 +394,12 @@ class StockRankingView final : public RankingView<IStockRanking, StockMarketSumm
  public:
   StockRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count,
                    bool five_minutes);
-  [[nodiscard]] std::string Title() const override;
-  [[nodiscard]] std::wstring Key() const override;
+  [[nodiscard]] std::string Title() const override {
+    return RankingView::Title() + (five_minutes_ ? ", within five minutes" : "");
+  }
+  [[nodiscard]] std::wstring Key() const override {
+    return RankingView::Key() + (five_minutes_ ? L" five_minutes" : L"");
+  }
   bool Turn(Knob knob, int step) override;
   [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
 
@@ -333,10 +411,16 @@ class StockRankingView final : public RankingView<IStockRanking, StockMarketSumm
 
 class PlateRankingView final : public RankingView<IPlateRanking, PlateMarketSummary> {
  public:
-  PlateRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count);
+  PlateRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count)
+      : RankingView(context, kPlateRankingFeed, PlateKinds(), choice, count) {
+    FollowList();
+  }
 
  private:
-  void FollowList() override;
+  void FollowList() override {
+    Follow(
+        kPlateRankingFeed, [kind = choice().group] { return GetPlateRanking(kind, false); }, Target());
+  }
 };
 
 class WatchListView final
@@ -344,7 +428,7 @@ class WatchListView final
  public:
   WatchListView(const ViewContext& context, const ListChoice& choice);
   [[nodiscard]] std::string Title() const override;
-  [[nodiscard]] std::wstring Key() const override;
+  [[nodiscard]] std::wstring Key() const override { return Wide(choice().order.Key()); }
   [[nodiscard]] Table AsTable() const override { return TableOf(true); }
   /// The table, and below it what there is no quote of.
   [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
@@ -355,10 +439,14 @@ class WatchListView final
   [[nodiscard]] std::string WhyNothingToAsk() const override;
 
  private:
-  void FollowList() override;
-  [[nodiscard]] Table TableOf(bool all_columns) const;
+  void FollowList() override { Follow({Column(), Direction()}); }
+  [[nodiscard]] Table TableOf(bool all_columns) const {
+    return WatchListTable(figures(), choice().Columns(WatchListLook(), all_columns));
+  }
   [[nodiscard]] std::string WhyNothingIn(
-      const Delivery<std::vector<OptionalMarketItem>>& delivery) const override;
+      const Delivery<std::vector<OptionalMarketItem>>& delivery) const override {
+    return delivery.data.empty() ? "the server knows nothing of the watch list" : "";
+  }
   // Others ask the same endpoint: its answers say nothing about this list.
   [[nodiscard]] std::string NothingText() const override { return {}; }
 };
@@ -370,12 +458,17 @@ class ItemsView final : public AnswerView<CodeNameList> {
   ItemsView(const ViewContext& context, Of of, const ListChoice& choice);
   [[nodiscard]] std::string Title() const override { return "items"; }
   [[nodiscard]] std::wstring Key() const override;
-  [[nodiscard]] std::string Note() const override;
+  [[nodiscard]] std::string Note() const override {
+    return std::to_string(Rows().size()) + " of " + std::to_string(figures().size());
+  }
   [[nodiscard]] Table AsTable() const override { return CodeNameTable(Rows()); }
   [[nodiscard]] Sheet AsSheet() const override { return CodeNameSheet(Rows()); }
 
  private:
-  bool Ask(const std::function<void(const CodeNameList&)>& done) override;
+  bool Ask(const std::function<void(const CodeNameList&)>& done) override {
+    return of_ == Of::kStocks ? AskForItems(GetStockMarket(), choice_, done)
+                              : AskForItems(GetPlateMarket(), choice_, done);
+  }
   [[nodiscard]] CodeNameList Rows() const;
 
   const Of of_;

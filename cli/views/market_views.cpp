@@ -12,13 +12,9 @@
 #include "analytics/stock_purchase_table.h"
 #include "analytics/stock_unusual_event_table.h"
 #include "analytics/strength_rating_table.h"
-#include "cli/format/base_info.h"
 #include "cli/format/china_time.h"
-#include "cli/format/event_rows.h"
 #include "cli/format/figures.h"
-#include "cli/plot/market_charts.h"
-#include "cli/views/symbols.h"
-#include "cli/views/trading_days.h"
+#include "cli/views/securities.h"
 #include "host/text.h"
 
 namespace cli {
@@ -51,14 +47,6 @@ Cell FigureCell(float value, int decimals) {
 
 // --- Phase
 
-StateView::StateView(const ViewContext& context) : ServiceView(context, kStateFeed, &GetStockMarketState) {
-  Follow(L"CN");
-}
-
-std::wstring StateView::Caption() const {
-  return figures().valid ? figures().text : std::wstring();
-}
-
 std::vector<StyledLine> StateView::LogLines(bool /*with_header*/) const {
   const StockMarketState& state = newest()->data;
   StyledLine line = {{DateAndTime(server_time()) + "  ", Tone::kDim}};
@@ -80,8 +68,7 @@ Sheet StateView::AsSheet() const {
               json.Object([&] {
                 json.Member("text", only.text);
                 json.Member("time", only.time);
-                json.Key("valid");
-                json.Bool(only.valid);
+                json.Member("valid", only.valid);
               });
             });
           },
@@ -132,10 +119,6 @@ std::uint32_t EventsView::PastDay() const {
   return day == common::GetCurrentServerDate() ? 0 : day;
 }
 
-bool EventsView::IsWanted(const std::list<StockUnusualEventItem>& /*events*/) const {
-  return is_past_ || PastDay() == 0;
-}
-
 // What is shown is still the last session's.
 void EventsView::OnUnwanted(Clock::time_point at) {
   if (newest() != nullptr) {
@@ -147,10 +130,6 @@ std::list<StockUnusualEventItem> EventsView::Events() const {
   std::list<StockUnusualEventItem> events = figures();
   events.resize(std::min(events.size(), last_.value_or(events.size())));
   return events;
-}
-
-Table EventsView::AsTable() const {
-  return EventTable(Events());
 }
 
 // Every event has the symbol of the whole market: the text alone names a stock.
@@ -169,10 +148,6 @@ std::vector<std::wstring> EventsView::RowKeys() const {
     keys.push_back(event.time + event.content);
   }
   return keys;
-}
-
-std::string EventsView::WhyNothingIn(const Delivery<std::list<StockUnusualEventItem>>& delivery) const {
-  return delivery.data.empty() ? NoEventText(Session(), delivery.server_time) : "";
 }
 
 Sheet EventsView::AsSheet() const {
@@ -215,19 +190,12 @@ std::unique_ptr<View> MakeEffectView(const ViewContext& context, std::uint32_t d
 
 // --- Spread
 
-DistributionView::DistributionView(const ViewContext& context, std::uint32_t date)
-    : DayView(context, kDistributionFeed, &GetStockDistribution, date) {}
-
 std::vector<StyledLine> DistributionView::Lines(int width) const {
   constexpr int kUsualWidth = 80;
   if (newest() == nullptr || !HasFigures(newest()->data)) {
     return {};
   }
   return DistributionChart(newest()->data, Session(), width > 1000 ? kUsualWidth : width);
-}
-
-std::string DistributionView::WhyNothingIn(const Delivery<DistributionItem>& delivery) const {
-  return HasFigures(delivery.data) ? "" : NoFigures(delivery);
 }
 
 Sheet DistributionView::AsSheet() const {
@@ -258,20 +226,12 @@ Sheet DistributionView::AsSheet() const {
 
 // --- Margin trading
 
-MarginView::MarginView(const ViewContext& context, std::optional<std::size_t> last)
-    : AttachedView(context, kMarginFeed, &GetMarginTrade, &IMarginTrade::FetchMarginTradeInfo), last_(last) {}
-
 std::list<MarginTradeItem> MarginView::Days() const {
   std::list<MarginTradeItem> days = figures();
   while (last_ && days.size() > *last_) {
     days.pop_front();
   }
   return days;
-}
-
-std::string MarginView::WhyEmpty() const {
-  return has_data() && figures().empty() ? "the server has fewer than two days, and none can be compared"
-                                         : "";
 }
 
 Table MarginView::AsTable() const {
@@ -296,13 +256,6 @@ Sheet MarginView::AsSheet() const {
 }
 
 // --- New shares
-
-PurchaseView::PurchaseView(const ViewContext& context)
-    : AttachedView(context, kPurchaseFeed, &GetStockPurchase, &IStockPurchase::FetchPurchaseInfo) {}
-
-std::string PurchaseView::WhyEmpty() const {
-  return has_data() && figures().empty() ? "no new shares to subscribe to" : "";
-}
 
 Table PurchaseView::AsTable() const {
   Table table({{"code", Align::kLeft, 0, 16, 2},

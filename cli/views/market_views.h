@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "c_stock_market.h"
+#include "cli/format/market_rows.h"
 #include "cli/plot/market_charts.h"
 #include "cli/views/service_view.h"
 
@@ -19,15 +20,17 @@ namespace cli {
 
 class StateView final : public ServiceView<IStockMarketState, StockMarketState, std::wstring> {
  public:
-  explicit StateView(const ViewContext& context);
+  explicit StateView(const ViewContext& context) : ServiceView(context, kStateFeed, &GetStockMarketState) {
+    Follow(L"CN");
+  }
   [[nodiscard]] std::string Title() const override { return "phase"; }
   [[nodiscard]] std::wstring Key() const override { return L"CN"; }
   [[nodiscard]] std::vector<StyledLine> LogLines(bool with_header) const override;
   [[nodiscard]] Sheet AsSheet() const override;
+  // Nobody is asked for the phase: it comes when the calendar has.
+  [[nodiscard]] std::string NothingText() const override { return {}; }
   /// What the phase is called, 开盘 and the like; empty when that is not known.
-  [[nodiscard]] std::wstring Caption() const;
-
- private:
+  [[nodiscard]] std::wstring Caption() const { return figures().valid ? figures().text : L""; }
 };
 
 /// A view of one day, of today if it is 0.
@@ -59,7 +62,7 @@ class EventsView final : public DayView<IStockUnusualEvent, std::list<StockUnusu
   EventsView(const ViewContext& context, std::uint32_t date, std::optional<std::size_t> last);
   [[nodiscard]] std::string Title() const override { return "unusual events, the newest first"; }
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
-  [[nodiscard]] Table AsTable() const override;
+  [[nodiscard]] Table AsTable() const override { return EventTable(Events()); }
   [[nodiscard]] std::vector<Security> Securities() const override;
   [[nodiscard]] std::vector<std::wstring> RowKeys() const override;
   [[nodiscard]] Sheet AsSheet() const override;
@@ -72,10 +75,14 @@ class EventsView final : public DayView<IStockUnusualEvent, std::list<StockUnusu
   void AskForPast(IStockUnusualEvent& service);
   /// The day to ask for besides what is polled; 0: there is none.
   [[nodiscard]] std::uint32_t PastDay() const;
-  [[nodiscard]] bool IsWanted(const std::list<StockUnusualEventItem>& events) const override;
+  [[nodiscard]] bool IsWanted(const std::list<StockUnusualEventItem>& /*events*/) const override {
+    return is_past_ || PastDay() == 0;
+  }
   void OnUnwanted(Clock::time_point at) override;
   [[nodiscard]] std::string WhyNothingIn(
-      const Delivery<std::list<StockUnusualEventItem>>& delivery) const override;
+      const Delivery<std::list<StockUnusualEventItem>>& delivery) const override {
+    return delivery.data.empty() ? NoEventText(Session(), delivery.server_time) : "";
+  }
 
   const std::optional<std::size_t> last_;
   bool is_past_ = false;  // what arrives was asked for by its day
@@ -120,13 +127,16 @@ using EffectView = CurveView<IMoneyEffect, MoneyEffectItem>;
 
 class DistributionView final : public DayView<IStockDistribution, DistributionItem> {
  public:
-  DistributionView(const ViewContext& context, std::uint32_t date);
+  DistributionView(const ViewContext& context, std::uint32_t date)
+      : DayView(context, kDistributionFeed, &GetStockDistribution, date) {}
   [[nodiscard]] std::string Title() const override { return "spread of the stocks' changes"; }
   [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
   [[nodiscard]] Sheet AsSheet() const override;
 
  private:
-  [[nodiscard]] std::string WhyNothingIn(const Delivery<DistributionItem>& delivery) const override;
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<DistributionItem>& delivery) const override {
+    return HasFigures(delivery.data) ? "" : NoFigures(delivery);
+  }
 };
 
 /// A list that is attached to a service which does not poll, and asked for by a call.
@@ -171,9 +181,14 @@ class AttachedView : public AnswerView<Data> {
 
 class MarginView final : public AttachedView<IMarginTrade, std::list<MarginTradeItem>> {
  public:
-  MarginView(const ViewContext& context, std::optional<std::size_t> last);
+  MarginView(const ViewContext& context, std::optional<std::size_t> last)
+      : AttachedView(context, kMarginFeed, &GetMarginTrade, &IMarginTrade::FetchMarginTradeInfo),
+        last_(last) {}
   [[nodiscard]] std::string Title() const override { return "margin trading"; }
-  [[nodiscard]] std::string WhyEmpty() const override;
+  [[nodiscard]] std::string WhyEmpty() const override {
+    return has_data() && figures().empty() ? "the server has fewer than two days, and none can be compared"
+                                           : "";
+  }
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] Sheet AsSheet() const override;
 
@@ -185,9 +200,12 @@ class MarginView final : public AttachedView<IMarginTrade, std::list<MarginTrade
 
 class PurchaseView final : public AttachedView<IStockPurchase, std::list<StockPurchaseItem>> {
  public:
-  explicit PurchaseView(const ViewContext& context);
+  explicit PurchaseView(const ViewContext& context)
+      : AttachedView(context, kPurchaseFeed, &GetStockPurchase, &IStockPurchase::FetchPurchaseInfo) {}
   [[nodiscard]] std::string Title() const override { return "new shares"; }
-  [[nodiscard]] std::string WhyEmpty() const override;
+  [[nodiscard]] std::string WhyEmpty() const override {
+    return has_data() && figures().empty() ? "no new shares to subscribe to" : "";
+  }
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] Sheet AsSheet() const override;

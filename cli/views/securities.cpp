@@ -1,6 +1,10 @@
 #include "cli/views/securities.h"
 
+#include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <locale>
 #include <stdexcept>
+#include <utility>
 
 #include "cli/format/text.h"
 #include "host/text.h"
@@ -16,10 +20,68 @@ bool IsMeant(const BaseInfoItem& item, const std::wstring& text) {
          equals(item.name);
 }
 
+constexpr std::size_t kDigits = 6;
+
+bool AreDigits(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::string MarketOf(char first_digit) {
+  switch (first_digit) {
+    case '0':
+    case '1':
+    case '2':
+    case '3':
+      return "sz";
+    case '5':
+    case '6':
+    case '9':
+      return "sh";
+    default:
+      return "";
+  }
+}
+
+std::wstring Folded(std::wstring_view text) {
+  return boost::algorithm::to_lower_copy(std::wstring(text), std::locale::classic());
+}
+
+// 0 the whole, 1 its beginning, 2 a piece of it.
+std::optional<int> Distance(std::wstring_view text, std::wstring_view wanted) {
+  switch (text.find(wanted)) {
+    case std::wstring_view::npos:
+      return std::nullopt;
+    case 0:
+      return text.size() == wanted.size() ? 0 : 1;
+    default:
+      return 2;
+  }
+}
+
+std::optional<int> Distance(const BaseInfoItem& item, std::wstring_view wanted) {
+  constexpr std::size_t kMarketLength = 2;
+  const std::wstring code = Folded(item.code);
+  std::optional<int> closest;
+  const auto look_at = [&](std::wstring_view text) {
+    if (const auto distance = Distance(text, wanted)) {
+      closest = closest ? std::min(*closest, *distance) : *distance;
+    }
+  };
+  look_at(code);
+  look_at(std::wstring_view(code).substr(std::min(kMarketLength, code.size())));
+  look_at(Folded(item.name));
+  look_at(Folded(item.pinyin));
+  return closest;
+}
+
 }  // namespace
 
 Security SecurityOf(const std::wstring& code, const std::wstring& name) {
   return {code, name, stock::CheckSymbol(code.c_str())};
+}
+
+std::string NameText(const Security& security) {
+  return Printable(security.code) + " " + Printable(security.name);
 }
 
 SecurityLists::SecurityLists(IStockCommon& reference)
@@ -50,6 +112,58 @@ Security FindSecurity(IStockCommon& reference, const std::string& text) {
   throw std::runtime_error(
       "the market knows no \"" + Printable(text) + "\"" +
       (close.empty() ? "; csm find TEXT looks for codes, names and pinyin" : close + "?"));
+}
+
+std::optional<std::wstring> ParseSymbol(std::string_view text) {
+  std::string symbol = boost::algorithm::to_lower_copy(std::string(text), std::locale::classic());
+  if (symbol.size() == kDigits && AreDigits(symbol)) {
+    symbol.insert(0, MarketOf(symbol.front()));
+  }
+  const std::string_view market = std::string_view(symbol).substr(0, 2);
+  if (symbol.size() != kDigits + 2 || (market != "sh" && market != "sz") || !AreDigits(symbol.substr(2))) {
+    return std::nullopt;
+  }
+  return std::wstring(symbol.begin(), symbol.end());
+}
+
+std::optional<std::wstring> SymbolIn(std::string_view sentence) {
+  constexpr std::string_view kDigitsOfAll = "0123456789";
+  std::size_t end = 0;
+  for (std::size_t at = sentence.find_first_of(kDigitsOfAll); at != std::string_view::npos;
+       at = sentence.find_first_of(kDigitsOfAll, end)) {
+    end = std::min(sentence.find_first_not_of(kDigitsOfAll, at), sentence.size());
+    if (end - at != kDigits) {
+      continue;
+    }
+    const auto with_market = at >= 2 ? ParseSymbol(sentence.substr(at - 2, kDigits + 2)) : std::nullopt;
+    if (auto symbol = with_market ? with_market : ParseSymbol(sentence.substr(at, kDigits))) {
+      return symbol;
+    }
+  }
+  return std::nullopt;
+}
+
+std::vector<Match> FindByText(const std::vector<NamedList>& lists, std::wstring_view text,
+                              std::size_t limit) {
+  constexpr std::size_t kDistances = 3;
+  std::vector<Match> by_distance[kDistances];
+  const std::wstring wanted = Folded(text);
+  if (wanted.empty()) {
+    return {};
+  }
+  for (const NamedList& list : lists) {
+    for (const BaseInfoItem& item : *list.items) {
+      if (const auto distance = Distance(item, wanted)) {
+        by_distance[*distance].push_back({list.name, &item});
+      }
+    }
+  }
+  std::vector<Match> matches;
+  for (const std::vector<Match>& equals : by_distance) {
+    const std::size_t room = std::min(limit - matches.size(), equals.size());
+    matches.insert(matches.end(), equals.begin(), equals.begin() + static_cast<std::ptrdiff_t>(room));
+  }
+  return matches;
 }
 
 }  // namespace cli

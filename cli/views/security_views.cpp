@@ -7,13 +7,9 @@
 #include <utility>
 
 #include "charts/kline_table.h"
-#include "cli/format/chart_headings.h"
-#include "cli/format/china_time.h"
 #include "cli/format/figures.h"
-#include "cli/format/flow_rows.h"
-#include "cli/format/price_limits.h"
+#include "cli/format/quote_rows.h"
 #include "cli/format/quote_sheet.h"
-#include "cli/format/record_tables.h"
 #include "cli/plot/candle_chart.h"
 #include "cli/plot/minute_chart.h"
 
@@ -25,10 +21,6 @@ constexpr std::size_t kRowsOfATable = 60;
 }  // namespace
 
 // --- Quote
-
-QuoteView::QuoteView(const ViewContext& context) : ServiceView(context, kQuoteFeed, &GetSingleStockMarket) {
-  FollowNothing(kNothingSelected);
-}
 
 void QuoteView::Select(const Security& security) {
   security_ = security;
@@ -69,11 +61,6 @@ MinuteLineView::MinuteLineView(const ViewContext& context)
     : ServiceView(context, kMinuteLineFeed, &GetStockMLine),
       past_(context.post, [this](const Delivery<StockMLineData>& delivery) { OnDelivery(delivery); }) {
   FollowNothing(kNothingSelected);
-}
-
-std::string MinuteLineView::Title() const {
-  const std::string what = date_ == 0 ? "minute line" : "minutes up to " + DateText(date_);
-  return TitleOf(what, security_);
 }
 
 void MinuteLineView::Select(const Security& security) {
@@ -125,18 +112,9 @@ bool MinuteLineView::IsWanted(const StockMLineData& line) const {
   return line.symbol == security_.code && (days_ > 1 || is_today);
 }
 
-std::string MinuteLineView::WhyNothingIn(const Delivery<StockMLineData>& delivery) const {
-  return LastPoint(delivery.data) == nullptr ? WhyNoPoint(delivery.data, security_, delivery.server_time)
-                                             : "";
-}
-
 std::string MinuteLineView::NothingText() const {
   const std::uint32_t date = date_ == 0 ? SessionDate(common::GetCurrentServerTime()) : date_;
   return "the server has no minute line of " + NameText(security_) + " on " + DateText(date);
-}
-
-std::uint32_t MinuteLineView::Session() const {
-  return figures().days.empty() ? 0 : figures().days.back().date;
 }
 
 Table MinuteLineView::AsTable() const {
@@ -211,10 +189,6 @@ KLineView::KLineView(const ViewContext& context, int period, int adjustment, std
   FollowNothing(kNothingSelected);
 }
 
-std::string KLineView::Title() const {
-  return TitleOf("candles " + SeriesText(period_, adjustment_), security_);
-}
-
 void KLineView::Select(const Security& security) {
   security_ = security;
   FollowSeries();
@@ -256,15 +230,6 @@ void KLineView::Resume(Observer& observer) {
   observer.service().FetchKLine(security_.code.c_str(), period_, adjustment_, {});
 }
 
-bool KLineView::IsWanted(const StockKLineData& data) const {
-  return data.symbol == security_.code && data.period == period_ && data.adjustment == adjustment_;
-}
-
-// With days, a week or a month before it today's candle would be another one.
-bool KLineView::IsTodayAlone(const StockKLineData& data) const {
-  return data.candles.size() == 1 && FailuresOfHistory().first > failures_before_;
-}
-
 std::string KLineView::WhyNothingIn(const Delivery<StockKLineData>& delivery) const {
   if (IsTodayAlone(delivery.data)) {
     return NoPastText(security_, FailuresOfHistory().second);
@@ -277,10 +242,6 @@ std::vector<KLineCandle> KLineView::Candles() const {
     return {};
   }
   return {figures().candles.begin(), figures().candles.end()};
-}
-
-std::uint32_t KLineView::Session() const {
-  return figures().candles.empty() ? 0 : figures().candles.back().date;
 }
 
 std::vector<KLineCandle> KLineView::Chosen(std::vector<KLineCandle> candles, std::size_t otherwise) const {
@@ -347,10 +308,6 @@ Sheet KLineView::AsSheet() const {
 
 // --- Flows
 
-FlowView::FlowView(const ViewContext& context) : ServiceView(context, kFlowFeed, &GetStockInOut) {
-  FollowNothing(kNothingSelected);
-}
-
 void FlowView::Select(const Security& security) {
   security_ = security;
   if (security.type == stock::kSymbolStock) {
@@ -358,10 +315,6 @@ void FlowView::Select(const Security& security) {
   } else {
     FollowNothing(NoFlowsText(security));
   }
-}
-
-std::uint32_t FlowView::Session() const {
-  return newest() == nullptr ? 0 : SessionDate(newest()->server_time);
 }
 
 Table FlowView::AsTable() const {
@@ -377,14 +330,6 @@ Table FlowView::AsTable() const {
     table.Add(std::move(row));
   }
   return table;
-}
-
-std::string FlowView::WhyNothingIn(const Delivery<StockInOutItem>& delivery) const {
-  return HasFlows(delivery.data) ? "" : "nothing flowed in or out within ten days";
-}
-
-std::string FlowView::NothingText() const {
-  return "the server has no flows of " + NameText(security_);
 }
 
 Sheet FlowView::AsSheet() const {

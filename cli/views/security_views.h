@@ -9,6 +9,9 @@
 #include <vector>
 
 #include "c_stock_market.h"
+#include "cli/format/chart_headings.h"
+#include "cli/format/china_time.h"
+#include "cli/format/market_rows.h"
 #include "cli/views/service_view.h"
 #include "cli/views/vocabulary.h"
 
@@ -16,7 +19,9 @@ namespace cli {
 
 class QuoteView final : public ServiceView<ISingleStockMarket, StockMarketItem, std::wstring> {
  public:
-  explicit QuoteView(const ViewContext& context);
+  explicit QuoteView(const ViewContext& context) : ServiceView(context, kQuoteFeed, &GetSingleStockMarket) {
+    FollowNothing(kNothingSelected);
+  }
   [[nodiscard]] std::string Title() const override { return TitleOf("quote", security_); }
   [[nodiscard]] std::wstring Key() const override { return security_.code; }
   void Select(const Security& security) override;
@@ -36,14 +41,18 @@ class QuoteView final : public ServiceView<ISingleStockMarket, StockMarketItem, 
 class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std::wstring> {
  public:
   explicit MinuteLineView(const ViewContext& context);
-  [[nodiscard]] std::string Title() const override;
+  [[nodiscard]] std::string Title() const override {
+    return TitleOf(date_ == 0 ? "minute line" : "minutes up to " + DateText(date_), security_);
+  }
   [[nodiscard]] std::wstring Key() const override { return security_.code; }
   void Select(const Security& security) override;
   /// `days` trading days that end at `date`; 0 is today.
   void SelectDays(std::uint32_t date, int days);
   [[nodiscard]] std::uint32_t date() const { return date_; }
   [[nodiscard]] const Security& security() const { return security_; }
-  [[nodiscard]] std::uint32_t Session() const override;
+  [[nodiscard]] std::uint32_t Session() const override {
+    return figures().days.empty() ? 0 : figures().days.back().date;
+  }
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override;
   [[nodiscard]] Sheet AsSheet() const override;
@@ -54,7 +63,10 @@ class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std
   void AskAgain(IStockMLine& service) override;
   void AskForPast(IStockMLine& service);
   [[nodiscard]] bool IsWanted(const StockMLineData& line) const override;
-  [[nodiscard]] std::string WhyNothingIn(const Delivery<StockMLineData>& delivery) const override;
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<StockMLineData>& delivery) const override {
+    return LastPoint(delivery.data) == nullptr ? WhyNoPoint(delivery.data, security_, delivery.server_time)
+                                               : "";
+  }
   [[nodiscard]] std::string NothingText() const override;
 
   Security security_;
@@ -66,12 +78,16 @@ class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std
 class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wstring> {
  public:
   KLineView(const ViewContext& context, int period, int adjustment, std::optional<std::size_t> last);
-  [[nodiscard]] std::string Title() const override;
+  [[nodiscard]] std::string Title() const override {
+    return TitleOf("candles " + SeriesText(period_, adjustment_), security_);
+  }
   [[nodiscard]] std::wstring Key() const override { return security_.code; }
   void Select(const Security& security) override;
   bool Turn(Knob knob, int step) override;
   [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
-  [[nodiscard]] std::uint32_t Session() const override;
+  [[nodiscard]] std::uint32_t Session() const override {
+    return figures().candles.empty() ? 0 : figures().candles.back().date;
+  }
   /// The newest sixty, unless a number was chosen.
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] std::vector<StyledLine> Chart(const ChartSize& size) const override;
@@ -82,8 +98,13 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
  private:
   void FollowSeries();
   void Resume(Observer& observer) override;
-  [[nodiscard]] bool IsWanted(const StockKLineData& data) const override;
-  [[nodiscard]] bool IsTodayAlone(const StockKLineData& data) const;
+  [[nodiscard]] bool IsWanted(const StockKLineData& data) const override {
+    return data.symbol == security_.code && data.period == period_ && data.adjustment == adjustment_;
+  }
+  // With days, a week or a month before it today's candle would be another one.
+  [[nodiscard]] bool IsTodayAlone(const StockKLineData& data) const {
+    return data.candles.size() == 1 && FailuresOfHistory().first > failures_before_;
+  }
   [[nodiscard]] std::string WhyNothingIn(const Delivery<StockKLineData>& delivery) const override;
   // A download may take long, and ends with a record in any case.
   [[nodiscard]] std::string NothingText() const override { return {}; }
@@ -99,11 +120,15 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
 
 class FlowView final : public ServiceView<IStockInOut, StockInOutItem, std::wstring> {
  public:
-  explicit FlowView(const ViewContext& context);
+  explicit FlowView(const ViewContext& context) : ServiceView(context, kFlowFeed, &GetStockInOut) {
+    FollowNothing(kNothingSelected);
+  }
   [[nodiscard]] std::string Title() const override { return TitleOf("flows in yuan", security_); }
   [[nodiscard]] std::wstring Key() const override { return security_.code; }
   void Select(const Security& security) override;
-  [[nodiscard]] std::uint32_t Session() const override;
+  [[nodiscard]] std::uint32_t Session() const override {
+    return newest() == nullptr ? 0 : SessionDate(newest()->server_time);
+  }
   [[nodiscard]] Table AsTable() const override;
   [[nodiscard]] Sheet AsSheet() const override;
 
@@ -111,9 +136,13 @@ class FlowView final : public ServiceView<IStockInOut, StockInOutItem, std::wstr
   [[nodiscard]] bool IsWanted(const StockInOutItem& flows) const override {
     return flows.symbol == security_.code;
   }
-  [[nodiscard]] std::string WhyNothingIn(const Delivery<StockInOutItem>& delivery) const override;
+  [[nodiscard]] std::string WhyNothingIn(const Delivery<StockInOutItem>& delivery) const override {
+    return HasFlows(delivery.data) ? "" : "nothing flowed in or out within ten days";
+  }
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
-  [[nodiscard]] std::string NothingText() const override;
+  [[nodiscard]] std::string NothingText() const override {
+    return "the server has no flows of " + NameText(security_);
+  }
 
   Security security_;
 };

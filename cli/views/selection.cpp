@@ -1,7 +1,6 @@
 #include "cli/views/selection.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace cli {
 namespace {
@@ -13,15 +12,6 @@ constexpr int kShenzhenIndices = 2;
 constexpr int kCustomList = 10;
 
 }  // namespace
-
-Selection::Selection(ICurrentStock& current, std::function<void(const Security&)> on_change)
-    : current_(current), on_change_(std::move(on_change)) {
-  current_.Attach(this);
-}
-
-Selection::~Selection() {
-  current_.Detach(this);
-}
 
 void Selection::OnReferenceData() {
   is_ready_ = current_.EnsureStockCommon();
@@ -84,10 +74,6 @@ void Selection::Previous() {
   if (is_ready_) {
     current_.Previous();
   }
-}
-
-void Selection::Update(const CurrentStockItem& item) {
-  on_change_(SecurityOf(item.symbol, item.name));
 }
 
 }  // namespace cli

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "cli/views/securities.h"
@@ -15,8 +16,11 @@ namespace cli {
 class Selection final : private IUpdate1<CurrentStockItem> {
  public:
   /// `on_change` is called with every new security, inside the call that brought it.
-  Selection(ICurrentStock& current, std::function<void(const Security&)> on_change);
-  ~Selection();
+  Selection(ICurrentStock& current, std::function<void(const Security&)> on_change)
+      : current_(current), on_change_(std::move(on_change)) {
+    current_.Attach(this);
+  }
+  ~Selection() { current_.Detach(this); }
   Selection(const Selection&) = delete;
   Selection& operator=(const Selection&) = delete;
 
@@ -30,7 +34,7 @@ class Selection final : private IUpdate1<CurrentStockItem> {
   void Previous();
 
  private:
-  void Update(const CurrentStockItem& item) override;
+  void Update(const CurrentStockItem& item) override { on_change_(SecurityOf(item.symbol, item.name)); }
   void SetList();
 
   ICurrentStock& current_;

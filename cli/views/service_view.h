@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "cli/views/trading_days.h"
+#include "cli/format/china_time.h"
 #include "cli/views/view.h"
 
 namespace cli {

@@ -5,7 +5,6 @@
 
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
-#include "cli/views/trading_days.h"
 
 namespace cli {
 namespace {

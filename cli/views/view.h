@@ -17,12 +17,10 @@
 #include "cli/format/sheet.h"
 #include "cli/format/table.h"
 #include "cli/plot/axes.h"
-#include "cli/views/choices.h"
 #include "cli/views/feed_health.h"
-#include "cli/views/feeds.h"
 #include "cli/views/observer.h"
 #include "cli/views/securities.h"
-#include "cli/views/warnings.h"
+#include "cli/views/vocabulary.h"
 
 namespace cli {
 

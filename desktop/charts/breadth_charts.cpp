@@ -6,8 +6,8 @@
 #include <cmath>
 
 #include "cli/format/figures.h"
-#include "cli/plot/distribution_bars.h"
-#include "cli/plot/range.h"
+#include "cli/plot/market_charts.h"
+#include "cli/plot/scale.h"
 
 namespace desktop {
 namespace {

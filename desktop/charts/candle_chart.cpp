@@ -12,7 +12,7 @@
 #include "cli/format/chart_headings.h"
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
-#include "cli/plot/range.h"
+#include "cli/plot/scale.h"
 
 namespace desktop {
 namespace {

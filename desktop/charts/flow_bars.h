@@ -3,7 +3,7 @@
 #pragma once
 
 #include "analytics/stock_in_out.h"
-#include "cli/format/flow_rows.h"
+#include "cli/format/market_rows.h"
 #include "desktop/charts/chart.h"
 
 namespace desktop {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cli/plot/candle_chart.h"
-#include "cli/plot/distribution_bars.h"
+#include "cli/plot/market_charts.h"
 #include "cli/plot/minute_chart.h"
 
 namespace cli {

@@ -1,5 +1,5 @@
 // Options whose values are names, and ranges of rows.
-#include "cli/views/choices.h"
+#include "cli/views/vocabulary.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,6 @@
 #include <string>
 
 #include "cli/commands/options.h"
-#include "cli/views/row_range.h"
 
 namespace cli {
 namespace {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "child_process.h"
+#include "cli/format/text.h"
 #include "market_server/market_server.h"
 
 namespace tests {
@@ -59,6 +60,40 @@ TEST(CommandLine, everyCommandHasHelpWithExamples) {
     EXPECT_NE(csm.output().find("Examples:"), std::string::npos) << command;
     EXPECT_NE(csm.output().find("--clock"), std::string::npos) << command;
   }
+}
+
+// A sentence went on after a long word without an end of line, and what is typed without a name was called
+// TEXT.
+TEST(CommandLine, helpFitsEightyColumns) {
+  for (const char* const command : {"index", "quote", "board", "plate", "find", "calendar", "lists", "mline",
+                                    "kline", "purchase", "record", "serve", "doctor", "watchlist"}) {
+    ChildProcess csm(Csm({command, "--help"}));
+    EXPECT_EQ(csm.Wait(), 0);
+    for (const std::string& line : LinesOf(csm.output())) {
+      const std::size_t begin = line.find_first_not_of(' ');
+      const bool is_one_word = begin == std::string::npos || line.find(' ', begin) == std::string::npos;
+      EXPECT_TRUE(is_one_word || cli::DisplayWidth(line) <= 80) << command << ": " << line;
+    }
+    EXPECT_EQ(csm.output().find("\n\n\n"), std::string::npos) << command;
+    for (const char* const twice : {"SYMBOL TEXT", "YEAR TEXT", "TEXT TEXT"}) {
+      EXPECT_EQ(csm.output().find(twice), std::string::npos) << command;
+    }
+  }
+}
+
+// The indices were written twice as often: besides what is asked for the service asks by itself as long as it
+// knows no calendar.
+TEST(CommandLine, writesNoMoreOftenThanTheIntervalSays) {
+  ChildProcess csm(Csm({"index", "--json", "--count", "2", "--interval", "6"}));
+  EXPECT_EQ(csm.Wait(), 0) << csm.errors();
+  const std::vector<std::string> lines = LinesOf(csm.output());
+  ASSERT_EQ(lines.size(), 2U);
+  const auto second_of = [](const std::string& line) {
+    const std::size_t clock = line.find('T', line.find("\"time\":")) + 1;
+    return std::stoi(line.substr(clock, 2)) * 3600 + std::stoi(line.substr(clock + 3, 2)) * 60 +
+           std::stoi(line.substr(clock + 6, 2));
+  };
+  EXPECT_GE(second_of(lines[1]) - second_of(lines[0]), 4) << csm.output();
 }
 
 TEST(CommandLine, printsItsVersion) {

@@ -1,5 +1,5 @@
 // Comma-separated values.
-#include "cli/format/csv.h"
+#include "cli/format/sheet.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,8 @@
 #include <string>
 
 #include "charts/kline_table.h"
-#include "cli/format/record_tables.h"
+#include "cli/format/quote_rows.h"
+#include "quotes/index_market_table.h"
 
 namespace cli {
 namespace {
@@ -61,6 +62,12 @@ TEST(CsvField, isEmptyForWhatIsNotThere) {
 TEST(CsvField, isEmptyForWhatIsNoNumber) {
   EXPECT_EQ(CsvField(std::numeric_limits<double>::quiet_NaN()), "");
   EXPECT_EQ(CsvField(std::numeric_limits<double>::infinity()), "");
+}
+
+// What the server had sent as null was 0.
+TEST(CsvLine, isEmptyWhereTheServerSentNull) {
+  EXPECT_EQ(CsvHeader(quotes::kIndexMarketSummaryTable), "code,name,last,change,diff");
+  EXPECT_EQ(CsvLine(quotes::kIndexMarketSummaryTable, {L"sh000001", L"a", 0, 0.5, 0, 5}), "sh000001,a,,0.5,");
 }
 
 TEST(CsvLine, hasAFieldForEachMember) {

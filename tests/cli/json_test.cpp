@@ -2,13 +2,14 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include "cli/format/json_writer.h"
-#include "cli/format/record_json.h"
+#include "cli/format/sheet.h"
 #include "quotes/index_market_table.h"
 
 namespace cli {
@@ -33,9 +34,7 @@ std::string LineOf(const std::vector<IndexMarketSummary>& quotes) {
 template <class Value>
 std::string One(const Value& value) {
   JsonWriter json;
-  json.BeginArray();
-  json.Value(value);
-  json.EndArray();
+  json.Array(std::array{value}, [&json](const Value& only) { json.Value(only); });
   return json.Text();
 }
 

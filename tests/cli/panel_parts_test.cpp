@@ -6,12 +6,11 @@
 #include <vector>
 
 #include "cli/format/chart_headings.h"
-#include "cli/format/event_rows.h"
-#include "cli/format/flow_rows.h"
+#include "cli/format/market_rows.h"
 #include "cli/format/quote_rows.h"
 #include "cli/plot/market_charts.h"
 #include "cli/screen/list_cursor.h"
-#include "cli/screen/picture.h"
+#include "cli/screen/panel.h"
 #include "cli/views/vocabulary.h"
 #include "host/clock.h"
 #include "panel_surroundings.h"
@@ -130,6 +129,23 @@ TEST_F(ListCursorTest, goesWithItsRowOnceItWasMoved) {
   EXPECT_EQ(cursor_.row(), 0U);
 }
 
+// The list that the place was looked up in was older than the page: the cursor stood beside the stock.
+TEST_F(ListCursorTest, findsWhoItWasSentToWhereverThePageHasIt) {
+  rows_ = 10;
+  static_cast<void>(Seen(11));
+  cursor_.SetPage(Codes(10), 0, 5299);
+  cursor_.Aim(L"c7", 36);
+  EXPECT_EQ(cursor_.Position(), "row 37 of 5,299");
+  EXPECT_EQ(cursor_.page(), 30U);
+  cursor_.SetPage({L"d0", L"d1"}, 0, 5299);
+  EXPECT_EQ(cursor_.Position(), "row 37 of 5,299");
+  cursor_.SetPage(Codes(10), 30, 5299);
+  EXPECT_EQ(cursor_.row(), 7U);
+  Press(KeyKind::kDown);
+  cursor_.SetPage(Codes(10), 30, 5299);
+  EXPECT_EQ(cursor_.row(), 8U);
+}
+
 TEST_F(ListCursorTest, leavesOtherKeysAlone) {
   EXPECT_FALSE(cursor_.OnKey({KeyKind::kEnter}));
   EXPECT_FALSE(cursor_.OnKey(Typed(U's')));
@@ -225,6 +241,25 @@ TEST(ChartIn, fitsIntoAnyRoomWithTheMarketsCharts) {
   }
 }
 
+// Beside an order book the sums ended in a mark, and the two longest bars were cut to one length.
+TEST(MarketCharts, keepEverySumAndBarInThirtyOneColumns) {
+  const std::vector<DistributionBucket> few(4, {1, 0.0});
+  std::vector<DistributionBucket> falls = few;
+  falls.push_back({2917, 0.571});
+  std::vector<DistributionBucket> rises = {{1500, 0.293}};
+  rises.insert(rises.end(), few.begin(), few.end());
+  const std::vector<StyledLine> lines = DistributionChart({2154, 2953, 146, falls, rises}, 20240315, 31);
+  const Texts texts = TextsOf(lines);
+  ASSERT_EQ(texts.size(), 12U);
+  EXPECT_EQ(texts[0], "2024-03-15  up 2,154");
+  EXPECT_EQ(texts[1], "unchanged 146  down 2,953");
+  for (const StyledLine& line : lines) {
+    EXPECT_LE(DisplayWidth(line), 31) << texts[2];
+  }
+  EXPECT_EQ(DisplayWidth(texts[6]), 31);
+  EXPECT_LT(DisplayWidth(texts[7]), 31);
+}
+
 TEST(MarketCharts, areNothingWithoutRows) {
   EXPECT_TRUE(ChartOf(StrengthPicture({}, 20240315), {80, 24}).empty());
   EXPECT_TRUE(ChartOf(EffectPicture({}, 20240315), {80, 24}).empty());
@@ -241,6 +276,22 @@ TEST(MarketCharts, beginWithTheNewestFigures) {
 }
 
 // --- words
+
+// At 80 columns the cross-hair told neither the close nor the change.
+TEST(CandleFigures, keepTheFourPricesAndTheChangeInFortySixColumns) {
+  KLineCandle candle;
+  candle.date = 20261118;
+  candle.preclose = 101.5;
+  candle.open = 102.25;
+  candle.high = 112.75;
+  candle.low = 100.5;
+  candle.close = 111.65;
+  EXPECT_EQ(TextsOf({CandleFigures(candle, 46)}).front(), "11-18 o102.25 h112.75 l100.50 c111.65 +10.00%");
+  EXPECT_EQ(TextsOf({CandleFigures(candle, 61)}).front(),
+            "11-18 open 102.25 high 112.75 low 100.50 close 111.65 +10.00%");
+  EXPECT_EQ(TextsOf({CandleFigures(candle, 100)}).front(),
+            "2026-11-18  open 102.25 high 112.75 low 100.50 close 111.65 +10.00%  volume 0");
+}
 
 TEST(MinuteHeading, hasPriceChangeAndTheDaysAmount) {
   MinutePoint first;

@@ -10,7 +10,7 @@
 
 #include "cli/run/main_loop.h"
 #include "cli/screen/panel.h"
-#include "cli/views/warnings.h"
+#include "cli/views/feed_health.h"
 
 namespace tests {
 

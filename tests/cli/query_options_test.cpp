@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "cli/commands/options.h"
+#include "cli/format/china_time.h"
 #include "cli/format/text.h"
 #include "cli/views/securities.h"
-#include "cli/views/trading_days.h"
 #include "host/clock.h"
 
 namespace cli {

@@ -8,11 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "cli/format/price_limits.h"
 #include "cli/format/quote_rows.h"
 #include "cli/format/quote_sheet.h"
 #include "cli/views/list_views.h"
-#include "cli/views/symbols.h"
+#include "cli/views/securities.h"
 #include "cli/views/vocabulary.h"
 
 namespace cli {
@@ -208,7 +207,7 @@ TEST(QuoteSheet, saysThatAStockIsSuspended) {
 TEST(QuoteSheet, saysThatAStockIsNewOrExRights) {
   StockMarketItem quote = Stock();
   quote.status = static_cast<stock::StockStatus>(5);
-  EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("newly listed"), std::string::npos);
+  EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("new listing"), std::string::npos);
   quote.status = static_cast<stock::StockStatus>(6);
   EXPECT_NE(TextsOf(QuoteSheet(quote)).front().find("ex rights"), std::string::npos);
 }
@@ -390,6 +389,15 @@ TEST(NarrowQuoteSheet, putsTheBookBelowThePriceAndTheFiguresBelowThat) {
   EXPECT_EQ(texts[13].rfind("vol ", 0), 0U) << texts[13];
   for (const std::string& text : texts) {
     EXPECT_LE(DisplayWidth(text), 31) << text;
+  }
+}
+
+// Beside a list of 80 columns the status was cut.
+TEST(NarrowQuoteSheet, hasRoomForEveryStatusInThirtyOneColumns) {
+  StockMarketItem quote = Stock();
+  for (int status = 0; status < 8; ++status) {
+    quote.status = static_cast<stock::StockStatus>(status);
+    EXPECT_LE(DisplayWidth(NarrowQuoteSheet(quote).front()), 31) << status;
   }
 }
 

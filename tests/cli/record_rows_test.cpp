@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/format/record_json.h"
+#include "cli/format/sheet.h"
 
 namespace cli {
 namespace {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "cli/screen/page.h"
-#include "cli/screen/pages.h"
 #include "cli/screen/screen.h"
 
 namespace cli {

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "cli/format/index_rows.h"
+#include "cli/format/market_rows.h"
 #include "cli/run/terminal.h"
 #include "cli/screen/index_bar.h"
 

@@ -1,5 +1,5 @@
 // What a person types, and what it finds.
-#include "cli/views/type_ahead.h"
+#include "cli/views/securities.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The lines of the log that say what went wrong.
-#include "cli/views/warnings.h"
+#include "cli/views/feed_health.h"
 
 #include <gtest/gtest.h>
 

@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "cli/temporary_directory.h"
-#include "cli/views/feeds.h"
+#include "cli/views/feed_health.h"
 #include "desktop/list_pane.h"
 #include "desktop/main_window.h"
 #include "desktop/words.h"

@@ -11,7 +11,7 @@
 
 #include "../scripted_host/sleeping_threads.h"
 #include "cli/screen/view_panel.h"
-#include "cli/views/feeds.h"
+#include "cli/views/feed_health.h"
 #include "cli/views/market_views.h"
 #include "panel_surroundings.h"
 #include "running_market.h"

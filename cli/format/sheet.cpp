@@ -1,6 +1,5 @@
-#include "cli/format/csv.h"
+#include "cli/format/sheet.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -19,10 +18,6 @@ std::string CsvField(std::string_view utf8) {
     field.insert(at, 1, '"');
   }
   return "\"" + field + "\"";
-}
-
-std::string CsvField(std::wstring_view text) {
-  return CsvField(Utf8(text));
 }
 
 std::string CsvField(double number) {
@@ -51,6 +46,15 @@ std::string CsvDate(std::int64_t date) {
 
 std::string CsvMinute(std::int64_t minute) {
   return MinuteText(static_cast<std::int32_t>(minute));
+}
+
+void BeginJsonLine(JsonWriter& json, std::string_view service, std::wstring_view key,
+                   std::int64_t server_time) {
+  json.BeginObject();
+  json.Member("service", service);
+  json.Member("key", key);
+  json.Member("time", IsoTime(server_time));
+  json.Key("data");
 }
 
 }  // namespace cli

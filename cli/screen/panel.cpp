@@ -1,8 +1,7 @@
-#include "cli/screen/picture.h"
+#include "cli/screen/panel.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <string>
 #include <utility>
 
 namespace cli {
