@@ -1,6 +1,5 @@
 #include "desktop/adapter.h"
 
-#include <signal.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -11,18 +10,6 @@
 #include <utility>
 
 namespace desktop {
-namespace {
-
-sigset_t EndingSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaddset(&set, number);
-  }
-  return set;
-}
-
-}  // namespace
 
 void UiThread::Post(std::function<void()> work) {
   QMetaObject::invokeMethod(
@@ -33,15 +20,19 @@ void UiThread::After(std::chrono::milliseconds delay, std::function<void()> work
   QTimer::singleShot(delay, this, [work = std::move(work)] { work(); });
 }
 
-void UiThread::HoldSignals() {
-  const sigset_t set = EndingSignals();
+sigset_t UiThread::HoldSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    sigaddset(&set, number);
+  }
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   signal(SIGPIPE, SIG_IGN);
+  return set;
 }
 
 void UiThread::TakeSignals() {
-  HoldSignals();
-  const sigset_t set = EndingSignals();
+  const sigset_t set = HoldSignals();
   const int fd = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
   if (fd < 0) {
     return;

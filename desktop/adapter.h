@@ -3,6 +3,8 @@
 // data are others.
 #pragma once
 
+#include <signal.h>
+
 #include <QtCore/QObject>
 
 #include "cli/run/main_loop.h"
@@ -20,7 +22,8 @@ class UiThread final : public QObject, public cli::Schedule {
 
   /// From now on SIGINT, SIGTERM and SIGHUP wait until `TakeSignals`. Before any thread is started, and so
   /// before the application is made: a window system has threads, and each of them could be killed for all.
-  static void HoldSignals();
+  /// Returns these signals.
+  static sigset_t HoldSignals();
   /// They come as `ended` instead of killing the process.
   void TakeSignals();
 

@@ -88,15 +88,10 @@ int Run(const desktop::Options& options) {
 void AddOneOf(cli::Form& form, const char* name, const char* help, const std::vector<std::string>& values,
               std::string& into) {
   const auto take = [values, &into](const std::string& text) {
-    std::string all;
-    for (const std::string& value : values) {
-      all += (all.empty() ? "" : ", ") + value;
-      if (value == text) {
-        into = text;
-        return;
-      }
+    if (std::find(values.begin(), values.end(), text) == values.end()) {
+      throw cli::UsageError("\"" + text + "\" is none of " + boost::algorithm::join(values, ", "));
     }
-    throw cli::UsageError("\"" + text + "\" is none of " + all);
+    into = text;
   };
   form.Add(std::string(name) + " NAME", help, take).values = values;
 }

@@ -152,7 +152,7 @@ cli::Found PlatesOf(const cli::Security& security) {
 }
 
 // Looked up in the lists of securities, once they are there.
-MadePane MakeFound(Desk& desk, const QString& id, const char* title, cli::FoundView::Find find) {
+MadePane MakeFound(Desk& desk, const QString& id, const char* title, const cli::FoundView::Find& find) {
   return MakeList<cli::FoundView>(desk, id, kPlain, title, [&desk, find](const cli::Security& security) {
     return desk.lists() == nullptr ? Nothing(desk.why_no_lists().toStdString()) : find(security);
   });

@@ -11,19 +11,16 @@ namespace request {
 inline constexpr double kTwoTo63 = 9223372036854775808.0;
 
 /// Truncates toward zero. The whole unsigned range survives; a negative number keeps its two's-complement
-/// pattern
-/// (-5 becomes 2^64 - 5). What fits neither, and what is no number, is 0.
+/// pattern (-5 becomes 2^64 - 5). What fits neither, and what is no number, is 0.
 [[nodiscard]] inline std::uint64_t ToUnsigned64(double value) {
+  constexpr std::uint64_t kHighest = std::uint64_t{1} << 63;
   if (std::fabs(value) < kTwoTo63) {
     return static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
   }
-  if (value >= 2 * kTwoTo63 || value < -kTwoTo63 || std::isnan(value)) {
-    return 0;
+  if (value >= kTwoTo63 && value < 2 * kTwoTo63) {
+    return static_cast<std::uint64_t>(value - kTwoTo63) + kHighest;
   }
-  if (value >= kTwoTo63) {
-    return static_cast<std::uint64_t>(value - kTwoTo63) + (std::uint64_t{1} << 63);
-  }
-  return static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
+  return value == -kTwoTo63 ? kHighest : 0;
 }
 
 /// Truncates toward zero; the smallest number for what is out of range or no number.
@@ -37,9 +34,6 @@ inline constexpr double kTwoTo63 = 9223372036854775808.0;
 
 /// The low 32 bits of the truncated value.
 [[nodiscard]] inline std::uint32_t ToUnsigned32(double value) {
-  if (std::fabs(value) < kTwoTo63) {
-    return static_cast<std::uint32_t>(static_cast<std::int64_t>(value));
-  }
   return static_cast<std::uint32_t>(ToUnsigned64(value) & 0xFFFFFFFFU);
 }
 

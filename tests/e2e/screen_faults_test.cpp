@@ -324,6 +324,11 @@ class ScreenFaults : public RunningMarket {
       panel->Select(stock);
       panel->Show();
     }
+    AwaitPictures();
+  }
+
+  // Until every panel draws what the server sends.
+  void AwaitPictures() {
     for (const Part& part : parts_) {
       SCOPED_TRACE(part.name);
       ASSERT_TRUE(around_.RunUntil([&] { return part.view->has_data() && part.view->WhyEmpty().empty(); }));
@@ -411,6 +416,7 @@ TEST_F(ScreenFaults, everyFigureIsThatOfItsRecord) {
   }
   server_->SetFaults({});
   ASSERT_NO_FATAL_FAILURE(AskAgain());
+  ASSERT_NO_FATAL_FAILURE(AwaitPictures());
   EXPECT_EQ(Compare(), std::ssize(parts_));
 }
 
@@ -428,6 +434,7 @@ TEST_F(ScreenFaults, figuresOfBeforeStayAndAreNotLive) {
     }
     server_->SetFaults({});
     ASSERT_NO_FATAL_FAILURE(AskAgain());
+    ASSERT_NO_FATAL_FAILURE(AwaitPictures());
     EXPECT_EQ(Compare(), std::ssize(parts_));
   }
 }
