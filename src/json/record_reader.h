@@ -137,8 +137,36 @@ class RecordReader {
 
   /// The same within a budget; returns what the record's texts and lists hold, which is required for once.
   static std::size_t Fill(Record& record, const json::Object& object, json::Budget& budget) {
-    Plan plan;
-    return Fill(record, object, plan, budget);
+    json::Budget texts = budget;
+    object.ForEachInText([&](std::string_view key, const json::Value& value) {
+      if (const Line* const line = LineOf(key)) {
+        line->fill(record, value, texts);
+      }
+    });
+    return Require(record, budget);
+  }
+
+  /// What the values of an object fill, which holds for all objects of the same shape in one document.
+  class Plan;
+
+  /// The same for one of many objects of a document, which share a plan.
+  static std::size_t Fill(Record& record, const json::Object& object, Plan& plan, json::Budget& budget) {
+    if (plan.shape != object.Shape()) {
+      plan = PlanFor(object);
+    }
+    json::Budget texts = budget;
+    if (object.HasPlainValues()) {
+      std::apply([&](const auto&... list) { (PutAll(record, object, list), ...); }, plan.figures.lists);
+      PutAll(record, object, plan.prices);
+      PutAll(record, object, plan.volumes);
+      for (const PutOther& other : plan.others) {
+        other.fill(record, object.PlainValueAt(other.place), texts);
+      }
+    } else {
+      auto fill = plan.fills.begin();
+      object.ForEachValue([&](const json::Value& value) { (*fill++)(record, value, texts); });
+    }
+    return Require(record, budget);
   }
 
   /// One record per element, in order; an element that is no object gives a default record. Throws
@@ -226,23 +254,6 @@ class RecordReader {
     FillKey* fill;
   };
 
-  // What the values of an object fill. It holds for all objects of the same shape in one document.
-  struct Plan {
-    json::detail::Count shape;
-    std::vector<FillKey*> fills;  // one after the other
-    // The same by kinds, each in their order, so that the last of repeated keys counts here as well.
-    Figures figures;
-    std::vector<PutLevel<float>> prices;
-    std::vector<PutLevel<std::uint32_t>> volumes;
-    std::vector<PutOther> others;
-    bool is_whole = false;  // no key of the table is missing
-
-    // Nothing stays of what a record held.
-    [[nodiscard]] bool FillsAll(const json::Object& object) const {
-      return is_whole && shape == object.Shape();
-    }
-  };
-
   using PlanKey = void(Plan&, std::size_t place);
 
   struct Line {
@@ -294,24 +305,9 @@ class RecordReader {
     record = std::move(empty);
   }
 
-  // Requires what the texts and lists of the record hold. The texts are judged before they are taken, by a
+  // Requires what the texts and lists of the record hold. The texts were judged before they were taken, by a
   // copy of the budget: those of a repeated key are not held, and a record that is used again may hold more.
-  static std::size_t Fill(Record& record, const json::Object& object, Plan& plan, json::Budget& budget) {
-    if (plan.shape != object.Shape()) {
-      plan = PlanFor(object);
-    }
-    json::Budget texts = budget;
-    if (object.HasPlainValues()) {
-      std::apply([&](const auto&... list) { (PutAll(record, object, list), ...); }, plan.figures.lists);
-      PutAll(record, object, plan.prices);
-      PutAll(record, object, plan.volumes);
-      for (const PutOther& other : plan.others) {
-        other.fill(record, object.PlainValueAt(other.place), texts);
-      }
-    } else {
-      auto fill = plan.fills.begin();
-      object.ForEachValue([&](const json::Value& value) { (*fill++)(record, value, texts); });
-    }
+  static std::size_t Require(const Record& record, json::Budget& budget) {
     const std::size_t held = HeldBytes(record);
     budget.Require(1, held);
     return held;
@@ -411,6 +407,25 @@ class RecordReader {
     return lines;
   }
   (std::make_index_sequence<kSize>());
+};
+
+template <const auto& kTable>
+class RecordReader<kTable>::Plan {
+  friend RecordReader;
+
+  json::detail::Count shape;
+  std::vector<FillKey*> fills;  // one after the other
+  // The same by kinds, each in their order, so that the last of repeated keys counts here as well.
+  Figures figures;
+  std::vector<PutLevel<float>> prices;
+  std::vector<PutLevel<std::uint32_t>> volumes;
+  std::vector<PutOther> others;
+  bool is_whole = false;  // no key of the table is missing
+
+  // Nothing stays of what a record held.
+  [[nodiscard]] bool FillsAll(const json::Object& object) const {
+    return is_whole && shape == object.Shape();
+  }
 };
 
 }  // namespace request

@@ -39,9 +39,10 @@ std::shared_ptr<Items> ReadWatchList(const request::Answer& answer) {
                  sizeof(OptionalMarketItem) + request::CodeIndex<OptionalMarketItem>::kBytesPerRow);
   auto items = std::make_shared<Items>(list.Size());
   auto next = items->begin();
+  request::RecordReader<kWatchListTable>::Plan plan;
   list.ForEach([&](const request::json::Value& element) {
     OptionalMarketItem& item = *next++;
-    request::RecordReader<kWatchListTable>::Fill(item, element.AsObject(), budget);
+    request::RecordReader<kWatchListTable>::Fill(item, element.AsObject(), plan, budget);
     item.symbol_type = stock::CheckSymbol(item.code.c_str());
   });
   NamePlates(*items, budget);

@@ -54,10 +54,11 @@ BaseInfoList ReadStocks(const request::json::Array& array, request::json::Budget
   BaseInfoList stocks;
   budget.Require(array.Size(), 2 * sizeof(BaseInfoItem));
   stocks.reserve(array.Size());
+  StockReader::Plan plan;
   array.ForEach([&](const request::json::Value& element) {
     const request::json::Object object = element.AsObject();
     BaseInfoItem& stock = stocks.emplace_back();
-    const std::size_t texts = StockReader::Fill(stock, object, budget);
+    const std::size_t texts = StockReader::Fill(stock, object, plan, budget);
     budget.Require(1, texts);
     stock.type = Board(object.Member("b"), budget);
     if (stock.type == kGem || stock.type == kSme) {
@@ -103,6 +104,7 @@ PlateLists ReadPlateLists(const request::json::Object& root) {
   PlateLists plates;
   plates.kind1.reserve(counts[1]);
   plates.kind2.reserve(counts[2]);
+  PlateReader::Plan plan;
   array.ForEach([&](const request::json::Value& element) {
     const request::json::Object object = element.AsObject();
     const std::int32_t kind = kind_of(object);
@@ -110,7 +112,7 @@ PlateLists ReadPlateLists(const request::json::Object& root) {
       return;
     }
     BaseInfoItem& plate = (kind == 1 ? plates.kind1 : plates.kind2).emplace_back();
-    PlateReader::Fill(plate, object, budget);
+    PlateReader::Fill(plate, object, plan, budget);
     plate.type = kind;
   });
   return plates;
