@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <set>
 #include <stdexcept>
@@ -12,8 +11,6 @@
 #include "cli/args/option.h"
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
-#include "cli/run/main_loop.h"
-#include "cli/run/output.h"
 #include "cli/run/terminal.h"
 #include "host/clock.h"
 #include "host_services/stock_host.h"
@@ -22,6 +19,7 @@ namespace cli {
 namespace {
 
 constexpr std::chrono::milliseconds kLook(50);
+constexpr std::chrono::milliseconds kLookWhileFollowing(500);
 // Between the end of a request and the call with its answer lies nothing but work: reading, at most
 // unpacking.
 constexpr std::chrono::milliseconds kAfterFailure(500);
@@ -32,10 +30,6 @@ constexpr std::chrono::milliseconds kUntilLogged(600);
 constexpr std::chrono::milliseconds kLate(1000);
 
 using Clock = std::chrono::steady_clock;
-
-std::chrono::milliseconds Milliseconds(double seconds) {
-  return std::chrono::milliseconds(std::llround(seconds * 1000));
-}
 
 std::string WithoutHeader(const std::string& csv) {
   return csv.substr(std::min(csv.find('\n') + 1, csv.size()));
@@ -49,40 +43,30 @@ bool HaveOneTable(const Views& views) {
                      [&](const auto& view) { return titles(*view) == titles(*views.front()); });
 }
 
-class Run {
+class OutputRun : public MarketRun {
  public:
-  Run(const ShowOptions& options, Shown shown)
-      : options_(options),
-        shown_(std::move(shown)),
-        output_(loop_, STDOUT_FILENO),
-        palette_(WantsColour(STDOUT_FILENO, options.no_color)),
-        session_(options.session),
-        context_{[this](std::function<void()> work) { loop_.Post(std::move(work)); }, [] {},
-                 &session_.warnings(), options.Interval()} {}
-  virtual ~Run() = default;
-  Run(const Run&) = delete;
-  Run& operator=(const Run&) = delete;
+  OutputRun(const ShowOptions& options, Shown shown) : MarketRun(options), shown_(std::move(shown)) {}
 
  protected:
   void Load() {
-    IStockCommon& reference = Made(GetStockCommon(), "stock_common");
-    LoadReferenceData(loop_, reference, shown_.needs, [this, &reference](bool ok) {
-      if (!views_.empty()) {
-        return;  // lists that come late change nothing of what is shown
-      }
-      if (!ok && shown_.needs_all) {
-        throw std::runtime_error(NotLoadedText(session_));
-      }
-      if (!ok && shown_.needs == Needs::kCalendar) {
-        Say("the holidays are not known, only weekends" +
-            (LoadFailure().empty() ? "" : ": " + LoadFailure()));
-      }
-      views_ = shown_.make(context_, reference);
-      ShowViews();
-    });
+    MarketRun::Load(shown_.needs);
     if (shown_.needs == Needs::kNames) {
-      AwaitNames(loop_, [this, &reference] { ShowEarly(reference); });
+      AwaitNames(session().host(), [this] { ShowEarly(*GetStockCommon()); });
     }
+  }
+
+  void OnReference(IStockCommon& reference, bool loaded) override {
+    if (!views_.empty()) {
+      return;  // lists that come late change nothing of what is shown
+    }
+    if (!loaded && shown_.needs_all) {
+      throw std::runtime_error(NotLoadedText(session()));
+    }
+    if (!loaded && shown_.needs == Needs::kCalendar) {
+      Say("the holidays are not known, only weekends" + (LoadFailure().empty() ? "" : ": " + LoadFailure()));
+    }
+    views_ = shown_.make(context(), reference);
+    ShowViews();
   }
 
   // Whoever is found asks at once. What is not, the end of the load says.
@@ -91,7 +75,7 @@ class Run {
       return;
     }
     try {
-      views_ = shown_.make(context_, reference);
+      views_ = shown_.make(context(), reference);
     } catch (const std::runtime_error&) {
       return;
     }
@@ -104,13 +88,13 @@ class Run {
     }
     OnViews();
     for (const auto& view : views_) {
-      if (!loop_.ended()) {
+      if (!loop().ended()) {
         view->Show();
       }
     }
   }
 
-  virtual void OnViews() = 0;
+  virtual void OnViews() {}
   virtual void OnArrival(View& view) = 0;
 
   // Of those views that have something in them. `is_first`: nothing was written before.
@@ -122,23 +106,23 @@ class Run {
       if (!view->has_data()) {
         continue;
       }
-      if (options_.json) {
+      if (options().json) {
         text += view->JsonLine() + "\n";
-      } else if (options_.csv) {
+      } else if (options().csv) {
         const std::string csv = view->AsSheet().csv();
         text += is_first && text.empty() ? csv : WithoutHeader(csv);
       } else if (!view->WhyEmpty().empty()) {
         continue;
-      } else if (options_.chart) {
-        text += cli::TextOf(view->Chart(*options_.chart), palette_);
+      } else if (options().chart) {
+        text += cli::TextOf(view->Chart(*options().chart), palette());
       } else if (one_table) {
         together = together.columns().empty() ? Table(view->AsTable().columns()) : std::move(together);
         together.Append(view->AsTable());
       } else {
-        text += (text.empty() ? "" : "\n") + cli::TextOf(view->Lines(Width()), palette_);
+        text += (text.empty() ? "" : "\n") + cli::TextOf(view->Lines(Width()), palette());
       }
     }
-    return together.rows().empty() ? text : text + cli::TextOf(together.Lines(Width()), palette_);
+    return together.rows().empty() ? text : text + cli::TextOf(together.Lines(Width()), palette());
   }
 
   [[nodiscard]] static int Width() {
@@ -146,32 +130,21 @@ class Run {
                                       : std::numeric_limits<int>::max();
   }
 
-  const ShowOptions options_;
   const Shown shown_;
-  MainLoop loop_;
-  Output output_;
-  const Palette palette_;
-  Session session_;
-  const ViewContext context_;
   Views views_;
 };
 
-class Once final : public Run {
+class Once final : public OutputRun {
  public:
-  using Run::Run;
+  using OutputRun::OutputRun;
 
   int Go() {
     Load();
-    loop_.Run();
+    Loop(kLook);
     return result_;
   }
 
  private:
-  void OnViews() override {
-    quiet_looks_ = 0;
-    loop_.Every(kLook, [this] { Watch(); });
-  }
-
   void OnArrival(View& /*view*/) override {
     const auto has_data = [](const auto& view) { return view->has_data(); };
     const auto has_nothing = [](const auto& view) { return !view->WhyEmpty().empty(); };
@@ -179,7 +152,7 @@ class Once final : public Run {
       return;
     }
     const bool may_have_failed = std::any_of(views_.begin(), views_.end(), has_nothing);
-    loop_.After(may_have_failed ? kUntilLogged : std::chrono::milliseconds(0), [this] { Finish(); });
+    loop().After(may_have_failed ? kUntilLogged : std::chrono::milliseconds(0), [this] { Finish(); });
   }
 
   void Finish() {
@@ -188,18 +161,18 @@ class Once final : public Run {
         Fail(*view);
       }
     }
-    output_.Write(TextOf(views_, true));
+    output().Write(TextOf(views_, true));
     result_ = kFine;
     for (const auto& view : views_) {
       if (const std::string why = view->WhyEmpty(); !why.empty()) {
         Say(why);
         result_ = view->MayBeEmpty() ? result_ : kFailure;
-      } else if (!options_.json && !options_.csv && !view->Note().empty()) {
+      } else if (!options().json && !options().csv && !view->Note().empty()) {
         Note(view->Note());
       }
     }
     TellSession();
-    loop_.End();
+    loop().End();
   }
 
   void TellSession() const {
@@ -210,11 +183,17 @@ class Once final : public Run {
     }
   }
 
-  void Watch() {
-    output_.LookForReader();
-    quiet_looks_ = stock_host::ReadCounters().under_way > 0 ? 0 : quiet_looks_ + 1;
-    const auto quiet = quiet_looks_ * kLook;
-    if (quiet < kAfterFailure || loop_.ended() || ends_) {
+  void OnViews() override { quiet_looks_ = 0; }
+  void OnEvent() override { quiet_looks_ = 0; }
+
+  void OnLook() override {
+    output().LookForReader();
+    const auto quiet = ++quiet_looks_ * kLook;
+    if (views_.empty() || quiet < kAfterFailure || loop().ended() || ends_) {
+      return;
+    }
+    if (stock_host::ReadCounters().under_way > 0) {
+      quiet_looks_ = 0;
       return;
     }
     for (const auto& view : views_) {
@@ -231,40 +210,30 @@ class Once final : public Run {
       if (quiet >= kAfterSuccess) {
         throw std::runtime_error(report.state == FeedState::kEmpty
                                      ? report.text
-                                     : session_.server_text() + " has no such figures");
+                                     : session().server_text() + " has no such figures");
       }
     }
   }
 
   [[noreturn]] void Fail(const View& view) const {
-    throw std::runtime_error(session_.server_text() + ": " + std::string(view.feed().endpoint) +
+    throw std::runtime_error(session().server_text() + ": " + std::string(view.feed().endpoint) +
                              " failed: " + view.Failure());
   }
 
-  int quiet_looks_ = 0;  // looks, not time: a machine that is too busy to answer is not quiet
+  // Since the latest exchange. Looks, not time: a machine that is too busy to answer is not quiet.
+  int quiet_looks_ = 0;
   bool ends_ = false;
   int result_ = kFailure;
 };
 
-class Following final : public Run {
+class Following final : public OutputRun {
  public:
-  using Run::Run;
+  using OutputRun::OutputRun;
 
   int Go() {
-    Note("asking " + session_.server_text());
+    Note("asking " + session().server_text());
     Load();
-    loop_.Every(std::chrono::milliseconds(500), [this] {
-      output_.LookForReader();
-      TellState();
-    });
-    loop_.Every(options_.Interval(), [this] { AskAgain(); });
-    if (const auto limit = options_.Limit()) {
-      loop_.After(*limit, [this] {
-        timed_out_ = true;
-        loop_.End();
-      });
-    }
-    loop_.Run();
+    Loop(kLookWhileFollowing);
     return is_empty_ ? kFine : Verdict();
   }
 
@@ -274,19 +243,23 @@ class Following final : public Run {
       const std::string why = view->WhyNothingToAsk();
       if (!why.empty()) {
         is_empty_ = true;
-        if (options_.json) {
-          output_.WriteLine(view->JsonLine());
+        if (options().json) {
+          output().WriteLine(view->JsonLine());
         }
         Say(why);
-        loop_.End();
+        loop().End();
       }
     }
     TellState();
   }
 
-  void AskAgain() {
+  void OnLook() override {
+    output().LookForReader();
+    TellState();
+  }
+  void OnInterval() override {
     for (const auto& view : views_) {
-      if (!view->PollsItself() || options_.Interval() < view->feed().polls) {
+      if (!view->PollsItself() || options().Interval() < view->feed().polls) {
         view->Refresh();
       }
     }
@@ -294,7 +267,7 @@ class Following final : public Run {
 
   void OnArrival(View& view) override {
     const auto now = Clock::now();
-    if (loop_.ended() || !view.has_data()) {
+    if (loop().ended() || !view.has_data()) {
       return;
     }
     if (fresh_.count(&view) > 0 && now - began_ > kLate) {
@@ -314,40 +287,40 @@ class Following final : public Run {
   [[nodiscard]] bool IsWanted(Clock::time_point now) const {
     const Feed& feed = views_.front()->feed();
     const std::chrono::milliseconds early =
-        feed.polls.count() == 0 ? options_.Interval() / 4 : feed.polls / 2;
-    return !shown_at_ || options_.Interval() <= feed.polls || feed.name == kStateFeed.name ||
-           now - *shown_at_ >= options_.Interval() - early;
+        feed.polls.count() == 0 ? options().Interval() / 4 : feed.polls / 2;
+    return !shown_at_ || options().Interval() <= feed.polls || feed.name == kStateFeed.name ||
+           now - *shown_at_ >= options().Interval() - early;
   }
 
   void Show() {
     fresh_.clear();
     const auto now = Clock::now();
-    if (loop_.ended() || !IsWanted(now)) {
+    if (loop().ended() || !IsWanted(now)) {
       return;
     }
     shown_at_ = now;
-    output_.Write(UpdateText());
+    output().Write(UpdateText());
     ++updates_;
     TellState();
-    if (options_.count && updates_ >= *options_.count) {
-      loop_.End();
+    if (options().count && updates_ >= *options().count) {
+      loop().End();
     }
   }
 
   [[nodiscard]] std::string UpdateText() const {
-    if (options_.json || options_.csv) {
+    if (options().json || options().csv) {
       return TextOf(views_, updates_ == 0);
     }
     const View& first = *views_.front();
     if (const auto log = first.LogLines(updates_ == 0); !log.empty()) {
-      return cli::TextOf(log, palette_);
+      return cli::TextOf(log, palette());
     }
     const std::string title = views_.size() == 1 ? first.Title() : "quotes";
     std::string text = (updates_ > 0 ? "\n" : "") +
-                       Render({{DateAndTime(first.server_time()) + "  " + title, Tone::kDim}}, palette_) +
+                       Render({{DateAndTime(first.server_time()) + "  " + title, Tone::kDim}}, palette()) +
                        "\n" + TextOf(views_, false);
     if (views_.size() == 1 && !first.Note().empty()) {
-      text += Render({{first.Note(), Tone::kDim}}, palette_) + "\n";
+      text += Render({{first.Note(), Tone::kDim}}, palette()) + "\n";
     }
     return text;
   }
@@ -372,16 +345,17 @@ class Following final : public Run {
   }
 
   int Verdict() {
-    if (!timed_out_) {
+    if (!timed_out()) {
       return kFine;
     }
     if (updates_ == 0) {
-      const std::string reason = views_.empty() ? NotLoadedReason(session_.warnings()) : std::string();
+      const std::string reason = views_.empty() ? NotLoadedReason(session().warnings()) : std::string();
       Say("nothing arrived: " + (reason.empty() ? Report().text : "no data: " + reason));
       return kFailure;
     }
-    if (options_.count && updates_ < *options_.count) {
-      Say("only " + std::to_string(updates_) + " of " + std::to_string(*options_.count) + " updates arrived");
+    if (options().count && updates_ < *options().count) {
+      Say("only " + std::to_string(updates_) + " of " + std::to_string(*options().count) +
+          " updates arrived");
       return kFailure;
     }
     return kFine;
@@ -391,20 +365,11 @@ class Following final : public Run {
   Clock::time_point began_;      // when the first of them did
   std::optional<Clock::time_point> shown_at_;
   std::uint64_t updates_ = 0;
-  bool timed_out_ = false;
   bool is_empty_ = false;
   std::string told_;
 };
 
 }  // namespace
-
-std::chrono::milliseconds ShowOptions::Interval() const {
-  return Milliseconds(interval);
-}
-
-std::optional<std::chrono::milliseconds> ShowOptions::Limit() const {
-  return seconds ? std::optional(Milliseconds(*seconds)) : std::nullopt;
-}
 
 int ShowOnce(const ShowOptions& options, const Shown& shown) {
   return Once(options, shown).Go();

@@ -3,7 +3,6 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -13,9 +12,6 @@
 
 #include "c_stock_market.h"
 #include "cli/args/option.h"
-#include "cli/run/main_loop.h"
-#include "cli/run/output.h"
-#include "cli/run/reference_load.h"
 #include "cli/run/terminal.h"
 #include "cli/screen/curses_display.h"
 #include "cli/screen/index_bar.h"
@@ -36,30 +32,21 @@ constexpr int kViewRows = 5;
 // The largest terminal that a record of the screen can be shown on.
 constexpr ChartSize kRecordedFor{300, 100};
 
-class LiveRun {
+class LiveRun final : public MarketRun {
  public:
   // With `shown` nothing but its views, side by side as far as there is room.
   LiveRun(const ShowOptions& options, const Shown* shown)
-      : options_(options),
+      : MarketRun(options),
         shown_(shown),
-        output_(loop_, STDOUT_FILENO),
-        palette_(WantsColour(STDOUT_FILENO, options.no_color)),
-        session_(options.session, [this] { OnEvent(); }),
-        context_{{[this](std::function<void()> work) { loop_.Post(std::move(work)); }, [this] { Redraw(); },
-                  &session_.warnings(), options.Interval(),
-                  Session::IsRecorded() ? static_cast<std::uint32_t>(kRecordedFor.rows) : 0},
-                 [this](const Security& security) { selection_.Select(security); },
+        context_{ContextOf(context()), [this](const Security& security) { selection_.Select(security); },
                  [this](std::string text) { Tell(std::move(text)); },
                  [this](std::vector<BaseInfoItem> list) { selection_.StepThrough(std::move(list)); }},
-        bar_(context_.views, session_,
+        bar_(context_.views, session(),
              shown == nullptr ? IndexBar::Shows::kIndices : IndexBar::Shows::kStateOnly),
         screen_(shown == nullptr ? MakePanels(context_) : std::vector<std::unique_ptr<Panel>>(),
                 shown == nullptr ? Pages() : std::vector<Page>(), Actions()),
         selection_(Made(GetCurrentStock(), "current_stock"),
                    [this](const Security& security) { OnSelection(security); }) {}
-  ~LiveRun() { ended_ = true; }
-  LiveRun(const LiveRun&) = delete;
-  LiveRun& operator=(const LiveRun&) = delete;
 
   int Run() {
     if (Session::IsRecorded()) {
@@ -67,25 +54,27 @@ class LiveRun {
     }
     TakeTerminal();
     LoadReference();
-    loop_.Every(kLook, [this] {
-      output_.LookForReader();
-      Redraw();
-    });
-    loop_.Every(options_.Interval(), [this] { screen_.OnInterval(CurrentPhase()); });
-    if (const auto limit = options_.Limit()) {
-      loop_.After(*limit, [this] {
-        timed_out_ = true;
-        loop_.End();
-      });
-    }
     Redraw();
-    loop_.Run();
+    Loop(kLook);
     return Leave();
   }
 
  private:
+  static ViewContext ContextOf(ViewContext context) {
+    context.least_rows = Session::IsRecorded() ? static_cast<std::uint32_t>(kRecordedFor.rows) : 0;
+    return context;
+  }
+
+  void OnEvent() override { Redraw(); }
+  void OnChange() override { Redraw(); }
+  void OnLook() override {
+    output().LookForReader();
+    Redraw();
+  }
+  void OnInterval() override { screen_.OnInterval(CurrentPhase()); }
+
   ScreenActions Actions() {
-    return {[this] { loop_.End(); },
+    return {[this] { loop().End(); },
             [this] { selection_.Next(); },
             [this] { selection_.Previous(); },
             [this](const Security& security) { selection_.Select(security); },
@@ -95,28 +84,27 @@ class LiveRun {
 
   // A signal may be looked at in the middle of a write: what it asks for is done after that.
   void TakeTerminal() {
-    display_ = std::make_unique<CursesDisplay>(STDIN_FILENO, WantsColour(STDOUT_FILENO, options_.no_color));
+    display_ = std::make_unique<CursesDisplay>(STDIN_FILENO, WantsColour(STDOUT_FILENO, options().no_color));
     terminal_ = std::make_unique<Terminal>(STDIN_FILENO, STDOUT_FILENO);
-    loop_.OnReadable(STDIN_FILENO, [this] { return OnKeys(); });
-    loop_.OnSignal(SIGWINCH, [this] { Redraw(); });
-    loop_.OnSignal(SIGTSTP, [this] { loop_.Post([this] { Pause(); }); });
+    loop().OnReadable(STDIN_FILENO, [this] { return OnKeys(); });
+    loop().OnSignal(SIGWINCH, [this] { Redraw(); });
+    loop().OnSignal(SIGTSTP, [this] { loop().Post([this] { Pause(); }); });
   }
 
   // Stepping and the finder need the lists, whatever the views do.
   void LoadReference() {
-    LoadReferenceData(loop_, Made(GetStockCommon(), "stock_common"), Needs::kLists,
-                      [this](bool loaded) { OnReference(loaded); });
+    Load(Needs::kLists);
     if (shown_ != nullptr && shown_->needs == Needs::kNothing) {
-      loop_.Post([this] { OpenShown(); });
+      loop().Post([this] { OpenShown(); });
     }
   }
 
-  void OnReference(bool loaded) {
+  void OnReference(IStockCommon& /*reference*/, bool loaded) override {
     if (loaded) {
       not_loaded_.clear();
       selection_.OnReferenceData();
     } else {
-      not_loaded_ = NotLoadedText(session_);
+      not_loaded_ = NotLoadedText(session());
       Tell(not_loaded_);
     }
     if (shown_ != nullptr && (loaded || !shown_->needs_all)) {
@@ -166,20 +154,10 @@ class LiveRun {
     Redraw();
   }
 
-  // On any thread. What comes while one is being looked at waits for that look.
-  void OnEvent() {
-    if (!ended_ && !announced_.exchange(true)) {
-      loop_.Post([this] {
-        announced_ = false;
-        Redraw();
-      });
-    }
-  }
-
   // Whatever arrives at the same time is drawn once.
   void Redraw() {
     if (!std::exchange(is_dirty_, true)) {
-      loop_.Post([this] { Draw(); });
+      loop().Post([this] { Draw(); });
     }
   }
 
@@ -197,7 +175,7 @@ class LiveRun {
 
   void Draw() {
     is_dirty_ = false;
-    if (loop_.ended()) {
+    if (loop().ended()) {
       return;
     }
     const Terminal::Size terminal = terminal_->size();
@@ -206,7 +184,7 @@ class LiveRun {
     const auto now = Panel::Clock::now();
     const stock::MarketStatus phase = CurrentPhase();
     const ScreenHead head = bar_.Head(Report(now, phase), phase, size.columns);
-    output_.Write(display_->Difference(screen_.Picture(head, now, phase), size));
+    output().Write(display_->Difference(screen_.Picture(head, now, phase), size));
   }
 
   bool OnKeys() {
@@ -239,22 +217,15 @@ class LiveRun {
     }
     display_.reset();
     terminal_.reset();
-    WriteLast(STDOUT_FILENO, TextOf(newest, palette_));
-    if (timed_out_ && newest.empty()) {
+    WriteLast(STDOUT_FILENO, TextOf(newest, palette()));
+    if (timed_out() && newest.empty()) {
       Say("nothing arrived: " + report.text);
       return kFailure;
     }
     return kFine;
   }
 
-  const ShowOptions options_;
   const Shown* const shown_;
-  std::atomic<bool> announced_{false};  // an event waits to be looked at
-  std::atomic<bool> ended_{false};
-  MainLoop loop_;
-  Output output_;
-  const Palette palette_;
-  Session session_;
   bool is_dirty_ = false;
   PanelContext context_;
   IndexBar bar_;
@@ -263,8 +234,7 @@ class LiveRun {
   std::unique_ptr<Terminal> terminal_;
   std::unique_ptr<CursesDisplay> display_;
   std::string not_loaded_ = "the lists are being loaded";  // why nothing can be looked up; empty: it can
-  bool timed_out_ = false;
-  std::size_t views_ = 0;  // of `shown_`
+  std::size_t views_ = 0;                                  // of `shown_`
 };
 
 }  // namespace
