@@ -21,7 +21,7 @@ namespace {
 constexpr const char* kCalendarEndpoint = "/pc/rt/trade_date";
 constexpr const char* kNameEndpoints[] = {kCalendarEndpoint, "/pc/rt/get_basic_info", "/pc/rt/get_bk_list",
                                           "/pc/rt/stock_index_list"};
-// An answer is counted before it is read.
+// A thread that waits for an answer is handed it before it reads it.
 constexpr std::chrono::milliseconds kUntilRead(20);
 constexpr std::chrono::milliseconds kPatience(9000);
 
@@ -34,19 +34,20 @@ std::uint32_t ServerYear() {
   return common::GetCurrentServerDate() / 10000;
 }
 
-// Calls `done` once: with what `look` sees in the counters as soon as an exchange makes it see something, or
-// with false at the end of the patience.
-void Await(HostServices& host, std::function<std::optional<bool>()> look, std::function<void(bool ok)> done) {
+// Calls `done` once: with what `look` sees in the counters, `pause` after the exchange that makes it see
+// something, or with false at the end of the patience.
+void Await(HostServices& host, std::chrono::milliseconds pause, std::function<std::optional<bool>()> look,
+           std::function<void(bool ok)> done) {
   const auto is_told = std::make_shared<bool>(false);
   const auto tell = [is_told, done = std::move(done)](bool ok) {
     if (!std::exchange(*is_told, true)) {
       done(ok);
     }
   };
-  host.Until([&loop = host.loop(), is_told, look = std::move(look), tell] {
+  host.Until([&loop = host.loop(), pause, is_told, look = std::move(look), tell] {
     const std::optional<bool> seen = look();
     if (seen) {
-      loop.After(kUntilRead, [tell, ok = *seen] { tell(ok); });
+      loop.After(pause, [tell, ok = *seen] { tell(ok); });
     }
     return seen || *is_told;
   });
@@ -55,7 +56,7 @@ void Await(HostServices& host, std::function<std::optional<bool>()> look, std::f
 
 std::optional<bool> CalendarSeen() {
   const stock_host::EndpointCounters counters = stock_host::ReadCounters().endpoints[kCalendarEndpoint];
-  const bool answered = counters.requests > 0 && counters.requests == counters.succeeded + counters.failed;
+  const bool answered = counters.requests > 0 && counters.requests == counters.handed_over;
   return answered ? std::optional(counters.failed == 0) : std::nullopt;
 }
 
@@ -88,11 +89,11 @@ void LoadLists(HostServices& host, IStockCommon& reference, int number, Clock::t
 }  // namespace
 
 void AwaitCalendar(HostServices& host, std::function<void(bool ok)> done) {
-  Await(host, CalendarSeen, std::move(done));
+  Await(host, std::chrono::milliseconds(0), CalendarSeen, std::move(done));
 }
 
 void AwaitNames(HostServices& host, std::function<void()> done) {
-  Await(host, NamesSeen, [done = std::move(done)](bool ok) {
+  Await(host, kUntilRead, NamesSeen, [done = std::move(done)](bool ok) {
     if (ok) {
       done();
     }

@@ -31,10 +31,12 @@ struct HostServices::Events {
       on_event();
     }
     std::erase_if(waiting, [](const std::function<bool()>& is_over) { return is_over(); });
+    is_awaited = !waiting.empty();
   }
 
   Warnings warnings;
   std::atomic<bool> is_posted{false};
+  std::atomic<bool> is_awaited{false};  // somebody waits
   std::function<void()> on_event;
   std::vector<std::function<bool()>> waiting;
 };
@@ -48,7 +50,8 @@ HostServices::HostServices(const stock_host::Settings& settings, Schedule& loop,
         if (event.kind == stock_host::Event::Kind::kWarning) {
           events->warnings.Add(event.text);
         }
-        if (!events->is_posted.exchange(true)) {
+        const bool is_news = event.kind != stock_host::Event::Kind::kHandedOver || events->is_awaited;
+        if (is_news && !events->is_posted.exchange(true)) {
           loop.Post([weak] {
             if (const auto alive = weak.lock()) {
               alive->HandOut();
@@ -74,6 +77,7 @@ const Warnings& HostServices::warnings() const {
 }
 
 void HostServices::Until(std::function<bool()> is_over) {
+  events_->is_awaited = true;  // before the look, so that nothing is missed
   if (!is_over()) {
     events_->waiting.push_back(std::move(is_over));
   }
