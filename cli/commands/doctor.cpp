@@ -147,7 +147,7 @@ class Report {
                  {ever ? DateAndTime(one.last_success) : kNoFigure},
                  {Printable(one.last_error)}});
     }
-    output_.Write(TextOf(table, palette_));
+    output_.Write(TextOf(table.Lines(), palette_));
   }
 
   [[nodiscard]] bool failed() const { return failed_; }

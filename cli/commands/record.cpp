@@ -38,14 +38,14 @@ class Recording final : public MarketRun {
   explicit Recording(const ShowOptions& options) : MarketRun(options) {}
 
   void Run() {
-    Note("recording " + session().server_text() + "; Ctrl-C ends it");
+    Note("recording " + session_.server_text() + "; Ctrl-C ends it");
     Load(Needs::kLists);
-    Loop(options().Interval());
+    Loop(options_.Interval());
   }
 
  private:
   void OnReference(IStockCommon& reference, bool /*loaded*/) override {
-    views_ = UsualViews(context(), reference);
+    views_ = UsualViews(context_, reference);
     for (const auto& view : views_) {
       view->Show();
     }

@@ -43,16 +43,6 @@ class MarketRun {
   explicit MarketRun(const ShowOptions& options);
   virtual ~MarketRun() = default;
 
-  [[nodiscard]] const ShowOptions& options() const { return options_; }
-  [[nodiscard]] MainLoop& loop() { return loop_; }
-  [[nodiscard]] Output& output() { return output_; }
-  [[nodiscard]] const Palette& palette() const { return palette_; }
-  [[nodiscard]] Session& session() { return session_; }
-  [[nodiscard]] const Session& session() const { return session_; }
-  [[nodiscard]] const ViewContext& context() const { return context_; }
-  /// The options' time was up.
-  [[nodiscard]] bool timed_out() const { return timed_out_; }
-
   /// Loads what is needed; `OnReference` is called as `LoadReferenceData` says.
   void Load(Needs needs);
   /// Runs the loop until something ends it, at the latest when the options' time is up.
@@ -68,14 +58,13 @@ class MarketRun {
   /// Something is to be drawn anew.
   virtual void OnChange() {}
 
- private:
   const ShowOptions options_;
   MainLoop loop_;
   Output output_;
   const Palette palette_;
   Session session_;
   const ViewContext context_;
-  bool timed_out_ = false;
+  bool timed_out_ = false;  // the options' time was up
 };
 
 }  // namespace cli

@@ -51,7 +51,7 @@ class OutputRun : public MarketRun {
   void Load() {
     MarketRun::Load(shown_.needs);
     if (shown_.needs == Needs::kNames) {
-      AwaitNames(session().host(), [this] { ShowEarly(*GetStockCommon()); });
+      AwaitNames(session_.host(), [this] { ShowEarly(*GetStockCommon()); });
     }
   }
 
@@ -60,12 +60,12 @@ class OutputRun : public MarketRun {
       return;  // lists that come late change nothing of what is shown
     }
     if (!loaded && shown_.needs_all) {
-      throw std::runtime_error(NotLoadedText(session()));
+      throw std::runtime_error(NotLoadedText(session_));
     }
     if (!loaded && shown_.needs == Needs::kCalendar) {
       Say("the holidays are not known, only weekends" + (LoadFailure().empty() ? "" : ": " + LoadFailure()));
     }
-    views_ = shown_.make(context(), reference);
+    views_ = shown_.make(context_, reference);
     ShowViews();
   }
 
@@ -75,7 +75,7 @@ class OutputRun : public MarketRun {
       return;
     }
     try {
-      views_ = shown_.make(context(), reference);
+      views_ = shown_.make(context_, reference);
     } catch (const std::runtime_error&) {
       return;
     }
@@ -88,7 +88,7 @@ class OutputRun : public MarketRun {
     }
     OnViews();
     for (const auto& view : views_) {
-      if (!loop().ended()) {
+      if (!loop_.ended()) {
         view->Show();
       }
     }
@@ -106,23 +106,23 @@ class OutputRun : public MarketRun {
       if (!view->has_data()) {
         continue;
       }
-      if (options().json) {
+      if (options_.json) {
         text += view->JsonLine() + "\n";
-      } else if (options().csv) {
+      } else if (options_.csv) {
         const std::string csv = view->AsSheet().csv();
         text += is_first && text.empty() ? csv : WithoutHeader(csv);
       } else if (!view->WhyEmpty().empty()) {
         continue;
-      } else if (options().chart) {
-        text += cli::TextOf(view->Chart(*options().chart), palette());
+      } else if (options_.chart) {
+        text += cli::TextOf(view->Chart(*options_.chart), palette_);
       } else if (one_table) {
         together = together.columns().empty() ? Table(view->AsTable().columns()) : std::move(together);
         together.Append(view->AsTable());
       } else {
-        text += (text.empty() ? "" : "\n") + cli::TextOf(view->Lines(Width()), palette());
+        text += (text.empty() ? "" : "\n") + cli::TextOf(view->Lines(Width()), palette_);
       }
     }
-    return together.rows().empty() ? text : text + cli::TextOf(together.Lines(Width()), palette());
+    return together.rows().empty() ? text : text + cli::TextOf(together.Lines(Width()), palette_);
   }
 
   [[nodiscard]] static int Width() {
@@ -152,7 +152,7 @@ class Once final : public OutputRun {
       return;
     }
     const bool may_have_failed = std::any_of(views_.begin(), views_.end(), has_nothing);
-    loop().After(may_have_failed ? kUntilLogged : std::chrono::milliseconds(0), [this] { Finish(); });
+    loop_.After(may_have_failed ? kUntilLogged : std::chrono::milliseconds(0), [this] { Finish(); });
   }
 
   void Finish() {
@@ -161,18 +161,18 @@ class Once final : public OutputRun {
         Fail(*view);
       }
     }
-    output().Write(TextOf(views_, true));
+    output_.Write(TextOf(views_, true));
     result_ = kFine;
     for (const auto& view : views_) {
       if (const std::string why = view->WhyEmpty(); !why.empty()) {
         Say(why);
         result_ = view->MayBeEmpty() ? result_ : kFailure;
-      } else if (!options().json && !options().csv && !view->Note().empty()) {
+      } else if (!options_.json && !options_.csv && !view->Note().empty()) {
         Note(view->Note());
       }
     }
     TellSession();
-    loop().End();
+    loop_.End();
   }
 
   void TellSession() const {
@@ -187,9 +187,9 @@ class Once final : public OutputRun {
   void OnEvent() override { quiet_looks_ = 0; }
 
   void OnLook() override {
-    output().LookForReader();
+    output_.LookForReader();
     const auto quiet = ++quiet_looks_ * kLook;
-    if (views_.empty() || quiet < kAfterFailure || loop().ended() || ends_) {
+    if (views_.empty() || quiet < kAfterFailure || loop_.ended() || ends_) {
       return;
     }
     if (stock_host::ReadCounters().under_way > 0) {
@@ -210,13 +210,13 @@ class Once final : public OutputRun {
       if (quiet >= kAfterSuccess) {
         throw std::runtime_error(report.state == FeedState::kEmpty
                                      ? report.text
-                                     : session().server_text() + " has no such figures");
+                                     : session_.server_text() + " has no such figures");
       }
     }
   }
 
   [[noreturn]] void Fail(const View& view) const {
-    throw std::runtime_error(session().server_text() + ": " + std::string(view.feed().endpoint) +
+    throw std::runtime_error(session_.server_text() + ": " + std::string(view.feed().endpoint) +
                              " failed: " + view.Failure());
   }
 
@@ -231,7 +231,7 @@ class Following final : public OutputRun {
   using OutputRun::OutputRun;
 
   int Go() {
-    Note("asking " + session().server_text());
+    Note("asking " + session_.server_text());
     Load();
     Loop(kLookWhileFollowing);
     return is_empty_ ? kFine : Verdict();
@@ -243,23 +243,23 @@ class Following final : public OutputRun {
       const std::string why = view->WhyNothingToAsk();
       if (!why.empty()) {
         is_empty_ = true;
-        if (options().json) {
-          output().WriteLine(view->JsonLine());
+        if (options_.json) {
+          output_.WriteLine(view->JsonLine());
         }
         Say(why);
-        loop().End();
+        loop_.End();
       }
     }
     TellState();
   }
 
   void OnLook() override {
-    output().LookForReader();
+    output_.LookForReader();
     TellState();
   }
   void OnInterval() override {
     for (const auto& view : views_) {
-      if (!view->PollsItself() || options().Interval() < view->feed().polls) {
+      if (!view->PollsItself() || options_.Interval() < view->feed().polls) {
         view->Refresh();
       }
     }
@@ -267,7 +267,7 @@ class Following final : public OutputRun {
 
   void OnArrival(View& view) override {
     const auto now = Clock::now();
-    if (loop().ended() || !view.has_data()) {
+    if (loop_.ended() || !view.has_data()) {
       return;
     }
     if (fresh_.count(&view) > 0 && now - began_ > kLate) {
@@ -287,40 +287,40 @@ class Following final : public OutputRun {
   [[nodiscard]] bool IsWanted(Clock::time_point now) const {
     const Feed& feed = views_.front()->feed();
     const std::chrono::milliseconds early =
-        feed.polls.count() == 0 ? options().Interval() / 4 : feed.polls / 2;
-    return !shown_at_ || options().Interval() <= feed.polls || feed.name == kStateFeed.name ||
-           now - *shown_at_ >= options().Interval() - early;
+        feed.polls.count() == 0 ? options_.Interval() / 4 : feed.polls / 2;
+    return !shown_at_ || options_.Interval() <= feed.polls || feed.name == kStateFeed.name ||
+           now - *shown_at_ >= options_.Interval() - early;
   }
 
   void Show() {
     fresh_.clear();
     const auto now = Clock::now();
-    if (loop().ended() || !IsWanted(now)) {
+    if (loop_.ended() || !IsWanted(now)) {
       return;
     }
     shown_at_ = now;
-    output().Write(UpdateText());
+    output_.Write(UpdateText());
     ++updates_;
     TellState();
-    if (options().count && updates_ >= *options().count) {
-      loop().End();
+    if (options_.count && updates_ >= *options_.count) {
+      loop_.End();
     }
   }
 
   [[nodiscard]] std::string UpdateText() const {
-    if (options().json || options().csv) {
+    if (options_.json || options_.csv) {
       return TextOf(views_, updates_ == 0);
     }
     const View& first = *views_.front();
     if (const auto log = first.LogLines(updates_ == 0); !log.empty()) {
-      return cli::TextOf(log, palette());
+      return cli::TextOf(log, palette_);
     }
     const std::string title = views_.size() == 1 ? first.Title() : "quotes";
     std::string text = (updates_ > 0 ? "\n" : "") +
-                       Render({{DateAndTime(first.server_time()) + "  " + title, Tone::kDim}}, palette()) +
+                       Render({{DateAndTime(first.server_time()) + "  " + title, Tone::kDim}}, palette_) +
                        "\n" + TextOf(views_, false);
     if (views_.size() == 1 && !first.Note().empty()) {
-      text += Render({{first.Note(), Tone::kDim}}, palette()) + "\n";
+      text += Render({{first.Note(), Tone::kDim}}, palette_) + "\n";
     }
     return text;
   }
@@ -345,17 +345,16 @@ class Following final : public OutputRun {
   }
 
   int Verdict() {
-    if (!timed_out()) {
+    if (!timed_out_) {
       return kFine;
     }
     if (updates_ == 0) {
-      const std::string reason = views_.empty() ? NotLoadedReason(session().warnings()) : std::string();
+      const std::string reason = views_.empty() ? NotLoadedReason(session_.warnings()) : std::string();
       Say("nothing arrived: " + (reason.empty() ? Report().text : "no data: " + reason));
       return kFailure;
     }
-    if (options().count && updates_ < *options().count) {
-      Say("only " + std::to_string(updates_) + " of " + std::to_string(*options().count) +
-          " updates arrived");
+    if (options_.count && updates_ < *options_.count) {
+      Say("only " + std::to_string(updates_) + " of " + std::to_string(*options_.count) + " updates arrived");
       return kFailure;
     }
     return kFine;

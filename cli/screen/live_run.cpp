@@ -17,7 +17,6 @@
 #include "cli/screen/index_bar.h"
 #include "cli/screen/page.h"
 #include "cli/screen/screen.h"
-#include "cli/screen/terminal_kind.h"
 #include "cli/screen/view_panel.h"
 #include "cli/views/securities.h"
 #include "cli/views/selection.h"
@@ -38,12 +37,12 @@ class LiveRun final : public MarketRun {
   LiveRun(const ShowOptions& options, const Shown* shown)
       : MarketRun(options),
         shown_(shown),
-        context_{ContextOf(context()), [this](const Security& security) { selection_.Select(security); },
-                 [this](std::string text) { Tell(std::move(text)); },
-                 [this](std::vector<BaseInfoItem> list) { selection_.StepThrough(std::move(list)); }},
-        bar_(context_.views, session(),
+        panels_{ContextOf(context_), [this](const Security& security) { selection_.Select(security); },
+                [this](std::string text) { Tell(std::move(text)); },
+                [this](std::vector<BaseInfoItem> list) { selection_.StepThrough(std::move(list)); }},
+        bar_(panels_.views, session_,
              shown == nullptr ? IndexBar::Shows::kIndices : IndexBar::Shows::kStateOnly),
-        screen_(shown == nullptr ? MakePanels(context_) : std::vector<std::unique_ptr<Panel>>(),
+        screen_(shown == nullptr ? MakePanels(panels_) : std::vector<std::unique_ptr<Panel>>(),
                 shown == nullptr ? Pages() : std::vector<Page>(), Actions()),
         selection_(Made(GetCurrentStock(), "current_stock"),
                    [this](const Security& security) { OnSelection(security); }) {}
@@ -68,13 +67,13 @@ class LiveRun final : public MarketRun {
   void OnEvent() override { Redraw(); }
   void OnChange() override { Redraw(); }
   void OnLook() override {
-    output().LookForReader();
+    output_.LookForReader();
     Redraw();
   }
   void OnInterval() override { screen_.OnInterval(CurrentPhase()); }
 
   ScreenActions Actions() {
-    return {[this] { loop().End(); },
+    return {[this] { loop_.End(); },
             [this] { selection_.Next(); },
             [this] { selection_.Previous(); },
             [this](const Security& security) { selection_.Select(security); },
@@ -84,18 +83,18 @@ class LiveRun final : public MarketRun {
 
   // A signal may be looked at in the middle of a write: what it asks for is done after that.
   void TakeTerminal() {
-    display_ = std::make_unique<CursesDisplay>(STDIN_FILENO, WantsColour(STDOUT_FILENO, options().no_color));
+    display_ = std::make_unique<CursesDisplay>(STDIN_FILENO, WantsColour(STDOUT_FILENO, options_.no_color));
     terminal_ = std::make_unique<Terminal>(STDIN_FILENO, STDOUT_FILENO);
-    loop().OnReadable(STDIN_FILENO, [this] { return OnKeys(); });
-    loop().OnSignal(SIGWINCH, [this] { Redraw(); });
-    loop().OnSignal(SIGTSTP, [this] { loop().Post([this] { Pause(); }); });
+    loop_.OnReadable(STDIN_FILENO, [this] { return OnKeys(); });
+    loop_.OnSignal(SIGWINCH, [this] { Redraw(); });
+    loop_.OnSignal(SIGTSTP, [this] { loop_.Post([this] { Pause(); }); });
   }
 
   // Stepping and the finder need the lists, whatever the views do.
   void LoadReference() {
     Load(Needs::kLists);
     if (shown_ != nullptr && shown_->needs == Needs::kNothing) {
-      loop().Post([this] { OpenShown(); });
+      loop_.Post([this] { OpenShown(); });
     }
   }
 
@@ -104,7 +103,7 @@ class LiveRun final : public MarketRun {
       not_loaded_.clear();
       selection_.OnReferenceData();
     } else {
-      not_loaded_ = NotLoadedText(session());
+      not_loaded_ = NotLoadedText(session_);
       Tell(not_loaded_);
     }
     if (shown_ != nullptr && (loaded || !shown_->needs_all)) {
@@ -120,9 +119,9 @@ class LiveRun final : public MarketRun {
     }
     std::vector<std::unique_ptr<Panel>> panels;
     Page page{"", {}};
-    for (std::unique_ptr<View>& view : shown_->make(context_.views, *GetStockCommon())) {
+    for (std::unique_ptr<View>& view : shown_->make(panels_.views, *GetStockCommon())) {
       page.columns.push_back({kViewColumns, 1, {{panels.size(), kViewRows}}});
-      panels.push_back(PanelFor(context_, std::move(view)));
+      panels.push_back(PanelFor(panels_, std::move(view)));
     }
     views_ = panels.size();
     screen_.Open(std::move(panels), {page});
@@ -157,7 +156,7 @@ class LiveRun final : public MarketRun {
   // Whatever arrives at the same time is drawn once.
   void Redraw() {
     if (!std::exchange(is_dirty_, true)) {
-      loop().Post([this] { Draw(); });
+      loop_.Post([this] { Draw(); });
     }
   }
 
@@ -168,14 +167,16 @@ class LiveRun final : public MarketRun {
     }
     const std::vector<Panel*> seen = screen_.Seen();
     if (seen.empty()) {
-      return {FeedState::kWaiting, not_loaded_.empty() ? "waiting for data" : not_loaded_};
+      return {FeedState::kWaiting, views_ > 0            ? "paused while the help is open"
+                                   : not_loaded_.empty() ? "waiting for data"
+                                                         : not_loaded_};
     }
     return seen.front()->Report(now, phase);
   }
 
   void Draw() {
     is_dirty_ = false;
-    if (loop().ended()) {
+    if (loop_.ended()) {
       return;
     }
     const Terminal::Size terminal = terminal_->size();
@@ -184,7 +185,7 @@ class LiveRun final : public MarketRun {
     const auto now = Panel::Clock::now();
     const stock::MarketStatus phase = CurrentPhase();
     const ScreenHead head = bar_.Head(Report(now, phase), phase, size.columns);
-    output().Write(display_->Difference(screen_.Picture(head, now, phase), size));
+    output_.Write(display_->Difference(screen_.Picture(head, now, phase), size));
   }
 
   bool OnKeys() {
@@ -217,8 +218,8 @@ class LiveRun final : public MarketRun {
     }
     display_.reset();
     terminal_.reset();
-    WriteLast(STDOUT_FILENO, TextOf(newest, palette()));
-    if (timed_out() && newest.empty()) {
+    WriteLast(STDOUT_FILENO, TextOf(newest, palette_));
+    if (timed_out_ && newest.empty()) {
       Say("nothing arrived: " + report.text);
       return kFailure;
     }
@@ -227,7 +228,7 @@ class LiveRun final : public MarketRun {
 
   const Shown* const shown_;
   bool is_dirty_ = false;
-  PanelContext context_;
+  PanelContext panels_;
   IndexBar bar_;
   Screen screen_;
   Selection selection_;
