@@ -41,7 +41,7 @@ Desk::Desk(const Options& options)
                std::chrono::milliseconds(std::llround(options.interval * 1000))},
       why_no_lists_(Word("The lists are being loaded", "正在载入证券列表")) {
   thread_.TakeSignals();
-  session_ = std::make_unique<cli::Session>(options.session);
+  session_ = std::make_unique<cli::Session>(options.session, thread_);
   context_.warnings = &session_->warnings();
   selection_ = std::make_unique<cli::Selection>(cli::Made(GetCurrentStock(), "current_stock"),
                                                 [this](const cli::Security& security) {
@@ -74,7 +74,7 @@ Desk::Desk(const Options& options)
 
 void Desk::LoadReference() {
   IStockCommon& reference = cli::Made(GetStockCommon(), "stock_common");
-  cli::LoadReferenceData(thread_, reference, cli::Needs::kLists, [this, &reference](bool loaded) {
+  cli::LoadReferenceData(session_->host(), reference, cli::Needs::kLists, [this, &reference](bool loaded) {
     is_loading_ = false;
     if (!loaded) {
       why_no_lists_ = Text(cli::NotLoadedText(*session_));

@@ -127,14 +127,14 @@ cli::ListChoice ByChange(cli::Choices columns, int direction = cli::kDescending)
 }
 
 // Of the members it is the plate that was selected last.
-template <class View, cli::Choices (*kColumns)()>
+template <class View, const cli::Choices& kColumns>
 MadePane MakeStepped(Desk& desk, const QString& id) {
-  return MakeList<View>(desk, id, {}, ByChange(kColumns()));
+  return MakeList<View>(desk, id, {}, ByChange(kColumns));
 }
 
 template <int kDirection, bool kFiveMinutes>
 MadePane MakeRanking(Desk& desk, const QString& id) {
-  const cli::ListChoice choice = ByChange(cli::StockColumns(), kDirection);
+  const cli::ListChoice choice = ByChange(cli::kStockColumns, kDirection);
   return MakeList<cli::StockRankingView>(desk, id, kPlain, choice, kRankedRows, kFiveMinutes);
 }
 
@@ -159,7 +159,7 @@ MadePane MakeFound(Desk& desk, const QString& id, const char* title, const cli::
 }
 
 constexpr PaneKind kPanes[] = {
-    {"board", "Board", "行情", false, &MakeStepped<cli::BoardView, &cli::StockColumns>},
+    {"board", "Board", "行情", false, &MakeStepped<cli::BoardView, cli::kStockColumns>},
     {"quote", "Quote", "盘口", true, &MakeShown<QuoteSheet, cli::QuoteView, &QuoteSheet::Show>},
     {"minutes", "Minutes", "分时", true,
      [](Desk& desk, const QString& id) -> MadePane { return std::make_unique<MinutePane>(desk, id); }},
@@ -171,19 +171,19 @@ constexpr PaneKind kPanes[] = {
      [](Desk& desk, const QString& id) { return MakeFound(desk, id, "plates", &PlatesOf); }},
     {"watch", "Watch list", "自选股", false,
      [](Desk& desk, const QString& id) {
-       const cli::ListChoice own = cli::ListBy(cli::WatchListColumns(), 0);
+       const cli::ListChoice own = cli::ListBy(cli::kWatchListColumns, 0);
        return MakeList<cli::WatchListView>(desk, id, {.is_watch_list = true}, own);
      }},
-    {"plates", "Plates", "板块", false, &MakeStepped<cli::PlatesView, &cli::PlateColumns>},
+    {"plates", "Plates", "板块", false, &MakeStepped<cli::PlatesView, cli::kPlateColumns>},
     {"members", "Stocks of the plate", "板块成份股", false,
-     &MakeStepped<cli::MembersView, &cli::PlateColumns>},
+     &MakeStepped<cli::MembersView, cli::kPlateColumns>},
     {"gainers", "Rises", "涨幅榜", false, &MakeRanking<cli::kDescending, false>},
     {"losers", "Falls", "跌幅榜", false, &MakeRanking<cli::kAscending, false>},
     {"risers-now", "Rises of five minutes", "五分钟涨幅", false, &MakeRanking<cli::kDescending, true>},
     {"fallers-now", "Falls of five minutes", "五分钟跌幅", false, &MakeRanking<cli::kAscending, true>},
     {"plate-ranking", "Ranking of plates", "板块排行", false,
      [](Desk& desk, const QString& id) {
-       const cli::ListChoice choice = ByChange(cli::PlateColumns());
+       const cli::ListChoice choice = ByChange(cli::kPlateColumns);
        return MakeList<cli::PlateRankingView>(desk, id, kPlain, choice, kRankedRows);
      }},
     {"events", "Unusual events", "异动", false, &MakePlain<cli::EventsView, 0U, std::nullopt>},

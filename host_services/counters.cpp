@@ -112,10 +112,17 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
   Announce(Event::Kind::kExchangeEnded, endpoint);
 }
 
-void CountHandedOver() {
-  CounterState& state = State();
-  const std::lock_guard lock(state.mutex);
-  state.counters.under_way -= state.counters.under_way > 0 ? 1 : 0;
+void CountHandedOver(const std::string& endpoint) {
+  {
+    CounterState& state = State();
+    const std::lock_guard lock(state.mutex);
+    // Those of the run before do not count.
+    if (state.counters.under_way > 0) {
+      --state.counters.under_way;
+      ++Endpoint(state.counters, endpoint).handed_over;
+    }
+  }
+  Announce(Event::Kind::kHandedOver, endpoint);
 }
 
 void CountConnections(std::uint64_t opened) {

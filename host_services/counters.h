@@ -21,7 +21,7 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
                     std::uint64_t bytes, std::int64_t at, std::chrono::duration<double> took = {});
 
 /// The call-back of a request has returned, or its caller is about to get the answer.
-void CountHandedOver();
+void CountHandedOver(const std::string& endpoint);
 
 void CountConnections(std::uint64_t opened);
 

@@ -131,11 +131,12 @@ FailureThread& TheFailureThread() {
 }
 
 // What a call-back thread does with an answer: the request is under way until its call-back is over.
-std::function<void()> HandingOver(HttpClient::Done done, HttpAnswer answer) {
-  return [done = std::move(done), answer = std::move(answer)] {
+std::function<void()> HandingOver(std::string endpoint, HttpClient::Done done, HttpAnswer answer) {
+  return [endpoint = std::move(endpoint), done = std::move(done), answer = std::move(answer)] {
     const struct Over {
-      ~Over() { CountHandedOver(); }
-    } over;
+      ~Over() { CountHandedOver(endpoint); }
+      const std::string& endpoint;
+    } over{endpoint};
     done(answer);
   };
 }
@@ -307,12 +308,12 @@ class HttpClient::Network {
                    std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()),
                    Steady::now() - exchange->asked);
     if (exchange->wakes_caller) {
-      CountHandedOver();
+      CountHandedOver(exchange->endpoint);
       exchange->done(answer);
       return;
     }
     // The pool outlives this thread.
-    impl_.completions->Post(HandingOver(std::move(exchange->done), std::move(answer)));
+    impl_.completions->Post(HandingOver(exchange->endpoint, std::move(exchange->done), std::move(answer)));
   }
 
   Impl& impl_;
@@ -409,18 +410,18 @@ void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
   }
   CountCompleted(exchange->endpoint, refusal.error, refusal.reason, 0, 0);
   if (wakes_caller) {
-    CountHandedOver();
+    CountHandedOver(exchange->endpoint);
     done(refusal);
     return;
   }
   {
     const std::lock_guard lock(impl_->mutex);
     if (impl_->running) {
-      impl_->completions->Post(HandingOver(std::move(done), std::move(refusal)));
+      impl_->completions->Post(HandingOver(exchange->endpoint, std::move(done), std::move(refusal)));
       return;
     }
   }
-  CountHandedOver();
+  CountHandedOver(exchange->endpoint);
   TheFailureThread().Post(std::move(done), std::move(refusal));
 }
 

@@ -84,6 +84,7 @@ struct EndpointCounters {
   std::uint64_t requests = 0;   ///< completed or under way
   std::uint64_t succeeded = 0;  ///< complete, with status 200
   std::uint64_t failed = 0;
+  std::uint64_t handed_over = 0;  ///< of those two: the call-back has returned, or the waiting thread has it
   std::uint64_t bytes_received = 0;  ///< of bodies, unpacked
   std::int64_t last_success = 0;     ///< Unix seconds by the machine's clock; 0: never
   double success_age = -1;           ///< seconds since then, when the counters were read; -1: never
@@ -115,6 +116,7 @@ struct Counters {
 struct Event {
   enum class Kind {
     kExchangeEnded,  ///< and is counted
+    kHandedOver,     ///< its call-back has returned, or the thread that waits for it is about to have it
     kWarning,        ///< a warning or an error was written to the log
   };
   Kind kind = Kind::kExchangeEnded;

@@ -147,7 +147,7 @@ class Report {
                  {ever ? DateAndTime(one.last_success) : kNoFigure},
                  {Printable(one.last_error)}});
     }
-    output_.Write(TextOf(table, palette_));
+    output_.Write(TextOf(table.Lines(), palette_));
   }
 
   [[nodiscard]] bool failed() const { return failed_; }
@@ -214,14 +214,14 @@ void Finish(MainLoop& loop, Report& report) {
   loop.End();  // nothing is written any more
 }
 
-void ExamineReferenceData(MainLoop& loop, Report& report, const Warnings& log) {
+void ExamineReferenceData(MainLoop& loop, HostServices& host, Report& report) {
   IStockCommon* const reference = GetStockCommon();
   if (reference == nullptr) {
     report.Tell({State::kFailed, "reference data", "the service cannot be made", "look at the program log"});
     Finish(loop, report);
     return;
   }
-  TryReferenceData(loop, *reference, [&loop, &report, &log, reference](bool loaded) {
+  TryReferenceData(host, *reference, [&loop, &host, &report, reference](bool loaded) {
     if (loaded) {
       report.Tell({State::kGood,
                    "reference data",
@@ -230,10 +230,10 @@ void ExamineReferenceData(MainLoop& loop, Report& report, const Warnings& log) {
                        " plates",
                    {}});
     } else {
-      report.Tell({State::kFailed, "reference data", "not loaded: " + NotLoadedReason(log),
+      report.Tell({State::kFailed, "reference data", "not loaded: " + NotLoadedReason(host.warnings()),
                    "the lines above and the table below say what failed"});
     }
-    AwaitCalendar(loop, [&loop, &report](bool known) {
+    AwaitCalendar(host, [&loop, &report](bool known) {
       const std::string now = DateAndTime(common::GetCurrentServerTime()) + ", " + PhaseName(CurrentPhase());
       if (known) {
         report.Tell({State::kGood, "phase", now, {}});
@@ -279,7 +279,7 @@ int Examine(const ShowOptions& options) {
   const TemporaryDirectory directory;
   std::optional<HostServices> services;
   try {
-    services.emplace(InDirectory(settings, directory));
+    services.emplace(InDirectory(settings, directory), loop);
   } catch (const std::runtime_error& error) {
     report.Tell({State::kFailed, "services", error.what(), "correct it; the server was not looked at"});
     return kFailure;
@@ -289,7 +289,7 @@ int Examine(const ShowOptions& options) {
         server, [&](const Finding& finding) { loop.Post([&report, finding] { report.Tell(finding); }); });
     loop.Post([&, reached] {
       if (reached && !server.key_id.empty()) {
-        ExamineReferenceData(loop, report, services->warnings());
+        ExamineReferenceData(loop, *services, report);
       } else {
         Finish(loop, report);
       }

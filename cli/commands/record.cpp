@@ -9,10 +9,7 @@
 #include "cli/application.h"
 #include "cli/commands/options.h"
 #include "cli/format/text.h"
-#include "cli/run/main_loop.h"
-#include "cli/run/output.h"
-#include "cli/run/reference_load.h"
-#include "cli/run/session.h"
+#include "cli/run/market_run.h"
 #include "cli/screen/live_run.h"
 #include "host_services/stock_host.h"
 
@@ -36,32 +33,33 @@ struct RecordOptions {
 };
 
 // A client that shows everything at once and looks at nothing.
-void RecordUsualViews(const ShowOptions& options) {
-  MainLoop loop;
-  const Session session(options.session);
-  Note("recording " + session.server_text() + "; Ctrl-C ends it");
-  const ViewContext context{[&loop](std::function<void()> work) { loop.Post(std::move(work)); }, [] {},
-                            &session.warnings(), options.Interval()};
-  Views views;
-  IStockCommon& reference = Made(GetStockCommon(), "stock_common");
-  LoadReferenceData(loop, reference, Needs::kLists, [&](bool) {
-    views = UsualViews(context, reference);
-    for (const auto& view : views) {
+class Recording final : public MarketRun {
+ public:
+  explicit Recording(const ShowOptions& options) : MarketRun(options) {}
+
+  void Run() {
+    Note("recording " + session_.server_text() + "; Ctrl-C ends it");
+    Load(Needs::kLists);
+    Loop(options_.Interval());
+  }
+
+ private:
+  void OnReference(IStockCommon& reference, bool /*loaded*/) override {
+    views_ = UsualViews(context_, reference);
+    for (const auto& view : views_) {
       view->Show();
     }
-  });
-  loop.Every(options.Interval(), [&views] {
-    for (const auto& view : views) {
+  }
+  void OnInterval() override {
+    for (const auto& view : views_) {
       if (!view->PollsItself() && !view->IsAskedOnce()) {
         view->Refresh();
       }
     }
-  });
-  if (const auto limit = options.Limit()) {
-    loop.After(*limit, [&loop] { loop.End(); });
   }
-  loop.Run();
-}
+
+  Views views_;
+};
 
 // What stands after the options of `record`, as a whole command line. What was given to `record` itself,
 // save for how long, would not reach it.
@@ -107,7 +105,7 @@ int Record(const RecordOptions& options) {
   if (options.command.empty() && CanShowLiveScreen()) {
     code = RunLiveScreen(options.show);
   } else if (options.command.empty()) {
-    RecordUsualViews(options.show);
+    Recording(options.show).Run();
   } else {
     code = RecordCommand(options.command);
   }

@@ -33,7 +33,7 @@ std::string ColumnsList(Choices columns) {
 }
 
 std::string BoardsAndColumns() {
-  return ListOf("Boards", Boards()) + "\n\n" + ColumnsList(StockColumns());
+  return ListOf("Boards", kBoards) + "\n\n" + ColumnsList(kStockColumns);
 }
 
 // What a chart on standard output may take: the terminal without the rows of the next prompt, 80 by 24
@@ -172,13 +172,13 @@ void AddDailyPlot(Form& form, Chosen& chosen) {
 
 // A list of stocks or plates, of which the group can be chosen.
 void AddStockList(Form& form, Chosen& chosen) {
-  chosen.list.order.columns = StockColumns();
-  AddChoice(form, "--board", Boards(), "the board, see below", chosen.list.group);
+  chosen.list.order.columns = kStockColumns;
+  AddChoice(form, "--board", kBoards, "the board, see below", chosen.list.group);
 }
 
 void AddPlateList(Form& form, Chosen& chosen) {
-  chosen.list.order.columns = PlateColumns();
-  AddChoice(form, "--kind", PlateKinds(), "industry or concept", chosen.list.group);
+  chosen.list.order.columns = kPlateColumns;
+  AddChoice(form, "--kind", kPlateKinds, "industry or concept", chosen.list.group);
 }
 
 // A list of which a page is followed.
@@ -219,7 +219,7 @@ Runner SetUpRank(Form& form) {
              AddCount(f, c);
            },
            [](const Chosen& c) { return Of<PlateRankingView>(Needs::kNothing, c.list, c.count); },
-           ColumnsList(PlateColumns()) + R"(Examples:
+           ColumnsList(kPlateColumns) + R"(Examples:
   csm rank plates                              the ten industries that rose most
   csm rank plates --kind concept --sort bpin   the concepts by the figure bpin
   csm rank plates --num 5 --count 1 --json     once, for other programs; the server may send more rows)")}};
@@ -255,7 +255,7 @@ Runner SetUpItems(Form& form) {
                           AddPlateList(f, c);
                           AddItemsOptions(f, c);
                         },
-                        &Items<ItemsView::Of::kPlates>, ColumnsList(PlateColumns()) + R"(Examples:
+                        &Items<ItemsView::Of::kPlates>, ColumnsList(kPlateColumns) + R"(Examples:
   csm items plates --kind concept --sort name   the concepts by name
   csm items plates --json                       one JSON line)")}};
   return {};
@@ -338,7 +338,7 @@ since the update before; in JSON "directions" says it.)")},
              AddColumnsOption(f, PlatesLook(), c.list.columns);
              AddWatchOptions(f, c);
            },
-           [](const Chosen& c) { return List<PlatesView>(c); }, ColumnsList(PlateColumns()) + R"(Examples:
+           [](const Chosen& c) { return List<PlatesView>(c); }, ColumnsList(kPlateColumns) + R"(Examples:
   csm plates                                  the industries that rose most
   csm plates --kind concept --sort amt        the concepts with the largest amount
   csm plates --asc --rows 20:40               the second page of those that fell most
@@ -347,7 +347,7 @@ since the update before; in JSON "directions" says it.)")},
       {"plate", "A page of the stocks of a plate",
        Following(
            [](Form& f, Chosen& c) {
-             c.list.order.columns = PlateColumns();
+             c.list.order.columns = kPlateColumns;
              f.Add("PLATE", "a plate: bk1001, 1001 or a name", Into(c.text)).is_required = true;
              AddPage(f, c);
              AddWatchOptions(f, c);
@@ -366,7 +366,7 @@ since the update before; in JSON "directions" says it.)")},
              };
              return shown;
            },
-           ColumnsList(PlateColumns()) + R"(Examples:
+           ColumnsList(kPlateColumns) + R"(Examples:
   csm plate bk1001                       the stocks of a plate that rose most
   csm plate 银行 --sort tr --rows 0:50   the fifty with the largest turnover rate
   csm plate bk1001 --count 1 --json      once, for other programs
@@ -509,9 +509,8 @@ previous close of the first day that is shown. In the chart the dotted line is t
        Once(
            [](Form& f, Chosen& c) {
              AddSymbolTexts(f, c, "sh600000, 600000 or a name", false);
-             AddChoice(f, "--period", Periods(), "what one candle stands for", c.period);
-             AddChoice(f, "--adjust", Adjustments(), "prices adjusted for dividends and splits",
-                       c.adjustment);
+             AddChoice(f, "--period", kPeriods, "what one candle stands for", c.period);
+             AddChoice(f, "--adjust", kAdjustments, "prices adjusted for dividends and splits", c.adjustment);
              AddLast(f, c, "only the newest N candles");
              AddQueryOptions(f, c);
              AddPlotOptions(f, c);
@@ -540,7 +539,7 @@ previous close of the first day that is shown. In the chart the dotted line is t
 Adjusted prices leave out the jumps at dividends and splits. Without --last a table has the last 60
 candles, a chart those that fit, JSON and comma-separated values all. In the chart a rise is hollow; the
 lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)") +
-               "\n\n" + ListOf("Adjustments", Adjustments()))},
+               "\n\n" + ListOf("Adjustments", kAdjustments))},
       {"events", "Unusual events of the market",
        Once(
            [](Form& f, Chosen& c) {
@@ -634,7 +633,7 @@ Command ShowWatchListCommand() {
   return {"show", "The list with its quotes",
           Following(
               [](Form& f, Chosen& c) {
-                c.list.order.columns = WatchListColumns();
+                c.list.order.columns = kWatchListColumns;
                 c.list.order.column = 0;
                 AddSortOptions(f, c.list.order);
                 AddColumnsOption(f, WatchListLook(), c.list.columns);
@@ -646,7 +645,7 @@ Command ShowWatchListCommand() {
                 shown.needs_all = false;
                 return shown;
               },
-              ColumnsList(WatchListColumns()) + R"(Examples:
+              ColumnsList(kWatchListColumns) + R"(Examples:
   csm watchlist show                          in the order of the list, redrawn in place; q ends it
   csm watchlist show --sort change            those that rose most first
   csm watchlist show --sort plate --asc       by industry
@@ -670,7 +669,7 @@ Runner SetUpLive(Form& form) {
 Views UsualViews(const ViewContext& context, IStockCommon& reference) {
   constexpr std::int32_t kCount = 100;
   constexpr const wchar_t* kStock = L"sh600000";
-  ListChoice stocks = ListBy(StockColumns());
+  ListChoice stocks = ListBy(kStockColumns);
   stocks.rows = RowRange{0, kCount};  // those of a large screen
   Views views;
   views.push_back(std::make_unique<IndexView>(context));
@@ -678,15 +677,15 @@ Views UsualViews(const ViewContext& context, IStockCommon& reference) {
   for (const bool five_minutes : {false, true}) {
     views.push_back(std::make_unique<StockRankingView>(context, stocks, kCount, five_minutes));
   }
-  for (const Choice& kind : PlateKinds()) {
+  for (const Choice& kind : kPlateKinds) {
     ListChoice plates = stocks;
     plates.group = kind.number;
-    plates.order.columns = PlateColumns();
+    plates.order.columns = kPlateColumns;
     views.push_back(std::make_unique<PlatesView>(context, plates));
     views.push_back(std::make_unique<PlateRankingView>(context, plates, kCount));
   }
-  views.push_back(std::make_unique<WatchListView>(context, ListBy(WatchListColumns(), 0)));
-  for (const Choice& period : Periods()) {
+  views.push_back(std::make_unique<WatchListView>(context, ListBy(kWatchListColumns, 0)));
+  for (const Choice& period : kPeriods) {
     views.push_back(std::make_unique<KLineView>(context, period.number, kUnadjusted, std::nullopt));
   }
   views.push_back(std::make_unique<QuoteView>(context));

@@ -63,7 +63,7 @@ int Edit(const EditOptions& options, const std::function<std::string()>& change)
   Output output(loop, STDOUT_FILENO);
   SessionOptions session_options;
   session_options.has_server = false;
-  const Session session(session_options);
+  const Session session(session_options, loop);
   const std::string error = change();
   if (!error.empty()) {
     Say(Printable(error));

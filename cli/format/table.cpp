@@ -61,9 +61,9 @@ const char* SequenceOf(Tone tone) {
 
 }  // namespace
 
-std::string Render(const StyledLine& line, const Palette& palette, int width) {
+std::string Render(const StyledLine& line, const Palette& palette) {
   std::string text;
-  for (const Cell& cell : Cut(line, width)) {
+  for (const Cell& cell : line) {
     text += palette.Paint(cell.text, cell.tone);
   }
   return text;
@@ -125,14 +125,6 @@ void Table::Add(std::vector<Cell> row) {
   rows_.push_back(std::move(row));
 }
 
-StyledLine Table::Header() const {
-  std::vector<Cell> titles;
-  for (const Column& column : columns_) {
-    titles.push_back({Clip(column.title, column.max_width), Tone::kDim});
-  }
-  return Line(titles, Widths());
-}
-
 std::vector<StyledLine> Table::Rows() const {
   const std::vector<int> widths = Widths();
   std::vector<StyledLine> lines;
@@ -142,14 +134,15 @@ std::vector<StyledLine> Table::Rows() const {
   return lines;
 }
 
-std::vector<StyledLine> Table::Lines() const {
-  std::vector<StyledLine> lines = Rows();
-  lines.insert(lines.begin(), Header());
-  return lines;
-}
-
 std::vector<StyledLine> Table::Lines(int width) const {
-  return Fitting(width).Lines();
+  const Table fitting = Fitting(width);
+  std::vector<Cell> titles;
+  for (const Column& column : fitting.columns_) {
+    titles.push_back({Clip(column.title, column.max_width), Tone::kDim});
+  }
+  std::vector<StyledLine> lines = fitting.Rows();
+  lines.insert(lines.begin(), fitting.Line(titles, fitting.Widths()));
+  return lines;
 }
 
 Table Table::Fitting(int width) const {
@@ -214,10 +207,6 @@ std::string TextOf(const std::vector<StyledLine>& lines, const Palette& palette)
     text += Render(line, palette) + "\n";
   }
   return text;
-}
-
-std::string TextOf(const Table& table, const Palette& palette) {
-  return Render(table.Header(), palette) + "\n" + TextOf(table.Rows(), palette);
 }
 
 Tone ToneOf(double change) {

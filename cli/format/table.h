@@ -36,9 +36,8 @@ struct Cell {
 /// Cells side by side, without anything between them.
 using StyledLine = std::vector<Cell>;
 
-/// `line` painted, in at most `width` columns.
-[[nodiscard]] std::string Render(const StyledLine& line, const Palette& palette,
-                                 int width = std::numeric_limits<int>::max());
+/// `line` painted.
+[[nodiscard]] std::string Render(const StyledLine& line, const Palette& palette);
 
 /// Takes the blanks at the end of `line` away.
 void TrimEnd(StyledLine& line);
@@ -81,12 +80,9 @@ class Table {
   /// Those of its columns that fit into `width`, in their order; the best one in any case.
   [[nodiscard]] Table Fitting(int width) const;
 
-  [[nodiscard]] StyledLine Header() const;
   [[nodiscard]] std::vector<StyledLine> Rows() const;
-  /// Header and rows.
-  [[nodiscard]] std::vector<StyledLine> Lines() const;
-  /// The same with the columns that fit into `width`.
-  [[nodiscard]] std::vector<StyledLine> Lines(int width) const;
+  /// Header and rows, with the columns that fit into `width`.
+  [[nodiscard]] std::vector<StyledLine> Lines(int width = std::numeric_limits<int>::max()) const;
 
  private:
   [[nodiscard]] std::vector<int> Widths() const;
@@ -98,7 +94,5 @@ class Table {
 
 /// Each line painted and ended by a line feed.
 [[nodiscard]] std::string TextOf(const std::vector<StyledLine>& lines, const Palette& palette);
-/// The same for header and rows.
-[[nodiscard]] std::string TextOf(const Table& table, const Palette& palette);
 
 }  // namespace cli

@@ -2,7 +2,6 @@
 // language is chosen once, before anything is shown; reading is safe from any thread.
 #pragma once
 
-#include <span>
 #include <string>
 #include <string_view>
 

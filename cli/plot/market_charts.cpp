@@ -29,6 +29,13 @@ std::string Bar(double length) {
   return *rest == ' ' ? bar : bar + rest;
 }
 
+// `line` without its first cells, from the first character that is no blank.
+StyledLine WithoutCells(const StyledLine& line, std::ptrdiff_t count) {
+  StyledLine rest(line.begin() + count, line.end());
+  rest.front().text.erase(0, rest.front().text.find_first_not_of(' '));
+  return rest;
+}
+
 }  // namespace
 
 SessionPicture StrengthPicture(const std::vector<StrengthRatingItem>& rows, std::uint32_t date) {
@@ -67,8 +74,13 @@ SessionPicture EffectPicture(const std::vector<MoneyEffectItem>& rows, std::uint
 }
 
 std::vector<StyledLine> ChartOf(const SessionPicture& picture, const ChartSize& size) {
-  return picture.curves.empty() ? std::vector<StyledLine>()
-                                : SessionChart(picture.curves, picture.decimals, picture.title, size);
+  if (picture.curves.empty()) {
+    return {};
+  }
+  // Of its title the name goes before a figure does.
+  const bool fits = DisplayWidth(picture.title) <= size.columns;
+  return SessionChart(picture.curves, picture.decimals, fits ? picture.title : WithoutCells(picture.title, 1),
+                      size);
 }
 
 StyledLine DistributionHeading(const DistributionItem& item, std::uint32_t date) {
@@ -83,10 +95,8 @@ std::vector<StyledLine> DistributionChart(const DistributionItem& item, std::uin
   std::vector<StyledLine> lines = DistributionBars(item, columns);
   StyledLine sums = DistributionHeading(item, date);
   if (DisplayWidth(sums) > columns) {
-    StyledLine rest(sums.begin() + 2, sums.end());
-    rest.front().text.erase(0, rest.front().text.find_first_not_of(' '));
+    lines.insert(lines.begin(), WithoutCells(sums, 2));
     sums.resize(2);
-    lines.insert(lines.begin(), rest);
   }
   lines.insert(lines.begin(), sums);
   return lines;

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -20,7 +21,8 @@ namespace {
 constexpr const char* kCalendarEndpoint = "/pc/rt/trade_date";
 constexpr const char* kNameEndpoints[] = {kCalendarEndpoint, "/pc/rt/get_basic_info", "/pc/rt/get_bk_list",
                                           "/pc/rt/stock_index_list"};
-constexpr std::chrono::milliseconds kLook(20);
+// A thread that waits for an answer is handed it before it reads it.
+constexpr std::chrono::milliseconds kUntilRead(20);
 constexpr std::chrono::milliseconds kPatience(9000);
 
 constexpr int kTriesAtOnce = 3;
@@ -32,23 +34,29 @@ std::uint32_t ServerYear() {
   return common::GetCurrentServerDate() / 10000;
 }
 
-// Calls `done` with what `look` sees in the counters as soon as it sees something, with false at the end of
-// the patience. An answer is counted before it is read: `done` comes a look later.
-void LookUntilSeen(std::chrono::milliseconds patience, Schedule& loop,
-                   std::function<std::optional<bool>()> look, std::function<void(bool ok)> done) {
-  const std::optional<bool> seen = patience > patience.zero() ? look() : std::optional(false);
-  loop.After(kLook, [=, &loop, look = std::move(look), done = std::move(done)] {
-    if (seen) {
-      done(*seen);
-    } else {
-      LookUntilSeen(patience - kLook, loop, look, done);
+// Calls `done` once: with what `look` sees in the counters, `pause` after the exchange that makes it see
+// something, or with false at the end of the patience.
+void Await(HostServices& host, std::chrono::milliseconds pause, std::function<std::optional<bool>()> look,
+           std::function<void(bool ok)> done) {
+  const auto is_told = std::make_shared<bool>(false);
+  const auto tell = [is_told, done = std::move(done)](bool ok) {
+    if (!std::exchange(*is_told, true)) {
+      done(ok);
     }
+  };
+  host.Until([&loop = host.loop(), pause, is_told, look = std::move(look), tell] {
+    const std::optional<bool> seen = look();
+    if (seen) {
+      loop.After(pause, [tell, ok = *seen] { tell(ok); });
+    }
+    return seen || *is_told;
   });
+  host.loop().After(kPatience, [tell] { tell(false); });
 }
 
 std::optional<bool> CalendarSeen() {
   const stock_host::EndpointCounters counters = stock_host::ReadCounters().endpoints[kCalendarEndpoint];
-  const bool answered = counters.requests > 0 && counters.requests == counters.succeeded + counters.failed;
+  const bool answered = counters.requests > 0 && counters.requests == counters.handed_over;
   return answered ? std::optional(counters.failed == 0) : std::nullopt;
 }
 
@@ -61,9 +69,9 @@ std::optional<bool> NamesSeen() {
 
 using Clock = std::chrono::steady_clock;
 
-void LoadLists(Schedule& loop, IStockCommon& reference, int number, Clock::time_point begun,
+void LoadLists(HostServices& host, IStockCommon& reference, int number, Clock::time_point begun,
                const std::function<void(bool ok)>& done) {
-  TryReferenceData(loop, reference, [&loop, &reference, number, begun, done](bool ok) {
+  TryReferenceData(host, reference, [&host, &reference, number, begun, done](bool ok) {
     const bool at_once = number < kTriesAtOnce && Clock::now() - begun < kAtOnce;
     const bool is_told = number > kTriesAtOnce;
     if (ok || (!at_once && !is_told)) {
@@ -71,47 +79,49 @@ void LoadLists(Schedule& loop, IStockCommon& reference, int number, Clock::time_
     }
     if (!ok) {
       const int next = at_once ? number + 1 : kTriesAtOnce + 1;
-      loop.After(at_once ? kShortPause : kLongPause,
-                 [&loop, &reference, next, begun, done] { LoadLists(loop, reference, next, begun, done); });
+      host.loop().After(at_once ? kShortPause : kLongPause, [&host, &reference, next, begun, done] {
+        LoadLists(host, reference, next, begun, done);
+      });
     }
   });
 }
 
 }  // namespace
 
-void AwaitCalendar(Schedule& loop, std::function<void(bool ok)> done) {
-  LookUntilSeen(kPatience, loop, CalendarSeen, std::move(done));
+void AwaitCalendar(HostServices& host, std::function<void(bool ok)> done) {
+  Await(host, std::chrono::milliseconds(0), CalendarSeen, std::move(done));
 }
 
-void AwaitNames(Schedule& loop, std::function<void()> done) {
-  LookUntilSeen(kPatience, loop, NamesSeen, [done = std::move(done)](bool ok) {
+void AwaitNames(HostServices& host, std::function<void()> done) {
+  Await(host, kUntilRead, NamesSeen, [done = std::move(done)](bool ok) {
     if (ok) {
       done();
     }
   });
 }
 
-void TryReferenceData(Schedule& loop, IStockCommon& reference, std::function<void(bool ok)> done) {
-  reference.Init([&loop, done = std::move(done)](bool ok) { loop.Post([ok, done] { done(ok); }); });
+void TryReferenceData(HostServices& host, IStockCommon& reference, std::function<void(bool ok)> done) {
+  reference.Init(
+      [&loop = host.loop(), done = std::move(done)](bool ok) { loop.Post([ok, done] { done(ok); }); });
 }
 
-void LoadReferenceData(Schedule& loop, IStockCommon& reference, Needs needs,
+void LoadReferenceData(HostServices& host, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done) {
   if (needs == Needs::kNothing) {
-    loop.Post([done = std::move(done)] { done(true); });
+    host.loop().Post([done = std::move(done)] { done(true); });
     return;
   }
   const std::uint32_t year = ServerYear();
   if (needs == Needs::kNames || needs == Needs::kLists) {
-    LoadLists(loop, reference, 1, Clock::now(), done);
+    LoadLists(host, reference, 1, Clock::now(), done);
     return;
   }
-  TryReferenceData(loop, reference, [&loop, &reference, year, done = std::move(done)](bool /*ok*/) {
+  TryReferenceData(host, reference, [&host, &reference, year, done = std::move(done)](bool /*ok*/) {
     // The first answers bring the server's clock: it may stand in another year than this machine's.
     if (ServerYear() != year) {
       reference.Init({});
     }
-    AwaitCalendar(loop, done);
+    AwaitCalendar(host, done);
   });
 }
 

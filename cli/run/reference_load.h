@@ -31,20 +31,20 @@ Service& Made(Service* service, const char* name) {
 /// about ten seconds. Lists that fail at once are tried three times, a second apart, before that is said;
 /// then they are tried every ten seconds as long as the loop runs, and `done` is called a second time, with
 /// true, when they have come. The loop must outlive the module's services.
-void LoadReferenceData(Schedule& loop, IStockCommon& reference, Needs needs,
+void LoadReferenceData(HostServices& host, IStockCommon& reference, Needs needs,
                        std::function<void(bool ok)> done);
 
 /// After the load of the lists was begun: calls `done` on the main thread when stocks, indices, plates and
 /// the holidays have come, which may be well before all is loaded; not at all when that takes longer than a
 /// load.
-void AwaitNames(Schedule& loop, std::function<void()> done);
+void AwaitNames(HostServices& host, std::function<void()> done);
 
 /// One try at the lists, without another: `done` is called once.
-void TryReferenceData(Schedule& loop, IStockCommon& reference, std::function<void(bool ok)> done);
+void TryReferenceData(HostServices& host, IStockCommon& reference, std::function<void(bool ok)> done);
 
 /// After the load of the lists was begun: calls `done` on the main thread when the calendar was answered,
 /// too, with false when it could not be loaded within about ten seconds.
-void AwaitCalendar(Schedule& loop, std::function<void(bool ok)> done);
+void AwaitCalendar(HostServices& host, std::function<void(bool ok)> done);
 
 /// What went wrong with the requests of a load, for a person: "/pc/rt/get_bk_list: timed out".
 [[nodiscard]] std::string LoadFailure();

@@ -1,8 +1,10 @@
 #include "cli/run/session.h"
 
+#include <atomic>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "c_stock_market.h"
 #include "cli/format/text.h"
@@ -21,15 +23,42 @@ void RecordSessions(const std::string& directory) {
   RecordDirectory() = directory;
 }
 
-HostServices::HostServices(const stock_host::Settings& settings, std::function<void()> on_event) {
-  stock_host::SetListener([this, on_event = std::move(on_event)](const stock_host::Event& event) {
-    if (event.kind == stock_host::Event::Kind::kWarning) {
-      warnings_.Add(event.text);
-    }
+struct HostServices::Events {
+  // On the loop.
+  void HandOut() {
+    is_posted = false;
     if (on_event) {
       on_event();
     }
-  });
+    std::erase_if(waiting, [](const std::function<bool()>& is_over) { return is_over(); });
+    is_awaited = !waiting.empty();
+  }
+
+  Warnings warnings;
+  std::atomic<bool> is_posted{false};
+  std::atomic<bool> is_awaited{false};  // somebody waits
+  std::function<void()> on_event;
+  std::vector<std::function<bool()>> waiting;
+};
+
+HostServices::HostServices(const stock_host::Settings& settings, Schedule& loop,
+                           std::function<void()> on_event)
+    : loop_(loop), events_(std::make_shared<Events>()) {
+  events_->on_event = std::move(on_event);
+  stock_host::SetListener(
+      [&loop, events = events_.get(), weak = std::weak_ptr<Events>(events_)](const stock_host::Event& event) {
+        if (event.kind == stock_host::Event::Kind::kWarning) {
+          events->warnings.Add(event.text);
+        }
+        const bool is_news = event.kind != stock_host::Event::Kind::kHandedOver || events->is_awaited;
+        if (is_news && !events->is_posted.exchange(true)) {
+          loop.Post([weak] {
+            if (const auto alive = weak.lock()) {
+              alive->HandOut();
+            }
+          });
+        }
+      });
   std::string error;
   if (!stock_host::Start(settings, error)) {
     stock_host::SetListener({});
@@ -43,11 +72,22 @@ HostServices::~HostServices() {
   stock_host::SetListener({});
 }
 
+const Warnings& HostServices::warnings() const {
+  return events_->warnings;
+}
+
+void HostServices::Until(std::function<bool()> is_over) {
+  events_->is_awaited = true;  // before the look, so that nothing is missed
+  if (!is_over()) {
+    events_->waiting.push_back(std::move(is_over));
+  }
+}
+
 bool Session::IsRecorded() {
   return !RecordDirectory().empty();
 }
 
-Session::Session(const SessionOptions& options, std::function<void()> on_event) {
+Session::Session(const SessionOptions& options, Schedule& loop, std::function<void()> on_event) {
   stock_host::Settings settings = stock_host::LoadSettings();
   settings.static_root.clear();
   settings.history_root.clear();
@@ -80,7 +120,7 @@ Session::Session(const SessionOptions& options, std::function<void()> on_event) 
     settings.api_root = options.server;
     server_text_ = settings.api_root;
   }
-  host_ = std::make_unique<HostServices>(settings, std::move(on_event));
+  host_ = std::make_unique<HostServices>(settings, loop, std::move(on_event));
   const bool needs_key = options.has_server && options.replay.empty();
   if (needs_key && (settings.key_id.empty() || settings.key.empty())) {
     const std::string first = warnings().All().first;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "cli/run/main_loop.h"
 #include "cli/temporary_directory.h"
 #include "cli/views/feed_health.h"
 #include "host_services/stock_host.h"
@@ -24,21 +25,28 @@ struct SessionOptions {
 /// Every session made from now on is recorded in `directory`; a replay then throws.
 void RecordSessions(const std::string& directory);
 
-/// The host services, and the module's own as long as they run. Made and destroyed on the main thread.
+/// The host services, and the module's own as long as they run. What happens in them is handed over to the
+/// loop, which outlives them. Main thread only.
 class HostServices {
  public:
-  /// `on_event` is called for each exchange that ended and each warning, on any thread. Throws
-  /// std::runtime_error when the services cannot be started.
-  explicit HostServices(const stock_host::Settings& settings, std::function<void()> on_event = {});
+  /// `on_event` is called after exchanges that ended and warnings that were written; several at a time are
+  /// one call. Throws std::runtime_error when the services cannot be started.
+  HostServices(const stock_host::Settings& settings, Schedule& loop, std::function<void()> on_event = {});
   /// Ends the module's services, then the host services: requests under way fail.
   ~HostServices();
   HostServices(const HostServices&) = delete;
   HostServices& operator=(const HostServices&) = delete;
 
-  [[nodiscard]] const Warnings& warnings() const { return warnings_; }
+  [[nodiscard]] Schedule& loop() const { return loop_; }
+  [[nodiscard]] const Warnings& warnings() const;
+  /// Calls `is_over` now and after every event until it returns true.
+  void Until(std::function<bool()> is_over);
 
  private:
-  Warnings warnings_;
+  struct Events;
+
+  Schedule& loop_;
+  const std::shared_ptr<Events> events_;
 };
 
 class Session {
@@ -48,8 +56,8 @@ class Session {
   /// With a simulated market, and without any server, data and log go to a temporary directory, so that
   /// nothing of it gets among the user's own. The watch list is the user's own in any case.
   ///
-  /// `on_event` is called for each exchange that ended and each warning, on any thread.
-  explicit Session(const SessionOptions& options, std::function<void()> on_event = {});
+  /// `loop` and `on_event` as for `HostServices`.
+  Session(const SessionOptions& options, Schedule& loop, std::function<void()> on_event = {});
   /// Ends the services, then the simulated market, then the temporary directory.
   ~Session() = default;
   Session(const Session&) = delete;
@@ -57,6 +65,7 @@ class Session {
 
   /// "http://127.0.0.1:40001 (simulated market)" and the like.
   [[nodiscard]] const std::string& server_text() const { return server_text_; }
+  [[nodiscard]] HostServices& host() const { return *host_; }
   [[nodiscard]] const Warnings& warnings() const { return host_->warnings(); }
   /// "SIMULATED", "REPLAY" or nothing: what must be said of every figure.
   [[nodiscard]] const std::string& badge() const { return badge_; }

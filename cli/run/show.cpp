@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <set>
 #include <stdexcept>
@@ -12,8 +11,6 @@
 #include "cli/args/option.h"
 #include "cli/format/china_time.h"
 #include "cli/format/text.h"
-#include "cli/run/main_loop.h"
-#include "cli/run/output.h"
 #include "cli/run/terminal.h"
 #include "host/clock.h"
 #include "host_services/stock_host.h"
@@ -22,6 +19,7 @@ namespace cli {
 namespace {
 
 constexpr std::chrono::milliseconds kLook(50);
+constexpr std::chrono::milliseconds kLookWhileFollowing(500);
 // Between the end of a request and the call with its answer lies nothing but work: reading, at most
 // unpacking.
 constexpr std::chrono::milliseconds kAfterFailure(500);
@@ -32,10 +30,6 @@ constexpr std::chrono::milliseconds kUntilLogged(600);
 constexpr std::chrono::milliseconds kLate(1000);
 
 using Clock = std::chrono::steady_clock;
-
-std::chrono::milliseconds Milliseconds(double seconds) {
-  return std::chrono::milliseconds(std::llround(seconds * 1000));
-}
 
 std::string WithoutHeader(const std::string& csv) {
   return csv.substr(std::min(csv.find('\n') + 1, csv.size()));
@@ -49,40 +43,30 @@ bool HaveOneTable(const Views& views) {
                      [&](const auto& view) { return titles(*view) == titles(*views.front()); });
 }
 
-class Run {
+class OutputRun : public MarketRun {
  public:
-  Run(const ShowOptions& options, Shown shown)
-      : options_(options),
-        shown_(std::move(shown)),
-        output_(loop_, STDOUT_FILENO),
-        palette_(WantsColour(STDOUT_FILENO, options.no_color)),
-        session_(options.session),
-        context_{[this](std::function<void()> work) { loop_.Post(std::move(work)); }, [] {},
-                 &session_.warnings(), options.Interval()} {}
-  virtual ~Run() = default;
-  Run(const Run&) = delete;
-  Run& operator=(const Run&) = delete;
+  OutputRun(const ShowOptions& options, Shown shown) : MarketRun(options), shown_(std::move(shown)) {}
 
  protected:
   void Load() {
-    IStockCommon& reference = Made(GetStockCommon(), "stock_common");
-    LoadReferenceData(loop_, reference, shown_.needs, [this, &reference](bool ok) {
-      if (!views_.empty()) {
-        return;  // lists that come late change nothing of what is shown
-      }
-      if (!ok && shown_.needs_all) {
-        throw std::runtime_error(NotLoadedText(session_));
-      }
-      if (!ok && shown_.needs == Needs::kCalendar) {
-        Say("the holidays are not known, only weekends" +
-            (LoadFailure().empty() ? "" : ": " + LoadFailure()));
-      }
-      views_ = shown_.make(context_, reference);
-      ShowViews();
-    });
+    MarketRun::Load(shown_.needs);
     if (shown_.needs == Needs::kNames) {
-      AwaitNames(loop_, [this, &reference] { ShowEarly(reference); });
+      AwaitNames(session_.host(), [this] { ShowEarly(*GetStockCommon()); });
     }
+  }
+
+  void OnReference(IStockCommon& reference, bool loaded) override {
+    if (!views_.empty()) {
+      return;  // lists that come late change nothing of what is shown
+    }
+    if (!loaded && shown_.needs_all) {
+      throw std::runtime_error(NotLoadedText(session_));
+    }
+    if (!loaded && shown_.needs == Needs::kCalendar) {
+      Say("the holidays are not known, only weekends" + (LoadFailure().empty() ? "" : ": " + LoadFailure()));
+    }
+    views_ = shown_.make(context_, reference);
+    ShowViews();
   }
 
   // Whoever is found asks at once. What is not, the end of the load says.
@@ -110,7 +94,7 @@ class Run {
     }
   }
 
-  virtual void OnViews() = 0;
+  virtual void OnViews() {}
   virtual void OnArrival(View& view) = 0;
 
   // Of those views that have something in them. `is_first`: nothing was written before.
@@ -146,32 +130,21 @@ class Run {
                                       : std::numeric_limits<int>::max();
   }
 
-  const ShowOptions options_;
   const Shown shown_;
-  MainLoop loop_;
-  Output output_;
-  const Palette palette_;
-  Session session_;
-  const ViewContext context_;
   Views views_;
 };
 
-class Once final : public Run {
+class Once final : public OutputRun {
  public:
-  using Run::Run;
+  using OutputRun::OutputRun;
 
   int Go() {
     Load();
-    loop_.Run();
+    Loop(kLook);
     return result_;
   }
 
  private:
-  void OnViews() override {
-    quiet_looks_ = 0;
-    loop_.Every(kLook, [this] { Watch(); });
-  }
-
   void OnArrival(View& /*view*/) override {
     const auto has_data = [](const auto& view) { return view->has_data(); };
     const auto has_nothing = [](const auto& view) { return !view->WhyEmpty().empty(); };
@@ -210,11 +183,17 @@ class Once final : public Run {
     }
   }
 
-  void Watch() {
+  void OnViews() override { quiet_looks_ = 0; }
+  void OnEvent() override { quiet_looks_ = 0; }
+
+  void OnLook() override {
     output_.LookForReader();
-    quiet_looks_ = stock_host::ReadCounters().under_way > 0 ? 0 : quiet_looks_ + 1;
-    const auto quiet = quiet_looks_ * kLook;
-    if (quiet < kAfterFailure || loop_.ended() || ends_) {
+    const auto quiet = ++quiet_looks_ * kLook;
+    if (views_.empty() || quiet < kAfterFailure || loop_.ended() || ends_) {
+      return;
+    }
+    if (stock_host::ReadCounters().under_way > 0) {
+      quiet_looks_ = 0;
       return;
     }
     for (const auto& view : views_) {
@@ -241,30 +220,20 @@ class Once final : public Run {
                              " failed: " + view.Failure());
   }
 
-  int quiet_looks_ = 0;  // looks, not time: a machine that is too busy to answer is not quiet
+  // Since the latest exchange. Looks, not time: a machine that is too busy to answer is not quiet.
+  int quiet_looks_ = 0;
   bool ends_ = false;
   int result_ = kFailure;
 };
 
-class Following final : public Run {
+class Following final : public OutputRun {
  public:
-  using Run::Run;
+  using OutputRun::OutputRun;
 
   int Go() {
     Note("asking " + session_.server_text());
     Load();
-    loop_.Every(std::chrono::milliseconds(500), [this] {
-      output_.LookForReader();
-      TellState();
-    });
-    loop_.Every(options_.Interval(), [this] { AskAgain(); });
-    if (const auto limit = options_.Limit()) {
-      loop_.After(*limit, [this] {
-        timed_out_ = true;
-        loop_.End();
-      });
-    }
-    loop_.Run();
+    Loop(kLookWhileFollowing);
     return is_empty_ ? kFine : Verdict();
   }
 
@@ -284,7 +253,11 @@ class Following final : public Run {
     TellState();
   }
 
-  void AskAgain() {
+  void OnLook() override {
+    output_.LookForReader();
+    TellState();
+  }
+  void OnInterval() override {
     for (const auto& view : views_) {
       if (!view->PollsItself() || options_.Interval() < view->feed().polls) {
         view->Refresh();
@@ -391,20 +364,11 @@ class Following final : public Run {
   Clock::time_point began_;      // when the first of them did
   std::optional<Clock::time_point> shown_at_;
   std::uint64_t updates_ = 0;
-  bool timed_out_ = false;
   bool is_empty_ = false;
   std::string told_;
 };
 
 }  // namespace
-
-std::chrono::milliseconds ShowOptions::Interval() const {
-  return Milliseconds(interval);
-}
-
-std::optional<std::chrono::milliseconds> ShowOptions::Limit() const {
-  return seconds ? std::optional(Milliseconds(*seconds)) : std::nullopt;
-}
 
 int ShowOnce(const ShowOptions& options, const Shown& shown) {
   return Once(options, shown).Go();

@@ -2,37 +2,11 @@
 // screen/'s matter. Main thread only.
 #pragma once
 
-#include <chrono>
-#include <cstdint>
 #include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
-#include "cli/plot/axes.h"
-#include "cli/run/reference_load.h"
-#include "cli/run/session.h"
-#include "cli/views/view.h"
+#include "cli/run/market_run.h"
 
 namespace cli {
-
-struct ShowOptions {
-  SessionOptions session;
-  bool json = false;
-  bool csv = false;
-  bool no_color = false;
-  std::optional<ChartSize> chart;      ///< a chart instead of a table
-  std::optional<double> seconds;       ///< ends after so long
-  std::optional<std::uint64_t> count;  ///< ends after so many updates
-  double interval = 3;                 ///< seconds between two requests
-
-  [[nodiscard]] std::chrono::milliseconds Interval() const;
-  /// After which it ends; nothing: it does not by itself.
-  [[nodiscard]] std::optional<std::chrono::milliseconds> Limit() const;
-};
-
-using Views = std::vector<std::unique_ptr<View>>;
 
 /// What is shown.
 struct Shown {

@@ -208,7 +208,7 @@ class KLinePanel final : public ViewPanel {
         look.cross = static_cast<std::size_t>(*cross_ - (std::ssize(until) - count));
         look.title = CandleFigures(seen[*look.cross], room.columns);
       }
-      AddAverages(look);
+      AddAverages(look, room.columns);
       return CandleChart(seen, look);
     });
   }
@@ -229,12 +229,16 @@ class KLinePanel final : public ViewPanel {
     cross_.reset();
     back_ = back;
   }
-  // The averages at the cross-hair, or the newest.
-  static void AddAverages(CandleChartLook& look) {
+  // The averages at the cross-hair, or the newest, as many as there is room for.
+  static void AddAverages(CandleChartLook& look, int columns) {
     for (const Average& average : look.averages) {
       const double value =
           average.values.empty() ? 0 : average.values[look.cross.value_or(average.values.size() - 1)];
       look.title.push_back({"  MA" + std::to_string(average.span) + " " + Fixed(value, 2), Tone::kDim});
+      if (DisplayWidth(look.title) > columns) {
+        look.title.pop_back();
+        break;
+      }
     }
   }
 

@@ -15,7 +15,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "cli/screen/terminal_kind.h"
 #include "host/text.h"
 
 namespace cli {

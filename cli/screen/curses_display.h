@@ -14,6 +14,9 @@
 
 namespace cli {
 
+/// True when it is known how to write anywhere on a terminal of the kind that TERM names.
+[[nodiscard]] bool KnowsTerminalKind();
+
 class CursesDisplay {
  public:
   /// Reads keys from `in`, which stays the caller's. Throws std::runtime_error for a terminal that is not

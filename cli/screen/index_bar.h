@@ -49,7 +49,6 @@ class IndexBar {
 
   /// `report` is how the data are that matter.
   [[nodiscard]] ScreenHead Head(const FeedReport& report, stock::MarketStatus phase, int columns) const;
-  [[nodiscard]] bool has_data() const { return indices_.has_data(); }
   [[nodiscard]] FeedReport Report(Clock::time_point now, stock::MarketStatus phase) const {
     return indices_.Report(now, phase);
   }

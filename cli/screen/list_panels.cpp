@@ -13,7 +13,7 @@ namespace {
 
 template <class View>
 std::unique_ptr<ListPanel> MakePaged(PanelContext& context) {
-  return std::make_unique<ListPanel>(context, std::make_unique<View>(context.views, ListBy(PlateColumns())),
+  return std::make_unique<ListPanel>(context, std::make_unique<View>(context.views, ListBy(kPlateColumns)),
                                      ListPanel::Steps::kYes);
 }
 
@@ -136,9 +136,17 @@ std::unique_ptr<Panel> MakePlatesPanel(PanelContext& context) {
 }
 
 std::unique_ptr<Panel> MakeWatchListPanel(PanelContext& context) {
-  return std::make_unique<WatchListPanel>(
-      context, std::make_unique<WatchListView>(context.views, ListBy(WatchListColumns(), 0)),
-      ListPanel::Steps::kYes);
+  return PanelFor(context, std::make_unique<WatchListView>(context.views, ListBy(kWatchListColumns, 0)));
+}
+
+std::unique_ptr<Panel> PanelFor(PanelContext& context, std::unique_ptr<View> view) {
+  if (dynamic_cast<QuoteView*>(view.get()) != nullptr) {
+    return std::make_unique<ViewPanel>(context, std::move(view));
+  }
+  if (dynamic_cast<WatchListView*>(view.get()) != nullptr) {
+    return std::make_unique<WatchListPanel>(context, std::move(view), ListPanel::Steps::kYes);
+  }
+  return std::make_unique<ListPanel>(context, std::move(view), ListPanel::Steps::kYes);
 }
 
 }  // namespace cli

@@ -3,7 +3,6 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -13,15 +12,11 @@
 
 #include "c_stock_market.h"
 #include "cli/args/option.h"
-#include "cli/run/main_loop.h"
-#include "cli/run/output.h"
-#include "cli/run/reference_load.h"
 #include "cli/run/terminal.h"
 #include "cli/screen/curses_display.h"
 #include "cli/screen/index_bar.h"
 #include "cli/screen/page.h"
 #include "cli/screen/screen.h"
-#include "cli/screen/terminal_kind.h"
 #include "cli/screen/view_panel.h"
 #include "cli/views/securities.h"
 #include "cli/views/selection.h"
@@ -36,30 +31,21 @@ constexpr int kViewRows = 5;
 // The largest terminal that a record of the screen can be shown on.
 constexpr ChartSize kRecordedFor{300, 100};
 
-class LiveRun {
+class LiveRun final : public MarketRun {
  public:
   // With `shown` nothing but its views, side by side as far as there is room.
   LiveRun(const ShowOptions& options, const Shown* shown)
-      : options_(options),
+      : MarketRun(options),
         shown_(shown),
-        output_(loop_, STDOUT_FILENO),
-        palette_(WantsColour(STDOUT_FILENO, options.no_color)),
-        session_(options.session, [this] { OnEvent(); }),
-        context_{{[this](std::function<void()> work) { loop_.Post(std::move(work)); }, [this] { Redraw(); },
-                  &session_.warnings(), options.Interval(),
-                  Session::IsRecorded() ? static_cast<std::uint32_t>(kRecordedFor.rows) : 0},
-                 [this](const Security& security) { selection_.Select(security); },
-                 [this](std::string text) { Tell(std::move(text)); },
-                 [this](std::vector<BaseInfoItem> list) { selection_.StepThrough(std::move(list)); }},
-        bar_(context_.views, session_,
+        panels_{ContextOf(context_), [this](const Security& security) { selection_.Select(security); },
+                [this](std::string text) { Tell(std::move(text)); },
+                [this](std::vector<BaseInfoItem> list) { selection_.StepThrough(std::move(list)); }},
+        bar_(panels_.views, session_,
              shown == nullptr ? IndexBar::Shows::kIndices : IndexBar::Shows::kStateOnly),
-        screen_(shown == nullptr ? MakePanels(context_) : std::vector<std::unique_ptr<Panel>>(),
+        screen_(shown == nullptr ? MakePanels(panels_) : std::vector<std::unique_ptr<Panel>>(),
                 shown == nullptr ? Pages() : std::vector<Page>(), Actions()),
         selection_(Made(GetCurrentStock(), "current_stock"),
                    [this](const Security& security) { OnSelection(security); }) {}
-  ~LiveRun() { ended_ = true; }
-  LiveRun(const LiveRun&) = delete;
-  LiveRun& operator=(const LiveRun&) = delete;
 
   int Run() {
     if (Session::IsRecorded()) {
@@ -67,23 +53,25 @@ class LiveRun {
     }
     TakeTerminal();
     LoadReference();
-    loop_.Every(kLook, [this] {
-      output_.LookForReader();
-      Redraw();
-    });
-    loop_.Every(options_.Interval(), [this] { screen_.OnInterval(CurrentPhase()); });
-    if (const auto limit = options_.Limit()) {
-      loop_.After(*limit, [this] {
-        timed_out_ = true;
-        loop_.End();
-      });
-    }
     Redraw();
-    loop_.Run();
+    Loop(kLook);
     return Leave();
   }
 
  private:
+  static ViewContext ContextOf(ViewContext context) {
+    context.least_rows = Session::IsRecorded() ? static_cast<std::uint32_t>(kRecordedFor.rows) : 0;
+    return context;
+  }
+
+  void OnEvent() override { Redraw(); }
+  void OnChange() override { Redraw(); }
+  void OnLook() override {
+    output_.LookForReader();
+    Redraw();
+  }
+  void OnInterval() override { screen_.OnInterval(CurrentPhase()); }
+
   ScreenActions Actions() {
     return {[this] { loop_.End(); },
             [this] { selection_.Next(); },
@@ -104,14 +92,13 @@ class LiveRun {
 
   // Stepping and the finder need the lists, whatever the views do.
   void LoadReference() {
-    LoadReferenceData(loop_, Made(GetStockCommon(), "stock_common"), Needs::kLists,
-                      [this](bool loaded) { OnReference(loaded); });
+    Load(Needs::kLists);
     if (shown_ != nullptr && shown_->needs == Needs::kNothing) {
       loop_.Post([this] { OpenShown(); });
     }
   }
 
-  void OnReference(bool loaded) {
+  void OnReference(IStockCommon& /*reference*/, bool loaded) override {
     if (loaded) {
       not_loaded_.clear();
       selection_.OnReferenceData();
@@ -132,9 +119,9 @@ class LiveRun {
     }
     std::vector<std::unique_ptr<Panel>> panels;
     Page page{"", {}};
-    for (std::unique_ptr<View>& view : shown_->make(context_.views, *GetStockCommon())) {
+    for (std::unique_ptr<View>& view : shown_->make(panels_.views, *GetStockCommon())) {
       page.columns.push_back({kViewColumns, 1, {{panels.size(), kViewRows}}});
-      panels.push_back(PanelFor(context_, std::move(view)));
+      panels.push_back(PanelFor(panels_, std::move(view)));
     }
     views_ = panels.size();
     screen_.Open(std::move(panels), {page});
@@ -166,16 +153,6 @@ class LiveRun {
     Redraw();
   }
 
-  // On any thread. What comes while one is being looked at waits for that look.
-  void OnEvent() {
-    if (!ended_ && !announced_.exchange(true)) {
-      loop_.Post([this] {
-        announced_ = false;
-        Redraw();
-      });
-    }
-  }
-
   // Whatever arrives at the same time is drawn once.
   void Redraw() {
     if (!std::exchange(is_dirty_, true)) {
@@ -190,7 +167,9 @@ class LiveRun {
     }
     const std::vector<Panel*> seen = screen_.Seen();
     if (seen.empty()) {
-      return {FeedState::kWaiting, not_loaded_.empty() ? "waiting for data" : not_loaded_};
+      return {FeedState::kWaiting, views_ > 0            ? "paused while the help is open"
+                                   : not_loaded_.empty() ? "waiting for data"
+                                                         : not_loaded_};
     }
     return seen.front()->Report(now, phase);
   }
@@ -247,24 +226,16 @@ class LiveRun {
     return kFine;
   }
 
-  const ShowOptions options_;
   const Shown* const shown_;
-  std::atomic<bool> announced_{false};  // an event waits to be looked at
-  std::atomic<bool> ended_{false};
-  MainLoop loop_;
-  Output output_;
-  const Palette palette_;
-  Session session_;
   bool is_dirty_ = false;
-  PanelContext context_;
+  PanelContext panels_;
   IndexBar bar_;
   Screen screen_;
   Selection selection_;
   std::unique_ptr<Terminal> terminal_;
   std::unique_ptr<CursesDisplay> display_;
   std::string not_loaded_ = "the lists are being loaded";  // why nothing can be looked up; empty: it can
-  bool timed_out_ = false;
-  std::size_t views_ = 0;  // of `shown_`
+  std::size_t views_ = 0;                                  // of `shown_`
 };
 
 }  // namespace

@@ -84,9 +84,9 @@ constexpr MakePanel kPanels[] = {
     &MakeMinuteLinePanel,
     &MakeKLinePanel,
     [](PanelContext& c) {
-      return Make<ListPanel, StockRankingView>(c, ListBy(StockColumns()), kRankedRows, false);
+      return Make<ListPanel, StockRankingView>(c, ListBy(kStockColumns), kRankedRows, false);
     },
-    [](PanelContext& c) { return Make<ListPanel, PlateRankingView>(c, ListBy(PlateColumns()), kRankedRows); },
+    [](PanelContext& c) { return Make<ListPanel, PlateRankingView>(c, ListBy(kPlateColumns), kRankedRows); },
     &MakeWatchListPanel,
     [](PanelContext& c) { return Make<ListPanel, EventsView>(c, 0U, std::nullopt); },
     &Make<ViewPanel, FlowView>,
@@ -127,6 +127,19 @@ std::vector<PlacedPart> Place(const Page& page, const Area& room) {
     left += widths[i] + kPageGap;
   }
   return placed;
+}
+
+Page BeginningWith(std::size_t panel, Page page) {
+  for (auto column = page.columns.begin(); column != page.columns.end(); ++column) {
+    const auto part = std::find_if(column->parts.begin(), column->parts.end(),
+                                   [panel](const PagePart& one) { return one.panel == panel; });
+    if (part != column->parts.end()) {
+      std::rotate(column->parts.begin(), part, column->parts.end());
+      std::rotate(page.columns.begin(), column, page.columns.end());
+      break;
+    }
+  }
+  return page;
 }
 
 std::vector<std::unique_ptr<Panel>> MakePanels(PanelContext& context) {

@@ -42,6 +42,10 @@ inline constexpr int kPageGap = 3;
 /// As many columns and parts, from the first on, as `room` is large enough for; the first part always.
 [[nodiscard]] std::vector<PlacedPart> Place(const Page& page, const Area& room);
 
+/// The same page with that panel before the others, which keep their order: there is room for it in any
+/// case.
+[[nodiscard]] Page BeginningWith(std::size_t panel, Page page);
+
 /// All panels, hidden, in the order in which pages number them.
 [[nodiscard]] std::vector<std::unique_ptr<Panel>> MakePanels(PanelContext& context);
 

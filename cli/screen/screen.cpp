@@ -18,12 +18,13 @@ constexpr int kAroundPicture = 2;  // title and state
 constexpr int kFinderRows = 12;
 constexpr int kHelpKeysWidth = 22;
 constexpr int kHelpKeyWidth = 4;
+constexpr int kPositionGap = 2;  // before a position that stands beside the state
 constexpr int kWheelRows = 3;
 constexpr char32_t kEndOfInput = U'\x04';
 
 constexpr KeyHint kOwnKeys[] = {
     {"1 to 9", "page"},
-    {"Tab, Shift-Tab", "next or previous panel: it gets the keys"},
+    {"Tab, Shift-Tab", "next or previous panel: it comes into sight and gets the keys"},
     {"n, p", "next and previous security of the list"},
     {"/", "look for a security by code, name or pinyin"},
     {"r", "ask again now"},
@@ -113,9 +114,8 @@ void Screen::Open(std::vector<std::unique_ptr<Panel>> panels, std::vector<Page> 
   placed_.clear();
   panels_ = std::move(panels);
   pages_ = std::move(pages);
-  page_ = 0;
   focus_ = 0;
-  Arrange();
+  Turn(0);
 }
 
 std::vector<Panel*> Screen::Seen() const {
@@ -129,6 +129,7 @@ std::vector<Panel*> Screen::Seen() const {
 void Screen::Turn(std::size_t page) {
   if (page < pages_.size()) {
     page_ = page;
+    reaches_ = false;
     Arrange();
   }
 }
@@ -145,9 +146,16 @@ Area Screen::Room() const {
 
 // Hidden before shown: a panel that comes into sight finds nobody left who asks in vain.
 void Screen::Arrange() {
+  const auto is_placed = [this](std::size_t panel) {
+    return std::any_of(placed_.begin(), placed_.end(),
+                       [panel](const PlacedPart& part) { return part.panel == panel; });
+  };
   placed_.clear();
   if (!is_too_small() && !helps_ && page_ < pages_.size()) {
     placed_ = Place(pages_[page_], Room());
+    if (reaches_ && !is_placed(focus_)) {
+      placed_ = Place(BeginningWith(focus_, pages_[page_]), Room());
+    }
   }
   std::vector<PlacedPart> wanted = placed_;
   if (!placed_.empty() && shown_as_on_.rows > 0) {
@@ -169,8 +177,7 @@ void Screen::Arrange() {
       panels_[part.panel]->Show();
     }
   }
-  const auto has_focus = [&](const PlacedPart& part) { return part.panel == focus_; };
-  if (!placed_.empty() && std::none_of(placed_.begin(), placed_.end(), has_focus)) {
+  if (!placed_.empty() && !is_placed(focus_)) {
     focus_ = placed_.front().panel;
   }
 }
@@ -205,15 +212,28 @@ void Screen::OnInterval(stock::MarketStatus phase) {
   actions_.refresh();
 }
 
+std::vector<std::size_t> Screen::OnPage() const {
+  std::vector<std::size_t> panels;
+  if (page_ < pages_.size()) {
+    for (const PageColumn& column : pages_[page_].columns) {
+      for (const PagePart& part : column.parts) {
+        panels.push_back(part.panel);
+      }
+    }
+  }
+  return panels;
+}
+
 void Screen::MoveFocus(int step) {
-  const auto found = std::find_if(placed_.begin(), placed_.end(),
-                                  [&](const PlacedPart& part) { return part.panel == focus_; });
-  if (found == placed_.end()) {
+  const std::vector<std::size_t> panels = OnPage();
+  if (placed_.empty()) {
     return;
   }
-  const auto count = static_cast<int>(placed_.size());
-  const auto position = static_cast<int>(found - placed_.begin());
-  focus_ = placed_[static_cast<std::size_t>((position + step + count) % count)].panel;
+  const auto count = std::ssize(panels);
+  const auto position = std::find(panels.begin(), panels.end(), focus_) - panels.begin();
+  focus_ = panels[static_cast<std::size_t>((position + step + count) % count)];
+  reaches_ = true;
+  Arrange();
 }
 
 void Screen::OnKey(const Key& key) {
@@ -346,11 +366,25 @@ std::vector<StyledLine> Screen::PartOf(const PlacedPart& part, Panel::Clock::tim
                                        stock::MarketStatus phase) {
   Panel& panel = *panels_[part.panel];
   const ChartSize inside{part.area.columns, std::max(part.area.rows - kAroundPicture, 0)};
+  const FeedReport report = panel.Report(now, phase);
+  StyledLine state = StateLine(report);
   std::vector<StyledLine> lines = panel.Picture(inside);
+  if (lines.empty() && DisplayWidth(state) > inside.columns) {
+    std::istringstream whole(Wrapped(report.text, inside.columns));
+    for (std::string line; std::getline(whole, line);) {
+      lines.push_back({{line}});
+    }
+  }
   lines.resize(static_cast<std::size_t>(inside.rows));
-  lines.insert(lines.begin(),
-               TitleLine(panel.Title(), panel.Position(), part.panel == focus_, part.area.columns));
-  lines.push_back(StateLine(panel.Report(now, phase)));
+  const std::string position = panel.Position();
+  const StyledLine title = TitleLine(panel.Title(), position, part.panel == focus_, inside.columns);
+  const int left = inside.columns - DisplayWidth(position) - kPositionGap;
+  if (title.back().text != " " + position && DisplayWidth(state) <= left) {
+    state = Fitted(state, left + kPositionGap);
+    state.push_back({position, Tone::kDim});
+  }
+  lines.insert(lines.begin(), title);
+  lines.push_back(state);
   for (StyledLine& line : lines) {
     line = Fitted(line, part.area.columns);
   }
@@ -427,10 +461,18 @@ StyledLine Screen::HintLine() const {
     return {{"Enter selects   ↑ ↓ another one   Esc back", Tone::kDim}};
   }
   StyledLine line;
+  if (const std::size_t panels = OnPage().size(); !placed_.empty() && placed_.size() < panels) {
+    line = {{"Tab"}, {" " + std::to_string(panels - placed_.size()) + " more", Tone::kDim}};
+  }
   if (shown_.count(focus_) > 0) {
     for (const KeyHint& hint : panels_[focus_]->Keys()) {
-      line.push_back({(line.empty() ? "" : "   ") + std::string(hint.keys)});
-      line.push_back({" " + std::string(hint.effect), Tone::kDim});
+      StyledLine longer = line;
+      longer.push_back({(line.empty() ? "" : "   ") + std::string(hint.keys)});
+      longer.push_back({" " + std::string(hint.effect), Tone::kDim});
+      if (DisplayWidth(longer) > size_.columns) {
+        break;  // the help has them all
+      }
+      line = std::move(longer);
     }
   }
   return line;

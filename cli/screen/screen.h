@@ -83,6 +83,8 @@ class Screen {
   [[nodiscard]] StyledLine Tabs() const;
   [[nodiscard]] StyledLine WithKeys(StyledLine line, const std::string& keys) const;
   [[nodiscard]] Area Room() const;
+  /// Numbers of the panels of the page, in sight or not.
+  [[nodiscard]] std::vector<std::size_t> OnPage() const;
   [[nodiscard]] bool is_too_small() const {
     return size_.columns < kLeast.columns || size_.rows < kLeast.rows;
   }
@@ -96,6 +98,7 @@ class Screen {
   std::vector<PlacedPart> placed_;
   std::set<std::size_t> shown_;
   std::size_t focus_ = 0;  // number of a panel; of one that is seen if any is
+  bool reaches_ = false;   // the focus was moved to it, in sight or not
   std::optional<Finder> finder_;
   bool helps_ = false;
   std::size_t help_first_ = 0;  // line of the help that is seen first

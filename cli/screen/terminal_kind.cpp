@@ -1,4 +1,4 @@
-#include "cli/screen/terminal_kind.h"
+#include "cli/screen/curses_display.h"
 
 // The order of these is the library's.
 #include <curses.h>

@@ -275,15 +275,7 @@ std::vector<StyledLine> ListPanel::Picture(const ChartSize& size) {
 }
 
 std::unique_ptr<Panel> MakeBoardPanel(PanelContext& context) {
-  return std::make_unique<ListPanel>(
-      context, std::make_unique<BoardView>(context.views, ListBy(StockColumns())), ListPanel::Steps::kYes);
-}
-
-std::unique_ptr<Panel> PanelFor(PanelContext& context, std::unique_ptr<View> view) {
-  if (dynamic_cast<QuoteView*>(view.get()) != nullptr) {
-    return std::make_unique<ViewPanel>(context, std::move(view));
-  }
-  return std::make_unique<ListPanel>(context, std::move(view), ListPanel::Steps::kYes);
+  return PanelFor(context, std::make_unique<BoardView>(context.views, ListBy(kStockColumns)));
 }
 
 }  // namespace cli

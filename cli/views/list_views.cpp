@@ -104,7 +104,7 @@ Sheet MembersView::AsSheet() const {
 
 StockRankingView::StockRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count,
                                    bool five_minutes)
-    : RankingView(context, kStockRankingFeed, Boards(), choice, count), five_minutes_(five_minutes) {
+    : RankingView(context, kStockRankingFeed, kBoards, choice, count), five_minutes_(five_minutes) {
   FollowList();
 }
 
@@ -127,7 +127,7 @@ bool StockRankingView::Turn(Knob knob, int step) {
 }
 
 std::optional<KnobSetting> StockRankingView::SettingOf(Knob knob) const {
-  return knob == Knob::kSpan ? KnobSetting{Spans(), five_minutes_ ? 1 : 0} : RankingView::SettingOf(knob);
+  return knob == Knob::kSpan ? KnobSetting{kSpans, five_minutes_ ? 1 : 0} : RankingView::SettingOf(knob);
 }
 
 // --- The user's own list
@@ -198,7 +198,7 @@ CodeNameList ItemsView::Rows() const {
 }
 
 std::wstring ItemsView::Key() const {
-  const std::string_view what = NameOf(of_ == Of::kStocks ? Boards() : PlateKinds(), choice_.group);
+  const std::string_view what = NameOf(of_ == Of::kStocks ? kBoards : kPlateKinds, choice_.group);
   return choice_.Key(L"items " + Wide(what), choice_.rows.value_or(RowRange{0, RowRange::kOpen}));
 }
 

@@ -121,7 +121,7 @@ class ListView : public ServiceView<Service, Data, KeyType> {
       case Knob::kColumn:
         return KnobSetting{choice_.order.columns, choice_.order.column};
       case Knob::kDirection:
-        return KnobSetting{Directions(), choice_.order.direction};
+        return KnobSetting{kDirections, choice_.order.direction};
       default:
         return std::nullopt;
     }
@@ -271,11 +271,11 @@ class QuotesView final : public PagedView<Service, Quotes, KeyType> {
  public:
   QuotesView(const ViewContext& context, const ListChoice& choice)
       : PagedView<Service, Quotes, KeyType>(context, kIsBoard ? kBoardFeed : kPlatesFeed, &Market,
-                                            kIsBoard ? Boards() : PlateKinds(), choice) {
+                                            kIsBoard ? kBoards : kPlateKinds, choice) {
     this->FollowList();
   }
   [[nodiscard]] std::string Title() const override {
-    const std::string what = kIsBoard ? "board: " + std::string(HelpOf(Boards(), this->choice().group))
+    const std::string what = kIsBoard ? "board: " + std::string(HelpOf(kBoards, this->choice().group))
                                       : this->GroupName() + " plates";
     return what + " " + this->choice().order.Title() + this->RangeText();
   }
@@ -363,7 +363,7 @@ class RankingView : public ListView<Service, std::vector<Row>, RankingTarget> {
   }
   [[nodiscard]] std::string Title() const override {
     const std::string what =
-        kIsOfStocks ? std::string(HelpOf(Boards(), this->choice().group)) : this->GroupName() + " plates";
+        kIsOfStocks ? std::string(HelpOf(kBoards, this->choice().group)) : this->GroupName() + " plates";
     return "top " + std::to_string(count_) + " of " + what + " " + this->choice().order.Title();
   }
   [[nodiscard]] std::wstring Key() const override {
@@ -412,7 +412,7 @@ class StockRankingView final : public RankingView<IStockRanking, StockMarketSumm
 class PlateRankingView final : public RankingView<IPlateRanking, PlateMarketSummary> {
  public:
   PlateRankingView(const ViewContext& context, const ListChoice& choice, std::int32_t count)
-      : RankingView(context, kPlateRankingFeed, PlateKinds(), choice, count) {
+      : RankingView(context, kPlateRankingFeed, kPlateKinds, choice, count) {
     FollowList();
   }
 

@@ -22,15 +22,6 @@ constexpr std::size_t kRowsOfATable = 60;
 
 // --- Quote
 
-void QuoteView::Select(const Security& security) {
-  security_ = security;
-  if (security.type == stock::kSymbolPlate) {
-    FollowNothing("a plate is quoted among the others of its kind only");
-  } else {
-    Follow(security.code);
-  }
-}
-
 std::vector<StyledLine> QuoteView::Lines(int width) const {
   if (newest() == nullptr) {
     return {};
@@ -58,30 +49,20 @@ Sheet QuoteView::AsSheet() const {
 // --- Minutes
 
 MinuteLineView::MinuteLineView(const ViewContext& context)
-    : ServiceView(context, kMinuteLineFeed, &GetStockMLine),
-      past_(context.post, [this](const Delivery<StockMLineData>& delivery) { OnDelivery(delivery); }) {
-  FollowNothing(kNothingSelected);
-}
+    : SecurityView(context, kMinuteLineFeed, &GetStockMLine),
+      past_(context.post, [this](const Delivery<StockMLineData>& delivery) { OnDelivery(delivery); }) {}
 
 void MinuteLineView::Select(const Security& security) {
-  security_ = security;
-  FollowDays();
+  past_.Forget();
+  SecurityView::Select(security);
 }
 
 void MinuteLineView::SelectDays(std::uint32_t date, int days) {
   date_ = date;
   days_ = days;
-  FollowDays();
-}
-
-void MinuteLineView::FollowDays() {
   past_.Forget();
   SetFeed(days_ > 1 ? kPastDaysFeed : date_ == 0 ? kMinuteLineFeed : kPastDayFeed);
-  if (security_.code.empty()) {
-    FollowNothing(kNothingSelected);
-  } else {
-    Follow(security_.code);
-  }
+  FollowSecurity();
 }
 
 void MinuteLineView::Resume(Observer& observer) {
@@ -103,18 +84,18 @@ void MinuteLineView::AskAgain(IStockMLine& service) {
 
 void MinuteLineView::AskForPast(IStockMLine& service) {
   const std::uint32_t date = date_ == 0 ? SessionDate(common::GetCurrentServerTime()) : date_;
-  service.FetchHistoryMLine(security_.code.c_str(), date, days_ > 1 ? days_ : 0, past_.Sender());
+  service.FetchHistoryMLine(security().code.c_str(), date, days_ > 1 ? days_ : 0, past_.Sender());
 }
 
 bool MinuteLineView::IsWanted(const StockMLineData& line) const {
   const bool is_today =
       line.days.size() < 2 && (line.days.empty() || date_ == 0 || line.days[0].date == date_);
-  return line.symbol == security_.code && (days_ > 1 || is_today);
+  return line.symbol == security().code && (days_ > 1 || is_today);
 }
 
 std::string MinuteLineView::NothingText() const {
   const std::uint32_t date = date_ == 0 ? SessionDate(common::GetCurrentServerTime()) : date_;
-  return "the server has no minute line of " + NameText(security_) + " on " + DateText(date);
+  return "the server has no minute line of " + NameText(security()) + " on " + DateText(date);
 }
 
 Table MinuteLineView::AsTable() const {
@@ -135,7 +116,7 @@ Table MinuteLineView::AsTable() const {
                  {Fixed(point.price, 2), tone},
                  {Signed(point.change, 2), tone},
                  {SignedPercent(point.change_rate, 2), tone},
-                 {HasAverage(security_) ? Fixed(point.avg_price, 2) : kNoFigure},
+                 {HasAverage(security()) ? Fixed(point.avg_price, 2) : kNoFigure},
                  {ShortAmount(static_cast<double>(point.volume))},
                  {ShortAmount(point.amount)},
                  {Fixed(point.qrr, 2)}});
@@ -149,8 +130,8 @@ std::vector<StyledLine> MinuteLineView::Chart(const ChartSize& size) const {
     return {};
   }
   StyledLine title = MinuteHeading(figures());
-  title.insert(title.begin(), {{NameText(security_), Tone::kStrong}, {"  "}});
-  return MinuteChart(figures(), {size, title, HasAverage(security_)});
+  title.insert(title.begin(), {{NameText(security()), Tone::kStrong}, {"  "}});
+  return MinuteChart(figures(), {size, title, HasAverage(security())});
 }
 
 Sheet MinuteLineView::AsSheet() const {
@@ -182,59 +163,42 @@ Sheet MinuteLineView::AsSheet() const {
 // --- Candles
 
 KLineView::KLineView(const ViewContext& context, int period, int adjustment, std::optional<std::size_t> last)
-    : ServiceView(context, kKLineFeed, &GetStockKLine),
+    : SecurityView(context, kKLineFeed, &GetStockKLine),
       period_(period),
       adjustment_(adjustment),
-      last_(last) {
-  FollowNothing(kNothingSelected);
-}
-
-void KLineView::Select(const Security& security) {
-  security_ = security;
-  FollowSeries();
-}
+      last_(last) {}
 
 std::optional<KnobSetting> KLineView::SettingOf(Knob knob) const {
   if (knob == Knob::kPeriod) {
-    return KnobSetting{Periods(), period_};
+    return KnobSetting{kPeriods, period_};
   }
-  return knob == Knob::kAdjustment ? std::optional(KnobSetting{Adjustments(), adjustment_}) : std::nullopt;
+  return knob == Knob::kAdjustment ? std::optional(KnobSetting{kAdjustments, adjustment_}) : std::nullopt;
 }
 
 bool KLineView::Turn(Knob knob, int step) {
   if (knob == Knob::kPeriod) {
-    period_ = StepFrom(Periods(), period_, step);
+    period_ = StepFrom(kPeriods, period_, step);
   } else if (knob == Knob::kAdjustment) {
-    adjustment_ = StepFrom(Adjustments(), adjustment_, step);
+    adjustment_ = StepFrom(kAdjustments, adjustment_, step);
   } else {
     return false;
   }
-  FollowSeries();
+  FollowSecurity();
   return true;
-}
-
-void KLineView::FollowSeries() {
-  if (security_.code.empty()) {
-    FollowNothing(kNothingSelected);
-  } else if (security_.type == stock::kSymbolPlate) {
-    FollowNothing("there are no candles of plates; " + NameText(security_) + " is one");
-  } else {
-    Follow(security_.code);
-  }
 }
 
 // The service goes on with the series that it was last asked for in this way.
 void KLineView::Resume(Observer& observer) {
   observer.Resume(false);
   failures_before_ = FailuresOfHistory().first;
-  observer.service().FetchKLine(security_.code.c_str(), period_, adjustment_, {});
+  observer.service().FetchKLine(security().code.c_str(), period_, adjustment_, {});
 }
 
 std::string KLineView::WhyNothingIn(const Delivery<StockKLineData>& delivery) const {
   if (IsTodayAlone(delivery.data)) {
-    return NoPastText(security_, FailuresOfHistory().second);
+    return NoPastText(security(), FailuresOfHistory().second);
   }
-  return delivery.data.candles.empty() ? NoCandlesText(security_) : "";
+  return delivery.data.candles.empty() ? NoCandlesText(security()) : "";
 }
 
 std::vector<KLineCandle> KLineView::Candles() const {
@@ -286,7 +250,7 @@ std::vector<StyledLine> KLineView::Chart(const ChartSize& size) const {
   }
   StyledLine title = CandleHeading(candles.back());
   title.insert(title.begin(),
-               {{NameText(security_), Tone::kStrong}, {"  " + SeriesText(period_, adjustment_) + "  "}});
+               {{NameText(security()), Tone::kStrong}, {"  " + SeriesText(period_, adjustment_) + "  "}});
   return CandleChart(candles, {size, title, Averages(all, candles.size())});
 }
 
@@ -308,15 +272,6 @@ Sheet KLineView::AsSheet() const {
 
 // --- Flows
 
-void FlowView::Select(const Security& security) {
-  security_ = security;
-  if (security.type == stock::kSymbolStock) {
-    Follow(security.code);
-  } else {
-    FollowNothing(NoFlowsText(security));
-  }
-}
-
 Table FlowView::AsTable() const {
   std::vector<Column> columns = FlowColumns();
   columns.insert(columns.begin(), {{"code"}, {"name"}});
@@ -326,7 +281,7 @@ Table FlowView::AsTable() const {
     return table;
   }
   for (std::vector<Cell>& row : FlowRows(newest()->data)) {
-    row.insert(row.begin(), {{Printable(security_.code)}, {Printable(security_.name)}});
+    row.insert(row.begin(), {{Printable(security().code)}, {Printable(security().name)}});
     table.Add(std::move(row));
   }
   return table;
@@ -349,7 +304,7 @@ Sheet FlowView::AsSheet() const {
               }
             });
           },
-          [item = figures(), code = security_.code] {
+          [item = figures(), code = security().code] {
             std::string text = "symbol,days,big_in,big_out,small_in,small_out\n";
             for (const auto& [name, member] : kFlowPeriods) {
               const FlowAmounts& amounts = item.*member;

@@ -17,39 +17,66 @@
 
 namespace cli {
 
-class QuoteView final : public ServiceView<ISingleStockMarket, StockMarketItem, std::wstring> {
+/// A view of the security that is selected, by its code.
+template <class Service, class Data>
+class SecurityView : public ServiceView<Service, Data, std::wstring> {
  public:
-  explicit QuoteView(const ViewContext& context) : ServiceView(context, kQuoteFeed, &GetSingleStockMarket) {
-    FollowNothing(kNothingSelected);
-  }
-  [[nodiscard]] std::string Title() const override { return TitleOf("quote", security_); }
   [[nodiscard]] std::wstring Key() const override { return security_.code; }
-  void Select(const Security& security) override;
+  void Select(const Security& security) override {
+    security_ = security;
+    FollowSecurity();
+  }
+  [[nodiscard]] const Security& security() const { return security_; }
+
+ protected:
+  SecurityView(const ViewContext& context, const Feed& feed, Service* (*get)())
+      : ServiceView<Service, Data, std::wstring>(context, feed, get) {
+    this->FollowNothing(kNothingSelected);
+  }
+  void FollowSecurity() {
+    const std::string why = security_.code.empty() ? kNothingSelected : WhyNotOf(security_);
+    if (why.empty()) {
+      this->Follow(security_.code);
+    } else {
+      this->FollowNothing(why);
+    }
+  }
+
+ private:
+  /// Why a security has nothing of that kind; empty: it has.
+  [[nodiscard]] virtual std::string WhyNotOf(const Security& /*security*/) const { return {}; }
+
+  Security security_;
+};
+
+class QuoteView final : public SecurityView<ISingleStockMarket, StockMarketItem> {
+ public:
+  explicit QuoteView(const ViewContext& context) : SecurityView(context, kQuoteFeed, &GetSingleStockMarket) {}
+  [[nodiscard]] std::string Title() const override { return TitleOf("quote", security()); }
   /// The sheet of the quote, side by side or, where that is too wide, in one column.
   [[nodiscard]] std::vector<StyledLine> Lines(int width) const override;
   [[nodiscard]] Sheet AsSheet() const override;
 
  private:
   [[nodiscard]] bool IsWanted(const StockMarketItem& quote) const override {
-    return quote.code == security_.code;
+    return quote.code == security().code;
   }
-
-  Security security_;
+  [[nodiscard]] std::string WhyNotOf(const Security& security) const override {
+    return security.type == stock::kSymbolPlate ? "a plate is quoted among the others of its kind only" : "";
+  }
 };
 
 /// The minutes of today, of another day, or of several days.
-class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std::wstring> {
+class MinuteLineView final : public SecurityView<IStockMLine, StockMLineData> {
  public:
   explicit MinuteLineView(const ViewContext& context);
   [[nodiscard]] std::string Title() const override {
-    return TitleOf(date_ == 0 ? "minute line" : "minutes up to " + DateText(date_), security_);
+    return TitleOf(date_ == 0 ? "minute line" : "minutes up to " + DateText(date_), security());
   }
-  [[nodiscard]] std::wstring Key() const override { return security_.code; }
   void Select(const Security& security) override;
   /// `days` trading days that end at `date`; 0 is today.
   void SelectDays(std::uint32_t date, int days);
   [[nodiscard]] std::uint32_t date() const { return date_; }
-  [[nodiscard]] const Security& security() const { return security_; }
   [[nodiscard]] std::uint32_t Session() const override {
     return figures().days.empty() ? 0 : figures().days.back().date;
   }
@@ -58,31 +85,27 @@ class MinuteLineView final : public ServiceView<IStockMLine, StockMLineData, std
   [[nodiscard]] Sheet AsSheet() const override;
 
  private:
-  void FollowDays();
   void Resume(Observer& observer) override;
   void AskAgain(IStockMLine& service) override;
   void AskForPast(IStockMLine& service);
   [[nodiscard]] bool IsWanted(const StockMLineData& line) const override;
   [[nodiscard]] std::string WhyNothingIn(const Delivery<StockMLineData>& delivery) const override {
-    return LastPoint(delivery.data) == nullptr ? WhyNoPoint(delivery.data, security_, delivery.server_time)
+    return LastPoint(delivery.data) == nullptr ? WhyNoPoint(delivery.data, security(), delivery.server_time)
                                                : "";
   }
   [[nodiscard]] std::string NothingText() const override;
 
-  Security security_;
   std::uint32_t date_ = 0;
   int days_ = 1;
   Mailbox<StockMLineData> past_;
 };
 
-class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wstring> {
+class KLineView final : public SecurityView<IStockKLine, StockKLineData> {
  public:
   KLineView(const ViewContext& context, int period, int adjustment, std::optional<std::size_t> last);
   [[nodiscard]] std::string Title() const override {
-    return TitleOf("candles " + SeriesText(period_, adjustment_), security_);
+    return TitleOf("candles " + SeriesText(period_, adjustment_), security());
   }
-  [[nodiscard]] std::wstring Key() const override { return security_.code; }
-  void Select(const Security& security) override;
   bool Turn(Knob knob, int step) override;
   [[nodiscard]] std::optional<KnobSetting> SettingOf(Knob knob) const override;
   [[nodiscard]] std::uint32_t Session() const override {
@@ -96,10 +119,14 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   [[nodiscard]] std::vector<KLineCandle> Candles() const;
 
  private:
-  void FollowSeries();
   void Resume(Observer& observer) override;
+  [[nodiscard]] std::string WhyNotOf(const Security& security) const override {
+    return security.type == stock::kSymbolPlate
+               ? "there are no candles of plates; " + NameText(security) + " is one"
+               : "";
+  }
   [[nodiscard]] bool IsWanted(const StockKLineData& data) const override {
-    return data.symbol == security_.code && data.period == period_ && data.adjustment == adjustment_;
+    return data.symbol == security().code && data.period == period_ && data.adjustment == adjustment_;
   }
   // With days, a week or a month before it today's candle would be another one.
   [[nodiscard]] bool IsTodayAlone(const StockKLineData& data) const {
@@ -111,21 +138,16 @@ class KLineView final : public ServiceView<IStockKLine, StockKLineData, std::wst
   [[nodiscard]] std::vector<KLineCandle> Chosen(std::vector<KLineCandle> candles,
                                                 std::size_t otherwise) const;
 
-  Security security_;
   int period_;
   int adjustment_;
   const std::optional<std::size_t> last_;
   std::uint64_t failures_before_ = 0;
 };
 
-class FlowView final : public ServiceView<IStockInOut, StockInOutItem, std::wstring> {
+class FlowView final : public SecurityView<IStockInOut, StockInOutItem> {
  public:
-  explicit FlowView(const ViewContext& context) : ServiceView(context, kFlowFeed, &GetStockInOut) {
-    FollowNothing(kNothingSelected);
-  }
-  [[nodiscard]] std::string Title() const override { return TitleOf("flows in yuan", security_); }
-  [[nodiscard]] std::wstring Key() const override { return security_.code; }
-  void Select(const Security& security) override;
+  explicit FlowView(const ViewContext& context) : SecurityView(context, kFlowFeed, &GetStockInOut) {}
+  [[nodiscard]] std::string Title() const override { return TitleOf("flows in yuan", security()); }
   [[nodiscard]] std::uint32_t Session() const override {
     return newest() == nullptr ? 0 : SessionDate(newest()->server_time);
   }
@@ -134,17 +156,18 @@ class FlowView final : public ServiceView<IStockInOut, StockInOutItem, std::wstr
 
  private:
   [[nodiscard]] bool IsWanted(const StockInOutItem& flows) const override {
-    return flows.symbol == security_.code;
+    return flows.symbol == security().code;
   }
   [[nodiscard]] std::string WhyNothingIn(const Delivery<StockInOutItem>& delivery) const override {
     return HasFlows(delivery.data) ? "" : "nothing flowed in or out within ten days";
   }
   [[nodiscard]] bool MayBeEmpty() const override { return true; }
   [[nodiscard]] std::string NothingText() const override {
-    return "the server has no flows of " + NameText(security_);
+    return "the server has no flows of " + NameText(security());
   }
-
-  Security security_;
+  [[nodiscard]] std::string WhyNotOf(const Security& security) const override {
+    return security.type == stock::kSymbolStock ? "" : NoFlowsText(security);
+  }
 };
 
 }  // namespace cli

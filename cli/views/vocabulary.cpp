@@ -14,66 +14,66 @@
 namespace cli {
 namespace {
 
-constexpr Choice kBoards[] = {{"all", 1, "all A shares"},
-                              {"sh", 2, "Shanghai"},
-                              {"sz", 3, "Shenzhen"},
-                              {"gem", 4, "growth enterprises"},
-                              {"sme", 5, "small and medium enterprises"}};
+constexpr Choice kBoardsTable[] = {{"all", 1, "all A shares"},
+                                   {"sh", 2, "Shanghai"},
+                                   {"sz", 3, "Shenzhen"},
+                                   {"gem", 4, "growth enterprises"},
+                                   {"sme", 5, "small and medium enterprises"}};
 
-constexpr Choice kPlateKinds[] = {{"industry", 1, "what companies make"},
-                                  {"concept", 2, "what investors talk of"}};
+constexpr Choice kPlateKindsTable[] = {{"industry", 1, "what companies make"},
+                                       {"concept", 2, "what investors talk of"}};
 
-constexpr Choice kStockColumns[] = {{"code", 1, "symbol", 'K'},
-                                    {"name", 2, "name", 'N'},
-                                    {"last", 3, "last price", 'L'},
-                                    {"change", 4, "change against the previous close, in percent", 'C'},
-                                    {"diff", 5, "change against the previous close, in yuan", 'D'},
-                                    {"bid1", 6, "best bid", 'I'},
-                                    {"ask1", 7, "best offer", 'A'},
-                                    {"tr", 8, "turnover rate", 'T'},
-                                    {"amt", 9, "amount of the session", 'M'},
-                                    {"vol", 10, "volume of the session", 'V'},
-                                    {"pe", 11, "price to earnings", 'P'},
-                                    {"high", 12, "highest price", 'H'},
-                                    {"low", 13, "lowest price", 'W'},
-                                    {"open", 14, "first price", 'O'},
-                                    {"preclose", 15, "previous close", 'Y'},
-                                    {"amp", 16, "amplitude", 'U'},
-                                    {"qrr", 17, "volume ratio", 'X'},
-                                    {"cr", 18, "commission ratio", 'Z'},
-                                    {"mc", 19, "market capitalisation", 'E'}};
+constexpr Choice kStockColumnsTable[] = {{"code", 1, "symbol", 'K'},
+                                         {"name", 2, "name", 'N'},
+                                         {"last", 3, "last price", 'L'},
+                                         {"change", 4, "change against the previous close, in percent", 'C'},
+                                         {"diff", 5, "change against the previous close, in yuan", 'D'},
+                                         {"bid1", 6, "best bid", 'I'},
+                                         {"ask1", 7, "best offer", 'A'},
+                                         {"tr", 8, "turnover rate", 'T'},
+                                         {"amt", 9, "amount of the session", 'M'},
+                                         {"vol", 10, "volume of the session", 'V'},
+                                         {"pe", 11, "price to earnings", 'P'},
+                                         {"high", 12, "highest price", 'H'},
+                                         {"low", 13, "lowest price", 'W'},
+                                         {"open", 14, "first price", 'O'},
+                                         {"preclose", 15, "previous close", 'Y'},
+                                         {"amp", 16, "amplitude", 'U'},
+                                         {"qrr", 17, "volume ratio", 'X'},
+                                         {"cr", 18, "commission ratio", 'Z'},
+                                         {"mc", 19, "market capitalisation", 'E'}};
 constexpr Choice kOfPlates[] = {{"lead", 20, "leading stock", 'F'},
                                 {"lead_change", 21, "its change in percent", 'J'},
                                 {"bpin", 22, "the server's figure of that name", '<'},
                                 {"cud", 23, "the server's count of that name", '>'}};
 
 // Plates have no bids and offers.
-constexpr auto kPlateColumns = [] {
-  std::array<Choice, std::size(kStockColumns) - 2 + std::size(kOfPlates)> columns{};
+constexpr auto kPlateColumnsTable = [] {
+  std::array<Choice, std::size(kStockColumnsTable) - 2 + std::size(kOfPlates)> columns{};
   auto* const end =
-      std::copy_if(std::begin(kStockColumns), std::end(kStockColumns), columns.begin(),
+      std::copy_if(std::begin(kStockColumnsTable), std::end(kStockColumnsTable), columns.begin(),
                    [](const Choice& column) { return column.name != "bid1" && column.name != "ask1"; });
   std::copy(std::begin(kOfPlates), std::end(kOfPlates), end);
   return columns;
 }();
 
-constexpr auto kWatchListColumns = [] {
-  std::array<Choice, std::size(kStockColumns) + 2> columns{};
+constexpr auto kWatchListColumnsTable = [] {
+  std::array<Choice, std::size(kStockColumnsTable) + 2> columns{};
   columns.front() = {"none", 0, "the order of the list itself", '0'};
-  std::copy(std::begin(kStockColumns), std::end(kStockColumns), columns.begin() + 1);
+  std::copy(std::begin(kStockColumnsTable), std::end(kStockColumnsTable), columns.begin() + 1);
   columns.back() = {"plate", 24, "first plate of the stock", 'F'};
   return columns;
 }();
 
-constexpr Choice kPeriods[] = {
+constexpr Choice kPeriodsTable[] = {
     {"day", kByDay, "a trading day"}, {"week", 2, "Monday to Friday"}, {"month", 3, "a calendar month"}};
-constexpr Choice kAdjustments[] = {{"none", kUnadjusted, "prices as they were traded at"},
-                                   {"forward", 2, "today's prices stay, those of the past are changed"},
-                                   {"backward", 3, "the first prices stay, later ones are changed"}};
+constexpr Choice kAdjustmentsTable[] = {{"none", kUnadjusted, "prices as they were traded at"},
+                                        {"forward", 2, "today's prices stay, those of the past are changed"},
+                                        {"backward", 3, "the first prices stay, later ones are changed"}};
 
-constexpr Choice kDirections[] = {{"asc", kAscending, "the smallest first"},
-                                  {"desc", kDescending, "the largest first"}};
-constexpr Choice kSpans[] = {{"day", 0, "of the day"}, {"five minutes", 1, "of the last five minutes"}};
+constexpr Choice kDirectionsTable[] = {{"asc", kAscending, "the smallest first"},
+                                       {"desc", kDescending, "the largest first"}};
+constexpr Choice kSpansTable[] = {{"day", 0, "of the day"}, {"five minutes", 1, "of the last five minutes"}};
 
 constexpr int kNameWidth = 14;
 
@@ -100,41 +100,15 @@ bool ReadRow(std::string_view text, std::uint32_t& row) {
 
 }  // namespace
 
-Choices Boards() {
-  return kBoards;
-}
-
-Choices PlateKinds() {
-  return kPlateKinds;
-}
-
-Choices StockColumns() {
-  return kStockColumns;
-}
-
-Choices PlateColumns() {
-  return kPlateColumns;
-}
-
-Choices WatchListColumns() {
-  return kWatchListColumns;
-}
-
-Choices Periods() {
-  return kPeriods;
-}
-
-Choices Directions() {
-  return kDirections;
-}
-
-Choices Spans() {
-  return kSpans;
-}
-
-Choices Adjustments() {
-  return kAdjustments;
-}
+constinit const Choices kBoards = kBoardsTable;
+constinit const Choices kPlateKinds = kPlateKindsTable;
+constinit const Choices kStockColumns = kStockColumnsTable;
+constinit const Choices kPlateColumns = kPlateColumnsTable;
+constinit const Choices kWatchListColumns = kWatchListColumnsTable;
+constinit const Choices kPeriods = kPeriodsTable;
+constinit const Choices kDirections = kDirectionsTable;
+constinit const Choices kSpans = kSpansTable;
+constinit const Choices kAdjustments = kAdjustmentsTable;
 
 std::string SeriesText(int period, int adjustment) {
   const std::string adjusted =

@@ -33,17 +33,17 @@ using Choices = std::span<const Choice>;
 /// "TITLE:", then a line for each choice; for the end of a help text.
 [[nodiscard]] std::string ListOf(std::string_view title, Choices choices);
 
-[[nodiscard]] Choices Boards();       ///< of stocks: all, sh, sz, gem, sme
-[[nodiscard]] Choices PlateKinds();   ///< industry, concept
-[[nodiscard]] Choices Periods();      ///< what a candle stands for: day, week, month
-[[nodiscard]] Choices Adjustments();  ///< of the prices of candles: none, forward, backward
-[[nodiscard]] Choices Directions();   ///< of an order: asc, desc
-[[nodiscard]] Choices Spans();        ///< of a ranking: the day, or five minutes of it
+extern const Choices kBoards;       ///< of stocks: all, sh, sz, gem, sme
+extern const Choices kPlateKinds;   ///< industry, concept
+extern const Choices kPeriods;      ///< what a candle stands for: day, week, month
+extern const Choices kAdjustments;  ///< of the prices of candles: none, forward, backward
+extern const Choices kDirections;   ///< of an order: asc, desc
+extern const Choices kSpans;        ///< of a ranking: the day, or five minutes of it
 /// Columns by which lists of stocks can be ordered, each with a key of its own; lists of plates and the
 /// members of a plate; the watch list.
-[[nodiscard]] Choices StockColumns();
-[[nodiscard]] Choices PlateColumns();
-[[nodiscard]] Choices WatchListColumns();
+extern const Choices kStockColumns;
+extern const Choices kPlateColumns;
+extern const Choices kWatchListColumns;
 
 inline constexpr int kByDay = 1;
 inline constexpr int kUnadjusted = 1;

@@ -67,6 +67,17 @@ TEST_F(LiveViewTest, showsTheQuotesThePhaseAndTheStateOfTheData) {
   EXPECT_NE(csm_->output().find("sh600001", csm_->output().rfind(kLeave)), std::string::npos);
 }
 
+// The state waited for data, with the data there before and after.
+TEST_F(LiveViewTest, saysThatNothingIsAskedWhileTheHelpIsOpen) {
+  StartAndWaitForQuotes();
+  csm_->Type("?");
+  EXPECT_TRUE(csm_->ReadUntil([this] {
+    return Row(1).find("paused while the help is open") != std::string::npos;
+  })) << Row(1);
+  csm_->Type("x");
+  EXPECT_TRUE(csm_->ReadUntil([this] { return Row(1).find("* live") != std::string::npos; })) << Row(1);
+}
+
 TEST_F(LiveViewTest, redrawsWhenQuotesChange) {
   StartAndWaitForQuotes({"--clock", "10:30", "--speed", "600", "--interval", "0.2"});
   const std::string first = Row(4);

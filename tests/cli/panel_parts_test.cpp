@@ -260,6 +260,15 @@ TEST(MarketCharts, keepEverySumAndBarInThirtyOneColumns) {
   EXPECT_LT(DisplayWidth(texts[7]), 31);
 }
 
+// The count of those that fell was cut.
+TEST(MarketCharts, keepBothCountsOnTheSmallestTerminal) {
+  const SessionPicture picture = StrengthPicture({{931, 1608, 2871}}, 20240313);
+  const std::string wide = TextsOf(ChartOf(picture, {80, 12})).front();
+  EXPECT_EQ(wide, "Strength  2024-03-13 09:31  up 1,608 (line)  down 2,871 (dots)");
+  EXPECT_EQ(TextsOf(ChartOf(picture, {60, 12})).front(),
+            "2024-03-13 09:31  up 1,608 (line)  down 2,871 (dots)");
+}
+
 TEST(MarketCharts, areNothingWithoutRows) {
   EXPECT_TRUE(ChartOf(StrengthPicture({}, 20240315), {80, 24}).empty());
   EXPECT_TRUE(ChartOf(EffectPicture({}, 20240315), {80, 24}).empty());

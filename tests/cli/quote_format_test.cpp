@@ -264,7 +264,7 @@ TEST(ListLook, addsTheColumnThatTheListIsOrderedBy) {
 }
 
 TEST(ListLook, hasAColumnForEveryOrder) {
-  for (const Choice& column : StockColumns()) {
+  for (const Choice& column : kStockColumns) {
     EXPECT_NO_THROW(static_cast<void>(BoardLook().Chosen(std::string(column.name)))) << column.name;
     EXPECT_NO_THROW(static_cast<void>(WatchListLook().Chosen(std::string(column.name)))) << column.name;
   }
@@ -320,32 +320,32 @@ TEST(RankedPlateLines, showTheirLeader) {
 TEST(RankedPlateLines, haveHeadsThatTheirOrderKnows) {
   const Table table = RankedTable(std::vector<PlateMarketSummary>(1));
   for (std::size_t i = 1; i < table.columns().size(); ++i) {
-    EXPECT_TRUE(NumberOf(PlateColumns(), table.columns()[i].name)) << table.columns()[i].name;
+    EXPECT_TRUE(NumberOf(kPlateColumns, table.columns()[i].name)) << table.columns()[i].name;
   }
 }
 
 TEST(Vocabulary, numbersItsWordsAsTheServicesDo) {
-  EXPECT_EQ(NumberOf(Boards(), "all"), 1);
-  EXPECT_EQ(NumberOf(Boards(), "sme"), 5);
-  EXPECT_EQ(NumberOf(PlateKinds(), "concept"), 2);
+  EXPECT_EQ(NumberOf(kBoards, "all"), 1);
+  EXPECT_EQ(NumberOf(kBoards, "sme"), 5);
+  EXPECT_EQ(NumberOf(kPlateKinds, "concept"), 2);
   int expected = 1;
   for (const char* name : {"code", "name", "last", "change", "diff", "bid1", "ask1", "tr", "amt", "vol", "pe",
                            "high", "low", "open", "preclose", "amp", "qrr", "cr", "mc"}) {
-    EXPECT_EQ(NumberOf(StockColumns(), name), expected) << name;
-    EXPECT_EQ(NumberOf(WatchListColumns(), name), expected) << name;
+    EXPECT_EQ(NumberOf(kStockColumns, name), expected) << name;
+    EXPECT_EQ(NumberOf(kWatchListColumns, name), expected) << name;
     if (expected != 6 && expected != 7) {
-      EXPECT_EQ(NumberOf(PlateColumns(), name), expected) << name;
+      EXPECT_EQ(NumberOf(kPlateColumns, name), expected) << name;
     }
     ++expected;
   }
-  EXPECT_EQ(NumberOf(PlateColumns(), "cud"), 23);
-  EXPECT_EQ(NumberOf(WatchListColumns(), "plate"), 24);
-  EXPECT_EQ(NumberOf(PlateColumns(), "bid1"), std::nullopt);
+  EXPECT_EQ(NumberOf(kPlateColumns, "cud"), 23);
+  EXPECT_EQ(NumberOf(kWatchListColumns, "plate"), 24);
+  EXPECT_EQ(NumberOf(kPlateColumns, "bid1"), std::nullopt);
 }
 
 TEST(Order, isNamedForKeyAndTitle) {
   ListChoice choice;
-  choice.order = {StockColumns(), 8, kAscending};
+  choice.order = {kStockColumns, 8, kAscending};
   EXPECT_EQ(choice.Key(L"gem", {20, 40}), L"gem tr asc 20:40");
   EXPECT_EQ(choice.order.Title(), "by tr, ascending");
 }

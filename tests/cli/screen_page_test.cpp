@@ -42,6 +42,20 @@ TEST(Page, dividesWhatIsLeftByShares) {
             (Placed{{0, 0, 0, 46, 30}, {1, 49, 0, 32, 10}, {2, 49, 10, 32, 20}}));
 }
 
+TEST(Page, hasRoomForAnyPanelThatItBeginsWith) {
+  EXPECT_EQ(PlacedOn(BeginningWith(2, kPage), {0, 2, 73, 18}),
+            (Placed{{2, 0, 2, 73, 8}, {1, 0, 10, 73, 10}}));
+  EXPECT_EQ(PlacedOn(BeginningWith(1, kPage), {0, 0, 83, 18}),
+            (Placed{{1, 0, 0, 30, 10}, {2, 0, 10, 30, 8}, {3, 33, 0, 50, 18}}));
+  for (const Page& page : Pages()) {
+    for (const PageColumn& column : page.columns) {
+      for (const PagePart& part : column.parts) {
+        EXPECT_EQ(Place(BeginningWith(part.panel, page), {0, 2, 60, 10}).front().panel, part.panel);
+      }
+    }
+  }
+}
+
 // On every page of the program, whatever the size: inside the room, nobody on top of another.
 TEST(Page, neverOverlapsNorLeavesTheRoom) {
   for (const Page& page : Pages()) {

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "cli/screen/curses_display.h"
-#include "cli/screen/terminal_kind.h"
 
 namespace tests {
 namespace {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,7 +19,7 @@ class FakePanel final : public Panel {
   FakePanel(std::string name, bool polls, Calls& calls)
       : name_(std::move(name)), polls_(polls), calls_(calls) {}
 
-  std::string Title() const override { return name_; }
+  std::string Title() const override { return title.empty() ? name_ : title; }
   void Show() override { Note("show"); }
   void Hide() override { Note("hide"); }
   void Select(const Security& security) override {
@@ -47,14 +48,22 @@ class FakePanel final : public Panel {
     return false;
   }
   std::vector<PanelColumn> Columns() const override { return {{"change", 'C'}, {"qrr"}, {"no such column"}}; }
-  std::vector<KeyHint> Keys() const override { return {{"x", "does something"}}; }
+  std::vector<KeyHint> Keys() const override { return keys; }
+  std::string Position() const override { return position; }
   FeedReport Report(Clock::time_point, stock::MarketStatus) const override { return report; }
   std::vector<StyledLine> Picture(const ChartSize& size) override {
     size_ = size;
+    if (is_empty) {
+      return {};
+    }
     return std::vector<StyledLine>(static_cast<std::size_t>(size.rows), {{name_ + " picture"}});
   }
 
   FeedReport report{FeedState::kLive, "live"};
+  std::vector<KeyHint> keys{{"x", "does something"}};
+  std::string title;
+  std::string position;
+  bool is_empty = false;
   ChartSize size_;
 
  private:
@@ -196,6 +205,43 @@ TEST_F(ScreenTest, tellsEveryStateInWords) {
   }
 }
 
+// The line of the state was cut in the middle of what to do about it.
+TEST_F(ScreenTest, saysInWholeWhyAPanelIsEmptyWhereItsStateHasNoRoom) {
+  panels_[0]->is_empty = true;
+  panels_[0]->report = {FeedState::kEmpty,
+                        "the list is empty; on a small terminal, too, + puts something in it"};
+  screen_->Resize({60, 14});
+  EXPECT_TRUE(Shows("the list is empty; on a small terminal, too, + puts"));
+  EXPECT_TRUE(Shows("something in it"));
+  screen_->Resize({160, 14});
+  const std::vector<std::string> rows = Rows(160);
+  EXPECT_EQ(std::count_if(rows.begin(), rows.end(),
+                          [](const std::string& row) { return row.find("is empty") != std::string::npos; }),
+            1);
+}
+
+TEST_F(ScreenTest, hintsAtWholeKeysOnly) {
+  panels_[0]->keys = {{"↑↓", "row"}, {"Enter", "a word that takes much room"}, {"s S", "column to order by"}};
+  screen_->Resize({60, 14});
+  EXPECT_TRUE(Shows("↑↓ row   Enter a word that takes much room"));
+  EXPECT_FALSE(Shows("column to")) << "a piece of a hint";
+  screen_->Resize({80, 24});
+  EXPECT_TRUE(Shows("Enter a word that takes much room   s S column to order by"));
+}
+
+// Where a person stands was left out beside a long title.
+TEST_F(ScreenTest, saysThePositionBesideTheStateWhereTheTitleLeavesNoRoom) {
+  panels_[0]->position = "row 37 of 5,299";
+  screen_->Resize({60, 14});
+  EXPECT_NE(Rows()[2].find("─ row 37 of 5,299"), std::string::npos) << Rows()[2];
+  EXPECT_EQ(Rows()[11], "* live");
+  panels_[0]->title = "stocks of bk1039 by change, descending, and more";
+  EXPECT_EQ(Rows()[2].find("row 37"), std::string::npos) << Rows()[2];
+  EXPECT_EQ(Rows()[11], "* live" + std::string(60 - 6 - 15, ' ') + "row 37 of 5,299");
+  panels_[0]->report = {FeedState::kFailed, "a reason that leaves too little room for both"};
+  EXPECT_EQ(Rows()[11], "! a reason that leaves too little room for both") << "the state never goes";
+}
+
 TEST_F(ScreenTest, fitsIntoEverySize) {
   for (int columns = 60; columns < 200; columns += 7) {
     for (int rows = 14; rows < 70; rows += 5) {
@@ -268,6 +314,26 @@ TEST_F(ScreenTest, keepsTheKeysWithAPanelThatIsOnTheNextPageToo) {
   screen_->OnKey({KeyKind::kTab});
   Type(U"2x");
   EXPECT_EQ(TakeCalls(), Calls({"quote x", "line hide", "board show", "board hide", "line show", "line x"}));
+}
+
+// Of three quotes a small terminal showed the first, and there was no way to the others.
+TEST_F(ScreenTest, reachesPanelsThatThereIsNoRoomFor) {
+  screen_->Resize({60, 14});
+  EXPECT_EQ(TakeCalls(), Calls({"board show"}));
+  EXPECT_TRUE(Shows("Tab 1 more   x does something"));
+  screen_->OnKey({KeyKind::kTab});
+  EXPECT_EQ(TakeCalls(), Calls({"board hide", "quote show"}));
+  EXPECT_TRUE(Shows("▸ quote "));
+  Type(U"x");
+  EXPECT_EQ(TakeCalls(), Calls({"quote x"}));
+  screen_->OnKey({KeyKind::kTab});
+  EXPECT_EQ(TakeCalls(), Calls({"quote hide", "board show"}));
+  screen_->OnKey({KeyKind::kBackTab});
+  TakeCalls();
+  Type(U"2");
+  EXPECT_EQ(TakeCalls(), Calls({"quote hide", "line show"})) << "another page begins with what it is for";
+  screen_->Resize({80, 24});
+  EXPECT_FALSE(Shows(" more   x does something"));
 }
 
 TEST_F(ScreenTest, stepsAndQuitsWithKeysThatNoPanelWants) {

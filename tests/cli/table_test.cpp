@@ -26,7 +26,7 @@ Table TwoRows() {
 
 TEST(Table, alignsColumnsByTheirWidestCell) {
   const Table table = TwoRows();
-  EXPECT_EQ(Render(table.Header(), kPlainText), "name          last");
+  EXPECT_EQ(Render(table.Lines().front(), kPlainText), "name          last");
   EXPECT_EQ(Render(table.Rows()[0], kPlainText), "上证指数  3,012.45");
   EXPECT_EQ(Render(table.Rows()[1], kPlainText), "HS300         9.10");
 }
@@ -56,23 +56,30 @@ TEST(Render, paintsOnlyWhatHasATone) {
   EXPECT_EQ(Render({{"a"}, {"b", Tone::kRise}}, kPlainText), "ab");
 }
 
-TEST(Render, cutsALineAtTheWidthOfTheScreen) {
-  EXPECT_EQ(Render({{"abc"}, {"def", Tone::kFall}, {"ghi"}}, kPlainText, 5), "abcd…");
-  EXPECT_EQ(Render({{"abc"}, {"def"}}, kPlainText, 6), "abcdef");
-  EXPECT_EQ(Render({{"abc"}}, kPlainText, 0), "");
+std::string CutText(const StyledLine& line, int width) {
+  StyledLine cut = Fitted(line, width);
+  EXPECT_EQ(DisplayWidth(cut), width);
+  TrimEnd(cut);
+  return Render(cut, kPlainText);
+}
+
+TEST(Fitted, cutsALineAtTheWidthOfTheScreen) {
+  EXPECT_EQ(CutText({{"abc"}, {"def", Tone::kFall}, {"ghi"}}, 5), "abcd…");
+  EXPECT_EQ(CutText({{"abc"}, {"def"}}, 6), "abcdef");
+  EXPECT_EQ(CutText({{"abc"}}, 0), "");
 }
 
 // "180,700" became "180,70".
-TEST(Render, cutsNoNumber) {
+TEST(Fitted, cutsNoNumber) {
   const StyledLine line = {{"ask"}, {"  "}, {"180,700", Tone::kStrong}, {"  "}, {"1.23亿▴"}};
-  EXPECT_EQ(Render(line, kPlainText, 21), "ask  180,700  1.23亿▴");
-  EXPECT_EQ(Render(line, kPlainText, 20), "ask  180,700  …");
-  EXPECT_EQ(Render(line, kPlainText, 15), "ask  180,700  …");
-  EXPECT_EQ(Render(line, kPlainText, 14), "ask  180,700 …");
-  EXPECT_EQ(Render(line, kPlainText, 13), "ask  …") << "a number that touches the mark looks cut";
-  EXPECT_EQ(Render(line, kPlainText, 11), "ask  …");
-  EXPECT_EQ(Render(line, kPlainText, 3), "as…");
-  EXPECT_EQ(Render({{"12345"}}, kPlainText, 4), "…");
+  EXPECT_EQ(CutText(line, 21), "ask  180,700  1.23亿▴");
+  EXPECT_EQ(CutText(line, 20), "ask  180,700  …");
+  EXPECT_EQ(CutText(line, 15), "ask  180,700  …");
+  EXPECT_EQ(CutText(line, 14), "ask  180,700 …");
+  EXPECT_EQ(CutText(line, 13), "ask  …") << "a number that touches the mark looks cut";
+  EXPECT_EQ(CutText(line, 11), "ask  …");
+  EXPECT_EQ(CutText(line, 3), "as…");
+  EXPECT_EQ(CutText({{"12345"}}, 4), "…");
 }
 
 TEST(Palette, paintsRisesRedAndFallsGreen) {

@@ -44,12 +44,12 @@ cli::ListChoice ChoiceOf(cli::Choices columns) {
 std::unique_ptr<Panel> MakeStockRankingPanel(cli::PanelContext& context) {
   return std::make_unique<cli::ListPanel>(
       context,
-      std::make_unique<cli::StockRankingView>(context.views, ChoiceOf(cli::StockColumns()), 30, false));
+      std::make_unique<cli::StockRankingView>(context.views, ChoiceOf(cli::kStockColumns), 30, false));
 }
 
 std::unique_ptr<Panel> MakePlateRankingPanel(cli::PanelContext& context) {
   return std::make_unique<cli::ListPanel>(
-      context, std::make_unique<cli::PlateRankingView>(context.views, ChoiceOf(cli::PlateColumns()), 30));
+      context, std::make_unique<cli::PlateRankingView>(context.views, ChoiceOf(cli::kPlateColumns), 30));
 }
 
 std::unique_ptr<Panel> MakeEventsPanel(cli::PanelContext& context) {
@@ -614,6 +614,17 @@ TEST_F(PanelsTest, ofEventsScroll) {
   EXPECT_EQ(row(), all.back());
   Press(*panel, {KeyKind::kHome});
   EXPECT_EQ(row(), first);
+}
+
+// "csm watchlist show" on a terminal had a panel that could only be looked at.
+TEST_F(PanelsTest, ofTheWatchListHaveTheirKeysInACommandToo) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = cli::PanelFor(
+      around_.context,
+      std::make_unique<cli::WatchListView>(around_.context.views, cli::ListBy(cli::kWatchListColumns, 0)));
+  const std::vector<cli::KeyHint> keys = panel->Keys();
+  EXPECT_TRUE(
+      std::any_of(keys.begin(), keys.end(), [](const cli::KeyHint& hint) { return hint.keys == "+ -"; }));
 }
 
 TEST_F(PanelsTest, ofTheWatchListAddAndRemove) {

@@ -294,8 +294,8 @@ class ScreenFaults : public RunningMarket {
     std::string error;
     ASSERT_TRUE(stock_host::AddToWatchList(stock.code, error)) << error;
     const cli::ViewContext& views = around_.context.views;
-    const cli::ListChoice stock_list = cli::ListBy(cli::StockColumns());
-    const cli::ListChoice plate_list = cli::ListBy(cli::PlateColumns());
+    const cli::ListChoice stock_list = cli::ListBy(cli::kStockColumns);
+    const cli::ListChoice plate_list = cli::ListBy(cli::kPlateColumns);
     Add<cli::ViewPanel>("index", std::make_unique<cli::IndexView>(views), &Rows);
     Add<cli::ListPanel>("board", std::make_unique<cli::BoardView>(views, stock_list), &Rows);
     Add<cli::ListPanel>("plates", std::make_unique<cli::PlatesView>(views, plate_list), &Rows);
@@ -305,7 +305,7 @@ class ScreenFaults : public RunningMarket {
     Add<cli::ListPanel>("plate ranking", std::make_unique<cli::PlateRankingView>(views, plate_list, 30),
                         &Rows);
     Add<cli::ListPanel>("watch list",
-                        std::make_unique<cli::WatchListView>(views, cli::ListBy(cli::WatchListColumns(), 0)),
+                        std::make_unique<cli::WatchListView>(views, cli::ListBy(cli::kWatchListColumns, 0)),
                         &Rows);
     Add<cli::ListPanel>("events", std::make_unique<cli::EventsView>(views, 0, std::nullopt), &Events);
     Add<cli::ViewPanel>("quote", std::make_unique<cli::QuoteView>(views), &Quote);

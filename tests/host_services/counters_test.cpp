@@ -3,7 +3,9 @@
 
 #include <chrono>
 #include <future>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "answers.h"
 #include "counters.h"
@@ -160,6 +162,41 @@ TEST(Counters, requestIsUnderWayUntilItsCallBackIsOver) {
   over.set_value();
   stock_host::Stop();
   EXPECT_EQ(ReadCounters().under_way, 0U);
+}
+
+TEST(Counters, theEndOfAnExchangeIsAnnouncedAndThenThatOfItsCallBack) {
+  using Kind = stock_host::Event::Kind;
+  std::mutex mutex;
+  std::vector<Kind> announced;
+  const auto so_far = [&] {
+    const std::lock_guard lock(mutex);
+    return announced;
+  };
+  const RunningHost host;
+  stock_host::SetListener([&](const stock_host::Event& event) {
+    const std::lock_guard lock(mutex);
+    if (event.kind != Kind::kWarning) {
+      announced.push_back(event.kind);
+    }
+  });
+  LoopbackServer server(Answering("well"));
+  std::promise<void> inside;
+  std::promise<void> over;
+  GetAsyn(
+      server.WideUrl(),
+      [&](bool, const char*, std::size_t) {
+        inside.set_value();
+        over.get_future().wait();
+      },
+      {}, 30);
+  inside.get_future().wait();
+  EXPECT_EQ(so_far(), std::vector{Kind::kExchangeEnded});
+  EXPECT_EQ(ReadCounters().endpoints.at("other").handed_over, 0U);
+  over.set_value();
+  stock_host::Stop();
+  EXPECT_EQ(so_far(), (std::vector{Kind::kExchangeEnded, Kind::kHandedOver}));
+  EXPECT_EQ(ReadCounters().endpoints.at("other").handed_over, 1U);
+  stock_host::SetListener({});
 }
 
 TEST(Counters, tableOfEndpointsHasAnEnd) {
