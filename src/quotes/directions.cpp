@@ -4,19 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "request/tolerance.h"
+
 namespace quotes {
 namespace {
 
 using request::CodeHashes;
 
-constexpr double kTolerance = 0.001;
-
 // Written as the feed's other clients do it, to the last bit: a move of exactly the tolerance is none.
 int DirectionOf(double now, double before) {
-  if (before - kTolerance > now) {
+  if (before - request::kTolerance > now) {
     return -1;
   }
-  return now > before + kTolerance ? 1 : 0;
+  return now > before + request::kTolerance ? 1 : 0;
 }
 
 template <class Integer>

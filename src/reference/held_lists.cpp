@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "frame/succeeds.h"
 #include "frame/ticks.h"
 #include "host/clock.h"
 #include "reference/refresh_schedule.h"
-#include "reference/succeeds.h"
 
 namespace reference {
 namespace {
@@ -36,7 +36,7 @@ HeldLists::LoadNumber HeldLists::BeginLocked(ListName list) {
 }
 
 bool HeldLists::Finish(ListName list, LoadNumber number, const ListAnswer& answer) noexcept {
-  const bool ok = Succeeds([&] { return Take(list, number, answer); });
+  const bool ok = frame::Succeeds([&] { return Take(list, number, answer); });
   const Lock lock(mutex_);
   Loads& loads = Of(list);
   --loads.under_way;
@@ -117,7 +117,7 @@ void HeldLists::Swap(ListName list, LoadNumber number, std::int64_t asked, Put p
 
 Attempt HeldLists::AttemptFor(ListName list) noexcept {
   Attempt attempt = Attempt::kNone;
-  const bool known = Succeeds([&] {
+  const bool known = frame::Succeeds([&] {
     std::uint32_t date = 0;
     {
       const Lock lock(mutex_);

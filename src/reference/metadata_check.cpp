@@ -4,10 +4,10 @@
 #include <QFileInfo>
 #include <utility>
 
+#include "frame/succeeds.h"
 #include "host/files.h"
 #include "host/network.h"
 #include "host/text.h"
-#include "reference/succeeds.h"
 #include "request/answer.h"
 #include "request/ask.h"
 #include "request/gates.h"
@@ -79,10 +79,7 @@ std::string FetchMetadataVersion() {
 
 MetadataCheck CheckMetadata(const HeldVersion& held_version) noexcept {
   MetadataCheck check;
-  static_cast<void>(Succeeds([&] {
-    check = Check(held_version);
-    return true;
-  }));
+  static_cast<void>(frame::Succeeds([&] { check = Check(held_version); }));
   return check;
 }
 

@@ -2,19 +2,16 @@
 // server runs outside the gate and without the object, so that the end of the service does not wait for it.
 #include <optional>
 
+#include "frame/succeeds.h"
 #include "host/tasks.h"
 #include "reference/stock_common_service.h"
-#include "reference/succeeds.h"
 
 namespace reference {
 namespace {
 
 template <class MakeTask>
 [[nodiscard]] bool IsQueued(MakeTask&& make_task) noexcept {
-  return Succeeds([&] {
-    base::TaskManagerInstance()->AddTask(make_task());
-    return true;
-  });
+  return frame::Succeeds([&] { base::TaskManagerInstance()->AddTask(make_task()); });
 }
 
 }  // namespace
@@ -111,12 +108,11 @@ void CStockCommon::Conclude(StartCount::Number start, bool ok) noexcept {
   const std::lock_guard<std::mutex> lock(thread_mutex_);
   if (ok && !refresh_thread_.joinable()) {
     // Without the thread the lists stay as they are; the next start tries again.
-    static_cast<void>(Succeeds([this] {
+    static_cast<void>(frame::Succeeds([this] {
       refresh_thread_ = std::thread([this] {
         while (RunRound()) {
         }
       });
-      return true;
     }));
   }
   if (!ok && start_.Latest() == start) {
