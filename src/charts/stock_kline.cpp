@@ -36,7 +36,7 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
   void FetchKLine(const wchar_t* symbol, int period, int adjustment, const KLineCallback& done) override;
 
  private:
-  void FetchDay(const Series& series, const KLineCallback& done);
+  void FetchDay(const std::wstring& symbol, const Choice& choice, const KLineCallback& done);
   Choice ChoiceFor(const std::wstring& symbol) noexcept;
   bool IsAskedForLast(const Series& series) noexcept {
     return ChoiceFor(series.symbol) == Choice(series.period, series.adjustment);
@@ -56,17 +56,10 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
 // --- Ask ---
 
 void CStockKLine::Fetch() {
-  std::vector<Series> wanted;
-  const bool known = request::Succeeds(kFetch, [&] {
-    for (const std::wstring& symbol : ActiveKeys()) {
-      const auto [period, adjustment] = ChoiceFor(symbol);
-      wanted.push_back({symbol, period, adjustment});
-    }
-  });
-  if (known) {
-    for (const Series& series : wanted) {
-      FetchDay(series, {});
-    }
+  std::vector<std::wstring> symbols;
+  static_cast<void>(request::Succeeds(kFetch, [&] { symbols = ActiveKeys(); }));
+  for (const std::wstring& symbol : symbols) {
+    FetchDay(symbol, ChoiceFor(symbol), {});
   }
 }
 
@@ -75,26 +68,25 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
     return;
   }
   const auto one_of_three = [](int number) { return number >= 1 && number <= 3 ? number : 1; };
-  Series series{
-      {}, static_cast<Period>(one_of_three(period)), static_cast<Adjustment>(one_of_three(adjustment))};
-  const Choice choice(series.period, series.adjustment);
+  const Choice choice{Period(one_of_three(period)), Adjustment(one_of_three(adjustment))};
+  std::wstring name;
   bool replaces_another = false;
   const bool known = request::Succeeds(kFetch, [&] {
-    series.symbol = symbol;
+    name = symbol;
     if (!done) {
       const std::lock_guard<std::mutex> lock(mutex_);
       if (asked_.size() >= kMostChoices) {  // those of charts that nobody shows at the moment go
         std::erase_if(asked_, [this](const auto& other) { return !IsShown(other.first); });
       }
       replaces_another =
-          std::exchange(asked_.try_emplace(series.symbol, kUsualChoice).first->second, choice) != choice;
+          std::exchange(asked_.try_emplace(name, kUsualChoice).first->second, choice) != choice;
     }
   });
   if (replaces_another) {
-    Forget(series.symbol);
+    Forget(name);
   }
   if (known) {
-    FetchDay(series, done);
+    FetchDay(name, choice, done);
   }
 }
 
@@ -104,16 +96,17 @@ Choice CStockKLine::ChoiceFor(const std::wstring& symbol) noexcept {
   return found != asked_.end() ? found->second : kUsualChoice;
 }
 
-void CStockKLine::FetchDay(const Series& series, const KLineCallback& done) {
+void CStockKLine::FetchDay(const std::wstring& symbol, const Choice& choice, const KLineCallback& done) {
   std::shared_ptr<KLineRequest> request;
   const bool kept = request::Succeeds(kFetch, [&] {
-    request = std::make_shared<KLineRequest>(KLineRequest{series, stamps_.Next(), done, {}});
+    request = std::make_shared<KLineRequest>(
+        KLineRequest{{symbol, choice.first, choice.second}, stamps_.Next(), done, {}});
   });
   if (!kept) {
     return;
   }
   request::Ask(
-      {kFetch, gate_}, [&] { return request::DayCandleUrl(series.symbol, series.period, series.adjustment); },
+      {kFetch, gate_}, [&] { return request::DayCandleUrl(symbol, choice.first, choice.second); },
       [request](const request::Answer& answer) {
         return ReadDayCandle(answer.DataObject(), request->series.symbol);
       },

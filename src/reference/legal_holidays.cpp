@@ -50,7 +50,7 @@ void LegalHolidays::AskIfMissing() noexcept {
 
 void LegalHolidays::FollowYear() noexcept {
   static_cast<void>(frame::Succeeds([this] {
-    if (!WasAskedForLast(YearNow())) {
+    if (latest_ != YearNow()) {
       AskIfMissing();
     }
   }));
@@ -61,8 +61,8 @@ void LegalHolidays::AskFor(int year) {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     ++years_[year].under_way;
-    latest_ = year;
   }
+  latest_ = year;
   request::Ask(
       {request::Fetch::kLegalHolidays, gate_},
       [year, ended] {
@@ -123,11 +123,6 @@ bool LegalHolidays::Take(int year, frame::Stamp stamp, HolidayList&& holidays) {
   }
   is_giving_ = false;
   return ok;
-}
-
-bool LegalHolidays::WasAskedForLast(int year) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return latest_ == year;
 }
 
 bool LegalHolidays::IsKnownOrOnItsWay(int year) {

@@ -22,10 +22,7 @@ constexpr int kDownloadSeconds = 30;
 // Null when the file is missing, damaged or no metadata.
 std::shared_ptr<KLineMetadata> LoadFile(const std::wstring& path) {
   std::string text;
-  if (!GZipExtract(path.c_str(), text)) {
-    return nullptr;
-  }
-  return KLineMetadata::FromText(std::move(text));
+  return GZipExtract(path.c_str(), text) ? KLineMetadata::FromText(std::move(text)) : nullptr;
 }
 
 MetadataCheck Check(const HeldVersion& held_version) {

@@ -25,7 +25,7 @@ void CStockCommon::BringUpToDate(ListName list) {
     case Attempt::kWait:
       return lists_.LoadAndWait(list);
     case Attempt::kInTask:
-      static_cast<void>(QueueLoad(list, [](bool) {}));
+      QueueLoad(list, [](bool) {});
   }
 }
 

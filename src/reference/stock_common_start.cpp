@@ -23,16 +23,11 @@ void CStockCommon::Init(const boost::function<void(bool)>& done) {
     return;
   }
   const Done count = [this, number = *start](bool ok) { start_.Count(number, ok); };
-  const auto counted = [&](bool queued) {
-    if (!queued) {
-      count(false);
-    }
-  };
   for (const ListName list : {ListName::kStocks, ListName::kPlates, ListName::kIndices}) {
-    counted(QueueLoad(list, count));
+    QueueLoad(list, count);
   }
-  counted(QueueMetadataCheck(count));
-  counted(QueueLoad(ListName::kPlatesOfStocks, count));
+  QueueMetadataCheck(count);
+  QueueLoad(ListName::kPlatesOfStocks, count);
   if (!IsQueued([&] { return gate_.Guard([this, start, done] { Monitor(*start, done); }); })) {
     Conclude(*start, false);
     if (done) {
@@ -41,8 +36,8 @@ void CStockCommon::Init(const boost::function<void(bool)>& done) {
   }
 }
 
-bool CStockCommon::QueueLoad(ListName list, Done done) noexcept {
-  return IsQueued([&] {
+void CStockCommon::QueueLoad(ListName list, const Done& done) noexcept {
+  const bool queued = IsQueued([&] {
     // No number when the gate is closed: nothing is sent then.
     auto begin = gate_.Guard(
         [this, list](std::optional<HeldLists::LoadNumber>& number) { number = lists_.Begin(list); });
@@ -57,10 +52,13 @@ bool CStockCommon::QueueLoad(ListName list, Done done) noexcept {
       }
     };
   });
+  if (!queued) {
+    done(false);
+  }
 }
 
-bool CStockCommon::QueueMetadataCheck(Done done) noexcept {
-  return IsQueued([&] {
+void CStockCommon::QueueMetadataCheck(const Done& done) noexcept {
+  const bool queued = IsQueued([&] {
     // Nothing when the gate is closed: the check is no longer wanted.
     auto read_held = gate_.Guard([this](std::optional<std::string>& held) { held = metadata_.Version(); });
     auto finish = gate_.Guard([this, done](MetadataCheck check) {
@@ -75,6 +73,9 @@ bool CStockCommon::QueueMetadataCheck(Done done) noexcept {
       }));
     };
   });
+  if (!queued) {
+    done(false);
+  }
 }
 
 void CStockCommon::Monitor(StartCount::Number start, const boost::function<void(bool)>& done) {
