@@ -20,9 +20,9 @@ constexpr std::chrono::milliseconds kTick(500);
 constexpr std::chrono::milliseconds kSetupLook(1500);  // after the first picture
 constexpr double kClockTolerance = 240;                // seconds; servers refuse signatures beyond 300
 
-QString SettingsFile(const Options& options) {
+QString SettingsFile(const Options& options, const QTemporaryDir& scratch) {
   if (!options.screenshot.empty() || options.measure) {
-    return QStringLiteral("/dev/null");  // neither remembers nor is remembered
+    return scratch.filePath(QStringLiteral("desktop.ini"));  // neither remembers nor is remembered
   }
   const std::string chosen = stock_host::LoadSettings().config_directory;
   const QString directory =
@@ -36,7 +36,7 @@ QString SettingsFile(const Options& options) {
 
 Desk::Desk(const Options& options)
     : options_(options),
-      settings_(std::make_unique<QSettings>(SettingsFile(options), QSettings::IniFormat)),
+      settings_(std::make_unique<QSettings>(SettingsFile(options, scratch_), QSettings::IniFormat)),
       context_{[this](std::function<void()> work) { thread_.Post(std::move(work)); }, [] {}, nullptr,
                std::chrono::milliseconds(std::llround(options.interval * 1000))},
       why_no_lists_(Word("The lists are being loaded", "正在载入证券列表")) {

@@ -85,6 +85,7 @@ class Desk final : public QObject {
 
   const Options options_;
   UiThread thread_;
+  const QTemporaryDir scratch_;
   std::unique_ptr<QSettings> settings_;
   std::unique_ptr<cli::Session> session_;
   cli::ViewContext context_;

@@ -27,15 +27,20 @@ template <class Before>
 void MergeSort(Order& order, Before before) {
   Order merged(order.size());
   for (std::size_t width = 1; width < order.size(); width *= 2) {
+    std::uint32_t* out = merged.data();
     for (std::size_t begin = 0; begin < order.size(); begin += 2 * width) {
-      const std::size_t middle = std::min(begin + width, order.size());
-      const std::size_t end = std::min(begin + 2 * width, order.size());
-      std::size_t left = begin;
-      std::size_t right = middle;
-      for (std::size_t out = begin; out < end; ++out) {
-        const bool take_right = right < end && (left == middle || before(order[right], order[left]));
-        merged[out] = take_right ? order[right++] : order[left++];
+      const std::uint32_t* left = order.data() + begin;
+      const std::uint32_t* const middle = order.data() + std::min(begin + width, order.size());
+      const std::uint32_t* right = middle;
+      const std::uint32_t* const end = order.data() + std::min(begin + 2 * width, order.size());
+      // Without a branch on the order: it cannot be predicted.
+      while (left != middle && right != end) {
+        const bool take_right = before(*right, *left);
+        *out++ = *(take_right ? right : left);
+        right += take_right ? 1 : 0;
+        left += take_right ? 0 : 1;
       }
+      out = std::copy(right, end, std::copy(left, middle, out));
     }
     order.swap(merged);
   }

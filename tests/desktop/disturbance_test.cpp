@@ -228,6 +228,19 @@ TEST_F(DisturbanceTest, aPictureWaitsForListsThatComeLate) {
   EXPECT_TRUE(IsFresh("quote")) << StateOf("quote");
 }
 
+TEST_F(DisturbanceTest, measuringLeavesNoLayoutBehind) {
+  options_.measure = true;
+  StartServer(kAfternoon);
+  ASSERT_NO_FATAL_FAILURE(StartDesk("board"));
+  window_->close();
+  const QFileInfo kept(desk_->settings().fileName());
+  EXPECT_TRUE(kept.isFile() && kept.filePath().startsWith(QDir::tempPath())) << kept.filePath().toStdString();
+  window_.reset();
+  desk_.reset();
+  EXPECT_FALSE(kept.dir().exists());
+  EXPECT_FALSE(QFileInfo(QStringLiteral("/dev/null")).isFile()) << "a device was replaced";
+}
+
 // Run with fonts for Latin letters alone.
 TEST_F(DisturbanceTest, withoutAChineseFontThePackageIsNamed) {
   ASSERT_FALSE(desktop::HasChineseFont());
