@@ -6,7 +6,6 @@
 #pragma once
 
 #include <algorithm>
-#include <boost/multi_index/composite_key.hpp>
 #include <boost/multi_index/member.hpp>
 #include <boost/multi_index/ordered_index.hpp>
 #include <boost/multi_index_container.hpp>
@@ -14,7 +13,6 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
-#include <boost/tuple/tuple.hpp>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -126,13 +124,15 @@ class Audience {
   /// True when an attached observer shows the key.
   [[nodiscard]] bool IsShown(const Key& key) {
     const KeyLock lock(key_mutex_);
-    return !AttachedTo(key).empty();
+    const auto shown = Showing(key);
+    return std::any_of(shown.begin(), shown.end(), [](const Entry& entry) { return entry.place != 0; });
   }
 
   /// An observer as a walk meets it.
   struct Viewer {
     Obs* obs;
     bool active;
+    std::uint64_t place;  ///< in the order of attaching
   };
 
   /// A walk over the observers: holds the list mutex for as long as it lives.
@@ -143,7 +143,10 @@ class Audience {
     /// Those who show `key`, in the order in which they attached.
     [[nodiscard]] std::vector<Viewer> Of(const Key& key) const {
       const KeyLock keys(audience_.key_mutex_);
-      return ViewersOf(audience_.AttachedTo(key));
+      std::vector<Viewer> viewers = ViewersOf(audience_.Showing(key));
+      std::sort(viewers.begin(), viewers.end(),
+                [](const Viewer& left, const Viewer& right) { return left.place < right.place; });
+      return viewers;
     }
 
     /// All who are attached, in the order in which they attached.
@@ -168,7 +171,9 @@ class Audience {
     static std::vector<Viewer> ViewersOf(const Entries& entries) {
       std::vector<Viewer> viewers;
       for (const Entry& entry : entries) {
-        viewers.push_back({entry.obs, !entry.suspended});
+        if (entry.place != 0) {
+          viewers.push_back({entry.obs, !entry.suspended, entry.place});
+        }
       }
       return viewers;
     }
@@ -220,10 +225,9 @@ class Audience {
     return boost::make_iterator_range(entries.upper_bound(0), entries.end());
   }
 
-  [[nodiscard]] auto AttachedTo(const Key& key) const {
-    const auto& entries = entries_.template get<2>();
-    return boost::make_iterator_range(entries.upper_bound(boost::make_tuple(boost::cref(key), 0U)),
-                                      entries.upper_bound(boost::make_tuple(boost::cref(key))));
+  // Attached or not.
+  [[nodiscard]] auto Showing(const Key& key) const {
+    return boost::make_iterator_range(entries_.template get<2>().equal_range(key));
   }
 
   [[nodiscard]] bool IsKnown(Obs* obs) {
@@ -238,12 +242,9 @@ class Audience {
   boost::mutex list_mutex_;  // held while observers are walked
   boost::mutex key_mutex_;   // guards the two members below
   boost::multi_index_container<
-      Entry,
-      boost::multi_index::indexed_by<
-          boost::multi_index::ordered_unique<ObserverOf>, boost::multi_index::ordered_non_unique<PlaceOf>,
-          boost::multi_index::ordered_non_unique<
-              boost::multi_index::composite_key<Entry, KeyOfEntry, PlaceOf>,
-              boost::multi_index::composite_key_compare<std::less<>, std::less<>>>>>
+      Entry, boost::multi_index::indexed_by<boost::multi_index::ordered_unique<ObserverOf>,
+                                            boost::multi_index::ordered_non_unique<PlaceOf>,
+                                            boost::multi_index::ordered_non_unique<KeyOfEntry, std::less<>>>>
       entries_;
   std::uint64_t latest_place_ = 0;
   Inside alone_;  // tellings outside the list mutex
