@@ -1,8 +1,6 @@
 #include "served_client.h"
 
 #include <cstdint>
-#include <future>
-#include <memory>
 #include <stdexcept>
 #include <vector>
 
@@ -25,9 +23,7 @@ ServedClient::ServedClient(const std::string& clock, const std::string& speed)
       client_(UrlOf(server_)) {}
 
 void ServedClient::LoadReferenceData() {
-  const auto loaded = std::make_shared<std::promise<bool>>();
-  GetStockCommon()->Init([loaded](bool ok) { loaded->set_value(ok); });
-  if (!loaded->get_future().get()) {
+  if (!client_test::WholeClient::LoadReferenceData()) {
     throw std::runtime_error("the reference data cannot be loaded");
   }
 }

@@ -1,16 +1,15 @@
 #include "charts/kline_history.h"
 
 #include <new>
-#include <utility>
-#include <vector>
 
+#include "frame/succeeds.h"
 #include "host/tasks.h"
 
 namespace charts {
 
 void KLineHistory::Ask(const Request& request) {
   try {
-    if (!flights_.Board(request)) {
+    if (!Board(request)) {
       return;
     }
   } catch (const std::bad_alloc&) {
@@ -20,7 +19,7 @@ void KLineHistory::Ask(const Request& request) {
   try {
     base::TaskManagerInstance()->AddTask([self = shared_from_this(), request] { self->Fly(request); });
   } catch (...) {
-    const std::vector<Request> waiting = flights_.Land(request->series);
+    const std::vector<Request> waiting = Land(request->series);
     if (waiting.empty()) {
       throw;  // by a view, in a task that ran at once
     }
@@ -30,14 +29,29 @@ void KLineHistory::Ask(const Request& request) {
   }
 }
 
+bool KLineHistory::Board(const Request& request) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::vector<Request>& waiting = waiting_[request->series];
+  for (Request& other : waiting) {
+    if (!request->done && !other->done) {
+      other = frame::MayFollow(request->stamp, other->stamp) ? request : other;
+      return false;
+    }
+  }
+  waiting.push_back(request);
+  return waiting.size() == 1;
+}
+
+std::vector<KLineHistory::Request> KLineHistory::Land(const Series& series) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  auto node = waiting_.extract(series);
+  return node.empty() ? std::vector<Request>() : std::move(node.mapped());
+}
+
 void KLineHistory::Fly(const Request& first) {
   SeriesHistory history;
-  try {
-    history = loader_.Load(first->series, first->today);
-  } catch (...) {
-    history = {};
-  }
-  const std::vector<Request> waiting = flights_.Land(first->series);
+  static_cast<void>(frame::Succeeds([&] { history = loader_.Load(first->series, first->today); }));
+  const std::vector<Request> waiting = Land(first->series);
   for (std::size_t other = 1; other < waiting.size(); ++other) {
     try {
       base::TaskManagerInstance()->AddTask([self = shared_from_this(), request = waiting[other], history] {
@@ -52,15 +66,11 @@ void KLineHistory::Fly(const Request& first) {
 
 void KLineHistory::TellOf(const KLineRequest& request, const SeriesHistory& history) {
   std::shared_ptr<StockKLineData> record;
-  try {
-    if (history.candles != nullptr) {
-      record = records_.Take();
-      loader_.MakeRecord(request, history, *record);
-    }
-  } catch (...) {
-    record = nullptr;
-  }
-  tell_(request, record);
+  const bool made = history.candles != nullptr && frame::Succeeds([&] {
+                      record = records_.Take();
+                      loader_.MakeRecord(request, history, *record);
+                    });
+  tell_(request, made ? record : nullptr);
 }
 
 }  // namespace charts

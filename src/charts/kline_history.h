@@ -3,10 +3,12 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <utility>
+#include <vector>
 
-#include "charts/series_flights.h"
 #include "charts/series_loader.h"
 #include "frame/recycler.h"
 
@@ -15,7 +17,7 @@ namespace charts {
 /// Shared by the service and its tasks, and outlives whichever goes first.
 class KLineHistory : public std::enable_shared_from_this<KLineHistory> {
  public:
-  using Request = SeriesFlights::Request;
+  using Request = std::shared_ptr<const KLineRequest>;
   /// Takes null when there was no memory for the record.
   using Tell = std::function<void(const KLineRequest&, const Record&)>;
 
@@ -28,13 +30,19 @@ class KLineHistory : public std::enable_shared_from_this<KLineHistory> {
   void Ask(const Request& request);
 
  private:
+  // One flight per series: the first who wants a series loads it, the others leave their request and hold no
+  // thread. True for the first, who has to land. Of requests for views the newest waits alone.
+  [[nodiscard]] bool Board(const Request& request);
+  // Ends the flight. Whoever waits for the series; nobody when it has ended before.
+  [[nodiscard]] std::vector<Request> Land(const Series& series);
   void Fly(const Request& first);
   void TellOf(const KLineRequest& request, const SeriesHistory& history);
 
   const Tell tell_;
-  SeriesFlights flights_;
   SeriesLoader loader_;
   frame::Recycler<StockKLineData> records_;
+  std::mutex mutex_;  // guards waiting_
+  std::map<Series, std::vector<Request>> waiting_;
 };
 
 }  // namespace charts

@@ -1,5 +1,7 @@
-// Which candles belong together, and how two pieces of an adjusted series are brought to one base: by
-// previous close. Thread-safe: pure functions of their arguments and of the host's calendar.
+// Which candles belong together, how two pieces of an adjusted series are brought to one base, by previous
+// close, and how the past of a series is put together: what a package holds, what was held before, and what
+// the history service knows beyond them. Thread-safe: pure functions of their arguments and of the host's
+// calendar.
 #pragma once
 
 #include <algorithm>
@@ -36,11 +38,6 @@ template <class Container>
 [[nodiscard]] double LinkOfNeighbours(const KLineCandle& last, std::uint32_t complete_to,
                                       const KLineCandle& next);
 
-/// What links two pieces: by the latest day that both have, else by `next`, the first candle that is new,
-/// which completes `last`, the last one of the older piece, or follows it.
-[[nodiscard]] double LinkOf(Period period, const Candles& older, const Candles& newer,
-                            const KLineCandle& last, const KLineCandle& next);
-
 void Scale(KLineCandle& candle, double factor);
 
 /// Brings two pieces of a series to one base. `link` is a price in the base of the newer piece by the same
@@ -57,5 +54,13 @@ void Link(Adjustment adjustment, double link, Older& older, Newer& newer) {
     std::for_each(newer.begin(), newer.end(), [link](KLineCandle& candle) { Scale(candle, 1 / link); });
   }
 }
+
+/// Adds the rows that are later than the series, whose base may be another one. A row of the same week or
+/// month as the last candle takes its place, because that candle was not complete.
+void MergeTail(const Series& series, Candles& candles, const Candles& tail);
+
+/// Puts the candles of `older` that lie before the series in front of it. When `older` reaches further it
+/// takes the place of the series.
+void MergeHead(const Series& series, Candles& candles, const Candles& older);
 
 }  // namespace charts

@@ -11,24 +11,18 @@
 
 #include "charts/stock_kline.h"
 #include "frame/stamp.h"
+#include "market_terms.h"
 
 namespace charts {
 
-enum class Period { kDay = 1, kWeek, kMonth };
-enum class Adjustment { kNone = 1, kForward, kBackward };
-
-[[nodiscard]] constexpr int NumberOf(Period period) {
-  return static_cast<int>(period);
-}
-[[nodiscard]] constexpr int NumberOf(Adjustment adjustment) {
-  return static_cast<int>(adjustment);
-}
+using market::Adjustment;
+using market::Period;
 
 /// Each has a package of its own.
 struct Series {
   std::wstring symbol;  ///< as it was asked for
   Period period = Period::kDay;
-  Adjustment adjustment = Adjustment::kNone;
+  Adjustment adjustment = Adjustment::kUnadjusted;
 
   auto operator<=>(const Series&) const = default;
 };

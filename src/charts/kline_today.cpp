@@ -32,7 +32,7 @@ void MergeDay(const Series& series, std::list<KLineCandle>& candles, std::uint32
     return;
   }
   if (last != candles.end() && last->date == today.date) {
-    if (days && series.adjustment == Adjustment::kNone && !(HasNoPrice(today) && !HasNoPrice(*last))) {
+    if (days && series.adjustment == Adjustment::kUnadjusted && !(HasNoPrice(today) && !HasNoPrice(*last))) {
       *last = today;
     }
     return;
@@ -78,8 +78,8 @@ Candles BeforeToday(Period period, const Candles& rows, const Today& today) {
 
 void Assemble(const Series& series, const SeriesHistory& history, const Candles& days, StockKLineData& data) {
   data.symbol = series.symbol;
-  data.period = NumberOf(series.period);
-  data.adjustment = NumberOf(series.adjustment);
+  data.period = series.period;
+  data.adjustment = series.adjustment;
   data.candles.assign(history.candles->begin(), history.candles->end());
   for (const KLineCandle& day : days) {
     MergeDay(series, data.candles, history.complete_to, day);

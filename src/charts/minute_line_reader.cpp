@@ -13,6 +13,7 @@
 #include "json/budget.h"
 #include "json/numbers.h"
 #include "request/dates.h"
+#include "request/tolerance.h"
 
 namespace charts {
 namespace {
@@ -20,8 +21,6 @@ namespace {
 using request::json::Array;
 using request::json::Object;
 using request::json::Value;
-
-constexpr double kNearlyZero = 0.001;
 
 // Turns the cumulative figures of one day into those of its minutes.
 class DayReader {
@@ -37,10 +36,10 @@ class DayReader {
     const std::uint64_t volume = request::ToUnsigned64(element.Member("vol").Number());
     const double amount = element.Member("amt").Number();
     point.volume = volume > volume_ ? volume - volume_ : 0;
-    point.amount = amount > amount_ + kNearlyZero ? amount - amount_ : 0.0;
+    point.amount = amount > amount_ + request::kTolerance ? amount - amount_ : 0.0;
     // A minute without trades carries the last price and the last average on.
     point.price = element.Member("last").Number();
-    if (std::fabs(point.price) < kNearlyZero) {
+    if (std::fabs(point.price) < request::kTolerance) {
       point.price = price_;
     }
     point.qrr = element.Member("qrr").Number();

@@ -30,8 +30,8 @@ std::wstring PathOf(const std::wstring& symbol, const Series& series) {
   if (directory.empty()) {
     return {};
   }
-  return directory + L"/" + std::to_wstring(NumberOf(series.period)) + L"." +
-         std::to_wstring(NumberOf(series.adjustment)) + L".dat";
+  return directory + L"/" + std::to_wstring(series.period) + L"." + std::to_wstring(series.adjustment) +
+         L".dat";
 }
 
 // Nothing for a file that is missing or damaged, and for one without candles where some are announced.
@@ -58,7 +58,7 @@ BroughtPackage BringPackage(const PackageWish& wish) {
   if (path.empty()) {
     return brought;
   }
-  const std::uint16_t key = reference::PackageKey(NumberOf(series.period), NumberOf(series.adjustment));
+  const std::uint16_t key = reference::PackageKey(series.period, series.adjustment);
   reference::PackageVersionStore store(symbol.c_str());
   const auto stored = store.Get(key);
   const bool stale = stored && common::Compare(announced.version, stored->version, false) >= 1;
@@ -77,9 +77,8 @@ BroughtPackage BringPackage(const PackageWish& wish) {
     }
     return brought;
   }
-  const std::wstring url =
-      request::KLinePackageUrl(symbol.c_str(), NumberOf(series.period), NumberOf(series.adjustment),
-                               common::ws2s(announced.version, common::kUtf8));
+  const std::wstring url = request::KLinePackageUrl(symbol.c_str(), series.period, series.adjustment,
+                                                    common::ws2s(announced.version, common::kUtf8));
   if (url.empty() || !wish.may_download || !wish.is_wanted()) {
     return brought;
   }
@@ -97,8 +96,8 @@ BroughtPackage BringPackage(const PackageWish& wish) {
 }
 
 std::optional<Candles> QueryHistory(const Series& series, std::uint32_t limit) {
-  const request::SyncAnswer answer = request::AskNow(request::KLineHistoryUrl(
-      LowerCase(series.symbol).c_str(), NumberOf(series.period), NumberOf(series.adjustment), 0, limit));
+  const request::SyncAnswer answer = request::AskNow(
+      request::KLineHistoryUrl(LowerCase(series.symbol).c_str(), series.period, series.adjustment, 0, limit));
   if (!answer.ok) {
     return std::nullopt;
   }

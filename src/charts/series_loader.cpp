@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "charts/kline_link.h"
-#include "charts/kline_merge.h"
 #include "charts/package_source.h"
 #include "charts/symbol_case.h"
 #include "frame/ticks.h"
@@ -22,8 +21,7 @@ constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 KLineMetaInfo Announced(const Series& series) {
   KLineMetaInfo info;
   reference::WithReferenceData([&](IStockCommon& reference) {
-    info = reference.GetKLineMetaInfo(LowerCase(series.symbol), NumberOf(series.period),
-                                      NumberOf(series.adjustment));
+    info = reference.GetKLineMetaInfo(LowerCase(series.symbol), series.period, series.adjustment);
   });
   return info;
 }
@@ -101,7 +99,7 @@ SeriesHistory SeriesLoader::Load(const Series& series, const std::optional<KLine
     }
   }
   held.complete_to = std::max(LastDate(candles), known_to);
-  if (rows && held.complete_to < last_day && series.adjustment != Adjustment::kNone &&
+  if (rows && held.complete_to < last_day && series.adjustment != Adjustment::kUnadjusted &&
       HistoryReaches(last_day)) {
     held.complete_to = last_day;
   }

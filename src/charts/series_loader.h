@@ -1,7 +1,7 @@
 // Loads the history of a series in the caller's thread: from memory; from the package, which is brought up to
 // date when the metadata announce a newer version; with the history query service as substitute and for the
 // tail; and with what was held before when all of them fail. Thread-safe; of one series there is one load at
-// a time (series_flights.h).
+// a time (kline_history.h).
 #pragma once
 
 #include <functional>

@@ -26,6 +26,9 @@ namespace {
 constexpr auto kFetch = request::Fetch::kKLine;
 constexpr std::size_t kMostChoices = 1000;
 
+using Choice = std::pair<Period, Adjustment>;
+constexpr Choice kUsualChoice{Period::kDay, Adjustment::kUnadjusted};
+
 class CStockKLine : public frame::PolledSubject<IStockKLine> {
  public:
   void Fetch() override;
@@ -33,9 +36,11 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
   void FetchKLine(const wchar_t* symbol, int period, int adjustment, const KLineCallback& done) override;
 
  private:
-  void FetchDay(const Series& series, const KLineCallback& done);
-  Series AskedForLast(const std::wstring& symbol);
-  bool IsAskedForLast(const Series& series) noexcept;
+  void FetchDay(const std::wstring& symbol, const Choice& choice, const KLineCallback& done);
+  Choice ChoiceFor(const std::wstring& symbol) noexcept;
+  bool IsAskedForLast(const Series& series) noexcept {
+    return ChoiceFor(series.symbol) == Choice(series.period, series.adjustment);
+  }
   void TellSeries(const KLineRequest& request, const Record& record);
 
   frame::Stamps stamps_;
@@ -45,22 +50,16 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
       gate_.Guard([this](const KLineRequest& request, const Record& record) { TellSeries(request, record); }),
       gate_.Watch());
   std::mutex mutex_;                      // guards asked_
-  std::map<std::wstring, Series> asked_;  // last without a call-back, by symbol
+  std::map<std::wstring, Choice> asked_;  // last without a call-back, by symbol
 };
 
 // --- Ask ---
 
 void CStockKLine::Fetch() {
-  std::vector<Series> wanted;
-  const bool known = request::Succeeds(kFetch, [&] {
-    for (const std::wstring& symbol : ActiveKeys()) {
-      wanted.push_back(AskedForLast(symbol));
-    }
-  });
-  if (known) {
-    for (const Series& series : wanted) {
-      FetchDay(series, {});
-    }
+  std::vector<std::wstring> symbols;
+  static_cast<void>(request::Succeeds(kFetch, [&] { symbols = ActiveKeys(); }));
+  for (const std::wstring& symbol : symbols) {
+    FetchDay(symbol, ChoiceFor(symbol), {});
   }
 }
 
@@ -69,54 +68,45 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
     return;
   }
   const auto one_of_three = [](int number) { return number >= 1 && number <= 3 ? number : 1; };
-  Series series{{}, Period{one_of_three(period)}, Adjustment{one_of_three(adjustment)}};
+  const Choice choice{Period(one_of_three(period)), Adjustment(one_of_three(adjustment))};
+  std::wstring name;
   bool replaces_another = false;
   const bool known = request::Succeeds(kFetch, [&] {
-    series.symbol = symbol;
+    name = symbol;
     if (!done) {
       const std::lock_guard<std::mutex> lock(mutex_);
       if (asked_.size() >= kMostChoices) {  // those of charts that nobody shows at the moment go
-        std::erase_if(asked_, [this](const auto& choice) { return !IsShown(choice.first); });
+        std::erase_if(asked_, [this](const auto& other) { return !IsShown(other.first); });
       }
-      Series& choice = asked_.try_emplace(series.symbol, Series{series.symbol}).first->second;
-      replaces_another = std::exchange(choice, Series(series)) != series;
+      replaces_another =
+          std::exchange(asked_.try_emplace(name, kUsualChoice).first->second, choice) != choice;
     }
   });
   if (replaces_another) {
-    Forget(series.symbol);
+    Forget(name);
   }
   if (known) {
-    FetchDay(series, done);
+    FetchDay(name, choice, done);
   }
 }
 
-Series CStockKLine::AskedForLast(const std::wstring& symbol) {
+Choice CStockKLine::ChoiceFor(const std::wstring& symbol) noexcept {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = asked_.find(symbol);
-  return found != asked_.end() ? found->second : Series{symbol};
+  return found != asked_.end() ? found->second : kUsualChoice;
 }
 
-bool CStockKLine::IsAskedForLast(const Series& series) noexcept {
-  const Series usual;
-  const std::lock_guard<std::mutex> lock(mutex_);
-  const auto found = asked_.find(series.symbol);
-  const Series& last = found != asked_.end() ? found->second : usual;
-  return series.period == last.period && series.adjustment == last.adjustment;
-}
-
-void CStockKLine::FetchDay(const Series& series, const KLineCallback& done) {
+void CStockKLine::FetchDay(const std::wstring& symbol, const Choice& choice, const KLineCallback& done) {
   std::shared_ptr<KLineRequest> request;
   const bool kept = request::Succeeds(kFetch, [&] {
-    request = std::make_shared<KLineRequest>(KLineRequest{series, stamps_.Next(), done, {}});
+    request = std::make_shared<KLineRequest>(
+        KLineRequest{{symbol, choice.first, choice.second}, stamps_.Next(), done, {}});
   });
   if (!kept) {
     return;
   }
   request::Ask(
-      {kFetch, gate_},
-      [&] {
-        return request::DayCandleUrl(series.symbol, NumberOf(series.period), NumberOf(series.adjustment));
-      },
+      {kFetch, gate_}, [&] { return request::DayCandleUrl(symbol, choice.first, choice.second); },
       [request](const request::Answer& answer) {
         return ReadDayCandle(answer.DataObject(), request->series.symbol);
       },

@@ -6,11 +6,15 @@
 #pragma once
 
 #include <algorithm>
+#include <boost/multi_index/member.hpp>
+#include <boost/multi_index/ordered_index.hpp>
+#include <boost/multi_index_container.hpp>
+#include <boost/range/iterator_range_core.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <optional>
 #include <set>
 #include <utility>
@@ -30,15 +34,11 @@ class Audience {
   void Attach(Obs* obs) {
     const ListLock lock(list_mutex_);
     const KeyLock keys(key_mutex_);
-    Entry& entry = entries_[obs];
-    if (entry.place == 0) {
-      attached_.emplace(latest_place_ + 1, obs);
-      entry.place = ++latest_place_;
-      ++suspended_;
-    } else if (!entry.suspended) {
-      ++suspended_;
+    const auto found = entries_.insert({obs, 0, false, std::nullopt}).first;
+    if (found->place == 0) {
+      entries_.modify(found, [this](Entry& entry) { entry.place = ++latest_place_; });
     }
-    entry.suspended = true;
+    found->suspended = true;
   }
 
   /// Removes the observer and its key, and waits for tellings of it outside the list mutex on other threads.
@@ -46,16 +46,9 @@ class Audience {
     {
       const ListLock lock(list_mutex_);
       const KeyLock keys(key_mutex_);
-      const auto found = entries_.find(obs);
-      if (found == entries_.end()) {
+      if (entries_.erase(obs) == 0) {
         return;
       }
-      Unlist(found->second, obs);
-      if (found->second.place != 0) {
-        attached_.erase(found->second.place);
-        suspended_ -= found->second.suspended ? 1U : 0U;
-      }
-      entries_.erase(found);
     }
     alone_.AwaitOthers(obs);
   }
@@ -75,29 +68,18 @@ class Audience {
   [[nodiscard]] bool HasActive() {
     const ListLock lock(list_mutex_);
     const KeyLock keys(key_mutex_);
-    return suspended_ < attached_.size();
+    const auto attached = AllAttached();
+    return std::any_of(attached.begin(), attached.end(), [](const Entry& entry) { return !entry.suspended; });
   }
 
   /// Sets what the observer, attached or not, shows. When there is no memory for it nothing has changed.
   void Show(Obs* obs, const Key& key) {
-    Key mine = key;
+    std::optional<Key> mine(key);
     const KeyLock lock(key_mutex_);
-    std::set<Obs*>& now = shown_[key];
-    try {
-      Entry& entry = entries_[obs];
-      if (entry.key && *entry.key == key) {
-        return;
-      }
-      now.insert(obs);
-      Unlist(entry, obs);
-      entry.key = std::move(mine);
-    } catch (...) {
-      Forget(key);
-      const auto found = entries_.find(obs);
-      if (found != entries_.end() && found->second.place == 0 && !found->second.key) {
-        entries_.erase(found);
-      }
-      throw;
+    if (const auto found = entries_.find(obs); found != entries_.end()) {
+      entries_.modify(found, [&mine](Entry& entry) { entry.key.swap(mine); });
+    } else {
+      entries_.insert({obs, 0, false, std::move(mine)});
     }
   }
 
@@ -108,9 +90,10 @@ class Audience {
     if (found == entries_.end()) {
       return;
     }
-    Unlist(found->second, obs);
-    if (found->second.place == 0) {
+    if (found->place == 0) {
       entries_.erase(found);
+    } else {
+      entries_.modify(found, [](Entry& entry) { entry.key.reset(); });
     }
   }
 
@@ -118,10 +101,10 @@ class Audience {
   bool KeyOf(Obs* obs, Key& out) {
     const KeyLock lock(key_mutex_);
     const auto found = entries_.find(obs);
-    if (found == entries_.end() || !found->second.key) {
+    if (found == entries_.end() || !found->key) {
       return false;
     }
-    out = *found->second.key;
+    out = *found->key;
     return true;
   }
 
@@ -131,7 +114,7 @@ class Audience {
     std::set<Key> seen(out.begin(), out.end());
     const ListLock lock(list_mutex_);
     const KeyLock keys(key_mutex_);
-    for (const auto& [obs, entry] : entries_) {
+    for (const Entry& entry : entries_) {
       if (entry.key && !entry.suspended && seen.insert(*entry.key).second) {
         out.push_back(*entry.key);
       }
@@ -141,9 +124,8 @@ class Audience {
   /// True when an attached observer shows the key.
   [[nodiscard]] bool IsShown(const Key& key) {
     const KeyLock lock(key_mutex_);
-    const auto found = shown_.find(key);
-    return found != shown_.end() && std::any_of(found->second.begin(), found->second.end(),
-                                                [this](Obs* obs) { return Attached(obs) != nullptr; });
+    const auto shown = Showing(key);
+    return std::any_of(shown.begin(), shown.end(), [](const Entry& entry) { return entry.place != 0; });
   }
 
   /// An observer as a walk meets it.
@@ -161,14 +143,7 @@ class Audience {
     /// Those who show `key`, in the order in which they attached.
     [[nodiscard]] std::vector<Viewer> Of(const Key& key) const {
       const KeyLock keys(audience_.key_mutex_);
-      std::vector<Viewer> viewers;
-      if (const auto found = audience_.shown_.find(key); found != audience_.shown_.end()) {
-        for (Obs* const obs : found->second) {
-          if (const Entry* const entry = audience_.Attached(obs)) {
-            viewers.push_back({obs, !entry->suspended, entry->place});
-          }
-        }
-      }
+      std::vector<Viewer> viewers = ViewersOf(audience_.Showing(key));
       std::sort(viewers.begin(), viewers.end(),
                 [](const Viewer& left, const Viewer& right) { return left.place < right.place; });
       return viewers;
@@ -177,12 +152,7 @@ class Audience {
     /// All who are attached, in the order in which they attached.
     [[nodiscard]] std::vector<Viewer> All() const {
       const KeyLock keys(audience_.key_mutex_);
-      std::vector<Viewer> viewers;
-      viewers.reserve(audience_.attached_.size());
-      for (const auto& [place, obs] : audience_.attached_) {
-        viewers.push_back({obs, !audience_.Attached(obs)->suspended, place});
-      }
-      return viewers;
+      return ViewersOf(audience_.AllAttached());
     }
 
     [[nodiscard]] bool Shows(Obs* obs, const Key& key) const {
@@ -197,6 +167,17 @@ class Audience {
     }
 
    private:
+    template <class Entries>
+    static std::vector<Viewer> ViewersOf(const Entries& entries) {
+      std::vector<Viewer> viewers;
+      for (const Entry& entry : entries) {
+        if (entry.place != 0) {
+          viewers.push_back({entry.obs, !entry.suspended, entry.place});
+        }
+      }
+      return viewers;
+    }
+
     Audience& audience_;
     const boost::unique_lock<boost::mutex> lock_;
   };
@@ -220,8 +201,9 @@ class Audience {
 
  private:
   struct Entry {
-    std::uint64_t place = 0;  // in the order of attaching; 0: not attached, it only has a key
-    bool suspended = false;
+    Obs* obs;
+    std::uint64_t place;     // in the order of attaching; 0: not attached, it only has a key
+    mutable bool suspended;  // in no index
     std::optional<Key> key;
   };
 
@@ -229,53 +211,43 @@ class Audience {
   bool SetSuspended(Obs* obs, bool suspended) {
     const ListLock lock(list_mutex_);
     const KeyLock keys(key_mutex_);
-    Entry* const entry = Attached(obs);
-    if (entry == nullptr || entry->suspended == suspended) {
-      return false;
-    }
-    entry->suspended = suspended;
-    suspended ? ++suspended_ : --suspended_;
-    return true;
+    const Entry* const entry = Attached(obs);
+    return entry != nullptr && std::exchange(entry->suspended, suspended) != suspended;
   }
 
-  [[nodiscard]] Entry* Attached(Obs* obs) {
+  [[nodiscard]] const Entry* Attached(Obs* obs) const {
     const auto found = entries_.find(obs);
-    return found != entries_.end() && found->second.place != 0 ? &found->second : nullptr;
+    return found != entries_.end() && found->place != 0 ? &*found : nullptr;
+  }
+
+  [[nodiscard]] auto AllAttached() const {
+    const auto& entries = entries_.template get<1>();
+    return boost::make_iterator_range(entries.upper_bound(0), entries.end());
+  }
+
+  // Attached or not.
+  [[nodiscard]] auto Showing(const Key& key) const {
+    return boost::make_iterator_range(entries_.template get<2>().equal_range(key));
   }
 
   [[nodiscard]] bool IsKnown(Obs* obs) {
     const KeyLock keys(key_mutex_);
-    return entries_.count(obs) != 0;
+    return entries_.find(obs) != entries_.end();
   }
 
-  // Takes the observer out of those who show its key.
-  void Unlist(Entry& entry, Obs* obs) {
-    if (!entry.key) {
-      return;
-    }
-    if (const auto found = shown_.find(*entry.key); found != shown_.end()) {
-      found->second.erase(obs);
-      if (found->second.empty()) {
-        shown_.erase(found);
-      }
-    }
-    entry.key.reset();
-  }
-
-  void Forget(const Key& key) {
-    if (const auto found = shown_.find(key); found != shown_.end() && found->second.empty()) {
-      shown_.erase(found);
-    }
-  }
+  using ObserverOf = boost::multi_index::member<Entry, Obs*, &Entry::obs>;
+  using PlaceOf = boost::multi_index::member<Entry, std::uint64_t, &Entry::place>;
+  using KeyOfEntry = boost::multi_index::member<Entry, std::optional<Key>, &Entry::key>;
 
   boost::mutex list_mutex_;  // held while observers are walked
-  boost::mutex key_mutex_;   // guards the members below but alone_
-  std::map<Obs*, Entry> entries_;
-  std::map<std::uint64_t, Obs*> attached_;
-  std::map<Key, std::set<Obs*>> shown_;  // who shows a key, attached or not
+  boost::mutex key_mutex_;   // guards the two members below
+  boost::multi_index_container<
+      Entry, boost::multi_index::indexed_by<boost::multi_index::ordered_unique<ObserverOf>,
+                                            boost::multi_index::ordered_non_unique<PlaceOf>,
+                                            boost::multi_index::ordered_non_unique<KeyOfEntry, std::less<>>>>
+      entries_;
   std::uint64_t latest_place_ = 0;
-  std::size_t suspended_ = 0;  // of those attached
-  Inside alone_;               // tellings outside the list mutex
+  Inside alone_;  // tellings outside the list mutex
 };
 
 }  // namespace frame

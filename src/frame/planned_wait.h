@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "frame/succeeds.h"
 #include "frame/ticks.h"
 #include "host/calendar.h"
 #include "host/clock.h"
@@ -58,11 +59,8 @@ class PlannedWait {
   }
 
   [[nodiscard]] static std::optional<std::int64_t> ServerTime() {
-    try {
-      return common::GetCurrentServerTime();
-    } catch (...) {
-      return std::nullopt;
-    }
+    std::int64_t time = 0;
+    return Succeeds([&time] { time = common::GetCurrentServerTime(); }) ? std::optional(time) : std::nullopt;
   }
 
  private:
@@ -83,11 +81,7 @@ class PlannedWait {
       const std::uint32_t today = common::TimeToDate(time);
       return std::pair(status, status == stock::kMarketNotOpened ? stock::GetLastTradingDate(today) : today);
     };
-    try {
-      return phase(one) != phase(other);
-    } catch (...) {
-      return false;
-    }
+    return Succeeds([&] { return phase(one) != phase(other); });
   }
 
   const std::int64_t milliseconds_;

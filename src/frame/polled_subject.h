@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
-#include <new>
 #include <utility>
 #include <vector>
 
@@ -18,6 +17,7 @@
 #include "frame/newest_told.h"
 #include "frame/polling_thread.h"
 #include "frame/stamp.h"
+#include "frame/succeeds.h"
 
 namespace frame {
 
@@ -54,7 +54,7 @@ class PolledSubject : public Interface, private PolledWork {
 
   void Attach(Observer* obs) override {
     if (obs != nullptr) {
-      WithoutMemoryUnchanged([&] { audience_.Attach(obs); });
+      static_cast<void>(Succeeds([&] { audience_.Attach(obs); }));
     }
   }
 
@@ -73,34 +73,32 @@ class PolledSubject : public Interface, private PolledWork {
     if (obs == nullptr) {
       return;
     }
-    WithoutMemoryUnchanged([&] {
+    static_cast<void>(Succeeds([&] {
       Key old{};
       const bool had_other = audience_.KeyOf(obs, old) && !(old == key);
       audience_.Show(obs, key);
       if (had_other) {
         last_.Drop(old);  // kept: also when other observers still show it
       }
-    });
+    }));
   }
 
   bool GetTarget(Observer* obs, Key& out) override {
-    bool found = false;
-    WithoutMemoryUnchanged([&] { found = audience_.KeyOf(obs, out); });
-    return found;
+    return Succeeds([&] { return audience_.KeyOf(obs, out); });
   }
 
   void RemoveTarget(Observer* obs) override {
-    WithoutMemoryUnchanged([&] {
+    static_cast<void>(Succeeds([&] {
       Key old{};
       if (audience_.KeyOf(obs, old)) {
         last_.Drop(old);
         audience_.ShowNothing(obs);
       }
-    });
+    }));
   }
 
   void GetActiveTargets(std::vector<Key>& out) override {
-    WithoutMemoryUnchanged([&] { audience_.AppendActiveKeys(out); });
+    static_cast<void>(Succeeds([&] { audience_.AppendActiveKeys(out); }));
   }
 
   void Fetch() override {}
@@ -185,14 +183,6 @@ class PolledSubject : public Interface, private PolledWork {
   static bool IsEverybody(Whom whom) { return whom == Whom::kEveryActive || whom == Whom::kEveryAttached; }
   static bool IsTold(Whom whom, bool active) {
     return active || whom == Whom::kAttached || whom == Whom::kEveryAttached;
-  }
-
-  template <class Change>
-  static void WithoutMemoryUnchanged(Change change) {
-    try {
-      change();
-    } catch (const std::bad_alloc&) {
-    }
   }
 
   void Sweep() {

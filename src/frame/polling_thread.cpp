@@ -1,24 +1,16 @@
 #include "frame/polling_thread.h"
 
+#include "frame/succeeds.h"
+
 namespace frame {
 namespace {
 
 constexpr int kSecondsWithoutInterval = 3;
 
-// What a view throws out of a round has been through everybody who could do something about it.
-void Finish(PolledWork& work) {
-  try {
-    work.Round();
-  } catch (...) {
-  }
-}
-
 int SecondsToNextRound(PolledWork& work) {
-  try {
-    return work.SecondsToNextRound();
-  } catch (...) {
-    return kSecondsWithoutInterval;
-  }
+  int seconds = kSecondsWithoutInterval;
+  static_cast<void>(Succeeds([&] { seconds = work.SecondsToNextRound(); }));
+  return seconds;
 }
 
 }  // namespace
@@ -42,7 +34,8 @@ void PollingThread::Run(PolledWork& work) {
   // A fetch under way is finished: what it calls may ask whether it is to end, but is not cut short.
   const boost::this_thread::disable_interruption uninterrupted;
   while (!wait_.IsStopped() && wait_.Planned(SecondsToNextRound(work))) {
-    Finish(work);
+    // What a view throws out of a round has been through everybody who could do something about it.
+    static_cast<void>(Succeeds([&work] { work.Round(); }));
   }
 }
 

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdint>
+#include <mutex>
 #include <optional>
+#include <tuple>
+#include <utility>
 
 #include "frame/planned_wait.h"
 #include "frame/single_objects.h"
@@ -12,10 +14,9 @@
 #include "host/clock.h"
 
 namespace frame {
-
 namespace {
 
-using Lock = std::lock_guard<std::mutex>;
+using Lock = std::unique_lock<std::mutex>;
 
 constexpr std::int64_t kLook = 1000;  // milliseconds between two looks at the server's clock
 
@@ -42,41 +43,49 @@ bool IsSame(Ahead one, Ahead other) {
 
 }  // namespace
 
-// Its mutex guards what follows, and the links; it is taken before that of a wait.
+// What all waits share.
 struct StoppableWait::All {
-  std::atomic<bool> is_told = false;  // the host knows whom to tell
-  std::atomic<unsigned> plans = 0;    // how often all was planned anew
-  std::mutex mutex;
-  StoppableWait* first = nullptr;
-  StoppableWait* watchman = nullptr;  // the planned wait that looks at the clock for all
-  Ahead seen;                         // by the watchman, whoever it was
+  std::mutex mutex;  // guards the members below, and of each wait whether it is stopped
+  boost::intrusive::list<StoppableWait, boost::intrusive::constant_time_size<false>> waits;
+  unsigned jumps = 0;                       // how often those who wait for a moment have to look
+  unsigned plans = 0;                       // how often all was planned anew
+  const StoppableWait* watchman = nullptr;  // the planned wait that looks at the clock for all
+  Ahead seen;                               // by the watchman, whoever it was
+
+  void Wake() {
+    ++jumps;
+    for (StoppableWait& wait : waits) {
+      wait.changed_.notify_all();
+    }
+  }
 };
+
+StoppableWait::All& StoppableWait::TheWaits() {
+  return Immortal<All, StoppableWait>();
+}
+
+void StoppableWait::OnClockJump() {
+  const Lock lock(TheWaits().mutex);
+  TheWaits().Wake();
+}
 
 // A planned wait while it lasts: it may become the watchman, and hands that on at its end.
 class StoppableWait::Watch {
  public:
-  explicit Watch(StoppableWait& wait) : wait_(wait) {}
+  explicit Watch(const StoppableWait& wait) : wait_(wait) {}
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;
   ~Watch() {
     const Lock lock(all_.mutex);
-    wait_.is_planned_ = false;
-    if (all_.watchman != nullptr && all_.watchman != &wait_) {
-      return;
-    }
-    all_.watchman = nullptr;
-    for (StoppableWait* other = all_.first; other != nullptr; other = other->next_) {
-      if (other->is_planned_) {
-        other->Wake();
-        return;
-      }
+    if (all_.watchman == &wait_) {
+      all_.watchman = nullptr;
+      all_.Wake();
     }
   }
 
   /// Whether this wait has to look. Where a program scripts the monotonic clock each has.
   [[nodiscard]] bool IsOurs() {
     const Lock lock(all_.mutex);
-    wait_.is_planned_ = true;
     if (all_.watchman == nullptr) {
       all_.watchman = &wait_;
     }
@@ -86,73 +95,46 @@ class StoppableWait::Watch {
   /// Wakes all when the clock is not as it was seen last.
   void Look() {
     const Ahead now = AheadNow();
-    {
-      const Lock lock(all_.mutex);
-      if (IsSame(now, all_.seen)) {
-        return;
-      }
+    const Lock lock(all_.mutex);
+    if (!IsSame(now, all_.seen)) {
       all_.seen = now;
+      all_.Wake();
     }
-    OnClockJump();
   }
 
  private:
-  StoppableWait& wait_;
+  const StoppableWait& wait_;
   All& all_ = TheWaits();
 };
 
-StoppableWait::All& StoppableWait::TheWaits() {
-  return Immortal<All, StoppableWait>();
-}
-
 StoppableWait::StoppableWait() {
-  All& all = TheWaits();
-  if (common::TellOfClockJumps != nullptr && !all.is_told.exchange(true)) {
+  static std::atomic<bool> is_told = false;  // the host knows whom to tell
+  if (common::TellOfClockJumps != nullptr && !is_told.exchange(true)) {
     common::TellOfClockJumps(&OnClockJump);
   }
-  const Lock lock(all.mutex);
-  next_ = all.first;
-  link_ = &all.first;
-  if (next_ != nullptr) {
-    next_->link_ = &next_;
-  }
-  all.first = this;
+  const Lock lock(TheWaits().mutex);
+  TheWaits().waits.push_back(*this);
 }
 
 StoppableWait::~StoppableWait() {
   const Lock lock(TheWaits().mutex);
-  *link_ = next_;
-  if (next_ != nullptr) {
-    next_->link_ = link_;
-  }
-}
-
-void StoppableWait::OnClockJump() {
-  All& all = TheWaits();
-  const Lock lock(all.mutex);
-  for (StoppableWait* wait = all.first; wait != nullptr; wait = wait->next_) {
-    wait->Wake();
-  }
+  unlink();
 }
 
 void StoppableWait::PlanAnew() {
+  const Lock lock(TheWaits().mutex);
   ++TheWaits().plans;
-  OnClockJump();
+  TheWaits().Wake();
 }
 
-void StoppableWait::Wake() {
-  const Lock lock(mutex_);
-  ++jumps_;
-  changed_.notify_all();
-}
-
-// Ends sooner when the clock has jumped more often than `seen`; null: it does not matter.
+// Ends sooner when the waits were woken more often than `seen`; null: it does not matter.
 bool StoppableWait::Wait(std::int64_t milliseconds, const unsigned* seen) {
   const std::int64_t end = SteadyMilliseconds() + milliseconds;
-  std::unique_lock<std::mutex> lock(mutex_);
+  All& all = TheWaits();
+  Lock lock(all.mutex);
   while (!stopped_) {
     const std::int64_t left = end - SteadyMilliseconds();
-    if (left <= 0 || (seen != nullptr && jumps_ != *seen)) {
+    if (left <= 0 || (seen != nullptr && all.jumps != *seen)) {
       return true;
     }
     changed_.wait_for(lock, std::chrono::milliseconds(left));
@@ -170,11 +152,14 @@ bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
     return For(wait.Milliseconds());
   }
   Watch watch(*this);
-  const auto is_planned_anew = [&wait, &plans = TheWaits().plans, plan = TheWaits().plans.load()] {
-    return wait.IsForPhase() && plans != plan;
+  const auto woken = [] {
+    const Lock lock(TheWaits().mutex);
+    return std::pair(TheWaits().jumps, TheWaits().plans);
   };
   // Read before the clock is: a jump between the two is not missed.
-  for (unsigned seen = Jumps(); !wait.IsOver() && !is_planned_anew(); seen = Jumps()) {
+  auto [seen, plan] = woken();
+  const unsigned first_plan = plan;
+  while (!wait.IsOver() && !(wait.IsForPhase() && plan != first_plan)) {
     // Who has a look of its own, which may take long, watches for itself alone.
     const bool watches = !look && watch.IsOurs();
     const std::int64_t left = wait.Milliseconds();
@@ -187,23 +172,19 @@ bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
     if (look) {
       look();
     }
+    std::tie(seen, plan) = woken();
   }
   return !IsStopped();
 }
 
-unsigned StoppableWait::Jumps() {
-  const Lock lock(mutex_);
-  return jumps_;
-}
-
 void StoppableWait::Stop() {
-  const Lock lock(mutex_);
+  const Lock lock(TheWaits().mutex);
   stopped_ = true;
   changed_.notify_all();
 }
 
 bool StoppableWait::IsStopped() {
-  const Lock lock(mutex_);
+  const Lock lock(TheWaits().mutex);
   return stopped_;
 }
 

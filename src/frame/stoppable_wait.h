@@ -2,14 +2,15 @@
 // together when their owner ends. Thread-safe.
 #pragma once
 
+#include <boost/intrusive/list.hpp>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 
 namespace frame {
 
-class StoppableWait {
+class StoppableWait
+    : public boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::auto_unlink>> {
  public:
   StoppableWait();
   ~StoppableWait();
@@ -33,23 +34,15 @@ class StoppableWait {
   [[nodiscard]] bool IsStopped();
 
  private:
-  bool Wait(std::int64_t milliseconds, const unsigned* seen);
-  unsigned Jumps();
-  void Wake();
-  static void OnClockJump();
-
-  std::mutex mutex_;  // guards the two below
-  bool stopped_ = false;
-  unsigned jumps_ = 0;
-  std::condition_variable changed_;
-
-  // All waits of the module, linked; guarded by one mutex for all.
   struct All;
   class Watch;
+
   static All& TheWaits();
-  StoppableWait* next_ = nullptr;
-  StoppableWait** link_ = nullptr;
-  bool is_planned_ = false;
+  static void OnClockJump();
+  bool Wait(std::int64_t milliseconds, const unsigned* seen);
+
+  bool stopped_ = false;  // guarded by the one mutex of all waits
+  std::condition_variable changed_;
 };
 
 }  // namespace frame

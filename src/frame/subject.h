@@ -8,10 +8,10 @@
 #include <boost/thread/mutex.hpp>
 #include <cstdint>
 #include <list>
-#include <new>
 #include <utility>
 
 #include "frame/stamp.h"
+#include "frame/succeeds.h"
 
 /// A subject that observers attach to and detach from.
 template <class Obs>
@@ -115,10 +115,7 @@ class CBaseStockSubject {
     }
     boost::lock_guard<boost::mutex> lock(list_mutex_);
     if (std::find(observers_.begin(), observers_.end(), obs) == observers_.end()) {
-      try {
-        observers_.push_back(obs);
-      } catch (const std::bad_alloc&) {
-      }
+      static_cast<void>(frame::Succeeds([&] { observers_.push_back(obs); }));
     }
   }
 

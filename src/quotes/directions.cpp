@@ -4,19 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "request/tolerance.h"
+
 namespace quotes {
 namespace {
 
 using request::CodeHashes;
 
-constexpr double kTolerance = 0.001;
-
 // Written as the feed's other clients do it, to the last bit: a move of exactly the tolerance is none.
 int DirectionOf(double now, double before) {
-  if (before - kTolerance > now) {
+  if (before - request::kTolerance > now) {
     return -1;
   }
-  return now > before + kTolerance ? 1 : 0;
+  return now > before + request::kTolerance ? 1 : 0;
 }
 
 template <class Integer>
@@ -42,18 +42,11 @@ template <class Item>
 void SetAll(std::vector<Item>& items, const CodeHashes& hashes, const std::vector<Item>& earlier,
             const CodeHashes& earlier_hashes) {
   const request::CodeIndex<Item> index(earlier, earlier_hashes);
-  for (std::size_t place = 0; place < items.size(); ++place) {
+  for (std::size_t place = 0; place < items.size() && !earlier.empty(); ++place) {
     const std::size_t row = index.First(items[place].code, hashes[place]);
     if (row != request::CodeIndex<Item>::kNone) {
       SetTicks(items[place], earlier[row]);
     }
-  }
-}
-
-template <class Item>
-void SetAll(std::vector<Item>& items, const std::vector<Item>& earlier) {
-  if (!earlier.empty()) {
-    SetAll(items, request::HashesOfCodes(items), earlier, request::HashesOfCodes(earlier));
   }
 }
 
@@ -70,18 +63,16 @@ void SetSide(std::vector<BookLevel<Type>>& now, const std::vector<BookLevel<Type
 }  // namespace
 
 void SetDirections(std::vector<StockMarketItem>& items, const std::vector<StockMarketItem>& earlier) {
-  SetAll(items, earlier);
+  SetAll(items, request::HashesOfCodes(items), earlier, request::HashesOfCodes(earlier));
 }
 
 void SetDirections(std::vector<OptionalMarketItem>& items, const std::vector<OptionalMarketItem>& earlier) {
-  SetAll(items, earlier);
+  SetAll(items, request::HashesOfCodes(items), earlier, request::HashesOfCodes(earlier));
 }
 
 void SetDirections(std::vector<StockMarketItem>& items, const CodeHashes& hashes,
                    const std::vector<StockMarketItem>& earlier, const CodeHashes& earlier_hashes) {
-  if (!earlier.empty()) {
-    SetAll(items, hashes, earlier, earlier_hashes);
-  }
+  SetAll(items, hashes, earlier, earlier_hashes);
 }
 
 void SetDirections(StockMarketItem& item, const StockMarketItem& earlier) {

@@ -4,11 +4,10 @@
 #include <cstdint>
 
 #include "host/clock.h"
+#include "request/tolerance.h"
 
 namespace quotes {
 namespace {
-
-constexpr double kNearlyZero = 0.001;
 
 template <class... Fields>
 void Show(Fields&... fields) {
@@ -32,7 +31,7 @@ void HideLevels(Sides&... sides) {
 
 template <class... Fields>
 void HideIfNearlyZero(Fields&... fields) {
-  ((std::fabs(fields.value) < kNearlyZero ? Hide(fields) : void()), ...);
+  ((std::fabs(fields.value) < request::kTolerance ? Hide(fields) : void()), ...);
 }
 
 template <class... Fields>

@@ -1,10 +1,10 @@
 #include "quotes/watch_list_order.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <numeric>
 #include <string>
 #include <string_view>
@@ -12,18 +12,14 @@
 
 #include "host/text.h"
 #include "json/budget.h"
+#include "market_terms.h"
+#include "request/tolerance.h"
 
 namespace quotes {
 namespace {
 
 using Items = std::vector<OptionalMarketItem>;
 using Order = std::vector<std::uint32_t>;
-
-constexpr std::uint32_t kAscending = 1;
-constexpr std::uint32_t kDescending = 2;
-constexpr std::uint32_t kVolumeRatioColumn = 17;
-constexpr std::uint32_t kPlateColumn = 24;
-constexpr double kTolerance = 0.001;
 
 // Sorts places by `before(a, b)`: bottom-up merges that take from the right half only what goes before the
 // left.
@@ -50,25 +46,12 @@ void MergeSort(Order& order, Before before) {
   }
 }
 
-std::string DigitsOf(const std::wstring& text) {
-  std::string digits;
-  for (const wchar_t character : text) {
-    if (character >= L'0' && character <= L'9') {
-      digits += static_cast<char>(character);
-    }
-  }
-  return digits;
-}
-
 // Sorts by a key that is computed once per row: a value and whether it is there. Rows without one come last
 // in both directions; `up(a, b)` and `down(a, b)` say whether a value goes before another.
-template <class KeyOf, class Up, class Down>
-void SortByKey(const Items& items, Order& order, bool ascending, KeyOf key_of, Up up, Down down) {
-  std::vector<decltype(key_of(items.front()))> keys;
-  keys.reserve(items.size());
-  for (const OptionalMarketItem& item : items) {
-    keys.push_back(key_of(item));
-  }
+template <class KeyOf, class Up = std::less<>, class Down = std::greater<>>
+void SortByKey(const Items& items, Order& order, bool ascending, KeyOf key_of, Up up = {}, Down down = {}) {
+  std::vector<decltype(key_of(items.front()))> keys(items.size());
+  std::transform(items.begin(), items.end(), keys.begin(), key_of);
   MergeSort(order, [&](std::uint32_t a, std::uint32_t b) {
     const auto& [left, has_left] = keys[a];
     const auto& [right, has_right] = keys[b];
@@ -76,81 +59,59 @@ void SortByKey(const Items& items, Order& order, bool ascending, KeyOf key_of, U
   });
 }
 
-// The same for values that compare as they are.
-template <class KeyOf>
-void SortPlainly(const Items& items, Order& order, bool ascending, KeyOf key_of) {
-  SortByKey(items, order, ascending, key_of, std::less<>(), std::greater<>());
-}
-
+using Item = OptionalMarketItem;
 using Figure = std::pair<double, bool>;
 
 template <auto kField>
-Figure FigureOf(const OptionalMarketItem& item) {
+Figure FigureOf(const Item& item) {
   return {(item.*kField).value, (item.*kField).present};
 }
 
-using Fields = StockMarketItem;
-// The figures by column; null for one that is no figure.
-constexpr std::array<Figure (*)(const OptionalMarketItem&), 20> kFigures = {
-    nullptr,
-    nullptr,
-    nullptr,
-    FigureOf<&Fields::last>,
-    FigureOf<&Fields::change>,
-    FigureOf<&Fields::diff>,
-    FigureOf<&Fields::bid1>,
-    FigureOf<&Fields::ask1>,
-    FigureOf<&Fields::tr>,
-    FigureOf<&Fields::amt>,
-    nullptr,
-    FigureOf<&Fields::pe>,
-    FigureOf<&Fields::high>,
-    FigureOf<&Fields::low>,
-    FigureOf<&Fields::open>,
-    FigureOf<&Fields::preclose>,
-    FigureOf<&Fields::amp>,
-    FigureOf<&Fields::qrr>,
-    FigureOf<&Fields::cr>,
-    FigureOf<&Fields::mc>,
-};
+// The columns of figures.
+constexpr std::pair<market::Column, Figure (*)(const Item&)> kFigures[] = {
+    {market::kByLast, FigureOf<&Item::last>},          {market::kByChange, FigureOf<&Item::change>},
+    {market::kByDiff, FigureOf<&Item::diff>},          {market::kByBid1, FigureOf<&Item::bid1>},
+    {market::kByAsk1, FigureOf<&Item::ask1>},          {market::kByTurnover, FigureOf<&Item::tr>},
+    {market::kByAmount, FigureOf<&Item::amt>},         {market::kByPe, FigureOf<&Item::pe>},
+    {market::kByHigh, FigureOf<&Item::high>},          {market::kByLow, FigureOf<&Item::low>},
+    {market::kByOpen, FigureOf<&Item::open>},          {market::kByPreclose, FigureOf<&Item::preclose>},
+    {market::kByAmplitude, FigureOf<&Item::amp>},      {market::kByVolumeRatio, FigureOf<&Item::qrr>},
+    {market::kByCommissionRatio, FigureOf<&Item::cr>}, {market::kByMarketValue, FigureOf<&Item::mc>}};
 
-void SortByFigure(const Items& items, Order& order, bool ascending, std::uint32_t column) {
-  // Kept: ascending, this column does not look at the presence flags. Views know it so.
-  const bool all_there = column == kVolumeRatioColumn && ascending;
-  SortByKey(
-      items, order, ascending,
-      [&](const OptionalMarketItem& item) {
-        const auto [value, present] = kFigures[column](item);
-        return Figure(value, present || all_there);
-      },
-      [](double a, double b) { return b - kTolerance > a; },
-      [](double a, double b) { return a > b + kTolerance; });
+std::wstring DigitsOf(std::wstring text) {
+  std::erase_if(text, [](wchar_t character) { return character < L'0' || character > L'9'; });
+  return text;
 }
 
 void SortByColumn(const Items& items, Order& order, std::uint32_t column, bool ascending) {
-  using Item = OptionalMarketItem;
+  const auto sort_by = [&](auto key_of) { SortByKey(items, order, ascending, key_of); };
   switch (column) {
-    case 1:
-      SortPlainly(items, order, ascending,
-                  [](const Item& item) { return std::pair(DigitsOf(item.code), true); });
-      break;
-    case 2:
-      SortPlainly(items, order, ascending,
-                  [](const Item& item) { return std::pair(common::ws2s(item.name, common::kUtf8), true); });
-      break;
-    case 10:
-      SortPlainly(items, order, ascending,
-                  [](const Item& item) { return std::pair(item.vol.value, item.vol.present); });
-      break;
-    case kPlateColumn:
-      SortPlainly(items, order, ascending, [](const Item& item) {
-        return std::pair(std::wstring_view(item.plate), !item.plate.empty());
-      });
-      break;
+    case market::kByCode:
+      return sort_by([](const Item& item) { return std::pair(DigitsOf(item.code), true); });
+    case market::kByName:
+      return sort_by(
+          [](const Item& item) { return std::pair(common::ws2s(item.name, common::kUtf8), true); });
+    case market::kByVolume:
+      return sort_by([](const Item& item) { return std::pair(item.vol.value, item.vol.present); });
+    case market::kByPlate:
+      return sort_by(
+          [](const Item& item) { return std::pair(std::wstring_view(item.plate), !item.plate.empty()); });
     default:
-      if (column < kFigures.size() && kFigures[column] != nullptr) {
-        SortByFigure(items, order, ascending, column);
-      }
+      break;
+  }
+  for (const auto& [number, figure_of] : kFigures) {
+    if (number == column) {
+      // Kept: ascending, this column does not look at the presence flags. Views know it so.
+      const bool all_there = column == market::kByVolumeRatio && ascending;
+      SortByKey(
+          items, order, ascending,
+          [all_there, figure_of = figure_of](const Item& item) {
+            const auto [value, present] = figure_of(item);
+            return Figure(value, present || all_there);
+          },
+          [](double a, double b) { return b - request::kTolerance > a; },
+          [](double a, double b) { return a > b + request::kTolerance; });
+    }
   }
 }
 
@@ -160,8 +121,8 @@ std::vector<std::uint32_t> OrderOf(const std::vector<OptionalMarketItem>& items,
                                    const SortingTarget& target) {
   Order order(items.size());
   std::iota(order.begin(), order.end(), 0U);
-  if (target.sort_type == kAscending || target.sort_type == kDescending) {
-    SortByColumn(items, order, target.sort_key, target.sort_type == kAscending);
+  if (target.sort_type == market::kAscending || target.sort_type == market::kDescending) {
+    SortByColumn(items, order, target.sort_key, target.sort_type == market::kAscending);
   }
   return order;
 }
@@ -180,38 +141,34 @@ void OrderInto(std::vector<OptionalMarketItem>& sorted, const std::vector<Option
 }
 
 void SortedCopies::Begin(const std::vector<OptionalMarketItem>& items) {
-  copies_.resize(used_);  // what the last list had no use for goes
+  for (auto copy = copies_.begin(); copy != copies_.end();) {
+    // What the last list had no use for goes.
+    copy = std::exchange(copy->second.used, false) ? std::next(copy) : copies_.erase(copy);
+  }
   items_ = &items;
-  bytes_each_ = 0;
+  bytes_ = bytes_each_ = 0;
   for (const OptionalMarketItem& item : items) {
     using request::json::HeldBytes;
     bytes_each_ += sizeof(item) + HeldBytes(item.code) + HeldBytes(item.name) + HeldBytes(item.lead) +
                    HeldBytes(item.plate) + HeldBytes(item.bid_prices) + HeldBytes(item.ask_prices) +
                    HeldBytes(item.bid_volumes) + HeldBytes(item.ask_volumes);
   }
-  used_ = 0;
 }
 
 const std::vector<OptionalMarketItem>& SortedCopies::In(const SortingTarget& target) {
   if (target.sort_key == 0 || target.sort_type == 0) {
     return *items_;
   }
-  auto copy = copies_.begin();
-  for (std::size_t left = used_; left > 0; --left, ++copy) {
-    if (copy->first == target) {
-      return copy->second;
+  Copy& copy = copies_[target];
+  if (!copy.used) {
+    bytes_ += bytes_each_;
+    if (bytes_ > request::json::kMostRecordMemory) {
+      throw request::json::TooMuchMemory();
     }
+    OrderInto(copy.items, *items_, target);
+    copy.used = true;
   }
-  if ((used_ + 1) * bytes_each_ > request::json::kMostRecordMemory) {
-    throw request::json::TooMuchMemory();
-  }
-  if (copy == copies_.end()) {
-    copy = copies_.emplace(copy);
-  }
-  copy->first = target;
-  OrderInto(copy->second, *items_, target);
-  ++used_;
-  return copy->second;
+  return copy.items;
 }
 
 }  // namespace quotes

@@ -5,8 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <list>
-#include <utility>
+#include <map>
 #include <vector>
 
 #include "quotes/optional_stock_market.h"
@@ -18,8 +17,8 @@ namespace quotes {
 [[nodiscard]] std::vector<std::uint32_t> OrderOf(const std::vector<OptionalMarketItem>& items,
                                                  const SortingTarget& target);
 
-/// The copies of one list in the orders that views want, one per order. They lend their memory to the copies
-/// of the next list. Not thread-safe.
+/// The copies of one list in the orders that views want, one per order. Each lends its memory to the copy
+/// of the next list in that order. Not thread-safe.
 class SortedCopies {
  public:
   /// Begins with a list, which must outlive the use of its copies. Copies of the list before are gone.
@@ -30,10 +29,15 @@ class SortedCopies {
   [[nodiscard]] const std::vector<OptionalMarketItem>& In(const SortingTarget& target);
 
  private:
+  struct Copy {
+    std::vector<OptionalMarketItem> items;
+    bool used = false;  // for the present list
+  };
+
   const std::vector<OptionalMarketItem>* items_ = nullptr;
-  std::size_t bytes_each_ = 0;                                                   // that a copy takes
-  std::list<std::pair<SortingTarget, std::vector<OptionalMarketItem>>> copies_;  // those in use are in front
-  std::size_t used_ = 0;
+  std::size_t bytes_each_ = 0;  // that a copy takes
+  std::size_t bytes_ = 0;       // that all of this list take
+  std::map<SortingTarget, Copy> copies_;
 };
 
 /// Makes `sorted` a copy of `items` in that order. Rows that `sorted` holds already lend their memory: an

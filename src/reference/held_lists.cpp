@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "frame/succeeds.h"
 #include "frame/ticks.h"
 #include "host/clock.h"
 #include "reference/refresh_schedule.h"
-#include "reference/succeeds.h"
 
 namespace reference {
 namespace {
@@ -25,18 +25,13 @@ bool IsWithin(std::int64_t pause, const std::optional<std::int64_t>& moment) {
 
 // --- Loads ---
 
-HeldLists::LoadNumber HeldLists::Begin(ListName list) {
-  const Lock lock(mutex_);
-  return BeginLocked(list);
-}
-
 HeldLists::LoadNumber HeldLists::BeginLocked(ListName list) {
   ++Of(list).under_way;
   return ++latest_;
 }
 
 bool HeldLists::Finish(ListName list, LoadNumber number, const ListAnswer& answer) noexcept {
-  const bool ok = Succeeds([&] { return Take(list, number, answer); });
+  const bool ok = frame::Succeeds([&] { return Take(list, number, answer); });
   const Lock lock(mutex_);
   Loads& loads = Of(list);
   --loads.under_way;
@@ -116,34 +111,31 @@ void HeldLists::Swap(ListName list, LoadNumber number, std::int64_t asked, Put p
 // --- What is held ---
 
 Attempt HeldLists::AttemptFor(ListName list) noexcept {
-  Attempt attempt = Attempt::kNone;
-  const bool known = Succeeds([&] {
-    std::uint32_t date = 0;
-    {
-      const Lock lock(mutex_);
-      const Loads& loads = Of(list);
-      if (!IsHeldLocked(list)) {
-        attempt = Attempt::kWait;
-        return true;
-      }
-      if (list != ListName::kStocks || IsWithin(kGetterPause, loads.fruitless)) {
-        return true;
-      }
-      date = loads.date;
+  std::uint32_t date = 0;
+  {
+    const Lock lock(mutex_);
+    const Loads& loads = Of(list);
+    if (!IsHeldLocked(list)) {
+      return Attempt::kWait;
     }
-    if (ListIsStale(date)) {
-      const Lock lock(mutex_);
-      Loads& loads = Of(list);
-      if (loads.waited_in_vain < kLongestWaitInVain) {
-        attempt = Attempt::kWait;
-      } else if (!IsWithin(kGetterPause, loads.fruitless)) {
-        attempt = Attempt::kInTask;
-        loads.fruitless = frame::SteadyMilliseconds();  // until it is answered
-      }
+    if (list != ListName::kStocks || IsWithin(kGetterPause, loads.fruitless)) {
+      return Attempt::kNone;
     }
-    return true;
-  });
-  return known ? attempt : Attempt::kNone;
+    date = loads.date;
+  }
+  if (!frame::Succeeds([date] { return ListIsStale(date); })) {
+    return Attempt::kNone;
+  }
+  const Lock lock(mutex_);
+  Loads& loads = Of(list);
+  if (loads.waited_in_vain < kLongestWaitInVain) {
+    return Attempt::kWait;
+  }
+  if (IsWithin(kGetterPause, loads.fruitless)) {
+    return Attempt::kNone;
+  }
+  loads.fruitless = frame::SteadyMilliseconds();  // until it is answered
+  return Attempt::kInTask;
 }
 
 void HeldLists::LoadAndWait(ListName list) noexcept {
@@ -174,18 +166,9 @@ void HeldLists::ForgetStockDate() {
 const BaseInfoList& HeldLists::Stocks(int kind) {
   const Lock lock(mutex_);
   const StockLists& stocks = stocks_.Get();
-  switch (kind) {
-    case 2:
-      return stocks.shanghai;
-    case 3:
-      return stocks.shenzhen;
-    case 4:
-      return stocks.gem;
-    case 5:
-      return stocks.sme;
-    default:
-      return stocks.all;
-  }
+  const std::array lists = {&stocks.shanghai, &stocks.shenzhen, &stocks.gem, &stocks.sme};
+  const auto place = static_cast<std::size_t>(kind) - 2;  // any other kind: all
+  return place < lists.size() ? *lists.at(place) : stocks.all;
 }
 
 const BaseInfoList& HeldLists::Plates(int kind) {

@@ -29,7 +29,10 @@ class HeldLists {
   // Neither throws; a failed load leaves what is held as it is.
   // The answer of an older load changes nothing once that of a newer one has come.
   using LoadNumber = std::uint64_t;
-  [[nodiscard]] LoadNumber Begin(ListName list);
+  [[nodiscard]] LoadNumber Begin(ListName list) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return BeginLocked(list);
+  }
   bool Finish(ListName list, LoadNumber number, const ListAnswer& answer) noexcept;
 
   /// A whole load in the caller's thread.

@@ -1,7 +1,6 @@
 #include "reference/kline_metadata.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "json/json.h"
@@ -15,12 +14,6 @@ constexpr std::size_t kUsualLineLength = 120;
 
 constexpr std::array<std::string_view, 3> kPeriodKeys = {"d", "w", "m"};
 constexpr std::array<std::string_view, 3> kAdjustmentKeys = {"b", "q", "h"};
-
-std::int32_t Decimal(std::string_view text) {
-  std::int32_t number = 0;
-  std::from_chars(text.data(), text.data() + text.size(), number);
-  return number;
-}
 
 }  // namespace
 
@@ -75,7 +68,7 @@ bool KLineMetadata::Split() {
       version_ = value;
       has_version = true;
     } else if (key == "p") {
-      p_ = Decimal(value);
+      continue;  // a number that nobody reads, and no symbol
     } else if (const auto [entry, added] = index_.try_emplace(key, symbols_.size()); added) {
       if (symbols_.size() == kMostSymbols) {
         return false;

@@ -61,7 +61,6 @@ class KLineMetadata {
 
   std::string text_;
   std::string version_;
-  std::int32_t p_ = 0;  // stands in the file; nobody reads it
   std::vector<Symbol> symbols_;
   std::unordered_map<std::string_view, std::size_t> index_;  // into symbols_
 };

@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "frame/stoppable_wait.h"
+#include "frame/succeeds.h"
 #include "host/calendar.h"
 #include "host/clock.h"
 #include "host/log.h"
 #include "host/singleton.h"
-#include "reference/succeeds.h"
 #include "request/answer.h"
 #include "request/ask.h"
 #include "request/dates.h"
@@ -49,11 +49,10 @@ void LegalHolidays::AskIfMissing() noexcept {
 }
 
 void LegalHolidays::FollowYear() noexcept {
-  static_cast<void>(Succeeds([this] {
-    if (!WasAskedForLast(YearNow())) {
+  static_cast<void>(frame::Succeeds([this] {
+    if (latest_ != YearNow()) {
       AskIfMissing();
     }
-    return true;
   }));
 }
 
@@ -62,8 +61,8 @@ void LegalHolidays::AskFor(int year) {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     ++years_[year].under_way;
-    latest_ = year;
   }
+  latest_ = year;
   request::Ask(
       {request::Fetch::kLegalHolidays, gate_},
       [year, ended] {
@@ -75,7 +74,7 @@ void LegalHolidays::AskFor(int year) {
       },
       [](const request::Answer& answer) { return ReadHolidays(answer.DataList()); },
       [this, year, ended, stamp = stamps_.Next()](HolidayList&& holidays) {
-        const bool taken = Succeeds([&] { return Take(year, stamp, std::move(holidays)); });
+        const bool taken = frame::Succeeds([&] { return Take(year, stamp, std::move(holidays)); });
         if (taken) {
           ended();
         }
@@ -112,9 +111,8 @@ bool LegalHolidays::Take(int year, frame::Stamp stamp, HolidayList&& holidays) {
     }
     const bool is_learned = told == 0;
     lock.unlock();
-    const bool given = Succeeds([&next] {
+    const bool given = frame::Succeeds([&next] {
       pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(next.year, next.days);
-      return true;
     });
     if (given && is_learned) {
       frame::StoppableWait::PlanAnew();
@@ -125,11 +123,6 @@ bool LegalHolidays::Take(int year, frame::Stamp stamp, HolidayList&& holidays) {
   }
   is_giving_ = false;
   return ok;
-}
-
-bool LegalHolidays::WasAskedForLast(int year) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return latest_ == year;
 }
 
 bool LegalHolidays::IsKnownOrOnItsWay(int year) {

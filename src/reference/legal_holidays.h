@@ -2,6 +2,7 @@
 // Thread-safe.
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -55,7 +56,6 @@ class LegalHolidays {
   void Ended(int year);
   bool Take(int year, frame::Stamp stamp, HolidayList&& holidays);
   [[nodiscard]] bool IsKnownOrOnItsWay(int year);
-  [[nodiscard]] bool WasAskedForLast(int year);
 
   const frame::CompletionGate& gate_;
   frame::Stamps stamps_;
@@ -63,7 +63,8 @@ class LegalHolidays {
   std::map<int, Year> years_;
   std::deque<List> waiting_;  // of answers that came while the calendar is given a list; that one is in front
   bool is_giving_ = false;
-  int latest_ = 0;
+
+  std::atomic<int> latest_ = 0;  // year asked for
 };
 
 }  // namespace reference

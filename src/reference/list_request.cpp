@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <string>
 
+#include "frame/succeeds.h"
 #include "host/clock.h"
-#include "reference/succeeds.h"
 #include "request/urls.h"
 
 namespace reference {
@@ -33,7 +33,7 @@ const Endpoint& EndpointOf(ListName list) {
 
 ListAnswer AskForList(ListName list) noexcept {
   ListAnswer answer;
-  answer.came.ok = Succeeds([&] {
+  answer.came.ok = frame::Succeeds([&] {
     answer.asked = common::GetCurrentServerTime();
     answer.came = request::AskNow(EndpointOf(list).url());
     return answer.came.ok;

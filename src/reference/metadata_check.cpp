@@ -4,10 +4,10 @@
 #include <QFileInfo>
 #include <utility>
 
+#include "frame/succeeds.h"
 #include "host/files.h"
 #include "host/network.h"
 #include "host/text.h"
-#include "reference/succeeds.h"
 #include "request/answer.h"
 #include "request/ask.h"
 #include "request/gates.h"
@@ -22,10 +22,7 @@ constexpr int kDownloadSeconds = 30;
 // Null when the file is missing, damaged or no metadata.
 std::shared_ptr<KLineMetadata> LoadFile(const std::wstring& path) {
   std::string text;
-  if (!GZipExtract(path.c_str(), text)) {
-    return nullptr;
-  }
-  return KLineMetadata::FromText(std::move(text));
+  return GZipExtract(path.c_str(), text) ? KLineMetadata::FromText(std::move(text)) : nullptr;
 }
 
 MetadataCheck Check(const HeldVersion& held_version) {
@@ -79,10 +76,7 @@ std::string FetchMetadataVersion() {
 
 MetadataCheck CheckMetadata(const HeldVersion& held_version) noexcept {
   MetadataCheck check;
-  static_cast<void>(Succeeds([&] {
-    check = Check(held_version);
-    return true;
-  }));
+  static_cast<void>(frame::Succeeds([&] { check = Check(held_version); }));
   return check;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <exception>
+#include <memory>
 #include <string>
 
 struct sqlite3;
@@ -28,9 +29,6 @@ class CppSQLite3Exception final : public std::exception {
 class CppSQLite3Query {
  public:
   CppSQLite3Query(sqlite3* database, const char* statement);
-  CppSQLite3Query(const CppSQLite3Query&) = delete;
-  CppSQLite3Query& operator=(const CppSQLite3Query&) = delete;
-  ~CppSQLite3Query() { finalize(); }
 
   /// True when there is no row, or none any more.
   [[nodiscard]] bool eof() const { return eof_; }
@@ -41,21 +39,20 @@ class CppSQLite3Query {
   [[nodiscard]] int getIntField(int column) const;
 
   /// Lets go of the statement. Done by the destructor as well.
-  void finalize();
+  void finalize() {
+    statement_.reset();
+    eof_ = true;
+  }
 
  private:
-  sqlite3* database_;
-  sqlite3_stmt* statement_ = nullptr;
+  std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement_;
   bool eof_ = true;
 };
 
 /// One connection.
 class CppSQLite3DB {
  public:
-  CppSQLite3DB() = default;
-  CppSQLite3DB(const CppSQLite3DB&) = delete;
-  CppSQLite3DB& operator=(const CppSQLite3DB&) = delete;
-  ~CppSQLite3DB() { close(); }
+  CppSQLite3DB();
 
   /// Opens the database file `path` (UTF-8), which is made if it does not exist. A file that others hold
   /// locked is waited for, 5 s at most per statement.
@@ -72,10 +69,10 @@ class CppSQLite3DB {
   [[nodiscard]] int execScalar(const char* statement);
 
   /// Does nothing when nothing is open.
-  void close();
+  void close() { database_.reset(); }
 
  private:
-  sqlite3* database_ = nullptr;
+  std::unique_ptr<sqlite3, int (*)(sqlite3*)> database_;
 };
 
 /// A transaction that holds the write lock from its beginning; taken back unless it is committed.

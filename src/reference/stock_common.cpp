@@ -2,10 +2,10 @@
 // stock_common_refresh.cpp.
 #include "reference/stock_common.h"
 
+#include "frame/succeeds.h"
 #include "host/text.h"
 #include "reference/package_key.h"
 #include "reference/stock_common_service.h"
-#include "reference/succeeds.h"
 
 namespace reference {
 
@@ -25,7 +25,7 @@ void CStockCommon::BringUpToDate(ListName list) {
     case Attempt::kWait:
       return lists_.LoadAndWait(list);
     case Attempt::kInTask:
-      static_cast<void>(QueueLoad(list, [](bool) {}));
+      QueueLoad(list, [](bool) {});
   }
 }
 
@@ -48,7 +48,7 @@ bool CStockCommon::GetPlatesOfStock(const std::wstring& symbol,
                                     std::vector<std::pair<std::wstring, std::wstring>>& out) {
   BringUpToDate(ListName::kPlatesOfStocks);
   out.clear();
-  const bool found = Succeeds([&] {
+  const bool found = frame::Succeeds([&] {
     const auto table = lists_.PlatesOfStocks();
     if (const PlateNames* const plates = FindPlates(*table, symbol)) {
       out = *plates;
@@ -63,10 +63,8 @@ bool CStockCommon::GetPlatesOfStock(const std::wstring& symbol,
 
 KLineMetaInfo CStockCommon::GetKLineMetaInfo(const std::wstring& symbol, int period, int adjust) {
   KLineMetaInfo info;
-  static_cast<void>(Succeeds([&] {
-    info = metadata_.InfoOf(common::ws2s(symbol, common::kUtf8), PackageKey(period, adjust));
-    return true;
-  }));
+  static_cast<void>(frame::Succeeds(
+      [&] { info = metadata_.InfoOf(common::ws2s(symbol, common::kUtf8), PackageKey(period, adjust)); }));
   return info;
 }
 

@@ -1,9 +1,9 @@
 // The refresh of the reference data: what its thread does in one round.
 #include <optional>
 
+#include "frame/succeeds.h"
 #include "host/clock.h"
 #include "reference/stock_common_service.h"
-#include "reference/succeeds.h"
 
 namespace reference {
 namespace {
@@ -14,11 +14,7 @@ constexpr std::int64_t kWaitWithoutPlan = 3000;  // milliseconds
 
 bool CStockCommon::RunRound() {
   RefreshRound round;
-  const bool planned = Succeeds([&] {
-    round = PlanRefresh(common::GetCurrentServerTime());
-    return true;
-  });
-  if (!planned) {
+  if (!frame::Succeeds([&] { round = PlanRefresh(common::GetCurrentServerTime()); })) {
     return waits_.For(kWaitWithoutPlan);
   }
   // The server's time, when it is learned or corrected during the wait, may be of another year.
@@ -26,7 +22,7 @@ bool CStockCommon::RunRound() {
     return false;
   }
   // The wait may have lasted a night, or the lists may be those of a start before 09:14.
-  round.reload_lists = round.reload_lists || Succeeds([this] { return lists_.AnyIsDue(); });
+  round.reload_lists = round.reload_lists || frame::Succeeds([this] { return lists_.AnyIsDue(); });
   if (!round.reload_lists) {
     holidays_.AskIfMissing();
   }

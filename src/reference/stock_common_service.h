@@ -72,10 +72,10 @@ class CStockCommon : public IStockCommon {
   void BringUpToDate(ListName list);
 
   // Work on the task pool. What waits for the server runs outside the gate and without the object. Nothing is
-  // sent, and `done` is not called, once the service has ended; false when the pool takes no task.
+  // sent, and `done` is not called, once the service has ended; it failed when the pool takes no task.
   using Done = std::function<void(bool ok)>;
-  [[nodiscard]] bool QueueLoad(ListName list, Done done) noexcept;
-  [[nodiscard]] bool QueueMetadataCheck(Done done) noexcept;
+  void QueueLoad(ListName list, const Done& done) noexcept;
+  void QueueMetadataCheck(const Done& done) noexcept;
 
   // Start
   void Monitor(StartCount::Number start, const boost::function<void(bool)>& done);

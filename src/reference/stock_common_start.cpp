@@ -2,19 +2,16 @@
 // server runs outside the gate and without the object, so that the end of the service does not wait for it.
 #include <optional>
 
+#include "frame/succeeds.h"
 #include "host/tasks.h"
 #include "reference/stock_common_service.h"
-#include "reference/succeeds.h"
 
 namespace reference {
 namespace {
 
 template <class MakeTask>
 [[nodiscard]] bool IsQueued(MakeTask&& make_task) noexcept {
-  return Succeeds([&] {
-    base::TaskManagerInstance()->AddTask(make_task());
-    return true;
-  });
+  return frame::Succeeds([&] { base::TaskManagerInstance()->AddTask(make_task()); });
 }
 
 }  // namespace
@@ -26,16 +23,11 @@ void CStockCommon::Init(const boost::function<void(bool)>& done) {
     return;
   }
   const Done count = [this, number = *start](bool ok) { start_.Count(number, ok); };
-  const auto counted = [&](bool queued) {
-    if (!queued) {
-      count(false);
-    }
-  };
   for (const ListName list : {ListName::kStocks, ListName::kPlates, ListName::kIndices}) {
-    counted(QueueLoad(list, count));
+    QueueLoad(list, count);
   }
-  counted(QueueMetadataCheck(count));
-  counted(QueueLoad(ListName::kPlatesOfStocks, count));
+  QueueMetadataCheck(count);
+  QueueLoad(ListName::kPlatesOfStocks, count);
   if (!IsQueued([&] { return gate_.Guard([this, start, done] { Monitor(*start, done); }); })) {
     Conclude(*start, false);
     if (done) {
@@ -44,8 +36,8 @@ void CStockCommon::Init(const boost::function<void(bool)>& done) {
   }
 }
 
-bool CStockCommon::QueueLoad(ListName list, Done done) noexcept {
-  return IsQueued([&] {
+void CStockCommon::QueueLoad(ListName list, const Done& done) noexcept {
+  const bool queued = IsQueued([&] {
     // No number when the gate is closed: nothing is sent then.
     auto begin = gate_.Guard(
         [this, list](std::optional<HeldLists::LoadNumber>& number) { number = lists_.Begin(list); });
@@ -60,10 +52,13 @@ bool CStockCommon::QueueLoad(ListName list, Done done) noexcept {
       }
     };
   });
+  if (!queued) {
+    done(false);
+  }
 }
 
-bool CStockCommon::QueueMetadataCheck(Done done) noexcept {
-  return IsQueued([&] {
+void CStockCommon::QueueMetadataCheck(const Done& done) noexcept {
+  const bool queued = IsQueued([&] {
     // Nothing when the gate is closed: the check is no longer wanted.
     auto read_held = gate_.Guard([this](std::optional<std::string>& held) { held = metadata_.Version(); });
     auto finish = gate_.Guard([this, done](MetadataCheck check) {
@@ -78,6 +73,9 @@ bool CStockCommon::QueueMetadataCheck(Done done) noexcept {
       }));
     };
   });
+  if (!queued) {
+    done(false);
+  }
 }
 
 void CStockCommon::Monitor(StartCount::Number start, const boost::function<void(bool)>& done) {
@@ -111,12 +109,11 @@ void CStockCommon::Conclude(StartCount::Number start, bool ok) noexcept {
   const std::lock_guard<std::mutex> lock(thread_mutex_);
   if (ok && !refresh_thread_.joinable()) {
     // Without the thread the lists stay as they are; the next start tries again.
-    static_cast<void>(Succeeds([this] {
+    static_cast<void>(frame::Succeeds([this] {
       refresh_thread_ = std::thread([this] {
         while (RunRound()) {
         }
       });
-      return true;
     }));
   }
   if (!ok && start_.Latest() == start) {

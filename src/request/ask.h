@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "frame/gate.h"
+#include "frame/succeeds.h"
 #include "host/network.h"
 #include "host/tasks.h"
 #include "request/answer.h"
@@ -46,13 +47,11 @@ class Pending {
 /// function of the host threw.
 template <class Step>
 [[nodiscard]] bool Succeeds(Fetch fetch, Step step) noexcept {
-  try {
-    step();
-    return true;
-  } catch (...) {
+  const bool ok = frame::Succeeds(step);
+  if (!ok) {
     LogFailed(fetch);
-    return false;
   }
+  return ok;
 }
 
 /// A copy that functions may share without taking memory; null, after the failure line of the fetch, when
@@ -75,6 +74,13 @@ struct LeaveViews {
   void operator()() const {}
 };
 
+/// A fetch of a service, with what its answers come back through.
+struct Asking {
+  Fetch fetch;
+  const frame::CompletionGate& gate;
+  LatestOf latest = {};
+};
+
 namespace detail {
 
 // One request and what is to become of its answer.
@@ -83,9 +89,9 @@ class Exchange final : public Pending {
   using News = std::optional<std::invoke_result_t<Understand&, const Answer&>>;
 
  public:
-  Exchange(Fetch fetch, const LatestOf& latest, Understand understand, Tell tell, Failed failed)
-      : fetch_(fetch),
-        latest_(latest),
+  Exchange(const Asking& asking, Understand understand, Tell tell, Failed failed)
+      : fetch_(asking.fetch),
+        latest_(asking.latest),
         understand_(std::move(understand)),
         tell_(std::move(tell)),
         failed_(std::move(failed)) {}
@@ -94,17 +100,14 @@ class Exchange final : public Pending {
     answered_ = true;
     News news;
     Outcome outcome = Outcome::kFailed;
-    try {
+    const bool read = Succeeds(fetch_, [&] {
       const Answer answer = CheckAnswer(fetch_, raw, latest_);
       outcome = answer.outcome();
       if (answer) {
         news.emplace(understand_(answer));
       }
-    } catch (...) {
-      LogFailed(fetch_);
-      outcome = Outcome::kFailed;
-    }
-    Hand(std::move(news), outcome);
+    });
+    Hand(std::move(news), read ? outcome : Outcome::kFailed);
   }
 
   /// For the handler around the sending: what a view threw passes, anything else means that nothing was sent.
@@ -143,14 +146,32 @@ class Exchange final : public Pending {
   std::atomic<bool> thrown_by_view_ = false;
 };
 
-}  // namespace detail
+// One request, which `send(address, exchange)` hands to the host.
+template <class MakeUrl, class Understand, class Tell, class Failed, class Send>
+std::shared_ptr<const Pending> Start(const Asking& asking, MakeUrl url, Understand understand, Tell tell,
+                                     Failed failed, Send send) {
+  using Made = Exchange<Understand, Tell, Failed>;
+  std::shared_ptr<Made> exchange;
+  const bool made = Succeeds(asking.fetch, [&] {
+    exchange = std::make_shared<Made>(asking, std::move(understand), std::move(tell), failed);
+  });
+  if (!made) {
+    failed();
+    return nullptr;
+  }
+  try {
+    const std::wstring address = url();
+    if (address.empty()) {
+      return nullptr;
+    }
+    send(address, exchange);
+  } catch (...) {
+    exchange->OnException();
+  }
+  return exchange;
+}
 
-/// A fetch of a service, with what its answers come back through.
-struct Asking {
-  Fetch fetch;
-  const frame::CompletionGate& gate;
-  LatestOf latest = {};
-};
+}  // namespace detail
 
 /// Asks for `url()` and returns. The answer comes on a thread of the host, inside the gate, or not at all
 /// once the gate is closed: `understand(answer)` reads an accepted one, and `tell(news)` tells what it gave;
@@ -162,66 +183,36 @@ struct Asking {
 template <class MakeUrl, class Understand, class Tell, class Failed = LeaveViews>
 std::shared_ptr<const Pending> Ask(const Asking& asking, MakeUrl url, Understand understand, Tell tell,
                                    Failed failed = {}) {
-  using Exchange = detail::Exchange<Understand, Tell, Failed>;
-  std::shared_ptr<Exchange> exchange;
-  try {
-    exchange = std::make_shared<Exchange>(asking.fetch, asking.latest, std::move(understand), std::move(tell),
-                                          failed);
-  } catch (...) {
-    LogFailed(asking.fetch);
-    failed();
-    return nullptr;
-  }
-  try {
-    const std::wstring address = url();
-    if (address.empty()) {
-      return nullptr;
-    }
-    GetAsyn(address, asking.gate.Guard([exchange](bool ok, const char* body, std::size_t length) {
-      exchange->Complete({ok, body, length});
-    }),
-            {}, SecondsOf(asking.fetch));
-  } catch (...) {
-    exchange->OnException();
-  }
-  return exchange;
+  return detail::Start(asking, url, std::move(understand), std::move(tell), failed,
+                       [&asking](const std::wstring& address, const auto& exchange) {
+                         GetAsyn(address,
+                                 asking.gate.Guard([exchange](bool ok, const char* body, std::size_t length) {
+                                   exchange->Complete({ok, body, length});
+                                 }),
+                                 {}, SecondsOf(asking.fetch));
+                       });
 }
 
 /// The same in a task of the host's pool, which waits for the answer. The request runs outside the gate,
 /// which is closed without waiting for the wire; a task that begins after that sends nothing.
 template <class MakeUrl, class Understand, class Tell>
 void AskInTask(const Asking& asking, MakeUrl url, Understand understand, Tell tell) {
-  using Exchange = detail::Exchange<Understand, Tell, LeaveViews>;
-  std::shared_ptr<Exchange> exchange;
-  try {
-    exchange = std::make_shared<Exchange>(asking.fetch, asking.latest, std::move(understand), std::move(tell),
-                                          LeaveViews());
-    const std::wstring address = url();
-    if (address.empty()) {
-      return;
-    }
-    base::TaskManagerInstance()->AddTask([address, exchange, is_wanted = asking.gate.Watch(),
-                                          complete = asking.gate.Guard([exchange](const SyncAnswer& answer) {
-                                            exchange->Complete(answer.Raw());
-                                          })]() mutable {
-      if (!is_wanted()) {
-        return;
-      }
-      SyncAnswer answer;
-      try {
-        answer = AskNow(address);
-      } catch (...) {
-        answer = {};  // a failed request
-      }
-      complete(answer);
-    });
-  } catch (...) {
-    if (exchange == nullptr) {
-      LogFailed(asking.fetch);
-    } else {
-      exchange->OnException();
-    }
-  }
+  detail::Start(
+      asking, url, std::move(understand), std::move(tell), LeaveViews(),
+      [&asking](const std::wstring& address, const auto& exchange) {
+        auto complete =
+            asking.gate.Guard([exchange](const SyncAnswer& answer) { exchange->Complete(answer.Raw()); });
+        base::TaskManagerInstance()->AddTask([address, complete, is_wanted = asking.gate.Watch()]() mutable {
+          if (!is_wanted()) {
+            return;
+          }
+          SyncAnswer answer;
+          if (!frame::Succeeds([&] { answer = AskNow(address); })) {
+            answer = {};  // a failed request
+          }
+          complete(answer);
+        });
+      });
 }
 
 }  // namespace request

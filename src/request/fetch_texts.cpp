@@ -3,17 +3,14 @@
 #include <array>
 #include <cstddef>
 
+#include "frame/succeeds.h"
 #include "host/log.h"
 
 // The three lines of a fetch whose lines share one name, and the two of a load whose lines do not.
-#define CSM_LINES(name)                                                                             \
-  FetchTexts {                                                                                      \
-    L##name L" Failed.", L##name L" Response Error Code: %d", L##name L" Json Parse Error Code: %d" \
-  }
-#define CSM_LOAD_LINES(response, parse)                                                      \
-  FetchTexts {                                                                               \
-    nullptr, L##response L" Response Error Code: %d", L##parse L" Json Parse Error Code: %d" \
-  }
+#define CSM_LINES(name) \
+  L##name L" Failed.", L##name L" Response Error Code: %d", L##name L" Json Parse Error Code: %d"
+#define CSM_LOAD_LINES(response, parse) \
+  nullptr, L##response L" Response Error Code: %d", L##parse L" Json Parse Error Code: %d"
 
 namespace request {
 namespace {
@@ -25,7 +22,9 @@ constexpr int kHolidays = 8;
 struct Entry {
   Fetch fetch;
   int seconds;
-  FetchTexts texts;
+  const wchar_t* failed;          // the request failed: no complete answer
+  const wchar_t* response_error;  // format: the answer carries an error number
+  const wchar_t* parse_error;     // format: the answer is no JSON; the parser's code
 };
 
 constexpr std::array kEntries = {
@@ -61,15 +60,14 @@ constexpr std::array kEntries = {
     // Kept: the version fetch writes the lines of the membership load.
     Entry{Fetch::kMetadataVersion, kUsual,
           CSM_LOAD_LINES("StockCommon::InitStockInPlates", "StockCommon::InitStockInPlates")},
-    Entry{Fetch::kPackageCounts,
-          kUsual,
-          {nullptr, nullptr, L"StockCommon::ParseComplexTypeCount Json Parse Error Code: %d"}},
+    Entry{Fetch::kPackageCounts, kUsual, nullptr, nullptr,
+          L"StockCommon::ParseComplexTypeCount Json Parse Error Code: %d"},
 };
 
 constexpr bool EveryFetchIsInItsPlace() {
   std::size_t place = 0;
   for (const Entry& entry : kEntries) {
-    if (static_cast<std::size_t>(entry.fetch) != place++ || entry.texts.parse_error == nullptr) {
+    if (static_cast<std::size_t>(entry.fetch) != place++ || entry.parse_error == nullptr) {
       return false;
     }
   }
@@ -81,21 +79,12 @@ constexpr const Entry& EntryOf(Fetch fetch) {
   return kEntries[static_cast<std::size_t>(fetch)];
 }
 
-constexpr unsigned kAllOnes = 0xFFFFFFFFU;
-
-template <class Line>
-void Write(Line line) noexcept {
-  try {
-    line();
-  } catch (...) {
-  }
+// A log that fails is left alone.
+void Write(const wchar_t* format, int number) noexcept {
+  static_cast<void>(frame::Succeeds([&] { WriteProgramLogNoMask(format, number); }));
 }
 
 }  // namespace
-
-const FetchTexts& TextsOf(Fetch fetch) {
-  return EntryOf(fetch).texts;
-}
 
 int SecondsOf(Fetch fetch) {
   return EntryOf(fetch).seconds;
@@ -106,23 +95,20 @@ bool ParsesIncomplete(Fetch fetch) {
 }
 
 void LogFailed(Fetch fetch) noexcept {
-  Write([text = TextsOf(fetch).failed] {
-    if (text != nullptr) {
-      WriteProgramLogString(kAllOnes, text);
-    }
-  });
+  constexpr unsigned kAllOnes = 0xFFFFFFFFU;
+  if (const wchar_t* const text = EntryOf(fetch).failed) {
+    static_cast<void>(frame::Succeeds([text] { WriteProgramLogString(kAllOnes, text); }));
+  }
 }
 
 void LogResponseError(Fetch fetch, int number) noexcept {
-  Write([format = TextsOf(fetch).response_error, number] {
-    if (format != nullptr) {
-      WriteProgramLogNoMask(format, number);
-    }
-  });
+  if (const wchar_t* const format = EntryOf(fetch).response_error) {
+    Write(format, number);
+  }
 }
 
 void LogParseError(Fetch fetch, int code) noexcept {
-  Write([format = TextsOf(fetch).parse_error, code] { WriteProgramLogNoMask(format, code); });
+  Write(EntryOf(fetch).parse_error, code);
 }
 
 }  // namespace request

@@ -35,15 +35,6 @@ enum class Fetch {
   kPackageCounts,
 };
 
-/// The three lines of a fetch; null for a line that the fetch does not have.
-struct FetchTexts {
-  const wchar_t* failed;          ///< the request failed: no complete answer
-  const wchar_t* response_error;  ///< format: the answer carries an error number
-  const wchar_t* parse_error;     ///< format: the answer is no JSON; the parser's code
-};
-
-[[nodiscard]] const FetchTexts& TextsOf(Fetch fetch);
-
 /// The setting that requests of the fetch are sent with: seconds for the whole exchange.
 [[nodiscard]] int SecondsOf(Fetch fetch);
 

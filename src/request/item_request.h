@@ -7,8 +7,9 @@
 #include "frame/field.h"
 #include "frame/gate.h"
 #include "frame/stamp.h"
+#include "json/budget.h"
+#include "json/json.h"
 #include "request/ask.h"
-#include "request/code_names.h"
 
 namespace request {
 
@@ -27,7 +28,7 @@ class ItemRequest {
     }
     Ask(
         {fetch_, gate_, {&stamps_, stamps_.Next()}}, url,
-        [](const Answer& answer) { return ReadCodeNames(answer.DataArray()); },
+        [](const Answer& answer) { return Read(answer.DataArray()); },
         [shared](const CodeNameList& list) {
           if (*shared) {
             (*shared)(list);
@@ -37,6 +38,19 @@ class ItemRequest {
   }
 
  private:
+  // One pair per element, in order.
+  static CodeNameList Read(const json::Array& array) {
+    CodeNameList list;
+    json::Budget budget(json::kMostSharedRecordMemory);
+    budget.Require(array.Size(), sizeof(CodeNameList::value_type));
+    list.reserve(array.Size());
+    array.ForEach([&](const json::Value& element) {
+      const json::Object object = element.AsObject();
+      list.emplace_back(object.Member("code").Text(budget), object.Member("name").Text(budget));
+    });
+    return list;
+  }
+
   const Fetch fetch_;
   const frame::CompletionGate& gate_;
   frame::Stamps stamps_;

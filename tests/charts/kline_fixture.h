@@ -97,6 +97,7 @@ class KLineTest : public ChartServiceTest<IStockKLine, StockKLineData> {
     packages.Announce(L"20240314");
     host.SetTaskMode(ScriptedHost::TaskMode::kInline);
   }
+  ~KLineTest() override { service.reset(); }  // its thread waits by the clock that goes next
 
   KLineCallback Keep() {
     return [this](const StockKLineData& data) { got.push_back(data); };
@@ -139,8 +140,8 @@ class KLineTest : public ChartServiceTest<IStockKLine, StockKLineData> {
   /// From now on the service asks for nothing by itself, however the clock is moved. Before that service
   /// ends, `LetPollingGo` has to be called.
   void HoldPolling() {
+    service.reset();  // first: its thread may not have asked for its interval yet
     host.HoldSpans();
-    service.reset();
     service.reset(charts::MakeStockKLine());
     EXPECT_TRUE(host.AwaitHeldSpan());
   }

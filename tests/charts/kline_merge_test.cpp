@@ -1,6 +1,4 @@
 // One series from package, tail and today.
-#include "charts/kline_merge.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>

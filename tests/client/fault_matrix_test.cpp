@@ -130,6 +130,7 @@ class FaultMatrix : public testing::TestWithParam<market_server::FaultInfo> {
 
 TEST_P(FaultMatrix, leavesEveryServiceAliveAndExplained) {
   WholeClient client(server_.url());
+  ASSERT_TRUE(WholeClient::LoadReferenceData());
   client.Open(true);
   ASSERT_TRUE(client.AwaitAll(std::vector<std::uint64_t>(client.feeds().size()), 1));
   ASSERT_TRUE(WholeClient::AwaitQuiet());

@@ -89,6 +89,7 @@ TEST(Load, losesNothingDoublesNothingAndGrowsByNothing) {
   ASSERT_TRUE(server.ReadUntilOutput("ready")) << server.errors();
   const std::string first = tests::LinesOf(server.output()).front();
   WholeClient client(first.substr(first.find("http")));
+  ASSERT_TRUE(WholeClient::LoadReferenceData());
   client.Open(true);
   ASSERT_TRUE(client.AwaitAll(std::vector<std::uint64_t>(client.feeds().size()), 1));
 

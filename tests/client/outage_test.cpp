@@ -33,6 +33,7 @@ TEST(Outage, isOverWithTheFirstRoundAfterTheServerIsBack) {
   server->Start();
   options.port = server->port();
   WholeClient client(server->url());
+  ASSERT_TRUE(WholeClient::LoadReferenceData());
   client.Open(true);
   ASSERT_TRUE(client.AwaitAll(std::vector<std::uint64_t>(client.feeds().size()), 1));
 

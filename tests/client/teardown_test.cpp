@@ -53,6 +53,9 @@ TEST(Teardown, waitsForNoAnswerOfASilentServer) {
     const bool has_data = round % 2 == 0;
     server.SetFaults(has_data ? std::vector<std::string>() : std::vector<std::string>{"silence"});
     WholeClient client(server.url());
+    if (has_data) {
+      ASSERT_TRUE(WholeClient::LoadReferenceData());
+    }
     client.Open(has_data);
     if (has_data) {
       ASSERT_TRUE(client.AwaitAll(std::vector<std::uint64_t>(client.feeds().size()), 1)) << "round " << round;
@@ -90,11 +93,8 @@ TEST(Teardown, waitsForOneAnswerOfTheMorningsLoadAtMost) {
   market_server::Server server(ServerOptions("2024-03-15 09:13:50"));
   server.Start();
   WholeClient client(server.url());
+  ASSERT_TRUE(WholeClient::LoadReferenceData());
   client.Open(true);
-  std::atomic<int> loaded{-1};
-  GetStockCommon()->Init([&loaded](bool ok) { loaded = ok ? 1 : 0; });
-  ASSERT_TRUE(Await([&loaded] { return loaded != -1; }));
-  ASSERT_EQ(loaded, 1);
   ASSERT_TRUE(WholeClient::AwaitQuiet());
   server.SetFaults({"silence"});
   const std::uint64_t before = RequestsForLists();

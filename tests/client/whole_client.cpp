@@ -1,6 +1,7 @@
 #include "whole_client.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <list>
@@ -8,9 +9,6 @@
 #include <string_view>
 #include <thread>
 #include <utility>
-
-#include "host/calendar.h"
-#include "host/singleton.h"
 
 namespace client_test {
 namespace {
@@ -54,18 +52,9 @@ bool IsLongRun() {
   return value != nullptr && std::string_view(value) == "1";
 }
 
-WholeClient::WholeClient(std::string server_url) : server_url_(std::move(server_url)) {
-  StartHost();
-}
-
-WholeClient::~WholeClient() {
-  Close();
-  stock_host::Stop();
-}
-
-void WholeClient::StartHost() const {
+WholeClient::WholeClient(const std::string& server_url) {
   stock_host::Settings settings;
-  settings.api_root = server_url_;
+  settings.api_root = server_url;
   settings.key_id = kKeyId;
   settings.key = kKey;
   settings.data_directory = directory_.path() + "/data";
@@ -76,15 +65,17 @@ void WholeClient::StartHost() const {
       !stock_host::AddToWatchList(L"sz000001", error)) {
     throw std::runtime_error(error);
   }
-  // As after the start of the reference data: without a calendar most services would look every two seconds.
-  for (int year = 2020; year < 2040; ++year) {
-    pattern::CSingleton<common::LegalHoliday>::GetInstance()->SetHolidays(year, {});
-  }
 }
 
-void WholeClient::RestartHost() {
+WholeClient::~WholeClient() {
+  Close();
   stock_host::Stop();
-  StartHost();
+}
+
+bool WholeClient::LoadReferenceData() {
+  const auto outcome = std::make_shared<std::atomic<int>>(-1);
+  GetStockCommon()->Init([outcome](bool ok) { *outcome = ok ? 1 : 0; });
+  return Await([&outcome] { return *outcome >= 0; }) && *outcome == 1 && AwaitQuiet();
 }
 
 void WholeClient::Open(bool ask, const std::wstring& plate) {

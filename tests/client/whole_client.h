@@ -34,11 +34,15 @@ inline constexpr const char* kKey = "a secret of the test";
 class WholeClient {
  public:
   /// Starts the host services; sends nothing. Throws std::runtime_error when they cannot be started.
-  explicit WholeClient(std::string server_url);
+  explicit WholeClient(const std::string& server_url);
   /// Closes what is open and stops the host services.
   ~WholeClient();
   WholeClient(const WholeClient&) = delete;
   WholeClient& operator=(const WholeClient&) = delete;
+
+  /// Loads the reference data and learns the calendar, as a client does when it starts; false when the server
+  /// does not say. Without a calendar most services look every two seconds whether it is there.
+  [[nodiscard]] static bool LoadReferenceData();
 
   /// Makes every service and a view on each. With `ask` every view asks the server at once. `plate` is the
   /// plate whose members are shown.
@@ -65,18 +69,12 @@ class WholeClient {
   [[nodiscard]] const std::vector<std::unique_ptr<Feed>>& feeds() const { return feeds_; }
   [[nodiscard]] Feed& FeedNamed(const std::string& name) const;
 
-  /// Restarts the host services, with empty counters.
-  void RestartHost();
-
   /// The warnings and errors of the log from the line `from` on, without time and level; `from` moves behind
   /// them.
   [[nodiscard]] std::vector<std::string> WarningsFrom(std::size_t& from) const;
 
  private:
-  void StartHost() const;
-
   const cli::TemporaryDirectory directory_;
-  const std::string server_url_;
   std::vector<std::unique_ptr<Feed>> feeds_;
 };
 

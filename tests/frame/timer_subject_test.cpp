@@ -793,6 +793,46 @@ TEST_F(TimerSubject, newestWinsForEverybodyToo) {
   EXPECT_EQ(a.Updates(), Numbers{2});
 }
 
+// --- many keys
+// ----------------------------------------------------------------------------------------------------------
+
+struct CountedKey {
+  int number = 0;
+  static inline std::size_t compared = 0;
+
+  friend bool operator<(const CountedKey& left, const CountedKey& right) {
+    ++compared;
+    return left.number < right.number;
+  }
+  friend bool operator==(const CountedKey& left, const CountedKey& right) {
+    ++compared;
+    return left.number == right.number;
+  }
+};
+
+class ManyKeys : public frame::PolledSubject<ITimerSubject<FrameObserver, CountedKey, int>> {
+ public:
+  using PolledSubject::Tell;
+};
+
+// A telling walked over the views of all keys: 500 views of 500 keys cost a hundred times 50 of 50.
+TEST(TimerSubjectOfManyKeys, looksItsViewsUpByTheirKey) {
+  constexpr std::size_t kKeys = 500;
+  ManyKeys service;
+  std::vector<FrameRecorder> views(kKeys);
+  for (std::size_t key = 0; key < kKeys; ++key) {
+    service.Attach(&views[key]);
+    service.SetTarget(&views[key], {static_cast<int>(key)});
+    service.Resume(&views[key], false);
+  }
+  CountedKey::compared = 0;
+  EXPECT_TRUE(service.Tell({250}, 1, {}, [] { return std::make_shared<const int>(7); }));
+  EXPECT_LT(CountedKey::compared, kKeys / 2);
+  for (std::size_t key = 0; key < kKeys; ++key) {
+    EXPECT_EQ(views[key].Count(), key == 250 ? 1U : 0U) << key;
+  }
+}
+
 // --- the end of what is held
 // ----------------------------------------------------------------------------------------------------
 
