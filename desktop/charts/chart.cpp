@@ -5,12 +5,13 @@
 
 #include <QEvent>
 #include <QKeyEvent>
+#include <QRegularExpression>
 #include <algorithm>
 
 namespace desktop {
 namespace {
 
-constexpr int kMostLines = 3;  // of figures
+constexpr int kMostLines = 4;  // of figures
 constexpr int kAir = 4;        // pixels: signs of other fonts may be higher
 
 }  // namespace
@@ -81,11 +82,13 @@ std::vector<Figure> Chart::FiguresOf(const cli::StyledLine& line) {
 }
 
 void Chart::Show(const std::vector<Figure>& figures, const QString& more) {
+  static const QRegularExpression in_chinese(
+      QStringLiteral("(?<=\\S)(?=[^\\x00-\\x7F])"));  // no end of a line
   QString plain;
   QString coloured = QStringLiteral("<p style='white-space:pre-wrap'>");
   for (const Figure& figure : figures) {
     plain += figure.text;
-    coloured += Coloured(figure.text, figure.colour);
+    coloured += Coloured(QString(figure.text).replace(in_chinese, QChar(0x2060)), figure.colour);
   }
   figures_.setText(coloured);
   setAccessibleDescription(plain.simplified() + more);

@@ -11,7 +11,9 @@ namespace tests {
 
 class VirtualDisplay {
  public:
-  /// `more`: further arguments of Xvfb. Sets DISPLAY.
+  /// `more`: further arguments of Xvfb. Sets DISPLAY, and that there is no session bus: for a display without
+  /// one it would be started by a fork, whose child can wait for ever where a sanitizer holds the locks of
+  /// another thread.
   explicit VirtualDisplay(const QStringList& more = {}) {
     // It picks a free number, and goes with its last client, so that a test that crashes leaves none.
     server_.start(QStringLiteral("Xvfb"), QStringList{QStringLiteral("-displayfd"), QStringLiteral("1"),
@@ -25,6 +27,7 @@ class VirtualDisplay {
       }
     }
     qputenv("DISPLAY", ":" + server_.readLine().trimmed());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
   }
   ~VirtualDisplay() {
     server_.terminate();

@@ -2,6 +2,11 @@
 
 #include <qwt_plot_marker.h>
 
+#include <QAbstractTextDocumentLayout>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+
 #include "cli/format/words.h"
 #include "desktop/charts/flow_bars.h"
 #include "market_data.h"
@@ -114,6 +119,33 @@ TEST(FlowBars, showAmountsAndNetsOfThreePeriods) {
   EXPECT_EQ(sets[2].set, QVector<double>({5, 6, 7, 8}));
   chart.SetFlows({L"sh600000", 0, {}, {}, {}});
   EXPECT_FALSE(chart.HasPicture());
+}
+
+TEST(FlowBars, sayWhatTheBarsAreInANarrowPaneToo) {
+  FlowBars chart;
+  ShowIn(chart, 245, 190);
+  chart.SetFlows({L"sh688553",
+                  1,
+                  {9'000'000'000, 4'000'000'000, 3'000'000'000, 5'000'000'000},
+                  {9'000'000'000, 4'400'000'000, 3'000'000'000, 5'000'000'000},
+                  {9'000'000'000, 4'401'000'000, 3'000'000'000, 5'000'000'000}});
+  const QLabel& figures = *chart.findChild<QLabel*>();
+  EXPECT_LE(figures.heightForWidth(figures.width()), figures.height());
+
+  // A line ends at a blank, never before the unit of a figure.
+  QTextDocument document;
+  document.setHtml(figures.text());
+  for (int width = 120; width <= 300; width += 10) {
+    document.setTextWidth(width);
+    document.documentLayout()->documentSize();
+    const QTextBlock block = document.firstBlock();
+    EXPECT_GT(block.layout()->lineCount(), 1);
+    for (int line = 1; line < block.layout()->lineCount(); ++line) {
+      const int start = block.layout()->lineAt(line).textStart();
+      EXPECT_TRUE(block.text().at(start - 1).isSpace())
+          << width << " " << block.text().mid(start).toStdString();
+    }
+  }
 }
 
 TEST(Charts, speakChineseOnceThatIsChosen) {
