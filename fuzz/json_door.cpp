@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -32,25 +33,23 @@ void Require(bool condition) {
 
 void RequireSame(const QJsonValue& bare, const Value& value);
 
-// By itself it would lose a byte-order mark in front.
-QString TextOf(const std::wstring& text) {
-  return QString::fromStdWString(L"x" + text).mid(1);
-}
-
 void RequireSame(const QJsonObject& bare, const Object& object) {
   // Walked, not looked up: the bare parser does not find every key that it holds.
+  std::map<QString, QJsonValue> expected;
   for (auto member = bare.begin(); member != bare.end(); ++member) {
-    if (TextOf(member.key().toStdWString()) != member.key()) {
+    const QString key = member.key();
+    if (QString::fromStdWString(key.toStdWString()) != key) {
       return;  // a lone surrogate reads as another text
     }
+    expected.insert_or_assign(key, member.value());
   }
-  auto next = bare.begin();
+  auto next = expected.begin();
   object.ForEach([&](std::string_view key, const Value& value) {
-    Require(next != bare.end() && next.key() == TextOf(request::json::WideKey(key)));
-    RequireSame(next.value(), value);
+    Require(next != expected.end() && next->first == QString::fromStdWString(request::json::WideKey(key)));
+    RequireSame(next->second, value);
     ++next;
   });
-  Require(next == bare.end());
+  Require(next == expected.end());
 }
 
 void RequireSame(const QJsonArray& bare, const Array& array) {
@@ -135,11 +134,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(by_qt.Error() == error.error);
   RequireSame(plain_first.Root(), by_qt.Root());
   RequireSame(plain_first.RootArray(), by_qt.RootArray());
-  // Of repeated keys the bare parser keeps any, and it takes some for equal that differ behind a NUL only.
+  // Of repeated keys the bare parser keeps any, it takes some for equal that differ behind a NUL only, and
+  // shows others without the byte-order mark by which it sorts them.
   const std::string_view bytes(text, size);
-  const bool has_nul =
-      bytes.find('\0') != std::string_view::npos || bytes.find("\\u0000") != std::string_view::npos;
-  if (!has_nul && !RepeatsKeys(by_qt.Root()) && !RepeatsKeys(by_qt.RootArray())) {
+  const auto has = [bytes](std::string_view odd) { return bytes.find(odd) != std::string_view::npos; };
+  if (!has({"\0", 1}) && !has("\\u0000") && !has("\xEF\xBB\xBF") && !RepeatsKeys(by_qt.Root()) &&
+      !RepeatsKeys(by_qt.RootArray())) {
     RequireSame(bare.object(), by_qt.Root());
     RequireSame(bare.array(), by_qt.RootArray());
   }
