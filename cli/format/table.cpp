@@ -86,6 +86,13 @@ StyledLine Fitted(const StyledLine& line, int width) {
   return fitted;
 }
 
+StyledLine WholeCells(StyledLine line, int width) {
+  while (line.size() > 1 && DisplayWidth(line) > width) {
+    line.pop_back();
+  }
+  return line;
+}
+
 int DisplayWidth(const StyledLine& line) {
   int width = 0;
   for (const Cell& cell : line) {

@@ -30,8 +30,8 @@ constexpr KeyHint kOwnKeys[] = {
     {"r", "ask again now"},
     {"j k g G", "down, up, first, last"},
     {"mouse",
-     "wheel: scroll; click: a page, a row (again: as Enter), the head of a column to order by it; with "
-     "Shift it marks text as usual"},
+     "wheel: scroll; click: a page, a row (again: as Enter), the head of a column to order by it, a "
+     "minute or a candle to read it; with Shift it marks text as usual"},
     {"?", "these keys and what the columns say; ↑↓ scroll, any other key closes them"},
     {"q, Ctrl-C", "quit"}};
 
@@ -457,6 +457,9 @@ StyledLine Screen::HintLine() const {
   if (!told_.empty()) {
     return {{told_, Tone::kWarning}};
   }
+  if (helps_) {
+    return {{"↑ ↓ scroll   any other key closes", Tone::kDim}};
+  }
   if (finder_) {
     return {{"Enter selects   ↑ ↓ another one   Esc back", Tone::kDim}};
   }
@@ -516,7 +519,7 @@ std::vector<StyledLine> Screen::Picture(const ScreenHead& head, Panel::Clock::ti
   constexpr std::string_view kAlways = "/ find  ? keys  q quit";
   const StyledLine tabs = Tabs();
   const bool fits = DisplayWidth(tabs) + DisplayWidth(kAlways) < size_.columns;
-  lines.push_back(fits || finder_ || !told_.empty() ? HintLine() : WithKeys(HintLine(), "? keys"));
+  lines.push_back(fits || finder_ || helps_ || !told_.empty() ? HintLine() : WithKeys(HintLine(), "? keys"));
   lines.push_back(fits ? WithKeys(tabs, std::string(kAlways)) : tabs);
   for (StyledLine& line : lines) {
     line = Fitted(line, size_.columns);

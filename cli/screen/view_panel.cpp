@@ -168,7 +168,7 @@ PagedList* PagesOf(View& view) {
 }  // namespace
 
 ListPanel::ListPanel(PanelContext& context, std::unique_ptr<View> shown, Steps steps)
-    : ViewPanel(context, std::move(shown)), paged_(PagesOf(view())), steps_(steps) {
+    : ViewPanel(context, std::move(shown)), paged_(PagesOf(view())), steps_(steps), take_(context.select) {
   view().OnArrivals([this] { OnRows(); });
 }
 
@@ -244,7 +244,7 @@ bool ListPanel::OnKey(const Key& key) {
   const bool is_taken =
       key.kind == KeyKind::kEnter || (is_moved && key.kind == KeyKind::kClick && cursor_.row() == before);
   if (const auto security = is_taken ? AtCursor() : std::nullopt) {
-    context().select(*security);
+    take_(*security);
   }
   return is_moved || is_taken;
 }
