@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/plot/axes.h"
+
 namespace cli {
 
 /// True when colours are wanted on `fd`: a terminal that can show them, and neither `--no-color` nor
@@ -14,11 +16,6 @@ namespace cli {
 
 class Terminal {
  public:
-  struct Size {
-    int columns = 80;
-    int rows = 24;
-  };
-
   /// Switches `out` to a screen of its own and, if `in` is a terminal, takes keys one by one without echo.
   /// Ctrl-C and its like go on making signals. A crash of the process gives the screen back, too.
   Terminal(int in, int out);
@@ -30,9 +27,9 @@ class Terminal {
   void Leave();
   void Enter();
 
-  [[nodiscard]] Size size() const { return SizeOf(out_); }
+  [[nodiscard]] ChartSize size() const { return SizeOf(out_); }
   /// Of the terminal `fd`; 80 by 24 for what is none.
-  [[nodiscard]] static Size SizeOf(int fd);
+  [[nodiscard]] static ChartSize SizeOf(int fd);
 
  private:
   const int in_;

@@ -60,23 +60,19 @@ int RowsOf(const Key& key) {
   return IsMouse(key) && key.kind != KeyKind::kClick ? kWheelRows : 1;
 }
 
+using Letter = std::pair<Key, KeyKind>;
+constexpr Letter kLetters[] = {{Typed(U'j'), KeyKind::kDown},
+                               {Typed(U'k'), KeyKind::kUp},
+                               {Typed(U'g'), KeyKind::kHome},
+                               {Typed(U'G'), KeyKind::kEnd}};
+
 // What a panel that does not know a letter or the wheel may know as a key.
 Key Plain(const Key& key) {
   if (RowsOf(key) > 1) {
     return {key.kind == KeyKind::kWheelUp ? KeyKind::kUp : KeyKind::kDown};
   }
-  switch (key.kind == KeyKind::kCharacter ? key.character : U'\0') {
-    case U'j':
-      return {KeyKind::kDown};
-    case U'k':
-      return {KeyKind::kUp};
-    case U'g':
-      return {KeyKind::kHome};
-    case U'G':
-      return {KeyKind::kEnd};
-    default:
-      return key;
-  }
+  const auto letter = std::ranges::find(kLetters, key, &Letter::first);
+  return letter == std::end(kLetters) ? key : Key{letter->second};
 }
 
 // What `effect` says beside `keys`, in as many lines as it takes.

@@ -95,28 +95,11 @@ std::vector<KeyHint> ViewPanel::KnobHints() const {
 
 bool ViewPanel::OnKey(const Key& key) {
   const std::size_t last = count_ - std::min(count_, room_);
-  switch (key.kind) {
-    case KeyKind::kUp:
-      first_ -= std::min<std::size_t>(first_, 1);
-      break;
-    case KeyKind::kDown:
-      first_ = std::min(first_ + 1, last);
-      break;
-    case KeyKind::kPageUp:
-      first_ -= std::min(first_, room_);
-      break;
-    case KeyKind::kPageDown:
-      first_ = std::min(first_ + room_, last);
-      break;
-    case KeyKind::kHome:
-      first_ = 0;
-      break;
-    case KeyKind::kEnd:
-      first_ = last;
-      break;
-    default:
-      return TurnKnob(key);
+  const std::optional<std::ptrdiff_t> place = PlaceAfter(key, first_, room_, last);
+  if (!place) {
+    return TurnKnob(key);
   }
+  first_ = std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(*place, 0)), last);
   context_.views.changed();
   return true;
 }
