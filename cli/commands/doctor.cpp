@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "c_stock_market.h"
 #include "cli/commands/options.h"

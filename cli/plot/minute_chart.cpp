@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <limits>
-#include <string>
 #include <utility>
 
 #include "cli/format/china_time.h"

@@ -5,9 +5,9 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <string_view>
 
 namespace cli {
 namespace {

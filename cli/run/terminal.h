@@ -2,10 +2,6 @@
 // main thread only. Colours are format/palette.h's.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "cli/plot/axes.h"
 
 namespace cli {

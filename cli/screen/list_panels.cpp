@@ -1,6 +1,5 @@
 // Panels of lists that do more than show themselves: the plates with their stocks, and the user's own list.
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>

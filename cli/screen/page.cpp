@@ -1,8 +1,6 @@
 #include "cli/screen/page.h"
 
 #include <algorithm>
-#include <numeric>
-#include <utility>
 
 #include "cli/screen/view_panel.h"
 #include "cli/views/market_views.h"

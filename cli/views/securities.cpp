@@ -4,7 +4,6 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <locale>
 #include <stdexcept>
-#include <utility>
 
 #include "cli/format/text.h"
 #include "host/text.h"

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <list>
 #include <optional>
 #include <string>
 #include <vector>
