@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "c_stock_market.h"
 #include "cli/commands/options.h"
@@ -41,30 +40,16 @@ constexpr const char* kExamples = R"(Examples:
 A line for each thing: ok, warning or FAILED, what was looked at and, when something is wrong, what to do. Then what the
 requests of this look came to, endpoint by endpoint. The exit code is 1 when anything FAILED.)";
 
+// In the order of the values.
+constexpr std::string_view kStateNames[] = {"ok", "warning", "FAILED"};
+constexpr std::string_view kConnectionNames[] = {"idle", "live", "failing", "no server"};
+
 std::string_view NameOf(State state) {
-  switch (state) {
-    case State::kGood:
-      return "ok";
-    case State::kWarning:
-      return "warning";
-    case State::kFailed:
-      break;
-  }
-  return "FAILED";
+  return kStateNames[static_cast<std::size_t>(state)];
 }
 
 std::string_view NameOf(stock_host::Connection connection) {
-  switch (connection) {
-    case stock_host::Connection::kIdle:
-      return "idle";
-    case stock_host::Connection::kLive:
-      return "live";
-    case stock_host::Connection::kNoServer:
-      return "no server";
-    case stock_host::Connection::kFailing:
-      break;
-  }
-  return "failing";
+  return kConnectionNames[static_cast<std::size_t>(connection)];
 }
 
 struct FailureKind {

@@ -15,25 +15,20 @@ struct Entry {
   std::string path;  ///< "rank stocks"; empty: csm itself
   std::string summary;
   Form form;
-  bool runs = false;
 };
 
 void Collect(const std::vector<Command>& commands, const std::string& before, std::vector<Entry>& entries) {
   for (const Command& command : commands) {
-    Entry& entry = entries.emplace_back();
-    entry.path = before + std::string(command.name);
-    entry.summary = command.summary;
-    entry.runs = static_cast<bool>(command.set_up(entry.form));
-    // The vector may move.
-    const std::string path = entry.path + " ";
-    const std::vector<Command> inner = entry.form.commands;
-    Collect(inner, path, entries);
+    Entry entry{before + std::string(command.name), std::string(command.summary), {}};
+    static_cast<void>(command.set_up(entry.form));
+    entries.push_back(entry);
+    Collect(entry.form.commands, entry.path + " ", entries);
   }
 }
 
 std::vector<Entry> AllCommands() {
   std::vector<Entry> entries(1);
-  entries.front().runs = static_cast<bool>(SetUpLive(entries.front().form));
+  static_cast<void>(SetUpLive(entries.front().form));
   Collect(Commands(), "", entries);
   return entries;
 }

@@ -1,14 +1,12 @@
 #include "cli/commands/commands.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 
 #include "cli/commands/options.h"
 #include "cli/format/table.h"
@@ -34,21 +32,11 @@ Ctrl-C or SIGTERM ends the server.)";
 
 struct ServeOptions {
   market_server::Options server;
-  std::string control_port;
   bool unsigned_too = false;
   bool list = false;
 };
 
-template <class Port>
-Take IntoPort(Port& port) {
-  return [&port](const std::string& text) {
-    const std::optional<std::uint64_t> number = ReadCount(text);
-    if (!number || *number > 65535) {
-      throw UsageError("a port is a number from 0 to 65535");
-    }
-    port = static_cast<std::uint16_t>(*number);
-  };
-}
+constexpr int kLastPort = 65535;
 
 bool IsLoopback(const std::string& address) {
   return address.rfind("127.", 0) == 0 || address == "::1" || address == "localhost";
@@ -57,17 +45,13 @@ bool IsLoopback(const std::string& address) {
 // A key file as clients read it, for this user alone.
 std::string WriteKeyFile(const TemporaryDirectory& directory, const market_server::Server& server) {
   std::string path = directory.path() + "/key";
-  const std::string text = "key_id = " + server.key_id() + "\nkey = " + server.key() + "\n";
-  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  const bool written = fd >= 0 && write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-  const int error = errno;
-  if (fd >= 0) {
-    close(fd);
+  std::ofstream file(path);  // in a directory for this user alone
+  file << "key_id = " << server.key_id() << "\nkey = " << server.key() << std::endl;
+  if (!file) {
+    throw std::runtime_error("cannot write the key file \"" + path + "\"");
   }
-  if (!written) {
-    throw std::runtime_error("cannot write the key file \"" + path +
-                             "\": " + std::generic_category().message(error));
-  }
+  std::filesystem::permissions(path,
+                               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   return path;
 }
 
@@ -100,9 +84,6 @@ int Serve(const ServeOptions& options) {
   }
   market_server::Options server_options = options.server;
   server_options.check_signatures = !options.unsigned_too;
-  if (!options.control_port.empty()) {
-    server_options.control_port = static_cast<std::uint16_t>(std::stoul(options.control_port));
-  }
   // With a key of the user's own, clients of the same user need to be told nothing.
   const stock_host::Settings settings = stock_host::LoadSettings();
   const bool has_key = !settings.key_id.empty() && !settings.key.empty();
@@ -138,7 +119,7 @@ int Serve(const ServeOptions& options) {
 Runner SetUpServe(Form& form) {
   const auto options = std::make_shared<ServeOptions>();
   market_server::Options& server = options->server;
-  form.Add("--port PORT", "port to listen on; 0: any free one", IntoPort(server.port)).standard =
+  form.Add("--port PORT", "port to listen on; 0: any free one", Into(server.port, 0, kLastPort)).standard =
       std::to_string(server.port);
   form.Add("--bind ADDRESS", "address to listen on; any but this one is open to other machines",
            Into(server.bind))
@@ -149,7 +130,7 @@ Runner SetUpServe(Form& form) {
   form.Add("--access-log FILE", "file for a line per answer, - for standard error", Into(server.access_log));
   form.Add("--control-port PORT",
            "port on 127.0.0.1 where faults and clock can be changed; 0: any free one. Default: none",
-           IntoPort(server.control_port));
+           Into(server.control_port, 0, kLastPort));
   form.AddFlag("--unsigned", "answer requests without a signature, too", options->unsigned_too);
   form.AddFlag("--list", "list the scenarios and faults, and end", options->list);
   AddSimulationOptions(form, server);

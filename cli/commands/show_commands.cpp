@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "cli/commands/options.h"
@@ -27,6 +27,7 @@ constexpr double kSecondsWithoutTerminal = 10;
 
 using AddOptions = void (*)(Form& form, Chosen& chosen);
 using WhatIsShown = Shown (*)(const Chosen& chosen);
+using SetUp = std::function<Runner(Form&)>;
 
 std::string ColumnsList(Choices columns) {
   return ListOf("Columns to order by", columns) + "\n\n";
@@ -43,41 +44,39 @@ ChartSize ChartOn(const Chosen& chosen) {
   constexpr int kMostRows = 40;  // higher charts of a day are no clearer
   ChartSize size;
   if (isatty(STDOUT_FILENO) == 1) {
-    const Terminal::Size terminal = Terminal::SizeOf(STDOUT_FILENO);
-    size = {terminal.columns, std::min(terminal.rows - kPromptRows, kMostRows)};
+    size = Terminal::SizeOf(STDOUT_FILENO);
+    size.rows = std::min(size.rows - kPromptRows, kMostRows);
   }
   return {chosen.chart.columns > 0 ? chosen.chart.columns : size.columns,
           chosen.chart.rows > 0 ? chosen.chart.rows : size.rows};
 }
 
-// A command that ends when it has shown its view.
-std::function<Runner(Form&)> Once(AddOptions add, WhatIsShown shown, const std::string& footer) {
+// A command that shows what `shown` makes of what was chosen, by `run`; that lives until the run is over.
+SetUp Showing(AddOptions add, WhatIsShown shown, const std::string& footer,
+              int (*run)(const ShowOptions& options, const Shown& shown)) {
   return [=](Form& form) -> Runner {
     const auto chosen = std::make_shared<Chosen>();
     add(form, *chosen);
     form.footer = footer;
-    return [chosen, shown] {
+    return [=] {
       if (chosen->plot) {
         chosen->show.chart = ChartOn(*chosen);
       }
-      return ShowOnce(chosen->show, shown(*chosen));
+      return run(chosen->show, shown(*chosen));
     };
   };
 }
 
-// A command that goes on, on a screen of its own where there is one.
-std::function<Runner(Form&)> Following(AddOptions add, WhatIsShown shown, const std::string& footer,
-                                       bool has_screen = true) {
-  return [=](Form& form) -> Runner {
-    const auto chosen = std::make_shared<Chosen>();
-    add(form, *chosen);
-    form.footer = footer;
-    return [chosen, shown, has_screen] {
-      const ShowOptions& options = chosen->show;
-      return has_screen && IsForLiveScreen(options) ? RunViewsOnScreen(options, shown(*chosen))
-                                                    : Follow(options, shown(*chosen));
-    };
-  };
+// One that ends when it has shown its view.
+SetUp Once(AddOptions add, WhatIsShown shown, const std::string& footer) {
+  return Showing(add, shown, footer, &ShowOnce);
+}
+
+// One that goes on, on a screen of its own where there is one.
+SetUp Following(AddOptions add, WhatIsShown shown, const std::string& footer) {
+  return Showing(add, shown, footer, [](const ShowOptions& options, const Shown& what) {
+    return IsForLiveScreen(options) ? RunViewsOnScreen(options, what) : Follow(options, what);
+  });
 }
 
 template <class MakeView>
@@ -100,23 +99,27 @@ Shown Of(Needs needs, Arguments... arguments) {
   });
 }
 
-// A view for each symbol, each once; `check` gives the reason why there is none of a security.
-template <class MakeView, class Check>
-Shown ForSymbols(const Chosen& chosen, MakeView make, Check check) {
+template <class ViewType>
+std::unique_ptr<View> Make(const ViewContext& context) {
+  return std::make_unique<ViewType>(context);
+}
+
+// A view for each symbol, each once.
+template <class MakeView>
+Shown ForSymbols(const Chosen& chosen, MakeView make) {
   Shown shown;
   shown.needs = Needs::kNames;
-  shown.make = [symbols = chosen.symbols, make, check](const ViewContext& context, IStockCommon& reference) {
+  shown.make = [&chosen, make](const ViewContext& context, IStockCommon& reference) {
     Views views;
-    std::vector<std::wstring> met;
-    for (const std::string& symbol : symbols) {
+    std::set<std::wstring> met;
+    for (const std::string& symbol : chosen.symbols) {
       const Security security = FindSecurity(reference, symbol);
-      if (const std::string why = check(security); !why.empty()) {
-        throw std::runtime_error(why);
-      }
-      if (std::find(met.begin(), met.end(), security.code) == met.end()) {
-        met.push_back(security.code);
+      if (met.insert(security.code).second) {
         views.push_back(make(context));
         views.back()->Select(security);
+        if (const std::string why = views.back()->WhyNothingToAsk(); !why.empty()) {
+          throw std::runtime_error(why);
+        }
       }
     }
     return views;
@@ -135,8 +138,8 @@ std::uint32_t CheckedDay(std::uint32_t date) {
 
 template <class MakeView>
 Shown OfDay(const Chosen& chosen, MakeView make) {
-  Shown shown = One(Needs::kCalendar, [date = chosen.date, make](const ViewContext& context, IStockCommon&) {
-    return make(context, CheckedDay(date));
+  Shown shown = One(Needs::kCalendar, [&chosen, make](const ViewContext& context, IStockCommon&) {
+    return make(context, CheckedDay(chosen.date));
   });
   shown.says_session = chosen.date == 0;
   return shown;
@@ -278,7 +281,7 @@ Shown Indices(const Chosen& /*chosen*/) {
 std::vector<Command> ShowCommands() {
   return {
       {"index", "Quotes of the three headline indices",
-       Following(&AddWatchOptions, &Indices, R"(Examples:
+       Showing(&AddWatchOptions, &Indices, R"(Examples:
   csm index                           three lines every three seconds, until Ctrl-C
   csm index --count 1                 the quotes of this moment
   csm index --json --for 60           a minute of JSON lines
@@ -288,23 +291,14 @@ std::vector<Command> ShowCommands() {
 A JSON line:
   {"service":"index_market","key":"","time":"2026-11-20T09:30:03+08:00","data":[{"code":"sh000001",...}]}
 "time" is the server's. A figure that the server sent as null is null, and has its bit in "null_flags".)",
-                 false)},
+               &Follow)},
       {"quote", "Figures and order book of single securities",
        Following(
            [](Form& f, Chosen& c) {
              AddSymbolTexts(f, c, "stocks or indices: sh600000, 600000 or a name", true);
              AddWatchOptions(f, c);
            },
-           [](const Chosen& c) {
-             return ForSymbols(
-                 c, [](const ViewContext& context) { return std::make_unique<QuoteView>(context); },
-                 [](const Security& security) {
-                   return security.type == stock::kSymbolPlate
-                              ? NameText(security) +
-                                    " is a plate: csm plates shows its quote, csm plate its stocks"
-                              : std::string();
-                 });
-           },
+           [](const Chosen& c) { return ForSymbols(c, &Make<QuoteView>); },
            R"(Examples:
   csm quote sh600000                      figures and order book, redrawn in place; q ends it
   csm quote 600000 000001 sh000001        several; an index shows its members in place of a book
@@ -354,9 +348,8 @@ since the update before; in JSON "directions" says it.)")},
            },
            [](const Chosen& c) {
              Shown shown = List<MembersView>(c, Needs::kLists);
-             shown.make = [make = shown.make, text = c.text](const ViewContext& context,
-                                                             IStockCommon& reference) {
-               const Security plate = FindSecurity(reference, text);
+             shown.make = [&c, make = shown.make](const ViewContext& context, IStockCommon& reference) {
+               const Security plate = FindSecurity(reference, c.text);
                if (plate.type != stock::kSymbolPlate) {
                  throw std::runtime_error(NameText(plate) + " is no plate");
                }
@@ -376,7 +369,7 @@ plates.)")},
       {"rank", "The first stocks or plates by a column", &SetUpRank},
       {"items", "Code and name of a whole board, in an order", &SetUpItems},
       {"state", "The phase of the market",
-       Following(
+       Showing(
            &AddWatchOptions,
            [](const Chosen&) {
              // Made only when the server's clock is known: the service's thread wakes by that clock.
@@ -390,7 +383,7 @@ plates.)")},
   csm state --clock 09:10 --speed 60      a simulated day goes by in six minutes
 
 The time beside the caption is that of the close or of the break while the market rests.)",
-           false)},
+           &Follow)},
       {"calendar", "Trading days and holidays of a year",
        Once(
            [](Form& f, Chosen& c) {
@@ -427,9 +420,8 @@ A holiday is a day from Monday to Friday without trading.)")},
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {
-             return OfFound(Needs::kLists, [name = c.list_name, kind = c.kind](IStockCommon& reference) {
-               return FindList(reference, name, kind);
-             });
+             return OfFound(Needs::kLists,
+                            [&c](IStockCommon& all) { return FindList(all, c.list_name, c.kind); });
            },
            R"(Examples:
   csm lists stocks              all stocks; KIND 2 Shanghai, 3 Shenzhen, 4 GEM, 5 SME
@@ -447,9 +439,8 @@ The type of a stock is its board: 1 other, 4 GEM, 5 SME, 6 main board. That of a
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {
-             return OfFound(Needs::kLists, [text = c.text, limit = c.limit](IStockCommon& reference) {
-               return FindSecurities(reference, text, limit);
-             });
+             return OfFound(Needs::kLists,
+                            [&c](IStockCommon& all) { return FindSecurities(all, c.text, c.limit); });
            },
            R"(Examples:
   csm find 6000                 codes that begin with 6000, after sh or sz or without them
@@ -465,9 +456,7 @@ The closest come first: a whole code, name or initials, then a beginning, then a
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {
-             return OfFound(Needs::kLists, [text = c.text](IStockCommon& reference) {
-               return FindPlatesOf(reference, text);
-             });
+             return OfFound(Needs::kLists, [&c](IStockCommon& all) { return FindPlatesOf(all, c.text); });
            },
            R"(Examples:
   csm plates-of sh600000           code and name of every plate
@@ -484,14 +473,11 @@ The closest come first: a whole code, name or initials, then a beginning, then a
              AddPlotOptions(f, c);
            },
            [](const Chosen& c) {
-             Shown shown = ForSymbols(
-                 c,
-                 [date = c.date, days = c.days](const ViewContext& context) {
-                   auto view = std::make_unique<MinuteLineView>(context);
-                   view->SelectDays(days > 1 ? date : CheckedDay(date), days);
-                   return view;
-                 },
-                 [](const Security&) { return std::string(); });
+             Shown shown = ForSymbols(c, [&c](const ViewContext& context) {
+               auto view = std::make_unique<MinuteLineView>(context);
+               view->SelectDays(c.days > 1 ? c.date : CheckedDay(c.date), c.days);
+               return view;
+             });
              shown.says_session = c.date == 0;
              return shown;
            },
@@ -516,16 +502,9 @@ previous close of the first day that is shown. In the chart the dotted line is t
              AddPlotOptions(f, c);
            },
            [](const Chosen& c) {
-             Shown shown = ForSymbols(
-                 c,
-                 [c](const ViewContext& context) {
-                   return std::make_unique<KLineView>(context, c.period, c.adjustment, c.last);
-                 },
-                 [](const Security& security) {
-                   return security.type == stock::kSymbolPlate
-                              ? "there are no candles of plates; " + NameText(security) + " is one"
-                              : std::string();
-                 });
+             Shown shown = ForSymbols(c, [&c](const ViewContext& context) {
+               return std::make_unique<KLineView>(context, c.period, c.adjustment, c.last);
+             });
              shown.needs = Needs::kLists;  // with the versions of the packages
              shown.says_session = true;
              return shown;
@@ -547,8 +526,8 @@ lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)")
              AddLast(f, c, "only the newest N events");
            },
            [](const Chosen& c) {
-             return OfDay(c, [last = c.last](const ViewContext& context, std::uint32_t date) {
-               return std::make_unique<EventsView>(context, date, last);
+             return OfDay(c, [&c](const ViewContext& context, std::uint32_t date) {
+               return std::make_unique<EventsView>(context, date, c.last);
              });
            },
            R"(Examples:
@@ -563,11 +542,7 @@ lines are the averages over 5 (bright), 10 (yellow), 20 and 60 (dim) candles.)")
              AddQueryOptions(f, c);
            },
            [](const Chosen& c) {
-             Shown shown = ForSymbols(
-                 c, [](const ViewContext& context) { return std::make_unique<FlowView>(context); },
-                 [](const Security& security) {
-                   return security.type == stock::kSymbolStock ? std::string() : NoFlowsText(security);
-                 });
+             Shown shown = ForSymbols(c, &Make<FlowView>);
              shown.says_session = true;
              return shown;
            },

@@ -41,23 +41,8 @@ StyledLine Cut(const StyledLine& line, int width) {
   return cut;
 }
 
-const char* SequenceOf(Tone tone) {
-  switch (tone) {
-    case Tone::kPlain:
-      break;
-    case Tone::kStrong:
-      return "\x1b[1m";
-    case Tone::kDim:
-      return "\x1b[2m";
-    case Tone::kRise:
-      return "\x1b[31m";
-    case Tone::kFall:
-      return "\x1b[32m";
-    case Tone::kWarning:
-      return "\x1b[33m";
-  }
-  return "";
-}
+// Of the tones, in their order.
+constexpr const char* kSequences[] = {"", "\x1b[1m", "\x1b[2m", "\x1b[31m", "\x1b[32m", "\x1b[33m"};
 
 }  // namespace
 
@@ -84,6 +69,13 @@ StyledLine Fitted(const StyledLine& line, int width) {
   StyledLine fitted = Cut(line, width);
   fitted.push_back({std::string(static_cast<std::size_t>(std::max(width - DisplayWidth(fitted), 0)), ' ')});
   return fitted;
+}
+
+StyledLine WholeCells(StyledLine line, int width) {
+  while (line.size() > 1 && DisplayWidth(line) > width) {
+    line.pop_back();
+  }
+  return line;
 }
 
 int DisplayWidth(const StyledLine& line) {
@@ -220,7 +212,7 @@ std::string Palette::Paint(std::string_view text, Tone tone) const {
   if (!colour_ || tone == Tone::kPlain || text.empty()) {
     return std::string(text);
   }
-  return SequenceOf(tone) + std::string(text) + "\x1b[0m";
+  return kSequences[static_cast<std::size_t>(tone)] + std::string(text) + "\x1b[0m";
 }
 
 }  // namespace cli

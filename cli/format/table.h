@@ -45,6 +45,9 @@ void TrimEnd(StyledLine& line);
 /// `line` in exactly `width` columns: cut, or filled up with blanks.
 [[nodiscard]] StyledLine Fitted(const StyledLine& line, int width);
 
+/// `line` without those of its last cells that `width` columns have no room for; the first stays in any case.
+[[nodiscard]] StyledLine WholeCells(StyledLine line, int width);
+
 /// Columns that a terminal needs for `line`.
 [[nodiscard]] int DisplayWidth(const StyledLine& line);
 

@@ -28,9 +28,7 @@ void ForEachCharacter(std::string_view text, Visitor&& visit) {
   for (std::size_t left = text.size(); left > 0;) {
     ucs4_t c = kReplacement;
     const auto length = static_cast<std::size_t>(u8_mbtouc(&c, next, left));
-    if (!visit(c, length)) {
-      return;
-    }
+    visit(c, length);
     next += length;
     left -= length;
   }
@@ -74,10 +72,7 @@ std::string Utf8(std::wstring_view text) {
 std::string ValidUtf8(std::string_view text) {
   std::string valid;
   valid.reserve(text.size());
-  ForEachCharacter(text, [&](ucs4_t c, std::size_t) {
-    Append(valid, c);
-    return true;
-  });
+  ForEachCharacter(text, [&](ucs4_t c, std::size_t) { Append(valid, c); });
   return valid;
 }
 
@@ -92,7 +87,6 @@ std::string Printable(std::string_view text) {
     } else {
       Append(printable, c);
     }
-    return true;
   });
   return printable;
 }
@@ -102,12 +96,7 @@ std::string Printable(std::wstring_view text) {
 }
 
 int DisplayWidth(std::string_view text) {
-  int width = 0;
-  ForEachCharacter(text, [&](ucs4_t c, std::size_t) {
-    width += WidthOf(c);
-    return true;
-  });
-  return width;
+  return u8_width(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), "UTF-8");
 }
 
 std::string Clip(std::string_view text, int width) {
@@ -124,7 +113,6 @@ std::string Clip(std::string_view text, int width) {
     if (used < width) {
       cut = bytes;
     }
-    return used <= width;
   });
   if (used <= width) {
     return std::string(text);

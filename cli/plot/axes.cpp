@@ -9,11 +9,7 @@ namespace cli {
 namespace {
 
 constexpr int kLabelledRows = 5;
-
-// The column of a minute in an area that is one day wide.
-int ColumnAt(const Area& area, int minute) {
-  return area.column + minute * (area.columns - 1) / kSessionMinutes;
-}
+constexpr int kDotDistance = 3;  // of a dotted curve
 
 void DrawSideLine(Canvas& canvas, const Area& area, int column, const std::vector<SideLabel>& labels,
                   const char* mark) {
@@ -84,6 +80,10 @@ void DrawBottomAxis(Canvas& canvas, const Area& area, const std::vector<BottomLa
   }
 }
 
+int ColumnAt(const Area& area, int minute) {
+  return area.column + minute * (area.columns - 1) / kSessionMinutes;
+}
+
 std::vector<BottomLabel> SessionLabels(const Area& area) {
   return {{ColumnAt(area, 0), "09:30"},
           {ColumnAt(area, kSessionMinutes), "15:00"},
@@ -113,15 +113,27 @@ void DrawCurve(Canvas& canvas, const Area& area, const Scale& scale, const Curve
     }
     const auto x = [&](const SessionPoint& at) { return left + at.minute * (dots - 1) / kSessionMinutes; };
     const auto y = [&](const SessionPoint& at) { return top + scale.DotAt(at.value); };
-    if (before == nullptr || curve.dotted) {
-      if (!curve.dotted || x(point) % 3 == 0) {
-        canvas.Dot(x(point), y(point), curve.tone);
+    const SessionPoint& from = before == nullptr ? point : *before;
+    if (!curve.dotted) {
+      canvas.Line(x(from), y(from), x(point), y(point), curve.tone);
+    }
+    for (int dot = x(from); curve.dotted && dot <= x(point); ++dot) {
+      if (dot % kDotDistance == 0) {
+        const double part =
+            x(point) == x(from) ? 1 : static_cast<double>(dot - x(from)) / (x(point) - x(from));
+        canvas.Dot(dot, top + scale.DotAt(from.value + (point.value - from.value) * part), curve.tone);
       }
-    } else {
-      canvas.Line(x(*before), y(*before), x(point), y(point), curve.tone);
     }
     before = &point;
   }
+}
+
+std::vector<StyledLine> WithTitle(const StyledLine& title, const Canvas& canvas) {
+  std::vector<StyledLine> lines = canvas.Lines();
+  if (!lines.empty()) {
+    lines.front() = WholeCells(title, canvas.columns());
+  }
+  return lines;
 }
 
 void DrawBaseline(Canvas& canvas, const Area& area, int row) {

@@ -59,6 +59,9 @@ void DrawRightAxis(Canvas& canvas, const Area& area, const std::vector<SideLabel
 /// the canvas allows. Of labels that would touch each other the one that is given first is shown.
 void DrawBottomAxis(Canvas& canvas, const Area& area, const std::vector<BottomLabel>& labels);
 
+/// The column of a minute of the session in an area that is one day wide.
+[[nodiscard]] int ColumnAt(const Area& area, int minute);
+
 /// The times of a trading day below an area that is one day wide.
 [[nodiscard]] std::vector<BottomLabel> SessionLabels(const Area& area);
 
@@ -81,8 +84,12 @@ struct Curve {
   bool operator==(const Curve&) const = default;
 };
 
-/// A curve in an area that is one day wide.
+/// A curve in an area that is one day wide; a dotted one has its dots at equal distances however wide that
+/// is.
 void DrawCurve(Canvas& canvas, const Area& area, const Scale& scale, const Curve& curve);
+
+/// What is drawn below `title`, of which only cells that there is room for are left.
+[[nodiscard]] std::vector<StyledLine> WithTitle(const StyledLine& title, const Canvas& canvas);
 
 /// A dashed line across a row, behind what is drawn already.
 void DrawBaseline(Canvas& canvas, const Area& area, int row);

@@ -58,15 +58,17 @@ void DrawCandle(Canvas& canvas, const Area& area, int column, const Scale& scale
   }
 }
 
-// Each span in its own tone, in dots, behind the candles.
-void DrawAverage(Canvas& canvas, const Area& area, const Scale& scale, const Average& average,
+// Each span in its own tone, in dots, behind the candles; what lies outside of `range` has no place.
+void DrawAverage(Canvas& canvas, const Area& area, const Range& range, const Average& average,
                  std::size_t count, int step) {
+  const Scale scale(range.low, range.high, area.rows);
   const Tone tone = ToneOfAverage(average.span);
   std::optional<std::pair<int, int>> before;
   for (std::size_t i = average.values.size() - std::min(count, average.values.size());
        i < average.values.size(); ++i) {
     const auto place = static_cast<int>(i + count - average.values.size());
-    if (!std::isfinite(average.values[i])) {
+    if (!(average.values[i] >= range.low && average.values[i] <= range.high)) {
+      before.reset();
       continue;
     }
     const std::pair<int, int> here{(area.column + place * step) * Canvas::kDotColumns,
@@ -82,6 +84,11 @@ Area PriceArea(const ChartSize& size) {
   const int rows = std::max(size.rows, kLeastChart.rows) - 1 - kBelow;
   return {kGutter, 1, std::max(size.columns, kLeastChart.columns) - kGutter,
           EvenRows(size.rows < kRowsForVolumes ? rows : rows * 3 / 4)};
+}
+
+// From one candle to the next.
+int StepOf(const Area& area, std::size_t count) {
+  return count == 0 ? 1 : std::clamp((area.columns + 1) / static_cast<int>(count), 1, 4);
 }
 
 }  // namespace
@@ -103,6 +110,15 @@ std::vector<KLineCandle> WithPrices(std::vector<KLineCandle> candles) {
 
 std::size_t CandlesThatFit(const ChartSize& size) {
   return static_cast<std::size_t>((PriceArea(size).columns + 1) / 2);
+}
+
+std::optional<std::size_t> CandleAt(const ChartSize& size, std::size_t count, int column) {
+  const Area area = PriceArea(size);
+  if (count == 0 || column < area.column || column >= area.column + area.columns) {
+    return std::nullopt;
+  }
+  const int step = StepOf(area, count);
+  return std::min(static_cast<std::size_t>((column - area.column + step / 2) / step), count - 1);
 }
 
 std::vector<Average> Averages(const std::vector<KLineCandle>& candles, std::size_t count) {
@@ -129,25 +145,23 @@ std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, con
   const int gap = size.rows < kRowsForVolumes ? 0 : 1;
   const Area volumes{prices.column, prices.row + prices.rows + gap, prices.columns,
                      gap == 0 ? 0 : canvas.rows() - kBelow - prices.row - prices.rows - gap};
-  const auto columns = static_cast<std::size_t>(prices.columns);
-  const std::size_t count = std::min(candles.size(), columns);
+  const std::size_t count = std::min(candles.size(), static_cast<std::size_t>(prices.columns));
   const auto first = candles.end() - static_cast<std::ptrdiff_t>(count);
-  const int step = count == 0 ? 1 : std::clamp(static_cast<int>((columns + 1) / count), 1, 4);
+  const int step = StepOf(prices, count);
 
-  double low = std::numeric_limits<double>::infinity();
-  double high = -low;
+  Range range;
   std::uint64_t most = 0;
   for (auto candle = first; candle != candles.end(); ++candle) {
-    low = std::min({low, candle->low, candle->open, candle->close});
-    high = std::max({high, candle->high, candle->open, candle->close});
+    range.low = std::min({range.low, candle->low, candle->open, candle->close});
+    range.high = std::max({range.high, candle->high, candle->open, candle->close});
     most = std::max(most, candle->volume);
   }
-  const Scale scale(low, high, prices.rows);
+  const Scale scale(range.low, range.high, prices.rows);
   std::vector<BottomLabel> dates;
   int column = prices.column;
   int labelled_until = 0;
   for (const Average& average : look.averages) {
-    DrawAverage(canvas, prices, scale, average, count, step);
+    DrawAverage(canvas, prices, range, average, count, step);
   }
   for (auto candle = first; candle != candles.end(); ++candle, column += step) {
     if (look.cross && candles.begin() + static_cast<std::ptrdiff_t>(*look.cross) == candle) {
@@ -174,9 +188,14 @@ std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles, con
     DrawLeftAxis(canvas, volumes, {{volumes.row, ShortAmount(static_cast<double>(most))}});
   }
   DrawBottomAxis(canvas, volumes, dates);
-  std::vector<StyledLine> lines = canvas.Lines();
-  lines.front() = look.title;
-  return lines;
+  StyledLine title = look.title;
+  for (const Average& average : look.averages) {
+    if (!average.values.empty()) {
+      const double value = average.values[look.cross.value_or(average.values.size() - 1)];
+      title.push_back({"  MA" + std::to_string(average.span) + " " + Fixed(value, 2), Tone::kDim});
+    }
+  }
+  return WithTitle(title, canvas);
 }
 
 }  // namespace cli

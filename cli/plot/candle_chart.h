@@ -29,13 +29,18 @@ struct Average {
 
 struct CandleChartLook {
   ChartSize size;
-  StyledLine title;
+  StyledLine title;  ///< the averages follow it: those at the cross-hair, or the newest
   std::vector<Average> averages{};
   std::optional<std::size_t> cross{};  ///< number of the candle that an upright line goes through
 };
 
+/// Number of the candle that stands nearest to `column` in a chart of `count` candles; nothing beside them.
+[[nodiscard]] std::optional<std::size_t> CandleAt(const ChartSize& size, std::size_t count, int column);
+
 /// The chart of the newest candles: as many as have a column of their own. A rise is red and hollow, a fall
-/// green and full, so that they differ without colours, too. The averages are dotted lines behind them.
+/// green and full, so that they differ without colours, too. The averages are dotted lines behind them, as
+/// far as they lie between the lowest price and the highest; in the title are as many as it has room for
+/// whole.
 [[nodiscard]] std::vector<StyledLine> CandleChart(const std::vector<KLineCandle>& candles,
                                                   const CandleChartLook& look);
 

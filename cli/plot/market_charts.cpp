@@ -51,7 +51,8 @@ SessionPicture StrengthPicture(const std::vector<StrengthRatingItem>& rows, std:
   const bool chinese = CurrentLanguage() == Language::kChinese;
   const StyledLine title = {
       {chinese ? "涨跌家数" : "Strength", Tone::kStrong},
-      {"  " + DateText(date) + " " + MinuteText(rows.back().min) + "  "},
+      {"  " + DateText(date)},
+      {" " + MinuteText(rows.back().min) + "  "},
       {LabelOf("up") + " " + Fixed(rows.back().up, 0) + (chinese ? "（线）" : " (line)"), Tone::kRise},
       {"  "},
       {LabelOf("down") + " " + Fixed(rows.back().down, 0) + (chinese ? "（点）" : " (dots)"), Tone::kFall}};
@@ -68,7 +69,8 @@ SessionPicture EffectPicture(const std::vector<MoneyEffectItem>& rows, std::uint
   }
   const StyledLine title = {
       {CurrentLanguage() == Language::kChinese ? "赚钱效应" : "Money-making effect", Tone::kStrong},
-      {"  " + DateText(date) + " " + MinuteText(rows.back().time) + "  "},
+      {"  " + DateText(date)},
+      {" " + MinuteText(rows.back().time) + "  "},
       {Signed(rows.back().average, 4), ToneOf(rows.back().average)}};
   return {{curve}, 2, title};
 }
@@ -77,10 +79,12 @@ std::vector<StyledLine> ChartOf(const SessionPicture& picture, const ChartSize& 
   if (picture.curves.empty()) {
     return {};
   }
-  // Of its title the name goes before a figure does.
-  const bool fits = DisplayWidth(picture.title) <= size.columns;
-  return SessionChart(picture.curves, picture.decimals, fits ? picture.title : WithoutCells(picture.title, 1),
-                      size);
+  // Of its title the name and the date go before a figure does.
+  StyledLine title = picture.title;
+  for (int left_out = 0; left_out < 2 && DisplayWidth(title) > size.columns; ++left_out) {
+    title = WithoutCells(title, 1);
+  }
+  return SessionChart(picture.curves, picture.decimals, title, size);
 }
 
 StyledLine DistributionHeading(const DistributionItem& item, std::uint32_t date) {

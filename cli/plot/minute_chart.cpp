@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
-#include <string>
+#include <cstdlib>
+#include <utility>
 
 #include "cli/format/china_time.h"
 #include "cli/format/figures.h"
@@ -94,14 +94,6 @@ void DrawDay(Canvas& canvas, const Layout& layout, const Scale& scale, std::uint
   }
 }
 
-std::vector<StyledLine> WithTitle(const StyledLine& title, const Canvas& canvas) {
-  std::vector<StyledLine> lines = canvas.Lines();
-  if (!lines.empty()) {
-    lines.front() = title;
-  }
-  return lines;
-}
-
 Layout DayLayout(const Layout& layout, int day, int days) {
   const int begin = layout.prices.columns * day / days;
   const int columns = layout.prices.columns * (day + 1) / days - begin - (day + 1 < days ? 1 : 0);
@@ -113,9 +105,16 @@ Layout DayLayout(const Layout& layout, int day, int days) {
   return part;
 }
 
-}  // namespace
+// What is drawn where: the days that there is room for, and what stands beside them.
+struct Frame {
+  std::vector<MLineDay> days;
+  Scale scale;
+  std::vector<SideLabel> prices;
+  std::vector<SideLabel> rates;
+  Layout layout;
+};
 
-std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChartLook& look) {
+Frame FrameOf(const StockMLineData& line, const MinuteChartLook& look) {
   const ChartSize size = AtLeast(look.size);
   std::vector<MLineDay> days = line.days;
   const auto most_days = static_cast<std::size_t>(size.columns / 2 / kLeastDayColumns);
@@ -138,9 +137,33 @@ std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChar
       rates.push_back({row, SignedPercent((value - line.preclose) / line.preclose * 100, 2), tone});
     }
   }
-  const int left = std::max(WidestLabel(prices), 8);
-  const Layout layout = LayOut(size, left, WidestLabel(rates));
+  const Layout layout = LayOut(size, std::max(WidestLabel(prices), 8), WidestLabel(rates));
+  return {std::move(days), scale, std::move(prices), std::move(rates), layout};
+}
 
+}  // namespace
+
+std::optional<std::size_t> PointAt(const StockMLineData& line, const MinuteChartLook& look, int column) {
+  const Frame frame = FrameOf(line, look);
+  const int count = static_cast<int>(frame.days.size());
+  if (count == 0 || frame.days.back().points.empty()) {
+    return std::nullopt;
+  }
+  const Area area = DayLayout(frame.layout, count - 1, count).prices;
+  if (column < area.column || column >= area.column + area.columns) {
+    return std::nullopt;
+  }
+  const std::vector<MinutePoint>& points = frame.days.back().points;
+  const auto nearest = std::ranges::min_element(points, {}, [&](const MinutePoint& point) {
+    return std::abs(ColumnAt(area, SessionMinute(point.time)) - column);
+  });
+  return static_cast<std::size_t>(nearest - points.begin());
+}
+
+std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChartLook& look) {
+  const ChartSize size = AtLeast(look.size);
+  const auto [days, scale, prices, rates, layout] = FrameOf(line, look);
+  const bool has_preclose = line.preclose > 0;
   Canvas canvas(size.columns, size.rows);
   const int count = static_cast<int>(days.size());
   std::uint64_t most = 0;
@@ -163,9 +186,7 @@ std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChar
     }
   }
   if (look.cross && count > 0 && SessionMinute(*look.cross) >= 0) {
-    const Layout part = DayLayout(layout, count - 1, count);
-    const int column =
-        part.prices.column + SessionMinute(*look.cross) * (part.prices.columns - 1) / kSessionMinutes;
+    const int column = ColumnAt(DayLayout(layout, count - 1, count).prices, SessionMinute(*look.cross));
     for (int row = layout.prices.row; row < layout.volumes.row + layout.volumes.rows; ++row) {
       canvas.PutBehind(column, row, "┆", Tone::kStrong);
     }

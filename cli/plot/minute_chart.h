@@ -2,6 +2,7 @@
 // fixed axis of a session. Pure functions. Candles are candle_chart.h's matter.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -21,6 +22,11 @@ struct MinuteChartLook {
 /// The chart of all days of `line`, side by side; when they do not fit, of the latest that do. One day has
 /// its previous close in the middle.
 [[nodiscard]] std::vector<StyledLine> MinuteChart(const StockMLineData& line, const MinuteChartLook& look);
+
+/// Number of the point of the last day that stands nearest to `column` of the chart; nothing outside of that
+/// day.
+[[nodiscard]] std::optional<std::size_t> PointAt(const StockMLineData& line, const MinuteChartLook& look,
+                                                 int column);
 
 /// Curves over one day: rates, counts and the like. `decimals` are those of the labels; a baseline is drawn
 /// at zero when the values lie on both sides of it.

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 #include <vector>
 

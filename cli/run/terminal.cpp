@@ -5,9 +5,9 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <string_view>
 
 namespace cli {
 namespace {
@@ -102,7 +102,7 @@ void Terminal::Leave() {
   GiveBack();
 }
 
-Terminal::Size Terminal::SizeOf(int fd) {
+ChartSize Terminal::SizeOf(int fd) {
   winsize window{};
   if (ioctl(fd, TIOCGWINSZ, &window) != 0 || window.ws_col == 0 || window.ws_row == 0) {
     return {};

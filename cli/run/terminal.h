@@ -2,9 +2,7 @@
 // main thread only. Colours are format/palette.h's.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
+#include "cli/plot/axes.h"
 
 namespace cli {
 
@@ -14,11 +12,6 @@ namespace cli {
 
 class Terminal {
  public:
-  struct Size {
-    int columns = 80;
-    int rows = 24;
-  };
-
   /// Switches `out` to a screen of its own and, if `in` is a terminal, takes keys one by one without echo.
   /// Ctrl-C and its like go on making signals. A crash of the process gives the screen back, too.
   Terminal(int in, int out);
@@ -30,9 +23,9 @@ class Terminal {
   void Leave();
   void Enter();
 
-  [[nodiscard]] Size size() const { return SizeOf(out_); }
+  [[nodiscard]] ChartSize size() const { return SizeOf(out_); }
   /// Of the terminal `fd`; 80 by 24 for what is none.
-  [[nodiscard]] static Size SizeOf(int fd);
+  [[nodiscard]] static ChartSize SizeOf(int fd);
 
  private:
   const int in_;

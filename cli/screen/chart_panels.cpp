@@ -49,6 +49,9 @@ class MinuteLinePanel final : public ViewPanel {
       case KeyKind::kEscape:
         cross_.reset();
         break;
+      case KeyKind::kClick:
+        ReadAt(key);
+        break;
       default:
         return false;
     }
@@ -56,7 +59,7 @@ class MinuteLinePanel final : public ViewPanel {
     return true;
   }
   [[nodiscard]] std::vector<KeyHint> Keys() const override {
-    return {{"← →", "read a minute"},
+    return {{"← → click", "read a minute"},
             {"PgUp PgDn End", "day before, day after, today"},
             {"Esc", "no cross-hair"}};
   }
@@ -68,13 +71,14 @@ class MinuteLinePanel final : public ViewPanel {
       return {};
     }
     const MinutePoint* const point = AtCross();
-    StyledLine heading = MinuteHeading(newest->data);
+    look_ = {size, MinuteHeading(newest->data), HasAverage(Lines().security())};
     if (point != nullptr) {
-      heading = MinuteFigures(newest->data.days.back().date, *point, HasAverage(Lines().security()));
+      look_.title = MinuteFigures(newest->data.days.back().date, *point, look_.average);
+      look_.cross = point->time;
     }
     return ChartIn(size, [&](const ChartSize& room) {
-      return MinuteChart(newest->data, {room, heading, HasAverage(Lines().security()),
-                                        point == nullptr ? std::nullopt : std::optional(point->time)});
+      look_.size = room;
+      return MinuteChart(newest->data, look_);
     });
   }
 
@@ -115,12 +119,19 @@ class MinuteLinePanel final : public ViewPanel {
       cross_ = static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(from, 0, last));
     }
   }
+  void ReadAt(const Key& click) {
+    if (Points() != nullptr && click.row > 0 && click.row < look_.size.rows) {
+      const auto point = PointAt(Lines().newest()->data, look_, click.column);
+      cross_ = point ? point : cross_;
+    }
+  }
   [[nodiscard]] const MinutePoint* AtCross() const {
     const std::vector<MinutePoint>* const points = Points();
     return cross_ && points != nullptr ? &(*points)[std::min(*cross_, points->size() - 1)] : nullptr;
   }
 
   std::optional<std::size_t> cross_;  // number of the minute that is read
+  MinuteChartLook look_;              // at the latest picture
 };
 
 class KLinePanel final : public ViewPanel {
@@ -137,10 +148,16 @@ class KLinePanel final : public ViewPanel {
     const auto page = static_cast<std::ptrdiff_t>(shown_);
     switch (key.kind) {
       case KeyKind::kLeft:
-        Read(cross_ ? *cross_ - 1 : all - 1 - back_);
+        cross_ = cross_ ? *cross_ - 1 : all - 1 - back_;
         break;
       case KeyKind::kRight:
-        Read(cross_ ? *cross_ + 1 : all - 1 - back_);
+        cross_ = cross_ ? *cross_ + 1 : all - 1 - back_;
+        break;
+      case KeyKind::kClick:
+        if (const auto candle = CandleAt(size_, shown_, key.column);
+            candle && key.row > 0 && key.row < size_.rows) {
+          cross_ = all - back_ - page + static_cast<std::ptrdiff_t>(*candle);
+        }
         break;
       case KeyKind::kPageUp:
         ScrollTo(back_ + page);
@@ -174,7 +191,7 @@ class KLinePanel final : public ViewPanel {
   }
   [[nodiscard]] std::vector<KeyHint> Keys() const override {
     std::vector<KeyHint> hints = KnobHints();
-    hints.push_back({"← →", "read a candle"});
+    hints.push_back({"← → click", "read a candle"});
     hints.push_back({"PgUp PgDn Home End", "scroll"});
     hints.push_back({"+ - wheel", "zoom"});
     hints.push_back({"Esc", "no cross-hair"});
@@ -201,6 +218,7 @@ class KLinePanel final : public ViewPanel {
         back_ = std::max<std::ptrdiff_t>(back_, 0);
       }
       shown_ = static_cast<std::size_t>(count);
+      size_ = room;
       const std::vector<KLineCandle> until(all.begin(), all.end() - back_);
       const std::vector<KLineCandle> seen(until.end() - count, until.end());
       CandleChartLook look{room, CandleHeading(seen.back()), Averages(until, shown_)};
@@ -208,7 +226,6 @@ class KLinePanel final : public ViewPanel {
         look.cross = static_cast<std::size_t>(*cross_ - (std::ssize(until) - count));
         look.title = CandleFigures(seen[*look.cross], room.columns);
       }
-      AddAverages(look, room.columns);
       return CandleChart(seen, look);
     });
   }
@@ -224,28 +241,15 @@ class KLinePanel final : public ViewPanel {
     cross_.reset();
     back_ = 0;
   }
-  void Read(std::ptrdiff_t candle) { cross_ = candle; }
   void ScrollTo(std::ptrdiff_t back) {
     cross_.reset();
     back_ = back;
   }
-  // The averages at the cross-hair, or the newest, as many as there is room for.
-  static void AddAverages(CandleChartLook& look, int columns) {
-    for (const Average& average : look.averages) {
-      const double value =
-          average.values.empty() ? 0 : average.values[look.cross.value_or(average.values.size() - 1)];
-      look.title.push_back({"  MA" + std::to_string(average.span) + " " + Fixed(value, 2), Tone::kDim});
-      if (DisplayWidth(look.title) > columns) {
-        look.title.pop_back();
-        break;
-      }
-    }
-  }
-
   std::ptrdiff_t wanted_ = 0;            // candles; 0: as many as have air between them
   std::ptrdiff_t back_ = 0;              // newer candles that are out of sight
   std::optional<std::ptrdiff_t> cross_;  // number of the candle that is read
   std::size_t shown_ = 1;
+  ChartSize size_;  // of the latest picture
 };
 
 }  // namespace

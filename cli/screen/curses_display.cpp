@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -59,23 +58,9 @@ struct Look {
   short pair = 0;
 };
 
-Look LookOf(Tone tone) {
-  switch (tone) {
-    case Tone::kStrong:
-      return {A_BOLD, 0};
-    case Tone::kDim:
-      return {A_DIM, 0};
-    case Tone::kRise:
-      return {A_NORMAL, kRisePair};
-    case Tone::kFall:
-      return {A_NORMAL, kFallPair};
-    case Tone::kWarning:
-      return {A_NORMAL, kWarningPair};
-    case Tone::kPlain:
-      break;
-  }
-  return {};
-}
+// Of the tones, in their order.
+constexpr Look kLooks[] = {
+    {}, {A_BOLD, 0}, {A_DIM, 0}, {A_NORMAL, kRisePair}, {A_NORMAL, kFallPair}, {A_NORMAL, kWarningPair}};
 
 // What the mouse did, the latest last. The library hands the latest out first, and several for one code.
 std::vector<Key> MouseKeys() {
@@ -205,7 +190,7 @@ struct CursesDisplay::Curses {
     for (const Cell& cell : line) {
       const std::string fitting = Clip(cell.text, columns);
       columns -= DisplayWidth(fitting);
-      const Look look = has_tones ? LookOf(cell.tone) : Look();
+      const Look look = has_tones ? kLooks[static_cast<std::size_t>(cell.tone)] : Look();
       wattr_set(stdscr, look.attributes, has_colour ? look.pair : short{0}, nullptr);
       waddwstr(stdscr, common::s2ws(fitting, common::kUtf8).c_str());
       if (fitting.size() != cell.text.size()) {

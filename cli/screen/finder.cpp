@@ -13,17 +13,9 @@ constexpr std::size_t kLongestText = 32;
 constexpr char32_t kFirstPrintable = U' ';
 constexpr int kCodeWidth = 10;
 
-std::string_view KindOf(stock::SymbolType type) {
-  switch (type) {
-    case stock::kSymbolIndex:
-      return "index";
-    case stock::kSymbolStock:
-      return "stock";
-    case stock::kSymbolPlate:
-      return "plate";
-    default:
-      return "";
-  }
+std::string KindOf(stock::SymbolType type) {
+  static constexpr const char* kKinds[] = {"", "index", "stock", "plate", ""};
+  return kKinds[static_cast<std::size_t>(type)];
 }
 
 }  // namespace
@@ -73,7 +65,7 @@ std::vector<StyledLine> Finder::Picture(const ChartSize& size) {
   for (const Security& match : findings_.matches) {
     lines.push_back({{Pad(Printable(match.code), kCodeWidth, Align::kLeft)},
                      {Printable(match.name) + "  "},
-                     {std::string(KindOf(match.type)), Tone::kDim}});
+                     {KindOf(match.type), Tone::kDim}});
   }
   std::vector<StyledLine> picture = cursor_.Picture(lines, L"", size);
   picture.front() = typed;

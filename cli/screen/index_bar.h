@@ -3,7 +3,6 @@
 // only.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 

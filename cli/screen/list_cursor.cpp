@@ -7,6 +7,28 @@
 
 namespace cli {
 
+std::optional<std::ptrdiff_t> PlaceAfter(const Key& key, std::size_t here, std::size_t page,
+                                         std::size_t last) {
+  const auto from = static_cast<std::ptrdiff_t>(here);
+  const auto rows = static_cast<std::ptrdiff_t>(page);
+  switch (key.kind) {
+    case KeyKind::kUp:
+      return from - 1;
+    case KeyKind::kDown:
+      return from + 1;
+    case KeyKind::kPageUp:
+      return from - rows;
+    case KeyKind::kPageDown:
+      return from + rows;
+    case KeyKind::kHome:
+      return 0;
+    case KeyKind::kEnd:
+      return static_cast<std::ptrdiff_t>(last);
+    default:
+      return std::nullopt;
+  }
+}
+
 void ListCursor::SetRows(std::vector<std::wstring> codes) {
   const std::size_t total = codes.size();
   SetPage(std::move(codes), 0, total);
@@ -28,37 +50,15 @@ void ListCursor::Reset() {
 }
 
 bool ListCursor::OnKey(const Key& key) {
-  const auto here = static_cast<std::ptrdiff_t>(row_);
-  const auto page = static_cast<std::ptrdiff_t>(room_);
-  switch (key.kind) {
-    case KeyKind::kUp:
-      MoveTo(here - 1);
-      return true;
-    case KeyKind::kDown:
-      MoveTo(here + 1);
-      return true;
-    case KeyKind::kPageUp:
-      MoveTo(here - page);
-      return true;
-    case KeyKind::kPageDown:
-      MoveTo(here + page);
-      return true;
-    case KeyKind::kHome:
-      MoveTo(0);
-      return true;
-    case KeyKind::kEnd:
-      MoveTo(static_cast<std::ptrdiff_t>(Last()));
-      return true;
-    case KeyKind::kClick:
-      if (const std::size_t clicked = top_ + static_cast<std::size_t>(std::max(key.row, 1)) - 1;
-          key.row >= 1 && clicked < codes_.size()) {
-        MoveTo(static_cast<std::ptrdiff_t>(first_ + clicked));
-        return true;
-      }
-      return false;
-    default:
-      return false;
+  std::optional<std::ptrdiff_t> place = PlaceAfter(key, row_, room_, Last());
+  if (key.kind == KeyKind::kClick && key.row >= 1) {
+    const std::size_t clicked = top_ + static_cast<std::size_t>(key.row) - 1;
+    place = clicked < codes_.size() ? std::optional(static_cast<std::ptrdiff_t>(first_ + clicked)) : place;
   }
+  if (place) {
+    MoveTo(*place);
+  }
+  return place.has_value();
 }
 
 // While it is not known how many there are, a full page may be followed by another one.

@@ -20,6 +20,11 @@ inline constexpr KeyHint kCursorHint{"↑↓ PgUp PgDn Home End", "row"};
 /// Columns of the mark in front of a row.
 inline constexpr int kMarkColumns = 2;
 
+/// Where a key of the arrows and pages leads from the place `here`, before it is held between 0 and `last`;
+/// nothing for another key.
+[[nodiscard]] std::optional<std::ptrdiff_t> PlaceAfter(const Key& key, std::size_t here, std::size_t page,
+                                                       std::size_t last);
+
 class ListCursor {
  public:
   /// The list has these codes now. Once it was moved the cursor goes with its row, else it stays at its

@@ -1,6 +1,5 @@
 // Panels of lists that do more than show themselves: the plates with their stocks, and the user's own list.
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,7 +22,14 @@ class PlatesPanel final : public Panel {
   explicit PlatesPanel(PanelContext& context)
       : context_(context),
         plates_(MakePaged<PlatesView>(context)),
-        members_(MakePaged<MembersView>(context)) {}
+        members_(MakePaged<MembersView>(context)) {
+    plates_->OnTaken([this](const Security& plate) {
+      // The plate is the current security from now on, and so the one whose stocks are shown.
+      context_.select(plate);
+      members_->Select(plate);
+      Enter(true);
+    });
+  }
 
   [[nodiscard]] std::string Title() const override { return seen().Title(); }
   void Show() override {
@@ -45,15 +51,6 @@ class PlatesPanel final : public Panel {
   [[nodiscard]] std::vector<PanelColumn> Columns() const override { return seen().Columns(); }
 
   bool OnKey(const Key& key) override {
-    if (key.kind == KeyKind::kEnter && !is_inside_) {
-      if (const auto plate = plates_->AtCursor()) {
-        // The plate is the current security from now on, and so the one whose stocks are shown.
-        context_.select(*plate);
-        members_->Select(*plate);
-        Enter(true);
-      }
-      return true;
-    }
     if (is_inside_ && (key.kind == KeyKind::kBackspace || key.kind == KeyKind::kEscape)) {
       Enter(false);
       return true;

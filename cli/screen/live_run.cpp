@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 #include "c_stock_market.h"
@@ -179,8 +178,7 @@ class LiveRun final : public MarketRun {
     if (loop_.ended()) {
       return;
     }
-    const Terminal::Size terminal = terminal_->size();
-    const ChartSize size{terminal.columns, terminal.rows};
+    const ChartSize size = terminal_->size();
     screen_.Resize(size);
     const auto now = Panel::Clock::now();
     const stock::MarketStatus phase = CurrentPhase();
@@ -209,11 +207,11 @@ class LiveRun final : public MarketRun {
   }
 
   int Leave() {
-    const Terminal::Size terminal = terminal_->size();
+    const ChartSize size = terminal_->size();
     const FeedReport report = Report(View::Clock::now(), CurrentPhase());
     std::vector<StyledLine> newest = bar_.Table();
     for (Panel* const panel : shown_ == nullptr ? std::vector<Panel*>() : screen_.Seen()) {
-      const auto lines = panel->Picture({terminal.columns, terminal.rows});
+      const auto lines = panel->Picture(size);
       newest.insert(newest.end(), lines.begin(), lines.end());
     }
     display_.reset();

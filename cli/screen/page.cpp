@@ -1,8 +1,6 @@
 #include "cli/screen/page.h"
 
 #include <algorithm>
-#include <numeric>
-#include <utility>
 
 #include "cli/screen/view_panel.h"
 #include "cli/views/market_views.h"
@@ -105,7 +103,9 @@ constexpr int kBookColumns = 31;
 constexpr int kMoreColumns = 56;
 constexpr int kListRows = 9;
 constexpr int kChartRows = kLeastChart.rows + 2;
-constexpr int kBookRows = 10;  // the rest is scrolled
+constexpr int kBookRows = 10;   // the rest is scrolled
+constexpr int kSheetRows = 34;  // nothing is
+constexpr int kSpreadRows = 14;
 
 }  // namespace
 
@@ -169,7 +169,9 @@ std::vector<Page> Pages() {
        {{kMainColumns, 2, {{kWatchList, kListRows}}}, book, {kMoreColumns, 1, {minutes, events, flow}}}},
       {"events", {{kMoreColumns, 1, {events, flow}}, book, {kMainColumns, 1, {minutes}}}},
       {"breadth", {{kMainColumns, 2, {strength, effect}}, {kBookColumns, 1, {{kDistribution, kChartRows}}}}},
-      {"effect", {{kMainColumns, 3, {effect, strength}}, book}},
+      {"effect",
+       {{kMainColumns, 3, {effect, strength}},
+        {kBookColumns, 1, {{kQuote, kSheetRows}, {kDistribution, kSpreadRows}}}}},
       {"plates",
        {{kMainColumns, 2, {{kPlates, kListRows}}}, book, {kMoreColumns, 1, {minutes, events, flow}}}}};
 }

@@ -20,7 +20,7 @@ std::vector<StyledLine> ChartIn(const ChartSize& size,
   if (size.columns >= kLeastChart.columns && size.rows >= kLeastChart.rows) {
     return CutTo(draw(size), size);
   }
-  std::vector<StyledLine> lines = draw(kLeastChart);
+  std::vector<StyledLine> lines = draw({std::max(size.columns, kLeastChart.columns), kLeastChart.rows});
   lines.resize(std::min<std::size_t>(lines.size(), 1));
   if (!lines.empty()) {
     lines.push_back({{"the chart takes " + std::to_string(kLeastChart.columns) + " columns and " +

@@ -30,8 +30,8 @@ constexpr KeyHint kOwnKeys[] = {
     {"r", "ask again now"},
     {"j k g G", "down, up, first, last"},
     {"mouse",
-     "wheel: scroll; click: a page, a row (again: as Enter), the head of a column to order by it; with "
-     "Shift it marks text as usual"},
+     "wheel: scroll; click: a page, a row (again: as Enter), the head of a column to order by it, a "
+     "minute or a candle to read it; with Shift it marks text as usual"},
     {"?", "these keys and what the columns say; ↑↓ scroll, any other key closes them"},
     {"q, Ctrl-C", "quit"}};
 
@@ -60,23 +60,19 @@ int RowsOf(const Key& key) {
   return IsMouse(key) && key.kind != KeyKind::kClick ? kWheelRows : 1;
 }
 
+using Letter = std::pair<Key, KeyKind>;
+constexpr Letter kLetters[] = {{Typed(U'j'), KeyKind::kDown},
+                               {Typed(U'k'), KeyKind::kUp},
+                               {Typed(U'g'), KeyKind::kHome},
+                               {Typed(U'G'), KeyKind::kEnd}};
+
 // What a panel that does not know a letter or the wheel may know as a key.
 Key Plain(const Key& key) {
   if (RowsOf(key) > 1) {
     return {key.kind == KeyKind::kWheelUp ? KeyKind::kUp : KeyKind::kDown};
   }
-  switch (key.kind == KeyKind::kCharacter ? key.character : U'\0') {
-    case U'j':
-      return {KeyKind::kDown};
-    case U'k':
-      return {KeyKind::kUp};
-    case U'g':
-      return {KeyKind::kHome};
-    case U'G':
-      return {KeyKind::kEnd};
-    default:
-      return key;
-  }
+  const auto letter = std::ranges::find(kLetters, key, &Letter::first);
+  return letter == std::end(kLetters) ? key : Key{letter->second};
 }
 
 // What `effect` says beside `keys`, in as many lines as it takes.
@@ -457,6 +453,9 @@ StyledLine Screen::HintLine() const {
   if (!told_.empty()) {
     return {{told_, Tone::kWarning}};
   }
+  if (helps_) {
+    return {{"↑ ↓ scroll   any other key closes", Tone::kDim}};
+  }
   if (finder_) {
     return {{"Enter selects   ↑ ↓ another one   Esc back", Tone::kDim}};
   }
@@ -516,7 +515,7 @@ std::vector<StyledLine> Screen::Picture(const ScreenHead& head, Panel::Clock::ti
   constexpr std::string_view kAlways = "/ find  ? keys  q quit";
   const StyledLine tabs = Tabs();
   const bool fits = DisplayWidth(tabs) + DisplayWidth(kAlways) < size_.columns;
-  lines.push_back(fits || finder_ || !told_.empty() ? HintLine() : WithKeys(HintLine(), "? keys"));
+  lines.push_back(fits || finder_ || helps_ || !told_.empty() ? HintLine() : WithKeys(HintLine(), "? keys"));
   lines.push_back(fits ? WithKeys(tabs, std::string(kAlways)) : tabs);
   for (StyledLine& line : lines) {
     line = Fitted(line, size_.columns);

@@ -95,28 +95,11 @@ std::vector<KeyHint> ViewPanel::KnobHints() const {
 
 bool ViewPanel::OnKey(const Key& key) {
   const std::size_t last = count_ - std::min(count_, room_);
-  switch (key.kind) {
-    case KeyKind::kUp:
-      first_ -= std::min<std::size_t>(first_, 1);
-      break;
-    case KeyKind::kDown:
-      first_ = std::min(first_ + 1, last);
-      break;
-    case KeyKind::kPageUp:
-      first_ -= std::min(first_, room_);
-      break;
-    case KeyKind::kPageDown:
-      first_ = std::min(first_ + room_, last);
-      break;
-    case KeyKind::kHome:
-      first_ = 0;
-      break;
-    case KeyKind::kEnd:
-      first_ = last;
-      break;
-    default:
-      return TurnKnob(key);
+  const std::optional<std::ptrdiff_t> place = PlaceAfter(key, first_, room_, last);
+  if (!place) {
+    return TurnKnob(key);
   }
+  first_ = std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(*place, 0)), last);
   context_.views.changed();
   return true;
 }
@@ -168,7 +151,7 @@ PagedList* PagesOf(View& view) {
 }  // namespace
 
 ListPanel::ListPanel(PanelContext& context, std::unique_ptr<View> shown, Steps steps)
-    : ViewPanel(context, std::move(shown)), paged_(PagesOf(view())), steps_(steps) {
+    : ViewPanel(context, std::move(shown)), paged_(PagesOf(view())), steps_(steps), take_(context.select) {
   view().OnArrivals([this] { OnRows(); });
 }
 
@@ -244,7 +227,7 @@ bool ListPanel::OnKey(const Key& key) {
   const bool is_taken =
       key.kind == KeyKind::kEnter || (is_moved && key.kind == KeyKind::kClick && cursor_.row() == before);
   if (const auto security = is_taken ? AtCursor() : std::nullopt) {
-    context().select(*security);
+    take_(*security);
   }
   return is_moved || is_taken;
 }

@@ -2,10 +2,11 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/screen/list_cursor.h"
@@ -80,6 +81,8 @@ class ListPanel : public ViewPanel {
   [[nodiscard]] std::string Position() const override { return cursor_.Position(); }
   [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override;
 
+  /// Another use of the row that Enter or a second click takes than to select its security.
+  void OnTaken(std::function<void(const Security&)> take) { take_ = std::move(take); }
   /// That of the cursor's row; nothing while there is none.
   [[nodiscard]] std::optional<Security> AtCursor() const;
 
@@ -94,6 +97,7 @@ class ListPanel : public ViewPanel {
 
   PagedList* const paged_;  // the view; null: all rows are there at once
   const Steps steps_;
+  std::function<void(const Security&)> take_;
   ListCursor cursor_;
   StyledLine header_;
   Security current_;

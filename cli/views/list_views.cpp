@@ -137,6 +137,21 @@ WatchListView::WatchListView(const ViewContext& context, const ListChoice& choic
   FollowList();
 }
 
+// The service asks when it is resumed, which may be before the host has told it the list: once that is told,
+// after the service to this view, it has something to ask for.
+void WatchListView::Resume(Observer& observer) {
+  observer.Resume(true);
+  IUserOptionalStock* const list = GetUserOptionalStock();
+  if (codes_ == nullptr && list != nullptr) {
+    codes_ = std::make_unique<ServiceObserver<IUserOptionalStock, Codes>>(
+        *list, context().post, [this, &service = observer.service()](const Delivery<Codes>&) {
+          if (!has_data() && shown()) {
+            service.Refresh();
+          }
+        });
+  }
+}
+
 std::string WatchListView::WhyNothingToAsk() const {
   return stock_host::WatchList().empty()
              ? "the watch list is empty; csm watchlist add SYMBOL, or + on the live screen, puts something in"

@@ -13,7 +13,6 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 #include "c_stock_market.h"
@@ -21,6 +20,7 @@
 #include "cli/format/quote_rows.h"
 #include "cli/views/service_view.h"
 #include "cli/views/vocabulary.h"
+#include "host/watch_list.h"
 #include "quotes/stock_market_item_table.h"
 #include "ranking/plate_market_summary_table.h"
 #include "ranking/stock_market_summary_table.h"
@@ -439,7 +439,10 @@ class WatchListView final
   [[nodiscard]] std::string WhyNothingToAsk() const override;
 
  private:
+  using Codes = std::vector<std::wstring>;
+
   void FollowList() override { Follow({Column(), Direction()}); }
+  void Resume(Observer& observer) override;
   [[nodiscard]] Table TableOf(bool all_columns) const {
     return WatchListTable(figures(), choice().Columns(WatchListLook(), all_columns));
   }
@@ -449,6 +452,8 @@ class WatchListView final
   }
   // Others ask the same endpoint: its answers say nothing about this list.
   [[nodiscard]] std::string NothingText() const override { return {}; }
+
+  std::unique_ptr<ServiceObserver<IUserOptionalStock, Codes>> codes_;
 };
 
 /// Code and name of a whole board, or of all plates of a kind.

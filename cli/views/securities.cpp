@@ -4,7 +4,6 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <locale>
 #include <stdexcept>
-#include <utility>
 
 #include "cli/format/text.h"
 #include "host/text.h"
@@ -27,19 +26,10 @@ bool AreDigits(std::string_view text) {
 }
 
 std::string MarketOf(char first_digit) {
-  switch (first_digit) {
-    case '0':
-    case '1':
-    case '2':
-    case '3':
-      return "sz";
-    case '5':
-    case '6':
-    case '9':
-      return "sh";
-    default:
-      return "";
-  }
+  const auto is_one_of = [first_digit](std::string_view digits) {
+    return digits.find(first_digit) != std::string_view::npos;
+  };
+  return is_one_of("0123") ? "sz" : is_one_of("569") ? "sh" : "";
 }
 
 std::wstring Folded(std::wstring_view text) {

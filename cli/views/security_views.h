@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -62,7 +60,9 @@ class QuoteView final : public SecurityView<ISingleStockMarket, StockMarketItem>
     return quote.code == security().code;
   }
   [[nodiscard]] std::string WhyNotOf(const Security& security) const override {
-    return security.type == stock::kSymbolPlate ? "a plate is quoted among the others of its kind only" : "";
+    return security.type == stock::kSymbolPlate
+               ? NameText(security) + " is a plate: csm plates shows its quote, csm plate its stocks"
+               : "";
   }
 };
 

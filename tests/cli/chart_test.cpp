@@ -254,6 +254,23 @@ TEST(MinuteChart, survivesEveryFigure) {
   EXPECT_EQ(ChartOf(LineOf(0, {{20240315, {}}})).size(), 24U);
 }
 
+TEST(MinuteChart, findsThePointThatACrossHairGoesThrough) {
+  const StockMLineData line = LineOf(
+      10, {DayOf(20240314, 240, [](int) { return 10.1; }), DayOf(20240315, 200, [](int) { return 10.2; })});
+  MinuteChartLook look{{600, 24}, {}, true};
+  for (std::size_t i = 0; i <= 200; i += 25) {
+    look.cross = line.days.back().points[i].time;
+    const Rows cells = CellsOf(TextsOf(MinuteChart(line, look))[8]);
+    const auto cross = std::ranges::find(cells, "┆");
+    ASSERT_NE(cross, cells.end()) << i;
+    EXPECT_EQ(PointAt(line, look, static_cast<int>(cross - cells.begin())), i);
+  }
+  EXPECT_EQ(PointAt(line, look, 570), 200U);          // later than the newest one
+  EXPECT_EQ(PointAt(line, look, 100), std::nullopt);  // the day before
+  EXPECT_EQ(PointAt(line, look, 599), std::nullopt);  // beside the days
+  EXPECT_EQ(PointAt({}, look, 100), std::nullopt);
+}
+
 TEST(MinuteChart, paintsWhatLiesAboveThePreviousCloseAsARise) {
   const auto lines =
       MinuteChart(LineOf(10, {DayOf(20240315, 240, [](int) { return 10.5; })}), {{}, {}, true});
@@ -281,6 +298,26 @@ TEST(SessionChart, hasABaselineAtZeroWhenItCrossesIt) {
   const Curve above{{{0, 1}, {240, 3}}, Tone::kPlain, false};
   for (const std::string& row : TextsOf(SessionChart({above}, 2, {}, {80, 24}))) {
     EXPECT_EQ(row.find("┄"), std::string::npos) << row;
+  }
+}
+
+// On a wide terminal the dots of a curve lay so far apart that nobody saw a curve.
+TEST(SessionChart, hasDotsAtEqualDistancesHoweverWideItIs) {
+  Curve dotted{{}, Tone::kFall, true};
+  for (int minute = 0; minute <= kSessionMinutes; ++minute) {
+    dotted.points.push_back({minute, 5});
+  }
+  for (const int columns : {60, 300, 800}) {
+    const Rows rows = TextsOf(SessionChart({dotted}, 0, {}, {columns, 12}));
+    const auto row = std::ranges::find_if(
+        rows, [](const std::string& text) { return std::ranges::any_of(CellsOf(text), IsBraille); });
+    ASSERT_NE(row, rows.end());
+    const Rows cells = CellsOf(*row);
+    const auto first = std::ranges::find_if(cells, IsBraille);
+    for (auto cell = first; cell + 1 < cells.end(); ++cell) {
+      EXPECT_TRUE(IsBraille(*cell) || IsBraille(*(cell + 1))) << columns << ": " << *row;
+    }
+    EXPECT_GE(std::ssize(cells), columns - 2) << *row;
   }
 }
 
@@ -376,6 +413,61 @@ TEST(CandleChart, fitsTheWidthThatItIsGiven) {
       }
     }
   }
+}
+
+TEST(CandleChart, findsTheCandleThatACrossHairGoesThrough) {
+  const ChartSize size{80, 16};
+  for (const std::size_t count : {1U, 7U, 34U, 68U}) {
+    const std::vector<KLineCandle> candles(count, CandleOf(20240315, 12, 16));
+    for (std::size_t i = 0; i < count; ++i) {
+      const Rows rows = TextsOf(CandleChart(candles, {size, {}, {}, i}));
+      const Rows cells = CellsOf(rows[10]);  // between prices and volumes
+      const auto cross = std::ranges::find(cells, "┆");
+      ASSERT_NE(cross, cells.end()) << i << " of " << count;
+      EXPECT_EQ(CandleAt(size, count, static_cast<int>(cross - cells.begin())), i);
+    }
+    EXPECT_EQ(CandleAt(size, count, 79), count - 1);
+  }
+  EXPECT_EQ(CandleAt(size, 7, 11), std::nullopt);  // the labels of prices
+  EXPECT_EQ(CandleAt(size, 7, 80), std::nullopt);
+  EXPECT_EQ(CandleAt(size, 0, 40), std::nullopt);
+}
+
+// Above the candles of a narrow chart the last average was cut in the middle of its figure.
+TEST(CandleChart, namesAsManyAveragesAsThereIsRoomForWhole) {
+  std::vector<KLineCandle> candles(60, CandleOf(20240315, 12, 16));
+  candles.back().close = 17;
+  const std::vector<Average> averages = Averages(candles, 10);
+  const auto title = [&](int columns) {
+    return TextsOf(CandleChart(candles, {{columns, 16}, {{"2024-03-15  17.00"}}, averages})).front();
+  };
+  const std::string all = "2024-03-15  17.00  MA5 16.20  MA10 16.10  MA20 16.05  MA60 16.02";
+  EXPECT_EQ(title(200), all);
+  EXPECT_EQ(title(64), all);
+  EXPECT_EQ(title(63), "2024-03-15  17.00  MA5 16.20  MA10 16.10  MA20 16.05");
+  EXPECT_EQ(title(51), "2024-03-15  17.00  MA5 16.20  MA10 16.10");
+  EXPECT_EQ(title(40), "2024-03-15  17.00  MA5 16.20  MA10 16.10");
+}
+
+TEST(CandleChart, namesTheAveragesAtTheCrossHair) {
+  std::vector<KLineCandle> candles(10, CandleOf(20240315, 12, 16));
+  candles[8].close = 11;
+  const CandleChartLook look{{80, 16}, {}, Averages(candles, 5), 2};  // the third of the last five
+  EXPECT_EQ(TextsOf(CandleChart({candles.end() - 5, candles.end()}, look)).front(),
+            "  MA5 16.00  MA10 --  MA20 --  MA60 --");
+}
+
+// An average above all prices was a level line along the upper edge.
+TEST(CandleChart, drawsNoAverageWhereItDoesNotLie) {
+  const std::vector<KLineCandle> candles(5, CandleOf(20240315, 12, 16));
+  const auto picture = [&](double value) {
+    Rows rows = TextsOf(CandleChart(candles, {{60, 16}, {}, {{20, std::vector<double>(5, value)}}}));
+    rows.erase(rows.begin());  // the title
+    return rows;
+  };
+  EXPECT_EQ(picture(30), picture(kNaN));
+  EXPECT_EQ(picture(2), picture(kNaN));
+  EXPECT_NE(picture(14.5), picture(kNaN));
 }
 
 TEST(CandleChart, survivesEveryFigure) {

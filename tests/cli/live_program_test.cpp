@@ -234,6 +234,9 @@ TEST_F(LiveProgramTest, goesFromPlatesToStocksAndBack) {
   })) << Screen();
   csm_->Type("\x7f");
   EXPECT_TRUE(ShowsInTime("▸ industry plates by change")) << Screen();
+  // A second click selected the plate, and showed nothing of it.
+  csm_->Type("\x1b[<0;5;7M\x1b[<0;5;7m\x1b[<0;5;7M\x1b[<0;5;7m");
+  EXPECT_TRUE(ShowsInTime("▸ stocks of bk")) << Screen();
 }
 
 // The mark of a simulated market was the first thing to go, and the state of the feed went with it.
@@ -248,6 +251,40 @@ TEST_F(LiveProgramTest, keepsBadgeStateAndChartsOnASmallTerminal) {
   EXPECT_FALSE(Shows("the chart takes"));
   csm_->Type("\x1b[D");
   EXPECT_TRUE(ShowsInTime(" open ")) << Screen();
+}
+
+// A click into a chart did nothing: what stands there could be read by keys only.
+TEST_F(LiveProgramTest, readsAChartWhereItIsClicked) {
+  StartAndWaitForQuotes();
+  const auto crosses_at = [&](int column) {
+    Screen();
+    for (int row = 4; row < kRows - 4; ++row) {
+      if (reader_->At(row, column) == "┆") {
+        return true;
+      }
+    }
+    return false;
+  };
+  csm_->Type("2");
+  ASSERT_TRUE(ShowsInTime("▸ minute line")) << Screen();
+  ASSERT_TRUE(ShowsInTime("09:30")) << Screen();
+  EXPECT_FALSE(crosses_at(13));
+  csm_->Type("\x1b[<0;14;11M\x1b[<0;14;11m");
+  ASSERT_TRUE(csm_->ReadUntil([&] { return crosses_at(13); })) << Screen();
+  // The volume has no room beside the other figures, and is left out as a whole.
+  EXPECT_TRUE(ShowsInTime("  average ")) << Screen();
+  EXPECT_FALSE(Shows("…")) << Screen();
+  csm_->Type("\x1b");
+  ASSERT_TRUE(csm_->ReadUntil([&] { return !crosses_at(13); })) << Screen();
+
+  // One that is newly listed has a single candle.
+  csm_->Type("3/sh600000\r");
+  ASSERT_TRUE(ShowsInTime("▸ candles by day of sh600000")) << Screen();
+  ASSERT_TRUE(ShowsInTime("┬─────────────┬")) << Screen();
+  csm_->Type("\x1b[<0;23;11M\x1b[<0;23;11m");
+  ASSERT_TRUE(csm_->ReadUntil([&] { return crosses_at(22); })) << Screen();
+  EXPECT_TRUE(Shows(" open ")) << Screen();
+  ExpectAllUnderstood();
 }
 
 TEST_F(LiveProgramTest, saysSinceWhenAFrozenFeedIsUnchanged) {

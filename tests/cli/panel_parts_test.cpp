@@ -267,6 +267,7 @@ TEST(MarketCharts, keepBothCountsOnTheSmallestTerminal) {
   EXPECT_EQ(wide, "Strength  2024-03-13 09:31  up 1,608 (line)  down 2,871 (dots)");
   EXPECT_EQ(TextsOf(ChartOf(picture, {60, 12})).front(),
             "2024-03-13 09:31  up 1,608 (line)  down 2,871 (dots)");
+  EXPECT_EQ(TextsOf(ChartOf(picture, {46, 12})).front(), "09:31  up 1,608 (line)  down 2,871 (dots)");
 }
 
 TEST(MarketCharts, areNothingWithoutRows) {

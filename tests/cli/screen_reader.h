@@ -22,6 +22,10 @@ class ScreenReader {
 
   /// The rows without blanks at their ends.
   [[nodiscard]] std::vector<std::string> Rows() const;
+  /// The character in a cell; empty: the second half of a wide one.
+  [[nodiscard]] const std::string& At(int row, int column) const {
+    return screen_.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column));
+  }
   /// All of them, one a line.
   [[nodiscard]] std::string Text() const;
   /// Control sequences that were not understood.

@@ -400,6 +400,7 @@ TEST_F(ScreenTest, listsTheKeysInPlaceOfThePanels) {
   EXPECT_EQ(TakeCalls(), Calls({"board hide", "quote hide"}));
   EXPECT_TRUE(Shows("look for a security by code, name or pinyin"));
   EXPECT_TRUE(Shows("does something"));
+  EXPECT_TRUE(Shows("↑ ↓ scroll   any other key closes"));
   Type(U"q");
   EXPECT_EQ(TakeCalls(), Calls({"board show", "quote show"}));
 }

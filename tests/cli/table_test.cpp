@@ -153,5 +153,14 @@ TEST(IndexLine, showsWhatThereIsRoomFor) {
   }
 }
 
+TEST(WholeCells, leavesOutWhatHasNoRoomAndCutsNothing) {
+  const StyledLine line = {{"09:48  "}, {"浦发"}, {"  volume 1,000"}};
+  EXPECT_EQ(WholeCells(line, 25), line);
+  EXPECT_EQ(WholeCells(line, 24), (StyledLine{{"09:48  "}, {"浦发"}}));
+  EXPECT_EQ(WholeCells(line, 10), (StyledLine{{"09:48  "}}));
+  EXPECT_EQ(WholeCells(line, 3), (StyledLine{{"09:48  "}}));
+  EXPECT_TRUE(WholeCells({}, 3).empty());
+}
+
 }  // namespace
 }  // namespace cli

@@ -627,6 +627,16 @@ TEST_F(PanelsTest, ofTheWatchListHaveTheirKeysInACommandToo) {
       std::any_of(keys.begin(), keys.end(), [](const cli::KeyHint& hint) { return hint.keys == "+ -"; }));
 }
 
+// The service was asked before it knew the list, and then not for three seconds.
+TEST_F(PanelsTest, ofTheWatchListHaveTheirQuotesBeforeTheServiceAsksAgain) {
+  ASSERT_NO_FATAL_FAILURE(Open(kFriday));
+  const std::unique_ptr<Panel> panel = Make(&cli::MakeWatchListPanel);
+  const auto begin = Panel::Clock::now();
+  panel->Show();
+  Await(*panel, FeedState::kLive);
+  EXPECT_LT(Panel::Clock::now() - begin, cli::kQuotePolling);
+}
+
 TEST_F(PanelsTest, ofTheWatchListAddAndRemove) {
   ASSERT_NO_FATAL_FAILURE(Open(kFriday));
   const std::unique_ptr<Panel> panel = Make(&cli::MakeWatchListPanel);
