@@ -66,6 +66,11 @@ class HouseChecks(unittest.TestCase):
         self.write("tests/a.cpp", '#include "quotes/index_market.h"\n#include "market_server/market_server.h"\n')
         self.assertEqual(self.findings("check-includes"), [])
 
+    def test_includes_finds_constants_that_their_source_does_not_use(self):
+        self.write("tests/a.cpp", "namespace {\nconstexpr int kOne = 1;\nconst std::string kTwo(\"2\");\nconstexpr int kThree[] = {3};\n"
+                                  "constexpr auto kFour = kOne;\n}\nint Five() { return kFour; }\n")
+        self.assertEqual(self.findings("check-includes"), ["tests/a.cpp: kTwo is not used", "tests/a.cpp: kThree is not used"])
+
     def test_includes_finds_each_wrong_direction(self):
         for name in ["src/c_stock_market.h", "src/frame/observer.h", "src/quotes/b.h", "src/reference/c.h",
                      "host_services/inside.h", "market_server/model/market.h", "market_server/market_server.h"]:
