@@ -25,7 +25,6 @@ namespace {
 
 constexpr auto kFetch = request::Fetch::kKLine;
 constexpr std::size_t kMostChoices = 1000;
-
 using Choice = std::pair<Period, Adjustment>;
 constexpr Choice kUsualChoice{Period::kDay, Adjustment::kUnadjusted};
 
@@ -37,7 +36,11 @@ class CStockKLine : public frame::PolledSubject<IStockKLine> {
 
  private:
   void FetchDay(const std::wstring& symbol, const Choice& choice, const KLineCallback& done);
-  Choice ChoiceFor(const std::wstring& symbol) noexcept;
+  Choice ChoiceFor(const std::wstring& symbol) noexcept {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = asked_.find(symbol);
+    return found != asked_.end() ? found->second : kUsualChoice;
+  }
   bool IsAskedForLast(const Series& series) noexcept {
     return ChoiceFor(series.symbol) == Choice(series.period, series.adjustment);
   }
@@ -70,7 +73,7 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
   const auto one_of_three = [](int number) { return number >= 1 && number <= 3 ? number : 1; };
   const Choice choice{Period(one_of_three(period)), Adjustment(one_of_three(adjustment))};
   std::wstring name;
-  bool replaces_another = false;
+  bool replaces = false;
   const bool known = request::Succeeds(kFetch, [&] {
     name = symbol;
     if (!done) {
@@ -78,11 +81,10 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
       if (asked_.size() >= kMostChoices) {  // those of charts that nobody shows at the moment go
         std::erase_if(asked_, [this](const auto& other) { return !IsShown(other.first); });
       }
-      replaces_another =
-          std::exchange(asked_.try_emplace(name, kUsualChoice).first->second, choice) != choice;
+      replaces = std::exchange(asked_.try_emplace(name, kUsualChoice).first->second, choice) != choice;
     }
   });
-  if (replaces_another) {
+  if (replaces) {
     Forget(name);
   }
   if (known) {
@@ -90,19 +92,12 @@ void CStockKLine::FetchKLine(const wchar_t* symbol, int period, int adjustment, 
   }
 }
 
-Choice CStockKLine::ChoiceFor(const std::wstring& symbol) noexcept {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  const auto found = asked_.find(symbol);
-  return found != asked_.end() ? found->second : kUsualChoice;
-}
-
 void CStockKLine::FetchDay(const std::wstring& symbol, const Choice& choice, const KLineCallback& done) {
   std::shared_ptr<KLineRequest> request;
-  const bool kept = request::Succeeds(kFetch, [&] {
-    request = std::make_shared<KLineRequest>(
-        KLineRequest{{symbol, choice.first, choice.second}, stamps_.Next(), done, {}});
-  });
-  if (!kept) {
+  if (!request::Succeeds(kFetch, [&] {
+        request = std::make_shared<KLineRequest>(
+            KLineRequest{{symbol, choice.first, choice.second}, stamps_.Next(), done, {}});
+      })) {
     return;
   }
   request::Ask(

@@ -18,7 +18,9 @@ namespace {
 
 using Lock = std::unique_lock<std::mutex>;
 
-constexpr std::int64_t kLook = 1000;  // milliseconds between two looks at the server's clock
+// Milliseconds between two looks: at the server's clock, and of one who has a look of his own.
+constexpr std::int64_t kLook = 1000;
+constexpr std::int64_t kOwnLook = 60'000;
 
 // By how much the server's clock is ahead of the monotonic one, in milliseconds; none when the host cannot
 // say.
@@ -83,13 +85,14 @@ class StoppableWait::Watch {
     }
   }
 
-  /// Whether this wait has to look. Where a program scripts the monotonic clock each has.
-  [[nodiscard]] bool IsOurs() {
+  /// Whether this wait has to look. Where a program scripts the monotonic clock each has. One that is busy at
+  /// times looks while nobody else does, and for itself alone.
+  [[nodiscard]] bool IsOurs(bool is_busy) {
     const Lock lock(all_.mutex);
-    if (all_.watchman == nullptr) {
+    if (all_.watchman == nullptr && !is_busy) {
       all_.watchman = &wait_;
     }
-    return all_.watchman == &wait_ || detail::steady_source.load() != nullptr;
+    return all_.watchman == &wait_ || all_.watchman == nullptr || detail::steady_source.load() != nullptr;
   }
 
   /// Wakes all when the clock is not as it was seen last.
@@ -160,17 +163,16 @@ bool StoppableWait::Planned(int seconds, const std::function<void()>& look) {
   auto [seen, plan] = woken();
   const unsigned first_plan = plan;
   while (!wait.IsOver() && !(wait.IsForPhase() && plan != first_plan)) {
-    // Who has a look of its own, which may take long, watches for itself alone.
-    const bool watches = !look && watch.IsOurs();
+    // A look of its own may take long: others cannot rely on it.
+    const bool watches = watch.IsOurs(look != nullptr);
     const std::int64_t left = wait.Milliseconds();
-    if (!Wait(watches || look ? std::min(left, kLook) : left, &seen)) {
+    if (!Wait(watches ? std::min(left, kLook) : look ? std::min(left, kOwnLook) : left, &seen)) {
       return false;
-    }
-    if (watches) {
-      watch.Look();
     }
     if (look) {
       look();
+    } else if (watches) {
+      watch.Look();
     }
     std::tie(seen, plan) = woken();
   }

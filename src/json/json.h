@@ -146,12 +146,12 @@ class Object : public detail::Container {
     }
   }
 
-  /// The same for every member in the order of the text, repeated keys included: fit for a visitor whose
-  /// later calls replace its earlier ones.
+  /// The same for every member in the order of the text, repeated keys included, each key as `Member` finds
+  /// it: fit for a visitor that looks for keys and whose later calls replace its earlier ones.
   template <class Visitor>
   void ForEachInText(Visitor&& visit) const {
     std::size_t key = GetCount().first_key;
-    ForEachValue([&](const Value& value) { visit(NameAt(key++), value); });
+    ForEachValue([&](const Value& value) { visit(KeyAt(key++), value); });
   }
 
   /// The same without the keys.

@@ -5,9 +5,14 @@
 // before, and whoever fills records from such rows finds out once which member each key fills. A row that
 // differs writes down keys of its own from there on.
 //
-// Values become cells on the way, each byte looked at once: numbers are made from eight digits at a time,
-// strings are only passed. Blanks, long numbers and characters beyond ASCII take the roads beside.
+// Values become cells on the way, each byte looked at once: numbers are made from sixteen characters at a
+// time, strings are only passed. Blanks, long numbers and characters beyond ASCII take the roads beside, and
+// so does everything on a processor without SSE4.1.
 #include "json/plain_reader.h"
+
+#ifdef __x86_64__
+#include <immintrin.h>
+#endif
 
 #include <algorithm>
 #include <array>
@@ -63,12 +68,6 @@ constexpr std::uint64_t EightTimes(char character) {
 
 constexpr std::uint64_t kTopBits = EightTimes('\x80');
 
-// Sets the top bits of the bytes that are no digits; all other bits are clear.
-std::uint64_t MarkOthersThanDigits(std::uint64_t word) {
-  const std::uint64_t values = word ^ EightTimes('0');
-  return (((values & ~kTopBits) + EightTimes(0x80 - 10)) | values) & kTopBits;
-}
-
 // Sets the top bit of the first byte that a string cannot hold as it is, or that is not ASCII. Behind that
 // one nothing is certain.
 std::uint64_t MarkOthersThanPlain(std::uint64_t word) {
@@ -81,91 +80,169 @@ std::ptrdiff_t BytesBeforeMark(std::uint64_t marks) {
   return std::countr_zero(marks) / 8;
 }
 
-// The number that eight digits make, whose values the bytes of a word hold.
-std::uint64_t NumberOf(std::uint64_t values) {
-  values = (values * (1 + (10U << 8U))) >> 8U;
-  values = ((values & 0x00FF00FF00FF00FFU) * (1 + (100U << 16U))) >> 16U;
-  return ((values & 0x0000FFFF0000FFFFU) * (1 + (std::uint64_t{10000} << 32U))) >> 32U;
+// A number, and what is behind it: null for what is none.
+struct Passed {
+  const char* behind;
+  double number;
+};
+
+#ifdef __x86_64__
+
+// Characters that are looked at together.
+constexpr unsigned kWide = 16;
+
+// Where the digits of a number of so many characters stand, to the right of sixteen places, without the point
+// that comes after the whole ones: in [whole][length].
+constexpr std::uint8_t kNowhere = 0x80;
+using Places = std::array<std::uint8_t, kWide>;
+alignas(kWide) constexpr auto kPlaces = [] {
+  std::array<std::array<Places, kWide>, kWide> places{};
+  for (std::size_t whole = 0; whole < kWide; ++whole) {
+    for (std::size_t length = 0; length < kWide; ++length) {
+      Places& to = places[whole][length];
+      to.fill(kNowhere);
+      for (std::size_t from = length, place = kWide; from-- > 0;) {
+        if (from != whole) {
+          to[--place] = static_cast<std::uint8_t>(from);
+        }
+      }
+    }
+  }
+  return places;
+}();
+
+// Up to fifteen digits, which a double holds exactly as it does the powers of ten: the quotient of two such
+// numbers is the double nearest to the decimal.
+constexpr std::array<double, kWide> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
+[[gnu::target("sse4.1"), gnu::always_inline]] inline __m128i WideAt(const char* at) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
 }
 
-constexpr std::array<std::uint64_t, kWord + 1> kWholePowersOfTen = {
-    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
-
-// Digits that a double holds exactly, and the powers of ten up to as many of them, which it holds as well:
-// the quotient of two such numbers is the double nearest to the decimal.
-constexpr std::ptrdiff_t kExactDigits = 15;
-constexpr std::array<double, kExactDigits + 1> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                               1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-
-// Reads a number without sign and exponent that has fewer characters than a word, as most have. Returns what
-// is behind it; null for any other, and for some that end in what cannot follow a number.
-[[gnu::always_inline]] inline const char* PassBrief(const char* at, double& number) {
-  const std::uint64_t word = WordAt(at);
-  const std::uint64_t marks = MarkOthersThanDigits(word);
-  const std::ptrdiff_t whole = BytesBeforeMark(marks);
-  std::uint64_t values = word ^ EightTimes('0');
-  std::ptrdiff_t length = whole;
-  std::ptrdiff_t decimals = 0;
-  if (whole < kWord && at[whole] == '.') {
-    length = BytesBeforeMark(marks & (marks - 1));
-    decimals = length - whole - 1;
-    // What stands in front of the point moves over it.
-    const std::uint64_t front = (std::uint64_t{1} << Bits(whole)) - 1;
-    values = (values & ~(front << 8U | 0xFF)) | (values & front) << 8U;
-  }
-  if (length == kWord || (at[length] | 0x20) == 'e' || whole == 0 || (*at == '0' && whole > 1) ||
-      length == whole + 1) {
-    return nullptr;
-  }
-  number = static_cast<double>(NumberOf(values << Bits(kWord - length))) /
-           kPowersOfTen[static_cast<std::size_t>(decimals)];
-  return at + length;
+// The bits of the characters that `bytes` marks.
+[[gnu::target("sse4.1"), gnu::always_inline]] inline unsigned MarksOf(__m128i bytes) {
+  return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
-// The same for numbers of up to fifteen digits, eight of them behind the point.
-[[gnu::noinline]] const char* PassLonger(const char* const at, double& number) {
+// The commas from a place on, found out for many characters at once: whoever goes from one to the next need
+// not wait until what stands between them is read.
+class Commas {
+ public:
+  static constexpr std::ptrdiff_t kBlock = 64;
+
+  // So many characters are there.
+  [[gnu::target("sse4.1"), gnu::always_inline]] explicit Commas(const char* at)
+      : block_(at), marks_(Marks(at)) {}
+
+  // The next one; null when the text ends before, or soon after.
+  [[gnu::target("sse4.1"), gnu::always_inline]] const char* Next(const char* end) {
+    while (marks_ == 0) {
+      block_ += kBlock;
+      if (end - block_ < kBlock) {
+        return nullptr;
+      }
+      marks_ = Marks(block_);
+    }
+    const char* const comma = block_ + std::countr_zero(marks_);
+    marks_ &= marks_ - 1;
+    return comma;
+  }
+
+ private:
+  [[gnu::target("sse4.1"), gnu::always_inline]] static std::uint64_t Marks(const char* at) {
+    std::uint64_t marks = 0;
+    for (unsigned place = 0; place < kBlock; place += kWide) {
+      const __m128i commas = _mm_cmpeq_epi8(WideAt(at + place), _mm_set1_epi8(','));
+      marks |= static_cast<std::uint64_t>(MarksOf(commas)) << place;
+    }
+    return marks;
+  }
+
+  const char* block_;
+  std::uint64_t marks_;
+};
+
+// Reads a number without exponent, of up to fifteen characters and a sign, that ends at `behind`; not for any
+// other. Two words and a character are there. No number is a negative zero.
+[[gnu::target("sse4.1"), gnu::always_inline]] inline bool ReadWide(const char* at, const char* behind,
+                                                                   double& number) {
+  constexpr std::array<double, 2> kSigns = {1, -1};
+  const auto first = [](unsigned bits) { return static_cast<unsigned>(std::countr_zero(bits)); };
+  const unsigned sign = *at == '-' ? 1 : 0;
+  at += sign;
+  const auto length = static_cast<std::uintptr_t>(behind - at);
+  if (length >= kWide) {
+    return false;
+  }
+  const __m128i values = _mm_sub_epi8(WideAt(at), _mm_set1_epi8('0'));
+  const __m128i digits = _mm_cmpeq_epi8(_mm_min_epu8(values, _mm_set1_epi8(9)), values);
+  const unsigned others = ~MarksOf(digits) & ((1U << length) - 1);
+  const unsigned whole = first(others | 1U << length);
+  const bool has_point = others != 0;
+  if (whole == 0 || (*at == '0' && whole > 1) ||
+      (has_point && (others != 1U << whole || at[whole] != '.' || whole + 1 == length))) {
+    return false;
+  }
+  const __m128i places = _mm_load_si128(reinterpret_cast<const __m128i*>(kPlaces[whole][length].data()));
+  const __m128i twos = _mm_maddubs_epi16(_mm_shuffle_epi8(values, places), _mm_set1_epi16(10 | 1 << 8));
+  const __m128i fours = _mm_madd_epi16(twos, _mm_set1_epi32(100 | 1 << 16));
+  const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
+  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
+  const std::uint64_t all = (halves & 0xFFFFFFFF) * 100'000'000 + (halves >> 32U);
+  number = kSigns[sign] * static_cast<double>(static_cast<std::int64_t>(all)) /
+               kPowersOfTen[length - whole - (has_point ? 1 : 0)] +
+           0.0;
+  return true;
+}
+
+// The same of a number that ends in what follows a value of a container.
+[[gnu::target("sse4.1"), gnu::always_inline]] inline Passed PassWide(const char* at) {
+  const __m128i text = WideAt(at);
+  const __m128i brackets = _mm_or_si128(text, _mm_set1_epi8(']' ^ '}'));  // both are one then
+  const __m128i ends =
+      _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8(',')), _mm_cmpeq_epi8(brackets, _mm_set1_epi8('}')));
+  const char* const behind = at + std::countr_zero(MarksOf(ends) | 1U << kWide);
+  double number = 0;
+  return ReadWide(at, behind, number) ? Passed{behind, number} : Passed{nullptr, 0};
+}
+
+// The same for whoever is made for any processor.
+[[gnu::target("sse4.1")]] Passed PassShort(const char* at) {
+  return PassWide(at);
+}
+
+// Passes an array's numbers as long as they are short. How many.
+[[gnu::target("sse4.1")]] std::size_t PassWideNumbers(const char*& at, const char* end,
+                                                      std::span<double> numbers) {
+  std::size_t count = 0;
   const char* next = at;
-  std::uint64_t digits = 0;
-  const auto take = [&next, &digits] {
-    const std::uint64_t word = WordAt(next);
-    const std::ptrdiff_t count = BytesBeforeMark(MarkOthersThanDigits(word));
-    if (count > 0) {
-      digits = digits * kWholePowersOfTen[static_cast<std::size_t>(count)] +
-               NumberOf((word ^ EightTimes('0')) << Bits(kWord - count));
+  for (; count != numbers.size() && HasBytes(kSeveralWords, next, end); ++count) {
+    const Passed passed = PassWide(next + 1);
+    if (passed.behind == nullptr || *next != (count == 0 ? '[' : ',')) {
+      break;
     }
-    next += count;
-    return count;
-  };
-  const std::ptrdiff_t whole = take() == kWord ? kWord + take() : next - at;
-  std::ptrdiff_t decimals = 0;
-  if (*next == '.') {
-    ++next;
-    decimals = take();
-    if (decimals == 0) {
-      return nullptr;
-    }
+    numbers[count] = passed.number;
+    next = passed.behind;
   }
-  if (IsDigit(*next) || (*next | 0x20) == 'e' || whole == 0 || (*at == '0' && whole > 1) ||
-      whole + decimals > kExactDigits) {
-    return nullptr;
-  }
-  number = static_cast<double>(digits) / kPowersOfTen[static_cast<std::size_t>(decimals)];
-  return next;
+  at = next;
+  return count;
 }
 
-// The same with a sign or without. No number is a negative zero.
-[[gnu::always_inline]] inline const char* PassShort(const char* at, double& number) {
-  const bool negative = *at == '-';
-  at += negative ? 1 : 0;
-  const char* next = PassBrief(at, number);
-  if (next == nullptr) {
-    next = PassLonger(at, number);
-  }
-  if (negative) {
-    number = 0.0 - number;
-  }
-  return next;
+bool HasWide() {
+  return __builtin_cpu_supports("sse4.1") != 0;
 }
+
+#else
+
+bool HasWide() {
+  return false;
+}
+Passed PassShort(const char* /*at*/) {
+  return {nullptr, 0};
+}
+
+#endif
 
 const char* SkipDigits(const char* at, const char* end) {
   return std::find_if_not(at, end, IsDigit);
@@ -174,9 +251,10 @@ const char* SkipDigits(const char* at, const char* end) {
 // What is behind the number that begins at `at`; null for what is none, and for one that Qt's parser might
 // read otherwise.
 const char* PassNumber(const char* at, const char* end, double& number) {
-  if (HasBytes(kSeveralWords, at, end)) {
-    if (const char* const behind = PassShort(at, number); behind != nullptr) {
-      return behind;
+  if (HasBytes(kSeveralWords, at, end) && HasWide()) {
+    if (const Passed passed = PassShort(at); passed.behind != nullptr) {
+      number = passed.number;
+      return passed.behind;
     }
   }
   const char* const whole = at + (at != end && *at == '-' ? 1 : 0);
@@ -280,9 +358,11 @@ class Reader {
     SkipBlanks();
     if (*at_ != '}') {
       do {
-        if (is_as_expected) {
+#ifdef __x86_64__
+        if (is_as_expected && is_wide_) {
           PassExpectedNumbers(expected, count);
         }
+#endif
         SkipBlanks();
         const char* behind = nullptr;
         if (is_as_expected && count.entries < expected.entries && HasBytes(kSeveralWords, at_, end_)) {
@@ -329,27 +409,35 @@ class Reader {
   }
 
   // Passes the end of a container; of an inner one only if something follows.
-  bool Closes(char bracket, std::size_t depth) { return *at_ == bracket && (++at_ != end_ || depth == 0); }
+  bool Closes(char bracket, std::size_t depth) {
+    return *at_ == bracket && (++at_ != end_ || depth == 0);
+  }
 
+#ifdef __x86_64__
   // Passes members as they are expected as long as their values are short numbers, the last one aside.
-  void PassExpectedNumbers(const Count& expected, Count& count) {
+  [[gnu::target("sse4.1")]] void PassExpectedNumbers(const Count& expected, Count& count) {
     writer_.MakeRoom(keys_, expected.entries);
     const char* at = at_;
     const Key* key = keys_.data() + expected.first_key + count.entries;
     const Key* const last = keys_.data() + expected.first_key + expected.entries;
+    if (end_ - at < Commas::kBlock) {
+      return;
+    }
+    Commas commas(at);
     for (; key != last && HasBytes(kSeveralWords, at, end_); ++key) {
+      const char* const value = PassExpected(at, *key);
+      const char* const comma = value == nullptr ? nullptr : commas.Next(end_);
       double number = 0;
-      const char* next = PassExpected(at, *key);
-      next = next == nullptr ? nullptr : PassShort(next, number);
-      if (next == nullptr || *next != ',') {
+      if (comma == nullptr || !ReadWide(value, comma, number)) {
         break;
       }
       writer_.Put(std::bit_cast<Cell>(number));
-      at = next + 1;
+      at = comma + 1;
     }
     at_ = at;
     count.entries = expected.entries - static_cast<std::uint32_t>(last - key);
   }
+#endif
 
   // What is behind the key, with quotes and colon, if it stands here as it did where it was read; else null.
   // Several words are there, and then for a number behind it.
@@ -513,6 +601,7 @@ class Reader {
   std::vector<Key>& keys_;
   std::vector<Key> new_keys_;    // of the open objects that differ from what was expected
   std::vector<Count> expected_;  // of the last object on each level
+  const bool is_wide_ = HasWide();
 };
 
 }  // namespace
@@ -530,16 +619,18 @@ bool ReadPlain(std::string_view text, Content& content) {
 std::size_t ReadPlainNumbers(std::string_view text, std::span<double> numbers) {
   const char* at = text.data();
   const char* const end = at + text.size();
-  char before = '[';
-  for (double& number : numbers) {
-    if (at == end || *at != before) {
+  std::size_t passed = 0;
+#ifdef __x86_64__
+  passed = HasWide() ? PassWideNumbers(at, end, numbers) : 0;
+#endif
+  for (; passed != numbers.size(); ++passed) {
+    if (at == end || *at != (passed == 0 ? '[' : ',')) {
       return 0;
     }
-    at = PassNumber(at + 1, end, number);
+    at = PassNumber(at + 1, end, numbers[passed]);
     if (at == nullptr) {
       return 0;
     }
-    before = ',';
   }
   return at != end && *at == ']' ? static_cast<std::size_t>(at + 1 - text.data()) : 0;
 }

@@ -12,8 +12,10 @@
 
 #include "child_process.h"
 #include "clean_terminal.h"
+#include "cli/format/figures.h"
 #include "cli/format/text.h"
 #include "market_server/market_server.h"
+#include "market_server/model/market.h"
 #include "screen_reader.h"
 
 namespace tests {
@@ -304,6 +306,25 @@ TEST_F(LiveProgramTest, saysThatTheMarketIsClosed) {
   EXPECT_TRUE(csm_->ReadUntil([&] {
     return Row(kRows - 3).find("- market closed, figures of 2024-03-13") == 0;
   })) << Screen();
+}
+
+// By the change of the phase alone: no round would come for half a minute.
+TEST_F(LiveProgramTest, showsTheCloseThoughItWasStartedRightBeforeIt) {
+  namespace model = market_server::model;
+  Start({"--clock", "2024-03-13 14:59:57", "--interval", "30"});
+  ASSERT_TRUE(ShowsInTime("开盘 afternoon session")) << Screen();
+  ASSERT_TRUE(ShowsInTime("已收盘 closed")) << Screen();
+  const model::Market market{model::Options{}};
+  const model::Instant evening = model::InstantOf(20240313, 20, 0, 0);
+  for (const char* const code : {"sh000001", "sz399001", "sz399006"}) {
+    const model::Quote close = market.QuoteOf(*market.Find(code), evening);
+    const std::string figures =
+        close.security->name + " " + cli::Fixed(close.last, 2) + " " + cli::Signed(close.change, 2) + "%";
+    EXPECT_NE(market.QuoteOf(*close.security, model::InstantOf(20240313, 14, 59, 57)).last, close.last)
+        << code;
+    EXPECT_TRUE(csm_->ReadUntil([&] { return Row(0).find(figures) != std::string::npos; })) << figures << "\n"
+                                                                                            << Row(0);
+  }
 }
 
 TEST_F(LiveProgramTest, leavesTheTerminalCleanWhenQIsTyped) {

@@ -115,8 +115,8 @@ TEST(JsonDoor, itsSlowWayReadsEveryTextAsQtDoes) {
   }
 }
 
-// Numbers of every length about the words that the plain reader looks at, with every end.
-TEST(JsonDoor, readsNumbersOfEveryLengthAsQtDoes) {
+// Numbers, and what is none, of every length about the words that the plain reader looks at.
+std::vector<std::string> NumbersOfEveryLength() {
   const std::string digits = "7382915604738291";
   std::vector<std::string> numbers = {"00", "00.5",     "0.0",       "1..2", "1.2.3",
                                       ".1", "1234567.", "12345678.", "-",    "--1"};
@@ -131,13 +131,44 @@ TEST(JsonDoor, readsNumbersOfEveryLengthAsQtDoes) {
     numbers.push_back("-" + digits.substr(0, whole));
     numbers.push_back(digits.substr(0, whole) + "E-2");
   }
-  for (const std::string& number : numbers) {
+  return numbers;
+}
+
+TEST(JsonDoor, readsNumbersWithEveryEndAsQtDoes) {
+  for (const std::string& number : NumbersOfEveryLength()) {
     for (const char* const end : {"]", ",1]", " ]", ",\"behind it\"]", "}", "", "    \n    ]", "]       x"}) {
       const std::string text = "[" + number + end;
       ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
     }
     const std::string member = "{\"a\":" + number + "}";
     ASSERT_EQ(qt_reference::Same(Parsed(member), qt_reference::Parse(member)), "") << member;
+  }
+}
+
+// In a row like the one before, where the commas are known ahead in blocks of characters, at every place of a
+// block.
+TEST(JsonDoor, readsNumbersOfAlikeRowsAsQtDoes) {
+  const std::string behind = ",{\"filler\":\"" + std::string(160, 'f') + "\"}]";
+  std::size_t place = 0;
+  const auto expect_same = [&](const std::string& key, const std::string& value) {
+    const auto row = [&](const std::string& number) {
+      return "{\"" + std::string(place % 64, 'x') + "\":1,\"" + key + "\":" + number +
+             ",\"last\":-0.5,\"text\":\"a,b\"}";
+    };
+    const std::string text = "[" + row("12.5") + "," + row(value) + "," + row("7") + behind;
+    ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+  };
+  for (const std::string& number : NumbersOfEveryLength()) {
+    ASSERT_NO_FATAL_FAILURE(expect_same("a", number));
+    place += 7;
+  }
+  for (place = 0; place < 64; ++place) {
+    for (const char* const key : {"a", "a,b", ",", "a\\,", "a key of more than sixteen"}) {
+      for (const char* const value : {"-123456.789", "0", "-0", "1,", "\"1,2\"", "[1,2]", "99999999999.9999",
+                                      "1 ", " 1", "null", "1]"}) {
+        ASSERT_NO_FATAL_FAILURE(expect_same(key, value));
+      }
+    }
   }
 }
 
