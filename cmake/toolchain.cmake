@@ -90,7 +90,7 @@ function(csm_precompile_test name)
 endfunction()
 
 # csm_unity(<name> [APART <source>...]): in builds with CSM_UNITY several sources of a large target are compiled at once,
-# which halves the time of a whole build: headers are read and templates are made once for all of them. What one source
+# which takes a quarter off a whole build: headers are read and templates are made once for all of them. What one source
 # keeps to itself must then have other names than what its neighbours do; where that is too much to ask, and where objects
 # are picked one by one, a source stays apart. Other builds and check-tidy compile each source alone.
 function(csm_unity name)
