@@ -88,3 +88,15 @@ function(csm_precompile_test name)
   csm_precompile(${name} <gtest/gtest.h> <boost/function.hpp> <boost/thread/mutex.hpp> <boost/thread/thread_only.hpp>
     <functional> <map> <memory> <string> <vector>)
 endfunction()
+
+# csm_unity(<name> [APART <source>...]): in builds with CSM_UNITY several sources of a large target are compiled at once,
+# which takes a quarter off a whole build: headers are read and templates are made once for all of them. What one source
+# keeps to itself must then have other names than what its neighbours do; where that is too much to ask, and where objects
+# are picked one by one, a source stays apart. Other builds and check-tidy compile each source alone.
+function(csm_unity name)
+  cmake_parse_arguments(ARG "" "" "APART" ${ARGN})
+  if(CSM_UNITY)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+    set_source_files_properties(${ARG_APART} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
+endfunction()

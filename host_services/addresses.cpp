@@ -18,7 +18,7 @@ struct Current {
 };
 
 // Leaked: callable until the very end of the process.
-Current& State() {
+Current& TheAddresses() {
   static Current* const state = new Current;
   return *state;
 }
@@ -146,13 +146,13 @@ std::shared_ptr<const Addresses> ParseAddresses(const Settings& settings, std::s
 }
 
 std::shared_ptr<const Addresses> CurrentAddresses() {
-  Current& state = State();
+  Current& state = TheAddresses();
   const std::lock_guard lock(state.mutex);
   return state.addresses;
 }
 
 void SetAddresses(std::shared_ptr<const Addresses> addresses) {
-  Current& state = State();
+  Current& state = TheAddresses();
   const std::lock_guard lock(state.mutex);
   state.addresses.swap(addresses);
 }

@@ -36,7 +36,7 @@ struct Life {
 };
 
 // Leaked: callable until the very end of the process.
-Life& State() {
+Life& TheLife() {
   static Life* const life = new Life;
   return *life;
 }
@@ -92,7 +92,7 @@ bool Start(const Settings& wanted, std::string& error) {
     error = "the host services cannot be started from one of their own threads";
     return false;
   }
-  Life& life = State();
+  Life& life = TheLife();
   const std::lock_guard lock(life.mutex);
   if (life.running) {
     error = "the host services run already";
@@ -184,7 +184,7 @@ void Stop() {
     Log(Severity::kError, "a call-back, a task or a watch-list observer tried to stop the host services");
     return;
   }
-  Life& life = State();
+  Life& life = TheLife();
   const std::lock_guard lock(life.mutex);
   if (!life.running) {
     return;

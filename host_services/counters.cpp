@@ -25,7 +25,7 @@ struct CounterState {
 };
 
 // Leaked: callable until the very end of the process.
-CounterState& State() {
+CounterState& TheCounters() {
   static CounterState* const state = new CounterState;
   return *state;
 }
@@ -63,7 +63,7 @@ std::uint64_t& Count(Failures& failures, HttpError error) {
 
 void CountEnd(const std::string& endpoint, HttpError error, const std::string& reason, std::uint64_t bytes,
               std::int64_t at, std::chrono::duration<double> took) {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const std::lock_guard lock(state.mutex);
   Counters& counters = state.counters;
   EndpointCounters& one = Endpoint(counters, endpoint);
@@ -91,7 +91,7 @@ void CountEnd(const std::string& endpoint, HttpError error, const std::string& r
 }  // namespace
 
 void ResetCounters(bool has_server) {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const std::lock_guard lock(state.mutex);
   state.succeeded_at.clear();
   state.counters = Counters();
@@ -99,7 +99,7 @@ void ResetCounters(bool has_server) {
 }
 
 void CountStarted(const std::string& endpoint) {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const std::lock_guard lock(state.mutex);
   ++state.counters.requests;
   ++state.counters.under_way;
@@ -114,7 +114,7 @@ void CountCompleted(const std::string& endpoint, HttpError error, const std::str
 
 void CountHandedOver(const std::string& endpoint) {
   {
-    CounterState& state = State();
+    CounterState& state = TheCounters();
     const std::lock_guard lock(state.mutex);
     // Those of the run before do not count.
     if (state.counters.under_way > 0) {
@@ -126,31 +126,31 @@ void CountHandedOver(const std::string& endpoint) {
 }
 
 void CountConnections(std::uint64_t opened) {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const std::lock_guard lock(state.mutex);
   state.counters.connections += opened;
 }
 
 void CountRecorded() {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const std::lock_guard lock(state.mutex);
   ++state.counters.recorded;
 }
 
 void CountRecordingFailure(const std::string& reason) {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const std::lock_guard lock(state.mutex);
   state.counters.recording_failure = reason;
 }
 
 Connection ConnectionState() {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const std::lock_guard lock(state.mutex);
   return state.connection;
 }
 
 Counters ReadCounters() {
-  CounterState& state = State();
+  CounterState& state = TheCounters();
   const auto now = Steady::now();
   const std::lock_guard lock(state.mutex);
   Counters counters = state.counters;

@@ -14,7 +14,7 @@ struct Listening {
 };
 
 // Leaked: callable until the very end of the process.
-Listening& State() {
+Listening& Listeners() {
   static Listening* const state = new Listening;
   return *state;
 }
@@ -22,13 +22,13 @@ Listening& State() {
 }  // namespace
 
 void SetListener(std::function<void(const Event&)> listener) {
-  Listening& state = State();
+  Listening& state = Listeners();
   const std::unique_lock lock(state.mutex);
   state.listener = std::move(listener);
 }
 
 void Announce(Event::Kind kind, std::string_view text) {
-  Listening& state = State();
+  Listening& state = Listeners();
   const std::shared_lock lock(state.mutex);
   if (state.listener) {
     state.listener({kind, std::string(text)});

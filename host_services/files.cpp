@@ -26,7 +26,7 @@ struct Root {
 };
 
 // Leaked: callable until the very end of the process.
-Root& State() {
+Root& TheRoot() {
   static Root* const state = new Root;
   return *state;
 }
@@ -95,7 +95,7 @@ std::string DefaultConfigDirectory() {
 }
 
 std::string DataRoot() {
-  Root& state = State();
+  Root& state = TheRoot();
   const std::lock_guard lock(state.mutex);
   if (state.directory.empty()) {
     state.directory = DefaultDataDirectory();
@@ -104,7 +104,7 @@ std::string DataRoot() {
 }
 
 void SetDataRoot(const std::string& directory) {
-  Root& state = State();
+  Root& state = TheRoot();
   const std::lock_guard lock(state.mutex);
   state.directory = directory;
 }

@@ -39,7 +39,7 @@ struct LogState {
 };
 
 // Leaked: threads of the process may log until its very end.
-LogState& State() {
+LogState& TheLog() {
   static LogState* const state = new LogState;
   return *state;
 }
@@ -161,7 +161,7 @@ bool OpenLog(const std::string& directory, bool to_stderr, const std::string& le
   std::deque<std::pair<Severity, std::string>> kept;
   std::size_t dropped = 0;
   {
-    LogState& state = State();
+    LogState& state = TheLog();
     const std::lock_guard lock(state.mutex);
     state.logger = logger;
     kept.swap(state.kept);
@@ -179,7 +179,7 @@ bool OpenLog(const std::string& directory, bool to_stderr, const std::string& le
 void CloseLog() {
   std::shared_ptr<spdlog::logger> logger;
   {
-    LogState& state = State();
+    LogState& state = TheLog();
     const std::lock_guard lock(state.mutex);
     logger.swap(state.logger);
   }
@@ -191,7 +191,7 @@ void CloseLog() {
 void Log(Severity severity, std::string_view text) {
   std::shared_ptr<spdlog::logger> logger;
   {
-    LogState& state = State();
+    LogState& state = TheLog();
     const std::lock_guard lock(state.mutex);
     logger = state.logger;
     if (!logger) {

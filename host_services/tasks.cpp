@@ -25,7 +25,7 @@ struct TaskState {
 };
 
 // Leaked: callable until the very end of the process.
-TaskState& State() {
+TaskState& TheTasks() {
   static TaskState* const state = new TaskState;
   return *state;
 }
@@ -34,7 +34,7 @@ TaskState& State() {
 
 void StartTasks() {
   auto pool = std::make_unique<WorkerPool>("task", kThreads);
-  TaskState& state = State();
+  TaskState& state = TheTasks();
   const std::lock_guard lock(state.mutex);
   if (state.pool) {
     return;
@@ -49,7 +49,7 @@ void StartTasks() {
 void StopTasks() {
   std::unique_ptr<WorkerPool> pool;
   {
-    TaskState& state = State();
+    TaskState& state = TheTasks();
     const std::lock_guard lock(state.mutex);
     pool.swap(state.pool);
   }
@@ -68,7 +68,7 @@ std::uint32_t TaskManager::AddTask(const boost::function<void()>& task) {
     return 0;
   }
   {
-    stock_host::TaskState& state = stock_host::State();
+    stock_host::TaskState& state = stock_host::TheTasks();
     const std::lock_guard lock(state.mutex);
     if (state.pool) {
       state.pool->Post(task);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "market_server/clock.h"
 #include "market_server/model/calendar.h"
 
 namespace market_server {
@@ -20,10 +21,6 @@ std::string TimeText(double time) {
   std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02d:%02d:%02d", date / 10000, date / 100 % 100,
                 date % 100, second / 3600, second / 60 % 60, second % 60);
   return text;
-}
-
-double RealNow() {
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 }  // namespace

@@ -16,10 +16,6 @@ constexpr int kOpen = 9 * 3600 + 30 * 60;
 constexpr int kUnderWay = 10 * 3600 + 30 * 60;  // charts and counts have something to show
 constexpr int kClose = 15 * 3600;
 
-double RealNow() {
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
-
 double SteadyNow() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
@@ -69,6 +65,10 @@ bool TakeDate(std::string_view& text, std::uint32_t& date) {
 }
 
 }  // namespace
+
+double RealNow() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
 
 double ParseClock(std::string_view text, double now) {
   const std::string given(text);

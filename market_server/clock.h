@@ -8,6 +8,9 @@
 
 namespace market_server {
 
+/// Seconds since 1970-01-01 UTC by the machine's own clock.
+[[nodiscard]] double RealNow();
+
 /// Reads a clock text (see Options::clock) as seconds since 1970-01-01 UTC, `now` being the real time. Throws
 /// std::runtime_error for a text that is none.
 [[nodiscard]] double ParseClock(std::string_view text, double now);

@@ -196,7 +196,7 @@ void RefuseMisplaced(const CLI::App& app, const CLI::App& command, const std::st
 }
 
 // The command that was chosen; it is added to `path`: "csm rank stocks".
-const CLI::App& Chosen(const CLI::App& app, std::string& path) {
+const CLI::App& Innermost(const CLI::App& app, std::string& path) {
   const std::vector<CLI::App*> chosen = app.get_subcommands();
   if (chosen.empty()) {
     return app;
@@ -206,7 +206,7 @@ const CLI::App& Chosen(const CLI::App& app, std::string& path) {
     throw CLI::ExtrasError(app.get_name(), {chosen[1]->get_name()});
   }
   path += " " + chosen.front()->get_name();
-  return Chosen(*chosen.front(), path);
+  return Innermost(*chosen.front(), path);
 }
 
 // What the first word that nobody knows may have been meant to be.
@@ -285,7 +285,7 @@ UnderstoodLine Parse(const Program& program, int argc, const char* const* argv) 
     const std::vector<const char*> arguments = InOrder(commands, argc, argv);
     app.parse(argc, arguments.data());
     std::string path = program.name;
-    const CLI::App& chosen = Chosen(app, path);
+    const CLI::App& chosen = Innermost(app, path);
     if (&chosen != &app) {
       RefuseMisplaced(app, chosen, path);
     }

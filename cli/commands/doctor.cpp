@@ -32,7 +32,7 @@ namespace {
 using stock_host::Finding;
 using State = Finding::State;
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kDoctorExamples = R"(Examples:
   csm doctor                      settings, key, directories, and the configured server or a simulated one
   csm doctor --server URL         the same with that server
   csm doctor --json               for other programs
@@ -292,7 +292,7 @@ Runner SetUpDoctor(Form& form) {
   const auto options = std::make_shared<ShowOptions>();
   AddMarketOptions(form, options->session);
   AddOutputOptions(form, *options);
-  form.footer = kExamples;
+  form.footer = kDoctorExamples;
   return [options] { return Examine(*options); };
 }
 

@@ -16,7 +16,7 @@
 namespace cli {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kRecordExamples = R"(Examples:
   csm record DIR                              on a terminal: the live screen, and what it shows
   csm record DIR | cat                        elsewhere: all services with their usual keys, until Ctrl-C
   csm record DIR --for 600 --server URL       ten minutes of a real server
@@ -137,7 +137,7 @@ Runner SetUpRecord(Form& form) {
                                              const std::vector<std::string>& given) {
     options->command = CommandOf(rest, given, *options);
   };
-  form.footer = kExamples;
+  form.footer = kRecordExamples;
   return [options] { return Record(*options); };
 }
 

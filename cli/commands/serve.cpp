@@ -19,7 +19,7 @@
 namespace cli {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kServeExamples = R"(Examples:
   csm serve                                    on a free port of this machine
   csm serve --port 8080 --access-log -         a line for every answer, on standard error
   csm serve --clock 09:10 --speed 60           a trading day in six minutes
@@ -134,7 +134,7 @@ Runner SetUpServe(Form& form) {
   form.AddFlag("--unsigned", "answer requests without a signature, too", options->unsigned_too);
   form.AddFlag("--list", "list the scenarios and faults, and end", options->list);
   AddSimulationOptions(form, server);
-  form.footer = kExamples;
+  form.footer = kServeExamples;
   return [options] { return Serve(*options); };
 }
 

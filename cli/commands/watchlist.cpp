@@ -22,7 +22,7 @@
 namespace cli {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kWatchListExamples = R"(Examples:
   csm watchlist add sh600000 000001      at the end of the list
   csm watchlist move 000001 1            to its head
   csm watchlist show --sort change       with quotes, redrawn in place
@@ -99,7 +99,7 @@ std::function<Runner(Form&)> Editing(bool position, Change change) {
                Into(options->position, 1, std::int64_t{1} << 31))
           .is_required = true;
     }
-    form.footer = kExamples;
+    form.footer = kWatchListExamples;
     return [options, change] { return Edit(*options, [&] { return change(*options); }); };
   };
 }
@@ -140,7 +140,7 @@ std::string Move(const EditOptions& options) {
 }  // namespace
 
 Runner SetUpWatchList(Form& form) {
-  form.footer = kExamples;
+  form.footer = kWatchListExamples;
   form.commands = {ShowWatchListCommand(),
                    {"add", "Append stocks or indices", Editing(false, &Add)},
                    {"remove", "Take stocks or indices out", Editing(false, &Remove)},

@@ -8,7 +8,7 @@
 namespace cli {
 namespace {
 
-constexpr int kLongestText = 24;
+constexpr int kWidestText = 24;
 
 std::string Written(double figure, Writing writing) {
   switch (writing) {
@@ -63,7 +63,7 @@ std::vector<Column> ColumnsOf(std::span<const MemberColumn> columns) {
     const bool is_text = column.writing == Writing::kText;
     result.push_back({std::string(column.title.empty() ? column.member : column.title),
                       is_text ? Align::kLeft : Align::kRight, column.min_width,
-                      is_text ? kLongestText : std::numeric_limits<int>::max(), column.rank});
+                      is_text ? kWidestText : std::numeric_limits<int>::max(), column.rank});
   }
   return result;
 }

@@ -14,7 +14,7 @@ namespace cli {
 namespace {
 
 constexpr int kLeastDayColumns = 6;
-constexpr int kBelow = 2;  // rows of the axis and its labels
+constexpr int kAxisRows = 2;  // rows of the axis and its labels
 
 ChartSize AtLeast(const ChartSize& size) {
   return {std::max(size.columns, kLeastChart.columns), std::max(size.rows, kLeastChart.rows)};
@@ -28,7 +28,7 @@ struct Layout {
 
 Layout LayOut(const ChartSize& size, int left, int right) {
   const int columns = size.columns - left - 2 - (right > 0 ? right + 2 : 0);
-  const int rows = size.rows - 1 - kBelow;
+  const int rows = size.rows - 1 - kAxisRows;
   if (size.rows < kRowsForVolumes) {
     const int all = EvenRows(rows);
     return {{left + 2, 1, columns, all}, {left + 2, 1 + all, columns, 0}};
@@ -217,7 +217,7 @@ std::vector<StyledLine> SessionChart(const std::vector<Curve>& curves, int decim
       range.Add(point.value);
     }
   }
-  Area area{0, 1, 0, EvenRows(size.rows - 1 - kBelow)};
+  Area area{0, 1, 0, EvenRows(size.rows - 1 - kAxisRows)};
   const Scale scale(range.low, range.high, area.rows);
   std::vector<SideLabel> labels;
   for (const int row : LabelledRows(area)) {
@@ -225,7 +225,7 @@ std::vector<StyledLine> SessionChart(const std::vector<Curve>& curves, int decim
   }
   area.column = WidestLabel(labels) + 2;
   area.columns = size.columns - area.column;
-  Canvas canvas(size.columns, area.row + area.rows + kBelow);
+  Canvas canvas(size.columns, area.row + area.rows + kAxisRows);
   for (const Curve& curve : curves) {
     DrawCurve(canvas, area, scale, curve);
   }

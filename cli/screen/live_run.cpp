@@ -23,7 +23,7 @@
 namespace cli {
 namespace {
 
-constexpr std::chrono::milliseconds kLook(500);
+constexpr std::chrono::milliseconds kBetweenLooks(500);
 constexpr std::size_t kMostMatches = 50;
 constexpr int kViewColumns = 31;
 constexpr int kViewRows = 5;
@@ -53,7 +53,7 @@ class LiveRun final : public MarketRun {
     TakeTerminal();
     LoadReference();
     Redraw();
-    Loop(kLook);
+    Loop(kBetweenLooks);
     return Leave();
   }
 

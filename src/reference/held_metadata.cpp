@@ -4,8 +4,11 @@
 #include "request/fetch_texts.h"
 
 namespace reference {
+namespace {
 
 using Lock = std::lock_guard<std::mutex>;
+
+}  // namespace
 
 void HeldMetadata::Replace(std::shared_ptr<KLineMetadata> metadata) {
   if (metadata != nullptr) {

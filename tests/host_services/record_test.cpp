@@ -56,16 +56,16 @@ std::wstring Signed(const std::wstring& path, const std::map<std::string, std::s
   return pattern::CSingleton<UrlHelper>::GetInstance()->GetSigniture(path, parameters);
 }
 
-struct Content {
+struct Recorded {
   std::vector<RecordedExchange> exchanges;
   int starts = 0;
   int damaged = 0;
   RecordReader::Found end = RecordReader::Found::kEnd;
 };
 
-Content Read(const std::string& directory) {
+Recorded Read(const std::string& directory) {
   using Found = RecordReader::Found;
-  Content content;
+  Recorded content;
   std::string error;
   const auto reader = RecordReader::Open(directory, error);
   if (!reader) {
@@ -170,7 +170,7 @@ TEST(Record, keepsTimesSettingOutcomeDateAndBytes) {
     EXPECT_EQ(stock_host::ReadCounters().recorded, 1U);
   }
   const auto after = now();
-  const Content content = Read(directory.Path("record"));
+  const Recorded content = Read(directory.Path("record"));
   EXPECT_EQ(content.starts, 1);
   ASSERT_EQ(content.exchanges.size(), 1U);
   const RecordedExchange& one = content.exchanges[0];
@@ -198,7 +198,7 @@ TEST(Record, limitBelowASecondIsOneSecond) {
     GetAsyn(server.WideUrl(), answers.Callback(), {}, -7);
     ASSERT_TRUE(answers.Wait(2));
   }
-  const Content content = Read(directory.Path("record"));
+  const Recorded content = Read(directory.Path("record"));
   ASSERT_EQ(content.exchanges.size(), 2U);
   for (const RecordedExchange& one : content.exchanges) EXPECT_EQ(one.limit, 1000);
 }
@@ -244,7 +244,7 @@ TEST(Record, keepsFailuresAndNothingThatWasNotSent) {
     GetAsyn(
         server.WideUrl("/pc/rt/silent"), [](bool, const char*, std::size_t) {}, {}, 20);
   }
-  const Content content = Read(directory.Path("record"));
+  const Recorded content = Read(directory.Path("record"));
   ASSERT_EQ(content.exchanges.size(), 3U);
   EXPECT_EQ(content.exchanges[0].answer.error, HttpError::kStatus);
   EXPECT_EQ(content.exchanges[0].answer.status, 503);
@@ -264,7 +264,7 @@ TEST(Record, goesOnWithWhatIsThere) {
     const RunningHost host(Recording(directory, server));
     EXPECT_TRUE(Ask(server.WideUrl("/pc/rt/" + std::to_string(i))));
   }
-  const Content content = Read(directory.Path("record"));
+  const Recorded content = Read(directory.Path("record"));
   EXPECT_EQ(content.starts, 2);
   ASSERT_EQ(content.exchanges.size(), 2U);
   EXPECT_EQ(content.exchanges[1].request, "/pc/rt/1");
@@ -304,7 +304,7 @@ TEST(Record, cutAnywhereKeepsTheWholeEntriesBefore) {
   std::size_t most = 0;
   for (std::size_t size = stock_host::RecordTitle().size(); size <= whole.size(); ++size) {
     WriteFile(directory.Path("exchanges.csm"), whole.substr(0, size));
-    const Content content = Read(directory.Path());
+    const Recorded content = Read(directory.Path());
     EXPECT_EQ(content.damaged, 0) << size;
     EXPECT_GE(content.exchanges.size(), most) << size;
     most = std::max(most, content.exchanges.size());
@@ -323,10 +323,10 @@ TEST(Record, cutAnywhereIsContinued) {
   for (std::size_t size = 0; size < whole.size(); size += 13) {
     const TemporaryDirectory directory;
     WriteFile(directory.Path("exchanges.csm"), whole.substr(0, size));
-    const Content before = Read(directory.Path());
+    const Recorded before = Read(directory.Path());
     std::string error;
     ASSERT_NE(Recorder::Open(directory.Path(), error), nullptr) << size << " " << error;
-    const Content after = Read(directory.Path());
+    const Recorded after = Read(directory.Path());
     EXPECT_EQ(after.end, RecordReader::Found::kEnd) << size;
     EXPECT_EQ(after.exchanges.size(), before.exchanges.size()) << size;
     EXPECT_EQ(after.starts, before.starts + 1) << size;
@@ -346,7 +346,7 @@ TEST(Record, damagedAnywhereGivesNoWrongAnswer) {
     std::string bytes = whole;
     bytes[at] = static_cast<char>(bytes[at] ^ 0x11);
     WriteFile(directory.Path("exchanges.csm"), bytes);
-    const Content content = Read(directory.Path());
+    const Recorded content = Read(directory.Path());
     noticed += content.starts < 1 || content.exchanges.size() < good.size() ? 1U : 0U;
     for (const RecordedExchange& exchange : content.exchanges) {
       EXPECT_TRUE(std::any_of(good.begin(), good.end(), [&](const RecordedExchange& other) {
@@ -363,7 +363,7 @@ TEST(Record, aDamagedEntryCostsNoOther) {
   const TemporaryDirectory directory;
   bytes[bytes.find("body 1")] = 'X';
   WriteFile(directory.Path("exchanges.csm"), bytes);
-  const Content content = Read(directory.Path());
+  const Recorded content = Read(directory.Path());
   EXPECT_EQ(content.damaged, 1);
   EXPECT_EQ(content.exchanges.size(), 2U);
   EXPECT_EQ(content.end, RecordReader::Found::kEnd);
@@ -399,7 +399,7 @@ TEST(Record, thatCannotGrowLeavesTheExchangeAlone) {
     EXPECT_NE(counters.recording_failure.find("cannot write the record"), std::string::npos);
     EXPECT_NE(host.LogFile().find("nothing more is recorded"), std::string::npos);
   }
-  const Content content = Read(directory.Path("record"));
+  const Recorded content = Read(directory.Path("record"));
   EXPECT_EQ(content.exchanges.size(), 1U);
   EXPECT_EQ(content.end, RecordReader::Found::kEnd);
 }

@@ -93,7 +93,7 @@ class Replay : public testing::Test {
   const stock_host::Moment zero_ = stock_host::Moment::Now();
 };
 
-std::wstring Signed(const std::wstring& path, const std::map<std::string, std::string>& parameters) {
+std::wstring SignedAddress(const std::wstring& path, const std::map<std::string, std::string>& parameters) {
   return pattern::CSingleton<UrlHelper>::GetInstance()->GetSigniture(path, parameters);
 }
 
@@ -284,10 +284,10 @@ TEST_F(Replay, signatureDoesNotMatterAndParametersDo) {
   const RunningHost host(Replaying(1000));
   for (int i = 0; i < 2; ++i) {
     std::string body;
-    EXPECT_TRUE(GetSync(Signed(L"/pc/rt/one", {{"a", "1"}}), body, {}, 20));
+    EXPECT_TRUE(GetSync(SignedAddress(L"/pc/rt/one", {{"a", "1"}}), body, {}, 20));
     EXPECT_EQ(body, "found");
-    EXPECT_FALSE(GetSync(Signed(L"/pc/rt/one", {{"a", "2"}}), body, {}, 20));
-    EXPECT_FALSE(GetSync(Signed(L"/pc/rt/one", {}), body, {}, 20));
+    EXPECT_FALSE(GetSync(SignedAddress(L"/pc/rt/one", {{"a", "2"}}), body, {}, 20));
+    EXPECT_FALSE(GetSync(SignedAddress(L"/pc/rt/one", {}), body, {}, 20));
   }
   const auto counters = stock_host::ReadCounters();
   EXPECT_EQ(counters.succeeded, 2U);
@@ -312,7 +312,7 @@ TEST_F(Replay, needsNoServer) {
     const std::wstring to = common::s2ws(host.directory().Path("data/x"), common::kUtf8);
     EXPECT_TRUE(DownloadFileSyncWithRetry(server->WideUrl("/v2/static/x.gzip"), to, 1, 20));
     std::string body;
-    EXPECT_TRUE(GetSync(Signed(L"/pc/rt/one", {{"a", "1"}}), body, {}, 20));
+    EXPECT_TRUE(GetSync(SignedAddress(L"/pc/rt/one", {{"a", "1"}}), body, {}, 20));
     EXPECT_TRUE(GetSync(server->WideUrl("/v2/kql?q=1"), body, {}, 20));
   }
   server.reset();
@@ -322,7 +322,7 @@ TEST_F(Replay, needsNoServer) {
   const RunningHost host(replaying);
   auto* const url = pattern::CSingleton<UrlHelper>::GetInstance();
   std::string body;
-  EXPECT_TRUE(GetSync(Signed(L"/pc/rt/one", {{"a", "1"}}), body, {}, 20));
+  EXPECT_TRUE(GetSync(SignedAddress(L"/pc/rt/one", {{"a", "1"}}), body, {}, 20));
   EXPECT_EQ(body, packed);
   EXPECT_TRUE(GetSync(url->HistoryRoot() + L"/kql?q=1", body, {}, 20));
   const std::string file = host.directory().Path("data/x");
@@ -341,9 +341,9 @@ TEST_F(Replay, failuresComeAsTheyWere) {
   Write({refused, busy});
   const RunningHost host(Replaying(1000));
   Answers answers;
-  GetAsyn(Signed(L"/pc/rt/refused", {}), answers.Callback(), {}, 20);
+  GetAsyn(SignedAddress(L"/pc/rt/refused", {}), answers.Callback(), {}, 20);
   ASSERT_TRUE(answers.Wait(1));
-  GetAsyn(Signed(L"/pc/rt/busy", {}), answers.Callback(), {}, 20);
+  GetAsyn(SignedAddress(L"/pc/rt/busy", {}), answers.Callback(), {}, 20);
   ASSERT_TRUE(answers.Wait(2));
   EXPECT_FALSE(answers.Given()[0].ok);
   EXPECT_FALSE(answers.Given()[0].body.has_value());
@@ -440,7 +440,7 @@ TEST_F(Replay, clockOfTheServicesIsTaught) {
   Write({exchange});
   const RunningHost host(Replaying(1));
   std::string body;
-  EXPECT_TRUE(GetSync(Signed(L"/pc/rt/one", {}), body, {}, 20));
+  EXPECT_TRUE(GetSync(SignedAddress(L"/pc/rt/one", {}), body, {}, 20));
   EXPECT_GE(common::GetCurrentServerTime(), kDate);
   EXPECT_LE(common::GetCurrentServerTime(), kDate + 60);
   EXPECT_EQ(common::GetCurrentServerDate(), 20240315U);

@@ -36,6 +36,20 @@ class HouseChecks(unittest.TestCase):
         self.assertEqual(made.returncode != 0, made.stdout != "", made.stdout)
         return made.stdout.splitlines()
 
+    def test_tidy_finds_mistakes_in_sources_and_headers_of_ours(self):
+        shutil.copy(os.path.join(SCRIPTS, "..", ".clang-tidy"), self.root)
+        self.write("CMakeLists.txt", "cmake_minimum_required(VERSION 3.25)\nproject(tree LANGUAGES CXX)\n"
+                                     "set(CMAKE_EXPORT_COMPILE_COMMANDS ON)\nset(CMAKE_CXX_STANDARD 20)\n"
+                                     "add_library(tree src/a.cpp src/b.cpp)\ntarget_include_directories(tree PRIVATE src)\n")
+        self.write("src/a.h", "#pragma once\n#include <utility>\n"
+                              "template <class T> auto Twice(T a) { T b = std::move(a); return b.size() + a.size(); }\n")
+        self.write("src/a.cpp", "#include \"a.h\"\n#include <string>\n#include <vector>\nusing std::vector;\n"
+                                "bool Run(const std::string& a) { return a.size() == 0 && Twice(a) == 0; }\n")
+        self.write("src/b.cpp", "int Run(int a) { return a; }\n")
+        findings = [line.split("[")[-1] for line in self.findings("check-tidy") if ": error: " in line]
+        self.assertEqual(sorted(findings), [f"{name},-warnings-as-errors]" for name in (
+            "bugprone-use-after-move", "misc-unused-using-decls", "readability-container-size-empty")])
+
     def test_includes_leaves_the_allowed_directions_alone(self):
         self.write("src/c_stock_market.h", '#include "quotes/index_market.h"\n')
         self.write("src/host/host.h", '#include <boost/function.hpp>\n#include "frame/observer.h"\n')
@@ -51,6 +65,11 @@ class HouseChecks(unittest.TestCase):
                                    '#include "market_server/market_server.h"\n')
         self.write("tests/a.cpp", '#include "quotes/index_market.h"\n#include "market_server/market_server.h"\n')
         self.assertEqual(self.findings("check-includes"), [])
+
+    def test_includes_finds_constants_that_their_source_does_not_use(self):
+        self.write("tests/a.cpp", "namespace {\nconstexpr int kOne = 1;\nconst std::string kTwo(\"2\");\nconstexpr int kThree[] = {3};\n"
+                                  "constexpr auto kFour = kOne;\n}\nint Five() { return kFour; }\n")
+        self.assertEqual(self.findings("check-includes"), ["tests/a.cpp: kTwo is not used", "tests/a.cpp: kThree is not used"])
 
     def test_includes_finds_each_wrong_direction(self):
         for name in ["src/c_stock_market.h", "src/frame/observer.h", "src/quotes/b.h", "src/reference/c.h",

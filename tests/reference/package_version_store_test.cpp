@@ -21,7 +21,7 @@ namespace {
 using reference::PackageKey;
 using reference::PackageVersionStore;
 
-const std::uint16_t kDay = PackageKey(1, 1);
+const std::uint16_t kDayKey = PackageKey(1, 1);
 const std::uint16_t kWeek = PackageKey(2, 1);
 
 class VersionStore : public ::testing::Test {
@@ -71,29 +71,29 @@ TEST_F(VersionStore, makesDirectoryFileAndTable) {
 }
 
 TEST_F(VersionStore, isEmptyWhenItIsNew) {
-  EXPECT_EQ(Stored(kDay), KLineMetaInfo());
+  EXPECT_EQ(Stored(kDayKey), KLineMetaInfo());
 }
 
 TEST_F(VersionStore, keepsWhatIsSet) {
-  PackageVersionStore(kSymbol).Set(kDay, {L"20240315", 4711});
-  EXPECT_EQ(Stored(kDay), (KLineMetaInfo{L"20240315", 4711}));
+  PackageVersionStore(kSymbol).Set(kDayKey, {L"20240315", 4711});
+  EXPECT_EQ(Stored(kDayKey), (KLineMetaInfo{L"20240315", 4711}));
   EXPECT_EQ(Run("select id || '|' || version || '|' || count from kline_pkg_info"), "257|20240315|4711");
 }
 
 TEST_F(VersionStore, replacesARow) {
   PackageVersionStore store(kSymbol);
-  store.Set(kDay, {L"1", 1});
-  store.Set(kDay, {L"2", 2});
-  EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"2", 2}));
+  store.Set(kDayKey, {L"1", 1});
+  store.Set(kDayKey, {L"2", 2});
+  EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{L"2", 2}));
   EXPECT_EQ(Run("select count(*) from kline_pkg_info"), "1");
 }
 
 TEST_F(VersionStore, keepsPackagesApart) {
   PackageVersionStore store(kSymbol);
-  store.Set(kDay, {L"1", 1});
+  store.Set(kDayKey, {L"1", 1});
   store.Set(kWeek, {L"2", 2});
-  store.Set(kDay, {L"3", 3});
-  EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"3", 3}));
+  store.Set(kDayKey, {L"3", 3});
+  EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{L"3", 3}));
   EXPECT_EQ(store.Get(kWeek), (KLineMetaInfo{L"2", 2}));
   EXPECT_EQ(store.Get(PackageKey(3, 1)), KLineMetaInfo());
 }
@@ -112,19 +112,19 @@ TEST_F(VersionStore, keepsVersionsThatLookLikeSql) {
   for (const wchar_t* const version :
        {L"a'b", L"1; drop table kline_pkg_info; --", L"null", L"(select 1)", L"true", L"current_timestamp",
         L"kline_pkg_info", L"a b", L" 20240315", L" ", L"id "}) {
-    store.Set(kDay, {version, 1});
-    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{version, 1}));
+    store.Set(kDayKey, {version, 1});
+    EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{version, 1}));
   }
 }
 
 TEST_F(VersionStore, refusesVersionsThatWouldChangeTheStatement) {
   PackageVersionStore store(kSymbol);
-  store.Set(kDay, {L"1", 1});
+  store.Set(kDayKey, {L"1", 1});
   for (const wchar_t* const version : {L"2\",count=99,version=\"3", L"id", L"COUNT", L"version", L"_rowid_",
                                        L"版本", L"a\nb", L"100%d", L"a\\b"}) {
-    store.Set(kDay, {version, 2});
+    store.Set(kDayKey, {version, 2});
     store.Set(kWeek, {version, 2});
-    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"1", 1}));
+    EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{L"1", 1}));
     EXPECT_EQ(store.Get(kWeek), KLineMetaInfo());
   }
 }
@@ -132,29 +132,29 @@ TEST_F(VersionStore, refusesVersionsThatWouldChangeTheStatement) {
 TEST_F(VersionStore, readsANullCountAsZero) {
   Run("create table \"kline_pkg_info\" (id int primary key not null, version char(20) not null, count int)");
   Run("insert into kline_pkg_info values(257, '7', null)");
-  EXPECT_EQ(Stored(kDay), (KLineMetaInfo{L"7", 0}));
+  EXPECT_EQ(Stored(kDayKey), (KLineMetaInfo{L"7", 0}));
 }
 
 TEST_F(VersionStore, readsARowWithoutAUsableVersionAsEmpty) {
   static_cast<void>(PackageVersionStore(kSymbol));
   Run("insert into kline_pkg_info values(257, 'zz\"zz', 5)");
-  EXPECT_EQ(Stored(kDay), KLineMetaInfo());
-  PackageVersionStore(kSymbol).Set(kDay, {L"8", 8});
-  EXPECT_EQ(Stored(kDay), (KLineMetaInfo{L"8", 8}));
+  EXPECT_EQ(Stored(kDayKey), KLineMetaInfo());
+  PackageVersionStore(kSymbol).Set(kDayKey, {L"8", 8});
+  EXPECT_EQ(Stored(kDayKey), (KLineMetaInfo{L"8", 8}));
 }
 
 TEST_F(VersionStore, leavesOtherTablesOfTheFileAlone) {
   Run("create table other (x int)");
-  PackageVersionStore(kSymbol).Set(kDay, {L"1", 1});
+  PackageVersionStore(kSymbol).Set(kDayKey, {L"1", 1});
   EXPECT_EQ(Run("select count(*) from sqlite_master where name='other'"), "1");
 }
 
 TEST_F(VersionStore, mayBeOpenTwice) {
   PackageVersionStore first(kSymbol);
   PackageVersionStore second(kSymbol);
-  first.Set(kDay, {L"1", 1});
+  first.Set(kDayKey, {L"1", 1});
   second.Set(kWeek, {L"2", 2});
-  EXPECT_EQ(second.Get(kDay), (KLineMetaInfo{L"1", 1}));
+  EXPECT_EQ(second.Get(kDayKey), (KLineMetaInfo{L"1", 1}));
   EXPECT_EQ(first.Get(kWeek), (KLineMetaInfo{L"2", 2}));
 }
 
@@ -166,8 +166,8 @@ TEST_F(VersionStore, staysClosedForWhatIsNoSymbol) {
   for (const wchar_t* const symbol : {L"", L"../evil", L"sh60000", L"bk0001"}) {
     PackageVersionStore store(symbol);
     EXPECT_FALSE(store.IsOpen());
-    store.Set(kDay, {L"1", 1});
-    EXPECT_EQ(store.Get(kDay), std::nullopt);
+    store.Set(kDayKey, {L"1", 1});
+    EXPECT_EQ(store.Get(kDayKey), std::nullopt);
   }
   EXPECT_TRUE(std::filesystem::is_empty(host.Directory()));
 }
@@ -177,8 +177,8 @@ TEST_F(VersionStore, staysClosedWithoutADirectory) {
   std::ofstream(Directory()) << "a file where the directory should be";
   PackageVersionStore store(kSymbol);
   EXPECT_FALSE(store.IsOpen());
-  store.Set(kDay, {L"1", 1});
-  EXPECT_EQ(store.Get(kDay), std::nullopt);
+  store.Set(kDayKey, {L"1", 1});
+  EXPECT_EQ(store.Get(kDayKey), std::nullopt);
 }
 
 TEST_F(VersionStore, deletesNothingThatIsNotDamaged) {
@@ -189,10 +189,10 @@ TEST_F(VersionStore, deletesNothingThatIsNotDamaged) {
 
 TEST_F(VersionStore, swallowsErrorsAfterTheOpen) {
   PackageVersionStore store(kSymbol);
-  store.Set(kDay, {L"1", 1});
+  store.Set(kDayKey, {L"1", 1});
   Run("drop table kline_pkg_info");
-  EXPECT_EQ(store.Get(kDay), std::nullopt);
-  store.Set(kDay, {L"2", 2});
+  EXPECT_EQ(store.Get(kDayKey), std::nullopt);
+  store.Set(kDayKey, {L"2", 2});
 }
 
 // --- Repair ---
@@ -201,11 +201,11 @@ TEST_F(VersionStore, deletesADamagedFileAndMakesANewOneWithTheNextLoad) {
   Write(Path(), std::string(4096, 'x'));
   PackageVersionStore damaged(kSymbol);
   EXPECT_FALSE(damaged.IsOpen());
-  damaged.Set(kDay, {L"1", 1});
-  EXPECT_EQ(damaged.Get(kDay), std::nullopt);
+  damaged.Set(kDayKey, {L"1", 1});
+  EXPECT_EQ(damaged.Get(kDayKey), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(Path()));
-  PackageVersionStore(kSymbol).Set(kDay, {L"2", 2});
-  EXPECT_EQ(Stored(kDay), (KLineMetaInfo{L"2", 2}));
+  PackageVersionStore(kSymbol).Set(kDayKey, {L"2", 2});
+  EXPECT_EQ(Stored(kDayKey), (KLineMetaInfo{L"2", 2}));
 }
 
 // SQLite itself deletes a journal that it has rolled back or takes for garbage. One that a finished
@@ -220,7 +220,7 @@ TEST_F(VersionStore, deletesTheJournalOfADamagedFileWithIt) {
 }
 
 TEST_F(VersionStore, findsDamageBehindTheFirstPage) {
-  PackageVersionStore(kSymbol).Set(kDay, {L"1", 1});
+  PackageVersionStore(kSymbol).Set(kDayKey, {L"1", 1});
   {
     std::fstream file(Path(), std::ios::binary | std::ios::in | std::ios::out);
     file.seekp(4096);
@@ -258,8 +258,8 @@ TEST_F(VersionStore, replacesATableOfOtherColumnsAndNothingElse) {
     Run(schema);
     PackageVersionStore store(kSymbol);
     EXPECT_TRUE(store.IsOpen()) << schema;
-    store.Set(kDay, {L"1", 1});
-    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"1", 1})) << schema;
+    store.Set(kDayKey, {L"1", 1});
+    EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{L"1", 1})) << schema;
     EXPECT_EQ(Run("select x from other"), "4711") << schema;
   }
 }
@@ -276,10 +276,10 @@ TEST_F(VersionStore, replacesATableWithATriggerOrAnIndexOfSomebodyElse) {
     Run(other);
     PackageVersionStore store(kSymbol);
     EXPECT_TRUE(store.IsOpen()) << other;
-    store.Set(kDay, {L"1", 1});
-    store.Set(kDay + 1, {L"2", 1});
-    EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"1", 1})) << other;
-    EXPECT_EQ(store.Get(kDay + 1), (KLineMetaInfo{L"2", 1})) << other;
+    store.Set(kDayKey, {L"1", 1});
+    store.Set(kDayKey + 1, {L"2", 1});
+    EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{L"1", 1})) << other;
+    EXPECT_EQ(store.Get(kDayKey + 1), (KLineMetaInfo{L"2", 1})) << other;
     EXPECT_EQ(Run("select x from other"), "4711") << other;
   }
 }
@@ -288,9 +288,9 @@ TEST_F(VersionStore, takesATableWhoseNamesAreWrittenInOtherLetters) {
   Run("create table KLINE_PKG_INFO (ID int, Version text, COUNT int)");
   Run("insert into kline_pkg_info values(257, '7', 8)");
   PackageVersionStore store(kSymbol);
-  EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"7", 8}));
-  store.Set(kDay, {L"8", 9});
-  EXPECT_EQ(store.Get(kDay), (KLineMetaInfo{L"8", 9}));
+  EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{L"7", 8}));
+  store.Set(kDayKey, {L"8", 9});
+  EXPECT_EQ(store.Get(kDayKey), (KLineMetaInfo{L"8", 9}));
 }
 
 TEST_F(VersionStore, takesAnEmptyFileForANewOne) {
@@ -316,9 +316,9 @@ TEST(VersionStoreBelowAnyDirectory, keepsWhatIsSet) {
   {
     ScriptedHost host;
     ASSERT_EQ(host.Directory().rfind(directory, 0), 0U);
-    PackageVersionStore(L"sh600000").Set(kDay, {L"1", 2});
+    PackageVersionStore(L"sh600000").Set(kDayKey, {L"1", 2});
     EXPECT_TRUE(std::filesystem::exists(host.Directory() + "/kline/sh600000/trace.db"));
-    EXPECT_EQ(PackageVersionStore(L"sh600000").Get(kDay), (KLineMetaInfo{L"1", 2}));
+    EXPECT_EQ(PackageVersionStore(L"sh600000").Get(kDayKey), (KLineMetaInfo{L"1", 2}));
   }
   before ? setenv("TMPDIR", before->c_str(), 1) : unsetenv("TMPDIR");
   std::filesystem::remove_all(directory);
