@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <thread>
 #include <utility>
 
 #include "frame/ticks.h"
@@ -41,6 +42,7 @@ class ScriptedSteady {
   }
   ~ScriptedSteady() {
     frame::SetSteadySource(nullptr);
+    stepping_ = std::thread::id();
     on_read_ = nullptr;
   }
   ScriptedSteady(const ScriptedSteady&) = delete;
@@ -49,18 +51,22 @@ class ScriptedSteady {
   void Advance(std::int64_t milliseconds) { now_.fetch_add(milliseconds); }
   [[nodiscard]] std::int64_t Now() const { return now_.load(); }
 
-  /// From now on every look at the clock runs this first, as time goes on while somebody waits. For tests of
-  /// one thread.
-  void OnRead(std::function<void()> step) { on_read_ = std::move(step); }
+  /// From now on every look at the clock by this thread runs this first, as time goes on while it waits. Time
+  /// does not go on for a thread that an earlier test has left.
+  void OnRead(std::function<void()> step) {
+    stepping_ = std::this_thread::get_id();
+    on_read_ = std::move(step);
+  }
 
  private:
   static std::int64_t Read() {
-    if (on_read_) {
+    if (stepping_.load() == std::this_thread::get_id()) {
       on_read_();
     }
     return now_.load();
   }
 
   static inline std::atomic<std::int64_t> now_{0};
-  static inline std::function<void()> on_read_;
+  static inline std::atomic<std::thread::id> stepping_;
+  static inline std::function<void()> on_read_;  // the stepping thread's
 };
