@@ -129,20 +129,17 @@ constexpr std::array<double, kWide> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  
 // not wait until what stands between them is read.
 class Commas {
  public:
-  static constexpr std::ptrdiff_t kBlock = 64;
-
-  // So many characters are there.
-  [[gnu::target("sse4.1"), gnu::always_inline]] explicit Commas(const char* at)
-      : block_(at), marks_(Marks(at)) {}
+  explicit Commas(const char* at) : next_(at) {}
 
   // The next one; null when the text ends before, or soon after.
   [[gnu::target("sse4.1"), gnu::always_inline]] const char* Next(const char* end) {
     while (marks_ == 0) {
-      block_ += kBlock;
-      if (end - block_ < kBlock) {
+      if (end - next_ < kBlock) {
         return nullptr;
       }
+      block_ = next_;
       marks_ = Marks(block_);
+      next_ += kBlock;
     }
     const char* const comma = block_ + std::countr_zero(marks_);
     marks_ &= marks_ - 1;
@@ -150,6 +147,8 @@ class Commas {
   }
 
  private:
+  static constexpr std::ptrdiff_t kBlock = 64;
+
   [[gnu::target("sse4.1"), gnu::always_inline]] static std::uint64_t Marks(const char* at) {
     std::uint64_t marks = 0;
     for (unsigned place = 0; place < kBlock; place += kWide) {
@@ -159,8 +158,9 @@ class Commas {
     return marks;
   }
 
-  const char* block_;
-  std::uint64_t marks_;
+  const char* next_;  // block
+  const char* block_ = nullptr;
+  std::uint64_t marks_ = 0;
 };
 
 // Reads a number without exponent, of up to fifteen characters and a sign, that ends at `behind`; not for any
@@ -420,13 +420,10 @@ class Reader {
     const char* at = at_;
     const Key* key = keys_.data() + expected.first_key + count.entries;
     const Key* const last = keys_.data() + expected.first_key + expected.entries;
-    if (end_ - at < Commas::kBlock) {
-      return;
-    }
     Commas commas(at);
     for (; key != last && HasBytes(kSeveralWords, at, end_); ++key) {
       const char* const value = PassExpected(at, *key);
-      const char* const comma = value == nullptr ? nullptr : commas.Next(end_);
+      const char* const comma = value == nullptr || *value == '"' ? nullptr : commas.Next(end_);
       double number = 0;
       if (comma == nullptr || !ReadWide(value, comma, number)) {
         break;
