@@ -1,5 +1,6 @@
 // One request and its answer so far: how it is asked, what of the answer is taken, how the outcome is judged.
-// Used by the network thread alone; threads, deadlines and the order of things are http.cpp's.
+// Used by one thread at a time, that at the network; threads, deadlines and the order of things are
+// http.cpp's.
 #pragma once
 
 #include <curl/curl.h>

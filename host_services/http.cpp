@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <condition_variable>
 #include <deque>
 #include <filesystem>
 #include <future>
@@ -33,6 +34,7 @@ namespace {
 using Steady = std::chrono::steady_clock;
 
 constexpr std::size_t kCompletionThreads = 4;
+constexpr std::size_t kThreads = kCompletionThreads + 1;  // one always has time for the network
 constexpr long kConnections = 64;
 constexpr long kConnectionsToHost = 32;
 constexpr long kKeptConnections = 16;
@@ -143,28 +145,52 @@ std::function<void()> HandingOver(std::string endpoint, HttpClient::Done done, H
 
 }  // namespace
 
+// The threads of a client. One of them leads: it waits for the network. When it has answers it leaves that to
+// another and runs a call-back itself, so that no answer waits for a thread to be woken.
 struct HttpClient::Impl {
-  std::mutex mutex;  // guards all members below
-  bool running = false;
+  std::mutex mutex;  // guards all members below but the network, which belongs to the thread that leads
+  std::condition_variable wanted;  // a thread, for a call-back or to lead
+  std::condition_variable ended;   // every request has
+  bool running = false;            // takes requests
+  bool led = false;                // a thread leads
+  bool over = false;               // every request has ended; what is left are call-backs
+  std::size_t busy = 0;            // threads that run a call-back
+  std::deque<std::function<void()>> completions;
+  std::vector<std::unique_ptr<Exchange>> arrived;  // not yet seen by the thread that leads
   HttpSettings settings;
   CURLM* multi = nullptr;
-  std::vector<std::unique_ptr<Exchange>> arrived;  // not yet seen by the network thread
-  std::unique_ptr<WorkerPool> completions;
-  std::thread network;
+  std::unique_ptr<Network> network;
+  std::vector<std::thread> threads;
+
+  void Work();
+
+  // Whether somebody must lead, because requests are under way; whoever asks for something new, or ends the
+  // client, calls for one as well. Under the mutex, as what follows.
+  [[nodiscard]] bool IsLeaderWanted() const;
+
+  // The thread that leads, or one that will, looks at what is new.
+  void CallLeader();
+
+  void Post(std::function<void()> completion);
 };
 
-// A run of the network thread.
+// What waits for the network. Used by one thread at a time.
 class HttpClient::Network {
  public:
   explicit Network(Impl& impl) : impl_(impl), multi_(impl.multi), settings_(impl.settings) {}
 
-  void Run() {
+  // Until there are call-backs to run: true. False when the client was stopped, after every request has
+  // ended.
+  bool Lead() {
     while (TakeArrived()) {
       int active = 0;
       curl_multi_perform(multi_, &active);
       Collect();
       Expire();
       Play();
+      if (HandOver()) {
+        return true;
+      }
       curl_multi_poll(multi_, nullptr, 0, MillisecondsToDeadline(), nullptr);
     }
     while (!exchanges_.empty()) {
@@ -174,7 +200,13 @@ class HttpClient::Network {
     for (auto& [due, played] : played_) {
       Finish(std::move(played.exchange), FailedAnswer(HttpError::kStopped, "the host services were stopped"));
     }
+    played_.clear();
+    HandOver();
+    return false;
   }
+
+  // Whether requests are under way.
+  [[nodiscard]] bool IsWaiting() const { return !exchanges_.empty() || !played_.empty(); }
 
  private:
   struct Played {
@@ -312,8 +344,20 @@ class HttpClient::Network {
       exchange->done(answer);
       return;
     }
-    // The pool outlives this thread.
-    impl_.completions->Post(HandingOver(exchange->endpoint, std::move(exchange->done), std::move(answer)));
+    completions_.push_back(HandingOver(exchange->endpoint, std::move(exchange->done), std::move(answer)));
+  }
+
+  // Whether this thread is wanted for a call-back.
+  bool HandOver() {
+    if (completions_.empty()) {
+      return false;
+    }
+    const std::lock_guard lock(impl_.mutex);
+    for (auto& completion : completions_) {
+      impl_.completions.push_back(std::move(completion));
+    }
+    completions_.clear();
+    return impl_.busy < kCompletionThreads;
   }
 
   Impl& impl_;
@@ -322,7 +366,63 @@ class HttpClient::Network {
   std::map<CURL*, std::unique_ptr<Exchange>> exchanges_;
   std::set<std::pair<Steady::time_point, CURL*>> deadlines_;
   std::multimap<Steady::time_point, Played> played_;
+  std::vector<std::function<void()>> completions_;  // of this look at the network
 };
+
+void HttpClient::Impl::Work() {
+  const HostThreadMark mark;
+  std::unique_lock lock(mutex);
+  for (;;) {
+    if (!completions.empty() && busy < kCompletionThreads) {
+      // Taken over, so that what the function holds goes away here.
+      std::function<void()> completion = std::move(completions.front());
+      completions.pop_front();
+      ++busy;
+      const bool is_another_wanted = !completions.empty() || IsLeaderWanted();
+      lock.unlock();
+      if (is_another_wanted) {
+        wanted.notify_one();
+      }
+      RunGuarded("http call-back", completion);
+      completion = nullptr;
+      lock.lock();
+      --busy;
+    } else if (!led && !over) {
+      led = true;
+      lock.unlock();
+      const bool goes_on = network->Lead();
+      lock.lock();
+      led = false;
+      if (!goes_on) {
+        over = true;
+        wanted.notify_all();
+        ended.notify_all();
+      }
+    } else if (over && completions.empty()) {
+      wanted.notify_all();  // who found four at work waits still
+      return;
+    } else {
+      wanted.wait(lock);
+    }
+  }
+}
+
+bool HttpClient::Impl::IsLeaderWanted() const {
+  return !led && !over && (!arrived.empty() || !running || network->IsWaiting());
+}
+
+void HttpClient::Impl::CallLeader() {
+  if (led) {
+    curl_multi_wakeup(multi);
+  } else {
+    wanted.notify_one();
+  }
+}
+
+void HttpClient::Impl::Post(std::function<void()> completion) {
+  completions.push_back(std::move(completion));
+  wanted.notify_one();
+}
 
 HttpClient::HttpClient() : impl_(std::make_unique<Impl>()) {}
 
@@ -333,8 +433,7 @@ HttpClient::~HttpClient() {
 
 void HttpClient::Start(HttpSettings settings) {
   GlobalInit();
-  auto completions = std::make_unique<WorkerPool>("http call-back", kCompletionThreads);
-  const std::lock_guard lock(impl_->mutex);
+  std::unique_lock lock(impl_->mutex);
   impl_->multi = MakeMulti();
   if (impl_->multi == nullptr) {
     throw std::runtime_error("the HTTP library cannot be initialised");
@@ -343,44 +442,44 @@ void HttpClient::Start(HttpSettings settings) {
   curl_multi_setopt(impl_->multi, CURLMOPT_MAX_HOST_CONNECTIONS, kConnectionsToHost);
   curl_multi_setopt(impl_->multi, CURLMOPT_MAXCONNECTS, kKeptConnections);
   impl_->settings = std::move(settings);
-  impl_->completions = std::move(completions);
+  impl_->network = std::make_unique<Network>(*impl_);
   impl_->running = true;
+  impl_->over = false;
   try {
     const SignalsBlocked blocked;
-    impl_->network = std::thread([impl = impl_.get()] { Network(*impl).Run(); });
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+      impl_->threads.emplace_back([impl = impl_.get()] { impl->Work(); });
+    }
   } catch (...) {
-    impl_->running = false;
-    impl_->completions.reset();
-    curl_multi_cleanup(std::exchange(impl_->multi, nullptr));
+    impl_->over = impl_->threads.empty();
+    lock.unlock();
+    StopNetwork();
+    FinishCompletions();
     throw;
   }
 }
 
 void HttpClient::StopNetwork() {
-  std::thread network;
-  {
-    const std::lock_guard lock(impl_->mutex);
-    if (!impl_->running) {
-      return;
-    }
-    impl_->running = false;
-    curl_multi_wakeup(impl_->multi);
-    network.swap(impl_->network);
+  std::unique_lock lock(impl_->mutex);
+  if (!impl_->running) {
+    return;
   }
-  network.join();
-  const std::lock_guard lock(impl_->mutex);
+  impl_->running = false;
+  impl_->CallLeader();
+  impl_->ended.wait(lock, [this] { return impl_->over; });
+  impl_->network.reset();
   curl_multi_cleanup(std::exchange(impl_->multi, nullptr));
   impl_->settings = {};  // closes the record
 }
 
 void HttpClient::FinishCompletions() {
-  std::unique_ptr<WorkerPool> completions;
+  std::vector<std::thread> threads;
   {
     const std::lock_guard lock(impl_->mutex);
-    completions.swap(impl_->completions);
+    threads.swap(impl_->threads);
   }
-  if (completions) {
-    completions->Finish();
+  for (std::thread& thread : threads) {
+    thread.join();
   }
 }
 
@@ -404,7 +503,7 @@ void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
       exchange->request.url = std::move(url);
       exchange->done = std::move(done);
       impl_->arrived.push_back(std::move(exchange));
-      curl_multi_wakeup(impl_->multi);
+      impl_->CallLeader();
       return;
     }
   }
@@ -417,7 +516,7 @@ void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
   {
     const std::lock_guard lock(impl_->mutex);
     if (impl_->running) {
-      impl_->completions->Post(HandingOver(exchange->endpoint, std::move(done), std::move(refusal)));
+      impl_->Post(HandingOver(exchange->endpoint, std::move(done), std::move(refusal)));
       return;
     }
   }

@@ -1,4 +1,5 @@
-// The HTTP client: one network thread over libcurl's multi interface, and a few threads for completions.
+// The HTTP client over libcurl's multi interface: a few threads, one of which waits for the network while the
+// others run completions.
 // Every operation may be called from any thread. The contract's GetSync and GetAsyn (network.cpp) and the
 // download stand on it.
 #pragma once
@@ -58,8 +59,8 @@ class Replayer;
 struct HttpSettings {
   std::string proxy;
   std::string ca_file;
-  /// Called for each complete answer, whatever its status, on the network thread. A URL that it gives is
-  /// asked instead, once for each request and within the same limit.
+  /// Called for each complete answer, whatever its status, on the thread at the network. A URL that it gives
+  /// is asked instead, once for each request and within the same limit.
   std::function<std::string(const HttpHeaderReport&)> correct;
   std::shared_ptr<Recorder> recorder;  ///< told of each exchange that ends; may be null
   std::shared_ptr<Replayer> replayer;  ///< answers in place of any server, if not null
@@ -77,7 +78,7 @@ class HttpClient {
   /// Starts the threads. Must not be called while running. Throws what thread creation throws.
   void Start(HttpSettings settings);
 
-  /// Fails every request under way and joins the network thread. Completions still run.
+  /// Fails every request under way and returns when all have ended. Completions still run.
   void StopNetwork();
 
   /// Returns when all completions have run and their threads are joined. After `StopNetwork`.
@@ -87,7 +88,7 @@ class HttpClient {
   /// logged and dropped. While the client does not run the request fails, on a thread made for it.
   void FetchLater(HttpRequest request, Done done);
 
-  /// Waits for the answer. Needs none of the completion threads, so a completion may call it.
+  /// Waits for the answer, for which there is always a thread: a completion may call it.
   [[nodiscard]] HttpAnswer Fetch(HttpRequest request);
 
  private:

@@ -1,4 +1,4 @@
-// Writes every exchange to a record, for a replayer to answer from. Called by the network thread as
+// Writes every exchange to a record, for a replayer to answer from. Called by the thread at the network as
 // exchanges end; its other operations are called by any thread while no exchange runs.
 #pragma once
 

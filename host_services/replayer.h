@@ -1,4 +1,5 @@
-// Answers requests from a record. Used by one thread at a time; http.cpp's network thread once it runs.
+// Answers requests from a record. Used by one thread at a time; http.cpp's thread at the network once it
+// runs.
 #pragma once
 
 #include <chrono>

@@ -1,5 +1,5 @@
-// Threads that run queued functions: the task pool and the call-back threads of the HTTP client are two of
-// them. Every operation may be called from any thread, `Finish` not from a function that the pool runs.
+// Threads that run queued functions: the task pool. Every operation may be called from any thread, `Finish`
+// not from a function that the pool runs.
 #pragma once
 
 #include <signal.h>

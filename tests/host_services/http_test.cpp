@@ -166,9 +166,12 @@ TEST(GetSync, connectionThatTheServerHasClosedIsReplaced) {
     (void)connection.ReadRequest();
     connection.Answer("well");
   });
-  EXPECT_EQ(Get(server.WideUrl()), "well");
-  EXPECT_EQ(Get(server.WideUrl()), "well");
-  EXPECT_EQ(server.connections(), 2);
+  // More often than libcurl tries again for one request.
+  constexpr int kRequests = 12;
+  for (int i = 0; i < kRequests; ++i) {
+    EXPECT_EQ(Get(server.WideUrl()), "well");
+  }
+  EXPECT_EQ(server.connections(), kRequests);
 }
 
 TEST(GetSync, worksOverTlsWithATrustedCertificate) {

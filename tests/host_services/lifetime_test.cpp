@@ -101,6 +101,31 @@ TEST(Lifetime, requestsUnderWayFailAtTheStopEachOnce) {
   EXPECT_EQ(stock_host::ReadCounters().under_way, 0U);
 }
 
+// More call-backs than threads for them: whoever found none free must see the end all the same.
+TEST(Lifetime, stopEndsWithMoreCallbacksThanThreads) {
+  LoopbackServer silent(Silent());
+  for (int round = 0; round < 20; ++round) {
+    constexpr int kRequests = 10, kThreads = 4;
+    std::atomic<int> begun{0};
+    std::atomic<int> done{0};
+    {
+      const RunningHost host;
+      for (int i = 0; i < kRequests; ++i) {
+        GetAsyn(
+            silent.WideUrl(),
+            [&](bool, const char*, std::size_t) {
+              ++begun;
+              while (begun < kThreads) std::this_thread::yield();
+              for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();  // the others find no place
+              ++done;
+            },
+            {}, kLimit);
+      }
+    }
+    EXPECT_EQ(done, kRequests);
+  }
+}
+
 TEST(Lifetime, waitingCallersComeBackAtTheStop) {
   LoopbackServer silent(Silent());
   std::vector<std::thread> callers;
