@@ -2,11 +2,14 @@
 // for them. Values.
 #pragma once
 
+#include <boost/functional/hash.hpp>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "charts/stock_kline.h"
@@ -25,6 +28,9 @@ struct Series {
   Adjustment adjustment = Adjustment::kUnadjusted;
 
   auto operator<=>(const Series&) const = default;
+  friend std::size_t hash_value(const Series& series) {
+    return boost::hash_value(std::tie(series.symbol, series.period, series.adjustment));
+  }
 };
 
 using Candles = std::vector<KLineCandle>;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <algorithm>
+#include <boost/multi_index/hashed_index.hpp>
 #include <boost/multi_index/member.hpp>
 #include <boost/multi_index/ordered_index.hpp>
 #include <boost/multi_index_container.hpp>
@@ -16,11 +17,12 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <set>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "frame/inside.h"
+#include "frame/key_hash.h"
 
 namespace frame {
 
@@ -111,7 +113,7 @@ class Audience {
   /// Appends the keys of all who are not suspended, in the order of the observers' pointers, those aside that
   /// `out` holds already.
   void AppendActiveKeys(std::vector<Key>& out) {
-    std::set<Key> seen(out.begin(), out.end());
+    std::unordered_set<Key, KeyHash> seen(out.begin(), out.end());
     const ListLock lock(list_mutex_);
     const KeyLock keys(key_mutex_);
     for (const Entry& entry : entries_) {
@@ -227,7 +229,8 @@ class Audience {
 
   // Attached or not.
   [[nodiscard]] auto Showing(const Key& key) const {
-    return boost::make_iterator_range(entries_.template get<2>().equal_range(key));
+    return boost::make_iterator_range(
+        entries_.template get<2>().equal_range(key, KeyHash{}, std::equal_to<>{}));
   }
 
   [[nodiscard]] bool IsKnown(Obs* obs) {
@@ -244,7 +247,7 @@ class Audience {
   boost::multi_index_container<
       Entry, boost::multi_index::indexed_by<boost::multi_index::ordered_unique<ObserverOf>,
                                             boost::multi_index::ordered_non_unique<PlaceOf>,
-                                            boost::multi_index::ordered_non_unique<KeyOfEntry, std::less<>>>>
+                                            boost::multi_index::hashed_non_unique<KeyOfEntry, KeyHash>>>
       entries_;
   std::uint64_t latest_place_ = 0;
   Inside alone_;  // tellings outside the list mutex

@@ -3,11 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 #include <utility>
 
+#include "frame/key_hash.h"
 #include "frame/stamp.h"
 #include "frame/sweep.h"
 #include "frame/ticks.h"
@@ -81,7 +82,7 @@ class LastTold {
   };
 
   std::mutex mutex_;  // guards the members below
-  std::map<Key, Entry> entries_;
+  std::unordered_map<Key, Entry, KeyHash> entries_;
   std::int64_t last_update_ = 0;
   std::int64_t swept_ = 0;
 };

@@ -3,9 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <mutex>
+#include <unordered_map>
 
+#include "frame/key_hash.h"
 #include "frame/stamp.h"
 #include "frame/sweep.h"
 #include "frame/ticks.h"
@@ -44,7 +45,7 @@ class NewestTold {
   };
 
   mutable std::mutex mutex_;  // guards the members below
-  std::map<Key, Entry> told_;
+  std::unordered_map<Key, Entry, KeyHash> told_;
   std::int64_t swept_ = 0;
 };
 

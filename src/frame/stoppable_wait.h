@@ -22,8 +22,8 @@ class StoppableWait
 
   /// Waits as a `PlannedWait` for a phase does. About once a second one of all waits looks at the server's
   /// clock and wakes the others when it has jumped; all look when the host says so. With a `look`, which is
-  /// called at each of these jumps and once a minute, and may take long, it is a wait for its moment only.
-  /// False, at once, when the waits are stopped.
+  /// called at each of these jumps and at least once a minute, and may take long, it is a wait for its moment
+  /// only. False, at once, when the waits are stopped.
   bool Planned(int seconds, const std::function<void()>& look = {});
 
   /// Ends the waits for a phase, of everybody: what was known of the calendar has changed.

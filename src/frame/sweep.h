@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <map>
 #include <mutex>
 #include <vector>
 
@@ -15,15 +14,15 @@ namespace frame {
 /// whose key `is_shown(key)` is false. `entries` and `swept`, the moment of the last sweep in ticks, are
 /// guarded by `mutex`; `is_shown` is asked without it. Looks once in `longest` milliseconds, so that it costs
 /// next to nothing while much is held. An entry has a member `since`, in ticks.
-template <class Key, class Entry, class IsShown>
-void SweepOld(std::mutex& mutex, std::map<Key, Entry>& entries, std::int64_t& swept, std::int64_t longest,
+template <class Entries, class IsShown>
+void SweepOld(std::mutex& mutex, Entries& entries, std::int64_t& swept, std::int64_t longest,
               IsShown is_shown) {
   const std::int64_t now = Ticks();
   const auto is_old = [now, longest](std::int64_t since) {
     const std::int64_t age = MillisecondsBetween(since, now);
     return age > longest || age < 0;
   };
-  std::vector<Key> old;
+  std::vector<typename Entries::key_type> old;
   {
     const std::lock_guard<std::mutex> lock(mutex);
     if (!is_old(swept)) {
@@ -37,12 +36,13 @@ void SweepOld(std::mutex& mutex, std::map<Key, Entry>& entries, std::int64_t& sw
     }
   }
   std::erase_if(old, is_shown);
-  std::map<Key, Entry> gone;  // let go of after the lock
+  std::vector<typename Entries::node_type> gone;  // let go of after the lock
+  gone.reserve(old.size());
   const std::lock_guard<std::mutex> lock(mutex);
-  for (const Key& key : old) {
+  for (const auto& key : old) {
     const auto found = entries.find(key);
     if (found != entries.end() && is_old(found->second.since)) {
-      gone.insert(entries.extract(found));
+      gone.push_back(entries.extract(found));
     }
   }
 }

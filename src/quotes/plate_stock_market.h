@@ -3,7 +3,9 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,13 @@ struct PlateStockRankingTarget {
   std::uint32_t end = 0;        ///< end of the range, sent as it is: the row after the last one
 
   auto operator<=>(const PlateStockRankingTarget&) const = default;
+  friend std::size_t hash_value(const PlateStockRankingTarget& target) {
+    std::size_t hash = std::hash<std::wstring>{}(target.bk_code);
+    for (const std::uint32_t number : {target.sort_key, target.sort_type, target.start, target.end}) {
+      hash = hash * 31 + number;
+    }
+    return hash;
+  }
 };
 
 /// One page of a plate's members.

@@ -800,10 +800,6 @@ struct CountedKey {
   int number = 0;
   static inline std::size_t compared = 0;
 
-  friend bool operator<(const CountedKey& left, const CountedKey& right) {
-    ++compared;
-    return left.number < right.number;
-  }
   friend bool operator==(const CountedKey& left, const CountedKey& right) {
     ++compared;
     return left.number == right.number;
