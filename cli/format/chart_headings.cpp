@@ -64,8 +64,8 @@ StyledLine CandleHeading(const KLineCandle& candle) {
 StyledLine CandleFigures(const KLineCandle& candle, int columns) {
   const double change = candle.close - candle.preclose;
   StyledLine figures;
-  // With little room the volume and the year go, with less the words.
-  for (const int left_out : {0, 1, 2}) {
+  // With little room the volume goes, then the words, and the year last: a chart shows many.
+  for (const int left_out : {0, 1, 2, 3}) {
     const bool short_words = left_out > 1;
     const auto word = [short_words](const char* name) {
       const std::string label = LabelOf(name);
@@ -74,9 +74,10 @@ StyledLine CandleFigures(const KLineCandle& candle, int columns) {
     };
     const auto price = [&](const char* name, double value) { return word(name) + Fixed(value, 2) + " "; };
     const std::string date = DateText(candle.date);
-    figures = {{(left_out > 0 ? date.substr(5) + " " : date + "  ") + price("open", candle.open) +
-                price("high", candle.high) + price("low", candle.low) + word("close")},
-               {Fixed(candle.close, 2), ToneOf(change)}};
+    figures = {
+        {(left_out > 2 ? date.substr(5) : date) + (left_out > 1 ? " " : "  ") + price("open", candle.open) +
+         price("high", candle.high) + price("low", candle.low) + word("close")},
+        {Fixed(candle.close, 2), ToneOf(change)}};
     if (candle.preclose > 0) {
       figures.push_back({" " + SignedPercent(change / candle.preclose * 100, 2), ToneOf(change)});
     }

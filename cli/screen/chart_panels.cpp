@@ -198,7 +198,7 @@ class KLinePanel final : public ViewPanel {
     return hints;
   }
   [[nodiscard]] std::string Position() const override {
-    return back_ == 0 ? std::string() : std::to_string(back_) + " newer ones";
+    return back_ == 0 ? std::string() : Fixed(static_cast<double>(back_), 0) + " newer ones";
   }
 
   [[nodiscard]] std::vector<StyledLine> Picture(const ChartSize& size) override {

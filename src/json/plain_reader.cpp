@@ -598,7 +598,9 @@ class Reader {
   std::vector<Key>& keys_;
   std::vector<Key> new_keys_;    // of the open objects that differ from what was expected
   std::vector<Count> expected_;  // of the last object on each level
+#ifdef __x86_64__
   const bool is_wide_ = HasWide();
+#endif
 };
 
 }  // namespace

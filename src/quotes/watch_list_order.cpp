@@ -78,9 +78,23 @@ constexpr std::pair<market::Column, Figure (*)(const Item&)> kFigures[] = {
     {market::kByAmplitude, FigureOf<&Item::amp>},      {market::kByVolumeRatio, FigureOf<&Item::qrr>},
     {market::kByCommissionRatio, FigureOf<&Item::cr>}, {market::kByMarketValue, FigureOf<&Item::mc>}};
 
-std::wstring DigitsOf(std::wstring text) {
-  std::erase_if(text, [](wchar_t character) { return character < L'0' || character > L'9'; });
-  return text;
+// The digits of a code, ordered as a text of them is: the first fifteen as one number, a digit in four bits,
+// and the rest, which no security has.
+std::pair<std::uint64_t, std::wstring> DigitsOf(std::wstring_view code) {
+  int free_bits = 60;
+  std::pair<std::uint64_t, std::wstring> digits;
+  for (const wchar_t character : code) {
+    if (character < L'0' || character > L'9') {
+      continue;
+    }
+    if (free_bits > 0) {
+      free_bits -= 4;
+      digits.first |= static_cast<std::uint64_t>(character - L'0' + 1) << free_bits;
+    } else {
+      digits.second += character;
+    }
+  }
+  return digits;
 }
 
 void SortByColumn(const Items& items, Order& order, std::uint32_t column, bool ascending) {

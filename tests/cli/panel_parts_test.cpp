@@ -287,8 +287,8 @@ TEST(MarketCharts, beginWithTheNewestFigures) {
 
 // --- words
 
-// At 80 columns the cross-hair told neither the close nor the change.
-TEST(CandleFigures, keepTheFourPricesAndTheChangeInFortySixColumns) {
+// At 80 columns the cross-hair told neither the close nor the change, and at 110 not the year.
+TEST(CandleFigures, keepTheFourPricesAndTheChangeInFortySixColumnsAndTheYearInFifty) {
   KLineCandle candle;
   candle.date = 20261118;
   candle.preclose = 101.5;
@@ -297,8 +297,10 @@ TEST(CandleFigures, keepTheFourPricesAndTheChangeInFortySixColumns) {
   candle.low = 100.5;
   candle.close = 111.65;
   EXPECT_EQ(TextsOf({CandleFigures(candle, 46)}).front(), "11-18 o102.25 h112.75 l100.50 c111.65 +10.00%");
-  EXPECT_EQ(TextsOf({CandleFigures(candle, 61)}).front(),
-            "11-18 open 102.25 high 112.75 low 100.50 close 111.65 +10.00%");
+  EXPECT_EQ(TextsOf({CandleFigures(candle, 50)}).front(),
+            "2026-11-18 o102.25 h112.75 l100.50 c111.65 +10.00%");
+  EXPECT_EQ(TextsOf({CandleFigures(candle, 68)}).front(),
+            "2026-11-18  open 102.25 high 112.75 low 100.50 close 111.65 +10.00%");
   EXPECT_EQ(TextsOf({CandleFigures(candle, 100)}).front(),
             "2026-11-18  open 102.25 high 112.75 low 100.50 close 111.65 +10.00%  volume 0");
 }

@@ -65,6 +65,18 @@ TEST_F(WatchListOrder, ofCodesComparesDigitsAsText) {
   EXPECT_EQ(Codes(Ordered(items, {1, 2})), L"sz9sh2sh10xx10");
 }
 
+TEST_F(WatchListOrder, ofCodesComparesAnyNumberOfDigits) {
+  const Items items{Item(L"a1234567890123456"),
+                    Item(L"b123456789012345"),
+                    Item(L"c123456789012345000"),
+                    Item(L"d12345678901234501"),
+                    Item(L"e0"),
+                    Item(L"f"),
+                    Item(L"g00")};
+  EXPECT_EQ(Codes(Ordered(items, {1, 1})),
+            L"fe0g00b123456789012345c123456789012345000d12345678901234501a1234567890123456");
+}
+
 TEST_F(WatchListOrder, ofNamesComparesBytes) {
   Items items{Item(L"a"), Item(L"b"), Item(L"c")};
   items[0].name = L"中国";
