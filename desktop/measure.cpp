@@ -79,6 +79,17 @@ struct Costs {
 
 }  // namespace
 
+Application::Application(int& argc, char** argv)
+    : QApplication(
+          [&argc]() -> int& {
+            // Nothing is drawn by it, and its drivers are large.
+            if (qEnvironmentVariableIsEmpty("QT_XCB_GL_INTEGRATION")) {
+              qputenv("QT_XCB_GL_INTEGRATION", "none");
+            }
+            return argc;
+          }(),
+          argv) {}
+
 bool Application::notify(QObject* receiver, QEvent* event) {
   const bool is_frame = frames != nullptr && event->type() == QEvent::UpdateRequest;
   const double clock = is_frame ? Now(CLOCK_MONOTONIC) : 0;

@@ -9,11 +9,11 @@
 
 namespace desktop {
 
-/// Qt's application, which times the frames if it is asked to. What a pane's painting throws is said instead
-/// of ending the program.
+/// Qt's application without OpenGL, which times the frames if it is asked to. What a pane's painting throws
+/// is said instead of ending the program.
 class Application final : public QApplication {
  public:
-  using QApplication::QApplication;
+  Application(int& argc, char** argv);
 
   /// Of all frames from now on, in milliseconds: how long it took, and how long this thread worked on it. On
   /// a busy machine they differ.
