@@ -6,6 +6,8 @@
 #include <boost/asio/thread_pool.hpp>
 
 #include <algorithm>
+#include <chrono>
+#include <future>
 #include <map>
 #include <mutex>
 #include <stdexcept>
@@ -84,7 +86,8 @@ struct Running {
   std::unique_ptr<http::Listener> listener;
   std::unique_ptr<http::Listener> control;
   std::vector<std::thread> threads;
-  std::thread history;  ///< makes what the first index candles need; ends by itself
+  std::thread history;      ///< makes what the first index candles need; ends by itself
+  std::promise<void> ends;  ///< fulfilled when the server stops
 };
 
 /// Until the context is stopped. A call-back that throws has run out of memory and costs its connection.
@@ -165,6 +168,7 @@ class Server::Impl {
     if (run->control) run->control->Close();
     run->io->stop();
     run->market->Cease();
+    run->ends.set_value();
     for (std::thread& thread : run->threads) thread.join();
     if (run->history.joinable()) run->history.join();
     run->workers->stop();
@@ -218,16 +222,22 @@ class Server::Impl {
   const FaultRules& faults() const { return faults_; }
 
  private:
-  /// Never in the way: requests make what is still missing when they need it.
+  /// Never in the way: requests make what is still missing when they need it. A server that lives for one
+  /// command has better things to do.
   void PrepareHistory() {
+    static constexpr std::chrono::seconds kSoon{1};
     try {
-      running_->history = std::thread([&market = *running_->market, now = clock_.Now()] {
-        try {
-          market.PrepareHistory(now);
-        } catch (const std::exception&) {
-          return;
-        }
-      });
+      running_->history =
+          std::thread([&market = *running_->market, end = running_->ends.get_future(), now = clock_.Now()] {
+            try {
+              if (end.wait_for(kSoon) == std::future_status::ready) {
+                return;
+              }
+              market.PrepareHistory(now);
+            } catch (const std::exception&) {
+              return;
+            }
+          });
     } catch (const std::system_error&) {
       return;
     }
