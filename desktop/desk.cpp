@@ -187,7 +187,7 @@ Desk::Verdict Desk::Doctor() const {
   const stock_host::ServerClockState clock = stock_host::ReadServerClock();
   if (session_->badge().empty() && clock.known && std::abs(clock.ahead) > kClockTolerance) {
     add(Word("this machine's clock is wrong by %1", "本机时钟误差 %1")
-            .arg(Text(cli::Span(static_cast<std::int64_t>(std::abs(clock.ahead))))));
+            .arg(Text(cli::ClockDifference(clock.ahead))));
   }
   if (stock_host::ConnectionState() == stock_host::Connection::kFailing) {
     add(Text(cli::NotLoadedReason(session_->warnings())));

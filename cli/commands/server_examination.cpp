@@ -169,7 +169,7 @@ void ExamineClock(const ExaminedServer& server, const Tell& tell) {
     return;
   }
   tell({State::kWarning, "clock",
-        "the server's: " + now + ", " + Span(static_cast<std::int64_t>(std::llround(std::abs(clock.ahead)))) +
+        "the server's: " + now + ", " + ClockDifference(clock.ahead) +
             (clock.ahead > 0 ? " ahead of" : " behind") + " this machine's; csm goes by the server's",
         std::string("if the server is right, ") + kSetTheClock});
 }

@@ -1,6 +1,7 @@
 #include "cli/format/china_time.h"
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
@@ -75,6 +76,18 @@ std::string Span(std::int64_t seconds) {
     return std::to_string(seconds / 60) + " min";
   }
   return std::to_string(seconds / 3600) + " h";
+}
+
+std::string ClockDifference(double seconds) {
+  constexpr std::int64_t kShort = 120;
+  const std::int64_t whole = std::llround(std::abs(seconds));
+  if (whole < kShort) {
+    return std::to_string(whole) + " s";
+  }
+  const std::int64_t minutes = (whole + 30) / 60;
+  const std::string hours = minutes < 60 ? "" : std::to_string(minutes / 60) + " h";
+  const std::string rest = minutes % 60 == 0 ? "" : std::to_string(minutes % 60) + " min";
+  return hours + (hours.empty() || rest.empty() ? "" : " ") + rest;
 }
 
 bool IsWeekend(std::uint32_t date) {

@@ -34,6 +34,10 @@ namespace cli {
 /// "4 s", "3 min", "2 h".
 [[nodiscard]] std::string Span(std::int64_t seconds);
 
+/// How far two clocks are apart, which is known to some seconds only, whatever the sign: from two minutes on
+/// to the nearest minute, "1 h 30 min".
+[[nodiscard]] std::string ClockDifference(double seconds);
+
 [[nodiscard]] bool IsWeekend(std::uint32_t date);
 [[nodiscard]] bool IsTradingDay(std::uint32_t date);
 

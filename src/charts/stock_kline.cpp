@@ -2,6 +2,7 @@
 #include "charts/stock_kline.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -16,6 +17,7 @@
 #include "frame/phase_interval.h"
 #include "frame/polled_subject.h"
 #include "frame/running.h"
+#include "frame/ticks.h"
 #include "request/ask.h"
 #include "request/urls.h"
 #include "services.h"
@@ -127,9 +129,10 @@ void CStockKLine::TellSeries(const KLineRequest& request, const Record& record) 
         if (!IsAskedForLast(series) || !told_.Admits(series, request.stamp)) {
           return nullptr;
         }
-        told_.Sweep([this](const Series& other) { return IsShown(other.symbol); });
+        const std::int64_t now = frame::Ticks();
+        told_.Sweep(now, [this](const Series& other) { return IsShown(other.symbol); });
         if (IsShown(series.symbol)) {
-          told_.Told(series, request.stamp);
+          told_.Told(series, request.stamp, now);
         }
         passes = true;
         return record;

@@ -2,6 +2,7 @@
 // Thread-safe.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -21,14 +22,14 @@ inline constexpr std::int64_t kFreshMilliseconds = 300;
 template <class Key, class Data>
 class LastTold {
  public:
-  /// Replaces the data of the key by those of the request `stamp`; they are fresh from now on.
-  void Keep(const Key& key, std::shared_ptr<const Data> data, Stamp stamp) {
+  /// Replaces the data of the key by those of the request `stamp`; they are fresh from `now` on, in ticks.
+  void Keep(const Key& key, std::shared_ptr<const Data> data, Stamp stamp, std::int64_t now) {
     // The data before are let go of after the lock.
     const std::lock_guard<std::mutex> lock(mutex_);
     Entry& entry = entries_[key];
     entry.data.swap(data);
     entry.stamp = stamp;
-    entry.since = last_update_ = Ticks();
+    entry.since = last_update_ = now;
   }
 
   /// Whether what is kept of the key, if anything, is not of a newer request.
@@ -70,8 +71,8 @@ class LastTold {
 
   /// Drops what is not fresh and of whose key `is_shown(key)` is false.
   template <class IsShown>
-  void Sweep(IsShown is_shown) {
-    SweepOld(mutex_, entries_, swept_, kFreshMilliseconds, is_shown);
+  void Sweep(std::int64_t now, IsShown is_shown) {
+    SweepOld(mutex_, entries_, swept_, kFreshMilliseconds, now, is_shown);
   }
 
  private:
@@ -81,10 +82,10 @@ class LastTold {
     Stamp stamp = 0;         // of the request
   };
 
-  std::mutex mutex_;  // guards the members below
+  std::mutex mutex_;  // guards the two members below
   std::unordered_map<Key, Entry, KeyHash> entries_;
   std::int64_t last_update_ = 0;
-  std::int64_t swept_ = 0;
+  std::atomic<std::int64_t> swept_ = 0;
 };
 
 }  // namespace frame

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "frame/polling_thread.h"
 #include "frame/stamp.h"
 #include "frame/succeeds.h"
+#include "frame/ticks.h"
 
 namespace frame {
 
@@ -185,10 +187,10 @@ class PolledSubject : public Interface, private PolledWork {
     return active || whom == Whom::kAttached || whom == Whom::kEveryAttached;
   }
 
-  void Sweep() {
+  void Sweep(std::int64_t now) {
     const auto is_shown = [this](const Key& key) { return IsShown(key); };
-    last_.Sweep(is_shown);
-    newest_.Sweep(is_shown);
+    last_.Sweep(now, is_shown);
+    newest_.Sweep(now, is_shown);
   }
 
   void Round() final { PollOnce(); }
@@ -232,15 +234,16 @@ bool PolledSubject<Interface>::Tell(const Key& key, Stamp stamp, const Telling& 
       return true;
     }
     viewers = IsEverybody(how.whom) ? walk.All() : walk.Of(key);
+    const std::int64_t now = Ticks();
     const bool is_stored = how.keep == Keep::kAlways || (how.keep == Keep::kIfShown && !viewers.empty());
     if (is_stored) {
-      Sweep();
-      last_.Keep(key, data, stamp);
+      Sweep(now);
+      last_.Keep(key, data, stamp, now);
     }
     const bool is_told = std::any_of(viewers.begin(), viewers.end(),
                                      [&](const Viewer& viewer) { return IsTold(how.whom, viewer.active); });
     if (how.newest_wins && (is_told || (is_stored && !viewers.empty()))) {
-      newest_.Told(key, stamp);
+      newest_.Told(key, stamp, now);
     }
   } catch (...) {
     return false;
@@ -268,7 +271,7 @@ bool PolledSubject<Interface>::TellEach(Stamp stamp, Whom whom, Choose choose) {
     std::erase_if(viewers, [whom](const Viewer& viewer) { return !IsTold(whom, viewer.active); });
     chosen = choose(viewers);
     if (!viewers.empty()) {
-      newest_.Told(everybody, stamp);
+      newest_.Told(everybody, stamp, Ticks());
     }
   } catch (...) {
     return false;

@@ -36,8 +36,7 @@ class CodeIndex {
   explicit CodeIndex(const std::vector<Record>& rows) : CodeIndex(rows, HashesOfCodes(rows)) {}
 
   /// The same when the hashes of the rows' codes are known: the rows are hardly looked at.
-  CodeIndex(const std::vector<Record>& rows, const CodeHashes& hashes)
-      : rows_(rows), later_(rows.size(), kEnd) {
+  CodeIndex(const std::vector<Record>& rows, const CodeHashes& hashes) : rows_(rows) {
     std::size_t capacity = 16;
     while (capacity < rows.size() * kSlotsPerRow) {
       capacity *= 2;
@@ -48,7 +47,10 @@ class CodeIndex {
       const std::uint32_t hash = hashes[row];
       Slot& slot = slots_[Find(rows[row].code, hash)];
       slot.hash = hash;
-      later_[row] = slot.first;
+      if (slot.first != kEnd) {
+        later_.resize(rows.size(), kEnd);
+        later_[row] = slot.first;
+      }
       slot.first = static_cast<std::uint32_t>(row);
       slot.untaken = slot.first;
     }
@@ -60,12 +62,23 @@ class CodeIndex {
     return Row(slots_[Find(code, hash)].first);
   }
 
+  /// Has the row that a code of this hash most likely has brought to the processor: it is asked for soon.
+  void Expect(std::uint32_t hash) const {
+    const std::uint32_t row = slots_[hash & (slots_.size() - 1)].first;
+    if (row != kEnd) {
+      constexpr std::size_t kCacheLine = 64;
+      for (std::size_t line = 0; line < 4; ++line) {
+        __builtin_prefetch(reinterpret_cast<const char*>(&rows_[row]) + line * kCacheLine);
+      }
+    }
+  }
+
   /// The first row with that code that was not taken before; it is taken now.
   [[nodiscard]] std::size_t Take(std::wstring_view code) {
     Slot& slot = slots_[Find(code, HashOfCode(code))];
     const std::uint32_t row = slot.untaken;
     if (row != kEnd) {
-      slot.untaken = later_[row];
+      slot.untaken = later_.empty() ? kEnd : later_[row];
     }
     return Row(row);
   }
@@ -103,7 +116,7 @@ class CodeIndex {
 
   const std::vector<Record>& rows_;
   std::vector<Slot> slots_;
-  std::vector<std::uint32_t> later_;  // the next row of the same code
+  std::vector<std::uint32_t> later_;  // the next row of the same code; empty while every row has its own
 };
 
 }  // namespace request

@@ -53,6 +53,11 @@ TEST(Span, usesTheLargestUnitThatFits) {
   EXPECT_EQ(Span(60), "1 min");
   EXPECT_EQ(Span(3599), "59 min");
   EXPECT_EQ(Span(7300), "2 h");
+  EXPECT_EQ(ClockDifference(-119.4), "119 s");
+  EXPECT_EQ(ClockDifference(120), "2 min");
+  EXPECT_EQ(ClockDifference(3599), "1 h");
+  EXPECT_EQ(ClockDifference(7198.6), "2 h");
+  EXPECT_EQ(ClockDifference(-5405), "1 h 30 min");
 }
 
 TEST(DateText, separatesADate) {
