@@ -161,7 +161,7 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
   void SetRange(const RowRange& rows) override {
     if (!has_fixed_rows() && rows != range_) {
       range_ = rows;
-      this->Follow(Target());
+      FollowTarget();
     }
   }
   [[nodiscard]] bool has_fixed_rows() const override { return this->choice().rows.has_value(); }
@@ -212,13 +212,15 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
     whole_.clear();
     names_.Forget();
     names_asked_ = {};
-    this->Follow(Target());
+    FollowTarget();
   }
 
  private:
   using Clock = View::Clock;
 
   [[nodiscard]] virtual KeyType Target() const = 0;
+  /// False as long as it is not chosen whose rows are shown: then there is nothing to ask for.
+  [[nodiscard]] virtual bool HasTarget() const { return true; }
   [[nodiscard]] virtual std::vector<Security> SecuritiesOf(const Data& data) const = 0;
   [[nodiscard]] virtual Table TableOf(bool all_columns) const = 0;
   [[nodiscard]] Table AsTable() const override { return TableOf(true); }
@@ -242,6 +244,11 @@ class PagedView : public ListView<Service, Data, KeyType>, public PagedList {
     first_ = range_.start;
     if (!has_fixed_rows() && Clock::now() - names_asked_ >= (whole_.empty() ? kUntilNextNames : kNamesLast)) {
       AskForNamesNow();
+    }
+  }
+  void FollowTarget() {
+    if (HasTarget()) {
+      this->Follow(Target());
     }
   }
   void AskForNamesNow() {
@@ -332,6 +339,7 @@ class MembersView final : public PagedView<IPlateStockMarket, PlateStockMarketDa
   [[nodiscard]] PlateStockRankingTarget Target() const override {
     return {plate_.code, Column(), Direction(), Asked().start, Asked().end};
   }
+  [[nodiscard]] bool HasTarget() const override { return !plate_.code.empty(); }
   [[nodiscard]] std::vector<Security> SecuritiesOf(const PlateStockMarketData& data) const override {
     return SecuritiesIn(data.stocks, &StockMarketSummary::code, stock::kSymbolStock);
   }

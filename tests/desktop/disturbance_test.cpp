@@ -216,6 +216,24 @@ TEST_F(DisturbanceTest, aPaneThatCannotPaintTakesNothingWithIt) {
   EXPECT_EQ(stock_host::WatchList(), std::vector<std::wstring>{L"sh600000"});
 }
 
+// The stocks of a plate were asked for before there was one, and then never.
+TEST_F(DisturbanceTest, everyPageIsFilledOnASlowLine) {
+  ASSERT_NO_FATAL_FAILURE(Open("board"));
+  std::string error;
+  ASSERT_TRUE(stock_host::AddToWatchList(L"sh600000", error)) << error;
+  server_->SetFaults({"latency::1:300"});
+  for (const desktop::PageKind& page : desktop::PageKinds()) {
+    SCOPED_TRACE(page.name);
+    window_->ShowPage(std::string(page.name));
+    EXPECT_TRUE(Await([this] { return IsSettled(); })) << Unsettled();
+    for (const Pane* const pane : window_->page().Panes()) {
+      const FeedState state = pane->Report().state;
+      EXPECT_TRUE(!pane->seen() || state == FeedState::kLive || state == FeedState::kUnchanged)
+          << pane->id().toStdString() << ": " << pane->State().toStdString();
+    }
+  }
+}
+
 TEST_F(DisturbanceTest, aPictureWaitsForListsThatComeLate) {
   server_options_.faults = {"latency:/pc/rt/get_basic_info:1:1500"};
   options_.symbol = "sh600000";
