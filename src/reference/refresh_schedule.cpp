@@ -16,7 +16,7 @@ std::int64_t TimeToday(std::int64_t now, int hour, int minute) {
 
 }  // namespace
 
-RefreshRound PlanRefresh(std::int64_t now) {
+RefreshRound PlanRefresh(std::int64_t now, std::optional<std::int64_t> since) {
   const std::array<std::int64_t, 3> loads = {ListsFinalTime(now), TimeToday(now, 12, 45),
                                              TimeToday(now, 18, 30)};
   RefreshRound round;
@@ -24,6 +24,8 @@ RefreshRound PlanRefresh(std::int64_t now) {
   for (const std::int64_t load : loads) {
     if (load > now) {
       wait = std::min(wait, load - now);
+    } else if (since && load > *since) {
+      wait = 0;
     }
   }
   round.seconds = static_cast<int>(wait);

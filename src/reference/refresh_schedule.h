@@ -3,18 +3,20 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace reference {
 
 /// One round of the refresh thread.
 struct RefreshRound {
-  int seconds = 0;            ///< to wait first; at least 1, at most two hours
+  int seconds = 0;            ///< to wait first; at most two hours
   bool reload_lists = false;  ///< afterwards: everything, or the K-line metadata only
 };
 
 /// The round that begins at `now`: it ends at 09:14, 12:45 or 18:30, or after two hours if that is sooner.
-/// The lists are loaded anew after every round that began before 09:14.
-[[nodiscard]] RefreshRound PlanRefresh(std::int64_t now);
+/// It ends at once when one of these moments came after `since`, the end of the wait before: while that round
+/// was at work. The lists are loaded anew after every round that began before 09:14.
+[[nodiscard]] RefreshRound PlanRefresh(std::int64_t now, std::optional<std::int64_t> since = {});
 
 /// 09:14:00 of the day of `now`: what is loaded from then on holds for the day.
 [[nodiscard]] std::int64_t ListsFinalTime(std::int64_t now);

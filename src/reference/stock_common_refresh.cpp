@@ -1,4 +1,5 @@
 // The refresh of the reference data: what its thread does in one round.
+#include <algorithm>
 #include <optional>
 
 #include "frame/succeeds.h"
@@ -14,13 +15,22 @@ constexpr std::int64_t kWaitWithoutPlan = 3000;  // milliseconds
 
 bool CStockCommon::RunRound() {
   RefreshRound round;
-  if (!frame::Succeeds([&] { round = PlanRefresh(common::GetCurrentServerTime()); })) {
+  std::int64_t planned = 0;
+  const bool is_planned = frame::Succeeds([&] {
+    const std::int64_t now = common::GetCurrentServerTime();
+    round = PlanRefresh(now, waited_until_);
+    planned = now + round.seconds;
+  });
+  if (!is_planned) {
     return waits_.For(kWaitWithoutPlan);
   }
   // The server's time, when it is learned or corrected during the wait, may be of another year.
   if (!waits_.Planned(round.seconds, [this] { holidays_.FollowYear(); })) {
     return false;
   }
+  // The server's clock may be a little behind the wait.
+  static_cast<void>(frame::Succeeds(
+      [&] { waited_until_ = std::max<std::int64_t>(planned, common::GetCurrentServerTime()); }));
   // The wait may have lasted a night, or the lists may be those of a start before 09:14.
   round.reload_lists = round.reload_lists || frame::Succeeds([this] { return lists_.AnyIsDue(); });
   if (!round.reload_lists) {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -87,6 +88,7 @@ class CStockCommon : public IStockCommon {
   HeldLists lists_;
   HeldMetadata metadata_;
   StartCount start_;
+  std::optional<std::int64_t> waited_until_;  // of the refresh thread alone: when its last wait ended
 
   std::mutex thread_mutex_;  // guards refresh_thread_
   std::thread refresh_thread_;

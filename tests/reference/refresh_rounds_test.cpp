@@ -172,6 +172,29 @@ TEST_F(RefreshRounds, loadTheListsWhenTheServersDateIsLearnedLate) {
   EXPECT_EQ(Asked(answers::kBasicInfoPath), 2U);
 }
 
+// The next wait was planned from the end of the work: what had come in between was left out until the next
+// morning.
+TEST_F(RefreshRounds, checkAtOnceWhatCameDueWhileARoundWasAtWork) {
+  std::vector<std::int64_t> checks;
+  host.Allow(Script(answers::kVersionPath).Inline([&](const Request&) {
+    if (checks.empty()) {
+      host.SetTime(20240315, 18, 31, 0);  // the machine slept before the answer came
+    }
+    checks.push_back(Now());
+    return Answer::Body(answers::kVersion);
+  }));
+  answers::Allow(host, answers::kVersionPath);
+  host.SetTime(20240315, 12, 44, 0);
+  ASSERT_TRUE(service.RunRound());
+  ASSERT_EQ(checks.size(), 1U);
+  ASSERT_TRUE(service.RunRound());
+  ASSERT_EQ(checks.size(), 2U);
+  EXPECT_LE(checks[1], At(20240315, 18, 33));
+  ASSERT_TRUE(service.RunRound());
+  ASSERT_EQ(checks.size(), 3U);
+  EXPECT_GE(checks[2], checks[1] + 7200 - 60) << "once is enough";
+}
+
 // --- The calendar ---
 
 TEST_F(RefreshRounds, askForTheCalendarOfTheNewYear) {

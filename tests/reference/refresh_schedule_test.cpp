@@ -36,6 +36,17 @@ TEST_F(RefreshSchedule, looksPastALoadThatBeginsNow) {
   EXPECT_EQ(At(18, 30, 0).seconds, 7200);
 }
 
+TEST_F(RefreshSchedule, waitsForNothingThatCameSinceTheLastWait) {
+  const auto at = [](int hour, int minute) { return common::DateToTime(kDay, hour, minute, 0); };
+  EXPECT_EQ(PlanRefresh(at(12, 46), at(12, 44)).seconds, 0);
+  EXPECT_EQ(PlanRefresh(at(12, 45), at(12, 44)).seconds, 0);
+  EXPECT_EQ(PlanRefresh(at(12, 46), at(12, 45)).seconds, 7200);
+  EXPECT_EQ(PlanRefresh(at(23, 0), at(17, 0)).seconds, 0);
+  EXPECT_EQ(PlanRefresh(at(23, 0), at(9, 0)).seconds, 0);
+  EXPECT_EQ(PlanRefresh(at(10, 0), at(22, 0)).seconds, 7200) << "the clock was put back";
+  EXPECT_EQ(PlanRefresh(at(10, 0), common::DateToTime(20240314, 22, 0, 0)).seconds, 0);
+}
+
 TEST_F(RefreshSchedule, waitsTwoHoursAtMost) {
   EXPECT_EQ(At(0, 0, 0).seconds, 7200);
   EXPECT_EQ(At(1, 0, 0).seconds, 7200);
