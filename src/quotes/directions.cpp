@@ -45,11 +45,7 @@ void SetAll(std::vector<Item>& items, const CodeHashes& hashes, const std::vecto
   if (earlier.empty()) {
     return;
   }
-  constexpr std::size_t kAhead = 8;  // rows lie apart; by then they have come
   for (std::size_t place = 0; place < items.size(); ++place) {
-    if (place + kAhead < items.size()) {
-      index.Expect(hashes[place + kAhead]);
-    }
     const std::size_t row = index.First(items[place].code, hashes[place]);
     if (row != request::CodeIndex<Item>::kNone) {
       SetTicks(items[place], earlier[row]);

@@ -62,17 +62,6 @@ class CodeIndex {
     return Row(slots_[Find(code, hash)].first);
   }
 
-  /// Has the row that a code of this hash most likely has brought to the processor: it is asked for soon.
-  void Expect(std::uint32_t hash) const {
-    const std::uint32_t row = slots_[hash & (slots_.size() - 1)].first;
-    if (row != kEnd) {
-      constexpr std::size_t kCacheLine = 64;
-      for (std::size_t line = 0; line < 4; ++line) {
-        __builtin_prefetch(reinterpret_cast<const char*>(&rows_[row]) + line * kCacheLine);
-      }
-    }
-  }
-
   /// The first row with that code that was not taken before; it is taken now.
   [[nodiscard]] std::size_t Take(std::wstring_view code) {
     Slot& slot = slots_[Find(code, HashOfCode(code))];
