@@ -146,6 +146,7 @@ bool Start(const Settings& wanted, std::string& error) {
     const Moment now = Moment::Now();
     ServerClock().Reset(replayer->start(), now);
     replayer->Begin(now);
+    replayer->Teach(ServerClock(), now);  // what is asked before the first answer is asked by it, too
     Log(Severity::kInfo, "every request is answered from the record in " + settings.replay_directory);
   }
   SetAddresses(addresses);

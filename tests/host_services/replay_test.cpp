@@ -446,6 +446,17 @@ TEST_F(Replay, clockOfTheServicesIsTaught) {
   EXPECT_EQ(common::GetCurrentServerDate(), 20240315U);
 }
 
+// The first question of a replay named the day of the machine's clock, unless an answer came before: events
+// of a day that was never recorded.
+TEST_F(Replay, clockOfTheServicesIsThatOfTheRecordBeforeTheFirstAnswer) {
+  RecordedExchange exchange = At(0, "/pc/rt/one", "x");
+  exchange.date = kDate;
+  Write({exchange});
+  const RunningHost host(Replaying(1));
+  EXPECT_GE(common::GetCurrentServerTime(), kDate);
+  EXPECT_LE(common::GetCurrentServerTime(), kDate + 60);
+}
+
 TEST_F(Replay, refusesWhatIsNoRecordOrMakesNoSense) {
   const auto refusal = [](const stock_host::Settings& settings) {
     try {
