@@ -31,7 +31,8 @@ class HouseChecks(unittest.TestCase):
 
     def findings(self, script):
         """The lines that the script prints; none exactly when it succeeds."""
-        made = subprocess.run([os.path.join(self.root, "scripts", script)], capture_output=True, text=True)
+        made = subprocess.run([os.path.join(self.root, "scripts", script)], capture_output=True, text=True,
+                              env={**os.environ, "XDG_CACHE_HOME": os.path.join(self.root, "cache")})
         self.assertEqual(made.stderr, "")
         self.assertEqual(made.returncode != 0, made.stdout != "", made.stdout)
         return made.stdout.splitlines()
