@@ -90,17 +90,33 @@ std::uint64_t SequenceServer::Arrived(const std::string& path) const {
 
 SequenceServer::Chance SequenceServer::Throw() {
   if (healed_) {
-    return {0, 0};
+    return {0, false, 0};
   }
   const std::lock_guard lock(mutex_);
-  Chance chance{0, 0};
+  Chance chance{0, false, 0};
   if (random_() % 2 == 0) {
     chance.milliseconds = static_cast<int>(random_() % 30);
   }
+  chance.overtaken = random_() % 20 == 0;
   if (random_() % 10 == 0) {
     chance.fault = 1 + static_cast<int>(random_() % 5);
   }
   return chance;
+}
+
+// However slow the machine is, what milliseconds may not do there: the answer to a later request comes
+// before. False when the server stops.
+bool SequenceServer::AwaitLater(host_test::LoopbackServer::Connection& connection, const std::string& path,
+                                std::uint64_t number) const {
+  constexpr std::chrono::milliseconds kLook(5);
+  constexpr std::chrono::seconds kLongest(1);
+  const auto end = std::chrono::steady_clock::now() + kLongest;
+  while (!healed_ && Arrived(path) < number + 2 && std::chrono::steady_clock::now() < end) {
+    if (!connection.Pause(kLook)) {
+      return false;
+    }
+  }
+  return true;
 }
 
 void SequenceServer::Serve(host_test::LoopbackServer::Connection& connection) {
@@ -125,6 +141,12 @@ void SequenceServer::Serve(host_test::LoopbackServer::Connection& connection) {
     if (chance.milliseconds > 0) {
       ++late_;
       if (!connection.Pause(std::chrono::milliseconds(chance.milliseconds))) {
+        return;
+      }
+    }
+    if (chance.overtaken) {
+      ++late_;
+      if (!AwaitLater(connection, path, number)) {
         return;
       }
     }

@@ -30,11 +30,14 @@ class SequenceServer {
  private:
   struct Chance {
     int milliseconds;  ///< that the answer is late
+    bool overtaken;    ///< it waits for two later requests of its path, a second at most
     int fault;         ///< 0 none, 1 reset, 2 status 500, 3 "errno", 4 no JSON, 5 half of it
   };
 
   void Serve(host_test::LoopbackServer::Connection& connection);
   Chance Throw();
+  bool AwaitLater(host_test::LoopbackServer::Connection& connection, const std::string& path,
+                  std::uint64_t number) const;
 
   mutable std::mutex mutex_;  // guards the three members below
   std::mt19937_64 random_;
