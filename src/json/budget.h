@@ -39,10 +39,11 @@ class Budget {
 
   /// Throws `TooMuchMemory` when `count` times `bytes_each` is more than what is left.
   void Require(std::size_t count, std::size_t bytes_each) {
-    if (bytes_each != 0 && count > left_ / bytes_each) {
+    std::size_t bytes = 0;
+    if (__builtin_mul_overflow(count, bytes_each, &bytes) || bytes > left_) {
       throw TooMuchMemory();
     }
-    left_ -= count * bytes_each;
+    left_ -= bytes;
   }
 
   /// What is not required yet.

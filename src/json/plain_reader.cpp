@@ -5,9 +5,9 @@
 // before, and whoever fills records from such rows finds out once which member each key fills. A row that
 // differs writes down keys of its own from there on.
 //
-// Values become cells on the way, each byte looked at once: numbers are made from sixteen characters at a
-// time, strings are only passed. Blanks, long numbers and characters beyond ASCII take the roads beside, and
-// so does everything on a processor without SSE4.1.
+// Values become cells on the way, each byte looked at once: the ends of several numbers are found at a time,
+// numbers are made from sixteen characters at a time, strings are only passed. Blanks, long numbers and
+// characters beyond ASCII take the roads beside, and so does everything on a processor without AVX2.
 #include "json/plain_reader.h"
 
 #ifdef __x86_64__
@@ -76,6 +76,18 @@ std::uint64_t MarkOthersThanPlain(std::uint64_t word) {
          kTopBits;
 }
 
+// Two characters of three bytes, as nearly all Chinese ones are, whose first bytes set no limit to the
+// others.
+constexpr std::ptrdiff_t kTwoUsual = 6;
+
+bool BeginsWithTwoUsual(std::uint64_t word) {
+  constexpr auto twice = [](std::uint64_t three) { return three << Bits(3) | three; };
+  const auto has_usual_lead = [word](std::ptrdiff_t place) {
+    return (word >> Bits(place) & 0xFF) - 0xE1 < 0xED - 0xE1;
+  };
+  return (word & twice(0xC0C000)) == twice(0x808000) && has_usual_lead(0) && has_usual_lead(3);
+}
+
 std::ptrdiff_t BytesBeforeMark(std::uint64_t marks) {
   return std::countr_zero(marks) / 8;
 }
@@ -88,116 +100,107 @@ struct Passed {
 
 #ifdef __x86_64__
 
-// Characters that are looked at together.
-constexpr unsigned kWide = 16;
+// What the functions below are compiled for; `HasWide` says whether the processor has it.
+#define CSM_WIDE gnu::target("avx2,bmi")
 
-// Where the digits of a number of so many characters stand, to the right of sixteen places, without the point
-// that comes after the whole ones: in [whole][length].
-constexpr std::uint8_t kNowhere = 0x80;
-using Places = std::array<std::uint8_t, kWide>;
-alignas(kWide) constexpr auto kPlaces = [] {
-  std::array<std::array<Places, kWide>, kWide> places{};
-  for (std::size_t whole = 0; whole < kWide; ++whole) {
-    for (std::size_t length = 0; length < kWide; ++length) {
-      Places& to = places[whole][length];
-      to.fill(kNowhere);
-      for (std::size_t from = length, place = kWide; from-- > 0;) {
-        if (from != whole) {
-          to[--place] = static_cast<std::uint8_t>(from);
+// Characters of a number that are looked at together, and of several members.
+constexpr unsigned kWide = 16;
+constexpr std::ptrdiff_t kBlock = 64;
+
+// Of a number of so many characters, with or without a sign, of which so many stand before the point: where
+// its digits stand, to the right of sixteen places, and by what they are divided, sign included. Up to
+// fifteen digits a double holds exactly, as it does the powers of ten: the quotient of two such numbers is
+// the double nearest to the decimal.
+struct alignas(2 * kWide) Layout {
+  std::array<std::uint8_t, kWide> places;
+  double divisor;
+};
+constexpr auto kLayouts = [] {
+  constexpr std::uint8_t kNowhere = 0x80;
+  std::array<std::array<std::array<Layout, kWide>, kWide>, 2> layouts{};
+  for (std::size_t sign = 0; sign < 2; ++sign) {
+    for (std::size_t whole = 0; whole < kWide; ++whole) {
+      for (std::size_t length = 0; length < kWide; ++length) {
+        Layout& to = layouts[sign][whole][length];
+        to.places.fill(kNowhere);
+        for (std::size_t from = length, place = kWide; from-- > sign;) {
+          if (from != whole) {
+            to.places[--place] = static_cast<std::uint8_t>(from);
+          }
+        }
+        to.divisor = sign == 0 ? 1 : -1;
+        for (std::size_t place = whole + 1; place < length; ++place) {
+          to.divisor *= 10;
         }
       }
     }
   }
-  return places;
+  return layouts;
 }();
 
-// Up to fifteen digits, which a double holds exactly as it does the powers of ten: the quotient of two such
-// numbers is the double nearest to the decimal.
-constexpr std::array<double, kWide> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-
-[[gnu::target("sse4.1"), gnu::always_inline]] inline __m128i WideAt(const char* at) {
+[[CSM_WIDE, gnu::always_inline]] inline __m128i WideAt(const char* at) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
 }
 
 // The bits of the characters that `bytes` marks.
-[[gnu::target("sse4.1"), gnu::always_inline]] inline unsigned MarksOf(__m128i bytes) {
+[[CSM_WIDE, gnu::always_inline]] inline unsigned MarksOf(__m128i bytes) {
   return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
-// The commas from a place on, found out for many characters at once: whoever goes from one to the next need
-// not wait until what stands between them is read.
-class Commas {
- public:
-  explicit Commas(const char* at) : next_(at) {}
+// Passes those of the next half a block that a string holds as they are, and that are ASCII.
+[[CSM_WIDE, gnu::always_inline]] inline const char* PassPlain(const char* at) {
+  const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+  const __m256i others = _mm256_or_si256(_mm256_cmpgt_epi8(_mm256_set1_epi8(' '), text),  // as signed bytes
+                                         _mm256_or_si256(_mm256_cmpeq_epi8(text, _mm256_set1_epi8('"')),
+                                                         _mm256_cmpeq_epi8(text, _mm256_set1_epi8('\\'))));
+  return at + std::countr_zero(static_cast<std::uint32_t>(_mm256_movemask_epi8(others)));
+}
 
-  // The next one; null when the text ends before, or soon after.
-  [[gnu::target("sse4.1"), gnu::always_inline]] const char* Next(const char* end) {
-    while (marks_ == 0) {
-      if (end - next_ < kBlock) {
-        return nullptr;
-      }
-      block_ = next_;
-      marks_ = Marks(block_);
-      next_ += kBlock;
-    }
-    const char* const comma = block_ + std::countr_zero(marks_);
-    marks_ &= marks_ - 1;
-    return comma;
-  }
+// The bits of the commas among the next characters.
+[[CSM_WIDE, gnu::always_inline]] inline std::uint32_t CommasInHalf(const char* at) {
+  const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+  return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(text, _mm256_set1_epi8(','))));
+}
+[[CSM_WIDE, gnu::always_inline]] inline std::uint64_t CommasInBlock(const char* at) {
+  constexpr unsigned kHalf = kBlock / 2;
+  return CommasInHalf(at) | static_cast<std::uint64_t>(CommasInHalf(at + kHalf)) << kHalf;
+}
 
- private:
-  static constexpr std::ptrdiff_t kBlock = 64;
-
-  [[gnu::target("sse4.1"), gnu::always_inline]] static std::uint64_t Marks(const char* at) {
-    std::uint64_t marks = 0;
-    for (unsigned place = 0; place < kBlock; place += kWide) {
-      const __m128i commas = _mm_cmpeq_epi8(WideAt(at + place), _mm_set1_epi8(','));
-      marks |= static_cast<std::uint64_t>(MarksOf(commas)) << place;
-    }
-    return marks;
-  }
-
-  const char* next_;  // block
-  const char* block_ = nullptr;
-  std::uint64_t marks_ = 0;
-};
-
-// Reads a number without exponent, of up to fifteen characters and a sign, that ends at `behind`; not for any
-// other. Two words and a character are there. No number is a negative zero.
-[[gnu::target("sse4.1"), gnu::always_inline]] inline bool ReadWide(const char* at, const char* behind,
-                                                                   double& number) {
-  constexpr std::array<double, 2> kSigns = {1, -1};
+// Reads a number without exponent, of up to fifteen characters, that ends at `behind`, where no digit stands;
+// not for any other. Two words are there. No number is a negative zero.
+[[CSM_WIDE, gnu::always_inline]] inline bool ReadWide(const char* at, const char* behind, double& number) {
   const auto first = [](unsigned bits) { return static_cast<unsigned>(std::countr_zero(bits)); };
-  const unsigned sign = *at == '-' ? 1 : 0;
-  at += sign;
   const auto length = static_cast<std::uintptr_t>(behind - at);
   if (length >= kWide) {
     return false;
   }
-  const __m128i values = _mm_sub_epi8(WideAt(at), _mm_set1_epi8('0'));
-  const __m128i digits = _mm_cmpeq_epi8(_mm_min_epu8(values, _mm_set1_epi8(9)), values);
-  const unsigned others = ~MarksOf(digits) & ((1U << length) - 1);
-  const unsigned whole = first(others | 1U << length);
-  const bool has_point = others != 0;
-  if (whole == 0 || (*at == '0' && whole > 1) ||
-      (has_point && (others != 1U << whole || at[whole] != '.' || whole + 1 == length))) {
+  const unsigned sign = *at == '-' ? 1 : 0;
+  const __m128i text = WideAt(at);
+  // Moved like this, digits are the smallest of all signed bytes.
+  const __m128i moved = _mm_add_epi8(text, _mm_set1_epi8(static_cast<char>(0x80 - '0')));
+  const __m128i no_digits = _mm_cmpgt_epi8(moved, _mm_set1_epi8(static_cast<char>(0x80 + 9)));
+  const unsigned others = MarksOf(no_digits) ^ sign;
+  const unsigned whole = first(others);
+  if (whole == sign || (at[sign] == '0' && whole > sign + 1)) {
     return false;
   }
-  const __m128i places = _mm_load_si128(reinterpret_cast<const __m128i*>(kPlaces[whole][length].data()));
-  const __m128i twos = _mm_maddubs_epi16(_mm_shuffle_epi8(values, places), _mm_set1_epi16(10 | 1 << 8));
+  if (whole != length &&
+      (at[whole] != '.' || first(others & (others - 1)) != length || whole + 1 == length)) {
+    return false;
+  }
+  const Layout& layout = kLayouts[sign][whole][length];
+  const __m128i places = _mm_load_si128(reinterpret_cast<const __m128i*>(layout.places.data()));
+  const __m128i digits = _mm_and_si128(_mm_shuffle_epi8(text, places), _mm_set1_epi8(0x0F));
+  const __m128i twos = _mm_maddubs_epi16(digits, _mm_set1_epi16(10 | 1 << 8));
   const __m128i fours = _mm_madd_epi16(twos, _mm_set1_epi32(100 | 1 << 16));
   const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
-  const auto halves = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
-  const std::uint64_t all = (halves & 0xFFFFFFFF) * 100'000'000 + (halves >> 32U);
-  number = kSigns[sign] * static_cast<double>(static_cast<std::int64_t>(all)) /
-               kPowersOfTen[length - whole - (has_point ? 1 : 0)] +
-           0.0;
+  const __m128d halves = _mm_mul_pd(_mm_cvtepi32_pd(eights), _mm_set_pd(1, 1e8));
+  number = _mm_cvtsd_f64(_mm_add_sd(halves, _mm_unpackhi_pd(halves, halves))) / layout.divisor + 0.0;
   return true;
 }
 
 // The same of a number that ends in what follows a value of a container.
-[[gnu::target("sse4.1"), gnu::always_inline]] inline Passed PassWide(const char* at) {
+[[CSM_WIDE, gnu::always_inline]] inline Passed PassWide(const char* at) {
   const __m128i text = WideAt(at);
   const __m128i brackets = _mm_or_si128(text, _mm_set1_epi8(']' ^ '}'));  // both are one then
   const __m128i ends =
@@ -208,13 +211,12 @@ class Commas {
 }
 
 // The same for whoever is made for any processor.
-[[gnu::target("sse4.1")]] Passed PassShort(const char* at) {
+[[CSM_WIDE]] Passed PassShort(const char* at) {
   return PassWide(at);
 }
 
 // Passes an array's numbers as long as they are short. How many.
-[[gnu::target("sse4.1")]] std::size_t PassWideNumbers(const char*& at, const char* end,
-                                                      std::span<double> numbers) {
+[[CSM_WIDE]] std::size_t PassWideNumbers(const char*& at, const char* end, std::span<double> numbers) {
   std::size_t count = 0;
   const char* next = at;
   for (; count != numbers.size() && HasBytes(kSeveralWords, next, end); ++count) {
@@ -230,7 +232,7 @@ class Commas {
 }
 
 bool HasWide() {
-  return __builtin_cpu_supports("sse4.1") != 0;
+  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0;
 }
 
 #else
@@ -360,7 +362,7 @@ class Reader {
       do {
 #ifdef __x86_64__
         if (is_as_expected && is_wide_) {
-          PassExpectedNumbers(expected, count);
+          PassExpectedMembers(expected, count);
         }
 #endif
         SkipBlanks();
@@ -414,25 +416,51 @@ class Reader {
   }
 
 #ifdef __x86_64__
-  // Passes members as they are expected as long as their values are short numbers, the last one aside.
-  [[gnu::target("sse4.1")]] void PassExpectedNumbers(const Count& expected, Count& count) {
+  // Passes members as they are expected, with the commas behind them, as long as their values are short
+  // numbers and strings; the last one aside. The commas of a block are found at once: whoever goes from one
+  // to the next need not wait until what stands between them is read.
+  [[CSM_WIDE]] void PassExpectedMembers(const Count& expected, Count& count) {
     writer_.MakeRoom(keys_, expected.entries);
+    const Key* const first = keys_.data() + expected.first_key;
+    const Key* const last = first + expected.entries;
+    const Key* key = first + count.entries;
     const char* at = at_;
-    const Key* key = keys_.data() + expected.first_key + count.entries;
-    const Key* const last = keys_.data() + expected.first_key + expected.entries;
-    Commas commas(at);
-    for (; key != last && HasBytes(kSeveralWords, at, end_); ++key) {
+    const char* block = nullptr;
+    std::uint64_t commas = 0;  // of the block, from `at` on
+    while (key != last && HasBytes(kBlock + kSeveralWords, at, end_)) {
       const char* const value = PassExpected(at, *key);
-      const char* const comma = value == nullptr || *value == '"' ? nullptr : commas.Next(end_);
-      double number = 0;
-      if (comma == nullptr || !ReadWide(value, comma, number)) {
+      const char* comma = nullptr;
+      if (value == nullptr) {
         break;
       }
-      writer_.Put(std::bit_cast<Cell>(number));
+      if (*value == '"') {
+        const char* const text = value + 1;
+        const char* const quote = PassPlain(text);
+        comma = quote + 1;
+        if (*quote != '"' || *comma != ',') {
+          break;
+        }
+        writer_.Put(StringCell(Kind::kString, static_cast<std::size_t>(text - text_),
+                               static_cast<std::size_t>(quote - text)));
+        commas = 0;  // some may be the string's
+      } else {
+        if (commas == 0) {
+          block = value;
+          commas = CommasInBlock(block);
+        }
+        comma = block + std::countr_zero(commas);
+        commas &= commas - 1;
+        double number = 0;
+        if (!ReadWide(value, comma, number)) {
+          break;
+        }
+        writer_.Put(std::bit_cast<Cell>(number));
+      }
+      ++key;
       at = comma + 1;
     }
     at_ = at;
-    count.entries = expected.entries - static_cast<std::uint32_t>(last - key);
+    count.entries = static_cast<std::uint32_t>(key - first);
   }
 #endif
 
@@ -533,7 +561,9 @@ class Reader {
       const auto byte = static_cast<unsigned char>(*at_);
       if (byte >= 0x80) {
         do {
-          if (!Multibyte()) {
+          if (HasBytes(kWord, at_, end_) && BeginsWithTwoUsual(WordAt(at_))) {
+            at_ += kTwoUsual;
+          } else if (!Multibyte()) {
             return false;
           }
         } while (at_ != end_ && static_cast<unsigned char>(*at_) >= 0x80);
