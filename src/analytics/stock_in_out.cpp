@@ -1,8 +1,8 @@
 // The capital flows of single stocks. All symbols that views follow travel in one request.
 #include "analytics/stock_in_out.h"
 
-#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -53,26 +53,32 @@ void CStockInOut::SetTarget(Observer* obs, const std::wstring& symbol) {
 
 // --- Understand ---
 
+// The amounts of the periods of one kind.
+void ReadKind(const Object& kind, std::uint64_t FlowAmounts::*amount, StockInOutItem& item) {
+  kind.ForEachInText([amount, &item](std::string_view days, const Value& value) {
+    FlowAmounts* const period = days == "d1"    ? &item.d1
+                                : days == "d5"  ? &item.d5
+                                : days == "d10" ? &item.d10
+                                                : nullptr;
+    if (period != nullptr) {
+      period->*amount = request::ToUnsigned64(value.Number());
+    }
+  });
+}
+
 // An element has one member: the symbol, and its flows. Whatever is missing reads 0.
 StockInOutItem ReadItem(const Value& element) {
   const request::json::NamedValue entry = element.AsObject().First();
   const Object flows = entry.value.AsObject();
   const Object in = flows.ObjectAt("in");
   const Object out = flows.ObjectAt("out");
-  const std::array<Object, 4> kinds{in.ObjectAt("big"), out.ObjectAt("big"), in.ObjectAt("small"),
-                                    out.ObjectAt("small")};
-  const auto read = [&kinds](std::string_view days) -> FlowAmounts {
-    const auto amount = [&kinds, days](std::size_t kind) {
-      return request::ToUnsigned64(kinds.at(kind).Member(days).Number());
-    };
-    return {amount(0), amount(1), amount(2), amount(3)};
-  };
   StockInOutItem item;
   item.symbol = request::json::WideKey(entry.key);
   item.mtime = request::ToUnsigned64(flows.Member("mtime").Number());
-  item.d1 = read("d1");
-  item.d5 = read("d5");
-  item.d10 = read("d10");
+  ReadKind(in.ObjectAt("big"), &FlowAmounts::big_in, item);
+  ReadKind(out.ObjectAt("big"), &FlowAmounts::big_out, item);
+  ReadKind(in.ObjectAt("small"), &FlowAmounts::small_in, item);
+  ReadKind(out.ObjectAt("small"), &FlowAmounts::small_out, item);
   return item;
 }
 
