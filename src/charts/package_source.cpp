@@ -24,16 +24,6 @@ constexpr std::size_t kMostLines = 1'000'000;
 // An index that trades on every trading day.
 constexpr const wchar_t* kMarketIndex = L"sh000001";
 
-// Empty for a symbol that may have no package.
-std::wstring PathOf(const std::wstring& symbol, const Series& series) {
-  const std::wstring directory = reference::PackageDirectory(symbol.c_str());
-  if (directory.empty()) {
-    return {};
-  }
-  return directory + L"/" + std::to_wstring(series.period) + L"." + std::to_wstring(series.adjustment) +
-         L".dat";
-}
-
 // Nothing for a file that is missing or damaged, and for one without candles where some are announced.
 std::optional<Candles> ReadFile(const std::wstring& path, int announced_count) {
   std::string text;
@@ -54,12 +44,13 @@ BroughtPackage BringPackage(const PackageWish& wish) {
   const std::wstring symbol = LowerCase(series.symbol);
   const KLineMetaInfo& announced = wish.announced;
   BroughtPackage brought;
-  const std::wstring path = PathOf(symbol, series);
-  if (path.empty()) {
+  reference::PackageVersionStore store(symbol.c_str());
+  if (store.Directory().empty()) {
     return brought;
   }
+  const std::wstring path = store.Directory() + L"/" + std::to_wstring(series.period) + L"." +
+                            std::to_wstring(series.adjustment) + L".dat";
   const std::uint16_t key = reference::PackageKey(series.period, series.adjustment);
-  reference::PackageVersionStore store(symbol.c_str());
   const auto stored = store.Get(key);
   const bool stale = stored && common::Compare(announced.version, stored->version, false) >= 1;
   if (!stale || wish.keep_old) {

@@ -156,14 +156,14 @@ constexpr auto kLayouts = [] {
   return at + std::countr_zero(static_cast<std::uint32_t>(_mm256_movemask_epi8(others)));
 }
 
-// The bits of the commas among the next characters.
-[[CSM_WIDE, gnu::always_inline]] inline std::uint32_t CommasInHalf(const char* at) {
+// The bits of those of the next characters that are one.
+[[CSM_WIDE, gnu::always_inline]] inline std::uint32_t MarksInHalf(const char* at, char one) {
   const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
-  return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(text, _mm256_set1_epi8(','))));
+  return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(text, _mm256_set1_epi8(one))));
 }
-[[CSM_WIDE, gnu::always_inline]] inline std::uint64_t CommasInBlock(const char* at) {
+[[CSM_WIDE, gnu::always_inline]] inline std::uint64_t MarksInBlock(const char* at, char one) {
   constexpr unsigned kHalf = kBlock / 2;
-  return CommasInHalf(at) | static_cast<std::uint64_t>(CommasInHalf(at + kHalf)) << kHalf;
+  return MarksInHalf(at, one) | static_cast<std::uint64_t>(MarksInHalf(at + kHalf, one)) << kHalf;
 }
 
 // Reads a number without exponent, of up to fifteen characters, that ends at `behind`, where no digit stands;
@@ -219,13 +219,22 @@ constexpr auto kLayouts = [] {
 [[CSM_WIDE]] std::size_t PassWideNumbers(const char*& at, const char* end, std::span<double> numbers) {
   std::size_t count = 0;
   const char* next = at;
-  for (; count != numbers.size() && HasBytes(kSeveralWords, next, end); ++count) {
-    const Passed passed = PassWide(next + 1);
-    if (passed.behind == nullptr || *next != (count == 0 ? '[' : ',')) {
+  const char* block = nullptr;
+  std::uint64_t ends = 0;  // of the block, behind `next`
+  for (; count != numbers.size() && HasBytes(kBlock + kSeveralWords, next, end); ++count) {
+    if (*next != (count == 0 ? '[' : ',')) {
       break;
     }
-    numbers[count] = passed.number;
-    next = passed.behind;
+    if (ends == 0) {
+      block = next + 1;
+      ends = MarksInBlock(block, ',') | MarksInBlock(block, ']');
+    }
+    const char* const behind = block + std::countr_zero(ends);
+    ends &= ends - 1;
+    if (!ReadWide(next + 1, behind, numbers[count])) {
+      break;
+    }
+    next = behind;
   }
   at = next;
   return count;
@@ -446,7 +455,7 @@ class Reader {
       } else {
         if (commas == 0) {
           block = value;
-          commas = CommasInBlock(block);
+          commas = MarksInBlock(block, ',');
         }
         comma = block + std::countr_zero(commas);
         commas &= commas - 1;

@@ -116,10 +116,9 @@ std::wstring PackageDirectory(const wchar_t* symbol) {
   return stock::GetKLineFilePath(symbol);
 }
 
-PackageVersionStore::PackageVersionStore(const wchar_t* symbol) {
-  const std::wstring directory = PackageDirectory(symbol);
-  if (!directory.empty() && QDir().mkpath(QString::fromStdWString(directory))) {
-    Open(directory + L"/trace.db");
+PackageVersionStore::PackageVersionStore(const wchar_t* symbol) : directory_(PackageDirectory(symbol)) {
+  if (!directory_.empty() && QDir().mkpath(QString::fromStdWString(directory_))) {
+    Open(directory_ + L"/trace.db");
   }
 }
 

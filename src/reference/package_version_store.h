@@ -37,9 +37,13 @@ class PackageVersionStore {
   /// False when the store could not be opened.
   [[nodiscard]] bool IsOpen() const { return open_; }
 
+  /// `PackageDirectory` of the symbol.
+  [[nodiscard]] const std::wstring& Directory() const { return directory_; }
+
  private:
   void Open(const std::wstring& path);
 
+  const std::wstring directory_;
   std::mutex mutex_;  // guards database_
   CppSQLite3DB database_;
   bool open_ = false;  // written by the constructor only
