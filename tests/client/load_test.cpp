@@ -183,12 +183,23 @@ TEST(Load, losesNothingDoublesNothingAndGrowsByNothing) {
   }
   const Counts last = settled();
   compare(latest, last);
-  EXPECT_GT(undisturbed, 0);
   const std::uint64_t answers = last.answered - first_answers;
   const std::uint64_t each = keys.views().front().updates();
   for (const auto& view : crowd.views()) {
     EXPECT_EQ(view.updates(), each) << "two views of one key were told different numbers of times";
   }
+  // On a slow machine the polling thread is always there before one of our rounds is over. Then one begins
+  // right behind a round of its own, in which it asked for what other views show.
+  for (int attempt = 0; undisturbed == 0 && attempt < 20; ++attempt) {
+    keys.Hide();
+    const std::uint64_t polled = own.updates();
+    ASSERT_TRUE(Await([&] { return own.updates() > polled; }));
+    keys.Show();
+    const Counts before = settled();
+    GetSingleStockMarket()->Refresh();
+    compare(before, settled());
+  }
+  EXPECT_GT(undisturbed, 0);
   const Footprint end = Measure();
   const double passed = std::chrono::duration<double>(steady_clock::now() - begin).count();
   std::printf(
