@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "c_stock_market.h"
-#include "frame/polled_subject.h"
 #include "frame/single_objects.h"
 #include "reference/reference_data.h"
 #include "services.h"
@@ -39,8 +38,28 @@ class Named {
   std::string name_;
 };
 
-// A service without a thread.
-template <class Interface, class Base = frame::PolledSubject<Interface>>
+// A subject that does nothing.
+template <class Interface>
+class Idle : public Interface {
+ public:
+  using Observer = typename Interface::Observer;
+  using Key = typename Interface::Target;
+  void Attach(Observer*) override {}
+  void Detach(Observer*) override {}
+  void Refresh() override {}
+  void Suspend(Observer*) override {}
+  void Resume(Observer*, bool) override {}
+  bool IsSuspended(Observer*) override { return true; }
+  void SetTarget(Observer*, const Key&) override {}
+  bool GetTarget(Observer*, Key&) override { return false; }
+  void RemoveTarget(Observer*) override {}
+  void GetActiveTargets(std::vector<Key>&) override {}
+  void Fetch() override {}
+  void OnTimer() override {}
+  int GetInterval() override { return 0; }
+};
+
+template <class Interface, class Base = Idle<Interface>>
 class StandIn : public Base {
  public:
   explicit StandIn(std::string name) : named_(std::move(name)) {}
