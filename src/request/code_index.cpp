@@ -33,13 +33,40 @@ std::uint64_t Mix(std::uint64_t left, std::uint64_t right) {
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64U);
 }
 
+constexpr std::uint64_t kWhole = std::uint64_t{1} << 63U;
+
+// Seven bits of each character, the last one in the lowest; 0 for a code that is not of so many ASCII ones.
+std::uint64_t Packed(std::wstring_view code) {
+  constexpr std::size_t kMost = 8;
+  std::uint64_t packed = 0;
+  if (code.size() <= kMost) {
+    for (const wchar_t character : code) {
+      const auto bits = static_cast<std::uint64_t>(character);
+      if (bits - 1 >= 0x7F) {
+        return 0;
+      }
+      packed = packed << 7U | bits;
+    }
+  }
+  return packed;
+}
+
 }  // namespace
 
-// Four characters at a time, as wyhash does it; the last ones are filled up with zeros.
-std::uint32_t HashOfCode(std::wstring_view code) {
+// A code that fits is multiplied by an odd secret, and its upper half laid over its lower one, twice: all of
+// it can be undone, so that no two become the same. Others are mixed four characters at a time, as wyhash
+// does it; the last ones are filled up with zeros.
+std::uint64_t HashOfCode(std::wstring_view code) {
   using Words = std::array<std::uint64_t, 2>;
   static_assert(sizeof(Words) == 4 * sizeof(wchar_t));
   static const Secret secret = DrawSecret();
+  if (const std::uint64_t packed = Packed(code); packed != 0) {
+    const auto spread = [](std::uint64_t bits, std::uint64_t factor) {
+      const std::uint64_t product = (bits * (factor | 1)) & ~kWhole;
+      return product ^ (product >> 32U);
+    };
+    return spread(spread(packed, secret[0]), secret[1]) | kWhole;
+  }
   std::uint64_t hash = secret[1];
   const auto add = [&hash](const wchar_t* characters, std::size_t count) {
     Words words{};
@@ -53,7 +80,7 @@ std::uint32_t HashOfCode(std::wstring_view code) {
   if (place < code.size()) {
     add(code.data() + place, code.size() - place);
   }
-  return static_cast<std::uint32_t>(Mix(secret[0] ^ code.size(), hash ^ secret[1]));
+  return Mix(secret[0] ^ code.size(), hash ^ secret[1]) & ~kWhole;
 }
 
 }  // namespace request

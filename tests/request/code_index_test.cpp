@@ -27,6 +27,29 @@ TEST(CodeIndex, findsTheFirstRowOfACode) {
   EXPECT_EQ(Index({}).First(L"a"), Index::kNone);
 }
 
+// What is packed into a number: no two that differ are taken for one.
+TEST(CodeIndex, tellsShortCodesApartThatAreNearlyAlike) {
+  const std::vector<Row> rows = {{L"sh600000"},
+                                 {L"sh600001"},
+                                 {L"Sh600000"},
+                                 {L"h600000"},
+                                 {L"sh6000000"},
+                                 {std::wstring(L"\0sh60000", 8)},
+                                 {std::wstring(L"sh60000\0", 8)},
+                                 {std::wstring(L"\0", 1)},
+                                 {L"sh60000\x80"},
+                                 {L"sh6000\x4E00"},
+                                 {L"\x7F"},
+                                 {L"sh60000\x7F"}};
+  const Index index(rows);
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    EXPECT_EQ(index.First(rows[row].code), row);
+  }
+  EXPECT_EQ(index.First(L"sh60000"), Index::kNone);
+  EXPECT_EQ(index.First(L""), Index::kNone);
+  EXPECT_EQ(index.First(L"\x80"), Index::kNone);
+}
+
 TEST(CodeIndex, takesTheRowsOfACodeOneAfterTheOther) {
   const std::vector<Row> rows = {{L"a"}, {L"b"}, {L"a"}};
   Index index(rows);
@@ -85,8 +108,21 @@ TEST(CodeIndex, comparesChosenCodesNoMoreThanOthers) {
   EXPECT_LE(CountedCode::comparisons, rows.size() + 10);
 }
 
-TEST(CodeIndex, spreadsChosenCodesOverItsWholeRange) {
-  const std::vector<CountedRow> rows = ChosenCodes(2000);
+std::vector<CountedRow> MarketCodes(int count) {
+  std::vector<CountedRow> rows;
+  for (int stock = 0; stock < count; ++stock) rows.push_back({{L"sh" + std::to_wstring(600000 + stock)}});
+  return rows;
+}
+
+TEST(CodeIndex, looksAtNoRowOfTheMarket) {
+  const std::vector<CountedRow> rows = MarketCodes(5400);
+  CountedCode::comparisons = 0;
+  const request::CodeIndex<CountedRow> index(rows);
+  for (std::size_t row = 0; row < rows.size(); ++row) ASSERT_EQ(index.First(rows[row].code), row);
+  EXPECT_EQ(CountedCode::comparisons, 0U);
+}
+
+void ExpectSpread(const std::vector<CountedRow>& rows) {
   std::vector<int> hits(16);
   for (const CountedRow& row : rows) ++hits[request::HashOfCode(row.code) % hits.size()];
   // 125 are expected in each; the limits are more than six deviations away.
@@ -94,6 +130,17 @@ TEST(CodeIndex, spreadsChosenCodesOverItsWholeRange) {
     EXPECT_GT(hit, 50);
     EXPECT_LT(hit, 200);
   }
+}
+
+TEST(CodeIndex, spreadsCodesOverItsWholeRange) {
+  ExpectSpread(ChosenCodes(2000));
+  ExpectSpread(MarketCodes(2000));
+  // Of the first two characters alone.
+  std::vector<CountedRow> rows;
+  for (wchar_t first = 1; first <= 100; ++first)
+    for (wchar_t second = 1; second <= 20; ++second)
+      rows.push_back({{std::wstring{first, second} + L"600000"}});
+  ExpectSpread(rows);
 }
 
 }  // namespace
