@@ -30,8 +30,8 @@ class LiveViewTest : public testing::Test {
     read_ = 0;
   }
 
-  void StartAndWaitForQuotes(const std::vector<std::string>& arguments = {"--clock", "10:30", "--interval",
-                                                                          "0.2"}) {
+  void StartAndWaitForQuotes(const std::vector<std::string>& arguments = {"--clock", "2024-03-13 10:30",
+                                                                          "--interval", "0.2"}) {
     Start(arguments);
     ASSERT_TRUE(csm_->ReadUntil([this] { return Row(4).find("sh600000") != std::string::npos; }))
         << csm_->output();
@@ -79,7 +79,7 @@ TEST_F(LiveViewTest, saysThatNothingIsAskedWhileTheHelpIsOpen) {
 }
 
 TEST_F(LiveViewTest, redrawsWhenQuotesChange) {
-  StartAndWaitForQuotes({"--clock", "10:30", "--speed", "600", "--interval", "0.2"});
+  StartAndWaitForQuotes({"--clock", "2024-03-13 10:30", "--speed", "600", "--interval", "0.2"});
   const std::string first = Row(4);
   EXPECT_TRUE(csm_->ReadUntil([&] { return Row(4) != first; }));
 }
@@ -96,7 +96,7 @@ TEST_F(LiveViewTest, leavesTheTerminalCleanOnControlCAndSignals) {
 }
 
 TEST_F(LiveViewTest, endsWhenItsTimeIsUp) {
-  StartAndWaitForQuotes({"--for", "5", "--clock", "10:30"});
+  StartAndWaitForQuotes({"--for", "5", "--clock", "2024-03-13 10:30"});
   EXPECT_EQ(csm_->Wait(), 0);
   ExpectCleanTerminal(*csm_);
 }
