@@ -172,6 +172,47 @@ TEST(JsonDoor, readsNumbersOfAlikeRowsAsQtDoes) {
   }
 }
 
+// Short strings are passed in one step there, and Chinese characters in pairs.
+TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
+  const std::vector<std::string> odd = {"",
+                                        ",",
+                                        "\"",
+                                        "\\",
+                                        "\\\"",
+                                        "\x1F",
+                                        "\x7F",
+                                        "\xC3\xA9",
+                                        "\xFF",
+                                        "中",
+                                        "中文",
+                                        "中文中",
+                                        "，文",
+                                        "中\xE4",
+                                        "中\xE4\xB8",
+                                        "中\xE4\xB8z",
+                                        "\xE4zz中",
+                                        "\xE4\xB8\xE4\xB8\xAD\xE4",
+                                        "\xE0\x80\x80中",
+                                        "中\xE0\x80\x80",
+                                        "中\xE0\xA0\x80",
+                                        "\xED\xA0\x80中",
+                                        "中\xED\xA0\x80",
+                                        "中\xED\x9F\xBF"};
+  const std::string behind = ",{\"filler\":\"" + std::string(160, 'f') + "\"}]";
+  const auto row = [](const std::string& string) {
+    return "{\"name\":\"" + string + "\",\"last\":-0.5,\"text\":\"" + string + "\"}";
+  };
+  for (std::size_t before = 0; before <= 66; ++before) {
+    for (const std::string& one : odd) {
+      for (const char* const after : {"", "!", ",}{]"}) {
+        const std::string string = std::string(before, 'a') + one + after;
+        const std::string text = "[" + row("a") + "," + row(string) + "," + row("b") + behind;
+        ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+      }
+    }
+  }
+}
+
 // Each byte that is out of the plain, at each place about a word, in a value and in a key.
 TEST(JsonDoor, readsStringsOfEveryLengthAsQtDoes) {
   const std::vector<std::string> odd = {"",     "\"",       "\\",   "\\n",          "\x1F",    " ",
