@@ -176,7 +176,7 @@ TEST(JsonDoor, readsNumbersOfAlikeRowsAsQtDoes) {
 TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
   const std::vector<std::string> odd = {"",
                                         ",",
-                                        "\"}\"last\":-0.5,\"text\":\"b",
+                                        "\"}\"text\":\"b\",\"last\":-0.5,\"c\":\"d",
                                         "\"",
                                         "\\",
                                         "\\\"",
@@ -203,7 +203,7 @@ TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
                                         "中\xED\x9F\xBF"};
   const std::string behind = ",{\"filler\":\"" + std::string(160, 'f') + "\"}]";
   const auto row = [](const std::string& string) {
-    return "{\"name\":\"" + string + "\",\"last\":-0.5,\"text\":\"b\"}";
+    return "{\"name\":\"" + string + "\",\"text\":\"b\",\"last\":-0.5}";
   };
   for (std::size_t before = 0; before <= 66; ++before) {
     for (const std::string& one : odd) {
