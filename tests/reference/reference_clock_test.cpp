@@ -25,6 +25,17 @@ class ReferenceClock : public ::testing::Test {
 
   std::size_t Asked(const char* path) const { return host.RequestsTo(path).size(); }
 
+  // As a start loads it, but without the refresh thread, which would look at the same clock.
+  void LookEverythingUp() {
+    for (const int kind : {1, 2}) {
+      static_cast<void>(service.GetPlateList(kind));
+      static_cast<void>(service.GetIndexList(kind));
+    }
+    static_cast<void>(service.GetStockList(1));
+    std::vector<std::pair<std::wstring, std::wstring>> plates;
+    static_cast<void>(service.GetPlatesOfStock(L"sh600000", plates));
+  }
+
   ScriptedHost host;
   reference::CStockCommon service;
 };
@@ -81,8 +92,7 @@ TEST_F(ReferenceClock, rulesWhatHappensAtAnInstant) {
 // A client that is started at eight and left alone until the morning after, a look-up in every round.
 TEST_F(ReferenceClock, rulesTheRoundsOfAWholeDay) {
   host.SetTime(kFriday, 8, 0, 0);
-  service.Init({});
-  host.RunTasks();
+  LookEverythingUp();
   struct Round {
     std::int64_t minute;  // of Friday, when its wait is over
     std::size_t lists, calendars, checks;
@@ -116,13 +126,7 @@ TEST_F(ReferenceClock, rulesTheRoundsOfAWholeDay) {
 // The same by the thread's own waits, while both clocks run: no phase of the market wakes it.
 TEST_F(ReferenceClock, waitsForTheMomentsOfItsRoundsOnly) {
   host.SetTime(kFriday, 8, 0, 0);
-  for (const int kind : {1, 2}) {
-    static_cast<void>(service.GetPlateList(kind));
-    static_cast<void>(service.GetIndexList(kind));
-  }
-  static_cast<void>(service.GetStockList(1));
-  std::vector<std::pair<std::wstring, std::wstring>> plates;
-  static_cast<void>(service.GetPlatesOfStock(L"sh600000", plates));
+  LookEverythingUp();
   ScriptedSteady steady;
   steady.OnRead([&] {
     steady.Advance(1000);
