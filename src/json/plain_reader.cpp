@@ -199,8 +199,9 @@ constexpr auto kLayouts = [] {
   return true;
 }
 
-// The same of a number that ends in what follows a value of a container.
-[[CSM_WIDE, gnu::always_inline]] inline Passed PassWide(const char* at) {
+// The same of a number that ends in what follows a value of a container, for whoever is made for any
+// processor.
+[[CSM_WIDE]] Passed PassShort(const char* at) {
   const __m128i text = WideAt(at);
   const __m128i brackets = _mm_or_si128(text, _mm_set1_epi8(']' ^ '}'));  // both are one then
   const __m128i ends =
@@ -208,11 +209,6 @@ constexpr auto kLayouts = [] {
   const char* const behind = at + std::countr_zero(MarksOf(ends) | 1U << kWide);
   double number = 0;
   return ReadWide(at, behind, number) ? Passed{behind, number} : Passed{nullptr, 0};
-}
-
-// The same for whoever is made for any processor.
-[[CSM_WIDE]] Passed PassShort(const char* at) {
-  return PassWide(at);
 }
 
 // Passes an array's numbers as long as they are short. How many.
@@ -454,6 +450,9 @@ class Reader {
         commas = 0;  // some may be the string's
       } else {
         if (commas == 0) {
+          if (!HasBytes(kBlock, value, end_)) {
+            break;  // the key was a long one
+          }
           block = value;
           commas = MarksInBlock(block, ',');
         }

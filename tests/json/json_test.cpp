@@ -216,6 +216,18 @@ TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
   }
 }
 
+// Whatever is looked at ahead, nothing behind the last byte is: the address sanitizer watches it.
+TEST(JsonDoor, readsNothingBehindTheEndOfAlikeRows) {
+  for (std::size_t key = 1; key <= 130; ++key) {
+    const std::string row = "{\"" + std::string(key, 'k') + "\":1.5,\"b\":2}";
+    for (std::size_t rest = 0; rest <= 130; ++rest) {
+      const std::string text = "[" + row + "," + row + ",\"" + std::string(rest, 'r') + "\"]";
+      const std::vector<char> exact(text.begin(), text.end());
+      EXPECT_EQ(Document::Parse(exact.data(), exact.size()).RootArray().Size(), 3U) << text;
+    }
+  }
+}
+
 // Each byte that is out of the plain, at each place about a word, in a value and in a key.
 TEST(JsonDoor, readsStringsOfEveryLengthAsQtDoes) {
   const std::vector<std::string> odd = {"",     "\"",       "\\",   "\\n",          "\x1F",    " ",
