@@ -107,14 +107,14 @@ bool IsDamage(int code, const QFileInfo& file) {
   }
 }
 
-}  // namespace
-
 std::wstring PackageDirectory(const wchar_t* symbol) {
   if (symbol == nullptr || !request::IsPlainSymbol(symbol)) {
     return {};
   }
   return stock::GetKLineFilePath(symbol);
 }
+
+}  // namespace
 
 PackageVersionStore::PackageVersionStore(const wchar_t* symbol) : directory_(PackageDirectory(symbol)) {
   if (!directory_.empty() && QDir().mkpath(QString::fromStdWString(directory_))) {

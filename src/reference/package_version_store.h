@@ -13,10 +13,6 @@
 
 namespace reference {
 
-/// The directory of a symbol's packages and of their store. Empty, without a question to the host, for null
-/// and for what is no "sh" or "sz" and six digits: texts of servers and views do not become paths.
-[[nodiscard]] std::wstring PackageDirectory(const wchar_t* symbol);
-
 /// Opened for one load of K-lines, and closed with it. Errors never leave it: a store that cannot be opened
 /// says and takes nothing. A file that is damaged, or no store, is deleted when it is opened; the
 /// next store makes a new one.
@@ -37,7 +33,8 @@ class PackageVersionStore {
   /// False when the store could not be opened.
   [[nodiscard]] bool IsOpen() const { return open_; }
 
-  /// `PackageDirectory` of the symbol.
+  /// The directory of the symbol's packages and of this store. Empty, without a question to the host, for
+  /// null and for what is no "sh" or "sz" and six digits: texts of servers and views do not become paths.
   [[nodiscard]] const std::wstring& Directory() const { return directory_; }
 
  private:

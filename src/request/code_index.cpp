@@ -10,7 +10,7 @@
 namespace request {
 namespace {
 
-using Secret = std::array<std::uint64_t, 2>;
+using Secret = std::array<std::uint64_t, 3>;
 
 Secret DrawSecret() {
   Secret secret{};
@@ -22,7 +22,8 @@ Secret DrawSecret() {
   } catch (const std::exception&) {
     // Without a source of randomness: what a server can hardly know.
     secret = {static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()),
-              std::bit_cast<std::uintptr_t>(&secret)};
+              std::bit_cast<std::uintptr_t>(&secret),
+              static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count())};
   }
   return secret;
 }
@@ -35,7 +36,8 @@ std::uint64_t Mix(std::uint64_t left, std::uint64_t right) {
 
 constexpr std::uint64_t kWhole = std::uint64_t{1} << 63U;
 
-// Seven bits of each character, the last one in the lowest; 0 for a code that is not of so many ASCII ones.
+// Seven bits of each character, the last one in the lowest; 0 for a code that is not of one to eight ASCII
+// characters.
 std::uint64_t Packed(std::wstring_view code) {
   constexpr std::size_t kMost = 8;
   std::uint64_t packed = 0;
@@ -53,9 +55,10 @@ std::uint64_t Packed(std::wstring_view code) {
 
 }  // namespace
 
-// A code that fits is multiplied by an odd secret, and its upper half laid over its lower one, twice: all of
-// it can be undone, so that no two become the same. Others are mixed four characters at a time, as wyhash
-// does it; the last ones are filled up with zeros.
+// A code that fits is multiplied by an odd secret, and its upper half laid over its lower one, once for each
+// secret: all of it can be undone, so that no two become the same. (After two rounds, the first characters of
+// a code are hardly told apart under one secret in a thousand.) Others are mixed four characters at a time,
+// as wyhash does it; the last ones are filled up with zeros.
 std::uint64_t HashOfCode(std::wstring_view code) {
   using Words = std::array<std::uint64_t, 2>;
   static_assert(sizeof(Words) == 4 * sizeof(wchar_t));
@@ -65,7 +68,7 @@ std::uint64_t HashOfCode(std::wstring_view code) {
       const std::uint64_t product = (bits * (factor | 1)) & ~kWhole;
       return product ^ (product >> 32U);
     };
-    return spread(spread(packed, secret[0]), secret[1]) | kWhole;
+    return spread(spread(spread(packed, secret[0]), secret[1]), secret[2]) | kWhole;
   }
   std::uint64_t hash = secret[1];
   const auto add = [&hash](const wchar_t* characters, std::size_t count) {

@@ -47,6 +47,7 @@ class CodeIndex {
   CodeIndex(const std::vector<Record>& rows, const CodeHashes& hashes) : rows_(rows), hashes_(hashes) {
     Fill();
   }
+  CodeIndex(const std::vector<Record>& rows, CodeHashes&& hashes) = delete;
   CodeIndex(const CodeIndex&) = delete;
   CodeIndex& operator=(const CodeIndex&) = delete;
 

@@ -59,6 +59,7 @@ class Idle : public Interface {
   int GetInterval() override { return 0; }
 };
 
+// A service without a thread.
 template <class Interface, class Base = Idle<Interface>>
 class StandIn : public Base {
  public:
