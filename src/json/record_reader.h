@@ -105,8 +105,9 @@ template <class Type>
 }
 
 template <class Record, class Type>
-void Fill(const Level& how, Record& record, std::vector<BookLevel<Type>> Record::*member,
-          const json::Value& value) {
+[[gnu::always_inline]] inline void Fill(const Level& how, Record& record,
+                                        std::vector<BookLevel<Type>> Record::*member,
+                                        const json::Value& value) {
   std::vector<BookLevel<Type>>& side = record.*member;
   if (side.size() < kBookLevels) {
     MakeLevels(side);
@@ -270,18 +271,26 @@ class RecordReader {
     }
   }();
 
-  // What its texts and lists hold.
+  // What its texts and lists hold. All levels are lines of one list.
   static std::size_t HeldBytes(const Record& record) {
-    std::size_t bytes = 0;
-    ForEachMember(kTable, [&record, &bytes](const auto& line) {
-      if constexpr (requires { line.how.index; }) {
-        // All levels are lines of one list.
-        bytes += line.how.index == 0 ? json::HeldBytes(record.*line.member) : 0;
-      } else if constexpr (requires { (record.*line.member).capacity(); }) {
-        bytes += json::HeldBytes(record.*line.member);
+    return [&record]<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
+      return (HeldBytesOf<kIndices>(record) + ...);
+    }
+    (std::make_index_sequence<kSize>());
+  }
+  template <std::size_t kIndex>
+  static std::size_t HeldBytesOf([[maybe_unused]] const Record& record) {
+    constexpr const auto& kLine = std::get<kIndex>(kTable.members);
+    constexpr bool kIsLaterLevel = [] {
+      if constexpr (requires { kLine.how.index; }) {
+        return kLine.how.index != 0;
       }
-    });
-    return bytes;
+      return false;
+    }();
+    if constexpr (!kIsLaterLevel && requires { (record.*kLine.member).capacity(); }) {
+      return json::HeldBytes(record.*kLine.member);
+    }
+    return 0;
   }
 
   static constexpr std::size_t kUsualBytes = 512;
