@@ -271,7 +271,7 @@ class RecordReader {
     }
   }();
 
-  // What its texts and lists hold. All levels are lines of one list.
+  // What its texts and lists hold. All levels are lines of one list, which counts with the first.
   static std::size_t HeldBytes(const Record& record) {
     return [&record]<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
       return (HeldBytesOf<kIndices>(record) + ...);
