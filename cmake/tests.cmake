@@ -1,4 +1,25 @@
-# How test programs become tests of CTest.
+# How test programs are compiled, and how they become tests of CTest.
+
+# csm_precompile_test(<program>): what most tests include is read once for all of them. Who makes tests of a program below
+# need not say so.
+function(csm_precompile_test program)
+  if(NOT TARGET test_headers)
+    file(WRITE ${CMAKE_BINARY_DIR}/test_headers.cpp "")
+    add_library(test_headers OBJECT ${CMAKE_BINARY_DIR}/test_headers.cpp)
+    csm_target(test_headers)
+    target_link_libraries(test_headers PRIVATE GTest::gtest)
+    csm_precompile(test_headers <gtest/gtest.h> <boost/function.hpp> <algorithm> <chrono> <condition_variable> <filesystem>
+      <functional> <map> <memory> <optional> <string> <thread> <unordered_map> <vector>)
+  endif()
+  get_target_property(has_headers ${program} PRECOMPILE_HEADERS_REUSE_FROM)
+  if(NOT has_headers)
+    target_precompile_headers(${program} REUSE_FROM test_headers)
+    target_compile_options(${program} PRIVATE -fPIC)  # as what was read, and as Qt wants it
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+      target_compile_options(${program} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+    endif()
+  endif()
+endfunction()
 
 # csm_tests(<program> [SHARDS <number>] [FILTER <tests>] [SUFFIX <text>] [LABELS <label>] [TIMEOUT <seconds>]
 #           [ENVIRONMENT <name=value>...])
@@ -11,6 +32,7 @@
 # Of a list of labels CTest keeps one in some places: a label that several selections find is one word, "host-tsan".
 function(csm_tests program)
   cmake_parse_arguments(ARG "" "SHARDS;FILTER;SUFFIX;LABELS;TIMEOUT" "ENVIRONMENT" ${ARGN})
+  csm_precompile_test(${program})
   if(NOT ARG_SHARDS)
     set(ARG_SHARDS 1)
   endif()
@@ -38,5 +60,6 @@ endfunction()
 # Each test of a program in a process of its own. The program is asked for its tests when it is built; while other compilers
 # run, the start of a sanitized one may take far longer than the few seconds that are usual.
 function(csm_tests_apart program)
+  csm_precompile_test(${program})
   gtest_discover_tests(${program} DISCOVERY_TIMEOUT 300 ${ARGN})
 endfunction()

@@ -83,25 +83,6 @@ function(csm_precompile name)
   endif()
 endfunction()
 
-# The same for the tests of one component. Clang reads the headers once for all of them.
-function(csm_precompile_test name)
-  set(headers <gtest/gtest.h> <boost/function.hpp> <boost/thread/mutex.hpp> <boost/thread/thread_only.hpp>
-    <functional> <map> <memory> <string> <vector>)
-  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    csm_precompile(${name} ${headers})
-    return()
-  endif()
-  if(NOT TARGET test_headers)
-    file(WRITE ${CMAKE_BINARY_DIR}/test_headers.cpp "")
-    add_library(test_headers OBJECT ${CMAKE_BINARY_DIR}/test_headers.cpp)
-    csm_target(test_headers)
-    target_link_libraries(test_headers PRIVATE Boost::thread GTest::gtest)
-    csm_precompile(test_headers ${headers})
-  endif()
-  target_precompile_headers(${name} REUSE_FROM test_headers)
-  target_compile_options(${name} PRIVATE -fPIC "SHELL:-Xclang -fno-pch-timestamp")  # as what was read, and as Qt wants it
-endfunction()
-
 # csm_unity(<name> [APART <source>...]): in builds with CSM_UNITY several sources of a large target are compiled at once,
 # which takes a quarter off a whole build: headers are read and templates are made once for all of them. What one source
 # keeps to itself must then have other names than what its neighbours do; where that is too much to ask, and where objects

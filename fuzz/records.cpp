@@ -30,11 +30,7 @@ auto ReadLineByLine(const Object& object) {
   request::ForEachMember(kTable, [&](const auto& line) {
     const Value value = object.Member(line.key);
     if (!value.IsUndefined()) {
-      if constexpr (requires { request::detail::Fill(line.how, record, line.member, value, budget); }) {
-        request::detail::Fill(line.how, record, line.member, value, budget);
-      } else {
-        request::detail::Fill(line.how, record, line.member, value);
-      }
+      request::detail::FillBy(line, record, value, budget);
     }
   });
   return record;

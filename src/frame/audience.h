@@ -26,8 +26,10 @@
 
 namespace frame {
 
-template <class Obs, class Key>
+/// Observers are known by their addresses alone, so that subjects whose keys are of one type share the code.
+template <class Key>
 class Audience {
+  using Obs = void;
   using ListLock = boost::lock_guard<boost::mutex>;
   using KeyLock = boost::lock_guard<boost::mutex>;
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -19,11 +20,13 @@ namespace frame {
 /// What is older than this is not fresh any more.
 inline constexpr std::int64_t kFreshMilliseconds = 300;
 
-template <class Key, class Data>
+/// Data are those of the subject, whose type is its own affair, so that subjects whose keys are of one type
+/// share the code.
+template <class Key>
 class LastTold {
  public:
   /// Replaces the data of the key by those of the request `stamp`; they are fresh from `now` on, in ticks.
-  void Keep(const Key& key, std::shared_ptr<const Data> data, Stamp stamp, std::int64_t now) {
+  void Keep(const Key& key, std::shared_ptr<const void> data, Stamp stamp, std::int64_t now) {
     // The data before are let go of after the lock.
     const std::lock_guard<std::mutex> lock(mutex_);
     Entry& entry = entries_[key];
@@ -50,10 +53,9 @@ class LastTold {
     kFresh,    ///< the data were shown
   };
 
-  /// Shows the data of the key with `show(data)`, if anything was kept within the last 300 ms. The mutex is
-  /// held meanwhile, so that newer data are told after them, not before.
-  template <class Show>
-  Found ShowIfFresh(const Key& key, Show show) {
+  /// Shows the data of the key with `show(pointer)`, if anything was kept within the last 300 ms. The mutex
+  /// is held meanwhile, so that newer data are told after them, not before.
+  Found ShowIfFresh(const Key& key, const std::function<void(const void*)>& show) {
     const std::int64_t now = Ticks();
     const std::lock_guard<std::mutex> lock(mutex_);
     // A clock that was set back makes nothing old.
@@ -65,19 +67,18 @@ class LastTold {
       return Found::kNothing;
     }
     const bool fresh = MillisecondsBetween(found->second.since, now) <= kFreshMilliseconds;
-    show(*found->second.data);
+    show(found->second.data.get());
     return fresh ? Found::kFresh : Found::kOld;
   }
 
   /// Drops what is not fresh and of whose key `is_shown(key)` is false.
-  template <class IsShown>
-  void Sweep(std::int64_t now, IsShown is_shown) {
+  void Sweep(std::int64_t now, const std::function<bool(const Key&)>& is_shown) {
     SweepOld(mutex_, entries_, swept_, kFreshMilliseconds, now, is_shown);
   }
 
  private:
   struct Entry {
-    std::shared_ptr<const Data> data;
+    std::shared_ptr<const void> data;
     std::int64_t since = 0;  // when it was kept
     Stamp stamp = 0;         // of the request
   };

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <unordered_map>
 
 #include "frame/key_hash.h"
@@ -26,8 +27,7 @@ class NewestTold {
 
   /// Forgets keys of which `is_shown(key)` is false and of which nothing was told for so long that no answer
   /// can be under way any more.
-  template <class IsShown>
-  void Sweep(std::int64_t now, IsShown is_shown) {
+  void Sweep(std::int64_t now, const std::function<bool(const Key&)>& is_shown) {
     NoMutex none;
     SweepOld(none, told_, swept_, kLongestAnswer, now, is_shown);
   }

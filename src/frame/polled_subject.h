@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -128,7 +129,8 @@ class PolledSubject : public Interface, private PolledWork {
   }
 
  protected:
-  using Viewer = typename Audience<Observer, Key>::Viewer;
+  using Viewer = typename Audience<Key>::Viewer;
+  static Observer* ObserverOf(const Viewer& viewer) { return static_cast<Observer*>(viewer.obs); }
 
   PolledSubject() = default;
   ~PolledSubject() override = default;
@@ -165,7 +167,7 @@ class PolledSubject : public Interface, private PolledWork {
   /// Tells one observer that has a key, active or not, in the caller's thread and without any lock. Does
   /// nothing once it is detached.
   void TellAlone(Observer* obs, const Data& data) {
-    if (const typename Audience<Observer, Key>::Alone alone{audience_, obs}) {
+    if (const typename Audience<Key>::Alone alone{audience_, obs}) {
       obs->Update(data);
     }
   }
@@ -173,7 +175,7 @@ class PolledSubject : public Interface, private PolledWork {
   /// Tells one attached observer what `find()` gives, unless that is null, under the list mutex.
   template <class Find>
   void Greet(Observer* obs, Find find) {
-    const typename Audience<Observer, Key>::Walk walk(audience_);
+    const typename Audience<Key>::Walk walk(audience_);
     if (const Data* const data = walk.IsAttached(obs) ? find() : nullptr) {
       obs->Update(*data);
     }
@@ -188,7 +190,7 @@ class PolledSubject : public Interface, private PolledWork {
   }
 
   void Sweep(std::int64_t now) {
-    const auto is_shown = [this](const Key& key) { return IsShown(key); };
+    const std::function<bool(const Key&)> is_shown = [this](const Key& key) { return IsShown(key); };
     last_.Sweep(now, is_shown);
     newest_.Sweep(now, is_shown);
   }
@@ -196,8 +198,8 @@ class PolledSubject : public Interface, private PolledWork {
   void Round() final { PollOnce(); }
   int SecondsToNextRound() final { return this->GetInterval(); }
 
-  Audience<Observer, Key> audience_;
-  LastTold<Key, Data> last_;
+  Audience<Key> audience_;
+  LastTold<Key> last_;
   NewestTold<Key> newest_;
   PollingThread thread_;
 };
@@ -209,10 +211,10 @@ void PolledSubject<Interface>::Resume(Observer* obs, bool deliver_now) {
   }
   Key key{};
   if (this->GetTarget(obs, key)) {
-    const typename Audience<Observer, Key>::Alone alone{audience_, obs};
-    using Last = LastTold<Key, Data>;
-    if (!alone ||
-        last_.ShowIfFresh(key, [obs](const Data& data) { obs->Update(data); }) == Last::Found::kFresh) {
+    const typename Audience<Key>::Alone alone{audience_, obs};
+    using Last = LastTold<Key>;
+    const auto show = [obs](const void* data) { obs->Update(*static_cast<const Data*>(data)); };
+    if (!alone || last_.ShowIfFresh(key, show) == Last::Found::kFresh) {
       return;
     }
   }
@@ -222,7 +224,7 @@ void PolledSubject<Interface>::Resume(Observer* obs, bool deliver_now) {
 template <class Interface>
 template <class Make>
 bool PolledSubject<Interface>::Tell(const Key& key, Stamp stamp, const Telling& how, Make make) {
-  const typename Audience<Observer, Key>::Walk walk(audience_);
+  const typename Audience<Key>::Walk walk(audience_);
   std::vector<Viewer> viewers;
   std::shared_ptr<const Data> data;
   try {
@@ -250,7 +252,7 @@ bool PolledSubject<Interface>::Tell(const Key& key, Stamp stamp, const Telling& 
   }
   for (const Viewer& viewer : viewers) {
     if (IsTold(how.whom, viewer.active) && (IsEverybody(how.whom) || walk.Shows(viewer.obs, key))) {
-      viewer.obs->Update(*data);
+      ObserverOf(viewer)->Update(*data);
     }
   }
   return true;
@@ -259,7 +261,7 @@ bool PolledSubject<Interface>::Tell(const Key& key, Stamp stamp, const Telling& 
 template <class Interface>
 template <class Choose>
 bool PolledSubject<Interface>::TellEach(Stamp stamp, Whom whom, Choose choose) {
-  const typename Audience<Observer, Key>::Walk walk(audience_);
+  const typename Audience<Key>::Walk walk(audience_);
   std::vector<Viewer> viewers;
   std::vector<const Data*> chosen;
   try {
@@ -278,7 +280,7 @@ bool PolledSubject<Interface>::TellEach(Stamp stamp, Whom whom, Choose choose) {
   }
   for (std::size_t place = 0; place < viewers.size(); ++place) {
     if (chosen[place] != nullptr) {
-      viewers[place].obs->Update(*chosen[place]);
+      ObserverOf(viewers[place])->Update(*chosen[place]);
     }
   }
   return true;

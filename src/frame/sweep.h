@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -15,9 +16,9 @@ namespace frame {
 /// whose key `is_shown(key)` is false. `entries` is guarded by `mutex`; `is_shown` is asked without it. Looks
 /// once in `longest` milliseconds, so that it costs next to nothing while much is held: `swept` is the moment
 /// of the last time, as `now` in ticks. An entry has a member `since`, in ticks.
-template <class Mutex, class Entries, class IsShown>
+template <class Mutex, class Entries>
 void SweepOld(Mutex& mutex, Entries& entries, std::atomic<std::int64_t>& swept, std::int64_t longest,
-              std::int64_t now, IsShown is_shown) {
+              std::int64_t now, const std::function<bool(const typename Entries::key_type&)>& is_shown) {
   const auto is_old = [now, longest](std::int64_t since) {
     const std::int64_t age = MillisecondsBetween(since, now);
     return age > longest || age < 0;

@@ -6,9 +6,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "json/budget.h"
 #include "json/json.h"
 #include "json/numbers.h"
+#include "json/record_plan.h"
 #include "json/record_table.h"
 
 namespace request {
@@ -118,6 +120,48 @@ template <class Record, class Type>
   side[how.index] = level;
 }
 
+// What a line does with the value of its key.
+template <class Record, class Type, class How>
+[[gnu::always_inline]] inline void FillBy(const Member<Record, Type, How>& line, Record& record,
+                                          const json::Value& value, [[maybe_unused]] json::Budget& budget) {
+  if constexpr (requires { Fill(line.how, record, line.member, value, budget); }) {
+    Fill(line.how, record, line.member, value, budget);
+  } else {
+    Fill(line.how, record, line.member, value);
+  }
+}
+
+template <class Record, class Type, class How>
+constexpr Line LineOf(const Member<Record, Type, How>& line) {
+  using Typed = Member<Record, Type, How>;
+  return {line.key, &line,
+          [](const void* one, void* record, const json::Value& value, json::Budget& budget) {
+            FillBy(*static_cast<const Typed*>(one), *static_cast<Record*>(record), value, budget);
+          },
+          [](std::span<const Place> places, void* record, json::Object object, json::Budget& budget) {
+            for (const Place& place : places) {
+              FillBy(*static_cast<const Typed*>(place.line), *static_cast<Record*>(record),
+                     object.PlainValueAt(place.value), budget);
+            }
+          }};
+}
+
+// What a line's member holds beyond the record. All levels are lines of one list, which counts with the
+// first.
+template <class Record, class Type, class How>
+[[gnu::always_inline]] inline std::size_t HeldBytesOf(
+    [[maybe_unused]] const Record& record, [[maybe_unused]] const Member<Record, Type, How>& line) {
+  if constexpr (requires { line.how.index; }) {
+    if (line.how.index != 0) {
+      return 0;
+    }
+  }
+  if constexpr (requires { (record.*line.member).capacity(); }) {
+    return json::HeldBytes(record.*line.member);
+  }
+  return 0;
+}
+
 }  // namespace detail
 
 /// The decoder of one table.
@@ -138,35 +182,16 @@ class RecordReader {
 
   /// The same within a budget; returns what the record's texts and lists hold, which is required for once.
   static std::size_t Fill(Record& record, const json::Object& object, json::Budget& budget) {
-    json::Budget texts = budget;
-    object.ForEachInText([&](std::string_view key, const json::Value& value) {
-      if (const Line* const line = LineOf(key)) {
-        line->fill(record, value, texts);
-      }
-    });
+    detail::FillByKeys(kLines, &record, object, budget);
     return Require(record, budget);
   }
 
   /// What the values of an object fill, which holds for all objects of the same shape in one document.
-  class Plan;
+  using Plan = detail::Plan;
 
   /// The same for one of many objects of a document, which share a plan.
   static std::size_t Fill(Record& record, const json::Object& object, Plan& plan, json::Budget& budget) {
-    if (plan.shape != object.Shape()) {
-      plan = PlanFor(object);
-    }
-    json::Budget texts = budget;
-    if (object.HasPlainValues()) {
-      std::apply([&](const auto&... list) { (PutAll(record, object, list), ...); }, plan.figures.lists);
-      PutAll(record, object, plan.prices);
-      PutAll(record, object, plan.volumes);
-      for (const PutOther& other : plan.others) {
-        other.fill(record, object.PlainValueAt(other.place), texts);
-      }
-    } else {
-      auto fill = plan.fills.begin();
-      object.ForEachValue([&](const json::Value& value) { (*fill++)(record, value, texts); });
-    }
+    plan.Fill(kLines, &record, object, budget);
     return Require(record, budget);
   }
 
@@ -213,7 +238,8 @@ class RecordReader {
     array.ForEach([&](const json::Value& element) {
       const json::Object object = element.AsObject();
       if (next == records.end()) {
-        next = records.emplace(next);
+        records.emplace_back();
+        next = std::prev(records.end());
       } else if (!plan.FillsAll(object) || HeldBytes(*next) > kUsualBytes) {
         Clear(*next);
       }
@@ -226,43 +252,6 @@ class RecordReader {
 
   static constexpr std::size_t kSize = std::remove_cvref_t<decltype(kTable)>::kSize;
 
-  using FillKey = void(Record&, const json::Value&, json::Budget&);
-
-  // The usual figures need no call: where the number stands, and where it goes.
-  template <class Field>
-  struct PutFigure {
-    std::size_t place;
-    Field Record::*member;
-  };
-  template <class Type>
-  struct PutLevel {
-    std::size_t place;
-    std::vector<BookLevel<Type>> Record::*member;
-    std::size_t index;
-  };
-  template <class... Fields>
-  struct FigureLists {
-    template <class Field>
-    static constexpr bool kHas = (std::is_same_v<Field, Fields> || ...);
-
-    std::tuple<std::vector<PutFigure<Fields>>...> lists;
-  };
-  using Figures = FigureLists<TickField<double>, TickField<std::uint64_t>, PlainField<double>,
-                              PlainField<std::uint64_t>, CountField, TrendValue>;
-
-  struct PutOther {
-    std::size_t place;
-    FillKey* fill;
-  };
-
-  using PlanKey = void(Plan&, std::size_t place);
-
-  struct Line {
-    std::string_view key;
-    FillKey* fill = nullptr;
-    PlanKey* plan = nullptr;
-  };
-
   static constexpr std::size_t kRecordBytes = [] {
     if constexpr (requires(Record record) { record.code; }) {
       return sizeof(Record) + json::kIndexBytes;
@@ -271,26 +260,13 @@ class RecordReader {
     }
   }();
 
-  // What its texts and lists hold. All levels are lines of one list, which counts with the first.
+  // What its texts and lists hold.
   static std::size_t HeldBytes(const Record& record) {
-    return [&record]<std::size_t... kIndices>(std::index_sequence<kIndices...>) {
-      return (HeldBytesOf<kIndices>(record) + ...);
-    }
-    (std::make_index_sequence<kSize>());
-  }
-  template <std::size_t kIndex>
-  static std::size_t HeldBytesOf([[maybe_unused]] const Record& record) {
-    constexpr const auto& kLine = std::get<kIndex>(kTable.members);
-    constexpr bool kIsLaterLevel = [] {
-      if constexpr (requires { kLine.how.index; }) {
-        return kLine.how.index != 0;
-      }
-      return false;
-    }();
-    if constexpr (!kIsLaterLevel && requires { (record.*kLine.member).capacity(); }) {
-      return json::HeldBytes(record.*kLine.member);
-    }
-    return 0;
+    std::size_t held = 0;
+    ForEachMember(
+        kTable, [&](const auto& line)
+                    __attribute__((always_inline)) { held += detail::HeldBytesOf(record, line); });
+    return held;
   }
 
   static constexpr std::size_t kUsualBytes = 512;
@@ -322,119 +298,20 @@ class RecordReader {
     return held;
   }
 
-  template <class Field>
-  static void PutAll(Record& record, const json::Object& object, const std::vector<PutFigure<Field>>& puts) {
-    for (const PutFigure<Field>& put : puts) {
-      detail::Fill(Figure{}, record, put.member, object.PlainValueAt(put.place));
-    }
-  }
-
-  template <class Type>
-  static void PutAll(Record& record, const json::Object& object, const std::vector<PutLevel<Type>>& puts) {
-    for (const PutLevel<Type>& put : puts) {
-      detail::Fill(Level{put.index}, record, put.member, object.PlainValueAt(put.place));
-    }
-  }
-
-  static Plan PlanFor(const json::Object& object) {
-    Plan plan;
-    plan.shape = object.Shape();
-    std::vector<std::string_view> known;
-    object.ForEachInText([&](std::string_view key, const json::Value&) {
-      const Line* const line = LineOf(key);
-      plan.fills.push_back(line == nullptr ? [](Record&, const json::Value&, json::Budget&) {} : line->fill);
-      if (line != nullptr) {
-        line->plan(plan, plan.fills.size() - 1);
-        known.push_back(key);
-      }
-    });
-    std::sort(known.begin(), known.end());
-    const auto has = [&known](const Line& line) {
-      return std::binary_search(known.begin(), known.end(), line.key);
-    };
-    plan.is_whole = std::all_of(kLines.begin(), kLines.end(), has);
-    return plan;
-  }
-
-  static const Line* LineOf(std::string_view key) {
-    const auto line =
-        std::lower_bound(kLines.begin(), kLines.end(), key,
-                         [](const Line& entry, std::string_view wanted) { return entry.key < wanted; });
-    return line != kLines.end() && line->key == key ? &*line : nullptr;
-  }
-
-  template <std::size_t kIndex>
-  static constexpr std::string_view kKeyOf = std::get<kIndex>(kTable.members).key;
-
-  template <std::size_t kIndex, bool kHasKey>
-  static void FillLine(Record& record, const json::Value& value, [[maybe_unused]] json::Budget& budget) {
-    if constexpr (kHasKey) {
-      constexpr const auto& kLine = std::get<kIndex>(kTable.members);
-      if constexpr (requires { detail::Fill(kLine.how, record, kLine.member, value, budget); }) {
-        detail::Fill(kLine.how, record, kLine.member, value, budget);
-      } else {
-        detail::Fill(kLine.how, record, kLine.member, value);
-      }
-    }
-  }
-
-  template <std::size_t kIndex, bool kHasKey>
-  static void PlanLine(Plan& plan, std::size_t place) {
-    if constexpr (kHasKey) {
-      constexpr const auto& kLine = std::get<kIndex>(kTable.members);
-      using Field = std::remove_cvref_t<decltype(std::declval<Record&>().*kLine.member)>;
-      if constexpr (Figures::template kHas<Field>) {
-        std::get<std::vector<PutFigure<Field>>>(plan.figures.lists).push_back({place, kLine.member});
-      } else if constexpr (std::is_same_v<Field, std::vector<BookLevel<float>>>) {
-        plan.prices.push_back({place, kLine.member, kLine.how.index});
-      } else if constexpr (std::is_same_v<Field, std::vector<BookLevel<std::uint32_t>>>) {
-        plan.volumes.push_back({place, kLine.member, kLine.how.index});
-      } else {
-        plan.others.push_back({place, &FillLine<kIndex, true>});
-      }
-    }
-  }
-
-  // All lines with the key of one, which may be several.
-  template <std::size_t kLine, std::size_t... kIndices>
-  static constexpr Line LineOf(std::index_sequence<kIndices...>) {
-    return {kKeyOf<kLine>,
-            [](Record& record, const json::Value& value, json::Budget& budget) {
-              (FillLine<kIndices, kKeyOf<kIndices> == kKeyOf<kLine>>(record, value, budget), ...);
-            },
-            [](Plan& plan, std::size_t place) {
-              (PlanLine<kIndices, kKeyOf<kIndices> == kKeyOf<kLine>>(plan, place), ...);
-            }};
-  }
-
-  // By key.
-  static constexpr std::array<Line, kSize> kLines =
-      []<std::size_t... kIndices>(std::index_sequence<kIndices...> all) {
-    std::array<Line, kSize> lines{LineOf<kIndices>(all)...};
+  // By key; the kind of each is the first line that does the same.
+  static constexpr std::array<detail::Line, kSize> kLines = [] {
+    std::array<detail::Line, kSize> lines;
+    std::size_t next = 0;
+    ForEachMember(kTable, [&](const auto& line) { lines[next++] = detail::LineOf(line); });
     std::sort(lines.begin(), lines.end(),
-              [](const Line& left, const Line& right) { return left.key < right.key; });
+              [](const detail::Line& left, const detail::Line& right) { return left.key < right.key; });
+    for (std::size_t line = 0; line < kSize; ++line) {
+      while (lines[lines[line].kind].fill_all != lines[line].fill_all) {
+        ++lines[line].kind;
+      }
+    }
     return lines;
-  }
-  (std::make_index_sequence<kSize>());
-};
-
-template <const auto& kTable>
-class RecordReader<kTable>::Plan {
-  friend RecordReader;
-
-  json::detail::Count shape;
-  std::vector<FillKey*> fills;  // one after the other
-  // The same by kinds, each in their order, so that the last of repeated keys counts here as well.
-  Figures figures;
-  std::vector<PutLevel<float>> prices;
-  std::vector<PutLevel<std::uint32_t>> volumes;
-  std::vector<PutOther> others;
-  bool is_whole = false;  // no key of the table is missing
-
-  // Nothing stays of what a record held.
-  [[nodiscard]] bool FillsAll(const json::Object& object) const {
-    return is_whole && shape == object.Shape();
-  }
+  }();
 };
 
 }  // namespace request

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 namespace request {
@@ -71,11 +70,31 @@ constexpr Member<Record, Type, How> Read(std::string_view key, Type Record::*mem
   return {key, key, member, how};
 }
 
+namespace detail {
+
+// Lines of several types one beside the other. (What the standard has for that takes compilers ten times as
+// long.)
+template <std::size_t kIndex, class Line>
+struct Slot {
+  Line line;
+};
+template <class Indices, class... Lines>
+struct Slots;
+template <std::size_t... kIndices, class... Lines>
+struct Slots<std::index_sequence<kIndices...>, Lines...> : Slot<kIndices, Lines>... {
+  template <class Visitor>
+  [[gnu::always_inline]] constexpr void ForEach(Visitor& visit) const {
+    (visit(static_cast<const Slot<kIndices, Lines>&>(*this).line), ...);
+  }
+};
+
+}  // namespace detail
+
 /// A table; it lives as a constant at namespace scope beside its record.
 template <class RecordType, class... Members>
 struct RecordTable {
   using Record = RecordType;
-  std::tuple<Members...> members;
+  detail::Slots<std::index_sequence_for<Members...>, Members...> members;
 
   static constexpr std::size_t kSize = sizeof...(Members);
 };
@@ -83,20 +102,33 @@ struct RecordTable {
 template <class Record, class... Types, class... Hows>
 constexpr RecordTable<Record, Member<Record, Types, Hows>...> TableOf(
     Member<Record, Types, Hows>... members) {
-  return {{members...}};
+  return {{{members}...}};
 }
+
+namespace detail {
+
+template <class Record, class... Left, std::size_t... kLeft, class... Right, std::size_t... kRight>
+constexpr RecordTable<Record, Left..., Right...> Join(const RecordTable<Record, Left...>& left,
+                                                      std::index_sequence<kLeft...>,
+                                                      const RecordTable<Record, Right...>& right,
+                                                      std::index_sequence<kRight...>) {
+  return {{{static_cast<const Slot<kLeft, Left>&>(left.members).line}...,
+           {static_cast<const Slot<kRight, Right>&>(right.members).line}...}};
+}
+
+}  // namespace detail
 
 /// A table of all lines of several tables of one record.
 template <class Record, class... Left, class... Right>
 constexpr RecordTable<Record, Left..., Right...> Join(const RecordTable<Record, Left...>& left,
                                                       const RecordTable<Record, Right...>& right) {
-  return {std::tuple_cat(left.members, right.members)};
+  return detail::Join(left, std::index_sequence_for<Left...>(), right, std::index_sequence_for<Right...>());
 }
 
 /// Calls `visit(line)` for every line of the table, in order.
 template <class Table, class Visitor>
 constexpr void ForEachMember(const Table& table, Visitor&& visit) {
-  std::apply([&](const auto&... line) { (visit(line), ...); }, table.members);
+  table.members.ForEach(visit);
 }
 
 }  // namespace request

@@ -109,7 +109,7 @@ std::vector<const Items*> COptionalStockMarket::Choose(const std::vector<Viewer>
   chosen.reserve(viewers.size());
   for (const Viewer& viewer : viewers) {
     SortingTarget target{0, 2};
-    GetTarget(viewer.obs, target);
+    GetTarget(ObserverOf(viewer), target);
     chosen.push_back(&copies_.In(target));
   }
   return chosen;
