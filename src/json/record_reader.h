@@ -146,21 +146,22 @@ constexpr Line LineOf(const Member<Record, Type, How>& line) {
           }};
 }
 
-// What a line's member holds beyond the record. All levels are lines of one list, which counts with the
-// first.
-template <class Record, class Type, class How>
-[[gnu::always_inline]] inline std::size_t HeldBytesOf(
-    [[maybe_unused]] const Record& record, [[maybe_unused]] const Member<Record, Type, How>& line) {
-  if constexpr (requires { line.how.index; }) {
-    if (line.how.index != 0) {
-      return 0;
+// Adds up what a record's texts and lists hold, line by line. All levels are lines of one list, which counts
+// with the first.
+template <class Record>
+struct HeldBytes {
+  const Record& record;
+  std::size_t bytes = 0;
+
+  template <class Type, class How>
+  [[gnu::always_inline]] void operator()([[maybe_unused]] const Member<Record, Type, How>& line) {
+    if constexpr (std::is_same_v<How, Level>) {
+      bytes += line.how.index == 0 ? json::HeldBytes(record.*line.member) : 0;
+    } else if constexpr (requires { (record.*line.member).capacity(); }) {
+      bytes += json::HeldBytes(record.*line.member);
     }
   }
-  if constexpr (requires { (record.*line.member).capacity(); }) {
-    return json::HeldBytes(record.*line.member);
-  }
-  return 0;
-}
+};
 
 }  // namespace detail
 
@@ -260,13 +261,10 @@ class RecordReader {
     }
   }();
 
-  // What its texts and lists hold.
   static std::size_t HeldBytes(const Record& record) {
-    std::size_t held = 0;
-    ForEachMember(
-        kTable, [&](const auto& line)
-                    __attribute__((always_inline)) { held += detail::HeldBytesOf(record, line); });
-    return held;
+    detail::HeldBytes<Record> held{record};
+    ForEachMember(kTable, held);
+    return held.bytes;
   }
 
   static constexpr std::size_t kUsualBytes = 512;
