@@ -72,8 +72,8 @@ constexpr Member<Record, Type, How> Read(std::string_view key, Type Record::*mem
 
 namespace detail {
 
-// Lines of several types one beside the other. (What the standard has for that takes compilers ten times as
-// long.)
+// Lines of several types one beside the other: no more of a tuple than tables need, because there are many
+// long ones and compilers take long for a whole one.
 template <std::size_t kIndex, class Line>
 struct Slot {
   Line line;
