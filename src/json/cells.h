@@ -118,6 +118,10 @@ class CellWriter {
 
   void Put(Cell cell) { *next_++ = cell; }
 
+  // For whoever writes several cells, for which there is room, and says where the next one stands then.
+  [[nodiscard]] Cell* Next() const { return next_; }
+  void Next(Cell* next) { next_ = next; }
+
   // Begins a container, and returns where.
   std::size_t Begin() {
     next_ += kHead;

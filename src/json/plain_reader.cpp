@@ -101,38 +101,54 @@ struct Passed {
 #ifdef __x86_64__
 
 // What the functions below are compiled for; `HasWide` says whether the processor has it.
-#define CSM_WIDE gnu::target("avx2,bmi")
+#define CSM_WIDE gnu::target("avx2,bmi,bmi2")
+#define CSM_WIDE_OF_LAMBDA target("avx2,bmi,bmi2")
 
 // Characters of a number that are looked at together, and of several members.
 constexpr unsigned kWide = 16;
 constexpr std::ptrdiff_t kBlock = 64;
 
-// Of a number of so many characters, with or without a sign, of which so many stand before the point: where
-// its digits stand, to the right of sixteen places, and by what they are divided, sign included. Up to
+// Of a number of so many characters without its sign, of which so many stand before the point: where its
+// digits stand, to the right of sixteen places; by what they are divided, without and with a sign; what they
+// are at least, as no number begins with a zero but one that is below one; and the bit of its point. Up to
 // fifteen digits a double holds exactly, as it does the powers of ten: the quotient of two such numbers is
 // the double nearest to the decimal.
-struct alignas(2 * kWide) Layout {
+struct alignas(4 * kWide) Layout {
   std::array<std::uint8_t, kWide> places;
-  double divisor;
+  std::array<double, 2> divisors;
+  double least;
+  unsigned point;
 };
+constexpr unsigned kNoLayout = ~0U;  // no bit of a point
 constexpr auto kLayouts = [] {
   constexpr std::uint8_t kNowhere = 0x80;
-  std::array<std::array<std::array<Layout, kWide>, kWide>, 2> layouts{};
-  for (std::size_t sign = 0; sign < 2; ++sign) {
-    for (std::size_t whole = 0; whole < kWide; ++whole) {
-      for (std::size_t length = 0; length < kWide; ++length) {
-        Layout& to = layouts[sign][whole][length];
-        to.places.fill(kNowhere);
-        for (std::size_t from = length, place = kWide; from-- > sign;) {
-          if (from != whole) {
-            to.places[--place] = static_cast<std::uint8_t>(from);
-          }
-        }
-        to.divisor = sign == 0 ? 1 : -1;
-        for (std::size_t place = whole + 1; place < length; ++place) {
-          to.divisor *= 10;
+  std::array<std::array<Layout, kWide>, kWide> layouts{};
+  for (std::size_t whole = 0; whole < kWide; ++whole) {
+    for (std::size_t length = 0; length < kWide; ++length) {
+      Layout& to = layouts[whole][length];
+      to.places.fill(kNowhere);
+      to.divisors = {1, -1};
+      to.point = kNoLayout;
+      if (whole == 0 || whole > length || whole + 1 == length) {
+        continue;
+      }
+      to.point = whole < length ? 1U << whole : 0;
+      for (std::size_t from = length, place = kWide; from-- > 0;) {
+        if (from != whole) {
+          to.places[--place] = static_cast<std::uint8_t>(from);
         }
       }
+      double digits = 1;
+      for (std::size_t place = 0; place < length; ++place) {
+        if (place > whole) {
+          to.divisors[0] *= 10;
+          to.divisors[1] *= 10;
+        }
+        if (place > 0 && place != whole) {
+          digits *= 10;
+        }
+      }
+      to.least = whole > 1 ? digits : 0;
     }
   }
   return layouts;
@@ -166,36 +182,47 @@ constexpr auto kLayouts = [] {
   return MarksInHalf(at, one) | static_cast<std::uint64_t>(MarksInHalf(at + kHalf, one)) << kHalf;
 }
 
-// Reads a number without exponent, of up to fifteen characters, that ends at `behind`, where no digit stands;
-// not for any other. Two words are there. No number is a negative zero.
-[[CSM_WIDE, gnu::always_inline]] inline bool ReadWide(const char* at, const char* behind, double& number) {
-  const auto first = [](unsigned bits) { return static_cast<unsigned>(std::countr_zero(bits)); };
-  const auto length = static_cast<std::uintptr_t>(behind - at);
+// What numbers are made with. Kept in registers: compilers would make them again for each number.
+struct Weights {
+  [[CSM_WIDE, gnu::always_inline]] Weights() {
+    asm("" : "+x"(zero), "+x"(no_digit), "+x"(twos), "+x"(fours), "+x"(eights), "+x"(halves));
+  }
+  __m128i zero = _mm_set1_epi8('0');
+  __m128i no_digit = _mm_set1_epi8(0x80 - 10);  // a byte from ten on reaches its top bit with it
+  __m128i twos = _mm_set1_epi16(10 | 1 << 8);
+  __m128i fours = _mm_set1_epi32(100 | 1 << 16);
+  __m128i eights = _mm_set1_epi32(10000 | 1 << 16);
+  __m128d halves = _mm_set_pd(1, 1e8);
+};
+
+// Reads a number without exponent, of up to fifteen characters without its sign, that ends at `behind`, where
+// no digit stands; not for any other. Two words and a sign are there. No number is a negative zero.
+[[CSM_WIDE, gnu::always_inline]] inline bool ReadWide(const Weights& weights, const char* at,
+                                                      const char* behind, double& number) {
+  const std::size_t sign = *at == '-' ? 1 : 0;
+  at += sign;
+  const auto length = static_cast<std::size_t>(behind - at);
   if (length >= kWide) {
     return false;
   }
-  const unsigned sign = *at == '-' ? 1 : 0;
-  const __m128i text = WideAt(at);
-  // Moved like this, digits are the smallest of all signed bytes.
-  const __m128i moved = _mm_add_epi8(text, _mm_set1_epi8(static_cast<char>(0x80 - '0')));
-  const __m128i no_digits = _mm_cmpgt_epi8(moved, _mm_set1_epi8(static_cast<char>(0x80 + 9)));
-  const unsigned others = MarksOf(no_digits) ^ sign;
-  const unsigned whole = first(others);
-  if (whole == sign || (at[sign] == '0' && whole > sign + 1)) {
+  const __m128i digits = _mm_sub_epi8(WideAt(at), weights.zero);
+  const unsigned others = MarksOf(_mm_adds_epu8(digits, weights.no_digit));
+  const unsigned whole = _tzcnt_u32(others);
+  const Layout& layout = kLayouts[whole][length];
+  if (_bzhi_u32(others, static_cast<unsigned>(length)) != layout.point ||
+      (whole != length && at[whole] != '.')) {
     return false;
   }
-  if (whole != length &&
-      (at[whole] != '.' || first(others & (others - 1)) != length || whole + 1 == length)) {
-    return false;
-  }
-  const Layout& layout = kLayouts[sign][whole][length];
   const __m128i places = _mm_load_si128(reinterpret_cast<const __m128i*>(layout.places.data()));
-  const __m128i digits = _mm_and_si128(_mm_shuffle_epi8(text, places), _mm_set1_epi8(0x0F));
-  const __m128i twos = _mm_maddubs_epi16(digits, _mm_set1_epi16(10 | 1 << 8));
-  const __m128i fours = _mm_madd_epi16(twos, _mm_set1_epi32(100 | 1 << 16));
-  const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
-  const __m128d halves = _mm_mul_pd(_mm_cvtepi32_pd(eights), _mm_set_pd(1, 1e8));
-  number = _mm_cvtsd_f64(_mm_add_sd(halves, _mm_unpackhi_pd(halves, halves))) / layout.divisor + 0.0;
+  const __m128i twos = _mm_maddubs_epi16(_mm_shuffle_epi8(digits, places), weights.twos);
+  const __m128i fours = _mm_madd_epi16(twos, weights.fours);
+  const __m128i eights = _mm_madd_epi16(_mm_packus_epi32(fours, fours), weights.eights);
+  const __m128d halves = _mm_mul_pd(_mm_cvtepi32_pd(eights), weights.halves);
+  const double all = _mm_cvtsd_f64(_mm_add_sd(halves, _mm_unpackhi_pd(halves, halves)));
+  if (all < layout.least) {
+    return false;
+  }
+  number = all / layout.divisors[sign] + 0.0;
   return true;
 }
 
@@ -204,15 +231,16 @@ constexpr auto kLayouts = [] {
 [[CSM_WIDE]] Passed PassShort(const char* at) {
   const __m128i text = WideAt(at);
   const __m128i brackets = _mm_or_si128(text, _mm_set1_epi8(']' ^ '}'));  // both are one then
-  const __m128i ends =
-      _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8(',')), _mm_cmpeq_epi8(brackets, _mm_set1_epi8('}')));
-  const char* const behind = at + std::countr_zero(MarksOf(ends) | 1U << kWide);
+  const unsigned ends = MarksOf(
+      _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8(',')), _mm_cmpeq_epi8(brackets, _mm_set1_epi8('}'))));
+  const char* const behind = at + std::countr_zero(ends);
   double number = 0;
-  return ReadWide(at, behind, number) ? Passed{behind, number} : Passed{nullptr, 0};
+  return ends != 0 && ReadWide(Weights(), at, behind, number) ? Passed{behind, number} : Passed{nullptr, 0};
 }
 
 // Passes an array's numbers as long as they are short. How many.
 [[CSM_WIDE]] std::size_t PassWideNumbers(const char*& at, const char* end, std::span<double> numbers) {
+  const Weights weights;
   std::size_t count = 0;
   const char* next = at;
   const char* block = nullptr;
@@ -227,7 +255,7 @@ constexpr auto kLayouts = [] {
     }
     const char* const behind = block + std::countr_zero(ends);
     ends &= ends - 1;
-    if (!ReadWide(next + 1, behind, numbers[count])) {
+    if (!ReadWide(weights, next + 1, behind, numbers[count])) {
       break;
     }
     next = behind;
@@ -236,8 +264,155 @@ constexpr auto kLayouts = [] {
   return count;
 }
 
+// The commas of a text, found many at a time: whoever goes from one to the next need not wait until what
+// stands between them is read. Behind each of them there is a block.
+class Commas {
+ public:
+  // Some of them, one after the other.
+  using Places = std::span<const char* const>;
+
+  Commas(const char* text, const char* end) : found_to_(text), end_(end) {}
+
+  // Those from `at` on, which goes up, of the ones that were found last; if there is none, the next ones.
+  // None near the end of the text.
+  [[CSM_WIDE]] Places From(const char* at) {
+    while (!found_.empty() && found_.front() < at) {
+      found_ = found_.subspan(1);
+    }
+    if (found_.empty()) {
+      Find(std::max(at, found_to_));
+    }
+    return found_;
+  }
+
+  // Those were passed that do not stand among these.
+  void Keep(Places left) { found_ = left; }
+
+ private:
+  [[CSM_WIDE]] void Find(const char* block) {
+    const char** last = places_.data();
+    for (std::size_t blocks = 0; blocks < kBlocks && HasBytes(2 * kBlock, block, end_); ++blocks) {
+      std::uint64_t commas = MarksInBlock(block, ',');
+      const int count = std::popcount(commas);
+      const auto put = [&](int comma) __attribute__((always_inline, CSM_WIDE_OF_LAMBDA)) {
+        last[comma] = block + std::countr_zero(commas);
+        commas &= commas - 1;
+      };
+      // Few blocks have more, and behind the last one anything may stand.
+      put(0);
+      put(1);
+      put(2);
+      put(3);
+      put(4);
+      put(5);
+      for (int comma = kUsual; comma < count; ++comma) {
+        put(comma);
+      }
+      last += count;
+      block += kBlock;
+    }
+    found_to_ = block;
+    found_ = {places_.data(), last};
+  }
+
+  static constexpr std::size_t kBlocks = 64;
+  static constexpr int kUsual = 6;
+
+  const char* found_to_;
+  const char* const end_;
+  std::array<const char*, kBlocks* static_cast<std::size_t>(kBlock) + kUsual> places_;
+  Places found_;
+};
+
+// Passes what a string holds as it is, ASCII and usual characters, up to `limit` at least, behind which there
+// is a block.
+[[CSM_WIDE, gnu::always_inline]] inline const char* PassUsual(const char* at, const char* limit) {
+  at = PassPlain(at);
+  while (at <= limit && BeginsWithTwoUsual(WordAt(at))) {
+    at = PassPlain(at + kTwoUsual);
+  }
+  return at;
+}
+
+// A key with its quotes and its colon, as it stood in the row before, and which of the bytes are its own.
+struct alignas(kWide) Pattern {
+  std::array<char, kWide> bytes;
+  std::array<char, kWide> own;
+  std::uint32_t length;
+
+  // What is behind the key if it stands here, else null.
+  [[CSM_WIDE, gnu::always_inline]] const char* Pass(const char* at) const {
+    const __m128i differ = _mm_xor_si128(WideAt(at), WideAt(bytes.data()));
+    return _mm_testz_si128(differ, WideAt(own.data())) != 0 ? at + length : nullptr;
+  }
+};
+
+// Members of an object: where the next one stands, its key, where its value is written, and the commas from
+// there on.
+struct Members {
+  const char* at;
+  const Pattern* key;
+  Cell* cell;
+  Commas::Places commas;
+};
+
+// Passes members of a text up to `end`, each with the comma behind it, as long as there are commas, and their
+// values are short numbers and plain strings. True behind the bracket of the last one, in front of a comma.
+[[CSM_WIDE, gnu::noinline]] bool PassMembers(const char* text, Members& members, const Pattern* end) {
+  const Weights weights;
+  const Pattern* const last = end - 1;
+  const char* at = members.at;
+  const Pattern* key = members.key;
+  Cell* cell = members.cell;
+  const char* const* comma = members.commas.data();
+  const char* const* const last_comma = comma + members.commas.size();
+  double number = 0;
+  for (;;) {
+    // Most are numbers.
+    const Pattern* const stop = key + std::min(last - key, last_comma - comma);
+    while (key != stop) {
+      const char* const value = key->Pass(at);
+      if (value == nullptr || !ReadWide(weights, value, *comma, number)) {
+        break;
+      }
+      *cell++ = std::bit_cast<Cell>(number);
+      ++key;
+      at = *comma++ + 1;
+    }
+    const char* const value = comma == last_comma ? nullptr : key->Pass(at);
+    if (value == nullptr) {
+      break;
+    }
+    const char* const behind = *comma - (key == last ? 1 : 0);
+    if (key == last && *behind != '}') {
+      break;
+    }
+    if (*value == '"') {
+      const char* const quote = PassUsual(value + 1, behind);
+      if (*quote != '"' || quote + 1 != behind) {
+        break;
+      }
+      *cell = StringCell(Kind::kString, static_cast<std::size_t>(value + 1 - text),
+                         static_cast<std::size_t>(quote - value - 1));
+    } else if (key == last && ReadWide(weights, value, behind, number)) {
+      *cell = std::bit_cast<Cell>(number);
+    } else {
+      break;
+    }
+    ++cell;
+    ++comma;
+    at = behind + 1;
+    if (key++ == last) {
+      break;
+    }
+  }
+  members = {at, key, cell, {comma, last_comma}};
+  return key == end;
+}
+
 bool HasWide() {
-  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0;
+  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0 &&
+         __builtin_cpu_supports("bmi2") != 0;
 }
 
 #else
@@ -293,7 +468,13 @@ class Reader {
         at_(text_),
         end_(text_ + text.size()),
         writer_(text.size() / sizeof(Cell)),
-        keys_(content.keys) {}
+        keys_(content.keys)
+#ifdef __x86_64__
+        ,
+        commas_(text_, end_)
+#endif
+  {
+  }
 
   bool Read() {
     SkipBlanks();
@@ -305,7 +486,9 @@ class Reader {
            AnyValue(0) && at_ == end_;
   }
 
-  std::unique_ptr<Cell[]> TakeCells() { return writer_.Take(); }
+  std::unique_ptr<Cell[]> TakeCells() {
+    return writer_.Take();
+  }
 
  private:
   bool AnyValue(std::size_t depth) {
@@ -357,7 +540,7 @@ class Reader {
       expected_.resize(depth + 1);
     }
     const std::size_t head = writer_.Begin();
-    const Count expected = expected_[depth];
+    const Count expected = expected_[depth].count;
     const std::size_t own_keys = new_keys_.size();
     bool is_as_expected = true;
     Count count = {expected.first_key, 0};
@@ -366,8 +549,9 @@ class Reader {
     if (*at_ != '}') {
       do {
 #ifdef __x86_64__
-        if (is_as_expected && is_wide_) {
-          PassExpectedMembers(expected, count);
+        if (is_as_expected && PassExpectedMembers(depth, count)) {
+          writer_.End(head, Kind::kObject, count);
+          return true;
         }
 #endif
         SkipBlanks();
@@ -400,7 +584,8 @@ class Reader {
       keys_.insert(keys_.end(), new_keys_.begin() + static_cast<std::ptrdiff_t>(own_keys), new_keys_.end());
       new_keys_.resize(own_keys);
     }
-    expected_[depth] = count;
+    expected_[depth] = {count, is_wide_ && is_as_expected && count == expected && depth < kWideLevels &&
+                                   count.entries <= kMostWideMembers};
     writer_.End(head, Kind::kObject, count);
     return Closes('}', depth);
   }
@@ -421,54 +606,50 @@ class Reader {
   }
 
 #ifdef __x86_64__
-  // Passes members as they are expected, with the commas behind them, as long as their values are short
-  // numbers and strings; the last one aside. The commas of a block are found at once: whoever goes from one
-  // to the next need not wait until what stands between them is read.
-  [[CSM_WIDE]] void PassExpectedMembers(const Count& expected, Count& count) {
-    writer_.MakeRoom(keys_, expected.entries);
-    const Key* const first = keys_.data() + expected.first_key;
-    const Key* const last = first + expected.entries;
-    const Key* key = first + count.entries;
-    const char* at = at_;
-    const char* block = nullptr;
-    std::uint64_t commas = 0;  // of the block, from `at` on
-    while (key != last && HasBytes(kBlock + kSeveralWords, at, end_)) {
-      const char* const value = PassExpected(at, *key);
-      const char* comma = nullptr;
-      if (value == nullptr) {
+  // Passes members as they are expected, with the commas behind them. True behind the bracket of the last
+  // one, in front of a comma.
+  [[CSM_WIDE]] bool PassExpectedMembers(std::size_t depth, Count& count) {
+    const Expected& expected = expected_[depth];
+    if (!expected.is_kept || count.entries == expected.count.entries) {
+      return false;
+    }
+    writer_.MakeRoom(keys_, expected.count.entries);
+    const std::span<const Pattern> patterns = PatternsOf(depth);
+    bool passed = false;
+    Members members{at_, patterns.data() + count.entries, writer_.Next(), commas_.From(at_)};
+    while (!members.commas.empty() && !passed) {
+      passed = PassMembers(text_, members, patterns.data() + patterns.size());
+      if (!members.commas.empty()) {
         break;
       }
-      if (*value == '"') {
-        const char* const text = value + 1;
-        const char* const quote = PassPlain(text);
-        comma = quote + 1;
-        if (*quote != '"' || *comma != ',') {
-          break;
-        }
-        writer_.Put(StringCell(Kind::kString, static_cast<std::size_t>(text - text_),
-                               static_cast<std::size_t>(quote - text)));
-        commas = 0;  // some may be the string's
-      } else {
-        if (commas == 0) {
-          if (!HasBytes(kBlock, value, end_)) {
-            break;  // the key was a long one
-          }
-          block = value;
-          commas = MarksInBlock(block, ',');
-        }
-        comma = block + std::countr_zero(commas);
-        commas &= commas - 1;
-        double number = 0;
-        if (!ReadWide(value, comma, number)) {
-          break;
-        }
-        writer_.Put(std::bit_cast<Cell>(number));
-      }
-      ++key;
-      at = comma + 1;
+      members.commas = commas_.From(members.at);
     }
-    at_ = at;
-    count.entries = static_cast<std::uint32_t>(key - first);
+    commas_.Keep(members.commas);
+    at_ = members.at;
+    writer_.Next(members.cell);
+    count.entries = static_cast<std::uint32_t>(members.key - patterns.data());
+    return passed;
+  }
+
+  // Of the keys that are expected. Made when they were kept to for the first time.
+  std::span<const Pattern> PatternsOf(std::size_t depth) {
+    auto& [count, patterns] = patterned_.at(depth);
+    if (count != expected_[depth].count) {
+      count = expected_[depth].count;
+      patterns.clear();
+      for (std::size_t key = 0; key < count.entries; ++key) {
+        const auto [begin, length] = keys_[count.first_key + key];
+        Pattern pattern{{}, {}, length + 3};
+        if (pattern.length > kWide || text_[begin + length + 1] != ':') {
+          pattern.length = 1;  // no key begins with a zero
+        } else {
+          std::copy_n(text_ + begin - 1, pattern.length, pattern.bytes.begin());
+        }
+        std::fill_n(pattern.own.begin(), pattern.length, '\xFF');
+        patterns.push_back(pattern);
+      }
+    }
+    return patterns;
   }
 #endif
 
@@ -634,10 +815,27 @@ class Reader {
   const char* end_;
   CellWriter writer_;
   std::vector<Key>& keys_;
-  std::vector<Key> new_keys_;    // of the open objects that differ from what was expected
-  std::vector<Count> expected_;  // of the last object on each level
-#ifdef __x86_64__
+  std::vector<Key> new_keys_;  // of the open objects that differ from what was expected
+
+  // The last object on each level, and whether it kept to the one before.
+  struct Expected {
+    Count count;
+    bool is_kept = false;
+  };
+  std::vector<Expected> expected_;
+
   const bool is_wide_ = HasWide();
+
+  // What is expected there is kept as patterns.
+  static constexpr std::size_t kWideLevels = 8;
+  static constexpr std::size_t kMostWideMembers = 256;
+#ifdef __x86_64__
+  struct Patterned {
+    Count count;
+    std::vector<Pattern> patterns;
+  };
+  std::array<Patterned, kWideLevels> patterned_;
+  Commas commas_;
 #endif
 };
 

@@ -100,24 +100,28 @@ void Fill(Figure, Record& record, TrendValue Record::*member, const json::Value&
   record.*member = {value.Number(), true, 0};
 }
 
-// Apart, so that what comes for every level stays short.
+// The side of a book, with all its levels.
 template <class Type>
-[[gnu::noinline]] void MakeLevels(std::vector<BookLevel<Type>>& side) {
-  side.resize(kBookLevels);
+[[gnu::always_inline]] inline BookLevel<Type>* LevelsOf(std::vector<BookLevel<Type>>& side) {
+  if (side.capacity() == 0) {
+    side = std::vector<BookLevel<Type>>(kBookLevels);
+  } else if (side.size() < kBookLevels) {
+    side.resize(kBookLevels);
+  }
+  return side.data();
+}
+
+template <class Type>
+[[gnu::always_inline]] inline void SetLevel(BookLevel<Type>& level, const json::Value& value) {
+  Type figure{};
+  Convert(value, figure);
+  level = {figure, true, 0};
 }
 
 template <class Record, class Type>
-[[gnu::always_inline]] inline void Fill(const Level& how, Record& record,
-                                        std::vector<BookLevel<Type>> Record::*member,
-                                        const json::Value& value) {
-  std::vector<BookLevel<Type>>& side = record.*member;
-  if (side.size() < kBookLevels) {
-    MakeLevels(side);
-  }
-  BookLevel<Type> level;
-  Convert(value, level.value);
-  level.present = true;
-  side[how.index] = level;
+void Fill(const Level& how, Record& record, std::vector<BookLevel<Type>> Record::*member,
+          const json::Value& value) {
+  SetLevel(LevelsOf(record.*member)[how.index], value);
 }
 
 // What a line does with the value of its key.
@@ -139,9 +143,23 @@ constexpr Line LineOf(const Member<Record, Type, How>& line) {
             FillBy(*static_cast<const Typed*>(one), *static_cast<Record*>(record), value, budget);
           },
           [](std::span<const Place> places, void* record, json::Object object, json::Budget& budget) {
-            for (const Place& place : places) {
-              FillBy(*static_cast<const Typed*>(place.line), *static_cast<Record*>(record),
-                     object.PlainValueAt(place.value), budget);
+            auto& filled = *static_cast<Record*>(record);
+            if constexpr (std::is_same_v<How, Level>) {
+              const Typed* side = nullptr;
+              typename Type::value_type* levels = nullptr;
+              for (const Place& place : places) {
+                const auto* const level = static_cast<const Typed*>(place.line);
+                if (side == nullptr || side->member != level->member) {
+                  side = level;
+                  levels = LevelsOf(filled.*side->member);
+                }
+                SetLevel(levels[level->how.index], object.PlainValueAt(place.value));
+              }
+            } else {
+              for (const Place& place : places) {
+                FillBy(*static_cast<const Typed*>(place.line), filled, object.PlainValueAt(place.value),
+                       budget);
+              }
             }
           }};
 }

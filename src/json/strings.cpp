@@ -1,6 +1,8 @@
 #include "json/strings.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -55,33 +57,45 @@ std::uint32_t PassCharacter(const char*& at) {
   return code;
 }
 
+constexpr std::ptrdiff_t kWord = sizeof(std::uint64_t);
+
+// The characters of a word of ASCII.
+void WidenWord(std::uint64_t word, wchar_t* out) {
+  using Bytes [[gnu::vector_size(sizeof(word))]] = std::uint8_t;
+  using Characters [[gnu::vector_size(sizeof(word) * sizeof(wchar_t))]] = wchar_t;
+  const Characters wide = __builtin_convertvector(std::bit_cast<Bytes>(word), Characters);
+  std::memcpy(out, &wide, sizeof(wide));
+}
+
 // Widens what most texts consist of, ASCII and characters of three bytes that cannot be surrogates, up to
 // anything else.
-void PassUsual(const char*& at, const char* end, wchar_t*& next) {
-  constexpr std::ptrdiff_t kWord = sizeof(std::uint64_t);
+void PassUsual(const char*& text, const char* end, wchar_t*& wide) {
+  const char* at = text;
+  wchar_t* next = wide;
   while (at != end) {
     const auto lead = static_cast<unsigned char>(*at);
-    if ((lead & 0xF0) == 0xE0 && lead != 0xED) {
+    if (lead >= 0x80) {
+      if ((lead & 0xF0) != 0xE0 || lead == 0xED) {
+        break;
+      }
       *next++ = static_cast<wchar_t>(((lead & 0x0F) << 12) | ((at[1] & 0x3F) << 6) | (at[2] & 0x3F));
       at += 3;
       continue;
     }
-    if (lead >= 0x80) {
-      return;
-    }
-    std::uint64_t word = 0;
     if (end - at >= kWord) {
+      std::uint64_t word = 0;
       std::memcpy(&word, at, sizeof(word));
-    } else {
-      word = ~word;
+      if ((word & (kLowBits << 7U)) == 0) {
+        WidenWord(word, next);
+        at += kWord;
+        next += kWord;
+        continue;
+      }
     }
-    if ((word & (kLowBits << 7U)) == 0) {
-      next = std::copy_n(at, kWord, next);
-      at += kWord;
-    } else {
-      *next++ = static_cast<wchar_t>(*at++);
-    }
+    *next++ = static_cast<wchar_t>(*at++);
   }
+  text = at;
+  wide = next;
 }
 
 }  // namespace
@@ -151,16 +165,16 @@ void AppendUtf8(std::string& out, std::uint32_t code) {
 
 void WidenInto(std::wstring& out, std::string_view text, bool escaped, Budget& budget) {
   std::size_t most = text.size();
-  if (most > out.capacity()) {
+  if (!escaped || most > out.capacity()) {
     most = CountCharacters(text);
   }
   if (most > out.capacity()) {
     budget.Require(1, most * sizeof(wchar_t) + kAllocationOverhead);
-    out = std::wstring();  // grown, it would take twice what it had
+    out = std::wstring(most, L'\0');  // grown, it would take twice what it had
   } else {
     budget.Require(1, HeldBytes(out));
+    out.resize(most);
   }
-  out.resize(most);
   wchar_t* next = out.data();
   const char* at = text.data();
   const char* const end = at + text.size();
@@ -171,7 +185,9 @@ void WidenInto(std::wstring& out, std::string_view text, bool escaped, Budget& b
     const std::uint32_t code = escaped && *at == '\\' ? PassEscape(at, end) : PassCharacter(at);
     *next++ = static_cast<wchar_t>(IsSurrogate(code) ? 0xFFFD : code);
   }
-  out.resize(static_cast<std::size_t>(next - out.data()));
+  if (escaped) {
+    out.resize(static_cast<std::size_t>(next - out.data()));
+  }
 }
 
 }  // namespace request::json

@@ -145,18 +145,21 @@ TEST(JsonDoor, readsNumbersWithEveryEndAsQtDoes) {
   }
 }
 
-// In a row like the one before, where the commas are known ahead in blocks of characters, at every place of a
-// block.
+// In a row like several before, where the commas are known ahead in blocks of characters, at every place of a
+// block, between members and behind the last one.
 TEST(JsonDoor, readsNumbersOfAlikeRowsAsQtDoes) {
-  const std::string behind = ",{\"filler\":\"" + std::string(160, 'f') + "\"}]";
+  const std::string behind = ",{\"filler\":\"" + std::string(256, 'f') + "\"}]";
   std::size_t place = 0;
   const auto expect_same = [&](const std::string& key, const std::string& value) {
-    const auto row = [&](const std::string& number) {
-      return "{\"" + std::string(place % 64, 'x') + "\":1,\"" + key + "\":" + number +
-             ",\"last\":-0.5,\"text\":\"a,b\"}";
-    };
-    const std::string text = "[" + row("12.5") + "," + row(value) + "," + row("7") + behind;
-    ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+    for (const char* const rest :
+         {",\"last\":-0.5,\"text\":\"a,b\"}", ",\"last\":-0.5,\"text\":\"ab\"}", "}"}) {
+      const auto row = [&](const std::string& number) {
+        return "{\"x\":\"" + std::string(place % 64, 'x') + "\",\"" + key + "\":" + number + rest;
+      };
+      const std::string text =
+          "[" + row("12.5") + "," + row("1") + "," + row(value) + "," + row("7") + "," + row("8") + behind;
+      ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+    }
   };
   for (const std::string& number : NumbersOfEveryLength()) {
     ASSERT_NO_FATAL_FAILURE(expect_same("a", number));
@@ -201,7 +204,7 @@ TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
                                         "\xED\xA0\x80中",
                                         "中\xED\xA0\x80",
                                         "中\xED\x9F\xBF"};
-  const std::string behind = ",{\"filler\":\"" + std::string(160, 'f') + "\"}]";
+  const std::string behind = ",{\"filler\":\"" + std::string(256, 'f') + "\"}]";
   const auto row = [](const std::string& string) {
     return "{\"name\":\"" + string + "\",\"text\":\"b\",\"last\":-0.5}";
   };
@@ -221,9 +224,9 @@ TEST(JsonDoor, readsNothingBehindTheEndOfAlikeRows) {
   for (std::size_t key = 1; key <= 130; ++key) {
     const std::string row = "{\"" + std::string(key, 'k') + "\":1.5,\"b\":2}";
     for (std::size_t rest = 0; rest <= 130; ++rest) {
-      const std::string text = "[" + row + "," + row + ",\"" + std::string(rest, 'r') + "\"]";
+      const std::string text = "[" + row + "," + row + "," + row + ",\"" + std::string(rest, 'r') + "\"]";
       const std::vector<char> exact(text.begin(), text.end());
-      EXPECT_EQ(Document::Parse(exact.data(), exact.size()).RootArray().Size(), 3U) << text;
+      EXPECT_EQ(Document::Parse(exact.data(), exact.size()).RootArray().Size(), 4U) << text;
     }
   }
 }
