@@ -1,12 +1,12 @@
 // The one trick is to expect what came before. The rows of an answer are alike: an object most likely has the
 // keys of the object before it on the same level, in the same order. So no key is looked for. The reader
 // holds the bytes of the key that comes next, quotes and colon included, against those of the row before,
-// eight at a time, and goes on to the value; a row that kept to it to its end shares the keys of the row
+// sixteen at a time, and goes on to the value; a row that kept to it to its end shares the keys of the row
 // before, and whoever fills records from such rows finds out once which member each key fills. A row that
 // differs writes down keys of its own from there on.
 //
-// Values become cells on the way, each byte looked at once: the ends of several numbers are found at a time,
-// numbers are made from sixteen characters at a time, strings are only passed. Blanks, long numbers and
+// Values become cells on the way: the commas of some thousand characters are found ahead, numbers are made
+// from sixteen characters at a time, strings are only passed. Blanks, long keys, long numbers and most
 // characters beyond ASCII take the roads beside, and so does everything on a processor without AVX2.
 #include "json/plain_reader.h"
 
@@ -108,47 +108,41 @@ struct Passed {
 constexpr unsigned kWide = 16;
 constexpr std::ptrdiff_t kBlock = 64;
 
-// Of a number of so many characters without its sign, of which so many stand before the point: where its
-// digits stand, to the right of sixteen places; by what they are divided, without and with a sign; what they
-// are at least, as no number begins with a zero but one that is below one; and the bit of its point. Up to
-// fifteen digits a double holds exactly, as it does the powers of ten: the quotient of two such numbers is
-// the double nearest to the decimal.
+// Of a number of so many characters, with or without a sign, of which so many stand before the point: where
+// its digits stand, to the right of sixteen places; by what they are divided, sign included; what they are at
+// least, as no number begins with a zero but one that is below one; and the bit of its point. Up to fifteen
+// digits a double holds exactly, as it does the powers of ten: the quotient of two such numbers is the double
+// nearest to the decimal.
 struct alignas(4 * kWide) Layout {
   std::array<std::uint8_t, kWide> places;
-  std::array<double, 2> divisors;
+  double divisor;
   double least;
   unsigned point;
 };
 constexpr unsigned kNoLayout = ~0U;  // no bit of a point
 constexpr auto kLayouts = [] {
   constexpr std::uint8_t kNowhere = 0x80;
-  std::array<std::array<Layout, kWide>, kWide> layouts{};
-  for (std::size_t whole = 0; whole < kWide; ++whole) {
-    for (std::size_t length = 0; length < kWide; ++length) {
-      Layout& to = layouts[whole][length];
-      to.places.fill(kNowhere);
-      to.divisors = {1, -1};
-      to.point = kNoLayout;
-      if (whole == 0 || whole > length || whole + 1 == length) {
-        continue;
-      }
-      to.point = whole < length ? 1U << whole : 0;
-      for (std::size_t from = length, place = kWide; from-- > 0;) {
-        if (from != whole) {
-          to.places[--place] = static_cast<std::uint8_t>(from);
+  std::array<std::array<std::array<Layout, kWide>, kWide>, 2> layouts{};
+  for (std::size_t sign = 0; sign < 2; ++sign) {
+    for (std::size_t whole = 0; whole < kWide; ++whole) {
+      for (std::size_t length = 0; length < kWide; ++length) {
+        Layout& to = layouts[sign][whole][length];
+        to.places.fill(kNowhere);
+        if (whole <= sign || whole > length || whole + 1 == length) {
+          to.point = kNoLayout;
+          continue;
+        }
+        to.point = whole < length ? 1U << whole : 0;
+        to.divisor = sign == 0 ? 1 : -1;
+        to.least = whole > sign + 1 ? 0.1 : 0;
+        for (std::size_t from = length, place = kWide; from-- > sign;) {
+          if (from != whole) {
+            to.places[--place] = static_cast<std::uint8_t>(from);
+            to.divisor *= from > whole ? 10 : 1;
+            to.least *= 10;
+          }
         }
       }
-      double digits = 1;
-      for (std::size_t place = 0; place < length; ++place) {
-        if (place > whole) {
-          to.divisors[0] *= 10;
-          to.divisors[1] *= 10;
-        }
-        if (place > 0 && place != whole) {
-          digits *= 10;
-        }
-      }
-      to.least = whole > 1 ? digits : 0;
     }
   }
   return layouts;
@@ -195,20 +189,19 @@ struct Weights {
   __m128d halves = _mm_set_pd(1, 1e8);
 };
 
-// Reads a number without exponent, of up to fifteen characters without its sign, that ends at `behind`, where
-// no digit stands; not for any other. Two words and a sign are there. No number is a negative zero.
+// Reads a number without exponent, of up to fifteen characters, that ends at `behind`, where no digit stands;
+// not for any other. Two words are there. No number is a negative zero.
 [[CSM_WIDE, gnu::always_inline]] inline bool ReadWide(const Weights& weights, const char* at,
                                                       const char* behind, double& number) {
-  const std::size_t sign = *at == '-' ? 1 : 0;
-  at += sign;
   const auto length = static_cast<std::size_t>(behind - at);
   if (length >= kWide) {
     return false;
   }
+  const unsigned sign = *at == '-' ? 1 : 0;
   const __m128i digits = _mm_sub_epi8(WideAt(at), weights.zero);
-  const unsigned others = MarksOf(_mm_adds_epu8(digits, weights.no_digit));
+  const unsigned others = MarksOf(_mm_adds_epu8(digits, weights.no_digit)) ^ sign;
   const unsigned whole = _tzcnt_u32(others);
-  const Layout& layout = kLayouts[whole][length];
+  const Layout& layout = kLayouts[sign][whole][length];
   if (_bzhi_u32(others, static_cast<unsigned>(length)) != layout.point ||
       (whole != length && at[whole] != '.')) {
     return false;
@@ -222,7 +215,7 @@ struct Weights {
   if (all < layout.least) {
     return false;
   }
-  number = all / layout.divisors[sign] + 0.0;
+  number = all / layout.divisor + 0.0;
   return true;
 }
 
@@ -295,7 +288,7 @@ class Commas {
       std::uint64_t commas = MarksInBlock(block, ',');
       const int count = std::popcount(commas);
       const auto put = [&](int comma) __attribute__((always_inline, CSM_WIDE_OF_LAMBDA)) {
-        last[comma] = block + std::countr_zero(commas);
+        last[comma] = block + _tzcnt_u64(commas);
         commas &= commas - 1;
       };
       // Few blocks have more, and behind the last one anything may stand.

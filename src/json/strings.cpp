@@ -20,17 +20,32 @@ int HexDigit(char character) {
 
 constexpr std::uint64_t kLowBits = 0x0101010101010101U;
 
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+
+std::uint64_t WordAt(const char* at) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, at, sizeof(word));
+  return word;
+}
+
 // Every byte that does not continue another begins a character.
 std::size_t CountCharacters(std::string_view text) {
-  std::size_t continuing = 0;
-  std::size_t place = 0;
-  for (std::uint64_t word = 0; text.size() - place >= sizeof(word); place += sizeof(word)) {
-    std::memcpy(&word, text.data() + place, sizeof(word));
+  const auto continuing_in = [](std::uint64_t word) -> std::size_t {
     // The product adds the marks of all eight bytes up in the highest one.
-    continuing += (((word >> 7U) & ~(word >> 6U) & kLowBits) * kLowBits) >> 56U;
+    return (((word >> 7U) & ~(word >> 6U) & kLowBits) * kLowBits) >> 56U;
+  };
+  std::size_t continuing = 0;
+  std::size_t left = text.size();
+  for (const char* at = text.data(); left >= kWord; at += kWord, left -= kWord) {
+    continuing += continuing_in(WordAt(at));
   }
-  for (; place < text.size(); ++place) {
-    continuing += (text[place] & 0xC0) == 0x80 ? 1U : 0U;
+  if (std::endian::native == std::endian::little && left != 0 && text.size() >= kWord) {
+    // The last ones of the last word.
+    return text.size() - continuing -
+           continuing_in(WordAt(text.data() + text.size() - kWord) >> 8 * (kWord - left));
+  }
+  for (; left != 0; --left) {
+    continuing += (text[text.size() - left] & 0xC0) == 0x80 ? 1U : 0U;
   }
   return text.size() - continuing;
 }
@@ -57,8 +72,6 @@ std::uint32_t PassCharacter(const char*& at) {
   return code;
 }
 
-constexpr std::ptrdiff_t kWord = sizeof(std::uint64_t);
-
 // The characters of a word of ASCII.
 void WidenWord(std::uint64_t word, wchar_t* out) {
   using Bytes [[gnu::vector_size(sizeof(word))]] = std::uint8_t;
@@ -82,9 +95,8 @@ void PassUsual(const char*& text, const char* end, wchar_t*& wide) {
       at += 3;
       continue;
     }
-    if (end - at >= kWord) {
-      std::uint64_t word = 0;
-      std::memcpy(&word, at, sizeof(word));
+    if (static_cast<std::size_t>(end - at) >= kWord) {
+      const std::uint64_t word = WordAt(at);
       if ((word & (kLowBits << 7U)) == 0) {
         WidenWord(word, next);
         at += kWord;
