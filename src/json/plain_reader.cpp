@@ -578,7 +578,7 @@ class Reader {
       new_keys_.resize(own_keys);
     }
     expected_[depth] = {count, is_wide_ && is_as_expected && count == expected && depth < kWideLevels &&
-                                   count.entries <= kMostWideMembers};
+                                   count.entries >= kFewestWideMembers && count.entries <= kMostWideMembers};
     writer_.End(head, Kind::kObject, count);
     return Closes('}', depth);
   }
@@ -821,6 +821,7 @@ class Reader {
 
   // What is expected there is kept as patterns.
   static constexpr std::size_t kWideLevels = 8;
+  static constexpr std::size_t kFewestWideMembers = 6;  // fewer are read as fast one by one
   static constexpr std::size_t kMostWideMembers = 256;
 #ifdef __x86_64__
   struct Patterned {

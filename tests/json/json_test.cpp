@@ -154,7 +154,8 @@ TEST(JsonDoor, readsNumbersOfAlikeRowsAsQtDoes) {
     for (const char* const rest :
          {",\"last\":-0.5,\"text\":\"a,b\"}", ",\"last\":-0.5,\"text\":\"ab\"}", "}"}) {
       const auto row = [&](const std::string& number) {
-        return "{\"x\":\"" + std::string(place % 64, 'x') + "\",\"" + key + "\":" + number + rest;
+        return "{\"w1\":1,\"w2\":-2,\"w3\":0.5,\"w4\":4,\"x\":\"" + std::string(place % 64, 'x') + "\",\"" +
+               key + "\":" + number + rest;
       };
       const std::string text =
           "[" + row("12.5") + "," + row("1") + "," + row(value) + "," + row("7") + "," + row("8") + behind;
@@ -206,7 +207,7 @@ TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
                                         "中\xED\x9F\xBF"};
   const std::string behind = ",{\"filler\":\"" + std::string(256, 'f') + "\"}]";
   const auto row = [](const std::string& string) {
-    return "{\"name\":\"" + string + "\",\"text\":\"b\",\"last\":-0.5}";
+    return "{\"w1\":1,\"w2\":2,\"w3\":3,\"name\":\"" + string + "\",\"text\":\"b\",\"last\":-0.5}";
   };
   for (std::size_t before = 0; before <= 66; ++before) {
     for (const std::string& one : odd) {
@@ -222,7 +223,8 @@ TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
 // Whatever is looked at ahead, nothing behind the last byte is: the address sanitizer watches it.
 TEST(JsonDoor, readsNothingBehindTheEndOfAlikeRows) {
   for (std::size_t key = 1; key <= 130; ++key) {
-    const std::string row = "{\"" + std::string(key, 'k') + "\":1.5,\"b\":2}";
+    const std::string row =
+        "{\"w1\":1,\"w2\":2,\"w3\":3,\"w4\":4,\"" + std::string(key, 'k') + "\":1.5,\"b\":2}";
     for (std::size_t rest = 0; rest <= 130; ++rest) {
       const std::string text = "[" + row + "," + row + "," + row + ",\"" + std::string(rest, 'r') + "\"]";
       const std::vector<char> exact(text.begin(), text.end());
