@@ -228,7 +228,7 @@ struct Weights {
       _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8(',')), _mm_cmpeq_epi8(brackets, _mm_set1_epi8('}'))));
   const char* const behind = at + std::countr_zero(ends);
   double number = 0;
-  return ends != 0 && ReadWide(Weights(), at, behind, number) ? Passed{behind, number} : Passed{nullptr, 0};
+  return ReadWide(Weights(), at, behind, number) ? Passed{behind, number} : Passed{nullptr, 0};
 }
 
 // Passes an array's numbers as long as they are short. How many.
@@ -291,7 +291,7 @@ class Commas {
         last[comma] = block + _tzcnt_u64(commas);
         commas &= commas - 1;
       };
-      // Few blocks have more, and behind the last one anything may stand.
+      // Few blocks have more; those that are not there are written over.
       put(0);
       put(1);
       put(2);
@@ -309,11 +309,12 @@ class Commas {
   }
 
   static constexpr std::size_t kBlocks = 64;
-  static constexpr int kUsual = 6;
+  static constexpr std::size_t kMostPlaces = kBlocks * static_cast<std::size_t>(kBlock);
+  static constexpr int kUsual = 6;  // written down at once, whether there or not
 
   const char* found_to_;
   const char* const end_;
-  std::array<const char*, kBlocks* static_cast<std::size_t>(kBlock) + kUsual> places_;
+  std::array<const char*, kMostPlaces + kUsual> places_;
   Places found_;
 };
 
@@ -359,48 +360,38 @@ struct Members {
   Cell* cell = members.cell;
   const char* const* comma = members.commas.data();
   const char* const* const last_comma = comma + members.commas.size();
-  double number = 0;
-  for (;;) {
-    // Most are numbers.
-    const Pattern* const stop = key + std::min(last - key, last_comma - comma);
-    while (key != stop) {
-      const char* const value = key->Pass(at);
-      if (value == nullptr || !ReadWide(weights, value, *comma, number)) {
-        break;
-      }
-      *cell++ = std::bit_cast<Cell>(number);
-      ++key;
-      at = *comma++ + 1;
-    }
-    const char* const value = comma == last_comma ? nullptr : key->Pass(at);
-    if (value == nullptr) {
-      break;
-    }
-    const char* const behind = *comma - (key == last ? 1 : 0);
-    if (key == last && *behind != '}') {
-      break;
+  // The last one stands in front of a bracket.
+  const auto pass = [&](std::ptrdiff_t brackets) __attribute__((always_inline, CSM_WIDE_OF_LAMBDA)) {
+    const char* const value = key->Pass(at);
+    const char* const behind = *comma - brackets;
+    if (value == nullptr || (brackets != 0 && *behind != '}')) {
+      return false;
     }
     if (*value == '"') {
       const char* const quote = PassUsual(value + 1, behind);
       if (*quote != '"' || quote + 1 != behind) {
-        break;
+        return false;
       }
       *cell = StringCell(Kind::kString, static_cast<std::size_t>(value + 1 - text),
                          static_cast<std::size_t>(quote - value - 1));
-    } else if (key == last && ReadWide(weights, value, behind, number)) {
-      *cell = std::bit_cast<Cell>(number);
     } else {
-      break;
+      double number = 0;
+      if (!ReadWide(weights, value, behind, number)) {
+        return false;
+      }
+      *cell = std::bit_cast<Cell>(number);
     }
     ++cell;
+    ++key;
     ++comma;
     at = behind + 1;
-    if (key++ == last) {
-      break;
-    }
+    return true;
+  };
+  while (key != last && comma != last_comma && pass(0)) {
   }
+  const bool passed = key == last && comma != last_comma && pass(1);
   members = {at, key, cell, {comma, last_comma}};
-  return key == end;
+  return passed;
 }
 
 bool HasWide() {
@@ -609,15 +600,15 @@ class Reader {
     writer_.MakeRoom(keys_, expected.count.entries);
     const std::span<const Pattern> patterns = PatternsOf(depth);
     bool passed = false;
-    Members members{at_, patterns.data() + count.entries, writer_.Next(), commas_.From(at_)};
-    while (!members.commas.empty() && !passed) {
-      passed = PassMembers(text_, members, patterns.data() + patterns.size());
-      if (!members.commas.empty()) {
+    Members members{at_, patterns.data() + count.entries, writer_.Next(), {}};
+    while (!passed && members.commas.empty()) {
+      members.commas = commas_.From(members.at);
+      if (members.commas.empty()) {
         break;
       }
-      members.commas = commas_.From(members.at);
+      passed = PassMembers(text_, members, patterns.data() + patterns.size());
+      commas_.Keep(members.commas);
     }
-    commas_.Keep(members.commas);
     at_ = members.at;
     writer_.Next(members.cell);
     count.entries = static_cast<std::uint32_t>(members.key - patterns.data());

@@ -220,6 +220,44 @@ TEST(JsonDoor, readsStringsOfAlikeRowsAsQtDoes) {
   }
 }
 
+// What stands behind a value of a row like several before: a row may end otherwise than they did, or not.
+TEST(JsonDoor, readsEndsOfAlikeRowsAsQtDoes) {
+  const std::string behind = ",{\"filler\":\"" + std::string(256, 'f') + "\"}]";
+  const auto row = [](const std::string& middle, const std::string& last) {
+    return R"({"w1":1,"w2":2,"w3":3,"w4":4,"middle":)" + middle + R"(,"last":)" + last;
+  };
+  const std::vector<std::string> values = {"1",
+                                           "-0.5",
+                                           "12345678901234567",
+                                           "-123456789012345678",
+                                           "\"text\"",
+                                           "\"a,b\"",
+                                           "\"text\\",
+                                           "\"text\x01",
+                                           "\"text",
+                                           "null",
+                                           "{}",
+                                           ""};
+  for (const std::string& usual : {std::string("7.25"), std::string("\"usual\"")}) {
+    const std::string rows = "[" + row(usual, usual + "}") + "," + row(usual, usual + "}") + ",";
+    const auto expect_same = [&](const std::string& odd) {
+      const std::string text = rows + odd + "," + row(usual, usual + "}") + behind;
+      ASSERT_EQ(qt_reference::Same(Parsed(text), qt_reference::Parse(text)), "") << text;
+    };
+    for (const std::string& value : values) {
+      for (const char* const end :
+           {"}", "]", "", " }", "} ", "}}", "}]", ",", ",}", "\"", "\"}", "5}", ",\"more\":1}", ":1}"}) {
+        ASSERT_NO_FATAL_FAILURE(expect_same(row(usual, value + end)));
+        ASSERT_NO_FATAL_FAILURE(expect_same(row(value + end, usual + "}")));
+      }
+    }
+    for (const char* const key : {"\"middle\"", "\"midd1e\":", "\"Middle\":", "\"middle\";", "'middle\":"}) {
+      std::string odd = row(usual, usual + "}");
+      ASSERT_NO_FATAL_FAILURE(expect_same(odd.replace(odd.find("\"middle\":"), 9, key)));
+    }
+  }
+}
+
 // Whatever is looked at ahead, nothing behind the last byte is: the address sanitizer watches it.
 TEST(JsonDoor, readsNothingBehindTheEndOfAlikeRows) {
   for (std::size_t key = 1; key <= 130; ++key) {
