@@ -55,15 +55,17 @@ class PackageOrdeal : public ::testing::Test {
     for (const auto& [path, bytes] : files) host_test::WriteFile(path, bytes);
   }
 
-  // Package and store, and nothing else.
+  // Package and store, and nothing else, once the host has tidied up, which is a task of its start. It is
+  // stopped then.
   static void ExpectNoLeftovers(const std::string& when) {
+    stock_host::Stop();
     for (const auto& [path, bytes] : Files()) {
       const std::string name = std::filesystem::path(path).filename();
       EXPECT_TRUE(name == "1.1.dat" || name == "trace.db") << name << " is left " << when;
     }
   }
 
-  // The next start and load find what is wanted, and tidy up.
+  // The next start and load find what is wanted, and tidy up. The host is stopped then.
   void ExpectRecovery(const std::string& when) {
     Restart();
     ASSERT_EQ(Load(packages, kNew), kNew) << when;
@@ -178,6 +180,7 @@ TEST_F(PackageOrdeal, isOldOrNewAfterAnyPowerLoss) {
   const DiskModel::Files old_files = Files();
   for (const DiskModel::Files& before : {old_files, DiskModel::Files()}) {
     SetFiles(before);
+    Restart();
     watched_disk::Record(PackageDirectory());
     ASSERT_EQ(Load(packages, kNew), kNew);
     const auto operations = watched_disk::TakeRecord();
@@ -226,6 +229,7 @@ TEST_P(FailingDisk, losesNothingAtAnyOperation) {
     ASSERT_LT(operations, 500);
     const std::string when = std::string(GetParam().name) + " at operation " + std::to_string(operations);
     SetFiles(before);
+    Restart();
     const std::size_t logged = Log().size();
     watched_disk::Fail(PackageDirectory(), GetParam().failing, operations, GetParam().error);
     const std::optional<int> loaded = Load(packages, kNew);
@@ -243,7 +247,6 @@ TEST_P(FailingDisk, losesNothingAtAnyOperation) {
       EXPECT_NE(log.find(std::generic_category().message(GetParam().error)), std::string::npos)
           << when << "\n"
           << log;
-      StartHost(directory.Path(), server.Url());
     }
     ASSERT_NO_FATAL_FAILURE(ExpectRecovery(when));
   }
