@@ -68,7 +68,7 @@ Exchange::~Exchange() {
   curl_slist_free_all(header_lines_);
 }
 
-bool Exchange::SetUp(const HttpSettings& settings) {
+bool Exchange::SetUp(const std::string& proxy, const std::string& ca_file) {
   easy_ = curl_easy_init();
   if (easy_ == nullptr) {
     return false;
@@ -78,6 +78,7 @@ bool Exchange::SetUp(const HttpSettings& settings) {
     good = curl_easy_setopt(easy_, option, value) == CURLE_OK && good;
   };
   set(CURLOPT_URL, request.url.c_str());
+  set(CURLOPT_PRIVATE, static_cast<void*>(this));
   set(CURLOPT_NOSIGNAL, 1L);
   set(CURLOPT_QUICK_EXIT, 1L);  // a name server that does not answer must not hold up the other requests
   set(CURLOPT_PROTOCOLS_STR, "http,https");
@@ -87,16 +88,16 @@ bool Exchange::SetUp(const HttpSettings& settings) {
   set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
   set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
   // Empty: none. Given: for every host. Whatever the environment says.
-  set(CURLOPT_PROXY, settings.proxy.c_str());
+  set(CURLOPT_PROXY, proxy.c_str());
   set(CURLOPT_NOPROXY, "");
   set(CURLOPT_OPENSOCKETFUNCTION, &OpenSocket);
   set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   set(CURLOPT_SSL_VERIFYPEER, 1L);
   set(CURLOPT_SSL_VERIFYHOST, 2L);
-  if (!settings.ca_file.empty()) {
+  if (!ca_file.empty()) {
     // In place of the system's, which stand in a directory.
-    set(CURLOPT_CAINFO, settings.ca_file.c_str());
+    set(CURLOPT_CAINFO, ca_file.c_str());
     set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
   set(CURLOPT_USERAGENT, "csm");

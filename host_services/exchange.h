@@ -1,6 +1,5 @@
 // One request and its answer so far: how it is asked, what of the answer is taken, how the outcome is judged.
-// Used by one thread at a time, that at the network; threads, deadlines and the order of things are
-// http.cpp's.
+// Used by one thread at a time; threads, deadlines and the order of things are wire.cpp's and http.cpp's.
 #pragma once
 
 #include <curl/curl.h>
@@ -30,7 +29,7 @@ class Exchange {
   Exchange& operator=(const Exchange&) = delete;
 
   /// Makes the library's handle ready to be run. False when it cannot be made.
-  [[nodiscard]] bool SetUp(const HttpSettings& settings);
+  [[nodiscard]] bool SetUp(const std::string& proxy, const std::string& ca_file);
 
   /// Forgets the answer and asks `url` instead, on the same handle. False when that cannot be.
   [[nodiscard]] bool SetUpAgain(std::string url);

@@ -1,21 +1,16 @@
 #include "http.h"
 
 #include <curl/curl.h>
-#include <fcntl.h>
 #include <openssl/crypto.h>
-#include <sys/socket.h>
 
 #include <algorithm>
-#include <charconv>
 #include <condition_variable>
 #include <deque>
-#include <filesystem>
 #include <future>
+#include <iterator>
 #include <mutex>
-#include <set>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -25,7 +20,7 @@
 #include "counters.h"
 #include "exchange.h"
 #include "recorder.h"
-#include "replayer.h"
+#include "wire.h"
 #include "worker_pool.h"
 
 namespace stock_host {
@@ -35,9 +30,6 @@ using Steady = std::chrono::steady_clock;
 
 constexpr std::size_t kCompletionThreads = 4;
 constexpr std::size_t kThreads = kCompletionThreads + 1;  // one always has time for the network
-constexpr long kConnections = 64;
-constexpr long kConnectionsToHost = 32;
-constexpr long kKeptConnections = 16;
 
 bool IsSendable(const std::string& name, const std::string& value) {
   static constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
@@ -59,36 +51,6 @@ void GlobalInit() {
       throw std::runtime_error("the HTTP library cannot be initialised");
     }
   });
-}
-
-// Sockets of this machine without a name, such as a pair has.
-std::set<int> LocalSockets() {
-  std::set<int> found;
-  std::error_code failure;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", failure)) {
-    const std::string number = entry.path().filename().string();
-    int fd = -1;
-    (void)std::from_chars(number.data(), number.data() + number.size(), fd);
-    sockaddr_storage name{};
-    socklen_t size = sizeof name;
-    if (getsockname(fd, reinterpret_cast<sockaddr*>(&name), &size) == 0 && name.ss_family == AF_UNIX &&
-        size <= sizeof name.ss_family) {
-      found.insert(fd);
-    }
-  }
-  return found;
-}
-
-// The library makes a pair of sockets to be woken by, and gives it to every child process.
-CURLM* MakeMulti() {
-  const std::set<int> before = LocalSockets();
-  CURLM* const multi = curl_multi_init();
-  for (const int fd : LocalSockets()) {
-    if (!before.contains(fd)) {
-      (void)fcntl(fd, F_SETFD, FD_CLOEXEC);
-    }
-  }
-  return multi;
 }
 
 // Fails requests while no client runs: the thread lives as long as there are some. Leaked with its queue.
@@ -145,229 +107,94 @@ std::function<void()> HandingOver(std::string endpoint, HttpClient::Done done, H
 
 }  // namespace
 
-// The threads of a client. One of them leads: it waits for the network. When it has answers it leaves that to
+// The threads of a client. One of them leads: it waits for the wire. When it has answers it leaves that to
 // another and runs a call-back itself, so that no answer waits for a thread to be woken.
 struct HttpClient::Impl {
-  std::mutex mutex;  // guards all members below but the network, which belongs to the thread that leads
-  std::condition_variable wanted;  // a thread, for a call-back or to lead
-  std::condition_variable ended;   // every request has
-  bool running = false;            // takes requests
-  bool led = false;                // a thread leads
-  bool over = false;               // every request has ended; what is left are call-backs
-  std::size_t busy = 0;            // threads that run a call-back
+  std::mutex mutex;                   // guards all members below but the settings
+  std::condition_variable wanted;     // a thread, for a call-back or to lead
+  std::condition_variable all_ended;  // every request has
+  bool running = false;               // takes requests
+  bool led = false;                   // a thread leads
+  bool over = false;                  // every request has ended; what is left are call-backs
+  std::size_t busy = 0;               // threads that run a call-back
   std::deque<std::function<void()>> completions;
-  std::vector<std::unique_ptr<Exchange>> arrived;  // not yet seen by the thread that leads
-  HttpSettings settings;
-  CURLM* multi = nullptr;
-  std::unique_ptr<Network> network;
+  std::shared_ptr<Wire> wire;
+  HttpSettings settings;  // the same as long as a thread may lead, which alone uses them
   std::vector<std::thread> threads;
 
   void Work();
 
+  // Until there are call-backs to run: true. False when the client was stopped, after every request has
+  // ended.
+  bool Lead();
+  bool AskAgain(Wire::Ended& ended);
+  void Finish(Wire::Ended ended, std::vector<std::function<void()>>& call_backs) const;
+
+  // Whether this thread is wanted for a call-back.
+  bool HandOver(std::vector<std::function<void()>> call_backs);
+
   // Whether somebody must lead, because requests are under way; whoever asks for something new, or ends the
   // client, calls for one as well. Under the mutex, as what follows.
   [[nodiscard]] bool IsLeaderWanted() const;
-
-  // The thread that leads, or one that will, looks at what is new.
   void CallLeader();
 
   void Post(std::function<void()> completion);
 };
 
-// What waits for the network. Used by one thread at a time.
-class HttpClient::Network {
- public:
-  explicit Network(Impl& impl) : impl_(impl), multi_(impl.multi), settings_(impl.settings) {}
-
-  // Until there are call-backs to run: true. False when the client was stopped, after every request has
-  // ended.
-  bool Lead() {
-    while (TakeArrived()) {
-      int active = 0;
-      curl_multi_perform(multi_, &active);
-      Collect();
-      Expire();
-      Play();
-      if (HandOver()) {
-        return true;
+bool HttpClient::Impl::Lead() {
+  std::vector<Wire::Ended> ended;
+  bool goes_on = true;
+  bool is_wanted = false;
+  while (goes_on && !is_wanted) {
+    ended.clear();
+    goes_on = wire->Await(ended);
+    std::vector<std::function<void()>> call_backs;
+    for (Wire::Ended& one : ended) {
+      if (!AskAgain(one)) {
+        Finish(std::move(one), call_backs);
       }
-      curl_multi_poll(multi_, nullptr, 0, MillisecondsToDeadline(), nullptr);
     }
-    while (!exchanges_.empty()) {
-      Complete(exchanges_.begin()->first,
-               FailedAnswer(HttpError::kStopped, "the host services were stopped"));
-    }
-    for (auto& [due, played] : played_) {
-      Finish(std::move(played.exchange), FailedAnswer(HttpError::kStopped, "the host services were stopped"));
-    }
-    played_.clear();
-    HandOver();
+    is_wanted = HandOver(std::move(call_backs));
+  }
+  return goes_on;
+}
+
+// A whole answer may show that the request was signed by a wrong clock.
+bool HttpClient::Impl::AskAgain(Wire::Ended& ended) {
+  auto& [exchange, answer] = ended;
+  if (!settings.correct || (answer.error != HttpError::kNone && answer.error != HttpError::kStatus)) {
     return false;
   }
+  std::string url = settings.correct(exchange->Report());
+  return !url.empty() && !exchange->asked_again && exchange->SetUpAgain(std::move(url)) &&
+         wire->Begin(exchange) == HttpError::kNone;
+}
 
-  // Whether requests are under way.
-  [[nodiscard]] bool IsWaiting() const { return !exchanges_.empty() || !played_.empty(); }
-
- private:
-  struct Played {
-    std::unique_ptr<Exchange> exchange;
-    HttpAnswer answer;
-  };
-
-  // False when the client was stopped.
-  bool TakeArrived() {
-    std::vector<std::unique_ptr<Exchange>> arrived;
-    bool running = false;
-    {
-      const std::lock_guard lock(impl_.mutex);
-      arrived.swap(impl_.arrived);
-      running = impl_.running;
-    }
-    for (auto& exchange : arrived) {
-      if (settings_.replayer) {
-        Schedule(std::move(exchange));
-        continue;
-      }
-      if (!exchange->SetUp(settings_) || curl_multi_add_handle(multi_, exchange->handle()) != CURLM_OK) {
-        Finish(std::move(exchange), FailedAnswer(HttpError::kInvalid, "the request cannot be set up"));
-        continue;
-      }
-      CURL* const easy = exchange->handle();
-      deadlines_.emplace(exchange->deadline, easy);
-      exchanges_.emplace(easy, std::move(exchange));
-    }
-    return running;
+void HttpClient::Impl::Finish(Wire::Ended ended, std::vector<std::function<void()>>& call_backs) const {
+  auto& [exchange, answer] = ended;
+  if (settings.recorder) {
+    settings.recorder->Record(exchange->request, exchange->endpoint, exchange->asked, Steady::now(),
+                              exchange->Report(), answer);
   }
-
-  // An answer from the record takes its time, as far as the limit allows.
-  void Schedule(std::unique_ptr<Exchange> exchange) {
-    Replayer::Answer given = settings_.replayer->AnswerTo(exchange->request.url, Moment::Now());
-    Steady::time_point due = exchange->asked + given.after;
-    if (due > exchange->deadline) {
-      due = exchange->deadline;
-      given.answer = LateAnswer();
-    }
-    played_.emplace(due, Played{std::move(exchange), std::move(given.answer)});
+  CountCompleted(exchange->endpoint, answer.error, answer.reason, answer.body.size(),
+                 std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()),
+                 Steady::now() - exchange->asked);
+  if (exchange->wakes_caller) {
+    CountHandedOver(exchange->endpoint);
+    exchange->done(answer);
+    return;
   }
+  call_backs.push_back(HandingOver(exchange->endpoint, std::move(exchange->done), std::move(answer)));
+}
 
-  void Play() {
-    const auto now = Steady::now();
-    while (!played_.empty() && played_.begin()->first <= now) {
-      Played played = std::move(played_.begin()->second);
-      played_.erase(played_.begin());
-      if (played.answer.error == HttpError::kNone || played.answer.error == HttpError::kStatus) {
-        settings_.replayer->Teach(ServerClock(), Moment::Now());
-      }
-      Finish(std::move(played.exchange), std::move(played.answer));
-    }
+bool HttpClient::Impl::HandOver(std::vector<std::function<void()>> call_backs) {
+  if (call_backs.empty()) {
+    return false;
   }
-
-  static HttpAnswer LateAnswer() { return FailedAnswer(HttpError::kTimeout, "not complete in time"); }
-
-  void Collect() {
-    int left = 0;
-    while (const CURLMsg* const message = curl_multi_info_read(multi_, &left)) {
-      if (message->msg != CURLMSG_DONE) {
-        continue;
-      }
-      CURL* const easy = message->easy_handle;
-      const CURLcode code = message->data.result;
-      Exchange& exchange = *exchanges_.at(easy);
-      HttpAnswer answer = exchange.Outcome(code);
-      if (AskAgain(exchange, answer)) {
-        continue;
-      }
-      Complete(easy, std::move(answer));
-    }
-  }
-
-  // A whole answer may show that the request was signed by a wrong clock.
-  bool AskAgain(Exchange& exchange, const HttpAnswer& answer) {
-    if (!settings_.correct || (answer.error != HttpError::kNone && answer.error != HttpError::kStatus)) {
-      return false;
-    }
-    std::string url = settings_.correct(exchange.Report());
-    if (url.empty() || exchange.asked_again) {
-      return false;
-    }
-    CountOpened(exchange.handle());
-    curl_multi_remove_handle(multi_, exchange.handle());
-    return exchange.SetUpAgain(std::move(url)) &&
-           curl_multi_add_handle(multi_, exchange.handle()) == CURLM_OK;
-  }
-
-  void Expire() {
-    const auto now = Steady::now();
-    while (!deadlines_.empty() && deadlines_.begin()->first <= now) {
-      Complete(deadlines_.begin()->second, LateAnswer());
-    }
-  }
-
-  int MillisecondsToDeadline() const {
-    constexpr std::chrono::milliseconds kLongest{60000};
-    auto next = Steady::now() + kLongest;
-    if (!deadlines_.empty()) {
-      next = std::min(next, deadlines_.begin()->first);
-    }
-    if (!played_.empty()) {
-      next = std::min(next, played_.begin()->first);
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Steady::now());
-    return static_cast<int>(std::clamp(left, std::chrono::milliseconds{0}, kLongest).count());
-  }
-
-  void Complete(CURL* easy, HttpAnswer answer) {
-    auto node = exchanges_.extract(easy);
-    std::unique_ptr<Exchange> exchange = std::move(node.mapped());
-    deadlines_.erase({exchange->deadline, easy});
-    CountOpened(easy);
-    curl_multi_remove_handle(multi_, easy);
-    Finish(std::move(exchange), std::move(answer));
-  }
-
-  static void CountOpened(CURL* easy) {
-    long opened = 0;
-    curl_easy_getinfo(easy, CURLINFO_NUM_CONNECTS, &opened);
-    CountConnections(static_cast<std::uint64_t>(std::max(opened, 0L)));
-  }
-
-  void Finish(std::unique_ptr<Exchange> exchange, HttpAnswer answer) {
-    if (settings_.recorder) {
-      settings_.recorder->Record(exchange->request, exchange->endpoint, exchange->asked, Steady::now(),
-                                 exchange->Report(), answer);
-    }
-    CountCompleted(exchange->endpoint, answer.error, answer.reason, answer.body.size(),
-                   std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()),
-                   Steady::now() - exchange->asked);
-    if (exchange->wakes_caller) {
-      CountHandedOver(exchange->endpoint);
-      exchange->done(answer);
-      return;
-    }
-    completions_.push_back(HandingOver(exchange->endpoint, std::move(exchange->done), std::move(answer)));
-  }
-
-  // Whether this thread is wanted for a call-back.
-  bool HandOver() {
-    if (completions_.empty()) {
-      return false;
-    }
-    const std::lock_guard lock(impl_.mutex);
-    for (auto& completion : completions_) {
-      impl_.completions.push_back(std::move(completion));
-    }
-    completions_.clear();
-    return impl_.busy < kCompletionThreads;
-  }
-
-  Impl& impl_;
-  CURLM* const multi_;
-  const HttpSettings settings_;
-  std::map<CURL*, std::unique_ptr<Exchange>> exchanges_;
-  std::set<std::pair<Steady::time_point, CURL*>> deadlines_;
-  std::multimap<Steady::time_point, Played> played_;
-  std::vector<std::function<void()>> completions_;  // of this look at the network
-};
+  const std::lock_guard lock(mutex);
+  std::move(call_backs.begin(), call_backs.end(), std::back_inserter(completions));
+  return busy < kCompletionThreads;
+}
 
 void HttpClient::Impl::Work() {
   const HostThreadMark mark;
@@ -390,13 +217,13 @@ void HttpClient::Impl::Work() {
     } else if (!led && !over) {
       led = true;
       lock.unlock();
-      const bool goes_on = network->Lead();
+      const bool goes_on = Lead();
       lock.lock();
       led = false;
       if (!goes_on) {
         over = true;
         wanted.notify_all();
-        ended.notify_all();
+        all_ended.notify_all();
       }
     } else if (over && completions.empty()) {
       wanted.notify_all();  // who found four at work waits still
@@ -408,13 +235,11 @@ void HttpClient::Impl::Work() {
 }
 
 bool HttpClient::Impl::IsLeaderWanted() const {
-  return !led && !over && (!arrived.empty() || !running || network->IsWaiting());
+  return !led && !over && (!running || wire->IsBusy());
 }
 
 void HttpClient::Impl::CallLeader() {
-  if (led) {
-    curl_multi_wakeup(multi);
-  } else {
+  if (!led) {
     wanted.notify_one();
   }
 }
@@ -434,15 +259,8 @@ HttpClient::~HttpClient() {
 void HttpClient::Start(HttpSettings settings) {
   GlobalInit();
   std::unique_lock lock(impl_->mutex);
-  impl_->multi = MakeMulti();
-  if (impl_->multi == nullptr) {
-    throw std::runtime_error("the HTTP library cannot be initialised");
-  }
-  curl_multi_setopt(impl_->multi, CURLMOPT_MAX_TOTAL_CONNECTIONS, kConnections);
-  curl_multi_setopt(impl_->multi, CURLMOPT_MAX_HOST_CONNECTIONS, kConnectionsToHost);
-  curl_multi_setopt(impl_->multi, CURLMOPT_MAXCONNECTS, kKeptConnections);
+  impl_->wire = std::make_shared<Wire>(settings.proxy, settings.ca_file, settings.replayer);
   impl_->settings = std::move(settings);
-  impl_->network = std::make_unique<Network>(*impl_);
   impl_->running = true;
   impl_->over = false;
   try {
@@ -465,10 +283,10 @@ void HttpClient::StopNetwork() {
     return;
   }
   impl_->running = false;
+  impl_->wire->Close();
   impl_->CallLeader();
-  impl_->ended.wait(lock, [this] { return impl_->over; });
-  impl_->network.reset();
-  curl_multi_cleanup(std::exchange(impl_->multi, nullptr));
+  impl_->all_ended.wait(lock, [this] { return impl_->over; });
+  impl_->wire.reset();
   impl_->settings = {};  // closes the record
 }
 
@@ -494,19 +312,28 @@ void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
                                   [](const auto& header) { return IsSendable(header.first, header.second); });
   CountStarted(exchange->endpoint);
 
-  HttpAnswer refusal = FailedAnswer(HttpError::kInvalid, "the URL or a header cannot be sent");
+  std::shared_ptr<Wire> wire;
   {
     const std::lock_guard lock(impl_->mutex);
-    if (!impl_->running) {
-      refusal = FailedAnswer(HttpError::kStopped, "the host services do not run");
-    } else if (sendable) {
-      exchange->request.url = std::move(url);
-      exchange->done = std::move(done);
-      impl_->arrived.push_back(std::move(exchange));
+    if (impl_->running) {
+      wire = impl_->wire;
+    }
+  }
+  HttpError error = wire == nullptr ? HttpError::kStopped : HttpError::kInvalid;
+  if (wire != nullptr && sendable) {
+    exchange->request.url = std::move(url);
+    exchange->done = std::move(done);
+    error = wire->Begin(exchange);
+    if (error == HttpError::kNone) {
+      const std::lock_guard lock(impl_->mutex);
       impl_->CallLeader();
       return;
     }
+    done = std::move(exchange->done);
   }
+  HttpAnswer refusal =
+      FailedAnswer(error, error == HttpError::kStopped ? "the host services do not run"
+                                                       : "the URL or a header cannot be sent");
   CountCompleted(exchange->endpoint, refusal.error, refusal.reason, 0, 0);
   if (wakes_caller) {
     CountHandedOver(exchange->endpoint);

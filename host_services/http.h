@@ -1,5 +1,5 @@
-// The HTTP client over libcurl's multi interface: a few threads, one of which waits for the network while the
-// others run completions.
+// The HTTP client: whoever asks sends the request; a few threads, one of which waits for answers while the
+// others run completions. What is under way is wire.h's.
 // Every operation may be called from any thread. The contract's GetSync and GetAsyn (network.cpp) and the
 // download stand on it.
 #pragma once
@@ -92,7 +92,6 @@ class HttpClient {
   [[nodiscard]] HttpAnswer Fetch(HttpRequest request);
 
  private:
-  class Network;
   struct Impl;
 
   void Submit(HttpRequest request, Done done, bool wakes_caller);

@@ -2,10 +2,15 @@
 // hostile_server_test.cpp's, starting and stopping is lifetime_test.cpp's.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
+#include <latch>
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "answers.h"
@@ -398,6 +403,52 @@ TEST(GetAsyn, requestsFromManyThreadsAllSucceed) {
   }
   EXPECT_EQ(sync_ok, 100);
   EXPECT_TRUE(answers.Wait(100));
+}
+
+// The thread that waits for answers is held up, and so are none of the requests that others send meanwhile.
+TEST(GetAsyn, requestOnAKeptConnectionIsSentByItsCaller) {
+  const RunningHost host;
+  LoopbackServer server(Answering("well"));
+  std::latch held{1};
+  std::latch let_go{1};
+  std::atomic<bool> is_first{true};
+  stock_host::SetListener([&](const stock_host::Event& event) {
+    if (event.kind == stock_host::Event::Kind::kExchangeEnded && is_first.exchange(false)) {
+      held.count_down();
+      let_go.wait();
+    }
+  });
+  Answers answers;
+  GetAsyn(server.WideUrl(), answers.Callback(), {}, kLimit);
+  held.wait();
+  GetAsyn(server.WideUrl(), answers.Callback(), {}, kLimit);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(kLimit);
+  while (server.requests() < 2 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+  EXPECT_EQ(server.requests(), 2);
+  let_go.count_down();
+  EXPECT_TRUE(answers.Wait(2));
+  stock_host::SetListener(nullptr);
+}
+
+// Whichever is asked first, and though nothing comes from the server that would wake anybody.
+TEST(FetchLater, limitOfEachRequestHolds) {
+  LoopbackServer silent([](Connection& connection) { connection.WaitForClose(); });
+  for (const std::vector<int>& limits : {std::vector{20, 60, 40}, std::vector{60, 20, 40}}) {
+    std::latch answered{3};
+    std::atomic<int> late{0};
+    const RunningHost host;
+    for (const int limit : limits) {
+      stock_host::HttpRequest request;
+      request.url = silent.Url();
+      request.limit = std::chrono::milliseconds(limit);
+      stock_host::TheHttpClient().FetchLater(std::move(request), [&](const stock_host::HttpAnswer& answer) {
+        late += answer.error == stock_host::HttpError::kTimeout ? 1 : 0;
+        answered.count_down();
+      });
+    }
+    answered.wait();
+    EXPECT_EQ(late, 3);
+  }
 }
 
 // There are four call-back threads: with eight call-backs that wait, all are busy.
