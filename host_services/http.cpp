@@ -118,8 +118,8 @@ struct HttpClient::Impl {
   bool over = false;                  // every request has ended; what is left are call-backs
   std::size_t busy = 0;               // threads that run a call-back
   std::deque<std::function<void()>> completions;
-  std::shared_ptr<Wire> wire;
-  HttpSettings settings;  // the same as long as a thread may lead, which alone uses them
+  std::shared_ptr<Wire> wire;  // the same as long as a thread may lead, which needs no mutex for it
+  HttpSettings settings;       // the same; nobody else uses them
   std::vector<std::thread> threads;
 
   void Work();
@@ -269,7 +269,12 @@ void HttpClient::Start(HttpSettings settings) {
       impl_->threads.emplace_back([impl = impl_.get()] { impl->Work(); });
     }
   } catch (...) {
-    impl_->over = impl_->threads.empty();
+    if (impl_->threads.empty()) {
+      impl_->running = false;  // nobody would end what others ask for now
+      impl_->over = true;
+      impl_->wire.reset();
+      impl_->settings = {};
+    }
     lock.unlock();
     StopNetwork();
     FinishCompletions();
@@ -320,6 +325,8 @@ void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
     }
   }
   HttpError error = wire == nullptr ? HttpError::kStopped : HttpError::kInvalid;
+  const char* reason =
+      wire == nullptr ? "the host services do not run" : "the URL or a header cannot be sent";
   if (wire != nullptr && sendable) {
     exchange->request.url = std::move(url);
     exchange->done = std::move(done);
@@ -330,10 +337,9 @@ void HttpClient::Submit(HttpRequest request, Done done, bool wakes_caller) {
       return;
     }
     done = std::move(exchange->done);
+    reason = error == HttpError::kStopped ? "the host services do not run" : "the request cannot be set up";
   }
-  HttpAnswer refusal =
-      FailedAnswer(error, error == HttpError::kStopped ? "the host services do not run"
-                                                       : "the URL or a header cannot be sent");
+  HttpAnswer refusal = FailedAnswer(error, reason);
   CountCompleted(exchange->endpoint, refusal.error, refusal.reason, 0, 0);
   if (wakes_caller) {
     CountHandedOver(exchange->endpoint);

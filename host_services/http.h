@@ -1,5 +1,5 @@
-// The HTTP client: whoever asks sends the request; a few threads, one of which waits for answers while the
-// others run completions. What is under way is wire.h's.
+// The HTTP client: whoever asks sends the request where it can; a few threads, one of which waits for answers
+// while the others run completions. What is under way is wire.h's.
 // Every operation may be called from any thread. The contract's GetSync and GetAsyn (network.cpp) and the
 // download stand on it.
 #pragma once

@@ -1,4 +1,4 @@
-// Answers requests from a record. Used by one thread at a time; http.cpp's thread at the network once it
+// Answers requests from a record. Used by one thread at a time; the thread that waits for answers once it
 // runs.
 #pragma once
 

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <iterator>
+#include <new>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -90,10 +91,10 @@ Wire::Wire(std::string proxy, std::string ca_file, std::shared_ptr<Replayer> rep
     : proxy_(std::move(proxy)),
       ca_file_(std::move(ca_file)),
       replayer_(std::move(replayer)),
-      multi_(MakeMulti()),
       epoll_(epoll_create1(EPOLL_CLOEXEC)),
       wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+      timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)),
+      multi_(MakeMulti()) {
   if (multi_ == nullptr || !epoll_.good() || !Control(epoll_.get(), EPOLL_CTL_ADD, wake_.get(), EPOLLIN) ||
       !Control(epoll_.get(), EPOLL_CTL_ADD, timer_.get(), EPOLLIN)) {
     throw std::runtime_error("the HTTP library cannot be initialised");
@@ -107,10 +108,7 @@ Wire::Wire(std::string proxy, std::string ca_file, std::shared_ptr<Replayer> rep
   curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
 }
 
-Wire::~Wire() {
-  // While the descriptors are still there, which it reports its sockets to.
-  multi_.reset();
-}
+Wire::~Wire() = default;
 
 int Wire::OnSocket(CURL* easy, curl_socket_t socket, int what, void* wire, void* /*unused*/) {
   auto* const self = static_cast<Wire*>(wire);
@@ -118,11 +116,9 @@ int Wire::OnSocket(CURL* easy, curl_socket_t socket, int what, void* wire, void*
     self->Forget(socket);
     return 0;
   }
-  return self->Watch(
-             socket, easy,
-             ((what & CURL_POLL_IN) != 0 ? EPOLLIN : 0U) | ((what & CURL_POLL_OUT) != 0 ? EPOLLOUT : 0U))
-             ? 0
-             : -1;
+  self->Watch(socket, easy,
+              ((what & CURL_POLL_IN) != 0 ? EPOLLIN : 0U) | ((what & CURL_POLL_OUT) != 0 ? EPOLLOUT : 0U));
+  return 0;
 }
 
 int Wire::OnTimer(CURLM* /*multi*/, long milliseconds, void* wire) {
@@ -134,13 +130,16 @@ int Wire::OnTimer(CURLM* /*multi*/, long milliseconds, void* wire) {
   return 0;
 }
 
-bool Wire::Watch(int socket, CURL* easy, std::uint32_t events) {
+// An exchange whose socket cannot be watched ends by its limit. Told of it, the library would give up all
+// exchanges; nothing may be thrown through it.
+void Wire::Watch(int socket, CURL* easy, std::uint32_t events) noexcept {
   try {
     watched_.insert_or_assign(socket, easy);
-    return Control(epoll_.get(), EPOLL_CTL_ADD, socket, events) ||
-           (errno == EEXIST && Control(epoll_.get(), EPOLL_CTL_MOD, socket, events));
-  } catch (...) {
-    return false;  // nothing may be thrown through the library
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+  if (!Control(epoll_.get(), EPOLL_CTL_ADD, socket, events) && errno == EEXIST) {
+    (void)Control(epoll_.get(), EPOLL_CTL_MOD, socket, events);
   }
 }
 
@@ -154,16 +153,16 @@ HttpError Wire::Begin(std::unique_ptr<Exchange>& exchange) {
   if (!replayer_ && exchange->handle() == nullptr && !exchange->SetUp(proxy_, ca_file_)) {
     return HttpError::kInvalid;
   }
-  // A record is read by the thread that waits.
+  // A record is read by the thread that waits, which goes first when it has something to do.
   std::unique_lock lock(mutex_, std::defer_lock);
-  if (!replayer_ && lock.try_lock()) {
+  if (!replayer_ && !is_wanted_ && lock.try_lock()) {
     if (drained_) {
       return HttpError::kStopped;
     }
-    const SignalsBlocked blocked;  // in threads that the library makes, too
+    const SignalsBlocked blocked;  // for threads that the library makes
     Add(std::move(exchange));
     ++under_way_;
-    RunLibrary();
+    RunLibrary(1);
     SetTimer();
     if (!ended_.empty() || static_cast<std::size_t>(active_) != exchanges_.size()) {
       Wake();
@@ -186,12 +185,14 @@ bool Wire::Await(std::vector<Ended>& ended) {
   for (;;) {
     {
       const std::lock_guard lock(mutex_);
+      is_wanted_ = false;
       for (const auto& [flags, data] : occurred) {
         OnEvent(data.fd, flags);
       }
       const bool goes_on = TakeArrived();
       if (goes_on) {
-        RunLibrary();
+        constexpr int kManyTimes = 16;
+        RunLibrary(kManyTimes);
         Collect();
         Expire();
         Play();
@@ -210,6 +211,7 @@ bool Wire::Await(std::vector<Ended>& ended) {
       return true;
     }
     const int count = epoll_wait(epoll_.get(), events.data(), static_cast<int>(events.size()), -1);
+    is_wanted_ = true;
     occurred = {events.data(), static_cast<std::size_t>(std::max(count, 0))};
   }
 }
@@ -277,9 +279,8 @@ void Wire::OnEvent(int fd, std::uint32_t flags) {
   curl_multi_socket_action(multi_.get(), fd, what, &active_);
 }
 
-void Wire::RunLibrary() {
-  constexpr int kMost = 16;  // then the timer rings at once
-  for (int calls = 0; calls < kMost && library_due_ && *library_due_ <= Steady::now(); ++calls) {
+void Wire::RunLibrary(int most) {
+  for (int calls = 0; calls < most && library_due_ && *library_due_ <= Steady::now(); ++calls) {
     library_due_.reset();
     curl_multi_socket_action(multi_.get(), CURL_SOCKET_TIMEOUT, 0, &active_);
   }
@@ -340,6 +341,7 @@ void Wire::SetTimer() {
 }
 
 void Wire::End(Exchange& exchange, HttpAnswer answer) {
+  ended_.emplace_back();
   auto node = exchanges_.extract(Key(exchange.deadline, exchange.handle()));
   CountOpened(exchange.handle());
   // Of what has not ended the library closes the connection, and says so when its number may be another's.
@@ -350,7 +352,7 @@ void Wire::End(Exchange& exchange, HttpAnswer answer) {
     }
   }
   curl_multi_remove_handle(multi_.get(), exchange.handle());
-  ended_.push_back({std::move(node.mapped()), std::move(answer)});
+  ended_.back() = {std::move(node.mapped()), std::move(answer)};
 }
 
 void Wire::EndAll() {
@@ -362,6 +364,7 @@ void Wire::EndAll() {
   }
   played_.clear();
   drained_ = true;
+  multi_.reset();  // here: whoever still holds the wire is a thread of the application
 }
 
 }  // namespace stock_host

@@ -28,15 +28,15 @@ class Wire {
   /// Throws `std::runtime_error` when the library or the system has no means for it. A replayer, if there is
   /// one, answers in place of any server.
   Wire(std::string proxy, std::string ca_file, std::shared_ptr<Replayer> replayer);
-  /// After `Close` and the `Await` that told of it, or before the first `Begin`.
+  /// After `Close` and the `Await` that told of it, or without any `Begin`.
   ~Wire();
   Wire(const Wire&) = delete;
   Wire& operator=(const Wire&) = delete;
 
-  /// Takes an exchange on, which ends in `Await`. The calling thread sends the request itself, so that no
-  /// thread has to be woken for it; while another one is at the network, that one does. Never waits for a
-  /// server, nor for the other thread. Anything but `kNone`, with the exchange left to its caller: it cannot
-  /// be set up (`kInvalid`), or the wire is closed (`kStopped`).
+  /// Takes an exchange on, which ends in `Await`. On a kept connection the calling thread sends the request
+  /// itself, so that no thread has to be woken for it, unless another one is at the network just then. Never
+  /// waits for a server, nor for another thread. Anything but `kNone`, with the exchange left to its caller:
+  /// it cannot be set up (`kInvalid`), or the wire is closed (`kStopped`).
   [[nodiscard]] HttpError Begin(std::unique_ptr<Exchange>& exchange);
 
   /// Whether exchanges are under way.
@@ -69,10 +69,10 @@ class Wire {
   void Add(std::unique_ptr<Exchange> exchange);
   void Schedule(std::unique_ptr<Exchange> exchange);
 
-  [[nodiscard]] bool Watch(int socket, CURL* easy, std::uint32_t events);
+  void Watch(int socket, CURL* easy, std::uint32_t events) noexcept;
   void Forget(int socket);
   void OnEvent(int fd, std::uint32_t flags);
-  void RunLibrary();  // whatever it wants to do now, unless for a socket
+  void RunLibrary(int most);  // what it wants to do now, unless for a socket; then the timer rings
   void Collect();
   void Expire();
   void Play();
@@ -85,14 +85,17 @@ class Wire {
   const std::string proxy_;
   const std::string ca_file_;
   const std::shared_ptr<Replayer> replayer_;
+  const Descriptor epoll_;
+  const Descriptor wake_;
+  const Descriptor timer_;
   std::atomic<std::size_t> under_way_ = 0;
+  std::atomic<bool> is_wanted_ = false;  // the wire's mutex, by the thread that has waited
 
   std::mutex arrived_mutex_;  // guards the members below; may be taken with the other one held
   std::vector<std::unique_ptr<Exchange>> arrived_;
   bool closed_ = false;
 
-  std::mutex mutex_;  // of the library's handles, and of the members below
-  std::unique_ptr<CURLM, Multi> multi_;
+  std::mutex mutex_;                                 // of the library's handles, and of the members below
   using Key = std::pair<Steady::time_point, CURL*>;  // by deadline
   std::map<Key, std::unique_ptr<Exchange>> exchanges_;
   std::multimap<Steady::time_point, Ended> played_;  // from a record, by when they are due
@@ -102,10 +105,7 @@ class Wire {
   std::optional<Steady::time_point> library_due_;  // when the library wants to be called
   std::optional<Steady::time_point> timer_due_;    // as the timer is set
   bool drained_ = false;                           // every exchange was ended, none is taken on
-
-  const Descriptor epoll_;
-  const Descriptor wake_;
-  const Descriptor timer_;
+  std::unique_ptr<CURLM, Multi> multi_;            // its end still touches the others
 };
 
 }  // namespace stock_host
